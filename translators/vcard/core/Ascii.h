@@ -1,0 +1,30 @@
+// Letter case of the names in a vCard: property names, parameters and keywords are ASCII and count without case.
+#pragma once
+#include <string>
+#include <string_view>
+
+namespace mb::vcard {
+
+constexpr char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+
+constexpr bool equalFold(std::string_view a, std::string_view b)
+{
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (upper(a[i]) != upper(b[i])) return false;
+    return true;
+}
+
+constexpr bool endsWithFold(std::string_view text, std::string_view tail)
+{
+    return text.size() >= tail.size() && equalFold(text.substr(text.size() - tail.size()), tail);
+}
+
+inline std::string upperCopy(std::string_view text)
+{
+    std::string copy(text);
+    for (char& c : copy) c = upper(c);
+    return copy;
+}
+
+} // namespace mb::vcard

@@ -1,0 +1,365 @@
+#include "Card.h"
+
+#include "Ascii.h"
+#include "Charset.h"
+#include "LineReader.h"
+#include "Value.h"
+
+#include <algorithm>
+
+namespace mb::vcard {
+namespace {
+
+constexpr std::size_t kNameParts = 5, kAddressParts = 7;
+constexpr int kDisplayName = 79, kCompany = 7, kFirstEmail = 29, kAnyChat = 50;
+
+Version versionOf(std::string_view text)
+{
+    LineReader reader(text);
+    RawLine raw;
+    int depth = 0;
+    while (reader.next(raw)) {
+        depth += raw.kind == RawLine::Kind::Begin ? 1 : raw.kind == RawLine::Kind::End ? -1 : 0;
+        if (raw.kind != RawLine::Kind::Property || depth != 1) continue;
+        if (!equalFold(raw.bytes.substr(0, 7), "VERSION")) continue;
+        if (raw.bytes.find("2.1") != raw.bytes.npos) return Version::V21;
+        if (raw.bytes.find("4.0") != raw.bytes.npos) return Version::V40;
+        return Version::V30;
+    }
+    return Version::V30;
+}
+
+std::string_view lineEndOf(std::string_view text)
+{
+    std::size_t end = text.find_first_of("\r\n");
+    if (end == text.npos) return "\r\n";
+    const std::size_t begin = end;
+    while (end < text.size() && text[end] == '\r') ++end;
+    if (end < text.size() && text[end] == '\n') ++end;
+    const std::string_view found = text.substr(begin, end - begin);
+    for (const std::string_view known : {"\r\n", "\n", "\r\r\n", "\r"})
+        if (found == known) return known;
+    return "\r\n";
+}
+
+bool isUri(const Line& line) { return line.param("VALUE") && equalFold(*line.param("VALUE"), "URI"); }
+
+bool startsWithTel(std::u16string_view text)
+{
+    return text.size() >= 4 && (text[0] | 32) == u't' && (text[1] | 32) == u'e' && (text[2] | 32) == u'l' && text[3] == u':';
+}
+
+bool isSex(std::u16string_view text)
+{
+    return text.size() == 1 && std::u16string_view(u"MFONU").find(text[0]) != std::u16string_view::npos;
+}
+
+// A text of the form scheme:address, as IMPP wants it.
+bool hasScheme(std::u16string_view text)
+{
+    const std::size_t colon = text.find(u':');
+    if (colon == text.npos || colon == 0) return false;
+    return std::all_of(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(colon), [](char16_t c) {
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'-' || c == u'+' || c == u'.';
+    });
+}
+
+std::u16string readList(std::u16string_view value, Version version)
+{
+    std::vector<std::u16string> items = splitEscaped(value, u',');
+    for (std::u16string& item : items) item = trimBlanks(unescape(item, version, true));
+    return join(items, u", ");
+}
+
+std::u16string writeList(std::u16string_view text, Version version)
+{
+    std::vector<std::u16string> items;
+    std::size_t at = 0;
+    while (at <= text.size()) {
+        const std::size_t comma = std::min(text.find(u',', at), text.size());
+        std::u16string item = trimBlanks(text.substr(at, comma - at));
+        if (!item.empty()) items.push_back(escape(item, version, true));
+        at = comma + 1;
+    }
+    return join(items, u",");
+}
+
+} // namespace
+
+Card Card::parse(std::string_view text)
+{
+    Card card;
+    card.context_.version = versionOf(text);
+    card.context_.eol = lineEndOf(text);
+    LineReader reader(text);
+    RawLine raw;
+    int depth = 0;
+    std::string declared;
+    while (reader.next(raw)) {
+        if (raw.kind == RawLine::Kind::End) --depth;
+        const bool own = raw.kind == RawLine::Kind::Property && depth == 1;
+        card.lines_.push_back(own ? Line::parse(raw.bytes, card.context_.version) : Line::opaque(raw.bytes));
+        if (raw.kind == RawLine::Kind::Begin) ++depth;
+        if (const std::string* charset = own ? card.lines_.back().param("CHARSET") : nullptr)
+            if (declared.empty() && !sameCharset(*charset, kUtf8)) declared = *charset;
+    }
+    card.context_.charset = isUtf8(text) ? std::string(kUtf8) : declared.empty() ? std::string(kWindows1252) : declared;
+    card.claimAll();
+    return card;
+}
+
+Card Card::make(std::string_view uuid)
+{
+    return parse("BEGIN:VCARD\r\nVERSION:4.0\r\nUID:urn:uuid:" + std::string(uuid) + "\r\nEND:VCARD\r\n");
+}
+
+std::string Card::bytes() const
+{
+    std::string all;
+    for (const Line& line : lines_) all += line.raw();
+    return all;
+}
+
+std::string Card::uid() const
+{
+    for (const Line& line : lines_)
+        if (line.name() == "UID") return toUtf8(trimBlanks(line.value(context_)));
+    return {};
+}
+
+std::string Card::nameKey() const
+{
+    std::string key;
+    for (const std::string_view name : {"FN", "N"})
+        for (const Line& line : lines_)
+            if (line.name() == name) key += toUtf8(line.value(context_)) + '\n';
+    return key;
+}
+
+std::u16string Card::labelOf(const Line& line) const
+{
+    if (line.group().empty()) return {};
+    for (const Line& other : lines_)
+        if (other.name() == "X-ABLABEL" && other.group() == line.group()) return other.value(context_);
+    return {};
+}
+
+void Card::claimAll()
+{
+    claims_.clear();
+    for (const Line& line : lines_) claims_.push_back(claimOf(line, labelOf(line), context_));
+    slots_ = resolve(lines_.size());
+}
+
+// Gives every slot its line: the marked lines first, then by property, then by other programs' names; in each round in the
+// order of the file. A line takes the first of its slots that is free.
+Card::Slots Card::resolve(std::size_t without) const
+{
+    Slots slots;
+    slots.fill(-1);
+    for (std::uint8_t rank = 0; rank <= 2; ++rank)
+        for (std::size_t i = 0; i < claims_.size(); ++i) {
+            const Claim& claim = claims_[i];
+            if (claim.rank != rank || i == without) continue;
+            const auto end = claim.slots.begin() + claim.count;
+            const auto free = std::find_if(claim.slots.begin(), end, [&](std::uint8_t s) { return slots[s] < 0; });
+            if (free != end) slots[*free] = static_cast<int>(i);
+        }
+    return slots;
+}
+
+std::u16string Card::get(int type) const
+{
+    const Field* field = findField(type);
+    if (!field || lineOf(*field) < 0) return {};
+    return read(*field, lines_[static_cast<std::size_t>(lineOf(*field))]);
+}
+
+std::u16string Card::read(const Field& field, const Line& line) const
+{
+    const std::u16string value = line.value(context_);
+    const Version version = context_.version;
+    switch (field.shape) {
+    case Shape::Part: {
+        const auto parts = splitEscaped(value, u';');
+        return field.part < parts.size() ? unescape(parts[field.part], version, true) : std::u16string();
+    }
+    case Shape::List: return readList(value, version);
+    case Shape::Date: return readDate(unescape(value, version, false));
+    case Shape::Phone: {
+        const std::u16string text = unescape(value, version, false);
+        return startsWithTel(text) ? text.substr(4) : text;
+    }
+    case Shape::Gender: {
+        if (line.name() != "GENDER") return unescape(value, version, false);
+        const auto parts = splitEscaped(value, u';');
+        return unescape(parts[0].empty() && parts.size() > 1 ? parts[1] : parts[0], version, true);
+    }
+    case Shape::Chat: {
+        const std::u16string text = unescape(value, version, false);
+        const std::u16string_view prefix = chatPrefix(text);
+        const bool ofSlot = field.slot != kAnyChat || prefix.size() == 3; // "im:"; any other scheme is part of a general address
+        return line.name() == "IMPP" && ofSlot ? text.substr(prefix.size()) : text;
+    }
+    case Shape::Text: break;
+    }
+    return unescape(value, version, false);
+}
+
+// The new value of a line, its escapes in it.
+std::u16string Card::compose(const Field& field, Line& line, std::u16string_view text) const
+{
+    const Version version = context_.version;
+    const std::u16string before = line.value(context_);
+    switch (field.shape) {
+    case Shape::Part: {
+        auto parts = splitEscaped(before, u';');
+        const std::size_t whole = before.empty() ? (line.name() == "N" ? kNameParts : line.name() == "ADR" ? kAddressParts : 1) : 1;
+        parts.resize(std::max({parts.size(), whole, field.part + std::size_t{1}}));
+        parts[field.part] = escape(text, version, true);
+        if (line.name() == "ORG")
+            while (parts.size() > 1 && parts.back().empty()) parts.pop_back();
+        return join(parts, u";");
+    }
+    case Shape::List: return writeList(text, version);
+    case Shape::Date: {
+        const std::u16string date = writeDate(text, version, before);
+        const bool isDate = readDate(date) == text && readDate(date).size() == 10 && text[4] == u'-';
+        if (const std::string* kind = line.param("VALUE"); kind && !equalFold(*kind, "DATE")) line.removeParam("VALUE");
+        if (version == Version::V40 && !isDate && !text.empty()) line.addParam("VALUE", "text");
+        return escape(date, version, false);
+    }
+    case Shape::Phone:
+        if (isUri(line)) line.removeParam("VALUE"); // any text may be a number, a tel: address may not hold any text
+        break;
+    case Shape::Gender:
+        if (line.name() != "GENDER" || text.empty() || isSex(text)) break;
+        return u";" + escape(text, version, true);
+    case Shape::Chat: {
+        if (line.name() != "IMPP" || text.empty()) break;
+        if (field.slot != kAnyChat) return std::u16string(chatPrefix(before)) + escape(text, version, false);
+        return (hasScheme(text) ? u"" : u"im:") + escape(text, version, false);
+    }
+    case Shape::Text: break;
+    }
+    return escape(text, version, false);
+}
+
+bool Card::required(const Field& field) const
+{
+    const std::string_view property = field.property;
+    return property == "FN" ? context_.version != Version::V21 : property == "N" && context_.version != Version::V40;
+}
+
+bool Card::set(int type, std::u16string_view value)
+{
+    const Field* field = findField(type);
+    if (!field) return false;
+    const std::u16string text = cleaned(value);
+    if (text == get(type)) return false;
+    if (text.empty()) {
+        clear(*field);
+    } else if (lineOf(*field) < 0) {
+        add(*field, text);
+    } else {
+        replace(*field, text);
+    }
+    return true;
+}
+
+void Card::replace(const Field& field, const std::u16string& text)
+{
+    const Slots before = slots_;
+    Line& line = lines_[static_cast<std::size_t>(lineOf(field))];
+    line.setValue(compose(field, line, text), context_);
+    claimAll();
+    if (slots_ == before) return;
+    line.addParam(kPinParam, std::to_string(field.type)); // a new value made the line another field's
+    line.setValue(compose(field, line, text), context_);
+    claimAll();
+}
+
+std::string Card::newHeader(const Field& field) const
+{
+    const bool v21 = context_.version == Version::V21, v40 = context_.version == Version::V40;
+    std::string_view property = field.property;
+    std::string_view words = field.types;
+    if (field.shape == Shape::Gender && !v40) property = "X-GENDER";
+    if (property == "EMAIL" && v40) words = {};
+    std::string header(property);
+    for (bool first = true; !words.empty();) {
+        const std::size_t comma = std::min(words.find(','), words.size());
+        std::string word(words.substr(0, comma));
+        words.remove_prefix(std::min(comma + 1, words.size()));
+        if (v40)
+            for (char& c : word) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+        if (v21 && word == "MAIN") continue; // no word of version 2.1
+        if (v21)
+            header += (word.starts_with("X-") ? ";TYPE=" : ";") + word;
+        else
+            header += (first ? ";TYPE=" : ",") + word;
+        first = false;
+    }
+    return header;
+}
+
+void Card::add(const Field& field, const std::u16string& text)
+{
+    Line line = Line::make(newHeader(field), context_.eol);
+    line.setValue(compose(field, line, text), context_);
+    // In front of END, or of a line that would swallow the new one.
+    std::size_t at = lines_.size() - 1;
+    while (at > 1 && lines_[at - 1].openEnded()) --at;
+    const Slots before = slots_;
+    lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), line);
+    claimAll();
+    Slots wanted = before;
+    for (int& i : wanted)
+        if (i >= static_cast<int>(at)) ++i;
+    wanted[field.slot] = static_cast<int>(at);
+    if (slots_ == wanted) return;
+    line.addParam(kPinParam, std::to_string(field.type));
+    line.setValue(compose(field, line, text), context_);
+    lines_[at] = line;
+    claimAll();
+}
+
+void Card::clear(const Field& field)
+{
+    const auto at = static_cast<std::size_t>(lineOf(field));
+    Line& line = lines_[at];
+    const std::u16string rest = compose(field, line, {});
+    const bool saysNothing = rest.find_first_not_of(u';') == rest.npos;
+    if (saysNothing && !required(field)) {
+        Slots wanted = slots_;
+        wanted[field.slot] = -1;
+        if (resolve(at) == wanted) {
+            lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(at));
+            claimAll();
+            return;
+        }
+    }
+    line.setValue(rest, context_);
+    claimAll();
+}
+
+std::u16string Card::composedName() const
+{
+    std::u16string name;
+    for (const int type : {1, 2, 3, 4, 5}) {
+        const std::u16string part = get(type);
+        if (!part.empty()) name.append(name.empty() ? u"" : u" ").append(part);
+    }
+    return name;
+}
+
+void Card::completeName()
+{
+    if (!get(kDisplayName).empty()) return;
+    std::u16string name = composedName();
+    for (const int type : {kCompany, kFirstEmail})
+        if (name.empty()) name = get(type);
+    set(kDisplayName, name.empty() ? std::u16string_view(u"Unnamed") : std::u16string_view(name));
+}
+
+} // namespace mb::vcard

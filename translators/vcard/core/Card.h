@@ -1,0 +1,57 @@
+// One vCard: its lines as they stand in the file, read and written by field. A line that no edit touches keeps its bytes.
+//
+// Fields that a line cannot say by property and type are marked with an X-MB-FIELD parameter, and a line whose removal would
+// make another line slip into its field is emptied instead: so a field, once written, is read back from the same line.
+#pragma once
+#include "FieldTable.h"
+#include "Line.h"
+
+#include <array>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mb::vcard {
+
+class Card {
+public:
+    static Card parse(std::string_view text); // the text of one card, as scanCards cuts it
+    static Card make(std::string_view uuid);  // a new card of version 4.0
+
+    std::string bytes() const;
+    std::string uid() const;     // empty for none
+    std::string nameKey() const; // FN and N as they stand: what tells a card without UID from another
+    Version version() const { return context_.version; }
+
+    // The value of a field of the table; line breaks are LF. An unknown or absent field is empty.
+    std::u16string get(int type) const;
+    // Sets one field, an empty text clears it. Returns whether a byte changed: the value a field already has changes none.
+    bool set(int type, std::u16string_view value);
+
+    // "Dr. John Q. Doe Jr." from the parts of the name.
+    std::u16string composedName() const;
+    // Every card needs FN: gives one to a new card from what it holds.
+    void completeName();
+
+private:
+    using Slots = std::array<int, kSlots>; // line number, -1 for none
+
+    void claimAll();
+    Slots resolve(std::size_t without) const;
+    int lineOf(const Field& field) const { return slots_[field.slot]; }
+    std::u16string labelOf(const Line& line) const;
+    std::u16string read(const Field& field, const Line& line) const;
+    std::u16string compose(const Field& field, Line& line, std::u16string_view text) const;
+    std::string newHeader(const Field& field) const;
+    void replace(const Field& field, const std::u16string& text);
+    void add(const Field& field, const std::u16string& text);
+    void clear(const Field& field);
+    bool required(const Field& field) const;
+
+    Context context_;
+    std::vector<Line> lines_;
+    std::vector<Claim> claims_;
+    Slots slots_{};
+};
+
+} // namespace mb::vcard

@@ -1,0 +1,264 @@
+#include "Line.h"
+
+#include "Ascii.h"
+#include "Charset.h"
+#include "Transfer.h"
+
+#include <algorithm>
+#include <array>
+
+namespace mb::vcard {
+namespace {
+
+constexpr auto npos = std::string_view::npos;
+constexpr std::size_t kFoldAt = 75;
+
+// The place of the colon or semicolon that ends a part of the header; quotes protect both, unless they are never closed.
+std::size_t findOutsideQuotes(std::string_view text, std::string_view anyOf, std::size_t from)
+{
+    bool quoted = false;
+    for (std::size_t i = from; i < text.size(); ++i) {
+        if (text[i] == '"') quoted = !quoted;
+        if (!quoted && anyOf.find(text[i]) != npos) return i;
+    }
+    return quoted ? text.find_first_of(anyOf, from) : npos;
+}
+
+bool isFold(std::string_view text, std::size_t lineEnd)
+{
+    return lineEnd + 1 < text.size() && (text[lineEnd + 1] == ' ' || text[lineEnd + 1] == '\t');
+}
+
+// Joins the physical lines. Version 2.1 folds in front of a blank that belongs to the text; later ones put the blank in.
+// A line that is joined only because the one before it ends in a backslash stays a line of the text.
+std::string unfold(std::string_view text, Version version, bool keepSoftBreaks)
+{
+    std::string joined;
+    joined.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        std::size_t end = i;
+        while (end < text.size() && text[end] == '\r') ++end;
+        if (end == text.size() || text[end] != '\n') {
+            if (end == i)
+                joined += text[i];
+            else if (text.find('\n') == npos && isFold(text, i))
+                i += version == Version::V21 ? 0 : 1; // an old file with bare CRs
+            else
+                joined.append(text.substr(i, end - i)), i = end - 1;
+            continue;
+        }
+        if (keepSoftBreaks && joined.ends_with('='))
+            joined += '\n';
+        else if (isFold(text, end))
+            end += version == Version::V21 ? 0 : 1;
+        else if (joined.ends_with('\\'))
+            joined.back() = '\n';
+        i = end;
+    }
+    return joined;
+}
+
+std::string fold(std::string_view line, std::string_view eol)
+{
+    std::string folded;
+    std::size_t room = kFoldAt;
+    while (line.size() > room) {
+        std::size_t cut = room;
+        while (cut > room - 4 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
+        folded.append(line.substr(0, cut)).append(eol).append(" ");
+        line.remove_prefix(cut);
+        room = kFoldAt - 1;
+    }
+    return folded.append(line);
+}
+
+std::u16string withPlainNewlines(std::u16string text)
+{
+    if (text.find(u'\r') == std::u16string::npos) return text;
+    std::u16string plain;
+    plain.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != u'\r')
+            plain += text[i];
+        else if (i + 1 == text.size() || text[i + 1] != u'\n')
+            plain += u'\n';
+    }
+    return plain;
+}
+
+// The name that a bare word of version 2.1 stands for.
+std::string_view bareWordName(std::string_view word)
+{
+    constexpr std::array<std::string_view, 5> kEncodings = {"QUOTED-PRINTABLE", "BASE64", "7BIT", "8BIT", "B"};
+    return std::any_of(kEncodings.begin(), kEncodings.end(), [&](auto e) { return equalFold(e, word); }) ? "ENCODING" : "TYPE";
+}
+
+bool ownsParam(std::string_view text, std::string_view name)
+{
+    const std::size_t equals = text.find('=');
+    return equalFold(equals == npos ? bareWordName(text) : text.substr(0, equals), name);
+}
+
+} // namespace
+
+Line Line::opaque(std::string_view raw)
+{
+    Line line;
+    line.raw_ = raw;
+    return line;
+}
+
+Line Line::make(std::string header, std::string_view eol)
+{
+    Line line;
+    line.header_ = std::move(header);
+    line.eol_ = eol;
+    line.parseHeader();
+    return line;
+}
+
+Line Line::parse(std::string_view raw, Version version)
+{
+    Line line = opaque(raw);
+    std::size_t content = raw.size();
+    while (content > 0 && (raw[content - 1] == '\n' || raw[content - 1] == '\r')) --content;
+    line.eol_ = raw.substr(content);
+    raw = raw.substr(0, content);
+    const bool folded = raw.find_first_of("\r\n") != npos;
+    std::string joined = folded ? unfold(raw, version, false) : std::string(raw);
+    const auto split = [&] {
+        std::size_t colon = findOutsideQuotes(joined, ":", 0);
+        if (colon == npos) colon = joined.find(':');
+        line.header_ = joined.substr(0, colon);
+        line.body_ = colon == npos ? std::string() : joined.substr(colon + 1);
+    };
+    split();
+    line.parseHeader();
+    if (folded && line.quotedPrintable()) {
+        joined = unfold(raw, version, true);
+        split();
+    }
+    return line;
+}
+
+void Line::parseHeader()
+{
+    params_.clear();
+    const std::string_view header = header_;
+    std::size_t at = std::min(header.find(';'), header.size());
+    std::string_view name = header.substr(0, at);
+    while (!name.empty() && (name.front() == ' ' || name.front() == '\t')) name.remove_prefix(1);
+    while (!name.empty() && (name.back() == ' ' || name.back() == '\t')) name.remove_suffix(1);
+    const std::size_t dot = name.rfind('.');
+    group_ = dot == npos ? std::string() : upperCopy(name.substr(0, dot));
+    name_ = upperCopy(dot == npos ? name : name.substr(dot + 1));
+    while (at < header.size()) {
+        const std::size_t end = std::min(findOutsideQuotes(header, ";", at + 1), header.size());
+        const std::string_view text = header.substr(at + 1, end - at - 1);
+        const std::size_t equals = text.find('=');
+        std::string value(equals == npos ? text : text.substr(equals + 1));
+        std::erase(value, '"');
+        if (!text.empty()) params_.push_back({upperCopy(equals == npos ? bareWordName(text) : text.substr(0, equals)), std::move(value)});
+        at = end;
+    }
+}
+
+const std::string* Line::param(std::string_view name) const
+{
+    const auto found = std::find_if(params_.begin(), params_.end(), [&](const Param& p) { return p.name == name; });
+    return found == params_.end() ? nullptr : &found->value;
+}
+
+bool Line::hasType(std::string_view type) const
+{
+    for (const Param& p : params_) {
+        if (p.name != "TYPE") continue;
+        for (std::string_view list = p.value;;) {
+            const std::size_t comma = list.find(',');
+            std::string_view word = list.substr(0, comma);
+            while (word.starts_with(' ')) word.remove_prefix(1);
+            if (equalFold(word, type)) return true;
+            if (comma == npos) break;
+            list.remove_prefix(comma + 1);
+        }
+    }
+    return false;
+}
+
+bool Line::quotedPrintable() const
+{
+    const std::string* encoding = param("ENCODING");
+    return encoding && equalFold(*encoding, "QUOTED-PRINTABLE");
+}
+
+bool Line::base64() const
+{
+    const std::string* encoding = param("ENCODING");
+    return encoding && (equalFold(*encoding, "BASE64") || equalFold(*encoding, "B"));
+}
+
+bool Line::openEnded() const { return quotedPrintable() && std::string_view(raw_).substr(0, raw_.size() - eol_.size()).ends_with('='); }
+
+std::u16string Line::value(const Context& context) const
+{
+    const bool encoded = quotedPrintable() || base64();
+    const std::string bytes = quotedPrintable() ? decodeQuotedPrintable(body_) : base64() ? decodeBase64(body_) : body_;
+    const std::string* declared = param("CHARSET");
+    if (declared)
+        if (auto text = decode(bytes, *declared)) return withPlainNewlines(std::move(*text));
+    // Encoded bytes do not count when the charset of the card is guessed, so they are guessed on their own.
+    const std::string_view charset = encoded && isUtf8(bytes) ? kUtf8 : std::string_view(context.charset);
+    if (auto text = decode(bytes, charset)) return withPlainNewlines(std::move(*text));
+    return withPlainNewlines(*decode(bytes, kWindows1252));
+}
+
+void Line::setValue(std::u16string_view escaped, const Context& context)
+{
+    const bool v21 = context.version == Version::V21;
+    std::string utf8 = toUtf8(escaped);
+    const bool ascii = isAscii(utf8);
+    const std::string* declared = param("CHARSET");
+    std::optional<std::string> bytes = encode(escaped, declared ? *declared : context.charset);
+    // Text of version 2.1 is ASCII unless the line or the bytes of the card say otherwise.
+    const bool undeclared = v21 && !declared && !ascii && sameCharset(context.charset, kUtf8) && !base64();
+    const bool needsEncoding = v21 && (undeclared || !bytes || utf8.find('\n') != npos);
+    if (undeclared || !bytes) {
+        removeParam("CHARSET");
+        addParam("CHARSET", kUtf8);
+        bytes = std::move(utf8);
+    }
+    if (needsEncoding && !quotedPrintable() && !base64()) addParam("ENCODING", "QUOTED-PRINTABLE");
+    std::string text = header_ + ':';
+    if (quotedPrintable()) {
+        std::string plain;
+        for (const char c : *bytes) plain += c == '\n' ? std::string("\r\n") : std::string(1, c);
+        body_ = encodeQuotedPrintable(plain, text.size(), eol_);
+        text += body_;
+    } else {
+        body_ = base64() ? encodeBase64(*bytes) : std::move(*bytes);
+        // Version 2.1 folds at blanks only, and its readers disagree on what becomes of the blank: such a line stays whole.
+        text = v21 && !base64() ? text + body_ : fold(text + body_, eol_);
+    }
+    raw_ = text + eol_;
+}
+
+void Line::addParam(std::string_view name, std::string_view value)
+{
+    header_.append(";").append(name).append("=").append(value);
+    parseHeader();
+}
+
+void Line::removeParam(std::string_view name)
+{
+    std::size_t at = std::min(header_.find(';'), header_.size());
+    while (at < header_.size()) {
+        const std::size_t end = std::min(findOutsideQuotes(header_, ";", at + 1), header_.size());
+        if (ownsParam(std::string_view(header_).substr(at + 1, end - at - 1), name))
+            header_.erase(at, end - at);
+        else
+            at = end;
+    }
+    parseHeader();
+}
+
+} // namespace mb::vcard

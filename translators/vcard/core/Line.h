@@ -1,0 +1,58 @@
+// One line of a card: its bytes as they stand in the file, and what they say. The bytes change only when the value is set.
+#pragma once
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mb::vcard {
+
+enum class Version { V21, V30, V40 };
+
+// What the bytes of a card mean where a line does not say it.
+struct Context {
+    Version version = Version::V30;
+    std::string charset;           // of lines without CHARSET
+    std::string_view eol = "\r\n"; // of lines that are added
+};
+
+struct Param {
+    std::string name;  // upper-case; the bare words of vCard 2.1 are named TYPE or ENCODING
+    std::string value; // without its quotes
+};
+
+class Line {
+public:
+    // A line of the file. Lines that are no property of the card itself (BEGIN, END, blank ones, a card inside) are opaque.
+    static Line parse(std::string_view raw, Version version);
+    static Line opaque(std::string_view raw);
+    // A line that is not in the file yet: everything in front of the colon.
+    static Line make(std::string header, std::string_view eol);
+
+    const std::string& raw() const { return raw_; }
+    const std::string& name() const { return name_; }   // upper-case, without the group; empty for an opaque line
+    const std::string& group() const { return group_; } // upper-case
+    const std::string* param(std::string_view name) const;
+    bool hasType(std::string_view type) const;
+    bool openEnded() const; // a soft line break at its end would swallow a line put behind it
+
+    // The value as text, with its escapes still in it: what separators are looked for in.
+    std::u16string value(const Context& context) const;
+    // Writes the value in the line's own encoding. Where that cannot hold it, the line gets CHARSET and ENCODING parameters.
+    void setValue(std::u16string_view escaped, const Context& context);
+    void addParam(std::string_view name, std::string_view value);
+    void removeParam(std::string_view name);
+
+private:
+    void parseHeader();
+    bool quotedPrintable() const;
+    bool base64() const;
+
+    std::string raw_;
+    std::string header_; // unfolded, in front of the colon
+    std::string body_;   // unfolded, behind the colon, still encoded
+    std::string eol_;
+    std::string name_, group_;
+    std::vector<Param> params_;
+};
+
+} // namespace mb::vcard

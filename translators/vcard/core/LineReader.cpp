@@ -1,0 +1,136 @@
+#include "LineReader.h"
+
+#include "Ascii.h"
+
+namespace mb::vcard {
+namespace {
+
+constexpr auto npos = std::string_view::npos;
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+std::string_view trimmed(std::string_view text)
+{
+    while (!text.empty() && isBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && (isBlank(text.back()) || text.back() == '\r')) text.remove_suffix(1);
+    return text;
+}
+
+// BEGIN:VCARD and END:VCARD, with a group or blanks around as some programs write them.
+bool isMarker(std::string_view content, std::string_view name)
+{
+    content = trimmed(content);
+    const std::size_t colon = content.find(':');
+    if (colon == npos || !equalFold(trimmed(content.substr(colon + 1)), "VCARD")) return false;
+    std::string_view head = trimmed(content.substr(0, colon));
+    return equalFold(head, name) || (head.size() > name.size() && head[head.size() - name.size() - 1] == '.' && endsWithFold(head, name));
+}
+
+RawLine::Kind kindOf(std::string_view content)
+{
+    if (trimmed(content).empty()) return RawLine::Kind::Blank;
+    if (isMarker(content, "BEGIN")) return RawLine::Kind::Begin;
+    if (isMarker(content, "END")) return RawLine::Kind::End;
+    return RawLine::Kind::Property;
+}
+
+bool headerHas(std::string_view line, std::string_view word)
+{
+    const std::string_view header = line.substr(0, line.find(':'));
+    for (std::size_t at = header.find(';'); at != npos; at = header.find(';', at + 1)) {
+        const std::string_view param = header.substr(at + 1, header.find(';', at + 1) - at - 1);
+        if (equalFold(trimmed(param.substr(param.find('=') == npos ? 0 : param.find('=') + 1)), word)) return true;
+    }
+    return false;
+}
+
+} // namespace
+
+LineReader::LineReader(std::string_view text, std::size_t firstNumber)
+    : text_(text), number_(firstNumber), lineEnd_(text.find('\n') == npos ? '\r' : '\n')
+{
+}
+
+LineReader::Physical LineReader::physicalAt(std::size_t at) const
+{
+    const std::size_t found = text_.find(lineEnd_, at);
+    if (found == npos) return {at, text_.size(), text_.size()};
+    std::size_t content = found;
+    while (content > at && text_[content - 1] == '\r') --content;
+    return {at, content, found + 1};
+}
+
+bool LineReader::continues(const RawLine& head, std::string_view last, std::string_view following) const
+{
+    if (head.kind != RawLine::Kind::Property || following.empty()) return false;
+    if (isBlank(following.front())) return true;
+    if (isMarker(following, "END") || isMarker(following, "BEGIN")) return false;
+    if (last.ends_with('=') && headerHas(head.bytes, "QUOTED-PRINTABLE")) return true;
+    if (following.find(':') != npos) return false;
+    return last.ends_with('\\') || headerHas(head.bytes, "BASE64") || headerHas(head.bytes, "B");
+}
+
+bool LineReader::next(RawLine& line)
+{
+    if (at_ >= text_.size()) return false;
+    Physical current = physicalAt(at_);
+    const std::size_t begin = current.begin;
+    std::string_view content = text_.substr(begin, current.contentEnd - begin);
+    line = {kindOf(content), content, number_++};
+    while (current.end < text_.size()) {
+        const Physical following = physicalAt(current.end);
+        const std::string_view followingContent = text_.substr(following.begin, following.contentEnd - following.begin);
+        if (!continues(line, content, followingContent)) break;
+        current = following;
+        content = followingContent;
+        ++number_;
+    }
+    at_ = current.end;
+    line.bytes = text_.substr(begin, current.end - begin);
+    return true;
+}
+
+ScanResult scanCards(std::string_view text)
+{
+    ScanResult result;
+    const auto fail = [&](std::size_t line, std::string message) {
+        result.cards.clear();
+        result.error = ParseError{line, std::move(message)};
+        return result;
+    };
+    LineReader reader(text);
+    RawLine line;
+    CardSpan card{};
+    int depth = 0;
+    while (reader.next(line)) {
+        const auto offset = static_cast<std::size_t>(line.bytes.data() - text.data());
+        if (line.bytes.find('\0') != npos) return fail(line.number, "a NUL byte stands in the text");
+        if (line.bytes.size() > kMaxLine) return fail(line.number, "the line is longer than 32 MiB");
+        switch (line.kind) {
+        case RawLine::Kind::Begin:
+            if (depth == 0) card = {offset, 0, line.number};
+            if (++depth > kMaxDepth) return fail(line.number, "cards stand in each other more than 32 deep");
+            break;
+        case RawLine::Kind::End:
+            if (depth == 0) return fail(line.number, "END:VCARD without BEGIN:VCARD");
+            if (--depth > 0) break;
+            card.end = offset + line.bytes.size();
+            result.cards.push_back(card);
+            break;
+        case RawLine::Kind::Property: {
+            if (depth == 0) return fail(line.number, "text outside of a card, BEGIN:VCARD is missing");
+            const std::size_t colon = line.bytes.find(':');
+            if (colon == npos) return fail(line.number, "no property: the line has no colon");
+            if (trimmed(line.bytes.substr(0, line.bytes.find_first_of(":;"))).empty())
+                return fail(line.number, "a property without a name");
+            break;
+        }
+        case RawLine::Kind::Blank: break;
+        }
+    }
+    if (depth > 0) return fail(card.line, "the card that begins here has no END:VCARD");
+    if (result.cards.empty()) return fail(1, "no card, BEGIN:VCARD is missing");
+    return result;
+}
+
+} // namespace mb::vcard

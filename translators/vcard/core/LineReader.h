@@ -1,0 +1,60 @@
+// Cuts the text of a vCard file into logical lines and cards, and says what is wrong with it and where.
+// Every byte of the text belongs to exactly one line, so the lines put together are the text again.
+#pragma once
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mb::vcard {
+
+inline constexpr std::size_t kMaxFile = 256u << 20; // octets
+inline constexpr std::size_t kMaxLine = 32u << 20;  // octets of one logical line
+inline constexpr int kMaxDepth = 32;                // cards inside cards
+
+struct RawLine {
+    enum class Kind { Property, Begin, End, Blank };
+    Kind kind = Kind::Blank;
+    std::string_view bytes; // with folds and line end
+    std::size_t number = 0; // of its first physical line, from 1
+};
+
+// One logical line: a physical line with what folding, a soft line break, base64 or a trailing backslash joins to it.
+class LineReader {
+public:
+    explicit LineReader(std::string_view text, std::size_t firstNumber = 1);
+    bool next(RawLine& line);
+
+private:
+    struct Physical {
+        std::size_t begin, contentEnd, end;
+    };
+    Physical physicalAt(std::size_t at) const;
+    bool continues(const RawLine& head, std::string_view last, std::string_view following) const;
+
+    std::string_view text_;
+    std::size_t at_ = 0;
+    std::size_t number_;
+    char lineEnd_; // LF; CR in a file that has no LF
+};
+
+struct ParseError {
+    std::size_t line;
+    std::string message;
+};
+
+struct CardSpan {
+    std::size_t begin, end; // offsets in the text: from BEGIN to the line end behind END
+    std::size_t line;
+};
+
+struct ScanResult {
+    std::vector<CardSpan> cards;
+    std::optional<ParseError> error;
+};
+
+// The cards of a whole file. An error means that no part of the file is to be trusted.
+ScanResult scanCards(std::string_view text);
+
+} // namespace mb::vcard

@@ -1,0 +1,120 @@
+#include "Transfer.h"
+
+#include <array>
+#include <cstdint>
+
+namespace mb::vcard {
+namespace {
+
+constexpr std::size_t kMaxLine = 75;
+constexpr std::string_view kHex = "0123456789ABCDEF";
+constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+int hexValue(char c)
+{
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return -1;
+}
+
+// The length of a line end at the position: CRs and an LF; 0 for none.
+std::size_t lineEndAt(std::string_view text, std::size_t at)
+{
+    std::size_t i = at;
+    while (i < text.size() && text[i] == '\r') ++i;
+    return i < text.size() && text[i] == '\n' ? i + 1 - at : 0;
+}
+
+constexpr std::array<std::int8_t, 256> kBase64Values = [] {
+    std::array<std::int8_t, 256> values{};
+    for (auto& v : values) v = -1;
+    for (std::size_t i = 0; i < kAlphabet.size(); ++i) values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::int8_t>(i);
+    return values;
+}();
+
+} // namespace
+
+std::string decodeQuotedPrintable(std::string_view text)
+{
+    std::string bytes;
+    bytes.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '=') {
+            bytes += text[i];
+            continue;
+        }
+        if (const std::size_t n = lineEndAt(text, i + 1)) {
+            i += n;
+            continue;
+        }
+        const int high = i + 1 < text.size() ? hexValue(text[i + 1]) : -1;
+        const int low = i + 2 < text.size() ? hexValue(text[i + 2]) : -1;
+        if (high < 0 || low < 0) {
+            bytes += '=';
+            continue;
+        }
+        bytes += static_cast<char>(high << 4 | low);
+        i += 2;
+    }
+    return bytes;
+}
+
+std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, std::string_view eol)
+{
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size();) {
+        // A unit is one octet as it stands, or a whole multi-byte sequence in hexadecimal.
+        std::string unit;
+        do {
+            const auto b = static_cast<unsigned char>(bytes[i]);
+            const bool edgeBlank = b == ' ' && i + 1 == bytes.size();
+            if (b > 32 && b < 127 && b != '=')
+                unit += static_cast<char>(b);
+            else if (b == ' ' && !edgeBlank)
+                unit += ' ';
+            else
+                unit += {'=', kHex[b >> 4], kHex[b & 15]};
+            ++i;
+        } while (i < bytes.size() && (static_cast<unsigned char>(bytes[i]) & 0xC0) == 0x80 && unit.size() < 12);
+        if (column + unit.size() + 1 > kMaxLine) {
+            text += '=';
+            text += eol;
+            column = 0;
+        }
+        text += unit;
+        column += unit.size();
+    }
+    return text;
+}
+
+std::string decodeBase64(std::string_view text)
+{
+    std::string bytes;
+    std::uint32_t bits = 0;
+    int count = 0;
+    for (const char c : text) {
+        const int value = kBase64Values[static_cast<unsigned char>(c)];
+        if (value < 0) continue;
+        bits = bits << 6 | static_cast<std::uint32_t>(value);
+        count += 6;
+        if (count >= 8) {
+            count -= 8;
+            bytes += static_cast<char>(bits >> count & 0xFF);
+        }
+    }
+    return bytes;
+}
+
+std::string encodeBase64(std::string_view bytes)
+{
+    std::string text;
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        const auto byte = [&](std::size_t k) { return i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0u; };
+        const std::uint32_t bits = byte(0) << 16 | byte(1) << 8 | byte(2);
+        for (std::size_t k = 0; k < 4; ++k) text += i + k <= bytes.size() ? kAlphabet[bits >> (18 - 6 * k) & 63] : '=';
+    }
+    return text;
+}
+
+} // namespace mb::vcard

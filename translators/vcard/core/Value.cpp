@@ -1,0 +1,132 @@
+#include "Value.h"
+
+#include "Charset.h"
+
+#include <algorithm>
+
+namespace mb::vcard {
+namespace {
+
+bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+
+bool hasEscapes(Version version, bool structured) { return version != Version::V21 || structured; }
+
+// Whether the text is eight digits in the places of a date.
+bool isDate(std::u16string_view digits)
+{
+    if (digits.size() != 8 || !std::all_of(digits.begin(), digits.end(), isDigit)) return false;
+    const int month = (digits[4] - u'0') * 10 + (digits[5] - u'0'), day = (digits[6] - u'0') * 10 + (digits[7] - u'0');
+    return month >= 1 && month <= 12 && day >= 1 && day <= 31;
+}
+
+std::u16string digitsOfDate(std::u16string_view text)
+{
+    const std::size_t time = text.find_first_of(u"Tt ");
+    const std::u16string_view date = text.substr(0, time);
+    if (date.size() == 8) return std::u16string(date);
+    if (date.size() != 10 || date[4] != u'-' || date[7] != u'-') return {};
+    return std::u16string(date.substr(0, 4)).append(date.substr(5, 2)).append(date.substr(8, 2));
+}
+
+} // namespace
+
+std::u16string unescape(std::u16string_view text, Version version, bool structured)
+{
+    if (!hasEscapes(version, structured)) return std::u16string(text);
+    const std::u16string_view known = version == Version::V21 ? u"\\;:," : u"\\;:,\"";
+    std::u16string plain;
+    plain.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != u'\\' || i + 1 == text.size()) {
+            plain += text[i];
+            continue;
+        }
+        const char16_t c = text[i + 1];
+        if (known.find(c) != known.npos)
+            plain += c;
+        else if ((c == u'n' || c == u'N') && version != Version::V21)
+            plain += u'\n';
+        else
+            plain.append({u'\\', c});
+        ++i;
+    }
+    return plain;
+}
+
+std::u16string escape(std::u16string_view text, Version version, bool structured)
+{
+    if (!hasEscapes(version, structured)) return std::u16string(text);
+    const std::u16string_view marked = version == Version::V21 ? u"\\;" : u"\\;,";
+    std::u16string escaped;
+    escaped.reserve(text.size());
+    for (const char16_t c : text) {
+        if (c == u'\n' && version != Version::V21) {
+            escaped += u"\\n";
+            continue;
+        }
+        if (marked.find(c) != marked.npos) escaped += u'\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
+std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t separator)
+{
+    std::vector<std::u16string> parts(1);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == separator) {
+            parts.emplace_back();
+            continue;
+        }
+        parts.back() += text[i];
+        if (text[i] == u'\\' && i + 1 < text.size()) parts.back() += text[++i];
+    }
+    return parts;
+}
+
+std::u16string join(const std::vector<std::u16string>& parts, std::u16string_view separator)
+{
+    std::u16string text;
+    for (std::size_t i = 0; i < parts.size(); ++i) text.append(i ? separator : std::u16string_view{}).append(parts[i]);
+    return text;
+}
+
+std::u16string trimBlanks(std::u16string_view text)
+{
+    while (text.starts_with(u' ')) text.remove_prefix(1);
+    while (text.ends_with(u' ')) text.remove_suffix(1);
+    return std::u16string(text);
+}
+
+std::u16string readDate(std::u16string_view text)
+{
+    const std::u16string digits = digitsOfDate(text);
+    if (!isDate(digits)) return std::u16string(text);
+    return digits.substr(0, 4) + u'-' + digits.substr(4, 2) + u'-' + digits.substr(6, 2);
+}
+
+std::u16string writeDate(std::u16string_view text, Version version, std::u16string_view before)
+{
+    const std::u16string digits = digitsOfDate(text);
+    if (!isDate(digits) || text.size() != 10) return std::u16string(text);
+    const bool basicBefore = before.size() >= 8 && before.substr(0, 8).find(u'-') == before.npos;
+    return version == Version::V40 || basicBefore ? digits : std::u16string(text);
+}
+
+std::u16string cleaned(std::u16string_view text)
+{
+    std::u16string clean;
+    clean.reserve(text.size());
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i];
+        if (c == u'\r') {
+            if (i + 1 == text.size() || text[i + 1] != u'\n') clean += u'\n';
+        } else if (c >= u' ' || c == u'\n' || c == u'\t') {
+            clean += c;
+        }
+    }
+    const bool surrogates = std::any_of(clean.begin(), clean.end(), [](char16_t c) { return c >= 0xD800 && c < 0xE000; });
+    return surrogates ? fromUtf8(toUtf8(clean)) : clean;
+}
+
+} // namespace mb::vcard

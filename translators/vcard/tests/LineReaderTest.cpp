@@ -1,0 +1,130 @@
+#include "LineReader.h"
+
+#include "FileText.h"
+#include "Samples.h"
+
+#include <gtest/gtest.h>
+
+namespace mb::vcard {
+namespace {
+
+std::vector<std::string> linesOf(std::string_view text)
+{
+    std::vector<std::string> lines;
+    LineReader reader(text);
+    for (RawLine line; reader.next(line);) lines.emplace_back(line.bytes);
+    return lines;
+}
+
+void expectError(std::string_view text, std::size_t line, std::string_view words)
+{
+    const ScanResult result = scanCards(text);
+    ASSERT_TRUE(result.error) << text;
+    EXPECT_EQ(result.error->line, line) << result.error->message;
+    EXPECT_NE(result.error->message.find(words), std::string::npos) << result.error->message;
+    EXPECT_TRUE(result.cards.empty());
+}
+
+TEST(LineReader, LinesPutTogetherAreTheText)
+{
+    for (const auto& [name, bytes] : samples()) {
+        const auto file = openText(bytes);
+        ASSERT_TRUE(file) << name;
+        std::string joined;
+        for (const std::string& line : linesOf(file->text)) joined += line;
+        EXPECT_EQ(joined, file->text) << name;
+    }
+}
+
+TEST(LineReader, JoinsFoldsSoftBreaksBase64AndBackslashes)
+{
+    EXPECT_EQ(linesOf("A:1\n 2\n\t3\nB:4\n").size(), 2u);
+    EXPECT_EQ(linesOf("A;ENCODING=QUOTED-PRINTABLE:1=\r\n2=\r\n3\r\nB:4\r\n").size(), 2u);
+    EXPECT_EQ(linesOf("A;QUOTED-PRINTABLE:1=\nB:=32\nC:4\n").size(), 2u);
+    EXPECT_EQ(linesOf("A:1=\nB:2\n").size(), 2u) << "no quoted-printable, no soft break";
+    EXPECT_EQ(linesOf("PHOTO;BASE64:\nAAAA\nBBBB\n\nB:1\n").size(), 3u);
+    EXPECT_EQ(linesOf("ADR:;;one\\\ntwo\\\nthree;c\nB:1\n").size(), 2u);
+    EXPECT_EQ(linesOf("A;ENCODING=QUOTED-PRINTABLE:1=\nEND:VCARD\n").size(), 2u) << "a soft break does not swallow the end";
+    EXPECT_EQ(linesOf("A:1\r\r\nB:2\r\r\n").size(), 2u);
+    EXPECT_EQ(linesOf("A:1\rB:2\r").size(), 2u);
+}
+
+TEST(LineReader, CutsFilesIntoCards)
+{
+    const ScanResult two = scanCards("BEGIN:VCARD\nN:1\nEND:VCARD\n\nbegin:vcard\nN:2\nend:vCard");
+    ASSERT_FALSE(two.error);
+    ASSERT_EQ(two.cards.size(), 2u);
+    EXPECT_EQ(two.cards[1].line, 5u);
+    const ScanResult nested = scanCards("BEGIN:VCARD\nAGENT:\nBEGIN:VCARD\nEND:VCARD\nEND:VCARD\n");
+    ASSERT_FALSE(nested.error);
+    EXPECT_EQ(nested.cards.size(), 1u);
+}
+
+TEST(LineReader, CountsTheCardsOfTheSamples)
+{
+    const std::map<std::string, std::size_t> counts = {{"ezvcard__John_Doe_ANDROID.vcf", 6},
+                                                       {"fkvcards__LargeFile.vcf", 1000},
+                                                       {"aosp__v21_nest.vcf", 1},
+                                                       {"fkvcards__v3.vcf", 2},
+                                                       {"inline30", 1}};
+    for (const auto& [name, bytes] : samples()) {
+        const ScanResult result = scanCards(openText(bytes)->text);
+        EXPECT_EQ(result.error.has_value(), name == "fkvcards__Empty.vcf") << name << ": " << (result.error ? result.error->message : "");
+        if (counts.contains(name)) { EXPECT_EQ(result.cards.size(), counts.at(name)) << name; }
+    }
+}
+
+TEST(LineReader, NamesTheLineOfWhatIsWrong)
+{
+    expectError("", 1, "no card");
+    expectError("\n\n", 1, "no card");
+    expectError("hello\n", 1, "outside");
+    expectError("BEGIN:VCARD\nN:1\n", 1, "no END");
+    expectError("BEGIN:VCARD\nN:1\nEND:VCARD\nBEGIN:VCARD\nN:2\n", 4, "no END");
+    expectError("BEGIN:VCARD\nN:1\n folded\nnonsense\nEND:VCARD\n", 4, "no colon");
+    expectError("BEGIN:VCARD\n:1\nEND:VCARD\n", 2, "without a name");
+    expectError("END:VCARD\n", 1, "END:VCARD");
+    expectError(std::string_view("BEGIN:VCARD\nN:\0\nEND:VCARD\n", 27), 2, "NUL");
+}
+
+TEST(LineReader, RefusesDeepNestingAndGiantLines)
+{
+    std::string deep;
+    for (int i = 0; i < 100000; ++i) deep += "BEGIN:VCARD\n";
+    expectError(deep, 33, "deep");
+    expectError("BEGIN:VCARD\nNOTE:" + std::string(kMaxLine, 'x') + "\nEND:VCARD\n", 2, "longer");
+}
+
+TEST(LineReader, TruncatedFilesNeverCrash)
+{
+    for (const auto& [name, bytes] : samples()) {
+        const std::size_t step = bytes.size() / 200 + 1;
+        for (std::size_t n = 0; n < bytes.size(); n += step)
+            if (const auto file = openText(bytes.substr(0, n))) {
+                const ScanResult result = scanCards(file->text);
+                EXPECT_NE(result.error.has_value(), !result.cards.empty()) << name << " cut at " << n;
+            }
+    }
+}
+
+TEST(FileText, KeepsEveryFormByteForByte)
+{
+    for (const auto& [name, bytes] : samples()) {
+        const auto file = openText(bytes);
+        ASSERT_TRUE(file) << name;
+        EXPECT_EQ(closeText(*file, file->text), bytes) << name;
+    }
+    const std::string noMark = utf16("BEGIN:VCARD", false).substr(2);
+    EXPECT_EQ(openText(noMark)->text, "BEGIN:VCARD");
+    EXPECT_EQ(closeText(*openText(noMark), "BEGIN:VCARD"), noMark);
+}
+
+TEST(FileText, RefusesBrokenUtf16)
+{
+    EXPECT_FALSE(openText(utf16("BEGIN:VCARD", false) + "x"));
+    EXPECT_FALSE(openText(std::string("\xFF\xFE\x00\xD8", 4)));
+    EXPECT_FALSE(openText(std::string("\xFE\xFF\xDC\x00", 4)));
+}
+
+} // namespace
+} // namespace mb::vcard
