@@ -1,0 +1,491 @@
+// The engine's component vocabulary: owning pointers, text, values, arrays, objects with aggregation, connection points.
+// Header-only and the same on both platforms; the runtime below it is the system's on Windows and libmbcom.so elsewhere.
+// No raw AddRef, Release or SysFreeString stands outside of this file.
+#pragma once
+#ifdef _WIN32
+#include <windows.h>
+
+#include <ocidl.h>
+#include <ole2.h>
+#include <oleauto.h>
+#else
+#include "posix/com_abi.h"
+#endif
+#include <algorithm>
+#include <atomic>
+#include <exception>
+#include <new>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace com {
+
+// A result code that stopped the work; becomes the return code at the interface.
+class Error final : public std::exception {
+public:
+    explicit Error(HRESULT hr) noexcept : hr_(hr) {}
+    [[nodiscard]] HRESULT code() const noexcept { return hr_; }
+    [[nodiscard]] const char* what() const noexcept override { return "com::Error"; }
+
+private:
+    HRESULT hr_;
+};
+
+inline void check(HRESULT hr)
+{
+    if (FAILED(hr)) throw Error(hr);
+}
+
+// The only way C++ code is entered from an interface method, and the only way the engine calls a plug-in: no exception passes.
+template <class F>
+[[nodiscard]] HRESULT guarded(F&& body) noexcept
+{
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<F>>) {
+            std::forward<F>(body)();
+            return S_OK;
+        } else {
+            return std::forward<F>(body)();
+        }
+    } catch (const Error& e) {
+        return e.code();
+    } catch (const std::bad_alloc&) {
+        return E_OUTOFMEMORY;
+    } catch (...) {
+        return E_UNEXPECTED;
+    }
+}
+
+// ---- Text -------------------------------------------------------------------------------------------------------------
+// OLECHAR is char16_t in one world and wchar_t in the other; both are 16 bits, and the module itself only knows char16_t.
+
+inline const OLECHAR* ole(const char16_t* s) noexcept { return reinterpret_cast<const OLECHAR*>(s); }
+inline std::u16string_view viewOf(const OLECHAR* s, std::size_t n) noexcept { return {reinterpret_cast<const char16_t*>(s), n}; }
+// A null BSTR is the empty text.
+inline std::u16string_view viewOf(BSTR s) noexcept { return s ? viewOf(s, SysStringLen(s)) : std::u16string_view{}; }
+inline std::u16string textOf(BSTR s) { return std::u16string(viewOf(s)); }
+
+class Bstr {
+public:
+    Bstr() noexcept = default;
+    explicit Bstr(std::u16string_view s) : s_(SysAllocStringLen(ole(s.data()), static_cast<UINT>(s.size())))
+    {
+        if (!s_) throw std::bad_alloc();
+    }
+    Bstr(const Bstr& o) : Bstr(o.view()) {}
+    Bstr(Bstr&& o) noexcept : s_(o.detach()) {}
+    Bstr& operator=(Bstr o) noexcept
+    {
+        std::swap(s_, o.s_);
+        return *this;
+    }
+    ~Bstr() { SysFreeString(s_); }
+
+    static Bstr attach(BSTR s) noexcept
+    {
+        Bstr r;
+        r.s_ = s;
+        return r;
+    }
+    [[nodiscard]] BSTR get() const noexcept { return s_; }
+    [[nodiscard]] BSTR detach() noexcept { return std::exchange(s_, nullptr); }
+    [[nodiscard]] BSTR* put() noexcept
+    {
+        SysFreeString(detach());
+        return &s_;
+    }
+    [[nodiscard]] BSTR* inOut() noexcept { return &s_; }
+    [[nodiscard]] std::u16string_view view() const noexcept { return viewOf(s_); }
+    [[nodiscard]] std::u16string text() const { return std::u16string(view()); }
+    [[nodiscard]] bool empty() const noexcept { return view().empty(); }
+
+private:
+    BSTR s_ = nullptr;
+};
+
+// Gives a new copy of the text to an out parameter.
+inline void give(BSTR* out, std::u16string_view text) { *out = Bstr(text).detach(); }
+
+// ---- Owning pointer ---------------------------------------------------------------------------------------------------
+
+template <class T>
+class Ptr {
+public:
+    Ptr() noexcept = default;
+    Ptr(std::nullptr_t) noexcept {}
+    Ptr(T* p) noexcept : p_(p)
+    {
+        if (p_) p_->AddRef();
+    }
+    Ptr(const Ptr& o) noexcept : Ptr(o.p_) {}
+    Ptr(Ptr&& o) noexcept : p_(std::exchange(o.p_, nullptr)) {}
+    template <class U>
+        requires std::is_convertible_v<U*, T*>
+    Ptr(const Ptr<U>& o) noexcept : Ptr(o.get())
+    {
+    }
+    ~Ptr() { reset(); }
+    Ptr& operator=(Ptr o) noexcept
+    {
+        std::swap(p_, o.p_);
+        return *this;
+    }
+
+    static Ptr attach(T* p) noexcept
+    {
+        Ptr r;
+        r.p_ = p;
+        return r;
+    }
+    [[nodiscard]] T* detach() noexcept { return std::exchange(p_, nullptr); }
+    void reset() noexcept
+    {
+        if (T* p = std::exchange(p_, nullptr)) p->Release();
+    }
+    [[nodiscard]] T* get() const noexcept { return p_; }
+    T* operator->() const noexcept { return p_; }
+    explicit operator bool() const noexcept { return p_ != nullptr; }
+    [[nodiscard]] T** put() noexcept
+    {
+        reset();
+        return &p_;
+    }
+    [[nodiscard]] void** putVoid() noexcept { return reinterpret_cast<void**>(put()); }
+    void copyTo(T** out) const noexcept { *out = Ptr(*this).detach(); }
+
+    // The same object by another interface; a missing one throws E_NOINTERFACE.
+    template <class U>
+    [[nodiscard]] Ptr<U> as() const
+    {
+        Ptr<U> r = tryAs<U>();
+        if (p_ && !r) throw Error(E_NOINTERFACE);
+        return r;
+    }
+    // The same; a missing one is null.
+    template <class U>
+    [[nodiscard]] Ptr<U> tryAs() const noexcept
+    {
+        Ptr<U> r;
+        if (p_ && FAILED(guarded([&] { return p_->QueryInterface(__uuidof(U), r.putVoid()); }))) (void)r.detach();
+        return r;
+    }
+
+private:
+    T* p_ = nullptr;
+};
+
+// ---- Values -----------------------------------------------------------------------------------------------------------
+
+class Variant : public VARIANT {
+public:
+    Variant() noexcept { VariantInit(this); }
+    explicit Variant(std::u16string_view s) : Variant()
+    {
+        bstrVal = Bstr(s).detach();
+        vt = VT_BSTR;
+    }
+    explicit Variant(LONG n) noexcept : Variant()
+    {
+        lVal = n;
+        vt = VT_I4;
+    }
+    explicit Variant(bool b) noexcept : Variant()
+    {
+        boolVal = b ? VARIANT_TRUE : VARIANT_FALSE;
+        vt = VT_BOOL;
+    }
+    explicit Variant(const VARIANT& o) : Variant() { check(VariantCopy(this, const_cast<VARIANT*>(&o))); }
+    Variant(const Variant& o) : Variant(static_cast<const VARIANT&>(o)) {}
+    Variant(Variant&& o) noexcept : VARIANT(o) { VariantInit(&o); }
+    Variant& operator=(Variant o) noexcept
+    {
+        std::swap(static_cast<VARIANT&>(*this), static_cast<VARIANT&>(o));
+        return *this;
+    }
+    ~Variant() { VariantClear(this); }
+    [[nodiscard]] VARIANT* put() noexcept
+    {
+        VariantClear(this);
+        return this;
+    }
+    VARIANT detach() noexcept
+    {
+        VARIANT v = *this;
+        VariantInit(this);
+        return v;
+    }
+    // The text of a VT_BSTR value; anything else counts as the empty text.
+    [[nodiscard]] std::u16string_view text() const noexcept { return vt == VT_BSTR ? viewOf(bstrVal) : std::u16string_view{}; }
+};
+
+// ---- Arrays -----------------------------------------------------------------------------------------------------------
+
+// An array in task memory: filled by put(), freed by this object, read as a span.
+template <class T>
+class TaskArray {
+public:
+    TaskArray() noexcept = default;
+    TaskArray(const TaskArray&) = delete;
+    TaskArray& operator=(const TaskArray&) = delete;
+    ~TaskArray() { CoTaskMemFree(p_); }
+    [[nodiscard]] T** put() noexcept
+    {
+        CoTaskMemFree(std::exchange(p_, nullptr));
+        return &p_;
+    }
+    [[nodiscard]] LONG* putCount() noexcept { return &n_; }
+    [[nodiscard]] std::span<const T> items() const noexcept { return {p_, p_ ? static_cast<std::size_t>(n_) : 0}; }
+    [[nodiscard]] T* data() const noexcept { return p_; }
+    [[nodiscard]] LONG size() const noexcept { return n_; }
+
+private:
+    T* p_ = nullptr;
+    LONG n_ = 0;
+};
+
+// Gives a copy of the items in task memory to an out parameter; no items give null.
+template <class T>
+HRESULT giveArray(std::span<const T> items, LONG* count, T** out) noexcept
+{
+    *count = 0;
+    *out = nullptr;
+    if (items.empty()) return S_OK;
+    auto* p = static_cast<T*>(CoTaskMemAlloc(items.size() * sizeof(T)));
+    if (!p) return E_OUTOFMEMORY;
+    std::copy(items.begin(), items.end(), p);
+    *out = p;
+    *count = static_cast<LONG>(items.size());
+    return S_OK;
+}
+
+// A one-dimensional SAFEARRAY of BSTR with lower bound 0 from texts, and the texts of such an array (null gives none).
+inline SAFEARRAY* makeTextArray(std::span<const std::u16string> texts)
+{
+    SAFEARRAY* a = SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(texts.size()));
+    if (!a) throw std::bad_alloc();
+    void* data = nullptr;
+    HRESULT hr = SafeArrayAccessData(a, &data);
+    if (SUCCEEDED(hr)) {
+        hr = guarded([&] {
+            for (std::size_t i = 0; i < texts.size(); ++i) static_cast<BSTR*>(data)[i] = Bstr(texts[i]).detach();
+        });
+        SafeArrayUnaccessData(a);
+    }
+    if (FAILED(hr)) {
+        SafeArrayDestroy(a);
+        throw Error(hr);
+    }
+    return a;
+}
+
+inline std::vector<std::u16string> textArray(SAFEARRAY* a)
+{
+    std::vector<std::u16string> texts;
+    void* data = nullptr;
+    LONG low = 0, high = -1;
+    if (!a || FAILED(SafeArrayGetLBound(a, 1, &low)) || FAILED(SafeArrayGetUBound(a, 1, &high))) return texts;
+    check(SafeArrayAccessData(a, &data));
+    const HRESULT hr = guarded([&] {
+        for (LONG i = 0; i <= high - low; ++i) texts.push_back(textOf(static_cast<BSTR*>(data)[i]));
+    });
+    SafeArrayUnaccessData(a);
+    check(hr);
+    return texts;
+}
+
+// ---- Identifiers ------------------------------------------------------------------------------------------------------
+
+// Braces, upper case, 38 characters.
+inline std::u16string guidText(REFGUID guid)
+{
+    OLECHAR buffer[40] = {};
+    const int n = StringFromGUID2(guid, buffer, 40);
+    return std::u16string(viewOf(buffer, n > 0 ? static_cast<std::size_t>(n) - 1 : 0));
+}
+
+inline HRESULT parseGuid(std::u16string_view text, GUID* out)
+{
+    const std::u16string zeroEnded(text);
+    return CLSIDFromString(const_cast<OLECHAR*>(ole(zeroEnded.c_str())), out);
+}
+
+inline GUID newGuid()
+{
+    GUID guid{};
+    check(CoCreateGuid(&guid));
+    return guid;
+}
+
+// ---- Objects ----------------------------------------------------------------------------------------------------------
+
+inline std::atomic<LONG> moduleLocks{0}; // objects and server locks alive: DllCanUnloadNow
+
+// The late-bound half of a dual interface: names and calls by number, answered from the type information of I.
+HRESULT dispatchTypeInfoCount(REFIID iid, UINT* count) noexcept;
+HRESULT dispatchTypeInfo(REFIID iid, UINT index, LCID lcid, ITypeInfo** info) noexcept;
+HRESULT dispatchIds(REFIID iid, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids) noexcept;
+HRESULT dispatchInvoke(REFIID iid, IDispatch* object, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params, VARIANT* result,
+                       EXCEPINFO* excep, UINT* argErr) noexcept;
+
+// A dual interface with its four late-bound slots filled in.
+template <class I>
+class Dual : public I {
+public:
+    using Interface = I;
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) final { return dispatchTypeInfoCount(__uuidof(I), count); }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID lcid, ITypeInfo** info) final
+    {
+        return dispatchTypeInfo(__uuidof(I), index, lcid, info);
+    }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids) final
+    {
+        return dispatchIds(__uuidof(I), names, count, lcid, ids);
+    }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID lcid, WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO* excep,
+                                     UINT* argErr) final
+    {
+        return dispatchInvoke(__uuidof(I), this, id, lcid, flags, params, result, excep, argErr);
+    }
+};
+
+template <class I>
+struct InterfaceOf {
+    using type = I;
+};
+template <class I>
+struct InterfaceOf<Dual<I>> {
+    using type = I;
+};
+
+// An object of the listed interfaces, usable alone or inside an outer object. A class derives from it, takes the outer object
+// in its constructor, and is made by create<T>. A dual interface is listed as Dual<I>; the first of them answers for IDispatch.
+template <class First, class... Rest>
+class Object : public First, public Rest... {
+public:
+    Object(const Object&) = delete;
+    Object& operator=(const Object&) = delete;
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** out) final { return outer_->QueryInterface(riid, out); }
+    ULONG STDMETHODCALLTYPE AddRef() final { return outer_->AddRef(); }
+    ULONG STDMETHODCALLTYPE Release() final { return outer_->Release(); }
+
+protected:
+    explicit Object(IUnknown* outer) noexcept : outer_(outer ? outer : &inner_)
+    {
+        inner_.self = this;
+        ++moduleLocks;
+    }
+    virtual ~Object() { --moduleLocks; }
+    // An interface that the list does not name, answered by a part of the object; it must count on the object itself.
+    virtual IUnknown* findOther(REFIID) noexcept { return nullptr; }
+    // The identity under which callers know the object: its own, or the outer's.
+    [[nodiscard]] IUnknown* controlling() const noexcept { return outer_; }
+
+private:
+    template <class T>
+    friend HRESULT create(IUnknown*, REFIID, void**) noexcept;
+    struct Inner final : IUnknown { // the object's own identity and count
+        Object* self = nullptr;
+        std::atomic<ULONG> refs{1};
+        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** out) override
+        {
+            if (!out) return E_POINTER;
+            *out = riid == __uuidof(IUnknown) ? static_cast<IUnknown*>(this) : self->find(riid);
+            if (!*out) return E_NOINTERFACE;
+            static_cast<IUnknown*>(*out)->AddRef(); // through the pointer handed out: an aggregate counts on its outer
+            return S_OK;
+        }
+        ULONG STDMETHODCALLTYPE AddRef() override { return ++refs; }
+        ULONG STDMETHODCALLTYPE Release() override
+        {
+            const ULONG left = --refs;
+            if (left == 0) {
+                refs = 1; // a callback during destruction must not delete twice
+                delete self;
+            }
+            return left;
+        }
+    };
+    void* find(REFIID riid) noexcept
+    {
+        void* hit = nullptr;
+        auto match = [&]<class I>(I* i) {
+            if (hit) return;
+            if (riid == __uuidof(typename InterfaceOf<I>::type)) hit = i;
+            if constexpr (std::is_base_of_v<IDispatch, I>)
+                if (riid == __uuidof(IDispatch)) hit = static_cast<IDispatch*>(i);
+        };
+        match(static_cast<First*>(this));
+        (match(static_cast<Rest*>(this)), ...);
+        return hit ? hit : findOther(riid);
+    }
+    Inner inner_{};
+    IUnknown* outer_;
+};
+
+template <class T>
+HRESULT create(IUnknown* outer, REFIID riid, void** out) noexcept
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (outer && riid != __uuidof(IUnknown)) return E_NOINTERFACE;
+    return guarded([&] {
+        auto* made = new T(outer);
+        const HRESULT hr = made->inner_.QueryInterface(riid, out);
+        made->inner_.Release();
+        return hr;
+    });
+}
+
+// Makes an object of the module and keeps hold of its class: for code that needs more than its interfaces.
+template <class T>
+Ptr<T> make()
+{
+    return Ptr<T>::attach(new T(nullptr)); // a new object holds one reference, its maker's
+}
+
+// ---- Classes ----------------------------------------------------------------------------------------------------------
+
+struct ClassEntry {
+    const CLSID* clsid;
+    const char16_t* progId;      // version-independent, as in "MBSync.TrManager"
+    const char16_t* description; // for the registry
+    HRESULT (*create)(IUnknown* outer, REFIID riid, void** out) noexcept;
+};
+
+class Factory final : public Object<IClassFactory> {
+public:
+    explicit Factory(IUnknown* outer) noexcept : Object(outer) {}
+    const ClassEntry* entry = nullptr;
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** out) override { return entry->create(outer, riid, out); }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override
+    {
+        moduleLocks += lock ? 1 : -1;
+        return S_OK;
+    }
+};
+
+inline HRESULT getClassObject(std::span<const ClassEntry> table, REFCLSID clsid, REFIID riid, void** out) noexcept
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    for (const ClassEntry& e : table)
+        if (*e.clsid == clsid) return guarded([&] {
+            Ptr<Factory> factory = make<Factory>();
+            factory->entry = &e;
+            return factory->QueryInterface(riid, out);
+        });
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+
+// An object of a class of the component runtime.
+template <class I>
+HRESULT createInstance(REFCLSID clsid, Ptr<I>& out, DWORD context = CLSCTX_ALL) noexcept
+{
+    return guarded([&] { return CoCreateInstance(clsid, nullptr, context, __uuidof(I), out.putVoid()); });
+}
+
+} // namespace com
