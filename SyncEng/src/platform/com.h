@@ -41,8 +41,7 @@ inline void check(HRESULT hr)
 }
 
 // The only way C++ code is entered from an interface method, and the only way the engine calls a plug-in: no exception passes.
-template <class F>
-[[nodiscard]] HRESULT guarded(F&& body) noexcept
+template <class F> [[nodiscard]] HRESULT guarded(F&& body) noexcept
 {
     try {
         if constexpr (std::is_void_v<std::invoke_result_t<F>>) {
@@ -112,8 +111,7 @@ inline void give(BSTR* out, std::u16string_view text) { *out = Bstr(text).detach
 
 // ---- Owning pointer ---------------------------------------------------------------------------------------------------
 
-template <class T>
-class Ptr {
+template <class T> class Ptr {
 public:
     Ptr() noexcept = default;
     Ptr(std::nullptr_t) noexcept {}
@@ -124,10 +122,8 @@ public:
     Ptr(const Ptr& o) noexcept : Ptr(o.p_) {}
     Ptr(Ptr&& o) noexcept : p_(std::exchange(o.p_, nullptr)) {}
     template <class U>
-        requires std::is_convertible_v<U*, T*>
-    Ptr(const Ptr<U>& o) noexcept : Ptr(o.get())
-    {
-    }
+    requires std::is_convertible_v<U*, T*> Ptr(const Ptr<U>& o)
+    noexcept : Ptr(o.get()) {}
     ~Ptr() { reset(); }
     Ptr& operator=(Ptr o) noexcept
     {
@@ -158,16 +154,14 @@ public:
     void copyTo(T** out) const noexcept { *out = Ptr(*this).detach(); }
 
     // The same object by another interface; a missing one throws E_NOINTERFACE.
-    template <class U>
-    [[nodiscard]] Ptr<U> as() const
+    template <class U> [[nodiscard]] Ptr<U> as() const
     {
         Ptr<U> r = tryAs<U>();
         if (p_ && !r) throw Error(E_NOINTERFACE);
         return r;
     }
     // The same; a missing one is null.
-    template <class U>
-    [[nodiscard]] Ptr<U> tryAs() const noexcept
+    template <class U> [[nodiscard]] Ptr<U> tryAs() const noexcept
     {
         Ptr<U> r;
         if (p_ && FAILED(guarded([&] { return p_->QueryInterface(__uuidof(U), r.putVoid()); }))) (void)r.detach();
@@ -225,8 +219,7 @@ public:
 // ---- Arrays -----------------------------------------------------------------------------------------------------------
 
 // An array in task memory: filled by put(), freed by this object, read as a span.
-template <class T>
-class TaskArray {
+template <class T> class TaskArray {
 public:
     TaskArray() noexcept = default;
     TaskArray(const TaskArray&) = delete;
@@ -248,8 +241,7 @@ private:
 };
 
 // Gives a copy of the items in task memory to an out parameter; no items give null.
-template <class T>
-HRESULT giveArray(std::span<const T> items, LONG* count, T** out) noexcept
+template <class T> HRESULT giveArray(std::span<const T> items, LONG* count, T** out) noexcept
 {
     *count = 0;
     *out = nullptr;
@@ -332,8 +324,7 @@ HRESULT dispatchInvoke(REFIID iid, IDispatch* object, DISPID id, LCID lcid, WORD
                        EXCEPINFO* excep, UINT* argErr) noexcept;
 
 // A dual interface with its four late-bound slots filled in.
-template <class I>
-class Dual : public I {
+template <class I> class Dual : public I {
 public:
     using Interface = I;
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) final { return dispatchTypeInfoCount(__uuidof(I), count); }
@@ -352,19 +343,16 @@ public:
     }
 };
 
-template <class I>
-struct InterfaceOf {
+template <class I> struct InterfaceOf {
     using type = I;
 };
-template <class I>
-struct InterfaceOf<Dual<I>> {
+template <class I> struct InterfaceOf<Dual<I>> {
     using type = I;
 };
 
 // An object of the listed interfaces, usable alone or inside an outer object. A class derives from it, takes the outer object
 // in its constructor, and is made by create<T>. A dual interface is listed as Dual<I>; the first of them answers for IDispatch.
-template <class First, class... Rest>
-class Object : public First, public Rest... {
+template <class First, class... Rest> class Object : public First, public Rest... {
 public:
     Object(const Object&) = delete;
     Object& operator=(const Object&) = delete;
@@ -373,9 +361,9 @@ public:
     ULONG STDMETHODCALLTYPE Release() final { return outer_->Release(); }
 
 protected:
-    explicit Object(IUnknown* outer) noexcept : outer_(outer ? outer : &inner_)
+    explicit Object(IUnknown* outer) noexcept : outer_(outer ? outer : &ownUnknown_)
     {
-        inner_.self = this;
+        ownUnknown_.self = this;
         ++moduleLocks;
     }
     virtual ~Object() { --moduleLocks; }
@@ -385,8 +373,7 @@ protected:
     [[nodiscard]] IUnknown* controlling() const noexcept { return outer_; }
 
 private:
-    template <class T>
-    friend HRESULT create(IUnknown*, REFIID, void**) noexcept;
+    template <class T> friend HRESULT create(IUnknown*, REFIID, void**) noexcept;
     struct Inner final : IUnknown { // the object's own identity and count
         Object* self = nullptr;
         std::atomic<ULONG> refs{1};
@@ -422,27 +409,25 @@ private:
         (match(static_cast<Rest*>(this)), ...);
         return hit ? hit : findOther(riid);
     }
-    Inner inner_{};
+    Inner ownUnknown_{};
     IUnknown* outer_;
 };
 
-template <class T>
-HRESULT create(IUnknown* outer, REFIID riid, void** out) noexcept
+template <class T> HRESULT create(IUnknown* outer, REFIID riid, void** out) noexcept
 {
     if (!out) return E_POINTER;
     *out = nullptr;
     if (outer && riid != __uuidof(IUnknown)) return E_NOINTERFACE;
     return guarded([&] {
         auto* made = new T(outer);
-        const HRESULT hr = made->inner_.QueryInterface(riid, out);
-        made->inner_.Release();
+        const HRESULT hr = made->ownUnknown_.QueryInterface(riid, out);
+        made->ownUnknown_.Release();
         return hr;
     });
 }
 
 // Makes an object of the module and keeps hold of its class: for code that needs more than its interfaces.
-template <class T>
-Ptr<T> make()
+template <class T> Ptr<T> make()
 {
     return Ptr<T>::attach(new T(nullptr)); // a new object holds one reference, its maker's
 }
@@ -473,17 +458,17 @@ inline HRESULT getClassObject(std::span<const ClassEntry> table, REFCLSID clsid,
     if (!out) return E_POINTER;
     *out = nullptr;
     for (const ClassEntry& e : table)
-        if (*e.clsid == clsid) return guarded([&] {
-            Ptr<Factory> factory = make<Factory>();
-            factory->entry = &e;
-            return factory->QueryInterface(riid, out);
-        });
+        if (*e.clsid == clsid)
+            return guarded([&] {
+                Ptr<Factory> factory = make<Factory>();
+                factory->entry = &e;
+                return factory->QueryInterface(riid, out);
+            });
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
 // An object of a class of the component runtime.
-template <class I>
-HRESULT createInstance(REFCLSID clsid, Ptr<I>& out, DWORD context = CLSCTX_ALL) noexcept
+template <class I> HRESULT createInstance(REFCLSID clsid, Ptr<I>& out, DWORD context = CLSCTX_ALL) noexcept
 {
     return guarded([&] { return CoCreateInstance(clsid, nullptr, context, __uuidof(I), out.putVoid()); });
 }

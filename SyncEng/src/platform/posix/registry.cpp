@@ -1,0 +1,312 @@
+// The registry as one text file. A change takes the lock, reads the file, edits, writes a new file beside it and renames it.
+#include "registry.h"
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <map>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <variant>
+
+namespace platform {
+namespace {
+
+namespace fs = std::filesystem;
+using Value = std::variant<std::string, std::uint32_t>;
+
+std::string utf8(std::u16string_view text)
+{
+    const auto u8 = fs::path(text).u8string();
+    return {u8.begin(), u8.end()};
+}
+
+std::u16string utf16(const std::string& text) { return fs::path(std::u8string(text.begin(), text.end())).u16string(); }
+
+// Names ignore the case of ASCII letters, which is all that key and value names here hold.
+struct NoCase {
+    bool operator()(const std::string& a, const std::string& b) const noexcept
+    {
+        auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+        return std::lexicographical_compare(a.begin(), a.end(), b.begin(), b.end(), [&](char x, char y) { return lower(x) < lower(y); });
+    }
+};
+using Values = std::map<std::string, Value, NoCase>;
+using Keys = std::map<std::string, Values, NoCase>; // by full path, root first
+
+std::string rootName(Root root)
+{
+    switch (root) {
+    case Root::ClassesRoot: return "HKEY_CLASSES_ROOT";
+    case Root::CurrentUser: return "HKEY_CURRENT_USER";
+    case Root::LocalMachine: return "HKEY_LOCAL_MACHINE";
+    case Root::Users: return "HKEY_USERS";
+    }
+    return {};
+}
+
+std::string fullPath(Root root, std::u16string_view path)
+{
+    while (path.ends_with(u'\\')) path.remove_suffix(1);
+    return path.empty() ? rootName(root) : rootName(root) + "\\" + utf8(path);
+}
+
+std::string escaped(const std::string& text)
+{
+    std::string out;
+    for (const char c : text) {
+        if (c == '\\' || c == '"') out += '\\';
+        if (c == '\n')
+            out += "\\n";
+        else if (c == '\r')
+            out += "\\r";
+        else
+            out += c;
+    }
+    return out;
+}
+
+// Reads a quoted text that begins at `at`; leaves `at` behind the closing quote.
+bool readQuoted(const std::string& line, std::size_t& at, std::string& out)
+{
+    if (at >= line.size() || line[at] != '"') return false;
+    for (++at; at < line.size(); ++at) {
+        if (line[at] == '"') {
+            ++at;
+            return true;
+        }
+        if (line[at] == '\\' && at + 1 < line.size()) {
+            const char c = line[++at];
+            out += c == 'n' ? '\n' : c == 'r' ? '\r' : c;
+        } else
+            out += line[at];
+    }
+    return false;
+}
+
+// A line that cannot be read is passed over: one bad line must not cost the others.
+void readValue(const std::string& line, Values& values)
+{
+    std::string name, text;
+    std::size_t at = 0;
+    if (line[0] == '@')
+        at = 1;
+    else if (!readQuoted(line, at, name))
+        return;
+    if (at >= line.size() || line[at] != '=') return;
+    ++at;
+    if (line.compare(at, 6, "dword:") == 0) {
+        char* end = nullptr;
+        const auto n = std::strtoul(line.c_str() + at + 6, &end, 16);
+        if (end != line.c_str() + at + 6) values[name] = static_cast<std::uint32_t>(n);
+    } else if (readQuoted(line, at, text))
+        values[name] = text;
+}
+
+Keys load(const fs::path& file)
+{
+    Keys keys;
+    std::ifstream in(file, std::ios::binary);
+    std::string line;
+    Values* current = nullptr;
+    while (std::getline(in, line)) {
+        if (line.ends_with('\r')) line.pop_back();
+        if (line.size() > 2 && line.front() == '[' && line.back() == ']')
+            current = &keys[line.substr(1, line.size() - 2)];
+        else if (current && !line.empty())
+            readValue(line, *current);
+    }
+    return keys;
+}
+
+bool writeAll(int fd, const std::string& text)
+{
+    for (std::size_t done = 0; done < text.size();) {
+        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        done += static_cast<std::size_t>(n);
+    }
+    return true;
+}
+
+bool save(const fs::path& file, const Keys& keys)
+{
+    std::string text = "Windows Registry Editor Version 5.00\n";
+    for (const auto& [path, values] : keys) {
+        text += "\n[" + path + "]\n";
+        for (const auto& [name, value] : values) {
+            text += name.empty() ? "@=" : "\"" + escaped(name) + "\"=";
+            if (const auto* n = std::get_if<std::uint32_t>(&value)) {
+                char digits[16];
+                std::snprintf(digits, sizeof digits, "dword:%08x\n", *n);
+                text += digits;
+            } else
+                text += "\"" + escaped(std::get<std::string>(value)) + "\"\n";
+        }
+    }
+    const fs::path temporary = file.native() + ".new";
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0) return false;
+    const bool written = writeAll(fd, text) && ::fsync(fd) == 0;
+    const bool closed = ::close(fd) == 0;
+    if (written && closed && ::rename(temporary.c_str(), file.c_str()) == 0) return true;
+    ::unlink(temporary.c_str());
+    return false;
+}
+
+// Holds the lock file while a change is made; the data file itself is replaced and so cannot carry the lock.
+class Lock {
+public:
+    explicit Lock(const fs::path& file)
+    {
+        std::error_code ignored;
+        fs::create_directories(file.parent_path(), ignored);
+        fd_ = ::open((file.native() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        while (fd_ >= 0 && ::flock(fd_, LOCK_EX) != 0)
+            if (errno != EINTR) {
+                ::close(fd_);
+                fd_ = -1;
+            }
+    }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    ~Lock()
+    {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    explicit operator bool() const noexcept { return fd_ >= 0; }
+
+private:
+    int fd_ = -1;
+};
+
+bool change(const std::function<bool(Keys&)>& edit)
+{
+    const fs::path file = registryFile();
+    const Lock lock(file);
+    if (!lock) return false;
+    Keys keys = load(file);
+    return edit(keys) && save(file, keys);
+}
+
+bool isBelow(const std::string& path, const std::string& key)
+{
+    if (path.size() <= key.size() || path[key.size()] != '\\') return false;
+    const std::string head = path.substr(0, key.size());
+    return !NoCase{}(head, key) && !NoCase{}(key, head);
+}
+
+bool exists(const Keys& keys, const std::string& path)
+{
+    if (path.find('\\') == std::string::npos || keys.contains(path)) return true;
+    const auto next = keys.upper_bound(path + "\\");
+    return next != keys.end() && isBelow(next->first, path);
+}
+
+bool addKey(Keys& keys, const std::string& path, bool withParents)
+{
+    const auto slash = path.rfind('\\');
+    if (slash == std::string::npos) return true;
+    const std::string parent = path.substr(0, slash);
+    if (withParents ? !addKey(keys, parent, true) : !exists(keys, parent)) return false;
+    keys[path];
+    return true;
+}
+
+} // namespace
+
+std::filesystem::path registryFile()
+{
+    if (const char* file = std::getenv("MB_REGISTRY"); file && *file) return file;
+    if (const char* folder = std::getenv("XDG_CONFIG_HOME"); folder && *folder) return fs::path(folder) / "zorel" / "mbsync.reg";
+    const char* home = std::getenv("HOME");
+    return fs::path(home && *home ? home : "/") / ".config" / "zorel" / "mbsync.reg";
+}
+
+std::optional<RegistryKey> RegistryKey::open(Root root, std::u16string_view path)
+{
+    if (!exists(load(registryFile()), fullPath(root, path))) return std::nullopt;
+    return RegistryKey(root, std::u16string(path));
+}
+
+std::optional<RegistryKey> RegistryKey::create(Root root, std::u16string_view path)
+{
+    if (!change([&](Keys& keys) { return addKey(keys, fullPath(root, path), false); })) return std::nullopt;
+    return RegistryKey(root, std::u16string(path));
+}
+
+bool createKeyPath(Root root, std::u16string_view path)
+{
+    if (path.find(u'\\') == std::u16string_view::npos) return false;
+    return change([&](Keys& keys) { return addKey(keys, fullPath(root, path), true); });
+}
+
+bool RegistryKey::remove(Root root, std::u16string_view path)
+{
+    const std::string key = fullPath(root, path);
+    return change([&](Keys& keys) {
+        return std::erase_if(keys, [&](const auto& entry) {
+                   return isBelow(entry.first, key) || (!NoCase{}(entry.first, key) && !NoCase{}(key, entry.first));
+               }) > 0;
+    });
+}
+
+std::optional<std::u16string> RegistryKey::text(std::u16string_view name) const
+{
+    const Keys keys = load(registryFile());
+    const auto key = keys.find(fullPath(root_, path_));
+    if (key == keys.end()) return std::nullopt;
+    const auto value = key->second.find(utf8(name));
+    if (value == key->second.end() || !std::holds_alternative<std::string>(value->second)) return std::nullopt;
+    return utf16(std::get<std::string>(value->second));
+}
+
+std::optional<std::uint32_t> RegistryKey::number(std::u16string_view name) const
+{
+    const Keys keys = load(registryFile());
+    const auto key = keys.find(fullPath(root_, path_));
+    if (key == keys.end()) return std::nullopt;
+    const auto value = key->second.find(utf8(name));
+    if (value == key->second.end() || !std::holds_alternative<std::uint32_t>(value->second)) return std::nullopt;
+    return std::get<std::uint32_t>(value->second);
+}
+
+std::vector<std::u16string> RegistryKey::subkeys() const
+{
+    const Keys keys = load(registryFile());
+    const std::string key = fullPath(root_, path_);
+    std::vector<std::u16string> names;
+    for (auto at = keys.upper_bound(key + "\\"); at != keys.end() && isBelow(at->first, key); ++at) {
+        const auto end = at->first.find('\\', key.size() + 1);
+        const std::u16string name = utf16(at->first.substr(key.size() + 1, end == std::string::npos ? end : end - key.size() - 1));
+        if (names.empty() || names.back() != name) names.push_back(name);
+    }
+    return names;
+}
+
+bool RegistryKey::setText(std::u16string_view name, std::u16string_view value) const
+{
+    return change([&](Keys& keys) {
+        keys[fullPath(root_, path_)][utf8(name)] = utf8(value);
+        return true;
+    });
+}
+
+bool RegistryKey::setNumber(std::u16string_view name, std::uint32_t value) const
+{
+    return change([&](Keys& keys) {
+        keys[fullPath(root_, path_)][utf8(name)] = value;
+        return true;
+    });
+}
+
+bool RegistryKey::removeValue(std::u16string_view name) const
+{
+    return change([&](Keys& keys) { return keys[fullPath(root_, path_)].erase(utf8(name)) > 0; });
+}
+
+} // namespace platform
