@@ -29,19 +29,6 @@ Version versionOf(std::string_view text)
     return Version::V30;
 }
 
-std::string_view lineEndOf(std::string_view text)
-{
-    std::size_t end = text.find_first_of("\r\n");
-    if (end == text.npos) return "\r\n";
-    const std::size_t begin = end;
-    while (end < text.size() && text[end] == '\r') ++end;
-    if (end < text.size() && text[end] == '\n') ++end;
-    const std::string_view found = text.substr(begin, end - begin);
-    for (const std::string_view known : {"\r\n", "\n", "\r\r\n", "\r"})
-        if (found == known) return known;
-    return "\r\n";
-}
-
 bool isUri(const Line& line) { return line.param("VALUE") && equalFold(*line.param("VALUE"), "URI"); }
 
 bool startsWithTel(std::u16string_view text)
@@ -108,9 +95,13 @@ Card Card::parse(std::string_view text)
     return card;
 }
 
-Card Card::make(std::string_view uuid)
+Card Card::make(std::string_view uuid, std::string_view eol)
 {
-    return parse("BEGIN:VCARD\r\nVERSION:4.0\r\nUID:urn:uuid:" + std::string(uuid) + "\r\nEND:VCARD\r\n");
+    std::string text;
+    for (const std::string& line :
+         {std::string("BEGIN:VCARD"), std::string("VERSION:4.0"), "UID:urn:uuid:" + std::string(uuid), std::string("END:VCARD")})
+        text.append(line).append(eol);
+    return parse(text);
 }
 
 std::string Card::bytes() const
@@ -309,6 +300,7 @@ void Card::add(const Field& field, const std::u16string& text)
     line.setValue(compose(field, line, text), context_);
     // In front of END, or of a line that would swallow the new one.
     std::size_t at = lines_.size() - 1;
+    while (at > 1 && lines_[at].raw().find_first_not_of(" \t\r\n") == std::string::npos) --at; // blank lines behind END
     while (at > 1 && lines_[at - 1].openEnded()) --at;
     const Slots before = slots_;
     lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), line);

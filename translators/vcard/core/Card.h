@@ -15,8 +15,8 @@ namespace mb::vcard {
 
 class Card {
 public:
-    static Card parse(std::string_view text); // the text of one card, as scanCards cuts it
-    static Card make(std::string_view uuid);  // a new card of version 4.0
+    static Card parse(std::string_view text);                               // the text of one card, as scanCards cuts it
+    static Card make(std::string_view uuid, std::string_view eol = "\r\n"); // a new card of version 4.0
 
     std::string bytes() const;
     std::string uid() const;     // empty for none

@@ -46,6 +46,19 @@ bool headerHas(std::string_view line, std::string_view word)
 
 } // namespace
 
+std::string_view lineEndOf(std::string_view text)
+{
+    std::size_t end = text.find_first_of("\r\n");
+    if (end == npos) return "\r\n";
+    const std::size_t begin = end;
+    while (end < text.size() && text[end] == '\r') ++end;
+    if (end < text.size() && text[end] == '\n') ++end;
+    const std::string_view found = text.substr(begin, end - begin);
+    for (const std::string_view known : {"\r\n", "\n", "\r\r\n", "\r"})
+        if (found == known) return known;
+    return "\r\n";
+}
+
 LineReader::LineReader(std::string_view text, std::size_t firstNumber)
     : text_(text), number_(firstNumber), lineEnd_(text.find('\n') == npos ? '\r' : '\n')
 {

@@ -13,6 +13,9 @@ inline constexpr std::size_t kMaxFile = 256u << 20; // octets
 inline constexpr std::size_t kMaxLine = 32u << 20;  // octets of one logical line
 inline constexpr int kMaxDepth = 32;                // cards inside cards
 
+// The line end of the first line; CR LF if there is none.
+std::string_view lineEndOf(std::string_view text);
+
 struct RawLine {
     enum class Kind { Property, Begin, End, Blank };
     Kind kind = Kind::Blank;

@@ -313,6 +313,11 @@ TEST(Card, ANewLineIsNotSwallowedByASoftBreak)
               Card::parse("BEGIN:VCARD\nVERSION:2.1\nNOTE;ENCODING=QUOTED-PRINTABLE:x=\nEND:VCARD\n").get(18));
 }
 
+TEST(Card, ANewLineStandsBeforeEndAlsoWhereBlankLinesFollow)
+{
+    EXPECT_EQ(changeOf(Card::parse("\nBEGIN:VCARD\nVERSION:3.0\nEND:VCARD\n\n  \n"), 6, u"t"), Change("", "TITLE:t\n"));
+}
+
 TEST(Card, ControlCharactersAndHalvesOfPairsAreNotWritten)
 {
     Card card = Card::make("u");

@@ -1,0 +1,266 @@
+#include "CardIndex.h"
+
+#include "Card.h"
+#include "FileText.h"
+
+#include <algorithm>
+#include <charconv>
+
+namespace mb::vcard {
+namespace {
+
+constexpr std::string_view kHeader = "vcard index 1";
+constexpr std::int64_t kTick = 1'000'000; // the least step of a date, 1 ms
+
+std::string hex(std::uint64_t n)
+{
+    char buffer[17];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, n, 16);
+    return {buffer, end.ptr};
+}
+
+// A UID as part of an identifier: nothing in it may be taken for a path or a line end.
+std::string safeToken(std::string_view uid)
+{
+    constexpr std::string_view kUnsafe = "/\\%#\x7F";
+    std::string token;
+    for (const char c : uid) {
+        const auto b = static_cast<unsigned char>(c);
+        if (b > 32 && kUnsafe.find(c) == kUnsafe.npos)
+            token += c;
+        else
+            token += '%' + hex(0x100u + b).substr(1);
+    }
+    return token;
+}
+
+std::string fromSafeToken(std::string_view token)
+{
+    std::string text;
+    for (std::size_t i = 0; i < token.size(); ++i) {
+        unsigned byte = 0;
+        if (token[i] == '%' && i + 2 < token.size() && std::from_chars(&token[i + 1], &token[i + 1] + 2, byte, 16).ec == std::errc()) {
+            text += static_cast<char>(byte);
+            i += 2;
+        } else {
+            text += token[i];
+        }
+    }
+    return text;
+}
+
+bool isBlankText(std::string_view text) { return text.find_first_not_of(" \t\r\n") == text.npos; }
+
+// One line of the cache: words by blanks, and a rest that may hold blanks.
+class Words {
+public:
+    explicit Words(std::string_view line) : rest_(line) {}
+    std::string_view next()
+    {
+        const std::size_t blank = std::min(rest_.find(' '), rest_.size());
+        const std::string_view word = rest_.substr(0, blank);
+        rest_.remove_prefix(std::min(blank + 1, rest_.size()));
+        return word;
+    }
+    template <class T> bool number(T& n, int base = 10)
+    {
+        const std::string_view word = next();
+        const auto result = std::from_chars(word.data(), word.data() + word.size(), n, base);
+        return result.ec == std::errc() && result.ptr == word.data() + word.size();
+    }
+    std::string_view rest() const { return rest_; }
+
+private:
+    std::string_view rest_;
+};
+
+} // namespace
+
+std::uint64_t hashOf(std::string_view bytes)
+{
+    std::uint64_t h = 14695981039346656037u; // FNV-1a
+    for (const char c : bytes) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211u;
+    return h;
+}
+
+std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans)
+{
+    std::vector<CardRecord> cards;
+    std::unordered_map<std::string, int> seen;
+    cards.reserve(spans.size());
+    for (const CardSpan& span : spans) {
+        const std::string_view bytes = text.substr(span.begin, span.end - span.begin);
+        const Card card = Card::parse(bytes);
+        const std::string uid = card.uid();
+        std::string token = uid.empty() ? '~' + hex(hashOf(card.nameKey())) : safeToken(uid);
+        const int count = ++seen[token];
+        if (count > 1) token += '~' + std::to_string(count);
+        cards.push_back({std::move(token), false, hashOf(bytes), 0});
+    }
+    return cards;
+}
+
+CardIndex::CardIndex(const Folder& folder, std::string singleFile, std::string cachePath)
+    : folder_(folder), singleFile_(std::move(singleFile)), cachePath_(std::move(cachePath))
+{
+    if (!cachePath_.empty()) load();
+}
+
+// A date for a state of a file: its own, unless that would not be later than the date the card had before.
+std::int64_t CardIndex::nextStamp(std::int64_t modified, std::int64_t before) const
+{
+    return modified > before ? modified : before + kTick;
+}
+
+void CardIndex::noteWritten(FileRecord& file, const FileState& state)
+{
+    file.state = state;
+    changed_ = true;
+}
+
+FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
+{
+    FileRecord file{entry.name, entry.state, nextStamp(entry.state.modified, known ? known->stamp : 0), {}, 0, {}, false};
+    const auto bad = [&](std::size_t line, std::string text) {
+        file.badLine = line;
+        file.badText = std::move(text);
+        if (!known) return file;
+        file.stamp = known->stamp; // what its cards were known by, for when it is mended
+        file.cards = std::move(known->cards);
+        return file;
+    };
+    std::optional<FileText> opened;
+    try {
+        opened = openText(folder_.read(entry.name, file.state));
+    } catch (const FileError& e) {
+        file.state.modified = -1; // looked at again in the next run
+        return bad(0, e.what());
+    }
+    if (!opened) return bad(1, "the file is not valid UTF-16");
+    if (!singleFile_.empty() && isBlankText(opened->text)) return file;
+    const ScanResult scan = scanCards(opened->text);
+    if (scan.error) return bad(scan.error->line, scan.error->message);
+    if (scan.cards.size() == 1 && singleFile_.empty() && (!known || known->cards.empty())) return file;
+
+    file.cards = describeCards(opened->text, scan.cards);
+    std::unordered_map<std::string_view, const CardRecord*> before;
+    if (known)
+        for (const CardRecord& card : known->cards) before[card.token] = &card;
+    for (std::size_t i = 0; i < file.cards.size(); ++i) {
+        CardRecord& card = file.cards[i];
+        const auto found = before.find(card.token);
+        const CardRecord* old = found == before.end() ? nullptr : found->second;
+        card.plain = old ? old->plain : before.empty() && i == 0 && singleFile_.empty();
+        const bool same = old && old->hash == card.hash;
+        const std::int64_t last = old ? old->stamp : known && card.plain ? known->stamp : 0;
+        card.stamp = same ? old->stamp : nextStamp(file.state.modified, last);
+    }
+    return file;
+}
+
+void CardIndex::refresh(const std::function<void(const std::string&)>& report)
+{
+    Folder::Listing listing;
+    if (singleFile_.empty()) {
+        listing = folder_.list();
+    } else if (const auto state = folder_.stateOf(singleFile_)) {
+        listing.files.push_back({singleFile_, *state});
+    }
+    for (const std::string& name : listing.leftOut)
+        report(folder_.pathOf(name) + ": left out, a record is a plain file with a readable name");
+
+    std::vector<FileRecord> now;
+    now.reserve(listing.files.size());
+    std::size_t kept = 0, next = 0; // both lists are sorted by name
+    for (const FileEntry& entry : listing.files) {
+        while (next < files_.size() && files_[next].name < entry.name) ++next;
+        FileRecord* old = next < files_.size() && files_[next].name == entry.name ? &files_[next++] : nullptr;
+        const bool unchanged = old && old->state == entry.state;
+        kept += unchanged;
+        now.push_back(unchanged ? std::move(*old) : examine(entry, old));
+        const FileRecord& file = now.back();
+        if (file.bad()) report(folder_.pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": left out, " + file.badText);
+    }
+    changed_ = changed_ || kept != files_.size() || kept != now.size();
+    files_ = std::move(now);
+}
+
+// The cache: a header, for each file "size modified stamp badLine cards name", for a bad file a line with the reason, for each
+// card "hash stamp plain token", and a last line with the number of files, which tells a file that was cut off.
+void CardIndex::save()
+{
+    if (!changed_ || cachePath_.empty()) return;
+    std::string text = std::string(kHeader) + '\n';
+    std::vector<const FileRecord*> sorted;
+    for (const FileRecord& file : files_)
+        if (!file.gone) sorted.push_back(&file);
+    std::sort(sorted.begin(), sorted.end(), [](const FileRecord* a, const FileRecord* b) { return a->name < b->name; });
+    for (const FileRecord* each : sorted) {
+        const FileRecord& file = *each;
+        text += std::to_string(file.state.size) + ' ' + std::to_string(file.state.modified) + ' ' + std::to_string(file.stamp) + ' ' +
+                std::to_string(file.badLine) + ' ' + std::to_string(file.bad()) + ' ' + std::to_string(file.cards.size()) + ' ' +
+                safeToken(file.name) + '\n';
+        if (file.bad()) text += safeToken(file.badText) + '\n';
+        for (const CardRecord& card : file.cards)
+            text += hex(card.hash) + ' ' + std::to_string(card.stamp) + ' ' + std::to_string(card.plain) + ' ' + card.token + '\n';
+    }
+    text += "end " + std::to_string(sorted.size()) + '\n';
+    const std::size_t slash = cachePath_.rfind('/');
+    try {
+        const Folder cacheFolder(cachePath_.substr(0, slash));
+        Folder::Draft draft(cacheFolder);
+        draft.write(text);
+        draft.replace(cachePath_.substr(slash + 1));
+        changed_ = false;
+    } catch (const FileError&) {
+        // Without a cache the next run opens every card once: slower, and as right.
+    }
+}
+
+void CardIndex::load()
+{
+    const std::size_t slash = cachePath_.rfind('/');
+    try {
+        FileState state;
+        const Folder cacheFolder(cachePath_.substr(0, slash));
+        if (parse(cacheFolder.read(cachePath_.substr(slash + 1), state))) return;
+    } catch (const FileError&) {
+        // none yet
+    }
+    files_.clear();
+}
+
+bool CardIndex::parse(std::string_view text)
+{
+    std::size_t at = 0;
+    const auto line = [&]() -> std::string_view {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        const std::string_view found = text.substr(at, end - at);
+        at = std::min(end + 1, text.size());
+        return found;
+    };
+    if (line() != kHeader) return false;
+    for (;;) {
+        Words words(line());
+        if (words.rest() == "end " + std::to_string(files_.size())) return true;
+        FileRecord file;
+        int bad = 0;
+        std::size_t cards = 0;
+        if (!words.number(file.state.size) || !words.number(file.state.modified) || !words.number(file.stamp) ||
+            !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || words.rest().empty() || cards > text.size())
+            return false;
+        file.name = fromSafeToken(words.rest());
+        if (bad) file.badText = fromSafeToken(line());
+        file.cards.resize(cards);
+        for (CardRecord& card : file.cards) {
+            Words w(line());
+            int plain = 0;
+            if (!w.number(card.hash, 16) || !w.number(card.stamp) || !w.number(plain) || w.rest().empty()) return false;
+            card.plain = plain != 0;
+            card.token = w.rest();
+        }
+        files_.push_back(std::move(file));
+    }
+}
+
+} // namespace mb::vcard

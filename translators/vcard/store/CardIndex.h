@@ -1,0 +1,70 @@
+// What is known of the files of a store without opening them: which cards they hold, whether they can be read, and a date for
+// each card that moves when the card changes and only then. Kept between runs in a small file in the user's cache folder;
+// without that file the next run opens every card once and knows it all again.
+//
+// Identifiers. In a folder a card is known by its file's name. In a file of several cards it is the file's name, "#" and the
+// card's UID; a card without UID has "~" and a number made from its name, and a second card that would get the same identifier
+// a "~2" behind it. In a folder, the first card of such a file keeps the bare file name, because it had it while it was alone.
+#pragma once
+#include "Folder.h"
+#include "LineReader.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace mb::vcard {
+
+struct CardRecord {
+    std::string token;      // behind the "#"
+    bool plain = false;     // known by the bare file name
+    std::uint64_t hash = 0; // of its bytes
+    std::int64_t stamp = 0; // nanoseconds since 1970, UTC
+};
+
+struct FileRecord {
+    std::string name;
+    FileState state;
+    std::int64_t stamp = 0;        // of a file with one card
+    std::vector<CardRecord> cards; // in the order of the file; empty for a file that is one record
+    std::size_t badLine = 0;       // with badText: why the file cannot be read
+    std::string badText;
+    bool gone = false; // deleted in this run
+
+    bool bad() const { return !badText.empty(); }
+    std::string idOf(const CardRecord& card) const { return card.plain ? name : name + '#' + card.token; }
+};
+
+std::uint64_t hashOf(std::string_view bytes);
+// The identity of the cards of a text, in the order of the spans.
+std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans);
+
+class CardIndex {
+public:
+    // singleFile is the name of the only file to look at, or empty for all of the folder. The cache is left alone if cachePath is empty.
+    CardIndex(const Folder& folder, std::string singleFile, std::string cachePath);
+
+    // Compares the folder with what is known and opens what is new. Tells of every file that is left out.
+    void refresh(const std::function<void(const std::string&)>& report);
+    void save(); // the cache, if anything changed
+
+    std::vector<FileRecord>& files() { return files_; }
+    // A file's record after its state was changed by this program.
+    void noteWritten(FileRecord& file, const FileState& state);
+    void noteChanged() { changed_ = true; }
+    std::int64_t nextStamp(std::int64_t modified, std::int64_t before) const;
+
+private:
+    void load();
+    bool parse(std::string_view text);
+    FileRecord examine(const FileEntry& entry, FileRecord* known) const;
+
+    const Folder& folder_;
+    std::string singleFile_, cachePath_;
+    std::vector<FileRecord> files_;
+    bool changed_ = false;
+};
+
+} // namespace mb::vcard

@@ -1,0 +1,106 @@
+// A folder of cards, or one file of many cards, as a list of records with identifiers and dates; read, added, edited and
+// deleted one record at a time. Identifiers are those of CardIndex, as UTF-8; only identifiers of the list are ever acted on,
+// so none can lead out of the folder.
+//
+// What it promises. A file is replaced as a whole or not at all. A file that cannot be parsed is never written and never
+// missing. An edit is refused when another program changed the file after the edit began. In a batch single files are written
+// at once and a file of many cards is written once, at its end; the disk is flushed once, at its end.
+#pragma once
+#include "Card.h"
+#include "CardIndex.h"
+#include "FileText.h"
+#include "Folder.h"
+#include "StoreError.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace mb::vcard {
+
+class CardStore {
+public:
+    using Report = std::function<void(const std::string&)>;
+
+    // database is the path of a folder or of a file. cacheFolder may be empty.
+    CardStore(const std::string& database, const std::string& cacheFolder, Report report);
+    ~CardStore();
+
+    std::size_t count() const { return order().size(); }
+    const std::string& idAt(std::size_t index) const { return order().at(index); }
+    bool exists(const std::string& id) const;           // also a record whose file cannot be parsed
+    std::int64_t modified(const std::string& id) const; // nanoseconds since 1970, UTC
+
+    void beginRead(const std::string& id);
+    std::u16string read(const std::string& id, int type) const; // of the record being read, else of the one being written
+    void endRead(const std::string& id);
+
+    void beginBatch();
+    void endBatch(bool abort);
+    std::string beginAdd();
+    void beginEdit(const std::string& id);
+    void write(const std::string& id, int type, std::u16string_view text);
+    std::string save(const std::string& id); // the identifier that the record has from now on
+    void remove(const std::string& id);
+
+private:
+    struct Place {
+        std::size_t file;
+        std::ptrdiff_t card; // -1: the file is the record
+    };
+    // A file of many cards, held while its cards are read and changed.
+    struct Container {
+        FileText text;
+        FileState state;
+        std::vector<CardSpan> spans;
+        std::map<std::size_t, std::string> edited; // by card; an empty text is a deleted card
+        std::vector<std::string> added;            // cards behind those of the spans
+        std::uint64_t grown = 0;                   // octets that the edits add
+        std::unique_ptr<Folder::Draft> draft;
+        bool dirty = false;
+    };
+    struct Open {
+        std::string id;
+        Card card;
+        FileState state;
+        std::string bytes; // as it stands on disk
+        FileText file;     // the form of its file, without the text
+        std::u16string nameBefore;
+        bool isNew = false;
+        bool displayNameWritten = false;
+    };
+
+    void listRecords();
+    const std::vector<std::string>& order() const;
+    const Place& placeOf(const std::string& id, Step step) const;
+    FileRecord& fileOf(const Place& place) { return index_->files()[place.file]; }
+    Container& container(std::size_t file, Step step);
+    Open load(const std::string& id, Step step);
+    void saveFile(Open& record);
+    void saveInContainer(Open& record);
+    void addToContainer(Open& record);
+    void touchContainer(Container& c, std::size_t file, std::int64_t growth, Step step);
+    void stampCard(CardRecord& card, std::string_view bytes);
+    void commit(std::size_t file, Container& c);
+    std::string mergedText(std::size_t file, Container& c);
+    void commitAll(Step step);
+
+    std::unique_ptr<Folder> folder_;
+    std::string singleFile_; // empty: every file of the folder
+    Report report_;
+    std::unique_ptr<CardIndex> index_;
+    mutable std::vector<std::string> order_;
+    mutable bool listStale_ = false; // order_ still holds records that are gone
+    std::unordered_map<std::string, Place> places_;
+    std::map<std::size_t, Container> containers_;
+    std::optional<Open> reading_, writing_;
+    std::optional<Open> last_; // read or saved last: read again without opening its file
+    bool batch_ = false;
+    bool unflushed_ = false;
+};
+
+} // namespace mb::vcard

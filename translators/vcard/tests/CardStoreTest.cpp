@@ -1,0 +1,547 @@
+#include "CardStore.h"
+
+#include "Charset.h"
+#include "Samples.h"
+
+#include <chrono>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace mb::vcard {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFirstName = 2, kLastName = 4, kTitle = 6, kPhone = 20, kDisplay = 79;
+
+std::string cardText(const std::string& name, const std::string& uid = {})
+{
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\n" + (uid.empty() ? "" : "UID:" + uid + "\r\n") + "N:" + name + ";;;;\r\nFN:" + name +
+           "\r\nX-OTHER:kept\r\nEND:VCARD\r\n";
+}
+
+// Nothing is forbidden to root: a test that needs a refusal runs as another user.
+class Unprivileged {
+public:
+    explicit Unprivileged(const fs::path& owned) : wasRoot_(geteuid() == 0)
+    {
+        if (!wasRoot_) return;
+        constexpr uid_t kNobody = 65534;
+        EXPECT_EQ(chown(owned.c_str(), kNobody, kNobody), 0);
+        for (const auto& entry : fs::recursive_directory_iterator(owned)) EXPECT_EQ(lchown(entry.path().c_str(), kNobody, kNobody), 0);
+        EXPECT_EQ(seteuid(kNobody), 0);
+    }
+    Unprivileged(const Unprivileged&) = delete;
+    Unprivileged& operator=(const Unprivileged&) = delete;
+    ~Unprivileged()
+    {
+        if (wasRoot_) EXPECT_EQ(seteuid(0), 0);
+    }
+
+private:
+    bool wasRoot_;
+};
+
+class CardStoreTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string pattern = (fs::temp_directory_path() / "vcard-XXXXXX").string();
+        root = mkdtemp(pattern.data());
+        folder = root / "cards";
+        fs::create_directories(folder);
+        fs::create_directories(root / "cache");
+    }
+    void TearDown() override
+    {
+        fs::permissions(folder, fs::perms::owner_all);
+        fs::remove_all(root);
+    }
+    CardStore open() { return open(folder); }
+    CardStore open(const fs::path& database)
+    {
+        reports.clear();
+        return CardStore(database.string(), (root / "cache").string(), [this](const std::string& text) { reports += text + "\n"; });
+    }
+    void put(const std::string& name, const std::string& bytes) { writeBytes(folder / name, bytes); }
+    std::string get(const std::string& name) { return readBytes(folder / name); }
+    // Moves the file's date, as an edit does; seconds may be negative.
+    void age(const std::string& name, int seconds)
+    {
+        fs::last_write_time(folder / name, fs::last_write_time(folder / name) + std::chrono::seconds(seconds));
+    }
+    static std::vector<std::string> ids(const CardStore& store)
+    {
+        std::vector<std::string> all;
+        for (std::size_t i = 0; i < store.count(); ++i) all.push_back(store.idAt(i));
+        return all;
+    }
+    static std::u16string read(CardStore& store, const std::string& id, int type)
+    {
+        store.beginRead(id);
+        const std::u16string text = store.read(id, type);
+        store.endRead(id);
+        return text;
+    }
+    static std::string edit(CardStore& store, const std::string& id, int type, std::u16string_view text)
+    {
+        store.beginEdit(id);
+        store.write(id, type, text);
+        return store.save(id);
+    }
+    static std::string add(CardStore& store, std::u16string_view lastName)
+    {
+        const std::string id = store.beginAdd();
+        store.write(id, kLastName, lastName);
+        return store.save(id);
+    }
+    template <class F> static void expectFailure(Step step, const std::string& words, F&& body)
+    {
+        try {
+            body();
+            ADD_FAILURE() << "no failure: " << words;
+        } catch (const StoreError& e) {
+            EXPECT_EQ(e.step(), step) << e.what();
+            EXPECT_NE(std::string(e.what()).find(words), std::string::npos) << e.what();
+        }
+    }
+    std::size_t strayFiles() const
+    {
+        std::size_t n = 0;
+        for (const auto& e : fs::directory_iterator(folder)) n += e.path().filename().string().starts_with('.');
+        return n;
+    }
+
+    fs::path root, folder;
+    std::string reports;
+};
+
+using VCardFolder = CardStoreTest;
+using VCardFile = CardStoreTest;
+
+TEST_F(VCardFolder, ListsTheVcfFilesByName)
+{
+    put("b.vcf", cardText("B"));
+    put("a.VCF", cardText("A"));
+    put("notes.txt", "no card");
+    put(".hidden.vcf", cardText("H"));
+    fs::create_directory(folder / "sub.vcf");
+    fs::create_symlink(folder / "b.vcf", folder / "link.vcf");
+    auto store = open();
+    EXPECT_EQ(ids(store), (std::vector<std::string>{"a.VCF", "b.vcf"}));
+    EXPECT_NE(reports.find("link.vcf"), std::string::npos);
+    EXPECT_EQ(read(store, "b.vcf", kLastName), u"B");
+}
+
+TEST_F(VCardFolder, AnEmptyFolderIsAnEmptyStore)
+{
+    auto store = open();
+    EXPECT_EQ(store.count(), 0u);
+}
+
+TEST_F(VCardFolder, WhatCannotBeOpenedIsNamed)
+{
+    expectFailure(Step::Open, "No vCard folder is set", [&] { open(""); });
+    expectFailure(Step::Open, (root / "none").string(), [&] { open(root / "none"); });
+    expectFailure(Step::Open, "neither a folder", [&] { open("/dev/null"); });
+}
+
+TEST_F(VCardFolder, AnEditChangesOneLineAndKeepsPermissions)
+{
+    put("a.vcf", cardText("A"));
+    fs::permissions(folder / "a.vcf", fs::perms(0640));
+    auto store = open();
+    EXPECT_EQ(edit(store, "a.vcf", kTitle, u"Boss"), "a.vcf");
+    EXPECT_EQ(get("a.vcf"), "BEGIN:VCARD\r\nVERSION:3.0\r\nN:A;;;;\r\nFN:A\r\nX-OTHER:kept\r\nTITLE:Boss\r\nEND:VCARD\r\n");
+    EXPECT_EQ(fs::status(folder / "a.vcf").permissions(), fs::perms(0640));
+    EXPECT_EQ(strayFiles(), 0u);
+}
+
+TEST_F(VCardFolder, ASaveWithoutAChangeWritesNothing)
+{
+    put("a.vcf", cardText("A"));
+    auto store = open();
+    const auto before = fs::last_write_time(folder / "a.vcf");
+    const auto date = store.modified("a.vcf");
+    edit(store, "a.vcf", kLastName, u"A");
+    EXPECT_EQ(fs::last_write_time(folder / "a.vcf"), before);
+    EXPECT_EQ(store.modified("a.vcf"), date);
+}
+
+TEST_F(VCardFolder, ADisplayNameMadeOfTheNameFollowsIt)
+{
+    put("a.vcf", "BEGIN:VCARD\nVERSION:3.0\nN:Doe;Jane;;;\nFN:Jane Doe\nEND:VCARD\n");
+    put("b.vcf", "BEGIN:VCARD\nVERSION:3.0\nN:Doe;Jane;;;\nFN:The Boss\nEND:VCARD\n");
+    auto store = open();
+    edit(store, "a.vcf", kLastName, u"Roe");
+    edit(store, "b.vcf", kLastName, u"Roe");
+    EXPECT_EQ(read(store, "a.vcf", kDisplay), u"Jane Roe");
+    EXPECT_EQ(read(store, "b.vcf", kDisplay), u"The Boss");
+}
+
+TEST_F(VCardFolder, ANewCardIsAFileNamedByItsUid)
+{
+    auto store = open();
+    store.beginBatch();
+    const std::string id = add(store, u"../../etc/passwd");
+    store.endBatch(false);
+    EXPECT_EQ(id.size(), 40u);
+    EXPECT_NE(get(id).find("UID:urn:uuid:" + id.substr(0, 36) + "\r\n"), std::string::npos) << get(id);
+    EXPECT_NE(get(id).find("VERSION:4.0\r\n"), std::string::npos);
+    EXPECT_EQ(ids(store), std::vector<std::string>{id});
+    auto again = open();
+    EXPECT_EQ(ids(again), std::vector<std::string>{id});
+    EXPECT_EQ(again.modified(id), store.modified(id));
+    EXPECT_EQ(read(again, id, kLastName), u"../../etc/passwd");
+}
+
+TEST_F(VCardFolder, ARecordJustSavedIsReadWithoutItsFile)
+{
+    auto store = open();
+    const std::string id = add(store, u"A");
+    fs::remove(folder / id);
+    EXPECT_EQ(read(store, id, kLastName), u"A");
+}
+
+TEST_F(VCardFolder, DeletesTheFile)
+{
+    put("a.vcf", cardText("A"));
+    put("b.vcf", cardText("B"));
+    auto store = open();
+    store.remove("a.vcf");
+    EXPECT_FALSE(fs::exists(folder / "a.vcf"));
+    EXPECT_FALSE(store.exists("a.vcf"));
+    EXPECT_EQ(ids(store), std::vector<std::string>{"b.vcf"});
+}
+
+TEST_F(VCardFolder, IdentifiersThatLeaveTheFolderAreRefused)
+{
+    writeBytes(root / "outside.vcf", cardText("O"));
+    put("a.vcf", cardText("A"));
+    auto store = open();
+    for (const std::string& id : {std::string("../outside.vcf"), std::string("..\\outside.vcf"), std::string(".."), std::string(".a.vcf"),
+                                  std::string("/etc/x.vcf"), std::string("sub/a.vcf"), std::string("a.vcf\0", 6), std::string()}) {
+        EXPECT_FALSE(store.exists(id)) << id;
+        expectFailure(Step::Find, "could lead out", [&] { store.modified(id); });
+        expectFailure(Step::BeginRead, "could lead out", [&] { store.beginRead(id); });
+        expectFailure(Step::Edit, "could lead out", [&] { store.beginEdit(id); });
+        expectFailure(Step::Delete, "could lead out", [&] { store.remove(id); });
+    }
+    expectFailure(Step::BeginRead, "no card", [&] { store.beginRead("b.vcf"); });
+    EXPECT_TRUE(fs::exists(root / "outside.vcf"));
+}
+
+TEST_F(VCardFolder, AFileThatCannotBeParsedIsLeftOutAndNotGone)
+{
+    put("bad.vcf", "BEGIN:VCARD\nVERSION:3.0\nnonsense\nEND:VCARD\n");
+    put("good.vcf", cardText("G"));
+    for (int run = 0; run < 2; ++run) { // the second run knows it from the cache
+        auto store = open();
+        EXPECT_EQ(ids(store), std::vector<std::string>{"good.vcf"});
+        EXPECT_TRUE(store.exists("bad.vcf"));
+        EXPECT_TRUE(store.exists("bad.vcf#some-uid"));
+        EXPECT_NE(reports.find((folder / "bad.vcf").string() + ", line 3"), std::string::npos) << reports;
+        expectFailure(Step::Find, "line 3", [&] { store.modified("bad.vcf"); });
+        expectFailure(Step::BeginRead, "line 3", [&] { store.beginRead("bad.vcf"); });
+        expectFailure(Step::Edit, "line 3", [&] { store.beginEdit("bad.vcf"); });
+        expectFailure(Step::Delete, "line 3", [&] { store.remove("bad.vcf"); });
+    }
+    EXPECT_EQ(get("bad.vcf"), "BEGIN:VCARD\nVERSION:3.0\nnonsense\nEND:VCARD\n");
+    put("bad.vcf", cardText("Mended"));
+    auto store = open();
+    EXPECT_EQ(store.count(), 2u);
+    EXPECT_EQ(reports, "");
+}
+
+TEST_F(VCardFolder, AFileThatMayNotBeReadIsLeftOutUntilItMay)
+{
+    put("a.vcf", cardText("A"));
+    const Unprivileged user(root);
+    fs::permissions(folder / "a.vcf", fs::perms::none);
+    EXPECT_EQ(open().count(), 0u);
+    EXPECT_NE(reports.find("a.vcf"), std::string::npos);
+    fs::permissions(folder / "a.vcf", fs::perms::owner_all);
+    EXPECT_EQ(open().count(), 1u);
+}
+
+TEST_F(VCardFolder, AFolderThatMayNotBeWrittenFailsTheSave)
+{
+    put("a.vcf", cardText("A"));
+    const Unprivileged user(root);
+    auto store = open();
+    fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
+    expectFailure(Step::Save, folder.string(), [&] { edit(store, "a.vcf", kTitle, u"x"); });
+    expectFailure(Step::Save, folder.string(), [&] { add(store, u"x"); });
+    expectFailure(Step::Delete, folder.string(), [&] { store.remove("a.vcf"); });
+    EXPECT_EQ(get("a.vcf"), cardText("A"));
+}
+
+TEST_F(VCardFolder, AFolderThatIsGoneFailsTheSave)
+{
+    put("a.vcf", cardText("A"));
+    auto store = open();
+    store.beginEdit("a.vcf");
+    store.write("a.vcf", kTitle, u"x");
+    fs::remove_all(folder);
+    expectFailure(Step::Save, "a.vcf", [&] { store.save("a.vcf"); });
+    expectFailure(Step::Save, folder.string(), [&] { add(store, u"x"); });
+    fs::create_directory(folder);
+}
+
+TEST_F(VCardFolder, AnEditOfAnotherProgramIsNotOverwritten)
+{
+    put("a.vcf", cardText("A"));
+    auto store = open();
+    store.beginEdit("a.vcf");
+    store.write("a.vcf", kTitle, u"mine");
+    put("a.vcf", cardText("theirs"));
+    age("a.vcf", 5);
+    expectFailure(Step::Save, "another program", [&] { store.save("a.vcf"); });
+    EXPECT_EQ(get("a.vcf"), cardText("theirs"));
+    expectFailure(Step::Delete, "another program", [&] { store.remove("a.vcf"); });
+    EXPECT_EQ(get("a.vcf"), cardText("theirs"));
+}
+
+TEST_F(VCardFolder, TheDateMovesWithTheFileAndOnlyThen)
+{
+    put("a.vcf", cardText("A"));
+    put("b.vcf", cardText("B"));
+    const auto a = open().modified("a.vcf"), b = open().modified("b.vcf");
+    EXPECT_EQ(open().modified("a.vcf"), a);
+    put("a.vcf", cardText("changed"));
+    age("a.vcf", 10);
+    EXPECT_GT(open().modified("a.vcf"), a);
+    put("b.vcf", cardText("restored from a backup"));
+    age("b.vcf", -10000);
+    EXPECT_GT(open().modified("b.vcf"), b) << "an older date of the file must not hide the change";
+    EXPECT_EQ(open().modified("b.vcf"), open().modified("b.vcf"));
+}
+
+TEST_F(VCardFolder, ADamagedCacheIsMadeAnew)
+{
+    put("a.vcf", cardText("A"));
+    put("m.vcf", cardText("1", "u1") + cardText("2", "u2"));
+    put("bad file.vcf", "x");
+    open();
+    const fs::path file = fs::directory_iterator(root / "cache")->path();
+    const std::string whole = readBytes(file);
+    for (std::size_t n = 0; n + 1 < whole.size(); ++n) {
+        writeBytes(file, whole.substr(0, n));
+        auto store = open();
+        ASSERT_EQ(ids(store), (std::vector<std::string>{"a.vcf", "m.vcf", "m.vcf#u2"})) << n;
+        ASSERT_EQ(readBytes(file), whole) << n;
+    }
+    writeBytes(file, "vcard index 1\n1 2 3 4 5 99999999999999999 a\n");
+    EXPECT_EQ(open().count(), 3u);
+}
+
+TEST_F(VCardFolder, UnchangedFilesAreNotOpened)
+{
+    put("a.vcf", cardText("A"));
+    open();
+    const auto date = fs::last_write_time(folder / "a.vcf");
+    std::string other = cardText("A");
+    other.replace(other.find("END:VCARD"), 9, "NOT:VCARD"); // same size, same date: only opening the file would tell
+    put("a.vcf", other);
+    fs::last_write_time(folder / "a.vcf", date);
+    EXPECT_EQ(open().count(), 1u);
+}
+
+TEST_F(VCardFolder, CardsBehindTheFirstOfAFileHaveItsNameAndTheirUid)
+{
+    put("m.vcf", cardText("1", "u1"));
+    EXPECT_EQ(ids(open()), std::vector<std::string>{"m.vcf"});
+    put("m.vcf", cardText("1", "u1") + cardText("2", "http://x/../y#z") + cardText("3"));
+    auto store = open();
+    ASSERT_EQ(store.count(), 3u);
+    EXPECT_EQ(store.idAt(0), "m.vcf");
+    EXPECT_EQ(store.idAt(1), "m.vcf#http:%2f%2fx%2f..%2fy%23z");
+    EXPECT_EQ(store.idAt(2).substr(0, 7), "m.vcf#~");
+    EXPECT_EQ(read(store, store.idAt(1), kLastName), u"2");
+    const std::string third = store.idAt(2);
+    store.remove("m.vcf");
+    EXPECT_EQ(get("m.vcf"), cardText("2", "http://x/../y#z") + cardText("3"));
+    auto again = open();
+    EXPECT_EQ(ids(again), (std::vector<std::string>{"m.vcf#http:%2f%2fx%2f..%2fy%23z", third})) << "the others keep their identifiers";
+}
+
+TEST_F(VCardFolder, NamesThatDifferOnlyInCaseAreOneRecord)
+{
+    put("A.vcf", cardText("1"));
+    put("a.vcf", cardText("2"));
+    auto store = open();
+    EXPECT_EQ(ids(store), std::vector<std::string>{"A.vcf"});
+    EXPECT_TRUE(store.exists("a.vcf"));
+    EXPECT_NE(reports.find("a.vcf: left out"), std::string::npos);
+}
+
+TEST_F(VCardFolder, KeepsTheFormOfAUtf16File)
+{
+    put("w.vcf", utf16(cardText("A"), true));
+    auto store = open();
+    edit(store, "w.vcf", kPhone, u"1");
+    std::string wanted = cardText("A");
+    wanted.insert(wanted.find("END:"), "TEL;TYPE=WORK,VOICE:1\r\n");
+    EXPECT_EQ(get("w.vcf"), utf16(wanted, true));
+}
+
+TEST_F(VCardFile, ShowsItsCardsByUid)
+{
+    put("all.vcf", cardText("1", "u1") + cardText("2", "u2") + cardText("3") + cardText("3"));
+    auto store = open(folder / "all.vcf");
+    ASSERT_EQ(store.count(), 4u);
+    EXPECT_EQ(store.idAt(0), "all.vcf#u1");
+    EXPECT_EQ(store.idAt(3), store.idAt(2) + "~2");
+    EXPECT_EQ(read(store, "all.vcf#u2", kLastName), u"2");
+    EXPECT_FALSE(store.exists("all.vcf"));
+}
+
+TEST_F(VCardFile, IsWrittenOnceAtTheEndOfTheBatch)
+{
+    const std::string before = cardText("1", "u1") + "\r\n" + cardText("2", "u2") + cardText("3", "u3");
+    put("all.vcf", before);
+    auto store = open(folder / "all.vcf");
+    store.beginBatch();
+    edit(store, "all.vcf#u2", kTitle, u"Boss");
+    store.remove("all.vcf#u1");
+    const std::string id = add(store, u"New");
+    const auto stamp = store.modified(id), edited = store.modified("all.vcf#u2"), untouched = store.modified("all.vcf#u3");
+    EXPECT_EQ(get("all.vcf"), before);
+    EXPECT_EQ(read(store, id, kLastName), u"New");
+    EXPECT_EQ(read(store, "all.vcf#u2", kTitle), u"Boss");
+    EXPECT_EQ(read(store, "all.vcf#u3", kTitle), u"");
+    EXPECT_EQ(read(store, id, kLastName), u"New");
+    edit(store, id, kTitle, u"Late");
+    store.endBatch(false);
+    const std::string after = get("all.vcf");
+    std::string second = cardText("2", "u2");
+    second.insert(second.find("END:"), "TITLE:Boss\r\n");
+    EXPECT_TRUE(after.starts_with("\r\n" + second + cardText("3", "u3") + "BEGIN:VCARD\r\nVERSION:4.0\r\n")) << after;
+    EXPECT_NE(after.find("TITLE:Late"), std::string::npos);
+    EXPECT_EQ(strayFiles(), 0u);
+    EXPECT_EQ(store.count(), 3u);
+    auto again = open(folder / "all.vcf");
+    EXPECT_EQ(ids(again), (std::vector<std::string>{"all.vcf#u2", "all.vcf#u3", id}));
+    EXPECT_GE(again.modified(id), stamp);
+    EXPECT_EQ(again.modified("all.vcf#u2"), edited) << "the date given after the save is the date of the next run";
+    EXPECT_EQ(again.modified("all.vcf#u3"), untouched);
+}
+
+TEST_F(VCardFile, OnlyTheDateOfAChangedCardMoves)
+{
+    put("all.vcf", cardText("1", "u1") + cardText("2", "u2"));
+    auto first = open(folder / "all.vcf");
+    const auto one = first.modified("all.vcf#u1"), two = first.modified("all.vcf#u2");
+    put("all.vcf", cardText("2", "u2") + cardText("1 changed", "u1"));
+    age("all.vcf", -100);
+    auto second = open(folder / "all.vcf");
+    EXPECT_GT(second.modified("all.vcf#u1"), one);
+    EXPECT_EQ(second.modified("all.vcf#u2"), two);
+}
+
+TEST_F(VCardFile, WhatWasSavedIsKeptWhenTheBatchIsNotEnded)
+{
+    put("all.vcf", cardText("1", "u1"));
+    {
+        auto store = open(folder / "all.vcf");
+        store.beginBatch();
+        add(store, u"New");
+    }
+    EXPECT_EQ(open(folder / "all.vcf").count(), 2u);
+}
+
+TEST_F(VCardFile, AnAbortedBatchLeavesTheFile)
+{
+    put("all.vcf", cardText("1", "u1"));
+    {
+        auto store = open(folder / "all.vcf");
+        store.beginBatch();
+        edit(store, "all.vcf#u1", kTitle, u"x");
+        add(store, u"New");
+        store.endBatch(true);
+    }
+    EXPECT_EQ(get("all.vcf"), cardText("1", "u1"));
+    EXPECT_EQ(strayFiles(), 0u);
+    EXPECT_EQ(open(folder / "all.vcf").count(), 1u);
+}
+
+TEST_F(VCardFile, AChangeByAnotherProgramFailsTheNextSave)
+{
+    put("all.vcf", cardText("1", "u1"));
+    auto store = open(folder / "all.vcf");
+    store.beginBatch();
+    store.beginEdit("all.vcf#u1");
+    store.write("all.vcf#u1", kTitle, u"mine");
+    put("all.vcf", cardText("1", "u1") + cardText("2", "u2"));
+    expectFailure(Step::Save, "another program", [&] { store.save("all.vcf#u1"); });
+}
+
+TEST_F(VCardFile, SavesBeforeAChangeByAnotherProgramAreMerged)
+{
+    put("all.vcf", cardText("1", "u1") + cardText("2", "u2"));
+    auto store = open(folder / "all.vcf");
+    store.beginBatch();
+    edit(store, "all.vcf#u1", kTitle, u"mine");
+    edit(store, "all.vcf#u2", kTitle, u"mine too");
+    const std::string id = add(store, u"New");
+    put("all.vcf", cardText("2 of theirs", "u2") + cardText("1", "u1"));
+    age("all.vcf", 5);
+    store.endBatch(false);
+    auto again = open(folder / "all.vcf");
+    EXPECT_EQ(ids(again), (std::vector<std::string>{"all.vcf#u2", "all.vcf#u1", id}));
+    EXPECT_EQ(read(again, "all.vcf#u1", kTitle), u"mine");
+    EXPECT_EQ(read(again, "all.vcf#u2", kLastName), u"2 of theirs");
+    EXPECT_EQ(read(again, "all.vcf#u2", kTitle), u"");
+}
+
+TEST_F(VCardFile, ThatCannotBeParsedIsNotOpened)
+{
+    put("all.vcf", cardText("1", "u1") + "BEGIN:VCARD\nN:2\n");
+    expectFailure(Step::Open, "line 8", [&] { open(folder / "all.vcf"); });
+}
+
+TEST_F(VCardFile, MayBeEmpty)
+{
+    put("all.vcf", "");
+    auto store = open(folder / "all.vcf");
+    EXPECT_EQ(store.count(), 0u);
+    const std::string id = add(store, u"First");
+    EXPECT_EQ(store.count(), 1u);
+    store.remove(id);
+    EXPECT_EQ(get("all.vcf"), "");
+    EXPECT_EQ(open(folder / "all.vcf").count(), 0u);
+}
+
+TEST_F(VCardFile, ACardWithoutUidFollowsItsName)
+{
+    put("all.vcf", cardText("A") + cardText("B"));
+    auto store = open(folder / "all.vcf");
+    store.beginBatch();
+    const std::string old = store.idAt(0), other = store.idAt(1);
+    EXPECT_EQ(edit(store, old, kPhone, u"1"), old);
+    const std::string renamed = edit(store, old, kFirstName, u"Ann");
+    EXPECT_NE(renamed, old);
+    EXPECT_EQ(read(store, renamed, kFirstName), u"Ann");
+    EXPECT_FALSE(store.exists(old));
+    store.endBatch(false);
+    auto again = open(folder / "all.vcf");
+    EXPECT_EQ(ids(again), (std::vector<std::string>{renamed, other}));
+}
+
+TEST_F(VCardFile, KeepsEverySampleByteForByteBesidesTheNewCard)
+{
+    for (const auto& [name, bytes] : samples()) {
+        const auto text = openText(bytes);
+        if (!text || scanCards(text->text).error) continue;
+        put("s.vcf", bytes);
+        auto store = open(folder / "s.vcf");
+        add(store, u"New");
+        const std::string after = openText(get("s.vcf"))->text;
+        EXPECT_TRUE(after.starts_with(text->text)) << name;
+        EXPECT_EQ(scanCards(after).cards.size(), scanCards(text->text).cards.size() + 1) << name;
+    }
+}
+
+} // namespace
+} // namespace mb::vcard
