@@ -81,7 +81,7 @@ CardStore::CardStore(const std::string& database, const std::string& cacheFolder
 CardStore::~CardStore()
 {
     try {
-        commitAll(Step::Save); // what was saved is kept, also when the run broke off before the end of its batch
+        close();
     } catch (const std::exception& e) {
         report_(e.what());
     }
@@ -203,6 +203,8 @@ void CardStore::endRead(const std::string& id)
     last_ = std::move(reading_);
     reading_.reset();
 }
+
+void CardStore::close() { commitAll(Step::Close); }
 
 void CardStore::beginBatch() { batch_ = true; }
 

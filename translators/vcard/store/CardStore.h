@@ -46,6 +46,7 @@ public:
     void write(const std::string& id, int type, std::u16string_view text);
     std::string save(const std::string& id); // the identifier that the record has from now on
     void remove(const std::string& id);
+    void close(); // what was saved in a batch that was not ended is kept
 
 private:
     struct Place {

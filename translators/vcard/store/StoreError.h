@@ -8,6 +8,7 @@ namespace mb::vcard {
 
 enum class Step : std::uint32_t {
     Open = 0x80040202,
+    Close = 0x80040203,
     Find = 0x80040207,
     BeginRead = 0x80040208,
     ReadField = 0x80040209,

@@ -34,10 +34,7 @@ public:
     }
     Unprivileged(const Unprivileged&) = delete;
     Unprivileged& operator=(const Unprivileged&) = delete;
-    ~Unprivileged()
-    {
-        if (wasRoot_) EXPECT_EQ(seteuid(0), 0);
-    }
+    ~Unprivileged() { EXPECT_EQ(wasRoot_ ? seteuid(0) : 0, 0); }
 
 private:
     bool wasRoot_;

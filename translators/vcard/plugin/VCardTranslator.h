@@ -1,0 +1,92 @@
+// The store of cards as the engine sees it: the translator's interfaces over CardStore.
+// IFieldList, IField, GetSyncParams and SetDatabase work on an object that is not initialised.
+#pragma once
+#include "com.h"
+
+#include "SyncEngLib.h"
+
+#include "CardStore.h"
+
+#include <optional>
+#include <string>
+
+namespace mb::vcard {
+
+DEFINE_GUID(CLSID_VCardTranslator, 0x86705195, 0xe5f6, 0x4fbc, 0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a);
+
+// The field of a _FieldTypes number. The GUIDs are a promise: field maps of users name them.
+GUID fieldGuid(int type);
+
+class VCardTranslator final : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>,
+                                                 com::Dual<IPIMSetUp>, com::Dual<ITranslatorTest>> {
+public:
+    explicit VCardTranslator(IUnknown* outer) noexcept : Object(outer) {}
+
+    // ITranslator
+    HRESULT STDMETHODCALLTYPE Initialize(ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig) override;
+    HRESULT STDMETHODCALLTYPE GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription) override;
+    HRESULT STDMETHODCALLTYPE GetTranslatorCaps(ULONG* pCaps) override;
+    HRESULT STDMETHODCALLTYPE SetDatabase(ITrServices* pServices, BSTR lpDatabase) override;
+    HRESULT STDMETHODCALLTYPE Cleanup() override;
+    HRESULT STDMETHODCALLTYPE GetRecordCount(LONG* pCount) override;
+    HRESULT STDMETHODCALLTYPE GetRecordID(LONG nIndex, BSTR* lpRecID) override;
+    HRESULT STDMETHODCALLTYPE GetCreateDate(BSTR lpRecID, DATE* lpCreateDate) override;
+    HRESULT STDMETHODCALLTYPE GetModifiedDate(BSTR lpRecID, DATE* lpModDate) override;
+    HRESULT STDMETHODCALLTYPE FindRecord(BSTR strRecID) override;
+    HRESULT STDMETHODCALLTYPE BeginReadRecord(BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE EndReadRecord(BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE BeginUpdate() override;
+    HRESULT STDMETHODCALLTYPE BeginAddRecord(BSTR* lpRecID) override;
+    HRESULT STDMETHODCALLTYPE BeginEditRecord(BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarValue) override;
+    HRESULT STDMETHODCALLTYPE WriteField(BSTR lpRecID, REFGUID rField, VARIANT varValue) override;
+    HRESULT STDMETHODCALLTYPE SaveRecord(BSTR* ppRecID) override;
+    HRESULT STDMETHODCALLTYPE DeleteRecord(BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE EndUpdate(VARIANT_BOOL bAbort) override;
+
+    // ITranslatorInfo
+    HRESULT STDMETHODCALLTYPE GetInfo(BSTR* ppShortName, BSTR* ppLongName, BSTR* ppDBType) override;
+    HRESULT STDMETHODCALLTYPE GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2) override;
+
+    // IFieldList
+    HRESULT STDMETHODCALLTYPE GetCount(LONG* pCount) override;
+    HRESULT STDMETHODCALLTYPE GetFieldByIndex(LONG index, GUID* pGuid) override;
+    HRESULT STDMETHODCALLTYPE GetFieldByName(BSTR lpName, GUID* pGuid) override;
+
+    // IField: the fields are fixed, so nothing of them can be set
+    HRESULT STDMETHODCALLTYPE GetName(REFGUID rField, BSTR* ppName) override;
+    HRESULT STDMETHODCALLTYPE SetName(REFGUID rField, BSTR lpName) override;
+    HRESULT STDMETHODCALLTYPE GetFieldType(REFGUID rField, LONG* pType) override;
+    HRESULT STDMETHODCALLTYPE SetFieldType(REFGUID rField, LONG type) override;
+    HRESULT STDMETHODCALLTYPE GetDataType(REFGUID rField, LONG* pType) override;
+    HRESULT STDMETHODCALLTYPE SetDataType(REFGUID rField, LONG type) override;
+    HRESULT STDMETHODCALLTYPE GetMaxLength(REFGUID rField, ULONG* pLength) override;
+    HRESULT STDMETHODCALLTYPE SetMaxLength(REFGUID rField, ULONG length) override;
+    HRESULT STDMETHODCALLTYPE GetFlags(REFGUID rField, ULONG* pFlags) override;
+    HRESULT STDMETHODCALLTYPE SetFlags(REFGUID rField, ULONG flags) override;
+
+    // IRecordVerifier: a card in the store counts as verified
+    HRESULT STDMETHODCALLTYPE RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified) override;
+
+    // IPIMSetUp
+    HRESULT STDMETHODCALLTYPE IsPIMAvailable(VARIANT_BOOL* pAvailable) override;
+    HRESULT STDMETHODCALLTYPE InitializeDefault(ITrServices* pServices, HWND hwndParent) override;
+
+    // ITranslatorTest
+    HRESULT STDMETHODCALLTYPE InitializeDatabase(BSTR dataBase, BSTR userName, BSTR password) override;
+    HRESULT STDMETHODCALLTYPE GetDatabase(BSTR* dataBase) override;
+    HRESULT STDMETHODCALLTYPE InitializeDatabaseEx(ITrServices* pServices, BSTR dataBase, BSTR userName, BSTR password) override;
+
+private:
+    template <class F> HRESULT run(F&& body) noexcept; // a method of the store: what goes wrong is kept for GetLastError
+    CardStore& store(Step step);
+    void open(ITrServices* services, std::u16string_view database);
+    void log(const std::string& text) noexcept;
+
+    std::optional<CardStore> store_;
+    std::u16string database_;
+    com::Ptr<ILogFile> log_;
+    std::u16string lastError_;
+};
+
+} // namespace mb::vcard

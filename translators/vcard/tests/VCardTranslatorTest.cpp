@@ -1,0 +1,436 @@
+// The plug-in as the engine loads it: by its library and its class object, with services that remember what they are told.
+#include "com.h"
+
+#include "library.h"
+#include "registry.h"
+#include "SyncEngLib.h"
+
+#include "Charset.h"
+#include "Samples.h"
+
+#include <gtest/gtest.h>
+#include <map>
+#include <set>
+
+namespace mb::vcard {
+namespace {
+
+namespace fs = std::filesystem;
+using com::Bstr;
+using com::Ptr;
+using com::Variant;
+
+constexpr GUID kClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
+constexpr auto kFailure = [](std::uint32_t code) { return static_cast<HRESULT>(code); };
+
+class FakeServices final : public com::Object<ITrServices, IDataStream, ILogFile> {
+public:
+    explicit FakeServices(IUnknown* outer) noexcept : Object(outer) {}
+    std::map<std::u16string, std::u16string> values;
+    std::string logged;
+
+    HRESULT STDMETHODCALLTYPE SetParams(BSTR, REFGUID) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE GetString(BSTR key, BSTR* value) override
+    {
+        const auto found = values.find(com::textOf(key));
+        com::give(value, found == values.end() ? std::u16string_view() : found->second);
+        return found == values.end() ? E_FAIL : S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE SetString(BSTR key, BSTR value) override
+    {
+        values[com::textOf(key)] = com::textOf(value);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetInt(BSTR, LONG*) override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE SetInt(BSTR, LONG) override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE DeleteKey(BSTR) override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE Clear() override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE CleanUpUserCfg() override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE GetGuid(BSTR, GUID*) override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE SetGuid(BSTR, REFGUID) override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE GetHistoryVersion(LONG*) override { return E_FAIL; }
+    HRESULT STDMETHODCALLTYPE AppendString(BSTR text) override
+    {
+        logged += toUtf8(com::viewOf(text)) + "\n";
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Flush() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE ClearLog() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Delete() override { return E_NOTIMPL; }
+};
+
+using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
+using PlainEntry = HRESULT();
+
+// Loaded once: a library is not unloaded while the process runs.
+const platform::Library& plugin()
+{
+    static const platform::Library library{fs::path(VCARD_PLUGIN)};
+    return library;
+}
+
+std::string cardText(const std::string& name, const std::string& more = {})
+{
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + ";;;;\r\nFN:" + name + "\r\n" + more + "END:VCARD\r\n";
+}
+
+class VCardTranslatorTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string pattern = (fs::temp_directory_path() / "vcard-XXXXXX").string();
+        root = mkdtemp(pattern.data());
+        folder = root / "100% cards";
+        fs::create_directories(folder);
+        setenv("XDG_CACHE_HOME", (root / "cache").c_str(), 1);
+        fs::create_directories(root / "cache");
+        services = com::make<FakeServices>();
+        services->values[u"Database"] = folder.u16string();
+        translator = load();
+    }
+    void TearDown() override
+    {
+        translator.reset();
+        services.reset();
+        EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK) << "an object was not given back";
+        fs::remove_all(root);
+    }
+    static Ptr<ITranslator> load()
+    {
+        Ptr<IClassFactory> factory;
+        EXPECT_TRUE(plugin());
+        EXPECT_EQ(plugin().function<GetClassObject>("DllGetClassObject")(kClass, __uuidof(IClassFactory), factory.putVoid()), S_OK);
+        Ptr<ITranslator> made;
+        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(ITranslator), made.putVoid()), S_OK);
+        return made;
+    }
+    HRESULT initialize() { return translator->Initialize(services.get(), nullptr, VARIANT_FALSE); }
+    void put(const std::string& name, const std::string& bytes) { writeBytes(folder / name, bytes); }
+    std::string get(const std::string& name) { return readBytes(folder / name); }
+    std::string lastError()
+    {
+        Variant code;
+        Bstr first, second;
+        EXPECT_EQ(translator.as<ITranslatorInfo>()->GetLastError(code.put(), first.put(), second.put()), S_OK);
+        EXPECT_EQ(code.vt, VT_EMPTY);
+        EXPECT_TRUE(second.empty());
+        return toUtf8(first.view());
+    }
+    std::vector<std::string> ids()
+    {
+        std::vector<std::string> all;
+        LONG count = 0;
+        EXPECT_EQ(translator->GetRecordCount(&count), S_OK);
+        for (LONG i = 0; i < count; ++i) {
+            Bstr id;
+            EXPECT_EQ(translator->GetRecordID(i, id.put()), S_OK);
+            all.push_back(toUtf8(id.view()));
+        }
+        return all;
+    }
+    // The field as the engine finds it: by its type.
+    GUID field(LONG type)
+    {
+        const auto list = translator.as<IFieldList>();
+        const auto properties = translator.as<IField>();
+        LONG count = 0, found = 0;
+        EXPECT_EQ(list->GetCount(&count), S_OK);
+        for (LONG i = 0; i < count; ++i) {
+            GUID guid{};
+            EXPECT_EQ(list->GetFieldByIndex(i, &guid), S_OK);
+            EXPECT_EQ(properties->GetFieldType(guid, &found), S_OK);
+            if (found == type) return guid;
+        }
+        ADD_FAILURE() << "no field " << type;
+        return {};
+    }
+    std::u16string read(const std::string& id, LONG type)
+    {
+        const Bstr record(fromUtf8(id));
+        Variant value;
+        EXPECT_EQ(translator->BeginReadRecord(record.get()), S_OK) << lastError();
+        EXPECT_EQ(translator->ReadField(record.get(), field(type), value.put()), S_OK) << lastError();
+        EXPECT_EQ(value.vt, VT_BSTR);
+        EXPECT_EQ(translator->EndReadRecord(record.get()), S_OK);
+        return std::u16string(value.text());
+    }
+    HRESULT write(const Bstr& id, LONG type, std::u16string_view text)
+    {
+        return translator->WriteField(id.get(), field(type), Variant(text));
+    }
+    std::string add(std::u16string_view lastName)
+    {
+        Bstr id;
+        EXPECT_EQ(translator->BeginAddRecord(id.put()), S_OK);
+        EXPECT_EQ(write(id, ftLastName, lastName), S_OK);
+        EXPECT_EQ(translator->SaveRecord(id.inOut()), S_OK) << lastError();
+        return toUtf8(id.view());
+    }
+
+    fs::path root, folder;
+    Ptr<FakeServices> services;
+    Ptr<ITranslator> translator;
+};
+
+TEST_F(VCardTranslatorTest, FieldsAreKnownWithoutInitialize)
+{
+    const auto list = translator.as<IFieldList>();
+    const auto properties = translator.as<IField>();
+    LONG count = 0;
+    ASSERT_EQ(list->GetCount(&count), S_OK);
+    std::set<LONG> types;
+    for (LONG i = 0; i < count; ++i) {
+        GUID guid{}, byName{};
+        Bstr name;
+        LONG type = 0;
+        ASSERT_EQ(list->GetFieldByIndex(i, &guid), S_OK);
+        ASSERT_EQ(properties->GetName(guid, name.put()), S_OK);
+        ASSERT_EQ(list->GetFieldByName(name.get(), &byName), S_OK);
+        EXPECT_EQ(guid, byName) << toUtf8(name.view());
+        ASSERT_EQ(properties->GetFieldType(guid, &type), S_OK);
+        EXPECT_TRUE(types.insert(type).second) << type;
+    }
+    for (LONG type = ftNamePrefix; type <= ftOther; ++type) {
+        const bool leftOut = type == ftImage1 || type == ftImage2 || type == ftRecordStatus;
+        EXPECT_EQ(types.contains(type), !leftOut) << type;
+    }
+    GUID none{};
+    EXPECT_TRUE(FAILED(list->GetFieldByIndex(count, &none)));
+    EXPECT_TRUE(FAILED(list->GetFieldByIndex(-1, &none)));
+    EXPECT_TRUE(FAILED(list->GetFieldByName(Bstr(u"none").get(), &none)));
+    EXPECT_EQ(properties->GetFieldType(GUID_NULL, &count), E_INVALIDARG);
+    EXPECT_EQ(properties->SetFlags(field(ftPhone), 0), E_NOTIMPL);
+}
+
+TEST_F(VCardTranslatorTest, FieldPropertiesTellPhonesAndDates)
+{
+    const auto properties = translator.as<IField>();
+    ULONG flags = 0, length = 1;
+    LONG type = 0;
+    EXPECT_EQ(properties->GetFlags(field(ftMobile), &flags), S_OK);
+    EXPECT_EQ(flags, static_cast<ULONG>(ffPhoneNumber));
+    EXPECT_EQ(properties->GetFlags(field(ftTitle), &flags), S_OK);
+    EXPECT_EQ(flags, 0u);
+    EXPECT_EQ(properties->GetDataType(field(ftBirthday), &type), S_OK);
+    EXPECT_EQ(type, dtDateTime);
+    EXPECT_EQ(properties->GetDataType(field(ftTitle), &type), S_OK);
+    EXPECT_EQ(type, dtString);
+    EXPECT_EQ(properties->GetMaxLength(field(ftTitle), &length), S_OK);
+    EXPECT_EQ(length, 0u);
+}
+
+TEST_F(VCardTranslatorTest, NamesAndCapabilities)
+{
+    Bstr shortName, longName, type;
+    ULONG caps = 0;
+    VARIANT_BOOL available = VARIANT_FALSE;
+    ASSERT_EQ(translator.as<ITranslatorInfo>()->GetInfo(shortName.put(), longName.put(), type.put()), S_OK);
+    EXPECT_EQ(shortName.view(), u"vCard");
+    EXPECT_EQ(longName.view(), u"vCard folder or file");
+    EXPECT_EQ(type.view(), u"vCard folder:");
+    EXPECT_EQ(translator->GetTranslatorCaps(&caps), S_OK);
+    EXPECT_EQ(caps, static_cast<ULONG>(capImport | capExport | capSynchronize | capTimestamps | capRecordGUIDs));
+    EXPECT_EQ(translator.as<IPIMSetUp>()->IsPIMAvailable(&available), S_OK);
+    EXPECT_EQ(available, VARIANT_TRUE);
+    EXPECT_EQ(lastError(), "");
+}
+
+TEST_F(VCardTranslatorTest, TheDatabaseIsKeptInTheServices)
+{
+    Bstr database, description;
+    EXPECT_EQ(translator->SetDatabase(services.get(), Bstr(u"/some/where").get()), S_OK);
+    EXPECT_EQ(services->values[u"Database"], u"/some/where");
+    EXPECT_EQ(translator->GetSyncParams(services.get(), database.put(), description.put()), S_OK);
+    EXPECT_EQ(database.view(), u"/some/where");
+    EXPECT_EQ(translator->SetDatabase(services.get(), Bstr(u"relative").get()), S_OK);
+    EXPECT_EQ(services->values[u"Database"], (fs::current_path() / "relative").u16string());
+    services->values.clear();
+    EXPECT_EQ(translator->GetSyncParams(services.get(), database.put(), description.put()), S_OK);
+    EXPECT_TRUE(database.empty());
+}
+
+TEST_F(VCardTranslatorTest, AMissingDatabaseIsSaidClearly)
+{
+    services->values[u"Database"] = (root / "none").u16string();
+    EXPECT_EQ(initialize(), kFailure(0x80040202));
+    EXPECT_NE(lastError().find((root / "none").string()), std::string::npos) << lastError();
+    services->values.clear();
+    EXPECT_EQ(initialize(), kFailure(0x80040202));
+    EXPECT_NE(lastError().find("Choose a folder"), std::string::npos) << lastError();
+    EXPECT_EQ(translator->Initialize(nullptr, nullptr, VARIANT_FALSE), E_POINTER);
+    LONG count = 7;
+    EXPECT_EQ(translator->GetRecordCount(&count), kFailure(0x80040207));
+    EXPECT_EQ(translator->Cleanup(), S_OK);
+}
+
+TEST_F(VCardTranslatorTest, ListsReadsEditsAddsAndDeletes)
+{
+    put("a.vcf", cardText("A", "TEL;TYPE=CELL:1\r\nX-KEPT;X=y:z\r\n"));
+    put("b.vcf", cardText("B"));
+    ASSERT_EQ(initialize(), S_OK);
+    EXPECT_EQ(ids(), (std::vector<std::string>{"a.vcf", "b.vcf"}));
+    EXPECT_EQ(read("a.vcf", ftMobile), u"1");
+    EXPECT_EQ(read("a.vcf", ftFax), u"");
+
+    ASSERT_EQ(translator->BeginUpdate(), S_OK);
+    Bstr id(u"a.vcf");
+    ASSERT_EQ(translator->BeginEditRecord(id.get()), S_OK);
+    EXPECT_EQ(write(id, ftMobile, u"2"), S_OK);
+    ASSERT_EQ(translator->SaveRecord(id.inOut()), S_OK);
+    EXPECT_EQ(id.view(), u"a.vcf");
+    EXPECT_EQ(get("a.vcf"), cardText("A", "TEL;TYPE=CELL:2\r\nX-KEPT;X=y:z\r\n"));
+    const std::string made = add(u"Müller");
+    EXPECT_EQ(read(made, ftLastName), u"Müller");
+    EXPECT_EQ(translator->DeleteRecord(Bstr(u"b.vcf").get()), S_OK);
+    DATE date = 0;
+    EXPECT_EQ(translator->GetModifiedDate(Bstr(fromUtf8(made)).get(), &date), S_OK);
+    EXPECT_GT(date, 45000.0);
+    ASSERT_EQ(translator->EndUpdate(VARIANT_FALSE), S_OK);
+    EXPECT_EQ(translator->Cleanup(), S_OK);
+
+    translator = load();
+    ASSERT_EQ(initialize(), S_OK);
+    EXPECT_EQ(ids().size(), 2u);
+    DATE again = 0;
+    EXPECT_EQ(translator->GetModifiedDate(Bstr(fromUtf8(made)).get(), &again), S_OK);
+    EXPECT_EQ(again, date);
+    EXPECT_TRUE(FAILED(translator->FindRecord(Bstr(u"b.vcf").get())));
+    VARIANT_BOOL verified = VARIANT_FALSE;
+    EXPECT_EQ(translator.as<IRecordVerifier>()->RecordVerified(Bstr(u"a.vcf").get(), &verified), S_OK);
+    EXPECT_EQ(verified, VARIANT_TRUE);
+}
+
+TEST_F(VCardTranslatorTest, ValuesOfOtherKindsAreTaken)
+{
+    put("a.vcf", cardText("A", "TITLE:x\r\n"));
+    ASSERT_EQ(initialize(), S_OK);
+    Bstr id(u"a.vcf");
+    ASSERT_EQ(translator->BeginEditRecord(id.get()), S_OK);
+    Variant date;
+    date.vt = VT_DATE;
+    date.date = 29301.5; // 1980-03-21, noon
+    EXPECT_EQ(translator->WriteField(id.get(), field(ftBirthday), date), S_OK);
+    EXPECT_EQ(translator->WriteField(id.get(), field(ftRemindDays), Variant(LONG{14})), S_OK);
+    EXPECT_EQ(translator->WriteField(id.get(), field(ftTitle), Variant()), S_OK);
+    EXPECT_EQ(translator->WriteField(id.get(), GUID_NULL, Variant()), kFailure(0x8004020C));
+    ASSERT_EQ(translator->SaveRecord(id.inOut()), S_OK);
+    EXPECT_EQ(get("a.vcf"), cardText("A", "BDAY:1980-03-21\r\nX-MB-REMIND-DAYS:14\r\n"));
+}
+
+TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
+{
+    put("bad%d.vcf", "BEGIN:VCARD\nVERSION:3.0\n\nnonsense\nEND:VCARD\n");
+    put("good.vcf", cardText("G"));
+    ASSERT_EQ(initialize(), S_OK);
+    EXPECT_EQ(ids(), std::vector<std::string>{"good.vcf"});
+    EXPECT_NE(services->logged.find("bad%%d.vcf, line 4"), std::string::npos) << services->logged;
+    EXPECT_EQ(services->logged.find("100% "), std::string::npos) << "the log takes the text for a format";
+    const Bstr id(u"bad%d.vcf");
+    DATE date = 0;
+    EXPECT_EQ(translator->FindRecord(id.get()), S_OK);
+    EXPECT_EQ(translator->GetModifiedDate(id.get(), &date), kFailure(0x80040207));
+    EXPECT_NE(lastError().find("line 4"), std::string::npos) << lastError();
+    EXPECT_EQ(translator->BeginReadRecord(id.get()), kFailure(0x80040208));
+    EXPECT_EQ(translator->BeginEditRecord(id.get()), kFailure(0x8004020B));
+    EXPECT_EQ(translator->DeleteRecord(id.get()), kFailure(0x8004020E));
+}
+
+TEST_F(VCardTranslatorTest, IdentifiersThatLeaveTheFolderAreRefusedEverywhere)
+{
+    writeBytes(root / "outside.vcf", cardText("O"));
+    ASSERT_EQ(initialize(), S_OK);
+    for (const std::u16string& text :
+         {std::u16string(u"../outside.vcf"), std::u16string(u"..\\outside.vcf"), std::u16string(u".hidden.vcf"), std::u16string(u".."),
+          std::u16string(u"a.vcf\0", 6), std::u16string()}) {
+        Bstr id(text);
+        Variant value;
+        DATE date = 0;
+        VARIANT_BOOL verified = VARIANT_TRUE;
+        EXPECT_EQ(translator->FindRecord(id.get()), kFailure(0x80040207));
+        EXPECT_EQ(translator->GetModifiedDate(id.get(), &date), kFailure(0x80040207));
+        EXPECT_EQ(translator->GetCreateDate(id.get(), &date), kFailure(0x80040207));
+        EXPECT_EQ(translator->BeginReadRecord(id.get()), kFailure(0x80040208));
+        EXPECT_EQ(translator->EndReadRecord(id.get()), kFailure(0x80040208));
+        EXPECT_EQ(translator->BeginEditRecord(id.get()), kFailure(0x8004020B));
+        EXPECT_EQ(translator->ReadField(id.get(), field(ftTitle), value.put()), kFailure(0x80040209));
+        EXPECT_EQ(write(id, ftTitle, u"x"), kFailure(0x8004020C));
+        EXPECT_EQ(translator->SaveRecord(id.inOut()), kFailure(0x8004020D));
+        EXPECT_EQ(translator->DeleteRecord(id.get()), kFailure(0x8004020E));
+        EXPECT_TRUE(FAILED(translator.as<IRecordVerifier>()->RecordVerified(id.get(), &verified)));
+        EXPECT_EQ(verified, VARIANT_FALSE);
+    }
+    EXPECT_EQ(readBytes(root / "outside.vcf"), cardText("O"));
+}
+
+TEST_F(VCardTranslatorTest, AChangeByAnotherProgramFailsTheSave)
+{
+    put("a.vcf", cardText("A"));
+    ASSERT_EQ(initialize(), S_OK);
+    Bstr id(u"a.vcf");
+    ASSERT_EQ(translator->BeginEditRecord(id.get()), S_OK);
+    EXPECT_EQ(write(id, ftTitle, u"mine"), S_OK);
+    put("a.vcf", cardText("theirs"));
+    EXPECT_EQ(translator->SaveRecord(id.inOut()), kFailure(0x8004020D));
+    EXPECT_NE(lastError().find("a.vcf"), std::string::npos);
+    EXPECT_EQ(get("a.vcf"), cardText("theirs"));
+}
+
+TEST_F(VCardTranslatorTest, AFileOfManyCardsIsWrittenAtEndUpdate)
+{
+    put("all.vcf", cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n"));
+    services->values[u"Database"] = (folder / "all.vcf").u16string();
+    ASSERT_EQ(initialize(), S_OK);
+    EXPECT_EQ(ids(), (std::vector<std::string>{"all.vcf#u1", "all.vcf#u2"}));
+    ASSERT_EQ(translator->BeginUpdate(), S_OK);
+    const std::string made = add(u"3");
+    EXPECT_EQ(get("all.vcf"), cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n"));
+    ASSERT_EQ(translator->EndUpdate(VARIANT_FALSE), S_OK);
+    EXPECT_TRUE(get("all.vcf").starts_with(cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n") + "BEGIN:VCARD"));
+    EXPECT_EQ(read(made, ftLastName), u"3");
+}
+
+TEST_F(VCardTranslatorTest, ATestMayOpenADatabaseByItself)
+{
+    put("a.vcf", cardText("A"));
+    const auto test = translator.as<ITranslatorTest>();
+    Bstr database;
+    ASSERT_EQ(test->InitializeDatabase(Bstr(folder.u16string()).get(), nullptr, nullptr), S_OK);
+    EXPECT_EQ(test->GetDatabase(database.put()), S_OK);
+    EXPECT_EQ(database.view(), folder.u16string());
+    EXPECT_EQ(ids().size(), 1u);
+    put("b.vcf", "x");
+    ASSERT_EQ(test->InitializeDatabaseEx(services.get(), database.get(), nullptr, nullptr), S_OK);
+    EXPECT_NE(services->logged.find("b.vcf"), std::string::npos);
+}
+
+TEST_F(VCardTranslatorTest, RegistersItsClassAndCategory)
+{
+    const char* before = std::getenv("MB_REGISTRY");
+    const std::string saved = before ? before : "";
+    setenv("MB_REGISTRY", (root / "test.reg").c_str(), 1);
+    const std::u16string key = u"CLSID\\" + com::guidText(kClass);
+    ASSERT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK);
+    const auto server = platform::RegistryKey::open(platform::Root::ClassesRoot, key + u"\\InprocServer32");
+    ASSERT_TRUE(server);
+    EXPECT_EQ(server->text(u""), fs::canonical(VCARD_PLUGIN).u16string());
+    EXPECT_EQ(server->text(u"ThreadingModel"), u"Apartment");
+    EXPECT_TRUE(platform::RegistryKey::open(platform::Root::ClassesRoot,
+                                            key + u"\\Implemented Categories\\{DCCCC8B9-C75D-44A2-9D89-9E7C78169C12}"));
+    EXPECT_EQ(plugin().function<PlainEntry>("DllUnregisterServer")(), S_OK);
+    EXPECT_FALSE(platform::RegistryKey::open(platform::Root::ClassesRoot, key));
+    if (before)
+        setenv("MB_REGISTRY", saved.c_str(), 1);
+    else
+        unsetenv("MB_REGISTRY");
+}
+
+TEST_F(VCardTranslatorTest, TheClassObjectKnowsOnlyItsClass)
+{
+    Ptr<IClassFactory> factory;
+    EXPECT_EQ(plugin().function<GetClassObject>("DllGetClassObject")(GUID_NULL, __uuidof(IClassFactory), factory.putVoid()),
+              CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_FALSE) << "the translator of the test is alive";
+}
+
+} // namespace
+} // namespace mb::vcard
