@@ -6,10 +6,12 @@
 #include "Value.h"
 
 #include <algorithm>
+#include <unordered_map>
 
 namespace mb::vcard {
 namespace {
 
+constexpr std::string_view kLabel = "X-ABLABEL";
 constexpr std::size_t kNameParts = 5, kAddressParts = 7;
 constexpr int kDisplayName = 79, kCompany = 7, kFirstEmail = 29, kAnyChat = 50;
 
@@ -82,6 +84,8 @@ Card Card::parse(std::string_view text)
     RawLine raw;
     int depth = 0;
     std::string declared;
+    card.lines_.reserve(32);
+    card.claims_.reserve(32);
     while (reader.next(raw)) {
         if (raw.kind == RawLine::Kind::End) --depth;
         const bool own = raw.kind == RawLine::Kind::Property && depth == 1;
@@ -131,14 +135,26 @@ std::u16string Card::labelOf(const Line& line) const
 {
     if (line.group().empty()) return {};
     for (const Line& other : lines_)
-        if (other.name() == "X-ABLABEL" && other.group() == line.group()) return other.value(context_);
+        if (other.name() == kLabel && other.group() == line.group()) return other.value(context_);
     return {};
 }
 
 void Card::claimAll()
 {
-    claims_.clear();
-    for (const Line& line : lines_) claims_.push_back(claimOf(line, labelOf(line), context_));
+    std::unordered_map<std::string_view, std::u16string> labels; // by group
+    for (const Line& line : lines_)
+        if (line.name() == kLabel) labels.try_emplace(line.group(), line.value(context_));
+    for (const Line& line : lines_) {
+        const auto label = line.group().empty() ? labels.end() : labels.find(line.group());
+        claims_.push_back(claimOf(line, label == labels.end() ? std::u16string_view() : label->second, context_));
+    }
+    slots_ = resolve(lines_.size());
+}
+
+// After a line got a new value: only its own claim can be another one.
+void Card::claimAgain(std::size_t at)
+{
+    claims_[at] = claimOf(lines_[at], labelOf(lines_[at]), context_);
     slots_ = resolve(lines_.size());
 }
 
@@ -171,10 +187,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     const std::u16string value = line.value(context_);
     const Version version = context_.version;
     switch (field.shape) {
-    case Shape::Part: {
-        const auto parts = splitEscaped(value, u';');
-        return field.part < parts.size() ? unescape(parts[field.part], version, true) : std::u16string();
-    }
+    case Shape::Part: return unescape(escapedPart(value, u';', field.part), version, true);
     case Shape::List: return readList(value, version);
     case Shape::Date: return readDate(unescape(value, version, false));
     case Shape::Phone: {
@@ -183,8 +196,8 @@ std::u16string Card::read(const Field& field, const Line& line) const
     }
     case Shape::Gender: {
         if (line.name() != "GENDER") return unescape(value, version, false);
-        const auto parts = splitEscaped(value, u';');
-        return unescape(parts[0].empty() && parts.size() > 1 ? parts[1] : parts[0], version, true);
+        const std::u16string_view sex = escapedPart(value, u';', 0);
+        return unescape(sex.empty() ? escapedPart(value, u';', 1) : sex, version, true);
     }
     case Shape::Chat: {
         const std::u16string text = unescape(value, version, false);
@@ -238,8 +251,7 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
 
 bool Card::required(const Field& field) const
 {
-    const std::string_view property = field.property;
-    return property == "FN" ? context_.version != Version::V21 : property == "N" && context_.version != Version::V40;
+    return field.property == "FN" ? context_.version != Version::V21 : field.property == "N" && context_.version != Version::V40;
 }
 
 bool Card::set(int type, std::u16string_view value)
@@ -261,13 +273,14 @@ bool Card::set(int type, std::u16string_view value)
 void Card::replace(const Field& field, const std::u16string& text)
 {
     const Slots before = slots_;
-    Line& line = lines_[static_cast<std::size_t>(lineOf(field))];
+    const auto at = static_cast<std::size_t>(lineOf(field));
+    Line& line = lines_[at];
     line.setValue(compose(field, line, text), context_);
-    claimAll();
+    claimAgain(at);
     if (slots_ == before) return;
-    line.addParam(kPinParam, std::to_string(field.type)); // a new value made the line another field's
+    line.addParam(kPinParam, std::to_string(field.type)); // the new value made the line another field's
     line.setValue(compose(field, line, text), context_);
-    claimAll();
+    claimAgain(at);
 }
 
 std::string Card::newHeader(const Field& field) const
@@ -302,18 +315,18 @@ void Card::add(const Field& field, const std::u16string& text)
     std::size_t at = lines_.size() - 1;
     while (at > 1 && lines_[at].raw().find_first_not_of(" \t\r\n") == std::string::npos) --at; // blank lines behind END
     while (at > 1 && lines_[at - 1].openEnded()) --at;
-    const Slots before = slots_;
-    lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), line);
-    claimAll();
-    Slots wanted = before;
+    Slots wanted = slots_;
     for (int& i : wanted)
         if (i >= static_cast<int>(at)) ++i;
     wanted[field.slot] = static_cast<int>(at);
+    lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), std::move(line));
+    claims_.insert(claims_.begin() + static_cast<std::ptrdiff_t>(at), Claim{});
+    claimAgain(at);
     if (slots_ == wanted) return;
-    line.addParam(kPinParam, std::to_string(field.type));
-    line.setValue(compose(field, line, text), context_);
-    lines_[at] = line;
-    claimAll();
+    Line& added = lines_[at];
+    added.addParam(kPinParam, std::to_string(field.type));
+    added.setValue(compose(field, added, text), context_);
+    claimAgain(at);
 }
 
 void Card::clear(const Field& field)
@@ -327,12 +340,13 @@ void Card::clear(const Field& field)
         wanted[field.slot] = -1;
         if (resolve(at) == wanted) {
             lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(at));
-            claimAll();
+            claims_.erase(claims_.begin() + static_cast<std::ptrdiff_t>(at));
+            slots_ = resolve(lines_.size());
             return;
         }
     }
     line.setValue(rest, context_);
-    claimAll();
+    claimAgain(at);
 }
 
 std::u16string Card::composedName() const

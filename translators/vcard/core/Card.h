@@ -37,6 +37,7 @@ private:
     using Slots = std::array<int, kSlots>; // line number, -1 for none
 
     void claimAll();
+    void claimAgain(std::size_t at);
     Slots resolve(std::size_t without) const;
     int lineOf(const Field& field) const { return slots_[field.slot]; }
     std::u16string labelOf(const Line& line) const;

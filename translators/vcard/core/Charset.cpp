@@ -109,6 +109,10 @@ bool isAscii(std::string_view bytes)
 bool isUtf8(std::string_view bytes)
 {
     for (std::size_t i = 0; i < bytes.size();) {
+        if (static_cast<unsigned char>(bytes[i]) < 0x80) {
+            ++i;
+            continue;
+        }
         const std::size_t length = nextUtf8(bytes, i).length;
         if (length == 0) return false;
         i += length;
@@ -121,6 +125,10 @@ std::u16string fromUtf8(std::string_view bytes)
     std::u16string text;
     text.reserve(bytes.size());
     for (std::size_t i = 0; i < bytes.size();) {
+        if (static_cast<unsigned char>(bytes[i]) < 0x80) {
+            text += static_cast<char16_t>(bytes[i++]);
+            continue;
+        }
         const CodePoint c = nextUtf8(bytes, i);
         appendUtf16(text, c.length ? c.value : U'\uFFFD');
         i += c.length ? c.length : 1;

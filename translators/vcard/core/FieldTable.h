@@ -16,10 +16,10 @@ enum class Shape : std::uint8_t { Text, Part, List, Date, Phone, Gender, Chat };
 struct Field {
     std::uint8_t type; // _FieldTypes
     const char16_t* label;
-    const char* property; // of a new line
-    const char* types;    // TYPE words of a new line, separated by commas
-    std::uint8_t slot;    // the lowest field type that shares the line
-    std::uint8_t part;    // of a structured value
+    std::string_view property; // of a new line
+    std::string_view types;    // TYPE words of a new line, separated by commas
+    std::uint8_t slot;         // the lowest field type that shares the line
+    std::uint8_t part;         // of a structured value
     Shape shape;
 };
 

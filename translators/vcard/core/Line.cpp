@@ -35,16 +35,16 @@ std::string unfold(std::string_view text, Version version, bool keepSoftBreaks)
 {
     std::string joined;
     joined.reserve(text.size());
+    const bool bareReturns = text.find('\n') == npos; // an old file that ends its lines with CR alone
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::size_t end = i;
         while (end < text.size() && text[end] == '\r') ++end;
         if (end == text.size() || text[end] != '\n') {
-            if (end == i)
-                joined += text[i];
-            else if (text.find('\n') == npos && isFold(text, i))
-                i += version == Version::V21 ? 0 : 1; // an old file with bare CRs
-            else
-                joined.append(text.substr(i, end - i)), i = end - 1;
+            if (end == i || !bareReturns || !isFold(text, i))
+                joined.append(text.substr(i, std::max(end - i, std::size_t{1})));
+            else if (version != Version::V21)
+                ++end;
+            i = std::max(end, i + 1) - 1;
             continue;
         }
         if (keepSoftBreaks && joined.ends_with('='))

@@ -73,14 +73,18 @@ LineReader::Physical LineReader::physicalAt(std::size_t at) const
     return {at, content, found + 1};
 }
 
-bool LineReader::continues(const RawLine& head, std::string_view last, std::string_view following) const
+bool LineReader::continues(Head& head, std::string_view last, std::string_view following)
 {
-    if (head.kind != RawLine::Kind::Property || following.empty()) return false;
+    if (following.empty()) return false;
     if (isBlank(following.front())) return true;
     if (isMarker(following, "END") || isMarker(following, "BEGIN")) return false;
-    if (last.ends_with('=') && headerHas(head.bytes, "QUOTED-PRINTABLE")) return true;
+    if (last.ends_with('=')) {
+        if (!head.quotedPrintable) head.quotedPrintable = headerHas(head.content, "QUOTED-PRINTABLE");
+        if (*head.quotedPrintable) return true;
+    }
     if (following.find(':') != npos) return false;
-    return last.ends_with('\\') || headerHas(head.bytes, "BASE64") || headerHas(head.bytes, "B");
+    if (!head.base64) head.base64 = headerHas(head.content, "BASE64") || headerHas(head.content, "B");
+    return last.ends_with('\\') || *head.base64;
 }
 
 bool LineReader::next(RawLine& line)
@@ -90,10 +94,11 @@ bool LineReader::next(RawLine& line)
     const std::size_t begin = current.begin;
     std::string_view content = text_.substr(begin, current.contentEnd - begin);
     line = {kindOf(content), content, number_++};
-    while (current.end < text_.size()) {
+    Head head{content, {}, {}};
+    while (line.kind == RawLine::Kind::Property && current.end < text_.size()) {
         const Physical following = physicalAt(current.end);
         const std::string_view followingContent = text_.substr(following.begin, following.contentEnd - following.begin);
-        if (!continues(line, content, followingContent)) break;
+        if (!continues(head, content, followingContent)) break;
         current = following;
         content = followingContent;
         ++number_;

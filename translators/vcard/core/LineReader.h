@@ -34,7 +34,12 @@ private:
         std::size_t begin, contentEnd, end;
     };
     Physical physicalAt(std::size_t at) const;
-    bool continues(const RawLine& head, std::string_view last, std::string_view following) const;
+    // What the header of a line says of the lines behind it; found out when it is asked for first.
+    struct Head {
+        std::string_view content;
+        std::optional<bool> quotedPrintable, base64;
+    };
+    static bool continues(Head& head, std::string_view last, std::string_view following);
 
     std::string_view text_;
     std::size_t at_ = 0;

@@ -32,7 +32,7 @@ std::u16string digitsOfDate(std::u16string_view text)
 
 std::u16string unescape(std::u16string_view text, Version version, bool structured)
 {
-    if (!hasEscapes(version, structured)) return std::u16string(text);
+    if (!hasEscapes(version, structured) || text.find(u'\\') == text.npos) return std::u16string(text);
     const std::u16string_view known = version == Version::V21 ? u"\\;:," : u"\\;:,\"";
     std::u16string plain;
     plain.reserve(text.size());
@@ -70,18 +70,36 @@ std::u16string escape(std::u16string_view text, Version version, bool structured
     return escaped;
 }
 
+namespace {
+
+// Where the part that begins at the offset ends.
+std::size_t endOfPart(std::u16string_view text, char16_t separator, std::size_t at)
+{
+    while (at < text.size() && text[at] != separator) at += text[at] == u'\\' ? 2 : 1;
+    return std::min(at, text.size());
+}
+
+} // namespace
+
 std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t separator)
 {
-    std::vector<std::u16string> parts(1);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == separator) {
-            parts.emplace_back();
-            continue;
-        }
-        parts.back() += text[i];
-        if (text[i] == u'\\' && i + 1 < text.size()) parts.back() += text[++i];
+    std::vector<std::u16string> parts;
+    for (std::size_t at = 0;;) {
+        const std::size_t end = endOfPart(text, separator, at);
+        parts.emplace_back(text.substr(at, end - at));
+        if (end == text.size()) return parts;
+        at = end + 1;
     }
-    return parts;
+}
+
+std::u16string_view escapedPart(std::u16string_view text, char16_t separator, std::size_t part)
+{
+    for (std::size_t at = 0;; --part) {
+        const std::size_t end = endOfPart(text, separator, at);
+        if (part == 0) return text.substr(at, end - at);
+        if (end == text.size()) return {};
+        at = end + 1;
+    }
 }
 
 std::u16string join(const std::vector<std::u16string>& parts, std::u16string_view separator)

@@ -14,6 +14,8 @@ std::u16string escape(std::u16string_view text, Version version, bool structured
 
 // Cuts at a separator that no backslash protects; the parts keep their escapes.
 std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t separator);
+// One of those parts; empty if there are not so many.
+std::u16string_view escapedPart(std::u16string_view text, char16_t separator, std::size_t part);
 std::u16string join(const std::vector<std::u16string>& parts, std::u16string_view separator);
 std::u16string trimBlanks(std::u16string_view text);
 

@@ -385,6 +385,28 @@ TEST(Card, RandomEditsTouchNothingElse)
     }
 }
 
+// Each of these would take minutes if a scan stood inside a scan.
+TEST(Card, HugeCardsTakeLinearTime)
+{
+    constexpr int kMany = 100000;
+    const auto repeated = [](const std::string& text) {
+        std::string all;
+        for (int i = 0; i < kMany; ++i) all += text;
+        return all;
+    };
+    for (const std::string& lines :
+         {repeated("a.TEL:1\r\na.X-ABLabel:x\r\n"), "NOTE;ENCODING=QUOTED-PRINTABLE;" + repeated(";") + ":" + repeated("=\r\n") + "\r\n",
+          "NOTE:" + repeated("\r") + "\r\n", "NOTE" + repeated(";X=\"") + ":1\r\n", "N:" + repeated(";\\") + "\r\n",
+          "NOTE:" + repeated("\r\n x") + "\r\n", "EMAIL:" + repeated("a\r\nEMAIL:") + "\r\n"}) {
+        const std::string text = v30(lines);
+        ASSERT_FALSE(scanCards(text).error);
+        Card card = Card::parse(text);
+        EXPECT_EQ(card.bytes(), text);
+        card.set(20, u"2");
+        EXPECT_EQ(Card::parse(card.bytes()).get(20), u"2");
+    }
+}
+
 TEST(Card, TruncatedCardsNeverCrash)
 {
     for (const auto& [name, bytes] : samples()) {
