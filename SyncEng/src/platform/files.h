@@ -1,0 +1,64 @@
+// What std::filesystem lacks: the folders of the system, copying that fails if the target exists, and files that reach the disk whole.
+#pragma once
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace platform {
+
+// Paths travel inside the module as 16-bit text.
+std::filesystem::path pathOf(std::u16string_view text);
+std::u16string textOf(const std::filesystem::path& path);
+
+// The user's application data folder ($XDG_DATA_HOME or ~/.local/share on Linux), and the machine's program data folder
+// (/usr/share on Linux). Empty if the system does not tell. Neither is created.
+std::filesystem::path userDataFolder();
+std::filesystem::path machineDataFolder();
+
+bool fileExists(const std::filesystem::path& file) noexcept;
+// Makes one level; true if the folder exists afterwards.
+bool createFolder(const std::filesystem::path& folder) noexcept;
+std::error_code copyReplacing(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
+// errc::file_exists if there is a target.
+std::error_code copyFailingIfExists(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
+// The whole file; an error in `error`, also where it is larger than `limit` (errc::file_too_large).
+std::string readFile(const std::filesystem::path& file, std::error_code& error, std::uint64_t limit = UINT64_MAX);
+
+// A new content for a file. It is written beside the target, and commit() flushes it to disk and renames it over the target; without
+// commit nothing has changed and the temporary file is gone. The target's permissions are kept.
+class AtomicFile {
+public:
+    explicit AtomicFile(std::filesystem::path target) noexcept;
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+    ~AtomicFile();
+    // After the first failure the others do nothing, and commit reports it.
+    void write(std::string_view bytes) noexcept;
+    [[nodiscard]] std::error_code commit() noexcept;
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+// A file that grows at its end, for the log: made if missing; every write goes to the system at once, none is flushed to disk.
+class AppendFile {
+public:
+    AppendFile() noexcept = default;
+    explicit AppendFile(const std::filesystem::path& file) noexcept; // empty if it cannot be opened
+    AppendFile(AppendFile&& o) noexcept;
+    AppendFile& operator=(AppendFile&& o) noexcept;
+    ~AppendFile();
+    explicit operator bool() const noexcept { return handle_ != -1; }
+    [[nodiscard]] std::uint64_t size() const noexcept;
+    bool write(std::string_view bytes) noexcept;
+
+private:
+    std::intptr_t handle_ = -1;
+};
+
+} // namespace platform

@@ -1,0 +1,32 @@
+// The process this module runs in: its executable, its user, its environment, its clock.
+#pragma once
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+std::filesystem::path executablePath();
+// The library or program that holds the given function or object.
+std::filesystem::path modulePathOf(const void* address);
+std::u16string userName();
+std::optional<std::u16string> environment(std::u16string_view name);
+std::uint32_t processId() noexcept;
+std::uint32_t threadId() noexcept;
+
+struct ClockTime {
+    int year, month, day, hour, minute, second, milliseconds;
+};
+ClockTime localTime() noexcept;
+ClockTime utcTime() noexcept;
+
+// The same as automation dates: days since 30 December 1899, whole seconds.
+double localNow() noexcept;
+double utcNow() noexcept;
+
+// A clock time in the short form of the user's locale.
+std::u16string timeText(const ClockTime& time);
+std::u16string dateText(const ClockTime& time);
+
+} // namespace platform

@@ -1,0 +1,40 @@
+// 16-bit text: to and from UTF-8 and the ANSI code page, simple case folding, character classes, numbers.
+// Characters are UTF-16 units; folding maps unit by unit and never changes a length.
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// Ill-formed input gives U+FFFD (in UTF-8) or the replacement's three bytes; nothing fails.
+std::string utf8(std::u16string_view text);
+std::u16string utf16(std::string_view bytes);
+
+// The ANSI code page: UTF-8 on Linux. A character that it lacks becomes '?'.
+std::string narrow(std::u16string_view text);
+std::u16string widen(std::string_view bytes);
+
+char16_t lower(char16_t unit) noexcept;
+char16_t upper(char16_t unit) noexcept;
+std::u16string lowered(std::u16string_view text);
+
+// Negative, zero or positive; both texts folded to lower case unit by unit.
+int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
+inline bool equalNoCase(std::u16string_view a, std::u16string_view b) noexcept
+{
+    return a.size() == b.size() && compareNoCase(a, b) == 0;
+}
+
+bool isAlpha(char16_t unit) noexcept;
+bool isDigit(char16_t unit) noexcept; // the ten ASCII digits
+bool isAlnum(char16_t unit) noexcept;
+bool isSpace(char16_t unit) noexcept;
+
+// White space, a sign, digits; what follows is ignored, no digits give 0, overflow clamps.
+int toInt(std::u16string_view text) noexcept;
+std::int64_t toInt64(std::u16string_view text) noexcept;
+// With a decimal point whatever the locale; no number gives 0.
+double toDouble(std::u16string_view text) noexcept;
+
+} // namespace platform

@@ -1,0 +1,25 @@
+// What the module shows by itself: a message and a wait cursor. On Linux messages go to standard error.
+#pragma once
+#include "com.h"
+
+#include <string_view>
+
+namespace platform {
+
+enum class MessageKind { Error, Warning, Information };
+
+void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept;
+
+// The wait cursor for as long as this lives; nothing on a terminal.
+class WaitCursor {
+public:
+    WaitCursor() noexcept;
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+    ~WaitCursor();
+
+private:
+    void* previous_ = nullptr;
+};
+
+} // namespace platform
