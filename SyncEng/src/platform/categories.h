@@ -11,6 +11,8 @@ HRESULT registerCategory(REFGUID category, std::u16string_view description) noex
 HRESULT registerClassInCategory(REFCLSID clsid, REFGUID category) noexcept;
 HRESULT unregisterClassInCategory(REFCLSID clsid, REFGUID category) noexcept;
 
+HRESULT unregisterCategory(REFGUID category) noexcept;
+
 // The classes of a category, one after the other, in the order in which the system lists them.
 class CategoryClasses {
 public:

@@ -59,6 +59,14 @@ template <class F> [[nodiscard]] HRESULT guarded(F&& body) noexcept
     }
 }
 
+// Calls a method of an object that others wrote: no exception of theirs comes through.
+template <class I, class Object, class... Params, class... Args>
+requires std::is_base_of_v<I, Object> HRESULT call(Object* object, HRESULT (STDMETHODCALLTYPE I::*method)(Params...), Args&&... args)
+noexcept
+{
+    return guarded([&] { return (object->*method)(std::forward<Args>(args)...); });
+}
+
 // ---- Text -------------------------------------------------------------------------------------------------------------
 // OLECHAR is char16_t in one world and wchar_t in the other; both are 16 bits, and the module itself only knows char16_t.
 
@@ -171,6 +179,12 @@ public:
 private:
     T* p_ = nullptr;
 };
+
+template <class I, class Object, class... Params, class... Args>
+HRESULT call(const Ptr<Object>& object, HRESULT (STDMETHODCALLTYPE I::*method)(Params...), Args&&... args) noexcept
+{
+    return call(object.get(), method, std::forward<Args>(args)...);
+}
 
 // ---- Values -----------------------------------------------------------------------------------------------------------
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace platform {
 
@@ -55,6 +56,7 @@ public:
     ~AppendFile();
     explicit operator bool() const noexcept { return handle_ != -1; }
     [[nodiscard]] std::uint64_t size() const noexcept;
+    bool truncate() noexcept;
     bool write(std::string_view bytes) noexcept;
 
 private:

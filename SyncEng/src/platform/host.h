@@ -1,5 +1,6 @@
 // The process this module runs in: its executable, its user, its environment, its clock.
 #pragma once
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -24,6 +25,9 @@ ClockTime utcTime() noexcept;
 // The same as automation dates: days since 30 December 1899, whole seconds.
 double localNow() noexcept;
 double utcNow() noexcept;
+
+// The system's own text for a result code, in the user's language where the system has it; never empty.
+std::u16string systemMessage(std::int32_t code);
 
 // A clock time in the short form of the user's locale.
 std::u16string timeText(const ClockTime& time);

@@ -21,10 +21,7 @@ std::u16string lowered(std::u16string_view text);
 
 // Negative, zero or positive; both texts folded to lower case unit by unit.
 int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
-inline bool equalNoCase(std::u16string_view a, std::u16string_view b) noexcept
-{
-    return a.size() == b.size() && compareNoCase(a, b) == 0;
-}
+inline bool equalNoCase(std::u16string_view a, std::u16string_view b) noexcept { return a.size() == b.size() && compareNoCase(a, b) == 0; }
 
 bool isAlpha(char16_t unit) noexcept;
 bool isDigit(char16_t unit) noexcept; // the ten ASCII digits

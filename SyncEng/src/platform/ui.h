@@ -10,6 +10,11 @@ enum class MessageKind { Error, Warning, Information };
 
 void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept;
 
+// A library or disk that is missing shows no box of the system's for the rest of the process.
+void silenceSystemErrorBoxes() noexcept;
+// Makes list views available to the dialogs.
+void prepareListViews() noexcept;
+
 // The wait cursor for as long as this lives; nothing on a terminal.
 class WaitCursor {
 public:
@@ -19,7 +24,7 @@ public:
     ~WaitCursor();
 
 private:
-    void* previous_ = nullptr;
+    [[maybe_unused]] void* previous_ = nullptr;
 };
 
 } // namespace platform

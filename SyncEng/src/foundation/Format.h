@@ -1,0 +1,33 @@
+// Fills the %s, %d, %x and %I64d of the system's texts with typed arguments. A missing argument leaves nothing in its place, one
+// too many is ignored, one of another kind is written as what it is: no text can make it read what is not there.
+#pragma once
+#include <concepts>
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace mb {
+
+class FormatArgument {
+public:
+    FormatArgument(std::u16string_view text) : value_(text) {}
+    FormatArgument(const std::u16string& text) : value_(std::u16string_view(text)) {}
+    FormatArgument(const char16_t* text) : value_(std::u16string_view(text)) {}
+    template <std::integral T> FormatArgument(T number) : value_(static_cast<std::int64_t>(number)), bits_(sizeof(T) <= 4 ? 32 : 64) {}
+    void append(std::u16string& out, bool hexadecimal) const;
+
+private:
+    std::variant<std::u16string_view, std::int64_t> value_;
+    int bits_ = 64;
+};
+
+std::u16string FormatList(std::u16string_view format, std::initializer_list<FormatArgument> arguments);
+
+template <class... Args> std::u16string Format(std::u16string_view format, const Args&... args)
+{
+    return FormatList(format, {FormatArgument(args)...});
+}
+
+} // namespace mb

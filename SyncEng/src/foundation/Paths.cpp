@@ -1,0 +1,73 @@
+#include "foundation/Paths.h"
+
+#include "files.h"
+#include "host.h"
+#include "registry.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+namespace fs = std::filesystem;
+
+HRESULT ensureEach(fs::path& path, std::initializer_list<const char*> levels)
+{
+    for (const char* level : levels) {
+        path /= level;
+        const HRESULT hr = EnsureFolder(path, true);
+        if (FAILED(hr)) return hr;
+    }
+    return S_OK;
+}
+
+HRESULT applicationDataFolder(fs::path& path)
+{
+    path = platform::userDataFolder();
+    if (path.empty()) return E_FAIL;
+    std::error_code error;
+    fs::create_directories(path, error); // the system's own folder; a fresh account may lack it
+    return ensureEach(path, {"Zorel", "MBSync"});
+}
+
+} // namespace
+
+HRESULT EnsureFolder(const fs::path& path, bool create)
+{
+    std::error_code error;
+    if (fs::is_directory(path, error)) return S_OK;
+    return create && platform::createFolder(path) ? S_OK : E_FAIL;
+}
+
+HRESULT GetUserDataFolder(fs::path& path) { return SUCCEEDED(applicationDataFolder(path)) ? S_OK : GetLegacyUserFolder(path, true); }
+
+HRESULT GetLegacyUserFolder(fs::path& path, bool create)
+{
+    const auto key = platform::RegistryKey::open(platform::Root::LocalMachine, u"Software\\Zorel\\MBSyncEng");
+    const auto installed = key ? key->text(u"InstallPath") : std::nullopt;
+    path = installed ? platform::pathOf(*installed) : platform::machineDataFolder();
+    if (path.empty()) return E_FAIL;
+    path /= "MBSync";
+    if (FAILED(EnsureFolder(path, create))) return E_FAIL;
+    if (const std::u16string user = platform::userName(); !user.empty()) path /= platform::pathOf(user);
+    return EnsureFolder(path, create);
+}
+
+void MoveFolderFiles(const fs::path& from, const fs::path& to)
+{
+    if (platform::equalNoCase(platform::textOf(from), platform::textOf(to))) return;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(from, error)) {
+        if (!entry.is_regular_file(error)) continue;
+        // The only copy of someone's settings is not deleted because it could not be copied.
+        if (!platform::copyReplacing(entry.path(), to / entry.path().filename())) fs::remove(entry.path(), error);
+    }
+}
+
+bool FileHasContent(const fs::path& path)
+{
+    std::error_code error;
+    const auto size = fs::file_size(path, error);
+    return !error && size != 0;
+}
+
+} // namespace mb

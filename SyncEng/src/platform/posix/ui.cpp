@@ -1,0 +1,34 @@
+#include "ui.h"
+
+#include "text.h"
+#include <cstdio>
+
+namespace platform {
+namespace {
+
+// No control character reaches the terminal but the line end.
+std::string printable(std::u16string_view text)
+{
+    std::u16string safe;
+    for (const char16_t c : text)
+        if (c == u'\n' || (c >= 0x20 && c != 0x7F && !(c >= 0x80 && c < 0xA0))) safe += c;
+    return utf8(safe);
+}
+
+} // namespace
+
+void showMessage(HWND, std::u16string_view text, std::u16string_view caption, MessageKind) noexcept
+{
+    try {
+        std::fprintf(stderr, "%s: %s\n", printable(caption).c_str(), printable(text).c_str());
+    } catch (...) { // there is no one else to tell
+    }
+}
+
+void silenceSystemErrorBoxes() noexcept {}
+void prepareListViews() noexcept {}
+
+WaitCursor::WaitCursor() noexcept {}
+WaitCursor::~WaitCursor() {}
+
+} // namespace platform
