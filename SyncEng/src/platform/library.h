@@ -5,6 +5,9 @@
 
 namespace platform {
 
+// The file name of a library that comes with the product, by its bare name: CAT.DLL, or libCAT.so.
+std::string libraryFileName(const char* name);
+
 class Library {
 public:
     Library() noexcept = default;

@@ -4,6 +4,8 @@
 
 namespace platform {
 
+std::string libraryFileName(const char* name) { return std::string("lib") + name + ".so"; }
+
 Library::Library(const std::filesystem::path& file) noexcept : handle_(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {}
 
 Library& Library::operator=(Library&& o) noexcept

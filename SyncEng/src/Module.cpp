@@ -1,0 +1,120 @@
+// The top of the house: the four exports, and the table of the module's classes.
+#include "categories.h"
+#include "engine/CSynchronizer.h"
+#include "foundation/ClassTable.h"
+#include "foundation/CLogFile.h"
+#include "foundation/LanguageModule.h"
+#include "foundation/StartUp.h"
+#include "host.h"
+#include "server_registration.h"
+#include "store/CDataStream.h"
+#include "store/ConfigStore.h"
+#include "translators/CFieldMap.h"
+#include "translators/CTrManager.h"
+#include "translators/CTrServices.h"
+#include "translators/TranslatorCategory.h"
+
+namespace {
+
+// A class whose part of the house is not built yet.
+HRESULT notAvailable(IUnknown*, REFIID, void** out) noexcept
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    return CLASS_E_CLASSNOTAVAILABLE;
+}
+
+constexpr com::ClassEntry classTable[] = {
+    {&__uuidof(TrServices), u"MBSync.TrServices", u"TrServices Class", com::create<mb::CTrServices>},
+    {&__uuidof(TrManager), u"MBSync.TrManager", u"TrManager Class", com::create<mb::CTrManager>},
+    {&__uuidof(TranslatorBridge), u"MBSync.TranslatorBridge", u"TranslatorBridge Class", notAvailable},
+    {&__uuidof(SyncTransfer), u"MBSync.SyncTransfer", u"SyncTransfer Class", notAvailable},
+    {&__uuidof(Synchronizer), u"MBSync.Synchronizer", u"Synchronizer Class", com::create<mb::CSynchronizer>},
+    {&__uuidof(LogFile), u"MBSync.LogFile", u"LogFile Class", com::create<mb::CLogFile>},
+    {&__uuidof(InteropDummy), u"MBSync.InteropDummy", u"InteropDummy Class", notAvailable},
+    {&__uuidof(FieldMap), u"MBSync.FieldMap", u"FieldMap Class", com::create<mb::CFieldMap>},
+    {&__uuidof(DataStream), u"MBSync.DataStream", u"DataStream Class", com::create<mb::CDataStream>},
+    {&__uuidof(SyncAutoTest), u"MBSync.SyncAutoTest", u"SyncAutoTest Class", notAvailable},
+};
+
+// What lives as long as the module: the language module and the class table from its load, the log and the configuration store from
+// the first request for a class object.
+class Module {
+public:
+    Module()
+    {
+        mb::SetClassTable(classTable);
+        (void)com::guarded([] { mb::LoadLocalizedModule(u"mbsync.dat"); });
+        (void)mb::ConfigStore(); // made before this is, so it is there until this is gone
+    }
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+    ~Module()
+    {
+        (void)com::guarded([&] { start_.stop([] { (void)mb::CloseConfigStore(); }); });
+        mb::FreeLocalizedModule();
+    }
+    void ensureStarted()
+    {
+        if (start_.started() && !mb::configStoreIsOpen()) start_.storeWasClosed();
+        (void)com::guarded([&] { start_.ensureStarted(mb::OpenConfigStore); });
+    }
+
+private:
+    mb::ModuleStart start_;
+};
+
+Module& module()
+{
+    static Module loaded;
+    return loaded;
+}
+
+} // namespace
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** out)
+{
+    module().ensureStarted();
+    return com::getClassObject(classTable, clsid, riid, out);
+}
+
+STDAPI DllCanUnloadNow() { return com::moduleLocks == 0 ? S_OK : S_FALSE; }
+
+namespace {
+
+constexpr GUID applicationId{0x90F753D0, 0xDD7F, 0x4564, {0x90, 0xCE, 0x4C, 0x72, 0xCC, 0xC3, 0x29, 0x9C}};
+constexpr GUID typeLibraryId{0x33D2D523, 0x69CB, 0x4FB4, {0xA8, 0xFE, 0xAA, 0x6D, 0xDD, 0x48, 0x93, 0xC7}};
+
+// Only what can be created is registered.
+std::vector<com::ClassEntry> availableClasses()
+{
+    std::vector<com::ClassEntry> available;
+    for (const com::ClassEntry& entry : classTable)
+        if (entry.create != notAvailable) available.push_back(entry);
+    return available;
+}
+
+platform::ServerRegistration registration(std::span<const com::ClassEntry> classes)
+{
+    return {classes, platform::modulePathOf(reinterpret_cast<const void*>(&module)), nullptr, &applicationId, &typeLibraryId};
+}
+
+} // namespace
+
+STDAPI DllRegisterServer()
+{
+    return com::guarded([] {
+        const auto classes = availableClasses();
+        com::check(platform::registerServer(registration(classes)));
+        com::check(platform::registerCategory(mb::translatorCategory, mb::translatorCategoryName));
+    });
+}
+
+STDAPI DllUnregisterServer()
+{
+    return com::guarded([] {
+        const auto classes = availableClasses();
+        com::check(platform::unregisterServer(registration(classes)));
+        com::check(platform::unregisterCategory(mb::translatorCategory));
+    });
+}

@@ -1,0 +1,108 @@
+#include "engine/AnalyzeHistory.h"
+
+#include "engine/HistoryLinks.h"
+#include "engine/StageProgress.h"
+#include "engine/TranslatorIds.h"
+#include "foundation/Log.h"
+#include "foundation/Strings.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+constexpr Side bothSides[] = {Side::One, Side::Two};
+
+struct LastRun {
+    std::u16string database;
+    LONG status = 0;
+};
+
+// No history that could serve: none was ever written, or a store was exchanged since the last good run. After a failed run the
+// status is 0, and an exchanged database is then no reason to begin anew.
+bool beginsAnew(const RunState& run, const PerSide<LastRun>& last)
+{
+    if (run.transferring()) return false;
+    if (last.one.database.empty() && last.two.database.empty()) return true;
+    const auto exchanged = [&](Side side) { return !platform::equalNoCase(run.side(side).Database, last[side].database); };
+    return (exchanged(Side::One) || exchanged(Side::Two)) && last.one.status != 0 && last.two.status != 0;
+}
+
+HRESULT loadLists(PipelinePass& pass)
+{
+    RunState& run = pass.run;
+    for (const Side side : bothSides) {
+        const std::u16string section = run.transferring() ? run.History->SectionFor(sectionOf(side)) : sectionOf(side);
+        const HRESULT hr = run.History->LoadEntries(section, pass.side(side).HistoryList, run.CategoryPass, true);
+        if (FAILED(hr)) return hr;
+    }
+    return S_OK;
+}
+
+// Follows the identifiers that the store changed outside of the engine; true if there were any.
+bool ApplyRecordIdUpdates(PipelinePass& pass, Side side, const com::Ptr<IRecordUpdater>& updater)
+{
+    if (!updater) return false;
+    bool changed = false;
+    for (const HistoryEntry& entry : pass.side(side).HistoryList) {
+        com::Bstr newId;
+        const com::Bstr id(entry.Id);
+        if (FAILED(com::call(updater, &IRecordUpdater::GetUpdatedRecordId, id.get(), newId.put()))) continue;
+        if (newId.empty() || newId.view() == entry.Id) continue;
+        (void)RekeyHistoryEntry(*pass.run.History, side, entry.Id, newId.text(), otherSide(side));
+        changed = true;
+    }
+    if (changed) (void)com::call(updater, &IRecordUpdater::SaveUpdatedRecordIds);
+    return changed;
+}
+
+bool updateRecordIds(PipelinePass& pass)
+{
+    bool changed = false;
+    for (const Side side : bothSides) {
+        const GUID& id = pass.run.side(side).Id;
+        // These two stores changed their identifiers once, which a history of version 3 has seen.
+        if (pass.run.HistoryVersion >= 3 && (id == goldMineTranslator || id == goldMineCorporateTranslator)) continue;
+        if (ApplyRecordIdUpdates(pass, side, pass.side(side).translator.tryAs<IRecordUpdater>())) changed = true;
+    }
+    return changed;
+}
+
+HRESULT loadKnownRecords(PipelinePass& pass)
+{
+    HRESULT hr = loadLists(pass);
+    if (FAILED(hr) || !updateRecordIds(pass)) return hr;
+    // The second time without progress.
+    const auto sink = pass.run.History->exchangeSink(nullptr);
+    hr = loadLists(pass);
+    (void)pass.run.History->exchangeSink(sink);
+    (void)pass.run.History->SetVersion(3);
+    return hr;
+}
+
+} // namespace
+
+HRESULT AnalyzeHistory(PipelinePass& pass)
+{
+    RunState& run = pass.run;
+    StageProgress progress(run.EventSink, LoadText(run.CategoryPass ? 221 : 194));
+    if (progress.advance(0.0) == E_ABORT) return E_ABORT;
+    if (run.transferring()) run.History->SetSectionSuffix(run.side(Side::One).Database, run.side(Side::Two).Database);
+
+    PerSide<LastRun> last;
+    for (const Side side : bothSides) {
+        (void)run.History->GetDatabase(sectionOf(side), last[side].database);
+        (void)run.History->GetLastSyncStatus(sectionOf(side), last[side].status);
+    }
+    HRESULT hr = S_OK;
+    pass.FirstSync = beginsAnew(run, last);
+    if (pass.FirstSync) {
+        pass.HasHistory = false;
+        WriteLogResource(1, last.one.database.empty() || last.two.database.empty() ? 149 : 150);
+    } else {
+        hr = loadKnownRecords(pass);
+    }
+    if (pass.HasHistory && pass.side(Side::One).HistoryList.empty() && pass.side(Side::Two).HistoryList.empty()) pass.HasHistory = false;
+    return hr;
+}
+
+} // namespace mb

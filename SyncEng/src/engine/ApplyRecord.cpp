@@ -1,0 +1,261 @@
+#include "engine/ApplyRecord.h"
+
+#include "engine/HostUnits.h"
+#include "engine/ImageFields.h"
+#include "engine/ReadText.h"
+#include "engine/TranslatorIds.h"
+#include "foundation/PhoneNumber.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+constexpr LONG unknownType = -1;
+
+struct ImageState {
+    bool has = false;
+    std::int64_t size = -1; // as far as known
+};
+
+// The two images of a record, by field type.
+class ImageStates {
+public:
+    ImageState& operator[](LONG imageType) noexcept { return imageType == ftImage1 ? first_ : second_; }
+
+private:
+    ImageState first_, second_;
+};
+
+void rememberImage(FieldValueMap& data, LONG type, const ImageState& image)
+{
+    data[type] = imageFlagText(image.has);
+    data[sizeTypeOf(type)] = imageSizeText(image.size);
+}
+
+const std::u16string* valueIn(const FieldValueMap* values, LONG type)
+{
+    if (!values) return nullptr;
+    const auto at = values->find(type);
+    return at == values->end() ? nullptr : &at->second;
+}
+
+class RecordApply {
+public:
+    RecordApply(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
+                std::optional<std::u16string>& targetId)
+        : pass_(pass), run_(pass.run), sourceSide_(source), targetSide_(otherSide(source)), source_(pass.side(source)),
+          target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), sourceKey_(recordId),
+          isNew_(!targetId), matched_(task.Kind == TaskMatched), sourceImages_(source_.translator.tryAs<IImageSupport>()),
+          targetImages_(target_.translator.tryAs<IImageSupport>())
+    {
+        if (targetId) targetKey_ = com::Bstr(*targetId);
+        hostUpdate_ = source == Side::Two && run_.side(Side::One).Id == hostTranslator && target_.field && targetId;
+    }
+
+    HRESULT run()
+    {
+        (void)com::call(source_.translator, &ITranslator::GetTranslatorCaps, &sourceCaps_);
+        (void)com::call(target_.translator, &ITranslator::GetTranslatorCaps, &targetCaps_);
+        if (hostUpdate_) {
+            const HRESULT hr = units_.readBefore(pass_, targetSide_, targetKey_.get());
+            if (FAILED(hr)) return hr;
+        }
+        HRESULT hr = com::call(source_.translator, &ITranslator::BeginReadRecord, sourceKey_.get());
+        if (FAILED(hr)) return hr;
+        hr = beginTarget();
+        copyFields(hr);
+        if (hostUpdate_ && !isNew_) units_.restore(target_.translator.get(), targetKey_.get());
+        if (SUCCEEDED(hr)) hr = save();
+        (void)com::call(source_.translator, &ITranslator::EndReadRecord, sourceKey_.get());
+        if (SUCCEEDED(hr)) readBack();
+        return hr;
+    }
+
+private:
+    // One mapped pair on its way.
+    struct FieldStep {
+        GUID sourceField{}, targetField{};
+        LONG S = 0, T = 0; // the field types
+        bool WriteIt = false, written = false;
+        com::Variant value;
+        [[nodiscard]] std::u16string_view text() const noexcept { return value.text(); }
+    };
+
+    HRESULT beginTarget()
+    {
+        return isNew_ ? com::call(target_.translator, &ITranslator::BeginAddRecord, targetKey_.put())
+                      : com::call(target_.translator, &ITranslator::BeginEditRecord, targetKey_.get());
+    }
+
+    // hr comes in as the result of opening the target. It is not tested before the first value is at hand.
+    void copyFields(HRESULT& hr)
+    {
+        const auto sourceFields = pass_.fields(sourceSide_), targetFields = pass_.fields(targetSide_);
+        TargetTypes.assign(sourceFields.size(), unknownType);
+        EmptyValues.assign(sourceFields.size(), false);
+        for (std::size_t i = 0; i < sourceFields.size(); ++i) {
+            FieldStep step;
+            step.sourceField = sourceFields[i];
+            step.targetField = targetFields[i];
+            if (FAILED(com::call(source_.field, &IField::GetFieldType, step.sourceField, &step.S))) continue;
+            if (FAILED(com::call(target_.field, &IField::GetFieldType, step.targetField, &step.T))) continue;
+            TargetTypes[i] = step.T;
+            step.WriteIt = !matched_ && selected(step.S);
+            findValue(step, hr);
+            if (FAILED(hr)) return;
+            EmptyValues[i] = step.text().empty();
+            if (step.WriteIt) write(step, hr);
+            if (!step.written && isImageType(step.T)) lookAtTargetImage(step);
+            if (SUCCEEDED(hr)) remember(step);
+        }
+    }
+
+    // A change set that is not empty names the fields to write; images outside of it stay out only while images are usable.
+    bool selected(LONG type) const
+    {
+        if (!run_.imagesUsable() && isImageType(type)) return true;
+        return !task_.Changes || task_.Changes->empty() || task_.Changes->contains(type);
+    }
+
+    void findValue(FieldStep& step, HRESULT& hr)
+    {
+        const bool image = isImageType(step.S);
+        const std::u16string* changed = valueIn(task_.Changes.get(), step.S);
+        const std::u16string* cached = image ? nullptr : valueIn(task_.Values.get(), step.S);
+        if (changed && !image) {
+            step.value = com::Variant(*changed);
+        } else if (changed && !step.WriteIt) {
+            images_[step.S].has = *changed == u"1";
+            if (const auto* size = valueIn(task_.Changes.get(), sizeTypeOf(step.S))) images_[step.S].size = platform::toInt64(*size);
+        } else if (cached) {
+            step.value = com::Variant(*cached);
+        } else if (step.WriteIt || !image || !sourceImages_) {
+            hr = com::call(source_.translator, &ITranslator::ReadField, sourceKey_.get(), step.sourceField, step.value.put());
+            if (FAILED(hr)) step.value = com::Variant();
+            if (image) images_[step.S].has = !step.text().empty();
+        } else {
+            (void)hasImage(sourceImages_.get(), sourceKey_.get(), step.sourceField, images_[step.S].has);
+        }
+        if (step.value.vt == VT_EMPTY) step.value = com::Variant(u"");
+        if (image && images_[step.S].size < 0 && sourceImages_)
+            images_[step.S].size = readImageSize(sourceImages_.get(), sourceKey_.get(), step.sourceField);
+    }
+
+    void write(FieldStep& step, HRESULT& hr)
+    {
+        if (isNew_ && step.text().empty()) { // a new record gets no empty value
+            if (isImageType(step.S)) targetImageStates_[step.T].has = false;
+            return;
+        }
+        const com::Variant* value = &step.value;
+        com::Variant canonical;
+        if (isPhoneForAct(step)) {
+            canonical = com::Variant(NormalizePhoneNumber(step.text(), 0));
+            value = &canonical;
+        }
+        hr = com::call(target_.translator, &ITranslator::WriteField, targetKey_.get(), step.targetField,
+                       static_cast<const VARIANT&>(*value));
+        if (FAILED(hr)) return;
+        step.written = true;
+        if (isImageType(step.T)) targetImageStates_[step.T].has = !step.text().empty();
+        if (hostUpdate_ && !isNew_) units_.noteWritten(step.T);
+    }
+
+    // These two stores take phone numbers in one form only.
+    bool isPhoneForAct(const FieldStep& step) const
+    {
+        const GUID& target = run_.side(Side::Two).Id;
+        if (targetSide_ != Side::Two || (target != actTranslator && target != secondActTranslator)) return false;
+        ULONG sourceFlags = 0, targetFlags = 0;
+        return SUCCEEDED(com::call(source_.field, &IField::GetFlags, step.sourceField, &sourceFlags)) &&
+               SUCCEEDED(com::call(target_.field, &IField::GetFlags, step.targetField, &targetFlags)) &&
+               (sourceFlags & targetFlags & ffPhoneNumber) != 0;
+    }
+
+    void lookAtTargetImage(const FieldStep& step)
+    {
+        ImageState& image = targetImageStates_[step.T];
+        if (matched_)
+            image.has = images_[step.S].has;
+        else if (targetImages_)
+            (void)hasImage(targetImages_.get(), targetKey_.get(), step.targetField, image.has);
+        if (image.size < 0 && targetImages_) image.size = readImageSize(targetImages_.get(), targetKey_.get(), step.targetField);
+    }
+
+    void remember(const FieldStep& step)
+    {
+        if (isImageType(step.S)) {
+            rememberImage(SourceData, step.S, images_[step.S]);
+            return;
+        }
+        SourceData[step.S] = step.text();
+        if (!step.WriteIt) KeptValues[step.T] = step.text();
+    }
+
+    HRESULT save()
+    {
+        const HRESULT hr = com::call(target_.translator, &ITranslator::SaveRecord, targetKey_.inOut());
+        if (FAILED(hr)) return hr;
+        targetIdOut_ = targetKey_.text();
+        (void)run_.History->WriteFieldData(sectionOf(sourceSide_), recordId_, SourceData, false, false);
+        return hr;
+    }
+
+    // What the target holds now becomes its history. A failure leaves the target's history as it was.
+    void readBack()
+    {
+        if (FAILED(com::call(target_.translator, &ITranslator::BeginReadRecord, targetKey_.get()))) return;
+        FieldValueMap held;
+        if (readTargetFields(held)) (void)run_.History->WriteFieldData(sectionOf(targetSide_), targetKey_.text(), held, false, false);
+        (void)com::call(target_.translator, &ITranslator::EndReadRecord, targetKey_.get());
+    }
+
+    bool readTargetFields(FieldValueMap& held)
+    {
+        const auto fields = pass_.fields(targetSide_);
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            const LONG type = TargetTypes[i];
+            if (type < 0) continue;
+            if (isImageType(type)) {
+                rememberImage(held, type, targetImageStates_[type]);
+                continue;
+            }
+            std::u16string& text = held[type];
+            if (EmptyValues[i]) {
+                text.clear();
+            } else if (const auto kept = KeptValues.find(type); kept != KeptValues.end()) {
+                text = kept->second;
+            } else if (FAILED(readText(target_.translator.get(), targetKey_.get(), fields[i], text))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    PipelinePass& pass_;
+    RunState& run_;
+    Side sourceSide_, targetSide_;
+    PassSide &source_, &target_;
+    const std::u16string& recordId_;
+    const RecordTask& task_;
+    std::optional<std::u16string>& targetIdOut_;
+    com::Bstr sourceKey_, targetKey_;
+    bool isNew_, matched_, hostUpdate_ = false;
+    com::Ptr<IImageSupport> sourceImages_, targetImages_;
+    ULONG sourceCaps_ = 0, targetCaps_ = 0;
+    HostUnits units_;
+    ImageStates images_, targetImageStates_;
+    FieldValueMap SourceData, KeptValues;
+    std::vector<LONG> TargetTypes;
+    std::vector<bool> EmptyValues;
+};
+
+} // namespace
+
+HRESULT ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
+                    std::optional<std::u16string>& targetId)
+{
+    return RecordApply(pass, source, recordId, task, targetId).run();
+}
+
+} // namespace mb

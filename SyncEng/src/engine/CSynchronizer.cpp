@@ -1,0 +1,206 @@
+#include "engine/CSynchronizer.h"
+
+#include "engine/EngineCodes.h"
+#include "engine/SyncOneMap.h"
+#include "engine/TranslatorIds.h"
+#include "foundation/ClassTable.h"
+#include "foundation/SilentMode.h"
+#include "registry.h"
+#include "ui.h"
+#include <cstdlib>
+#include <ctime>
+
+namespace mb {
+namespace {
+
+// Holds the process-wide silence for the length of a run.
+class SilentRun {
+public:
+    explicit SilentRun(VARIANT_BOOL silent) noexcept { SilentMode = silent; }
+    SilentRun(const SilentRun&) = delete;
+    SilentRun& operator=(const SilentRun&) = delete;
+    ~SilentRun() { SilentMode = VARIANT_FALSE; }
+};
+
+// Lets the helper program of that mail client know which address book is meant. Failures are passed over.
+void StoreOutlookExpressDatabase(const GUID& translatorId, std::u16string_view database)
+{
+    constexpr char16_t path[] = u"Software\\Zorel\\MBSyncEng";
+    if (translatorId != outlookExpressTranslator) return;
+    auto key = platform::RegistryKey::open(platform::Root::CurrentUser, path);
+    if (!key && platform::createKeyPath(platform::Root::CurrentUser, path))
+        key = platform::RegistryKey::open(platform::Root::CurrentUser, path);
+    if (key && !database.empty()) key->setText(u"OutlookExpressDB", database);
+}
+
+HRESULT currentDatabase2(ITrMap* trMap, const GUID& map, std::u16string& database)
+{
+    com::Bstr database1, database2;
+    const HRESULT hr = com::call(trMap, &ITrMap::GetCurrentDatabase, map, database1.put(), database2.put());
+    if (SUCCEEDED(hr)) database = database2.text();
+    return hr;
+}
+
+} // namespace
+
+CSynchronizer::CSynchronizer(IUnknown* outer) : EventSource(outer)
+{
+    std::srand(static_cast<unsigned>(std::time(nullptr)));
+    platform::silenceSystemErrorBoxes();
+    SilentMode = VARIANT_FALSE;
+}
+
+HRESULT CSynchronizer::createFieldMap() { return createClass(__uuidof(FieldMap), run_.FieldMap); }
+
+HRESULT STDMETHODCALLTYPE CSynchronizer::Initialize(HWND hwndParent, VARIANT_BOOL bReconfig)
+{
+    return com::guarded([&] {
+        run_.ParentWindow = hwndParent;
+        for (const Side side : {Side::One, Side::Two}) run_.side(side).Reconfigure = bReconfig;
+        run_.EventSink = firstSink();
+        platform::prepareListViews();
+        run_.FieldMap.reset();
+        return createFieldMap();
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSynchronizer::Synchronize(REFGUID guid, VARIANT_BOOL bSilent)
+{
+    return com::guarded([&] {
+        run_.CategoryPass = run_.ContactPassPending = run_.CategoriesBarred = false;
+        const SilentRun silence(bSilent);
+        run_.EventSink = firstSink();
+        return runMaps(guid);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSynchronizer::ReSynchronize(REFGUID guid, VARIANT_BOOL bSilent)
+{
+    run_.ResyncRequested = true;
+    return Synchronize(guid, bSilent);
+}
+
+HRESULT STDMETHODCALLTYPE CSynchronizer::Cleanup()
+{
+    run_.FieldMap.reset();
+    return S_OK;
+}
+
+HRESULT CSynchronizer::runMaps(const GUID& guid)
+{
+    com::Ptr<ITrManager> manager;
+    HRESULT hr = createClass(__uuidof(TrManager), manager);
+    if (SUCCEEDED(hr) && !run_.FieldMap) hr = createFieldMap();
+    if (FAILED(hr)) return hr;
+
+    com::TaskArray<GUID> listed;
+    std::vector<GUID> maps{guid};
+    if (guid == GUID_NULL) {
+        hr = com::call(manager, &ITrManager::EnumerateMaps, listed.putCount(), listed.put());
+        if (FAILED(hr)) return hr;
+        maps.assign(listed.items().begin(), listed.items().end());
+    }
+    com::Ptr<ITrMap> trMap;
+    hr = createClass(__uuidof(TrManager), trMap);
+    if (FAILED(hr)) return hr;
+    for (const GUID& map : maps) {
+        do hr = runMap(trMap.get(), map);
+        while (runsAgain(hr));
+        if (FAILED(hr)) break;
+    }
+    return hr;
+}
+
+HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
+{
+    run_.Error.FailedTranslator = GUID_NULL;
+    run_.CurrentMap = map;
+    GUID id1{}, id2{};
+    if (SUCCEEDED(com::call(trMap, &ITrMap::GetTranslators, map, &id1, &id2)) && id2 == outlookExpressTranslator) {
+        std::u16string database;
+        if (SUCCEEDED(currentDatabase2(trMap, map, database))) StoreOutlookExpressDatabase(id2, database);
+    }
+    HRESULT hr = SyncOneMap(run_);
+    if (SUCCEEDED(hr) && run_.CategoryPass) {
+        run_.ContactPassPending = true;
+        run_.CategoryPass = false;
+        hr = SyncOneMap(run_);
+    }
+    return hr;
+}
+
+bool CSynchronizer::runsAgain(HRESULT hr)
+{
+    if (hr != codeRunAgain && hr != codeRebuildFields && !(hr == codeReSync && run_.ResyncRequested)) return false;
+    run_.ResyncRequested = true;
+    return true;
+}
+
+HRESULT STDMETHODCALLTYPE CSynchronizer::Transfer(BSTR lpTransGUID, BSTR lpMBFile, BSTR lpMBPassword, SAFEARRAY* lpsaCardGUIDs,
+                                                  VARIANT_BOOL bReverse)
+{
+    return com::guarded([&]() -> HRESULT {
+        run_.CategoryPass = run_.ContactPassPending = false;
+        run_.CategoriesBarred = true;
+        const SilentRun silence(VARIANT_TRUE);
+        run_.EventSink = firstSink();
+        GUID target{};
+        const HRESULT parsed = com::parseGuid(com::viewOf(lpTransGUID), &target);
+        if (FAILED(parsed)) return parsed; // a text that names no translator must not make a map of the null identifier
+        run_.TransferFile = com::textOf(lpMBFile);
+        run_.TransferPassword = com::textOf(lpMBPassword);
+        run_.TransferCards = lpsaCardGUIDs;
+        const HRESULT hr = com::guarded([&] { return transfer(target, static_cast<USHORT>(bReverse) >= 65535); });
+        run_.TransferFile.clear();
+        run_.TransferPassword.clear();
+        run_.TransferCards = nullptr;
+        return hr;
+    });
+}
+
+HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
+{
+    com::Ptr<ITrMap> trMap;
+    HRESULT hr = createClass(__uuidof(TrManager), trMap);
+    if (FAILED(hr)) return hr;
+    if (!run_.FieldMap) hr = createFieldMap();
+    if (FAILED(hr)) return hr;
+
+    GUID id1{}, id2{};
+    if (FAILED(com::call(trMap, &ITrMap::GetTranslators, target, &id1, &id2))) {
+        id2 = target;
+        hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
+        if (FAILED(hr)) return hr;
+    }
+    VARIANT direction;
+    VariantInit(&direction);
+    direction.vt = VT_I4;
+    direction.lVal = reverse ? stImportToTrans1 : stExportFromTrans1;
+    hr = com::call(trMap, &ITrMap::SetOption, target, static_cast<LONG>(soSyncType), direction);
+    if (FAILED(hr)) return hr;
+
+    std::u16string database2;
+    if (FAILED(currentDatabase2(trMap.get(), target, database2)) || database2.empty()) run_.side(Side::Two).Reconfigure = VARIANT_TRUE;
+    StoreOutlookExpressDatabase(id2, database2);
+    do {
+        run_.Error.FailedTranslator = GUID_NULL;
+        run_.CurrentMap = target;
+        hr = SyncOneMap(run_);
+    } while (runsAgain(hr));
+    return hr;
+}
+
+HRESULT STDMETHODCALLTYPE CSynchronizer::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2)
+{
+    if (!lpvtCode || !ppMessage1 || !ppMessage2) return E_POINTER;
+    VariantInit(lpvtCode);
+    *ppMessage1 = *ppMessage2 = nullptr;
+    return com::guarded([&] {
+        com::check(VariantCopy(lpvtCode, &run_.Error.LastErrorCode));
+        com::Bstr message1(run_.Error.LastErrorMessage1), message2(run_.Error.LastErrorMessage2);
+        *ppMessage1 = message1.detach();
+        *ppMessage2 = message2.detach();
+    });
+}
+
+} // namespace mb

@@ -1,0 +1,33 @@
+// The front door of the engine: the class Synchronizer. A host calls Initialize, runs Synchronize or Transfer, asks GetLastError
+// after a failure, and calls Cleanup. The loop over maps and the flags that make a run start over are here; the run of one map is
+// SyncOneMap's.
+#pragma once
+#include "com_events.h"
+#include "engine/RunState.h"
+
+namespace mb {
+
+class CSynchronizer final : public com::EventSource<ISyncEvents, ISynchronizer, com::Dual<IReSynchronizer>> {
+public:
+    explicit CSynchronizer(IUnknown* outer);
+
+    HRESULT STDMETHODCALLTYPE Initialize(HWND hwndParent, VARIANT_BOOL bReconfig) override;
+    HRESULT STDMETHODCALLTYPE Synchronize(REFGUID guid, VARIANT_BOOL bSilent) override;
+    HRESULT STDMETHODCALLTYPE Cleanup() override;
+    HRESULT STDMETHODCALLTYPE Transfer(BSTR lpTransGUID, BSTR lpMBFile, BSTR lpMBPassword, SAFEARRAY* lpsaCardGUIDs,
+                                       VARIANT_BOOL bReverse) override;
+    HRESULT STDMETHODCALLTYPE GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2) override;
+    HRESULT STDMETHODCALLTYPE ReSynchronize(REFGUID guid, VARIANT_BOOL bSilent) override;
+
+private:
+    HRESULT runMaps(const GUID& guid);
+    HRESULT runMap(ITrMap* trMap, const GUID& map);
+    HRESULT transfer(const GUID& target, bool reverse);
+    HRESULT createFieldMap();
+    // The same map has to be run again from an empty history.
+    bool runsAgain(HRESULT hr);
+
+    RunState run_;
+};
+
+} // namespace mb

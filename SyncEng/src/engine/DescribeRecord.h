@@ -1,0 +1,12 @@
+// The text that log and dialogs show for a record: its first and last name.
+#pragma once
+#include "engine/RecordTask.h"
+#include "interfaces.h"
+
+namespace mb {
+
+// From the values if both names are among them, else read from the translator; empty where there is neither.
+// Wanted: the company takes no part, so a record with neither name has an empty description.
+std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, const std::u16string& recordId);
+
+} // namespace mb

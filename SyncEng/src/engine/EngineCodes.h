@@ -1,0 +1,18 @@
+// The engine's own result codes that change its course. Translators use the same numbers.
+#pragma once
+#include "com.h"
+
+namespace mb {
+
+inline constexpr HRESULT engineCode(unsigned low) noexcept { return static_cast<HRESULT>(0x80040200u + low); }
+
+inline constexpr HRESULT codeInitialize = engineCode(0x01);    // a translator or a field map could not be made ready
+inline constexpr HRESULT codeSilentStop = engineCode(0x11);    // the run ends, nothing is said
+inline constexpr HRESULT codeRunAgain = engineCode(0x12);      // the map is run again from an empty history
+inline constexpr HRESULT codeRebuildFields = engineCode(0x13); // the same, after the field map was made anew
+inline constexpr HRESULT codeStopSchedule = engineCode(0x14);  // no message, failed stamp
+inline constexpr HRESULT codeNoMessage = engineCode(0x15);     // no message, failed stamp
+inline constexpr HRESULT codeReSync = engineCode(0x16);        // Re-Sync was chosen in the confirmation dialog
+inline constexpr HRESULT codeNotInstalled = engineCode(0x18);  // a translator could not be loaded, a text was composed
+
+} // namespace mb

@@ -1,0 +1,166 @@
+#include "engine/FailureReport.h"
+
+#include "engine/EngineCodes.h"
+#include "foundation/ClassTable.h"
+#include "foundation/Log.h"
+#include "foundation/RegisteredClass.h"
+#include "foundation/SilentMode.h"
+#include "foundation/Strings.h"
+#include "host.h"
+#include "registry.h"
+#include "ui.h"
+#include <array>
+
+namespace mb {
+namespace {
+
+constexpr unsigned firstCode = 0x80040200u, firstMessageCode = 0x80040201u, lastCode = 0x80040218u;
+
+// The message of each engine code, by its low part; 0 for none.
+constexpr std::array<int, 25> messageIds{0,   121, 122, 123, 124, 125, 126, 127, 128, 133, 129, 130, 134,
+                                         131, 132, 135, 136, 0,   0,   0,   0,   0,   0,   0,   121};
+
+constexpr int captionId = 137;
+
+bool hasEngineMessage(HRESULT hr)
+{
+    const auto code = static_cast<unsigned>(hr);
+    return code >= firstMessageCode && code <= lastCode;
+}
+
+bool isWholeNumber(VARTYPE type)
+{
+    switch (type) {
+    case VT_I1:
+    case VT_I2:
+    case VT_I4:
+    case VT_UI1:
+    case VT_UI2:
+    case VT_UI4:
+    case VT_INT:
+    case VT_UINT: return true;
+    default: return false;
+    }
+}
+
+LONG wholeNumber(const VARIANT& value)
+{
+    switch (value.vt) {
+    case VT_I1: return value.cVal;
+    case VT_I2: return value.iVal;
+    case VT_UI1: return value.bVal;
+    case VT_UI2: return value.uiVal;
+    default: return value.lVal;
+    }
+}
+
+void clear(ErrorState& error)
+{
+    error.LastErrorCode = com::Variant();
+    error.LastErrorMessage1.clear();
+    error.LastErrorMessage2.clear();
+}
+
+// Takes over what the translator tells, and says whether that is an error.
+bool takeError(ErrorState& error, const ErrorSource& source)
+{
+    clear(error);
+    const auto info = com::Ptr<ITranslator>(source.translator).tryAs<ITranslatorInfo>();
+    if (!info) return false;
+    com::Variant code;
+    com::Bstr message1, message2;
+    if (FAILED(com::call(info, &ITranslatorInfo::GetLastError, code.put(), message1.put(), message2.put()))) return false;
+    error.LastErrorCode = std::move(code);
+    error.LastErrorMessage1 = message1.text();
+    error.LastErrorMessage2 = message2.text();
+    const bool hasCode = error.LastErrorCode.vt != VT_EMPTY && error.LastErrorCode.uiVal != 0;
+    if (!hasCode && error.LastErrorMessage1.empty()) return false;
+    error.FailedTranslator = source.id;
+    return true;
+}
+
+std::u16string translatorName(const GUID& id, bool longName)
+{
+    com::Ptr<ITrMap> trMap;
+    com::Bstr name;
+    if (FAILED(createClass(__uuidof(TrManager), trMap))) return GetRegisteredClassName(id);
+    (void)com::call(trMap, &ITrMap::GetName, id, longName ? VARIANT_TRUE : VARIANT_FALSE, name.put());
+    return name.text();
+}
+
+std::u16string failureText(const ErrorState& error, HRESULT hr, std::u16string_view name)
+{
+    const bool ours = hasEngineMessage(hr);
+    const std::u16string codeText =
+        ours && isWholeNumber(error.LastErrorCode.vt) ? Format(u" (%d)", wholeNumber(error.LastErrorCode)) : std::u16string();
+    if (!error.LastErrorMessage1.empty()) {
+        std::u16string text = error.LastErrorMessage1 + codeText;
+        if (!error.LastErrorMessage2.empty()) text += u"\n\n" + error.LastErrorMessage2;
+        return text;
+    }
+    if (!ours) return platform::systemMessage(hr);
+    const int id = messageIds[static_cast<unsigned>(hr) - firstCode];
+    return id ? Format(LoadText(id), name) + codeText : std::u16string();
+}
+
+void stopSchedule()
+{
+    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\MBSyncCfg");
+    if (!key) return;
+    key->setNumber(u"AutoSyncEnabled", 0);
+    key->setNumber(u"AutoSyncSchedule", 0);
+}
+
+} // namespace
+
+void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const ErrorSource& second)
+{
+    if (takeError(error, first) || takeError(error, second)) return;
+    if (error.LastErrorMessage1.empty()) error.LastErrorCode = com::Variant(); // a code of value 0 says nothing
+}
+
+void chargeFailure(PipelinePass& pass, Side side)
+{
+    const Side other = otherSide(side);
+    pass.run.Error.FailedTranslator = pass.run.side(side).Id;
+    FetchTranslatorError(pass.run.Error, {pass.side(side).translator.get(), pass.run.side(side).Id},
+                         {pass.side(other).translator.get(), pass.run.side(other).Id});
+}
+
+void ReportFailure(const RunState& run, HRESULT hr)
+{
+    const std::u16string caption = LoadText(captionId);
+    const GUID& failed = run.Error.FailedTranslator;
+    const std::u16string text = failureText(run.Error, hr, failed == GUID_NULL ? caption : translatorName(failed, false));
+    WriteLogText(4, u"%s", text);
+    if (SilentMode && hr != codeStopSchedule) return;
+    if (hr == codeStopSchedule) stopSchedule();
+    platform::showMessage(run.ParentWindow, text, caption, platform::MessageKind::Warning);
+}
+
+HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<bool>& loadFailed)
+{
+    HRESULT hr = S_OK;
+    const bool missing = !translators.one || !translators.two;
+    if (missing && run.Error.LastErrorCode.vt == VT_EMPTY && run.Error.LastErrorMessage1.empty()) {
+        const Side culprit = loadFailed.one ? Side::One : loadFailed.two || !translators.two ? Side::Two : Side::One;
+        std::u16string name = run.side(culprit).Name;
+        if (name.empty() && trMap) {
+            com::Bstr longName;
+            (void)com::call(trMap, &ITrMap::GetName, run.side(culprit).Id, VARIANT_TRUE, longName.put());
+            name = longName.text();
+        }
+        run.Error.LastErrorMessage1 = Format(LoadText(168), name, name);
+        hr = codeNotInstalled;
+    }
+    SaveScope scope(run.History->store());
+    for (const Side side : {Side::One, Side::Two}) {
+        if (!translators[side]) run.side(side).Database.clear();
+        (void)run.History->SetDatabase(sectionOf(side), run.side(side).Database);
+        (void)run.History->SetLastSyncTime(sectionOf(side), platform::localNow());
+        (void)run.History->SetLastSyncStatus(sectionOf(side), 0);
+    }
+    return hr;
+}
+
+} // namespace mb

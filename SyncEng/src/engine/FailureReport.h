@@ -1,0 +1,26 @@
+// What becomes of a failure: whose error text is kept, what the user is told, and what the history remembers of a failed run.
+#pragma once
+#include "engine/PipelinePass.h"
+
+namespace mb {
+
+// A translator that may have an error to tell; null where it could not be loaded.
+struct ErrorSource {
+    ITranslator* translator = nullptr;
+    GUID id{};
+};
+
+// Keeps the error of the first source that has one, and charges the failure to it.
+void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const ErrorSource& second);
+
+// A failure of a translator's during the pass: charged to this side, which is asked first.
+void chargeFailure(PipelinePass& pass, Side side);
+
+// Writes the message of a failed run to the log and shows it, unless the run is silent.
+void ReportFailure(const RunState& run, HRESULT hr);
+
+// Marks the last synchronisation of both sides as failed. Where a translator is missing and no message is known yet, one is
+// composed, and the result is codeNotInstalled.
+HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<bool>& loadFailed);
+
+} // namespace mb

@@ -1,0 +1,61 @@
+#include "engine/HistoryLinks.h"
+
+namespace mb {
+
+HRESULT UnlinkHistoryEntry(CSyncHistory& history, Side side, const std::u16string& recordId)
+{
+    HistoryEntry entry;
+    entry.Id = recordId;
+    HRESULT hr = history.ReadEntry(sectionOf(side), entry, false);
+    if (SUCCEEDED(hr)) hr = history.DeleteEntry(sectionOf(side), recordId, false);
+    if (SUCCEEDED(hr)) hr = history.DeleteEntry(sectionOf(otherSide(side)), entry.MappedId, false);
+    return hr;
+}
+
+HRESULT RekeyHistoryEntry(CSyncHistory& history, Side side, const std::u16string& oldId, const std::u16string& newId, Side partnerSide)
+{
+    HistoryEntry entry;
+    entry.Id = oldId;
+    HRESULT hr = history.ReadEntry(sectionOf(side), entry, false);
+    if (SUCCEEDED(hr)) hr = history.RenameEntry(sectionOf(side), entry, newId, false);
+    if (FAILED(hr)) return hr;
+    HistoryEntry partner;
+    partner.Id = entry.MappedId;
+    hr = history.ReadEntry(sectionOf(partnerSide), partner, false);
+    return SUCCEEDED(hr) ? history.SetMappedId(sectionOf(partnerSide), partner, newId, false) : hr;
+}
+
+HRESULT SetFieldMapChangedFlag(const RunState& run, Side side, const std::u16string& recordId, bool flag)
+{
+    const std::u16string section = run.transferring() ? run.History->SectionFor(sectionOf(side)) : sectionOf(side);
+    HistoryEntry entry;
+    entry.Id = recordId;
+    const HRESULT hr = run.History->ReadEntry(section, entry, false);
+    return SUCCEEDED(hr) ? run.History->SetFieldMapChanged(section, entry, flag, false, false) : hr;
+}
+
+HRESULT StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, DATE knownDate)
+{
+    const Side target = otherSide(source);
+    const auto dateOf = [&](Side side, const std::u16string& id) {
+        DATE date = 0.0;
+        const com::Bstr key(id);
+        return SUCCEEDED(com::call(pass.side(side).translator, &ITranslator::GetModifiedDate, key.get(), &date)) ? date : 0.0;
+    };
+    ULONG caps = 0;
+    (void)com::call(pass.side(source).translator, &ITranslator::GetTranslatorCaps, &caps);
+    if ((caps & (capRecordGUIDs | capTimestamps)) == 0) return S_OK;
+
+    HistoryEntry own, partner;
+    own.Id = recordId;
+    own.MappedId = targetId;
+    own.ModifiedTime = knownDate != 0.0 ? knownDate : dateOf(source, recordId);
+    partner.Id = targetId;
+    partner.MappedId = recordId;
+    partner.ModifiedTime = dateOf(target, targetId);
+    CSyncHistory& history = *pass.run.History;
+    if (FAILED(history.WriteEntry(sectionOf(source), own))) return E_FAIL;
+    return history.WriteEntry(sectionOf(target), partner);
+}
+
+} // namespace mb

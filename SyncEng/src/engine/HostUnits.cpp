@@ -1,0 +1,47 @@
+#include "engine/HostUnits.h"
+
+#include "engine/ReadText.h"
+#include <algorithm>
+
+namespace mb {
+
+HRESULT HostUnits::readBefore(PipelinePass& pass, Side target, BSTR targetId)
+{
+    const PassSide& side = pass.side(target);
+    const HRESULT hr = com::call(side.translator, &ITranslator::BeginReadRecord, targetId);
+    if (FAILED(hr)) return hr;
+    for (const GUID& field : pass.fields(target)) {
+        LONG type = 0;
+        if (FAILED(com::call(side.field, &IField::GetFieldType, field, &type))) continue;
+        for (std::size_t i = 0; i < units_.size(); ++i) {
+            if (!IsFieldInGroup(type, fieldGroups[i]) || units_[i].before.contains(type)) continue;
+            std::u16string text;
+            if (FAILED(readText(side.translator.get(), targetId, field, text)) || text.empty()) continue;
+            units_[i].before[type] = std::move(text);
+            GroupFieldIds[type] = field;
+        }
+        if (std::all_of(units_.begin(), units_.end(), [](const Unit& unit) { return unit.before.size() == fieldsOfGroup; })) break;
+    }
+    (void)com::call(side.translator, &ITranslator::EndReadRecord, targetId);
+    return S_OK;
+}
+
+void HostUnits::noteWritten(LONG targetType)
+{
+    for (std::size_t i = 0; i < units_.size(); ++i)
+        if (IsFieldInGroup(targetType, fieldGroups[i])) units_[i].written.insert(targetType);
+}
+
+void HostUnits::restore(ITranslator* target, BSTR targetId) const
+{
+    for (const Unit& unit : units_) {
+        if (unit.written.empty()) continue;
+        for (const auto& [type, text] : unit.before) {
+            const auto field = GroupFieldIds.find(type);
+            if (unit.written.contains(type) || field == GroupFieldIds.end()) continue;
+            (void)com::call(target, &ITranslator::WriteField, targetId, field->second, com::Variant(text));
+        }
+    }
+}
+
+} // namespace mb

@@ -1,0 +1,28 @@
+// The host's card file treats a name or an address as one unit: touching one part loses the others. What the target held before
+// the write is kept here, and what the write did not touch is put back.
+#pragma once
+#include "engine/FieldGroups.h"
+#include "engine/PipelinePass.h"
+#include <array>
+#include <set>
+
+namespace mb {
+
+class HostUnits {
+public:
+    // Reads the three groups of the target record, in a reading bracket of its own.
+    HRESULT readBefore(PipelinePass& pass, Side target, BSTR targetId);
+    void noteWritten(LONG targetType);
+    // In each group that was written, writes the untouched parts back; a refusal is passed over.
+    void restore(ITranslator* target, BSTR targetId) const;
+
+private:
+    struct Unit {
+        FieldValueMap before;
+        std::set<LONG> written;
+    };
+    std::array<Unit, std::size(fieldGroups)> units_;
+    std::map<LONG, GUID> GroupFieldIds;
+};
+
+} // namespace mb

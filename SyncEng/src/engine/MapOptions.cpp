@@ -1,0 +1,57 @@
+#include "engine/MapOptions.h"
+
+#include "foundation/ClassTable.h"
+#include "translators/SideSettings.h"
+
+namespace mb {
+namespace {
+
+// Wanted: a boolean counts as true when its 16 bits, unsigned, exceed 65534.
+bool isTrue(const VARIANT& value) { return value.uiVal > 65534; }
+
+} // namespace
+
+void ReadMapOptions(RunState& run, ITrMap* trMap)
+{
+    const auto read = [&](_SyncOptions option, com::Variant& value) {
+        return SUCCEEDED(com::call(trMap, &ITrMap::GetOption, run.CurrentMap, static_cast<LONG>(option), value.put()));
+    };
+    const auto readFlag = [&](_SyncOptions option, bool& flag) {
+        com::Variant value;
+        if (read(option, value)) flag = isTrue(value);
+    };
+    const auto readNumber = [&](_SyncOptions option, LONG& number) {
+        com::Variant value;
+        if (read(option, value)) number = value.lVal;
+    };
+    MapOptions& options = run.Options;
+    readFlag(soConfirmAdds, options.ConfirmAdds);
+    readFlag(soConfirmUpdates, options.ConfirmUpdates);
+    readFlag(soConfirmDeletes, options.ConfirmDeletes);
+    readFlag(soSyncVerified, options.SyncVerifiedOnly);
+    readFlag(soSyncImages, options.SyncImages);
+    bool imageOptionChanged = false;
+    readFlag(soSyncImageOptionChanged, imageOptionChanged);
+    if (imageOptionChanged) run.ImageOptionChanged = true;
+    readNumber(soSyncType, options.SyncType);
+    readNumber(soConflictResolution, options.ConflictResolution);
+    readNumber(soDelConflictResolution, options.DelConflictResolution);
+}
+
+void BroadcastImageOption(std::u16string_view key, std::u16string_view value)
+{
+    com::Ptr<ITrManager> manager;
+    com::Ptr<ITrMap> trMap;
+    com::TaskArray<GUID> maps;
+    if (FAILED(createClass(__uuidof(TrManager), manager)) || FAILED(createClass(__uuidof(TrManager), trMap))) return;
+    if (FAILED(com::call(manager, &ITrManager::EnumerateMaps, maps.putCount(), maps.put()))) return;
+    for (const GUID& map : maps.items()) {
+        GUID id1{}, id2{};
+        if (FAILED(com::call(trMap, &ITrMap::GetTranslators, map, &id1, &id2))) continue;
+        com::Ptr<IDataStream> settings1, settings2; // the first is bound and not written
+        if (FAILED(MakeSettings(map, idTrans1, settings1)) || FAILED(MakeSettings(map, idTrans2, settings2))) continue;
+        (void)com::call(settings2, &IDataStream::SetString, com::Bstr(key).get(), com::Bstr(value).get());
+    }
+}
+
+} // namespace mb

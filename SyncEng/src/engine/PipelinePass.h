@@ -1,0 +1,36 @@
+// One pass of analysis and writing over a map: what its stages share, and what dies with it.
+#pragma once
+#include "engine/RunState.h"
+#include "store/CSyncHistory.h"
+#include <span>
+
+namespace mb {
+
+struct PassSide {
+    com::Ptr<ITranslator> translator;
+    com::Ptr<ITrServices> services;
+    com::Ptr<IField> field;
+    com::Ptr<IFieldList> fieldList;
+    com::Ptr<IPIMUserAccess> access;
+    std::vector<HistoryEntry> HistoryList; // in the order of the history file
+    TaskList Tasks;                        // what is to be done because of this side's records, and deletions of them
+    com::TaskArray<GUID> Fields;           // the mapped fields; entry i goes with entry i of the other side
+};
+
+struct PipelinePass {
+    RunState& run;
+    PerSide<PassSide> sides;
+    LONG FieldCount = 0;
+    PerSide<bool> Send{true, true}; // this side's records go to the other one; so it is scanned, and the other written
+    bool FirstSync = false;         // the map has no usable history
+    bool HasHistory = true;         // at least one side has history entries
+    std::size_t TotalTasks = 0, DoneTasks = 0;
+
+    [[nodiscard]] PassSide& side(Side which) noexcept { return sides[which]; }
+    [[nodiscard]] std::span<const GUID> fields(Side which) const noexcept
+    {
+        return {sides[which].Fields.data(), static_cast<std::size_t>(FieldCount)};
+    }
+};
+
+} // namespace mb

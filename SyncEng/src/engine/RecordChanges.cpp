@@ -1,0 +1,140 @@
+#include "engine/RecordChanges.h"
+
+#include "engine/ImageFields.h"
+#include "engine/ReadText.h"
+#include "foundation/FieldValue.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+bool saysOne(std::u16string_view text) { return text == u"1"; }
+
+std::u16string_view storedText(const FieldValueMap& stored, LONG type)
+{
+    const auto at = stored.find(type);
+    return at == stored.end() ? std::u16string_view() : std::u16string_view(at->second);
+}
+
+bool sameValue(std::u16string_view a, std::u16string_view b)
+{
+    return a == b || platform::compareNoCase(TrimFieldValue(a), TrimFieldValue(b)) == 0;
+}
+
+// One record open for comparison with its stored values.
+class OpenRecord {
+public:
+    OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId)
+        : run_(pass.run), own_(pass.side(side)), id_(recordId), images_(own_.translator.tryAs<IImageSupport>())
+    {
+        open_ = SUCCEEDED(run_.History->ReadFieldData(sectionOf(side), recordId, stored)) &&
+                SUCCEEDED(com::call(own_.translator, &ITranslator::BeginReadRecord, id_.get()));
+    }
+    OpenRecord(const OpenRecord&) = delete;
+    OpenRecord& operator=(const OpenRecord&) = delete;
+    ~OpenRecord()
+    {
+        if (open_) (void)com::call(own_.translator, &ITranslator::EndReadRecord, id_.get());
+    }
+    explicit operator bool() const noexcept { return open_; }
+
+    // False for a field that takes no part: its type is unknown, or it is the record status.
+    bool typeOf(const GUID& field, LONG& type) const
+    {
+        return SUCCEEDED(com::call(own_.field, &IField::GetFieldType, field, &type)) && type != ftRecordStatus;
+    }
+    // False for an image that takes no part in this run, or whose presence the translator does not tell.
+    bool imagePresence(const GUID& field, bool& has) const
+    {
+        return run_.imagesUsable() && images_ && SUCCEEDED(hasImage(images_.get(), id_.get(), field, has));
+    }
+    std::int64_t imageSize(const GUID& field) const { return readImageSize(images_.get(), id_.get(), field); }
+    HRESULT text(const GUID& field, std::u16string& value) const { return readText(own_.translator.get(), id_.get(), field, value); }
+
+    FieldValueMap stored;
+
+private:
+    RunState& run_;
+    PassSide& own_;
+    com::Bstr id_;
+    com::Ptr<IImageSupport> images_;
+    bool open_ = false;
+};
+
+bool imageChanged(OpenRecord& record, const GUID& field, LONG type, bool& storedFixed)
+{
+    bool has = false;
+    if (!record.imagePresence(field, has)) return false;
+    if (!saysOne(storedText(record.stored, type))) return has;
+    if (!has) {
+        record.stored[type] = u"0";
+        storedFixed = true;
+        return false;
+    }
+    return record.imageSize(field) != platform::toInt64(storedText(record.stored, sizeTypeOf(type)));
+}
+
+bool plainFieldChanged(OpenRecord& record, const GUID& field, LONG type)
+{
+    std::u16string value;
+    return SUCCEEDED(record.text(field, value)) && !sameValue(value, storedText(record.stored, type));
+}
+
+// What of an image is to be sent: a flag alone where it appeared with the size that is stored already.
+void collectImageChange(const OpenRecord& record, const GUID& field, LONG type, bool force, FieldValueMap& out)
+{
+    bool has = false;
+    if (!record.imagePresence(field, has) || !has) return;
+    if (!saysOne(storedText(record.stored, type))) out[type] = u"1";
+    const std::int64_t size = record.imageSize(field);
+    if (!force && size == platform::toInt64(storedText(record.stored, sizeTypeOf(type)))) return;
+    out[sizeTypeOf(type)] = imageSizeText(size);
+    out[type] = imageFlagText(has);
+}
+
+} // namespace
+
+bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId)
+{
+    if (!pass.side(side).field) return true;
+    bool changed = false, storedFixed = false;
+    FieldValueMap corrected;
+    {
+        OpenRecord record(pass, side, recordId);
+        if (!record) return true;
+        for (const GUID& field : pass.fields(side)) {
+            LONG type = 0;
+            if (!record.typeOf(field, type)) continue;
+            changed = isImageType(type) ? imageChanged(record, field, type, storedFixed) : plainFieldChanged(record, field, type);
+            if (changed) break;
+        }
+        corrected = std::move(record.stored);
+    }
+    if (!changed && storedFixed) (void)pass.run.History->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
+    return changed;
+}
+
+FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force)
+{
+    FieldValueMap out;
+    if (!pass.side(side).field) return out;
+    OpenRecord record(pass, side, recordId);
+    if (!record) return out;
+    for (const GUID& field : pass.fields(side)) {
+        LONG type = 0;
+        if (!record.typeOf(field, type)) continue;
+        if (isImageType(type)) {
+            collectImageChange(record, field, type, force, out);
+            continue;
+        }
+        std::u16string value;
+        if (FAILED(record.text(field, value))) {
+            if (readErrors == ReadErrors::SkipField) continue;
+            return {};
+        }
+        if (force || !sameValue(value, storedText(record.stored, type))) out[type] = std::move(value);
+    }
+    return out;
+}
+
+} // namespace mb

@@ -1,0 +1,39 @@
+#include "engine/RecordTask.h"
+#include <algorithm>
+
+namespace mb {
+
+RecordTask& TaskAt(TaskList& map, const std::u16string& key) { return map[key]; }
+
+TaskList::iterator FindTask(TaskList& map, const std::u16string& key) { return map.find(key); }
+
+HRESULT DropTask(TaskList::iterator& at, TaskList& map)
+{
+    if (at == map.end()) return E_FAIL;
+    at = map.erase(at);
+    return S_OK;
+}
+
+void FreeTaskMap(TaskList& map) { map.clear(); }
+
+std::u16string& FieldValueAt(FieldValueMap& map, LONG type) { return map[type]; }
+
+void CopyFieldValues(FieldValueMap& destination, const FieldValueMap& source)
+{
+    for (const auto& [type, value] : source) destination[type] = value;
+}
+
+void FreeFieldValues(FieldValueMap& map)
+{
+    for (auto& [type, value] : map) value.clear();
+}
+
+bool ChangesOverlap(const FieldValueMap& fields1, const FieldValueMap& fields2, const FieldTypeMap& types)
+{
+    return std::any_of(fields1.begin(), fields1.end(), [&](const auto& field) {
+        const auto mapped = types.find(field.first);
+        return fields2.contains(mapped == types.end() ? field.first : mapped->second);
+    });
+}
+
+} // namespace mb

@@ -1,0 +1,255 @@
+#include "engine/RunPipeline.h"
+
+#include "engine/AnalyzeHistory.h"
+#include "engine/ConfirmChanges.h"
+#include "engine/HistoryLinks.h"
+#include "engine/ScanSide.h"
+#include "engine/WriteSide.h"
+#include "foundation/Log.h"
+#include "host.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+constexpr Side bothSides[] = {Side::One, Side::Two};
+
+class Pipeline {
+public:
+    Pipeline(RunState& run, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<com::Ptr<ITrServices>>& services)
+        : run_(run), pass_{.run = run, .sides = {}}
+    {
+        for (const Side side : bothSides) {
+            PassSide& own = pass_.side(side);
+            own.translator = translators[side];
+            own.services = services[side];
+            own.field = own.translator.tryAs<IField>();
+            own.fieldList = own.translator.tryAs<IFieldList>();
+        }
+    }
+
+    HRESULT run()
+    {
+        forgetLastPass();
+        if (!pass_.side(Side::One).field || !pass_.side(Side::Two).field) return E_NOINTERFACE;
+        for (const Side side : bothSides) pass_.side(side).access = pass_.side(side).translator.tryAs<IPIMUserAccess>();
+        lookForFieldMapUpdate();
+        if (isOneStore()) return S_OK;
+        logHeader();
+        chooseDirection();
+        if (run_.ResyncRequested) clearForResync();
+        run_.HistoryVersion = -1;
+        (void)run_.History->GetVersion(run_.HistoryVersion);
+        HRESULT hr = loadFieldPairs();
+        lookForImageFields();
+        if (SUCCEEDED(hr) && pass_.FieldCount != 0) {
+            hr = decide();
+            if (SUCCEEDED(hr)) hr = write();
+        }
+        finish(hr);
+        return hr;
+    }
+
+private:
+    void forgetLastPass()
+    {
+        for (const Side side : bothSides) run_.side(side).HasAdditions = run_.side(side).HasDeletions = false;
+        run_.ContactPassPending = false;
+        run_.FieldTypes.clear();
+        run_.UnverifiedRecords.clear();
+    }
+
+    void lookForFieldMapUpdate()
+    {
+        LONG updated = 0;
+        if (run_.FieldMap && SUCCEEDED(com::call(run_.FieldMap, &IFieldMap::GetFieldMapUpdated, run_.FieldMapId, &updated)) && updated == 1)
+            run_.FieldMapUpdated = true;
+    }
+
+    bool isOneStore() const
+    {
+        const std::u16string &database1 = run_.side(Side::One).Database, &database2 = run_.side(Side::Two).Database;
+        return !database1.empty() && platform::equalNoCase(database1, database2);
+    }
+
+    void logHeader() const
+    {
+        WriteLogText(LogLevelMask, u"\r");
+        WriteLogResource(LogLevelMask, run_.CategoryPass ? 201 : 202);
+        WriteLogText(LogLevelMask, u"\r");
+        WriteLogResource(LogLevelMask, 144, run_.side(Side::One).Name, run_.side(Side::One).Database);
+        WriteLogResource(LogLevelMask, 145, run_.side(Side::Two).Name, run_.side(Side::Two).Database);
+    }
+
+    void chooseDirection()
+    {
+        const std::u16string &name1 = run_.side(Side::One).Name, &name2 = run_.side(Side::Two).Name;
+        switch (run_.Options.SyncType) {
+        case stImportToTrans1: pass_.Send[Side::One] = false; return WriteLogResource(1, 146, name2, name1);
+        case stExportFromTrans1: pass_.Send[Side::Two] = false; return WriteLogResource(1, 146, name1, name2);
+        default: return WriteLogResource(1, 147);
+        }
+    }
+
+    // The request outlives a category pass, so that the contact pass clears its history too.
+    void clearForResync()
+    {
+        if (!run_.transferring()) (void)run_.History->Clear();
+        if (!run_.CategoryPass) run_.ResyncRequested = false;
+    }
+
+    HRESULT loadFieldPairs()
+    {
+        if (run_.CategoryPass && pairCategoryNames()) return S_OK;
+        return com::call(run_.FieldMap, &IFieldMap::EnumerateEntriesExValidate, run_.CurrentMap, run_.FieldMapId,
+                         pass_.side(Side::One).translator.get(), pass_.side(Side::Two).translator.get(), &pass_.FieldCount,
+                         pass_.side(Side::One).Fields.put(), pass_.side(Side::Two).Fields.put());
+    }
+
+    // In a category pass a record has one field, its name, which travels as a last name.
+    bool pairCategoryNames()
+    {
+        PerSide<GUID> names;
+        for (const Side side : bothSides)
+            if (!firstLastName(pass_.side(side), names[side])) return false;
+        for (const Side side : bothSides) {
+            LONG count = 0;
+            com::check(com::giveArray(std::span<const GUID>(&names[side], 1), &count, pass_.side(side).Fields.put()));
+        }
+        pass_.FieldCount = 1;
+        return true;
+    }
+
+    static bool firstLastName(const PassSide& side, GUID& name)
+    {
+        LONG count = 0;
+        if (!side.fieldList || FAILED(com::call(side.fieldList, &IFieldList::GetCount, &count))) return false;
+        for (LONG i = 0; i < count; ++i) {
+            LONG type = 0;
+            if (FAILED(com::call(side.fieldList, &IFieldList::GetFieldByIndex, i, &name))) continue;
+            if (SUCCEEDED(com::call(side.field, &IField::GetFieldType, name, &type)) && type == ftLastName) return true;
+        }
+        return false;
+    }
+
+    void lookForImageFields()
+    {
+        if (!run_.ImagesAvailable) return;
+        const auto fields = pass_.fields(Side::One);
+        run_.ImagesAvailable = std::any_of(fields.rbegin(), fields.rend(), [&](const GUID& field) {
+            LONG type = 0;
+            return SUCCEEDED(com::call(pass_.side(Side::One).field, &IField::GetFieldType, field, &type)) &&
+                   (type == ftImage1 || type == ftImage2);
+        });
+    }
+
+    // The stages that decide; each runs only if the former ones gave no failure.
+    HRESULT decide()
+    {
+        HRESULT hr = AnalyzeHistory(pass_);
+        for (const Side side : bothSides)
+            if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.Send[side]);
+        if (SUCCEEDED(hr)) hr = ConfirmChanges(pass_);
+        if (SUCCEEDED(hr) && pass_.Send[Side::Two]) LoadTargetFields(pass_);
+        return hr;
+    }
+
+    HRESULT write()
+    {
+        logWithTime(231);
+        // Only now, so that a cancelled first run leaves the old history in place.
+        if (pass_.FirstSync && !run_.transferring()) (void)run_.History->Clear();
+        dropRemovedLinks();
+        pass_.TotalTasks = pass_.side(Side::One).Tasks.size() + pass_.side(Side::Two).Tasks.size();
+        pass_.DoneTasks = 0;
+
+        HRESULT hr = pass_.Send[Side::One] ? WriteSide(pass_, Side::Two) : S_OK;
+        bool nothingLeft = false;
+        saveHistoryOnce(hr, [&] {
+            completeSide(Side::Two, hr);
+            nothingLeft = pass_.side(Side::One).Tasks.empty() && pass_.side(Side::Two).Tasks.empty();
+            if (nothingLeft && mayStamp(hr)) stamp(Side::One);
+        });
+        if (!nothingLeft && mayStamp(hr)) {
+            if (SUCCEEDED(hr) && pass_.Send[Side::Two]) hr = WriteSide(pass_, Side::One);
+            saveHistoryOnce(hr, [&] { completeSide(Side::One, hr); });
+        }
+        logWithTime(232);
+        return hr;
+    }
+
+    void dropRemovedLinks()
+    {
+        for (const Side side : bothSides) {
+            for (const std::u16string& id : run_.side(side).HistoryRemovals) (void)UnlinkHistoryEntry(*run_.History, side, id);
+            run_.side(side).HistoryRemovals.clear();
+        }
+    }
+
+    // What was written before a cancel stays, so a cancelled side counts as complete.
+    static bool mayStamp(HRESULT hr) { return SUCCEEDED(hr) || hr == E_ABORT; }
+
+    // A history that cannot be written fails the run: without it the next one would take every record for a new one.
+    template <class F> void saveHistoryOnce(HRESULT& hr, F&& work)
+    {
+        SaveScope scope(run_.History->store());
+        work();
+        const HRESULT saved = scope.finish();
+        if (SUCCEEDED(hr) && FAILED(saved)) hr = saved;
+    }
+
+    // Closes the batch of a side that was written, and stamps its history. A batch that cannot be closed may be lost as a whole: then
+    // the history goes back to what it was before it, for a link to a record that is not there would read as a deletion.
+    void completeSide(Side target, HRESULT& hr)
+    {
+        if (!mayStamp(hr)) return;
+        if (pass_.Send[otherSide(target)]) {
+            const HRESULT ended = EndSide(pass_, target);
+            if (FAILED(ended)) hr = ended;
+            if (!mayStamp(hr)) {
+                (void)run_.History->store().Revert();
+                return;
+            }
+        }
+        stamp(target);
+    }
+
+    void stamp(Side side)
+    {
+        (void)run_.History->SetDatabase(sectionOf(side), run_.side(side).Database);
+        (void)run_.History->SetLastSyncTime(sectionOf(side), platform::localNow());
+        (void)run_.History->SetLastSyncStatus(sectionOf(side), 1);
+    }
+
+    void logWithTime(int id) const
+    {
+        if (!run_.CategoryPass)
+            WriteLogResource(LogLevelMask, id, platform::dateText(platform::localTime()), platform::timeText(platform::localTime()));
+    }
+
+    void finish(HRESULT hr)
+    {
+        for (const Side side : bothSides) FreeTaskMap(pass_.side(side).Tasks);
+        run_.FieldTypes.clear();
+        if (SUCCEEDED(hr) && run_.FieldMapUpdated) {
+            (void)com::call(run_.FieldMap, &IFieldMap::SetFieldMapUpdated, run_.FieldMapId, 0);
+            run_.FieldMapUpdated = false;
+        }
+        run_.UnverifiedRecords.clear();
+        WriteLogText(LogLevelMask, u"\r");
+        WriteLogResource(LogLevelMask, run_.CategoryPass ? 217 : 218);
+        WriteLogText(LogLevelMask, u"\r");
+    }
+
+    RunState& run_;
+    PipelinePass pass_;
+};
+
+} // namespace
+
+HRESULT RunPipeline(RunState& run, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<com::Ptr<ITrServices>>& services)
+{
+    return Pipeline(run, translators, services).run();
+}
+
+} // namespace mb

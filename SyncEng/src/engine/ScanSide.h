@@ -1,0 +1,12 @@
+// Finds out what changed on one side since the last run, and puts it down as tasks.
+// The modified date tells cheaply that nothing happened; where it moved, the field values decide whether something really did.
+#pragma once
+#include "engine/PipelinePass.h"
+
+namespace mb {
+
+// Additions and changes go to this side's tasks; a record that is gone becomes a deletion in the other side's tasks.
+// The history is touched in two ways only: the date of an entry that proved unchanged, and pairs that are gone on both sides.
+HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled);
+
+} // namespace mb

@@ -1,0 +1,20 @@
+// The two sides of a map. Everything that exists once a side is found by it, so that one code serves both.
+#pragma once
+
+namespace mb {
+
+enum class Side : unsigned char { One, Two };
+
+inline constexpr Side otherSide(Side side) noexcept { return side == Side::One ? Side::Two : Side::One; }
+
+// The history's name of the side.
+inline constexpr const char16_t* sectionOf(Side side) noexcept { return side == Side::One ? u"Trans1" : u"Trans2"; }
+
+// Two of a kind, one a side.
+template <class T> struct PerSide {
+    T one{}, two{};
+    T& operator[](Side side) noexcept { return side == Side::One ? one : two; }
+    const T& operator[](Side side) const noexcept { return side == Side::One ? one : two; }
+};
+
+} // namespace mb

@@ -1,0 +1,26 @@
+// Tells the sink how far a stage has come.
+#pragma once
+#include "com.h"
+#include "interfaces.h"
+
+namespace mb {
+
+class StageProgress {
+public:
+    // A null sink hears nothing.
+    StageProgress(com::Ptr<ISyncEvents> sink, std::u16string_view label) : sink_(std::move(sink)), label_(label) {}
+    // E_ABORT if the user cancels; whatever else the sink answers is success.
+    HRESULT advance(double step) noexcept
+    {
+        percent_ += step;
+        if (!sink_) return S_OK;
+        return com::call(sink_, &ISyncEvents::OnProgress2, label_.get(), percent_) == E_ABORT ? E_ABORT : S_OK;
+    }
+
+private:
+    com::Ptr<ISyncEvents> sink_;
+    com::Bstr label_;
+    double percent_ = 0.0;
+};
+
+} // namespace mb

@@ -1,0 +1,343 @@
+#include "engine/SyncOneMap.h"
+
+#include "engine/EngineCodes.h"
+#include "engine/FailureReport.h"
+#include "engine/MapOptions.h"
+#include "engine/RunPipeline.h"
+#include "files.h"
+#include "foundation/ClassTable.h"
+#include "foundation/Log.h"
+#include "foundation/Paths.h"
+#include "foundation/Strings.h"
+#include "host.h"
+#include "store/ConfigStore.h"
+#include "store/CSyncHistory.h"
+#include "translators/SideSettings.h"
+#include "translators/TrMapKeys.h"
+
+namespace mb {
+namespace {
+
+constexpr Side bothSides[] = {Side::One, Side::Two};
+
+VARIANT_BOOL asVariantBool(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FALSE; }
+
+class MapRun {
+public:
+    explicit MapRun(RunState& run) : run_(run), history_(run.EventSink) {}
+    MapRun(const MapRun&) = delete;
+    MapRun& operator=(const MapRun&) = delete;
+    ~MapRun() { run_.History = nullptr; }
+
+    HRESULT run()
+    {
+        run_.ImagesAvailable = true;
+        for (const Side side : bothSides) {
+            run_.side(side).Database.clear();
+            run_.side(side).BatchOpen = false;
+        }
+        // Wanted: only a contact pass that follows a category pass tells of its start; every one tells of its end.
+        if (run_.ContactPassPending) logWithTime(142);
+        run_.History = &history_;
+
+        HRESULT hr = openMap();
+        if (SUCCEEDED(hr)) {
+            if (!ensureFieldMap()) return end(recordFailure(codeInitialize));
+            hr = prepareSides();
+        }
+        if (SUCCEEDED(hr)) {
+            hr = loadTranslators();
+            if (!anyLoadFailed()) {
+                hr = startAndRun();
+                if (leftAtOnce_) return hr;
+            }
+            if (isReported(hr)) ReportFailure(run_, hr);
+            cleanUp();
+        }
+        return conclude(hr);
+    }
+
+private:
+    HRESULT openMap()
+    {
+        HRESULT hr = history_.Open(run_.CurrentMap);
+        if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), trMap_);
+        if (FAILED(hr)) return hr;
+        entry_ = trMap_.tryAs<ITrMapEntry>();
+        if (!entry_) return E_NOINTERFACE;
+        for (const Side side : bothSides) {
+            hr = createClass(__uuidof(TrServices), services_[side]);
+            if (FAILED(hr)) return hr;
+        }
+        hr = com::call(trMap_, &ITrMap::GetTranslators, run_.CurrentMap, &run_.side(Side::One).Id, &run_.side(Side::Two).Id);
+        if (SUCCEEDED(hr)) (void)history_.GetVersion(openedVersion_);
+        return hr;
+    }
+
+    bool ensureFieldMap()
+    {
+        run_.FieldMapId = GUID_NULL;
+        HRESULT hr = com::call(trMap_, &ITrMap::GetFieldMap, run_.CurrentMap, &run_.FieldMapId);
+        if (FAILED(hr) && run_.FieldMap) {
+            if (run_.FieldMapId == GUID_NULL)
+                hr = com::call(run_.FieldMap, &IFieldMap::Create, run_.side(Side::One).Id, run_.side(Side::Two).Id, &run_.FieldMapId);
+            else
+                hr = com::call(run_.FieldMap, &IFieldMap::CreateDefaultMap, run_.FieldMapId);
+        }
+        if (SUCCEEDED(hr) && run_.FieldMap) return true;
+        std::filesystem::path folder;
+        (void)GetUserDataFolder(folder);
+        run_.Error.LastErrorMessage1 = Format(LoadText(227), platform::textOf(folder));
+        return false;
+    }
+
+    HRESULT prepareSides()
+    {
+        // Numbers of dynamic fields are handed out afresh in each run.
+        (void)com::call(run_.FieldMap, &IFieldMap::SetNextAvailableFieldType, run_.FieldMapId, static_cast<LONG>(ftDynamicStart));
+        for (const Side side : bothSides) {
+            settings_[side] = services_[side].tryAs<IDataStream>();
+            const com::Bstr type(settingsTypeOf(side == Side::One ? idTrans1 : idTrans2));
+            if (settings_[side]) (void)com::call(settings_[side], &IDataStream::SetParams, type.get(), run_.CurrentMap);
+        }
+        if (!run_.TransferFile.empty() && settings_[Side::One]) {
+            const auto setText = [&](const char16_t* key, const std::u16string& value) {
+                (void)com::call(settings_[Side::One], &IDataStream::SetString, com::Bstr(key).get(), com::Bstr(value).get());
+            };
+            setText(u"Database", run_.TransferFile);
+            setText(u"Password", run_.TransferPassword);
+            (void)com::call(settings_[Side::One], &IDataStream::SetInt, com::Bstr(u"SavePassword").get(), 1);
+        }
+        for (const Side side : bothSides) {
+            com::Bstr name;
+            (void)com::call(trMap_, &ITrMap::GetName, run_.side(side).Id, VARIANT_FALSE, name.put());
+            run_.side(side).Name = name.text();
+        }
+        return S_OK;
+    }
+
+    // Wanted: the result is that of the second load alone, so a failed first one with a good second ends the run without a message.
+    HRESULT loadTranslators()
+    {
+        HRESULT hr = S_OK;
+        for (const Side side : bothSides) {
+            hr = com::call(entry_, &ITrMapEntry::Load, run_.side(side).Id, translators_[side].put());
+            if (FAILED(hr)) (void)translators_[side].detach();
+            loadFailed_[side] = FAILED(hr) || !translators_[side];
+        }
+        for (const Side side : bothSides)
+            if (loadFailed_[side]) chargeLoadFailure(side);
+        return hr;
+    }
+
+    bool anyLoadFailed() const { return loadFailed_.one || loadFailed_.two; }
+
+    void chargeLoadFailure(Side side)
+    {
+        const Side other = otherSide(side);
+        run_.Error.FailedTranslator = run_.side(side).Id;
+        FetchTranslatorError(run_.Error, {translators_[side].get(), run_.side(side).Id}, {translators_[other].get(), run_.side(other).Id});
+    }
+
+    HRESULT startAndRun()
+    {
+        for (const Side side : bothSides) updaters_[side] = translators_[side].tryAs<IRecordUpdater>();
+        if (!run_.CategoriesBarred) {
+            const HRESULT hr = lookForCategories();
+            if (FAILED(hr)) return hr;
+        }
+        readOptions();
+        for (const Side side : bothSides) {
+            const HRESULT hr = startTranslator(side);
+            if (FAILED(hr)) {
+                loadFailed_[side] = true;
+                chargeLoadFailure(side);
+                return hr;
+            }
+            allowImages(side);
+            if (side == Side::Two && run_.Options.SyncImages && run_.ImageOptionChanged && run_.ImagesAvailable) run_.RefreshImages = true;
+            loadDynamicFields(side);
+        }
+        readSyncParams();
+        const HRESULT hr = RunPipeline(run_, translators_, services_);
+        if (hr == E_ABORT) {
+            WriteLogResource(1, 155);
+        } else if (FAILED(hr) && run_.Error.FailedTranslator == GUID_NULL) {
+            FetchTranslatorError(run_.Error, {translators_.two.get(), run_.side(Side::Two).Id},
+                                 {translators_.one.get(), run_.side(Side::One).Id});
+        }
+        return hr;
+    }
+
+    // Where both stores have categories, and this is not the pass that follows one, the lists of categories come first.
+    HRESULT lookForCategories()
+    {
+        for (const Side side : bothSides) categories_[side] = translators_[side].tryAs<ICategories>();
+        if (!categories_.one || !categories_.two || run_.ContactPassPending) return S_OK;
+        run_.CategoryPass = true;
+        if (FAILED(com::call(trMap_, &ITrMap::GetCategoryGuid, run_.CurrentMap, &run_.CategoryHistoryId))) {
+            run_.CategoryHistoryId = com::newGuid();
+            (void)com::call(trMap_, &ITrMap::SetCategoryGuid, run_.CurrentMap, run_.CategoryHistoryId);
+        }
+        HRESULT hr = history_.Open(run_.CategoryHistoryId);
+        if (SUCCEEDED(hr)) return S_OK;
+        const HRESULT recorded = RecordFailedSync(run_, trMap_.get(), translators_, {});
+        if (FAILED(recorded)) hr = recorded;
+        leftAtOnce_ = true;
+        return hr;
+    }
+
+    void readOptions()
+    {
+        MapOptions& options = run_.Options;
+        const bool asks = !run_.CategoryPass;
+        options.ConfirmAdds = options.ConfirmUpdates = options.ConfirmDeletes = asks;
+        options.ConflictResolution = options.DelConflictResolution = asks ? croNotify : croAddAll;
+        if (!run_.CategoryPass) {
+            ReadMapOptions(run_, trMap_.get());
+            if (!run_.ImageOptionChanged) upgradeImageOption();
+        }
+        com::Bstr stored;
+        if (!run_.ImageOptionChanged && settings_.two &&
+            SUCCEEDED(com::call(settings_.two, &IDataStream::GetString, com::Bstr(imageOptionKey).get(), stored.put())) &&
+            stored.view() == u"1")
+            run_.ImageOptionChanged = wroteImageFlag_ = true;
+    }
+
+    // A configuration from before images were compared: every map compares them once.
+    void upgradeImageOption()
+    {
+        LONG version = -1;
+        if (FAILED(ConfigStore().GetVersion(version)) || version >= currentStoreVersion) return;
+        if (run_.Options.SyncImages && openedVersion_ < currentStoreVersion) {
+            run_.ImageOptionChanged = run_.RefreshImages = wroteImageFlag_ = true;
+            BroadcastImageOption(imageOptionKey, u"1");
+        }
+        (void)ConfigStore().SetVersion(currentStoreVersion);
+    }
+
+    HRESULT startTranslator(Side side)
+    {
+        const VARIANT_BOOL reconfigure = run_.side(side).Reconfigure;
+        ITrServices* services = services_[side].get();
+        if (run_.CategoryPass)
+            return com::call(categories_[side], &ICategories::InitializeCategories, services, run_.ParentWindow, reconfigure);
+        if (updaters_[side])
+            return com::call(updaters_[side], &IRecordUpdater::InitializeWithProgress, run_.EventSink.get(), services, run_.ParentWindow,
+                             reconfigure);
+        return com::call(translators_[side], &ITranslator::Initialize, services, run_.ParentWindow, reconfigure);
+    }
+
+    void allowImages(Side side)
+    {
+        if (const auto images = translators_[side].tryAs<IImageSupport>())
+            (void)com::call(images, &IImageSupport::SetAllowImage, asVariantBool(run_.Options.SyncImages));
+        else
+            run_.ImagesAvailable = false;
+    }
+
+    void loadDynamicFields(Side side)
+    {
+        const auto loader = translators_[side].tryAs<IDynamicFieldLoader>();
+        if (run_.CategoryPass || !run_.FieldMap || !loader) return;
+        LONG next = 0;
+        if (FAILED(com::call(run_.FieldMap, &IFieldMap::GetNextAvailableFieldType, run_.FieldMapId, &next))) return;
+        LONG after = next;
+        if (SUCCEEDED(com::call(loader, &IDynamicFieldLoader::LoadDynamicFields, services_[side].get(), next, &after)) && after != next)
+            (void)com::call(run_.FieldMap, &IFieldMap::SetNextAvailableFieldType, run_.FieldMapId, after);
+    }
+
+    void readSyncParams()
+    {
+        for (const Side side : bothSides) {
+            com::Bstr database, description;
+            const HRESULT hr =
+                com::call(translators_[side], &ITranslator::GetSyncParams, services_[side].get(), database.put(), description.put());
+            run_.side(side).Database = SUCCEEDED(hr) ? database.text() : std::u16string();
+            run_.side(side).Description = SUCCEEDED(hr) ? description.text() : std::u16string();
+        }
+    }
+
+    static bool isReported(HRESULT hr)
+    {
+        return FAILED(hr) && hr != E_ABORT && hr != codeSilentStop && hr != codeRunAgain && hr != codeRebuildFields &&
+               hr != codeStopSchedule && hr != codeNoMessage && hr != codeReSync;
+    }
+
+    // A translator keeps what was saved in a batch that was not ended. One that says it could not has lost it, and the history must
+    // not tell of it.
+    void cleanUp()
+    {
+        for (const Side side : bothSides) {
+            if (!translators_[side]) continue;
+            const HRESULT cleaned = com::call(translators_[side], &ITranslator::Cleanup);
+            if (FAILED(cleaned) && run_.side(side).BatchOpen) (void)history_.store().Revert();
+        }
+    }
+
+    HRESULT conclude(HRESULT hr)
+    {
+        if (hr == codeRebuildFields && run_.FieldMap) {
+            (void)com::call(run_.FieldMap, &IFieldMap::CreateDefaultMap, run_.FieldMapId);
+            run_.FieldMapRebuilt = true;
+        }
+        if (SUCCEEDED(hr))
+            settleSuccess();
+        else if (hr != E_ABORT && hr != codeSilentStop && hr != codeRunAgain && hr != codeRebuildFields)
+            hr = recordFailure(hr);
+        return end(hr);
+    }
+
+    void settleSuccess()
+    {
+        if (run_.HistoryVersion < currentStoreVersion) (void)history_.SetVersion(currentStoreVersion);
+        if (run_.ImageOptionChanged) {
+            run_.ImageOptionChanged = false;
+            VARIANT zero;
+            VariantInit(&zero);
+            zero.vt = VT_BOOL;
+            zero.boolVal = VARIANT_FALSE;
+            if (trMap_) (void)com::call(trMap_, &ITrMap::SetOption, run_.CurrentMap, static_cast<LONG>(soSyncImageOptionChanged), zero);
+        }
+        if (wroteImageFlag_ && settings_.two)
+            (void)com::call(settings_.two, &IDataStream::SetString, com::Bstr(imageOptionKey).get(), com::Bstr(u"0").get());
+    }
+
+    HRESULT recordFailure(HRESULT hr)
+    {
+        const HRESULT recorded = RecordFailedSync(run_, trMap_.get(), translators_, loadFailed_);
+        return FAILED(recorded) ? recorded : hr;
+    }
+
+    HRESULT end(HRESULT hr)
+    {
+        if (!run_.CategoryPass) logWithTime(143);
+        return hr;
+    }
+
+    static void logWithTime(int id)
+    {
+        const platform::ClockTime now = platform::localTime();
+        WriteLogResource(LogLevelMask, id, platform::dateText(now), platform::timeText(now));
+    }
+
+    RunState& run_;
+    CSyncHistory history_;
+    com::Ptr<ITrMap> trMap_;
+    com::Ptr<ITrMapEntry> entry_;
+    PerSide<com::Ptr<ITrServices>> services_;
+    PerSide<com::Ptr<IDataStream>> settings_;
+    PerSide<com::Ptr<ITranslator>> translators_;
+    PerSide<com::Ptr<IRecordUpdater>> updaters_;
+    PerSide<com::Ptr<ICategories>> categories_;
+    PerSide<bool> loadFailed_;
+    LONG openedVersion_ = -1;
+    bool wroteImageFlag_ = false; // this run set the stored text, or found it set
+    bool leftAtOnce_ = false;
+};
+
+} // namespace
+
+HRESULT SyncOneMap(RunState& run) { return MapRun(run).run(); }
+
+} // namespace mb

@@ -1,0 +1,156 @@
+#include "engine/WriteSide.h"
+
+#include "engine/ApplyRecord.h"
+#include "engine/DescribeRecord.h"
+#include "engine/FailureReport.h"
+#include "engine/HistoryLinks.h"
+#include "foundation/Log.h"
+#include "foundation/SilentMode.h"
+
+namespace mb {
+namespace {
+
+HRESULT unlessNotImplemented(HRESULT hr) { return hr == E_NOTIMPL ? S_OK : hr; }
+
+class SideWriter {
+public:
+    SideWriter(PipelinePass& pass, Side target) : pass_(pass), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)) {}
+
+    HRESULT run()
+    {
+        HRESULT hr = askForAccess();
+        if (SUCCEEDED(hr)) hr = unlessNotImplemented(com::call(target().translator, &ITranslator::BeginUpdate));
+        if (FAILED(hr)) return hr;
+        run_.side(targetSide_).BatchOpen = true;
+        WriteLogText(1, u"\r");
+        hr = writeLoop();
+        if (SUCCEEDED(hr) && run_.side(targetSide_).HasDeletions) hr = deleteLoop();
+        return hr;
+    }
+
+private:
+    PassSide& source() { return pass_.side(sourceSide_); }
+    PassSide& target() { return pass_.side(targetSide_); }
+    const std::u16string& targetName() const { return run_.side(targetSide_).Name; }
+
+    HRESULT askForAccess()
+    {
+        if (!target().access) return S_OK;
+        VARIANT_BOOL allowed = VARIANT_TRUE;
+        const HRESULT hr =
+            com::call(target().access, &IPIMUserAccess::CanWrite, target().services.get(), run_.ParentWindow, SilentMode, &allowed);
+        return SUCCEEDED(hr) && allowed == VARIANT_FALSE ? E_FAIL : hr;
+    }
+
+    HRESULT writeLoop()
+    {
+        TaskList& tasks = source().Tasks;
+        for (auto at = tasks.begin(); at != tasks.end();) {
+            const bool writes = at->second.Kind != TaskDelete;
+            HRESULT hr = S_OK;
+            if (writes) {
+                hr = writeRecord(at->first, at->second);
+                if (FAILED(hr)) return hr;
+                ++pass_.DoneTasks;
+                if (FAILED(DropTask(at, tasks))) ++at;
+            }
+            if (tellProgress() == E_ABORT) return E_ABORT;
+            if (!writes) ++at;
+        }
+        return S_OK;
+    }
+
+    HRESULT writeRecord(const std::u16string& id, const RecordTask& task)
+    {
+        const std::u16string name = describe(task, source(), id);
+        const bool created = !task.MappedId;
+        std::optional<std::u16string> targetId = task.MappedId;
+        const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId);
+        if (FAILED(hr)) {
+            chargeFailure(pass_, targetSide_);
+            return hr;
+        }
+        if (task.MappedId && !task.MappedId->empty() && !targetId->empty() && *task.MappedId != *targetId)
+            followNewIdentifier(*task.MappedId, *targetId);
+        if (task.FieldMapRemapped) (void)SetFieldMapChangedFlag(run_, sourceSide_, id, false);
+        const HRESULT stamped = StampHistoryPair(pass_, sourceSide_, id, *targetId, 0.0);
+        logWritten(task.Kind == TaskMatched, created, name);
+        return stamped;
+    }
+
+    // Wanted: towards side 1 both sections are those of side 2.
+    void followNewIdentifier(const std::u16string& before, const std::u16string& now)
+    {
+        (void)RekeyHistoryEntry(*run_.History, Side::Two, before, now, targetSide_ == Side::Two ? Side::One : Side::Two);
+    }
+
+    void logWritten(bool matched, bool created, const std::u16string& name)
+    {
+        if (run_.CategoryPass)
+            WriteLogResource(1, created ? 204 : 205, targetName(), name);
+        else if (matched)
+            WriteLogResource(1, 230, name);
+        else
+            WriteLogResource(1, created ? 157 : 158, targetName(), name);
+    }
+
+    HRESULT deleteLoop()
+    {
+        TaskList& tasks = target().Tasks;
+        for (auto at = tasks.begin(); at != tasks.end();) {
+            const bool deletes = at->second.Kind == TaskDelete;
+            if (deletes) {
+                const HRESULT hr = deleteRecord(at->first, at->second);
+                if (FAILED(hr)) return hr;
+                ++pass_.DoneTasks;
+                if (FAILED(DropTask(at, tasks))) ++at;
+            }
+            if (tellProgress() == E_ABORT) return E_ABORT;
+            if (!deletes) ++at;
+        }
+        return S_OK;
+    }
+
+    HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
+    {
+        const std::u16string name = describe(task, target(), id);
+        const com::Bstr key(id);
+        const HRESULT hr = com::call(target().translator, &ITranslator::DeleteRecord, key.get());
+        if (FAILED(hr)) {
+            chargeFailure(pass_, targetSide_);
+            return hr;
+        }
+        (void)UnlinkHistoryEntry(*run_.History, targetSide_, id);
+        WriteLogResource(1, run_.CategoryPass ? 206 : 159, targetName(), name);
+        return S_OK;
+    }
+
+    static std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id)
+    {
+        return (LogLevelMask & 1) ? DescribeRecord(task.Values.get(), side.translator.get(), id) : std::u16string();
+    }
+
+    HRESULT tellProgress()
+    {
+        if (!run_.EventSink) return S_OK;
+        const double percent = static_cast<double>(pass_.DoneTasks) / static_cast<double>(pass_.TotalTasks) * 100.0;
+        return com::call(run_.EventSink, &ISyncEvents::OnProgress, run_.CategoryPass ? spSyncCategory : spSync, percent);
+    }
+
+    PipelinePass& pass_;
+    RunState& run_;
+    Side targetSide_, sourceSide_;
+};
+
+} // namespace
+
+HRESULT WriteSide(PipelinePass& pass, Side target) { return SideWriter(pass, target).run(); }
+
+HRESULT EndSide(PipelinePass& pass, Side target)
+{
+    const HRESULT hr = unlessNotImplemented(com::call(pass.side(target).translator, &ITranslator::EndUpdate, VARIANT_FALSE));
+    if (SUCCEEDED(hr)) pass.run.side(target).BatchOpen = false;
+    return hr;
+}
+
+} // namespace mb

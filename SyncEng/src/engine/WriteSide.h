@@ -1,0 +1,15 @@
+// Writes one side: the other side's additions, changes and matches, then the deletions that this side's own list holds, all in one
+// batch of the translator's.
+#pragma once
+#include "engine/PipelinePass.h"
+
+namespace mb {
+
+// Opens the batch and runs both loops. A task leaves its list as soon as it is done. The first failure ends the side; what was done
+// stays, and the batch stays open. E_ABORT is the user's.
+HRESULT WriteSide(PipelinePass& pass, Side target);
+
+// Closes the batch; a translator without batches answers E_NOTIMPL, which is success.
+HRESULT EndSide(PipelinePass& pass, Side target);
+
+} // namespace mb

@@ -1,0 +1,58 @@
+#include "foundation/ContactParser.h"
+
+#include "files.h"
+#include "registry.h"
+#include <memory>
+
+namespace mb {
+namespace {
+
+constexpr std::size_t fieldLength = 1024;
+
+// As the library fills it.
+struct PhoneBlock {
+    char16_t country[fieldLength], area[fieldLength], local[fieldLength], extension[fieldLength];
+};
+
+std::u16string textOf(const char16_t (&field)[fieldLength])
+{
+    const std::u16string_view whole(field, fieldLength);
+    return std::u16string(whole.substr(0, whole.find(u'\0')));
+}
+
+// The library lies in the folder of the host; none if that is not known.
+std::filesystem::path libraryPath()
+{
+    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main");
+    const auto host = key ? key->text(u"Path") : std::nullopt;
+    if (!host) return {};
+    return platform::pathOf(host->substr(0, host->find_last_of(u"\\/") + 1)) / platform::libraryFileName("CAT");
+}
+
+platform::Library loadLibrary()
+{
+    const auto path = libraryPath();
+    return path.empty() ? platform::Library() : platform::Library(path);
+}
+
+} // namespace
+
+ContactParser::ContactParser() : library_(loadLibrary()) {}
+
+PhoneParts ContactParser::ParsePhone(std::u16string_view phone) const
+{
+    if (phone.empty() || !library_) return {};
+    const auto start = library_.function<int(void*, int*, void*)>("CatInit");
+    const auto parse = library_.function<int(const char16_t*, PhoneBlock*)>("CatParsePhone");
+    const auto stop = library_.function<int()>("CatTerm");
+    if (!start || !parse || !stop) return {};
+    const auto block = std::make_unique<PhoneBlock>();
+    const std::u16string zeroEnded(phone);
+    int one = 1;
+    start(nullptr, &one, nullptr);
+    parse(zeroEnded.c_str(), block.get());
+    stop();
+    return {textOf(block->country), textOf(block->area), textOf(block->local), textOf(block->extension)};
+}
+
+} // namespace mb

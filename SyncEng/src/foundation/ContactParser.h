@@ -1,0 +1,23 @@
+// Splits a phone number into its parts, with the help of the parsing library beside the host. Without that library all parts are empty.
+#pragma once
+#include "library.h"
+#include <string>
+#include <string_view>
+
+namespace mb {
+
+struct PhoneParts {
+    std::u16string country, area, local, extension;
+};
+
+class ContactParser {
+public:
+    ContactParser();
+    virtual ~ContactParser() = default;
+    [[nodiscard]] PhoneParts ParsePhone(std::u16string_view phone) const;
+
+private:
+    platform::Library library_;
+};
+
+} // namespace mb

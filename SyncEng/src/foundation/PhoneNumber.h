@@ -1,0 +1,16 @@
+// A phone number in the one form that some stores demand.
+#pragma once
+#include "foundation/ContactParser.h"
+#include <string>
+#include <string_view>
+
+namespace mb {
+
+// The parts as one text: +country area local ext. extension, each only if it is there. A number without a country gets +1 in front
+// where countryMode is above 1.
+std::u16string composePhoneNumber(const PhoneParts& parts, int countryMode);
+
+// The same of a number as a store holds it; empty where no parser is installed or it cannot parse the number.
+std::u16string NormalizePhoneNumber(std::u16string_view value, int countryMode);
+
+} // namespace mb

@@ -1,0 +1,205 @@
+// On pugixml. Text that is an element's first child is kept in the element itself, which halves the nodes of a store.
+#include "xml.h"
+
+#include "text.h"
+#include "xml_guard.h"
+#include <cstring>
+#include <functional>
+#include <pugixml.hpp>
+
+namespace platform {
+
+struct XmlAccess {
+    static pugi::xml_node node(const XmlElement& e) { return pugi::xml_node(static_cast<pugi::xml_node_struct*>(e.node_)); }
+    static XmlElement element(pugi::xml_node n) { return XmlElement(n.internal_object()); }
+};
+
+namespace {
+
+constexpr unsigned parseFlags = pugi::parse_default | pugi::parse_embed_pcdata | pugi::parse_comments | pugi::parse_pi |
+                                pugi::parse_declaration | pugi::parse_ws_pcdata;
+
+pugi::xml_node nextElement(pugi::xml_node n)
+{
+    while (n && n.type() != pugi::node_element) n = n.next_sibling();
+    return n;
+}
+
+void appendText(pugi::xml_node n, std::string& out)
+{
+    out += n.value();
+    for (pugi::xml_node child : n.children()) {
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
+            out += child.value();
+        else if (child.type() == pugi::node_element)
+            appendText(child, out); // as deep as documents are let in
+    }
+}
+
+std::vector<XmlElement> selectFrom(pugi::xml_node context, const std::string& xpath)
+{
+    std::vector<XmlElement> found;
+    try {
+        pugi::xpath_node_set set = context.select_nodes(xpath.c_str());
+        set.sort();
+        for (const pugi::xpath_node& n : set)
+            if (n.node().type() == pugi::node_element) found.push_back(XmlAccess::element(n.node()));
+    } catch (const pugi::xpath_exception&) {
+        found.clear();
+    }
+    return found;
+}
+
+class SinkWriter final : public pugi::xml_writer {
+public:
+    SinkWriter(void (*sink)(void*, std::string_view), void* to) : sink_(sink), to_(to) {}
+    void write(const void* data, std::size_t size) override { sink_(to_, {static_cast<const char*>(data), size}); }
+
+private:
+    void (*sink_)(void*, std::string_view);
+    void* to_;
+};
+
+// UTF-16 with a mark at its start becomes UTF-8; anything else is left to the parser.
+bool makeUtf8(std::string& bytes)
+{
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    if (bytes.size() < 2 || !((byte(0) == 0xFF && byte(1) == 0xFE) || (byte(0) == 0xFE && byte(1) == 0xFF))) return true;
+    if (bytes.size() % 2 != 0) return false;
+    const bool little = byte(0) == 0xFF;
+    std::u16string wide;
+    wide.reserve(bytes.size() / 2);
+    for (std::size_t i = 2; i < bytes.size(); i += 2)
+        wide += static_cast<char16_t>(little ? byte(i) | byte(i + 1) << 8 : byte(i) << 8 | byte(i + 1));
+    bytes = utf8(wide);
+    return true;
+}
+
+} // namespace
+
+std::string XmlElement::name() const { return XmlAccess::node(*this).name(); }
+
+std::string XmlElement::text() const
+{
+    const pugi::xml_node n = XmlAccess::node(*this);
+    if (!n.first_child()) return n.value();
+    std::string out;
+    appendText(n, out);
+    return out;
+}
+
+void XmlElement::setText(std::string_view text) const
+{
+    pugi::xml_node n = XmlAccess::node(*this);
+    if (n.first_child()) {
+        // One text alone can be overwritten where it stands.
+        if (n.first_child() == n.last_child() && n.first_child().type() == pugi::node_pcdata && !*n.value()) {
+            n.first_child().set_value(text.data(), text.size());
+            return;
+        }
+        n.remove_children();
+    }
+    n.text().set(text.data(), text.size());
+}
+
+std::optional<std::string> XmlElement::attribute(const char* name) const
+{
+    const pugi::xml_attribute found = XmlAccess::node(*this).attribute(name);
+    return found ? std::optional<std::string>(found.value()) : std::nullopt;
+}
+
+void XmlElement::setAttribute(const char* name, std::string_view value) const
+{
+    pugi::xml_node n = XmlAccess::node(*this);
+    pugi::xml_attribute found = n.attribute(name);
+    if (!found) found = n.append_attribute(name);
+    found.set_value(value.data(), value.size());
+}
+
+XmlElement XmlElement::parent() const
+{
+    const pugi::xml_node up = XmlAccess::node(*this).parent();
+    return up.type() == pugi::node_element ? XmlAccess::element(up) : XmlElement();
+}
+
+XmlElement XmlElement::firstChild() const { return XmlAccess::element(nextElement(XmlAccess::node(*this).first_child())); }
+XmlElement XmlElement::nextSibling() const { return XmlAccess::element(nextElement(XmlAccess::node(*this).next_sibling())); }
+
+std::size_t XmlElement::elementCount() const
+{
+    std::size_t n = 0;
+    for (XmlElement e = firstChild(); e; e = e.nextSibling()) ++n;
+    return n;
+}
+
+XmlElement XmlElement::appendChild(const char* name) const { return XmlAccess::element(XmlAccess::node(*this).append_child(name)); }
+void XmlElement::removeChild(const XmlElement& child) const { XmlAccess::node(*this).remove_child(XmlAccess::node(child)); }
+
+std::vector<XmlElement> XmlElement::select(const std::string& xpath) const { return selectFrom(XmlAccess::node(*this), xpath); }
+
+XmlElement XmlElement::selectFirst(const std::string& xpath) const
+{
+    const auto found = select(xpath);
+    return found.empty() ? XmlElement() : found.front();
+}
+
+struct XmlDocument::State {
+    pugi::xml_document document;
+};
+
+XmlDocument::XmlDocument() : state_(std::make_unique<State>()) {}
+XmlDocument::XmlDocument(XmlDocument&&) noexcept = default;
+XmlDocument& XmlDocument::operator=(XmlDocument&&) noexcept = default;
+XmlDocument::~XmlDocument() = default;
+
+bool XmlDocument::load(std::string&& bytes)
+{
+    state_->document.reset();
+    if (!makeUtf8(bytes) || !isHarmlessXml(bytes)) return false;
+    // The document owns the buffer that it is parsed in.
+    void* buffer = pugi::get_memory_allocation_function()(bytes.empty() ? 1 : bytes.size());
+    if (!buffer) throw std::bad_alloc();
+    const std::size_t size = bytes.size();
+    std::memcpy(buffer, bytes.data(), size);
+    bytes = std::string();
+    const bool parsed = static_cast<bool>(state_->document.load_buffer_inplace_own(buffer, size, parseFlags, pugi::encoding_utf8));
+    const pugi::xml_node root = state_->document.document_element();
+    // One root, and no text beside it: what the parser lets pass and no other reader would.
+    bool single = parsed && root;
+    for (pugi::xml_node n = state_->document.first_child(); single && n; n = n.next_sibling())
+        if ((n.type() == pugi::node_element && n != root) || n.type() == pugi::node_cdata ||
+            (n.type() == pugi::node_pcdata && std::strspn(n.value(), " \t\r\n") != std::strlen(n.value())))
+            single = false;
+    if (!single) state_->document.reset();
+    return single;
+}
+
+XmlElement XmlDocument::create(const char* rootName)
+{
+    state_->document.reset();
+    return XmlAccess::element(state_->document.append_child(rootName));
+}
+
+XmlElement XmlDocument::root() const { return XmlAccess::element(state_->document.document_element()); }
+std::vector<XmlElement> XmlDocument::select(const std::string& xpath) const { return selectFrom(state_->document, xpath); }
+
+XmlElement XmlDocument::selectFirst(const std::string& xpath) const
+{
+    const auto found = select(xpath);
+    return found.empty() ? XmlElement() : found.front();
+}
+
+void XmlDocument::writeTo(void (*sink)(void*, std::string_view), void* to) const
+{
+    SinkWriter writer(sink, to);
+    state_->document.save(writer, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+}
+
+std::string XmlDocument::bytes() const
+{
+    std::string out;
+    write([&](std::string_view piece) { out += piece; });
+    return out;
+}
+
+} // namespace platform

@@ -1,0 +1,59 @@
+#include "xml_guard.h"
+
+namespace platform {
+namespace {
+
+// The position behind the end mark, or the end of the text.
+std::size_t behind(std::string_view bytes, std::string_view mark, std::size_t from) noexcept
+{
+    const std::size_t at = bytes.find(mark, from);
+    return at == std::string_view::npos ? bytes.size() : at + mark.size();
+}
+
+// The end of a tag: a '>' outside of the quotes of its attributes.
+std::size_t tagEnd(std::string_view bytes, std::size_t from) noexcept
+{
+    char quote = 0;
+    for (std::size_t i = from; i < bytes.size(); ++i) {
+        const char c = bytes[i];
+        if (quote) {
+            if (c == quote) quote = 0;
+        } else if (c == '"' || c == '\'') {
+            quote = c;
+        } else if (c == '>') {
+            return i;
+        }
+    }
+    return bytes.size();
+}
+
+} // namespace
+
+bool isHarmlessXml(std::string_view bytes) noexcept
+{
+    std::size_t depth = 0;
+    for (std::size_t at = bytes.find('<'); at != std::string_view::npos; at = bytes.find('<', at)) {
+        const std::string_view rest = bytes.substr(at);
+        if (rest.starts_with("<!--")) {
+            at = behind(bytes, "-->", at + 4);
+        } else if (rest.starts_with("<![CDATA[")) {
+            at = behind(bytes, "]]>", at);
+        } else if (rest.starts_with("<?")) {
+            at = behind(bytes, "?>", at);
+        } else if (rest.starts_with("<!")) {
+            return false;
+        } else if (rest.starts_with("</")) {
+            if (depth > 0) --depth;
+            at += 2;
+        } else {
+            const std::size_t end = tagEnd(bytes, at);
+            if (end == bytes.size() || bytes[end - 1] != '/')
+                if (++depth > deepestXml) return false;
+            at = end;
+        }
+        if (at >= bytes.size()) break;
+    }
+    return true;
+}
+
+} // namespace platform

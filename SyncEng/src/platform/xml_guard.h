@@ -1,0 +1,14 @@
+// Looks over the markup of a document before a parser sees it, and refuses what no store of ours holds: a DOCTYPE, and nesting deeper
+// than the limit. It finds no errors of form; that is the parser's.
+#pragma once
+#include <cstddef>
+#include <string_view>
+
+namespace platform {
+
+inline constexpr std::size_t deepestXml = 64;
+
+// The bytes are UTF-8.
+bool isHarmlessXml(std::string_view bytes) noexcept;
+
+} // namespace platform

@@ -1,0 +1,107 @@
+#include "store/CBase64.h"
+
+#include "text.h"
+#include <array>
+#include <cstdint>
+
+namespace mb {
+namespace {
+
+constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::uint8_t paddingValue = 255, strangerValue = 254;
+
+constexpr std::array<std::uint8_t, 256> makeDecodeTable()
+{
+    std::array<std::uint8_t, 256> table{};
+    table.fill(strangerValue);
+    for (std::uint8_t i = 0; i < 64; ++i) {
+        const auto letter = static_cast<unsigned char>(alphabet[i]);
+        table[letter] = table[letter | 0x80] = i;
+    }
+    table['='] = table['=' | 0x80] = paddingValue;
+    return table;
+}
+
+constexpr auto decodeTable = makeDecodeTable();
+
+std::string encodeBytes(std::string_view bytes)
+{
+    std::string out((bytes.size() + 2) / 3 * 4, '=');
+    char* to = out.data();
+    const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])); };
+    std::size_t i = 0;
+    for (; i + 3 <= bytes.size(); i += 3) {
+        const std::uint32_t group = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
+        *to++ = alphabet[group >> 18];
+        *to++ = alphabet[group >> 12 & 63];
+        *to++ = alphabet[group >> 6 & 63];
+        *to++ = alphabet[group & 63];
+    }
+    if (i < bytes.size()) {
+        const std::uint32_t group = byte(i) << 16 | (i + 1 < bytes.size() ? byte(i + 1) << 8 : 0);
+        *to++ = alphabet[group >> 18];
+        *to++ = alphabet[group >> 12 & 63];
+        if (i + 1 < bytes.size()) *to++ = alphabet[group >> 6 & 63];
+    }
+    return out;
+}
+
+bool isDropped(unsigned char c) { return (c >= 7 && c <= 13) || c == ' '; }
+
+std::string decodeBytes(std::string_view encoded)
+{
+    std::string plain;
+    plain.reserve(encoded.size() / 4 * 3 + 3);
+    std::array<std::uint8_t, 4> group{};
+    std::size_t filled = 0;
+    const auto flush = [&](std::size_t bytes) {
+        for (std::size_t i = 2; i < 4; ++i)
+            if (group[i] == paddingValue) group[i] = 0;
+        const std::array<std::uint8_t, 3> out{static_cast<std::uint8_t>(group[0] << 2 | group[1] >> 4),
+                                              static_cast<std::uint8_t>(group[1] << 4 | group[2] >> 2),
+                                              static_cast<std::uint8_t>(group[2] << 6 | group[3])};
+        for (std::size_t i = 0; i < bytes; ++i) plain += static_cast<char>(out[i]);
+        group = {};
+        filled = 0;
+    };
+    for (const char c : encoded) {
+        const auto value = static_cast<unsigned char>(c);
+        if (isDropped(value)) continue;
+        group[filled++] = decodeTable[value];
+        if (filled == 4) flush(3);
+    }
+    if (filled > 0) flush(filled); // as many bytes as there are characters, with zeros for the missing ones
+    const std::size_t end = plain.find('\0');
+    if (end != std::string::npos) plain.resize(end);
+    return plain;
+}
+
+} // namespace
+
+CBase64::CBase64(std::u16string_view text, bool encode)
+{
+    if (encode)
+        Encode(text);
+    else
+        Decode(text);
+}
+
+void CBase64::Encode(std::u16string_view text)
+{
+    plain_ = platform::narrow(text);
+    encoded_ = encodeBytes(plain_);
+}
+
+void CBase64::Decode(std::u16string_view text)
+{
+    encoded_ = platform::narrow(text);
+    plain_ = decodeBytes(encoded_);
+}
+
+std::u16string CBase64::EncodedText() const { return platform::widen(encoded_); }
+std::u16string CBase64::PlainText() const { return platform::widen(plain_); }
+
+std::string encodeBase64(std::u16string_view text) { return encodeBytes(platform::narrow(text)); }
+std::u16string decodeBase64(std::string_view encoded) { return platform::widen(decodeBytes(encoded)); }
+
+} // namespace mb

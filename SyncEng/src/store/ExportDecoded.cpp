@@ -1,0 +1,42 @@
+#include "files.h"
+#include "store/CBase64.h"
+#include "store/FieldData.h"
+#include "store/FileResult.h"
+#include "store/StoreFile.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+std::u16string readable(std::u16string text)
+{
+    for (std::size_t at = 0; (at = text.find(FieldSeparator, at)) != std::u16string::npos; ++at)
+        text.replace(at, FieldSeparator.size(), u"/");
+    return text;
+}
+
+// What XML cannot hold would make the copy unreadable.
+std::u16string withoutControls(std::u16string text)
+{
+    std::erase_if(text, [](char16_t c) { return c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r'; });
+    return text;
+}
+
+} // namespace
+
+HRESULT StoreFile::ExportDecoded(const std::filesystem::path& target)
+{
+    if (target.empty()) return E_FAIL;
+    if (!isOpen() || !document_->root() || document_->root().name() != "Scs") return S_OK;
+    platform::XmlDocument copy;
+    if (!copy.load(document_->bytes())) return E_FAIL;
+    for (const char* path : {".//SN", ".//KN", ".//KV"})
+        for (const platform::XmlElement& element : copy.root().select(path))
+            if (const std::string text = element.text(); !text.empty())
+                element.setText(platform::utf8(withoutControls(readable(decodeBase64(text)))));
+    platform::AtomicFile file(target);
+    copy.write([&](std::string_view piece) { file.write(piece); });
+    return resultOf(file.commit());
+}
+
+} // namespace mb

@@ -1,0 +1,123 @@
+// One store file: types, sections within a type, and keys within a section, each key with a text value. Its XML document is the truth,
+// the index beside it makes it fast. A write that carries the save flag saves the whole file, atomically; inside a SaveScope such saves
+// are put off and done once at its end. A save with nothing to say is none.
+#pragma once
+#include "com.h"
+#include "store/StoreIndex.h"
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace mb {
+
+inline constexpr LONG currentStoreVersion = 4;
+
+// The two characters that stand in place of the quotes in a type: they would break the expressions. Decoding reverses it.
+std::u16string EscapeTypeName(std::u16string_view type, bool encode);
+
+class StoreFile {
+public:
+    StoreFile() = default;
+    StoreFile(const StoreFile&) = delete;
+    StoreFile& operator=(const StoreFile&) = delete;
+
+    // Without the create flag a missing file leaves no document open and is no failure. With it a missing or damaged file becomes an
+    // empty store; the bytes of a damaged one are first kept beside it as NAME.damaged, and where that fails the open fails.
+    HRESULT Open(const std::filesystem::path& path, bool create);
+    HRESULT Save(bool release = false);
+    HRESULT Close();
+    // Drops the document and deletes the file; 0 or the system's error number.
+    HRESULT DeleteStoreFile();
+    [[nodiscard]] bool isOpen() const noexcept { return document_.has_value(); }
+    [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
+
+    HRESULT GetVersion(LONG& version) const;
+    HRESULT SetVersion(LONG version);
+
+    // An absent key is E_FAIL with an empty text; the numbers keep their value then.
+    HRESULT ReadValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string& value) const;
+    HRESULT ReadInt(std::u16string_view type, std::u16string_view section, std::u16string_view key, LONG& value) const;
+    HRESULT ReadDouble(std::u16string_view type, std::u16string_view section, std::u16string_view key, double& value) const;
+    HRESULT ReadGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, GUID& value) const;
+
+    // With the append flag a further entry of the key is made, else the first one is overwritten.
+    HRESULT WriteValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string_view value,
+                       bool append, bool save);
+    HRESULT WriteInt(std::u16string_view type, std::u16string_view section, std::u16string_view key, LONG value, bool append, bool save);
+    HRESULT WriteDouble(std::u16string_view type, std::u16string_view section, std::u16string_view key, double value, bool append,
+                        bool save);
+    HRESULT WriteGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, const GUID& value, bool append,
+                      bool save);
+
+    HRESULT RemoveKey(std::u16string_view type, std::u16string_view section, std::u16string_view key);
+    HRESULT RemoveSection(std::u16string_view type, std::u16string_view section, bool save); // one that does not exist is no error
+    HRESULT RemoveType(std::u16string_view type);
+    HRESULT RenameSection(std::u16string_view type, std::u16string_view oldSection, std::u16string_view newSection, bool save);
+
+    // Wanted: only the first key under the value is looked at.
+    HRESULT KeyHasValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string_view value,
+                        VARIANT_BOOL& has) const;
+    HRESULT ListSections(std::u16string_view type, std::vector<std::u16string>& names) const;
+    HRESULT ListKeys(std::u16string_view type, std::u16string_view section, std::vector<std::u16string>& keys) const;
+    HRESULT ListValues(std::u16string_view type, std::u16string_view section, std::u16string_view key,
+                       std::vector<std::u16string>& values) const;
+    // Sets FieldMapChanged in every section of the type but SyncInfo.
+    HRESULT SetFlagInAllSections(std::u16string_view type, LONG flag, bool save);
+
+    // The sections of a type in document order, for readers that walk them all.
+    [[nodiscard]] std::vector<platform::XmlElement> sectionsOfType(std::u16string_view type) const;
+    // The sections that hold the key with the value, in document order.
+    [[nodiscard]] std::vector<platform::XmlElement> sectionsWithValue(std::u16string_view type, std::u16string_view key,
+                                                                      std::u16string_view value) const;
+    [[nodiscard]] bool hasKey(std::u16string_view type, std::u16string_view section, std::u16string_view key) const;
+    // Goes back to what the file holds: what was written and not saved is forgotten.
+    HRESULT Revert();
+
+    // Writes the document with all names and values decoded, for people to read.
+    HRESULT ExportDecoded(const std::filesystem::path& target);
+
+private:
+    friend class SaveScope;
+    struct SectionKey {
+        std::string type, name; // as they stand in the document
+    };
+    static SectionKey sectionKey(std::u16string_view type, std::u16string_view section);
+    [[nodiscard]] platform::XmlElement findSection(const SectionKey& key) const;
+    [[nodiscard]] std::vector<platform::XmlElement> findSections(const SectionKey& key) const;
+    [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, const std::string& key) const;
+    [[nodiscard]] std::vector<platform::XmlElement> findEntries(const SectionKey& section, const std::string& key) const;
+    HRESULT createEmpty();
+    HRESULT loadExisting();
+    HRESULT keepDamaged();
+    HRESULT saved(bool save); // the end of an operation that changed the document
+    void rebuildIndex();
+
+    std::filesystem::path path_;
+    std::optional<platform::XmlDocument> document_;
+    StoreIndex index_;
+    bool dirty_ = false; // the document is ahead of the file
+    int scopes_ = 0;
+    bool saveWanted_ = false;
+};
+
+// Puts the saves of a store off to its own end: many writes, one file written.
+class SaveScope {
+public:
+    explicit SaveScope(StoreFile& store) noexcept : store_(store) { ++store_.scopes_; }
+    SaveScope(const SaveScope&) = delete;
+    SaveScope& operator=(const SaveScope&) = delete;
+    ~SaveScope() { (void)finish(); }
+    // The result of the save, if one was asked for.
+    HRESULT finish() noexcept;
+
+private:
+    StoreFile& store_;
+    bool finished_ = false;
+};
+
+// The value of a key inside one section's element; none if it is absent.
+std::optional<std::u16string> valueInSection(const platform::XmlElement& section, std::string_view encodedKey);
+std::string encodedNameOf(const platform::XmlElement& section);
+
+} // namespace mb

@@ -1,0 +1,107 @@
+#include "translators/CTrManager.h"
+
+#include "categories.h"
+#include "foundation/ClassTable.h"
+#include "foundation/Log.h"
+#include "store/ConfigStore.h"
+#include "store/CSyncHistory.h"
+#include "translators/SideSettings.h"
+#include "translators/TranslatorCategory.h"
+#include "translators/TrMapKeys.h"
+#include "ui.h"
+
+namespace mb {
+
+CTrManager::CTrManager(IUnknown* outer) noexcept : Object(outer) { platform::silenceSystemErrorBoxes(); }
+
+HRESULT STDMETHODCALLTYPE CTrManager::EnumerateTranslators(LONG* pCount, GUID** ppIds)
+{
+    if (!pCount || !ppIds) return E_POINTER;
+    *pCount = 0;
+    *ppIds = nullptr;
+    return com::guarded([&] {
+        platform::CategoryClasses classes;
+        const HRESULT opened = classes.open(translatorCategory);
+        if (FAILED(opened)) {
+            WriteLogResource(4, 163, opened);
+            return opened;
+        }
+        std::vector<GUID> ids;
+        for (LONG number = 0;; ++number) {
+            CLSID clsid{};
+            const HRESULT hr = classes.next(&clsid);
+            if (FAILED(hr)) {
+                WriteLogText(16, u"pEnum->Next failed. Error code 0x%x. Enum number: %d", hr, number);
+                break;
+            }
+            if (hr == S_FALSE) {
+                WriteLogText(16, u"pEnum->Next returns S_FALSE. Enum number: %d", number);
+                break;
+            }
+            WriteLogText(16, u"pEnum->Next succeeded. Enum number: %d. Class id: %s", number, com::guidText(clsid));
+            ids.push_back(clsid);
+        }
+        return com::giveArray<GUID>(ids, pCount, ppIds);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMaps(LONG* pCount, GUID** ppGuids)
+{
+    if (!pCount || !ppGuids) return E_POINTER;
+    *pCount = 0;
+    *ppGuids = nullptr;
+    return com::guarded([&] {
+        std::vector<std::u16string> sections;
+        const HRESULT hr = ConfigStore().ListSections(trMapType, sections);
+        if (FAILED(hr)) return hr;
+        std::vector<GUID> maps(sections.size());
+        for (std::size_t i = 0; i < sections.size(); ++i)
+            if (FAILED(com::parseGuid(sections[i], &maps[i]))) maps[i] = GUID_NULL;
+        return com::giveArray<GUID>(maps, pCount, ppGuids);
+    });
+}
+
+// Wanted: it lists maps, not translators.
+HRESULT STDMETHODCALLTYPE CTrManager::EnumerateTranslatorsEx(LONG* pCount, GUID** ppIds) { return EnumerateMaps(pCount, ppIds); }
+HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMapsEx(LONG* pCount, GUID** ppGuids) { return EnumerateMaps(pCount, ppGuids); }
+
+HRESULT STDMETHODCALLTYPE CTrManager::DeleteMap(REFGUID guid)
+{
+    return com::guarded([&] {
+        GUID fieldMapId{};
+        com::Ptr<IFieldMap> fieldMap;
+        if (SUCCEEDED(GetFieldMap(guid, &fieldMapId)) && SUCCEEDED(createClass(__uuidof(FieldMap), fieldMap)))
+            (void)com::call(fieldMap, &IFieldMap::DeleteMap, fieldMapId);
+        for (const _TransIds side : {idTrans1, idTrans2}) {
+            com::Ptr<IDataStream> settings;
+            if (SUCCEEDED(MakeSettings(guid, side, settings))) (void)com::call(settings, &IDataStream::Clear);
+        }
+        (void)ConfigStore().RemoveSection(trMapType, com::guidText(guid), true);
+        CSyncHistory history(nullptr);
+        const HRESULT opened = history.Open(guid);
+        if (SUCCEEDED(opened) && SUCCEEDED(history.Clear())) (void)history.DeleteFile();
+        return opened;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::Install(REFGUID rClsId) { return platform::registerClassInCategory(rClsId, translatorCategory); }
+HRESULT STDMETHODCALLTYPE CTrManager::UnInstall(REFGUID rClsId) { return platform::unregisterClassInCategory(rClsId, translatorCategory); }
+
+HRESULT STDMETHODCALLTYPE CTrManager::Load(REFGUID rClsId, ITranslator** ppTrans)
+{
+    if (!ppTrans) return E_POINTER;
+    *ppTrans = nullptr;
+    return com::guarded([&] {
+        com::Ptr<ITranslator> translator;
+        HRESULT hr = createClass(rClsId, translator);
+        if (SUCCEEDED(hr) && !translator) hr = E_FAIL; // a class that says success and gives nothing
+        if (SUCCEEDED(hr)) {
+            *ppTrans = translator.detach();
+            return hr;
+        }
+        WriteLogResource(4, 161, hr, com::guidText(rClsId));
+        return hr;
+    });
+}
+
+} // namespace mb

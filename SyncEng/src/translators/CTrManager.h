@@ -1,0 +1,64 @@
+// Translators and maps: the class TrManager. Finds, registers and creates translators (ITrManager, ITrMapEntry), and keeps the pairs of
+// them with their options (ITrMap) in the configuration store, one section a map.
+#pragma once
+#include "interfaces.h"
+
+namespace mb {
+
+class CTrManager final : public com::Object<ITrManager, ITrMapEntry, ITrMap> {
+public:
+    explicit CTrManager(IUnknown* outer) noexcept;
+
+    // ITrManager
+    HRESULT STDMETHODCALLTYPE EnumerateTranslators(LONG* pCount, GUID** ppIds) override;
+    HRESULT STDMETHODCALLTYPE EnumerateMaps(LONG* pCount, GUID** ppGuids) override;
+    HRESULT STDMETHODCALLTYPE DeleteMap(REFGUID guid) override;
+    HRESULT STDMETHODCALLTYPE EnumerateTranslatorsEx(LONG* pCount, GUID** ppIds) override;
+    HRESULT STDMETHODCALLTYPE EnumerateMapsEx(LONG* pCount, GUID** ppGuids) override;
+
+    // ITrMapEntry
+    HRESULT STDMETHODCALLTYPE Install(REFGUID rClsId) override;
+    HRESULT STDMETHODCALLTYPE Load(REFGUID rClsId, ITranslator** ppTrans) override;
+    HRESULT STDMETHODCALLTYPE UnInstall(REFGUID rClsId) override;
+
+    // ITrMap: pairs and what is set for them (TrMapStore.cpp)
+    HRESULT STDMETHODCALLTYPE Create(REFGUID clsId1, REFGUID clsID2, GUID* pGuid) override;
+    HRESULT STDMETHODCALLTYPE CreateEx(REFGUID gTrMap, REFGUID clsId1, REFGUID clsID2) override;
+    HRESULT STDMETHODCALLTYPE GetTranslators(REFGUID guid, GUID* pTrans1, GUID* pTrans2) override;
+    HRESULT STDMETHODCALLTYPE GetFieldMap(REFGUID guid, GUID* pFieldMap) override;
+    HRESULT STDMETHODCALLTYPE SetFieldMap(REFGUID guid, REFGUID guidMap) override;
+    HRESULT STDMETHODCALLTYPE GetOption(REFGUID guid, LONG optId, VARIANT* pvarValue) override;
+    HRESULT STDMETHODCALLTYPE SetOption(REFGUID guid, LONG optId, VARIANT varValue) override;
+    HRESULT STDMETHODCALLTYPE GetCategoryGuid(REFGUID guid, GUID* pCatGuid) override;
+    HRESULT STDMETHODCALLTYPE SetCategoryGuid(REFGUID guid, REFGUID catGuid) override;
+    HRESULT STDMETHODCALLTYPE ConfigureFieldMapping(HWND hwndParent, REFGUID gTrMap, VARIANT_BOOL bSetFlagForHistory) override;
+
+    // ITrMap: a map's translators as objects (TrMapTranslators.cpp)
+    HRESULT STDMETHODCALLTYPE ConfigureTranslator(REFGUID guid, _TransIds transId, HWND hwndParent, BSTR* ppDatabase) override;
+    HRESULT STDMETHODCALLTYPE ConfigureTranslator2(REFGUID guid, _TransIds transId, HWND hwndParent, BSTR* ppDatabase, VARIANT* lpvtErrCode,
+                                                   BSTR* ppErrMessage1, BSTR* ppErrMessage2) override;
+    HRESULT STDMETHODCALLTYPE GetCurrentDatabase(REFGUID guid, BSTR* ppDatabase1, BSTR* ppDatabase2) override;
+    HRESULT STDMETHODCALLTYPE SetDatabase(REFGUID guid, _TransIds transId, BSTR lpDatabase) override;
+    HRESULT STDMETHODCALLTYPE LoadTranslator(REFGUID guid, _TransIds transId, HWND hwndParent, VARIANT_BOOL bReconfig,
+                                             ITranslator** ppTrans) override;
+    HRESULT STDMETHODCALLTYPE GetConfiguredTranslator(REFGUID guid, _TransIds transId, ITranslator** ppTrans) override;
+
+    // ITrMap: names and abilities of a translator's class (TranslatorNames.cpp)
+    HRESULT STDMETHODCALLTYPE GetName(REFGUID clsId, VARIANT_BOOL bLongName, BSTR* ppName) override;
+    HRESULT STDMETHODCALLTYPE GetShortLongNameDescription(REFGUID clsId, BSTR* ppName, BSTR* ppLongName, BSTR* ppDescription) override;
+    HRESULT STDMETHODCALLTYPE GetNameAvailability(REFGUID clsId, VARIANT_BOOL bLongName, BSTR* ppName, LONG* pPimAvailability) override;
+    HRESULT STDMETHODCALLTYPE GetNameImageSupport(REFGUID clsId, VARIANT_BOOL bLongName, BSTR* ppName,
+                                                  VARIANT_BOOL* pSupportImage) override;
+
+    // ITrMap: what the history of a map tells (TrMapHistory.cpp)
+    HRESULT STDMETHODCALLTYPE GetLastSyncDatabase(REFGUID guid, BSTR* ppDatabase1, BSTR* ppDatabase2) override;
+    HRESULT STDMETHODCALLTYPE SetLastSyncDatabases(REFGUID guid, BSTR database1, BSTR database2) override;
+    HRESULT STDMETHODCALLTYPE GetLastSyncTime(REFGUID guid, DATE* lpLastSync) override;
+    HRESULT STDMETHODCALLTYPE SetLastSyncTime(REFGUID guid, DATE lastSync) override;
+    HRESULT STDMETHODCALLTYPE GetLastSyncStatus(REFGUID guid, VARIANT_BOOL* pStatus) override;
+    HRESULT STDMETHODCALLTYPE GetHistoryCategories(REFGUID guid, _TransIds transId, SAFEARRAY** ppsaCategoryGuids,
+                                                   SAFEARRAY** ppsaCategoryNames) override;
+    HRESULT STDMETHODCALLTYPE SetFieldMapStatusForHistRecs(REFGUID guid, BSTR transTypeSection, VARIANT_BOOL fieldMapChanged) override;
+};
+
+} // namespace mb

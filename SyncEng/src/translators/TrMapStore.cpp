@@ -1,0 +1,159 @@
+// The part of CTrManager that keeps pairs and their options.
+#include "foundation/ClassTable.h"
+#include "foundation/Log.h"
+#include "store/ConfigStore.h"
+#include "store/CSyncHistory.h"
+#include "translators/CTrManager.h"
+#include "translators/SideSettings.h"
+#include "translators/TrMapKeys.h"
+
+namespace mb {
+namespace {
+
+enum class OptionKind { Boolean, Number };
+
+struct OptionRow {
+    const char16_t* key;
+    OptionKind kind;
+};
+
+// By _SyncOptions, from 1 on.
+constexpr OptionRow optionRows[] = {
+    {u"ConfirmAdds", OptionKind::Boolean},    {u"ConfirmUpdates", OptionKind::Boolean},       {u"ConfirmDeletes", OptionKind::Boolean},
+    {u"ConflictOptions", OptionKind::Number}, {u"DeleteConflictOptions", OptionKind::Number}, {u"SyncType", OptionKind::Number},
+    {u"SyncVerified", OptionKind::Boolean},   {u"SyncImages", OptionKind::Boolean},           {u"SyncImageChanged", OptionKind::Boolean},
+};
+
+const OptionRow* rowOf(LONG option)
+{
+    return option >= soConfirmAdds && option <= soSyncImageOptionChanged ? &optionRows[option - 1] : nullptr;
+}
+
+HRESULT writePair(const std::u16string& section, REFGUID id1, REFGUID id2)
+{
+    const HRESULT hr = ConfigStore().WriteGuid(trMapType, section, trMapTrans1Key, id1, false, true);
+    return SUCCEEDED(hr) ? ConfigStore().WriteGuid(trMapType, section, trMapTrans2Key, id2, false, true) : hr;
+}
+
+HRESULT createPair(const GUID& map, REFGUID id1, REFGUID id2)
+{
+    const std::u16string section = com::guidText(map);
+    com::Ptr<IFieldMap> fieldMap;
+    GUID fieldMapId{};
+    HRESULT hr = createClass(__uuidof(FieldMap), fieldMap);
+    if (SUCCEEDED(hr)) hr = writePair(section, id1, id2);
+    if (SUCCEEDED(hr)) hr = com::call(fieldMap, &IFieldMap::Create, id1, id2, &fieldMapId);
+    if (SUCCEEDED(hr)) hr = com::call(fieldMap, &IFieldMap::CreateDefaultMap, fieldMapId);
+    if (SUCCEEDED(hr)) hr = ConfigStore().WriteGuid(trMapType, section, trMapFieldMapKey, fieldMapId, false, true);
+    if (SUCCEEDED(hr))
+        (void)CSyncHistory::DeleteHistoryFile(map); // a stale one must not speak for the new map
+    else
+        WriteLogResource(4, 162, hr, com::guidText(id1), com::guidText(id2));
+    return hr;
+}
+
+// Tells the next run of every map to compare its images.
+void announceImageOption()
+{
+    std::vector<std::u16string> sections;
+    if (FAILED(ConfigStore().ListSections(trMapType, sections))) return;
+    const com::Bstr key(imageOptionKey), value(u"1");
+    for (const std::u16string& section : sections) {
+        GUID map{};
+        com::Ptr<IDataStream> settings1, settings2;
+        if (FAILED(com::parseGuid(section, &map)) || FAILED(MakeSettings(map, idTrans1, settings1)) ||
+            FAILED(MakeSettings(map, idTrans2, settings2)))
+            continue;
+        (void)com::call(settings2, &IDataStream::SetString, key.get(), value.get());
+    }
+}
+
+} // namespace
+
+HRESULT STDMETHODCALLTYPE CTrManager::Create(REFGUID clsId1, REFGUID clsID2, GUID* pGuid)
+{
+    if (!pGuid) return E_POINTER;
+    *pGuid = GUID_NULL;
+    return com::guarded([&] {
+        const GUID map = com::newGuid();
+        const HRESULT hr = createPair(map, clsId1, clsID2);
+        if (SUCCEEDED(hr)) *pGuid = map;
+        return hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::CreateEx(REFGUID gTrMap, REFGUID clsId1, REFGUID clsID2)
+{
+    return com::guarded([&] { return createPair(gTrMap, clsId1, clsID2); });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetTranslators(REFGUID guid, GUID* pTrans1, GUID* pTrans2)
+{
+    if (!pTrans1 || !pTrans2) return E_POINTER;
+    return com::guarded([&] {
+        const std::u16string section = com::guidText(guid);
+        const HRESULT hr = ConfigStore().ReadGuid(trMapType, section, trMapTrans1Key, *pTrans1);
+        return SUCCEEDED(hr) ? ConfigStore().ReadGuid(trMapType, section, trMapTrans2Key, *pTrans2) : hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetFieldMap(REFGUID guid, GUID* pFieldMap)
+{
+    if (!pFieldMap) return E_POINTER;
+    return com::guarded([&] { return ConfigStore().ReadGuid(trMapType, com::guidText(guid), trMapFieldMapKey, *pFieldMap); });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::SetFieldMap(REFGUID guid, REFGUID guidMap)
+{
+    return com::guarded([&] { return ConfigStore().WriteGuid(trMapType, com::guidText(guid), trMapFieldMapKey, guidMap, false, true); });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetOption(REFGUID guid, LONG optId, VARIANT* pvarValue)
+{
+    if (!pvarValue) return E_POINTER;
+    VariantInit(pvarValue);
+    const OptionRow* row = rowOf(optId);
+    if (!row) return E_INVALIDARG;
+    return com::guarded([&] {
+        LONG value = 0;
+        const HRESULT hr = ConfigStore().ReadInt(trMapType, com::guidText(guid), row->key, value);
+        if (row->kind == OptionKind::Number) {
+            pvarValue->vt = VT_I4;
+            pvarValue->lVal = value;
+        } else {
+            pvarValue->vt = VT_BOOL;
+            pvarValue->boolVal = value == 1 ? VARIANT_TRUE : VARIANT_FALSE;
+        }
+        return hr;
+    });
+}
+
+// The variant's kind is not looked at, only its value.
+HRESULT STDMETHODCALLTYPE CTrManager::SetOption(REFGUID guid, LONG optId, VARIANT varValue)
+{
+    const OptionRow* row = rowOf(optId);
+    if (!row) return E_INVALIDARG;
+    return com::guarded([&] {
+        const bool isTrue = varValue.boolVal == VARIANT_TRUE;
+        const LONG value = row->kind == OptionKind::Number ? varValue.lVal : isTrue;
+        const HRESULT hr = ConfigStore().WriteInt(trMapType, com::guidText(guid), row->key, value, false, true);
+        if (SUCCEEDED(hr) && optId == soSyncImageOptionChanged && isTrue) announceImageOption();
+        return hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetCategoryGuid(REFGUID guid, GUID* pCatGuid)
+{
+    if (!pCatGuid) return E_POINTER;
+    return com::guarded([&] { return ConfigStore().ReadGuid(trMapType, com::guidText(guid), trMapCategoryKey, *pCatGuid); });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::SetCategoryGuid(REFGUID guid, REFGUID catGuid)
+{
+    return com::guarded([&] { return ConfigStore().WriteGuid(trMapType, com::guidText(guid), trMapCategoryKey, catGuid, false, true); });
+}
+
+// The dialog is not there yet.
+HRESULT STDMETHODCALLTYPE CTrManager::ConfigureFieldMapping(HWND, REFGUID, VARIANT_BOOL) { return E_NOTIMPL; }
+
+} // namespace mb
