@@ -1,0 +1,13 @@
+// The commands of mb, one group a file. Each adds its subcommands to the program; a command runs when the line has been read.
+#pragma once
+#include <CLI/CLI.hpp>
+
+namespace mbhost {
+
+void addPluginCommands(CLI::App& app); // register, unregister, translators
+void addMapCommands(CLI::App& app);    // add, maps, show, set, remove
+void addFieldCommands(CLI::App& app);  // fields
+void addSyncCommand(CLI::App& app);    // sync
+void addStatusCommands(CLI::App& app); // status, log
+
+} // namespace mbhost

@@ -1,0 +1,35 @@
+// The engine, loaded from the library beside this program, and its objects by class.
+#pragma once
+#include "interfaces.h"
+#include "library.h"
+#include <string>
+
+namespace mbhost {
+
+class Engine {
+public:
+    // Throws a Failure that names the library if it cannot be loaded.
+    Engine();
+
+    template <class I> com::Ptr<I> create(REFCLSID clsid) const
+    {
+        com::Ptr<I> object;
+        com::Ptr<IClassFactory> factory;
+        expect(getClassObject_(clsid, __uuidof(IClassFactory), factory.putVoid()));
+        expect(factory->CreateInstance(nullptr, __uuidof(I), object.putVoid()));
+        return object;
+    }
+    [[nodiscard]] com::Ptr<ITrManager> manager() const { return create<ITrManager>(__uuidof(TrManager)); }
+    [[nodiscard]] com::Ptr<ITrMap> maps() const { return create<ITrMap>(__uuidof(TrManager)); }
+    [[nodiscard]] com::Ptr<IFieldMap> fieldMaps() const { return create<IFieldMap>(__uuidof(FieldMap)); }
+
+private:
+    static void expect(HRESULT hr);
+    platform::Library library_;
+    HRESULT (*getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
+};
+
+// The system's sentence for a result code.
+std::string describe(HRESULT hr);
+
+} // namespace mbhost

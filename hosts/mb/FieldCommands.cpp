@@ -1,0 +1,193 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "MapName.h"
+#include "Output.h"
+#include "text.h"
+
+namespace mbhost {
+namespace {
+
+// One side's fields, by the names that its translator gives them.
+class FieldNames {
+public:
+    FieldNames(ITrMap* maps, const GUID& map, _TransIds side)
+    {
+        if (FAILED(maps->GetConfiguredTranslator(map, side, translator.put()))) return;
+        list_ = translator.tryAs<IFieldList>();
+        field_ = translator.tryAs<IField>();
+    }
+    [[nodiscard]] std::string nameOf(const GUID& field) const
+    {
+        com::Bstr name;
+        if (field_ && SUCCEEDED(field_->GetName(field, name.put())) && !name.empty()) return printable(name.view());
+        return guidName(field);
+    }
+    [[nodiscard]] GUID named(const std::string& text) const
+    {
+        GUID field{};
+        const std::u16string wanted = platform::lowered(platform::utf16(text));
+        LONG count = 0;
+        if (list_) (void)list_->GetCount(&count);
+        for (LONG i = 0; i < count; ++i) {
+            com::Bstr name;
+            if (FAILED(list_->GetFieldByIndex(i, &field)) || FAILED(field_->GetName(field, name.put()))) continue;
+            if (platform::lowered(name.view()) == wanted || guidName(field) == text) return field;
+        }
+        throw Failure("The store has no field " + printable(text) + "; see mb fields MAP --available.");
+    }
+    [[nodiscard]] std::vector<std::string> all() const
+    {
+        std::vector<std::string> names;
+        LONG count = 0;
+        if (list_) (void)list_->GetCount(&count);
+        for (LONG i = 0; i < count; ++i) {
+            GUID field{};
+            if (SUCCEEDED(list_->GetFieldByIndex(i, &field))) names.push_back(nameOf(field));
+        }
+        return names;
+    }
+    com::Ptr<ITranslator> translator;
+
+private:
+    com::Ptr<IFieldList> list_;
+    com::Ptr<IField> field_;
+};
+
+struct Pair {
+    GUID first, second;
+};
+
+class FieldEditor {
+public:
+    explicit FieldEditor(const std::string& mapName)
+        : maps_(engine_.maps()), map_(resolveMap(listMaps(engine_), mapName)), fieldMaps_(engine_.fieldMaps()),
+          first(maps_.get(), map_, idTrans1), second(maps_.get(), map_, idTrans2)
+    {
+        const HRESULT hr = maps_->GetFieldMap(map_, &fieldMap_);
+        if (FAILED(hr)) throw Failure("The map " + guidName(map_) + " has no field map: " + describe(hr));
+    }
+    [[nodiscard]] std::vector<Pair> pairs() const
+    {
+        com::TaskArray<GUID> firsts, seconds;
+        LONG count = 0;
+        const HRESULT hr = fieldMaps_->EnumerateEntries(fieldMap_, &count, firsts.put(), seconds.put());
+        if (FAILED(hr)) throw Failure("The field map cannot be read: " + describe(hr));
+        std::vector<Pair> out;
+        for (LONG i = 0; i < count; ++i) out.push_back({firsts.data()[i], seconds.data()[i]});
+        return out;
+    }
+    void add(const GUID& field1, const GUID& field2)
+    {
+        VARIANT_BOOL exists = VARIANT_FALSE;
+        if (SUCCEEDED(fieldMaps_->MapEntryExist(fieldMap_, field1, field2, &exists)) && exists) return;
+        expect(fieldMaps_->AddMapEntry(fieldMap_, field1, field2));
+        tellEngine();
+    }
+    // A pair is taken out by making the map anew with the others, in their order.
+    void remove(const GUID& field1)
+    {
+        std::vector<Pair> kept = pairs();
+        if (std::erase_if(kept, [&](const Pair& pair) { return pair.first == field1; }) == 0)
+            throw Failure("The field " + first.nameOf(field1) + " is not mapped.");
+        const auto ids = translators();
+        GUID fresh{};
+        expect(fieldMaps_->Create(ids.first, ids.second, &fresh));
+        for (const Pair& pair : kept) expect(fieldMaps_->AddMapEntry(fresh, pair.first, pair.second));
+        replaceWith(fresh);
+    }
+    void reset()
+    {
+        expect(fieldMaps_->CreateDefaultMap(fieldMap_));
+        tellEngine();
+    }
+
+private:
+    static void expect(HRESULT hr)
+    {
+        if (FAILED(hr)) throw Failure("The field map could not be saved: " + describe(hr));
+    }
+    Pair translators() const
+    {
+        Pair ids{};
+        expect(maps_->GetTranslators(map_, &ids.first, &ids.second));
+        return ids;
+    }
+    void replaceWith(const GUID& fresh)
+    {
+        expect(maps_->SetFieldMap(map_, fresh));
+        (void)fieldMaps_->DeleteMap(fieldMap_);
+        fieldMap_ = fresh;
+        tellEngine();
+    }
+    void tellEngine() { expect(fieldMaps_->SetFieldMapUpdated(fieldMap_, 1)); }
+
+    Engine engine_;
+    com::Ptr<ITrMap> maps_;
+    GUID map_{}, fieldMap_{};
+    com::Ptr<IFieldMap> fieldMaps_;
+
+public:
+    FieldNames first, second;
+};
+
+void listFields(const std::string& mapName, bool json)
+{
+    const FieldEditor editor(mapName);
+    Json out = Json::array();
+    std::vector<std::vector<std::string>> rows;
+    for (const Pair& pair : editor.pairs()) {
+        rows.push_back({editor.first.nameOf(pair.first), editor.second.nameOf(pair.second)});
+        out.push_back({{"first", rows.back()[0]}, {"second", rows.back()[1]}});
+    }
+    if (json) return printJson(out);
+    if (rows.empty())
+        return print("No field is mapped, so a run would do nothing. mb fields MAP --reset maps the fields that mean the same.\n");
+    print(table({"FIRST", "SECOND"}, rows));
+}
+
+void listAvailable(const std::string& mapName, bool json)
+{
+    const FieldEditor editor(mapName);
+    if (json) return printJson(Json{{"first", editor.first.all()}, {"second", editor.second.all()}});
+    print("Fields of the first store:\n");
+    for (const std::string& name : editor.first.all()) print("  " + name + "\n");
+    print("Fields of the second store:\n");
+    for (const std::string& name : editor.second.all()) print("  " + name + "\n");
+}
+
+} // namespace
+
+void addFieldCommands(CLI::App& app)
+{
+    struct Arguments {
+        std::string map;
+        std::vector<std::string> pair;
+        std::string removed;
+        bool json = false, reset = false, available = false;
+    };
+    const auto given = std::make_shared<Arguments>();
+    auto* fields = app.add_subcommand("fields", "List or change which field of the first store goes with which of the second\n\nExamples:\n"
+                                                "  mb fields 5F49\n  mb fields 5F49 --map \"Home Phone\" \"Other Phone\"\n"
+                                                "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset");
+    fields->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
+    fields->add_option("--map", given->pair, "Map a field of the first store to one of the second")->expected(2);
+    fields->add_option("--unmap", given->removed, "Take a field of the first store out of the map");
+    fields->add_flag("--reset", given->reset, "Map all fields that mean the same");
+    fields->add_flag("--available", given->available, "List the fields that the stores have");
+    fields->add_flag("--json", given->json, "For scripts");
+    fields->callback([given] {
+        if (given->available) return listAvailable(given->map, given->json);
+        if (!given->pair.empty()) {
+            FieldEditor editor(given->map);
+            editor.add(editor.first.named(given->pair[0]), editor.second.named(given->pair[1]));
+        }
+        if (!given->removed.empty()) {
+            FieldEditor editor(given->map);
+            editor.remove(editor.first.named(given->removed));
+        }
+        if (given->reset) FieldEditor(given->map).reset();
+        listFields(given->map, given->json);
+    });
+}
+
+} // namespace mbhost

@@ -1,0 +1,186 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "files.h"
+#include "host.h"
+#include "MapName.h"
+#include "Options.h"
+#include "Output.h"
+#include "text.h"
+#include <filesystem>
+
+namespace mbhost {
+namespace {
+
+struct StoreName {
+    std::string translator, database;
+};
+
+StoreName parseStore(const std::string& text)
+{
+    const std::size_t at = text.find('=');
+    if (at == std::string::npos || at == 0 || at + 1 == text.size())
+        throw Failure("A store is given as NAME=DATABASE, as in vCard=/home/me/Contacts; " + printable(text) + " is not.", exitUsage);
+    return {text.substr(0, at), text.substr(at + 1)};
+}
+
+// Databases of the plug-ins here are paths: the shell does not resolve what stands behind the '='.
+std::string absolutePath(const std::string& database)
+{
+    std::filesystem::path path = database;
+    if (database == "~" || database.starts_with("~/"))
+        if (const auto home = platform::environment(u"HOME"))
+            path = platform::pathOf(*home) / (database.size() > 2 ? database.substr(2) : "");
+    std::error_code error;
+    const auto absolute = std::filesystem::absolute(path, error);
+    return error ? database : absolute.lexically_normal().string();
+}
+
+// Opens and closes a side once, so that a map that cannot work is not made.
+void tryStore(ITrMap* maps, const GUID& map, _TransIds side, const StoreName& store)
+{
+    com::Bstr database, message1, message2;
+    com::Variant code;
+    const HRESULT hr = maps->ConfigureTranslator2(map, side, nullptr, database.put(), code.put(), message1.put(), message2.put());
+    if (SUCCEEDED(hr) || hr == static_cast<HRESULT>(0x80040212)) return;
+    const std::string reason = message1.empty() ? describe(hr) : printable(message1.view());
+    throw Failure("The store " + printable(store.database) + " cannot be opened: " + reason);
+}
+
+void addMap(const std::string& first, const std::string& second)
+{
+    const StoreName names[2] = {parseStore(first), parseStore(second)};
+    const Engine engine;
+    const auto translators = listTranslators(engine);
+    const GUID ids[2] = {resolveTranslator(translators, names[0].translator).clsid,
+                         resolveTranslator(translators, names[1].translator).clsid};
+    const auto maps = engine.maps();
+    GUID map{};
+    const HRESULT hr = maps->Create(ids[0], ids[1], &map);
+    if (FAILED(hr)) throw Failure("The map could not be made: " + describe(hr));
+    try {
+        for (const int i : {0, 1}) {
+            const _TransIds side = i == 0 ? idTrans1 : idTrans2;
+            const com::Bstr database(platform::utf16(absolutePath(names[i].database)));
+            const HRESULT set = maps->SetDatabase(map, side, database.get());
+            if (FAILED(set)) throw Failure("The store " + printable(names[i].database) + " cannot be used: " + describe(set));
+            tryStore(maps.get(), map, side, names[i]);
+        }
+    } catch (...) {
+        (void)engine.manager()->DeleteMap(map);
+        throw;
+    }
+    print(guidName(map) + "\n");
+}
+
+void listAllMaps(bool json)
+{
+    const Engine engine;
+    const auto maps = engine.maps();
+    Json out = Json::array();
+    std::vector<std::vector<std::string>> rows;
+    for (const GUID& guid : listMaps(engine)) {
+        const MapInfo map = describeMap(maps.get(), guid);
+        out.push_back({{"map", guidName(guid)},
+                       {"first", {{"translator", map.translators[0].name}, {"database", map.databases[0]}}},
+                       {"second", {{"translator", map.translators[1].name}, {"database", map.databases[1]}}}});
+        rows.push_back({guidName(guid), printable(map.translators[0].name + "=" + map.databases[0]),
+                        printable(map.translators[1].name + "=" + map.databases[1])});
+    }
+    if (json) return printJson(out);
+    if (rows.empty()) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
+    print(table({"MAP", "FIRST", "SECOND"}, rows));
+}
+
+void showMap(const std::string& name, bool json)
+{
+    const Engine engine;
+    const auto maps = engine.maps();
+    const MapInfo map = describeMap(maps.get(), resolveMap(listMaps(engine), name));
+    Json settings = Json::object();
+    std::vector<std::vector<std::string>> rows;
+    for (const Option& option : options()) {
+        const std::string value = optionValueName(option, readOption(maps.get(), map.guid, option));
+        settings[option.name] = value;
+        rows.push_back({option.name, value, option.meaning});
+    }
+    if (json)
+        return printJson(Json{{"map", guidName(map.guid)},
+                              {"first", {{"translator", map.translators[0].name}, {"database", map.databases[0]}}},
+                              {"second", {{"translator", map.translators[1].name}, {"database", map.databases[1]}}},
+                              {"options", settings}});
+    print("Map     " + guidName(map.guid) + "\nFirst   " + printable(map.translators[0].name + "=" + map.databases[0]) + "\nSecond  " +
+          printable(map.translators[1].name + "=" + map.databases[1]) + "\n\n");
+    print(table({"OPTION", "VALUE", "MEANING"}, rows));
+}
+
+void setOption(const std::string& name, const std::string& optionName, const std::string& value)
+{
+    const Option& option = optionNamed(optionName);
+    const LONG wanted = optionValueNamed(option, value);
+    const Engine engine;
+    const GUID map = resolveMap(listMaps(engine), name);
+    const HRESULT hr = writeOption(engine.maps().get(), map, option, wanted);
+    if (FAILED(hr)) throw Failure("The option could not be saved: " + describe(hr));
+    print(std::string(option.name) + " is " + optionValueName(option, wanted) + "\n");
+}
+
+void removeMap(const std::string& name)
+{
+    const Engine engine;
+    const GUID map = resolveMap(listMaps(engine), name);
+    const HRESULT hr = engine.manager()->DeleteMap(map);
+    if (FAILED(hr)) throw Failure("The map " + guidName(map) + " could not be removed: " + describe(hr));
+    print("removed " + guidName(map) + "; both stores are untouched\n");
+}
+
+std::string optionHelp()
+{
+    std::string text = "Set an option of a map\n\nOptions and their values, the default first:\n";
+    for (const Option& option : options()) {
+        text += "  " + std::string(option.name) + " (" + option.meaning + "):";
+        text += " " + optionValueName(option, option.byDefault);
+        for (const OptionValue& value : option.values)
+            if (value.value != option.byDefault) text += std::string(" ") + value.name;
+        text += "\n";
+    }
+    return text + "\nExample:\n  mb set 5F49 conflicts first-wins";
+}
+
+} // namespace
+
+void addMapCommands(CLI::App& app)
+{
+    struct Arguments {
+        std::string first, second, map, option, value;
+        bool json = false;
+    };
+    const auto given = std::make_shared<Arguments>();
+    auto* add =
+        app.add_subcommand("add", "Make a map of two stores and print its identifier\n\nNames are those of mb translators, ignoring case."
+                                  "\n\nExample:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
+    add->add_option("NAME1=DATABASE1", given->first, "The first store")->required();
+    add->add_option("NAME2=DATABASE2", given->second, "The second store")->required();
+    add->callback([given] { addMap(given->first, given->second); });
+
+    auto* list = app.add_subcommand("maps", "List the maps\n\nExample:\n  mb maps --json");
+    list->add_flag("--json", given->json, "For scripts");
+    list->callback([given] { listAllMaps(given->json); });
+
+    auto* show = app.add_subcommand("show", "Show a map with its options\n\nExample:\n  mb show 5F49");
+    show->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
+    show->add_flag("--json", given->json, "For scripts");
+    show->callback([given] { showMap(given->map, given->json); });
+
+    auto* set = app.add_subcommand("set", optionHelp());
+    set->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
+    set->add_option("OPTION", given->option, "One of the names above")->required();
+    set->add_option("VALUE", given->value, "One of the option's values")->required();
+    set->callback([given] { setOption(given->map, given->option, given->value); });
+
+    auto* remove = app.add_subcommand(
+        "remove", "Remove a map with its options and history; the stores stay as they are\n\nExample:\n  mb remove 5F49");
+    remove->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
+    remove->callback([given] { removeMap(given->map); });
+}
+
+} // namespace mbhost

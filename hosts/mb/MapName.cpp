@@ -1,0 +1,98 @@
+#include "MapName.h"
+
+#include "Failure.h"
+#include "Output.h"
+#include "text.h"
+
+namespace mbhost {
+namespace {
+
+std::string lowerName(std::string_view text) { return platform::utf8(platform::lowered(platform::utf16(text))); }
+
+// The hexadecimal heart of a GUID's text, for comparing beginnings.
+std::string barePart(std::string_view text)
+{
+    std::string bare = lowerName(text);
+    std::erase_if(bare, [](char c) { return c == '{' || c == '}'; });
+    return bare;
+}
+
+std::string textOf(const com::Bstr& text) { return platform::utf8(text.view()); }
+
+} // namespace
+
+std::string guidName(const GUID& guid) { return platform::utf8(com::guidText(guid)); }
+
+std::vector<GUID> listMaps(const Engine& engine)
+{
+    com::TaskArray<GUID> maps;
+    const HRESULT hr = engine.manager()->EnumerateMaps(maps.putCount(), maps.put());
+    if (FAILED(hr)) throw Failure("The configuration cannot be read: " + describe(hr));
+    return {maps.items().begin(), maps.items().end()};
+}
+
+TranslatorInfo describeTranslator(ITrMap* maps, const GUID& clsid)
+{
+    TranslatorInfo info{clsid, {}, {}, false};
+    com::Bstr name, longName, description, again;
+    LONG available = 0;
+    if (SUCCEEDED(maps->GetShortLongNameDescription(clsid, name.put(), longName.put(), description.put()))) {
+        info.name = textOf(name);
+        info.longName = textOf(longName);
+    }
+    if (info.name.empty()) info.name = guidName(clsid);
+    info.available = SUCCEEDED(maps->GetNameAvailability(clsid, VARIANT_FALSE, again.put(), &available)) && available == 1;
+    return info;
+}
+
+std::vector<TranslatorInfo> listTranslators(const Engine& engine)
+{
+    com::TaskArray<GUID> ids;
+    const HRESULT hr = engine.manager()->EnumerateTranslators(ids.putCount(), ids.put());
+    if (FAILED(hr)) throw Failure("The registered plug-ins cannot be listed: " + describe(hr));
+    const auto maps = engine.maps();
+    std::vector<TranslatorInfo> translators;
+    for (const GUID& id : ids.items()) translators.push_back(describeTranslator(maps.get(), id));
+    return translators;
+}
+
+MapInfo describeMap(ITrMap* maps, const GUID& map)
+{
+    MapInfo info{map, {}, {}};
+    GUID ids[2]{};
+    if (FAILED(maps->GetTranslators(map, &ids[0], &ids[1]))) return info;
+    com::Bstr databases[2];
+    (void)maps->GetCurrentDatabase(map, databases[0].put(), databases[1].put());
+    for (const int i : {0, 1}) {
+        info.translators[i] = describeTranslator(maps, ids[i]);
+        info.databases[i] = textOf(databases[i]);
+    }
+    return info;
+}
+
+GUID resolveMap(const std::vector<GUID>& maps, const std::string& text)
+{
+    const std::string wanted = barePart(text);
+    std::vector<GUID> found;
+    for (const GUID& map : maps)
+        if (!wanted.empty() && barePart(guidName(map)).starts_with(wanted)) found.push_back(map);
+    if (found.size() == 1) return found.front();
+    if (found.empty()) throw Failure("There is no map " + printable(text) + "; see mb maps.");
+    std::string sentence = "The map " + printable(text) + " could be any of:";
+    for (const GUID& map : found) sentence += " " + guidName(map);
+    throw Failure(sentence + ". Give more of it.", exitUsage);
+}
+
+TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators, const std::string& text)
+{
+    const std::string wanted = lowerName(text);
+    for (const TranslatorInfo& t : translators)
+        if (lowerName(t.name) == wanted || lowerName(t.longName) == wanted || barePart(guidName(t.clsid)) == barePart(text)) return t;
+    std::string sentence = "There is no plug-in " + printable(text) + ".";
+    if (translators.empty()) throw Failure(sentence + " None is registered yet; see mb register --help.");
+    sentence += " Registered are:";
+    for (const TranslatorInfo& t : translators) sentence += " " + printable(t.name);
+    throw Failure(sentence + ".");
+}
+
+} // namespace mbhost

@@ -1,0 +1,34 @@
+// Maps and translators as the user names them.
+#pragma once
+#include "Engine.h"
+#include <string>
+#include <vector>
+
+namespace mbhost {
+
+struct TranslatorInfo {
+    GUID clsid{};
+    std::string name, longName;
+    bool available = false;
+};
+
+struct MapInfo {
+    GUID guid{};
+    TranslatorInfo translators[2];
+    std::string databases[2];
+};
+
+std::vector<GUID> listMaps(const Engine& engine);
+std::vector<TranslatorInfo> listTranslators(const Engine& engine);
+TranslatorInfo describeTranslator(ITrMap* maps, const GUID& clsid);
+MapInfo describeMap(ITrMap* maps, const GUID& map);
+
+// The map of that GUID, or of an unambiguous beginning of it, with or without the brace, ignoring case. Throws a Failure that names
+// the text and what it could have meant.
+GUID resolveMap(const std::vector<GUID>& maps, const std::string& text);
+// The translator of that name, ignoring case, or of that class identifier.
+TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators, const std::string& text);
+
+std::string guidName(const GUID& guid);
+
+} // namespace mbhost

@@ -1,0 +1,54 @@
+#include "Progress.h"
+
+#include "Output.h"
+#include "terminal.h"
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+
+namespace mbhost {
+namespace {
+
+std::atomic<bool> interruptSeen{false};
+
+extern "C" void onInterrupt(int) { interruptSeen = true; }
+
+constexpr int barWidth = 30;
+
+} // namespace
+
+void catchInterrupts()
+{
+    std::signal(SIGINT, onInterrupt);
+    std::signal(SIGTERM, onInterrupt);
+}
+
+bool interrupted() noexcept { return interruptSeen; }
+
+HRESULT STDMETHODCALLTYPE Progress::OnProgress(_SyncProgress, DOUBLE fPercent) { return tell("Writing contacts.", fPercent); }
+
+HRESULT STDMETHODCALLTYPE Progress::OnProgress2(BSTR progressLabel, DOUBLE fPercent)
+{
+    return com::guarded([&] { return tell(printable(com::viewOf(progressLabel)), fPercent); });
+}
+
+HRESULT Progress::tell(std::string_view label, DOUBLE percent)
+{
+    if (interrupted()) return E_ABORT;
+    const int whole = static_cast<int>(percent < 0 ? 0 : percent > 100 ? 100 : percent);
+    if (!platform::errorIsTerminal() || (whole == shownPercent_ && label == label_)) return S_OK;
+    shownPercent_ = whole;
+    label_ = label;
+    const int filled = whole * barWidth / 100;
+    std::fprintf(stderr, "\r[%s%s] %3d%% %s\033[K", std::string(static_cast<std::size_t>(filled), '#').c_str(),
+                 std::string(static_cast<std::size_t>(barWidth - filled), '.').c_str(), whole, label_.c_str());
+    return S_OK;
+}
+
+void Progress::finish()
+{
+    if (shownPercent_ >= 0) std::fputs("\r\033[K", stderr);
+    shownPercent_ = -1;
+}
+
+} // namespace mbhost

@@ -1,0 +1,26 @@
+// Hears the progress of a run: draws it as a bar on a terminal, as nothing in a pipe, and hands the user's Ctrl-C to the engine.
+#pragma once
+#include "interfaces.h"
+#include <string>
+
+namespace mbhost {
+
+class Progress final : public com::Object<ISyncEvents> {
+public:
+    explicit Progress(IUnknown* outer) noexcept : Object(outer) {}
+    HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress progress, DOUBLE fPercent) override;
+    HRESULT STDMETHODCALLTYPE OnProgress2(BSTR progressLabel, DOUBLE fPercent) override;
+    // Wipes the bar.
+    void finish();
+
+private:
+    HRESULT tell(std::string_view label, DOUBLE percent);
+    std::string label_;
+    int shownPercent_ = -1;
+};
+
+// From now on Ctrl-C asks a run to stop instead of ending the process.
+void catchInterrupts();
+bool interrupted() noexcept;
+
+} // namespace mbhost

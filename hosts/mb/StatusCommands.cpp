@@ -1,0 +1,83 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "MapName.h"
+#include "Output.h"
+#include "RunLog.h"
+#include <chrono>
+#include <cmath>
+#include <fstream>
+
+namespace mbhost {
+namespace {
+
+// An automation date as 2026-11-21 06:00; empty for none.
+std::string dateName(DATE date)
+{
+    if (date == 0.0) return {};
+    const auto minutes = static_cast<long long>(std::floor(date * 1440.0 + 0.5));
+    constexpr int unixEpoch = 25569; // 1 January 1970
+    const std::chrono::year_month_day day{std::chrono::sys_days{std::chrono::days(minutes / 1440 - unixEpoch)}};
+    const int clock = static_cast<int>(minutes % 1440);
+    char text[80];
+    std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d", static_cast<int>(day.year()), static_cast<unsigned>(day.month()),
+                  static_cast<unsigned>(day.day()), clock / 60, clock % 60);
+    return text;
+}
+
+void status(bool json)
+{
+    const Engine engine;
+    const auto maps = engine.maps();
+    Json out = Json::array();
+    std::vector<std::vector<std::string>> rows;
+    for (const GUID& guid : listMaps(engine)) {
+        const MapInfo map = describeMap(maps.get(), guid);
+        DATE last = 0.0;
+        VARIANT_BOOL good = VARIANT_TRUE;
+        (void)maps->GetLastSyncTime(guid, &last);
+        const bool ran = SUCCEEDED(maps->GetLastSyncStatus(guid, &good));
+        const std::string state = !ran ? "never" : good ? "good" : "failed";
+        out.push_back({{"map", guidName(guid)}, {"last_run", dateName(last)}, {"status", state}});
+        rows.push_back(
+            {guidName(guid), state, last == 0.0 ? "-" : dateName(last),
+             printable(map.translators[0].name + "=" + map.databases[0] + "  " + map.translators[1].name + "=" + map.databases[1])});
+    }
+    if (json) return printJson(out);
+    if (rows.empty()) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
+    print(table({"MAP", "LAST RUN", "WHEN", "STORES"}, rows));
+}
+
+void showLog(int count, bool json)
+{
+    std::ifstream file(logPath(), std::ios::binary);
+    if (!file) throw Failure("There is no log yet; it will be " + printable(logPath().string()) + ".");
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        if (!line.empty() && line.back() == '\r') line.pop_back();
+        if (!line.empty() && line != "\r") lines.push_back(printable(line));
+    }
+    if (count > 0 && lines.size() > static_cast<std::size_t>(count)) lines.erase(lines.begin(), lines.end() - count);
+    if (json) return printJson(Json{{"file", logPath().string()}, {"lines", lines}});
+    for (const std::string& line : lines) print(line + "\n");
+}
+
+} // namespace
+
+void addStatusCommands(CLI::App& app)
+{
+    struct Arguments {
+        int count = 50;
+        bool json = false;
+    };
+    const auto given = std::make_shared<Arguments>();
+    auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended\n\nExample:\n  mb status --json");
+    state->add_flag("--json", given->json, "For scripts");
+    state->callback([given] { status(given->json); });
+
+    auto* log = app.add_subcommand("log", "Show the end of the engine's log\n\nExample:\n  mb log --lines 200");
+    log->add_option("--lines", given->count, "How many lines, 0 for all")->capture_default_str()->check(CLI::NonNegativeNumber);
+    log->add_flag("--json", given->json, "For scripts");
+    log->callback([given] { showLog(given->count, given->json); });
+}
+
+} // namespace mbhost

@@ -1,0 +1,36 @@
+// mb: keeps pairs of contact stores in step from the command line.
+#include "Commands.h"
+#include "Failure.h"
+#include "Output.h"
+#include <cstdio>
+
+int main(int argc, char** argv)
+{
+    using namespace mbhost;
+    CLI::App app{"mb keeps pairs of contact stores in step.\n\n"
+                 "A plug-in reaches one kind of store, a map is a pair of stores that belong together:\n"
+                 "  mb register vcard.so cardfile.so\n"
+                 "  mb add Mirabook=~/cards.db vCard=~/Contacts\n"
+                 "  mb sync",
+                 "mb"};
+    app.require_subcommand(1);
+    app.set_version_flag("--version", "mb 1.0");
+    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 cancelled. mb COMMAND --help tells more about a command.");
+    try {
+        addPluginCommands(app);
+        addMapCommands(app);
+        addFieldCommands(app);
+        addSyncCommand(app);
+        addStatusCommands(app);
+        app.parse(argc, argv);
+        return exitDone;
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? exitDone : exitUsage;
+    } catch (const Failure& e) {
+        std::fprintf(stderr, "mb: %s\n", e.what());
+        return e.code();
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "mb: something unforeseen happened: %s\n", e.what());
+        return exitFailed;
+    }
+}
