@@ -9,8 +9,8 @@ namespace {
 
 void setDefault(const std::u16string& path, std::u16string_view text)
 {
-    if (!createKeyPath(Root::ClassesRoot, path)) throw com::Error(E_ACCESSDENIED);
-    const auto key = RegistryKey::open(Root::ClassesRoot, path);
+    if (path.find(u'\\') != std::u16string::npos) (void)createKeyPath(Root::ClassesRoot, path);
+    const auto key = RegistryKey::create(Root::ClassesRoot, path);
     if (!key || (!text.empty() && !key->setText(u"", text))) throw com::Error(E_ACCESSDENIED);
 }
 

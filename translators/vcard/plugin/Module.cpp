@@ -1,61 +1,46 @@
-// The plug-in's four entry points: its one class, and the keys by which the engine finds it.
-#include "ModulePath.h"
-#include "VCardTranslator.h"
+// The plug-in's one class, and its four entry points.
+#include "CardStore.h"
+#include "FieldTable.h"
+#include "PluginExports.h"
+#include "StoreTranslator.h"
 
-#include "registry.h"
-
-using namespace mb::vcard;
-using platform::RegistryKey;
-using platform::Root;
+using namespace mb;
 
 namespace {
 
-constexpr com::ClassEntry kClasses[] = {
-    {&CLSID_VCardTranslator, u"MBVCard.VCardTranslator", u"vCard folder or file", &com::create<VCardTranslator>}};
+DEFINE_GUID(CLSID_VCardTranslator, 0x86705195, 0xe5f6, 0x4fbc, 0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a);
 
-// The component category of all translators.
-constexpr std::u16string_view kCategory = u"{DCCCC8B9-C75D-44A2-9D89-9E7C78169C12}";
-
-std::u16string classKey() { return u"CLSID\\" + com::guidText(CLSID_VCardTranslator); }
-
-bool setDefault(const std::u16string& path, std::u16string_view text)
+std::vector<plugin::PluginField> makeFields()
 {
-    if (!platform::createKeyPath(Root::ClassesRoot, path)) return false;
-    const auto key = RegistryKey::open(Root::ClassesRoot, path);
-    return key && (text.empty() || key->setText(u"", text));
+    std::vector<plugin::PluginField> made;
+    for (const vcard::Field& field : vcard::fields())
+        made.push_back({field.type, field.label, field.shape == vcard::Shape::Date ? dtDateTime : dtString,
+                        field.shape == vcard::Shape::Phone ? ULONG{ffPhoneNumber} : 0});
+    return made;
 }
 
-bool registerClass(const std::u16string& library)
+std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plugin::Report report)
 {
-    const com::ClassEntry& entry = kClasses[0];
-    const std::u16string key = classKey(), server = key + u"\\InprocServer32";
-    if (!setDefault(key, entry.description) || !setDefault(server, library) ||
-        !setDefault(key + u"\\ProgID", std::u16string(entry.progId) + u".1"))
-        return false;
-    const auto serverKey = RegistryKey::open(Root::ClassesRoot, server);
-    return serverKey && serverKey->setText(u"ThreadingModel", u"Apartment") &&
-           setDefault(key + u"\\Implemented Categories\\" + std::u16string(kCategory), {}) &&
-           setDefault(std::u16string(entry.progId) + u".1\\CLSID", com::guidText(*entry.clsid));
+    return std::make_unique<vcard::CardStore>(database, vcard::userCacheFolder(), std::move(report));
 }
+
+const plugin::PluginInfo& info()
+{
+    static const std::vector<plugin::PluginField> fields = makeFields();
+    static const plugin::PluginInfo made{u"vCard",         u"vCard folder or file",
+                                         u"vCard folder:", {0x38344600, 0, 0x459C, {0xB1, 0xEC, 0xFF, 0x40, 0xD8, 0xC0, 0xDF, 0x27}},
+                                         fields,           openStore};
+    return made;
+}
+
+class VCardTranslator final : public plugin::StoreTranslator {
+public:
+    explicit VCardTranslator(IUnknown* outer) : StoreTranslator(outer, info()) {}
+};
+
+constexpr com::ClassEntry classes[] = {
+    {&CLSID_VCardTranslator, u"MBVCard.VCardTranslator", u"vCard folder or file", com::create<VCardTranslator>}};
 
 } // namespace
 
-STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** out) { return com::getClassObject(kClasses, clsid, riid, out); }
-
-STDAPI DllCanUnloadNow() { return com::moduleLocks == 0 ? S_OK : S_FALSE; }
-
-STDAPI DllRegisterServer()
-{
-    return com::guarded([]() -> HRESULT {
-        const std::u16string library = modulePath();
-        return !library.empty() && registerClass(library) ? S_OK : REGDB_E_WRITEREGDB;
-    });
-}
-
-STDAPI DllUnregisterServer()
-{
-    return com::guarded([] {
-        RegistryKey::remove(Root::ClassesRoot, classKey());
-        RegistryKey::remove(Root::ClassesRoot, std::u16string(kClasses[0].progId) + u".1");
-    });
-}
+PLUGIN_EXPORTS(classes)

@@ -50,7 +50,7 @@ template <class F> auto fileStep(Step step, F&& body)
 
 } // namespace
 
-CardStore::CardStore(const std::string& database, const std::string& cacheFolder, Report report) : report_(std::move(report))
+CardStore::CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report) : report_(std::move(report))
 {
     const std::string path = realPath(database);
     const PathKind kind = kindOf(path);

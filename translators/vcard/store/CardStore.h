@@ -22,31 +22,31 @@
 
 namespace mb::vcard {
 
-class CardStore {
+class CardStore final : public plugin::RecordStore {
 public:
-    using Report = std::function<void(const std::string&)>;
-
     // database is the path of a folder or of a file. cacheFolder may be empty.
-    CardStore(const std::string& database, const std::string& cacheFolder, Report report);
-    ~CardStore();
+    CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report);
+    ~CardStore() override;
 
-    std::size_t count() const { return order().size(); }
-    const std::string& idAt(std::size_t index) const { return order().at(index); }
-    bool exists(const std::string& id) const;           // also a record whose file cannot be parsed
-    std::int64_t modified(const std::string& id) const; // nanoseconds since 1970, UTC
+    std::size_t count() const override { return order().size(); }
+    const std::string& idAt(std::size_t index) const override { return order().at(index); }
+    bool exists(const std::string& id) const override; // also a record whose file cannot be parsed
+    // The files do not tell when a card was made; the date of its last change is the nearest there is.
+    std::int64_t created(const std::string& id) const override { return modified(id); }
+    std::int64_t modified(const std::string& id) const override;
 
-    void beginRead(const std::string& id);
-    std::u16string read(const std::string& id, int type) const; // of the record being read, else of the one being written
-    void endRead(const std::string& id);
+    void beginRead(const std::string& id) override;
+    std::u16string read(const std::string& id, int type) const override;
+    void endRead(const std::string& id) override;
 
-    void beginBatch();
-    void endBatch(bool abort);
-    std::string beginAdd();
-    void beginEdit(const std::string& id);
-    void write(const std::string& id, int type, std::u16string_view text);
-    std::string save(const std::string& id); // the identifier that the record has from now on
-    void remove(const std::string& id);
-    void close(); // what was saved in a batch that was not ended is kept
+    void beginBatch() override;
+    void endBatch(bool abort) override;
+    std::string beginAdd() override;
+    void beginEdit(const std::string& id) override;
+    void write(const std::string& id, int type, std::u16string_view text) override;
+    std::string save(const std::string& id) override; // the identifier that the record has from now on
+    void remove(const std::string& id) override;
+    void close() override; // what was saved in a batch that was not ended is kept
 
 private:
     struct Place {
@@ -92,7 +92,7 @@ private:
 
     std::unique_ptr<Folder> folder_;
     std::string singleFile_; // empty: every file of the folder
-    Report report_;
+    plugin::Report report_;
     std::unique_ptr<CardIndex> index_;
     mutable std::vector<std::string> order_;
     mutable bool listStale_ = false; // order_ still holds records that are gone

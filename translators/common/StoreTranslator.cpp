@@ -1,31 +1,16 @@
-#include "VCardTranslator.h"
+#include "StoreTranslator.h"
 
-#include "Charset.h"
-#include "FieldTable.h"
-
+#include "text.h"
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
 
-namespace mb::vcard {
+namespace mb::plugin {
 namespace {
 
-constexpr int kBirthday = ftBirthday;
-constexpr std::u16string_view kShortName = u"vCard";
-constexpr std::u16string_view kLongName = u"vCard folder or file";
-
-// {38344600-tttt-459C-B1EC-FF40D8C0DF27}, tttt being the field type.
-constexpr GUID kFieldBase{0x38344600, 0, 0x459C, {0xB1, 0xEC, 0xFF, 0x40, 0xD8, 0xC0, 0xDF, 0x27}};
-
-const Field* fieldOf(REFGUID guid)
-{
-    GUID base = guid;
-    base.Data2 = 0;
-    return IsEqualGUID(base, kFieldBase) ? findField(guid.Data2) : nullptr;
-}
-
-std::string idOf(BSTR id) { return toUtf8(com::viewOf(id)); }
+std::string idOf(BSTR id) { return platform::utf8(com::viewOf(id)); }
 
 // Days since 1899-12-30, in UTC all over.
 DATE dateOf(std::int64_t nanoseconds)
@@ -41,7 +26,7 @@ std::u16string isoDate(DATE date)
     char text[32];
     std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(ymd.year()), static_cast<unsigned>(ymd.month()),
                   static_cast<unsigned>(ymd.day()));
-    return fromUtf8(text);
+    return platform::utf16(text);
 }
 
 bool looksIso(std::u16string_view text)
@@ -50,10 +35,10 @@ bool looksIso(std::u16string_view text)
 }
 
 // The text of a value. A birthday comes as a date or as a text in whatever form the other store shows dates.
-std::u16string textOf(const VARIANT& value, const Field& field)
+std::u16string textOf(const VARIANT& value, const PluginField& field)
 {
     if (value.vt == VT_EMPTY || value.vt == VT_NULL) return {};
-    const bool birthday = field.type == kBirthday;
+    const bool birthday = field.dataType == dtDateTime;
     if (birthday && value.vt == VT_DATE) return isoDate(value.date);
     std::u16string text;
     if (value.vt == VT_BSTR) {
@@ -80,80 +65,94 @@ std::u16string databaseOf(ITrServices* services)
 
 } // namespace
 
-GUID fieldGuid(int type)
+GUID StoreTranslator::guidOf(const PluginField& field) const noexcept
 {
-    GUID guid = kFieldBase;
-    guid.Data2 = static_cast<std::uint16_t>(type);
+    GUID guid = info_.fieldBase;
+    guid.Data2 = static_cast<std::uint16_t>(field.type);
     return guid;
 }
 
-template <class F> HRESULT VCardTranslator::run(F&& body) noexcept
+const PluginField* StoreTranslator::fieldOf(REFGUID guid) const noexcept
+{
+    GUID base = guid;
+    base.Data2 = 0;
+    if (!IsEqualGUID(base, info_.fieldBase)) return nullptr;
+    // Fields are listed in ascending order of type.
+    const auto at = std::ranges::lower_bound(info_.fields, static_cast<LONG>(guid.Data2), {}, &PluginField::type);
+    return at != info_.fields.end() && at->type == guid.Data2 ? &*at : nullptr;
+}
+
+template <class F> HRESULT StoreTranslator::run(F&& body) noexcept
 {
     return com::guarded([&]() -> HRESULT {
         try {
             body();
             return S_OK;
         } catch (const StoreError& e) {
-            lastError_ = fromUtf8(e.what());
+            lastError_ = platform::utf16(e.what());
             return static_cast<HRESULT>(e.step());
-        } catch (const FileError& e) {
-            lastError_ = fromUtf8(e.what());
+        } catch (const com::Error&) {
+            throw;
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception& e) {
+            lastError_ = platform::utf16(e.what());
             return E_FAIL;
         }
     });
 }
 
-CardStore& VCardTranslator::store(Step step)
+RecordStore& StoreTranslator::store(Step step)
 {
-    if (!store_) throw StoreError(step, "The vCard folder is not open.");
+    if (!store_) throw StoreError(step, "The store is not open.");
     return *store_;
 }
 
 // The text is a format to the log, so a percent sign is doubled.
-void VCardTranslator::log(const std::string& text) noexcept
+void StoreTranslator::log(const std::string& text) noexcept
 {
     if (!log_) return;
     (void)com::guarded([&] {
         std::u16string line;
-        for (const char16_t c : std::u16string(kShortName) + u": " + fromUtf8(text)) line.append(c == u'%' ? 2 : 1, c);
+        for (const char16_t c : std::u16string(info_.shortName) + u": " + platform::utf16(text)) line.append(c == u'%' ? 2 : 1, c);
         return log_->AppendString(com::Bstr(line).get());
     });
 }
 
-void VCardTranslator::open(ITrServices* services, std::u16string_view database)
+void StoreTranslator::open(ITrServices* services, std::u16string_view database)
 {
     lastError_.clear();
     store_.reset();
     log_ = com::Ptr<ITrServices>(services).tryAs<ILogFile>();
-    store_.emplace(toUtf8(database), userCacheFolder(), [this](const std::string& text) { log(text); });
+    store_ = info_.open(platform::utf8(database), [this](const std::string& text) { log(text); });
     database_ = database;
 }
 
-HRESULT VCardTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL)
+HRESULT StoreTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL)
 {
     if (!pServices) return E_POINTER;
     return run([&] { open(pServices, databaseOf(pServices)); });
 }
 
-HRESULT VCardTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription)
+HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription)
 {
     if (!pServices || !lpDatabase || !lpDescription) return E_POINTER;
     *lpDatabase = *lpDescription = nullptr;
     return run([&] {
         com::Bstr database(databaseOf(pServices));
-        com::give(lpDescription, kLongName);
+        com::give(lpDescription, info_.longName);
         *lpDatabase = database.detach();
     });
 }
 
-HRESULT VCardTranslator::GetTranslatorCaps(ULONG* pCaps)
+HRESULT StoreTranslator::GetTranslatorCaps(ULONG* pCaps)
 {
     if (!pCaps) return E_POINTER;
     *pCaps = capImport | capExport | capSynchronize | capTimestamps | capRecordGUIDs;
     return S_OK;
 }
 
-HRESULT VCardTranslator::SetDatabase(ITrServices* pServices, BSTR lpDatabase)
+HRESULT StoreTranslator::SetDatabase(ITrServices* pServices, BSTR lpDatabase)
 {
     if (!pServices) return E_POINTER;
     return com::guarded([&] {
@@ -163,7 +162,7 @@ HRESULT VCardTranslator::SetDatabase(ITrServices* pServices, BSTR lpDatabase)
     });
 }
 
-HRESULT VCardTranslator::Cleanup()
+HRESULT StoreTranslator::Cleanup()
 {
     const HRESULT hr = run([&] {
         if (store_) store_->close();
@@ -173,91 +172,95 @@ HRESULT VCardTranslator::Cleanup()
     return hr;
 }
 
-HRESULT VCardTranslator::GetRecordCount(LONG* pCount)
+HRESULT StoreTranslator::GetRecordCount(LONG* pCount)
 {
     if (!pCount) return E_POINTER;
     *pCount = 0;
     return run([&] { *pCount = static_cast<LONG>(store(Step::Find).count()); });
 }
 
-HRESULT VCardTranslator::GetRecordID(LONG nIndex, BSTR* lpRecID)
+HRESULT StoreTranslator::GetRecordID(LONG nIndex, BSTR* lpRecID)
 {
     if (!lpRecID) return E_POINTER;
     *lpRecID = nullptr;
     return run([&] {
-        CardStore& cards = store(Step::Find);
-        if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= cards.count())
-            throw StoreError(Step::Find, "There is no card of that number.");
-        com::give(lpRecID, fromUtf8(cards.idAt(static_cast<std::size_t>(nIndex))));
+        RecordStore& records = store(Step::Find);
+        if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= records.count())
+            throw StoreError(Step::Find, "There is no record of that number.");
+        com::give(lpRecID, platform::utf16(records.idAt(static_cast<std::size_t>(nIndex))));
     });
 }
 
-// The files do not tell when a card was made; the date of its last change is the nearest there is.
-HRESULT VCardTranslator::GetCreateDate(BSTR lpRecID, DATE* lpCreateDate) { return GetModifiedDate(lpRecID, lpCreateDate); }
+HRESULT StoreTranslator::GetCreateDate(BSTR lpRecID, DATE* lpCreateDate)
+{
+    if (!lpCreateDate) return E_POINTER;
+    *lpCreateDate = 0;
+    return run([&] { *lpCreateDate = dateOf(store(Step::Find).created(idOf(lpRecID))); });
+}
 
-HRESULT VCardTranslator::GetModifiedDate(BSTR lpRecID, DATE* lpModDate)
+HRESULT StoreTranslator::GetModifiedDate(BSTR lpRecID, DATE* lpModDate)
 {
     if (!lpModDate) return E_POINTER;
     *lpModDate = 0;
     return run([&] { *lpModDate = dateOf(store(Step::Find).modified(idOf(lpRecID))); });
 }
 
-HRESULT VCardTranslator::FindRecord(BSTR strRecID)
+HRESULT StoreTranslator::FindRecord(BSTR strRecID)
 {
     return run([&] {
         const std::string id = idOf(strRecID);
-        if (!store(Step::Find).exists(id)) throw StoreError(Step::Find, "There is no card \"" + std::string(id.c_str()) + "\".");
+        if (!store(Step::Find).exists(id)) throw StoreError(Step::Find, "There is no record \"" + std::string(id.c_str()) + "\".");
     });
 }
 
-HRESULT VCardTranslator::BeginReadRecord(BSTR lpRecID)
+HRESULT StoreTranslator::BeginReadRecord(BSTR lpRecID)
 {
     return run([&] { store(Step::BeginRead).beginRead(idOf(lpRecID)); });
 }
 
-HRESULT VCardTranslator::EndReadRecord(BSTR lpRecID)
+HRESULT StoreTranslator::EndReadRecord(BSTR lpRecID)
 {
     return run([&] { store(Step::BeginRead).endRead(idOf(lpRecID)); });
 }
 
-HRESULT VCardTranslator::BeginUpdate()
+HRESULT StoreTranslator::BeginUpdate()
 {
     return run([&] { store(Step::Update).beginBatch(); });
 }
 
-HRESULT VCardTranslator::BeginAddRecord(BSTR* lpRecID)
+HRESULT StoreTranslator::BeginAddRecord(BSTR* lpRecID)
 {
     if (!lpRecID) return E_POINTER;
     *lpRecID = nullptr;
-    return run([&] { com::give(lpRecID, fromUtf8(store(Step::Add).beginAdd())); });
+    return run([&] { com::give(lpRecID, platform::utf16(store(Step::Add).beginAdd())); });
 }
 
-HRESULT VCardTranslator::BeginEditRecord(BSTR lpRecID)
+HRESULT StoreTranslator::BeginEditRecord(BSTR lpRecID)
 {
     return run([&] { store(Step::Edit).beginEdit(idOf(lpRecID)); });
 }
 
-HRESULT VCardTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarValue)
+HRESULT StoreTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarValue)
 {
     if (!lpvarValue) return E_POINTER;
     VariantInit(lpvarValue);
     return run([&] {
-        const Field* field = fieldOf(rField);
-        if (!field) throw StoreError(Step::ReadField, "A vCard has no such field.");
+        const PluginField* field = fieldOf(rField);
+        if (!field) throw StoreError(Step::ReadField, "The store has no such field.");
         *lpvarValue = com::Variant(store(Step::ReadField).read(idOf(lpRecID), field->type)).detach();
     });
 }
 
-HRESULT VCardTranslator::WriteField(BSTR lpRecID, REFGUID rField, VARIANT varValue)
+HRESULT StoreTranslator::WriteField(BSTR lpRecID, REFGUID rField, VARIANT varValue)
 {
     return run([&] {
-        const Field* field = fieldOf(rField);
-        if (!field) throw StoreError(Step::WriteField, "A vCard has no such field.");
+        const PluginField* field = fieldOf(rField);
+        if (!field) throw StoreError(Step::WriteField, "The store has no such field.");
         store(Step::WriteField).write(idOf(lpRecID), field->type, textOf(varValue, *field));
     });
 }
 
-HRESULT VCardTranslator::SaveRecord(BSTR* ppRecID)
+HRESULT StoreTranslator::SaveRecord(BSTR* ppRecID)
 {
     if (!ppRecID) return E_POINTER;
     return run([&] {
@@ -266,34 +269,34 @@ HRESULT VCardTranslator::SaveRecord(BSTR* ppRecID)
         if (saved != id) {
             com::Bstr old = com::Bstr::attach(*ppRecID);
             *ppRecID = nullptr;
-            com::give(ppRecID, fromUtf8(saved));
+            com::give(ppRecID, platform::utf16(saved));
         }
     });
 }
 
-HRESULT VCardTranslator::DeleteRecord(BSTR lpRecID)
+HRESULT StoreTranslator::DeleteRecord(BSTR lpRecID)
 {
     return run([&] { store(Step::Delete).remove(idOf(lpRecID)); });
 }
 
-HRESULT VCardTranslator::EndUpdate(VARIANT_BOOL bAbort)
+HRESULT StoreTranslator::EndUpdate(VARIANT_BOOL bAbort)
 {
     return run([&] { store(Step::Update).endBatch(bAbort != VARIANT_FALSE); });
 }
 
-HRESULT VCardTranslator::GetInfo(BSTR* ppShortName, BSTR* ppLongName, BSTR* ppDBType)
+HRESULT StoreTranslator::GetInfo(BSTR* ppShortName, BSTR* ppLongName, BSTR* ppDBType)
 {
     if (!ppShortName || !ppLongName || !ppDBType) return E_POINTER;
     *ppShortName = *ppLongName = *ppDBType = nullptr;
     return com::guarded([&] {
-        com::Bstr shortName(kShortName), longName(kLongName);
-        com::give(ppDBType, u"vCard folder:");
+        com::Bstr shortName(info_.shortName), longName(info_.longName);
+        com::give(ppDBType, info_.databaseLabel);
         *ppShortName = shortName.detach();
         *ppLongName = longName.detach();
     });
 }
 
-HRESULT VCardTranslator::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2)
+HRESULT StoreTranslator::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2)
 {
     if (!lpvtCode || !ppMessage1 || !ppMessage2) return E_POINTER;
     VariantInit(lpvtCode); // the text says it all, a number would only stand behind it
@@ -305,81 +308,81 @@ HRESULT VCardTranslator::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR*
     });
 }
 
-HRESULT VCardTranslator::GetCount(LONG* pCount)
+HRESULT StoreTranslator::GetCount(LONG* pCount)
 {
     if (!pCount) return E_POINTER;
-    *pCount = static_cast<LONG>(fields().size());
+    *pCount = static_cast<LONG>(info_.fields.size());
     return S_OK;
 }
 
-HRESULT VCardTranslator::GetFieldByIndex(LONG index, GUID* pGuid)
+HRESULT StoreTranslator::GetFieldByIndex(LONG index, GUID* pGuid)
 {
     if (!pGuid) return E_POINTER;
     *pGuid = {};
-    if (index < 0 || static_cast<std::size_t>(index) >= fields().size()) return E_INVALIDARG;
-    *pGuid = fieldGuid(fields()[static_cast<std::size_t>(index)].type);
+    if (index < 0 || static_cast<std::size_t>(index) >= info_.fields.size()) return E_INVALIDARG;
+    *pGuid = guidOf(info_.fields[static_cast<std::size_t>(index)]);
     return S_OK;
 }
 
-HRESULT VCardTranslator::GetFieldByName(BSTR lpName, GUID* pGuid)
+HRESULT StoreTranslator::GetFieldByName(BSTR lpName, GUID* pGuid)
 {
     if (!pGuid) return E_POINTER;
     *pGuid = {};
-    for (const Field& field : fields()) {
+    for (const PluginField& field : info_.fields) {
         if (field.label != com::viewOf(lpName)) continue;
-        *pGuid = fieldGuid(field.type);
+        *pGuid = guidOf(field);
         return S_OK;
     }
     return E_FAIL;
 }
 
-HRESULT VCardTranslator::GetName(REFGUID rField, BSTR* ppName)
+HRESULT StoreTranslator::GetName(REFGUID rField, BSTR* ppName)
 {
     if (!ppName) return E_POINTER;
     *ppName = nullptr;
-    const Field* field = fieldOf(rField);
+    const PluginField* field = fieldOf(rField);
     if (!field) return E_INVALIDARG;
     return com::guarded([&] { com::give(ppName, field->label); });
 }
 
-HRESULT VCardTranslator::GetFieldType(REFGUID rField, LONG* pType)
+HRESULT StoreTranslator::GetFieldType(REFGUID rField, LONG* pType)
 {
     if (!pType) return E_POINTER;
-    const Field* field = fieldOf(rField);
+    const PluginField* field = fieldOf(rField);
     *pType = field ? field->type : 0;
     return field ? S_OK : E_INVALIDARG;
 }
 
-HRESULT VCardTranslator::GetDataType(REFGUID rField, LONG* pType)
+HRESULT StoreTranslator::GetDataType(REFGUID rField, LONG* pType)
 {
     if (!pType) return E_POINTER;
-    const Field* field = fieldOf(rField);
-    *pType = !field ? 0 : field->shape == Shape::Date ? dtDateTime : dtString;
+    const PluginField* field = fieldOf(rField);
+    *pType = field ? field->dataType : 0;
     return field ? S_OK : E_INVALIDARG;
 }
 
-HRESULT VCardTranslator::GetMaxLength(REFGUID rField, ULONG* pLength)
+HRESULT StoreTranslator::GetMaxLength(REFGUID rField, ULONG* pLength)
 {
     if (!pLength) return E_POINTER;
     *pLength = 0; // no limit
     return fieldOf(rField) ? S_OK : E_INVALIDARG;
 }
 
-HRESULT VCardTranslator::GetFlags(REFGUID rField, ULONG* pFlags)
+HRESULT StoreTranslator::GetFlags(REFGUID rField, ULONG* pFlags)
 {
     if (!pFlags) return E_POINTER;
-    const Field* field = fieldOf(rField);
-    *pFlags = field && field->shape == Shape::Phone ? ffPhoneNumber : 0;
+    const PluginField* field = fieldOf(rField);
+    *pFlags = field ? field->flags : 0;
     return field ? S_OK : E_INVALIDARG;
 }
 
-HRESULT VCardTranslator::SetName(REFGUID, BSTR) { return E_NOTIMPL; }
-HRESULT VCardTranslator::SetFieldType(REFGUID, LONG) { return E_NOTIMPL; }
-HRESULT VCardTranslator::SetDataType(REFGUID, LONG) { return E_NOTIMPL; }
-HRESULT VCardTranslator::SetMaxLength(REFGUID, ULONG) { return E_NOTIMPL; }
-HRESULT VCardTranslator::SetFlags(REFGUID, ULONG) { return E_NOTIMPL; }
+HRESULT StoreTranslator::SetName(REFGUID, BSTR) { return E_NOTIMPL; }
+HRESULT StoreTranslator::SetFieldType(REFGUID, LONG) { return E_NOTIMPL; }
+HRESULT StoreTranslator::SetDataType(REFGUID, LONG) { return E_NOTIMPL; }
+HRESULT StoreTranslator::SetMaxLength(REFGUID, ULONG) { return E_NOTIMPL; }
+HRESULT StoreTranslator::SetFlags(REFGUID, ULONG) { return E_NOTIMPL; }
 
-HRESULT VCardTranslator::RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified)
+HRESULT StoreTranslator::RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified)
 {
     if (!pVerified) return E_POINTER;
     *pVerified = VARIANT_FALSE;
@@ -388,31 +391,31 @@ HRESULT VCardTranslator::RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified)
     return hr;
 }
 
-HRESULT VCardTranslator::IsPIMAvailable(VARIANT_BOOL* pAvailable)
+HRESULT StoreTranslator::IsPIMAvailable(VARIANT_BOOL* pAvailable)
 {
     if (!pAvailable) return E_POINTER;
     *pAvailable = VARIANT_TRUE; // files need no program
     return S_OK;
 }
 
-// There is no folder to guess: the database stays what it is, and a run without one says so.
-HRESULT VCardTranslator::InitializeDefault(ITrServices* pServices, HWND) { return pServices ? S_OK : E_POINTER; }
+// There is no database to guess: it stays what it is, and a run without one says so.
+HRESULT StoreTranslator::InitializeDefault(ITrServices* pServices, HWND) { return pServices ? S_OK : E_POINTER; }
 
-HRESULT VCardTranslator::InitializeDatabase(BSTR dataBase, BSTR, BSTR)
+HRESULT StoreTranslator::InitializeDatabase(BSTR dataBase, BSTR, BSTR)
 {
     return run([&] { open(nullptr, com::viewOf(dataBase)); });
 }
 
-HRESULT VCardTranslator::GetDatabase(BSTR* dataBase)
+HRESULT StoreTranslator::GetDatabase(BSTR* dataBase)
 {
     if (!dataBase) return E_POINTER;
     *dataBase = nullptr;
     return com::guarded([&] { com::give(dataBase, database_); });
 }
 
-HRESULT VCardTranslator::InitializeDatabaseEx(ITrServices* pServices, BSTR dataBase, BSTR, BSTR)
+HRESULT StoreTranslator::InitializeDatabaseEx(ITrServices* pServices, BSTR dataBase, BSTR, BSTR)
 {
     return run([&] { open(pServices, com::viewOf(dataBase)); });
 }
 
-} // namespace mb::vcard
+} // namespace mb::plugin

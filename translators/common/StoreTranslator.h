@@ -1,26 +1,35 @@
-// The store of cards as the engine sees it: the translator's interfaces over CardStore.
+// A RecordStore as the engine sees it: the translator's interfaces, the same for all plug-ins of ours.
 // IFieldList, IField, GetSyncParams and SetDatabase work on an object that is not initialised.
 #pragma once
-#include "com.h"
+#include "interfaces.h"
 
-#include "SyncEngLib.h"
-
-#include "CardStore.h"
-
-#include <optional>
+#include "RecordStore.h"
+#include <memory>
+#include <span>
 #include <string>
 
-namespace mb::vcard {
+namespace mb::plugin {
 
-DEFINE_GUID(CLSID_VCardTranslator, 0x86705195, 0xe5f6, 0x4fbc, 0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a);
+struct PluginField {
+    LONG type;             // a value of _FieldTypes, and what the field's GUID is made of
+    const char16_t* label; // its display name
+    LONG dataType = dtString;
+    ULONG flags = 0;
+};
 
-// The field of a _FieldTypes number. The GUIDs are a promise: field maps of users name them.
-GUID fieldGuid(int type);
+// What makes one plug-in differ from another.
+struct PluginInfo {
+    const char16_t *shortName, *longName;
+    const char16_t* databaseLabel; // stands in front of a database, as in "File:"
+    GUID fieldBase;                // a field's GUID is this one with the field type as its second part; field maps of users name them
+    std::span<const PluginField> fields;
+    std::unique_ptr<RecordStore> (*open)(const std::string& database, Report report);
+};
 
-class VCardTranslator final : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>,
-                                                 com::Dual<IPIMSetUp>, com::Dual<ITranslatorTest>> {
+class StoreTranslator : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>,
+                                           com::Dual<IPIMSetUp>, com::Dual<ITranslatorTest>> {
 public:
-    explicit VCardTranslator(IUnknown* outer) noexcept : Object(outer) {}
+    StoreTranslator(IUnknown* outer, const PluginInfo& info) noexcept : Object(outer), info_(info) {}
 
     // ITranslator
     HRESULT STDMETHODCALLTYPE Initialize(ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig) override;
@@ -65,7 +74,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetFlags(REFGUID rField, ULONG* pFlags) override;
     HRESULT STDMETHODCALLTYPE SetFlags(REFGUID rField, ULONG flags) override;
 
-    // IRecordVerifier: a card in the store counts as verified
+    // IRecordVerifier: a record in the store counts as verified
     HRESULT STDMETHODCALLTYPE RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified) override;
 
     // IPIMSetUp
@@ -79,14 +88,17 @@ public:
 
 private:
     template <class F> HRESULT run(F&& body) noexcept; // a method of the store: what goes wrong is kept for GetLastError
-    CardStore& store(Step step);
+    [[nodiscard]] const PluginField* fieldOf(REFGUID guid) const noexcept;
+    [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
+    RecordStore& store(Step step);
     void open(ITrServices* services, std::u16string_view database);
     void log(const std::string& text) noexcept;
 
-    std::optional<CardStore> store_;
+    const PluginInfo& info_;
+    std::unique_ptr<RecordStore> store_;
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     std::u16string lastError_;
 };
 
-} // namespace mb::vcard
+} // namespace mb::plugin

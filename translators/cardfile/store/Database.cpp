@@ -1,0 +1,106 @@
+#include "Database.h"
+
+namespace mb::cardfile {
+namespace {
+
+constexpr int busyMilliseconds = 5000;
+
+[[noreturn]] void fail(sqlite3* database, int code)
+{
+    throw DatabaseError(code, database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
+}
+
+} // namespace
+
+Statement::Statement(sqlite3* database, const char* sql)
+{
+    sqlite3_stmt* made = nullptr;
+    const int code = sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr);
+    statement_.reset(made);
+    if (code != SQLITE_OK) fail(database, code);
+}
+
+void Statement::check(int code) const
+{
+    if (code != SQLITE_OK) fail(sqlite3_db_handle(statement_.get()), code);
+}
+
+Statement& Statement::bind(int index, std::string_view text)
+{
+    check(sqlite3_bind_text64(statement_.get(), index, text.data() ? text.data() : "", text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+    return *this;
+}
+
+Statement& Statement::bind(int index, std::u16string_view text)
+{
+    check(sqlite3_bind_text64(statement_.get(), index, reinterpret_cast<const char*>(text.data() ? text.data() : u""),
+                              text.size() * sizeof(char16_t), SQLITE_TRANSIENT, SQLITE_UTF16));
+    return *this;
+}
+
+Statement& Statement::bind(int index, std::int64_t number)
+{
+    check(sqlite3_bind_int64(statement_.get(), index, number));
+    return *this;
+}
+
+bool Statement::step()
+{
+    const int code = sqlite3_step(statement_.get());
+    if (code == SQLITE_ROW) return true;
+    sqlite3* database = sqlite3_db_handle(statement_.get());
+    if (code == SQLITE_DONE) {
+        reset();
+        return false;
+    }
+    const std::string message = sqlite3_errmsg(database);
+    reset();
+    throw DatabaseError(code, message);
+}
+
+void Statement::run()
+{
+    while (step()) {}
+}
+
+void Statement::reset() noexcept { sqlite3_reset(statement_.get()); }
+
+std::string Statement::text(int column) const
+{
+    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+    return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))) : std::string();
+}
+
+std::u16string Statement::text16(int column) const
+{
+    const auto* units = static_cast<const char16_t*>(sqlite3_column_text16(statement_.get(), column));
+    const auto bytes = static_cast<std::size_t>(sqlite3_column_bytes16(statement_.get(), column));
+    return units ? std::u16string(units, bytes / sizeof(char16_t)) : std::u16string();
+}
+
+std::int64_t Statement::number(int column) const { return sqlite3_column_int64(statement_.get(), column); }
+
+Database::Database(const std::string& path)
+{
+    sqlite3* opened = nullptr;
+    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    database_.reset(opened);
+    if (code != SQLITE_OK) fail(opened, code);
+    sqlite3_busy_timeout(opened, busyMilliseconds);
+    sqlite3_extended_result_codes(opened, 1);
+}
+
+void Database::execute(const char* sql)
+{
+    const int code = sqlite3_exec(database_.get(), sql, nullptr, nullptr, nullptr);
+    if (code != SQLITE_OK) fail(database_.get(), code);
+}
+
+std::int64_t Database::number(const char* sql)
+{
+    Statement query = prepare(sql);
+    const std::int64_t value = query.step() ? query.number(0) : 0;
+    return value;
+}
+
+} // namespace mb::cardfile

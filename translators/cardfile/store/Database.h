@@ -1,0 +1,62 @@
+// SQLite as this plug-in uses it: a connection, prepared statements that are kept, and errors as texts.
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <sqlite3.h>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace mb::cardfile {
+
+// What SQLite says went wrong.
+class DatabaseError : public std::runtime_error {
+public:
+    DatabaseError(int code, const std::string& text) : std::runtime_error(text), code_(code) {}
+    [[nodiscard]] int code() const { return code_; }
+
+private:
+    int code_;
+};
+
+// A prepared statement; bound, stepped and reset again and again.
+class Statement {
+public:
+    Statement() noexcept = default;
+    Statement(sqlite3* database, const char* sql);
+    Statement& bind(int index, std::string_view text);
+    Statement& bind(int index, std::u16string_view text);
+    Statement& bind(int index, std::int64_t number);
+    // True while there is a row; a statement that is done is ready to be bound anew.
+    bool step();
+    void run();
+    void reset() noexcept;
+    [[nodiscard]] std::string text(int column) const;
+    [[nodiscard]] std::u16string text16(int column) const;
+    [[nodiscard]] std::int64_t number(int column) const;
+
+private:
+    void check(int code) const;
+    struct Close {
+        void operator()(sqlite3_stmt* statement) const noexcept { sqlite3_finalize(statement); }
+    };
+    std::unique_ptr<sqlite3_stmt, Close> statement_;
+};
+
+class Database {
+public:
+    // Made if it is missing.
+    explicit Database(const std::string& path);
+    void execute(const char* sql);
+    [[nodiscard]] Statement prepare(const char* sql) { return {database_.get(), sql}; }
+    [[nodiscard]] std::int64_t number(const char* sql);
+    [[nodiscard]] bool inTransaction() const noexcept { return sqlite3_get_autocommit(database_.get()) == 0; }
+
+private:
+    struct Close {
+        void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
+    };
+    std::unique_ptr<sqlite3, Close> database_;
+};
+
+} // namespace mb::cardfile

@@ -1,0 +1,68 @@
+// A store of contacts as plain records: what a plug-in of ours has to write, and all that it has to know. Identifiers and messages are
+// UTF-8, values are 16-bit text, fields are numbers of _FieldTypes. What goes wrong is thrown as a StoreError.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace mb::plugin {
+
+// A step of the store that can fail, as the result code of the interface.
+enum class Step : std::uint32_t {
+    Open = 0x80040202,
+    Close = 0x80040203,
+    Find = 0x80040207,
+    BeginRead = 0x80040208,
+    ReadField = 0x80040209,
+    Add = 0x8004020A,
+    Edit = 0x8004020B,
+    WriteField = 0x8004020C,
+    Save = 0x8004020D,
+    Delete = 0x8004020E,
+    Update = 0x8004020F,
+};
+
+// A text for the user that names the file or record and says what to do.
+class StoreError : public std::runtime_error {
+public:
+    StoreError(Step step, const std::string& text) : std::runtime_error(text), step_(step) {}
+    [[nodiscard]] Step step() const { return step_; }
+
+private:
+    Step step_;
+};
+
+// Where a store tells of what it passed over.
+using Report = std::function<void(const std::string&)>;
+
+class RecordStore {
+public:
+    virtual ~RecordStore() = default;
+
+    [[nodiscard]] virtual std::size_t count() const = 0;
+    [[nodiscard]] virtual const std::string& idAt(std::size_t index) const = 0; // index below count()
+    [[nodiscard]] virtual bool exists(const std::string& id) const = 0;
+    // Nanoseconds since 1970, UTC.
+    [[nodiscard]] virtual std::int64_t created(const std::string& id) const = 0;
+    [[nodiscard]] virtual std::int64_t modified(const std::string& id) const = 0;
+
+    virtual void beginRead(const std::string& id) = 0;
+    // Of the record being read, else of the one being written.
+    [[nodiscard]] virtual std::u16string read(const std::string& id, int type) const = 0;
+    virtual void endRead(const std::string& id) = 0;
+
+    virtual void beginBatch() = 0;
+    virtual void endBatch(bool abort) = 0;
+    virtual std::string beginAdd() = 0;
+    virtual void beginEdit(const std::string& id) = 0;
+    virtual void write(const std::string& id, int type, std::u16string_view text) = 0;
+    virtual std::string save(const std::string& id) = 0; // the identifier that the record has from now on
+    virtual void remove(const std::string& id) = 0;
+    // What was saved in a batch that was not ended is kept: the engine's history tells of it.
+    virtual void close() = 0;
+};
+
+} // namespace mb::plugin
