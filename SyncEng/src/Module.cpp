@@ -4,6 +4,7 @@
 #include "foundation/ClassTable.h"
 #include "foundation/CLogFile.h"
 #include "foundation/LanguageModule.h"
+#include "foundation/Log.h"
 #include "foundation/StartUp.h"
 #include "host.h"
 #include "server_registration.h"
@@ -54,6 +55,11 @@ public:
         (void)com::guarded([&] { start_.stop([] { (void)mb::CloseConfigStore(); }); });
         mb::FreeLocalizedModule();
     }
+    void restart()
+    {
+        start_.stop([] { (void)mb::CloseConfigStore(); });
+        mb::ResetLog();
+    }
     void ensureStarted()
     {
         if (start_.started() && !mb::configStoreIsOpen()) start_.storeWasClosed();
@@ -77,6 +83,10 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** out)
     module().ensureStarted();
     return com::getClassObject(classTable, clsid, riid, out);
 }
+
+// For tests in one process: closes what the module has open, so that the next request for a class object starts it anew, with the
+// folders and settings of that moment. Not exported.
+extern "C" void mbRestartModule() { module().restart(); }
 
 STDAPI DllCanUnloadNow() { return com::moduleLocks == 0 ? S_OK : S_FALSE; }
 

@@ -383,6 +383,8 @@ protected:
     virtual ~Object() { --moduleLocks; }
     // An interface that the list does not name, answered by a part of the object; it must count on the object itself.
     virtual IUnknown* findOther(REFIID) noexcept { return nullptr; }
+    // False for an interface of the list that this object does not offer after all.
+    virtual bool offers(REFIID) const noexcept { return true; }
     // The identity under which callers know the object: its own, or the outer's.
     [[nodiscard]] IUnknown* controlling() const noexcept { return outer_; }
 
@@ -412,6 +414,7 @@ private:
     };
     void* find(REFIID riid) noexcept
     {
+        if (!offers(riid)) return nullptr;
         void* hit = nullptr;
         auto match = [&]<class I>(I* i) {
             if (hit) return;

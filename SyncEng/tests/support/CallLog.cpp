@@ -1,0 +1,38 @@
+#include "CallLog.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace mbtest {
+
+void CallLog::note(const std::string& side, const std::string& method, const std::string& arguments)
+{
+    if (!enabled) return;
+    lines.push_back(side + " " + method + (arguments.empty() ? "" : " " + arguments));
+    act(method);
+    act(side + " " + method);
+}
+
+void CallLog::act(const std::string& method)
+{
+    const int n = ++counts_[method];
+    if (const auto failing = failures_.find(method); failing != failures_.end())
+        if (const auto at = failing->second.find(n); at != failing->second.end()) throw com::Error(at->second);
+    if (const auto throwing = throws_.find(method); throwing != throws_.end() && throwing->second.contains(n))
+        throw std::runtime_error("a translator that throws");
+}
+
+int CallLog::count(const std::string& method) const
+{
+    const auto at = counts_.find(method);
+    return at == counts_.end() ? 0 : at->second;
+}
+
+std::vector<std::string> CallLog::starting(const std::string& text) const
+{
+    std::vector<std::string> found;
+    std::ranges::copy_if(lines, std::back_inserter(found), [&](const std::string& line) { return line.starts_with(text); });
+    return found;
+}
+
+} // namespace mbtest

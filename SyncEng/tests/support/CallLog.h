@@ -1,0 +1,35 @@
+// What was called on the fakes of a test, in order, and which call is to fail.
+#pragma once
+#include "com.h"
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace mbtest {
+
+class CallLog {
+public:
+    bool enabled = true; // off in benchmarks
+    std::vector<std::string> lines;
+    std::vector<std::string> violations; // of the order of calls that a translator can rely on
+
+    // The n-th call of the method, counted from 1 over all fakes of the log, answers the code; "1 SaveRecord" counts side 1 alone.
+    void failOn(const std::string& method, int n, HRESULT hr) { failures_[method][n] = hr; }
+    void throwOn(const std::string& method, int n) { throws_[method].insert(n); }
+    // Notes the call; throws what was ordered as a com::Error, or as something that no one expects.
+    void note(const std::string& side, const std::string& method, const std::string& arguments = {});
+    [[nodiscard]] int count(const std::string& method) const;
+    // The lines that begin with the text.
+    [[nodiscard]] std::vector<std::string> starting(const std::string& text) const;
+    void clear() { lines.clear(); }
+
+private:
+    void act(const std::string& method);
+    std::map<std::string, int> counts_;
+    std::map<std::string, std::map<int, HRESULT>> failures_;
+    std::map<std::string, std::set<int>> throws_;
+};
+
+} // namespace mbtest

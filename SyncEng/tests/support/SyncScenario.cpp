@@ -1,0 +1,134 @@
+#include "SyncScenario.h"
+
+#include <algorithm>
+
+extern "C" HRESULT DllGetClassObject(REFCLSID clsid, REFIID riid, void** out);
+extern "C" void mbRestartModule();
+
+namespace mbtest {
+namespace {
+
+// The class of one fake, as the component runtime sees it.
+class FakeFactory final : public com::Object<IClassFactory> {
+public:
+    explicit FakeFactory(IUnknown* outer) noexcept : Object(outer) {}
+    FakeSide side;
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** out) override
+    {
+        return createFake(side, outer, riid, out);
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+};
+
+} // namespace
+
+SyncScenario::SyncScenario()
+{
+    mbRestartModule();
+    const std::pair<const GUID*, std::u16string> sides[] = {{&fakeClass1, u"A"}, {&fakeClass2, u"B"}};
+    for (const int i : {0, 1}) {
+        stores_[i] = std::make_shared<FakeStore>(sides[i].second);
+        stores_[i]->options.shortName = i == 0 ? u"First" : u"Second";
+        auto factory = com::make<FakeFactory>();
+        factory->side = {i == 0 ? "1" : "2", stores_[i], log_};
+        com::check(CoRegisterClassObject(*sides[i].first, com::Ptr<IClassFactory>(factory).get(), CLSCTX_INPROC_SERVER, 1, &cookies_[i]));
+    }
+    sink_ = com::make<EventSinkFake>();
+    synchronizer_ = create<ISynchronizer>(__uuidof(Synchronizer));
+    com::check(synchronizer_.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point_.put()));
+    com::check(point_->Advise(com::Ptr<ISyncEvents>(sink_).get(), &advised_));
+    com::check(synchronizer_->Initialize(nullptr, VARIANT_FALSE));
+}
+
+SyncScenario::~SyncScenario()
+{
+    (void)synchronizer_->Cleanup();
+    (void)point_->Unadvise(advised_);
+    for (const DWORD cookie : cookies_) (void)CoRevokeClassObject(cookie);
+}
+
+HRESULT SyncScenario::createObject(REFCLSID clsid, REFIID riid, void** out)
+{
+    com::Ptr<IClassFactory> factory;
+    const HRESULT hr = DllGetClassObject(clsid, __uuidof(IClassFactory), factory.putVoid());
+    return SUCCEEDED(hr) ? factory->CreateInstance(nullptr, riid, out) : hr;
+}
+
+com::Ptr<ITrMap> SyncScenario::maps() { return create<ITrMap>(__uuidof(TrManager)); }
+
+void SyncScenario::makeMap()
+{
+    if (map_ != GUID_NULL) return;
+    ASSERT_EQ(maps()->Create(fakeClass1, fakeClass2, &map_), S_OK);
+}
+
+void SyncScenario::setOption(_SyncOptions option, LONG value)
+{
+    makeMap();
+    VARIANT v;
+    VariantInit(&v);
+    v.vt = VT_I4;
+    v.lVal = value;
+    const bool flag = option != soConflictResolution && option != soDelConflictResolution && option != soSyncType;
+    if (flag) {
+        v.vt = VT_BOOL;
+        v.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+    }
+    ASSERT_EQ(maps()->SetOption(map_, option, v), S_OK);
+}
+
+HRESULT SyncScenario::sync()
+{
+    makeMap();
+    log_->clear();
+    sink_->labels.clear();
+    return synchronizer_->Synchronize(map_, VARIANT_TRUE);
+}
+
+HRESULT SyncScenario::resync()
+{
+    makeMap();
+    log_->clear();
+    return synchronizer_.as<IReSynchronizer>()->ReSynchronize(map_, VARIANT_TRUE);
+}
+
+std::pair<std::u16string, std::u16string> SyncScenario::lastError()
+{
+    com::Variant code;
+    com::Bstr message1, message2;
+    EXPECT_EQ(synchronizer_->GetLastError(code.put(), message1.put(), message2.put()), S_OK);
+    return {message1.text(), message2.text()};
+}
+
+std::multiset<FakeValues> SyncScenario::contents(const FakeStore& store)
+{
+    std::multiset<FakeValues> all;
+    for (const auto& [id, record] : store.records) {
+        FakeValues values;
+        for (const auto& [type, text] : record.values)
+            if (!text.empty()) values[type] = text;
+        all.insert(std::move(values));
+    }
+    return all;
+}
+
+std::vector<std::string> SyncScenario::writes()
+{
+    std::vector<std::string> found;
+    for (const std::string& line : log_->lines)
+        for (const char* method : {" BeginAddRecord", " BeginEditRecord", " WriteField", " SaveRecord", " DeleteRecord"})
+            if (line.substr(1).starts_with(method)) found.push_back(line);
+    return found;
+}
+
+void SyncScenario::expectInStep()
+{
+    EXPECT_EQ(contents(one()), contents(two()));
+    EXPECT_EQ(log_->violations, std::vector<std::string>());
+    ASSERT_EQ(sync(), S_OK);
+    EXPECT_EQ(writes(), std::vector<std::string>()) << "a second run has nothing to write";
+}
+
+std::string SyncScenario::logText() const { return folder.read(folder.data() / "MBSync.log"); }
+
+} // namespace mbtest

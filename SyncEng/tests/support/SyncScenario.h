@@ -1,0 +1,63 @@
+// A map of two fakes, driven through the interfaces as a host does: edit both sides, sync, compare.
+#pragma once
+#include "FakeTranslator.h"
+#include "TestFolder.h"
+
+#include <gtest/gtest.h>
+#include <set>
+
+namespace mbtest {
+
+inline constexpr GUID fakeClass1{0xFA4E0001, 0x1111, 0x4111, {0x81, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}};
+inline constexpr GUID fakeClass2{0xFA4E0002, 0x2222, 0x4222, {0x82, 0x22, 0x22, 0x22, 0x22, 0x22, 0x22, 0x22}};
+
+class SyncScenario {
+public:
+    SyncScenario();
+    SyncScenario(const SyncScenario&) = delete;
+    SyncScenario& operator=(const SyncScenario&) = delete;
+    ~SyncScenario();
+
+    FakeStore& one() { return *stores_[0]; }
+    FakeStore& two() { return *stores_[1]; }
+    CallLog& log() { return *log_; }
+    EventSinkFake& sink() { return *sink_.get(); }
+
+    // Makes the map if there is none, and runs it silently.
+    HRESULT sync();
+    HRESULT resync();
+    void makeMap();
+    [[nodiscard]] const GUID& map() const { return map_; }
+    void setOption(_SyncOptions option, LONG value);
+    // The engine's objects, as a host gets them.
+    template <class I> com::Ptr<I> create(REFCLSID clsid)
+    {
+        com::Ptr<I> object;
+        EXPECT_EQ(createObject(clsid, __uuidof(I), object.putVoid()), S_OK);
+        return object;
+    }
+    com::Ptr<ITrMap> maps();
+    [[nodiscard]] std::pair<std::u16string, std::u16string> lastError();
+
+    // Each record by the values of the mapped fields, in no order: what must be equal on both sides.
+    [[nodiscard]] static std::multiset<FakeValues> contents(const FakeStore& store);
+    // Both sides hold the same, nothing was called out of order, and a further run writes nothing.
+    void expectInStep();
+    // The writes of the last run, as the fakes logged them.
+    [[nodiscard]] std::vector<std::string> writes();
+    [[nodiscard]] std::string logText() const;
+    TestFolder folder;
+
+private:
+    static HRESULT createObject(REFCLSID clsid, REFIID riid, void** out);
+    std::shared_ptr<CallLog> log_ = std::make_shared<CallLog>();
+    std::shared_ptr<FakeStore> stores_[2];
+    DWORD cookies_[2]{};
+    com::Ptr<EventSinkFake> sink_;
+    com::Ptr<ISynchronizer> synchronizer_;
+    com::Ptr<IConnectionPoint> point_;
+    DWORD advised_ = 0;
+    GUID map_{};
+};
+
+} // namespace mbtest
