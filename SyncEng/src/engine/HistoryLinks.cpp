@@ -17,7 +17,13 @@ HRESULT RekeyHistoryEntry(CSyncHistory& history, Side side, const std::u16string
     HistoryEntry entry;
     entry.Id = oldId;
     HRESULT hr = history.ReadEntry(sectionOf(side), entry, false);
-    if (SUCCEEDED(hr)) hr = history.RenameEntry(sectionOf(side), entry, newId, false);
+    if (FAILED(hr)) return hr;
+    // Values that were stored under the new identifier already are the present ones: the old entry goes, so that there are not two.
+    FieldValueMap present;
+    if (FAILED(history.ReadFieldData(sectionOf(side), newId, present)))
+        hr = history.RenameEntry(sectionOf(side), entry, newId, false);
+    else
+        hr = history.DeleteEntry(sectionOf(side), oldId, false);
     if (FAILED(hr)) return hr;
     HistoryEntry partner;
     partner.Id = entry.MappedId;

@@ -78,10 +78,13 @@ private:
         return stamped;
     }
 
-    // Wanted: towards side 1 both sections are those of side 2.
+    // Wanted: towards side 1 both sections are those of side 2, so nothing is found there. The old entry must not stay all the same: it
+    // would read as a deletion.
     void followNewIdentifier(const std::u16string& before, const std::u16string& now)
     {
-        (void)RekeyHistoryEntry(*run_.History, Side::Two, before, now, targetSide_ == Side::Two ? Side::One : Side::Two);
+        const bool towardsTwo = targetSide_ == Side::Two;
+        (void)RekeyHistoryEntry(*run_.History, Side::Two, before, now, towardsTwo ? Side::One : Side::Two);
+        if (!towardsTwo) (void)run_.History->DeleteEntry(sectionOf(Side::One), before, false);
     }
 
     void logWritten(bool matched, bool created, const std::u16string& name)

@@ -13,7 +13,7 @@ bool programOpens(const std::u16string& exeName, std::u16string& path)
 {
     const auto key = platform::RegistryKey::open(platform::Root::LocalMachine, std::u16string(appPathsKey) + u"\\" + exeName);
     const auto value = key ? key->text(u"") : std::nullopt;
-    if (!value || value->empty() || !platform::AppendFile(platform::pathOf(*value))) return false;
+    if (!value || value->empty() || !platform::openOrCreate(platform::pathOf(*value))) return false;
     path = *value;
     return true;
 }

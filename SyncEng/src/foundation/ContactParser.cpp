@@ -1,7 +1,7 @@
 #include "foundation/ContactParser.h"
 
 #include "files.h"
-#include "registry.h"
+#include "foundation/Paths.h"
 #include <memory>
 
 namespace mb {
@@ -23,10 +23,8 @@ std::u16string textOf(const char16_t (&field)[fieldLength])
 // The library lies in the folder of the host; none if that is not known.
 std::filesystem::path libraryPath()
 {
-    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main");
-    const auto host = key ? key->text(u"Path") : std::nullopt;
-    if (!host) return {};
-    return platform::pathOf(host->substr(0, host->find_last_of(u"\\/") + 1)) / platform::libraryFileName("CAT");
+    const auto folder = HostFolder();
+    return folder ? platform::pathOf(*folder) / platform::libraryFileName("CAT") : std::filesystem::path();
 }
 
 platform::Library loadLibrary()

@@ -3,6 +3,7 @@
 #include "files.h"
 #include "foundation/AppPaths.h"
 #include "foundation/FieldValue.h"
+#include "foundation/Paths.h"
 #include "registry.h"
 #include "string_module.h"
 #include "text.h"
@@ -28,12 +29,10 @@ std::optional<RegistryKey> openLocale()
     return key ? key : RegistryKey::open(Root::LocalMachine, localeKey);
 }
 
-std::u16string trimmedFolder(std::u16string_view text) { return TrimFieldValue(text); }
-
-std::u16string installPath()
+std::optional<std::u16string> installPath()
 {
     const auto key = RegistryKey::open(Root::LocalMachine, u"Software\\Zorel\\MBSyncEng");
-    return key ? key->text(u"InstallPath").value_or(u"") : u"";
+    return key ? key->text(u"InstallPath") : std::nullopt;
 }
 
 constexpr char16_t separator = static_cast<char16_t>(std::filesystem::path::preferred_separator);
@@ -65,12 +64,12 @@ std::filesystem::path LocalizedModulePath(std::u16string_view fileName)
     // A code is a word, not a way out of the folder.
     if (language.find_first_of(u"/\\") != std::u16string::npos || language == u"..") return {};
 
-    if (const std::u16string installed = installPath(); !installed.empty())
-        return platform::pathOf(folderOfLanguage(trimmedFolder(installed) + separator, language, fileName));
+    if (const auto installed = installPath())
+        return platform::pathOf(folderOfLanguage(TrimFieldValue(*installed) + separator, language, fileName));
     std::u16string host;
     if (!FindAppPath(u"mb.exe", host)) return {};
-    host = TrimFieldValue(platform::lowered(host));
-    const std::size_t at = host.find(u"mb.exe");
+    host = TrimFieldValue(host);
+    const std::size_t at = platform::lowered(host).find(u"mb.exe");
     if (at == std::u16string::npos || at == 0) return {};
     return platform::pathOf(folderOfLanguage(host.substr(0, at), language, fileName));
 }
@@ -92,10 +91,9 @@ std::optional<std::u16string> GetHelpFolder()
         language = key->text(u"DefaultLanguage").value_or(language);
         folderName = key->text(u"LocaleDir").value_or(folderName);
     }
-    const auto main = RegistryKey::open(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main");
-    const auto host = main ? main->text(u"Path") : std::nullopt;
-    if (!host) return std::nullopt;
-    std::u16string folder = host->substr(0, host->find_last_of(u"\\/") + 1);
+    const auto hostFolder = HostFolder();
+    if (!hostFolder) return std::nullopt;
+    std::u16string folder = *hostFolder;
     if (folder.empty() || (folder.back() != u'\\' && folder.back() != separator)) folder += separator;
     if (!folderName.empty()) folder += folderName + separator;
     if (!language.empty()) folder += language + separator;

@@ -4,6 +4,7 @@
 #include "host.h"
 #include "registry.h"
 #include "text.h"
+#include <fstream>
 
 namespace mb {
 namespace {
@@ -56,18 +57,27 @@ void MoveFolderFiles(const fs::path& from, const fs::path& to)
 {
     if (platform::equalNoCase(platform::textOf(from), platform::textOf(to))) return;
     std::error_code error;
-    for (const fs::directory_entry& entry : fs::directory_iterator(from, error)) {
-        if (!entry.is_regular_file(error)) continue;
+    for (fs::directory_iterator it(from, error), end; !error && it != end; it.increment(error)) {
+        std::error_code failure;
+        if (!it->is_regular_file(failure)) continue;
         // The only copy of someone's settings is not deleted because it could not be copied.
-        if (!platform::copyReplacing(entry.path(), to / entry.path().filename())) fs::remove(entry.path(), error);
+        if (!platform::copyReplacing(it->path(), to / it->path().filename())) fs::remove(it->path(), failure);
     }
+}
+
+std::optional<std::u16string> HostFolder()
+{
+    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main");
+    auto host = key ? key->text(u"Path") : std::nullopt;
+    if (host) host->resize(host->find_last_of(u"\\/") + 1);
+    return host;
 }
 
 bool FileHasContent(const fs::path& path)
 {
     std::error_code error;
     const auto size = fs::file_size(path, error);
-    return !error && size != 0;
+    return !error && size != 0 && std::ifstream(path).is_open();
 }
 
 } // namespace mb

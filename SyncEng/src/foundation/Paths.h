@@ -2,6 +2,7 @@
 #pragma once
 #include "com.h"
 #include <filesystem>
+#include <optional>
 #include <string>
 
 namespace mb {
@@ -18,6 +19,10 @@ HRESULT GetLegacyUserFolder(std::filesystem::path& path, bool create);
 // Moves every plain file; a file that is there already is replaced. A file that cannot be copied stays where it is.
 void MoveFolderFiles(const std::filesystem::path& from, const std::filesystem::path& to);
 
+// The folder of the host's executable as the registry tells it, up to and with its last separator; none if it does not.
+std::optional<std::u16string> HostFolder();
+
+// Whether the file can be opened and is not empty.
 bool FileHasContent(const std::filesystem::path& path);
 
 } // namespace mb

@@ -43,11 +43,12 @@ LogSettings ReadLogSettings()
 bool hostIsConfigurationTool(const std::filesystem::path& executable)
 {
     return platform::lowered(platform::textOf(executable)).find(u"mbsynccfg.exe") != std::u16string::npos ||
-           executable.filename() == "mbsynccfg";
+           platform::equalNoCase(platform::textOf(executable.filename()), u"mbsynccfg");
 }
 
 void ModuleStart::ensureStarted(const OpenStore& openConfigStore)
 {
+    const std::scoped_lock lock(oneAtATime_);
     if (ModuleStarted) return;
     const LogSettings settings = ReadLogSettings();
     LogLevelMask = settings.LoggingLevel;
@@ -69,6 +70,7 @@ void ModuleStart::ensureStarted(const OpenStore& openConfigStore)
 
 void ModuleStart::stop(const std::function<void()>& closeConfigStore)
 {
+    const std::scoped_lock lock(oneAtATime_);
     if (ModuleStarted) closeConfigStore();
     ModuleStarted = false;
     CloseLog();

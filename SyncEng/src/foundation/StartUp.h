@@ -3,10 +3,11 @@
 #include "com.h"
 #include <filesystem>
 #include <functional>
+#include <mutex>
 
 namespace mb {
 
-// The step repeats at each request for a class object until it has succeeded once. It never fails the request.
+// One thread at a time. The step repeats at each request for a class object until it has succeeded once. It never fails the request.
 class ModuleStart {
 public:
     using OpenStore = std::function<HRESULT(const std::filesystem::path&)>;
@@ -17,6 +18,7 @@ public:
     void storeWasClosed() noexcept { ModuleStarted = false; }
 
 private:
+    mutable std::mutex oneAtATime_;
     bool ModuleStarted = false;
 };
 

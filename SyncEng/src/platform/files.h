@@ -21,6 +21,8 @@ std::filesystem::path userDataFolder();
 std::filesystem::path machineDataFolder();
 
 bool fileExists(const std::filesystem::path& file) noexcept;
+// Whether the file can be opened for reading; a missing one is made, empty, if its folder is there.
+bool openOrCreate(const std::filesystem::path& file) noexcept;
 // Makes one level; true if the folder exists afterwards.
 bool createFolder(const std::filesystem::path& folder) noexcept;
 std::error_code copyReplacing(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;

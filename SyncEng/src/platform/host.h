@@ -13,6 +13,9 @@ std::filesystem::path executablePath();
 std::filesystem::path modulePathOf(const void* address);
 std::u16string userName();
 std::optional<std::u16string> environment(std::u16string_view name);
+void setEnvironment(std::u16string_view name, std::u16string_view value);
+// What stands between two folders of the search path.
+extern const char16_t searchPathSeparator;
 std::uint32_t processId() noexcept;
 std::uint32_t threadId() noexcept;
 

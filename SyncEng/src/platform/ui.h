@@ -2,6 +2,7 @@
 #pragma once
 #include "com.h"
 
+#include <filesystem>
 #include <string_view>
 
 namespace platform {
@@ -9,6 +10,9 @@ namespace platform {
 enum class MessageKind { Error, Warning, Information };
 
 void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept;
+
+// Opens a help file at a topic's number; false where no help window appears, as always on Linux.
+bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) noexcept;
 
 // A library or disk that is missing shows no box of the system's for the rest of the process.
 void silenceSystemErrorBoxes() noexcept;

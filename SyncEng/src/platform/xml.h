@@ -25,6 +25,11 @@ public:
     [[nodiscard]] std::string text() const;
     // Replaces all that the element holds by one text.
     void setText(std::string_view text) const;
+    // The first text or CDATA section that stands directly in the element; nothing if there is none.
+    [[nodiscard]] std::optional<std::string> firstText() const;
+    // Replaces that one; false if there is none.
+    bool setFirstText(std::string_view text) const;
+    void appendCData(std::string_view text) const;
     [[nodiscard]] std::optional<std::string> attribute(const char* name) const;
     void setAttribute(const char* name, std::string_view value) const;
 

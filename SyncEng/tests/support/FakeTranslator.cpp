@@ -467,7 +467,8 @@ HRESULT createFake(const FakeSide& side, IUnknown* outer, REFIID riid, void** ou
 HRESULT STDMETHODCALLTYPE EventSinkFake::OnProgress(_SyncProgress, DOUBLE fPercent)
 {
     lastPercent = fPercent;
-    return ++calls == cancelAt ? E_ABORT : S_OK;
+    ++calls;
+    return ++writes == cancelAtWrite || calls == cancelAt ? E_ABORT : S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE EventSinkFake::OnProgress2(BSTR progressLabel, DOUBLE fPercent)

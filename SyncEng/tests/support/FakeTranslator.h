@@ -21,6 +21,7 @@ public:
     explicit EventSinkFake(IUnknown* outer) noexcept : Object(outer) {}
     std::vector<std::u16string> labels; // one line a change of label
     int calls = 0, cancelAt = 0;
+    int writes = 0, cancelAtWrite = 0; // OnProgress alone
     double lastPercent = 0;
     HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress progress, DOUBLE fPercent) override;
     HRESULT STDMETHODCALLTYPE OnProgress2(BSTR progressLabel, DOUBLE fPercent) override;

@@ -22,16 +22,15 @@ public:
 
 } // namespace
 
-SyncScenario::SyncScenario()
+SyncScenario::SyncScenario(const GUID& class1, const GUID& class2) : classes_{class1, class2}
 {
     mbRestartModule();
-    const std::pair<const GUID*, std::u16string> sides[] = {{&fakeClass1, u"A"}, {&fakeClass2, u"B"}};
     for (const int i : {0, 1}) {
-        stores_[i] = std::make_shared<FakeStore>(sides[i].second);
+        stores_[i] = std::make_shared<FakeStore>(i == 0 ? u"A" : u"B");
         stores_[i]->options.shortName = i == 0 ? u"First" : u"Second";
         auto factory = com::make<FakeFactory>();
         factory->side = {i == 0 ? "1" : "2", stores_[i], log_};
-        com::check(CoRegisterClassObject(*sides[i].first, com::Ptr<IClassFactory>(factory).get(), CLSCTX_INPROC_SERVER, 1, &cookies_[i]));
+        com::check(CoRegisterClassObject(classes_[i], com::Ptr<IClassFactory>(factory).get(), CLSCTX_INPROC_SERVER, 1, &cookies_[i]));
     }
     sink_ = com::make<EventSinkFake>();
     synchronizer_ = create<ISynchronizer>(__uuidof(Synchronizer));
@@ -59,7 +58,7 @@ com::Ptr<ITrMap> SyncScenario::maps() { return create<ITrMap>(__uuidof(TrManager
 void SyncScenario::makeMap()
 {
     if (map_ != GUID_NULL) return;
-    ASSERT_EQ(maps()->Create(fakeClass1, fakeClass2, &map_), S_OK);
+    ASSERT_EQ(maps()->Create(classes_[0], classes_[1], &map_), S_OK);
 }
 
 void SyncScenario::setOption(_SyncOptions option, LONG value)
@@ -84,6 +83,21 @@ HRESULT SyncScenario::sync()
     sink_->labels.clear();
     return synchronizer_->Synchronize(map_, VARIANT_TRUE);
 }
+
+GUID SyncScenario::addMap()
+{
+    GUID made{};
+    EXPECT_EQ(maps()->Create(classes_[0], classes_[1], &made), S_OK);
+    return made;
+}
+
+HRESULT SyncScenario::syncMap(const GUID& map)
+{
+    log_->clear();
+    return synchronizer_->Synchronize(map, VARIANT_TRUE);
+}
+
+HRESULT SyncScenario::syncAll() { return syncMap(GUID_NULL); }
 
 HRESULT SyncScenario::resync()
 {

@@ -13,7 +13,8 @@ inline constexpr GUID fakeClass2{0xFA4E0002, 0x2222, 0x4222, {0x82, 0x22, 0x22, 
 
 class SyncScenario {
 public:
-    SyncScenario();
+    // The class under which the first fake is known; the second is fakeClass2.
+    explicit SyncScenario(const GUID& class1 = fakeClass1, const GUID& class2 = fakeClass2);
     SyncScenario(const SyncScenario&) = delete;
     SyncScenario& operator=(const SyncScenario&) = delete;
     ~SyncScenario();
@@ -26,6 +27,11 @@ public:
     // Makes the map if there is none, and runs it silently.
     HRESULT sync();
     HRESULT resync();
+    // Runs all maps.
+    HRESULT syncAll();
+    // One more map of the same two stores.
+    GUID addMap();
+    HRESULT syncMap(const GUID& map);
     void makeMap();
     [[nodiscard]] const GUID& map() const { return map_; }
     void setOption(_SyncOptions option, LONG value);
@@ -52,6 +58,7 @@ private:
     static HRESULT createObject(REFCLSID clsid, REFIID riid, void** out);
     std::shared_ptr<CallLog> log_ = std::make_shared<CallLog>();
     std::shared_ptr<FakeStore> stores_[2];
+    GUID classes_[2];
     DWORD cookies_[2]{};
     com::Ptr<EventSinkFake> sink_;
     com::Ptr<ISynchronizer> synchronizer_;

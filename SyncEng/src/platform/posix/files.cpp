@@ -105,6 +105,11 @@ bool fileExists(const fs::path& file) noexcept
     return ::stat(file.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
+bool openOrCreate(const fs::path& file) noexcept
+{
+    return static_cast<bool>(Descriptor(::open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666)));
+}
+
 bool createFolder(const fs::path& folder) noexcept
 {
     if (::mkdir(folder.c_str(), 0777) == 0) return true;

@@ -121,6 +121,9 @@ std::optional<std::u16string> environment(std::u16string_view name)
     return value ? std::optional(utf16(value)) : std::nullopt;
 }
 
+void setEnvironment(std::u16string_view name, std::u16string_view value) { ::setenv(utf8(name).c_str(), utf8(value).c_str(), 1); }
+const char16_t searchPathSeparator = u':';
+
 std::uint32_t processId() noexcept { return static_cast<std::uint32_t>(::getpid()); }
 std::uint32_t threadId() noexcept { return static_cast<std::uint32_t>(::syscall(SYS_gettid)); }
 

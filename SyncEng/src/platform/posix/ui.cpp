@@ -25,6 +25,8 @@ void showMessage(HWND, std::u16string_view text, std::u16string_view caption, Me
     }
 }
 
+bool showHelp(HWND, const std::filesystem::path&, unsigned) noexcept { return false; }
+
 void silenceSystemErrorBoxes() noexcept {}
 void prepareListViews() noexcept {}
 

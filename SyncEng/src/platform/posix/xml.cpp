@@ -50,6 +50,15 @@ std::vector<XmlElement> selectFrom(pugi::xml_node context, const std::string& xp
     return found;
 }
 
+// The node that holds an element's first text: the element itself for a text in front of all else.
+pugi::xml_node firstTextNode(pugi::xml_node element)
+{
+    if (*element.value()) return element;
+    for (pugi::xml_node child : element.children())
+        if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata) return child;
+    return {};
+}
+
 class SinkWriter final : public pugi::xml_writer {
 public:
     SinkWriter(void (*sink)(void*, std::string_view), void* to) : sink_(sink), to_(to) {}
@@ -100,6 +109,23 @@ void XmlElement::setText(std::string_view text) const
         n.remove_children();
     }
     n.text().set(text.data(), text.size());
+}
+
+std::optional<std::string> XmlElement::firstText() const
+{
+    const pugi::xml_node holder = firstTextNode(XmlAccess::node(*this));
+    return holder ? std::optional<std::string>(holder.value()) : std::nullopt;
+}
+
+bool XmlElement::setFirstText(std::string_view text) const
+{
+    pugi::xml_node holder = firstTextNode(XmlAccess::node(*this));
+    return holder && holder.set_value(text.data(), text.size());
+}
+
+void XmlElement::appendCData(std::string_view text) const
+{
+    XmlAccess::node(*this).append_child(pugi::node_cdata).set_value(text.data(), text.size());
 }
 
 std::optional<std::string> XmlElement::attribute(const char* name) const
