@@ -1,24 +1,12 @@
 #include "engine/ConfirmChanges.h"
 
 #include "engine/RecordChanges.h"
+#include "engine/ResolveConflicts.h"
 
 namespace mb {
 namespace {
 
 bool wantsChangeSet(const RecordTask& task) { return task.MappedId && !task.Changes && (task.Kind == TaskChange || task.Kind == TaskNew); }
-
-void fillFieldTypes(PipelinePass& pass)
-{
-    FieldTypeMap& types = pass.run.FieldTypes;
-    if (!types.empty()) return;
-    const auto fields1 = pass.fields(Side::One), fields2 = pass.fields(Side::Two);
-    for (std::size_t i = 0; i < fields1.size(); ++i) {
-        LONG type1 = 0, type2 = 0;
-        if (FAILED(com::call(pass.side(Side::One).field, &IField::GetFieldType, fields1[i], &type1))) continue;
-        if (FAILED(com::call(pass.side(Side::Two).field, &IField::GetFieldType, fields2[i], &type2))) continue;
-        types[type1] = type2;
-    }
-}
 
 std::unique_ptr<FieldValueMap> changeSet(PipelinePass& pass, Side side, const std::u16string& id, const RecordTask& task)
 {
@@ -39,7 +27,7 @@ void settle(PipelinePass& pass, Side side)
 
 HRESULT ConfirmChanges(PipelinePass& pass)
 {
-    fillFieldTypes(pass);
+    FillFieldTypes(pass);
     settle(pass, Side::One);
     settle(pass, Side::Two);
     return S_OK;

@@ -11,9 +11,6 @@
 
 namespace mb {
 
-// For each pair of mapped fields, the type on side 1 to the type on side 2.
-using FieldTypeMap = std::map<LONG, LONG>;
-
 enum TaskKind : LONG {
     TaskDelete = 0,  // delete the record of the key; runs on the side of the list that holds the task
     TaskChange = 1,  // the record of the key changed: update MappedId on the other side

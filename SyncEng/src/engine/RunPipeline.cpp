@@ -2,7 +2,9 @@
 
 #include "engine/AnalyzeHistory.h"
 #include "engine/ConfirmChanges.h"
+#include "engine/FindDuplicates.h"
 #include "engine/HistoryLinks.h"
+#include "engine/ResolveConflicts.h"
 #include "engine/ScanSide.h"
 #include "engine/WriteSide.h"
 #include "foundation/Log.h"
@@ -149,6 +151,9 @@ private:
         HRESULT hr = AnalyzeHistory(pass_);
         for (const Side side : bothSides)
             if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.Send[side]);
+        if (SUCCEEDED(hr)) hr = FindDuplicatesByTranslator(pass_);
+        if (SUCCEEDED(hr)) hr = ResolveConflicts(pass_);
+        if (SUCCEEDED(hr)) hr = FindDuplicates(pass_);
         if (SUCCEEDED(hr)) hr = ConfirmChanges(pass_);
         if (SUCCEEDED(hr) && pass_.Send[Side::Two]) LoadTargetFields(pass_);
         return hr;

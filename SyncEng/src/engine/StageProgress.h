@@ -13,6 +13,12 @@ public:
     HRESULT advance(double step) noexcept
     {
         percent_ += step;
+        return report();
+    }
+    // Goes on to the percentage, if it is not there yet.
+    HRESULT reach(double percent) noexcept { return percent_ < percent ? advance(percent - percent_) : S_OK; }
+    HRESULT report() noexcept
+    {
         if (!sink_) return S_OK;
         return com::call(sink_, &ISyncEvents::OnProgress2, label_.get(), percent_) == E_ABORT ? E_ABORT : S_OK;
     }

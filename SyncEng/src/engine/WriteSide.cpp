@@ -119,7 +119,8 @@ private:
         const std::u16string name = describe(task, target(), id);
         const com::Bstr key(id);
         const HRESULT hr = com::call(target().translator, &ITranslator::DeleteRecord, key.get());
-        if (FAILED(hr)) {
+        // A record that is gone already is what was wanted: a change that won over a deletion leaves the deletion's task behind.
+        if (FAILED(hr) && SUCCEEDED(com::call(target().translator, &ITranslator::FindRecord, key.get()))) {
             chargeFailure(pass_, targetSide_);
             return hr;
         }

@@ -3,6 +3,7 @@
 #pragma once
 #include "com.h"
 #include <algorithm>
+#include <map>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -49,6 +50,9 @@ public:
 private:
     std::vector<Item> items_; // sorted by type
 };
+
+// For each pair of mapped fields, the type on side 1 to the type on side 2.
+using FieldTypeMap = std::map<LONG, LONG>;
 
 std::u16string composeFieldData(const FieldValueMap& fields);
 // What has been read up to the first thing that cannot be read stands.

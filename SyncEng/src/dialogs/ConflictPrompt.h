@@ -1,0 +1,55 @@
+// The two questions of the conflict stage, and where it puts them. A front end shows them; while there is none, every question is
+// answered by cancelling, and nothing is written.
+#pragma once
+#include "interfaces.h"
+#include "store/FieldData.h"
+
+namespace mb {
+
+// One side of a question: its translator, that translator's class, and the record.
+struct ConflictSide {
+    ITranslator* translator = nullptr;
+    GUID clsid{};
+    std::u16string recordId;
+};
+
+// A contact that was changed on both sides.
+struct ConflictQuestion {
+    ConflictSide side1, side2;
+    FieldValueMap ChangeMap1, ChangeMap2; // read, and rewritten by a merge
+    const FieldTypeMap* FieldTypes = nullptr;
+    bool FieldMapChanged = false; // the conflict arises because the field map was changed
+    LONG ConflictIndex = 0, ConflictTotal = 0;
+    bool SyncImages = false;
+    HWND parent = nullptr;
+    // The answer.
+    LONG Resolution = croMerge; // may be preset
+    bool ApplyToAll = false;
+    std::vector<LONG> ConflictFields1, ConflictFields2; // in step, the fields that the list of the question walked
+};
+
+// A contact that was changed on one side and deleted on the other.
+struct DeleteConflictQuestion {
+    ConflictSide survivor; // the side that still has it
+    GUID deletedClsid{};   // the class of the other side's translator
+    _TransIds DeletedSide = idTrans1;
+    LONG ConflictIndex = 0, ConflictTotal = 0;
+    HWND parent = nullptr;
+    LONG Resolution = croNotify;
+    bool ApplyToAll = false;
+};
+
+class ConflictPrompt {
+public:
+    virtual ~ConflictPrompt() = default;
+    // False for any ending but OK.
+    virtual bool ask(ConflictQuestion& question) = 0;
+    virtual bool ask(DeleteConflictQuestion& question) = 0;
+};
+
+// The front end of this process; null for none. The caller keeps it alive, and gets the former one.
+ConflictPrompt* SetConflictPrompt(ConflictPrompt* prompt) noexcept;
+bool AskConflict(ConflictQuestion& question);
+bool AskConflict(DeleteConflictQuestion& question);
+
+} // namespace mb

@@ -1,0 +1,109 @@
+#include "engine/Conflicts.h"
+#include "engine/ImageFields.h"
+#include "engine/RecordChanges.h"
+#include "engine/StageProgress.h"
+#include "text.h"
+#include <unordered_map>
+
+namespace mb {
+namespace {
+
+// The tasks of side 2 by the record on side 1 that they name, folded, each in the order of the list.
+using PartnersOf = std::unordered_map<std::u16string, std::vector<TaskList::iterator>>;
+
+PartnersOf indexPartners(TaskList& tasks)
+{
+    PartnersOf partners;
+    for (auto at = tasks.begin(); at != tasks.end(); ++at)
+        if (at->second.MappedId) partners[platform::lowered(*at->second.MappedId)].push_back(at);
+    return partners;
+}
+
+class Detection {
+public:
+    Detection(PipelinePass& pass, ConflictTable& conflicts) : pass_(pass), run_(pass.run), conflicts_(conflicts) {}
+
+    void examine(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
+    {
+        if (e1.Changes || e2.Changes)
+            examineReadPair(id1, e1, id2, e2);
+        else if (e1.Kind == TaskDelete || e2.Kind == TaskDelete)
+            add(id1, {id2, true, deleteAction(e1)});
+        else
+            examineChangedPair(id1, e1, id2, e2);
+    }
+
+private:
+    // The first conflict of a record stands.
+    void add(const std::u16string& id1, Conflict conflict) { conflicts_.try_emplace(id1, std::move(conflict)); }
+
+    // Wanted: where all changes are to be added the changed side survives, by the option for conflicts and not by that for deletions.
+    LONG deleteAction(const RecordTask& e1) const
+    {
+        if (run_.Options.ConflictResolution != croAddAll) return run_.Options.DelConflictResolution;
+        return e1.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
+    }
+
+    void examineChangedPair(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
+    {
+        FieldValueMap changes1 = ReadRecordChanges(pass_, Side::One, id1, ReadErrors::SkipField, e1.FieldMapRemapped);
+        FieldValueMap changes2 = ReadRecordChanges(pass_, Side::Two, id2, ReadErrors::SkipField, e2.FieldMapRemapped);
+        if (ChangesOverlap(changes1, changes2, run_.FieldTypes)) add(id1, {id2, false, run_.Options.ConflictResolution});
+        e1.Changes = std::make_unique<FieldValueMap>(std::move(changes1));
+        e2.Changes = std::make_unique<FieldValueMap>(std::move(changes2));
+    }
+
+    // A pair that a search for duplicates made, or that an earlier call has read. Wanted: the options are not consulted.
+    void examineReadPair(const std::u16string& id1, const RecordTask& e1, const std::u16string& id2, const RecordTask& e2)
+    {
+        if (!e1.Changes || !e2.Changes || e1.Changes->empty() || e2.Changes->empty()) return;
+        const bool hasImage = e1.Changes->contains(ftImage1) || e1.Changes->contains(ftImage2);
+        if (!hasImage || anyMappedFieldIn(*e1.Changes, *e2.Changes)) add(id1, {id2, false, croNotify});
+    }
+
+    bool anyMappedFieldIn(const FieldValueMap& changes1, const FieldValueMap& changes2) const
+    {
+        return std::any_of(changes1.begin(), changes1.end(), [&](const auto& field) {
+            const auto mapped = run_.FieldTypes.find(field.first);
+            return mapped != run_.FieldTypes.end() && changes2.contains(mapped->second);
+        });
+    }
+
+    PipelinePass& pass_;
+    RunState& run_;
+    ConflictTable& conflicts_;
+};
+
+} // namespace
+
+HRESULT DetectConflicts(PipelinePass& pass, StageProgress& progress, ConflictTable& conflicts)
+{
+    TaskList &tasks1 = pass.side(Side::One).Tasks, &tasks2 = pass.side(Side::Two).Tasks;
+    const PartnersOf partners = indexPartners(tasks2);
+    const double step = 50.0 / static_cast<double>(tasks1.size());
+    Detection detection(pass, conflicts);
+    for (auto& [id1, e1] : tasks1) {
+        if (!e1.MappedId || e1.Settled) continue;
+        if (const auto found = partners.find(platform::lowered(id1)); found != partners.end())
+            for (const TaskList::iterator e2 : found->second) detection.examine(id1, e1, e2->first, e2->second);
+        if (progress.advance(step) == E_ABORT) return E_ABORT;
+    }
+    return progress.reach(50.0);
+}
+
+ConflictFields ListConflictFields(bool includeImages, const FieldValueMap& changes1, const FieldValueMap& changes2,
+                                  const FieldTypeMap& types)
+{
+    ConflictFields fields;
+    for (const auto& [type1, value] : changes1) {
+        if (!includeImages && isImageType(type1)) continue;
+        const auto mapped = types.find(type1);
+        const LONG type2 = mapped == types.end() ? type1 : mapped->second;
+        if (!changes2.contains(type2)) continue;
+        fields.side1.push_back(type1);
+        fields.side2.push_back(type2);
+    }
+    return fields;
+}
+
+} // namespace mb

@@ -1,0 +1,332 @@
+#include "engine/FindDuplicates.h"
+
+#include "engine/FailureReport.h"
+#include "engine/ImageFields.h"
+#include "engine/MatchRules.h"
+#include "engine/PairDuplicates.h"
+#include "engine/RankCandidates.h"
+#include "engine/ReadText.h"
+#include "engine/RecordIndex.h"
+#include "engine/ResolveConflicts.h"
+#include "engine/StageProgress.h"
+#include "foundation/Log.h"
+#include "foundation/Strings.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+// Fields that take no part in the digest of a record's content.
+bool isKeyField(LONG type)
+{
+    switch (type) {
+    case ftNotes:
+    case ftLastName:
+    case ftFirstName:
+    case ftEmail1:
+    case ftCategories:
+    case ftRecordStatus: return true;
+    default: return false;
+    }
+}
+
+void appendNumber(std::u16string& text, std::size_t number)
+{
+    const std::string digits = std::to_string(number);
+    text.append(digits.begin(), digits.end());
+}
+
+// No new record on one of the sides: there is nothing to search for.
+bool nothingToSearch(const PipelinePass& pass)
+{
+    for (const Side side : {Side::One, Side::Two})
+        if (pass.sides[side].Tasks.empty() || !pass.run.side(side).HasAdditions) return true;
+    return false;
+}
+
+HRESULT closeSearch(PipelinePass& pass, HRESULT hr, bool foundAny)
+{
+    if (!foundAny) WriteLogResource(1, 153);
+    if (SUCCEEDED(hr)) hr = ResolveConflicts(pass);
+    pass.run.FieldMapRebuilt = false;
+    return hr;
+}
+
+// A pass of the search has its own label; the two rounds of the third share one and go on counting.
+class DuplicateSearch {
+public:
+    DuplicateSearch(PipelinePass& pass, RecordIndex& index1, RecordIndex& index2)
+        : pass_(pass), run_(pass.run), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), index1_(index1), index2_(index2),
+          rows_(BuildMatchRows(pass))
+    {
+    }
+
+    HRESULT run()
+    {
+        WriteLogText(1, u"\r");
+        HRESULT hr = indexSideOne();
+        if (SUCCEEDED(hr)) hr = findExact();
+        if (SUCCEEDED(hr)) hr = findConflicting();
+        return hr;
+    }
+    [[nodiscard]] bool foundAny() const noexcept { return FoundAny; }
+
+private:
+    struct Keys {
+        std::u16string lastName, firstName, email, digest;
+    };
+
+    StageProgress progressOf(int contactId, int categoryId) const
+    {
+        return {run_.EventSink, LoadText(run_.CategoryPass ? categoryId : contactId)};
+    }
+
+    HRESULT indexSideOne()
+    {
+        StageProgress progress = progressOf(192, 222);
+        LONG count = 0;
+        (void)com::call(one_.translator, &ITranslator::GetRecordCount, &count);
+        for (LONG i = 0; i < count; ++i) {
+            com::Bstr id;
+            if (SUCCEEDED(com::call(one_.translator, &ITranslator::GetRecordID, i, id.put()))) {
+                const auto task = FindTask(one_.Tasks, id.text());
+                if (task != one_.Tasks.end() && isOpenNew(task->second)) {
+                    const HRESULT hr = addRecord(Side::One, task, index1_, nullptr);
+                    if (FAILED(hr)) return hr;
+                }
+            }
+            if (progress.advance(100.0 / count) == E_ABORT) return E_ABORT;
+        }
+        return S_OK;
+    }
+
+    // Reads a new record into its values and its side's index. A record whose reading the user cancelled is passed over; any other
+    // failure ends the search. Wanted: it is charged to translator 1 on both sides.
+    HRESULT addRecord(Side side, TaskList::iterator task, RecordIndex& index, Keys* out)
+    {
+        PassSide& own = pass_.side(side);
+        const com::Bstr id(task->first);
+        const HRESULT hr = com::call(own.translator, &ITranslator::BeginReadRecord, id.get());
+        if (hr == E_ABORT) return S_OK;
+        if (FAILED(hr)) {
+            chargeFailure(pass_, Side::One);
+            return hr;
+        }
+        task->second.Values = std::make_unique<FieldValueMap>();
+        Keys keys = readKeys(side, id.get(), *task->second.Values);
+        (void)com::call(own.translator, &ITranslator::EndReadRecord, id.get());
+        index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
+        if (out) *out = std::move(keys);
+        return S_OK;
+    }
+
+    Keys readKeys(Side side, BSTR id, FieldValueMap& values)
+    {
+        Keys keys;
+        const auto fields = pass_.fields(side);
+        const LONG lastName = side == Side::One ? ftLastName : rows_.lastName2,
+                   firstName = side == Side::One ? ftFirstName : rows_.firstName.type2,
+                   email = side == Side::One ? ftEmail1 : rows_.email.type2;
+        for (std::size_t j = 0; j < rows_.rows.size(); ++j) {
+            const MatchRow& row = rows_.rows[j];
+            const LONG type = fieldOf(row, side).type;
+            std::u16string& value = values[type];
+            if (isImageType(type)) continue; // pictures take no part yet
+            com::Variant read;
+            const HRESULT hr = com::call(pass_.side(side).translator, &ITranslator::ReadField, id, fields[j], read.put());
+            const bool hasText = SUCCEEDED(hr) && read.vt == VT_BSTR && read.bstrVal;
+            if (!hasText) continue; // it leaves no trace in the digest
+            value = read.text();
+            if (type == lastName) keys.lastName = value;
+            if (type == firstName) keys.firstName = value;
+            if (type == email) keys.email = value;
+            if (!isKeyField(type)) appendPart(keys.digest, value, row.field1.type, fieldOf(row, otherSide(side)), j);
+        }
+        for (std::u16string* text : {&keys.lastName, &keys.firstName, &keys.email, &keys.digest}) *text = platform::lowered(*text);
+        return keys;
+    }
+
+    // The value as the other side's field could hold it, and its row's number, which keeps one text in two fields apart.
+    static void appendPart(std::u16string& digest, const std::u16string& value, LONG type, const MatchField& other, std::size_t row)
+    {
+        if (!value.empty()) digest += AlnumOnly(FitForTarget(value, type, other.flags, other.maxLength));
+        appendNumber(digest, row);
+    }
+
+    HRESULT findExact()
+    {
+        StageProgress progress = progressOf(196, 223);
+        const double step = 100.0 / static_cast<double>(two_.Tasks.size());
+        for (auto at = two_.Tasks.begin(); at != two_.Tasks.end();) {
+            const auto e2 = at++;
+            if (isOpenNew(e2->second)) {
+                Keys keys;
+                const HRESULT hr = addRecord(Side::Two, e2, index2_, &keys);
+                if (FAILED(hr)) return hr;
+                if (const auto id1 = firstOpenRecord(index1_.withContentAlone(keys.digest))) pair(*id1, e2->first);
+            }
+            if (progress.advance(step) == E_ABORT) return E_ABORT;
+        }
+        return S_OK;
+    }
+
+    HRESULT findConflicting()
+    {
+        StageProgress progress = progressOf(197, 224);
+        const std::vector<std::size_t> open = index2_.open();
+        if (open.empty()) return S_OK;
+        HRESULT hr = round(progress, open, [&](const RecordIndex::Entry& entry) { return byDigest(entry); });
+        if (SUCCEEDED(hr)) hr = round(progress, index2_.open(), [&](const RecordIndex::Entry& entry) { return byRule(entry); });
+        return SUCCEEDED(hr) ? progress.reach(100.0) : hr;
+    }
+
+    template <class Search> HRESULT round(StageProgress& progress, const std::vector<std::size_t>& open, Search&& search)
+    {
+        const double step = open.empty() ? 0.0 : 100.0 / static_cast<double>(open.size());
+        for (const std::size_t position : open) {
+            const RecordIndex::Entry entry = index2_[position];
+            const auto e2 = FindTask(two_.Tasks, entry.id);
+            bool found = false;
+            if (e2 != two_.Tasks.end() && isOpenNew(e2->second))
+                if (const auto id1 = search(entry)) {
+                    pair(*id1, entry.id);
+                    found = true;
+                }
+            if (progress.advance(found ? step : 0.0) == E_ABORT) return E_ABORT;
+        }
+        return S_OK;
+    }
+
+    // A first name and no e-mail: the record is never looked up by an empty e-mail.
+    static bool mayAskByEmail(const RecordIndex::Entry& entry) { return entry.firstName.empty() || !entry.email.empty(); }
+
+    std::optional<std::u16string> byDigest(const RecordIndex::Entry& entry)
+    {
+        auto found = firstOpenRecord(index1_.withNameAndContent(entry.lastName, entry.firstName, entry.digest));
+        if (!found && mayAskByEmail(entry)) found = firstOpenRecord(index1_.withEmailAndContent(entry.lastName, entry.email, entry.digest));
+        return found;
+    }
+
+    std::optional<std::u16string> byRule(const RecordIndex::Entry& entry)
+    {
+        auto found = pickFromNodes(index1_.withNameAndEmail(entry.lastName, entry.firstName, entry.email), entry);
+        if (!found) found = pickFromNodes(index1_.withName(entry.lastName, entry.firstName), entry);
+        if (!found && mayAskByEmail(entry)) found = pickFromNodes(index1_.withEmail(entry.lastName, entry.email), entry);
+        return found;
+    }
+
+    std::optional<std::u16string> firstOpenRecord(RecordIndex::Found found) const
+    {
+        for (const std::size_t position : found) {
+            if (!index1_.isOpen(position)) continue;
+            const auto task = FindTask(one_.Tasks, index1_[position].id);
+            if (task != one_.Tasks.end() && !task->second.MappedId) return index1_[position].id;
+        }
+        return std::nullopt;
+    }
+
+    std::optional<std::u16string> pickFromNodes(RecordIndex::Found found, const RecordIndex::Entry& entry)
+    {
+        std::vector<std::u16string> candidates;
+        for (const std::size_t position : found)
+            if (index1_.isOpen(position)) candidates.push_back(index1_[position].id);
+        if (candidates.empty()) return std::nullopt;
+        return RankCandidates(pass_, entry.id, {entry.lastName, entry.firstName, entry.email}, candidates, rows_);
+    }
+
+    void pair(const std::u16string& id1, const std::u16string& id2)
+    {
+        FoundAny = true;
+        const DroppedTasks dropped = PairDuplicates(pass_, id1, id2, rows_);
+        index1_.MarkRecordMapped(id1, id2);
+        index2_.MarkRecordMapped(id2, id1);
+        dropTasks(id1, id2, dropped);
+    }
+
+    void dropTasks(const std::u16string& id1, const std::u16string& id2, const DroppedTasks& dropped)
+    {
+        if (dropped.drop1)
+            if (auto at = FindTask(one_.Tasks, id1); at != one_.Tasks.end()) (void)DropTask(at, one_.Tasks);
+        if (dropped.drop2)
+            if (auto at = FindTask(two_.Tasks, id2); at != two_.Tasks.end()) (void)DropTask(at, two_.Tasks);
+    }
+
+    PipelinePass& pass_;
+    RunState& run_;
+    PassSide &one_, &two_;
+    RecordIndex &index1_, &index2_;
+    MatchRows rows_;
+    bool FoundAny = false;
+};
+
+} // namespace
+
+HRESULT FindDuplicates(PipelinePass& pass)
+{
+    RecordIndex index1, index2;
+    if (!index1.create() || !index2.create()) return FindDuplicatesInMemory(pass);
+    if (nothingToSearch(pass)) {
+        WriteLogResource(1, 153);
+        return S_OK;
+    }
+    DuplicateSearch search(pass, index1, index2);
+    const HRESULT hr = search.run();
+    return closeSearch(pass, hr, search.foundAny());
+}
+
+HRESULT FindDuplicatesInMemory(PipelinePass& pass)
+{
+    if (nothingToSearch(pass)) {
+        WriteLogResource(1, 153);
+        return S_OK;
+    }
+    const MatchRows rows = BuildMatchRows(pass);
+    PassSide &one = pass.side(Side::One), &two = pass.side(Side::Two);
+    const auto readAll = [&](Side side, BSTR id, RecordTask& task) {
+        task.Values = std::make_unique<FieldValueMap>();
+        const auto fields = pass.fields(side);
+        for (std::size_t j = 0; j < rows.rows.size(); ++j) {
+            const LONG type = fieldOf(rows.rows[j], side).type;
+            std::u16string& value = (*task.Values)[type];
+            if (!isImageType(type)) (void)readText(pass.side(side).translator.get(), id, fields[j], value);
+        }
+        (void)com::call(pass.side(side).translator, &ITranslator::EndReadRecord, id);
+    };
+
+    std::vector<std::u16string> candidates;
+    LONG count = 0;
+    (void)com::call(one.translator, &ITranslator::GetRecordCount, &count);
+    for (LONG i = 0; i < count; ++i) {
+        com::Bstr id;
+        if (FAILED(com::call(one.translator, &ITranslator::GetRecordID, i, id.put()))) continue;
+        const auto task = FindTask(one.Tasks, id.text());
+        if (task == one.Tasks.end() || !isOpenNew(task->second)) continue;
+        if (FAILED(com::call(one.translator, &ITranslator::BeginReadRecord, id.get()))) continue;
+        readAll(Side::One, id.get(), task->second);
+        candidates.push_back(task->first);
+    }
+
+    StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? 225 : 164));
+    const double step = 100.0 / static_cast<double>(two.Tasks.size());
+    bool foundAny = false;
+    HRESULT hr = S_OK;
+    for (auto at = two.Tasks.begin(); SUCCEEDED(hr) && at != two.Tasks.end();) {
+        const auto e2 = at++;
+        const com::Bstr id(e2->first);
+        if (!isOpenNew(e2->second) || FAILED(com::call(two.translator, &ITranslator::BeginReadRecord, id.get()))) continue;
+        readAll(Side::Two, id.get(), e2->second);
+        const MatchKeys keys{std::u16string(valueOf(e2->second, rows.lastName2)), std::u16string(valueOf(e2->second, rows.firstName.type2)),
+                             std::u16string(valueOf(e2->second, rows.email.type2))};
+        const std::u16string id2 = e2->first;
+        if (const auto id1 = RankCandidates(pass, id2, keys, candidates, rows)) {
+            foundAny = true;
+            const DroppedTasks dropped = PairDuplicates(pass, *id1, id2, rows);
+            if (auto task = FindTask(one.Tasks, *id1); dropped.drop1 && task != one.Tasks.end()) (void)DropTask(task, one.Tasks);
+            if (auto task = FindTask(two.Tasks, id2); dropped.drop2 && task != two.Tasks.end()) (void)DropTask(task, two.Tasks);
+        }
+        hr = progress.advance(step) == E_ABORT ? E_ABORT : S_OK;
+    }
+    return closeSearch(pass, hr, foundAny);
+}
+
+} // namespace mb

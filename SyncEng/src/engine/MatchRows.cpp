@@ -1,0 +1,48 @@
+#include "engine/MatchRows.h"
+
+namespace mb {
+namespace {
+
+bool readField(const PassSide& side, const GUID& field, MatchField& out)
+{
+    if (FAILED(com::call(side.field, &IField::GetFieldType, field, &out.type))) return false;
+    if (FAILED(com::call(side.field, &IField::GetFlags, field, &out.flags))) out.flags = 0;
+    if (FAILED(com::call(side.field, &IField::GetMaxLength, field, &out.maxLength))) out.maxLength = noMaxLength;
+    return true;
+}
+
+SpecialField* specialOf(MatchRows& rows, LONG type)
+{
+    switch (type) {
+    case ftFirstName: return &rows.firstName;
+    case ftEmail1: return &rows.email;
+    case ftNotes: return &rows.notes;
+    case ftCategories: return &rows.categories;
+    default: return nullptr;
+    }
+}
+
+} // namespace
+
+MatchRows BuildMatchRows(PipelinePass& pass)
+{
+    MatchRows made;
+    const auto fields1 = pass.fields(Side::One), fields2 = pass.fields(Side::Two);
+    for (std::size_t i = 0; i < fields1.size(); ++i) {
+        MatchRow row;
+        if (!readField(pass.side(Side::One), fields1[i], row.field1) || !readField(pass.side(Side::Two), fields2[i], row.field2)) continue;
+        made.rows.push_back(row);
+        if (row.field1.type == ftLastName) made.lastName2 = row.field2.type;
+        if (SpecialField* special = specialOf(made, row.field1.type))
+            *special = {row.field2.type, row.field1.flags, row.field2.flags, row.field1.maxLength, row.field2.maxLength};
+    }
+    return made;
+}
+
+FieldValueMap& changesOf(RecordTask& task)
+{
+    if (!task.Changes) task.Changes = std::make_unique<FieldValueMap>();
+    return *task.Changes;
+}
+
+} // namespace mb

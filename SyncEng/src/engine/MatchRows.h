@@ -1,0 +1,48 @@
+// The mapped fields as the search for duplicates sees them: one row for each pair of fields that both sides know.
+#pragma once
+#include "engine/PipelinePass.h"
+
+namespace mb {
+
+inline constexpr ULONG noMaxLength = 0xFFFFFFFF;
+
+struct MatchField {
+    LONG type = 0;
+    ULONG flags = 0, maxLength = noMaxLength;
+};
+
+struct MatchRow {
+    MatchField field1, field2;
+};
+
+// A field that the rules treat by itself: what side 2 has for it, and how both sides hold it. All zero if it is not mapped.
+struct SpecialField {
+    LONG type2 = 0;
+    ULONG flags1 = 0, flags2 = 0, maxLength1 = 0, maxLength2 = 0;
+};
+
+struct MatchRows {
+    // Wanted: a pair of fields that a side does not know shifts the rows against the mapped fields.
+    std::vector<MatchRow> rows;
+    SpecialField firstName, email, notes, categories;
+    LONG lastName2 = 0;
+};
+
+MatchRows BuildMatchRows(PipelinePass& pass);
+
+inline const MatchField& fieldOf(const MatchRow& row, Side side) noexcept { return side == Side::One ? row.field1 : row.field2; }
+
+// A record takes part in the search only if it is new and nothing was found for it yet.
+inline bool isOpenNew(const RecordTask& task) noexcept { return task.Kind == TaskNew && (!task.MappedId || task.MappedId->empty()); }
+
+// A value of a record that was read; the empty text where it has none.
+inline std::u16string_view valueOf(const RecordTask& task, LONG type)
+{
+    if (!task.Values) return {};
+    const auto at = task.Values->find(type);
+    return at == task.Values->end() ? std::u16string_view() : std::u16string_view(at->second);
+}
+
+FieldValueMap& changesOf(RecordTask& task);
+
+} // namespace mb

@@ -1,0 +1,172 @@
+#include "engine/ResolveConflicts.h"
+
+#include "dialogs/ConflictPrompt.h"
+#include "engine/DescribeRecord.h"
+#include "engine/SettleConflict.h"
+#include "engine/StageProgress.h"
+#include "foundation/Log.h"
+#include "foundation/SilentMode.h"
+#include "foundation/Strings.h"
+
+namespace mb {
+namespace {
+
+enum class Asked { Answered, Cancelled, Skipped };
+
+class ConflictStage {
+public:
+    explicit ConflictStage(PipelinePass& pass)
+        : pass_(pass), run_(pass.run), tasks1_(pass.side(Side::One).Tasks), tasks2_(pass.side(Side::Two).Tasks),
+          progress_(run_.EventSink, LoadText(run_.CategoryPass ? 226 : 169))
+    {
+    }
+
+    HRESULT run()
+    {
+        if (tasks1_.empty() || tasks2_.empty()) {
+            WriteLogResource(1, 151);
+            return S_OK;
+        }
+        FillFieldTypes(pass_);
+        WriteLogText(1, u"\r");
+        const HRESULT hr = DetectConflicts(pass_, progress_, conflicts_);
+        if (hr == E_ABORT) return hr;
+        if (conflicts_.empty()) {
+            WriteLogResource(1, 151);
+            return progress_.reach(100.0);
+        }
+        return decideAll();
+    }
+
+private:
+    HRESULT decideAll()
+    {
+        total_ = static_cast<LONG>(conflicts_.size());
+        const double step = 50.0 / static_cast<double>(total_);
+        for (auto& [id, conflict] : conflicts_) {
+            ++index_;
+            ConflictPair pair{FindTask(tasks1_, id), FindTask(tasks2_, conflict.partner), {}, {}, std::nullopt};
+            if (pair.e1 != tasks1_.end() && pair.e2 != tasks2_.end()) {
+                const Asked asked = decide(pair, conflict);
+                if (asked == Asked::Cancelled) return E_ABORT;
+                if (asked == Asked::Skipped) continue;
+            }
+            if (progress_.advance(step) == E_ABORT) return E_ABORT;
+        }
+        return progress_.reach(100.0);
+    }
+
+    Asked decide(ConflictPair& pair, const Conflict& conflict)
+    {
+        LONG resolution = planned(pair, conflict);
+        if (LogLevelMask & 1)
+            WriteLogResource(1, 152, DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).translator.get(), pair.e1->first));
+        if (resolution == croNotify) {
+            if (SilentMode) {
+                resolution = silentChoice(pair, conflict);
+            } else {
+                const Asked asked = conflict.isDelete ? askDelete(pair, resolution) : askChange(pair, resolution);
+                if (asked != Asked::Answered) return asked;
+            }
+        }
+        SettleConflict(pass_, pair, resolution);
+        return Asked::Answered;
+    }
+
+    LONG planned(ConflictPair& pair, const Conflict& conflict)
+    {
+        if (conflict.isDelete) return ApplyAllDelete ? run_.Options.DelConflictResolution : conflict.action;
+        if (!ApplyAllChange) return conflict.action;
+        const RecordTask &e1 = pair.e1->second, &e2 = pair.e2->second;
+        if (e1.Changes && e2.Changes) pair.fields = ListConflictFields(run_.imagesUsable(), *e1.Changes, *e2.Changes, run_.FieldTypes);
+        return run_.Options.ConflictResolution;
+    }
+
+    // Without a user both contacts of a pair are kept, and a changed record survives a deletion.
+    static LONG silentChoice(const ConflictPair& pair, const Conflict& conflict)
+    {
+        if (!conflict.isDelete) return croAddAll;
+        return pair.e1->second.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
+    }
+
+    ConflictSide sideOf(Side side, std::u16string recordId)
+    {
+        return {pass_.side(side).translator.get(), run_.side(side).Id, std::move(recordId)};
+    }
+
+    Asked askDelete(const ConflictPair& pair, LONG& resolution)
+    {
+        if (ApplyAllDelete) return Asked::Answered;
+        const bool goneOnOne = pair.e1->second.Kind == TaskDelete;
+        DeleteConflictQuestion question;
+        question.survivor = goneOnOne ? sideOf(Side::Two, pair.e2->first) : sideOf(Side::One, pair.e1->first);
+        question.deletedClsid = run_.side(goneOnOne ? Side::One : Side::Two).Id;
+        question.DeletedSide = goneOnOne ? idTrans1 : idTrans2;
+        question.ConflictIndex = index_;
+        question.ConflictTotal = total_;
+        question.parent = run_.ParentWindow;
+        if (!AskConflict(question)) return Asked::Cancelled;
+        resolution = question.Resolution;
+        if (question.ApplyToAll) {
+            ApplyAllDelete = true;
+            run_.Options.DelConflictResolution = resolution;
+        }
+        return Asked::Answered;
+    }
+
+    Asked askChange(ConflictPair& pair, LONG& resolution)
+    {
+        if (ApplyAllChange) return Asked::Answered;
+        const RecordTask &e1 = pair.e1->second, &e2 = pair.e2->second;
+        if (!e1.Changes || !e2.Changes) return Asked::Skipped;
+        ConflictQuestion question;
+        question.side1 = sideOf(Side::One, pair.e1->first);
+        question.side2 = sideOf(Side::Two, e1.MappedId.value_or(std::u16string()));
+        question.ChangeMap1 = *e1.Changes;
+        question.ChangeMap2 = *e2.Changes;
+        question.FieldTypes = &run_.FieldTypes;
+        question.FieldMapChanged = run_.FieldMapUpdated;
+        question.ConflictIndex = index_;
+        question.ConflictTotal = total_;
+        question.SyncImages = run_.imagesUsable();
+        question.parent = run_.ParentWindow;
+        if (run_.FieldMapRebuilt) question.Resolution = croTrans1Wins;
+        if (!AskConflict(question)) return Asked::Cancelled;
+        resolution = question.Resolution;
+        pair.Scratch1 = std::move(question.ChangeMap1);
+        pair.Scratch2 = std::move(question.ChangeMap2);
+        pair.fields = ConflictFields{std::move(question.ConflictFields1), std::move(question.ConflictFields2)};
+        if (question.ApplyToAll) {
+            ApplyAllChange = true;
+            run_.Options.ConflictResolution = resolution;
+        }
+        return Asked::Answered;
+    }
+
+    PipelinePass& pass_;
+    RunState& run_;
+    TaskList &tasks1_, &tasks2_;
+    StageProgress progress_;
+    ConflictTable conflicts_;
+    LONG index_ = 0, total_ = 0;
+    bool ApplyAllChange = false, ApplyAllDelete = false;
+};
+
+} // namespace
+
+HRESULT ResolveConflicts(PipelinePass& pass) { return ConflictStage(pass).run(); }
+
+void FillFieldTypes(PipelinePass& pass)
+{
+    FieldTypeMap& types = pass.run.FieldTypes;
+    if (!types.empty()) return;
+    const auto fields1 = pass.fields(Side::One), fields2 = pass.fields(Side::Two);
+    for (std::size_t i = 0; i < fields1.size(); ++i) {
+        LONG type1 = 0, type2 = 0;
+        if (FAILED(com::call(pass.side(Side::One).field, &IField::GetFieldType, fields1[i], &type1))) continue;
+        if (FAILED(com::call(pass.side(Side::Two).field, &IField::GetFieldType, fields2[i], &type2))) continue;
+        types[type1] = type2;
+    }
+}
+
+} // namespace mb

@@ -1,0 +1,109 @@
+#include "engine/SettleConflict.h"
+
+namespace mb {
+namespace {
+
+class Settlement {
+public:
+    Settlement(PipelinePass& pass, ConflictPair& pair) : pass_(pass), run_(pass.run), pair_(pair) {}
+
+    // Each record stands alone from now on.
+    void dissolve()
+    {
+        for (const Side side : {Side::One, Side::Two}) {
+            close(task(side));
+            task(side).Changes.reset();
+        }
+    }
+
+    void deleteBoth()
+    {
+        for (const Side side : {Side::One, Side::Two}) {
+            close(task(side));
+            makeDeletion(side);
+        }
+    }
+
+    void letWin(Side winner)
+    {
+        const Side loser = otherSide(winner);
+        if (task(winner).Kind == TaskDelete) {
+            // The deletion travels to the other side.
+            const std::u16string gone = entry(winner)->first;
+            close(task(loser));
+            makeDeletion(loser);
+            run_.side(winner).HistoryRemovals.push_back(gone);
+            takeOut(winner);
+        } else if (task(loser).Kind == TaskDelete) {
+            // The winner goes to the other side as a new record.
+            close(task(winner));
+            run_.side(loser).HistoryRemovals.push_back(entry(loser)->first);
+        } else {
+            dropLostChanges(loser);
+        }
+    }
+
+    void merge()
+    {
+        keepMerged(Side::One, pair_.Scratch1);
+        keepMerged(Side::Two, pair_.Scratch2);
+    }
+
+private:
+    TaskList::iterator& entry(Side side) { return side == Side::One ? pair_.e1 : pair_.e2; }
+    RecordTask& task(Side side) { return entry(side)->second; }
+
+    static void close(RecordTask& task)
+    {
+        task.MappedId.reset();
+        task.Settled = 1;
+    }
+
+    void makeDeletion(Side side)
+    {
+        task(side).Kind = TaskDelete;
+        run_.side(side).HasDeletions = true;
+    }
+
+    void takeOut(Side side) { (void)DropTask(entry(side), pass_.side(side).Tasks); }
+
+    void dropLostChanges(Side loser)
+    {
+        if (!pair_.fields && task(Side::One).Changes && task(Side::Two).Changes)
+            pair_.fields = ListConflictFields(run_.imagesUsable(), *task(Side::One).Changes, *task(Side::Two).Changes, run_.FieldTypes);
+        const ConflictFields fields = pair_.fields.value_or(ConflictFields());
+        const std::vector<LONG>& lost = loser == Side::One ? fields.side1 : fields.side2;
+        FieldValueMap* changes = task(loser).Changes.get();
+        if (lost.size() == (changes ? changes->size() : 0)) return takeOut(loser);
+        if (changes)
+            for (const LONG type : lost) changes->erase(type);
+    }
+
+    void keepMerged(Side side, const FieldValueMap& merged)
+    {
+        if (merged.empty()) return takeOut(side);
+        task(side).Changes = std::make_unique<FieldValueMap>(merged);
+        task(side).Settled = 1;
+    }
+
+    PipelinePass& pass_;
+    RunState& run_;
+    ConflictPair& pair_;
+};
+
+} // namespace
+
+void SettleConflict(PipelinePass& pass, ConflictPair& pair, LONG resolution)
+{
+    Settlement settlement(pass, pair);
+    switch (resolution) {
+    case croAddAll: return settlement.dissolve();
+    case croDeleteAll: return settlement.deleteBoth();
+    case croTrans1Wins: return settlement.letWin(Side::One);
+    case croTrans2Wins: return settlement.letWin(Side::Two);
+    case croMerge: return settlement.merge();
+    default: return; // asked for, and answered for all already
+    }
+}
+
+} // namespace mb
