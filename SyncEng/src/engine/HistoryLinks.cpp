@@ -8,8 +8,13 @@ HRESULT UnlinkHistoryEntry(CSyncHistory& history, Side side, const std::u16strin
     entry.Id = recordId;
     HRESULT hr = history.ReadEntry(sectionOf(side), entry, false);
     if (SUCCEEDED(hr)) hr = history.DeleteEntry(sectionOf(side), recordId, false);
-    if (SUCCEEDED(hr)) hr = history.DeleteEntry(sectionOf(otherSide(side)), entry.MappedId, false);
-    return hr;
+    if (FAILED(hr)) return hr;
+    // A partner that was linked anew in the meantime keeps its new link.
+    HistoryEntry partner;
+    partner.Id = entry.MappedId;
+    const Side partnerSide = otherSide(side);
+    if (SUCCEEDED(history.ReadEntry(sectionOf(partnerSide), partner, false)) && partner.MappedId != recordId) return S_OK;
+    return history.DeleteEntry(sectionOf(partnerSide), entry.MappedId, false);
 }
 
 HRESULT RekeyHistoryEntry(CSyncHistory& history, Side side, const std::u16string& oldId, const std::u16string& newId, Side partnerSide)

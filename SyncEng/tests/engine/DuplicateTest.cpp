@@ -1,0 +1,176 @@
+#include "SyncScenario.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using mbtest::FakeValues;
+using mbtest::SyncScenario;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+FakeValues ada(const char16_t* title = u"Countess")
+{
+    return {{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftEmail1, u"ada@example.org"}, {ftTitle, title}, {ftCity1, u"London"}};
+}
+
+} // namespace
+
+TEST(Duplicates, AnEqualContactIsLinkedAndNotCopied)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+    EXPECT_THAT(s.log().starting("2 WriteField"), IsEmpty()) << "a matched record gets no field written";
+    EXPECT_THAT(s.log().starting("2 BeginEditRecord"), SizeIs(1));
+    EXPECT_THAT(s.log().starting("2 SaveRecord"), SizeIs(1));
+    EXPECT_THAT(s.logText(), HasSubstr("MATCHED: Ada Lovelace"));
+    s.expectInStep();
+}
+
+TEST(Duplicates, ADifferentTitleMakesAPossibleDuplicateThatASilentRunKeepsApart)
+{
+    SyncScenario s;
+    s.one().add(ada(u"Countess"));
+    s.two().add(ada(u"Mathematician"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
+    EXPECT_THAT(s.one().records, SizeIs(2));
+    EXPECT_THAT(s.two().records, SizeIs(2));
+    s.expectInStep();
+}
+
+TEST(Duplicates, LetterCaseAndPunctuationDoNotMakeTwoContactsDiffer)
+{
+    SyncScenario s;
+    FakeValues other = ada();
+    other[ftFirstName] = u"ADA";
+    other[ftCity1] = u"lon-don";
+    s.one().add(ada());
+    s.two().add(other);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
+TEST(Duplicates, NamelessContactsWithEqualContentAreExactDuplicates)
+{
+    SyncScenario s;
+    s.one().add({{ftCompany, u"Analytical Engines"}, {ftPhone, u"1"}});
+    s.two().add({{ftCompany, u"Analytical Engines"}, {ftPhone, u"1"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
+TEST(Duplicates, NotesThatDifferMakeAConflictThoughTheContentIsEqual)
+{
+    SyncScenario s;
+    FakeValues one = ada(), two = ada();
+    one[ftNotes] = u"first";
+    two[ftNotes] = u"second";
+    s.one().add(one);
+    s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
+}
+
+TEST(Duplicates, AValueLongerThanTheOtherFieldIsComparedUpToItsLength)
+{
+    SyncScenario s;
+    for (auto& field : s.two().fields)
+        if (field.type == ftCompany) field.maxLength = 10;
+    FakeValues one = ada(), two = ada();
+    one[ftCompany] = u"Analytical Engines Limited";
+    two[ftCompany] = u"Analytical";
+    s.one().add(one);
+    s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+}
+
+TEST(Duplicates, ALastNameWithAQuoteIsFoundByItsContent)
+{
+    SyncScenario s;
+    FakeValues quoted = ada();
+    quoted[ftLastName] = u"\"The\" Lovelace";
+    s.one().add(quoted);
+    s.two().add(quoted);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
+TEST(Duplicates, ALastNameWithAQuoteIsTurnedAwayByTheRule)
+{
+    SyncScenario s;
+    FakeValues one = ada(u"Countess"), two = ada(u"Mathematician");
+    one[ftLastName] = two[ftLastName] = u"\"The\" Lovelace";
+    s.one().add(one);
+    s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("No conflicts detected")) << "the gate compares the raw name with the escaped one";
+}
+
+TEST(Duplicates, WithNoNewRecordOnOneSideNoneIsRead)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    s.one().add({{ftLastName, u"Hopper"}});
+    s.two().touch(s.two().order.at(0));
+    s.log().clear();
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("No duplicates found"));
+}
+
+TEST(Duplicates, AMatchedRecordIsNotMatchedAgain)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(2)) << "one is linked, the other is new";
+    EXPECT_THAT(s.two().records, SizeIs(2));
+    s.expectInStep();
+}
+
+TEST(Duplicates, ARecordThatCannotBeReadEndsTheSearchAndIsChargedToTranslatorOne)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    s.one().options.errorMessage1 = u"The card cannot be read.";
+    s.log().failOn("2 BeginReadRecord", 1, static_cast<HRESULT>(0x80040208));
+    EXPECT_EQ(s.sync(), static_cast<HRESULT>(0x80040208));
+    EXPECT_EQ(s.lastError().first, u"The card cannot be read.");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+}
+
+TEST(Duplicates, CancellingTheSearchEndsTheRunBeforeAnyWrite)
+{
+    SyncScenario s;
+    for (int i = 0; i < 10; ++i) {
+        s.one().add(ada());
+        s.two().add(ada());
+    }
+    s.makeMap();
+    s.sink().cancelAt = 30;
+    EXPECT_EQ(s.sync(), E_ABORT);
+    EXPECT_THAT(s.writes(), IsEmpty());
+}
+
+TEST(Duplicates, EachRecordIsReadOnceForTheSearch)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.log().starting("1 ReadField A000001 Title"), SizeIs(1));
+}
