@@ -6,9 +6,13 @@
 namespace mb {
 namespace {
 
-void replaceAll(std::u16string& text, std::u16string_view from, std::u16string_view to)
+std::u16string replaced(std::u16string_view text, std::u16string_view from, std::u16string_view to)
 {
-    for (std::size_t at = 0; (at = text.find(from, at)) != std::u16string::npos; at += to.size()) text.replace(at, from.size(), to);
+    std::u16string out;
+    out.reserve(text.size());
+    for (std::size_t at; (at = text.find(from)) != std::u16string_view::npos; text.remove_prefix(at + from.size()))
+        out.append(text.substr(0, at)).append(to);
+    return out.append(text);
 }
 
 bool startsWithNoCase(std::u16string_view text, std::u16string_view prefix)
@@ -47,20 +51,11 @@ std::u16string PrefixWebAddress(std::u16string_view text, LONG fieldType)
     return u"http://" + std::u16string(text);
 }
 
-std::u16string EscapeQuotes(std::u16string_view text)
-{
-    std::u16string out(text);
-    replaceAll(out, u"\"", u"&quot;");
-    return out;
-}
+std::u16string EscapeQuotes(std::u16string_view text) { return replaced(text, u"\"", u"&quot;"); }
 
 std::u16string ReplaceLineBreaks(std::u16string_view text)
 {
-    std::u16string out(text);
-    replaceAll(out, u"\r\n", u" ");
-    replaceAll(out, u"\r", u" ");
-    replaceAll(out, u"\n", u" ");
-    return out;
+    return replaced(replaced(replaced(text, u"\r\n", u" "), u"\r", u" "), u"\n", u" ");
 }
 
 std::u16string TruncateText(std::u16string_view text, std::size_t maxLength, bool addEllipsis)
@@ -71,26 +66,20 @@ std::u16string TruncateText(std::u16string_view text, std::size_t maxLength, boo
 
 std::u16string CategoriesForDisplay(std::u16string_view text)
 {
-    std::u16string out(text);
-    bool replaced = false;
-    for (std::size_t at = 0; (at = out.find(u',', at)) != std::u16string::npos; ++at) {
-        if (at + 1 == out.size()) {
-            out.pop_back();
-            break;
-        }
-        if (out[at + 1] == u' ') continue;
-        out.insert(at + 1, 1, u' ');
-        replaced = true;
+    std::u16string out;
+    bool changed = false;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const bool comma = text[at] == u',', last = at + 1 == text.size();
+        if (comma && last) break;
+        out += text[at];
+        if (!comma || text[at + 1] == u' ') continue;
+        out += u' ';
+        changed = true;
     }
-    return replaced ? out : std::u16string(text);
+    return changed ? out : std::u16string(text);
 }
 
-std::u16string CategoriesFromDisplay(std::u16string_view text)
-{
-    std::u16string out(text);
-    replaceAll(out, u", ", u",");
-    return out;
-}
+std::u16string CategoriesFromDisplay(std::u16string_view text) { return replaced(text, u", ", u","); }
 
 std::u16string LowerJoin(std::u16string_view first, std::u16string_view second, std::u16string_view third)
 {

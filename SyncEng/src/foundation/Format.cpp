@@ -52,4 +52,16 @@ std::u16string FormatList(std::u16string_view format, std::initializer_list<Form
     return out;
 }
 
+std::u16string FormatStringList(std::u16string_view format, std::initializer_list<std::u16string_view> texts)
+{
+    std::u16string out;
+    for (const std::u16string_view text : texts) {
+        const std::size_t at = format.find(u"%s");
+        if (at == std::u16string_view::npos) break;
+        out.append(format.substr(0, at)).append(text);
+        format.remove_prefix(at + 2);
+    }
+    return out.append(format);
+}
+
 } // namespace mb

@@ -30,4 +30,12 @@ template <class... Args> std::u16string Format(std::u16string_view format, const
     return FormatList(format, {FormatArgument(args)...});
 }
 
+// Each "%s" in turn becomes the next text; nothing else is a directive. Texts too many are ignored, places too many stay.
+std::u16string FormatStringList(std::u16string_view format, std::initializer_list<std::u16string_view> texts);
+
+template <class... Texts> std::u16string FormatStrings(std::u16string_view format, const Texts&... texts)
+{
+    return FormatStringList(format, {std::u16string_view(texts)...});
+}
+
 } // namespace mb

@@ -3,7 +3,6 @@
 #include "files.h"
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
-#include "host.h"
 #include "registry.h"
 #include "text.h"
 
@@ -46,7 +45,7 @@ bool hostIsConfigurationTool(const std::filesystem::path& executable)
            platform::equalNoCase(platform::textOf(executable.filename()), u"mbsynccfg");
 }
 
-void ModuleStart::ensureStarted(const OpenStore& openConfigStore)
+void ModuleStart::ensureStarted(const OpenStore& openConfigStore, const std::filesystem::path& host)
 {
     const std::scoped_lock lock(oneAtATime_);
     if (ModuleStarted) return;
@@ -56,7 +55,7 @@ void ModuleStart::ensureStarted(const OpenStore& openConfigStore)
     if (FAILED(GetUserDataFolder(folder))) return;
     moveLegacyFiles(folder);
 
-    const bool tool = hostIsConfigurationTool(platform::executablePath());
+    const bool tool = hostIsConfigurationTool(host);
     const std::filesystem::path store = folder / (tool ? "MBookCfg.xml" : "MBSync.xml");
     // What the configuration tool wrote serves as the host's first configuration, and is never written over it.
     if (!tool) (void)platform::copyFailingIfExists(folder / "MBookCfg.xml", store);

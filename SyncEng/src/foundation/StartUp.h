@@ -1,6 +1,8 @@
 // The one-time start-up step of the process, and its reverse: log settings, the user's data folder, the log, the configuration store.
 #pragma once
 #include "com.h"
+#include "host.h"
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <mutex>
@@ -11,15 +13,15 @@ namespace mb {
 class ModuleStart {
 public:
     using OpenStore = std::function<HRESULT(const std::filesystem::path&)>;
-    void ensureStarted(const OpenStore& openConfigStore);
+    void ensureStarted(const OpenStore& openConfigStore, const std::filesystem::path& host = platform::executablePath());
     // Closes the store if it was opened, then the log.
     void stop(const std::function<void()>& closeConfigStore);
     [[nodiscard]] bool started() const noexcept { return ModuleStarted; }
     void storeWasClosed() noexcept { ModuleStarted = false; }
 
 private:
-    mutable std::mutex oneAtATime_;
-    bool ModuleStarted = false;
+    std::mutex oneAtATime_;
+    std::atomic<bool> ModuleStarted = false;
 };
 
 // What the user has set for the log, with the defaults written where there is none.

@@ -1,0 +1,9 @@
+// This moment as an automation date.
+#pragma once
+#include "host.h"
+
+namespace mb {
+
+inline double CurrentDateTime(bool utc) noexcept { return utc ? platform::utcNow() : platform::localNow(); }
+
+} // namespace mb

@@ -1,0 +1,37 @@
+// A phone parsing library: the text before the first blank is the country, and so on; it writes its calls into the last field.
+#include <string>
+
+namespace {
+
+struct Block {
+    char16_t fields[4][1024];
+};
+
+std::u16string calls;
+
+} // namespace
+
+extern "C" int CatInit(void*, int* one, void*)
+{
+    calls += *one == 1 ? u"init " : u"wrong ";
+    return 0;
+}
+
+extern "C" int CatParsePhone(const char16_t* phone, Block* block)
+{
+    calls += u"parse ";
+    std::u16string rest(phone);
+    for (int i = 0; i < 3; ++i) {
+        const std::size_t end = rest.find(u' ');
+        rest.substr(0, end).copy(block->fields[i], 1023);
+        rest.erase(0, end == std::u16string::npos ? end : end + 1);
+    }
+    calls.copy(block->fields[3], 1023);
+    return 0;
+}
+
+extern "C" int CatTerm()
+{
+    calls += u"term ";
+    return 0;
+}

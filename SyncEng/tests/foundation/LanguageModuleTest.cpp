@@ -1,0 +1,160 @@
+#include "foundation/LanguageModule.h"
+
+#include "files.h"
+#include "foundation/HelpTopic.h"
+#include "foundation/Strings.h"
+#include "RegistryValues.h"
+#include "TestFolder.h"
+#include <gtest/gtest.h>
+
+using namespace mb;
+using platform::Root;
+namespace fs = std::filesystem;
+
+namespace {
+
+class LanguageModule : public testing::Test {
+protected:
+    ~LanguageModule() override { FreeLocalizedModule(); }
+    static void setLanguage(std::u16string_view language, Root root = Root::CurrentUser)
+    {
+        mbtest::setText(root, u"Software\\Zorel\\Mirabook\\Locale", u"DefaultLanguage", language);
+    }
+    void installIn(const fs::path& install) const
+    {
+        mbtest::setText(Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath", platform::textOf(install));
+    }
+    // The host as App Paths know it, with a module beside it.
+    void putHostIn(const std::string& name) const
+    {
+        folder.write(name + "/mb.exe", "program");
+        folder.write(name + "/locale/de/mbsync.dat", "112\tHinzu (App Paths)\n");
+        mbtest::setText(Root::LocalMachine, u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\mb.exe", u"",
+                        platform::textOf(folder.path() / name / "mb.exe"));
+    }
+    void writeModule(const std::string& text) const { folder.write("install/locale/de/mbsync.dat", text); }
+    std::u16string loadedText(int id) const
+    {
+        LoadLocalizedModule(u"mbsync.dat");
+        return LoadText(id);
+    }
+    mbtest::TestFolder folder;
+};
+
+} // namespace
+
+TEST_F(LanguageModule, WithoutASettingTheLanguageIsEnglish)
+{
+    EXPECT_EQ(GetUserLanguage(), u"en");
+    EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
+    EXPECT_EQ(loadedText(112), u"Add");
+}
+
+TEST_F(LanguageModule, EnglishInAnyCaseLoadsNoModule)
+{
+    installIn(folder.path() / "install");
+    folder.write("install/locale/EN/mbsync.dat", "112\tX\n");
+    for (const auto* code : {u"EN", u"en", u"eN", u""}) {
+        setLanguage(code);
+        EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
+        EXPECT_EQ(loadedText(112), u"Add");
+    }
+}
+
+TEST_F(LanguageModule, TheModuleOfTheInstallationReplacesTheTextsItHas)
+{
+    setLanguage(u"de");
+    installIn(folder.path() / "install");
+    writeModule("112\tHinzuf\xC3\xBCgen\r\n165\tBegonnen %s\\n\\\\\\t\n");
+    EXPECT_EQ(loadedText(112), u"Hinzuf\u00FCgen");
+    EXPECT_EQ(LoadText(165), u"Begonnen %s\n\\\t");
+    EXPECT_EQ(LoadText(113), u"Change"); // the module lacks it
+    FreeLocalizedModule();
+    EXPECT_EQ(LoadText(112), u"Add");
+}
+
+TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeDoNotCount)
+{
+    installIn(folder.path() / "install");
+    writeModule("112\tHinzu\n");
+    for (const auto* code : {u"  de ", u"\r\nde\r\n", u" de"}) {
+        setLanguage(code);
+        EXPECT_EQ(loadedText(112), u"Hinzu");
+    }
+}
+
+TEST_F(LanguageModule, ALanguageOfTheMachineAloneIsHonoured)
+{
+    setLanguage(u"de", Root::LocalMachine);
+    installIn(folder.path() / "install");
+    writeModule("112\tHinzu\n");
+    EXPECT_EQ(GetUserLanguage(), u"de");
+    EXPECT_EQ(loadedText(112), u"Hinzu");
+}
+
+TEST_F(LanguageModule, TheKeyOfTheUserHidesThatOfTheMachineEvenWithoutTheValue)
+{
+    setLanguage(u"de", Root::LocalMachine);
+    mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"LocaleDir", u"Sprache");
+    EXPECT_EQ(GetUserLanguage(), u"en");
+    EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
+}
+
+TEST_F(LanguageModule, AnInstallationWithoutTheModuleIsNotHelpedByTheHostsFolder)
+{
+    setLanguage(u"de");
+    putHostIn("host");
+    installIn(folder.path() / "install");
+    EXPECT_EQ(loadedText(112), u"Add");
+}
+
+TEST_F(LanguageModule, WithoutAnInstallationTheModuleBesideTheHostIsTaken)
+{
+    setLanguage(u"de");
+    putHostIn("Host");
+    EXPECT_EQ(loadedText(112), u"Hinzu (App Paths)");
+}
+
+TEST_F(LanguageModule, AHostOfAnotherNameHasNoModule)
+{
+    setLanguage(u"de");
+    folder.write("other.exe", "program");
+    mbtest::setText(Root::LocalMachine, u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\mb.exe", u"",
+                    platform::textOf(folder.path() / "other.exe"));
+    EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
+}
+
+TEST_F(LanguageModule, ACodeIsNoWayOutOfTheFolder)
+{
+    installIn(folder.path() / "install");
+    for (const auto* code : {u"..", u"../../etc", u"a\\b"}) {
+        setLanguage(code);
+        EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
+    }
+}
+
+TEST_F(LanguageModule, LinesThatAreNoTextsArePassedOver)
+{
+    setLanguage(u"de");
+    installIn(folder.path() / "install");
+    writeModule("no number\n112\n113 no tab\n\n99999999999999\tbig\n114\tL\\\\\xC3\xB6schen");
+    EXPECT_EQ(loadedText(112), u"Add");
+    EXPECT_EQ(LoadText(113), u"Change");
+    EXPECT_EQ(LoadText(114), u"L\\\u00F6schen");
+}
+
+TEST_F(LanguageModule, TheHelpFolderIsThatOfTheLanguageBelowTheHost)
+{
+    EXPECT_EQ(GetHelpFolder(), std::nullopt);
+    mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", u"/opt/mirabook/mb");
+    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/Locale/en/");
+    setLanguage(u"de");
+    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/Locale/de/");
+    mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"LocaleDir", u"Sprachen");
+    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/Sprachen/de/");
+    mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"LocaleDir", u"");
+    setLanguage(u"");
+    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/");
+}
+
+TEST_F(LanguageModule, WithoutAHelpFolderNoHelpIsShown) { EXPECT_FALSE(ShowHelpTopic(nullptr, helpConflict)); }

@@ -1,0 +1,220 @@
+#include "foundation/Log.h"
+
+#include "foundation/CLogFile.h"
+#include "host.h"
+#include "TestFolder.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <regex>
+
+using namespace mb;
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+const std::string stamp = R"((\d\d/\d\d/\d\d) (\d\d:\d\d:\d\d))";
+const std::string separator = "\r\n\r\n" + std::string(67, '-') + "\r\n\r\n";
+
+class Log : public testing::Test {
+protected:
+    Log()
+    {
+        ResetLog();
+        LogLevelMask = 15;
+    }
+    ~Log() override
+    {
+        LogLevelMask = 0;
+        CloseLog();
+        ResetLog();
+    }
+    void open(DWORD limit = 1024) const { OpenLog(file, limit); }
+    std::string text() const { return folder.read(file); }
+    // What stands behind the header.
+    std::string lines() const
+    {
+        std::smatch header;
+        const std::string all = text();
+        const std::regex whole("\r\n\r\n-{67}\r\n\r\nLogging started at " + stamp + "\r\n\r\n");
+        return std::regex_search(all, header, whole) ? header.suffix().str() : "no header: " + all;
+    }
+    mbtest::TestFolder folder;
+    const fs::path file = folder.path() / "MBSync.log", rolled = folder.path() / "MBSync.old.log";
+};
+
+} // namespace
+
+TEST_F(Log, TheFirstLineIsPrecededByTheHeader)
+{
+    open();
+    EXPECT_EQ(text(), "");
+    WriteLogText(1, u"line %d", 1);
+    EXPECT_TRUE(std::regex_match(text(), std::regex(separator + "Logging started at " + stamp + "\r\n\r\nline 1\r\n")));
+    WriteLogResource(1, 148, u"Outlook", 3);
+    EXPECT_EQ(lines(), "line 1\r\nOutlook has 3 records\r\n");
+}
+
+TEST_F(Log, TheHeaderNamesTheDateFirstAndThenTheTime)
+{
+    open();
+    const platform::ClockTime before = platform::localTime();
+    WriteLogText(1, u"x");
+    std::smatch found;
+    const std::string all = text();
+    ASSERT_TRUE(std::regex_search(all, found, std::regex("started at (\\d\\d)/(\\d\\d)/(\\d\\d) ")));
+    EXPECT_THAT(std::stoi(found[1]), testing::AllOf(testing::Ge(1), testing::Le(12)));
+    if (before.day == platform::localTime().day) {
+        EXPECT_EQ(std::stoi(found[1]), before.month);
+        EXPECT_EQ(std::stoi(found[2]), before.day);
+        EXPECT_EQ(std::stoi(found[3]), before.year % 100);
+    }
+}
+
+TEST_F(Log, ALineWithoutASharedBitIsNotWrittenButTheHeaderIs)
+{
+    open();
+    WriteLogText(16, u"diagnostics");
+    EXPECT_EQ(lines(), "");
+    WriteLogText(16 | 4, u"failure");
+    EXPECT_EQ(lines(), "failure\r\n");
+}
+
+TEST_F(Log, ALevelOf16WritesTheDiagnosticsAndTheHeaderAndNoProgress)
+{
+    LogLevelMask = 16;
+    open();
+    WriteLogText(1, u"progress");
+    WriteLogText(16, u"diagnostics");
+    WriteLogText(LogLevelMask, u"always");
+    EXPECT_EQ(lines(), "diagnostics\r\nalways\r\n");
+}
+
+TEST_F(Log, ALevelOf0WritesNothingAtAll)
+{
+    LogLevelMask = 0;
+    open();
+    WriteLogText(0xFFFFFFFF, u"line");
+    WriteLogResource(LogLevelMask, 147);
+    CloseLog();
+    EXPECT_EQ(text(), "");
+}
+
+TEST_F(Log, AWriteBeforeTheLogIsOpenLosesTheHeaderOfTheProcess)
+{
+    WriteLogText(1, u"lost");
+    open();
+    WriteLogText(1, u"line");
+    EXPECT_EQ(text(), "line\r\n");
+}
+
+TEST_F(Log, ClosingWritesTheFooterOnlyIfSomethingWasTried)
+{
+    open();
+    CloseLog();
+    EXPECT_EQ(text(), "");
+    open();
+    WriteLogText(1, u"line");
+    CloseLog();
+    EXPECT_TRUE(std::regex_match(lines(), std::regex("line\r\n\r\nLogging stopped at " + stamp + "\r\n"))) << lines();
+    const std::string before = text();
+    CloseLog();
+    WriteLogText(1, u"after");
+    EXPECT_EQ(text(), before);
+}
+
+TEST_F(Log, AnOpenLogGoesOnAtItsEnd)
+{
+    folder.write("MBSync.log", "earlier\r\n");
+    open();
+    WriteLogText(1, u"x");
+    EXPECT_THAT(text(), testing::StartsWith("earlier\r\n\r\n\r\n---"));
+    EXPECT_FALSE(fs::exists(rolled));
+}
+
+TEST_F(Log, ALogOfExactlyTheLimitIsRolledAndOneByteLessIsNot)
+{
+    folder.write("MBSync.log", std::string(2047, 'a'));
+    open(2);
+    EXPECT_FALSE(fs::exists(rolled));
+    EXPECT_EQ(text().size(), 2047u);
+    folder.write("MBSync.log", std::string(2048, 'b'));
+    open(2);
+    EXPECT_EQ(folder.read(rolled), std::string(2048, 'b'));
+    EXPECT_EQ(text(), "");
+    WriteLogText(1, u"new");
+    EXPECT_EQ(lines(), "new\r\n");
+}
+
+TEST_F(Log, ASecondRollReplacesTheFirst)
+{
+    for (const char c : {'a', 'b'}) {
+        folder.write("MBSync.log", std::string(1024, c));
+        open(1);
+    }
+    EXPECT_EQ(folder.read(rolled), std::string(1024, 'b'));
+}
+
+TEST_F(Log, ALogThatCannotBeCopiedIsNotEmptied)
+{
+    fs::create_directories(rolled / "in the way");
+    folder.write("MBSync.log", std::string(1024, 'a'));
+    open(1);
+    EXPECT_EQ(text().size(), 1024u);
+    WriteLogText(1, u"on it goes");
+    EXPECT_THAT(text(), HasSubstr("on it goes"));
+}
+
+TEST_F(Log, ALimitIsTakenIn32Bits)
+{
+    folder.write("MBSync.log", "x");
+    open(0x00400000); // 2 to the power of 32 bytes: nothing is left of it
+    EXPECT_EQ(folder.read(rolled), "x");
+}
+
+TEST_F(Log, ALogThatCannotBeOpenedIsSilent)
+{
+    OpenLog(folder.path() / "missing" / "MBSync.log", 1024);
+    WriteLogText(1, u"line");
+    CloseLog();
+    EXPECT_FALSE(fs::exists(folder.path() / "missing"));
+}
+
+TEST_F(Log, ALineOfWiderCharactersLosesAsManyBytesAsItHasMoreThanCharacters)
+{
+    open();
+    WriteLogText(1, u"\u00E4\u00F6x");
+    EXPECT_EQ(lines(), "\xC3\xA4\xC3\r\n");
+}
+
+TEST_F(Log, AVeryLongLineIsCut)
+{
+    open();
+    WriteLogText(1, u"%s", std::u16string(100'000, u'x'));
+    EXPECT_EQ(lines(), std::string(32767, 'x') + "\r\n");
+}
+
+TEST_F(Log, TextOfOthersGoesInAtLevel8AsAFormat)
+{
+    const auto log = com::make<CLogFile>();
+    open();
+    EXPECT_EQ(log->AppendString(com::Bstr(u"plug-in").get()), S_OK);
+    EXPECT_EQ(log->AppendString(com::Bstr(u"50%% of %s%d%n").get()), S_OK);
+    EXPECT_EQ(log->AppendString(nullptr), S_OK);
+    LogLevelMask = 7;
+    EXPECT_EQ(log->AppendString(com::Bstr(u"unheard").get()), S_OK);
+    EXPECT_EQ(lines(), "plug-in\r\n50% of %n\r\n\r\n");
+}
+
+TEST_F(Log, TheOtherMethodsOfILogFileAreNotImplementedAndChangeNothing)
+{
+    const auto log = com::make<CLogFile>();
+    open();
+    WriteLogText(1, u"line");
+    const std::string before = text();
+    EXPECT_EQ(log->Flush(), E_NOTIMPL);
+    EXPECT_EQ(log->ClearLog(), E_NOTIMPL);
+    EXPECT_EQ(log->Delete(), E_NOTIMPL);
+    EXPECT_EQ(text(), before);
+}

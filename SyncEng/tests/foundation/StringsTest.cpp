@@ -1,0 +1,52 @@
+#include "foundation/Strings.h"
+
+#include <gtest/gtest.h>
+#include <string_view>
+#include <vector>
+
+using mb::LoadText;
+
+namespace {
+
+struct Row {
+    int id;
+    std::string_view text;
+};
+
+constexpr Row rows[] = {
+#define STRING(id, text) {id, text},
+#include "strings.inc"
+#undef STRING
+};
+
+} // namespace
+
+TEST(Strings, EveryRowOfTheListIsFoundByItsNumber)
+{
+    for (const Row& row : rows) {
+        const std::u16string text = LoadText(row.id);
+        EXPECT_EQ(std::string(text.begin(), text.end()), row.text) << row.id; // all ASCII
+    }
+}
+
+TEST(Strings, NoNumberStandsTwiceAndNoTextIsEmpty)
+{
+    int before = 0;
+    for (const Row& row : rows) {
+        EXPECT_LT(before, row.id);
+        EXPECT_FALSE(row.text.empty()) << row.id;
+        before = row.id;
+    }
+}
+
+TEST(Strings, AnUnknownNumberHasTheEmptyText)
+{
+    for (const int id : {-1, 0, 99, 213, 100'000}) EXPECT_EQ(LoadText(id), u"") << id;
+}
+
+TEST(Strings, WantedOdditiesAreKept)
+{
+    EXPECT_NE(LoadText(172).find(u"sycnhronization"), std::u16string::npos);
+    EXPECT_NE(LoadText(182).find(u"\"\"%s\"\""), std::u16string::npos);
+    EXPECT_EQ(LoadText(135), LoadText(136));
+}

@@ -1,0 +1,121 @@
+#include "foundation/XmlText.h"
+
+#include <gtest/gtest.h>
+
+using namespace mb;
+
+namespace {
+
+class XmlText : public testing::Test {
+protected:
+    // What a reader of the saved document finds.
+    std::u16string reread() const
+    {
+        platform::XmlDocument copy;
+        EXPECT_TRUE(copy.load(document.bytes()));
+        return GetNodeText(copy.root());
+    }
+    platform::XmlDocument document;
+    const platform::XmlElement node = document.create("Card");
+};
+
+} // namespace
+
+TEST_F(XmlText, APlainValueIsWrittenPlain)
+{
+    SetNodeText(node, u"Smith & S\u00F8n\t<x>", false, false);
+    EXPECT_EQ(node.attribute("Base64Encoded"), "0");
+    EXPECT_EQ(node.text(), "Smith & S\u00F8n\t<x>");
+    EXPECT_EQ(GetNodeText(node), u"Smith & S\u00F8n\t<x>");
+    EXPECT_EQ(reread(), u"Smith & S\u00F8n\t<x>");
+}
+
+TEST_F(XmlText, AValueWithALineFeedIsWrittenAsBase64AndComesBack)
+{
+    SetNodeText(node, u"one\ntw\u00F6", false, false);
+    EXPECT_EQ(node.attribute("Base64Encoded"), "1");
+    EXPECT_EQ(node.text(), "b25lCnR3w7Y=");
+    EXPECT_EQ(GetNodeText(node), u"one\ntw\u00F6");
+    EXPECT_EQ(reread(), u"one\ntw\u00F6");
+}
+
+TEST_F(XmlText, AValueWithCarriageReturnsAloneIsWrittenPlain)
+{
+    SetNodeText(node, u"one\rtwo", false, false);
+    EXPECT_EQ(node.attribute("Base64Encoded"), "0");
+    EXPECT_EQ(node.text(), "one\rtwo");
+}
+
+TEST_F(XmlText, TheNumber16IsTheOtherCharacterThatStaysPlain)
+{
+    SetNodeText(node, u"a\u0010b", false, false);
+    EXPECT_EQ(node.attribute("Base64Encoded"), "0");
+    SetNodeText(node, u"a\u0001b", false, false);
+    EXPECT_EQ(node.attribute("Base64Encoded"), "1");
+    EXPECT_EQ(GetNodeText(node), u"a\u0001b");
+}
+
+TEST_F(XmlText, EncodingCanBeForced)
+{
+    SetNodeText(node, u"foo", true, false);
+    EXPECT_EQ(node.text(), "Zm9v");
+    EXPECT_EQ(GetNodeText(node), u"foo");
+}
+
+TEST_F(XmlText, AnEmptyValueEmptiesTheElement)
+{
+    SetNodeText(node, u"foo", false, false);
+    SetNodeText(node, u"", false, false);
+    EXPECT_EQ(node.text(), "");
+    EXPECT_EQ(GetNodeText(node), u"");
+}
+
+TEST_F(XmlText, ACDataSectionIsMadeOnlyWhereThereIsNoTextYet)
+{
+    SetNodeText(node, u"a<b", false, true);
+    EXPECT_EQ(document.bytes(), "<Card Base64Encoded=\"0\"><![CDATA[a<b]]></Card>");
+    SetNodeText(node, u"c<d", false, false);
+    EXPECT_EQ(document.bytes(), "<Card Base64Encoded=\"0\"><![CDATA[c<d]]></Card>");
+    EXPECT_EQ(reread(), u"c<d");
+}
+
+TEST_F(XmlText, TheFirstTextIsReplacedAndTheChildrenStay)
+{
+    ASSERT_TRUE(document.load("<Card>old<Sub>x</Sub>tail</Card>"));
+    EXPECT_EQ(GetNodeText(document.root()), u"old");
+    SetNodeText(document.root(), u"new", false, false);
+    EXPECT_EQ(document.bytes(), "<Card Base64Encoded=\"0\">new<Sub>x</Sub>tail</Card>");
+}
+
+TEST_F(XmlText, AnElementWithoutATextOfItsOwnHasThatOfAllBelow)
+{
+    ASSERT_TRUE(document.load("<Card><A>x</A><B>y</B></Card>"));
+    EXPECT_EQ(GetNodeText(document.root()), u"xy");
+}
+
+TEST_F(XmlText, AWrittenReferenceToACarriageReturnBecomesALineEnd)
+{
+    SetNodeText(node, u"one&#x0D;two&#x0D;", false, false);
+    EXPECT_EQ(GetNodeText(node), u"one\r\ntwo\r\n");
+}
+
+TEST_F(XmlText, ChildrenAreNamedByAnExpression)
+{
+    ASSERT_TRUE(document.load("<Card><A/><B><C>deep</C></B></Card>"));
+    const auto root = document.root();
+    SetChildText(root, u"A", u"one", false, false);
+    EXPECT_EQ(GetChildText(root, u"A"), u"one");
+    EXPECT_EQ(GetChildText(root, u"B/C"), u"deep");
+    EXPECT_EQ(GetChildText(root.selectFirst("A"), u""), u"one");
+}
+
+TEST_F(XmlText, AMissingElementHasNoTextAndTakesNone)
+{
+    ASSERT_TRUE(document.load("<Card/>"));
+    const std::string before = document.bytes();
+    SetChildText(document.root(), u"Missing", u"x", false, false);
+    SetNodeText({}, u"x", false, false);
+    EXPECT_EQ(document.bytes(), before);
+    EXPECT_EQ(GetChildText(document.root(), u"Missing"), u"");
+    EXPECT_EQ(GetNodeText({}), u"");
+}
