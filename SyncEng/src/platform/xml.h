@@ -1,6 +1,7 @@
 // A document of elements and texts, and the few operations the stores need on it. Texts are UTF-8.
-// White space between elements, comments and what else a reader does not know survive a load and a save. A document with a DOCTYPE,
-// deeper than 64 elements or not well-formed does not load; nothing in it can make the reader fetch or expand anything.
+// White space between elements, comments and what else a reader does not know survive a load and a save; line ends become one line feed.
+// A document with a DOCTYPE, deeper than 64 elements, without exactly one root or not well-formed does not load; nothing in it can make
+// the reader fetch or expand anything.
 #pragma once
 #include <cstddef>
 #include <memory>
@@ -21,8 +22,10 @@ public:
     friend bool operator==(const XmlElement&, const XmlElement&) noexcept = default;
 
     [[nodiscard]] std::string name() const;
-    // The text of the element and of all below it, in document order.
+    [[nodiscard]] bool isNamed(std::string_view name) const noexcept;
+    // The text of the element and of all below it, in document order, white space as it stands; comments are none.
     [[nodiscard]] std::string text() const;
+    [[nodiscard]] bool hasText(std::string_view text) const;
     // Replaces all that the element holds by one text.
     void setText(std::string_view text) const;
     // The first text or CDATA section that stands directly in the element; nothing if there is none.
@@ -37,6 +40,8 @@ public:
     [[nodiscard]] XmlElement parent() const;
     [[nodiscard]] XmlElement firstChild() const;
     [[nodiscard]] XmlElement nextSibling() const;
+    [[nodiscard]] XmlElement firstChild(std::string_view name) const;
+    [[nodiscard]] XmlElement nextSibling(std::string_view name) const;
     [[nodiscard]] std::size_t elementCount() const;
 
     [[nodiscard]] XmlElement appendChild(const char* name) const;
@@ -60,7 +65,7 @@ public:
     XmlDocument& operator=(XmlDocument&&) noexcept;
     ~XmlDocument();
 
-    // False, and an empty document, if the bytes are no acceptable document.
+    // False, and an empty document, if the bytes are no acceptable document. The document is read where the bytes lie.
     [[nodiscard]] bool load(std::string&& bytes);
     // An empty document with one element.
     XmlElement create(const char* rootName);

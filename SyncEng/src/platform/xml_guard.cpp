@@ -1,5 +1,7 @@
 #include "xml_guard.h"
 
+#include <utility>
+
 namespace platform {
 namespace {
 
@@ -31,29 +33,39 @@ std::size_t tagEnd(std::string_view bytes, std::size_t from) noexcept
 
 bool isHarmlessXml(std::string_view bytes) noexcept
 {
-    std::size_t depth = 0;
-    for (std::size_t at = bytes.find('<'); at != std::string_view::npos; at = bytes.find('<', at)) {
+    constexpr std::string_view blanks = " \t\r\n", byteOrderMark = "\xEF\xBB\xBF";
+    std::size_t depth = 0, at = bytes.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
+    bool rootSeen = false;
+    while (at < bytes.size()) {
+        if (depth == 0) { // beside the root there is no text
+            at = bytes.find_first_not_of(blanks, at);
+            if (at == std::string_view::npos) break;
+            if (bytes[at] != '<') return false;
+        }
+        at = bytes.find('<', at);
+        if (at == std::string_view::npos) break;
         const std::string_view rest = bytes.substr(at);
         if (rest.starts_with("<!--")) {
             at = behind(bytes, "-->", at + 4);
-        } else if (rest.starts_with("<![CDATA[")) {
+        } else if (rest.starts_with("<![CDATA[") && depth > 0) {
             at = behind(bytes, "]]>", at);
         } else if (rest.starts_with("<?")) {
             at = behind(bytes, "?>", at);
         } else if (rest.starts_with("<!")) {
             return false;
         } else if (rest.starts_with("</")) {
-            if (depth > 0) --depth;
-            at += 2;
+            if (depth == 0) return false;
+            --depth;
+            at = behind(bytes, ">", at);
         } else {
+            if (depth == 0 && std::exchange(rootSeen, true)) return false;
             const std::size_t end = tagEnd(bytes, at);
             if (end == bytes.size() || bytes[end - 1] != '/')
                 if (++depth > deepestXml) return false;
-            at = end;
+            at = end + 1;
         }
-        if (at >= bytes.size()) break;
     }
-    return true;
+    return rootSeen && depth == 0;
 }
 
 } // namespace platform

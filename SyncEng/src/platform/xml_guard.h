@@ -1,5 +1,5 @@
-// Looks over the markup of a document before a parser sees it, and refuses what no store of ours holds: a DOCTYPE, and nesting deeper
-// than the limit. It finds no errors of form; that is the parser's.
+// Looks over the markup of a document before a parser sees it, and refuses what no store of ours holds: a DOCTYPE, nesting deeper
+// than the limit, anything but one root, and text beside it. All other errors of form are the parser's to find.
 #pragma once
 #include <cstddef>
 #include <string_view>

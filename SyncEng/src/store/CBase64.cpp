@@ -1,6 +1,7 @@
 #include "store/CBase64.h"
 
 #include "text.h"
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -48,29 +49,34 @@ std::string encodeBytes(std::string_view bytes)
 
 bool isDropped(unsigned char c) { return (c >= 7 && c <= 13) || c == ' '; }
 
+// The three bytes of a group; padding in the last two places counts as zero, anything else goes into the arithmetic as it is.
+void decodeGroup(std::array<std::uint8_t, 4> group, char* to)
+{
+    for (std::size_t i = 2; i < 4; ++i)
+        if (group[i] == paddingValue) group[i] = 0;
+    to[0] = static_cast<char>(group[0] << 2 | group[1] >> 4);
+    to[1] = static_cast<char>(group[1] << 4 | group[2] >> 2);
+    to[2] = static_cast<char>(group[2] << 6 | group[3]);
+}
+
 std::string decodeBytes(std::string_view encoded)
 {
-    std::string plain;
-    plain.reserve(encoded.size() / 4 * 3 + 3);
+    std::string plain(encoded.size() / 4 * 3 + 3, '\0');
+    char* to = plain.data();
     std::array<std::uint8_t, 4> group{};
     std::size_t filled = 0;
-    const auto flush = [&](std::size_t bytes) {
-        for (std::size_t i = 2; i < 4; ++i)
-            if (group[i] == paddingValue) group[i] = 0;
-        const std::array<std::uint8_t, 3> out{static_cast<std::uint8_t>(group[0] << 2 | group[1] >> 4),
-                                              static_cast<std::uint8_t>(group[1] << 4 | group[2] >> 2),
-                                              static_cast<std::uint8_t>(group[2] << 6 | group[3])};
-        for (std::size_t i = 0; i < bytes; ++i) plain += static_cast<char>(out[i]);
-        group = {};
-        filled = 0;
-    };
     for (const char c : encoded) {
         const auto value = static_cast<unsigned char>(c);
         if (isDropped(value)) continue;
         group[filled++] = decodeTable[value];
-        if (filled == 4) flush(3);
+        if (filled < 4) continue;
+        decodeGroup(group, to);
+        to += 3;
+        group = {};
+        filled = 0;
     }
-    if (filled > 0) flush(filled); // as many bytes as there are characters, with zeros for the missing ones
+    decodeGroup(group, to); // as many bytes as there are characters left, with zeros for the missing ones
+    plain.resize(static_cast<std::size_t>(to - plain.data()) + filled);
     const std::size_t end = plain.find('\0');
     if (end != std::string::npos) plain.resize(end);
     return plain;
@@ -86,20 +92,34 @@ CBase64::CBase64(std::u16string_view text, bool encode)
         Decode(text);
 }
 
+void CBase64::Buffer::assign(std::string_view content, std::size_t request)
+{
+    constexpr std::size_t step = 4096;
+    if (request > capacity) {
+        const std::size_t size = (request / step + 1) * step;
+        bytes = std::make_unique<char[]>(size);
+        capacity = size;
+    }
+    std::ranges::copy(content, bytes.get());
+    used = content.size();
+}
+
 void CBase64::Encode(std::u16string_view text)
 {
-    plain_ = platform::narrow(text);
-    encoded_ = encodeBytes(plain_);
+    const std::string bytes = platform::narrow(text);
+    plain_.assign(bytes, bytes.size());
+    encoded_.assign(encodeBytes(bytes), 2 * bytes.size());
 }
 
 void CBase64::Decode(std::u16string_view text)
 {
-    encoded_ = platform::narrow(text);
-    plain_ = decodeBytes(encoded_);
+    const std::string bytes = platform::narrow(text);
+    encoded_.assign(bytes, bytes.size());
+    plain_.assign(decodeBytes(bytes), bytes.size());
 }
 
-std::u16string CBase64::EncodedText() const { return platform::widen(encoded_); }
-std::u16string CBase64::PlainText() const { return platform::widen(plain_); }
+std::u16string CBase64::EncodedText() const { return platform::widen(encoded_.view()); }
+std::u16string CBase64::PlainText() const { return platform::widen(plain_.view()); }
 
 std::string encodeBase64(std::u16string_view text) { return encodeBytes(platform::narrow(text)); }
 std::u16string decodeBase64(std::string_view encoded) { return platform::widen(decodeBytes(encoded)); }

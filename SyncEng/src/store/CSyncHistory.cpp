@@ -7,6 +7,7 @@
 #include "store/FileResult.h"
 #include "text.h"
 #include <algorithm>
+#include <array>
 
 namespace mb {
 namespace {
@@ -183,8 +184,8 @@ HRESULT CSyncHistory::load(const std::u16string& type, std::vector<HistoryEntry>
                            const std::vector<platform::XmlElement>& sections, int labelId, bool validate)
 {
     entries.clear();
-    static const std::string infoName = encodeBase64(syncInfo), mapped = encodeBase64(mappedKey), modified = encodeBase64(modifiedKey),
-                             changed = encodeBase64(changedKey);
+    static const std::string infoName = encodeBase64(syncInfo);
+    static const std::array keys{encodeBase64(mappedKey), encodeBase64(modifiedKey), encodeBase64(changedKey)};
     const std::u16string opposite = oppositeOf(type);
     const com::Bstr label(LoadText(labelId));
     const double step = sections.empty() ? 0.0 : 100.0 / static_cast<double>(sections.size());
@@ -198,18 +199,17 @@ HRESULT CSyncHistory::load(const std::u16string& type, std::vector<HistoryEntry>
             return E_ABORT;
         }
         const std::string name = encodedNameOf(section);
-        if (platform::equalNoCase(platform::utf16(name), platform::utf16(infoName))) continue;
+        if (sameEncodedName(name, infoName)) continue;
         HistoryEntry entry;
         entry.Id = decodeBase64(name);
-        auto mappedId = valueInSection(section, mapped);
-        const auto time = valueInSection(section, modified);
-        if (!mappedId || !time || (validate && !store_.hasKey(opposite, *mappedId, mappedKey))) {
+        const auto [mapped, modified, changed] = valuesInSection(section, keys);
+        if (mapped) entry.MappedId = decodedText(mapped);
+        if (!mapped || !modified || (validate && !store_.hasKey(opposite, entry.MappedId, mappedKey))) {
             dead.push_back(std::move(entry.Id));
             continue;
         }
-        entry.MappedId = *std::move(mappedId);
-        entry.ModifiedTime = platform::toDouble(*time);
-        if (const auto flag = valueInSection(section, changed)) entry.FieldMapChanged = platform::toInt(*flag) == 1;
+        entry.ModifiedTime = platform::toDouble(decodedText(modified));
+        entry.FieldMapChanged = changed && platform::toInt(decodedText(changed)) == 1;
         entries.push_back(std::move(entry));
     }
     SaveScope scope(store_); // the dead go with one save

@@ -1,6 +1,14 @@
 #include "store/ConfigStore.h"
 
+#include <utility>
+
 namespace mb {
+
+namespace {
+
+bool storeIsOpen = false;
+
+} // namespace
 
 StoreFile& ConfigStore()
 {
@@ -8,8 +16,14 @@ StoreFile& ConfigStore()
     return store;
 }
 
-HRESULT OpenConfigStore(const std::filesystem::path& path) { return ConfigStore().Open(path, true); }
-HRESULT CloseConfigStore() { return ConfigStore().isOpen() ? ConfigStore().Close() : S_OK; }
-bool configStoreIsOpen() noexcept { return ConfigStore().isOpen(); }
+HRESULT OpenConfigStore(const std::filesystem::path& path)
+{
+    const HRESULT hr = ConfigStore().Open(path, true);
+    storeIsOpen = SUCCEEDED(hr);
+    return hr;
+}
+
+HRESULT CloseConfigStore() { return std::exchange(storeIsOpen, false) ? ConfigStore().Close() : S_OK; }
+bool configStoreIsOpen() noexcept { return storeIsOpen; }
 
 } // namespace mb

@@ -1,4 +1,7 @@
+#include "store/ExportDecoded.h"
+
 #include "files.h"
+#include "registry.h"
 #include "store/CBase64.h"
 #include "store/FieldData.h"
 #include "store/FileResult.h"
@@ -27,7 +30,7 @@ std::u16string withoutControls(std::u16string text)
 HRESULT StoreFile::ExportDecoded(const std::filesystem::path& target)
 {
     if (target.empty()) return E_FAIL;
-    if (!isOpen() || !document_->root() || document_->root().name() != "Scs") return S_OK;
+    if (!isOpen() || !document_->root().isNamed("Scs")) return S_OK;
     platform::XmlDocument copy;
     if (!copy.load(document_->bytes())) return E_FAIL;
     for (const char* path : {".//SN", ".//KN", ".//KV"})
@@ -37,6 +40,16 @@ HRESULT StoreFile::ExportDecoded(const std::filesystem::path& target)
     platform::AtomicFile file(target);
     copy.write([&](std::string_view piece) { file.write(piece); });
     return resultOf(file.commit());
+}
+
+HRESULT DecryptHistoryFile(const std::filesystem::path& source, const std::filesystem::path& target)
+{
+    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\MBSyncEng");
+    if (!key || key->number(u"EnableDecrypt").value_or(0) == 0) return E_FAIL;
+    if (source.empty() || target.empty()) return E_FAIL;
+    StoreFile store;
+    const HRESULT hr = store.Open(source, false);
+    return SUCCEEDED(hr) ? store.ExportDecoded(target) : hr;
 }
 
 } // namespace mb

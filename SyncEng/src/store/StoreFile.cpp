@@ -15,9 +15,9 @@ using platform::XmlElement;
 constexpr std::uint64_t largestStore = std::uint64_t(1) << 30;
 constexpr HRESULT guidTextAccepted = static_cast<HRESULT>(0x80040151);
 
-void replaceFromStart(std::u16string& text, std::u16string_view from, std::u16string_view to)
+void replaceAll(std::u16string& text, std::u16string_view from, std::u16string_view to)
 {
-    for (std::size_t at = 0; (at = text.find(from)) != std::u16string::npos;) text.replace(at, from.size(), to);
+    for (std::size_t at = 0; (at = text.find(from, at)) != std::u16string::npos; at += to.size()) text.replace(at, from.size(), to);
 }
 
 std::u16string decimal(LONG value)
@@ -34,43 +34,12 @@ std::u16string fixedPoint(double value)
     return {buffer, end};
 }
 
-// The predicates of the expressions, whose literals never hold an apostrophe.
-std::string sectionPath(const std::string& type, const std::string& name) { return "Scs/Sc[ST = '" + type + "' and SN = '" + name + "']"; }
-
-bool isNamed(const XmlElement& e, const char* name) { return e.name() == name; }
-
-XmlElement childNamed(const XmlElement& parent, const char* name)
+bool anyValue(const XmlElement& entry, std::string_view encodedValue)
 {
-    for (XmlElement e = parent.firstChild(); e; e = e.nextSibling())
-        if (isNamed(e, name)) return e;
-    return {};
+    for (XmlElement value = entry.firstChild("KV"); value; value = value.nextSibling("KV"))
+        if (value.hasText(encodedValue)) return true;
+    return false;
 }
-
-// Calls visit(entry, key element, value element) for each entry of a section until it answers true.
-template <class F> void eachEntry(const XmlElement& section, F&& visit)
-{
-    for (XmlElement entry = section.firstChild(); entry; entry = entry.nextSibling())
-        if (isNamed(entry, "Ky") && visit(entry, childNamed(entry, "KN"), childNamed(entry, "KV"))) return;
-}
-
-XmlElement valueElement(const XmlElement& section, std::string_view encodedKey)
-{
-    XmlElement found;
-    eachEntry(section, [&](const XmlElement&, const XmlElement& key, const XmlElement& value) {
-        if (key && key.text() == encodedKey) found = value;
-        return static_cast<bool>(found);
-    });
-    return found;
-}
-
-void appendEntry(const XmlElement& section, const std::string& key, const std::string& value)
-{
-    const XmlElement entry = section.appendChild("Ky");
-    entry.appendChild("KN").setText(key);
-    entry.appendChild("KV").setText(value);
-}
-
-std::u16string decoded(const std::string& text) { return text.empty() ? std::u16string() : decodeBase64(text); }
 
 const std::string& syncInfoName()
 {
@@ -78,11 +47,8 @@ const std::string& syncInfoName()
     return name;
 }
 
-bool equalAsciiNoCase(std::string_view a, std::string_view b)
-{
-    const auto low = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
-    return std::ranges::equal(a, b, {}, low, low);
-}
+// A type as it stands in the document, where no text holds a zero.
+std::string typeText(std::u16string_view type) { return platform::utf8(EscapeTypeName(type.substr(0, type.find(u'\0')), true)); }
 
 } // namespace
 
@@ -90,30 +56,36 @@ std::u16string EscapeTypeName(std::u16string_view type, bool encode)
 {
     std::u16string out(type);
     if (encode) {
-        replaceFromStart(out, u"'", u"&apos;");
-        replaceFromStart(out, u"\"", u"&quot;");
+        replaceAll(out, u"'", u"&apos;");
+        replaceAll(out, u"\"", u"&quot;");
     } else {
-        replaceFromStart(out, u"&apos;", u"'");
-        replaceFromStart(out, u"&quot;", u"\"");
+        replaceAll(out, u"&apos;", u"'");
+        replaceAll(out, u"&quot;", u"\"");
     }
     return out;
 }
 
-std::optional<std::u16string> valueInSection(const XmlElement& section, std::string_view encodedKey)
+std::u16string decodedText(const XmlElement& element)
 {
-    const XmlElement value = valueElement(section, encodedKey);
-    return value ? std::optional(decoded(value.text())) : std::nullopt;
+    const std::string text = element.text();
+    return text.empty() ? std::u16string() : decodeBase64(text);
 }
 
 std::string encodedNameOf(const XmlElement& section)
 {
-    const XmlElement name = childNamed(section, "SN");
+    const XmlElement name = section.firstChild("SN");
     return name ? name.text() : std::string();
+}
+
+bool sameEncodedName(std::string_view a, std::string_view b)
+{
+    const auto low = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
+    return std::ranges::equal(a, b, {}, low, low);
 }
 
 StoreFile::SectionKey StoreFile::sectionKey(std::u16string_view type, std::u16string_view section)
 {
-    return {platform::utf8(EscapeTypeName(type, true)), encodeBase64(section)};
+    return {typeText(type), encodeBase64(section)};
 }
 
 // ---- The file ----------------------------------------------------------------------------------------------------------
@@ -122,55 +94,55 @@ HRESULT StoreFile::Open(const std::filesystem::path& path, bool create)
 {
     if (path.empty()) return E_FAIL;
     path_ = path;
-    const HRESULT hr = loadExisting();
-    if (SUCCEEDED(hr) && isOpen()) return S_OK;
-    if (!create) return hr;
-    if (FAILED(hr)) {
-        const HRESULT kept = keepDamaged();
-        if (FAILED(kept)) return kept;
-    }
-    return createEmpty();
+    const FileState found = load();
+    if (found == FileState::loaded) return S_OK;
+    if (create) return createEmpty(found);
+    return found == FileState::damaged ? E_FAIL : S_OK;
 }
 
-// No document and success for a file that is missing or cannot be read; a failure for a damaged one.
-HRESULT StoreFile::loadExisting()
+// The document is what the file holds; none is open where that is no document.
+StoreFile::FileState StoreFile::load()
 {
     document_.reset();
     dirty_ = false;
     std::error_code error;
     std::string bytes = platform::readFile(path_, error, largestStore);
-    if (error == std::errc::file_too_large) return E_FAIL;
-    if (error) return S_OK;
-    platform::XmlDocument document;
-    if (!document.load(std::move(bytes))) return E_FAIL;
-    document_ = std::move(document);
+    if (error == std::errc::no_such_file_or_directory) return FileState::missing;
+    if (error) return error == std::errc::file_too_large ? FileState::damaged : FileState::unreadable;
+    platform::XmlDocument read;
+    if (!read.load(std::move(bytes))) return FileState::damaged;
+    document_ = std::move(read);
     rebuildIndex();
-    return S_OK;
+    return FileState::loaded;
 }
 
-HRESULT StoreFile::keepDamaged()
+// A file that is in the way is moved aside, and moved back if the empty store cannot be written.
+HRESULT StoreFile::createEmpty(FileState found)
 {
+    std::error_code error;
     std::filesystem::path kept = path_;
     kept += ".damaged";
-    std::error_code error;
-    if (std::filesystem::file_size(path_, error) == 0) return S_OK; // no bytes, nothing to keep
-    return resultOf(platform::copyReplacing(path_, kept));
-}
-
-HRESULT StoreFile::createEmpty()
-{
-    document_.emplace();
-    document_->create("Scs");
+    const bool inTheWay = found != FileState::missing && platform::fileExists(path_) && std::filesystem::file_size(path_, error) != 0;
+    if (inTheWay) {
+        std::filesystem::rename(path_, kept, error);
+        if (error) return resultOf(error);
+    }
+    document_.emplace().create("Scs");
     rebuildIndex();
+    dirty_ = true;
     HRESULT hr = SetVersion(currentStoreVersion);
     if (SUCCEEDED(hr)) hr = Save();
+    if (SUCCEEDED(hr)) return hr;
+    document_.reset();
+    dirty_ = false;
+    if (inTheWay && !platform::fileExists(path_)) std::filesystem::rename(kept, path_, error);
     return hr;
 }
 
 HRESULT StoreFile::Revert()
 {
     if (!isOpen()) return E_POINTER;
-    return dirty_ ? loadExisting() : S_OK;
+    return !dirty_ || load() == FileState::loaded ? S_OK : E_FAIL;
 }
 
 HRESULT StoreFile::Save(bool release)
@@ -181,7 +153,7 @@ HRESULT StoreFile::Save(bool release)
         saveWanted_ = true;
         return S_OK;
     }
-    if (dirty_) {
+    if (dirty_ || (document_->root() && !platform::fileExists(path_))) {
         platform::AtomicFile file(path_);
         document_->write([&](std::string_view piece) { file.write(piece); });
         hr = resultOf(file.commit());
@@ -221,14 +193,18 @@ HRESULT SaveScope::finish() noexcept
     return com::guarded([&] { return store_.Save(); });
 }
 
-void StoreFile::rebuildIndex() { index_.build(document_->root()); }
+void StoreFile::rebuildIndex()
+{
+    entries_.forget();
+    index_.build(document_->root());
+}
 
 HRESULT StoreFile::GetVersion(LONG& version) const
 {
     version = -1;
     if (!isOpen()) return E_FAIL;
     const XmlElement root = document_->root();
-    if (!root || !isNamed(root, "Scs")) return E_FAIL;
+    if (!root || !root.isNamed("Scs")) return E_FAIL;
     const auto text = root.attribute("Version");
     if (!text || text->empty()) return S_FALSE;
     version = platform::toInt(platform::utf16(*text));
@@ -239,7 +215,7 @@ HRESULT StoreFile::SetVersion(LONG version)
 {
     if (!isOpen()) return E_POINTER;
     const XmlElement root = document_->root();
-    if (!root || !isNamed(root, "Scs")) return E_FAIL;
+    if (!root || !root.isNamed("Scs")) return E_FAIL;
     const std::string text = std::to_string(version);
     if (root.attribute("Version") != text) {
         root.setAttribute("Version", text);
@@ -250,36 +226,24 @@ HRESULT StoreFile::SetVersion(LONG version)
 
 // ---- Finding -----------------------------------------------------------------------------------------------------------
 
-XmlElement StoreFile::findSection(const SectionKey& key) const
+XmlElement StoreFile::findValue(const SectionKey& section, std::string_view key) const
 {
-    const StoreIndex::Answer answer = index_.find(key.type, key.name);
-    return answer.known ? answer.section : document_->selectFirst(sectionPath(key.type, key.name));
+    const XmlElement first = index_.first(section.type, section.name);
+    if (!first) return {};
+    if (const XmlElement value = entries_.firstValue(first, key)) return value;
+    for (const XmlElement& other : index_.all(section.type, section.name)) // a foreign hand may have made several
+        if (other != first)
+            if (const XmlElement value = entries_.firstValue(other, key)) return value;
+    return {};
 }
 
-std::vector<XmlElement> StoreFile::findSections(const SectionKey& key) const
+std::vector<XmlElement> StoreFile::findEntries(const SectionKey& section, std::string_view key) const
 {
-    const StoreIndex::Answer answer = index_.find(key.type, key.name);
-    if (!answer.known) return document_->select(sectionPath(key.type, key.name));
-    return answer.section ? std::vector{answer.section} : std::vector<XmlElement>();
-}
-
-XmlElement StoreFile::findValue(const SectionKey& section, const std::string& key) const
-{
-    const StoreIndex::Answer answer = index_.find(section.type, section.name);
-    if (!answer.known) return document_->selectFirst(sectionPath(section.type, section.name) + "/Ky[KN = '" + key + "']/KV");
-    return answer.section ? valueElement(answer.section, key) : XmlElement();
-}
-
-std::vector<XmlElement> StoreFile::findEntries(const SectionKey& section, const std::string& key) const
-{
-    const StoreIndex::Answer answer = index_.find(section.type, section.name);
-    if (!answer.known) return document_->select(sectionPath(section.type, section.name) + "/Ky[KN = '" + key + "']");
     std::vector<XmlElement> found;
-    if (answer.section)
-        eachEntry(answer.section, [&](const XmlElement& entry, const XmlElement& name, const XmlElement&) {
-            if (name && name.text() == key) found.push_back(entry);
-            return false;
-        });
+    for (const XmlElement& element : index_.all(section.type, section.name)) {
+        const auto entries = EntryFinder::entries(element, key);
+        found.insert(found.end(), entries.begin(), entries.end());
+    }
     return found;
 }
 
@@ -291,26 +255,26 @@ bool StoreFile::hasKey(std::u16string_view type, std::u16string_view section, st
 std::vector<XmlElement> StoreFile::sectionsOfType(std::u16string_view type) const
 {
     std::vector<XmlElement> found;
-    if (!isOpen()) return found;
-    const std::string wanted = platform::utf8(EscapeTypeName(type, true));
-    if (!index_.regular()) return document_->select("Scs/Sc[ST = '" + wanted + "']");
-    for (XmlElement section = document_->root().firstChild(); section; section = section.nextSibling())
-        if (isNamed(section, "Sc") && childNamed(section, "ST").text() == wanted) found.push_back(section);
+    const XmlElement root = isOpen() ? document_->root() : XmlElement();
+    if (!root || !root.isNamed("Scs")) return found;
+    const std::string wanted = typeText(type);
+    for (XmlElement section = root.firstChild("Sc"); section; section = section.nextSibling("Sc")) {
+        XmlElement name = section.firstChild("ST");
+        while (name && !name.hasText(wanted)) name = name.nextSibling("ST");
+        if (name) found.push_back(section);
+    }
     return found;
 }
 
 std::vector<XmlElement> StoreFile::sectionsWithValue(std::u16string_view type, std::u16string_view key, std::u16string_view value) const
 {
     const std::string encodedKey = encodeBase64(key), encodedValue = encodeBase64(value);
-    std::vector<XmlElement> found;
-    for (const XmlElement& section : sectionsOfType(type)) {
-        bool holds = false;
-        eachEntry(section, [&](const XmlElement&, const XmlElement& name, const XmlElement& content) {
-            holds = name && content && name.text() == encodedKey && content.text() == encodedValue;
-            return holds;
-        });
-        if (holds) found.push_back(section);
-    }
+    std::vector<XmlElement> found = sectionsOfType(type);
+    std::erase_if(found, [&](const XmlElement& section) {
+        for (XmlElement entry = section.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
+            if (entryHasKey(entry, encodedKey) && anyValue(entry, encodedValue)) return false;
+        return true;
+    });
     return found;
 }
 
@@ -322,7 +286,7 @@ HRESULT StoreFile::ReadValue(std::u16string_view type, std::u16string_view secti
     if (!isOpen()) return E_POINTER;
     const XmlElement found = findValue(sectionKey(type, section), encodeBase64(key));
     if (!found) return E_FAIL;
-    value = decoded(found.text());
+    value = decodedText(found);
     return S_OK;
 }
 
@@ -357,31 +321,23 @@ HRESULT StoreFile::KeyHasValue(std::u16string_view type, std::u16string_view sec
     has = VARIANT_FALSE;
     if (!isOpen()) return E_POINTER;
     const SectionKey place = sectionKey(type, section);
-    const std::string wanted = encodeBase64(value), encodedKey = encodeBase64(key);
-    const StoreIndex::Answer answer = index_.find(place.type, place.name);
-    XmlElement name;
-    if (!answer.known)
-        name = document_->selectFirst(sectionPath(place.type, place.name) + "/Ky[KV = '" + wanted + "']/KN");
-    else if (answer.section)
-        eachEntry(answer.section, [&](const XmlElement&, const XmlElement& keyName, const XmlElement& content) {
-            if (content && content.text() == wanted) name = keyName;
-            return static_cast<bool>(name);
-        });
-    if (!name) return S_FALSE;
-    if (name.text() == encodedKey) has = VARIANT_TRUE;
-    return S_OK;
+    const std::string encodedValue = encodeBase64(value);
+    for (const XmlElement& element : index_.all(place.type, place.name))
+        for (XmlElement entry = element.firstChild("Ky"); entry; entry = entry.nextSibling("Ky")) {
+            const XmlElement name = entry.firstChild("KN");
+            if (!name || !anyValue(entry, encodedValue)) continue;
+            if (name.hasText(encodeBase64(key))) has = VARIANT_TRUE;
+            return S_OK;
+        }
+    return S_FALSE;
 }
 
 HRESULT StoreFile::ListSections(std::u16string_view type, std::vector<std::u16string>& names) const
 {
     names.clear();
     if (!isOpen()) return E_POINTER;
-    if (!index_.regular()) {
-        for (const XmlElement& name : document_->select("Scs/Sc[ST = '" + platform::utf8(EscapeTypeName(type, true)) + "']/SN"))
-            names.push_back(decoded(name.text()));
-        return S_OK;
-    }
-    for (const XmlElement& section : sectionsOfType(type)) names.push_back(decoded(encodedNameOf(section)));
+    for (const XmlElement& section : sectionsOfType(type))
+        for (XmlElement name = section.firstChild("SN"); name; name = name.nextSibling("SN")) names.push_back(decodedText(name));
     return S_OK;
 }
 
@@ -390,16 +346,9 @@ HRESULT StoreFile::ListKeys(std::u16string_view type, std::u16string_view sectio
     keys.clear();
     if (!isOpen()) return E_POINTER;
     const SectionKey place = sectionKey(type, section);
-    const StoreIndex::Answer answer = index_.find(place.type, place.name);
-    if (!answer.known) {
-        for (const XmlElement& name : document_->select(sectionPath(place.type, place.name) + "/Ky/KN"))
-            keys.push_back(decoded(name.text()));
-    } else if (answer.section) {
-        eachEntry(answer.section, [&](const XmlElement&, const XmlElement& name, const XmlElement&) {
-            keys.push_back(decoded(name.text()));
-            return false;
-        });
-    }
+    for (const XmlElement& element : index_.all(place.type, place.name))
+        for (XmlElement entry = element.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
+            for (XmlElement name = entry.firstChild("KN"); name; name = name.nextSibling("KN")) keys.push_back(decodedText(name));
     return S_OK;
 }
 
@@ -408,14 +357,8 @@ HRESULT StoreFile::ListValues(std::u16string_view type, std::u16string_view sect
 {
     values.clear();
     if (!isOpen()) return E_POINTER;
-    const SectionKey place = sectionKey(type, section);
-    const std::string encodedKey = encodeBase64(key);
-    if (!index_.find(place.type, place.name).known) {
-        for (const XmlElement& value : document_->select(sectionPath(place.type, place.name) + "/Ky[KN = '" + encodedKey + "']/KV"))
-            values.push_back(decoded(value.text()));
-        return S_OK;
-    }
-    for (const XmlElement& entry : findEntries(place, encodedKey)) values.push_back(decoded(childNamed(entry, "KV").text()));
+    for (const XmlElement& entry : findEntries(sectionKey(type, section), encodeBase64(key)))
+        for (XmlElement value = entry.firstChild("KV"); value; value = value.nextSibling("KV")) values.push_back(decodedText(value));
     return S_OK;
 }
 
@@ -429,21 +372,29 @@ HRESULT StoreFile::WriteValue(std::u16string_view type, std::u16string_view sect
     const std::string encodedKey = encodeBase64(key), encodedValue = encodeBase64(value);
     const XmlElement existing = append ? XmlElement() : findValue(place, encodedKey);
     if (existing) {
-        if (existing.text() == encodedValue) return save ? Save() : S_OK;
+        if (existing.hasText(encodedValue)) return save ? Save() : S_OK;
         existing.setText(encodedValue);
         return saved(save);
     }
-    XmlElement node = findSection(place);
+    XmlElement node = index_.first(place.type, place.name);
     if (!node) {
         const XmlElement root = document_->root();
         if (!root) return E_FAIL;
         node = root.appendChild("Sc");
         node.appendChild("ST").setText(place.type);
         node.appendChild("SN").setText(place.name);
-        index_.add(place.type, place.name, node);
+        index_.append(node);
     }
     appendEntry(node, encodedKey, encodedValue);
     return saved(save);
+}
+
+void StoreFile::appendEntry(const XmlElement& section, std::string_view key, std::string_view value)
+{
+    const XmlElement entry = section.appendChild("Ky");
+    entry.appendChild("KN").setText(key);
+    entry.appendChild("KV").setText(value);
+    entries_.appended(section, entry, key);
 }
 
 HRESULT StoreFile::WriteInt(std::u16string_view type, std::u16string_view section, std::u16string_view key, LONG value, bool append,
@@ -468,52 +419,48 @@ HRESULT StoreFile::RemoveKey(std::u16string_view type, std::u16string_view secti
 {
     if (!isOpen()) return E_POINTER;
     const auto entries = findEntries(sectionKey(type, section), encodeBase64(key));
+    if (!entries.empty()) entries_.forget();
     for (const XmlElement& entry : entries) entry.parent().removeChild(entry);
     if (!entries.empty()) dirty_ = true;
     return Save();
+}
+
+void StoreFile::removeSections(const std::vector<XmlElement>& sections)
+{
+    if (sections.empty()) return;
+    entries_.forget();
+    for (const XmlElement& section : sections) {
+        (void)index_.remove(section);
+        section.parent().removeChild(section);
+    }
+    dirty_ = true;
 }
 
 HRESULT StoreFile::RemoveSection(std::u16string_view type, std::u16string_view section, bool save)
 {
     if (!isOpen()) return E_POINTER;
     const SectionKey place = sectionKey(type, section);
-    const auto found = findSections(place);
-    for (const XmlElement& node : found) node.parent().removeChild(node);
-    if (!found.empty()) {
-        dirty_ = true;
-        if (index_.regular())
-            index_.remove(place.type, place.name);
-        else
-            rebuildIndex();
-    }
+    removeSections(index_.all(place.type, place.name));
     return save ? Save() : S_OK;
 }
 
 HRESULT StoreFile::RemoveType(std::u16string_view type)
 {
     if (!isOpen()) return E_POINTER;
-    const auto found = sectionsOfType(type);
-    for (const XmlElement& node : found) node.parent().removeChild(node);
-    if (!found.empty()) {
-        dirty_ = true;
-        rebuildIndex();
-    }
+    removeSections(sectionsOfType(type));
     return Save();
 }
 
 HRESULT StoreFile::RenameSection(std::u16string_view type, std::u16string_view oldSection, std::u16string_view newSection, bool save)
 {
     if (!isOpen()) return E_POINTER;
-    const SectionKey from = sectionKey(type, oldSection), to = sectionKey(type, newSection);
-    const XmlElement section = findSection(from);
-    const XmlElement name = section ? childNamed(section, "SN") : XmlElement();
+    const SectionKey from = sectionKey(type, oldSection);
+    const XmlElement section = index_.first(from.type, from.name);
+    const XmlElement name = section ? section.firstChild("SN") : XmlElement();
     if (!name) return E_FAIL;
-    const bool known = index_.find(from.type, from.name).known;
-    name.setText(to.name);
-    if (known)
-        index_.rename(from.type, from.name, to.name);
-    else
-        rebuildIndex();
+    const std::uint32_t place = index_.remove(section);
+    name.setText(encodeBase64(newSection));
+    index_.restore(section, place);
     return saved(save);
 }
 
@@ -522,8 +469,10 @@ HRESULT StoreFile::SetFlagInAllSections(std::u16string_view type, LONG flag, boo
     if (!isOpen()) return E_POINTER;
     const std::string key = encodeBase64(u"FieldMapChanged"), value = encodeBase64(flag == 1 ? u"1" : u"0");
     for (const XmlElement& section : sectionsOfType(type)) {
-        if (equalAsciiNoCase(encodedNameOf(section), syncInfoName())) continue;
-        if (const XmlElement existing = valueElement(section, key))
+        if (sameEncodedName(encodedNameOf(section), syncInfoName())) continue;
+        const XmlElement existing = entries_.firstValue(section, key);
+        if (existing && existing.hasText(value)) continue;
+        if (existing)
             existing.setText(value);
         else
             appendEntry(section, key, value);

@@ -3,7 +3,9 @@
 // are put off and done once at its end. A save with nothing to say is none.
 #pragma once
 #include "com.h"
+#include "store/EntryFinder.h"
 #include "store/StoreIndex.h"
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -22,8 +24,9 @@ public:
     StoreFile(const StoreFile&) = delete;
     StoreFile& operator=(const StoreFile&) = delete;
 
-    // Without the create flag a missing file leaves no document open and is no failure. With it a missing or damaged file becomes an
-    // empty store; the bytes of a damaged one are first kept beside it as NAME.damaged, and where that fails the open fails.
+    // Without the create flag a file that is missing or cannot be read leaves no document open and is no failure; a damaged one is a
+    // failure. With it either becomes an empty store; the bytes of a file that is there are first kept beside it as
+    // NAME.damaged, and where that fails the open fails.
     HRESULT Open(const std::filesystem::path& path, bool create);
     HRESULT Save(bool release = false);
     HRESULT Close();
@@ -74,28 +77,29 @@ public:
     // Goes back to what the file holds: what was written and not saved is forgotten.
     HRESULT Revert();
 
-    // Writes the document with all names and values decoded, for people to read.
+    // Writes the document with all names and values decoded, for people to read; nothing where there is none.
     HRESULT ExportDecoded(const std::filesystem::path& target);
 
 private:
     friend class SaveScope;
+    enum class FileState { loaded, missing, unreadable, damaged };
     struct SectionKey {
         std::string type, name; // as they stand in the document
     };
     static SectionKey sectionKey(std::u16string_view type, std::u16string_view section);
-    [[nodiscard]] platform::XmlElement findSection(const SectionKey& key) const;
-    [[nodiscard]] std::vector<platform::XmlElement> findSections(const SectionKey& key) const;
-    [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, const std::string& key) const;
-    [[nodiscard]] std::vector<platform::XmlElement> findEntries(const SectionKey& section, const std::string& key) const;
-    HRESULT createEmpty();
-    HRESULT loadExisting();
-    HRESULT keepDamaged();
+    [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, std::string_view key) const;
+    [[nodiscard]] std::vector<platform::XmlElement> findEntries(const SectionKey& section, std::string_view key) const;
+    void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
+    void removeSections(const std::vector<platform::XmlElement>& sections);
+    FileState load();
+    HRESULT createEmpty(FileState found);
     HRESULT saved(bool save); // the end of an operation that changed the document
     void rebuildIndex();
 
     std::filesystem::path path_;
     std::optional<platform::XmlDocument> document_;
     StoreIndex index_;
+    mutable EntryFinder entries_;
     bool dirty_ = false; // the document is ahead of the file
     int scopes_ = 0;
     bool saveWanted_ = false;
@@ -116,8 +120,21 @@ private:
     bool finished_ = false;
 };
 
-// The value of a key inside one section's element; none if it is absent.
-std::optional<std::u16string> valueInSection(const platform::XmlElement& section, std::string_view encodedKey);
+// What Ky[KN = K]/KV answers inside one section, for several keys in one walk: the element of the first value, none if it is absent.
+template <std::size_t N>
+std::array<platform::XmlElement, N> valuesInSection(const platform::XmlElement& section, const std::array<std::string, N>& encodedKeys)
+{
+    std::array<platform::XmlElement, N> values;
+    for (platform::XmlElement entry = section.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
+        for (platform::XmlElement name = entry.firstChild("KN"); name; name = name.nextSibling("KN"))
+            for (std::size_t i = 0; i < N; ++i)
+                if (!values[i] && name.hasText(encodedKeys[i])) values[i] = entry.firstChild("KV");
+    return values;
+}
+// The value that an element of a store holds, decoded.
+std::u16string decodedText(const platform::XmlElement& element);
 std::string encodedNameOf(const platform::XmlElement& section);
+// Wanted: names of sections that differ in case only are alike here, although their encoding tells case apart.
+bool sameEncodedName(std::string_view a, std::string_view b);
 
 } // namespace mb

@@ -1,91 +1,171 @@
 #include "store/StoreIndex.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <functional>
+
 namespace mb {
 namespace {
 
 using platform::XmlElement;
 
-bool isRegularEntry(const XmlElement& entry)
-{
-    int names = 0, values = 0;
-    for (XmlElement e = entry.firstChild(); e; e = e.nextSibling()) {
-        const std::string name = e.name();
-        names += name == "KN";
-        values += name == "KV";
-    }
-    return names == 1 && values == 1;
-}
+constexpr std::uint32_t none = UINT32_MAX;
 
-struct SectionHead {
-    bool regular = true;
-    std::string type, name;
-};
+// The hashes of the types, or the names, of one section. There is one of each in what the store writes.
+struct Hashes {
+    std::array<std::size_t, 4> of{};
+    std::size_t count = 0;
+    bool tooMany = false;
 
-SectionHead headOf(const XmlElement& section)
-{
-    SectionHead head;
-    int types = 0, names = 0;
-    for (XmlElement e = section.firstChild(); e; e = e.nextSibling()) {
-        const std::string kind = e.name();
-        if (kind == "Ky") {
-            head.regular = head.regular && isRegularEntry(e);
-        } else if (kind == "ST") {
-            if (types++ == 0) head.type = e.text();
-        } else if (kind == "SN") {
-            if (names++ == 0) head.name = e.text();
+    Hashes(const XmlElement& section, std::string_view kind)
+    {
+        for (XmlElement e = section.firstChild(kind); e && !tooMany; e = e.nextSibling(kind)) {
+            const std::size_t hash = std::hash<std::string>()(e.text());
+            if (std::find(of.begin(), of.begin() + count, hash) != of.begin() + count) continue;
+            tooMany = count == of.size();
+            if (!tooMany) of[count++] = hash;
         }
     }
-    head.regular = head.regular && types == 1 && names == 1;
-    return head;
+    [[nodiscard]] auto begin() const { return of.begin(); }
+    [[nodiscard]] auto end() const { return of.begin() + count; }
+};
+
+std::uint32_t joined(std::size_t type, std::size_t name)
+{
+    const std::uint64_t mixed = (std::uint64_t(type) * 0x9E3779B97F4A7C15u ^ name) * 0xC2B2AE3D27D4EB4Fu;
+    return static_cast<std::uint32_t>(mixed >> 32);
+}
+
+std::uint32_t hashOf(std::string_view type, std::string_view name)
+{
+    const std::hash<std::string_view> hash;
+    return joined(hash(type), hash(name));
+}
+
+// Calls visit(hash) for each pair of a type and a name of the section; false, and no call, if they are too many.
+template <class F> bool eachHash(const XmlElement& section, F&& visit)
+{
+    const Hashes types(section, "ST"), names(section, "SN");
+    if (types.tooMany || names.tooMany) return false;
+    for (const std::size_t type : types)
+        for (const std::size_t name : names) visit(joined(type, name));
+    return true;
+}
+
+bool anyHasText(const XmlElement& section, std::string_view kind, std::string_view text)
+{
+    for (XmlElement e = section.firstChild(kind); e; e = e.nextSibling(kind))
+        if (e.hasText(text)) return true;
+    return false;
+}
+
+bool bears(const XmlElement& section, std::string_view type, std::string_view name)
+{
+    return anyHasText(section, "SN", name) && anyHasText(section, "ST", type);
 }
 
 } // namespace
 
-std::string StoreIndex::keyOf(std::string_view type, std::string_view name)
-{
-    std::string key;
-    key.reserve(type.size() + 1 + name.size());
-    key.append(type).append(1, '\x1f').append(name);
-    return key;
-}
-
 void StoreIndex::build(const XmlElement& root)
 {
-    slots_.clear();
-    regular_ = root && root.name() == "Scs";
-    if (!regular_) return;
-    slots_.reserve(root.elementCount());
-    for (XmlElement section = root.firstChild(); section; section = section.nextSibling()) {
-        if (section.name() != "Sc") continue;
-        const SectionHead head = headOf(section);
-        regular_ = regular_ && head.regular;
-        add(head.type, head.name, section);
+    entries_.clear();
+    odd_.clear();
+    places_ = 0;
+    if (root && root.isNamed("Scs")) {
+        entries_.reserve(root.elementCount());
+        for (XmlElement section = root.firstChild("Sc"); section; section = section.nextSibling("Sc")) {
+            const std::uint32_t place = places_++;
+            if (!eachHash(section, [&](std::uint32_t hash) { entries_.push_back({section, hash, place, none}); }))
+                odd_.push_back({section, 0, place, none});
+        }
     }
+    relink();
 }
 
-StoreIndex::Answer StoreIndex::find(std::string_view type, std::string_view name) const
+std::uint32_t StoreIndex::headOf(std::uint32_t hash) const noexcept { return heads_.empty() ? none : heads_[hash & (heads_.size() - 1)]; }
+
+XmlElement StoreIndex::first(std::string_view type, std::string_view name) const
 {
-    if (!regular_) return {false, {}};
-    const auto at = slots_.find(keyOf(type, name));
-    if (at == slots_.end()) return {};
-    return {!at->second.ambiguous, at->second.section};
+    const std::uint32_t hash = hashOf(type, name);
+    const Entry* found = nullptr;
+    for (std::uint32_t at = headOf(hash); at != none && !found; at = entries_[at].next)
+        if (entries_[at].hash == hash && bears(entries_[at].section, type, name)) found = &entries_[at];
+    for (const Entry& odd : odd_) {
+        if (found && odd.place > found->place) break;
+        if (bears(odd.section, type, name)) return odd.section;
+    }
+    return found ? found->section : XmlElement();
 }
 
-void StoreIndex::add(std::string_view type, std::string_view name, const XmlElement& section)
+std::vector<XmlElement> StoreIndex::all(std::string_view type, std::string_view name) const
 {
-    const auto [at, isNew] = slots_.try_emplace(keyOf(type, name), Slot{section});
-    if (!isNew) at->second.ambiguous = true;
+    const std::uint32_t hash = hashOf(type, name);
+    std::vector<const Entry*> found;
+    for (std::uint32_t at = headOf(hash); at != none; at = entries_[at].next)
+        if (entries_[at].hash == hash && bears(entries_[at].section, type, name)) found.push_back(&entries_[at]);
+    for (const Entry& odd : odd_)
+        if (bears(odd.section, type, name)) found.push_back(&odd);
+    std::ranges::sort(found, {}, [](const Entry* e) { return e->place; });
+    std::vector<XmlElement> sections;
+    for (const Entry* entry : found) sections.push_back(entry->section);
+    return sections;
 }
 
-void StoreIndex::remove(std::string_view type, std::string_view name) { slots_.erase(keyOf(type, name)); }
-
-void StoreIndex::rename(std::string_view type, std::string_view oldName, std::string_view newName)
+void StoreIndex::append(const XmlElement& section)
 {
-    auto moved = slots_.extract(keyOf(type, oldName));
-    if (moved.empty()) return;
-    moved.key() = keyOf(type, newName);
-    const auto result = slots_.insert(std::move(moved));
-    if (!result.inserted) result.position->second.ambiguous = true;
+    if (section.parent().isNamed("Scs")) restore(section, places_++);
+}
+
+void StoreIndex::restore(const XmlElement& section, std::uint32_t place)
+{
+    if (!eachHash(section, [&](std::uint32_t hash) { link({section, hash, place, none}); }))
+        odd_.insert(std::ranges::upper_bound(odd_, place, {}, &Entry::place), {section, 0, place, none});
+}
+
+std::uint32_t StoreIndex::remove(const XmlElement& section)
+{
+    std::uint32_t place = none;
+    const bool hashed = eachHash(section, [&](std::uint32_t hash) {
+        if (heads_.empty()) return;
+        for (std::uint32_t* at = &heads_[hash & (heads_.size() - 1)]; *at != none; at = &entries_[*at].next) {
+            Entry& entry = entries_[*at];
+            if (entry.section != section || entry.hash != hash) continue;
+            place = entry.place;
+            entry.section = {};
+            *at = entry.next;
+            break;
+        }
+    });
+    if (hashed) return place;
+    const auto odd = std::ranges::find(odd_, section, &Entry::section);
+    if (odd == odd_.end()) return none;
+    place = odd->place;
+    odd_.erase(odd);
+    return place;
+}
+
+void StoreIndex::link(Entry entry)
+{
+    if (entries_.size() >= heads_.size() / 2) relink();
+    std::uint32_t* at = &heads_[entry.hash & (heads_.size() - 1)];
+    while (*at != none && entries_[*at].place <= entry.place) at = &entries_[*at].next;
+    entry.next = *at;
+    *at = static_cast<std::uint32_t>(entries_.size());
+    entries_.push_back(entry);
+}
+
+// Drops the entries that are gone and makes the chains anew, with room to grow.
+void StoreIndex::relink()
+{
+    std::erase_if(entries_, [](const Entry& entry) { return !entry.section; });
+    if (!std::ranges::is_sorted(entries_, {}, &Entry::place)) std::ranges::stable_sort(entries_, {}, &Entry::place);
+    heads_.assign(std::bit_ceil(std::max<std::size_t>(16, entries_.size() * 4)), none);
+    for (std::size_t i = entries_.size(); i-- > 0;) {
+        std::uint32_t& head = heads_[entries_[i].hash & (heads_.size() - 1)];
+        entries_[i].next = head;
+        head = static_cast<std::uint32_t>(i);
+    }
 }
 
 } // namespace mb

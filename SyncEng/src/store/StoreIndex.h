@@ -1,39 +1,41 @@
-// The hash index beside a store's document: from type and section to the section's element. It is built in one walk when the document
-// is loaded and kept current by every write. What it answers is what the XPath expressions answer; where a foreign hand has made a
-// document in which it could not know, it says so, and the expressions are asked.
+// The hash index beside a store's document: from type and section name to the sections that bear them, in document order. It is built
+// in one walk when the document is loaded and kept current by every write. It answers what the expression Scs/Sc[ST = T and SN = S]
+// answers, also on a document that a foreign hand has changed. It holds no texts: a hash leads to a section, whose own texts decide.
 #pragma once
 #include "xml.h"
-#include <string>
+#include <cstdint>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace mb {
 
 class StoreIndex {
 public:
-    struct Answer {
-        bool known = true; // false: only the document itself can tell
-        platform::XmlElement section;
-    };
-
     void build(const platform::XmlElement& root);
-    // The type as it stands in the document, the name as it is encoded there.
-    [[nodiscard]] Answer find(std::string_view type, std::string_view name) const;
-    // Every section has one type and one name, and every entry one key and one value.
-    [[nodiscard]] bool regular() const noexcept { return regular_; }
 
-    void add(std::string_view type, std::string_view name, const platform::XmlElement& section);
-    void remove(std::string_view type, std::string_view name);
-    void rename(std::string_view type, std::string_view oldName, std::string_view newName);
+    // Type and name as they stand in the document.
+    [[nodiscard]] platform::XmlElement first(std::string_view type, std::string_view name) const;
+    [[nodiscard]] std::vector<platform::XmlElement> all(std::string_view type, std::string_view name) const;
+
+    // A new section, the last one of the document, whose type and name are written.
+    void append(const platform::XmlElement& section);
+    // A section that is about to leave the document, or to get another name; the answer is its place, for restore.
+    std::uint32_t remove(const platform::XmlElement& section);
+    void restore(const platform::XmlElement& section, std::uint32_t place);
 
 private:
-    struct Slot {
-        platform::XmlElement section;
-        bool ambiguous = false; // several sections bear the name
+    struct Entry {
+        platform::XmlElement section; // none for an entry that is gone
+        std::uint32_t hash, place, next;
     };
-    static std::string keyOf(std::string_view type, std::string_view name);
-    std::unordered_map<std::string, Slot> slots_;
-    bool regular_ = true;
+    [[nodiscard]] std::uint32_t headOf(std::uint32_t hash) const noexcept;
+    void link(Entry entry);
+    void relink();
+
+    std::vector<std::uint32_t> heads_; // by hash: the first entry of a chain in ascending order of place
+    std::vector<Entry> entries_;
+    std::vector<Entry> odd_; // sections with more types or names than are worth a hash each, in ascending order of place
+    std::uint32_t places_ = 0;
 };
 
 } // namespace mb

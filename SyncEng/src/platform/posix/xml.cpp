@@ -1,10 +1,9 @@
-// On pugixml. Text that is an element's first child is kept in the element itself, which halves the nodes of a store.
+// On pugixml. Text that is an element's first child is kept in the element itself, which halves the nodes of a store, and the names
+// and texts of a loaded document stay in the bytes that it was loaded from.
 #include "xml.h"
 
 #include "text.h"
 #include "xml_guard.h"
-#include <cstring>
-#include <functional>
 #include <pugixml.hpp>
 
 namespace platform {
@@ -34,6 +33,12 @@ void appendText(pugi::xml_node n, std::string& out)
         else if (child.type() == pugi::node_element)
             appendText(child, out); // as deep as documents are let in
     }
+}
+
+XmlElement named(pugi::xml_node n, std::string_view name)
+{
+    while (n && (n.type() != pugi::node_element || name != n.name())) n = n.next_sibling();
+    return XmlAccess::element(n);
 }
 
 std::vector<XmlElement> selectFrom(pugi::xml_node context, const std::string& xpath)
@@ -88,6 +93,16 @@ bool makeUtf8(std::string& bytes)
 
 std::string XmlElement::name() const { return XmlAccess::node(*this).name(); }
 
+bool XmlElement::isNamed(std::string_view name) const noexcept { return name == XmlAccess::node(*this).name(); }
+
+bool XmlElement::hasText(std::string_view text) const
+{
+    const pugi::xml_node n = XmlAccess::node(*this), child = n.first_child();
+    if (!child) return text == n.value();
+    if (child.type() == pugi::node_pcdata && !child.next_sibling() && !*n.value()) return text == child.value();
+    return text == this->text();
+}
+
 std::string XmlElement::text() const
 {
     const pugi::xml_node n = XmlAccess::node(*this);
@@ -120,6 +135,7 @@ std::optional<std::string> XmlElement::firstText() const
 bool XmlElement::setFirstText(std::string_view text) const
 {
     pugi::xml_node holder = firstTextNode(XmlAccess::node(*this));
+    if (holder.type() == pugi::node_element) return holder.text().set(text.data(), text.size());
     return holder && holder.set_value(text.data(), text.size());
 }
 
@@ -151,6 +167,9 @@ XmlElement XmlElement::parent() const
 XmlElement XmlElement::firstChild() const { return XmlAccess::element(nextElement(XmlAccess::node(*this).first_child())); }
 XmlElement XmlElement::nextSibling() const { return XmlAccess::element(nextElement(XmlAccess::node(*this).next_sibling())); }
 
+XmlElement XmlElement::firstChild(std::string_view name) const { return named(XmlAccess::node(*this).first_child(), name); }
+XmlElement XmlElement::nextSibling(std::string_view name) const { return named(XmlAccess::node(*this).next_sibling(), name); }
+
 std::size_t XmlElement::elementCount() const
 {
     std::size_t n = 0;
@@ -170,6 +189,7 @@ XmlElement XmlElement::selectFirst(const std::string& xpath) const
 }
 
 struct XmlDocument::State {
+    std::string bytes; // what a loaded document's names and texts point into
     pugi::xml_document document;
 };
 
@@ -181,28 +201,19 @@ XmlDocument::~XmlDocument() = default;
 bool XmlDocument::load(std::string&& bytes)
 {
     state_->document.reset();
-    if (!makeUtf8(bytes) || !isHarmlessXml(bytes)) return false;
-    // The document owns the buffer that it is parsed in.
-    void* buffer = pugi::get_memory_allocation_function()(bytes.empty() ? 1 : bytes.size());
-    if (!buffer) throw std::bad_alloc();
-    const std::size_t size = bytes.size();
-    std::memcpy(buffer, bytes.data(), size);
-    bytes = std::string();
-    const bool parsed = static_cast<bool>(state_->document.load_buffer_inplace_own(buffer, size, parseFlags, pugi::encoding_utf8));
-    const pugi::xml_node root = state_->document.document_element();
-    // One root, and no text beside it: what the parser lets pass and no other reader would.
-    bool single = parsed && root;
-    for (pugi::xml_node n = state_->document.first_child(); single && n; n = n.next_sibling())
-        if ((n.type() == pugi::node_element && n != root) || n.type() == pugi::node_cdata ||
-            (n.type() == pugi::node_pcdata && std::strspn(n.value(), " \t\r\n") != std::strlen(n.value())))
-            single = false;
-    if (!single) state_->document.reset();
-    return single;
+    state_->bytes = std::move(bytes);
+    const bool harmless = makeUtf8(state_->bytes) && isHarmlessXml(state_->bytes);
+    if (harmless && state_->document.load_buffer_inplace(state_->bytes.data(), state_->bytes.size(), parseFlags, pugi::encoding_utf8))
+        return true;
+    state_->document.reset();
+    state_->bytes = std::string();
+    return false;
 }
 
 XmlElement XmlDocument::create(const char* rootName)
 {
     state_->document.reset();
+    state_->bytes = std::string();
     return XmlAccess::element(state_->document.append_child(rootName));
 }
 

@@ -1,0 +1,10 @@
+// A support aid: a history as readable XML. It works only where the user's registry value EnableDecrypt allows it.
+#pragma once
+#include "com.h"
+#include <filesystem>
+
+namespace mb {
+
+HRESULT DecryptHistoryFile(const std::filesystem::path& source, const std::filesystem::path& target);
+
+} // namespace mb

@@ -1,0 +1,47 @@
+#include "store/CBase64.h"
+
+#include <gtest/gtest.h>
+
+namespace mb {
+
+TEST(Base64, TheEmptyTextStaysEmpty)
+{
+    EXPECT_EQ(CBase64(u"", true).EncodedText(), u"");
+    EXPECT_EQ(CBase64(u"", false).PlainText(), u"");
+    EXPECT_EQ(CBase64().EncodedText(), u"");
+}
+
+TEST(Base64, OneToFourBytesRoundTrip)
+{
+    const std::pair<const char16_t*, const char16_t*> known[] = {
+        {u"a", u"YQ=="}, {u"ab", u"YWI="}, {u"abc", u"YWJj"}, {u"abcd", u"YWJjZA=="}};
+    for (const auto& [plain, encoded] : known) {
+        EXPECT_EQ(CBase64(plain, true).EncodedText(), encoded);
+        EXPECT_EQ(CBase64(encoded, false).PlainText(), plain);
+    }
+}
+
+TEST(Base64, BlanksAndLineEndsInsideTheTextAreDropped) { EXPECT_EQ(CBase64(u" YW\r\nJj\tZA == ", false).PlainText(), u"abcd"); }
+
+TEST(Base64, TextOfAllAlphabetsRoundTrips)
+{
+    const std::u16string text = u"Żółć \u4F60\u597D \U0001F600 שלום";
+    EXPECT_EQ(decodeBase64(encodeBase64(text)), text);
+}
+
+TEST(Base64, ThePlainTextEndsAtItsFirstZero) { EXPECT_EQ(decodeBase64("YQBi"), u"a"); }
+
+TEST(Base64, BadInputYieldsSomeBytesAndNoError)
+{
+    for (const char* bad : {"*", "****", "Y", "YW", "YWJ", "=", "====", "\xFF\xFE"}) (void)decodeBase64(bad);
+    EXPECT_EQ(decodeBase64("YWJj*"), decodeBase64("YWJj*")) << "the same each time";
+    EXPECT_TRUE(decodeBase64("YWJj*").starts_with(u"abc"));
+}
+
+TEST(Base64, TheTopBitOfALetterIsPassedOver)
+{
+    const std::string marked = {static_cast<char>('Y' | 0x80), 'Q', '=', '='};
+    EXPECT_EQ(decodeBase64(marked), u"a");
+}
+
+} // namespace mb

@@ -1,0 +1,255 @@
+#include "store/StoreFile.h"
+
+#include "TestFolder.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+namespace mb {
+namespace {
+
+class StoreFileTest : public testing::Test {
+protected:
+    StoreFileTest() { EXPECT_EQ(store.Open(file, true), S_OK); }
+    std::string onDisk() { return folder.read(file); }
+    std::u16string value(std::u16string_view type, std::u16string_view section, std::u16string_view key)
+    {
+        std::u16string text;
+        return SUCCEEDED(store.ReadValue(type, section, key, text)) ? text : u"<absent>";
+    }
+    HRESULT write(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string_view text,
+                  bool append = false)
+    {
+        return store.WriteValue(type, section, key, text, append, true);
+    }
+    mbtest::TestFolder folder;
+    std::filesystem::path file = folder.path() / "store.xml";
+    StoreFile store;
+};
+
+} // namespace
+
+TEST_F(StoreFileTest, ANewStoreIsAnEmptyOneOfVersionFour) { EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>"); }
+
+TEST_F(StoreFileTest, AStoreWithOneKeyIsOneLine)
+{
+    EXPECT_EQ(write(u"TrMap", u"abc", u"a", u"ab"), S_OK);
+    EXPECT_EQ(onDisk(), "<Scs Version=\"4\"><Sc><ST>TrMap</ST><SN>YWJj</SN><Ky><KN>YQ==</KN><KV>YWI=</KV></Ky></Sc></Scs>");
+}
+
+TEST_F(StoreFileTest, AnEmptyValueIsThereAndEmpty)
+{
+    EXPECT_EQ(write(u"T", u"s", u"k", u""), S_OK);
+    std::u16string text = u"before";
+    EXPECT_EQ(store.ReadValue(u"T", u"s", u"k", text), S_OK);
+    EXPECT_EQ(text, u"");
+}
+
+TEST_F(StoreFileTest, AnAbsentKeyIsAFailureWithTheEmptyText)
+{
+    std::u16string text = u"before";
+    EXPECT_EQ(store.ReadValue(u"T", u"s", u"k", text), E_FAIL);
+    EXPECT_EQ(text, u"");
+    LONG number = 7;
+    EXPECT_EQ(store.ReadInt(u"T", u"s", u"k", number), E_FAIL);
+    EXPECT_EQ(number, 7);
+}
+
+TEST_F(StoreFileTest, TwoAppendsMakeTwoEntriesAndAReadGivesTheFirst)
+{
+    write(u"T", u"s", u"k", u"1", true);
+    write(u"T", u"s", u"k", u"2", true);
+    EXPECT_EQ(value(u"T", u"s", u"k"), u"1");
+    std::vector<std::u16string> all;
+    EXPECT_EQ(store.ListValues(u"T", u"s", u"k", all), S_OK);
+    EXPECT_EQ(all, (std::vector<std::u16string>{u"1", u"2"}));
+}
+
+TEST_F(StoreFileTest, ATypeWithQuotesIsFoundByAllOperations)
+{
+    const std::u16string type = u"Trans1c:\\o'hara\"s.db";
+    EXPECT_EQ(write(type, u"s", u"k", u"v"), S_OK);
+    EXPECT_NE(onDisk().find("o&amp;apos;hara&amp;quot;s.db"), std::string::npos);
+    StoreFile again;
+    ASSERT_EQ(again.Open(file, false), S_OK);
+    std::u16string text;
+    EXPECT_EQ(again.ReadValue(type, u"s", u"k", text), S_OK);
+    EXPECT_EQ(text, u"v");
+    EXPECT_EQ(again.RemoveKey(type, u"s", u"k"), S_OK);
+    EXPECT_EQ(again.RenameSection(type, u"s", u"t", false), S_OK);
+    EXPECT_EQ(again.RemoveType(type), S_OK);
+    EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>");
+}
+
+TEST_F(StoreFileTest, TypesCompareExactlySectionsToo)
+{
+    write(u"T", u"s", u"k", u"v");
+    EXPECT_EQ(value(u"t", u"s", u"k"), u"<absent>");
+    EXPECT_EQ(value(u"T", u"S", u"k"), u"<absent>");
+}
+
+TEST_F(StoreFileTest, NumbersAndIdentifiersRoundTrip)
+{
+    const GUID guid = com::newGuid();
+    store.WriteInt(u"T", u"s", u"i", -5, false, false);
+    store.WriteDouble(u"T", u"s", u"d", 46022.123456789, false, false);
+    store.WriteGuid(u"T", u"s", u"g", guid, false, false);
+    LONG i = 0;
+    double d = 0;
+    GUID g{};
+    EXPECT_EQ(store.ReadInt(u"T", u"s", u"i", i), S_OK);
+    EXPECT_EQ(store.ReadDouble(u"T", u"s", u"d", d), S_OK);
+    EXPECT_EQ(store.ReadGuid(u"T", u"s", u"g", g), S_OK);
+    EXPECT_EQ(i, -5);
+    EXPECT_EQ(d, 46022.123456789) << "a date comes back to the last bit";
+    EXPECT_EQ(g, guid);
+    EXPECT_EQ(value(u"T", u"s", u"g").size(), 38u);
+}
+
+TEST_F(StoreFileTest, ADamagedStoreIsReplacedAndItsBytesAreKept)
+{
+    for (const std::string bad : {"<Scs><Sc></Scs>", "no xml", "<!DOCTYPE a><Scs/>"}) {
+        folder.write("store.xml", bad);
+        StoreFile opened;
+        EXPECT_EQ(opened.Open(file, true), S_OK) << bad;
+        EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>");
+        EXPECT_EQ(folder.read(file.string() + ".damaged"), bad);
+        EXPECT_EQ(StoreFile().Open(folder.path() / "none.xml", false), S_OK);
+    }
+}
+
+TEST_F(StoreFileTest, AStoreOfZeroBytesBecomesAnEmptyOne)
+{
+    folder.write("store.xml", "");
+    StoreFile opened;
+    EXPECT_EQ(opened.Open(file, true), S_OK);
+    EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>");
+    EXPECT_FALSE(std::filesystem::exists(file.string() + ".damaged"));
+}
+
+TEST_F(StoreFileTest, WithoutTheCreateFlagADamagedStoreIsAFailureAndStaysAsItIs)
+{
+    folder.write("store.xml", "<Scs>");
+    StoreFile opened;
+    EXPECT_TRUE(FAILED(opened.Open(file, false)));
+    EXPECT_EQ(onDisk(), "<Scs>");
+}
+
+TEST_F(StoreFileTest, AMissingFileWithoutTheCreateFlagLeavesNoDocument)
+{
+    StoreFile opened;
+    EXPECT_EQ(opened.Open(folder.path() / "none.xml", false), S_OK);
+    std::u16string text;
+    EXPECT_EQ(opened.ReadValue(u"T", u"s", u"k", text), E_POINTER);
+    EXPECT_EQ(opened.WriteValue(u"T", u"s", u"k", u"v", false, false), E_POINTER);
+    EXPECT_EQ(opened.Save(), E_POINTER);
+    LONG version = 0;
+    EXPECT_EQ(opened.GetVersion(version), E_FAIL);
+    EXPECT_EQ(version, -1);
+    EXPECT_EQ(opened.DeleteStoreFile(), E_POINTER);
+    EXPECT_EQ(opened.Open({}, true), E_FAIL);
+}
+
+TEST_F(StoreFileTest, AFileWithoutAVersionIsOfVersionMinusOne)
+{
+    folder.write("store.xml", "<Scs/>");
+    StoreFile opened;
+    EXPECT_EQ(opened.Open(file, true), S_OK);
+    LONG version = 0;
+    (void)opened.GetVersion(version);
+    EXPECT_EQ(version, -1);
+}
+
+TEST_F(StoreFileTest, RemovingASectionThatIsNotThereSucceeds) { EXPECT_EQ(store.RemoveSection(u"T", u"none", true), S_OK); }
+
+TEST_F(StoreFileTest, RenamingASectionThatIsNotThereFails) { EXPECT_EQ(store.RenameSection(u"T", u"none", u"x", true), E_FAIL); }
+
+TEST_F(StoreFileTest, KeyHasValueLooksAtTheFirstKeyUnderTheValueAlone)
+{
+    VARIANT_BOOL has = VARIANT_FALSE;
+    write(u"T", u"s", u"first", u"v");
+    write(u"T", u"s", u"second", u"v");
+    EXPECT_EQ(store.KeyHasValue(u"T", u"s", u"first", u"v", has), S_OK);
+    EXPECT_EQ(has, VARIANT_TRUE);
+    EXPECT_EQ(store.KeyHasValue(u"T", u"s", u"second", u"v", has), S_OK);
+    EXPECT_EQ(has, VARIANT_FALSE);
+}
+
+TEST_F(StoreFileTest, TheFlagIsSetInAllSectionsButThatOfTheLastRun)
+{
+    write(u"Trans1", u"SyncInfo", u"Database", u"d");
+    write(u"Trans1", u"r1", u"FieldMapChanged", u"0");
+    write(u"Trans1", u"r2", u"MappedID", u"x");
+    write(u"Trans2", u"r3", u"MappedID", u"x");
+    EXPECT_EQ(store.SetFlagInAllSections(u"Trans1", 1, true), S_OK);
+    EXPECT_EQ(value(u"Trans1", u"r1", u"FieldMapChanged"), u"1");
+    EXPECT_EQ(value(u"Trans1", u"r2", u"FieldMapChanged"), u"1");
+    EXPECT_EQ(value(u"Trans1", u"SyncInfo", u"FieldMapChanged"), u"<absent>");
+    EXPECT_EQ(value(u"Trans2", u"r3", u"FieldMapChanged"), u"<absent>");
+}
+
+TEST_F(StoreFileTest, WhiteSpaceOfAnotherToolDisturbsNothingAndSurvives)
+{
+    folder.write(
+        "store.xml",
+        "<Scs Version=\"4\">\n <Sc>\n  <ST>T</ST>\n  <SN>cw==</SN>\n  <Ky>\n   <KN>aw==</KN>\n   <KV>dg==</KV>\n  </Ky>\n </Sc>\n</Scs>");
+    ASSERT_EQ(store.Open(file, true), S_OK);
+    EXPECT_EQ(value(u"T", u"s", u"k"), u"v");
+    write(u"T", u"s", u"k", u"w");
+    EXPECT_NE(onDisk().find("\n   <KV>dw==</KV>\n"), std::string::npos);
+}
+
+TEST_F(StoreFileTest, ManyWritesInAScopeAreOneSave)
+{
+    const auto before = onDisk();
+    {
+        SaveScope scope(store);
+        write(u"T", u"s", u"k", u"1");
+        write(u"T", u"s", u"k", u"2");
+        EXPECT_EQ(onDisk(), before);
+        EXPECT_EQ(scope.finish(), S_OK);
+        EXPECT_NE(onDisk(), before);
+    }
+    EXPECT_EQ(value(u"T", u"s", u"k"), u"2");
+}
+
+TEST_F(StoreFileTest, ARevertGoesBackToTheFile)
+{
+    write(u"T", u"s", u"k", u"saved");
+    store.WriteValue(u"T", u"s", u"k", u"not saved", false, false);
+    EXPECT_EQ(store.Revert(), S_OK);
+    EXPECT_EQ(value(u"T", u"s", u"k"), u"saved");
+}
+
+TEST_F(StoreFileTest, AFullDiskLeavesTheOldFileWhole)
+{
+    write(u"T", u"s", u"k", u"old");
+    const std::string before = onDisk();
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const auto former = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{64, limit.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    const HRESULT hr = write(u"T", u"s", u"k", std::u16string(1000, u'x'));
+    setrlimit(RLIMIT_FSIZE, &limit);
+    std::signal(SIGXFSZ, former);
+    EXPECT_EQ(hr, static_cast<HRESULT>(0x80070070));
+    EXPECT_EQ(onDisk(), before);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
+        << "no temporary file is left beside data and store";
+    EXPECT_EQ(write(u"T", u"s", u"k", u"new"), S_OK) << "the memory image is ahead, and the next save brings it";
+}
+
+TEST_F(StoreFileTest, TheDecodedCopyIsForPeople)
+{
+    write(u"Trans1", u"r1", u"FieldData", u"2\u0003\u0006Ada\u0003\u0006");
+    const auto copy = folder.path() / "copy.xml";
+    EXPECT_EQ(store.ExportDecoded(copy), S_OK);
+    const std::string text = folder.read(copy);
+    EXPECT_NE(text.find("<SN>r1</SN>"), std::string::npos);
+    EXPECT_NE(text.find("<KV>2/Ada/</KV>"), std::string::npos);
+    EXPECT_EQ(store.ExportDecoded({}), E_FAIL);
+}
+
+} // namespace mb

@@ -1,0 +1,247 @@
+// The index beside a store's document answers what the expressions answer, node for node, on documents of any hand.
+#include "store/StoreIndex.h"
+
+#include "ExpressionStore.h"
+#include "store/CBase64.h"
+#include "store/StoreFile.h"
+#include "TestFolder.h"
+#include "text.h"
+
+#include <gtest/gtest.h>
+#include <random>
+
+namespace mb {
+namespace {
+
+// A store's document and questions to it, at random: as the store writes it, or as a foreign hand might leave it.
+class RandomStore {
+public:
+    RandomStore(unsigned seed, bool foreign) : random_(seed), foreign_(foreign) {}
+    int below(int n) { return std::uniform_int_distribution<int>(0, n - 1)(random_); }
+    std::u16string word()
+    {
+        static constexpr const char16_t* words[] = {u"",    u"a",      u"A",        u"b",  u"o'hara", u"\"q\"",
+                                                    u"<&>", u"\u00E9", u"SyncInfo", u" a", u"aa",     u"FieldMapChanged"};
+        return words[below(std::size(words))];
+    }
+    std::u16string type()
+    {
+        static constexpr const char16_t* types[] = {u"Trans1", u"Trans2", u"trans1", u"Trans1o'x", u"Trans1\"x", u""};
+        return types[below(std::size(types))];
+    }
+    std::string document()
+    {
+        std::string text = foreign_ && below(12) == 0 ? "<Other>" : "<Scs Version=\"4\">";
+        const std::string root = text.substr(1, text[1] == 'O' ? 5 : 3);
+        for (int n = below(8); n > 0; --n) text += section();
+        return text + "</" + root + ">";
+    }
+
+private:
+    bool odd() { return foreign_ && below(5) == 0; }
+    static std::string escaped(const std::u16string& raw)
+    {
+        std::string out;
+        for (const char c : platform::utf8(raw)) out += c == '&' ? "&amp;" : c == '<' ? "&lt;" : std::string(1, c);
+        return out;
+    }
+    std::string element(const char* name, const std::string& text)
+    {
+        std::string inside = text;
+        if (odd()) inside = "<!-- c -->" + text + (below(2) ? "<x/>" : "");
+        if (odd() && text.size() > 1) inside = text.substr(0, 1) + "<y><![CDATA[" + text.substr(1) + "]]></y>";
+        return std::string("<") + name + ">" + inside + "</" + name + ">" + (below(6) == 0 ? "\n " : "");
+    }
+    std::string typeElement() { return element("ST", escaped(EscapeTypeName(type(), true))); }
+    std::string name(const char* kind) { return element(kind, encodeBase64(word())); }
+    std::string entry()
+    {
+        std::string text;
+        for (int n = odd() ? below(4) : 1; n > 0; --n) text += name("KN");
+        if (odd()) text += "<KX>YQ==</KX>";
+        for (int n = odd() ? below(4) : 1; n > 0; --n) text += name("KV");
+        return "<Ky>" + text + "</Ky>";
+    }
+    std::string section()
+    {
+        std::string text;
+        if (odd()) text += entry();
+        for (int n = odd() ? below(8) : 1; n > 0; --n) text += typeElement();
+        for (int n = odd() ? below(8) : 1; n > 0; --n) text += name("SN");
+        for (int n = below(12) == 0 ? 60 : below(5); n > 0; --n) text += entry();
+        if (odd()) text = "<Sc>" + text + "</Sc>";
+        return (odd() ? "<!-- x --><Sy/>" : "") + ("<Sc>" + text + "</Sc>");
+    }
+    std::mt19937 random_;
+    bool foreign_;
+};
+
+platform::XmlDocument loaded(std::string bytes)
+{
+    platform::XmlDocument document;
+    EXPECT_TRUE(document.load(std::move(bytes)));
+    return document;
+}
+
+// An empty element has two spellings; here it has one.
+std::string rewritten(const std::string& bytes) { return loaded(bytes).bytes(); }
+
+// The fast store and its measure, driven alike.
+class Pair {
+public:
+    Pair(const std::filesystem::path& file, const std::string& bytes) : measure(bytes), file_(file)
+    {
+        EXPECT_EQ(store.Open(file, false), S_OK);
+        EXPECT_TRUE(store.isOpen()) << bytes;
+    }
+    void expectSameAnswers(RandomStore& random)
+    {
+        const std::u16string type = random.type(), section = random.word(), key = random.word(), value = random.word();
+        std::u16string fast, slow;
+        EXPECT_EQ(store.ReadValue(type, section, key, fast), measure.ReadValue(type, section, key, slow));
+        EXPECT_EQ(fast, slow);
+        EXPECT_EQ(store.hasKey(type, section, key), measure.ReadValue(type, section, key, slow) == S_OK);
+        std::vector<std::u16string> list;
+        EXPECT_EQ(store.ListSections(type, list), S_OK);
+        EXPECT_EQ(list, measure.ListSections(type));
+        EXPECT_EQ(store.ListKeys(type, section, list), S_OK);
+        EXPECT_EQ(list, measure.ListKeys(type, section));
+        EXPECT_EQ(store.ListValues(type, section, key, list), S_OK);
+        EXPECT_EQ(list, measure.ListValues(type, section, key));
+        VARIANT_BOOL has = VARIANT_FALSE;
+        (void)store.KeyHasValue(type, section, key, value, has);
+        EXPECT_EQ(has != VARIANT_FALSE, measure.KeyHasValue(type, section, key, value));
+        list.clear();
+        for (const auto& found : store.sectionsWithValue(type, key, value)) {
+            const std::string name = encodedNameOf(found);
+            list.push_back(name.empty() ? std::u16string() : decodeBase64(name));
+        }
+        EXPECT_EQ(list, measure.sectionsWithValue(type, key, value));
+    }
+    void change(RandomStore& random)
+    {
+        const std::u16string type = random.type(), section = random.word(), key = random.word(), value = random.word();
+        switch (random.below(12)) {
+        case 0:
+            EXPECT_EQ(store.RemoveSection(type, section, false), S_OK);
+            measure.RemoveSection(type, section);
+            break;
+        case 1:
+        case 2: EXPECT_EQ(store.RenameSection(type, section, value, false), measure.RenameSection(type, section, value)); break;
+        case 3:
+            EXPECT_EQ(store.RemoveKey(type, section, key), S_OK);
+            measure.RemoveKey(type, section, key);
+            break;
+        case 4:
+            if (random.below(6) != 0) break;
+            EXPECT_EQ(store.RemoveType(type), S_OK);
+            measure.RemoveType(type);
+            break;
+        case 5:
+            EXPECT_EQ(store.SetFlagInAllSections(type, random.below(2), false), S_OK);
+            measure.SetFlagInAllSections(type, valueOfFlag(type));
+            break;
+        default:
+            const bool append = random.below(3) == 0;
+            EXPECT_EQ(store.WriteValue(type, section, key, value, append, false), measure.WriteValue(type, section, key, value, append));
+        }
+    }
+    void expectSameDocument(const mbtest::TestFolder& folder)
+    {
+        EXPECT_EQ(store.Save(), S_OK);
+        EXPECT_EQ(rewritten(folder.read(file_)), rewritten(measure.document.bytes()));
+    }
+    StoreFile store;
+    mbtest::ExpressionStore measure;
+
+private:
+    // The flag that the store has just set, where any section of the type tells it.
+    LONG valueOfFlag(const std::u16string& type)
+    {
+        for (const auto& section : store.sectionsOfType(type))
+            if (!sameEncodedName(encodedNameOf(section), encodeBase64(u"SyncInfo")))
+                return decodedText(valuesInSection(section, std::array{encodeBase64(u"FieldMapChanged")})[0]) == u"1" ? 1 : 0;
+        return 0;
+    }
+    std::filesystem::path file_;
+};
+
+void runRandomly(bool foreign, unsigned seeds)
+{
+    const mbtest::TestFolder folder;
+    const auto file = folder.path() / "store.xml";
+    for (unsigned seed = 1; seed <= seeds && !testing::Test::HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        RandomStore random(seed, foreign);
+        const std::string bytes = random.document();
+        folder.write("store.xml", bytes);
+        Pair pair(file, bytes);
+        for (int step = 0; step < 20 && !testing::Test::HasFailure(); ++step) {
+            for (int i = 0; i < 5; ++i) pair.expectSameAnswers(random);
+            pair.change(random);
+        }
+        pair.expectSameDocument(folder);
+    }
+}
+
+} // namespace
+
+TEST(StoreIndex, AnswersWhatTheExpressionsAnswerOnDocumentsOfTheStore) { runRandomly(false, 60); }
+
+TEST(StoreIndex, AnswersWhatTheExpressionsAnswerOnDocumentsOfAForeignHand) { runRandomly(true, 120); }
+
+TEST(StoreIndex, SectionsOfOneNameAreInDocumentOrderWhateverWasRenamed)
+{
+    const auto document = loaded("<Scs><Sc><ST>T</ST><SN>YQ==</SN></Sc><Sc><ST>T</ST><SN>Yg==</SN></Sc></Scs>");
+    const auto first = document.root().firstChild(), second = first.nextSibling();
+    StoreIndex index;
+    index.build(document.root());
+    const auto place = index.remove(first);
+    EXPECT_FALSE(index.first("T", "YQ=="));
+    first.firstChild("SN").setText("Yg==");
+    index.restore(first, place);
+    EXPECT_EQ(index.first("T", "Yg=="), first) << "the earlier one of two";
+    EXPECT_EQ(index.all("T", "Yg=="), (std::vector{first, second}));
+}
+
+TEST(StoreIndex, ASectionOfMoreNamesThanAreIndexedIsStillFoundByEach)
+{
+    std::string names;
+    for (char c = 'a'; c < 'k'; ++c) names += std::string("<SN>") + c + "</SN>";
+    const auto document = loaded("<Scs><Sc><ST>T</ST><SN>c</SN></Sc><Sc><ST>T</ST>" + names + "</Sc></Scs>");
+    const auto plain = document.root().firstChild(), many = plain.nextSibling();
+    StoreIndex index;
+    index.build(document.root());
+    EXPECT_EQ(index.all("T", "c"), (std::vector{plain, many}));
+    EXPECT_EQ(index.first("T", "j"), many);
+    (void)index.remove(many);
+    EXPECT_FALSE(index.first("T", "j"));
+}
+
+TEST(StoreIndex, AnswersNothingUnderAForeignRoot)
+{
+    const auto document = loaded("<Other><Sc><ST>T</ST><SN>YQ==</SN></Sc></Other>");
+    StoreIndex index;
+    index.build(document.root());
+    EXPECT_FALSE(index.first("T", "YQ=="));
+    EXPECT_TRUE(index.all("T", "YQ==").empty());
+}
+
+TEST(StoreIndex, GrowsWithItsSections)
+{
+    platform::XmlDocument document;
+    const auto root = document.create("Scs");
+    StoreIndex index;
+    index.build(root);
+    std::vector<platform::XmlElement> sections;
+    for (int i = 0; i < 2000; ++i) {
+        const auto section = root.appendChild("Sc");
+        section.appendChild("ST").setText("T");
+        section.appendChild("SN").setText(std::to_string(i));
+        index.append(section);
+        sections.push_back(section);
+    }
+    for (int i = 0; i < 2000; ++i) ASSERT_EQ(index.first("T", std::to_string(i)), sections[static_cast<std::size_t>(i)]) << i;
+}
+
+} // namespace mb

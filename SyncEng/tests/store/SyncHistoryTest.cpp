@@ -1,0 +1,196 @@
+#include "store/CSyncHistory.h"
+
+#include "TestFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace mb {
+namespace {
+
+constexpr GUID map{0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55}};
+
+class SyncHistory : public testing::Test {
+protected:
+    SyncHistory() { EXPECT_EQ(history.Open(map), S_OK); }
+    void link(const std::u16string& one, const std::u16string& two)
+    {
+        EXPECT_EQ(history.WriteEntry(u"Trans1", {one, 46000.5, two, false}), S_OK);
+        EXPECT_EQ(history.WriteEntry(u"Trans2", {two, 46001.5, one, false}), S_OK);
+    }
+    std::vector<HistoryEntry> load(std::u16string_view side, bool validate = true)
+    {
+        std::vector<HistoryEntry> entries;
+        EXPECT_EQ(history.LoadEntries(side, entries, false, validate), S_OK);
+        return entries;
+    }
+    mbtest::TestFolder folder;
+    CSyncHistory history{nullptr};
+};
+
+} // namespace
+
+TEST_F(SyncHistory, TheFileBearsTheMapsName)
+{
+    EXPECT_TRUE(std::filesystem::exists(folder.data() / "{11111111-2222-3333-4444-555555555555}.xml"));
+    LONG version = 0;
+    EXPECT_EQ(history.GetVersion(version), S_OK);
+    EXPECT_EQ(version, 4);
+}
+
+TEST_F(SyncHistory, EntriesComeBackInTheOrderOfTheFile)
+{
+    link(u"b", u"2");
+    link(u"a", u"1");
+    const auto entries = load(u"Trans1");
+    ASSERT_EQ(entries.size(), 2u);
+    EXPECT_EQ(entries[0].Id, u"b");
+    EXPECT_EQ(entries[0].MappedId, u"2");
+    EXPECT_EQ(entries[0].ModifiedTime, 46000.5);
+    EXPECT_FALSE(entries[0].FieldMapChanged);
+}
+
+TEST_F(SyncHistory, ASectionWithNothingButADateIsDeletedAtTheNextLoadAndTheFileIsSaved)
+{
+    link(u"a", u"1");
+    history.store().WriteDouble(u"Trans1", u"half", u"ModifiedTime", 1.0, false, true);
+    EXPECT_EQ(load(u"Trans1").size(), 1u);
+    CSyncHistory again(nullptr);
+    ASSERT_EQ(again.Open(map), S_OK);
+    std::vector<std::u16string> ids;
+    EXPECT_EQ(again.ListRecords(u"Trans1", ids), S_OK);
+    EXPECT_EQ(ids, (std::vector<std::u16string>{u"a"}));
+}
+
+TEST_F(SyncHistory, ARecordWhoseTwinIsGoneIsDeletedOnlyWhereThatIsAsked)
+{
+    link(u"a", u"1");
+    link(u"b", u"2");
+    EXPECT_EQ(history.DeleteEntry(u"Trans2", u"1", false), S_OK);
+    EXPECT_EQ(load(u"Trans1", false).size(), 2u);
+    EXPECT_EQ(load(u"Trans1", true).size(), 1u);
+    EXPECT_EQ(load(u"Trans1", false).size(), 1u);
+}
+
+TEST_F(SyncHistory, WithoutARunThereIsNoDatabase)
+{
+    std::u16string database = u"before";
+    EXPECT_TRUE(FAILED(history.GetDatabase(u"Trans1", database)));
+    EXPECT_EQ(database, u"");
+    LONG status = 7;
+    DATE time = 7;
+    EXPECT_TRUE(FAILED(history.GetLastSyncStatus(u"Trans1", status)));
+    EXPECT_TRUE(FAILED(history.GetLastSyncTime(u"Trans1", time)));
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(time, 0.0);
+}
+
+TEST_F(SyncHistory, AnyTextThatDoesNotBeginWithTrans1MeansSideTwo)
+{
+    EXPECT_EQ(history.SetDatabase(u"tRANS1 and more", u"one"), S_OK);
+    EXPECT_EQ(history.SetDatabase(u"whatever", u"two"), S_OK);
+    std::u16string database;
+    EXPECT_EQ(history.GetDatabase(u"Trans1", database), S_OK);
+    EXPECT_EQ(database, u"one");
+    EXPECT_EQ(history.GetDatabase(u"Trans2", database), S_OK);
+    EXPECT_EQ(database, u"two");
+}
+
+TEST_F(SyncHistory, ASuffixWithOneEmptyTextLeavesTheSectionsAsTheyAre)
+{
+    history.SetSectionSuffix(u"", u"B");
+    EXPECT_EQ(history.SectionFor(u"Trans1"), u"Trans1");
+    history.SetSectionSuffix(u"C:\\A", u"B");
+    EXPECT_EQ(history.SectionFor(u"Trans1"), u"Trans1c:\\ab");
+    EXPECT_EQ(history.SectionFor(u"Trans2"), u"Trans2c:\\ab");
+    link(u"a", u"1");
+    EXPECT_EQ(load(u"Trans1").size(), 1u) << "the twin is looked for under the same suffix";
+}
+
+TEST_F(SyncHistory, FieldDataRoundTripsInAscendingOrderOfType)
+{
+    FieldValueMap fields;
+    fields[ftPhone] = u"1";
+    fields[ftFirstName] = u"Ada\r\n'\"";
+    fields[3001] = u"";
+    EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", fields, false, false), S_OK);
+    std::u16string text;
+    EXPECT_EQ(history.store().ReadValue(u"Trans1", u"a", u"FieldData", text), S_OK);
+    EXPECT_EQ(text, u"2\u0003\u0006Ada\r\n'\"\u0003\u000620\u0003\u00061\u0003\u00063001\u0003\u0006\u0003\u0006");
+    FieldValueMap read;
+    EXPECT_EQ(history.ReadFieldData(u"Trans1", u"a", read), S_OK);
+    EXPECT_EQ(read, fields);
+}
+
+TEST_F(SyncHistory, FieldDataOfNothingIsTheEmptyText)
+{
+    EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", {}, false, false), S_OK);
+    FieldValueMap read;
+    read[1] = u"before";
+    EXPECT_EQ(history.ReadFieldData(u"Trans1", u"a", read), S_OK);
+    EXPECT_TRUE(read.empty());
+}
+
+TEST_F(SyncHistory, WhatWasReadBeforeABrokenPieceOfFieldDataStands)
+{
+    const FieldValueMap read = parseFieldData(u"2\u0003\u0006Ada\u0003\u0006x\u0003\u0006?\u0003\u00064\u0003\u0006B\u0003\u0006");
+    EXPECT_EQ(read.size(), 1u);
+    EXPECT_TRUE(parseFieldData(u"2\u0003\u0006never closed").empty());
+    EXPECT_EQ(parseFieldData(u"2\u0003\u0006a\u0003\u00062\u0003\u0006b\u0003\u0006").find(2)->second, u"b") << "a later one replaces";
+}
+
+TEST_F(SyncHistory, RecordsOfOneStatusAreFound)
+{
+    link(u"a", u"1");
+    link(u"b", u"2");
+    FieldValueMap fields;
+    fields[ftRecordStatus] = u"-6";
+    history.WriteFieldData(u"Trans1", u"b", fields, false, false);
+    std::vector<HistoryEntry> entries;
+    EXPECT_EQ(history.LoadEntriesWithStatus(u"Trans1", -6, entries, true), S_OK);
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].Id, u"b");
+}
+
+TEST_F(SyncHistory, AFileOfVersionOneGivesAllRecordsWhateverTheirStatus)
+{
+    link(u"a", u"1");
+    history.SetVersion(1);
+    CSyncHistory old(nullptr);
+    ASSERT_EQ(old.Open(map), S_OK);
+    std::vector<HistoryEntry> entries;
+    EXPECT_EQ(old.LoadEntriesWithStatus(u"Trans1", -6, entries, true), S_OK);
+    EXPECT_EQ(entries.size(), 1u);
+}
+
+TEST_F(SyncHistory, ClearingAnOldHistoryMakesItOneOfToday)
+{
+    history.SetVersion(2);
+    CSyncHistory old(nullptr);
+    ASSERT_EQ(old.Open(map), S_OK);
+    EXPECT_EQ(old.Clear(), S_OK);
+    LONG version = 0;
+    EXPECT_EQ(old.GetVersion(version), S_OK);
+    EXPECT_EQ(version, 4);
+}
+
+TEST_F(SyncHistory, TheFlagOfTheFieldMapIsReadWithTheEntryOnlyWhereAsked)
+{
+    link(u"a", u"1");
+    EXPECT_EQ(history.SetFieldMapChanged(u"Trans1", {u"a", 0, {}, false}, true, false, false), S_OK);
+    HistoryEntry entry;
+    entry.Id = u"a";
+    EXPECT_EQ(history.ReadEntry(u"Trans1", entry, false), S_OK);
+    EXPECT_FALSE(entry.FieldMapChanged);
+    EXPECT_EQ(history.ReadEntry(u"Trans1", entry, true), S_OK);
+    EXPECT_TRUE(entry.FieldMapChanged);
+    EXPECT_TRUE(load(u"Trans1")[0].FieldMapChanged);
+}
+
+TEST_F(SyncHistory, DeletingTheFileLeavesNone)
+{
+    EXPECT_EQ(history.DeleteFile(), 0);
+    EXPECT_FALSE(std::filesystem::exists(folder.data() / "{11111111-2222-3333-4444-555555555555}.xml"));
+    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), S_OK) << "and there is no harm in doing it again";
+}
+
+} // namespace mb
