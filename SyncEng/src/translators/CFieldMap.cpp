@@ -108,30 +108,50 @@ void validateFields(ITranslator* translator, _TransIds side, REFGUID map)
     if (SUCCEEDED(MakeServices(map, side, services))) (void)com::call(validator, &IFieldValidator::ValidateFieldList, services.get());
 }
 
-// By field type; the last field of a type wins.
-using FieldsByType = std::map<LONG, GUID>;
-
-HRESULT listFields(const com::Ptr<ITranslator>& translator, FieldsByType& fields)
-{
-    const auto list = translator.tryAs<IFieldList>();
-    const auto field = translator.tryAs<IField>();
-    if (!list || !field) return E_NOINTERFACE;
+// One translator of a map as far as its fields are concerned: it is loaded, not initialised.
+struct FieldSource {
+    com::Ptr<ITranslator> translator;
+    com::Ptr<IFieldList> list;
+    com::Ptr<IField> field;
     LONG count = 0;
-    const HRESULT hr = com::call(list, &IFieldList::GetCount, &count);
-    if (FAILED(hr)) return hr;
-    for (LONG i = 0; i < count; ++i) {
-        GUID guid{};
-        LONG type = 0;
-        if (FAILED(com::call(list, &IFieldList::GetFieldByIndex, i, &guid))) continue;
-        if (SUCCEEDED(com::call(field, &IField::GetFieldType, guid, &type))) fields[type] = guid;
-    }
-    return S_OK;
-}
 
-HRESULT loadTranslator(const com::Ptr<ITrMapEntry>& loader, const GUID& clsid, com::Ptr<ITranslator>& translator)
+    HRESULT load(const com::Ptr<ITrMapEntry>& loader, const GUID& clsid)
+    {
+        const HRESULT hr = com::call(loader, &ITrMapEntry::Load, clsid, translator.put());
+        return SUCCEEDED(hr) && !translator ? E_FAIL : hr;
+    }
+    HRESULT askForFields()
+    {
+        list = translator.tryAs<IFieldList>();
+        field = translator.tryAs<IField>();
+        return list && field ? S_OK : E_NOINTERFACE;
+    }
+    HRESULT askForCount() { return com::call(list, &IFieldList::GetCount, &count); }
+
+    // By field type; the last field of a type wins, and a field that cannot be asked is left out.
+    [[nodiscard]] std::map<LONG, GUID> fieldsByType() const
+    {
+        std::map<LONG, GUID> fields;
+        for (LONG i = 0; i < count; ++i) {
+            GUID guid{};
+            LONG type = 0;
+            if (FAILED(com::call(list, &IFieldList::GetFieldByIndex, i, &guid))) continue;
+            if (SUCCEEDED(com::call(field, &IField::GetFieldType, guid, &type))) fields[type] = guid;
+        }
+        return fields;
+    }
+};
+
+// The two together, each step on both before the next.
+HRESULT loadSources(const com::Ptr<ITrMapEntry>& loader, const GUID& id1, const GUID& id2, FieldSource& source1, FieldSource& source2)
 {
-    const HRESULT hr = com::call(loader, &ITrMapEntry::Load, clsid, translator.put());
-    return SUCCEEDED(hr) && !translator ? E_FAIL : hr;
+    HRESULT hr = source1.load(loader, id1);
+    if (SUCCEEDED(hr)) hr = source2.load(loader, id2);
+    if (SUCCEEDED(hr)) hr = source1.askForFields();
+    if (SUCCEEDED(hr)) hr = source2.askForFields();
+    if (SUCCEEDED(hr)) hr = source1.askForCount();
+    if (SUCCEEDED(hr)) hr = source2.askForCount();
+    return hr;
 }
 
 } // namespace
@@ -158,15 +178,13 @@ HRESULT STDMETHODCALLTYPE CFieldMap::CreateDefaultMap(REFGUID guid)
         HRESULT hr = createClass(__uuidof(TrManager), loader);
         GUID id1{}, id2{};
         if (SUCCEEDED(hr)) hr = GetTranslators(guid, &id1, &id2);
-        com::Ptr<ITranslator> translator1, translator2;
-        if (SUCCEEDED(hr)) hr = loadTranslator(loader, id1, translator1);
-        if (SUCCEEDED(hr)) hr = loadTranslator(loader, id2, translator2);
-        FieldsByType fields1, fields2;
-        if (SUCCEEDED(hr)) hr = listFields(translator1, fields1);
-        if (SUCCEEDED(hr)) hr = listFields(translator2, fields2);
-        if (FAILED(hr) || fields1.empty() || fields2.empty()) return hr;
+        FieldSource source1, source2;
+        if (SUCCEEDED(hr)) hr = loadSources(loader, id1, id2, source1, source2);
+        if (FAILED(hr)) return hr;
+        const auto fields1 = source1.fieldsByType(), fields2 = source2.fieldsByType();
+        if (source1.count <= 0 || source2.count <= 0) return hr; // the pairs at hand stay
 
-        SaveScope scope(ConfigStore());
+        SaveScope scope(ConfigStore()); // one file written for all pairs
         hr = ConfigStore().RemoveKey(fieldMapType, com::guidText(guid), entryKey);
         for (const auto& [type, field1] : fields1) {
             const auto field2 = fields2.find(type);
@@ -180,6 +198,7 @@ HRESULT STDMETHODCALLTYPE CFieldMap::CreateDefaultMap(REFGUID guid)
 HRESULT STDMETHODCALLTYPE CFieldMap::GetTranslators(REFGUID guid, GUID* pTrans1, GUID* pTrans2)
 {
     if (!pTrans1 || !pTrans2) return E_POINTER;
+    *pTrans1 = *pTrans2 = GUID_NULL;
     return com::guarded([&] {
         const std::u16string section = com::guidText(guid);
         const HRESULT hr = ConfigStore().ReadGuid(fieldMapType, section, trans1Key, *pTrans1);
@@ -294,6 +313,7 @@ HRESULT STDMETHODCALLTYPE CFieldMap::EnumerateEntriesExSafeArray(REFGUID guid, I
 HRESULT STDMETHODCALLTYPE CFieldMap::EnumerateEntriesExValidate(REFGUID trMapGuid, REFGUID guid, ITranslator* pTrans1, ITranslator* pTrans2,
                                                                 LONG* pCount, GUID** ppGuids1, GUID** ppGuids2)
 {
+    if (!pCount || !ppGuids1 || !ppGuids2) return E_POINTER;
     return com::guarded([&] {
         if (fieldOf(pTrans1) && fieldOf(pTrans2)) {
             validateFields(pTrans1, idTrans1, trMapGuid);

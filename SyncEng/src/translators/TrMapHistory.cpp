@@ -81,6 +81,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetHistoryCategories(REFGUID guid, _TransI
     return withHistory(categories, [&](CSyncHistory& history) {
         std::vector<std::u16string> records, ids, names;
         const HRESULT listed = history.ListRecords(sideText(transId), records);
+        if (FAILED(listed)) return listed;
         for (std::u16string& record : records) {
             FieldValueMap fields;
             if (FAILED(history.ReadFieldData(sideText(transId), record, fields))) continue;

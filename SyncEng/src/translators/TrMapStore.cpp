@@ -35,16 +35,18 @@ HRESULT writePair(const std::u16string& section, REFGUID id1, REFGUID id2)
     return SUCCEEDED(hr) ? ConfigStore().WriteGuid(trMapType, section, trMapTrans2Key, id2, false, true) : hr;
 }
 
-HRESULT createPair(const GUID& map, REFGUID id1, REFGUID id2)
+// A field map of its own for the pair, with the fields that go together.
+HRESULT giveDefaultFieldMap(const std::u16string& section, const com::Ptr<IFieldMap>& fieldMap, REFGUID id1, REFGUID id2)
 {
-    const std::u16string section = com::guidText(map);
-    com::Ptr<IFieldMap> fieldMap;
     GUID fieldMapId{};
-    HRESULT hr = createClass(__uuidof(FieldMap), fieldMap);
-    if (SUCCEEDED(hr)) hr = writePair(section, id1, id2);
-    if (SUCCEEDED(hr)) hr = com::call(fieldMap, &IFieldMap::Create, id1, id2, &fieldMapId);
+    HRESULT hr = com::call(fieldMap, &IFieldMap::Create, id1, id2, &fieldMapId);
     if (SUCCEEDED(hr)) hr = com::call(fieldMap, &IFieldMap::CreateDefaultMap, fieldMapId);
-    if (SUCCEEDED(hr)) hr = ConfigStore().WriteGuid(trMapType, section, trMapFieldMapKey, fieldMapId, false, true);
+    return SUCCEEDED(hr) ? ConfigStore().WriteGuid(trMapType, section, trMapFieldMapKey, fieldMapId, false, true) : hr;
+}
+
+// The end of a map's making. What was written stays in the store, whatever happened.
+HRESULT finishPair(const GUID& map, REFGUID id1, REFGUID id2, HRESULT hr)
+{
     if (SUCCEEDED(hr))
         (void)CSyncHistory::DeleteHistoryFile(map); // a stale one must not speak for the new map
     else
@@ -58,6 +60,7 @@ void announceImageOption()
     std::vector<std::u16string> sections;
     if (FAILED(ConfigStore().ListSections(trMapType, sections))) return;
     const com::Bstr key(imageOptionKey), value(u"1");
+    SaveScope scope(ConfigStore()); // one file written for all maps
     for (const std::u16string& section : sections) {
         GUID map{};
         com::Ptr<IDataStream> settings1, settings2;
@@ -76,20 +79,32 @@ HRESULT STDMETHODCALLTYPE CTrManager::Create(REFGUID clsId1, REFGUID clsID2, GUI
     *pGuid = GUID_NULL;
     return com::guarded([&] {
         const GUID map = com::newGuid();
-        const HRESULT hr = createPair(map, clsId1, clsID2);
+        const std::u16string section = com::guidText(map);
+        com::Ptr<IFieldMap> fieldMap;
+        HRESULT hr = createClass(__uuidof(FieldMap), fieldMap);
+        if (SUCCEEDED(hr)) hr = writePair(section, clsId1, clsID2);
+        if (SUCCEEDED(hr)) hr = giveDefaultFieldMap(section, fieldMap, clsId1, clsID2);
         if (SUCCEEDED(hr)) *pGuid = map;
-        return hr;
+        return finishPair(map, clsId1, clsID2, hr);
     });
 }
 
 HRESULT STDMETHODCALLTYPE CTrManager::CreateEx(REFGUID gTrMap, REFGUID clsId1, REFGUID clsID2)
 {
-    return com::guarded([&] { return createPair(gTrMap, clsId1, clsID2); });
+    return com::guarded([&] {
+        const std::u16string section = com::guidText(gTrMap);
+        com::Ptr<IFieldMap> fieldMap;
+        HRESULT hr = writePair(section, clsId1, clsID2); // first: the pair stands even where no field map can be made
+        if (SUCCEEDED(hr)) hr = createClass(__uuidof(FieldMap), fieldMap);
+        if (SUCCEEDED(hr)) hr = giveDefaultFieldMap(section, fieldMap, clsId1, clsID2);
+        return finishPair(gTrMap, clsId1, clsID2, hr);
+    });
 }
 
 HRESULT STDMETHODCALLTYPE CTrManager::GetTranslators(REFGUID guid, GUID* pTrans1, GUID* pTrans2)
 {
     if (!pTrans1 || !pTrans2) return E_POINTER;
+    *pTrans1 = *pTrans2 = GUID_NULL;
     return com::guarded([&] {
         const std::u16string section = com::guidText(guid);
         const HRESULT hr = ConfigStore().ReadGuid(trMapType, section, trMapTrans1Key, *pTrans1);
@@ -100,6 +115,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetTranslators(REFGUID guid, GUID* pTrans1
 HRESULT STDMETHODCALLTYPE CTrManager::GetFieldMap(REFGUID guid, GUID* pFieldMap)
 {
     if (!pFieldMap) return E_POINTER;
+    *pFieldMap = GUID_NULL;
     return com::guarded([&] { return ConfigStore().ReadGuid(trMapType, com::guidText(guid), trMapFieldMapKey, *pFieldMap); });
 }
 
@@ -145,6 +161,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::SetOption(REFGUID guid, LONG optId, VARIAN
 HRESULT STDMETHODCALLTYPE CTrManager::GetCategoryGuid(REFGUID guid, GUID* pCatGuid)
 {
     if (!pCatGuid) return E_POINTER;
+    *pCatGuid = GUID_NULL;
     return com::guarded([&] { return ConfigStore().ReadGuid(trMapType, com::guidText(guid), trMapCategoryKey, *pCatGuid); });
 }
 

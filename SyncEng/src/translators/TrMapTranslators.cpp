@@ -143,6 +143,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetConfiguredTranslator(REFGUID guid, _Tra
         HRESULT hr = GetTranslators(guid, &id1, &id2);
         com::Ptr<ITranslator> translator;
         if (SUCCEEDED(hr)) hr = createClass(transId == idTrans1 ? id1 : id2, translator);
+        if (SUCCEEDED(hr) && !translator) hr = E_FAIL; // a class that says success and gives nothing
         if (SUCCEEDED(hr)) *ppTrans = translator.detach();
         return hr;
     });

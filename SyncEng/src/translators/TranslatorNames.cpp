@@ -40,7 +40,7 @@ std::u16string nameOf(REFGUID clsid, bool longName, com::Ptr<ITranslatorInfo>& i
     com::Bstr shortText, longText, label;
     if (SUCCEEDED(createClass(clsid, info)) && info &&
         SUCCEEDED(com::call(info, &ITranslatorInfo::GetInfo, shortText.put(), longText.put(), label.put())))
-        return longName ? longText.text() : shortText.text();
+        if (const com::Bstr& given = longName ? longText : shortText; !given.empty()) return given.text();
     return fallbackName(clsid, longName);
 }
 
@@ -72,19 +72,17 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetShortLongNameDescription(REFGUID clsId,
         com::Bstr shortText, longText, description, label;
         com::Ptr<ITranslatorInfoEx> infoEx;
         com::Ptr<ITranslatorInfo> info;
-        if (SUCCEEDED(createClass(clsId, infoEx)) && infoEx &&
-            SUCCEEDED(com::call(infoEx, &ITranslatorInfoEx::GetInfoEx, shortText.put(), longText.put(), description.put(), label.put()))) {
-            com::give(ppDescription, description.view());
-        } else if (SUCCEEDED(createClass(clsId, info)) && info &&
-                   SUCCEEDED(com::call(info, &ITranslatorInfo::GetInfo, shortText.put(), longText.put(), label.put()))) {
-            com::give(ppDescription, longText.view());
-        } else {
-            shortText = com::Bstr(fallbackName(clsId, false));
-            longText = com::Bstr(fallbackName(clsId, true));
-            com::give(ppDescription, longText.view());
-        }
+        const bool described =
+            SUCCEEDED(createClass(clsId, infoEx)) && infoEx &&
+            SUCCEEDED(com::call(infoEx, &ITranslatorInfoEx::GetInfoEx, shortText.put(), longText.put(), description.put(), label.put()));
+        const bool named =
+            described || (SUCCEEDED(createClass(clsId, info)) && info &&
+                          SUCCEEDED(com::call(info, &ITranslatorInfo::GetInfo, shortText.put(), longText.put(), label.put())));
+        if (!named || shortText.empty()) shortText = com::Bstr(fallbackName(clsId, false));
+        if (!named || longText.empty()) longText = com::Bstr(fallbackName(clsId, true));
         com::give(ppName, shortText.view());
         com::give(ppLongName, longText.view());
+        com::give(ppDescription, described ? description.view() : longText.view());
     });
 }
 

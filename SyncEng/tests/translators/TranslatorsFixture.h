@@ -1,0 +1,61 @@
+// A module of this layer and those below it, in a folder of the test's own: the class table, the open configuration store, the log,
+// and two plug-ins registered as classes. At its end nothing may be left alive.
+#pragma once
+#include "foundation/ClassTable.h"
+#include "PluginFake.h"
+#include "store/ConfigStore.h"
+#include "TestFolder.h"
+
+#include <gmock/gmock.h>
+
+namespace mbtest {
+
+inline constexpr GUID pluginClass1{0xFA4E0001, 0x1111, 0x4111, {0x81, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11}};
+inline constexpr GUID pluginClass2{0xFA4E0002, 0x2222, 0x4222, {0x82, 0x22, 0x22, 0x22, 0x22, 0x22, 0x22, 0x22}};
+inline constexpr GUID unknownClass{0xFA4E0003, 0x3333, 0x4333, {0x83, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33}};
+inline constexpr GUID mapA{0xAAAAAAAA, 0x0001, 0x4001, {0x80, 0, 0, 0, 0, 0, 0, 1}};
+inline constexpr GUID mapB{0xBBBBBBBB, 0x0002, 0x4002, {0x80, 0, 0, 0, 0, 0, 0, 2}};
+
+inline constexpr HRESULT initializedAnew = static_cast<HRESULT>(0x80040212), noErrorText = static_cast<HRESULT>(0x80040211);
+
+// A field of a plug-in: the number of the plug-in, and one of the field.
+constexpr GUID fieldId(std::uint16_t plugin, std::uint16_t number)
+{
+    return {0x7A110000, plugin, number, {0x9E, 0x55, 0x2F, 0, 0, 0, 0, 0}};
+}
+
+class TranslatorsTest : public ::testing::Test {
+protected:
+    TranslatorsTest();
+    ~TranslatorsTest() override;
+
+    template <class I> com::Ptr<I> create(REFCLSID clsid)
+    {
+        com::Ptr<I> object;
+        EXPECT_EQ(mb::createClass(clsid, object), S_OK);
+        return object;
+    }
+    com::Ptr<ITrManager> manager() { return create<ITrManager>(__uuidof(TrManager)); }
+    com::Ptr<ITrMapEntry> loader() { return create<ITrMapEntry>(__uuidof(TrManager)); }
+    com::Ptr<ITrMap> maps() { return create<ITrMap>(__uuidof(TrManager)); }
+    com::Ptr<IFieldMap> fieldMaps() { return create<IFieldMap>(__uuidof(FieldMap)); }
+    com::Ptr<ITranslator> load(REFCLSID clsid);
+    // A pair without field map or history, straight in the store.
+    void writePair(const GUID& map);
+
+    static std::u16string stored(std::u16string_view type, const GUID& section, std::u16string_view key); // "<none>" if absent
+    std::vector<std::string> logLines(std::string_view containing);
+    std::vector<std::string> takeCalls(); // of the plug-ins, since the last time
+    std::filesystem::path historyFile(const GUID& map) const;
+    void writeHistory(const GUID& map, LONG status = 1);
+
+    TestFolder folder;
+    std::shared_ptr<CallLog> calls = std::make_shared<CallLog>();
+    std::shared_ptr<Plugin> plugin1 = std::make_shared<Plugin>(), plugin2 = std::make_shared<Plugin>();
+
+private:
+    LONG objectsBefore_;
+    std::unique_ptr<PluginClass> class1_, class2_;
+};
+
+} // namespace mbtest
