@@ -9,17 +9,32 @@ void CallLog::note(const std::string& side, const std::string& method, const std
 {
     if (!enabled) return;
     lines.push_back(side + " " + method + (arguments.empty() ? "" : " " + arguments));
+    meet(side, method);
+}
+
+void CallLog::meet(const std::string& side, const std::string& method)
+{
+    if (!enabled) return;
+    // Both are counted before either may fail.
+    const std::string ofSide = side + " " + method;
+    ++counts_[method];
+    ++counts_[ofSide];
     act(method);
-    act(side + " " + method);
+    act(ofSide);
 }
 
 void CallLog::act(const std::string& method)
 {
-    const int n = ++counts_[method];
+    const int n = count(method);
     if (const auto failing = failures_.find(method); failing != failures_.end())
-        if (const auto at = failing->second.find(n); at != failing->second.end()) throw com::Error(at->second);
-    if (const auto throwing = throws_.find(method); throwing != throws_.end() && throwing->second.contains(n))
+        if (const auto at = failing->second.find(n); at != failing->second.end()) {
+            failed_ = true;
+            throw com::Error(at->second);
+        }
+    if (const auto throwing = throws_.find(method); throwing != throws_.end() && throwing->second.contains(n)) {
+        failed_ = true;
         throw std::runtime_error("a translator that throws");
+    }
 }
 
 int CallLog::count(const std::string& method) const

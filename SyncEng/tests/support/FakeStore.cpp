@@ -1,12 +1,20 @@
 #include "FakeStore.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace mbtest {
 namespace {
 
-// {7A110000-tttt-4C0D-9E55-2F00000000pp}: the field type, and a letter of the store's.
+// {7A110000-tttt-4C0D-9E55-2F00000000pp}: the field type, and a letter of the store's. Dynamic fields have the upper half of the range.
 constexpr GUID fieldBase{0x7A110000, 0, 0x4C0D, {0x9E, 0x55, 0x2F, 0, 0, 0, 0, 0}};
+constexpr std::uint16_t dynamicRange = 0x8000;
+
+std::u16string number(int n)
+{
+    const std::string digits = std::to_string(n);
+    return std::u16string(digits.size() < 6 ? 6 - digits.size() : 0, u'0') + std::u16string(digits.begin(), digits.end());
+}
 
 } // namespace
 
@@ -30,63 +38,124 @@ FakeStore::FakeStore(std::u16string idPrefix) : prefix_(std::move(idPrefix))
               {ftEmail1, u"E-mail"}};
 }
 
-std::u16string FakeStore::number(int n)
+std::u16string FakeStore::newId()
 {
-    const std::string digits = std::to_string(n);
-    return std::u16string(digits.size() < 6 ? 6 - digits.size() : 0, u'0') + std::u16string(digits.begin(), digits.end());
+    const int n = next_++;
+    return options.makeId ? options.makeId(n) : prefix_ + number(n);
 }
 
-std::u16string FakeStore::add(FakeValues values)
+std::u16string FakeStore::add(std::u16string id, FakeValues values)
 {
-    const std::u16string id = newId();
+    if (!has(id)) order.push_back(id);
     const DATE now = tick();
     records[id] = {std::move(values), now, now, true};
-    order.push_back(id);
     return id;
 }
 
-void FakeStore::set(const std::u16string& id, LONG type, std::u16string text)
+void FakeStore::set(const std::u16string& id, LONG key, std::u16string text)
 {
-    records.at(id).values[type] = std::move(text);
+    records.at(id).values[key] = std::move(text);
     touch(id);
 }
 
-void FakeStore::remove(const std::u16string& id)
+void FakeStore::remove(std::u16string_view id)
 {
-    records.erase(id);
-    std::erase(order, id);
+    const auto at = records.find(id);
+    if (at == records.end()) return;
+    std::erase(order, at->first);
+    records.erase(at);
 }
 
-std::u16string FakeStore::get(const std::u16string& id, LONG type) const
+std::u16string FakeStore::get(std::u16string_view id, LONG key) const
 {
     const auto record = records.find(id);
     if (record == records.end()) return u"<no record>";
-    const auto value = record->second.values.find(type);
+    const auto value = record->second.values.find(key);
     return value == record->second.values.end() ? std::u16string() : value->second;
 }
 
 std::u16string FakeStore::addCategory(std::u16string name)
 {
-    const std::u16string id = u"C" + newId();
-    const DATE now = tick();
-    categories[id] = {{{ftLastName, std::move(name)}}, now, now, true};
-    categoryOrder.push_back(id);
+    std::u16string id = u"C" + newId();
+    put(true, id, {{ftLastName, std::move(name)}});
     return id;
 }
 
-GUID FakeStore::guidOf(LONG type) const
+void FakeStore::addImageFields()
 {
-    GUID guid = fieldBase;
-    guid.Data2 = static_cast<std::uint16_t>(type);
-    guid.Data4[7] = static_cast<std::uint8_t>(prefix_.empty() ? 0 : prefix_.front());
-    return guid;
+    options.images = true;
+    options.caps |= capDIBImage;
+    fields.push_back({ftImage1, u"Front image", 0, 0, dtImage});
+    fields.push_back({ftImage2, u"Back image", 0, 0, dtImage});
 }
 
-const FakeField* FakeStore::fieldOf(const GUID& guid) const
+LONG FakeStore::addDynamicField(std::u16string name)
 {
-    if (guidOf(guid.Data2) != guid) return nullptr;
-    const auto at = std::ranges::find(fields, static_cast<LONG>(guid.Data2), &FakeField::type);
+    options.dynamicFields = true;
+    const auto number = 1 + std::ranges::count_if(fields, [](const FakeField& field) { return field.dynamicId != 0; });
+    fields.push_back({0, std::move(name), 0, 0, dtString, static_cast<LONG>(number)});
+    return fields.back().key();
+}
+
+GUID FakeStore::guid(std::uint16_t part) const
+{
+    GUID made = fieldBase;
+    made.Data2 = part;
+    made.Data4[7] = static_cast<std::uint8_t>(prefix_.empty() ? 0 : prefix_.front());
+    return made;
+}
+
+GUID FakeStore::guidOf(const FakeField& field) const
+{
+    return field.dynamicId ? guid(static_cast<std::uint16_t>(dynamicRange | field.dynamicId)) : guidOf(field.type);
+}
+
+const FakeField* FakeStore::fieldOf(const GUID& wanted) const
+{
+    if (guid(wanted.Data2) != wanted) return nullptr;
+    const bool dynamic = wanted.Data2 >= dynamicRange;
+    const LONG key = dynamic ? -(wanted.Data2 - dynamicRange) : wanted.Data2;
+    const auto at = std::ranges::find(fields, key, &FakeField::key);
     return at == fields.end() ? nullptr : &*at;
+}
+
+void FakeStore::put(bool ofCategories, const std::u16string& id, const FakeValues& changes)
+{
+    FakeRecords& all = ofCategories ? categories : records;
+    const bool isNew = !all.contains(id);
+    if (isNew) {
+        closeGaps(); // an identifier that was erased and comes again stands at the end, once
+        (ofCategories ? categoryOrder : order).push_back(id);
+    }
+    FakeRecord& record = all[id];
+    if (isNew) record.created = tick();
+    for (const auto& [key, text] : changes) record.values[key] = options.rewrite ? options.rewrite(key, text) : text;
+    record.modified = tick();
+}
+
+void FakeStore::rename(bool ofCategories, const std::u16string& id, const std::u16string& newId)
+{
+    FakeRecords& all = ofCategories ? categories : records;
+    auto node = all.extract(id);
+    node.key() = newId;
+    all.insert(std::move(node));
+    std::ranges::replace(ofCategories ? categoryOrder : order, id, newId);
+}
+
+void FakeStore::erase(bool ofCategories, std::u16string_view id)
+{
+    FakeRecords& all = ofCategories ? categories : records;
+    const auto at = all.find(id);
+    if (at == all.end()) return;
+    all.erase(at);
+    gaps_ = true;
+}
+
+void FakeStore::closeGaps()
+{
+    if (!std::exchange(gaps_, false)) return;
+    std::erase_if(order, [&](const std::u16string& id) { return !records.contains(id); });
+    std::erase_if(categoryOrder, [&](const std::u16string& id) { return !categories.contains(id); });
 }
 
 } // namespace mbtest

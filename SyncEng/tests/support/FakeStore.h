@@ -1,6 +1,8 @@
 // A contact store in memory, owned by the test: it outlives the translator objects that the engine makes of it.
+// Every look-up is by hash, so that a store of many thousand records measures the engine and not itself.
 #pragma once
 #include "interfaces.h"
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -12,13 +14,18 @@
 namespace mbtest {
 
 struct FakeField {
-    LONG type;
+    LONG type; // 0 for a dynamic field, which has a type only once it was loaded
     std::u16string name;
     ULONG flags = 0;
     ULONG maxLength = 0;
+    LONG dataType = dtString;
+    LONG dynamicId = 0; // the store's own number of a dynamic field, from 1
+    // Under what a record keeps the value: the type, or for a dynamic field the number below zero.
+    [[nodiscard]] LONG key() const noexcept { return dynamicId ? -dynamicId : type; }
 };
 
-using FakeValues = std::map<LONG, std::u16string>; // by field type; images as their bytes in the units of a text
+// By FakeField::key. An image is a bitmap's bytes in the units of the text, or with capBMPFile and capJPEGFile the path of a file.
+using FakeValues = std::map<LONG, std::u16string>;
 
 struct FakeRecord {
     FakeValues values;
@@ -26,21 +33,33 @@ struct FakeRecord {
     bool verified = true;
 };
 
+struct FakeIdHash {
+    using is_transparent = void;
+    std::size_t operator()(std::u16string_view id) const noexcept { return std::hash<std::u16string_view>{}(id); }
+};
+using FakeRecords = std::unordered_map<std::u16string, FakeRecord, FakeIdHash, std::equal_to<>>;
+
 // What the translator offers besides ITranslator, and how it behaves.
 struct FakeOptions {
     bool fieldList = true, field = true, info = true, infoEx = false, updater = false, categories = false, dynamicFields = false,
-         validator = false, images = false, userAccess = false, setUp = true, verifier = true, duplicates = false;
+         validator = false, images = false, userAccess = false, setUp = true, matcher = false, verifier = true, duplicates = false,
+         test = false;
     bool dates = true;        // GetModifiedDate answers; else 0
     bool batches = true;      // else BeginUpdate and EndUpdate answer E_NOTIMPL
     bool newIdOnSave = false; // SaveRecord gives a new identifier to an edited record
-    bool canWrite = true;
+    bool newIdOnAdd = false;  // SaveRecord gives an added record another identifier than BeginAddRecord did
+    bool canRead = true, canWrite = true, available = true, matches = true;
     ULONG caps = capTimestamps | capRecordGUIDs;
-    std::u16string database, shortName = u"Fake", longName = u"Fake store";
+    std::u16string database, shortName = u"Fake", longName = u"Fake store", description = u"A store of the tests";
     std::u16string errorMessage1, errorMessage2;
     std::optional<LONG> errorCode;
+    // The n-th identifier of the store, n from 1; without it the prefix and six digits.
+    std::function<std::u16string(int)> makeId;
     // Called on each text as it is saved: a store that rewrites values.
     std::function<std::u16string(LONG, const std::u16string&)> rewrite;
-    std::map<std::u16string, std::u16string> changedIds; // what IRecordUpdater tells
+    std::map<std::u16string, std::u16string> changedIds;  // what IRecordUpdater tells
+    std::map<std::u16string, std::u16string> duplicateOf; // what IDuplicateFinder tells: a record of the other store, and one of this
+    std::filesystem::path imageFolder;                    // where image files are kept, for capBMPFile and capJPEGFile
 };
 
 class FakeStore {
@@ -49,27 +68,39 @@ public:
 
     FakeOptions options;
     std::vector<FakeField> fields; // a usual set of text fields; tests may change it
-    std::vector<std::u16string> order;
-    std::unordered_map<std::u16string, FakeRecord> records;
-    std::vector<std::u16string> categoryOrder;
-    std::unordered_map<std::u16string, FakeRecord> categories;
+    FakeRecords records, categories;
+    std::vector<std::u16string> order, categoryOrder; // identifiers in the order in which the records came
 
-    std::u16string add(FakeValues values);
-    void set(const std::u16string& id, LONG type, std::u16string text);
-    void remove(const std::u16string& id);
+    std::u16string add(FakeValues values) { return add(newId(), std::move(values)); }
+    std::u16string add(std::u16string id, FakeValues values);
+    void set(const std::u16string& id, LONG key, std::u16string text);
+    void remove(std::u16string_view id);
     void touch(const std::u16string& id) { records.at(id).modified = tick(); }
-    [[nodiscard]] std::u16string get(const std::u16string& id, LONG type) const;
-    [[nodiscard]] bool has(const std::u16string& id) const { return records.contains(id); }
+    [[nodiscard]] std::u16string get(std::u16string_view id, LONG key) const;
+    [[nodiscard]] bool has(std::u16string_view id) const { return records.find(id) != records.end(); }
     std::u16string addCategory(std::u16string name);
+    void addImageFields();
+    // Gives the key of its values.
+    LONG addDynamicField(std::u16string name);
 
     // Each change is later than the one before.
     DATE tick() { return clock_ += 1.0 / 1024; }
-    std::u16string newId() { return prefix_ + number(next_++); }
-    [[nodiscard]] GUID guidOf(LONG type) const;
+    std::u16string newId();
+    [[nodiscard]] GUID guidOf(LONG type) const { return guid(static_cast<std::uint16_t>(type)); }
+    [[nodiscard]] GUID guidOf(const FakeField& field) const;
     [[nodiscard]] const FakeField* fieldOf(const GUID& guid) const;
 
+    // What a translator does to the list that its run works on.
+    void put(bool ofCategories, const std::u16string& id, const FakeValues& changes);
+    void rename(bool ofCategories, const std::u16string& id, const std::u16string& newId);
+    void erase(bool ofCategories, std::u16string_view id);
+    // Takes what was erased out of the lists, all at once: a run may erase many.
+    void closeGaps();
+
 private:
-    static std::u16string number(int n);
+    [[nodiscard]] GUID guid(std::uint16_t part) const;
+
+    bool gaps_ = false;
     std::u16string prefix_;
     int next_ = 1;
     DATE clock_ = 46000.0;

@@ -1,11 +1,13 @@
-// A translator over a FakeStore: logs every call, offers each optional interface by a switch, and fails where it is told to.
+// A translator over a FakeStore: logs every call, offers each optional interface by a switch, fails where it is told to, and records
+// every call that breaks the order on which a translator may rely.
 #pragma once
 #include "CallLog.h"
+#include "EventSinkFake.h"
 #include "FakeStore.h"
 
 namespace mbtest {
 
-// What a translator of the test is made of. Tests put their own in the class table.
+// What a translator of the test is made of.
 struct FakeSide {
     std::string name; // "1" or "2", in front of each line of the log
     std::shared_ptr<FakeStore> store;
@@ -15,16 +17,16 @@ struct FakeSide {
 // Makes the translator; E_NOINTERFACE and the like as any class.
 HRESULT createFake(const FakeSide& side, IUnknown* outer, REFIID riid, void** out) noexcept;
 
-// An events sink that remembers, and cancels at its n-th call.
-class EventSinkFake final : public com::Object<ISyncEvents> {
+// The translator as a class of the component runtime, for as long as this lives.
+class RegisteredFake {
 public:
-    explicit EventSinkFake(IUnknown* outer) noexcept : Object(outer) {}
-    std::vector<std::u16string> labels; // one line a change of label
-    int calls = 0, cancelAt = 0;
-    int writes = 0, cancelAtWrite = 0; // OnProgress alone
-    double lastPercent = 0;
-    HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress progress, DOUBLE fPercent) override;
-    HRESULT STDMETHODCALLTYPE OnProgress2(BSTR progressLabel, DOUBLE fPercent) override;
+    RegisteredFake(const GUID& clsid, const FakeSide& side);
+    RegisteredFake(const RegisteredFake&) = delete;
+    RegisteredFake& operator=(const RegisteredFake&) = delete;
+    ~RegisteredFake();
+
+private:
+    DWORD cookie_ = 0;
 };
 
 } // namespace mbtest

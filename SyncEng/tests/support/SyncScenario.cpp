@@ -6,21 +6,6 @@ extern "C" HRESULT DllGetClassObject(REFCLSID clsid, REFIID riid, void** out);
 extern "C" void mbRestartModule();
 
 namespace mbtest {
-namespace {
-
-// The class of one fake, as the component runtime sees it.
-class FakeFactory final : public com::Object<IClassFactory> {
-public:
-    explicit FakeFactory(IUnknown* outer) noexcept : Object(outer) {}
-    FakeSide side;
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** out) override
-    {
-        return createFake(side, outer, riid, out);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-};
-
-} // namespace
 
 SyncScenario::SyncScenario(const GUID& class1, const GUID& class2) : classes_{class1, class2}
 {
@@ -28,9 +13,7 @@ SyncScenario::SyncScenario(const GUID& class1, const GUID& class2) : classes_{cl
     for (const int i : {0, 1}) {
         stores_[i] = std::make_shared<FakeStore>(i == 0 ? u"A" : u"B");
         stores_[i]->options.shortName = i == 0 ? u"First" : u"Second";
-        auto factory = com::make<FakeFactory>();
-        factory->side = {i == 0 ? "1" : "2", stores_[i], log_};
-        com::check(CoRegisterClassObject(classes_[i], com::Ptr<IClassFactory>(factory).get(), CLSCTX_INPROC_SERVER, 1, &cookies_[i]));
+        fakes_[i].emplace(classes_[i], FakeSide{i == 0 ? "1" : "2", stores_[i], log_});
     }
     sink_ = com::make<EventSinkFake>();
     synchronizer_ = create<ISynchronizer>(__uuidof(Synchronizer));
@@ -43,7 +26,6 @@ SyncScenario::~SyncScenario()
 {
     (void)synchronizer_->Cleanup();
     (void)point_->Unadvise(advised_);
-    for (const DWORD cookie : cookies_) (void)CoRevokeClassObject(cookie);
 }
 
 HRESULT SyncScenario::createObject(REFCLSID clsid, REFIID riid, void** out)

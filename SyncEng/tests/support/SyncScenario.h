@@ -59,7 +59,7 @@ private:
     std::shared_ptr<CallLog> log_ = std::make_shared<CallLog>();
     std::shared_ptr<FakeStore> stores_[2];
     GUID classes_[2];
-    DWORD cookies_[2]{};
+    std::optional<RegisteredFake> fakes_[2];
     com::Ptr<EventSinkFake> sink_;
     com::Ptr<ISynchronizer> synchronizer_;
     com::Ptr<IConnectionPoint> point_;

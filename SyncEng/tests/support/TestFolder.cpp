@@ -1,6 +1,6 @@
 #include "TestFolder.h"
 
-#include <cstdlib>
+#include "ProcessFolders.h"
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -13,14 +13,12 @@ TestFolder::TestFolder()
     std::random_device random;
     path_ = fs::temp_directory_path() / ("mbtest" + std::to_string(random()) + std::to_string(random()));
     fs::create_directories(path_ / "data");
-    ::setenv("XDG_DATA_HOME", (path_ / "data").c_str(), 1);
-    ::setenv("XDG_CONFIG_HOME", (path_ / "config").c_str(), 1);
-    ::setenv("XDG_CACHE_HOME", (path_ / "cache").c_str(), 1);
-    ::setenv("MB_REGISTRY", (path_ / "registry.reg").c_str(), 1);
+    process_ = std::make_unique<ProcessFolders>(path_);
 }
 
 TestFolder::~TestFolder()
 {
+    process_.reset();
     std::error_code error;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(path_, error))
         if (entry.is_directory(error)) fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, error);

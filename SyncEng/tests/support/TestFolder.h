@@ -1,9 +1,12 @@
 // A folder of a test's own: the process's data, configuration and registry lie in it for as long as it lives, and it is removed at its end.
 #pragma once
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace mbtest {
+
+class ProcessFolders;
 
 class TestFolder {
 public:
@@ -19,6 +22,7 @@ public:
 
 private:
     std::filesystem::path path_;
+    std::unique_ptr<ProcessFolders> process_;
 };
 
 } // namespace mbtest

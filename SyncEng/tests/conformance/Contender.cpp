@@ -1,0 +1,107 @@
+#include "Contender.h"
+
+#include "FakeTranslator.h"
+#include "library.h"
+
+#include <gtest/gtest.h>
+
+namespace mbtest {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr GUID vcardClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
+constexpr GUID cardFileClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
+constexpr GUID fakeClass{0xFA4E0003, 0x3333, 0x4333, {0x83, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33}};
+
+// A plug-in stays loaded for the life of the process.
+const platform::Library& libraryOf(const fs::path& file)
+{
+    static std::map<fs::path, platform::Library> loaded;
+    auto at = loaded.find(file);
+    if (at == loaded.end()) at = loaded.emplace(file, platform::Library(file)).first;
+    return at->second;
+}
+
+class PluginSubject final : public Subject {
+public:
+    PluginSubject(const char* file, const GUID& clsid, const std::string& database, bool isFolder)
+        : library_(libraryOf(file)), clsid_(clsid)
+    {
+        const fs::path path = folder.path() / database;
+        fs::create_directories(isFolder ? path : path.parent_path());
+        if (path.extension() == ".vcf") folder.write(database, ""); // the others are made at their first use
+        services->values[u"Database"] = path.u16string();
+    }
+    com::Ptr<ITranslator> create() override
+    {
+        using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
+        com::Ptr<IClassFactory> factory;
+        com::Ptr<ITranslator> made;
+        auto* entry = library_.function<GetClassObject>("DllGetClassObject");
+        if (!entry) throw std::runtime_error("the plug-in cannot be loaded");
+        com::check(entry(clsid_, __uuidof(IClassFactory), factory.putVoid()));
+        com::check(factory->CreateInstance(nullptr, __uuidof(ITranslator), made.putVoid()));
+        return made;
+    }
+    bool allReturned() const override
+    {
+        using CanUnloadNow = HRESULT();
+        return library_.function<CanUnloadNow>("DllCanUnloadNow")() == S_OK;
+    }
+
+private:
+    const platform::Library& library_;
+    GUID clsid_;
+};
+
+class FakeSubject final : public Subject {
+public:
+    explicit FakeSubject(const std::function<void(FakeOptions&)>& configure)
+    {
+        configure(store_->options);
+        class_.emplace(fakeClass, FakeSide{"1", store_, log_});
+        alive_ = com::moduleLocks;
+    }
+    com::Ptr<ITranslator> create() override
+    {
+        com::Ptr<ITranslator> made;
+        com::check(com::createInstance(fakeClass, made));
+        return made;
+    }
+    bool allReturned() const override { return com::moduleLocks == alive_; }
+    std::vector<std::string> violations() const override { return log_->violations; }
+    bool needsDatabase() const override { return false; }
+
+private:
+    std::shared_ptr<FakeStore> store_ = std::make_shared<FakeStore>(u"A");
+    std::shared_ptr<CallLog> log_ = std::make_shared<CallLog>();
+    std::optional<RegisteredFake> class_;
+    LONG alive_ = 0;
+};
+
+Contender fake(const std::string& name, std::function<void(FakeOptions&)> configure)
+{
+    return {name, [configure] { return std::make_unique<FakeSubject>(configure); }};
+}
+
+Contender plugin(const std::string& name, const char* file, const GUID& clsid, const std::string& database, bool isFolder = false)
+{
+    return {name, [=] { return std::make_unique<PluginSubject>(file, clsid, database, isFolder); }};
+}
+
+} // namespace
+
+std::vector<Contender> contenders()
+{
+    return {
+        fake("Fake", [](FakeOptions&) {}),
+        fake("FakeThatRenames", [](FakeOptions& o) { o.newIdOnAdd = o.newIdOnSave = true; }),
+        fake("FakeWithoutBatches", [](FakeOptions& o) { o.batches = false; }),
+        plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"),
+        plugin("VCardFolder", VCARD_PLUGIN, vcardClass, "cards", true),
+        plugin("VCardFile", VCARD_PLUGIN, vcardClass, "cards/all.vcf"),
+    };
+}
+
+} // namespace mbtest

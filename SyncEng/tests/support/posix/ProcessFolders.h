@@ -1,0 +1,19 @@
+// Leads the process's data, configuration, cache and registry into a folder, until it is led elsewhere.
+#pragma once
+#include <cstdlib>
+#include <filesystem>
+
+namespace mbtest {
+
+class ProcessFolders {
+public:
+    explicit ProcessFolders(const std::filesystem::path& folder)
+    {
+        ::setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
+        ::setenv("XDG_CONFIG_HOME", (folder / "config").c_str(), 1);
+        ::setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
+        ::setenv("MB_REGISTRY", (folder / "registry.reg").c_str(), 1);
+    }
+};
+
+} // namespace mbtest
