@@ -1,6 +1,8 @@
 #include "CardFile.h"
 
 #include "com.h"
+#include "files.h"
+#include "Schema.h"
 #include "text.h"
 #include <chrono>
 
@@ -10,12 +12,9 @@ namespace {
 using plugin::Step;
 using plugin::StoreError;
 
-constexpr std::int64_t schemaVersion = 1;
-constexpr std::int64_t applicationId = 0x4D424331; // marks the file as a card file
-constexpr char schema[] = "CREATE TABLE card (key INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE COLLATE NOCASE,"
-                          " created INTEGER NOT NULL, modified INTEGER NOT NULL) STRICT;"
-                          "CREATE TABLE field (card INTEGER NOT NULL REFERENCES card (key), type INTEGER NOT NULL, value TEXT NOT NULL,"
-                          " PRIMARY KEY (card, type)) WITHOUT ROWID, STRICT;";
+// What a batch may still hold in memory before SQLite writes it out, and what is kept free for it.
+constexpr char cacheSize[] = "PRAGMA cache_size = -16000"; // KiB
+constexpr std::uintmax_t reservedBytes = 24 << 20;
 
 std::string folded(const std::string& id)
 {
@@ -25,12 +24,40 @@ std::string folded(const std::string& id)
     return out;
 }
 
+// An identifier in a message: damaged ones may be of any length and hold anything.
+std::string shown(const std::string& id) { return "\"" + std::string(id.substr(0, 100).c_str()) + "\""; }
+
+std::string fullPath(const std::string& path)
+{
+    if (path.empty()) throw StoreError(Step::Open, "No card file is chosen.");
+    if (path.find('\0') != path.npos) throw StoreError(Step::Open, "The name of the card file is damaged. Choose the file again.");
+    std::error_code error;
+    const auto full = std::filesystem::absolute(platform::pathOf(platform::utf16(path)), error); // ":memory:" is a file as any other
+    return error ? path : platform::utf8(platform::textOf(full));
+}
+
+std::uintmax_t spaceBeside(const std::string& path)
+{
+    std::error_code error;
+    const auto space = std::filesystem::space(platform::pathOf(platform::utf16(path)).parent_path(), error);
+    return error ? UINTMAX_MAX : space.available;
+}
+
 std::int64_t now()
 {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// The same sentence for all that SQLite may answer, and what to do about it.
+// Later than the one before, however quickly two changes follow each other or the clock is set back. The steps are those that an
+// automation date can tell apart.
+std::int64_t nextStamp(std::int64_t former)
+{
+    constexpr std::int64_t step = 1'000'000; // a millisecond
+    const std::int64_t present = now() / step * step;
+    return present > former ? present : former + step;
+}
+
+// What SQLite may answer, and what to do about it.
 std::string sentence(const std::string& path, const DatabaseError& e)
 {
     const std::string file = "The card file \"" + path + "\" ";
@@ -39,51 +66,64 @@ std::string sentence(const std::string& path, const DatabaseError& e)
     case SQLITE_CORRUPT: return file + "is no card file, or is damaged. Choose another file, or restore this one from a copy.";
     case SQLITE_CANTOPEN: return file + "cannot be opened. Check that its folder exists and that you may write there.";
     case SQLITE_READONLY:
-    case SQLITE_PERM: return file + "cannot be written. Check who may write it.";
-    case SQLITE_FULL: return file + "cannot grow: the disk is full.";
+    case SQLITE_PERM: return file + "cannot be written. Check who may write it and its folder.";
+    case SQLITE_FULL: return file + "cannot grow: the disk is full. Make room and try again.";
+    case SQLITE_IOERR: return file + "cannot be read or written: " + e.what() + ". Check the disk, and whether it has room.";
     case SQLITE_BUSY:
     case SQLITE_LOCKED: return file + "is in use by another program. Try again when it is done.";
+    case SQLITE_TOOBIG: return file + "cannot hold a value of this size.";
+    case SQLITE_NOMEM: throw std::bad_alloc();
     default: return file + "failed: " + e.what() + ".";
     }
 }
 
 } // namespace
 
-template <class F> void CardFile::change(Step step, F&& work)
+template <class F> auto CardFile::guarded(Step step, F&& work) const
 {
     try {
-        const bool alone = !database_->inTransaction();
-        database_->execute(alone ? "BEGIN IMMEDIATE" : "SAVEPOINT change");
-        try {
-            work();
-            database_->execute(alone ? "COMMIT" : "RELEASE change");
-        } catch (...) {
-            rollBack(alone ? "ROLLBACK" : "ROLLBACK TO change; RELEASE change");
-            throw;
-        }
+        return work();
     } catch (const DatabaseError& e) {
         throw StoreError(step, sentence(path_, e));
     }
 }
 
-CardFile::CardFile(std::string path, plugin::Report report) : path_(std::move(path)), report_(std::move(report))
+template <class F> void CardFile::change(Step step, F&& work)
 {
-    if (path_.empty()) throw StoreError(Step::Open, "No card file is chosen.");
-    try {
-        database_.emplace(path_);
-        prepareSchema();
-        readFields_ = database_->prepare("SELECT type, value FROM field WHERE card = ?1");
-        insertCard_ = database_->prepare("INSERT INTO card (id, created, modified) VALUES (?1, ?2, ?2) RETURNING key");
-        touchCard_ = database_->prepare("UPDATE card SET modified = ?2 WHERE key = ?1");
-        putField_ = database_->prepare("INSERT INTO field (card, type, value) VALUES (?1, ?2, ?3)"
-                                       " ON CONFLICT (card, type) DO UPDATE SET value = excluded.value");
-        dropField_ = database_->prepare("DELETE FROM field WHERE card = ?1 AND type = ?2");
-        deleteFields_ = database_->prepare("DELETE FROM field WHERE card = ?1");
-        deleteCard_ = database_->prepare("DELETE FROM card WHERE key = ?1");
-        listCards();
-    } catch (const DatabaseError& e) {
-        throw StoreError(Step::Open, sentence(path_, e));
-    }
+    if (batch_ && !database_->inTransaction()) throw lostBatch(step);
+    guarded(step, [&] {
+        try {
+            Transaction transaction(*database_);
+            work();
+            transaction.commit();
+        } catch (const DatabaseError&) {
+            if (batch_ && !database_->inTransaction()) listCards();
+            throw;
+        }
+    });
+}
+
+StoreError CardFile::gone(const std::string& id, Step step) const
+{
+    return {step, "The card file \"" + path_ + "\" has no card " + shown(id) + "."};
+}
+
+StoreError CardFile::overtaken(const std::string& id, Step step) const
+{
+    return {step, "The card " + shown(id) + " of the card file \"" + path_ +
+                      "\" was changed by another program meanwhile. It is left as it is; try again."};
+}
+
+StoreError CardFile::lostBatch(Step step) const
+{
+    return {step, "The card file \"" + path_ + "\" could not be written, and nothing of this batch was kept."};
+}
+
+CardFile::CardFile(const std::string& path, plugin::Report report, FreeSpace freeSpace)
+    : path_(fullPath(path)), report_(std::move(report)), freeSpace_(std::move(freeSpace))
+{
+    if (!freeSpace_) freeSpace_ = [this] { return spaceBeside(path_); };
+    guarded(Step::Open, [&] { open(); });
 }
 
 CardFile::~CardFile()
@@ -95,33 +135,37 @@ CardFile::~CardFile()
     }
 }
 
-void CardFile::prepareSchema()
+void CardFile::open()
 {
-    const std::int64_t version = database_->number("PRAGMA user_version"), owner = database_->number("PRAGMA application_id");
-    const bool empty = database_->number("SELECT count(*) FROM sqlite_master") == 0;
-    if (!empty && owner != applicationId)
+    database_.emplace(path_);
+    switch (prepareFile(*database_)) {
+    case FileKind::Card: break;
+    case FileKind::Foreign:
         throw StoreError(Step::Open, "The file \"" + path_ + "\" is a database, but no card file. Choose another file.");
-    if (version > schemaVersion)
+    case FileKind::Later:
         throw StoreError(Step::Open,
                          "The card file \"" + path_ + "\" was written by a later version of this program. Update the program to use it.");
-    database_->execute("PRAGMA journal_mode = WAL");
-    database_->execute("PRAGMA synchronous = FULL");
-    if (!empty) return;
-    begin();
-    database_->execute(schema);
-    database_->execute(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
-    database_->execute(("PRAGMA user_version = " + std::to_string(schemaVersion)).c_str());
-    commit();
+    }
+    database_->execute(cacheSize);
+    readCard_ = database_->prepare("SELECT c.key, c.modified, f.type, f.value FROM card c LEFT JOIN field f ON f.card = c.key"
+                                   " WHERE c.id = ?1");
+    insertCard_ = database_->prepare("INSERT INTO card (id, created, modified) VALUES (?1, ?2, ?2) RETURNING key");
+    touchCard_ = database_->prepare("UPDATE card SET modified = ?3 WHERE key = ?1 AND modified = ?2");
+    deleteCard_ = database_->prepare("DELETE FROM card WHERE id = ?1 AND modified = ?2");
+    putField_ = database_->prepare("INSERT INTO field (card, type, value) VALUES (?1, ?2, ?3)"
+                                   " ON CONFLICT (card, type) DO UPDATE SET value = excluded.value");
+    dropField_ = database_->prepare("DELETE FROM field WHERE card = ?1 AND type = ?2");
+    listCards();
 }
 
 void CardFile::listCards()
 {
     cards_.clear();
     byId_.clear();
-    Statement query = database_->prepare("SELECT key, id, created, modified FROM card ORDER BY key");
+    Statement query = database_->prepare("SELECT id, created, modified FROM card ORDER BY key");
     while (query.step()) {
-        byId_[folded(query.text(1))] = cards_.size();
-        cards_.push_back({query.number(0), query.text(1), query.number(2), query.number(3)});
+        byId_[folded(query.text(0))] = cards_.size();
+        cards_.push_back({query.text(0), query.number(1), query.number(2)});
     }
 }
 
@@ -134,29 +178,40 @@ const CardFile::Card* CardFile::find(const std::string& id) const
 const CardFile::Card& CardFile::cardOf(const std::string& id, Step step) const
 {
     if (const Card* card = find(id)) return *card;
-    throw StoreError(step, "The card file \"" + path_ + "\" has no card \"" + id.substr(0, 100) + "\".");
+    throw gone(id, step);
 }
 
 bool CardFile::exists(const std::string& id) const { return find(id) != nullptr; }
 std::int64_t CardFile::created(const std::string& id) const { return cardOf(id, Step::Find).created; }
 std::int64_t CardFile::modified(const std::string& id) const { return cardOf(id, Step::Find).modified; }
 
-CardFile::Fields CardFile::loadFields(std::int64_t key)
+CardFile::Open CardFile::load(const Card& card, Step step)
 {
-    Fields fields;
-    readFields_.bind(1, key);
-    while (readFields_.step()) fields[static_cast<int>(readFields_.number(0))] = readFields_.text16(1);
-    return fields;
+    return guarded(step, [&] {
+        Open record{card.id, folded(card.id), 0, 0, false, {}, {}};
+        readCard_.bind(1, card.id);
+        for (Rows rows(readCard_); rows.next();) {
+            record.key = readCard_.number(0);
+            record.modified = readCard_.number(1);
+            if (!readCard_.isNull(2)) record.fields[static_cast<int>(readCard_.number(2))] = platform::utf16(readCard_.text(3));
+        }
+        // Another program deleted it: no card, and by no means one whose fields are all empty.
+        if (record.key == 0) throw gone(card.id, step);
+        return record;
+    });
+}
+
+bool CardFile::isInFile(const Card& card)
+{
+    readCard_.bind(1, card.id);
+    Rows rows(readCard_);
+    return rows.next();
 }
 
 void CardFile::beginRead(const std::string& id)
 {
-    const Card& card = cardOf(id, Step::BeginRead);
-    try {
-        reading_ = Open{card.id, folded(id), card.key, false, loadFields(card.key), {}};
-    } catch (const DatabaseError& e) {
-        throw StoreError(Step::BeginRead, sentence(path_, e));
-    }
+    reading_.reset();
+    reading_ = load(cardOf(id, Step::BeginRead), Step::BeginRead);
 }
 
 void CardFile::endRead(const std::string&) { reading_.reset(); }
@@ -168,86 +223,80 @@ std::u16string CardFile::read(const std::string& id, int type) const
         const auto at = fields.find(type);
         return at == fields.end() ? std::u16string() : at->second;
     };
-    if (reading_ && reading_->id == wanted) return valueIn(reading_->fields);
-    if (!writing_ || writing_->id != wanted)
-        throw StoreError(Step::ReadField, "The card \"" + id.substr(0, 100) + "\" is not open for reading.");
+    if (reading_ && reading_->folded == wanted) return valueIn(reading_->fields);
+    if (!writing_ || writing_->folded != wanted) throw StoreError(Step::ReadField, "The card " + shown(id) + " is not open for reading.");
     return writing_->changes.contains(type) ? valueIn(writing_->changes) : valueIn(writing_->fields);
-}
-
-void CardFile::begin() { database_->execute("BEGIN IMMEDIATE"); }
-void CardFile::commit() { database_->execute("COMMIT"); }
-
-void CardFile::rollBack(const char* sql) noexcept
-{
-    try {
-        database_->execute(sql);
-    } catch (const DatabaseError&) { // it was rolled back already
-    }
-}
-
-void CardFile::dropBatch()
-{
-    rollBack("ROLLBACK");
-    listCards();
 }
 
 void CardFile::beginBatch()
 {
     if (batch_) throw StoreError(Step::Update, "A batch is open already.");
-    try {
-        begin();
-    } catch (const DatabaseError& e) {
-        throw StoreError(Step::Update, sentence(path_, e));
-    }
-    batch_ = true;
+    guarded(Step::Update, [&] { batch_.emplace(*database_); });
+}
+
+void CardFile::dropBatch()
+{
+    batch_.reset();
+    listCards();
 }
 
 void CardFile::endBatch(bool abort)
 {
-    if (!batch_) throw StoreError(Step::Update, "No batch is open.");
-    batch_ = false;
     writing_.reset();
-    try {
-        if (abort)
+    if (!batch_) return;
+    guarded(Step::Update, [&] {
+        if (abort) return dropBatch();
+        const bool lost = !database_->inTransaction();
+        try {
+            if (!lost) batch_->commit();
+        } catch (const DatabaseError&) {
             dropBatch();
-        else
-            commit();
-    } catch (const DatabaseError& e) {
-        dropBatch();
-        throw StoreError(Step::Update, sentence(path_, e));
-    }
+            throw;
+        }
+        batch_.reset();
+        if (lost) throw lostBatch(Step::Update);
+    });
 }
 
 std::string CardFile::beginAdd()
 {
     const std::string id = platform::utf8(com::guidText(com::newGuid()));
-    writing_ = Open{id, folded(id), 0, true, {}, {}};
+    writing_ = Open{id, folded(id), 0, 0, true, {}, {}};
     return id;
 }
 
 void CardFile::beginEdit(const std::string& id)
 {
+    writing_.reset();
     const Card& card = cardOf(id, Step::Edit);
-    try {
-        writing_ = Open{card.id, folded(id), card.key, false, loadFields(card.key), {}};
-    } catch (const DatabaseError& e) {
-        throw StoreError(Step::Edit, sentence(path_, e));
-    }
+    Open record = load(card, Step::Edit);
+    if (record.modified != card.modified) throw overtaken(card.id, Step::Edit);
+    writing_ = std::move(record);
+}
+
+CardFile::Open& CardFile::openForWriting(const std::string& id, Step step)
+{
+    if (writing_ && writing_->folded == folded(id)) return *writing_;
+    throw StoreError(step, "The card " + shown(id) + " is not open for writing.");
 }
 
 void CardFile::write(const std::string& id, int type, std::u16string_view text)
 {
-    if (!writing_ || writing_->id != folded(id))
-        throw StoreError(Step::WriteField, "The card \"" + id.substr(0, 100) + "\" is not open for writing.");
-    writing_->changes[type] = text;
+    Open& record = openForWriting(id, Step::WriteField);
+    const auto held = record.fields.find(type);
+    if (held == record.fields.end() ? text.empty() : held->second == text)
+        record.changes.erase(type);
+    else
+        record.changes[type] = text;
 }
 
-// Later than the one before, however quickly two changes follow each other. The steps are those that an automation date can tell apart.
-std::int64_t CardFile::nextStamp(std::int64_t former) const
+// A disk that fills up undoes the whole batch, and with it cards that the caller was told are saved. So a card that might not find
+// room any more is refused before it comes to that, and the batch can still be ended.
+void CardFile::requireSpace(const Open& record) const
 {
-    constexpr std::int64_t step = 1'000'000; // a millisecond
-    const std::int64_t present = now() / step * step;
-    return present > former ? present : former + step;
+    std::uintmax_t needed = reservedBytes;
+    for (const auto& [type, value] : record.changes) needed += 4 * sizeof(char16_t) * value.size();
+    if (freeSpace_() < needed) throw DatabaseError(SQLITE_FULL, "no room for another card");
 }
 
 void CardFile::writeChanges(const Open& record)
@@ -256,47 +305,54 @@ void CardFile::writeChanges(const Open& record)
         if (value.empty())
             dropField_.bind(1, record.key).bind(2, std::int64_t{type}).run();
         else
-            putField_.bind(1, record.key).bind(2, std::int64_t{type}).bind(3, value).run();
+            putField_.bind(1, record.key).bind(2, std::int64_t{type}).bind(3, platform::utf8(value)).run();
     }
 }
 
 void CardFile::insertCard(Open& record)
 {
-    Card card{0, record.given, nextStamp(0), 0};
+    Card card{record.id, nextStamp(0), 0};
     card.modified = card.created;
-    insertCard_.bind(1, card.id).bind(2, card.created);
-    while (insertCard_.step()) card.key = insertCard_.number(0);
-    record.key = card.key;
-    writeChanges(record);
-    byId_[record.id] = cards_.size();
+    change(Step::Save, [&] {
+        if (batch_) requireSpace(record);
+        insertCard_.bind(1, card.id).bind(2, card.created);
+        for (Rows rows(insertCard_); rows.next();) record.key = insertCard_.number(0);
+        writeChanges(record);
+    });
+    byId_[record.folded] = cards_.size();
     cards_.push_back(std::move(card));
 }
 
 void CardFile::updateCard(Open& record)
 {
-    Card& card = cards_[byId_.at(record.id)];
-    const std::int64_t stamp = nextStamp(card.modified);
-    writeChanges(record);
-    touchCard_.bind(1, card.key).bind(2, stamp).run();
-    card.modified = stamp;
+    const std::int64_t stamp = nextStamp(record.modified);
+    change(Step::Save, [&] {
+        if (batch_) requireSpace(record);
+        touchCard_.bind(1, record.key).bind(2, record.modified).bind(3, stamp).run();
+        if (database_->changes() == 0) throw overtaken(record.id, Step::Save);
+        writeChanges(record);
+    });
+    cards_[byId_.at(record.folded)].modified = stamp;
 }
 
 std::string CardFile::save(const std::string& id)
 {
-    if (!writing_ || writing_->id != folded(id))
-        throw StoreError(Step::Save, "The card \"" + id.substr(0, 100) + "\" is not open for writing.");
-    change(Step::Save, [&] { writing_->isNew ? insertCard(*writing_) : updateCard(*writing_); });
-    const std::string saved = cards_[byId_.at(writing_->id)].id;
+    Open& record = openForWriting(id, Step::Save);
+    if (record.isNew)
+        insertCard(record);
+    else if (!record.changes.empty())
+        updateCard(record);
+    std::string saved = std::move(record.id);
     writing_.reset();
     return saved;
 }
 
 void CardFile::remove(const std::string& id)
 {
-    const std::int64_t key = cardOf(id, Step::Delete).key;
+    const Card& card = cardOf(id, Step::Delete);
     change(Step::Delete, [&] {
-        deleteFields_.bind(1, key).run();
-        deleteCard_.bind(1, key).run();
+        deleteCard_.bind(1, card.id).bind(2, card.modified).run();
+        if (database_->changes() == 0 && isInFile(card)) throw overtaken(card.id, Step::Delete);
     });
     // The last card takes the place of the one that is gone.
     const std::size_t at = byId_.at(folded(id));
@@ -312,8 +368,7 @@ void CardFile::close()
 {
     writing_.reset();
     reading_.reset();
-    if (!batch_) return;
-    endBatch(false);
+    if (batch_) endBatch(false);
 }
 
 } // namespace mb::cardfile

@@ -1,6 +1,7 @@
 // The host's card file: contacts in one SQLite file, made at its first use. A card is a row of its own with its dates, and one row for
 // each field that is not empty. Identifiers are GUIDs and are found whatever their case; a card's date moves with every change and
-// never back. A batch is one transaction.
+// never back. A batch is one transaction. Cards are listed once, when the file is opened; a card that another program changed since
+// then is not written over.
 #pragma once
 #include "Database.h"
 #include "RecordStore.h"
@@ -11,10 +12,13 @@
 
 namespace mb::cardfile {
 
+// Bytes that are free on the disk of the card file.
+using FreeSpace = std::function<std::uintmax_t()>;
+
 class CardFile final : public plugin::RecordStore {
 public:
     // Throws a StoreError that names the file if it is no card file, of a later version, or cannot be opened.
-    CardFile(std::string path, plugin::Report report);
+    CardFile(const std::string& path, plugin::Report report, FreeSpace freeSpace = {});
     ~CardFile() override;
 
     std::size_t count() const override { return cards_.size(); }
@@ -30,6 +34,7 @@ public:
     std::string beginAdd() override;
     void beginEdit(const std::string& id) override;
     void write(const std::string& id, int type, std::u16string_view text) override;
+    // A save that changes no value leaves card and date as they are.
     std::string save(const std::string& id) override;
     void remove(const std::string& id) override;
     void close() override;
@@ -37,41 +42,45 @@ public:
 private:
     using Fields = std::map<int, std::u16string>;
     struct Card {
-        std::int64_t key = 0; // of the row
         std::string id;
         std::int64_t created = 0, modified = 0;
     };
     struct Open {
-        std::string given, id; // as it is shown, and folded
-        std::int64_t key = 0;
+        std::string id, folded;
+        std::int64_t key = 0, modified = 0; // of the row
         bool isNew = false;
         Fields fields, changes;
     };
 
-    void prepareSchema();
+    void open();
     void listCards();
-    const Card* find(const std::string& id) const;
-    const Card& cardOf(const std::string& id, plugin::Step step) const;
-    Fields loadFields(std::int64_t key);
-    std::int64_t nextStamp(std::int64_t former) const;
+    [[nodiscard]] const Card* find(const std::string& id) const;
+    [[nodiscard]] const Card& cardOf(const std::string& id, plugin::Step step) const;
+    [[nodiscard]] Open load(const Card& card, plugin::Step step);
+    [[nodiscard]] bool isInFile(const Card& card);
+    [[nodiscard]] Open& openForWriting(const std::string& id, plugin::Step step);
+    void requireSpace(const Open& record) const;
     void insertCard(Open& record);
     void updateCard(Open& record);
     void writeChanges(const Open& record);
-    void begin();
-    void commit();
-    void rollBack(const char* sql) noexcept;
     void dropBatch();
-    // Runs one change, in a transaction of its own where no batch is open.
+    [[nodiscard]] plugin::StoreError gone(const std::string& id, plugin::Step step) const;
+    [[nodiscard]] plugin::StoreError overtaken(const std::string& id, plugin::Step step) const;
+    [[nodiscard]] plugin::StoreError lostBatch(plugin::Step step) const;
+    // Runs work whose failure in SQLite is the step's.
+    template <class F> auto guarded(plugin::Step step, F&& work) const;
+    // Runs one change whole or not at all, in a transaction of its own where no batch is open.
     template <class F> void change(plugin::Step step, F&& work);
 
     std::string path_;
     plugin::Report report_;
+    FreeSpace freeSpace_;
     std::optional<Database> database_;
-    Statement readFields_, insertCard_, touchCard_, putField_, dropField_, deleteFields_, deleteCard_;
+    Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_;
     std::vector<Card> cards_;
     std::unordered_map<std::string, std::size_t> byId_; // folded identifier to position
     std::optional<Open> reading_, writing_;
-    bool batch_ = false;
+    std::optional<Transaction> batch_;
 };
 
 } // namespace mb::cardfile

@@ -31,13 +31,6 @@ Statement& Statement::bind(int index, std::string_view text)
     return *this;
 }
 
-Statement& Statement::bind(int index, std::u16string_view text)
-{
-    check(sqlite3_bind_text64(statement_.get(), index, reinterpret_cast<const char*>(text.data() ? text.data() : u""),
-                              text.size() * sizeof(char16_t), SQLITE_TRANSIENT, SQLITE_UTF16));
-    return *this;
-}
-
 Statement& Statement::bind(int index, std::int64_t number)
 {
     check(sqlite3_bind_int64(statement_.get(), index, number));
@@ -65,17 +58,12 @@ void Statement::run()
 
 void Statement::reset() noexcept { sqlite3_reset(statement_.get()); }
 
+bool Statement::isNull(int column) const { return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL; }
+
 std::string Statement::text(int column) const
 {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
     return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))) : std::string();
-}
-
-std::u16string Statement::text16(int column) const
-{
-    const auto* units = static_cast<const char16_t*>(sqlite3_column_text16(statement_.get(), column));
-    const auto bytes = static_cast<std::size_t>(sqlite3_column_bytes16(statement_.get(), column));
-    return units ? std::u16string(units, bytes / sizeof(char16_t)) : std::u16string();
 }
 
 std::int64_t Statement::number(int column) const { return sqlite3_column_int64(statement_.get(), column); }
@@ -99,8 +87,34 @@ void Database::execute(const char* sql)
 std::int64_t Database::number(const char* sql)
 {
     Statement query = prepare(sql);
-    const std::int64_t value = query.step() ? query.number(0) : 0;
-    return value;
+    return query.step() ? query.number(0) : 0;
+}
+
+std::string Database::text(const char* sql)
+{
+    Statement query = prepare(sql);
+    return query.step() ? query.text(0) : std::string();
+}
+
+Transaction::Transaction(Database& database) : database_(database), inner_(database.inTransaction())
+{
+    if (database_.readOnly()) throw DatabaseError(SQLITE_READONLY, "the file is read-only");
+    database_.execute(inner_ ? "SAVEPOINT change" : "BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction()
+{
+    if (!open_ || !database_.inTransaction()) return; // SQLite itself undoes the whole when the disk fails it
+    try {
+        database_.execute(inner_ ? "ROLLBACK TO change; RELEASE change" : "ROLLBACK");
+    } catch (const DatabaseError&) { // undone at the latest when the connection closes
+    }
+}
+
+void Transaction::commit()
+{
+    database_.execute(inner_ ? "RELEASE change" : "COMMIT");
+    open_ = false;
 }
 
 } // namespace mb::cardfile

@@ -1,4 +1,4 @@
-// SQLite as this plug-in uses it: a connection, prepared statements that are kept, and errors as texts.
+// SQLite as this plug-in uses it: a connection, prepared statements that are kept, transactions, and errors as texts.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -25,14 +25,13 @@ public:
     Statement() noexcept = default;
     Statement(sqlite3* database, const char* sql);
     Statement& bind(int index, std::string_view text);
-    Statement& bind(int index, std::u16string_view text);
     Statement& bind(int index, std::int64_t number);
     // True while there is a row; a statement that is done is ready to be bound anew.
     bool step();
     void run();
     void reset() noexcept;
+    [[nodiscard]] bool isNull(int column) const;
     [[nodiscard]] std::string text(int column) const;
-    [[nodiscard]] std::u16string text16(int column) const;
     [[nodiscard]] std::int64_t number(int column) const;
 
 private:
@@ -50,6 +49,10 @@ public:
     void execute(const char* sql);
     [[nodiscard]] Statement prepare(const char* sql) { return {database_.get(), sql}; }
     [[nodiscard]] std::int64_t number(const char* sql);
+    [[nodiscard]] std::string text(const char* sql);
+    // Rows that the last statement changed.
+    [[nodiscard]] std::int64_t changes() const noexcept { return sqlite3_changes(database_.get()); }
+    [[nodiscard]] bool readOnly() const noexcept { return sqlite3_db_readonly(database_.get(), "main") == 1; }
     [[nodiscard]] bool inTransaction() const noexcept { return sqlite3_get_autocommit(database_.get()) == 0; }
 
 private:
@@ -57,6 +60,35 @@ private:
         void operator()(sqlite3* database) const noexcept { sqlite3_close_v2(database); }
     };
     std::unique_ptr<sqlite3, Close> database_;
+};
+
+// Resets a statement whose rows are read, however the reading ends.
+class Rows {
+public:
+    explicit Rows(Statement& statement) noexcept : statement_(statement) {}
+    Rows(const Rows&) = delete;
+    Rows& operator=(const Rows&) = delete;
+    ~Rows() { statement_.reset(); }
+    bool next() { return statement_.step(); }
+
+private:
+    Statement& statement_;
+};
+
+// A transaction that may write, or inside of one a savepoint; undone if it is not committed.
+class Transaction {
+public:
+    // Fails where the file cannot be written, before anything is tried.
+    explicit Transaction(Database& database);
+    Transaction(const Transaction&) = delete;
+    Transaction& operator=(const Transaction&) = delete;
+    ~Transaction();
+    void commit();
+
+private:
+    Database& database_;
+    const bool inner_;
+    bool open_ = true;
 };
 
 } // namespace mb::cardfile

@@ -1,0 +1,68 @@
+#include "Schema.h"
+
+#include <chrono>
+#include <iterator>
+#include <thread>
+
+namespace mb::cardfile {
+namespace {
+
+constexpr std::int64_t applicationId = 0x4D424331; // marks the file as a card file
+
+// The step at index n brings a file of version n to version n + 1. Keys are never given twice: a row of a card that is gone can not
+// come to belong to another.
+constexpr const char* steps[] = {
+    "CREATE TABLE card (key INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE COLLATE NOCASE,"
+    " created INTEGER NOT NULL, modified INTEGER NOT NULL) STRICT;"
+    "CREATE TABLE field (card INTEGER NOT NULL REFERENCES card (key) ON DELETE CASCADE, type INTEGER NOT NULL, value TEXT NOT NULL,"
+    " PRIMARY KEY (card, type)) WITHOUT ROWID, STRICT;",
+};
+constexpr std::int64_t presentVersion = std::size(steps);
+
+FileKind kindOf(Database& database)
+{
+    const std::int64_t owner = database.number("PRAGMA application_id"), version = database.number("PRAGMA user_version");
+    const bool used = owner != 0 || version != 0 || database.number("SELECT count(*) FROM sqlite_master") != 0;
+    if (used && owner != applicationId) return FileKind::Foreign;
+    return version > presentVersion ? FileKind::Later : FileKind::Card;
+}
+
+// Of two programs that open a new file at the same moment one is told at once that it is busy, without the wait that all other work has.
+void useWriteAheadLog(Database& database)
+{
+    using namespace std::chrono_literals;
+    for (int tries = 100; database.text("PRAGMA journal_mode") != "wal"; --tries) {
+        try {
+            database.execute("PRAGMA journal_mode = WAL");
+        } catch (const DatabaseError& e) {
+            if ((e.code() & 0xFF) != SQLITE_BUSY || tries == 0) throw;
+            std::this_thread::sleep_for(20ms);
+        }
+    }
+}
+
+void bringUpToDate(Database& database)
+{
+    Transaction transaction(database);
+    if (kindOf(database) != FileKind::Card) return; // another program was quicker; the next look tells
+    for (std::int64_t version = database.number("PRAGMA user_version"); version < presentVersion; ++version)
+        database.execute(steps[version]);
+    database.execute(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
+    database.execute(("PRAGMA user_version = " + std::to_string(presentVersion)).c_str());
+    transaction.commit();
+}
+
+} // namespace
+
+FileKind prepareFile(Database& database)
+{
+    const FileKind kind = kindOf(database);
+    if (kind != FileKind::Card) return kind;
+    useWriteAheadLog(database);
+    database.execute("PRAGMA synchronous = FULL");
+    database.execute("PRAGMA foreign_keys = ON");
+    if (database.number("PRAGMA user_version") < presentVersion) bringUpToDate(database);
+    return kindOf(database);
+}
+
+} // namespace mb::cardfile

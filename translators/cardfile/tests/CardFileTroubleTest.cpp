@@ -1,0 +1,312 @@
+// A card file whose disk, folder, neighbours or content are not as they should be.
+#include "Support.h"
+
+#include <csignal>
+#include <sys/resource.h>
+
+namespace mb::cardfile {
+namespace {
+
+using plugin::Step;
+
+class CardFileTroubleTest : public CardFileTest {
+protected:
+    [[nodiscard]] std::string bytes() const
+    {
+        std::ifstream in(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    void put(const std::string& content) const { std::ofstream(file, std::ios::binary) << content; }
+    std::string openFailure()
+    {
+        const std::string message = failureOf(Step::Open, [&] { (void)open(); });
+        EXPECT_NE(message.find(file.string()), std::string::npos) << message;
+        return message;
+    }
+};
+
+TEST_F(CardFileTroubleTest, AFileOfAnotherKindIsRefusedAndKeepsItsBytes)
+{
+    for (const std::string& content : {std::string("BEGIN:VCARD\r\nVERSION:3.0\r\nEND:VCARD\r\n"), std::string(100'000, '\0'),
+                                       std::string("SQLite format 3\0 and then nonsense", 34)}) {
+        put(content);
+        EXPECT_NE(openFailure().find("is no card file, or is damaged"), std::string::npos);
+        EXPECT_EQ(bytes(), content);
+    }
+}
+
+TEST_F(CardFileTroubleTest, ADatabaseOfAnotherProgramIsRefusedAndKeepsItsBytes)
+{
+    sql("CREATE TABLE theirs (a); INSERT INTO theirs VALUES (1)");
+    std::string before = bytes();
+    EXPECT_NE(openFailure().find("is a database, but no card file"), std::string::npos);
+    EXPECT_EQ(bytes(), before);
+    fs::remove(file);
+    sql("PRAGMA application_id = 77");
+    before = bytes();
+    EXPECT_NE(openFailure().find("is a database, but no card file"), std::string::npos);
+    EXPECT_EQ(bytes(), before);
+}
+
+TEST_F(CardFileTroubleTest, AFileOfALaterVersionIsRefused)
+{
+    addCard(*open(), u"Lovelace");
+    sql("PRAGMA user_version = 2");
+    EXPECT_NE(openFailure().find("later version"), std::string::npos);
+    EXPECT_EQ(sqlText("PRAGMA user_version"), "2");
+    EXPECT_EQ(sqlText("SELECT count(*) FROM card"), "1");
+}
+
+TEST_F(CardFileTroubleTest, ACardFileWithoutItsTablesIsRefused)
+{
+    (void)open();
+    sql("DROP TABLE field");
+    EXPECT_NE(openFailure().find("no such table"), std::string::npos);
+}
+
+TEST_F(CardFileTroubleTest, AnyCutOfACardFileIsReadOrRefused)
+{
+    std::string id;
+    {
+        const auto cards = open();
+        cards->beginBatch();
+        for (int i = 0; i < 200; ++i) id = addCard(*cards, u"Lovelace", std::u16string(200, u'x'));
+        cards->endBatch(false);
+    }
+    const std::string whole = bytes();
+    std::size_t refused = 0;
+    for (std::size_t cut = 1; cut < whole.size(); cut += whole.size() / 37) {
+        put(whole.substr(0, cut));
+        try {
+            const auto cards = open();
+            for (std::size_t i = 0; i < cards->count(); ++i) (void)readValue(*cards, cards->idAt(i), ftNotes);
+        } catch (const plugin::StoreError& e) {
+            EXPECT_NE(std::string(e.what()).find(file.string()), std::string::npos) << e.what();
+            ++refused;
+        }
+    }
+    EXPECT_GT(refused, 30u);
+}
+
+TEST_F(CardFileTroubleTest, AMissingFolderAndAFolderInPlaceOfTheFileAreSaidClearly)
+{
+    file = folder.path / "none" / "cards";
+    EXPECT_NE(openFailure().find("Check that its folder exists"), std::string::npos);
+    EXPECT_FALSE(fs::exists(folder.path / "none"));
+    file = folder.path;
+    EXPECT_NE(openFailure().find("cannot be opened"), std::string::npos);
+}
+
+TEST_F(CardFileTroubleTest, NoNameAndADamagedNameAreSaidClearly)
+{
+    EXPECT_NE(failureOf(Step::Open, [] { CardFile("", nullptr); }).find("No card file is chosen"), std::string::npos);
+    const std::string damaged = file.string() + std::string("\0.txt", 5);
+    EXPECT_NE(failureOf(Step::Open, [&] { CardFile(damaged, nullptr); }).find("name"), std::string::npos);
+    EXPECT_FALSE(fs::exists(file)) << "the part in front of the damage is another file";
+}
+
+TEST_F(CardFileTroubleTest, AFolderThatMayNotBeWrittenIsSaidClearly)
+{
+    if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+    const std::string id = addCard(*open(), u"Lovelace");
+    fs::permissions(folder.path, static_cast<fs::perms>(0755));
+    fs::permissions(file, static_cast<fs::perms>(0644));
+    EXPECT_TRUE(start([&] {
+        if (seteuid(65534) != 0) return false;
+        EXPECT_NE(openFailure().find("who may write"), std::string::npos) << openFailure();
+        file = folder.path / "new";
+        EXPECT_NE(openFailure().find("you may write there"), std::string::npos) << openFailure();
+        return true;
+    })());
+    EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
+}
+
+TEST_F(CardFileTroubleTest, AFileThatMayNotBeWrittenIsReadAndNotChanged)
+{
+    if (geteuid() != 0) GTEST_SKIP() << "needs to become another user";
+    const std::string id = addCard(*open(), u"Lovelace");
+    fs::permissions(folder.path, static_cast<fs::perms>(0777));
+    fs::permissions(file, static_cast<fs::perms>(0444));
+    EXPECT_TRUE(start([&] {
+        if (seteuid(65534) != 0) return false;
+        const auto cards = open();
+        EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace");
+        EXPECT_NE(failureOf(Step::Update, [&] { cards->beginBatch(); }).find("cannot be written"), std::string::npos);
+        cards->beginEdit(id);
+        cards->write(id, ftLastName, u"x");
+        EXPECT_NE(failureOf(Step::Save, [&] { cards->save(id); }).find("cannot be written"), std::string::npos);
+        EXPECT_NE(failureOf(Step::Delete, [&] { cards->remove(id); }).find("cannot be written"), std::string::npos);
+        return true;
+    })());
+    EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
+}
+
+TEST_F(CardFileTroubleTest, ADiskThatFillsUpLosesTheBatchAndSaysSo)
+{
+    const std::string id = addCard(*open(), u"Lovelace");
+    EXPECT_TRUE(start([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{512 << 10, RLIM_INFINITY};
+        const auto cards = open();
+        cards->beginBatch();
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+        std::string failed;
+        try {
+            for (int i = 0; i < 5000; ++i) addCard(*cards, u"lost", std::u16string(1000, u'x'));
+        } catch (const plugin::StoreError& e) {
+            EXPECT_EQ(e.step(), Step::Save);
+            failed = e.what();
+        }
+        EXPECT_NE(failed.find(file.string()), std::string::npos) << failed;
+        EXPECT_EQ(cards->count(), 1u) << "the list tells what is in the file";
+        EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace");
+        EXPECT_NE(failureOf(Step::Save, [&] { addCard(*cards, u"late"); }).find("nothing of this batch was kept"), std::string::npos);
+        EXPECT_NE(failureOf(Step::Update, [&] { cards->endBatch(false); }).find("nothing of this batch was kept"), std::string::npos);
+        return true;
+    })());
+    EXPECT_EQ(sqlText("PRAGMA integrity_check"), "ok");
+    EXPECT_EQ(open()->count(), 1u);
+}
+
+TEST_F(CardFileTroubleTest, ADiskThatIsFullWhenTheBatchEndsLosesTheBatchAndSaysSo)
+{
+    const std::string id = addCard(*open(), u"Lovelace");
+    EXPECT_TRUE(start([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const auto cards = open();
+        cards->beginBatch();
+        for (int i = 0; i < 100; ++i) addCard(*cards, u"lost", std::u16string(1000, u'x'));
+        const rlimit limit{4096, RLIM_INFINITY};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+        EXPECT_NE(failureOf(Step::Update, [&] { cards->endBatch(false); }).find("has room"), std::string::npos);
+        EXPECT_EQ(cards->count(), 1u);
+        EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace");
+        return true;
+    })());
+    EXPECT_EQ(open()->count(), 1u);
+}
+
+TEST_F(CardFileTroubleTest, ADiskThatIsNearlyFullRefusesTheNextCardAndKeepsThoseBefore)
+{
+    std::uintmax_t space = 1 << 30;
+    {
+        const auto cards = open([&] { return space; });
+        cards->beginBatch();
+        for (int i = 0; i < 5; ++i) addCard(*cards, u"kept");
+        space = 100'000;
+        EXPECT_NE(failureOf(Step::Save, [&] { addCard(*cards, u"refused"); }).find("the disk is full"), std::string::npos);
+        cards->close();
+    }
+    const auto cards = open();
+    EXPECT_EQ(cards->count(), 5u);
+    for (std::size_t i = 0; i < cards->count(); ++i) EXPECT_EQ(readValue(*cards, cards->idAt(i), ftLastName), u"kept");
+}
+
+TEST_F(CardFileTroubleTest, AFullDiskAtCreationLeavesAFileThatCanBeMadeLater)
+{
+    EXPECT_TRUE(start([&] {
+        std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit{1000, RLIM_INFINITY};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
+        openFailure();
+        return true;
+    })());
+    EXPECT_EQ(open()->count(), 0u);
+}
+
+TEST_F(CardFileTroubleTest, AFileThatAnotherProgramIsWritingIsSaidToBeInUse)
+{
+    const auto cards = open();
+    const std::string id = addCard(*cards, u"Lovelace");
+    Database other(file.string());
+    other.execute("BEGIN IMMEDIATE");
+    EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace") << "reading waits for nobody";
+    EXPECT_NE(failureOf(Step::Update, [&] { cards->beginBatch(); }).find("in use by another program"), std::string::npos);
+    other.execute("COMMIT");
+    cards->beginBatch();
+    cards->endBatch(false);
+}
+
+TEST_F(CardFileTroubleTest, ManyProcessesMayMakeTheFileAtOnce)
+{
+    std::vector<std::function<bool()>> children;
+    for (int i = 0; i < 8; ++i)
+        children.push_back(start([&] {
+            addCard(*open(), u"x");
+            return true;
+        }));
+    for (auto& wait : children) EXPECT_TRUE(wait());
+    EXPECT_EQ(open()->count(), 8u);
+}
+
+TEST_F(CardFileTroubleTest, TwoProcessesWriteBatchAfterBatch)
+{
+    (void)open();
+    const auto work = [&](std::u16string name) {
+        return [this, name] {
+            const auto cards = open();
+            for (int batch = 0; batch < 10; ++batch) {
+                cards->beginBatch();
+                for (int i = 0; i < 20; ++i) addCard(*cards, name);
+                cards->endBatch(false);
+            }
+            return true;
+        };
+    };
+    const auto first = start(work(u"first")), second = start(work(u"second"));
+    EXPECT_TRUE(first());
+    EXPECT_TRUE(second());
+    EXPECT_EQ(sqlText("SELECT group_concat(n) FROM (SELECT count(*) AS n FROM field GROUP BY value)"), "200,200");
+}
+
+TEST_F(CardFileTroubleTest, ACardThatAnotherProgramChangedIsNotWrittenOver)
+{
+    const auto mine = open();
+    const std::string id = addCard(*mine, u"before"), open1 = addCard(*mine, u"open");
+    const auto change = [](CardFile& cards, const std::string& card, std::u16string_view name) {
+        cards.beginEdit(card);
+        cards.write(card, ftLastName, name);
+        cards.save(card);
+    };
+    mine->beginEdit(open1);
+    mine->write(open1, ftLastName, u"mine");
+    {
+        const auto theirs = open();
+        change(*theirs, id, u"theirs");
+        change(*theirs, open1, u"theirs");
+    }
+    EXPECT_NE(failureOf(Step::Save, [&] { mine->save(open1); }).find("changed by another program"), std::string::npos);
+    EXPECT_NE(failureOf(Step::Edit, [&] { mine->beginEdit(id); }).find("changed by another program"), std::string::npos);
+    EXPECT_NE(failureOf(Step::Delete, [&] { mine->remove(id); }).find("changed by another program"), std::string::npos);
+    const auto later = open();
+    EXPECT_EQ(readValue(*later, id, ftLastName), u"theirs");
+    EXPECT_EQ(readValue(*later, open1, ftLastName), u"theirs");
+    change(*later, id, u"again");
+    EXPECT_EQ(readValue(*later, id, ftLastName), u"again");
+}
+
+TEST_F(CardFileTroubleTest, ACardThatAnotherProgramDeletedIsGoneAndNotEmpty)
+{
+    const auto mine = open();
+    const std::string id = addCard(*mine, u"Lovelace"), deletedByBoth = addCard(*mine, u"x");
+    mine->beginEdit(id);
+    mine->write(id, ftTitle, u"Countess");
+    std::string other;
+    {
+        const auto theirs = open();
+        theirs->remove(deletedByBoth);
+        theirs->remove(id);
+        other = addCard(*theirs, u"Hopper");
+    }
+    failureOf(Step::Save, [&] { mine->save(id); });
+    EXPECT_NE(failureOf(Step::BeginRead, [&] { mine->beginRead(id); }).find("has no card"), std::string::npos);
+    failureOf(Step::Edit, [&] { mine->beginEdit(id); });
+    mine->remove(deletedByBoth);
+    const auto later = open();
+    EXPECT_EQ(later->count(), 1u);
+    EXPECT_EQ(readValue(*later, other, ftLastName), u"Hopper");
+    EXPECT_EQ(readValue(*later, other, ftTitle), u"");
+}
+
+} // namespace
+} // namespace mb::cardfile

@@ -1,0 +1,103 @@
+// A folder of its own for each test, a card file in it, and work done in another process.
+#pragma once
+#include "CardFile.h"
+
+#include "interfaces.h"
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <sqlite3.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace mb::cardfile {
+
+namespace fs = std::filesystem;
+
+class TestFolder {
+public:
+    TestFolder()
+    {
+        std::string pattern = (fs::temp_directory_path() / "cardfile-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+    TestFolder(const TestFolder&) = delete;
+    TestFolder& operator=(const TestFolder&) = delete;
+    ~TestFolder()
+    {
+        fs::permissions(path, fs::perms::owner_all);
+        fs::remove_all(path);
+    }
+    fs::path path;
+};
+
+class CardFileTest : public testing::Test {
+protected:
+    [[nodiscard]] std::unique_ptr<CardFile> open(FreeSpace space = {}) const
+    {
+        return std::make_unique<CardFile>(file.string(), nullptr, std::move(space));
+    }
+    // Runs SQL on the file behind the card file's back.
+    void sql(const char* text) const { Database(file.string()).execute(text); }
+    [[nodiscard]] std::string sqlText(const char* text) const { return Database(file.string()).text(text); }
+
+    TestFolder folder;
+    fs::path file = folder.path / "cards.mbcard";
+};
+
+inline std::string addCard(CardFile& cards, std::u16string_view lastName, std::u16string_view notes = {})
+{
+    const std::string id = cards.beginAdd();
+    cards.write(id, ftLastName, lastName);
+    if (!notes.empty()) cards.write(id, ftNotes, notes);
+    return cards.save(id);
+}
+
+inline std::u16string readValue(CardFile& cards, const std::string& id, int type)
+{
+    cards.beginRead(id);
+    std::u16string value = cards.read(id, type);
+    cards.endRead(id);
+    return value;
+}
+
+// The message of the StoreError that the work throws, which must be of this step.
+inline std::string failureOf(plugin::Step step, const std::function<void()>& work)
+{
+    try {
+        work();
+    } catch (const plugin::StoreError& e) {
+        EXPECT_EQ(e.step(), step) << e.what();
+        return e.what();
+    } catch (const std::exception& e) {
+        ADD_FAILURE() << "not an error of the store: " << e.what();
+        return {};
+    }
+    ADD_FAILURE() << "nothing was thrown";
+    return {};
+}
+
+// Starts the work in another process; the answer waits for it and tells whether it ended well. No file may be open in this process.
+inline std::function<bool()> start(const std::function<bool()>& work)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        bool good = false;
+        try {
+            good = work() && !testing::Test::HasFailure();
+        } catch (const std::exception& e) {
+            std::fprintf(stderr, "%s\n", e.what());
+        }
+        _exit(good ? 0 : 1);
+    }
+    return [child] {
+        int status = 0;
+        return waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    };
+}
+
+} // namespace mb::cardfile
