@@ -49,7 +49,7 @@ std::u16string textOf(const VARIANT& value, const PluginField& field)
         text = changed.text();
     }
     DATE date = 0;
-    if (birthday && !text.empty() && !looksIso(text) && SUCCEEDED(VarDateFromStr(com::ole(text.c_str()), 0x409, 0, &date)))
+    if (birthday && !text.empty() && !looksIso(text) && SUCCEEDED(VarDateFromStr(const_cast<OLECHAR*>(com::ole(text.c_str())), 0x409, 0, &date)))
         return isoDate(date);
     return text;
 }
@@ -92,8 +92,10 @@ template <class F> HRESULT StoreTranslator::run(F&& body) noexcept
             lastError_ = platform::utf16(e.what());
             return static_cast<HRESULT>(e.step());
         } catch (const com::Error&) {
+            lastError_.clear(); // the code says it all
             throw;
         } catch (const std::bad_alloc&) {
+            lastError_.clear();
             throw;
         } catch (const std::exception& e) {
             lastError_ = platform::utf16(e.what());

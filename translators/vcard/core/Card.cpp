@@ -31,6 +31,8 @@ Version versionOf(std::string_view text)
     return Version::V30;
 }
 
+bool isDerived(const Line& line) { return line.param(kDerivedParam) && equalFold(*line.param(kDerivedParam), "TRUE"); }
+
 bool isUri(const Line& line) { return line.param("VALUE") && equalFold(*line.param("VALUE"), "URI"); }
 
 bool startsWithTel(std::u16string_view text)
@@ -179,7 +181,8 @@ std::u16string Card::get(int type) const
 {
     const Field* field = findField(type);
     if (!field || lineOf(*field) < 0) return {};
-    return read(*field, lines_[static_cast<std::size_t>(lineOf(*field))]);
+    const Line& line = lines_[static_cast<std::size_t>(lineOf(*field))];
+    return isDerived(line) ? std::u16string() : read(*field, line);
 }
 
 std::u16string Card::read(const Field& field, const Line& line) const
@@ -275,6 +278,7 @@ void Card::replace(const Field& field, const std::u16string& text)
     const Slots before = slots_;
     const auto at = static_cast<std::size_t>(lineOf(field));
     Line& line = lines_[at];
+    line.removeParam(kDerivedParam);
     line.setValue(compose(field, line, text), context_);
     claimAgain(at);
     if (slots_ == before) return;
@@ -361,11 +365,17 @@ std::u16string Card::composedName() const
 
 void Card::completeName()
 {
-    if (!get(kDisplayName).empty()) return;
+    const Field& field = *findField(kDisplayName);
+    if (!required(field) || !get(kDisplayName).empty()) return;
     std::u16string name = composedName();
     for (const int type : {kCompany, kFirstEmail})
         if (name.empty()) name = get(type);
-    set(kDisplayName, name.empty() ? std::u16string_view(u"Unnamed") : std::u16string_view(name));
+    if (name.empty()) name = u"Unnamed";
+    if (lineOf(field) < 0) add(field, name);
+    Line& line = lines_[static_cast<std::size_t>(lineOf(field))];
+    if (isDerived(line) && line.value(context_) == escape(name, context_.version, false)) return;
+    if (!isDerived(line)) line.addParam(kDerivedParam, "true");
+    line.setValue(compose(field, line, name), context_);
 }
 
 } // namespace mb::vcard

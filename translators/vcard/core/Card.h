@@ -30,7 +30,8 @@ public:
 
     // "Dr. John Q. Doe Jr." from the parts of the name.
     std::u16string composedName() const;
-    // Every card needs FN: gives one to a new card from what it holds.
+    // FN must stand in every card from version 3.0 on. Where the contact has no display name, FN is made from what the card
+    // holds and marked as derived, and so reads as no display name; one made before follows its sources.
     void completeName();
 
 private:

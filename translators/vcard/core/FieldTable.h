@@ -25,6 +25,8 @@ struct Field {
 
 inline constexpr std::size_t kSlots = 93; // slots are field types, 1 to 92
 inline constexpr std::string_view kPinParam = "X-MB-FIELD";
+// RFC 9554: the value was made from other properties.
+inline constexpr std::string_view kDerivedParam = "DERIVED";
 
 std::span<const Field> fields();
 const Field* findField(int type);

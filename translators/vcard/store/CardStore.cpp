@@ -253,11 +253,9 @@ std::string CardStore::save(const std::string& id)
     Open record = std::move(*writing_);
     writing_.reset();
     last_.reset();
-    if (record.isNew) {
-        record.card.completeName();
-    } else if (!record.displayNameWritten && !record.nameBefore.empty() && record.card.get(kDisplayName) == record.nameBefore) {
+    if (!record.isNew && !record.displayNameWritten && !record.nameBefore.empty() && record.card.get(kDisplayName) == record.nameBefore)
         record.card.set(kDisplayName, record.card.composedName()); // a display name made of the name follows it
-    }
+    if (record.isNew || record.card.bytes() != record.bytes) record.card.completeName();
     const std::string bytes = record.card.bytes();
     if (bytes != record.bytes) {
         record.bytes = bytes;

@@ -334,7 +334,27 @@ TEST(Card, ANewCardIsWholeVersion40)
     card.set(2, u"Jane");
     card.set(4, u"Doe");
     card.completeName();
-    EXPECT_EQ(card.bytes(), v40("UID:urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1\r\nN:Doe;Jane;;;\r\nFN:Jane Doe\r\n"));
+    EXPECT_EQ(card.bytes(), v40("UID:urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1\r\nN:Doe;Jane;;;\r\nFN;DERIVED=true:Jane Doe\r\n"));
+}
+
+TEST(Card, ADerivedNameReadsAsNoneFollowsItsSourcesAndGivesWayToARealOne)
+{
+    Card card = Card::parse(v40("FN;DERIVED=true:Jane Doe\r\nN:Doe;Jane;;;\r\n"));
+    EXPECT_EQ(card.get(79), u"");
+    card.completeName();
+    EXPECT_EQ(card.bytes(), v40("FN;DERIVED=true:Jane Doe\r\nN:Doe;Jane;;;\r\n"));
+    card.set(4, u"Roe");
+    card.completeName();
+    EXPECT_EQ(card.bytes(), v40("FN;DERIVED=true:Jane Roe\r\nN:Roe;Jane;;;\r\n"));
+    EXPECT_TRUE(card.set(79, u"Jane Roe"));
+    card.completeName();
+    EXPECT_EQ(card.bytes(), v40("FN:Jane Roe\r\nN:Roe;Jane;;;\r\n"));
+    card.set(79, u"");
+    card.completeName();
+    EXPECT_EQ(card.get(79), u"");
+    Card old = Card::parse(v21("N:Doe;Jane;;;\r\n"));
+    old.completeName();
+    EXPECT_EQ(old.bytes(), v21("N:Doe;Jane;;;\r\n")) << "version 2.1 needs none";
 }
 
 TEST(Card, EveryFieldIsHeldByEveryVersion)
