@@ -4,6 +4,8 @@
 
 namespace mbhost {
 
+inline constexpr char mapHelp[] = "The map's identifier, or a beginning of it", jsonHelp[] = "As JSON, for scripts";
+
 void addPluginCommands(CLI::App& app); // register, unregister, translators
 void addMapCommands(CLI::App& app);    // add, maps, show, set, remove
 void addFieldCommands(CLI::App& app);  // fields

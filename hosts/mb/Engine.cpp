@@ -1,7 +1,9 @@
 #include "Engine.h"
 
 #include "Failure.h"
+#include "files.h"
 #include "host.h"
+#include "Output.h"
 #include "text.h"
 
 namespace mbhost {
@@ -11,8 +13,11 @@ platform::Library loadEngine()
 {
     const std::filesystem::path here = platform::executablePath().parent_path();
     const std::string name = platform::libraryFileName("MBSync");
-    for (const auto& folder : {here, here.parent_path() / "lib"})
+    for (const auto& folder : {here, here.parent_path() / "lib"}) {
+        if (!platform::fileExists(folder / name)) continue;
         if (platform::Library library(folder / name); library) return library;
+        throw Failure("The engine " + (folder / name).string() + " cannot be loaded; install it anew.");
+    }
     throw Failure("The engine " + name + " was not found beside " + platform::executablePath().string() + "; install both together.");
 }
 
@@ -22,12 +27,25 @@ Engine::Engine() : library_(loadEngine()), getClassObject_(library_.function<HRE
 {
     if (!getClassObject_) throw Failure("The library beside this program is not the engine; install both together.");
     library_.release(); // it stays to the end of the process: its own end writes the log's last line
+    expectConfiguration();
+}
+
+// Without its configuration the engine still makes objects, and every one of them fails without a word.
+void Engine::expectConfiguration() const
+{
+    com::TaskArray<GUID> maps;
+    const HRESULT hr = manager()->EnumerateMaps(maps.putCount(), maps.put());
+    if (FAILED(hr))
+        throw Failure("The engine cannot open its configuration in " + quote(dataFolder().string()) +
+                      ". Check that you may write there and that the disk is not full.");
 }
 
 void Engine::expect(HRESULT hr)
 {
     if (FAILED(hr)) throw Failure("The engine could not be started: " + describe(hr));
 }
+
+std::filesystem::path dataFolder() { return platform::userDataFolder() / "Zorel" / "MBSync"; }
 
 std::string describe(HRESULT hr) { return platform::utf8(platform::systemMessage(hr)); }
 

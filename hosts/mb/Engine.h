@@ -8,7 +8,7 @@ namespace mbhost {
 
 class Engine {
 public:
-    // Throws a Failure that names the library if it cannot be loaded.
+    // Throws a Failure that names the library if it cannot be loaded, or the folder if its configuration cannot be opened.
     Engine();
 
     template <class I> com::Ptr<I> create(REFCLSID clsid) const
@@ -25,9 +25,13 @@ public:
 
 private:
     static void expect(HRESULT hr);
+    void expectConfiguration() const;
     platform::Library library_;
     HRESULT (*getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
 };
+
+// Where the engine keeps its configuration, the histories of the maps and its log.
+std::filesystem::path dataFolder();
 
 // The system's sentence for a result code.
 std::string describe(HRESULT hr);

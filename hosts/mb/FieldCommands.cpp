@@ -10,8 +10,9 @@ namespace {
 // One side's fields, by the names that its translator gives them.
 class FieldNames {
 public:
-    FieldNames(ITrMap* maps, const GUID& map, _TransIds side)
+    FieldNames(ITrMap* maps, const GUID& map, _TransIds side) : side_(side == idTrans1 ? "first" : "second")
     {
+        com::Ptr<ITranslator> translator;
         if (FAILED(maps->GetConfiguredTranslator(map, side, translator.put()))) return;
         list_ = translator.tryAs<IFieldList>();
         field_ = translator.tryAs<IField>();
@@ -20,35 +21,36 @@ public:
     {
         com::Bstr name;
         if (field_ && SUCCEEDED(field_->GetName(field, name.put())) && !name.empty()) return printable(name.view());
-        return guidName(field);
+        return guidName(field); // of a store that no longer has it
     }
     [[nodiscard]] GUID named(const std::string& text) const
     {
-        GUID field{};
-        const std::u16string wanted = platform::lowered(platform::utf16(text));
-        LONG count = 0;
-        if (list_) (void)list_->GetCount(&count);
-        for (LONG i = 0; i < count; ++i) {
-            com::Bstr name;
-            if (FAILED(list_->GetFieldByIndex(i, &field)) || FAILED(field_->GetName(field, name.put()))) continue;
-            if (platform::lowered(name.view()) == wanted || guidName(field) == text) return field;
-        }
-        throw Failure("The store has no field " + printable(text) + "; see mb fields MAP --available.");
+        const std::u16string wanted = platform::utf16(text);
+        for (const GUID& field : fields())
+            if (platform::equalNoCase(platform::utf16(nameOf(field)), wanted)) return field;
+        throw Failure("The " + side_ + " store has no field " + quote(text) + "; see mb fields MAP --available.");
     }
     [[nodiscard]] std::vector<std::string> all() const
     {
         std::vector<std::string> names;
+        for (const GUID& field : fields()) names.push_back(nameOf(field));
+        return names;
+    }
+
+private:
+    [[nodiscard]] std::vector<GUID> fields() const
+    {
+        std::vector<GUID> found;
         LONG count = 0;
         if (list_) (void)list_->GetCount(&count);
         for (LONG i = 0; i < count; ++i) {
             GUID field{};
-            if (SUCCEEDED(list_->GetFieldByIndex(i, &field))) names.push_back(nameOf(field));
+            if (SUCCEEDED(list_->GetFieldByIndex(i, &field))) found.push_back(field);
         }
-        return names;
+        return found;
     }
-    com::Ptr<ITranslator> translator;
 
-private:
+    std::string side_;
     com::Ptr<IFieldList> list_;
     com::Ptr<IField> field_;
 };
@@ -69,11 +71,10 @@ public:
     [[nodiscard]] std::vector<Pair> pairs() const
     {
         com::TaskArray<GUID> firsts, seconds;
-        LONG count = 0;
-        const HRESULT hr = fieldMaps_->EnumerateEntries(fieldMap_, &count, firsts.put(), seconds.put());
+        const HRESULT hr = fieldMaps_->EnumerateEntries(fieldMap_, firsts.putCount(), firsts.put(), seconds.put());
         if (FAILED(hr)) throw Failure("The field map cannot be read: " + describe(hr));
         std::vector<Pair> out;
-        for (LONG i = 0; i < count; ++i) out.push_back({firsts.data()[i], seconds.data()[i]});
+        for (std::size_t i = 0; i < firsts.items().size(); ++i) out.push_back({firsts.data()[i], seconds.data()[i]});
         return out;
     }
     void add(const GUID& field1, const GUID& field2)
@@ -88,7 +89,7 @@ public:
     {
         std::vector<Pair> kept = pairs();
         if (std::erase_if(kept, [&](const Pair& pair) { return pair.first == field1; }) == 0)
-            throw Failure("The field " + first.nameOf(field1) + " is not mapped.");
+            throw Failure("The field " + quote(first.nameOf(field1)) + " is not mapped.");
         const auto ids = translators();
         GUID fresh{};
         expect(fieldMaps_->Create(ids.first, ids.second, &fresh));
@@ -166,15 +167,20 @@ void addFieldCommands(CLI::App& app)
         bool json = false, reset = false, available = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* fields = app.add_subcommand("fields", "List or change which field of the first store goes with which of the second\n\nExamples:\n"
-                                                "  mb fields 5F49\n  mb fields 5F49 --map \"Home Phone\" \"Other Phone\"\n"
-                                                "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset");
-    fields->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
-    fields->add_option("--map", given->pair, "Map a field of the first store to one of the second")->expected(2);
-    fields->add_option("--unmap", given->removed, "Take a field of the first store out of the map");
-    fields->add_flag("--reset", given->reset, "Map all fields that mean the same");
-    fields->add_flag("--available", given->available, "List the fields that the stores have");
-    fields->add_flag("--json", given->json, "For scripts");
+    auto* fields = app.add_subcommand("fields", "List or change which field of the first store goes with which of the second");
+    fields->footer(
+        "Contacts that nobody edits keep their values after a change of the list; mb sync MAP --resync compares them all anew.\n\n"
+        "Examples:\n  mb fields 5F49\n  mb fields 5F49 --map \"Home phone\" \"Other phone\"\n"
+        "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset");
+    fields->add_option("MAP", given->map, mapHelp)->required();
+    auto* add = fields->add_option("--map", given->pair, "Map a field of the first store to one of the second")->expected(2);
+    auto* remove = fields->add_option("--unmap", given->removed, "Take a field of the first store out of the list");
+    auto* reset = fields->add_flag("--reset", given->reset, "Map all fields that mean the same, and no others");
+    auto* available = fields->add_flag("--available", given->available, "List the fields that the stores have");
+    add->excludes(remove, reset, available);
+    remove->excludes(reset, available);
+    reset->excludes(available);
+    fields->add_flag("--json", given->json, jsonHelp);
     fields->callback([given] {
         if (given->available) return listAvailable(given->map, given->json);
         if (!given->pair.empty()) {

@@ -19,7 +19,7 @@ StoreName parseStore(const std::string& text)
 {
     const std::size_t at = text.find('=');
     if (at == std::string::npos || at == 0 || at + 1 == text.size())
-        throw Failure("A store is given as NAME=DATABASE, as in vCard=/home/me/Contacts; " + printable(text) + " is not.", exitUsage);
+        throw Failure("A store is given as NAME=DATABASE, as in vCard=/home/me/Contacts; " + quote(text) + " is not.", exitUsage);
     return {text.substr(0, at), text.substr(at + 1)};
 }
 
@@ -43,7 +43,7 @@ void tryStore(ITrMap* maps, const GUID& map, _TransIds side, const StoreName& st
     const HRESULT hr = maps->ConfigureTranslator2(map, side, nullptr, database.put(), code.put(), message1.put(), message2.put());
     if (SUCCEEDED(hr) || hr == static_cast<HRESULT>(0x80040212)) return;
     const std::string reason = message1.empty() ? describe(hr) : printable(message1.view());
-    throw Failure("The store " + printable(store.database) + " cannot be opened: " + reason);
+    throw Failure("The store " + quote(store.database) + " cannot be opened: " + reason);
 }
 
 void addMap(const std::string& first, const std::string& second)
@@ -53,6 +53,9 @@ void addMap(const std::string& first, const std::string& second)
     const auto translators = listTranslators(engine);
     const GUID ids[2] = {resolveTranslator(translators, names[0].translator).clsid,
                          resolveTranslator(translators, names[1].translator).clsid};
+    const std::string databases[2] = {absolutePath(names[0].database), absolutePath(names[1].database)};
+    if (platform::equalNoCase(platform::utf16(databases[0]), platform::utf16(databases[1])))
+        throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two.", exitUsage);
     const auto maps = engine.maps();
     GUID map{};
     const HRESULT hr = maps->Create(ids[0], ids[1], &map);
@@ -60,9 +63,9 @@ void addMap(const std::string& first, const std::string& second)
     try {
         for (const int i : {0, 1}) {
             const _TransIds side = i == 0 ? idTrans1 : idTrans2;
-            const com::Bstr database(platform::utf16(absolutePath(names[i].database)));
+            const com::Bstr database(platform::utf16(databases[i]));
             const HRESULT set = maps->SetDatabase(map, side, database.get());
-            if (FAILED(set)) throw Failure("The store " + printable(names[i].database) + " cannot be used: " + describe(set));
+            if (FAILED(set)) throw Failure("The store " + quote(names[i].database) + " cannot be used: " + describe(set));
             tryStore(maps.get(), map, side, names[i]);
         }
     } catch (...) {
@@ -83,8 +86,7 @@ void listAllMaps(bool json)
         out.push_back({{"map", guidName(guid)},
                        {"first", {{"translator", map.translators[0].name}, {"database", map.databases[0]}}},
                        {"second", {{"translator", map.translators[1].name}, {"database", map.databases[1]}}}});
-        rows.push_back({guidName(guid), printable(map.translators[0].name + "=" + map.databases[0]),
-                        printable(map.translators[1].name + "=" + map.databases[1])});
+        rows.push_back({guidName(guid), storeName(map, 0), storeName(map, 1)});
     }
     if (json) return printJson(out);
     if (rows.empty()) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
@@ -108,8 +110,7 @@ void showMap(const std::string& name, bool json)
                               {"first", {{"translator", map.translators[0].name}, {"database", map.databases[0]}}},
                               {"second", {{"translator", map.translators[1].name}, {"database", map.databases[1]}}},
                               {"options", settings}});
-    print("Map     " + guidName(map.guid) + "\nFirst   " + printable(map.translators[0].name + "=" + map.databases[0]) + "\nSecond  " +
-          printable(map.translators[1].name + "=" + map.databases[1]) + "\n\n");
+    print("Map     " + guidName(map.guid) + "\nFirst   " + storeName(map, 0) + "\nSecond  " + storeName(map, 1) + "\n\n");
     print(table({"OPTION", "VALUE", "MEANING"}, rows));
 }
 
@@ -135,15 +136,16 @@ void removeMap(const std::string& name)
 
 std::string optionHelp()
 {
-    std::string text = "Set an option of a map\n\nOptions and their values, the default first:\n";
+    std::string text = "Options and their values, the default first:\n";
     for (const Option& option : options()) {
-        text += "  " + std::string(option.name) + " (" + option.meaning + "):";
-        text += " " + optionValueName(option, option.byDefault);
+        text += "  " + std::string(option.name) + ": " + optionValueName(option, option.byDefault);
         for (const OptionValue& value : option.values)
             if (value.value != option.byDefault) text += std::string(" ") + value.name;
-        text += "\n";
+        text += "\n      " + std::string(option.meaning) + "\n";
     }
-    return text + "\nExample:\n  mb set 5F49 conflicts first-wins";
+    return text + "\nmb sync asks nothing: where \"ask\" is set, both contacts of a conflict are kept, or the one that was not deleted;\n"
+                  "\"merge\" leaves both as they are.\n\n"
+                  "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second";
 }
 
 } // namespace
@@ -155,31 +157,34 @@ void addMapCommands(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* add =
-        app.add_subcommand("add", "Make a map of two stores and print its identifier\n\nNames are those of mb translators, ignoring case."
-                                  "\n\nExample:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
+    auto* add = app.add_subcommand("add", "Make a map of two stores and print its identifier");
+    add->footer("Names are those of mb translators, ignoring case. Both stores are opened once to see that they work; a card file is made\n"
+                "if there is none.\n\nExample:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
     add->add_option("NAME1=DATABASE1", given->first, "The first store")->required();
     add->add_option("NAME2=DATABASE2", given->second, "The second store")->required();
     add->callback([given] { addMap(given->first, given->second); });
 
-    auto* list = app.add_subcommand("maps", "List the maps\n\nExample:\n  mb maps --json");
-    list->add_flag("--json", given->json, "For scripts");
+    auto* list = app.add_subcommand("maps", "List the maps");
+    list->footer("Examples:\n  mb maps\n  mb maps --json");
+    list->add_flag("--json", given->json, jsonHelp);
     list->callback([given] { listAllMaps(given->json); });
 
-    auto* show = app.add_subcommand("show", "Show a map with its options\n\nExample:\n  mb show 5F49");
-    show->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
-    show->add_flag("--json", given->json, "For scripts");
+    auto* show = app.add_subcommand("show", "Show a map with its options");
+    show->footer("Examples:\n  mb show 5F49\n  mb show 5F49 --json");
+    show->add_option("MAP", given->map, mapHelp)->required();
+    show->add_flag("--json", given->json, jsonHelp);
     show->callback([given] { showMap(given->map, given->json); });
 
-    auto* set = app.add_subcommand("set", optionHelp());
-    set->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
-    set->add_option("OPTION", given->option, "One of the names above")->required();
+    auto* set = app.add_subcommand("set", "Set an option of a map");
+    set->footer(optionHelp());
+    set->add_option("MAP", given->map, mapHelp)->required();
+    set->add_option("OPTION", given->option, "One of the names below")->required();
     set->add_option("VALUE", given->value, "One of the option's values")->required();
     set->callback([given] { setOption(given->map, given->option, given->value); });
 
-    auto* remove = app.add_subcommand(
-        "remove", "Remove a map with its options and history; the stores stay as they are\n\nExample:\n  mb remove 5F49");
-    remove->add_option("MAP", given->map, "The map's identifier, or a beginning of it")->required();
+    auto* remove = app.add_subcommand("remove", "Remove a map with its options and history; the stores stay as they are");
+    remove->footer("Example:\n  mb remove 5F49");
+    remove->add_option("MAP", given->map, mapHelp)->required();
     remove->callback([given] { removeMap(given->map); });
 }
 

@@ -23,6 +23,8 @@ std::string textOf(const com::Bstr& text) { return platform::utf8(text.view()); 
 
 std::string guidName(const GUID& guid) { return platform::utf8(com::guidText(guid)); }
 
+std::string storeName(const MapInfo& map, int side) { return printable(map.translators[side].name + "=" + map.databases[side]); }
+
 std::vector<GUID> listMaps(const Engine& engine)
 {
     com::TaskArray<GUID> maps;
@@ -77,8 +79,8 @@ GUID resolveMap(const std::vector<GUID>& maps, const std::string& text)
     for (const GUID& map : maps)
         if (!wanted.empty() && barePart(guidName(map)).starts_with(wanted)) found.push_back(map);
     if (found.size() == 1) return found.front();
-    if (found.empty()) throw Failure("There is no map " + printable(text) + "; see mb maps.");
-    std::string sentence = "The map " + printable(text) + " could be any of:";
+    if (found.empty()) throw Failure("There is no map " + quote(text) + "; see mb maps.");
+    std::string sentence = "The map " + quote(text) + " could be any of:";
     for (const GUID& map : found) sentence += " " + guidName(map);
     throw Failure(sentence + ". Give more of it.", exitUsage);
 }
@@ -88,7 +90,7 @@ TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators,
     const std::string wanted = lowerName(text);
     for (const TranslatorInfo& t : translators)
         if (lowerName(t.name) == wanted || lowerName(t.longName) == wanted || barePart(guidName(t.clsid)) == barePart(text)) return t;
-    std::string sentence = "There is no plug-in " + printable(text) + ".";
+    std::string sentence = "There is no plug-in " + quote(text) + ".";
     if (translators.empty()) throw Failure(sentence + " None is registered yet; see mb register --help.");
     sentence += " Registered are:";
     for (const TranslatorInfo& t : translators) sentence += " " + printable(t.name);

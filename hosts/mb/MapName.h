@@ -30,5 +30,7 @@ GUID resolveMap(const std::vector<GUID>& maps, const std::string& text);
 TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators, const std::string& text);
 
 std::string guidName(const GUID& guid);
+// One side of a map as the user gave it, NAME=DATABASE, fit to be shown.
+std::string storeName(const MapInfo& map, int side);
 
 } // namespace mbhost

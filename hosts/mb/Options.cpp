@@ -11,7 +11,8 @@ constexpr OptionValue yesNo[] = {{"yes", 1}, {"no", 0}};
 constexpr OptionValue directions[] = {{"both", stSynchronize}, {"to-first", stImportToTrans1}, {"to-second", stExportFromTrans1}};
 constexpr OptionValue changeConflicts[] = {{"ask", croNotify},       {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins},
                                            {"keep-both", croAddAll}, {"merge", croMerge},           {"delete-both", croDeleteAll}};
-constexpr OptionValue deleteConflicts[] = {{"ask", croNotify}, {"keep", croAddAll}, {"delete", croDeleteAll}};
+constexpr OptionValue deleteConflicts[] = {
+    {"ask", croNotify}, {"keep", croAddAll}, {"delete", croDeleteAll}, {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins}};
 
 constexpr Option allOptions[] = {
     {"confirm-additions", soConfirmAdds, "ask before new contacts are written", 1, yesNo},
@@ -41,7 +42,7 @@ const Option& optionNamed(const std::string& name)
         if (wanted == option.name) return option;
         known += std::string(" ") + option.name;
     }
-    throw Failure("There is no option " + printable(name) + ". The options are:" + known + ".", exitUsage);
+    throw Failure("There is no option " + quote(name) + ". The options are:" + known + ".", exitUsage);
 }
 
 LONG optionValueNamed(const Option& option, const std::string& name)
@@ -52,8 +53,7 @@ LONG optionValueNamed(const Option& option, const std::string& name)
         if (wanted == value.name) return value.value;
         known += std::string(" ") + value.name;
     }
-    throw Failure("The option " + std::string(option.name) + " has no value " + printable(name) + ". Its values are:" + known + ".",
-                  exitUsage);
+    throw Failure("The option " + std::string(option.name) + " has no value " + quote(name) + ". Its values are:" + known + ".", exitUsage);
 }
 
 std::string optionValueName(const Option& option, LONG value)

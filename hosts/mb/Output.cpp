@@ -1,11 +1,17 @@
 #include "Output.h"
 
+#include "Failure.h"
 #include "text.h"
 #include <algorithm>
 #include <cstdio>
 
 namespace mbhost {
 namespace {
+
+bool isBreak(char16_t c) { return c == u'\r' || c == u'\n' || c == u'\t' || c == 0x2028 || c == 0x2029; }
+
+// The control characters of both halves, and those that turn the direction of the text around them.
+bool isControl(char16_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069); }
 
 // Columns of a terminal; marks that combine with a letter take none, wide letters two.
 std::size_t widthOf(std::string_view text)
@@ -34,14 +40,19 @@ void appendRow(std::string& out, const std::vector<std::string>& cells, const st
 std::string printable(std::u16string_view text)
 {
     std::u16string safe;
-    for (const char16_t c : text) {
-        const bool control = c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
-        safe += control ? (c == u'\n' || c == u'\t' ? u' ' : u'\uFFFD') : c;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char16_t c = text[i];
+        if (c == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue; // the pair is one blank
+        if (isBreak(c))
+            safe += u' ';
+        else
+            safe += isControl(c) ? u'\uFFFD' : c;
     }
     return platform::utf8(safe);
 }
 
 std::string printable(std::string_view text) { return printable(platform::utf16(text)); }
+std::string quote(std::string_view text) { return '"' + printable(text) + '"'; }
 
 std::string table(const std::vector<std::string>& head, const std::vector<std::vector<std::string>>& rows)
 {
@@ -59,5 +70,10 @@ std::string table(const std::vector<std::string>& head, const std::vector<std::v
 
 void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
 void printJson(const Json& json) { print(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"); }
+
+void finishOutput()
+{
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw Failure("The output could not be written; is the disk full?");
+}
 
 } // namespace mbhost

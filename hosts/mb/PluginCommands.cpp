@@ -1,29 +1,58 @@
 #include "Commands.h"
 #include "Engine.h"
 #include "Failure.h"
+#include "files.h"
 #include "MapName.h"
 #include "Output.h"
+#include "registry.h"
+#include "text.h"
 #include <filesystem>
 
 namespace mbhost {
 namespace {
 
-// Calls one of the registration functions of each library.
-void callEach(const std::vector<std::string>& files, const char* function, const char* verb)
+// The registered translators that this library serves, by name.
+std::string namesServedBy(const Engine& engine, const std::filesystem::path& library)
 {
+    std::string names;
+    for (const TranslatorInfo& translator : listTranslators(engine)) {
+        const std::u16string path = u"CLSID\\" + platform::utf16(guidName(translator.clsid)) + u"\\InprocServer32";
+        const auto key = platform::RegistryKey::open(platform::Root::ClassesRoot, path);
+        const auto server = key ? key->text(u"") : std::nullopt;
+        if (!server || platform::pathOf(*server) != library) continue;
+        names += (names.empty() ? "" : ", ") + printable(translator.name);
+    }
+    return names;
+}
+
+struct Registration {
+    const char *function, *verb;
+};
+constexpr Registration registering{"DllRegisterServer", "registered"}, unregistering{"DllUnregisterServer", "unregistered"};
+
+void callPlugin(const Registration& registration, const std::filesystem::path& path)
+{
+    const std::string name = quote(path.string());
+    platform::Library library(path);
+    if (!library) throw Failure("The file " + name + " is no plug-in: it cannot be loaded.");
+    const auto call = library.function<HRESULT()>(registration.function);
+    if (!call) throw Failure("The file " + name + " is no plug-in: it has no " + registration.function + ".");
+    const HRESULT hr = call();
+    library.release(); // its objects and static data stay valid to the end of the process
+    if (FAILED(hr)) throw Failure("The plug-in " + name + " could not be " + registration.verb + ": " + describe(hr));
+}
+
+void callEach(const Registration& registration, const std::vector<std::string>& files)
+{
+    const Engine engine;
     for (const std::string& file : files) {
         std::error_code error;
         const auto path = std::filesystem::canonical(file, error);
-        if (error) throw Failure("The plug-in " + printable(file) + " does not exist.");
-        platform::Library library(path);
-        const auto call = library ? library.function<HRESULT()>(function) : nullptr;
-        if (!call)
-            throw Failure(printable(file) + " is no plug-in: it " + (library ? "has no " + std::string(function) : "cannot be loaded") +
-                          ".");
-        const HRESULT hr = call();
-        library.release(); // its objects and static data stay valid to the end of the process
-        if (FAILED(hr)) throw Failure("The plug-in " + printable(file) + " could not be " + verb + ": " + describe(hr));
-        print(std::string(verb) + " " + printable(path.string()) + "\n");
+        if (error) throw Failure("The plug-in " + quote(file) + " does not exist.");
+        const std::string before = namesServedBy(engine, path);
+        callPlugin(registration, path);
+        const std::string after = namesServedBy(engine, path), names = after.empty() ? before : after;
+        print(std::string(registration.verb) + " " + (names.empty() ? "" : names + " from ") + printable(path.string()) + "\n");
     }
 }
 
@@ -52,18 +81,21 @@ void addPluginCommands(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* add = app.add_subcommand("register", "Make plug-ins known to the engine\n\nExample:\n  mb register build/linux/bin/vcard.so");
+    auto* add = app.add_subcommand("register", "Make plug-ins known to the engine");
+    add->footer("A plug-in is registered where it lies; register it again after moving it.\n\n"
+                "Example:\n  mb register build/linux/bin/cardfile.so build/linux/bin/vcard.so");
     add->add_option("PLUGIN", given->files, "The plug-in's library file")->required();
-    add->callback([given] { callEach(given->files, "DllRegisterServer", "registered"); });
+    add->callback([given] { callEach(registering, given->files); });
 
-    auto* remove =
-        app.add_subcommand("unregister", "Make the engine forget plug-ins\n\nExample:\n  mb unregister build/linux/bin/vcard.so");
+    auto* remove = app.add_subcommand("unregister", "Make the engine forget plug-ins");
+    remove->footer("Maps that use a plug-in stay, and work again once it is registered again.\n\n"
+                   "Example:\n  mb unregister build/linux/bin/vcard.so");
     remove->add_option("PLUGIN", given->files, "The plug-in's library file")->required();
-    remove->callback([given] { callEach(given->files, "DllUnregisterServer", "unregistered"); });
+    remove->callback([given] { callEach(unregistering, given->files); });
 
-    auto* list =
-        app.add_subcommand("translators", "List the kinds of stores that plug-ins are registered for\n\nExample:\n  mb translators --json");
-    list->add_flag("--json", given->json, "For scripts");
+    auto* list = app.add_subcommand("translators", "List the kinds of stores that plug-ins are registered for");
+    list->footer("Examples:\n  mb translators\n  mb translators --json");
+    list->add_flag("--json", given->json, jsonHelp);
     list->callback([given] { listPlugins(given->json); });
 }
 

@@ -2,6 +2,7 @@
 
 #include "Output.h"
 #include "terminal.h"
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -25,7 +26,10 @@ void catchInterrupts()
 
 bool interrupted() noexcept { return interruptSeen; }
 
-HRESULT STDMETHODCALLTYPE Progress::OnProgress(_SyncProgress, DOUBLE fPercent) { return tell("Writing contacts.", fPercent); }
+HRESULT STDMETHODCALLTYPE Progress::OnProgress(_SyncProgress, DOUBLE fPercent)
+{
+    return com::guarded([&] { return tell("Writing contacts.", fPercent); });
+}
 
 HRESULT STDMETHODCALLTYPE Progress::OnProgress2(BSTR progressLabel, DOUBLE fPercent)
 {
@@ -35,7 +39,7 @@ HRESULT STDMETHODCALLTYPE Progress::OnProgress2(BSTR progressLabel, DOUBLE fPerc
 HRESULT Progress::tell(std::string_view label, DOUBLE percent)
 {
     if (interrupted()) return E_ABORT;
-    const int whole = static_cast<int>(percent < 0 ? 0 : percent > 100 ? 100 : percent);
+    const int whole = percent > 0 ? static_cast<int>(std::min(percent, 100.0)) : 0; // 0 too for what is no number
     if (!platform::errorIsTerminal() || (whole == shownPercent_ && label == label_)) return S_OK;
     shownPercent_ = whole;
     label_ = label;
@@ -49,6 +53,7 @@ void Progress::finish()
 {
     if (shownPercent_ >= 0) std::fputs("\r\033[K", stderr);
     shownPercent_ = -1;
+    label_.clear();
 }
 
 } // namespace mbhost

@@ -1,6 +1,6 @@
 #include "RunLog.h"
 
-#include "files.h"
+#include "Engine.h"
 #include <algorithm>
 #include <fstream>
 
@@ -28,7 +28,7 @@ std::string beginningOf(int id)
 
 } // namespace
 
-std::filesystem::path logPath() { return platform::userDataFolder() / "Zorel" / "MBSync" / "MBSync.log"; }
+std::filesystem::path logPath() { return dataFolder() / "MBSync.log"; }
 
 RunLog::RunLog()
 {
@@ -56,29 +56,30 @@ bool RunCounts::nothing() const noexcept
     return matched == 0 && std::ranges::all_of(sides, [](const SideCounts& s) { return s.created + s.updated + s.deleted == 0; });
 }
 
-// The second store is written first. Each side's lines begin with one that holds a carriage return alone, from where copying starts.
-RunCounts countRun(const std::vector<std::string>& lines)
+// Each side's lines begin with one that holds a carriage return alone, from where copying starts.
+std::optional<RunCounts> countRun(const std::vector<std::string>& lines, std::span<const int> writtenSides)
 {
-    const std::string copying = beginningOf(231), created = beginningOf(157), updated = beginningOf(158), deleted = beginningOf(159),
-                      matched = beginningOf(230);
+    const std::string oneWay = beginningOf(146), twoWay = beginningOf(147), copying = beginningOf(231), created = beginningOf(157),
+                      updated = beginningOf(158), deleted = beginningOf(159), matched = beginningOf(230);
     RunCounts counts;
-    int side = -1;
-    bool writing = false;
+    bool told = false, writing = false;
+    std::size_t started = 0; // sides whose lines have begun
     for (const std::string& line : lines) {
+        told = told || line.starts_with(oneWay) || line.starts_with(twoWay);
         if (line.starts_with(copying)) {
             writing = true;
-            side = -1;
+            started = 0;
         } else if (writing && line == "\r") {
-            side = side == -1 ? 1 : 0;
+            ++started;
         }
-        if (side < 0) continue;
-        SideCounts& here = counts.sides[side];
+        if (started == 0 || started > writtenSides.size()) continue;
+        SideCounts& here = counts.sides[writtenSides[started - 1]];
         if (line.starts_with(created)) ++here.created;
         if (line.starts_with(updated)) ++here.updated;
         if (line.starts_with(deleted)) ++here.deleted;
         if (line.starts_with(matched)) ++counts.matched;
     }
-    return counts;
+    return told ? std::optional(counts) : std::nullopt;
 }
 
 } // namespace mbhost

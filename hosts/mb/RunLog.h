@@ -2,6 +2,8 @@
 #pragma once
 #include <cstdint>
 #include <filesystem>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,8 @@ private:
     std::uint64_t start_ = 0;
 };
 
-RunCounts countRun(const std::vector<std::string>& lines);
+// Counts by the side that was written; sides are written in that order. Empty if the log does not tell, since it is switched off or
+// keeps less than the progress of a run.
+std::optional<RunCounts> countRun(const std::vector<std::string>& lines, std::span<const int> writtenSides);
 
 } // namespace mbhost

@@ -14,8 +14,8 @@ namespace {
 std::string dateName(DATE date)
 {
     if (date == 0.0) return {};
-    const auto minutes = static_cast<long long>(std::floor(date * 1440.0 + 0.5));
-    constexpr int unixEpoch = 25569; // 1 January 1970
+    const auto minutes = static_cast<long long>(std::floor(std::round(date * 86400.0) / 60.0)); // a date is exact to the second
+    constexpr int unixEpoch = 25569;                                                            // 1 January 1970
     const std::chrono::year_month_day day{std::chrono::sys_days{std::chrono::days(minutes / 1440 - unixEpoch)}};
     const int clock = static_cast<int>(minutes % 1440);
     char text[80];
@@ -38,9 +38,7 @@ void status(bool json)
         const bool ran = SUCCEEDED(maps->GetLastSyncStatus(guid, &good));
         const std::string state = !ran ? "never" : good ? "good" : "failed";
         out.push_back({{"map", guidName(guid)}, {"last_run", dateName(last)}, {"status", state}});
-        rows.push_back(
-            {guidName(guid), state, last == 0.0 ? "-" : dateName(last),
-             printable(map.translators[0].name + "=" + map.databases[0] + "  " + map.translators[1].name + "=" + map.databases[1])});
+        rows.push_back({guidName(guid), state, last == 0.0 ? "-" : dateName(last), storeName(map, 0) + "  " + storeName(map, 1)});
     }
     if (json) return printJson(out);
     if (rows.empty()) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
@@ -50,7 +48,7 @@ void status(bool json)
 void showLog(int count, bool json)
 {
     std::ifstream file(logPath(), std::ios::binary);
-    if (!file) throw Failure("There is no log yet; it will be " + printable(logPath().string()) + ".");
+    if (!file) throw Failure("There is no log; it would be " + quote(logPath().string()) + ".");
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -70,13 +68,15 @@ void addStatusCommands(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended\n\nExample:\n  mb status --json");
-    state->add_flag("--json", given->json, "For scripts");
+    auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended");
+    state->footer("Examples:\n  mb status\n  mb status --json");
+    state->add_flag("--json", given->json, jsonHelp);
     state->callback([given] { status(given->json); });
 
-    auto* log = app.add_subcommand("log", "Show the end of the engine's log\n\nExample:\n  mb log --lines 200");
+    auto* log = app.add_subcommand("log", "Show the end of the engine's log");
+    log->footer("Examples:\n  mb log\n  mb log --lines 200");
     log->add_option("--lines", given->count, "How many lines, 0 for all")->capture_default_str()->check(CLI::NonNegativeNumber);
-    log->add_flag("--json", given->json, "For scripts");
+    log->add_flag("--json", given->json, jsonHelp);
     log->callback([given] { showLog(given->count, given->json); });
 }
 

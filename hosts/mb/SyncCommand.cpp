@@ -1,6 +1,7 @@
 #include "Commands.h"
 #include "Failure.h"
 #include "MapName.h"
+#include "Options.h"
 #include "Output.h"
 #include "Progress.h"
 #include "RunLog.h"
@@ -48,31 +49,111 @@ private:
     DWORD cookie_ = 0;
 };
 
+struct Outcome {
+    enum class End { Done, Failed, Cancelled } end = End::Done;
+    double seconds = 0.0;
+    std::optional<RunCounts> counts; // empty if the log does not tell
+    std::string message;             // of a failure
+};
+
+// A map whose first plug-in is missing would end well to the engine, and nothing would have been done.
+std::string missingPlugin(ITrMap* maps, const MapInfo& map)
+{
+    for (const int i : {0, 1}) {
+        com::Ptr<ITranslator> translator;
+        if (FAILED(maps->GetConfiguredTranslator(map.guid, i == 0 ? idTrans1 : idTrans2, translator.put())) || !translator)
+            return "The plug-in " + quote(map.translators[i].name) + " cannot be loaded. Register it again with mb register.";
+    }
+    return {};
+}
+
+// The engine writes the second store first, and with one direction only one of them.
+std::vector<int> writtenSides(ITrMap* maps, const GUID& map)
+{
+    switch (readOption(maps, map, optionNamed("direction"))) {
+    case stImportToTrans1: return {0};
+    case stExportFromTrans1: return {1};
+    default: return {1, 0};
+    }
+}
+
+Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map, bool resync)
+{
+    Outcome outcome;
+    outcome.message = missingPlugin(maps, map);
+    if (!outcome.message.empty()) {
+        outcome.end = Outcome::End::Failed;
+        return outcome;
+    }
+    const RunLog log;
+    const auto start = std::chrono::steady_clock::now();
+    const HRESULT hr = runner.run(map.guid, resync);
+    outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    outcome.counts = countRun(log.lines(), writtenSides(maps, map.guid));
+    if (hr == E_ABORT) {
+        outcome.end = Outcome::End::Cancelled;
+    } else if (FAILED(hr)) {
+        outcome.end = Outcome::End::Failed;
+        outcome.message = runner.lastError();
+        if (outcome.message.empty()) outcome.message = describe(hr);
+    }
+    return outcome;
+}
+
 std::string sideSentence(const MapInfo& map, int side, const SideCounts& counts)
 {
-    return "  " + printable(map.translators[side].name + "=" + map.databases[side]) + ": " + std::to_string(counts.created) + " created, " +
-           std::to_string(counts.updated) + " updated, " + std::to_string(counts.deleted) + " deleted\n";
+    return "  " + storeName(map, side) + ": " + std::to_string(counts.created) + " created, " + std::to_string(counts.updated) +
+           " updated, " + std::to_string(counts.deleted) + " deleted\n";
 }
 
 Json sideJson(const SideCounts& counts) { return {{"created", counts.created}, {"updated", counts.updated}, {"deleted", counts.deleted}}; }
 
-void tellDone(const MapInfo& map, const RunCounts& counts, double seconds)
+Json outcomeJson(const MapInfo& map, const Outcome& outcome)
 {
+    constexpr const char* ends[] = {"done", "failed", "cancelled"};
+    Json json{{"map", guidName(map.guid)}, {"result", ends[static_cast<int>(outcome.end)]}, {"seconds", outcome.seconds}};
+    if (outcome.counts) {
+        json["first"] = sideJson(outcome.counts->sides[0]);
+        json["second"] = sideJson(outcome.counts->sides[1]);
+        json["matched"] = outcome.counts->matched;
+    }
+    if (!outcome.message.empty()) json["message"] = outcome.message;
+    return json;
+}
+
+void tellCounts(const MapInfo& map, const Outcome& outcome)
+{
+    const bool done = outcome.end == Outcome::End::Done;
+    const bool idle = done && outcome.counts && outcome.counts->nothing();
     char time[32];
-    std::snprintf(time, sizeof time, "%.1f s", seconds);
-    print(guidName(map.guid) + (counts.nothing() ? ": nothing to do (" : ": done (") + time + ")\n");
-    if (counts.nothing()) return;
-    for (const int side : {0, 1}) print(sideSentence(map, side, counts.sides[side]));
-    if (counts.matched > 0) print("  " + std::to_string(counts.matched) + " found on both sides and linked\n");
+    std::snprintf(time, sizeof time, " (%.1f s)\n", outcome.seconds);
+    print(guidName(map.guid) + (idle ? ": nothing to do" : done ? ": done" : ": stopped") + time);
+    if (!outcome.counts) return print("  What was written is not counted: the engine's log is switched off.\n");
+    if (outcome.counts->nothing()) return;
+    for (const int side : {0, 1}) print(sideSentence(map, side, outcome.counts->sides[side]));
+    if (outcome.counts->matched > 0) print("  " + std::to_string(outcome.counts->matched) + " found on both sides and linked\n");
+}
+
+[[noreturn]] void failWith(const MapInfo& map, const Outcome& outcome)
+{
+    if (outcome.end == Outcome::End::Cancelled)
+        throw Failure("Cancelled. What was written before is kept, and the next run goes on from there.", exitCancelled);
+    throw Failure("The map " + guidName(map.guid) + " failed: " + outcome.message);
+}
+
+std::vector<GUID> resolveMaps(const Engine& engine, const std::vector<std::string>& names)
+{
+    const auto all = listMaps(engine);
+    if (names.empty()) return all;
+    std::vector<GUID> wanted;
+    for (const std::string& name : names) wanted.push_back(resolveMap(all, name));
+    return wanted;
 }
 
 void sync(const std::vector<std::string>& names, bool resync, bool json)
 {
     const Engine engine;
-    const auto all = listMaps(engine);
-    std::vector<GUID> wanted;
-    for (const std::string& name : names) wanted.push_back(resolveMap(all, name));
-    if (names.empty()) wanted = all;
+    const auto wanted = resolveMaps(engine, names);
     if (wanted.empty() && !json) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
 
     catchInterrupts();
@@ -81,25 +162,18 @@ void sync(const std::vector<std::string>& names, bool resync, bool json)
     Json out = Json::array();
     for (const GUID& guid : wanted) {
         const MapInfo map = describeMap(maps.get(), guid);
-        const RunLog log;
-        const auto start = std::chrono::steady_clock::now();
-        const HRESULT hr = runner.run(guid, resync);
-        const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        const RunCounts counts = countRun(log.lines());
-        if (hr == E_ABORT) throw Failure("cancelled; what was written before is kept, and the next run goes on from there", exitCancelled);
-        if (FAILED(hr)) {
-            const std::string reason = runner.lastError();
-            throw Failure("The map " + guidName(guid) + " (" + printable(map.databases[0]) + ", " + printable(map.databases[1]) +
-                          ") was not brought into step: " + (reason.empty() ? describe(hr) : reason));
-        }
-        if (json)
-            out.push_back({{"map", guidName(guid)},
-                           {"seconds", seconds},
-                           {"first", sideJson(counts.sides[0])},
-                           {"second", sideJson(counts.sides[1])},
-                           {"matched", counts.matched}});
+        Outcome outcome;
+        if (interrupted())
+            outcome.end = Outcome::End::Cancelled;
         else
-            tellDone(map, counts, seconds);
+            outcome = runMap(runner, maps.get(), map, resync);
+        if (json)
+            out.push_back(outcomeJson(map, outcome));
+        else if (outcome.end == Outcome::End::Done || (outcome.counts && !outcome.counts->nothing()))
+            tellCounts(map, outcome);
+        if (outcome.end == Outcome::End::Done) continue;
+        if (json) printJson(out);
+        failWith(map, outcome);
     }
     if (json) printJson(out);
 }
@@ -113,13 +187,15 @@ void addSyncCommand(CLI::App& app)
         bool resync = false, json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* command = app.add_subcommand(
-        "sync", "Bring the stores of maps into step\n\nIt runs silently: nothing is asked, and what the options leave to "
-                "be asked is settled by the safe choice. Ctrl-C stops cleanly.\n\n"
-                "Examples:\n  mb sync\n  mb sync 5F49 --resync");
+    auto* command = app.add_subcommand("sync", "Bring the stores of maps into step");
+    command->footer("It runs silently: nothing is asked, and no change is shown before it is written. Where an option says \"ask\", both\n"
+                    "contacts of a conflict are kept, and a contact that was changed on one side and deleted on the other is kept.\n"
+                    "Maps run one after the other; the first that fails is the last. Ctrl-C stops cleanly: what was written stays, and\n"
+                    "the next run goes on from there.\n\n"
+                    "Examples:\n  mb sync\n  mb sync 5F49 --resync\n  mb sync --json");
     command->add_option("MAP", given->maps, "The maps' identifiers, or beginnings of them; all maps if none is given");
     command->add_flag("--resync", given->resync, "Forget what is known of the last run, and compare everything anew");
-    command->add_flag("--json", given->json, "For scripts");
+    command->add_flag("--json", given->json, jsonHelp);
     command->callback([given] { sync(given->maps, given->resync, given->json); });
 }
 

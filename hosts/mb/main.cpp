@@ -1,5 +1,6 @@
 // mb: keeps pairs of contact stores in step from the command line.
 #include "Commands.h"
+#include "Engine.h"
 #include "Failure.h"
 #include "Output.h"
 #include <cstdio>
@@ -23,14 +24,18 @@ int main(int argc, char** argv)
         addSyncCommand(app);
         addStatusCommands(app);
         app.parse(argc, argv);
+        finishOutput();
         return exitDone;
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? exitDone : exitUsage;
     } catch (const Failure& e) {
         std::fprintf(stderr, "mb: %s\n", e.what());
         return e.code();
+    } catch (const com::Error& e) {
+        std::fprintf(stderr, "mb: The engine could not do this: %s\n", describe(e.code()).c_str());
+        return exitFailed;
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "mb: something unforeseen happened: %s\n", e.what());
+        std::fprintf(stderr, "mb: Something unforeseen happened: %s\n", e.what());
         return exitFailed;
     }
 }

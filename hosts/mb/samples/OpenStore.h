@@ -1,0 +1,48 @@
+// A card file opened through its plug-in alone, without the engine: reads and edits contacts by name and field.
+#pragma once
+#include "interfaces.h"
+#include "library.h"
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace mbsamples {
+
+class Problem : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+class OpenStore {
+public:
+    // The plug-in lies beside this program. A Problem says what is wrong with the database.
+    explicit OpenStore(const std::string& database);
+    OpenStore(const OpenStore&) = delete;
+    OpenStore& operator=(const OpenStore&) = delete;
+    ~OpenStore();
+
+    using Values = std::vector<std::pair<LONG, std::string>>; // field type and value
+    void add(const Values& values);
+    // The record whose first and last name, with a blank between, is this one.
+    void edit(const std::string& name, const std::string& fieldName, const std::string& value);
+    void remove(const std::string& name);
+    [[nodiscard]] std::vector<std::string> names();
+    void beginUpdate();
+    void endUpdate();
+
+private:
+    void check(HRESULT hr);
+    com::Bstr recordNamed(const std::string& name);
+    std::string nameOf(const com::Bstr& id);
+    std::string readText(const com::Bstr& id, LONG type);
+    GUID fieldOfType(LONG type);
+    GUID fieldNamed(const std::string& name);
+    void write(const com::Bstr& id, const GUID& field, const std::string& value);
+
+    platform::Library library_;
+    com::Ptr<ITranslator> translator_;
+    com::Ptr<IFieldList> list_;
+    com::Ptr<IField> field_;
+    std::vector<std::pair<LONG, GUID>> byType_;
+};
+
+} // namespace mbsamples

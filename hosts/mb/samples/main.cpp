@@ -1,0 +1,78 @@
+// mbsamples: fills a card file with made-up contacts, and edits them as their owner would, to have something to try mb with.
+#include "OpenStore.h"
+#include "SampleContacts.h"
+#include <CLI/CLI.hpp>
+#include <cstdio>
+
+namespace {
+
+using namespace mbsamples;
+
+void fill(const std::string& file, std::size_t count)
+{
+    OpenStore store(file);
+    store.beginUpdate();
+    for (const SampleContact& c : sampleContacts(count))
+        store.add({{ftFirstName, c.first},
+                   {ftLastName, c.last},
+                   {ftCompany, c.company},
+                   {ftTitle, c.title},
+                   {ftStreet1, c.street},
+                   {ftCity1, c.city},
+                   {ftZipCode1, c.zipCode},
+                   {ftCountry1, c.country},
+                   {ftMobile, c.mobile},
+                   {ftEmail1, c.mail},
+                   {ftBirthday, c.birthday},
+                   {ftNotes, c.notes}});
+    store.endUpdate();
+}
+
+void list(const std::string& file)
+{
+    for (const std::string& name : OpenStore(file).names()) {
+        std::string line = name;
+        for (char& c : line)
+            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+        std::printf("%s\n", line.c_str());
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app{"Fills a card file with sample contacts and edits them, to have something to try mb with.", "mbsamples"};
+    app.require_subcommand(1);
+    std::string file, name, field, value;
+    std::size_t count = listedContacts();
+    const auto command = [&](const char* title, const char* meaning) {
+        auto* sub = app.add_subcommand(title, meaning);
+        sub->add_option("CARDFILE", file, "The card file; it is made if there is none")->required();
+        return sub;
+    };
+    auto* fillCommand = command("fill", "Add the sample contacts");
+    fillCommand->add_option("--count", count, "How many")->capture_default_str();
+    fillCommand->callback([&] { fill(file, count); });
+
+    auto* editCommand = command("edit", "Change one field of a contact");
+    editCommand->add_option("NAME", name, "First and last name")->required();
+    editCommand->add_option("FIELD", field, "The field's name, as \"Mobile phone\"")->required();
+    editCommand->add_option("VALUE", value, "Its new value")->required();
+    editCommand->callback([&] { OpenStore(file).edit(name, field, value); });
+
+    auto* deleteCommand = command("delete", "Delete a contact");
+    deleteCommand->add_option("NAME", name, "First and last name")->required();
+    deleteCommand->callback([&] { OpenStore(file).remove(name); });
+
+    command("list", "List the contacts' names")->callback([&] { list(file); });
+    try {
+        app.parse(argc, argv);
+        return 0;
+    } catch (const CLI::ParseError& e) {
+        return app.exit(e) == 0 ? 0 : 2;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "mbsamples: %s\n", e.what());
+        return 1;
+    }
+}

@@ -1,0 +1,432 @@
+// mb as its users run it: the built program with the real engine and plug-ins, in a home of its own.
+#include "RunProgram.h"
+
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <thread>
+
+namespace {
+
+using mbtest::Result;
+using Json = nlohmann::json;
+namespace fs = std::filesystem;
+
+const fs::path binFolder = fs::path(MB_PROGRAM).parent_path();
+const std::string cardFilePlugin = binFolder / "cardfile.so", vCardPlugin = binFolder / "vcard.so";
+
+std::string textOf(const fs::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+void putText(const fs::path& file, const std::string& text)
+{
+    std::ofstream(file, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+void replaceIn(const fs::path& file, const std::string& from, const std::string& to)
+{
+    std::string text = textOf(file);
+    const std::size_t at = text.find(from);
+    ASSERT_NE(at, std::string::npos) << file << " has no " << from;
+    putText(file, text.replace(at, from.size(), to));
+}
+
+bool isOneSentence(const std::string& text)
+{
+    return text.starts_with("mb: ") && text.back() == '\n' && std::count(text.begin(), text.end(), '\n') == 1;
+}
+
+class EndToEndTest : public testing::Test {
+protected:
+    EndToEndTest()
+    {
+        std::random_device random;
+        home_ = fs::temp_directory_path() / ("mb end to end " + std::to_string(random()) + std::to_string(random()));
+        for (const char* folder : {"data", "cache", "Contacts"}) fs::create_directories(home_ / folder);
+        run_.environment = {{"HOME", home_},
+                            {"XDG_DATA_HOME", home_ / "data"},
+                            {"XDG_CONFIG_HOME", home_ / "config"},
+                            {"XDG_CACHE_HOME", home_ / "cache"},
+                            {"MB_REGISTRY", home_ / "registry.reg"}};
+        run_.workFolder = home_;
+    }
+    ~EndToEndTest() override
+    {
+        std::error_code error;
+        fs::remove_all(home_, error);
+    }
+
+    Result mb(const std::vector<std::string>& arguments) { return mbtest::runProgram(MB_PROGRAM, arguments, run_); }
+    Result samples(const std::vector<std::string>& arguments) { return mbtest::runProgram(binFolder / "mbsamples", arguments, run_); }
+    Json json(std::vector<std::string> arguments)
+    {
+        arguments.emplace_back("--json");
+        const Result result = mb(arguments);
+        EXPECT_EQ(result.code, 0) << result.error;
+        return Json::parse(result.out);
+    }
+    void registerPlugins()
+    {
+        const Result result = mb({"register", cardFilePlugin, vCardPlugin});
+        ASSERT_EQ(result.code, 0) << result.error;
+    }
+    std::string addMap(const std::string& first, const std::string& second)
+    {
+        const Result result = mb({"add", first, second});
+        EXPECT_EQ(result.code, 0) << result.error;
+        return result.out.substr(0, result.out.find('\n'));
+    }
+    // The plug-ins, a card file of so many sample contacts, and a map of it and the empty folder.
+    std::string makeMap(int contacts)
+    {
+        registerPlugins();
+        EXPECT_EQ(samples({"fill", cards(), "--count", std::to_string(contacts)}).code, 0);
+        return addMap("Mirabook=" + cards(), "vCard=" + folder().string());
+    }
+    std::string cards() const { return home_ / "cards.db"; }
+    fs::path folder() const { return home_ / "Contacts"; }
+    fs::path dataFolder() const { return home_ / "data" / "Zorel" / "MBSync"; }
+    std::size_t cardCount() const
+    {
+        return static_cast<std::size_t>(std::count_if(fs::directory_iterator(folder()), fs::directory_iterator(),
+                                                      [](const fs::directory_entry& e) { return e.path().extension() == ".vcf"; }));
+    }
+    fs::path cardWith(const std::string& text) const
+    {
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder()))
+            if (textOf(entry.path()).find(text) != std::string::npos) return entry.path();
+        return {};
+    }
+
+    fs::path home_;
+    mbtest::RunOptions run_;
+};
+
+} // namespace
+
+TEST_F(EndToEndTest, RegisteringTellsWhatWasRegisteredAndTheListsShowIt)
+{
+    EXPECT_EQ(json({"translators"}), Json::array());
+    const Result result = mb({"register", cardFilePlugin, vCardPlugin});
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_EQ(result.out, "registered Mirabook from " + cardFilePlugin + "\nregistered vCard from " + vCardPlugin + "\n");
+    const Json list = json({"translators"});
+    ASSERT_EQ(list.size(), 2u);
+    for (const Json& plugin : list) EXPECT_TRUE(plugin.at("available").get<bool>());
+
+    EXPECT_EQ(mb({"unregister", vCardPlugin}).out, "unregistered vCard from " + vCardPlugin + "\n");
+    EXPECT_EQ(json({"translators"}).size(), 1u);
+}
+
+TEST_F(EndToEndTest, AFileThatIsNoPluginIsNamed)
+{
+    putText(home_ / "junk.so", "no library");
+    for (const char* file : {"absent.so", "junk.so", "."}) {
+        const Result result = mb({"register", file});
+        EXPECT_EQ(result.code, 1) << file;
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+    }
+    EXPECT_NE(mb({"register", "absent.so"}).error.find("\"absent.so\" does not exist"), std::string::npos);
+}
+
+TEST_F(EndToEndTest, EditsOfBothSidesReachTheOtherAndTheNextRunHasNothingToDo)
+{
+    const std::string map = makeMap(48);
+    Json run = json({"sync", map}).at(0);
+    EXPECT_EQ(run.at("result"), "done");
+    EXPECT_EQ(run.at("second").at("created"), 48);
+    EXPECT_EQ(run.at("first").at("created"), 0);
+    EXPECT_EQ(cardCount(), 48u);
+
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
+    replaceIn(cardWith(":Jürgen Weiß"), "juergen.weiss@example.org", "j.weiss@example.net");
+    ASSERT_TRUE(fs::remove(cardWith("sakura@example.org")));
+    run = json({"sync"}).at(0);
+    EXPECT_EQ(run.at("second").at("updated"), 1);
+    EXPECT_EQ(run.at("first").at("updated"), 1);
+    EXPECT_EQ(run.at("first").at("deleted"), 1);
+    EXPECT_NE(textOf(cardWith(":Anna Lindqvist")).find("+1 202 555 0199"), std::string::npos);
+    EXPECT_EQ(samples({"list", cards()}).out.find("さくら"), std::string::npos);
+
+    const Result idle = mb({"sync"});
+    EXPECT_EQ(idle.code, 0);
+    EXPECT_NE(idle.out.find("nothing to do"), std::string::npos) << idle.out;
+    EXPECT_EQ(idle.error, "") << "progress is nothing in a pipe";
+    const Json status = json({"status"}).at(0);
+    EXPECT_EQ(status.at("status"), "good");
+    EXPECT_EQ(status.at("last_run").get<std::string>().size(), 16u);
+}
+
+TEST_F(EndToEndTest, ProgressIsABarOnATerminalAndIsWipedAtTheEnd)
+{
+    (void)makeMap(20);
+    run_.errorIsTerminal = true;
+    const Result result = mb({"sync"});
+    EXPECT_EQ(result.code, 0);
+    EXPECT_NE(result.error.find("[###"), std::string::npos) << result.error;
+    EXPECT_NE(result.error.find("100%"), std::string::npos);
+    EXPECT_TRUE(result.error.ends_with("\r\033[K"));
+}
+
+TEST_F(EndToEndTest, WithOneDirectionOnlyThatSideIsWrittenAndCounted)
+{
+    const std::string map = makeMap(2);
+    putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
+    ASSERT_EQ(mb({"set", map, "direction", "to-first"}).code, 0);
+    const Json run = json({"sync"}).at(0);
+    EXPECT_EQ(run.at("first").at("created"), 1);
+    EXPECT_EQ(run.at("second").at("created"), 0);
+    EXPECT_EQ(cardCount(), 1u);
+}
+
+TEST_F(EndToEndTest, AMapIsOnlyMadeOfStoresThatOpen)
+{
+    registerPlugins();
+    putText(home_ / "junk.db", std::string(5000, 'x'));
+    const std::string good = "vCard=" + folder().string();
+    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+        {{"add", "Mirabook=junk.db", good}, "junk.db"},
+        {{"add", "Mirabook=/dev/null/cards.db", good}, "/dev/null/cards.db"},
+        {{"add", "Mirabook=cards.db", "vCard=no such folder"}, "no such folder"},
+        {{"add", "Mirabook=cards.db", "vCard=junk.db"}, "junk.db"},
+        {{"add", "Mirabook=cards.db", "Ledger=x"}, "Ledger"},
+    };
+    for (const auto& [arguments, named] : cases) {
+        const Result result = mb(arguments);
+        EXPECT_EQ(result.code, 1) << result.error;
+        EXPECT_EQ(result.out, "");
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+        EXPECT_NE(result.error.find(named), std::string::npos) << result.error;
+    }
+    EXPECT_EQ(json({"maps"}), Json::array());
+    EXPECT_EQ(textOf(home_ / "junk.db"), std::string(5000, 'x'));
+}
+
+TEST_F(EndToEndTest, StoresAreGivenByNameIgnoringCaseAndByRelativePath)
+{
+    registerPlugins();
+    const std::string map = addMap("MIRABOOK=cards.db", "vcard=Contacts/../Contacts");
+    const Json shown = json({"show", map});
+    EXPECT_EQ(shown.at("first"), (Json{{"translator", "Mirabook"}, {"database", cards()}}));
+    EXPECT_EQ(shown.at("second"), (Json{{"translator", "vCard"}, {"database", folder().string()}}));
+    EXPECT_EQ(json({"maps"}).at(0).at("map"), map);
+}
+
+TEST_F(EndToEndTest, WrongUsageIsTwoAndAnUnknownMapIsOne)
+{
+    const std::string map = makeMap(1);
+    const std::vector<std::vector<std::string>> wrong{{},
+                                                      {"frobnicate"},
+                                                      {"show"},
+                                                      {"add", "Mirabook"},
+                                                      {"add", "Mirabook=", "vCard=x"},
+                                                      {"add", "vCard=Contacts", "vCard=Contacts"},
+                                                      {"set", map, "colour", "red"},
+                                                      {"set", map, "images", "maybe"},
+                                                      {"log", "--lines", "-3"},
+                                                      {"fields", map, "--reset", "--available"}};
+    for (const auto& arguments : wrong) {
+        const Result result = mb(arguments);
+        EXPECT_EQ(result.code, 2) << testing::PrintToString(arguments) << result.error;
+        EXPECT_NE(result.error, "") << testing::PrintToString(arguments);
+    }
+    for (const char* command : {"show", "sync", "remove", "fields"}) {
+        const Result result = mb({command, "zz\x1b"});
+        EXPECT_EQ(result.code, 1) << command;
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+        EXPECT_EQ(result.error.find('\x1b'), std::string::npos);
+    }
+    EXPECT_EQ(mb({"sync", "--help"}).code, 0);
+}
+
+TEST_F(EndToEndTest, EveryCommandHasHelpWithAnExample)
+{
+    for (const char* command :
+         {"register", "unregister", "translators", "add", "maps", "show", "set", "fields", "remove", "sync", "status", "log"}) {
+        const Result result = mb({command, "--help"});
+        EXPECT_EQ(result.code, 0) << command;
+        EXPECT_NE(result.out.find(std::string("\n  mb ") + command), std::string::npos) << result.out;
+    }
+}
+
+TEST_F(EndToEndTest, AMapIsNamedByABeginningThatFitsOnlyIt)
+{
+    registerPlugins();
+    for (int i = 0; i < 17; ++i) (void)addMap("Mirabook=cards.db", "vCard=Contacts"); // two of them begin with the same digit
+    std::map<char, int> beginnings;
+    const Json maps = json({"maps"});
+    for (const Json& map : maps) ++beginnings[map.at("map").get<std::string>().at(1)];
+    for (const auto& [digit, count] : beginnings) EXPECT_EQ(mb({"show", {digit}}).code, count == 1 ? 0 : 2);
+    const std::string one = maps.at(3).at("map");
+    EXPECT_EQ(json({"show", one.substr(1, 20)}).at("map"), one);
+}
+
+TEST_F(EndToEndTest, OptionsAreKept)
+{
+    const std::string map = makeMap(1);
+    const std::map<std::string, std::string> wanted{
+        {"confirm-additions", "no"},    {"confirm-changes", "no"}, {"confirm-deletions", "no"}, {"conflicts", "second-wins"},
+        {"delete-conflicts", "delete"}, {"direction", "to-first"}, {"verified-only", "yes"},    {"images", "no"},
+        {"compare-images", "yes"}};
+    const Json before = json({"show", map}).at("options");
+    for (const auto& [option, value] : wanted) {
+        EXPECT_NE(before.at(option), value) << option;
+        EXPECT_EQ(mb({"set", map, option, value}).out, option + " is " + value + "\n");
+    }
+    for (const auto& [option, value] : wanted) EXPECT_EQ(json({"show", map}).at("options").at(option), value);
+}
+
+TEST_F(EndToEndTest, FieldsAreMappedTakenOutAndReset)
+{
+    const std::string map = makeMap(1);
+    const Json byDefault = json({"fields", map});
+    const auto has = [](const Json& list, const char* first, const char* second) {
+        return std::find(list.begin(), list.end(), Json{{"first", first}, {"second", second}}) != list.end();
+    };
+    EXPECT_TRUE(has(byDefault, "Home phone", "Home phone"));
+    const Json mapped = json({"fields", map, "--map", "home PHONE", "Other phone"});
+    EXPECT_TRUE(has(mapped, "Home phone", "Other phone"));
+    EXPECT_EQ(mapped.size(), byDefault.size() + 1);
+    const Json without = json({"fields", map, "--unmap", "Home phone"});
+    EXPECT_EQ(without.size(), byDefault.size() - 1);
+    EXPECT_EQ(json({"fields", map, "--reset"}), byDefault);
+    EXPECT_EQ(json({"fields", map}), byDefault);
+
+    const Result unknown = mb({"fields", map, "--map", "Home phone", "Shoe size"});
+    EXPECT_EQ(unknown.code, 1);
+    EXPECT_NE(unknown.error.find("\"Shoe size\""), std::string::npos) << unknown.error;
+    EXPECT_EQ(mb({"fields", map, "--unmap", "Shoe size"}).code, 1);
+}
+
+TEST_F(EndToEndTest, RemovingAMapLeavesTheStores)
+{
+    const std::string map = makeMap(3);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    EXPECT_EQ(mb({"remove", map}).code, 0);
+    EXPECT_EQ(json({"maps"}), Json::array());
+    EXPECT_EQ(cardCount(), 3u);
+    EXPECT_EQ(samples({"list", cards()}).out.empty(), false);
+    EXPECT_FALSE(fs::exists(dataFolder() / (map + ".xml"))) << "the history goes with the map";
+}
+
+TEST_F(EndToEndTest, AFailedRunNamesTheStoreAndTheNextOneIsGoodAgain)
+{
+    const std::string map = makeMap(5);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    fs::rename(folder(), home_ / "away");
+    const Result failed = mb({"sync"});
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_TRUE(isOneSentence(failed.error)) << failed.error;
+    EXPECT_NE(failed.error.find(folder().string()), std::string::npos) << failed.error;
+    const Result asJson = mb({"sync", "--json"});
+    EXPECT_EQ(asJson.code, 1);
+    EXPECT_EQ(Json::parse(asJson.out).at(0).at("result"), "failed");
+    EXPECT_NE(Json::parse(asJson.out).at(0).at("message"), "");
+    EXPECT_EQ(json({"status"}).at(0).at("status"), "failed");
+
+    fs::rename(home_ / "away", folder());
+    EXPECT_EQ(mb({"sync"}).code, 0);
+    EXPECT_EQ(cardCount(), 5u);
+    EXPECT_EQ(json({"status"}).at(0).at("status"), "good");
+}
+
+TEST_F(EndToEndTest, ACardFileThatWasOverwrittenFailsTheRunAndStaysAsItIs)
+{
+    (void)makeMap(5);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    for (const char* tail : {"-wal", "-shm"}) fs::remove(cards() + tail);
+    putText(cards(), std::string(5000, 'x'));
+    const Result failed = mb({"sync"});
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_NE(failed.error.find(cards()), std::string::npos) << failed.error;
+    EXPECT_EQ(textOf(cards()), std::string(5000, 'x'));
+    EXPECT_EQ(cardCount(), 5u) << "nobody deleted these";
+}
+
+TEST_F(EndToEndTest, AMapWhosePluginIsGoneFailsInsteadOfDoingNothing)
+{
+    (void)makeMap(2);
+    for (const std::string& plugin : {cardFilePlugin, vCardPlugin}) {
+        ASSERT_EQ(mb({"unregister", plugin}).code, 0);
+        const Result failed = mb({"sync"});
+        EXPECT_EQ(failed.code, 1);
+        EXPECT_NE(failed.error.find("mb register"), std::string::npos) << failed.error;
+        EXPECT_EQ(mb({"maps"}).code, 0);
+        registerPlugins();
+    }
+    EXPECT_EQ(mb({"sync"}).code, 0);
+}
+
+TEST_F(EndToEndTest, AConfigurationThatCannotBeOpenedIsNamed)
+{
+    fs::create_directories(dataFolder() / "MBSync.xml");
+    for (const char* command : {"maps", "sync", "status", "translators"}) {
+        const Result result = mb({command});
+        EXPECT_EQ(result.code, 1) << command;
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+        EXPECT_NE(result.error.find(dataFolder().string()), std::string::npos) << result.error;
+    }
+}
+
+TEST_F(EndToEndTest, AFullDiskUnderTheOutputIsAFailure)
+{
+    registerPlugins();
+    run_.outFile = "/dev/full";
+    const Result result = mb({"translators"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+}
+
+TEST_F(EndToEndTest, AContactCannotSteerTheTerminal)
+{
+    (void)makeMap(1);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "First name", "An\x1b[2Jna"}).code, 0);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_NE(textOf(dataFolder() / "MBSync.log").find("[2Jna"), std::string::npos) << "the log tells of the contact";
+    for (const auto& arguments : std::vector<std::vector<std::string>>{{"log"}, {"log", "--json"}, {"status"}, {"maps"}})
+        EXPECT_EQ(mb(arguments).out.find('\x1b'), std::string::npos);
+    EXPECT_NE(mb({"log", "--lines", "0"}).out.find("An\uFFFD[2Jna"), std::string::npos);
+}
+
+TEST_F(EndToEndTest, WithTheLogSwitchedOffNothingIsClaimed)
+{
+    (void)makeMap(2);
+    replaceIn(home_ / "registry.reg", "\"LoggingLevel\"=dword:0000000f", "\"LoggingLevel\"=dword:00000000");
+    const Result result = mb({"sync"});
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_NE(result.out.find("not counted"), std::string::npos) << result.out;
+    EXPECT_EQ(result.out.find("nothing to do"), std::string::npos);
+    EXPECT_FALSE(json({"sync"}).at(0).contains("first"));
+    EXPECT_EQ(cardCount(), 2u);
+}
+
+TEST_F(EndToEndTest, CtrlCStopsTheRunAndTheNextOneGoesOn)
+{
+    constexpr int contacts = 3000;
+    const std::string map = makeMap(contacts);
+    run_.whileRuns = [&](int pid) {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        ::kill(pid, SIGINT);
+    };
+    const Result cancelled = mb({"sync"});
+    run_.whileRuns = nullptr;
+    EXPECT_EQ(cancelled.code, 3) << cancelled.out;
+    EXPECT_TRUE(isOneSentence(cancelled.error)) << cancelled.error;
+    const std::size_t written = cardCount();
+    EXPECT_GT(written, 0u);
+    EXPECT_LT(written, static_cast<std::size_t>(contacts));
+
+    const Json run = json({"sync", map}).at(0);
+    EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written)) << "what was written before is not written again";
+    EXPECT_EQ(cardCount(), static_cast<std::size_t>(contacts));
+    const Json idle = json({"sync", map}).at(0);
+    EXPECT_EQ(idle.at("first"), (Json{{"created", 0}, {"updated", 0}, {"deleted", 0}}));
+    EXPECT_EQ(idle.at("second"), (Json{{"created", 0}, {"updated", 0}, {"deleted", 0}}));
+}

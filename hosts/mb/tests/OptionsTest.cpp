@@ -1,0 +1,62 @@
+#include "Options.h"
+
+#include "Failure.h"
+#include <gtest/gtest.h>
+#include <set>
+
+using namespace mbhost;
+
+TEST(OptionsTest, TheNineOptionsOfAMapAreThereOnceEach)
+{
+    std::set<LONG> ids;
+    std::set<std::string> names;
+    for (const Option& option : options()) {
+        ids.insert(option.id);
+        names.insert(option.name);
+    }
+    EXPECT_EQ(ids, (std::set<LONG>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
+    EXPECT_EQ(names.size(), 9u);
+}
+
+TEST(OptionsTest, EveryValueIsFoundByItsNameAndNamedByItsNumber)
+{
+    for (const Option& option : options()) {
+        for (const OptionValue& value : option.values) {
+            EXPECT_EQ(optionValueNamed(option, value.name), value.value) << option.name;
+            EXPECT_EQ(optionValueName(option, value.value), value.name) << option.name;
+        }
+        EXPECT_NE(optionValueName(option, option.byDefault), std::to_string(option.byDefault)) << option.name << " has a nameless default";
+    }
+}
+
+TEST(OptionsTest, NamesIgnoreCase)
+{
+    EXPECT_EQ(optionNamed("Conflicts").id, soConflictResolution);
+    EXPECT_EQ(optionValueNamed(optionNamed("conflicts"), "FIRST-wins"), croTrans1Wins);
+    EXPECT_EQ(optionValueNamed(optionNamed("direction"), "to-second"), stExportFromTrans1);
+}
+
+TEST(OptionsTest, AnUnknownNameIsWrongUsageAndListsWhatThereIs)
+{
+    try {
+        (void)optionNamed("colour");
+        FAIL() << "there is one";
+    } catch (const Failure& e) {
+        EXPECT_EQ(e.code(), exitUsage);
+        EXPECT_NE(std::string(e.what()).find("\"colour\""), std::string::npos);
+        for (const Option& option : options()) EXPECT_NE(std::string(e.what()).find(option.name), std::string::npos);
+    }
+}
+
+TEST(OptionsTest, AnUnknownValueIsWrongUsageAndListsWhatThereIs)
+{
+    try {
+        (void)optionValueNamed(optionNamed("images"), "maybe");
+        FAIL() << "there is one";
+    } catch (const Failure& e) {
+        EXPECT_EQ(e.code(), exitUsage);
+        EXPECT_NE(std::string(e.what()).find("yes no"), std::string::npos);
+    }
+}
+
+TEST(OptionsTest, AValueThatAnotherProgramStoredIsShownAsANumber) { EXPECT_EQ(optionValueName(optionNamed("conflicts"), 42), "42"); }

@@ -1,0 +1,78 @@
+#include "Output.h"
+
+#include <gtest/gtest.h>
+
+using namespace mbhost;
+
+TEST(PrintableTest, ControlCharactersNeverComeThrough)
+{
+    EXPECT_EQ(printable("\x1b[31mred\x07"), "\uFFFD[31mred\uFFFD");
+    EXPECT_EQ(printable(std::string_view("a\0b", 3)), "a\uFFFDb");
+    EXPECT_EQ(printable("\u009b2J"), "\uFFFD2J") << "the one-character form of an escape sequence";
+    EXPECT_EQ(printable("\x7f"), "\uFFFD");
+}
+
+TEST(PrintableTest, TextThatWouldTurnItsSurroundingsIsStopped) { EXPECT_EQ(printable("ab\u202Ecd\u2066"), "ab\uFFFDcd\uFFFD"); }
+
+TEST(PrintableTest, BreaksBecomeOneBlankSoThatALineStaysALine)
+{
+    EXPECT_EQ(printable("one\r\ntwo\nthree\tfour\u2028five\rsix"), "one two three four five six");
+    EXPECT_EQ(printable("end\r"), "end ");
+}
+
+TEST(PrintableTest, IllFormedTextIsReplacedNotDropped)
+{
+    const std::string shown = printable("a\xC3(b");
+    EXPECT_EQ(shown.front(), 'a');
+    EXPECT_NE(shown.find("\uFFFD"), std::string::npos);
+    EXPECT_EQ(shown.back(), 'b');
+    EXPECT_EQ(printable(u"\xD800x"), "\uFFFDx");
+}
+
+TEST(PrintableTest, LettersOfAllAlphabetsStay) { EXPECT_EQ(printable("Łódź さくら ليلى 𠮷郎"), "Łódź さくら ليلى 𠮷郎"); }
+
+TEST(QuoteTest, MarksWhereANameBeginsAndEnds) { EXPECT_EQ(quote("a\nb"), "\"a b\""); }
+
+TEST(TableTest, ColumnsAreAsWideAsTheirWidestCell)
+{
+    EXPECT_EQ(table({"A", "LONG"}, {{"first", "x"}, {"b", "yy"}}), "A      LONG\n"
+                                                                   "first  x\n"
+                                                                   "b      yy\n");
+}
+
+TEST(TableTest, WideLettersTakeTwoColumnsAndMarksNone)
+{
+    EXPECT_EQ(table({"N", "M"}, {{"日本", "x"}, {"e\u0301", "y"}, {"𠮷", "z"}}), "N     M\n"
+                                                                                 "日本  x\n"
+                                                                                 "e\u0301     y\n"
+                                                                                 "𠮷    z\n");
+}
+
+TEST(TableTest, WithoutRowsOnlyTheHeadIsThere) { EXPECT_EQ(table({"A", "B"}, {}), "A  B\n"); }
+
+TEST(JsonOutputTest, TextIsEscapedAndComesBackAsItWas)
+{
+    const std::string text = "quote \" backslash \\ escape \x1b line\nend 𠮷";
+    testing::internal::CaptureStdout();
+    printJson(Json{{"text", text}});
+    std::fflush(stdout);
+    const std::string written = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(written.find('\x1b'), std::string::npos);
+    EXPECT_EQ(Json::parse(written).at("text").get<std::string>(), text);
+}
+
+TEST(JsonOutputTest, IllFormedTextStillGivesJson)
+{
+    testing::internal::CaptureStdout();
+    printJson(Json{{"text", "a\xff"}});
+    std::fflush(stdout);
+    EXPECT_EQ(Json::parse(testing::internal::GetCapturedStdout()).at("text").get<std::string>(), "a\uFFFD");
+}
+
+TEST(JsonOutputTest, MembersKeepTheirOrder)
+{
+    testing::internal::CaptureStdout();
+    printJson(Json{{"z", 1}, {"a", 2}});
+    std::fflush(stdout);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "{\n  \"z\": 1,\n  \"a\": 2\n}\n");
+}

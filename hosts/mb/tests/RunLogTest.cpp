@@ -1,0 +1,60 @@
+#include "RunLog.h"
+
+#include <gtest/gtest.h>
+
+using namespace mbhost;
+
+namespace {
+
+constexpr int bothSides[] = {1, 0}, firstOnly[] = {0}, secondOnly[] = {1};
+
+} // namespace
+
+TEST(CountRunTest, TheSecondSideIsWrittenFirst)
+{
+    const auto counts = countRun({"\r", "Start synchronizing contacts.", "\r", "Two-way synchronization", "\tCREATED in X: before copying",
+                                  "Copying started at a b", "\r", "\tCREATED in vCard: Ann", "\tCREATED in vCard: Bo", "\tMATCHED: Cy",
+                                  "\tDELETED in vCard: Di", "\r", "\tUPDATED in Card: Ed", "Copying ended at a b", "\r",
+                                  "End synchronizing contacts.", "\r"},
+                                 bothSides);
+    ASSERT_TRUE(counts);
+    EXPECT_EQ(counts->sides[1].created, 2);
+    EXPECT_EQ(counts->sides[1].deleted, 1);
+    EXPECT_EQ(counts->sides[1].updated, 0);
+    EXPECT_EQ(counts->sides[0].updated, 1);
+    EXPECT_EQ(counts->sides[0].created, 0);
+    EXPECT_EQ(counts->matched, 1);
+    EXPECT_FALSE(counts->nothing());
+}
+
+TEST(CountRunTest, WithOneDirectionThatSideIsCounted)
+{
+    const std::vector<std::string> lines{
+        "One-way synchronization from B to A", "Copying started at a b", "\r", "\tCREATED in A: Ann", "Copying ended at a b", "\r"};
+    EXPECT_EQ(countRun(lines, firstOnly)->sides[0].created, 1);
+    EXPECT_EQ(countRun(lines, firstOnly)->sides[1].created, 0);
+    EXPECT_EQ(countRun(lines, secondOnly)->sides[1].created, 1);
+}
+
+TEST(CountRunTest, AMapThatRanTwiceIsCountedAsAWhole)
+{
+    const auto counts =
+        countRun({"Two-way synchronization", "Copying started at a b", "\r", "\tCREATED in B: Ann", "\r", "\r", "Two-way synchronization",
+                  "Copying started at a b", "\r", "\tCREATED in B: Bo", "\r", "\tCREATED in A: Cy"},
+                 bothSides);
+    EXPECT_EQ(counts->sides[1].created, 2);
+    EXPECT_EQ(counts->sides[0].created, 1);
+}
+
+TEST(CountRunTest, ARunWithoutTasksDidNothing)
+{
+    const auto counts = countRun({"Two-way synchronization", "Copying started at a b", "\r", "Copying ended at a b"}, bothSides);
+    ASSERT_TRUE(counts);
+    EXPECT_TRUE(counts->nothing());
+}
+
+TEST(CountRunTest, ALogThatDoesNotTellGivesNoCounts)
+{
+    EXPECT_FALSE(countRun({}, bothSides));
+    EXPECT_FALSE(countRun({"\r", "Start synchronizing contacts.", "Copying started at a b", "Copying ended at a b"}, bothSides));
+}

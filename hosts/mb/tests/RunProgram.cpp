@@ -1,0 +1,94 @@
+#include "RunProgram.h"
+
+#include <array>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <pty.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace mbtest {
+namespace {
+
+struct Channel {
+    int read = -1, write = -1;
+};
+
+Channel makePipe()
+{
+    std::array<int, 2> ends{};
+    if (::pipe(ends.data()) != 0) throw std::runtime_error("no pipe");
+    return {ends[0], ends[1]};
+}
+
+Channel makeTerminal()
+{
+    Channel ends;
+    if (::openpty(&ends.read, &ends.write, nullptr, nullptr, nullptr) != 0) throw std::runtime_error("no terminal");
+    return ends;
+}
+
+[[noreturn]] void becomeProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
+                                int out, int error)
+{
+    for (const auto& [name, value] : options.environment) ::setenv(name.c_str(), value.c_str(), 1);
+    if (!options.workFolder.empty() && ::chdir(options.workFolder.c_str()) != 0) ::_exit(126);
+    ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+    ::dup2(options.outFile.empty() ? out : ::open(options.outFile.c_str(), O_WRONLY), STDOUT_FILENO);
+    ::dup2(error, STDERR_FILENO);
+    std::vector<char*> argv{const_cast<char*>(program.c_str())};
+    for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+    argv.push_back(nullptr);
+    ::execv(program.c_str(), argv.data());
+    ::_exit(127);
+}
+
+// Reads both until both are closed; a terminal reports its closing as an error.
+void readAll(int out, int error, Result& result)
+{
+    std::array<pollfd, 2> wanted{pollfd{out, POLLIN, 0}, pollfd{error, POLLIN, 0}};
+    std::array<std::string*, 2> texts{&result.out, &result.error};
+    for (int open = 2; open > 0;) {
+        if (::poll(wanted.data(), wanted.size(), -1) < 0) continue;
+        for (std::size_t i = 0; i < wanted.size(); ++i) {
+            if (wanted[i].fd < 0 || wanted[i].revents == 0) continue;
+            std::array<char, 4096> buffer{};
+            const ssize_t n = ::read(wanted[i].fd, buffer.data(), buffer.size());
+            if (n > 0) {
+                texts[i]->append(buffer.data(), static_cast<std::size_t>(n));
+                continue;
+            }
+            wanted[i].fd = -1;
+            --open;
+        }
+    }
+}
+
+} // namespace
+
+Result runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options)
+{
+    const Channel out = makePipe(), error = options.errorIsTerminal ? makeTerminal() : makePipe();
+    const pid_t pid = ::fork();
+    if (pid < 0) throw std::runtime_error("no process");
+    if (pid == 0) {
+        ::close(out.read);
+        ::close(error.read);
+        becomeProgram(program, arguments, options, out.write, error.write);
+    }
+    ::close(out.write);
+    ::close(error.write);
+    if (options.whileRuns) options.whileRuns(pid);
+    Result result;
+    readAll(out.read, error.read, result);
+    ::close(out.read);
+    ::close(error.read);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return result;
+}
+
+} // namespace mbtest

@@ -1,0 +1,26 @@
+// Runs a program with an environment of its own and collects what it writes.
+#pragma once
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace mbtest {
+
+struct Result {
+    int code = -1; // the exit code, or 128 and the signal that ended it
+    std::string out, error;
+};
+
+struct RunOptions {
+    std::map<std::string, std::string> environment; // over the test's own
+    std::filesystem::path workFolder;
+    std::filesystem::path outFile;          // where the standard output goes instead
+    bool errorIsTerminal = false;           // the standard error is a terminal
+    std::function<void(int pid)> whileRuns; // called once it runs
+};
+
+Result runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options);
+
+} // namespace mbtest
