@@ -23,6 +23,7 @@ public:
 private:
     std::vector<CLSID> classes_;
     std::size_t position_ = 0;
+    HRESULT end_ = S_FALSE; // how the enumeration ended
 };
 
 } // namespace platform

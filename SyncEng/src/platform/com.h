@@ -8,6 +8,7 @@
 #include <ocidl.h>
 #include <ole2.h>
 #include <oleauto.h>
+#include <olectl.h>
 #else
 #include "posix/com_abi.h"
 #endif
@@ -196,6 +197,7 @@ public:
         bstrVal = Bstr(s).detach();
         vt = VT_BSTR;
     }
+    explicit Variant(const char16_t* s) : Variant(std::u16string_view(s)) {} // or a literal would be taken for a truth value
     explicit Variant(LONG n) noexcept : Variant()
     {
         lVal = n;

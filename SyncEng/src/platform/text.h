@@ -31,7 +31,7 @@ bool isSpace(char16_t unit) noexcept;
 // White space, a sign, digits; what follows is ignored, no digits give 0, overflow clamps.
 int toInt(std::u16string_view text) noexcept;
 std::int64_t toInt64(std::u16string_view text) noexcept;
-// With a decimal point whatever the locale; no number gives 0.
+// With a decimal point whatever the locale; no number gives 0, and so does one that is too large or too small to hold.
 double toDouble(std::u16string_view text) noexcept;
 
 } // namespace platform

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 namespace {
-HRESULT dateOf(const char16_t* text, DATE& out) { return VarDateFromStr(text, 1024, 0x80000000, &out); }
+HRESULT dateOf(const char16_t* text, DATE& out) { return VarDateFromStr(const_cast<OLECHAR*>(com::ole(text)), 1024, 0x80000000, &out); }
 } // namespace
 
 TEST(Value, ACopiedTextIsItsOwnText)

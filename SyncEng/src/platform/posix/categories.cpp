@@ -12,6 +12,12 @@ std::u16string implementedKey(REFCLSID clsid, REFGUID category)
     return u"CLSID\\" + com::guidText(clsid) + u"\\Implemented Categories\\" + com::guidText(category);
 }
 
+HRESULT removeKey(const std::u16string& path)
+{
+    if (!RegistryKey::open(Root::ClassesRoot, path)) return S_FALSE;
+    return RegistryKey::remove(Root::ClassesRoot, path) ? S_OK : E_ACCESSDENIED;
+}
+
 } // namespace
 
 HRESULT registerCategory(REFGUID category, std::u16string_view description) noexcept
@@ -25,7 +31,7 @@ HRESULT registerCategory(REFGUID category, std::u16string_view description) noex
 
 HRESULT unregisterCategory(REFGUID category) noexcept
 {
-    return com::guarded([&] { return RegistryKey::remove(Root::ClassesRoot, categoryKey(category)) ? S_OK : S_FALSE; });
+    return com::guarded([&] { return removeKey(categoryKey(category)); });
 }
 
 HRESULT registerClassInCategory(REFCLSID clsid, REFGUID category) noexcept
@@ -35,7 +41,7 @@ HRESULT registerClassInCategory(REFCLSID clsid, REFGUID category) noexcept
 
 HRESULT unregisterClassInCategory(REFCLSID clsid, REFGUID category) noexcept
 {
-    return com::guarded([&] { return RegistryKey::remove(Root::ClassesRoot, implementedKey(clsid, category)) ? S_OK : S_FALSE; });
+    return com::guarded([&] { return removeKey(implementedKey(clsid, category)); });
 }
 
 HRESULT CategoryClasses::open(REFGUID category) noexcept
@@ -55,7 +61,7 @@ HRESULT CategoryClasses::open(REFGUID category) noexcept
 
 HRESULT CategoryClasses::next(CLSID* clsid) noexcept
 {
-    if (position_ == classes_.size()) return S_FALSE;
+    if (position_ == classes_.size()) return end_;
     *clsid = classes_[position_++];
     return S_OK;
 }

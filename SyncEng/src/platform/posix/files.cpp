@@ -2,6 +2,7 @@
 
 #include "file_calls.h"
 #include "text.h"
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -23,12 +24,17 @@ std::error_code lastError() { return {errno, std::generic_category()}; }
 // A file descriptor that closes itself.
 class Descriptor {
 public:
-    explicit Descriptor(int file) noexcept : file_(file) {}
+    explicit Descriptor(int file = -1) noexcept : file_(file) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
     ~Descriptor() { close(); }
     [[nodiscard]] int get() const noexcept { return file_; }
     explicit operator bool() const noexcept { return file_ >= 0; }
+    void open(int file) noexcept
+    {
+        close();
+        file_ = file;
+    }
     int close() noexcept
     {
         const int result = file_ >= 0 ? ::close(file_) : 0;
@@ -44,14 +50,39 @@ std::error_code writeAll(int file, std::string_view bytes) noexcept
 {
     while (!bytes.empty()) {
         const ssize_t n = fileCalls.write(file, bytes.data(), bytes.size());
-        if (n < 0) {
-            if (errno == EINTR) continue;
-            return lastError();
-        }
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return lastError();
+        if (n == 0) return std::make_error_code(std::errc::no_space_on_device);
         bytes.remove_prefix(static_cast<std::size_t>(n));
     }
     return {};
 }
+
+// A file opened for reading, with what is known of it.
+struct Source {
+    explicit Source(const fs::path& path) noexcept : file(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+    {
+        if (!file || ::fstat(file.get(), &info) != 0)
+            error = lastError();
+        else if (S_ISDIR(info.st_mode))
+            error = std::make_error_code(std::errc::is_a_directory);
+    }
+    // Up to `count` bytes; 0 at the end and after a failure.
+    std::size_t read(char* to, std::size_t count) noexcept
+    {
+        for (;;) {
+            const ssize_t n = ::read(file.get(), to, count);
+            if (n >= 0) return static_cast<std::size_t>(n);
+            if (errno == EINTR) continue;
+            error = lastError();
+            return 0;
+        }
+    }
+    [[nodiscard]] mode_t permissions() const noexcept { return info.st_mode & 0777; }
+    Descriptor file;
+    struct stat info {};
+    std::error_code error;
+};
 
 fs::path homeFolder()
 {
@@ -59,22 +90,25 @@ fs::path homeFolder()
     return home && *home ? fs::path(home) : fs::path();
 }
 
-// The file that a chain of links leads to, so that the link survives and its target changes.
-fs::path resolved(const fs::path& target)
+// The file that a chain of links leads to, there or not yet, so that the links survive and their target changes.
+fs::path followed(fs::path path, std::error_code& error)
 {
-    std::error_code error;
-    if (!fs::is_symlink(target, error)) return target;
-    fs::path real = fs::weakly_canonical(target, error);
-    return error ? target : real;
+    for (int links = 0; links < 40; ++links) {
+        std::error_code noLink;
+        const fs::path next = fs::read_symlink(path, noLink);
+        if (noLink) return path;
+        path = path.parent_path() / next;
+    }
+    error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
+    return path;
 }
 
-fs::path besideName(const fs::path& target)
+// A name of its own, however long the target's is. Hidden, so that no listing takes it for one of the user's files.
+std::string temporaryName()
 {
     thread_local std::mt19937_64 numbers{std::random_device{}()};
-    char suffix[32];
-    std::snprintf(suffix, sizeof suffix, ".%016llx.tmp", static_cast<unsigned long long>(numbers()));
-    fs::path name = target;
-    name += suffix;
+    char name[40];
+    std::snprintf(name, sizeof name, ".mbsync-%016llx.tmp", static_cast<unsigned long long>(numbers()));
     return name;
 }
 
@@ -83,6 +117,93 @@ void flushFolder(const fs::path& folder) noexcept
     const Descriptor opened(::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (opened) (void)fileCalls.flush(opened.get());
 }
+
+constexpr std::size_t bufferSize = 1 << 16;
+
+// A new content beside its target; the temporary file goes with it, unless it became the target.
+class Draft {
+public:
+    // A target that is not there yet gets `permissions`, as far as the process's mask lets it.
+    explicit Draft(const fs::path& wanted, mode_t permissions = 0666) : target_(followed(wanted, error_)), folder_(target_.parent_path())
+    {
+        buffer_.reserve(bufferSize);
+        struct stat info {};
+        const bool there = !error_ && ::stat(target_.c_str(), &info) == 0;
+        if (there && !S_ISREG(info.st_mode))
+            error_ = std::make_error_code(S_ISDIR(info.st_mode) ? std::errc::is_a_directory : std::errc::operation_not_supported);
+        else if (there && ::faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0)
+            error_ = lastError();
+        // A private content is at no moment readable by others.
+        if (!error_) open(there ? 0600 : permissions);
+        if (!error_ && there) takeOver(info);
+    }
+    Draft(const Draft&) = delete;
+    Draft& operator=(const Draft&) = delete;
+    ~Draft() { discard(); }
+
+    void write(std::string_view bytes) noexcept
+    {
+        if (!error_ && buffer_.size() + bytes.size() > bufferSize) writeBuffer();
+        if (error_) return;
+        if (bytes.size() < bufferSize)
+            buffer_ += bytes; // within what is reserved
+        else
+            error_ = writeAll(file_.get(), bytes);
+    }
+
+    std::error_code commit() noexcept
+    {
+        if (!error_) writeBuffer();
+        if (!error_ && fileCalls.flush(file_.get()) != 0) error_ = lastError();
+        if (!error_ && file_.close() != 0) error_ = lastError();
+        if (!error_ && fileCalls.rename(temporary_.c_str(), target_.c_str()) != 0) error_ = lastError();
+        if (!error_) {
+            temporary_.clear();
+            flushFolder(folder_);
+        }
+        discard();
+        return error_;
+    }
+
+private:
+    void open(mode_t permissions)
+    {
+        // A forked process draws the same numbers as its parent.
+        for (int attempt = 0; attempt < 16 && !file_; ++attempt) {
+            temporary_ = folder_ / temporaryName();
+            file_.open(fileCalls.open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
+            if (!file_ && errno != EEXIST) break;
+        }
+        if (file_) return;
+        error_ = lastError();
+        temporary_.clear();
+    }
+
+    void takeOver(const struct stat& info) noexcept
+    {
+        // Only the superuser can give a file away, and must, or its owner would lose it.
+        if (info.st_uid != ::geteuid() && ::fchown(file_.get(), info.st_uid, info.st_gid) != 0 && ::geteuid() == 0) error_ = lastError();
+        if (!error_ && ::fchmod(file_.get(), info.st_mode & 07777) != 0) error_ = lastError();
+    }
+
+    void writeBuffer() noexcept
+    {
+        error_ = writeAll(file_.get(), buffer_);
+        buffer_.clear();
+    }
+
+    void discard() noexcept
+    {
+        file_.close();
+        if (!temporary_.empty()) ::unlink(temporary_.c_str());
+        temporary_.clear();
+    }
+
+    std::error_code error_;
+    fs::path target_, folder_, temporary_;
+    std::string buffer_;
+    Descriptor file_;
+};
 
 } // namespace
 
@@ -107,7 +228,7 @@ bool fileExists(const fs::path& file) noexcept
 
 bool openOrCreate(const fs::path& file) noexcept
 {
-    return static_cast<bool>(Descriptor(::open(file.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC, 0666)));
+    return static_cast<bool>(Descriptor(::open(file.c_str(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666)));
 }
 
 bool createFolder(const fs::path& folder) noexcept
@@ -119,74 +240,56 @@ bool createFolder(const fs::path& folder) noexcept
 
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
 {
-    std::error_code error;
-    const std::string bytes = readFile(from, error);
-    if (error) return error;
-    AtomicFile copy(to);
-    copy.write(bytes);
-    return copy.commit();
+    try {
+        Source source(from);
+        if (source.error) return source.error;
+        Draft copy(to, source.permissions());
+        char piece[bufferSize];
+        while (const std::size_t n = source.read(piece, sizeof piece)) copy.write({piece, n});
+        return source.error ? source.error : copy.commit();
+    } catch (...) {
+        return std::make_error_code(std::errc::not_enough_memory);
+    }
 }
 
 std::error_code copyFailingIfExists(const fs::path& from, const fs::path& to) noexcept
 {
-    std::error_code error;
-    const std::string bytes = readFile(from, error);
-    if (error) return error;
-    Descriptor file(fileCalls.open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    Source source(from);
+    if (source.error) return source.error;
+    Descriptor file(fileCalls.open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, source.permissions()));
     if (!file) return lastError();
-    error = writeAll(file.get(), bytes);
+    std::error_code error;
+    char piece[bufferSize];
+    while (const std::size_t n = error ? 0 : source.read(piece, sizeof piece)) error = writeAll(file.get(), {piece, n});
+    if (!error) error = source.error;
     if (!error && fileCalls.flush(file.get()) != 0) error = lastError();
+    if (!error && file.close() != 0) error = lastError();
     if (error) ::unlink(to.c_str());
     return error;
 }
 
 std::string readFile(const fs::path& path, std::error_code& error, std::uint64_t limit)
 {
-    error.clear();
-    const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat info {};
-    if (!file || ::fstat(file.get(), &info) != 0) {
-        error = lastError();
-        return {};
-    }
-    if (S_ISDIR(info.st_mode)) {
-        error = std::make_error_code(std::errc::is_a_directory);
-        return {};
-    }
+    Source source(path);
+    const auto size = static_cast<std::uint64_t>(source.info.st_size);
+    if (!source.error && size > limit) source.error = std::make_error_code(std::errc::file_too_large);
     std::string bytes;
-    if (static_cast<std::uint64_t>(info.st_size) <= limit) bytes.reserve(static_cast<std::size_t>(info.st_size) + 1);
-    for (;;) {
-        constexpr std::size_t step = 1 << 16;
-        const std::size_t used = bytes.size(), room = std::max(bytes.capacity() - used, step);
+    // One byte more than the file has, so that its end is seen without growing.
+    for (std::size_t room = static_cast<std::size_t>(size) + 1, used = 0; !source.error; room = std::max(used, bufferSize)) {
         bytes.resize(used + room);
-        const ssize_t n = ::read(file.get(), bytes.data() + used, room);
-        if (n < 0 && errno == EINTR) {
-            bytes.resize(used);
-            continue;
-        }
-        bytes.resize(used + (n > 0 ? static_cast<std::size_t>(n) : 0));
-        if (n < 0) error = lastError();
-        if (bytes.size() > limit) error = std::make_error_code(std::errc::file_too_large);
-        if (error) return {};
-        if (n == 0) return bytes;
+        std::size_t n = 0;
+        while (used < bytes.size() && (n = source.read(bytes.data() + used, bytes.size() - used)) > 0) used += n;
+        if (used > limit) source.error = std::make_error_code(std::errc::file_too_large);
+        if (n > 0) continue; // the file has grown since, or does not tell its size
+        bytes.resize(used);
+        break;
     }
+    error = source.error;
+    return error ? std::string() : bytes;
 }
 
-struct AtomicFile::State {
-    explicit State(const fs::path& wanted)
-        : target(resolved(wanted)), temporary(besideName(target)),
-          file(fileCalls.open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666))
-    {
-        if (!file) {
-            error = lastError();
-            return;
-        }
-        struct stat info {};
-        if (::stat(target.c_str(), &info) == 0) (void)::fchmod(file.get(), info.st_mode & 07777);
-    }
-    fs::path target, temporary;
-    Descriptor file;
-    std::error_code error;
+struct AtomicFile::State : Draft {
+    using Draft::Draft;
 };
 
 AtomicFile::AtomicFile(fs::path target) noexcept
@@ -197,32 +300,14 @@ AtomicFile::AtomicFile(fs::path target) noexcept
     }
 }
 
-AtomicFile::~AtomicFile()
-{
-    if (!state_ || !state_->file) return;
-    state_->file.close();
-    ::unlink(state_->temporary.c_str());
-}
+AtomicFile::~AtomicFile() = default;
 
 void AtomicFile::write(std::string_view bytes) noexcept
 {
-    if (state_ && !state_->error) state_->error = writeAll(state_->file.get(), bytes);
+    if (state_) state_->write(bytes);
 }
 
-std::error_code AtomicFile::commit() noexcept
-{
-    if (!state_) return std::make_error_code(std::errc::not_enough_memory);
-    State& s = *state_;
-    if (!s.error && fileCalls.flush(s.file.get()) != 0) s.error = lastError();
-    if (!s.error && s.file.close() != 0) s.error = lastError();
-    if (!s.error && fileCalls.rename(s.temporary.c_str(), s.target.c_str()) != 0) {
-        s.error = lastError();
-        ::unlink(s.temporary.c_str());
-    }
-    if (s.error) return s.error;
-    flushFolder(s.target.parent_path());
-    return {};
-}
+std::error_code AtomicFile::commit() noexcept { return state_ ? state_->commit() : std::make_error_code(std::errc::not_enough_memory); }
 
 AppendFile::AppendFile(const fs::path& file) noexcept : handle_(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666)) {}
 AppendFile::AppendFile(AppendFile&& o) noexcept : handle_(std::exchange(o.handle_, -1)) {}

@@ -1,11 +1,12 @@
 #include "host.h"
 
 #include "text.h"
-#include <cmath>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
+#include <link.h>
 #include <pwd.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -55,6 +56,7 @@ std::u16string formatted(const char* format, const ClockTime& time)
     parts.tm_hour = time.hour;
     parts.tm_min = time.minute;
     parts.tm_sec = time.second;
+    (void)timegm(&parts); // adds the day of the week and of the year
     char buffer[128];
     const std::size_t n =
         user ? strftime_l(buffer, sizeof buffer, format, &parts, user) : std::strftime(buffer, sizeof buffer, format, &parts);
@@ -100,7 +102,10 @@ std::filesystem::path executablePath()
 std::filesystem::path modulePathOf(const void* address)
 {
     Dl_info info{};
-    if (!::dladdr(address, &info) || !info.dli_fname) return {};
+    link_map* module = nullptr;
+    if (!::dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) || !info.dli_fname) return {};
+    // The program itself has no name in the loader's list, and the one that dladdr gives is what its caller typed.
+    if (module && !*module->l_name) return executablePath();
     std::error_code error;
     auto path = std::filesystem::absolute(info.dli_fname, error);
     return error ? std::filesystem::path(info.dli_fname) : path;

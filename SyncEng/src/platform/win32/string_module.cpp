@@ -1,0 +1,36 @@
+#include "string_module.h"
+
+#include <windows.h>
+
+namespace platform {
+
+struct StringModule::Texts {
+    explicit Texts(HMODULE loaded) noexcept : module(loaded) {}
+    Texts(const Texts&) = delete;
+    Texts& operator=(const Texts&) = delete;
+    ~Texts() { FreeLibrary(module); }
+    HMODULE module;
+};
+
+StringModule::StringModule() noexcept = default;
+StringModule::StringModule(StringModule&&) noexcept = default;
+StringModule& StringModule::operator=(StringModule&&) noexcept = default;
+StringModule::~StringModule() = default;
+
+StringModule::StringModule(const std::filesystem::path& file)
+{
+    // Its texts are all that is wanted: no code of it runs.
+    HMODULE module = LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
+    if (module) texts_ = std::make_unique<Texts>(module);
+}
+
+std::optional<std::u16string> StringModule::text(int id) const
+{
+    if (!texts_) return std::nullopt;
+    // With no buffer given, the answer is a pointer to the resource itself, which no zero ends.
+    const wchar_t* found = nullptr;
+    const int length = LoadStringW(texts_->module, static_cast<UINT>(id), reinterpret_cast<LPWSTR>(&found), 0);
+    return length > 0 && found ? std::optional(std::u16string(found, found + length)) : std::nullopt;
+}
+
+} // namespace platform

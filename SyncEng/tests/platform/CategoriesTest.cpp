@@ -1,0 +1,60 @@
+#include "categories.h"
+
+#include "TestFolder.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace platform;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr GUID guid(unsigned char n) { return {0x11111100u + n, 0x2222, 0x3333, {0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB}}; }
+constexpr GUID one = guid(1), two = guid(2), three = guid(3), cards = guid(100), mails = guid(101);
+
+class Categories : public testing::Test {
+protected:
+    static std::vector<CLSID> classesOf(REFGUID category)
+    {
+        CategoryClasses classes;
+        EXPECT_EQ(classes.open(category), S_OK);
+        std::vector<CLSID> found;
+        CLSID clsid{};
+        while (classes.next(&clsid) == S_OK) found.push_back(clsid);
+        EXPECT_EQ(classes.next(&clsid), S_FALSE);
+        return found;
+    }
+    mbtest::TestFolder folder;
+};
+
+} // namespace
+
+TEST_F(Categories, AnEmptyRegistryHasNoClasses) { EXPECT_THAT(classesOf(cards), IsEmpty()); }
+
+TEST_F(Categories, ClassesAreListedByTheirCategory)
+{
+    EXPECT_EQ(registerClassInCategory(two, cards), S_OK);
+    EXPECT_EQ(registerClassInCategory(one, cards), S_OK);
+    EXPECT_EQ(registerClassInCategory(three, mails), S_OK);
+    EXPECT_EQ(registerClassInCategory(one, mails), S_OK);
+    EXPECT_THAT(classesOf(cards), ElementsAre(one, two)); // as the registry lists them
+    EXPECT_THAT(classesOf(mails), ElementsAre(one, three));
+}
+
+TEST_F(Categories, RegisteringTwiceIsRegisteringOnce)
+{
+    EXPECT_EQ(registerClassInCategory(one, cards), S_OK);
+    EXPECT_EQ(registerClassInCategory(one, cards), S_OK);
+    EXPECT_THAT(classesOf(cards), ElementsAre(one));
+}
+
+TEST_F(Categories, AClassThatLeavesACategoryStaysInTheOther)
+{
+    registerClassInCategory(one, cards);
+    registerClassInCategory(one, mails);
+    registerClassInCategory(two, cards);
+    EXPECT_EQ(unregisterClassInCategory(one, cards), S_OK);
+    EXPECT_THAT(classesOf(cards), ElementsAre(two));
+    EXPECT_THAT(classesOf(mails), ElementsAre(one));
+}

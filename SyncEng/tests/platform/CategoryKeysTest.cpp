@@ -1,0 +1,89 @@
+// The categories where they are keys of our own registry file.
+#include "categories.h"
+
+#include "registry.h"
+#include "TestFolder.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace platform;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+constexpr GUID guid(unsigned char n) { return {0x11111100u + n, 0x2222, 0x3333, {0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB}}; }
+constexpr GUID one = guid(1), two = guid(2), three = guid(3), cards = guid(100), mails = guid(101);
+
+class CategoryKeys : public testing::Test {
+protected:
+    static std::vector<CLSID> classesOf(REFGUID category)
+    {
+        CategoryClasses classes;
+        EXPECT_EQ(classes.open(category), S_OK);
+        std::vector<CLSID> found;
+        CLSID clsid{};
+        while (classes.next(&clsid) == S_OK) found.push_back(clsid);
+        EXPECT_EQ(classes.next(&clsid), S_FALSE);
+        return found;
+    }
+    mbtest::TestFolder folder;
+};
+
+} // namespace
+
+TEST_F(CategoryKeys, WhatIsNotThereCannotLeave)
+{
+    EXPECT_EQ(unregisterClassInCategory(one, cards), S_FALSE);
+    EXPECT_EQ(unregisterCategory(cards), S_FALSE);
+}
+
+TEST_F(CategoryKeys, ACategoryKeepsItsDescription)
+{
+    EXPECT_EQ(registerCategory(cards, u"Card \u4E2D"), S_OK);
+    const std::u16string path = u"Component Categories\\" + com::guidText(cards);
+    EXPECT_EQ(RegistryKey::open(Root::ClassesRoot, path)->text(u"409"), u"Card \u4E2D");
+    registerCategory(mails, u"Mail");
+    EXPECT_EQ(unregisterCategory(cards), S_OK);
+    EXPECT_FALSE(RegistryKey::open(Root::ClassesRoot, path));
+    EXPECT_TRUE(RegistryKey::open(Root::ClassesRoot, u"Component Categories\\" + com::guidText(mails)));
+}
+
+TEST_F(CategoryKeys, AClassKeyThatIsNoClassIdentifierIsPassedOver)
+{
+    createKeyPath(Root::ClassesRoot, u"CLSID\\notes\\Implemented Categories\\" + com::guidText(cards));
+    createKeyPath(Root::ClassesRoot, u"CLSID\\{11111101-2222}\\Implemented Categories\\" + com::guidText(cards));
+    registerClassInCategory(one, cards);
+    EXPECT_THAT(classesOf(cards), ElementsAre(one));
+}
+
+TEST_F(CategoryKeys, AnEnumerationIsOfTheMomentItWasOpened)
+{
+    registerClassInCategory(one, cards);
+    registerClassInCategory(two, cards);
+    CategoryClasses classes;
+    ASSERT_EQ(classes.open(cards), S_OK);
+    unregisterClassInCategory(two, cards);
+    CLSID clsid{};
+    EXPECT_EQ(classes.next(&clsid), S_OK);
+    EXPECT_EQ(classes.next(&clsid), S_OK);
+    EXPECT_EQ(clsid, two);
+    EXPECT_EQ(classes.next(&clsid), S_FALSE);
+    ASSERT_EQ(classes.open(cards), S_OK); // begins anew
+    EXPECT_EQ(classes.next(&clsid), S_OK);
+    EXPECT_EQ(clsid, one);
+    EXPECT_EQ(classes.next(&clsid), S_FALSE);
+}
+
+TEST_F(CategoryKeys, ARegistryThatCannotBeWrittenDeniesAccess)
+{
+    registerCategory(cards, u"Cards");
+    registerClassInCategory(one, cards);
+    // A folder in place of the new file, so that the file itself can be read but not replaced.
+    std::filesystem::create_directory(folder.path() / "registry.reg.new");
+    EXPECT_EQ(registerCategory(mails, u"Mail"), E_ACCESSDENIED);
+    EXPECT_EQ(registerClassInCategory(two, cards), E_ACCESSDENIED);
+    EXPECT_EQ(unregisterClassInCategory(one, cards), E_ACCESSDENIED);
+    EXPECT_EQ(unregisterCategory(cards), E_ACCESSDENIED);
+    EXPECT_THAT(classesOf(cards), ElementsAre(one));
+}
