@@ -1,0 +1,206 @@
+// How long the engine takes over stores in memory, beside what pugixml alone needs to parse and write the resulting history file in the
+// same process. Each run is made once; the counters tell the time and the peak memory a record, and the ratio to the yardstick.
+#include "SyncScenario.h"
+
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <pugixml.hpp>
+
+namespace {
+
+using mbtest::FakeStore;
+using mbtest::FakeValues;
+using mbtest::SyncScenario;
+using Clock = std::chrono::steady_clock;
+
+double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+std::u16string numbered(const char16_t* word, std::size_t n)
+{
+    const std::string digits = std::to_string(n);
+    return word + std::u16string(digits.begin(), digits.end());
+}
+
+FakeValues contact(std::size_t n)
+{
+    return {{ftNamePrefix, u"Dr."},
+            {ftFirstName, numbered(u"First", n)},
+            {ftMiddleName, u"M."},
+            {ftLastName, numbered(u"Last", n)},
+            {ftNameSuffix, u"jr."},
+            {ftTitle, u"Engineer of records"},
+            {ftCompany, numbered(u"Company ", n % 100)},
+            {ftStreet1, numbered(u"Long Street ", n)},
+            {ftCity1, u"Springfield"},
+            {ftState1, u"Oregon"},
+            {ftZipCode1, numbered(u"9", n % 10000)},
+            {ftCountry1, u"Country"},
+            {ftNotes, u"A remark of some length, as people write them."},
+            {ftPhone, numbered(u"+1 555 ", n)},
+            {ftEmail1, numbered(u"someone", n) + u"@example.org"}};
+}
+
+void fill(FakeStore& store, std::size_t count, std::size_t from = 0)
+{
+    for (std::size_t i = 0; i < count; ++i) store.add(contact(from + i));
+}
+
+// The peak of the process's memory since the last reset, in bytes.
+void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
+
+double memoryOf(const char* name)
+{
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(name)) return std::stod(line.substr(line.find(':') + 1)) * 1024;
+    return 0;
+}
+
+double yardstick(const SyncScenario& s)
+{
+    const auto path = s.folder.data() / std::filesystem::path(com::guidText(s.map()) + u".xml");
+    double best = 1e9;
+    for (int i = 0; i < 3; ++i) {
+        const auto start = Clock::now();
+        pugi::xml_document document;
+        document.load_file(path.c_str());
+        document.save_file((path.string() + ".copy").c_str(), "", pugi::format_raw);
+        best = std::min(best, secondsSince(start));
+    }
+    std::filesystem::remove(path.string() + ".copy");
+    return best;
+}
+
+class BenchScenario : public SyncScenario {
+public:
+    BenchScenario() { log().enabled = false; }
+};
+
+// Runs the map once under the clock.
+void measure(benchmark::State& state, SyncScenario& s, std::size_t records)
+{
+    resetPeak();
+    const double before = memoryOf("VmRSS");
+    const auto start = Clock::now();
+    const HRESULT hr = s.sync();
+    const double seconds = secondsSince(start);
+    const double peak = memoryOf("VmHWM");
+    if (FAILED(hr)) state.SkipWithError("the run failed");
+    state.SetIterationTime(seconds);
+    const double yard = yardstick(s);
+    state.counters["us/record"] = seconds * 1e6 / static_cast<double>(records);
+    state.counters["bytes/record"] = (peak - before) / static_cast<double>(records);
+    state.counters["yardstick_ms"] = yard * 1e3;
+    state.counters["x_yardstick"] = seconds / yard;
+}
+
+template <class Prepare> void run(benchmark::State& state, Prepare&& prepare)
+{
+    for (auto _ : state) {
+        BenchScenario s;
+        s.makeMap();
+        const auto n = static_cast<std::size_t>(state.range(0));
+        prepare(s, n);
+        measure(state, s, n);
+    }
+}
+
+void FirstSync(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) { fill(s.one(), n); });
+}
+
+void NothingChanged(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        fill(s.one(), n);
+        s.sync();
+    });
+}
+
+void OnePercentChangedOnEachSide(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        fill(s.one(), n);
+        s.sync();
+        for (std::size_t i = 0; i < n; i += 100) {
+            s.one().set(s.one().order[i], ftCity1, u"Shelbyville");
+            s.two().set(s.two().order[i + 1], ftCity1, u"Ogdenville");
+        }
+    });
+}
+
+void EqualSides(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        fill(s.one(), n);
+        fill(s.two(), n);
+    });
+}
+
+// Last names in groups of fifty.
+void SharedLastNames(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        for (FakeStore* store : {&s.one(), &s.two()})
+            for (std::size_t i = 0; i < n; ++i) {
+                FakeValues values = contact(i);
+                values[ftLastName] = numbered(u"Family", i / 50);
+                store->add(std::move(values));
+            }
+    });
+}
+
+void OneLastNameForAll(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        for (FakeStore* store : {&s.one(), &s.two()})
+            for (std::size_t i = 0; i < n; ++i) {
+                FakeValues values = contact(i);
+                values[ftLastName] = u"Smith";
+                store->add(std::move(values));
+            }
+    });
+}
+
+// Every tenth contact differs in its title.
+void NearDuplicates(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        fill(s.one(), n);
+        for (std::size_t i = 0; i < n; ++i) {
+            FakeValues values = contact(i);
+            if (i % 10 == 0) values[ftTitle] = u"Keeper of records";
+            s.two().add(std::move(values));
+        }
+    });
+}
+
+void EveryContactInConflict(benchmark::State& state)
+{
+    run(state, [](SyncScenario& s, std::size_t n) {
+        s.setOption(soConflictResolution, croTrans1Wins);
+        fill(s.one(), n);
+        s.sync();
+        for (std::size_t i = 0; i < n; ++i) {
+            s.one().set(s.one().order[i], ftCity1, u"Shelbyville");
+            s.two().set(s.two().order[i], ftCity1, u"Ogdenville");
+        }
+    });
+}
+
+#define SIZES ->Arg(1000)->Arg(10000)->Arg(100000)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond)
+BENCHMARK(FirstSync) SIZES;
+BENCHMARK(NothingChanged) SIZES;
+BENCHMARK(OnePercentChangedOnEachSide) SIZES;
+BENCHMARK(EqualSides) SIZES;
+BENCHMARK(SharedLastNames) SIZES;
+BENCHMARK(NearDuplicates) SIZES;
+BENCHMARK(EveryContactInConflict) SIZES;
+BENCHMARK(OneLastNameForAll)->Arg(1000)->Arg(10000)->Iterations(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+BENCHMARK_MAIN();
