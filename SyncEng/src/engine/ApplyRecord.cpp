@@ -97,8 +97,8 @@ private:
             FieldStep step;
             step.sourceField = sourceFields[i];
             step.targetField = targetFields[i];
-            if (FAILED(com::call(source_.field, &IField::GetFieldType, step.sourceField, &step.S))) continue;
-            if (FAILED(com::call(target_.field, &IField::GetFieldType, step.targetField, &step.T))) continue;
+            if (FAILED(source_.fieldType(i, step.S))) continue;
+            if (FAILED(target_.fieldType(i, step.T))) continue;
             TargetTypes[i] = step.T;
             step.WriteIt = !matched_ && selected(step.S);
             findValue(step, hr);

@@ -1,21 +1,19 @@
 #include "engine/DescribeRecord.h"
 
 #include "engine/ReadText.h"
-#include <optional>
 
 namespace mb {
 namespace {
 
 std::u16string joined(const std::u16string& first, const std::u16string& last) { return first.empty() ? last : first + u" " + last; }
 
-struct NameFields {
-    std::optional<GUID> first, last;
-};
-
 // The last field of each type counts.
-NameFields findNameFields(const com::Ptr<IFieldList>& list, const com::Ptr<IField>& field)
+NameFields findNameFields(const com::Ptr<ITranslator>& translator)
 {
     NameFields found;
+    const auto list = translator.tryAs<IFieldList>();
+    const auto field = translator.tryAs<IField>();
+    if (!list || !field) return found;
     LONG count = 0;
     if (FAILED(com::call(list, &IFieldList::GetCount, &count))) return found;
     for (LONG i = 0; i < count; ++i) {
@@ -33,16 +31,18 @@ NameFields findNameFields(const com::Ptr<IFieldList>& list, const com::Ptr<IFiel
 
 std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, const std::u16string& recordId)
 {
+    NameFields names;
+    return DescribeRecord(fields, translator, names, recordId);
+}
+
+std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, NameFields& names, const std::u16string& recordId)
+{
     if (fields) {
         const auto first = fields->find(ftFirstName), last = fields->find(ftLastName);
         if (first != fields->end() && last != fields->end()) return joined(first->second, last->second);
     }
-    const com::Ptr<ITranslator> held(translator);
-    const auto list = held.tryAs<IFieldList>();
-    const auto field = held.tryAs<IField>();
-    if (!list || !field) return {};
-    const NameFields names = findNameFields(list, field);
-    if (!names.first || !names.last) return {};
+    if (!names.known()) names = findNameFields(com::Ptr<ITranslator>(translator));
+    if (!names.known()) return {};
     const com::Bstr id(recordId);
     if (FAILED(com::call(translator, &ITranslator::BeginReadRecord, id.get()))) return {};
     std::u16string first, last;

@@ -120,7 +120,7 @@ private:
     {
         const bool send1 = pass_.Send[Side::One], send2 = pass_.Send[Side::Two];
         if (send1 && send2 && e1->second.Changes) {
-            if (LogLevelMask & 1) WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.translator.get(), e1->first));
+            if (LogLevelMask & 1) WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.translator.get(), one_.names, e1->first));
             e1->second.MappedId = e2->first;
             e2->second.MappedId = e1->first;
         } else if (send1) {

@@ -7,12 +7,14 @@ namespace mb {
 
 HRESULT HostUnits::readBefore(PipelinePass& pass, Side target, BSTR targetId)
 {
-    const PassSide& side = pass.side(target);
+    PassSide& side = pass.side(target);
     const HRESULT hr = com::call(side.translator, &ITranslator::BeginReadRecord, targetId);
     if (FAILED(hr)) return hr;
-    for (const GUID& field : pass.fields(target)) {
+    const auto fields = pass.fields(target);
+    for (std::size_t at = 0; at < fields.size(); ++at) {
+        const GUID& field = fields[at];
         LONG type = 0;
-        if (FAILED(com::call(side.field, &IField::GetFieldType, field, &type))) continue;
+        if (FAILED(side.fieldType(at, type))) continue;
         for (std::size_t i = 0; i < units_.size(); ++i) {
             if (!IsFieldInGroup(type, fieldGroups[i]) || units_[i].before.contains(type)) continue;
             std::u16string text;

@@ -1,7 +1,9 @@
 // One pass of analysis and writing over a map: what its stages share, and what dies with it.
 #pragma once
+#include "engine/DescribeRecord.h"
 #include "engine/RunState.h"
 #include "store/CSyncHistory.h"
+#include <optional>
 #include <span>
 
 namespace mb {
@@ -15,6 +17,13 @@ struct PassSide {
     std::vector<HistoryEntry> HistoryList; // in the order of the history file
     TaskList Tasks;                        // what is to be done because of this side's records, and deletions of them
     com::TaskArray<GUID> Fields;           // the mapped fields; entry i goes with entry i of the other side
+    NameFields names;                      // where its records' names are, once they were looked for
+
+    // The type of the i-th mapped field, which the translator is asked once; a question that failed is asked again.
+    HRESULT fieldType(std::size_t i, LONG& type);
+
+private:
+    std::vector<std::optional<LONG>> types_;
 };
 
 struct PipelinePass {

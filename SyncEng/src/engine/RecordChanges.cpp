@@ -39,10 +39,7 @@ public:
     explicit operator bool() const noexcept { return open_; }
 
     // False for a field that takes no part: its type is unknown, or it is the record status.
-    bool typeOf(const GUID& field, LONG& type) const
-    {
-        return SUCCEEDED(com::call(own_.field, &IField::GetFieldType, field, &type)) && type != ftRecordStatus;
-    }
+    bool typeOf(std::size_t i, LONG& type) const { return SUCCEEDED(own_.fieldType(i, type)) && type != ftRecordStatus; }
     // False for an image that takes no part in this run, or whose presence the translator does not tell.
     bool imagePresence(const GUID& field, bool& has) const
     {
@@ -102,9 +99,11 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
     {
         OpenRecord record(pass, side, recordId);
         if (!record) return true;
-        for (const GUID& field : pass.fields(side)) {
+        const auto fields = pass.fields(side);
+        for (std::size_t i = 0; i < fields.size(); ++i) {
             LONG type = 0;
-            if (!record.typeOf(field, type)) continue;
+            if (!record.typeOf(i, type)) continue;
+            const GUID& field = fields[i];
             changed = isImageType(type) ? imageChanged(record, field, type, storedFixed) : plainFieldChanged(record, field, type);
             if (changed) break;
         }
@@ -120,9 +119,11 @@ FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16str
     if (!pass.side(side).field) return out;
     OpenRecord record(pass, side, recordId);
     if (!record) return out;
-    for (const GUID& field : pass.fields(side)) {
+    const auto fields = pass.fields(side);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
         LONG type = 0;
-        if (!record.typeOf(field, type)) continue;
+        if (!record.typeOf(i, type)) continue;
+        const GUID& field = fields[i];
         if (isImageType(type)) {
             collectImageChange(record, field, type, force, out);
             continue;

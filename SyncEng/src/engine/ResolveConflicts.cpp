@@ -60,7 +60,7 @@ private:
     {
         LONG resolution = planned(pair, conflict);
         if (LogLevelMask & 1)
-            WriteLogResource(1, 152, DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).translator.get(), pair.e1->first));
+            WriteLogResource(1, 152, DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).translator.get(), pass_.side(Side::One).names, pair.e1->first));
         if (resolution == croNotify) {
             if (SilentMode) {
                 resolution = silentChoice(pair, conflict);

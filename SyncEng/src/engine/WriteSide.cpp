@@ -131,7 +131,7 @@ private:
 
     static std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id)
     {
-        return (LogLevelMask & 1) ? DescribeRecord(task.Values.get(), side.translator.get(), id) : std::u16string();
+        return (LogLevelMask & 1) ? DescribeRecord(task.Values.get(), side.translator.get(), side.names, id) : std::u16string();
     }
 
     HRESULT tellProgress()

@@ -17,6 +17,18 @@ constexpr char16_t syncInfo[] = u"SyncInfo", databaseKey[] = u"Database", timeKe
                    fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData";
 constexpr std::size_t sideNameLength = 6;
 
+// The keys that every record has, as they stand in the document.
+struct EncodedKeys {
+    std::string mapped = encodeBase64(mappedKey), modified = encodeBase64(modifiedKey), status = encodeBase64(fieldStatusKey),
+                data = encodeBase64(fieldDataKey);
+};
+
+const EncodedKeys& encodedKeys()
+{
+    static const EncodedKeys keys;
+    return keys;
+}
+
 bool isSideOne(std::u16string_view side) { return platform::equalNoCase(side.substr(0, sideNameLength), u"Trans1"); }
 
 std::filesystem::path fileIn(std::filesystem::path folder, const GUID& map)
@@ -87,9 +99,9 @@ HRESULT CSyncHistory::SetLastSyncStatus(std::u16string_view side, LONG status)
 
 HRESULT CSyncHistory::WriteEntry(std::u16string_view side, const HistoryEntry& entry)
 {
-    const std::u16string& type = SectionFor(side);
-    const HRESULT hr = store_.WriteValue(type, entry.Id, mappedKey, entry.MappedId, false, false);
-    return SUCCEEDED(hr) ? store_.WriteDouble(type, entry.Id, modifiedKey, entry.ModifiedTime, false, false) : hr;
+    const EncodedKeys& keys = encodedKeys();
+    const std::u16string modified = fixedPoint(entry.ModifiedTime);
+    return store_.WriteValues(SectionFor(side), entry.Id, {{keys.mapped, entry.MappedId}, {keys.modified, modified}}, false, false);
 }
 
 HRESULT CSyncHistory::ReadEntry(std::u16string_view side, HistoryEntry& entry, bool readFlagToo) const
@@ -187,6 +199,7 @@ HRESULT CSyncHistory::load(const std::u16string& type, std::vector<HistoryEntry>
     static const std::string infoName = encodeBase64(syncInfo);
     static const std::array keys{encodeBase64(mappedKey), encodeBase64(modifiedKey), encodeBase64(changedKey)};
     const std::u16string opposite = oppositeOf(type);
+    const std::string encodedOpposite = encodedType(opposite);
     const com::Bstr label(LoadText(labelId));
     const double step = sections.empty() ? 0.0 : 100.0 / static_cast<double>(sections.size());
     double percent = 0.0;
@@ -204,7 +217,7 @@ HRESULT CSyncHistory::load(const std::u16string& type, std::vector<HistoryEntry>
         entry.Id = decodeBase64(name);
         const auto [mapped, modified, changed] = valuesInSection(section, keys);
         if (mapped) entry.MappedId = decodedText(mapped);
-        if (!mapped || !modified || (validate && !store_.hasKey(opposite, entry.MappedId, mappedKey))) {
+        if (!mapped || !modified || (validate && !store_.hasEncodedKey(encodedOpposite, encodeBase64(entry.MappedId), keys[0]))) {
             dead.push_back(std::move(entry.Id));
             continue;
         }
@@ -228,11 +241,11 @@ HRESULT CSyncHistory::ListRecords(std::u16string_view side, std::vector<std::u16
 HRESULT CSyncHistory::WriteFieldData(std::u16string_view side, std::u16string_view recordId, const FieldValueMap& fields, bool append,
                                      bool save)
 {
-    const std::u16string& type = SectionFor(side);
+    const EncodedKeys& keys = encodedKeys();
     const auto status = fields.find(ftRecordStatus);
     const std::u16string_view statusText = status == fields.end() ? std::u16string_view() : std::u16string_view(status->second);
-    const HRESULT hr = store_.WriteValue(type, recordId, fieldStatusKey, statusText, append, save);
-    return SUCCEEDED(hr) ? store_.WriteValue(type, recordId, fieldDataKey, composeFieldData(fields), append, save) : hr;
+    const std::u16string data = composeFieldData(fields);
+    return store_.WriteValues(SectionFor(side), recordId, {{keys.status, statusText}, {keys.data, data}}, append, save);
 }
 
 HRESULT CSyncHistory::ReadFieldData(std::u16string_view side, std::u16string_view recordId, FieldValueMap& fields) const

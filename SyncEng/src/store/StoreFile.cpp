@@ -26,14 +26,6 @@ std::u16string decimal(LONG value)
     return {digits.begin(), digits.end()};
 }
 
-// "%.15f", whatever the locale.
-std::u16string fixedPoint(double value)
-{
-    char buffer[400];
-    const auto end = std::to_chars(buffer, std::end(buffer), value, std::chars_format::fixed, 15).ptr;
-    return {buffer, end};
-}
-
 bool anyValue(const XmlElement& entry, std::string_view encodedValue)
 {
     for (XmlElement value = entry.firstChild("KV"); value; value = value.nextSibling("KV"))
@@ -46,9 +38,6 @@ const std::string& syncInfoName()
     static const std::string name = encodeBase64(u"SyncInfo");
     return name;
 }
-
-// A type as it stands in the document, where no text holds a zero.
-std::string typeText(std::u16string_view type) { return platform::utf8(EscapeTypeName(type.substr(0, type.find(u'\0')), true)); }
 
 } // namespace
 
@@ -63,6 +52,15 @@ std::u16string EscapeTypeName(std::u16string_view type, bool encode)
         replaceAll(out, u"&quot;", u"\"");
     }
     return out;
+}
+
+std::string encodedType(std::u16string_view type) { return platform::utf8(EscapeTypeName(type.substr(0, type.find(u'\0')), true)); }
+
+std::u16string fixedPoint(double value)
+{
+    char buffer[400];
+    const auto end = std::to_chars(buffer, std::end(buffer), value, std::chars_format::fixed, 15).ptr;
+    return {buffer, end};
 }
 
 std::u16string decodedText(const XmlElement& element)
@@ -85,7 +83,7 @@ bool sameEncodedName(std::string_view a, std::string_view b)
 
 StoreFile::SectionKey StoreFile::sectionKey(std::u16string_view type, std::u16string_view section)
 {
-    return {typeText(type), encodeBase64(section)};
+    return {encodedType(type), encodeBase64(section)};
 }
 
 // ---- The file ----------------------------------------------------------------------------------------------------------
@@ -226,15 +224,20 @@ HRESULT StoreFile::SetVersion(LONG version)
 
 // ---- Finding -----------------------------------------------------------------------------------------------------------
 
-XmlElement StoreFile::findValue(const SectionKey& section, std::string_view key) const
+XmlElement StoreFile::findValue(const SectionKey& section, const StoreIndex::Match& found, std::string_view key) const
 {
-    const XmlElement first = index_.first(section.type, section.name);
-    if (!first) return {};
-    if (const XmlElement value = entries_.firstValue(first, key)) return value;
+    if (!found.first) return {};
+    if (const XmlElement value = entries_.firstValue(found.first, key)) return value;
+    if (!found.more) return {};
     for (const XmlElement& other : index_.all(section.type, section.name)) // a foreign hand may have made several
-        if (other != first)
+        if (other != found.first)
             if (const XmlElement value = entries_.firstValue(other, key)) return value;
     return {};
+}
+
+XmlElement StoreFile::findValue(const SectionKey& section, std::string_view key) const
+{
+    return findValue(section, index_.match(section.type, section.name), key);
 }
 
 std::vector<XmlElement> StoreFile::findEntries(const SectionKey& section, std::string_view key) const
@@ -247,9 +250,11 @@ std::vector<XmlElement> StoreFile::findEntries(const SectionKey& section, std::s
     return found;
 }
 
-bool StoreFile::hasKey(std::u16string_view type, std::u16string_view section, std::u16string_view key) const
+bool StoreFile::hasEncodedKey(const std::string& type, const std::string& name, std::string_view key) const
 {
-    return isOpen() && findValue(sectionKey(type, section), encodeBase64(key));
+    const StoreIndex::Match found = isOpen() ? index_.match(type, name) : StoreIndex::Match();
+    if (!found.first) return false;
+    return entries_.firstValue(found.first, key) || (found.more && findValue({type, name}, found, key));
 }
 
 std::vector<XmlElement> StoreFile::sectionsOfType(std::u16string_view type) const
@@ -257,7 +262,7 @@ std::vector<XmlElement> StoreFile::sectionsOfType(std::u16string_view type) cons
     std::vector<XmlElement> found;
     const XmlElement root = isOpen() ? document_->root() : XmlElement();
     if (!root || !root.isNamed("Scs")) return found;
-    const std::string wanted = typeText(type);
+    const std::string wanted = encodedType(type);
     for (XmlElement section = root.firstChild("Sc"); section; section = section.nextSibling("Sc")) {
         XmlElement name = section.firstChild("ST");
         while (name && !name.hasText(wanted)) name = name.nextSibling("ST");
@@ -367,26 +372,41 @@ HRESULT StoreFile::ListValues(std::u16string_view type, std::u16string_view sect
 HRESULT StoreFile::WriteValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string_view value,
                               bool append, bool save)
 {
+    const std::string encodedKey = encodeBase64(key);
+    return WriteValues(type, section, {{encodedKey, value}}, append, save);
+}
+
+HRESULT StoreFile::WriteValues(std::u16string_view type, std::u16string_view section, std::initializer_list<KeyValue> values, bool append,
+                               bool save)
+{
     if (!isOpen()) return E_POINTER;
     const SectionKey place = sectionKey(type, section);
-    const std::string encodedKey = encodeBase64(key), encodedValue = encodeBase64(value);
-    const XmlElement existing = append ? XmlElement() : findValue(place, encodedKey);
-    if (existing) {
-        if (existing.hasText(encodedValue)) return save ? Save() : S_OK;
-        existing.setText(encodedValue);
-        return saved(save);
+    StoreIndex::Match found = index_.match(place.type, place.name);
+    for (const KeyValue& each : values) {
+        const std::string encodedValue = encodeBase64(each.value);
+        const XmlElement existing = append ? XmlElement() : findValue(place, found, each.encodedKey);
+        if (existing && existing.hasText(encodedValue)) continue;
+        if (existing) {
+            existing.setText(encodedValue);
+        } else {
+            if (!found.first) found.first = appendSection(place);
+            if (!found.first) return E_FAIL;
+            appendEntry(found.first, each.encodedKey, encodedValue);
+        }
+        dirty_ = true;
     }
-    XmlElement node = index_.first(place.type, place.name);
-    if (!node) {
-        const XmlElement root = document_->root();
-        if (!root) return E_FAIL;
-        node = root.appendChild("Sc");
-        node.appendChild("ST").setText(place.type);
-        node.appendChild("SN").setText(place.name);
-        index_.append(node);
-    }
-    appendEntry(node, encodedKey, encodedValue);
-    return saved(save);
+    return save ? Save() : S_OK;
+}
+
+XmlElement StoreFile::appendSection(const SectionKey& place)
+{
+    const XmlElement root = document_->root();
+    if (!root) return {};
+    const XmlElement node = root.appendChild("Sc");
+    node.appendChild("ST").setText(place.type);
+    node.appendChild("SN").setText(place.name);
+    index_.append(node);
+    return node;
 }
 
 void StoreFile::appendEntry(const XmlElement& section, std::string_view key, std::string_view value)

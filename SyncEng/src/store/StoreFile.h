@@ -7,6 +7,7 @@
 #include "store/StoreIndex.h"
 #include <array>
 #include <filesystem>
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
@@ -53,6 +54,14 @@ public:
     HRESULT WriteGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, const GUID& value, bool append,
                       bool save);
 
+    // WriteValue for several keys of one section, which is looked for once.
+    struct KeyValue {
+        std::string_view encodedKey;
+        std::u16string_view value;
+    };
+    HRESULT WriteValues(std::u16string_view type, std::u16string_view section, std::initializer_list<KeyValue> values, bool append,
+                        bool save);
+
     HRESULT RemoveKey(std::u16string_view type, std::u16string_view section, std::u16string_view key);
     HRESULT RemoveSection(std::u16string_view type, std::u16string_view section, bool save); // one that does not exist is no error
     HRESULT RemoveType(std::u16string_view type);
@@ -73,7 +82,8 @@ public:
     // The sections that hold the key with the value, in document order.
     [[nodiscard]] std::vector<platform::XmlElement> sectionsWithValue(std::u16string_view type, std::u16string_view key,
                                                                       std::u16string_view value) const;
-    [[nodiscard]] bool hasKey(std::u16string_view type, std::u16string_view section, std::u16string_view key) const;
+    // Whether a section has the key; all three as they stand in the document.
+    [[nodiscard]] bool hasEncodedKey(const std::string& type, const std::string& name, std::string_view key) const;
     // Goes back to what the file holds: what was written and not saved is forgotten.
     HRESULT Revert();
 
@@ -89,6 +99,8 @@ private:
     static SectionKey sectionKey(std::u16string_view type, std::u16string_view section);
     [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, std::string_view key) const;
     [[nodiscard]] std::vector<platform::XmlElement> findEntries(const SectionKey& section, std::string_view key) const;
+    [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, const StoreIndex::Match& found, std::string_view key) const;
+    [[nodiscard]] platform::XmlElement appendSection(const SectionKey& place); // none in a document without a root
     void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
     void removeSections(const std::vector<platform::XmlElement>& sections);
     FileState load();
@@ -104,6 +116,12 @@ private:
     int scopes_ = 0;
     bool saveWanted_ = false;
 };
+
+// A type as it stands in the document, where no text holds a zero.
+std::string encodedType(std::u16string_view type);
+
+// "%.15f", whatever the locale: how a store holds a number with a fraction.
+std::u16string fixedPoint(double value);
 
 // Puts the saves of a store off to its own end: many writes, one file written.
 class SaveScope {

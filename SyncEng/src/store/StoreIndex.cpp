@@ -85,17 +85,23 @@ void StoreIndex::build(const XmlElement& root)
 
 std::uint32_t StoreIndex::headOf(std::uint32_t hash) const noexcept { return heads_.empty() ? none : heads_[hash & (heads_.size() - 1)]; }
 
-XmlElement StoreIndex::first(std::string_view type, std::string_view name) const
+StoreIndex::Match StoreIndex::match(std::string_view type, std::string_view name) const
 {
     const std::uint32_t hash = hashOf(type, name);
     const Entry* found = nullptr;
-    for (std::uint32_t at = headOf(hash); at != none && !found; at = entries_[at].next)
-        if (entries_[at].hash == hash && bears(entries_[at].section, type, name)) found = &entries_[at];
+    bool more = !odd_.empty();
+    for (std::uint32_t at = headOf(hash); at != none && !(found && more); at = entries_[at].next) {
+        if (entries_[at].hash != hash) continue;
+        if (found)
+            more = true;
+        else if (bears(entries_[at].section, type, name))
+            found = &entries_[at];
+    }
     for (const Entry& odd : odd_) {
         if (found && odd.place > found->place) break;
-        if (bears(odd.section, type, name)) return odd.section;
+        if (bears(odd.section, type, name)) return {odd.section, true};
     }
-    return found ? found->section : XmlElement();
+    return {found ? found->section : XmlElement(), more};
 }
 
 std::vector<XmlElement> StoreIndex::all(std::string_view type, std::string_view name) const

@@ -13,8 +13,13 @@ class StoreIndex {
 public:
     void build(const platform::XmlElement& root);
 
-    // Type and name as they stand in the document.
-    [[nodiscard]] platform::XmlElement first(std::string_view type, std::string_view name) const;
+    // Type and name as they stand in the document. `more` says that there may be further ones; false is certain.
+    struct Match {
+        platform::XmlElement first;
+        bool more = false;
+    };
+    [[nodiscard]] Match match(std::string_view type, std::string_view name) const;
+    [[nodiscard]] platform::XmlElement first(std::string_view type, std::string_view name) const { return match(type, name).first; }
     [[nodiscard]] std::vector<platform::XmlElement> all(std::string_view type, std::string_view name) const;
 
     // A new section, the last one of the document, whose type and name are written.

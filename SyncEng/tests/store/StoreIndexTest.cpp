@@ -100,7 +100,7 @@ public:
         std::u16string fast, slow;
         EXPECT_EQ(store.ReadValue(type, section, key, fast), measure.ReadValue(type, section, key, slow));
         EXPECT_EQ(fast, slow);
-        EXPECT_EQ(store.hasKey(type, section, key), measure.ReadValue(type, section, key, slow) == S_OK);
+        EXPECT_EQ(store.hasEncodedKey(encodedType(type), encodeBase64(section), encodeBase64(key)), measure.ReadValue(type, section, key, slow) == S_OK);
         std::vector<std::u16string> list;
         EXPECT_EQ(store.ListSections(type, list), S_OK);
         EXPECT_EQ(list, measure.ListSections(type));
