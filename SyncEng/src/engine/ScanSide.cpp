@@ -123,7 +123,7 @@ private:
         const com::Bstr id(entry.Id), mapped(entry.MappedId);
         const bool otherGone = FAILED(com::call(other_.translator, &ITranslator::FindRecord, mapped.get()));
         if (SUCCEEDED(com::call(own_.translator, &ITranslator::FindRecord, id.get()))) {
-            seen_.insert(platform::lowered(entry.Id));
+            seen_.insert(entry.Id);
             if (!changedByDate(id, entry)) return;
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
             if (otherGone) storeDeletion(entry, entry.Id); // a change here against a deletion there: the conflict stage decides
@@ -181,9 +181,7 @@ private:
 
     bool mayBeNew(std::u16string_view id) const
     {
-        if (!transferSide_ && seen_.empty()) return true;
-        const std::u16string folded = platform::lowered(id);
-        return (!transferSide_ || remaining_.contains(folded)) && !seen_.contains(folded);
+        return (!transferSide_ || remaining_.contains(platform::lowered(id))) && !seen_.contains(id);
     }
 
     void testNewRecord(const std::u16string& id)
@@ -211,7 +209,7 @@ private:
     LONG recordCount_ = 0, scanned_ = 0;
     std::set<std::u16string> selected_; // in order, lowered
     std::set<std::u16string> remaining_;
-    std::unordered_set<std::u16string> seen_;
+    std::unordered_set<std::u16string_view, platform::HashNoCase, platform::EqualNoCase> seen_; // of the history list's own texts
 };
 
 } // namespace

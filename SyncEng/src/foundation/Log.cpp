@@ -52,8 +52,8 @@ void writeLine(std::u16string line)
     std::string bytes = platform::narrow(line);
     // Wanted: as many bytes as the text has characters, so a line with wider ones loses its tail.
     bytes.resize(std::min(bytes.size(), line.size()));
-    LogFileHandle.write(bytes);
-    LogFileHandle.write("\r\n");
+    bytes += "\r\n";
+    LogFileHandle.write(bytes); // in one piece, or the line of another process could come between
 }
 
 // The log's name with ".old" put in before its ending.

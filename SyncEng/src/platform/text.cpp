@@ -167,6 +167,13 @@ int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept
     return a.size() == b.size() ? 0 : a.size() < b.size() ? -1 : 1;
 }
 
+std::size_t HashNoCase::operator()(std::u16string_view text) const noexcept
+{
+    std::uint64_t hash = text.size();
+    for (const char16_t unit : text) hash = (hash ^ lower(unit)) * 0x100000001B3u;
+    return static_cast<std::size_t>(hash ^ hash >> 32);
+}
+
 bool isAlpha(char16_t unit) noexcept
 {
     if (unit < 0x80) return lower(unit) >= u'a' && lower(unit) <= u'z';

@@ -23,6 +23,14 @@ std::u16string lowered(std::u16string_view text);
 int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
 inline bool equalNoCase(std::u16string_view a, std::u16string_view b) noexcept { return a.size() == b.size() && compareNoCase(a, b) == 0; }
 
+// For containers whose texts differ in more than case.
+struct HashNoCase {
+    std::size_t operator()(std::u16string_view text) const noexcept;
+};
+struct EqualNoCase {
+    bool operator()(std::u16string_view a, std::u16string_view b) const noexcept { return equalNoCase(a, b); }
+};
+
 bool isAlpha(char16_t unit) noexcept;
 bool isDigit(char16_t unit) noexcept; // the ten ASCII digits
 bool isAlnum(char16_t unit) noexcept;

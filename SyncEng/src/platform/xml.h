@@ -25,6 +25,8 @@ public:
     [[nodiscard]] bool isNamed(std::string_view name) const noexcept;
     // The text of the element and of all below it, in document order, white space as it stands; comments are none.
     [[nodiscard]] std::string text() const;
+    // The same without a copy where that can be had, else by way of the buffer; until the element or the buffer changes.
+    [[nodiscard]] std::string_view text(std::string& buffer) const;
     [[nodiscard]] bool hasText(std::string_view text) const;
     // Replaces all that the element holds by one text.
     void setText(std::string_view text) const;

@@ -8,7 +8,7 @@ namespace {
 // The position behind the end mark, or the end of the text.
 std::size_t behind(std::string_view bytes, std::string_view mark, std::size_t from) noexcept
 {
-    const std::size_t at = bytes.find(mark, from);
+    const std::size_t at = mark.size() == 1 ? bytes.find(mark[0], from) : bytes.find(mark, from);
     return at == std::string_view::npos ? bytes.size() : at + mark.size();
 }
 
@@ -44,19 +44,21 @@ bool isHarmlessXml(std::string_view bytes) noexcept
         }
         at = bytes.find('<', at);
         if (at == std::string_view::npos) break;
-        const std::string_view rest = bytes.substr(at);
-        if (rest.starts_with("<!--")) {
-            at = behind(bytes, "-->", at + 4);
-        } else if (rest.starts_with("<![CDATA[") && depth > 0) {
-            at = behind(bytes, "]]>", at);
-        } else if (rest.starts_with("<?")) {
-            at = behind(bytes, "?>", at);
-        } else if (rest.starts_with("<!")) {
-            return false;
-        } else if (rest.starts_with("</")) {
+        const char kind = at + 1 < bytes.size() ? bytes[at + 1] : '\0';
+        if (kind == '/') {
             if (depth == 0) return false;
             --depth;
             at = behind(bytes, ">", at);
+        } else if (kind == '?') {
+            at = behind(bytes, "?>", at);
+        } else if (kind == '!') {
+            const std::string_view rest = bytes.substr(at);
+            if (rest.starts_with("<!--"))
+                at = behind(bytes, "-->", at + 4);
+            else if (rest.starts_with("<![CDATA[") && depth > 0)
+                at = behind(bytes, "]]>", at);
+            else
+                return false;
         } else {
             if (depth == 0 && std::exchange(rootSeen, true)) return false;
             const std::size_t end = tagEnd(bytes, at);

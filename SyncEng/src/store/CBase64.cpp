@@ -25,7 +25,8 @@ constexpr std::array<std::uint8_t, 256> makeDecodeTable()
 
 constexpr auto decodeTable = makeDecodeTable();
 
-std::string encodeBytes(std::string_view bytes)
+// Of bytes, or of a text that is all ASCII.
+template <class Unit> std::string encodeUnits(std::basic_string_view<Unit> bytes)
 {
     std::string out((bytes.size() + 2) / 3 * 4, '=');
     char* to = out.data();
@@ -47,22 +48,30 @@ std::string encodeBytes(std::string_view bytes)
     return out;
 }
 
+bool isAscii(std::u16string_view text)
+{
+    char16_t all = 0;
+    for (const char16_t c : text) all |= c;
+    return all < 0x80;
+}
+
 bool isDropped(unsigned char c) { return (c >= 7 && c <= 13) || c == ' '; }
 
 // The three bytes of a group; padding in the last two places counts as zero, anything else goes into the arithmetic as it is.
-void decodeGroup(std::array<std::uint8_t, 4> group, char* to)
+template <class Unit> void decodeGroup(std::array<std::uint8_t, 4> group, Unit* to)
 {
     for (std::size_t i = 2; i < 4; ++i)
         if (group[i] == paddingValue) group[i] = 0;
-    to[0] = static_cast<char>(group[0] << 2 | group[1] >> 4);
-    to[1] = static_cast<char>(group[1] << 4 | group[2] >> 2);
-    to[2] = static_cast<char>(group[2] << 6 | group[3]);
+    to[0] = static_cast<std::uint8_t>(group[0] << 2 | group[1] >> 4);
+    to[1] = static_cast<std::uint8_t>(group[1] << 4 | group[2] >> 2);
+    to[2] = static_cast<std::uint8_t>(group[2] << 6 | group[3]);
 }
 
-std::string decodeBytes(std::string_view encoded)
+// The bytes, one in a unit, up to a zero.
+template <class Unit> std::basic_string<Unit> decodeUnits(std::string_view encoded)
 {
-    std::string plain(encoded.size() / 4 * 3 + 3, '\0');
-    char* to = plain.data();
+    std::basic_string<Unit> plain(encoded.size() / 4 * 3 + 3, Unit());
+    Unit* to = plain.data();
     std::array<std::uint8_t, 4> group{};
     std::size_t filled = 0;
     for (const char c : encoded) {
@@ -77,8 +86,8 @@ std::string decodeBytes(std::string_view encoded)
     }
     decodeGroup(group, to); // as many bytes as there are characters left, with zeros for the missing ones
     plain.resize(static_cast<std::size_t>(to - plain.data()) + filled);
-    const std::size_t end = plain.find('\0');
-    if (end != std::string::npos) plain.resize(end);
+    const std::size_t end = plain.find(Unit());
+    if (end != plain.npos) plain.resize(end);
     return plain;
 }
 
@@ -108,20 +117,31 @@ void CBase64::Encode(std::u16string_view text)
 {
     const std::string bytes = platform::narrow(text);
     plain_.assign(bytes, bytes.size());
-    encoded_.assign(encodeBytes(bytes), 2 * bytes.size());
+    encoded_.assign(encodeUnits(std::string_view(bytes)), 2 * bytes.size());
 }
 
 void CBase64::Decode(std::u16string_view text)
 {
     const std::string bytes = platform::narrow(text);
     encoded_.assign(bytes, bytes.size());
-    plain_.assign(decodeBytes(bytes), bytes.size());
+    plain_.assign(decodeUnits<char>(bytes), bytes.size());
 }
 
 std::u16string CBase64::EncodedText() const { return platform::widen(encoded_.view()); }
 std::u16string CBase64::PlainText() const { return platform::widen(plain_.view()); }
 
-std::string encodeBase64(std::u16string_view text) { return encodeBytes(platform::narrow(text)); }
-std::u16string decodeBase64(std::string_view encoded) { return platform::widen(decodeBytes(encoded)); }
+std::string encodeBase64(std::u16string_view text)
+{
+    // Every code page that a store can be written in holds ASCII as it is.
+    return isAscii(text) ? encodeUnits(text) : encodeUnits(std::string_view(platform::narrow(text)));
+}
+std::u16string decodeBase64(std::string_view encoded)
+{
+    std::u16string text = decodeUnits<char16_t>(encoded);
+    if (isAscii(text)) return text;
+    std::string bytes(text.size(), '\0');
+    std::ranges::transform(text, bytes.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+    return platform::widen(bytes);
+}
 
 } // namespace mb

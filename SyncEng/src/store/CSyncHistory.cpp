@@ -205,13 +205,14 @@ HRESULT CSyncHistory::load(const std::u16string& type, std::vector<HistoryEntry>
     double percent = 0.0;
     std::vector<std::u16string> dead;
     entries.reserve(sections.size());
+    std::string buffer;
     for (const platform::XmlElement& section : sections) {
         percent += step;
         if (sink_ && com::call(sink_, &ISyncEvents::OnProgress2, label.get(), percent) == E_ABORT) {
             entries.clear();
             return E_ABORT;
         }
-        const std::string name = encodedNameOf(section);
+        const std::string_view name = encodedNameOf(section, buffer);
         if (sameEncodedName(name, infoName)) continue;
         HistoryEntry entry;
         entry.Id = decodeBase64(name);

@@ -65,14 +65,15 @@ std::u16string fixedPoint(double value)
 
 std::u16string decodedText(const XmlElement& element)
 {
-    const std::string text = element.text();
+    std::string buffer;
+    const std::string_view text = element.text(buffer);
     return text.empty() ? std::u16string() : decodeBase64(text);
 }
 
-std::string encodedNameOf(const XmlElement& section)
+std::string_view encodedNameOf(const XmlElement& section, std::string& buffer)
 {
     const XmlElement name = section.firstChild("SN");
-    return name ? name.text() : std::string();
+    return name ? name.text(buffer) : std::string_view();
 }
 
 bool sameEncodedName(std::string_view a, std::string_view b)
@@ -489,7 +490,8 @@ HRESULT StoreFile::SetFlagInAllSections(std::u16string_view type, LONG flag, boo
     if (!isOpen()) return E_POINTER;
     const std::string key = encodeBase64(u"FieldMapChanged"), value = encodeBase64(flag == 1 ? u"1" : u"0");
     for (const XmlElement& section : sectionsOfType(type)) {
-        if (sameEncodedName(encodedNameOf(section), syncInfoName())) continue;
+        std::string buffer;
+        if (sameEncodedName(encodedNameOf(section, buffer), syncInfoName())) continue;
         const XmlElement existing = entries_.firstValue(section, key);
         if (existing && existing.hasText(value)) continue;
         if (existing)

@@ -151,7 +151,8 @@ std::array<platform::XmlElement, N> valuesInSection(const platform::XmlElement& 
 }
 // The value that an element of a store holds, decoded.
 std::u16string decodedText(const platform::XmlElement& element);
-std::string encodedNameOf(const platform::XmlElement& section);
+// Until the section or the buffer changes.
+std::string_view encodedNameOf(const platform::XmlElement& section, std::string& buffer);
 // Wanted: names of sections that differ in case only are alike here, although their encoding tells case apart.
 bool sameEncodedName(std::string_view a, std::string_view b);
 

@@ -20,8 +20,9 @@ struct Hashes {
 
     Hashes(const XmlElement& section, std::string_view kind)
     {
+        std::string buffer;
         for (XmlElement e = section.firstChild(kind); e && !tooMany; e = e.nextSibling(kind)) {
-            const std::size_t hash = std::hash<std::string>()(e.text());
+            const std::size_t hash = std::hash<std::string_view>()(e.text(buffer));
             if (std::find(of.begin(), of.begin() + count, hash) != of.begin() + count) continue;
             tooMany = count == of.size();
             if (!tooMany) of[count++] = hash;

@@ -113,7 +113,8 @@ public:
         EXPECT_EQ(has != VARIANT_FALSE, measure.KeyHasValue(type, section, key, value));
         list.clear();
         for (const auto& found : store.sectionsWithValue(type, key, value)) {
-            const std::string name = encodedNameOf(found);
+            std::string buffer;
+            const std::string_view name = encodedNameOf(found, buffer);
             list.push_back(name.empty() ? std::u16string() : decodeBase64(name));
         }
         EXPECT_EQ(list, measure.sectionsWithValue(type, key, value));
@@ -158,8 +159,9 @@ private:
     // The flag that the store has just set, where any section of the type tells it.
     LONG valueOfFlag(const std::u16string& type)
     {
+        std::string buffer;
         for (const auto& section : store.sectionsOfType(type))
-            if (!sameEncodedName(encodedNameOf(section), encodeBase64(u"SyncInfo")))
+            if (!sameEncodedName(encodedNameOf(section, buffer), encodeBase64(u"SyncInfo")))
                 return decodedText(valuesInSection(section, std::array{encodeBase64(u"FieldMapChanged")})[0]) == u"1" ? 1 : 0;
         return 0;
     }

@@ -115,8 +115,13 @@ const FakeField* FakeStore::fieldOf(const GUID& wanted) const
     if (guid(wanted.Data2) != wanted) return nullptr;
     const bool dynamic = wanted.Data2 >= dynamicRange;
     const LONG key = dynamic ? -(wanted.Data2 - dynamicRange) : wanted.Data2;
+    // The place that it was found at before, as long as that still holds.
+    std::size_t& hint = hints_[static_cast<std::size_t>(key) % hints_.size()];
+    if (hint < fields.size() && fields[hint].key() == key) return &fields[hint];
     const auto at = std::ranges::find(fields, key, &FakeField::key);
-    return at == fields.end() ? nullptr : &*at;
+    if (at == fields.end()) return nullptr;
+    hint = static_cast<std::size_t>(at - fields.begin());
+    return &*at;
 }
 
 void FakeStore::put(bool ofCategories, const std::u16string& id, const FakeValues& changes)

@@ -1,7 +1,10 @@
 // A contact store in memory, owned by the test: it outlives the translator objects that the engine makes of it.
 // Every look-up is by hash, so that a store of many thousand records measures the engine and not itself.
 #pragma once
+#include "FakeValues.h"
 #include "interfaces.h"
+#include <cstring>
+#include <array>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -24,10 +27,8 @@ struct FakeField {
     [[nodiscard]] LONG key() const noexcept { return dynamicId ? -dynamicId : type; }
 };
 
-// By FakeField::key. An image is a bitmap's bytes in the units of the text, or with capBMPFile and capJPEGFile the path of a file.
-using FakeValues = std::map<LONG, std::u16string>;
-
 struct FakeRecord {
+    // By FakeField::key. An image is a bitmap's bytes in the units of the text, or with capBMPFile and capJPEGFile the path of a file.
     FakeValues values;
     DATE created = 0, modified = 0;
     bool verified = true;
@@ -37,7 +38,16 @@ struct FakeIdHash {
     using is_transparent = void;
     std::size_t operator()(std::u16string_view id) const noexcept { return std::hash<std::u16string_view>{}(id); }
 };
-using FakeRecords = std::unordered_map<std::u16string, FakeRecord, FakeIdHash, std::equal_to<>>;
+// The library compares 16-bit texts unit by unit.
+inline bool sameText(std::u16string_view a, std::u16string_view b) noexcept
+{
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
+}
+struct FakeIdEqual {
+    using is_transparent = void;
+    bool operator()(std::u16string_view a, std::u16string_view b) const noexcept { return sameText(a, b); }
+};
+using FakeRecords = std::unordered_map<std::u16string, FakeRecord, FakeIdHash, FakeIdEqual>;
 
 // What the translator offers besides ITranslator, and how it behaves.
 struct FakeOptions {
@@ -100,6 +110,7 @@ public:
 private:
     [[nodiscard]] GUID guid(std::uint16_t part) const;
 
+    mutable std::array<std::size_t, 128> hints_{}; // places in `fields`
     bool gaps_ = false;
     std::u16string prefix_;
     int next_ = 1;

@@ -247,8 +247,8 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         const FakeField& field = fieldOf(rField);
         noteOpen("ReadField", lpRecID, side.log->enabled ? printable(field.name) : std::string());
         const std::u16string_view id = com::viewOf(lpRecID);
-        const bool isWritten = writing_ && writing_->id == id;
-        expect(reading_ == id || isWritten, "ReadField of a record that is neither being read nor written");
+        const bool isWritten = writing_ && sameText(writing_->id, id);
+        expect((reading_ && sameText(*reading_, id)) || isWritten, "ReadField of a record that is neither being read nor written");
         const LONG key = field.key();
         if (isWritten)
             if (const auto at = writing_->values.find(key); at != writing_->values.end()) {
@@ -317,7 +317,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::WriteField(BSTR lpRecID, REFGUID rFiel
         const bool isImage = field.dataType == dtImage;
         noteOpen("WriteField", lpRecID,
                  side.log->enabled ? printable(field.name) + "=" + (isImage ? "image" : printable(text)) : std::string());
-        if (!writing_ || writing_->id != com::viewOf(lpRecID)) {
+        if (!writing_ || !sameText(writing_->id, com::viewOf(lpRecID))) {
             expect(false, "WriteField of a record that is not being written");
             throw com::Error(static_cast<HRESULT>(0x8004020C));
         }
@@ -331,7 +331,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::SaveRecord(BSTR* ppRecID)
     if (!ppRecID) return E_POINTER;
     return guarded([&] {
         noteOpen("SaveRecord", *ppRecID);
-        if (!writing_ || writing_->id != com::viewOf(*ppRecID)) {
+        if (!writing_ || !sameText(writing_->id, com::viewOf(*ppRecID))) {
             expect(false, "SaveRecord of a record that is not being written");
             throw com::Error(static_cast<HRESULT>(0x8004020D));
         }

@@ -35,9 +35,17 @@ void appendText(pugi::xml_node n, std::string& out)
     }
 }
 
+// Without looking for the end of a text that differs before it.
+bool isText(const char* text, std::string_view wanted) noexcept
+{
+    for (const char c : wanted)
+        if (*text == '\0' || *text++ != c) return false;
+    return *text == '\0';
+}
+
 XmlElement named(pugi::xml_node n, std::string_view name)
 {
-    while (n && (n.type() != pugi::node_element || name != n.name())) n = n.next_sibling();
+    while (n && (!isText(n.name(), name) || n.type() != pugi::node_element)) n = n.next_sibling();
     return XmlAccess::element(n);
 }
 
@@ -98,8 +106,8 @@ bool XmlElement::isNamed(std::string_view name) const noexcept { return name == 
 bool XmlElement::hasText(std::string_view text) const
 {
     const pugi::xml_node n = XmlAccess::node(*this), child = n.first_child();
-    if (!child) return text == n.value();
-    if (child.type() == pugi::node_pcdata && !child.next_sibling() && !*n.value()) return text == child.value();
+    if (!child) return isText(n.value(), text);
+    if (child.type() == pugi::node_pcdata && !child.next_sibling() && !*n.value()) return isText(child.value(), text);
     return text == this->text();
 }
 
@@ -110,6 +118,15 @@ std::string XmlElement::text() const
     std::string out;
     appendText(n, out);
     return out;
+}
+
+std::string_view XmlElement::text(std::string& buffer) const
+{
+    const pugi::xml_node n = XmlAccess::node(*this), child = n.first_child();
+    if (!child) return n.value();
+    if (child.type() == pugi::node_pcdata && !child.next_sibling() && !*n.value()) return child.value();
+    buffer = text();
+    return buffer;
 }
 
 void XmlElement::setText(std::string_view text) const

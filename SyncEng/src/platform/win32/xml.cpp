@@ -202,6 +202,12 @@ std::string XmlElement::text() const
     return out;
 }
 
+std::string_view XmlElement::text(std::string& buffer) const
+{
+    buffer = text();
+    return buffer;
+}
+
 void XmlElement::setText(std::string_view text) const
 {
     XmlNode& node = *asNode(*this);
