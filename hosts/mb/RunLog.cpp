@@ -60,7 +60,8 @@ bool RunCounts::nothing() const noexcept
 std::optional<RunCounts> countRun(const std::vector<std::string>& lines, std::span<const int> writtenSides)
 {
     const std::string oneWay = beginningOf(146), twoWay = beginningOf(147), copying = beginningOf(231), created = beginningOf(157),
-                      updated = beginningOf(158), deleted = beginningOf(159), matched = beginningOf(230);
+                      updated = beginningOf(158), deleted = beginningOf(159), matched = beginningOf(230), conflict = beginningOf(152),
+                      settled = "\tSETTLED: ";
     RunCounts counts;
     bool told = false, writing = false;
     std::size_t started = 0; // sides whose lines have begun
@@ -72,6 +73,8 @@ std::optional<RunCounts> countRun(const std::vector<std::string>& lines, std::sp
         } else if (writing && line == "\r") {
             ++started;
         }
+        if (line.starts_with(conflict)) counts.conflicts.push_back({line.substr(conflict.size()), {}});
+        if (line.starts_with(settled) && !counts.conflicts.empty()) counts.conflicts.back().settled = line.substr(settled.size());
         if (started == 0 || started > writtenSides.size()) continue;
         SideCounts& here = counts.sides[writtenSides[started - 1]];
         if (line.starts_with(created)) ++here.created;

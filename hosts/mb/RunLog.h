@@ -15,9 +15,15 @@ struct SideCounts {
     int created = 0, updated = 0, deleted = 0;
 };
 
+// A contact that both sides had changed, and what became of it in the engine's words.
+struct SettledConflict {
+    std::string contact, settled;
+};
+
 struct RunCounts {
     SideCounts sides[2];
     int matched = 0;
+    std::vector<SettledConflict> conflicts;
     [[nodiscard]] bool nothing() const noexcept;
 };
 

@@ -116,9 +116,23 @@ Json outcomeJson(const MapInfo& map, const Outcome& outcome)
         json["first"] = sideJson(outcome.counts->sides[0]);
         json["second"] = sideJson(outcome.counts->sides[1]);
         json["matched"] = outcome.counts->matched;
+        json["conflicts"] = Json::array();
+        for (const auto& [contact, settled] : outcome.counts->conflicts)
+            json["conflicts"].push_back({{"contact", printable(contact)}, {"settled", printable(settled)}});
     }
     if (!outcome.message.empty()) json["message"] = outcome.message;
     return json;
+}
+
+void tellConflicts(const std::vector<SettledConflict>& conflicts)
+{
+    constexpr std::size_t shown = 10;
+    for (std::size_t i = 0; i < std::min(conflicts.size(), shown); ++i) {
+        const auto& [contact, settled] = conflicts[i];
+        print("  in conflict: " + (contact.empty() ? "a contact without a name" : printable(contact)) +
+              (settled.empty() ? "\n" : "; " + printable(settled) + "\n"));
+    }
+    if (conflicts.size() > shown) print("  and " + std::to_string(conflicts.size() - shown) + " more in conflict; mb log names them\n");
 }
 
 void tellCounts(const MapInfo& map, const Outcome& outcome)
@@ -132,6 +146,7 @@ void tellCounts(const MapInfo& map, const Outcome& outcome)
     if (outcome.counts->nothing()) return;
     for (const int side : {0, 1}) print(sideSentence(map, side, outcome.counts->sides[side]));
     if (outcome.counts->matched > 0) print("  " + std::to_string(outcome.counts->matched) + " found on both sides and linked\n");
+    tellConflicts(outcome.counts->conflicts);
 }
 
 [[noreturn]] void failWith(const MapInfo& map, const Outcome& outcome)

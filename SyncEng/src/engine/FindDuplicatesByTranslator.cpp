@@ -7,6 +7,8 @@
 #include "engine/StageProgress.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
+#include "text.h"
+#include <unordered_set>
 
 namespace mb {
 namespace {
@@ -73,13 +75,15 @@ private:
         if (FAILED(com::call(finder_, &IDuplicateFinder::FindDuplicate, one_.translator.get(), id.get(), synched_.get(), id2.put())) ||
             id2.empty())
             return;
+        if (!named_.insert(platform::lowered(id2.view())).second) return; // it has its partner
         // The translator may name a record that the analysis did not list.
         auto e2 = FindTask(two_.Tasks, id2.text());
         if (e2 == two_.Tasks.end()) {
+            if (FAILED(com::call(two_.translator, &ITranslator::FindRecord, id2.get()))) return; // it is the finder's invention
             TaskAt(two_.Tasks, id2.text()).Kind = TaskNew;
             e2 = FindTask(two_.Tasks, id2.text());
         } else if (!isOpenNew(e2->second)) {
-            return; // named before, or known to the history: it has its partner
+            return; // known to the history
         }
         readBoth(e1, e2);
         noteDifferences(e1->second, e2->second);
@@ -120,7 +124,8 @@ private:
     {
         const bool send1 = pass_.Send[Side::One], send2 = pass_.Send[Side::Two];
         if (send1 && send2 && e1->second.Changes) {
-            if (LogLevelMask & 1) WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.translator.get(), one_.names, e1->first));
+            if (LogLevelMask & 1)
+                WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.translator.get(), one_.names, e1->first));
             e1->second.MappedId = e2->first;
             e2->second.MappedId = e1->first;
         } else if (send1) {
@@ -138,6 +143,7 @@ private:
     RunState& run_;
     PassSide &one_, &two_;
     com::Ptr<IDuplicateFinder> finder_;
+    std::unordered_set<std::u16string> named_; // folded
     MatchRows rows_;
     TextArray synched_;
 };

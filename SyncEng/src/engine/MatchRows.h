@@ -32,8 +32,12 @@ MatchRows BuildMatchRows(PipelinePass& pass);
 
 inline const MatchField& fieldOf(const MatchRow& row, Side side) noexcept { return side == Side::One ? row.field1 : row.field2; }
 
-// A record takes part in the search only if it is new and nothing was found for it yet.
-inline bool isOpenNew(const RecordTask& task) noexcept { return task.Kind == TaskNew && (!task.MappedId || task.MappedId->empty()); }
+// A record takes part in the search only if it is new and nothing was found for it yet. One that a conflict was settled for stands alone:
+// paired again, it would be no conflict any more, and the two would exchange their values.
+inline bool isOpenNew(const RecordTask& task) noexcept
+{
+    return task.Kind == TaskNew && !task.Settled && (!task.MappedId || task.MappedId->empty());
+}
 
 // A value of a record that was read; the empty text where it has none.
 inline std::u16string_view valueOf(const RecordTask& task, LONG type)

@@ -60,7 +60,9 @@ private:
     {
         LONG resolution = planned(pair, conflict);
         if (LogLevelMask & 1)
-            WriteLogResource(1, 152, DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).translator.get(), pass_.side(Side::One).names, pair.e1->first));
+            WriteLogResource(1, 152,
+                             DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).translator.get(),
+                                            pass_.side(Side::One).names, pair.e1->first));
         if (resolution == croNotify) {
             if (SilentMode) {
                 resolution = silentChoice(pair, conflict);
@@ -70,6 +72,7 @@ private:
             }
         }
         SettleConflict(pass_, pair, resolution);
+        logSettlement(resolution);
         return Asked::Answered;
     }
 
@@ -80,6 +83,18 @@ private:
         const RecordTask &e1 = pair.e1->second, &e2 = pair.e2->second;
         if (e1.Changes && e2.Changes) pair.fields = ListConflictFields(run_.imagesUsable(), *e1.Changes, *e2.Changes, run_.FieldTypes);
         return run_.Options.ConflictResolution;
+    }
+
+    void logSettlement(LONG resolution)
+    {
+        switch (resolution) {
+        case croAddAll: return WriteLogResource(1, 300);
+        case croDeleteAll: return WriteLogResource(1, 301);
+        case croTrans1Wins: return WriteLogResource(1, 302, run_.side(Side::One).Name, 1);
+        case croTrans2Wins: return WriteLogResource(1, 302, run_.side(Side::Two).Name, 2);
+        case croMerge: return WriteLogResource(1, 303);
+        default: return; // answered for all already
+        }
     }
 
     // Without a user both contacts of a pair are kept, and a changed record survives a deletion.

@@ -188,7 +188,8 @@ private:
     {
         if (!heldBack(id)) return addNew(id);
         run_.UnverifiedRecords.push_back(id);
-        WriteLogResource(1, 171, DescribeRecord(nullptr, own_.translator.get(), own_.names, id), run_.side(Side::One).Name, run_.side(Side::Two).Name);
+        WriteLogResource(1, 171, DescribeRecord(nullptr, own_.translator.get(), own_.names, id), run_.side(Side::One).Name,
+                         run_.side(Side::Two).Name);
     }
 
     bool heldBack(const std::u16string& id)

@@ -69,7 +69,7 @@ public:
 
     // False, and an empty document, if the bytes are no acceptable document. The document is read where the bytes lie.
     [[nodiscard]] bool load(std::string&& bytes);
-    // An empty document with one element.
+    // An empty document with one element; none where no document can be made.
     XmlElement create(const char* rootName);
 
     [[nodiscard]] XmlElement root() const;

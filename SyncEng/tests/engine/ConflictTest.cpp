@@ -263,6 +263,32 @@ TEST_F(ConflictTest, TheQuestionOfADeletionTellsTheSideThatHasItNoMore)
     EXPECT_THAT(s.two().records, IsEmpty());
 }
 
+TEST_F(ConflictTest, AfterTheFieldMapWasMadeAnewTheQuestionOffersSideOneInsteadOfAMerge)
+{
+    changeBothCities();
+    Answers answers;
+    std::vector<LONG> presets;
+    answers.change = [&](ConflictQuestion& question) { presets.push_back(question.Resolution); };
+    s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, static_cast<HRESULT>(0x80040213));
+    EXPECT_EQ(syncAsking(), S_OK);
+    EXPECT_THAT(presets, ElementsAre(croMerge, croTrans1Wins));
+}
+
+TEST_F(ConflictTest, TheLogTellsWhatBecameOfAConflict)
+{
+    changeBothCities();
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("\tCONFLICT: Ada Lovelace\r\n\tSETTLED: both are kept\r\n"));
+}
+
+TEST_F(ConflictTest, TheLogTellsWhoWon)
+{
+    s.setOption(soConflictResolution, croTrans2Wins);
+    changeBothCities();
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("\tSETTLED: Second wins (side 2)\r\n"));
+}
+
 TEST_F(ConflictTest, AnEmptyListOnOneSideReportsNoProgress)
 {
     EXPECT_EQ(s.sync(), S_OK);

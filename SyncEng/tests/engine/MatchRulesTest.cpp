@@ -1,6 +1,6 @@
+#include "RulesFixture.h"
+
 #include "engine/MatchRules.h"
-#include "engine/PairDuplicates.h"
-#include "engine/RankCandidates.h"
 #include "engine/RecordIndex.h"
 #include "text.h"
 
@@ -13,44 +13,6 @@ namespace {
 struct ScoreRow {
     const char16_t *a, *b;
     int score, words;
-};
-
-// Two sides with the usual fields, no translators: the rules read nothing but values.
-class Rules : public testing::Test {
-protected:
-    Rules()
-    {
-        for (const LONG type : {ftFirstName, ftLastName, ftEmail1, ftNotes, ftCategories, ftCompany, ftStreet1, ftTitle, ftImage1}) {
-            MatchRow row;
-            row.field1.type = row.field2.type = type;
-            rows.rows.push_back(row);
-        }
-        rows.firstName.type2 = ftFirstName;
-        rows.email.type2 = ftEmail1;
-        rows.notes.type2 = ftNotes;
-        rows.categories.type2 = ftCategories;
-        rows.lastName2 = ftLastName;
-        run.HistoryVersion = 4;
-    }
-    using Values = std::vector<std::pair<LONG, const char16_t*>>;
-    RecordTask& add(Side side, const std::u16string& id, const Values& values)
-    {
-        RecordTask& task = TaskAt(pass.side(side).Tasks, id);
-        task.Kind = TaskNew;
-        task.Values = std::make_unique<FieldValueMap>();
-        for (const auto& [type, value] : values) (*task.Values)[type] = value;
-        return task;
-    }
-    std::optional<std::u16string> rank(const std::vector<std::u16string>& ids, const Values& two)
-    {
-        RecordTask& e2 = add(Side::Two, u"two", two);
-        const MatchKeys keys{std::u16string(valueOf(e2, ftLastName)), std::u16string(valueOf(e2, ftFirstName)),
-                             std::u16string(valueOf(e2, ftEmail1))};
-        return RankCandidates(pass, u"two", keys, ids, rows);
-    }
-    RunState run;
-    PipelinePass pass{.run = run, .sides = {}};
-    MatchRows rows;
 };
 
 } // namespace

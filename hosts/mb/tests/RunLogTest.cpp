@@ -27,6 +27,17 @@ TEST(CountRunTest, TheSecondSideIsWrittenFirst)
     EXPECT_FALSE(counts->nothing());
 }
 
+TEST(CountRunTest, ConflictsAreToldWithWhatBecameOfThem)
+{
+    const auto counts = countRun({"Two-way synchronization", "\tCONFLICT: Ann", "\tSETTLED: both are kept", "\tCONFLICT: Bo",
+                                  "Copying started at a b", "\r", "\tUPDATED in B: Bo"},
+                                 bothSides);
+    ASSERT_EQ(counts->conflicts.size(), 2u);
+    EXPECT_EQ(counts->conflicts[0].contact, "Ann");
+    EXPECT_EQ(counts->conflicts[0].settled, "both are kept");
+    EXPECT_EQ(counts->conflicts[1].settled, "");
+}
+
 TEST(CountRunTest, WithOneDirectionThatSideIsCounted)
 {
     const std::vector<std::string> lines{

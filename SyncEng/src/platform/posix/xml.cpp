@@ -3,6 +3,7 @@
 #include "xml.h"
 
 #include "text.h"
+#include "xml_faults.h"
 #include "xml_guard.h"
 #include <pugixml.hpp>
 
@@ -231,6 +232,7 @@ XmlElement XmlDocument::create(const char* rootName)
 {
     state_->document.reset();
     state_->bytes = std::string();
+    if (rootName == XmlFaults::refusedRoot) return {};
     return XmlAccess::element(state_->document.append_child(rootName));
 }
 

@@ -1,0 +1,230 @@
+#include "SyncScenario.h"
+#include "xml_faults.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using mbtest::FakeValues;
+using mbtest::SyncScenario;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::SizeIs;
+
+FakeValues ada(const char16_t* title = u"Countess")
+{
+    return {{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftEmail1, u"ada@example.org"}, {ftTitle, title}, {ftCity1, u"London"}};
+}
+
+constexpr char asking[] = "Checking for possible duplicates by translator 2.";
+
+// Translator 2 knows its duplicates itself.
+class DuplicateFinder : public testing::Test {
+protected:
+    DuplicateFinder() { s.two().options.duplicates = true; }
+    void expectNothingLost(std::size_t one, std::size_t two)
+    {
+        EXPECT_THAT(s.one().records, SizeIs(one));
+        EXPECT_THAT(s.two().records, SizeIs(two));
+        s.expectInStep();
+    }
+    SyncScenario s;
+};
+
+// No document of records can be made while it lives.
+class WithoutDocuments {
+public:
+    WithoutDocuments() { platform::XmlFaults::refusedRoot = "Records"; }
+    ~WithoutDocuments() { platform::XmlFaults::refusedRoot = {}; }
+};
+
+} // namespace
+
+TEST(Duplicates, ATranslatorThatCannotFindThemIsNotAskedAndTheEngineSearches)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), Not(HasSubstr(asking)));
+    EXPECT_THAT(s.sink().labels, Not(Contains(u"Checking for possible duplicates by translator 2.")));
+    EXPECT_THAT(s.logText(), HasSubstr("MATCHED: Ada Lovelace"));
+}
+
+TEST_F(DuplicateFinder, IsAskedForEachNewRecordBetweenItsBeginAndItsEnd)
+{
+    const auto id = s.one().add(ada());
+    s.one().add({{ftLastName, u"Babbage"}});
+    s.two().options.duplicateOf[id] = s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr(asking));
+    EXPECT_THAT(s.log().starting("2 BeginFindDuplicate"), SizeIs(1));
+    EXPECT_THAT(s.log().starting("2 FindDuplicate"), SizeIs(2));
+    EXPECT_THAT(s.log().starting("2 EndFindDuplicate"), SizeIs(1));
+    EXPECT_THAT(s.logText(), HasSubstr("MATCHED: Ada Lovelace"));
+    expectNothingLost(2, 2);
+}
+
+TEST_F(DuplicateFinder, APairThatDiffersIsAConflictAndTheEngineDoesNotPairItAgain)
+{
+    const auto id = s.one().add(ada(u"Countess"));
+    s.two().options.duplicateOf[id] = s.two().add(ada(u"Mathematician"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("\tPOSSIBLE DUPLICATE: Ada Lovelace"));
+    EXPECT_THAT(s.logText(), HasSubstr("\tCONFLICT: Ada Lovelace"));
+    expectNothingLost(2, 2);
+}
+
+TEST_F(DuplicateFinder, ARecordThatIsNotListedGetsATaskOfItsOwn)
+{
+    // Known to the store, yet left out of its listing.
+    const auto id = s.one().add(ada());
+    const auto hidden = s.two().add(ada());
+    s.two().add({{ftLastName, u"Babbage"}});
+    std::erase(s.two().order, hidden);
+    s.two().options.duplicateOf[id] = hidden;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("MATCHED: Ada Lovelace"));
+    EXPECT_THAT(s.log().starting("2 BeginEditRecord"), ElementsAre("2 BeginEditRecord " + std::string(hidden.begin(), hidden.end())));
+}
+
+TEST_F(DuplicateFinder, AnInventedRecordIsNone)
+{
+    const auto id = s.one().add(ada());
+    s.two().add({{ftLastName, u"Babbage"}});
+    s.two().options.duplicateOf[id] = u"no such record";
+    EXPECT_EQ(s.sync(), S_OK);
+    expectNothingLost(2, 2);
+}
+
+TEST_F(DuplicateFinder, ARecordNamedTwiceIsPairedOnce)
+{
+    const auto first = s.one().add(ada());
+    const auto second = s.one().add(ada());
+    const auto partner = s.two().add(ada());
+    s.two().options.duplicateOf[first] = s.two().options.duplicateOf[second] = partner;
+    EXPECT_EQ(s.sync(), S_OK);
+    expectNothingLost(2, 2);
+}
+
+TEST_F(DuplicateFinder, ASearchThatCannotBeginIsEndedAndTheEngineSearches)
+{
+    s.one().add(ada());
+    s.two().add(ada());
+    s.log().failOn("2 BeginFindDuplicate", 1, E_FAIL);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.log().starting("2 FindDuplicate"), IsEmpty());
+    EXPECT_THAT(s.log().starting("2 EndFindDuplicate"), SizeIs(1));
+    expectNothingLost(1, 1);
+}
+
+TEST_F(DuplicateFinder, AQuestionThatFailsMidwayLeavesThatRecordNew)
+{
+    s.one().add({{ftLastName, u"Babbage"}});
+    const auto id = s.one().add(ada());
+    s.two().options.duplicateOf[id] = s.two().add(ada(u"Mathematician"));
+    s.log().failOn("2 FindDuplicate", 1, E_FAIL);
+    EXPECT_EQ(s.sync(), S_OK);
+    expectNothingLost(3, 3);
+}
+
+TEST_F(DuplicateFinder, InOneDirectionItIsNotAsked)
+{
+    s.setOption(soSyncType, stExportFromTrans1);
+    const auto id = s.one().add(ada());
+    s.two().options.duplicateOf[id] = s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.log().starting("2 BeginFindDuplicate"), IsEmpty());
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(2));
+}
+
+TEST(Duplicates, WithoutDocumentsTheSearchIsMadeInMemory)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    s.one().add({{ftLastName, u"Babbage"}, {ftFirstName, u"Charles"}, {ftTitle, u"x"}});
+    s.two().add({{ftLastName, u"Babbage"}, {ftFirstName, u"Charles"}, {ftTitle, u"y"}});
+    {
+        const WithoutDocuments broken;
+        EXPECT_EQ(s.sync(), S_OK);
+    }
+    EXPECT_THAT(s.sink().labels, Contains(u"Checking for possible duplicates by Sync Engine."));
+    EXPECT_THAT(s.sink().labels, Not(Contains(u"Searching for exact duplicates.")));
+    EXPECT_THAT(s.logText(), HasSubstr("MATCHED: Ada Lovelace"));
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Charles Babbage"));
+    EXPECT_THAT(s.one().records, SizeIs(3));
+    EXPECT_THAT(s.two().records, SizeIs(3));
+    s.expectInStep();
+}
+
+TEST(Duplicates, ALastNameWithAQuoteIsFoundByTheRuleInMemory)
+{
+    SyncScenario s;
+    s.one().add({{ftLastName, u"O\"Hara"}, {ftFirstName, u"Ann"}, {ftTitle, u"x"}});
+    s.two().add({{ftLastName, u"O\"Hara"}, {ftFirstName, u"Ann"}, {ftTitle, u"y"}});
+    const WithoutDocuments broken;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ann O\"Hara"));
+}
+
+TEST(Duplicates, ARecordThatCannotBeReadIsPassedOverInMemory)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add(ada());
+    s.one().add({{ftLastName, u"Babbage"}});
+    const WithoutDocuments broken;
+    s.log().failOn("1 BeginReadRecord", 1, E_FAIL);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(3)) << "kept apart, since one of them could not be compared";
+    EXPECT_THAT(s.two().records, SizeIs(3));
+}
+
+TEST(Duplicates, NoResultInMemoryIsToldTheSameWay)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add({{ftLastName, u"Babbage"}});
+    const WithoutDocuments broken;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("No duplicates found"));
+}
+
+TEST(Duplicates, OddIdentifiersLoseNoRecord)
+{
+    const std::u16string odd[] = {
+        u"it's \"quoted\"", u"[brackets] and <tags> & more", u"line\r\nend", std::u16string(10'000, u'x'), u"'", u"\"", u"a=b]"};
+    SyncScenario s;
+    for (auto* store : {&s.one(), &s.two()})
+        store->options.makeId = [&odd, suffix = store == &s.one() ? u"" : u" two"](int n) {
+            const std::size_t i = static_cast<std::size_t>(n - 1);
+            return i < std::size(odd) ? odd[i] + suffix : suffix + std::u16string(static_cast<std::size_t>(n), u'y');
+        };
+    for (std::size_t i = 0; i < std::size(odd); ++i) {
+        FakeValues values = ada();
+        values[ftFirstName] = u"Number " + std::u16string(i + 1, u'i');
+        s.one().add(values);
+        if (i % 2 == 0) s.two().add(values);
+    }
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(std::size(odd)));
+    EXPECT_THAT(s.two().records, SizeIs(std::size(odd)));
+    s.expectInStep();
+}
+
+TEST(Duplicates, IdentifiersThatDifferInCaseAloneAreOneRecordToTheEngine)
+{
+    SyncScenario s;
+    s.one().add(u"abc", ada());
+    s.one().add(u"ABC", {{ftLastName, u"Babbage"}});
+    s.two().add({{ftLastName, u"Hopper"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_TRUE(s.one().has(u"abc"));
+    EXPECT_TRUE(s.one().has(u"ABC"));
+    EXPECT_THAT(s.one().records, SizeIs(3)) << "both stay where they are, and the other side's contact came";
+}

@@ -1,0 +1,111 @@
+// The tiers of a candidate, told by who wins a walk over several.
+#include "RulesFixture.h"
+
+namespace mb {
+namespace {
+
+// What a candidate shares with the record looked for, and how many of the leading words of its street are found there.
+struct Candidate {
+    bool email, firstName;
+    int score, words;
+};
+
+struct Walk {
+    const char* what;
+    bool hasFirstName, hasEmail; // of the record looked for
+    std::vector<Candidate> candidates;
+    int winner; // -1 for none
+};
+
+constexpr const char16_t* known[] = {u"alfa ", u"bravo ", u"charlie ", u"delta ", u"echo "};
+
+std::u16string street(int score, int words)
+{
+    std::u16string text;
+    for (int i = 0; i < words; ++i) text += i < score ? known[i] : u"nowhere ";
+    return text + u"x";
+}
+
+// A candidate that shares neither name nor e-mail still passes the gate where both lack the same one.
+class Tiers : public Rules {
+protected:
+    std::optional<std::u16string> winnerOf(const Walk& walk)
+    {
+        std::vector<std::u16string> ids;
+        for (const Candidate& candidate : walk.candidates) {
+            ids.push_back(u"candidate " + std::u16string(ids.size() + 1, u'i'));
+            RecordTask& task = add(Side::One, ids.back(), {{ftLastName, u"Last"}});
+            (*task.Values)[ftStreet1] = street(candidate.score, candidate.words);
+            if (candidate.email)
+                (*task.Values)[ftEmail1] = u"e@example.org";
+            else if (walk.hasEmail)
+                (*task.Values)[ftEmail1] = u"other@example.org";
+            if (candidate.firstName)
+                (*task.Values)[ftFirstName] = u"First";
+            else if (walk.hasFirstName)
+                (*task.Values)[ftFirstName] = u"Other";
+        }
+        Values two{{ftLastName, u"Last"}, {ftStreet1, u"alfa bravo charlie delta echo y"}};
+        if (walk.hasFirstName) two.emplace_back(ftFirstName, u"First");
+        if (walk.hasEmail) two.emplace_back(ftEmail1, u"e@example.org");
+        return rank(ids, two);
+    }
+};
+
+} // namespace
+
+TEST_F(Tiers, TheWinnerOfAWalk)
+{
+    constexpr bool yes = true, no = false;
+    const Walk walks[] = {
+        {"tier 1: e-mail, first name, score and ratio", yes, yes, {{yes, yes, 1, 1}}, 0},
+        {"tier 3: e-mail and first name", yes, yes, {{yes, yes, 0, 0}}, 0},
+        {"tier 4: first name, score and ratio", yes, yes, {{no, yes, 1, 1}}, 0},
+        {"tier 5: e-mail, score and ratio", yes, yes, {{yes, no, 1, 1}}, 0},
+        {"tier 8: first name", yes, yes, {{no, yes, 0, 0}}, 0},
+        {"tier 9: e-mail", yes, yes, {{yes, no, 0, 0}}, 0},
+        {"tier 10: score and ratio", no, no, {{no, no, 1, 1}}, 0},
+        {"tier 12: nothing but the last name", no, no, {{no, no, 0, 0}}, 0},
+        {"no tier: neither name nor e-mail nor score", yes, no, {{no, no, 0, 1}}, -1},
+        {"tier 1 before 2: a higher score with a lower ratio", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 2, 4}}, 0},
+        {"tier 2 before 3", yes, yes, {{yes, no, 1, 1}, {yes, yes, 2, 4}, {yes, yes, 0, 0}}, 1},
+        {"tier 2 before 4", yes, yes, {{no, yes, 1, 1}, {yes, yes, 2, 4}}, 1},
+        {"tier 3 before 4", yes, yes, {{no, yes, 1, 1}, {yes, yes, 0, 0}}, 1},
+        {"tier 4 before 5, whichever comes first", yes, yes, {{yes, no, 1, 1}, {no, yes, 2, 2}}, 1},
+        {"tier 4 before 5 with the higher score", yes, yes, {{no, yes, 1, 1}, {yes, no, 2, 2}}, 0},
+        {"tier 5 before 6", yes, yes, {{yes, no, 1, 1}, {no, yes, 2, 4}}, 0},
+        {"tier 6 before 8 and 10", yes, no, {{no, no, 1, 1}, {no, yes, 2, 4}, {no, yes, 0, 0}}, 1},
+        {"tier 7 before 9 and 10", no, yes, {{no, no, 1, 1}, {yes, no, 2, 4}, {yes, no, 0, 0}}, 1},
+        {"tier 8 before 9, whichever comes first", yes, yes, {{yes, no, 0, 0}, {no, yes, 0, 0}}, 1},
+        {"tier 8 before 9", yes, yes, {{no, yes, 0, 0}, {yes, no, 0, 0}}, 0},
+        {"tier 9 before 10", no, yes, {{no, no, 1, 1}, {yes, no, 0, 0}}, 1},
+        {"tier 10 before 11: a higher score with a lower ratio", no, no, {{no, no, 1, 1}, {no, no, 2, 4}}, 0},
+        {"tier 10 before 12", no, no, {{no, no, 0, 0}, {no, no, 1, 1}}, 1},
+        {"tier 1 beats an earlier tier 9", yes, yes, {{yes, no, 0, 0}, {yes, yes, 1, 1}}, 1},
+        {"in tier 3 the later wins", yes, yes, {{yes, yes, 0, 0}, {yes, yes, 0, 0}}, 1},
+        {"in tier 8 the later wins", yes, yes, {{no, yes, 0, 0}, {no, yes, 0, 0}}, 1},
+        {"in tier 9 the later wins", yes, yes, {{yes, no, 0, 0}, {yes, no, 0, 0}}, 1},
+        {"in tier 12 the later wins", no, no, {{no, no, 0, 0}, {no, no, 0, 0}}, 1},
+        {"in tier 1 the higher score wins", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 2, 2}}, 1},
+        {"in tier 2 the higher score wins", yes, yes, {{yes, no, 1, 1}, {yes, yes, 2, 4}, {yes, yes, 3, 5}}, 2},
+        {"a tie in the score keeps the earlier", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 1, 1}}, 0},
+    };
+    for (const Walk& walk : walks) {
+        pass.side(Side::One).Tasks.clear();
+        pass.side(Side::Two).Tasks.clear();
+        const auto winner = winnerOf(walk);
+        const auto expected =
+            walk.winner < 0 ? std::nullopt : std::optional(u"candidate " + std::u16string(static_cast<std::size_t>(walk.winner) + 1, u'i'));
+        EXPECT_EQ(winner, expected) << walk.what;
+    }
+}
+
+TEST_F(Tiers, ATierWithoutTheOneThatBarsItsRatio)
+{
+    // Tier 11 shows only where the one that raised the ratio has got a partner since.
+    add(Side::One, u"barred", {{ftLastName, u"Last"}, {ftStreet1, u"alfa x"}}).MappedId = u"elsewhere";
+    add(Side::One, u"half", {{ftLastName, u"Last"}, {ftStreet1, u"alfa nowhere x"}});
+    EXPECT_EQ(rank({u"barred", u"half"}, {{ftLastName, u"Last"}, {ftStreet1, u"alfa bravo y"}}), u"half");
+}
+
+} // namespace mb
