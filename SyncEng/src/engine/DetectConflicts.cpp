@@ -1,4 +1,5 @@
 #include "engine/Conflicts.h"
+#include "engine/FailureReport.h"
 #include "engine/ImageFields.h"
 #include "engine/RecordChanges.h"
 #include "engine/StageProgress.h"
@@ -23,14 +24,14 @@ class Detection {
 public:
     Detection(PipelinePass& pass, ConflictTable& conflicts) : pass_(pass), run_(pass.run), conflicts_(conflicts) {}
 
-    void examine(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
+    HRESULT examine(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
     {
+        if (!e1.Changes && !e2.Changes && e1.Kind != TaskDelete && e2.Kind != TaskDelete) return examineChangedPair(id1, e1, id2, e2);
         if (e1.Changes || e2.Changes)
             examineReadPair(id1, e1, id2, e2);
-        else if (e1.Kind == TaskDelete || e2.Kind == TaskDelete)
-            add(id1, {id2, true, deleteAction(e1)});
         else
-            examineChangedPair(id1, e1, id2, e2);
+            add(id1, {id2, true, deleteAction(e1)});
+        return S_OK;
     }
 
 private:
@@ -44,13 +45,24 @@ private:
         return e1.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
     }
 
-    void examineChangedPair(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
+    // What cannot be read may be in conflict: the run ends, or each side would overwrite what the other one changed.
+    HRESULT examineChangedPair(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
     {
-        FieldValueMap changes1 = ReadRecordChanges(pass_, Side::One, id1, ReadErrors::SkipField, e1.FieldMapRemapped);
-        FieldValueMap changes2 = ReadRecordChanges(pass_, Side::Two, id2, ReadErrors::SkipField, e2.FieldMapRemapped);
-        if (ChangesOverlap(changes1, changes2, run_.FieldTypes)) add(id1, {id2, false, run_.Options.ConflictResolution});
-        e1.Changes = std::make_unique<FieldValueMap>(std::move(changes1));
-        e2.Changes = std::make_unique<FieldValueMap>(std::move(changes2));
+        PerSide<FieldValueMap> changes;
+        for (const Side side : {Side::One, Side::Two}) {
+            HRESULT failure = S_OK;
+            const bool first = side == Side::One;
+            changes[side] =
+                ReadRecordChanges(pass_, side, first ? id1 : id2, ReadErrors::SkipField, (first ? e1 : e2).FieldMapRemapped, &failure);
+            if (FAILED(failure)) {
+                chargeFailure(pass_, side);
+                return failure;
+            }
+        }
+        if (ChangesOverlap(changes.one, changes.two, run_.FieldTypes)) add(id1, {id2, false, run_.Options.ConflictResolution});
+        e1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
+        e2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
+        return S_OK;
     }
 
     // A pair that a search for duplicates made, or that an earlier call has read. Wanted: the options are not consulted.
@@ -85,7 +97,10 @@ HRESULT DetectConflicts(PipelinePass& pass, StageProgress& progress, ConflictTab
     for (auto& [id1, e1] : tasks1) {
         if (!e1.MappedId || e1.Settled) continue;
         if (const auto found = partners.find(platform::lowered(id1)); found != partners.end())
-            for (const TaskList::iterator e2 : found->second) detection.examine(id1, e1, e2->first, e2->second);
+            for (const TaskList::iterator e2 : found->second) {
+                const HRESULT hr = detection.examine(id1, e1, e2->first, e2->second);
+                if (FAILED(hr)) return hr;
+            }
         if (progress.advance(step) == E_ABORT) return E_ABORT;
     }
     return progress.reach(50.0);

@@ -134,6 +134,7 @@ private:
             if (isImageType(type)) continue; // pictures take no part yet
             com::Variant read;
             const HRESULT hr = com::call(pass_.side(side).translator, &ITranslator::ReadField, id, fields[j], read.put());
+            if (FAILED(hr)) values.erase(type); // so that it is read again when it is to be written, and not written as empty
             const bool hasText = SUCCEEDED(hr) && read.vt == VT_BSTR && read.bstrVal;
             if (!hasText) continue; // it leaves no trace in the digest
             value = read.text();
@@ -288,7 +289,7 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
         for (std::size_t j = 0; j < rows.rows.size(); ++j) {
             const LONG type = fieldOf(rows.rows[j], side).type;
             std::u16string& value = (*task.Values)[type];
-            if (!isImageType(type)) (void)readText(pass.side(side).translator.get(), id, fields[j], value);
+            if (!isImageType(type) && FAILED(readText(pass.side(side).translator.get(), id, fields[j], value))) task.Values->erase(type);
         }
         (void)com::call(pass.side(side).translator, &ITranslator::EndReadRecord, id);
     };

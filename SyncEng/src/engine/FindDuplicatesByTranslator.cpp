@@ -90,6 +90,12 @@ private:
         decide(e1, e2);
     }
 
+    // A value that cannot be read is read again when it is to be written, and not written as empty.
+    static void readInto(FieldValueMap& values, LONG type, const PassSide& side, BSTR id, const GUID& field)
+    {
+        if (FAILED(readText(side.translator.get(), id, field, values[type]))) values.erase(type);
+    }
+
     void readBoth(TaskList::iterator e1, TaskList::iterator e2)
     {
         for (RecordTask* task : {&e1->second, &e2->second})
@@ -101,8 +107,8 @@ private:
             for (std::size_t i = 0; i < rows_.rows.size(); ++i) {
                 const MatchRow& row = rows_.rows[i];
                 if (isImageType(row.field1.type) || isImageType(row.field2.type)) continue;
-                (void)readText(one_.translator.get(), id1.get(), fields1[i], (*e1->second.Values)[row.field1.type]);
-                (void)readText(two_.translator.get(), id2.get(), fields2[i], (*e2->second.Values)[row.field2.type]);
+                readInto(*e1->second.Values, row.field1.type, one_, id1.get(), fields1[i]);
+                readInto(*e2->second.Values, row.field2.type, two_, id2.get(), fields2[i]);
             }
             (void)com::call(two_.translator, &ITranslator::EndReadRecord, id2.get());
         }

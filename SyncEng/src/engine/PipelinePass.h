@@ -3,10 +3,15 @@
 #include "engine/DescribeRecord.h"
 #include "engine/RunState.h"
 #include "store/CSyncHistory.h"
+#include "text.h"
 #include <optional>
 #include <span>
+#include <unordered_set>
 
 namespace mb {
+
+// Texts of the history lists, which stay as they are while tasks are made of them.
+using Identifiers = std::unordered_set<std::u16string_view, platform::HashNoCase, platform::EqualNoCase>;
 
 struct PassSide {
     com::Ptr<ITranslator> translator;
@@ -16,6 +21,7 @@ struct PassSide {
     com::Ptr<IPIMUserAccess> access;
     std::vector<HistoryEntry> HistoryList; // in the order of the history file
     TaskList Tasks;                        // what is to be done because of this side's records, and deletions of them
+    Identifiers Seen, Gone;                // of the known records: those that were found, and those that were not when asked for
     com::TaskArray<GUID> Fields;           // the mapped fields; entry i goes with entry i of the other side
     NameFields names;                      // where its records' names are, once they were looked for
 
@@ -33,6 +39,7 @@ struct PipelinePass {
     PerSide<bool> Send{true, true}; // this side's records go to the other one; so it is scanned, and the other written
     bool FirstSync = false;         // the map has no usable history
     bool HasHistory = true;         // at least one side has history entries
+    std::vector<std::u16string> GoneOnBoth{}; // records that neither side has any more
     std::size_t TotalTasks = 0, DoneTasks = 0;
 
     [[nodiscard]] PassSide& side(Side which) noexcept { return sides[which]; }

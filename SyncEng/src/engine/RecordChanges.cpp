@@ -27,8 +27,9 @@ public:
     OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId)
         : run_(pass.run), own_(pass.side(side)), id_(recordId), images_(own_.translator.tryAs<IImageSupport>())
     {
-        open_ = SUCCEEDED(run_.History->ReadFieldData(sectionOf(side), recordId, stored)) &&
-                SUCCEEDED(com::call(own_.translator, &ITranslator::BeginReadRecord, id_.get()));
+        if (FAILED(run_.History->ReadFieldData(sectionOf(side), recordId, stored))) return;
+        failure = com::call(own_.translator, &ITranslator::BeginReadRecord, id_.get());
+        open_ = SUCCEEDED(failure);
     }
     OpenRecord(const OpenRecord&) = delete;
     OpenRecord& operator=(const OpenRecord&) = delete;
@@ -46,9 +47,15 @@ public:
         return run_.imagesUsable() && images_ && SUCCEEDED(hasImage(images_.get(), id_.get(), field, has));
     }
     std::int64_t imageSize(const GUID& field) const { return readImageSize(images_.get(), id_.get(), field); }
-    HRESULT text(const GUID& field, std::u16string& value) const { return readText(own_.translator.get(), id_.get(), field, value); }
+    HRESULT text(const GUID& field, std::u16string& value)
+    {
+        const HRESULT hr = readText(own_.translator.get(), id_.get(), field, value);
+        if (SUCCEEDED(failure)) failure = hr;
+        return hr;
+    }
 
     FieldValueMap stored;
+    HRESULT failure = S_OK; // the first of the translator's
 
 private:
     RunState& run_;
@@ -91,8 +98,9 @@ void collectImageChange(const OpenRecord& record, const GUID& field, LONG type, 
 
 } // namespace
 
-bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId)
+bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, bool& unread)
 {
+    unread = false;
     if (!pass.side(side).field) return true;
     bool changed = false, storedFixed = false;
     FieldValueMap corrected;
@@ -108,17 +116,22 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
             if (changed) break;
         }
         corrected = std::move(record.stored);
+        unread = FAILED(record.failure);
     }
     if (!changed && storedFixed) (void)pass.run.History->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
     return changed;
 }
 
-FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force)
+FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
+                                HRESULT* failure)
 {
     FieldValueMap out;
     if (!pass.side(side).field) return out;
     OpenRecord record(pass, side, recordId);
-    if (!record) return out;
+    if (!record) {
+        if (failure) *failure = record.failure;
+        return out;
+    }
     const auto fields = pass.fields(side);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         LONG type = 0;
@@ -129,7 +142,9 @@ FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16str
             continue;
         }
         std::u16string value;
-        if (FAILED(record.text(field, value))) {
+        const HRESULT hr = record.text(field, value);
+        if (FAILED(hr)) {
+            if (failure && SUCCEEDED(*failure)) *failure = hr;
             if (readErrors == ReadErrors::SkipField) continue;
             return {};
         }

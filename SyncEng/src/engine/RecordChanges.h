@@ -7,11 +7,14 @@ namespace mb {
 
 // True at the first field that differs, and where there is nothing to compare with. An image that is gone is not a change:
 // the history is corrected instead.
-bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId);
+// `unread` tells that a field could not be read, so that "no change" is not certain.
+bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, bool& unread);
 
 enum class ReadErrors { SkipField, GiveUp };
 
-// The fields that differ, with the values as they were read; with force all plain fields. Empty where nothing can be read.
-FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force);
+// The fields that differ, with the values as they were read; with force all plain fields. Empty where nothing can be read. The first
+// failure of the translator is stored where asked for.
+FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
+                                HRESULT* failure = nullptr);
 
 } // namespace mb

@@ -30,7 +30,7 @@ public:
         FillFieldTypes(pass_);
         WriteLogText(1, u"\r");
         const HRESULT hr = DetectConflicts(pass_, progress_, conflicts_);
-        if (hr == E_ABORT) return hr;
+        if (FAILED(hr)) return hr;
         if (conflicts_.empty()) {
             WriteLogResource(1, 151);
             return progress_.reach(100.0);

@@ -151,6 +151,7 @@ private:
         HRESULT hr = AnalyzeHistory(pass_);
         for (const Side side : bothSides)
             if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.Send[side]);
+        if (SUCCEEDED(hr)) ForgetGone(pass_);
         if (SUCCEEDED(hr)) hr = FindDuplicatesByTranslator(pass_);
         if (SUCCEEDED(hr)) hr = ResolveConflicts(pass_);
         if (SUCCEEDED(hr)) hr = FindDuplicates(pass_);

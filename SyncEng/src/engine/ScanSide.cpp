@@ -10,7 +10,6 @@
 #include "text.h"
 #include <set>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace mb {
 namespace {
@@ -109,31 +108,42 @@ private:
 
     HRESULT scanHistory()
     {
-        seen_.reserve(own_.HistoryList.size());
+        own_.Seen.reserve(own_.HistoryList.size());
         const double step = 50.0 / static_cast<double>(own_.HistoryList.size());
         for (HistoryEntry& entry : own_.HistoryList) {
-            scanEntry(entry);
+            const HRESULT hr = scanEntry(entry);
+            if (FAILED(hr)) return hr;
             if (progress_.advance(step) == E_ABORT) return E_ABORT;
         }
         return S_OK;
     }
 
-    void scanEntry(HistoryEntry& entry)
+    HRESULT scanEntry(HistoryEntry& entry)
     {
         const com::Bstr id(entry.Id), mapped(entry.MappedId);
         const bool otherGone = FAILED(com::call(other_.translator, &ITranslator::FindRecord, mapped.get()));
-        if (SUCCEEDED(com::call(own_.translator, &ITranslator::FindRecord, id.get()))) {
-            seen_.insert(entry.Id);
-            if (!changedByDate(id, entry)) return;
+        const bool ownGone = FAILED(com::call(own_.translator, &ITranslator::FindRecord, id.get()));
+        (ownGone ? own_.Gone : own_.Seen).insert(entry.Id);
+        if (otherGone) other_.Gone.insert(entry.MappedId);
+        if (own_.Gone.contains(entry.Id) && own_.Seen.contains(entry.Id)) return contradicts(side_, entry.Id);
+        if (otherGone && other_.Seen.contains(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
+        if (!ownGone) {
+            if (!changedByDate(id, entry)) return S_OK;
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
             if (otherGone) storeDeletion(entry, entry.Id); // a change here against a deletion there: the conflict stage decides
-        } else if (!otherGone) {
-            if (FindTask(other_.Tasks, entry.MappedId) == other_.Tasks.end()) storeDeletion(entry, std::nullopt);
-        } else {
-            // Gone on both sides. Only the one of these that finds the entry does anything.
-            (void)UnlinkHistoryEntry(*run_.History, Side::One, entry.Id);
-            (void)UnlinkHistoryEntry(*run_.History, Side::Two, entry.Id);
+        } else if (otherGone) {
+            pass_.GoneOnBoth.push_back(entry.Id);
+        } else if (FindTask(other_.Tasks, entry.MappedId) == other_.Tasks.end()) {
+            storeDeletion(entry, std::nullopt);
         }
+        return S_OK;
+    }
+
+    // A store that has a record which it did not find a moment ago does not know what it holds: nothing is deleted by its word.
+    HRESULT contradicts(Side side, const std::u16string& id)
+    {
+        WriteLogText(4, u"%s has the record %s, and does not find it.", run_.side(side).Name, id);
+        return E_FAIL;
     }
 
     void storeDeletion(const HistoryEntry& entry, std::optional<std::u16string> mappedId)
@@ -152,17 +162,20 @@ private:
         if (FAILED(com::call(own_.translator, &ITranslator::GetModifiedDate, id.get(), &now))) return false;
         const DATE then = entry.ModifiedTime;
         const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable;
-        if (now == 0.0 || then == 0.0) return RecordChangedSinceHistory(pass_, side_, entry.Id);
+        bool unread = false;
+        if (now == 0.0 || then == 0.0) return RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
         if (now == then && !imagePass) return false;
         if (now > 0.0 && then > 0.0 && now > then) {
-            if (RecordChangedSinceHistory(pass_, side_, entry.Id)) return true;
-            // The date moved but no field did: remember the date, so that the next run need not read the record.
+            if (RecordChangedSinceHistory(pass_, side_, entry.Id, unread)) return true;
+            // The date moved but no field did: remember the date, so that the next run need not read the record. Not so where a field could
+            // not be read: its change would never be seen again.
+            if (unread) return false;
             entry.ModifiedTime = now;
             (void)run_.History->WriteEntry(sectionOf(side_), entry);
             return false;
         }
         // Wanted: a date that went backwards is no change, whatever the fields hold.
-        return imagePass && RecordChangedSinceHistory(pass_, side_, entry.Id);
+        return imagePass && RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
     }
 
     HRESULT findNewRecords(double share)
@@ -172,6 +185,7 @@ private:
             com::Bstr id;
             if (SUCCEEDED(com::call(own_.translator, &ITranslator::GetRecordID, i, id.put()))) {
                 ++scanned_;
+                if (own_.Gone.contains(id.view())) return contradicts(side_, id.text());
                 if (mayBeNew(id.view())) testNewRecord(id.text());
             }
             if (progress_.advance(step) == E_ABORT) return E_ABORT;
@@ -181,7 +195,7 @@ private:
 
     bool mayBeNew(std::u16string_view id) const
     {
-        return (!transferSide_ || remaining_.contains(platform::lowered(id))) && !seen_.contains(id);
+        return (!transferSide_ || remaining_.contains(platform::lowered(id))) && !own_.Seen.contains(id);
     }
 
     void testNewRecord(const std::u16string& id)
@@ -210,10 +224,17 @@ private:
     LONG recordCount_ = 0, scanned_ = 0;
     std::set<std::u16string> selected_; // in order, lowered
     std::set<std::u16string> remaining_;
-    std::unordered_set<std::u16string_view, platform::HashNoCase, platform::EqualNoCase> seen_; // of the history list's own texts
 };
 
 } // namespace
+
+void ForgetGone(PipelinePass& pass)
+{
+    // Only the one of these that finds the entry does anything.
+    for (const std::u16string& id : pass.GoneOnBoth)
+        for (const Side side : {Side::One, Side::Two}) (void)UnlinkHistoryEntry(*pass.run.History, side, id);
+    pass.GoneOnBoth.clear();
+}
 
 HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled)
 {

@@ -6,7 +6,11 @@
 namespace mb {
 
 // Additions and changes go to this side's tasks; a record that is gone becomes a deletion in the other side's tasks.
-// The history is touched in two ways only: the date of an entry that proved unchanged, and pairs that are gone on both sides.
+// The history is touched in one way only: the date of an entry that proved unchanged. A store that contradicts itself about what it
+// has ends the run.
 HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled);
+
+// Takes the pairs that are gone on both sides out of the history, once every side was scanned and none contradicted itself.
+void ForgetGone(PipelinePass& pass);
 
 } // namespace mb

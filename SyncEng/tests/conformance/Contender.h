@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -30,6 +31,7 @@ public:
 struct Contender {
     std::string name;
     std::function<std::unique_ptr<Subject>()> make;
+    friend void PrintTo(const Contender& contender, std::ostream* out) { *out << contender.name; }
 };
 
 std::vector<Contender> contenders();
