@@ -5,6 +5,7 @@
 #include "text.h"
 #include "xml_faults.h"
 #include "xml_guard.h"
+#include <new>
 #include <pugixml.hpp>
 
 namespace platform {
@@ -62,6 +63,12 @@ std::vector<XmlElement> selectFrom(pugi::xml_node context, const std::string& xp
         found.clear();
     }
     return found;
+}
+
+// What pugixml answers with "false" or "none" is an allocation that failed.
+void mustSucceed(bool done)
+{
+    if (!done) throw std::bad_alloc();
 }
 
 // The node that holds an element's first text: the element itself for a text in front of all else.
@@ -136,12 +143,12 @@ void XmlElement::setText(std::string_view text) const
     if (n.first_child()) {
         // One text alone can be overwritten where it stands.
         if (n.first_child() == n.last_child() && n.first_child().type() == pugi::node_pcdata && !*n.value()) {
-            n.first_child().set_value(text.data(), text.size());
+            mustSucceed(n.first_child().set_value(text.data(), text.size()));
             return;
         }
         n.remove_children();
     }
-    n.text().set(text.data(), text.size());
+    mustSucceed(n.text().set(text.data(), text.size()));
 }
 
 std::optional<std::string> XmlElement::firstText() const
@@ -159,7 +166,7 @@ bool XmlElement::setFirstText(std::string_view text) const
 
 void XmlElement::appendCData(std::string_view text) const
 {
-    XmlAccess::node(*this).append_child(pugi::node_cdata).set_value(text.data(), text.size());
+    mustSucceed(XmlAccess::node(*this).append_child(pugi::node_cdata).set_value(text.data(), text.size()));
 }
 
 std::optional<std::string> XmlElement::attribute(const char* name) const
@@ -173,7 +180,7 @@ void XmlElement::setAttribute(const char* name, std::string_view value) const
     pugi::xml_node n = XmlAccess::node(*this);
     pugi::xml_attribute found = n.attribute(name);
     if (!found) found = n.append_attribute(name);
-    found.set_value(value.data(), value.size());
+    mustSucceed(found.set_value(value.data(), value.size()));
 }
 
 XmlElement XmlElement::parent() const
@@ -195,7 +202,13 @@ std::size_t XmlElement::elementCount() const
     return n;
 }
 
-XmlElement XmlElement::appendChild(const char* name) const { return XmlAccess::element(XmlAccess::node(*this).append_child(name)); }
+XmlElement XmlElement::appendChild(const char* name) const
+{
+    const pugi::xml_node made = XmlAccess::node(*this).append_child(name);
+    mustSucceed(static_cast<bool>(made));
+    return XmlAccess::element(made);
+}
+
 void XmlElement::removeChild(const XmlElement& child) const { XmlAccess::node(*this).remove_child(XmlAccess::node(child)); }
 
 std::vector<XmlElement> XmlElement::select(const std::string& xpath) const { return selectFrom(XmlAccess::node(*this), xpath); }
@@ -221,8 +234,12 @@ bool XmlDocument::load(std::string&& bytes)
     state_->document.reset();
     state_->bytes = std::move(bytes);
     const bool harmless = makeUtf8(state_->bytes) && isHarmlessXml(state_->bytes);
-    if (harmless && state_->document.load_buffer_inplace(state_->bytes.data(), state_->bytes.size(), parseFlags, pugi::encoding_utf8))
-        return true;
+    if (harmless) {
+        const pugi::xml_parse_result parsed =
+            state_->document.load_buffer_inplace(state_->bytes.data(), state_->bytes.size(), parseFlags, pugi::encoding_utf8);
+        if (parsed) return true;
+        if (parsed.status == pugi::status_out_of_memory) throw std::bad_alloc(); // it says nothing about the document
+    }
     state_->document.reset();
     state_->bytes = std::string();
     return false;
