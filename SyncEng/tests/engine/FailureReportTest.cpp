@@ -1,0 +1,150 @@
+#include "registry.h"
+#include "SyncScenario.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using mbtest::SyncScenario;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr HRESULT engineCode(unsigned low) { return static_cast<HRESULT>(0x80040000u | low); }
+
+// A contact to write, and a target that fails to begin.
+class FailureReport : public testing::Test {
+protected:
+    FailureReport() { s.one().add({{ftLastName, u"Lovelace"}}); }
+    // A run with a user, and what it showed.
+    std::string show(HRESULT failure)
+    {
+        s.makeMap();
+        s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, failure);
+        const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
+        EXPECT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(synchronizer->Synchronize(s.map(), VARIANT_FALSE), failure);
+        return testing::internal::GetCapturedStderr();
+    }
+    bool lastRunWasGood()
+    {
+        VARIANT_BOOL good = VARIANT_FALSE;
+        EXPECT_EQ(s.maps()->GetLastSyncStatus(s.map(), &good), S_OK);
+        return good != VARIANT_FALSE;
+    }
+    SyncScenario s;
+};
+
+} // namespace
+
+TEST_F(FailureReport, ATextWithACodeHasTheCodeInBracketsBehindIt)
+{
+    s.two().options.errorCode = 42;
+    s.two().options.errorMessage1 = u"The store is locked.";
+    EXPECT_THAT(show(engineCode(0x204)), HasSubstr("The store is locked. (42)"));
+}
+
+TEST_F(FailureReport, TwoTextsHaveAnEmptyLineBetweenThem)
+{
+    s.two().options.errorMessage1 = u"The store is locked.";
+    s.two().options.errorMessage2 = u"Close the other program.";
+    (void)show(engineCode(0x204));
+    EXPECT_THAT(s.logText(), HasSubstr("The store is locked.\n\nClose the other program."));
+}
+
+TEST_F(FailureReport, WithoutATextTheMessageOfTheCodeNamesTheTranslator)
+{
+    const std::pair<unsigned, const char*> table[] = {
+        {0x201, "An error occurred while initializing Second"},
+        {0x202, "An error occurred while opening the Second file"},
+        {0x203, "An error occurred while closing the Second file"},
+        {0x204, "An error occurred while saving the Second file"},
+        {0x205, "An error occurred while reading the configuration for Second"},
+        {0x206, "An error occurred while writing the configuration for Second"},
+        {0x207, "An error occurred while finding a contact in Second"},
+        {0x208, "An error occurred while reading a contact from Second"},
+        {0x209, "An error occurred while reading contact information from Second"},
+        {0x20A, "An error occurred while adding a contact to Second"},
+        {0x20B, "An error occurred while editing a contact in Second"},
+        {0x20C, "An error occurred while writing contact information to Second"},
+        {0x20D, "An error occurred while saving a contact in Second"},
+        {0x20E, "An error occurred while deleting a contact in Second"},
+        {0x20F, "An error occurred while updating information in Second"},
+        {0x210, "An error occurred while updating information in Second"},
+        {0x218, "An error occurred while initializing Second"},
+    };
+    s.two().options.errorCode = 7;
+    for (const auto& [low, text] : table) EXPECT_THAT(show(engineCode(low)), HasSubstr(std::string(text) + " (7)")) << low;
+}
+
+TEST_F(FailureReport, ACodeOfTheSystemsHasTheSystemsTextAndNoNumber)
+{
+    s.two().options.errorCode = 7;
+    const std::string shown = show(E_OUTOFMEMORY);
+    EXPECT_THAT(shown, Not(IsEmpty()));
+    EXPECT_THAT(shown, Not(HasSubstr("(7)")));
+}
+
+TEST_F(FailureReport, ASilentRunShowsNoBoxAndWritesTheTextToTheLog)
+{
+    s.makeMap();
+    s.two().options.errorMessage1 = u"The store is locked.";
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_THAT(s.logText(), HasSubstr("The store is locked."));
+    EXPECT_EQ(s.lastError().first, u"The store is locked.");
+    EXPECT_FALSE(lastRunWasGood());
+}
+
+TEST_F(FailureReport, TheScheduleStopShowsNoBoxAndLeavesTheSchedule)
+{
+    constexpr char16_t path[] = u"Software\\Zorel\\Mirabook\\MBSyncCfg";
+    ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
+    auto key = platform::RegistryKey::open(platform::Root::CurrentUser, path);
+    ASSERT_TRUE(key);
+    key->setNumber(u"AutoSyncEnabled", 1);
+    key->setNumber(u"AutoSyncSchedule", 5);
+    EXPECT_EQ(show(engineCode(0x214)), "");
+    EXPECT_EQ(key->number(u"AutoSyncEnabled"), 1u);
+    EXPECT_EQ(key->number(u"AutoSyncSchedule"), 5u);
+    EXPECT_FALSE(lastRunWasGood());
+}
+
+TEST_F(FailureReport, TheSilentCodesShowNothing)
+{
+    for (const unsigned low : {0x211u, 0x215u, 0x216u}) EXPECT_EQ(show(engineCode(low)), "") << low;
+}
+
+TEST_F(FailureReport, ASilentStopAndACancelLeaveTheLastStatusAsItWas)
+{
+    EXPECT_EQ(s.sync(), S_OK);
+    for (const HRESULT code : {engineCode(0x211), E_ABORT}) {
+        s.one().set(s.one().order.at(0), ftCity1, code == E_ABORT ? u"a" : u"b");
+        s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, code);
+        EXPECT_EQ(s.sync(), code);
+        EXPECT_TRUE(lastRunWasGood());
+    }
+}
+
+TEST_F(FailureReport, TheFailingSideIsAskedFirstAndTheOtherOneOnlyIfItTellsNothing)
+{
+    s.one().options.errorMessage1 = u"of one";
+    s.two().options.errorMessage1 = u"of two";
+    EXPECT_THAT(show(engineCode(0x204)), HasSubstr("of two"));
+    s.two().options.errorMessage1.clear();
+    EXPECT_THAT(show(engineCode(0x204)), HasSubstr("of one"));
+}
+
+TEST_F(FailureReport, WithNoErrorTheHostGetsAnEmptyCodeAndTwoEmptyTexts)
+{
+    const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
+    com::Variant code;
+    com::Bstr first, second;
+    EXPECT_EQ(synchronizer->GetLastError(code.put(), first.put(), second.put()), S_OK);
+    EXPECT_EQ(code.vt, VT_EMPTY);
+    EXPECT_TRUE(first.empty());
+    EXPECT_TRUE(second.empty());
+}
