@@ -11,6 +11,7 @@
 #include "store/CDataStream.h"
 #include "store/ConfigStore.h"
 #include "translators/CFieldMap.h"
+#include "translators/CTranslatorBridge.h"
 #include "translators/CTrManager.h"
 #include "translators/CTrServices.h"
 #include "translators/TranslatorCategory.h"
@@ -28,7 +29,7 @@ HRESULT notAvailable(IUnknown*, REFIID, void** out) noexcept
 constexpr com::ClassEntry classTable[] = {
     {&__uuidof(TrServices), u"MBSync.TrServices", u"TrServices Class", com::create<mb::CTrServices>},
     {&__uuidof(TrManager), u"MBSync.TrManager", u"TrManager Class", com::create<mb::CTrManager>},
-    {&__uuidof(TranslatorBridge), u"MBSync.TranslatorBridge", u"TranslatorBridge Class", notAvailable},
+    {&__uuidof(TranslatorBridge), u"MBSync.TranslatorBridge", u"TranslatorBridge Class", com::create<mb::CTranslatorBridge>},
     {&__uuidof(SyncTransfer), u"MBSync.SyncTransfer", u"SyncTransfer Class", notAvailable},
     {&__uuidof(Synchronizer), u"MBSync.Synchronizer", u"Synchronizer Class", com::create<mb::CSynchronizer>},
     {&__uuidof(LogFile), u"MBSync.LogFile", u"LogFile Class", com::create<mb::CLogFile>},

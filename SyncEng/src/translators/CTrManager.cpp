@@ -5,6 +5,7 @@
 #include "foundation/Log.h"
 #include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
+#include "translators/CTranslatorBridge.h"
 #include "translators/SideSettings.h"
 #include "translators/TranslatorCategory.h"
 #include "translators/TrMapKeys.h"
@@ -87,6 +88,22 @@ HRESULT STDMETHODCALLTYPE CTrManager::DeleteMap(REFGUID guid)
 HRESULT STDMETHODCALLTYPE CTrManager::Install(REFGUID rClsId) { return platform::registerClassInCategory(rClsId, translatorCategory); }
 HRESULT STDMETHODCALLTYPE CTrManager::UnInstall(REFGUID rClsId) { return platform::unregisterClassInCategory(rClsId, translatorCategory); }
 
+namespace {
+
+// A class that refuses ITranslator may be a translator of the older contract. Its settings lie in the section of its class.
+HRESULT loadOldTranslator(REFCLSID clsid, com::Ptr<ITranslator>& translator)
+{
+    com::Ptr<ITrServices> services;
+    HRESULT hr = MakeServices(clsid, idTrans1, services);
+    if (FAILED(hr)) return hr;
+    const auto bridge = com::make<CTranslatorBridge>();
+    hr = bridge->start(clsid, services);
+    if (SUCCEEDED(hr)) translator = bridge;
+    return hr;
+}
+
+} // namespace
+
 HRESULT STDMETHODCALLTYPE CTrManager::Load(REFGUID rClsId, ITranslator** ppTrans)
 {
     if (!ppTrans) return E_POINTER;
@@ -94,12 +111,16 @@ HRESULT STDMETHODCALLTYPE CTrManager::Load(REFGUID rClsId, ITranslator** ppTrans
     return com::guarded([&] {
         com::Ptr<ITranslator> translator;
         HRESULT hr = createClass(rClsId, translator);
-        if (SUCCEEDED(hr) && !translator) hr = E_FAIL; // a class that says success and gives nothing
-        if (SUCCEEDED(hr)) {
-            *ppTrans = translator.detach();
-            return hr;
+        if (FAILED(hr)) {
+            (void)translator.detach(); // what a failed creation left there is no object
+            hr = loadOldTranslator(rClsId, translator);
+        } else if (!translator) {
+            hr = E_FAIL; // a class that says success and gives nothing
         }
-        WriteLogResource(4, 161, hr, com::guidText(rClsId));
+        if (SUCCEEDED(hr))
+            *ppTrans = translator.detach();
+        else
+            WriteLogResource(4, 161, hr, com::guidText(rClsId));
         return hr;
     });
 }

@@ -1,0 +1,24 @@
+// The old plug-in, registered from its file and loaded as any other, over a store file of the test's own.
+#pragma once
+#include "TranslatorsFixture.h"
+
+namespace mbtest {
+
+inline constexpr GUID oldNumbers{0x01D00001, 0x1111, 0x4111, {0x81, 0x11, 0x01, 0xD0, 0, 0, 0, 0x01}};
+inline constexpr GUID oldTexts{0x01D00002, 0x2222, 0x4222, {0x82, 0x22, 0x01, 0xD0, 0, 0, 0, 0x02}};
+inline constexpr GUID oldBare{0x01D00003, 0x3333, 0x4333, {0x83, 0x33, 0x01, 0xD0, 0, 0, 0, 0x03}};
+
+class BridgeTest : public TranslatorsTest {
+protected:
+    BridgeTest();
+
+    // The class's fields by index, as the bridge gives them.
+    std::vector<GUID> fieldsOf(const com::Ptr<ITranslator>& translator);
+    // The class loaded and opened on a file of the given text.
+    com::Ptr<ITranslator> open(REFCLSID clsid, const std::string& text = {});
+    // The creation date of a record whose line says so.
+    HRESULT createDate(const std::string& line, DATE& date);
+    static void store(const GUID& section, std::u16string_view key, std::u16string_view value);
+};
+
+} // namespace mbtest
