@@ -15,6 +15,12 @@ namespace mb {
 
 CTrManager::CTrManager(IUnknown* outer) noexcept : Object(outer) { platform::silenceSystemErrorBoxes(); }
 
+CTrManager::~CTrManager()
+{
+    (void)Cleanup();
+    (void)CloseStore();
+}
+
 HRESULT STDMETHODCALLTYPE CTrManager::EnumerateTranslators(LONG* pCount, GUID** ppIds)
 {
     if (!pCount || !ppIds) return E_POINTER;

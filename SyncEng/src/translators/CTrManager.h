@@ -1,11 +1,16 @@
-// Translators and maps: the class TrManager. Finds, registers and creates translators (ITrManager, ITrMapEntry), and keeps the pairs of
-// them with their options (ITrMap) in the configuration store, one section a map.
+// Translators and maps: the class TrManager. Finds, registers and creates translators (ITrManager, ITrMapEntry), keeps the pairs of them
+// with their options (ITrMap) in the configuration store, one section a map, and gives hosts a view of a map's history
+// (IFidemarkSupport) and lists of record identifiers by file (IFidemarkFilter).
 #pragma once
 #include "interfaces.h"
+#include "store/CSyncHistory.h"
+#include "translators/FilterStore.h"
+#include <memory>
+#include <optional>
 
 namespace mb {
 
-class CTrManager final : public com::Object<ITrManager, ITrMapEntry, ITrMap> {
+class CTrManager final : public com::Object<ITrManager, ITrMapEntry, ITrMap, com::Dual<IFidemarkSupport>, com::Dual<IFidemarkFilter>> {
 public:
     explicit CTrManager(IUnknown* outer) noexcept;
 
@@ -59,6 +64,33 @@ public:
     HRESULT STDMETHODCALLTYPE GetHistoryCategories(REFGUID guid, _TransIds transId, SAFEARRAY** ppsaCategoryGuids,
                                                    SAFEARRAY** ppsaCategoryNames) override;
     HRESULT STDMETHODCALLTYPE SetFieldMapStatusForHistRecs(REFGUID guid, BSTR transTypeSection, VARIANT_BOOL fieldMapChanged) override;
+
+    // IFidemarkSupport (FidemarkSupport.cpp)
+    HRESULT STDMETHODCALLTYPE Initialize(REFGUID gTrMap) override;
+    HRESULT STDMETHODCALLTYPE GetMappedRecordId(_TransIds transId, BSTR lpRecID, BSTR* ppMappedId) override;
+    HRESULT STDMETHODCALLTYPE GetRecordStatus(_TransIds transId, BSTR lpRecID, LONG* pStatus) override;
+    HRESULT STDMETHODCALLTYPE Cleanup() override;
+    HRESULT STDMETHODCALLTYPE SetRecordStatus(_TransIds transId, BSTR lpRecID, LONG status) override;
+    HRESULT STDMETHODCALLTYPE GetHistoryRecords(_TransIds transId, SAFEARRAY** ppsaRecordIds) override;
+    HRESULT STDMETHODCALLTYPE BeginGetFieldData(_TransIds transId, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE GetFieldData(LONG fieldType, BSTR* pFieldData) override;
+    HRESULT STDMETHODCALLTYPE EndGetFieldData() override;
+    HRESULT STDMETHODCALLTYPE GetHistoryRecordsWithFMStatus(_TransIds transId, LONG status, SAFEARRAY** ppsaRecordIds) override;
+    HRESULT STDMETHODCALLTYPE GetNumOfHistoryRecords(_TransIds transId, LONG* pCount) override;
+
+    // IFidemarkFilter (FidemarkFilter.cpp)
+    HRESULT STDMETHODCALLTYPE OpenStore() override;
+    HRESULT STDMETHODCALLTYPE AddEntry(BSTR lpFile, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE EnumerateEntries(BSTR lpFile, ULONG ulIndex, BSTR* lpRecID) override;
+    HRESULT STDMETHODCALLTYPE DeleteEntry(BSTR lpFile, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE CloseStore() override;
+
+private:
+    ~CTrManager() override;
+
+    std::unique_ptr<CSyncHistory> history_;  // between Initialize and Cleanup
+    std::optional<FieldValueMap> fieldData_; // between BeginGetFieldData and EndGetFieldData
+    std::unique_ptr<FilterStore> filter_;    // between OpenStore and CloseStore
 };
 
 } // namespace mb

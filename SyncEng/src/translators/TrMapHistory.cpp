@@ -1,13 +1,11 @@
 // The part of CTrManager that tells what the history of a map holds.
-#include "store/CSyncHistory.h"
 #include "translators/CTrManager.h"
+#include "translators/HistorySide.h"
 
 namespace mb {
 namespace {
 
-constexpr char16_t side1[] = u"Trans1", side2[] = u"Trans2";
-
-std::u16string_view sideText(_TransIds side) { return side == idTrans1 ? side1 : side2; }
+constexpr const char16_t *side1 = historySideOf(idTrans1), *side2 = historySideOf(idTrans2);
 
 // Opens the map's history and works on it.
 template <class F> HRESULT withHistory(REFGUID map, F&& work)
@@ -80,11 +78,11 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetHistoryCategories(REFGUID guid, _TransI
     if (FAILED(hr)) return hr;
     return withHistory(categories, [&](CSyncHistory& history) {
         std::vector<std::u16string> records, ids, names;
-        const HRESULT listed = history.ListRecords(sideText(transId), records);
+        const HRESULT listed = history.ListRecords(historySideOf(transId), records);
         if (FAILED(listed)) return listed;
         for (std::u16string& record : records) {
             FieldValueMap fields;
-            if (FAILED(history.ReadFieldData(sideText(transId), record, fields))) continue;
+            if (FAILED(history.ReadFieldData(historySideOf(transId), record, fields))) continue;
             const auto name = fields.find(ftLastName);
             if (name == fields.end() || name->second.empty()) continue;
             names.push_back(name->second);

@@ -1,0 +1,140 @@
+// The part of CTrManager that shows hosts the records of a map's history with their status. A record that the history does not know
+// reads as one that is not there, and not as a failure.
+#include "foundation/Format.h"
+#include "text.h"
+#include "translators/CTrManager.h"
+#include "translators/HistorySide.h"
+
+namespace mb {
+namespace {
+
+// No entries give a null array.
+HRESULT giveIds(const std::vector<HistoryEntry>& entries, SAFEARRAY** out)
+{
+    if (entries.empty()) return S_OK;
+    std::vector<std::u16string> ids;
+    ids.reserve(entries.size());
+    for (const HistoryEntry& entry : entries) ids.push_back(entry.Id);
+    *out = com::makeTextArray(ids);
+    return S_OK;
+}
+
+} // namespace
+
+HRESULT STDMETHODCALLTYPE CTrManager::Initialize(REFGUID gTrMap)
+{
+    return com::guarded([&] {
+        (void)Cleanup();
+        history_ = std::make_unique<CSyncHistory>(nullptr);
+        return history_->Open(gTrMap);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetMappedRecordId(_TransIds transId, BSTR lpRecID, BSTR* ppMappedId)
+{
+    if (!ppMappedId) return E_POINTER;
+    *ppMappedId = nullptr;
+    return com::guarded([&] {
+        HistoryEntry entry;
+        entry.Id = com::textOf(lpRecID);
+        const bool known = history_ && SUCCEEDED(history_->ReadEntry(historySideOf(transId), entry, false));
+        com::give(ppMappedId, known ? entry.MappedId : std::u16string());
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetRecordStatus(_TransIds transId, BSTR lpRecID, LONG* pStatus)
+{
+    if (!pStatus) return E_POINTER;
+    *pStatus = rsNotPresent;
+    return com::guarded([&] {
+        FieldValueMap fields;
+        if (!history_ || FAILED(history_->ReadFieldData(historySideOf(transId), com::viewOf(lpRecID), fields))) return;
+        if (const auto status = fields.find(ftRecordStatus); status != fields.end()) *pStatus = platform::toInt(status->second);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::Cleanup()
+{
+    history_.reset();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::SetRecordStatus(_TransIds transId, BSTR lpRecID, LONG status)
+{
+    if (!history_) return E_FAIL;
+    return com::guarded([&] {
+        const auto side = historySideOf(transId);
+        FieldValueMap fields;
+        const HRESULT hr = history_->ReadFieldData(side, com::viewOf(lpRecID), fields);
+        if (FAILED(hr)) return hr;
+        fields[ftRecordStatus] = Format(u"%d", status);
+        SaveScope scope(history_->store()); // both places of the status with one file written
+        const HRESULT written = history_->WriteFieldData(side, com::viewOf(lpRecID), fields, false, true);
+        const HRESULT saved = scope.finish();
+        return FAILED(written) ? written : saved;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetHistoryRecords(_TransIds transId, SAFEARRAY** ppsaRecordIds)
+{
+    if (!ppsaRecordIds) return E_POINTER;
+    *ppsaRecordIds = nullptr;
+    if (!history_) return E_FAIL;
+    return com::guarded([&]() -> HRESULT {
+        std::vector<HistoryEntry> entries;
+        if (FAILED(history_->LoadEntries(historySideOf(transId), entries, false, false)) || entries.empty()) return E_FAIL;
+        return giveIds(entries, ppsaRecordIds);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::BeginGetFieldData(_TransIds transId, BSTR lpRecID)
+{
+    fieldData_.reset();
+    if (!history_) return E_FAIL;
+    return com::guarded([&] { return history_->ReadFieldData(historySideOf(transId), com::viewOf(lpRecID), fieldData_.emplace()); });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetFieldData(LONG fieldType, BSTR* pFieldData)
+{
+    if (!pFieldData) return E_POINTER;
+    *pFieldData = nullptr;
+    return com::guarded([&]() -> HRESULT {
+        const auto held = fieldData_ ? fieldData_->find(fieldType) : FieldValueMap::const_iterator();
+        const bool found = fieldData_ && held != fieldData_->end();
+        com::give(pFieldData, found ? held->second : std::u16string());
+        return found ? S_OK : E_FAIL;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::EndGetFieldData()
+{
+    fieldData_.reset();
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetHistoryRecordsWithFMStatus(_TransIds transId, LONG status, SAFEARRAY** ppsaRecordIds)
+{
+    if (!ppsaRecordIds) return E_POINTER;
+    *ppsaRecordIds = nullptr;
+    if (!history_) return E_FAIL;
+    return com::guarded([&] {
+        std::vector<HistoryEntry> entries;
+        const HRESULT hr = history_->LoadEntriesWithStatus(historySideOf(transId), status, entries, false);
+        return SUCCEEDED(hr) ? giveIds(entries, ppsaRecordIds) : hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CTrManager::GetNumOfHistoryRecords(_TransIds transId, LONG* pCount)
+{
+    if (!pCount) return E_POINTER;
+    *pCount = 0;
+    if (!history_) return E_FAIL;
+    return com::guarded([&] {
+        std::vector<std::u16string> ids;
+        const HRESULT hr = history_->ListRecords(historySideOf(transId), ids);
+        *pCount = static_cast<LONG>(ids.size());
+        return hr;
+    });
+}
+
+} // namespace mb
