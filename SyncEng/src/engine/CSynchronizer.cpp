@@ -41,6 +41,28 @@ HRESULT currentDatabase2(ITrMap* trMap, const GUID& map, std::u16string& databas
     return hr;
 }
 
+// The cards to transfer, as a run asks for them: none given is an empty selection, and still a transfer.
+class Selection {
+public:
+    explicit Selection(SAFEARRAY* given) : own_(given ? nullptr : com::makeTextArray({})), cards_(given ? given : own_) {}
+    Selection(const Selection&) = delete;
+    Selection& operator=(const Selection&) = delete;
+    ~Selection()
+    {
+        if (own_) (void)SafeArrayDestroy(own_);
+    }
+    // Whether it is a list of texts, and not an array of something else.
+    [[nodiscard]] bool isList() const noexcept
+    {
+        VARTYPE type = VT_EMPTY;
+        return SafeArrayGetDim(cards_) == 1 && SUCCEEDED(SafeArrayGetVartype(cards_, &type)) && type == VT_BSTR;
+    }
+    [[nodiscard]] SAFEARRAY* cards() const noexcept { return cards_; }
+
+private:
+    SAFEARRAY *own_, *cards_;
+};
+
 } // namespace
 
 CSynchronizer::CSynchronizer(IUnknown* outer) : EventSource(outer)
@@ -147,9 +169,11 @@ HRESULT STDMETHODCALLTYPE CSynchronizer::Transfer(BSTR lpTransGUID, BSTR lpMBFil
         GUID target{};
         const HRESULT parsed = com::parseGuid(com::viewOf(lpTransGUID), &target);
         if (FAILED(parsed)) return parsed; // a text that names no translator must not make a map of the null identifier
+        const Selection selection(lpsaCardGUIDs);
+        if (target == GUID_NULL || !selection.isList()) return E_INVALIDARG;
         run_.TransferFile = com::textOf(lpMBFile);
         run_.TransferPassword = com::textOf(lpMBPassword);
-        run_.TransferCards = lpsaCardGUIDs;
+        run_.TransferCards = selection.cards();
         const HRESULT hr = com::guarded([&] { return transfer(target, static_cast<USHORT>(bReverse) >= 65535); });
         run_.TransferFile.clear();
         run_.TransferPassword.clear();

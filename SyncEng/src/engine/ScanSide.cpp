@@ -45,11 +45,12 @@ public:
         HRESULT hr = com::call(own_.translator, &ITranslator::GetRecordCount, &recordCount_);
         if (FAILED(hr)) return hr;
         if (transferSide_) scanned_ = recordCount_;
-        if (own_.HistoryList.empty()) {
-            hr = transferSide_ ? takeSelectedCards() : findNewRecords(100.0);
+        const bool hasPast = !own_.HistoryList.empty();
+        if (transferSide_) {
+            hr = hasPast ? scanSelectedCards() : takeSelectedCards();
         } else {
-            hr = transferSide_ ? scanSelectedCards() : scanHistory();
-            if (SUCCEEDED(hr)) hr = findNewRecords(50.0);
+            if (hasPast) hr = scanHistory();
+            if (SUCCEEDED(hr)) hr = findNewRecords(hasPast ? 50.0 : 100.0);
         }
         if (SUCCEEDED(hr)) WriteLogResource(1, run_.CategoryPass ? 203 : 148, state().Name, scanned_);
         return hr;
@@ -61,7 +62,6 @@ private:
     void readSelectedCards()
     {
         for (const std::u16string& card : com::textArray(run_.TransferCards)) selected_.insert(platform::lowered(card));
-        remaining_.insert(selected_.begin(), selected_.end());
     }
 
     void addNew(const std::u16string& id)
@@ -79,12 +79,13 @@ private:
         return S_OK;
     }
 
+    // Every selected card gets its task here, if it needs one, and no other card may get any: the store is not walked for new records,
+    // however large it is.
     HRESULT scanSelectedCards()
     {
         std::unordered_map<std::u16string, HistoryEntry*> byId;
         for (HistoryEntry& entry : own_.HistoryList) byId[platform::lowered(entry.Id)] = &entry;
         for (const std::u16string& card : selected_) {
-            remaining_.erase(card); // it has its task, if it needs one: the search for new records must not give it a second
             const auto known = byId.find(card);
             if (known == byId.end())
                 addNew(card);
@@ -186,16 +187,11 @@ private:
             if (SUCCEEDED(com::call(own_.translator, &ITranslator::GetRecordID, i, id.put()))) {
                 ++scanned_;
                 if (own_.Gone.contains(id.view())) return contradicts(side_, id.text());
-                if (mayBeNew(id.view())) testNewRecord(id.text());
+                if (!own_.Seen.contains(id.view())) testNewRecord(id.text());
             }
             if (progress_.advance(step) == E_ABORT) return E_ABORT;
         }
         return S_OK;
-    }
-
-    bool mayBeNew(std::u16string_view id) const
-    {
-        return (!transferSide_ || remaining_.contains(platform::lowered(id))) && !own_.Seen.contains(id);
     }
 
     void testNewRecord(const std::u16string& id)
@@ -223,7 +219,6 @@ private:
     StageProgress progress_;
     LONG recordCount_ = 0, scanned_ = 0;
     std::set<std::u16string> selected_; // in order, lowered
-    std::set<std::u16string> remaining_;
 };
 
 } // namespace
