@@ -10,6 +10,7 @@
 #include "server_registration.h"
 #include "store/CDataStream.h"
 #include "store/ConfigStore.h"
+#include "transfer/CSyncTransfer.h"
 #include "translators/CFieldMap.h"
 #include "translators/CTranslatorBridge.h"
 #include "translators/CTrManager.h"
@@ -30,7 +31,7 @@ constexpr com::ClassEntry classTable[] = {
     {&__uuidof(TrServices), u"MBSync.TrServices", u"TrServices Class", com::create<mb::CTrServices>},
     {&__uuidof(TrManager), u"MBSync.TrManager", u"TrManager Class", com::create<mb::CTrManager>},
     {&__uuidof(TranslatorBridge), u"MBSync.TranslatorBridge", u"TranslatorBridge Class", com::create<mb::CTranslatorBridge>},
-    {&__uuidof(SyncTransfer), u"MBSync.SyncTransfer", u"SyncTransfer Class", notAvailable},
+    {&__uuidof(SyncTransfer), u"MBSync.SyncTransfer", u"SyncTransfer Class", com::create<mb::CSyncTransfer>},
     {&__uuidof(Synchronizer), u"MBSync.Synchronizer", u"Synchronizer Class", com::create<mb::CSynchronizer>},
     {&__uuidof(LogFile), u"MBSync.LogFile", u"LogFile Class", com::create<mb::CLogFile>},
     {&__uuidof(InteropDummy), u"MBSync.InteropDummy", u"InteropDummy Class", notAvailable},

@@ -1,0 +1,67 @@
+#include "transfer/InstallChecks.h"
+
+#include "foundation/AppPaths.h"
+#include "foundation/ClassTable.h"
+#include "foundation/Strings.h"
+#include "interfaces.h"
+#include "transfer/TargetIds.h"
+
+namespace mb {
+namespace {
+
+constexpr HRESULT noProduct = static_cast<HRESULT>(0x80040201);
+constexpr int actMissing = 237, notesMissing = 246, goldMineMissing = 247;
+
+InstallCheck missing(int stringId) { return {false, LoadText(stringId)}; }
+
+com::Ptr<ITranslator> created(const GUID& target)
+{
+    com::Ptr<ITranslator> translator;
+    if (FAILED(createClass(target, translator))) (void)translator.detach();
+    return translator;
+}
+
+// The translator's first message, or its second.
+std::u16string messageOf(const com::Ptr<ITranslator>& translator)
+{
+    const auto info = translator.tryAs<ITranslatorInfo>();
+    com::Variant code;
+    com::Bstr message1, message2;
+    if (!info || FAILED(com::call(info, &ITranslatorInfo::GetLastError, code.put(), message1.put(), message2.put()))) return {};
+    return message1.empty() ? message2.text() : message1.text();
+}
+
+// The translator itself knows whether the product that is installed is the one it serves.
+InstallCheck checkProduct(const GUID& target)
+{
+    const auto translator = created(target);
+    if (!translator) return missing(actMissing);
+    const auto matcher = translator.tryAs<IProductMatcher>();
+    if (!matcher) return {false, {}};
+    VARIANT_BOOL match = VARIANT_FALSE;
+    const HRESULT hr = com::call(matcher, &IProductMatcher::MatchInstalledProduct, &match);
+    if (hr != noProduct && match != VARIANT_FALSE) return {};
+    return {false, messageOf(translator)};
+}
+
+bool isGoldMine(const GUID& target)
+{
+    return target == goldMineTranslator || target == goldMineOtherTranslator || target == goldMineCorporateTranslator ||
+           target == goldMineCorporateOtherTranslator;
+}
+
+} // namespace
+
+InstallCheck CheckTranslatorInstalled(const GUID& target, bool lotusNotesAvailable)
+{
+    if (target == lotusNotesTranslator) return lotusNotesAvailable ? InstallCheck{} : missing(notesMissing);
+    if (isGoldMine(target)) {
+        std::u16string program;
+        return FindGoldMine(program) ? InstallCheck{} : missing(goldMineMissing);
+    }
+    if (target == actTranslator) return checkProduct(target);
+    if (target == secondActTranslator) return created(target) ? InstallCheck{} : missing(actMissing);
+    return {};
+}
+
+} // namespace mb
