@@ -212,8 +212,8 @@ TEST_F(BridgeTest, TheModifiedDateIsReadInTheSameWay)
 
 TEST_F(BridgeTest, ATextOfNoDateFailsAndTheDateIsZero)
 {
-    for (const char* text : {"text:yesterday", "text:2001-02-30", "text:99999999999-1-1", "text:-1-1-1", "text:2001-02-03 25:00",
-                             "text:12:", "text: ", "text:%s%n", "text:2001-02-03junk"}) {
+    for (const char* text : {"text:yesterday", "text:2001-02-30", "text:99999999999-1-1", "text:2001-02-03 25:00",
+                             "text: ", "text:%s%n", "text:2001-02-03junk"}) {
         DATE date = -1.0;
         EXPECT_TRUE(FAILED(createDate(text, date))) << text;
         EXPECT_EQ(date, 0.0) << text;
