@@ -6,10 +6,12 @@ namespace mbhost {
 
 inline constexpr char mapHelp[] = "The map's identifier, or a beginning of it", jsonHelp[] = "As JSON, for scripts";
 
-void addPluginCommands(CLI::App& app); // register, unregister, translators
-void addMapCommands(CLI::App& app);    // add, maps, show, set, remove
-void addFieldCommands(CLI::App& app);  // fields
-void addSyncCommand(CLI::App& app);    // sync
-void addStatusCommands(CLI::App& app); // status, log
+void addPluginCommands(CLI::App& app);   // register, unregister, translators
+void addMapCommands(CLI::App& app);      // add, maps, show, set, remove
+void addFieldCommands(CLI::App& app);    // fields
+void addSyncCommand(CLI::App& app);      // sync
+void addStatusCommands(CLI::App& app);   // status, log
+void addTransferCommands(CLI::App& app); // targets, transfer
+void addRecordCommands(CLI::App& app);   // record-status, filter
 
 } // namespace mbhost

@@ -1,39 +1,13 @@
 #include "Commands.h"
 #include "Failure.h"
-#include "files.h"
-#include "host.h"
 #include "MapName.h"
 #include "Options.h"
 #include "Output.h"
+#include "StoreName.h"
 #include "text.h"
-#include <filesystem>
 
 namespace mbhost {
 namespace {
-
-struct StoreName {
-    std::string translator, database;
-};
-
-StoreName parseStore(const std::string& text)
-{
-    const std::size_t at = text.find('=');
-    if (at == std::string::npos || at == 0 || at + 1 == text.size())
-        throw Failure("A store is given as NAME=DATABASE, as in vCard=/home/me/Contacts; " + quote(text) + " is not.", exitUsage);
-    return {text.substr(0, at), text.substr(at + 1)};
-}
-
-// Databases of the plug-ins here are paths: the shell does not resolve what stands behind the '='.
-std::string absolutePath(const std::string& database)
-{
-    std::filesystem::path path = database;
-    if (database == "~" || database.starts_with("~/"))
-        if (const auto home = platform::environment(u"HOME"))
-            path = platform::pathOf(*home) / (database.size() > 2 ? database.substr(2) : "");
-    std::error_code error;
-    const auto absolute = std::filesystem::absolute(path, error);
-    return error ? database : absolute.lexically_normal().string();
-}
 
 // Opens and closes a side once, so that a map that cannot work is not made.
 void tryStore(ITrMap* maps, const GUID& map, _TransIds side, const StoreName& store)

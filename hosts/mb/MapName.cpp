@@ -30,7 +30,14 @@ std::vector<GUID> listMaps(const Engine& engine)
     com::TaskArray<GUID> maps;
     const HRESULT hr = engine.manager()->EnumerateMaps(maps.putCount(), maps.put());
     if (FAILED(hr)) throw Failure("The configuration cannot be read: " + describe(hr));
-    return {maps.items().begin(), maps.items().end()};
+    std::vector<GUID> listed;
+    const auto store = engine.maps();
+    for (const GUID& map : maps.items()) {
+        GUID first{}, second{};
+        const bool hidden = SUCCEEDED(store->GetTranslators(map, &first, &second)) && second == map;
+        if (!hidden) listed.push_back(map);
+    }
+    return listed;
 }
 
 TranslatorInfo describeTranslator(ITrMap* maps, const GUID& clsid)
@@ -95,6 +102,14 @@ TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators,
     sentence += " Registered are:";
     for (const TranslatorInfo& t : translators) sentence += " " + printable(t.name);
     throw Failure(sentence + ".");
+}
+
+std::string missingPlugin(ITrMap* maps, const TranslatorInfo& info)
+{
+    com::Ptr<ITranslator> translator;
+    const auto loader = com::Ptr<ITrMap>(maps).as<ITrMapEntry>();
+    if (SUCCEEDED(loader->Load(info.clsid, translator.put())) && translator) return {};
+    return "The plug-in " + quote(info.name) + " cannot be loaded. Register it again with mb register.";
 }
 
 } // namespace mbhost

@@ -18,6 +18,7 @@ struct MapInfo {
     std::string databases[2];
 };
 
+// The maps that the user made. Those of transfers, which are named by their target's class, are not among them.
 std::vector<GUID> listMaps(const Engine& engine);
 std::vector<TranslatorInfo> listTranslators(const Engine& engine);
 TranslatorInfo describeTranslator(ITrMap* maps, const GUID& clsid);
@@ -28,6 +29,9 @@ MapInfo describeMap(ITrMap* maps, const GUID& map);
 GUID resolveMap(const std::vector<GUID>& maps, const std::string& text);
 // The translator of that name, ignoring case, or of that class identifier.
 TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators, const std::string& text);
+
+// A sentence for the user if the plug-in cannot be loaded; empty if it can.
+std::string missingPlugin(ITrMap* maps, const TranslatorInfo& translator);
 
 std::string guidName(const GUID& guid);
 // One side of a map as the user gave it, NAME=DATABASE, fit to be shown.

@@ -2,9 +2,9 @@
 #include "Failure.h"
 #include "MapName.h"
 #include "Options.h"
+#include "Outcome.h"
 #include "Output.h"
 #include "Progress.h"
-#include "RunLog.h"
 #include <chrono>
 
 namespace mbhost {
@@ -38,8 +38,8 @@ public:
     {
         com::Variant code;
         com::Bstr message1, message2;
-        if (FAILED(synchronizer_->GetLastError(code.put(), message1.put(), message2.put())) || message1.empty()) return {};
-        return printable(message1.view()) + (message2.empty() ? "" : " " + printable(message2.view()));
+        if (FAILED(synchronizer_->GetLastError(code.put(), message1.put(), message2.put()))) return {};
+        return joined(message1, message2);
     }
 
 private:
@@ -48,24 +48,6 @@ private:
     com::Ptr<IConnectionPoint> point_;
     DWORD cookie_ = 0;
 };
-
-struct Outcome {
-    enum class End { Done, Failed, Cancelled } end = End::Done;
-    double seconds = 0.0;
-    std::optional<RunCounts> counts; // empty if the log does not tell
-    std::string message;             // of a failure
-};
-
-// A map whose first plug-in is missing would end well to the engine, and nothing would have been done.
-std::string missingPlugin(ITrMap* maps, const MapInfo& map)
-{
-    for (const int i : {0, 1}) {
-        com::Ptr<ITranslator> translator;
-        if (FAILED(maps->GetConfiguredTranslator(map.guid, i == 0 ? idTrans1 : idTrans2, translator.put())) || !translator)
-            return "The plug-in " + quote(map.translators[i].name) + " cannot be loaded. Register it again with mb register.";
-    }
-    return {};
-}
 
 // The engine writes the second store first, and with one direction only one of them.
 std::vector<int> writtenSides(ITrMap* maps, const GUID& map)
@@ -80,7 +62,9 @@ std::vector<int> writtenSides(ITrMap* maps, const GUID& map)
 Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map, bool resync)
 {
     Outcome outcome;
-    outcome.message = missingPlugin(maps, map);
+    // A map whose first plug-in is missing would end well to the engine, and nothing would have been done.
+    for (const TranslatorInfo& translator : map.translators)
+        if (outcome.message.empty()) outcome.message = missingPlugin(maps, translator);
     if (!outcome.message.empty()) {
         outcome.end = Outcome::End::Failed;
         return outcome;
@@ -90,69 +74,25 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map, bool resync)
     const HRESULT hr = runner.run(map.guid, resync);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     outcome.counts = countRun(log.lines(), writtenSides(maps, map.guid));
-    if (hr == E_ABORT) {
-        outcome.end = Outcome::End::Cancelled;
-    } else if (FAILED(hr)) {
-        outcome.end = Outcome::End::Failed;
-        outcome.message = runner.lastError();
-        if (outcome.message.empty()) outcome.message = describe(hr);
-    }
+    outcome.settle(hr, [&] { return runner.lastError(); });
     return outcome;
 }
 
-std::string sideSentence(const MapInfo& map, int side, const SideCounts& counts)
+Json mapJson(const MapInfo& map, const Outcome& outcome)
 {
-    return "  " + storeName(map, side) + ": " + std::to_string(counts.created) + " created, " + std::to_string(counts.updated) +
-           " updated, " + std::to_string(counts.deleted) + " deleted\n";
-}
-
-Json sideJson(const SideCounts& counts) { return {{"created", counts.created}, {"updated", counts.updated}, {"deleted", counts.deleted}}; }
-
-Json outcomeJson(const MapInfo& map, const Outcome& outcome)
-{
-    constexpr const char* ends[] = {"done", "failed", "cancelled"};
-    Json json{{"map", guidName(map.guid)}, {"result", ends[static_cast<int>(outcome.end)]}, {"seconds", outcome.seconds}};
-    if (outcome.counts) {
-        json["first"] = sideJson(outcome.counts->sides[0]);
-        json["second"] = sideJson(outcome.counts->sides[1]);
-        json["matched"] = outcome.counts->matched;
-        json["conflicts"] = Json::array();
-        for (const auto& [contact, settled] : outcome.counts->conflicts)
-            json["conflicts"].push_back({{"contact", printable(contact)}, {"settled", printable(settled)}});
-    }
-    if (!outcome.message.empty()) json["message"] = outcome.message;
+    Json json{{"map", guidName(map.guid)}};
+    json.update(outcomeJson(outcome));
     return json;
 }
 
-void tellConflicts(const std::vector<SettledConflict>& conflicts)
+void tellMap(const MapInfo& map, const Outcome& outcome)
 {
-    constexpr std::size_t shown = 10;
-    for (std::size_t i = 0; i < std::min(conflicts.size(), shown); ++i) {
-        const auto& [contact, settled] = conflicts[i];
-        print("  in conflict: " + (contact.empty() ? "a contact without a name" : printable(contact)) +
-              (settled.empty() ? "\n" : "; " + printable(settled) + "\n"));
-    }
-    if (conflicts.size() > shown) print("  and " + std::to_string(conflicts.size() - shown) + " more in conflict; mb log names them\n");
-}
-
-void tellCounts(const MapInfo& map, const Outcome& outcome)
-{
-    const bool done = outcome.end == Outcome::End::Done;
-    const bool idle = done && outcome.counts && outcome.counts->nothing();
-    char time[32];
-    std::snprintf(time, sizeof time, " (%.1f s)\n", outcome.seconds);
-    print(guidName(map.guid) + (idle ? ": nothing to do" : done ? ": done" : ": stopped") + time);
-    if (!outcome.counts) return print("  What was written is not counted: the engine's log is switched off.\n");
-    if (outcome.counts->nothing()) return;
-    for (const int side : {0, 1}) print(sideSentence(map, side, outcome.counts->sides[side]));
-    if (outcome.counts->matched > 0) print("  " + std::to_string(outcome.counts->matched) + " found on both sides and linked\n");
-    tellConflicts(outcome.counts->conflicts);
+    tellCounts(guidName(map.guid), {storeName(map, 0), storeName(map, 1)}, outcome);
 }
 
 [[noreturn]] void failWith(const MapInfo& map, const Outcome& outcome)
 {
-    if (outcome.end == Outcome::End::Cancelled)
-        throw Failure("Cancelled. What was written before is kept, and the next run goes on from there.", exitCancelled);
+    if (outcome.end == Outcome::End::Cancelled) throwCancelled();
     throw Failure("The map " + guidName(map.guid) + " failed: " + outcome.message);
 }
 
@@ -183,9 +123,9 @@ void sync(const std::vector<std::string>& names, bool resync, bool json)
         else
             outcome = runMap(runner, maps.get(), map, resync);
         if (json)
-            out.push_back(outcomeJson(map, outcome));
+            out.push_back(mapJson(map, outcome));
         else if (outcome.end == Outcome::End::Done || (outcome.counts && !outcome.counts->nothing()))
-            tellCounts(map, outcome);
+            tellMap(map, outcome);
         if (outcome.end == Outcome::End::Done) continue;
         if (json) printJson(out);
         failWith(map, outcome);

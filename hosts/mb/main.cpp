@@ -22,7 +22,9 @@ int main(int argc, char** argv)
         addMapCommands(app);
         addFieldCommands(app);
         addSyncCommand(app);
+        addTransferCommands(app);
         addStatusCommands(app);
+        addRecordCommands(app);
         app.parse(argc, argv);
         finishOutput();
         return exitDone;

@@ -1,126 +1,30 @@
-// mb as its users run it: the built program with the real engine and plug-ins, in a home of its own.
-#include "RunProgram.h"
+#include "EndToEndFixture.h"
 
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
-#include <random>
 #include <thread>
 
 namespace {
 
-using mbtest::Result;
-using Json = nlohmann::json;
+using namespace mbtest;
 namespace fs = std::filesystem;
 
-const fs::path binFolder = fs::path(MB_PROGRAM).parent_path();
-const std::string cardFilePlugin = binFolder / "cardfile.so", vCardPlugin = binFolder / "vcard.so";
-
-std::string textOf(const fs::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-void putText(const fs::path& file, const std::string& text)
-{
-    std::ofstream(file, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
-}
-
-void replaceIn(const fs::path& file, const std::string& from, const std::string& to)
-{
-    std::string text = textOf(file);
-    const std::size_t at = text.find(from);
-    ASSERT_NE(at, std::string::npos) << file << " has no " << from;
-    putText(file, text.replace(at, from.size(), to));
-}
-
-bool isOneSentence(const std::string& text)
-{
-    return text.starts_with("mb: ") && text.back() == '\n' && std::count(text.begin(), text.end(), '\n') == 1;
-}
-
-class EndToEndTest : public testing::Test {
-protected:
-    EndToEndTest()
-    {
-        std::random_device random;
-        home_ = fs::temp_directory_path() / ("mb end to end " + std::to_string(random()) + std::to_string(random()));
-        for (const char* folder : {"data", "cache", "Contacts"}) fs::create_directories(home_ / folder);
-        run_.environment = {{"HOME", home_},
-                            {"XDG_DATA_HOME", home_ / "data"},
-                            {"XDG_CONFIG_HOME", home_ / "config"},
-                            {"XDG_CACHE_HOME", home_ / "cache"},
-                            {"MB_REGISTRY", home_ / "registry.reg"}};
-        run_.workFolder = home_;
-    }
-    ~EndToEndTest() override
-    {
-        std::error_code error;
-        fs::remove_all(home_, error);
-    }
-
-    Result mb(const std::vector<std::string>& arguments) { return mbtest::runProgram(MB_PROGRAM, arguments, run_); }
-    Result samples(const std::vector<std::string>& arguments) { return mbtest::runProgram(binFolder / "mbsamples", arguments, run_); }
-    Json json(std::vector<std::string> arguments)
-    {
-        arguments.emplace_back("--json");
-        const Result result = mb(arguments);
-        EXPECT_EQ(result.code, 0) << result.error;
-        return Json::parse(result.out);
-    }
-    void registerPlugins()
-    {
-        const Result result = mb({"register", cardFilePlugin, vCardPlugin});
-        ASSERT_EQ(result.code, 0) << result.error;
-    }
-    std::string addMap(const std::string& first, const std::string& second)
-    {
-        const Result result = mb({"add", first, second});
-        EXPECT_EQ(result.code, 0) << result.error;
-        return result.out.substr(0, result.out.find('\n'));
-    }
-    // The plug-ins, a card file of so many sample contacts, and a map of it and the empty folder.
-    std::string makeMap(int contacts)
-    {
-        registerPlugins();
-        EXPECT_EQ(samples({"fill", cards(), "--count", std::to_string(contacts)}).code, 0);
-        return addMap("Mirabook=" + cards(), "vCard=" + folder().string());
-    }
-    std::string cards() const { return home_ / "cards.db"; }
-    fs::path folder() const { return home_ / "Contacts"; }
-    fs::path dataFolder() const { return home_ / "data" / "Zorel" / "MBSync"; }
-    std::size_t cardCount() const
-    {
-        return static_cast<std::size_t>(std::count_if(fs::directory_iterator(folder()), fs::directory_iterator(),
-                                                      [](const fs::directory_entry& e) { return e.path().extension() == ".vcf"; }));
-    }
-    fs::path cardWith(const std::string& text) const
-    {
-        for (const fs::directory_entry& entry : fs::directory_iterator(folder()))
-            if (textOf(entry.path()).find(text) != std::string::npos) return entry.path();
-        return {};
-    }
-
-    fs::path home_;
-    mbtest::RunOptions run_;
-};
+class EndToEndTest : public EndToEnd {};
 
 } // namespace
 
 TEST_F(EndToEndTest, RegisteringTellsWhatWasRegisteredAndTheListsShowIt)
 {
     EXPECT_EQ(json({"translators"}), Json::array());
-    const Result result = mb({"register", cardFilePlugin, vCardPlugin});
+    const Result result = mb({"register", cardFilePlugin(), vCardPlugin()});
     EXPECT_EQ(result.code, 0) << result.error;
-    EXPECT_EQ(result.out, "registered Mirabook from " + cardFilePlugin + "\nregistered vCard from " + vCardPlugin + "\n");
+    EXPECT_EQ(result.out, "registered Mirabook from " + cardFilePlugin() + "\nregistered vCard from " + vCardPlugin() + "\n");
     const Json list = json({"translators"});
     ASSERT_EQ(list.size(), 2u);
     for (const Json& plugin : list) EXPECT_TRUE(plugin.at("available").get<bool>());
 
-    EXPECT_EQ(mb({"unregister", vCardPlugin}).out, "unregistered vCard from " + vCardPlugin + "\n");
+    EXPECT_EQ(mb({"unregister", vCardPlugin()}).out, "unregistered vCard from " + vCardPlugin() + "\n");
     EXPECT_EQ(json({"translators"}).size(), 1u);
 }
 
@@ -352,7 +256,7 @@ TEST_F(EndToEndTest, ACardFileThatWasOverwrittenFailsTheRunAndStaysAsItIs)
 TEST_F(EndToEndTest, AMapWhosePluginIsGoneFailsInsteadOfDoingNothing)
 {
     (void)makeMap(2);
-    for (const std::string& plugin : {cardFilePlugin, vCardPlugin}) {
+    for (const std::string& plugin : {cardFilePlugin(), vCardPlugin()}) {
         ASSERT_EQ(mb({"unregister", plugin}).code, 0);
         const Result failed = mb({"sync"});
         EXPECT_EQ(failed.code, 1);

@@ -1,0 +1,36 @@
+// The cards of a card file, as far as a transfer has to know them: by identifier, and by the names that their owner gave them.
+#pragma once
+#include "Engine.h"
+#include <map>
+#include <vector>
+
+namespace mbhost {
+
+// The host's own translator.
+inline constexpr GUID hostClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
+
+class CardList {
+public:
+    // Opens the file with the settings of a transfer to the target. Throws a Failure with the reason if it does not open.
+    CardList(const Engine& engine, const GUID& target, const std::string& file, const std::string& password);
+    CardList(const CardList&) = delete;
+    CardList& operator=(const CardList&) = delete;
+    ~CardList();
+
+    [[nodiscard]] std::vector<std::u16string> all();
+    // Each text is an identifier, or a name that only one card has. The same card named twice is one.
+    [[nodiscard]] std::vector<std::u16string> resolve(const std::vector<std::string>& texts);
+
+private:
+    using Names = std::multimap<std::u16string, std::u16string>; // folded name to identifier
+    void check(HRESULT hr, const std::string& what);
+    std::u16string read(BSTR id, LONG type);
+    [[nodiscard]] Names names();
+    [[nodiscard]] std::u16string named(const Names& names, const std::string& text) const;
+
+    std::string file_;
+    com::Ptr<ITranslator> translator_;
+    std::map<LONG, GUID> fields_; // by type
+};
+
+} // namespace mbhost

@@ -1,0 +1,29 @@
+// How a run ended, and what it wrote, for people and for scripts.
+#pragma once
+#include "Engine.h"
+#include "Output.h"
+#include "RunLog.h"
+#include <array>
+#include <functional>
+
+namespace mbhost {
+
+struct Outcome {
+    enum class End { Done, Failed, Cancelled } end = End::Done;
+    double seconds = 0.0;
+    std::optional<RunCounts> counts; // empty if the log does not tell
+    std::string message;             // of a failure
+
+    // Takes the end from the run's result; where the engine has no message for a failure, the system's sentence serves.
+    void settle(HRESULT hr, const std::function<std::string()>& lastError);
+};
+
+Json outcomeJson(const Outcome& outcome);
+// A line for the run as a whole, and one for each store.
+void tellCounts(const std::string& title, const std::array<std::string, 2>& stores, const Outcome& outcome);
+[[noreturn]] void throwCancelled();
+
+// The two messages behind a failure as one sentence.
+std::string joined(const com::Bstr& message1, const com::Bstr& message2);
+
+} // namespace mbhost

@@ -1,0 +1,42 @@
+// mb as its users run it: the built program with the real engine and plug-ins, in a home of its own.
+#pragma once
+#include "RunProgram.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+namespace mbtest {
+
+using Json = nlohmann::json;
+
+std::filesystem::path binFolder();
+std::string cardFilePlugin();
+std::string vCardPlugin();
+std::string textOf(const std::filesystem::path& file);
+void putText(const std::filesystem::path& file, const std::string& text);
+void replaceIn(const std::filesystem::path& file, const std::string& from, const std::string& to);
+bool isOneSentence(const std::string& text);
+
+class EndToEnd : public testing::Test {
+protected:
+    EndToEnd();
+    ~EndToEnd() override;
+
+    Result mb(const std::vector<std::string>& arguments);
+    Result samples(const std::vector<std::string>& arguments);
+    Json json(std::vector<std::string> arguments);
+    void registerPlugins();
+    std::string addMap(const std::string& first, const std::string& second);
+    // The plug-ins, a card file of so many sample contacts, and a map of it and the empty folder.
+    std::string makeMap(int contacts);
+    [[nodiscard]] std::string cards() const { return home_ / "cards.db"; }
+    [[nodiscard]] std::filesystem::path folder() const { return home_ / "Contacts"; }
+    [[nodiscard]] std::filesystem::path dataFolder() const { return home_ / "data" / "Zorel" / "MBSync"; }
+    [[nodiscard]] std::size_t cardCount() const;
+    [[nodiscard]] std::filesystem::path cardWith(const std::string& text) const;
+
+    std::filesystem::path home_;
+    RunOptions run_;
+};
+
+} // namespace mbtest

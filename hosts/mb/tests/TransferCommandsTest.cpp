@@ -1,0 +1,249 @@
+#include "EndToEndFixture.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+
+namespace {
+
+using namespace mbtest;
+namespace fs = std::filesystem;
+
+class TransferCommandsTest : public EndToEnd {
+protected:
+    void fillCards(int count)
+    {
+        registerPlugins();
+        ASSERT_EQ(samples({"fill", cards(), "--count", std::to_string(count)}).code, 0);
+    }
+    std::string target() const { return "vCard=" + folder().string(); }
+    Json transferThree()
+    {
+        return json({"transfer", "--to", target(), "--cards", cards(), "Anna Lindqvist", "jürgen weiß", "Anna Lindqvist"});
+    }
+    void expectFailure(const std::vector<std::string>& arguments, int code, const std::string& named)
+    {
+        const Result result = mb(arguments);
+        EXPECT_EQ(result.code, code) << testing::PrintToString(arguments) << result.error;
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+        EXPECT_NE(result.error.find(named), std::string::npos) << result.error;
+    }
+};
+
+TEST_F(TransferCommandsTest, TargetsAreAllPluginsButTheCardFileItself)
+{
+    EXPECT_EQ(json({"targets"}), Json::array());
+    EXPECT_EQ(mb({"targets"}).code, 0);
+    registerPlugins();
+    const Json targets = json({"targets"});
+    ASSERT_EQ(targets.size(), 1u);
+    EXPECT_EQ(targets.at(0).at("name"), "vCard");
+    EXPECT_EQ(targets.at(0).at("configurable"), true);
+    EXPECT_EQ(targets.at(0).at("images"), false);
+    EXPECT_EQ(targets.at(0).at("program"), "");
+    EXPECT_NE(mb({"targets"}).out.find("vCard"), std::string::npos);
+}
+
+TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
+{
+    fillCards(48);
+    Json run = transferThree();
+    EXPECT_EQ(run.at("result"), "done");
+    EXPECT_EQ(run.at("direction"), "to");
+    EXPECT_EQ(run.at("cards").size(), 2u) << "the same card twice is one";
+    EXPECT_EQ(run.at("second").at("created"), 2);
+    EXPECT_EQ(cardCount(), 2u);
+    EXPECT_EQ(json({"maps"}), Json::array()) << "the map behind it is never seen";
+    EXPECT_EQ(json({"status"}), Json::array());
+    EXPECT_NE(mb({"sync"}).out.find("There is no map yet"), std::string::npos);
+
+    replaceIn(cardWith(":Jürgen Weiß"), "juergen.weiss@example.org", "j.weiss@example.net");
+    run = json({"transfer", "--from", "vCard"});
+    EXPECT_EQ(run.at("first").at("updated"), 1);
+    EXPECT_EQ(run.at("first").at("created"), 0);
+    run = json({"transfer", "--to", "vcard", "--all"});
+    EXPECT_EQ(run.at("second").at("created"), 46);
+    EXPECT_EQ(run.at("second").at("updated"), 0) << "what came from there does not go back";
+    EXPECT_EQ(cardCount(), 48u);
+    EXPECT_NE(mb({"transfer", "--to", "vCard", "Anna Lindqvist"}).out.find("nothing to do"), std::string::npos);
+    EXPECT_NE(textOf(cardWith(":Jürgen Weiß")).find("j.weiss@example.net"), std::string::npos);
+}
+
+TEST_F(TransferCommandsTest, TheHistoriesOfMapsAreNotTouched)
+{
+    const std::string map = makeMap(5);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    const std::string before = textOf(dataFolder() / (map + ".xml"));
+    ASSERT_FALSE(before.empty());
+    fs::create_directory(home_ / "Elsewhere");
+    const std::string elsewhere = "vCard=" + (home_ / "Elsewhere").string();
+    ASSERT_EQ(mb({"transfer", "--to", elsewhere, "--all"}).code, 0) << "the card file is that of the map";
+    ASSERT_EQ(mb({"transfer", "--from", "vCard"}).code, 0);
+    EXPECT_EQ(textOf(dataFolder() / (map + ".xml")), before);
+    EXPECT_EQ(json({"maps"}).size(), 1u);
+    EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
+}
+
+TEST_F(TransferCommandsTest, CardsAreTakenByIdentifierToo)
+{
+    fillCards(3);
+    const Json run = json({"transfer", "--to", target(), "--cards", cards(), "--all"});
+    const std::string id = run.at("cards").at(1);
+    std::string upper = id;
+    std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    EXPECT_EQ(json({"transfer", "--to", "vCard", upper, id}).at("cards").size(), 1u);
+}
+
+TEST_F(TransferCommandsTest, ACardThatIsNotThereOrNotTheOnlyOneIsNamedAndNothingIsCopied)
+{
+    fillCards(48);
+    ASSERT_EQ(samples({"fill", cards(), "--count", "1"}).code, 0);
+    const Json all = json({"transfer", "--to", target(), "--cards", cards(), "--all"});
+    ASSERT_EQ(all.at("cards").size(), 49u);
+    fs::remove_all(folder());
+    fs::create_directory(folder());
+    const std::string twice = samples({"list", cards()}).out;
+    std::vector<std::string> names;
+    for (std::size_t at = 0, end; (end = twice.find('\n', at)) != std::string::npos; at = end + 1)
+        names.push_back(twice.substr(at, end - at));
+    const auto doubled = std::adjacent_find(names.begin(), names.end());
+    ASSERT_NE(doubled, names.end());
+    expectFailure({"transfer", "--to", "vCard", *doubled}, 2, "several cards");
+    expectFailure({"transfer", "--to", "vCard", "Nobody At All"}, 1, "\"Nobody At All\"");
+    expectFailure({"transfer", "--to", "vCard", "Jürgen Weiß", ""}, 1, "\"\"");
+    EXPECT_EQ(cardCount(), 0u);
+}
+
+TEST_F(TransferCommandsTest, WrongUsageIsTwo)
+{
+    fillCards(1);
+    const std::vector<std::vector<std::string>> wrong{{"transfer"},
+                                                      {"transfer", "--to", "vCard"},
+                                                      {"transfer", "--to", "vCard", "--from", "vCard"},
+                                                      {"transfer", "--to", "vCard=", "--all"},
+                                                      {"transfer", "--to", "vCard", "--all", "Anna Lindqvist"},
+                                                      {"transfer", "--from", "vCard", "Anna Lindqvist"},
+                                                      {"transfer", "--to", target(), "--all"}};
+    for (const auto& arguments : wrong) EXPECT_EQ(mb(arguments).code, 2) << testing::PrintToString(arguments);
+}
+
+TEST_F(TransferCommandsTest, AStoreThatDoesNotOpenIsNamed)
+{
+    fillCards(2);
+    expectFailure({"transfer", "--to", "Ledger", "--all", "--cards", cards()}, 1, "\"Ledger\"");
+    expectFailure({"transfer", "--to", "Mirabook", "--all", "--cards", cards()}, 1, "\"Mirabook\"");
+    expectFailure({"transfer", "--to", target(), "--all", "--cards", "none.db"}, 1, "none.db");
+    EXPECT_FALSE(fs::exists(home_ / "none.db")) << "a mistyped name makes no card file";
+    putText(home_ / "junk.db", std::string(5000, 'x'));
+    expectFailure({"transfer", "--to", target(), "--all", "--cards", "junk.db"}, 1, "junk.db");
+    expectFailure({"transfer", "--to", "vCard=" + (home_ / "no folder").string(), "--all", "--cards", cards()}, 1, "no folder");
+    EXPECT_EQ(cardCount(), 0u);
+    EXPECT_EQ(mb({"transfer", "--to", target(), "--all", "--cards", cards()}).code, 0) << "and all is well with the right ones";
+    EXPECT_EQ(cardCount(), 2u);
+}
+
+TEST_F(TransferCommandsTest, ATargetWithoutADatabaseSaysHowToGiveOne)
+{
+    fillCards(1);
+    expectFailure({"transfer", "--to", "vCard", "--all", "--cards", cards()}, 1, "NAME=DATABASE");
+}
+
+TEST_F(TransferCommandsTest, ATransferFromATargetMayBeginACardFile)
+{
+    registerPlugins();
+    putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
+    const Json run = json({"transfer", "--from", target(), "--cards", "fresh.db", "--all"});
+    EXPECT_EQ(run.at("first").at("created"), 1);
+    EXPECT_NE(samples({"list", home_ / "fresh.db"}).out.find("New Person"), std::string::npos);
+}
+
+TEST_F(TransferCommandsTest, AMissingPluginOfTheCardFileIsTold)
+{
+    fillCards(1);
+    ASSERT_EQ(mb({"unregister", cardFilePlugin()}).code, 0);
+    expectFailure({"transfer", "--to", target(), "--all", "--cards", cards()}, 1, "mb register");
+    expectFailure({"transfer", "--from", target(), "--cards", cards()}, 1, "mb register");
+}
+
+TEST_F(TransferCommandsTest, APluginOfTheOlderContractIsATargetAndAStoreAsAnyOther)
+{
+    fillCards(3);
+    ASSERT_EQ(mb({"register", OLD_PLUGIN}).code, 0);
+    ASSERT_EQ(json({"targets"}).size(), 4u);
+    const std::string file = home_ / "old.txt";
+    EXPECT_EQ(json({"transfer", "--to", "OldTexts=" + file, "--cards", cards(), "--all"}).at("second").at("created"), 3);
+    const std::string before = textOf(file);
+    EXPECT_NE(before.find("Lindqvist"), std::string::npos);
+    EXPECT_NE(mb({"transfer", "--to", "oldtexts", "--all"}).out.find("nothing to do"), std::string::npos);
+    EXPECT_EQ(textOf(file), before);
+
+    (void)addMap("OldNumbers=" + (home_ / "numbers.txt").string(), target());
+    putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
+    EXPECT_EQ(json({"sync"}).at(0).at("first").at("created"), 1);
+    EXPECT_NE(textOf(home_ / "numbers.txt").find("Person"), std::string::npos);
+}
+
+class RecordCommandsTest : public EndToEnd {};
+
+TEST_F(RecordCommandsTest, TheRecordsOfAHistoryAreShownWithPartnerAndStatus)
+{
+    const std::string map = makeMap(3);
+    EXPECT_EQ(json({"record-status", map}), Json::array()) << "it never ran";
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    const Json first = json({"record-status", map}), second = json({"record-status", map, "--second"});
+    ASSERT_EQ(first.size(), 3u);
+    ASSERT_EQ(second.size(), 3u);
+    const std::string id = first.at(0).at("record"), partner = first.at(0).at("partner");
+    EXPECT_EQ(json({"record-status", map, partner, "--second"}).at("partner"), id);
+    EXPECT_EQ(first.at(0).at("status"), "not-present") << "neither store keeps a status";
+    EXPECT_NE(mb({"record-status", map}).out.find(partner), std::string::npos);
+}
+
+TEST_F(RecordCommandsTest, AStatusIsSetAndFoundAgain)
+{
+    const std::string map = makeMap(3);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    const std::string id = json({"record-status", map}).at(1).at("record");
+    EXPECT_EQ(json({"record-status", map, id, "--set", "excluded"}).at("status"), "excluded");
+    const Json found = json({"record-status", map, "--status", "excluded"});
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_EQ(found.at(0).at("record"), id);
+    EXPECT_EQ(json({"record-status", map, id, "--set", "-6"}).at("status"), "unreachable");
+    EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos) << "a status is no change of the contact";
+}
+
+TEST_F(RecordCommandsTest, WhatIsNotThereIsNotPresentAndCannotBeSet)
+{
+    const std::string map = makeMap(1);
+    ASSERT_EQ(mb({"sync"}).code, 0);
+    EXPECT_EQ(json({"record-status", map, "nobody"}), (Json{{"record", "nobody"}, {"partner", ""}, {"status", "not-present"}}));
+    const Result failed = mb({"record-status", map, "nobody", "--set", "current"});
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_TRUE(isOneSentence(failed.error)) << failed.error;
+    EXPECT_EQ(mb({"record-status", map, "nobody", "--set", "purple"}).code, 2);
+    EXPECT_EQ(mb({"record-status", map, "--set", "current"}).code, 2);
+    EXPECT_EQ(mb({"record-status", "zz"}).code, 1);
+}
+
+TEST_F(RecordCommandsTest, AFilterListIsKeptByFile)
+{
+    EXPECT_EQ(json({"filter", "cards.db"}).at("records"), Json::array());
+    EXPECT_EQ(json({"filter", "cards.db", "--add", "one", "--add", "two", "--add", "one"}).at("records"), (Json{"one", "two"}));
+    EXPECT_EQ(json({"filter", "other.db", "--add", "three"}).at("records"), (Json{"three"}));
+    EXPECT_EQ(json({"filter", "cards.db", "--remove", "one"}).at("records"), (Json{"two"}));
+    EXPECT_EQ(mb({"filter", "cards.db"}).out, "two\n");
+    EXPECT_EQ(json({"filter", "cards.db", "--clear"}).at("records"), Json::array());
+    EXPECT_EQ(json({"filter", "other.db"}).at("records"), (Json{"three"}));
+    EXPECT_TRUE(fs::exists(dataFolder() / "CNFilter.xml"));
+}
+
+TEST_F(RecordCommandsTest, TheNewCommandsHaveHelpWithAnExample)
+{
+    for (const char* command : {"targets", "transfer", "record-status", "filter"}) {
+        const Result result = mb({command, "--help"});
+        EXPECT_EQ(result.code, 0) << command;
+        EXPECT_NE(result.out.find(std::string("\n  mb ") + command), std::string::npos) << result.out;
+    }
+}
+
+} // namespace
