@@ -75,7 +75,8 @@ inline constexpr HRESULT E_NOTIMPL = makeHr(0x80004001), E_NOINTERFACE = makeHr(
     DISP_E_BADPARAMCOUNT = makeHr(0x8002000E), DISP_E_OVERFLOW = makeHr(0x8002000A), DISP_E_BADVARTYPE = makeHr(0x80020008),
     DISP_E_ARRAYISLOCKED = makeHr(0x8002000D), CO_E_CLASSSTRING = makeHr(0x800401F3), REGDB_E_WRITEREGDB = makeHr(0x80040151),
     CO_E_DLLNOTFOUND = makeHr(0x800401F8), CO_E_ERRORINDLL = makeHr(0x800401F9), CONNECT_E_NOCONNECTION = makeHr(0x80040200),
-    CONNECT_E_ADVISELIMIT = makeHr(0x80040201), CONNECT_E_CANNOTCONNECT = makeHr(0x80040202);
+    CONNECT_E_ADVISELIMIT = makeHr(0x80040201), DISP_E_PARAMNOTFOUND = makeHr(0x80020004), RPC_E_CALL_CANCELED = makeHr(0x80010002),
+    RPC_S_CALLPENDING = makeHr(0x80010115), CONNECT_E_CANNOTCONNECT = makeHr(0x80040202);
 inline constexpr DWORD CLSCTX_INPROC_SERVER = 1, CLSCTX_ALL = 23;
 inline constexpr VARIANT_BOOL VARIANT_TRUE = -1, VARIANT_FALSE = 0;
 inline constexpr BOOL TRUE = 1, FALSE = 0;
@@ -254,3 +255,14 @@ MBCOM_API HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved
 MBCOM_API HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* factory, DWORD context, DWORD flags, DWORD* cookie);
 MBCOM_API HRESULT CoRevokeClassObject(DWORD cookie);
 MBCOM_API void CoFreeUnusedLibraries();  // unloads servers whose DllCanUnloadNow agrees
+
+// What a failed call leaves for its caller on the same thread; taking it clears it. S_FALSE if there is none.
+MBCOM_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
+MBCOM_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
+
+// A call that may take for ever says that it can be cancelled, and asks now and then whether it is: RPC_E_CALL_CANCELED or
+// RPC_S_CALLPENDING. One run at a time: the wish holds for the process, whatever the thread. CoCancelCall may be called in a signal handler.
+MBCOM_API HRESULT CoEnableCallCancellation(void* reserved);
+MBCOM_API HRESULT CoDisableCallCancellation(void* reserved);
+MBCOM_API HRESULT CoCancelCall(DWORD thread, ULONG timeout);
+MBCOM_API HRESULT CoTestCancel();
