@@ -1,5 +1,6 @@
 #include "foundation/ClassTable.h"
 
+#include "text.h"
 #include <utility>
 
 namespace mb {
@@ -28,6 +29,19 @@ HRESULT createClass(REFCLSID clsid, IUnknown* outer, REFIID riid, void** out) no
     if (!row) row = find(moduleRows, clsid);
     if (row) return row->create(outer, riid, out);
     return com::guarded([&] { return CoCreateInstance(clsid, outer, CLSCTX_ALL, riid, out); });
+}
+
+HRESULT createClassByName(std::u16string_view progId, com::Ptr<IDispatch>& out) noexcept
+{
+    return com::guarded([&] {
+        const std::u16string_view bare = progId.ends_with(u".1") ? progId.substr(0, progId.size() - 2) : progId;
+        CLSID clsid{};
+        for (const auto rows : {overridingRows, moduleRows})
+            for (const com::ClassEntry& row : rows)
+                if (platform::equalNoCase(row.progId, bare)) return createClass(*row.clsid, out);
+        const HRESULT hr = CLSIDFromProgID(com::ole(std::u16string(progId).c_str()), &clsid);
+        return SUCCEEDED(hr) ? createClass(clsid, out) : hr;
+    });
 }
 
 } // namespace mb

@@ -3,6 +3,7 @@
 #pragma once
 #include "com.h"
 #include <span>
+#include <string_view>
 
 namespace mb {
 
@@ -28,5 +29,8 @@ template <class I> HRESULT createClass(REFCLSID clsid, com::Ptr<I>& out) noexcep
 {
     return createClass(clsid, nullptr, __uuidof(I), out.putVoid());
 }
+
+// The same by the class's name, with or without its version, for scripts. E_NOINTERFACE if they cannot drive it.
+HRESULT createClassByName(std::u16string_view progId, com::Ptr<IDispatch>& out) noexcept;
 
 } // namespace mb

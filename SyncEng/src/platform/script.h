@@ -1,0 +1,36 @@
+// Scripts that drive components: a text is loaded, and a procedure of it is run. Lua on Linux, VBScript in the Script Control on Windows.
+// What was loaded stays loaded for the life of the runner.
+#pragma once
+#include "com.h"
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+// Why a script stopped, for its author. Line 0 where there is none to name.
+struct ScriptError {
+    std::u16string file, message;
+    int line = 0;
+};
+
+class ScriptRunner {
+public:
+    // How a script's CreateObject makes an object, by the class's name. The Script Control has a way of its own.
+    using Maker = std::function<HRESULT(std::u16string_view progId, com::Ptr<IDispatch>& object)>;
+
+    virtual ~ScriptRunner() = default;
+    ScriptRunner(const ScriptRunner&) = delete;
+    ScriptRunner& operator=(const ScriptRunner&) = delete;
+    // The file's name is for messages only. A failure fills `error`, also that of a script which was cancelled: E_ABORT.
+    virtual HRESULT addCode(std::u16string_view text, std::u16string_view file, ScriptError& error) = 0;
+    virtual HRESULT run(std::u16string_view procedure, ScriptError& error) = 0;
+
+protected:
+    ScriptRunner() = default;
+};
+
+HRESULT createScriptRunner(ScriptRunner::Maker maker, std::unique_ptr<ScriptRunner>& runner);
+
+} // namespace platform
