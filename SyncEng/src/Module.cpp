@@ -1,4 +1,5 @@
 // The top of the house: the four exports, and the table of the module's classes.
+#include "autotest/CSyncAutoTest.h"
 #include "categories.h"
 #include "engine/CSynchronizer.h"
 #include "foundation/ClassTable.h"
@@ -37,7 +38,7 @@ constexpr com::ClassEntry classTable[] = {
     {&__uuidof(InteropDummy), u"MBSync.InteropDummy", u"InteropDummy Class", notAvailable},
     {&__uuidof(FieldMap), u"MBSync.FieldMap", u"FieldMap Class", com::create<mb::CFieldMap>},
     {&__uuidof(DataStream), u"MBSync.DataStream", u"DataStream Class", com::create<mb::CDataStream>},
-    {&__uuidof(SyncAutoTest), u"MBSync.SyncAutoTest", u"SyncAutoTest Class", notAvailable},
+    {&__uuidof(SyncAutoTest), u"MBSync.SyncAutoTest", u"SyncAutoTest Class", com::create<mb::CSyncAutoTest>},
 };
 
 // What lives as long as the module: the language module and the class table from its load, the log and the configuration store from

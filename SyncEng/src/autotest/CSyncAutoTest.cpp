@@ -1,0 +1,128 @@
+#include "autotest/CSyncAutoTest.h"
+
+#include "error_text.h"
+#include "files.h"
+#include "foundation/ClassTable.h"
+#include "store/ExportDecoded.h"
+#include "text.h"
+
+namespace mb {
+namespace {
+
+// Wanted: the system's bare number, which is no failure by its sign.
+HRESULT bareNumber(const std::error_code& error) noexcept { return static_cast<HRESULT>(error.value()); }
+
+std::u16string describe(const platform::ScriptError& error)
+{
+    std::u16string text = error.file;
+    if (error.line > 0) text += u":" + platform::utf16(std::to_string(error.line));
+    return text + u": " + error.message;
+}
+
+HRESULT giveMapGuid(ITrMap* maps, REFGUID translator1, REFGUID translator2, BSTR* out)
+{
+    GUID made{};
+    const HRESULT hr = com::call(maps, &ITrMap::Create, translator1, translator2, &made);
+    if (SUCCEEDED(hr)) com::give(out, com::guidText(made));
+    return hr;
+}
+
+} // namespace
+
+HRESULT ParseMapGuid(BSTR text, GUID& map)
+{
+    map = GUID_NULL;
+    if (com::viewOf(text).empty()) return S_OK;
+    const HRESULT hr = com::parseGuid(com::viewOf(text), &map);
+    return hr == REGDB_E_WRITEREGDB ? S_OK : hr; // the system says so of an identifier that is no registered class
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::RunTests(BSTR lpScriptFile)
+{
+    return com::guarded([&]() -> HRESULT {
+        if (!ScriptControl) {
+            const HRESULT hr = platform::createScriptRunner(createClassByName, ScriptControl);
+            if (FAILED(hr)) return hr;
+        }
+        const std::u16string name = com::textOf(lpScriptFile);
+        std::error_code failed;
+        const std::string bytes = platform::readFile(platform::pathOf(name), failed);
+        if (failed) return bareNumber(failed);
+        platform::ScriptError error;
+        HRESULT hr = ScriptControl->addCode(platform::widen(bytes.c_str()), name, error); // a zero ends the text
+        if (SUCCEEDED(hr)) hr = ScriptControl->run(u"Main", error);
+        if (FAILED(hr)) platform::leaveErrorText(describe(error));
+        return hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::AddTrMap(BSTR lpTrans1, BSTR lpTrans2, BSTR* lpGuidMap)
+{
+    if (!lpGuidMap) return E_POINTER;
+    *lpGuidMap = nullptr;
+    return com::guarded([&] {
+        com::Ptr<ITrManager> manager;
+        com::Ptr<ITrMap> maps;
+        com::TaskArray<GUID> translators;
+        HRESULT hr = createClass(__uuidof(TrManager), manager);
+        if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), maps);
+        if (SUCCEEDED(hr)) hr = com::call(manager, &ITrManager::EnumerateTranslators, translators.putCount(), translators.put());
+        if (FAILED(hr)) return hr;
+        const std::u16string_view wanted[] = {com::viewOf(lpTrans1), com::viewOf(lpTrans2)};
+        const GUID* found[2] = {};
+        for (const GUID& clsid : translators.items()) {
+            com::Bstr name;
+            if (FAILED(com::call(maps, &ITrMap::GetName, clsid, VARIANT_FALSE, name.put()))) continue;
+            for (const int side : {0, 1})
+                if (!found[side] && platform::equalNoCase(name.view(), wanted[side])) found[side] = &clsid;
+            if (found[0] && found[1]) return giveMapGuid(maps.get(), *found[0], *found[1], lpGuidMap);
+        }
+        return E_FAIL;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::AddTrMapEx(GUID* transGuid1, GUID* transGuid2, BSTR* lpGuidMap)
+{
+    if (!transGuid1 || !transGuid2 || !lpGuidMap) return E_POINTER;
+    *lpGuidMap = nullptr;
+    return com::guarded([&] {
+        com::Ptr<ITrMap> maps;
+        const HRESULT hr = createClass(__uuidof(TrManager), maps);
+        return SUCCEEDED(hr) ? giveMapGuid(maps.get(), *transGuid1, *transGuid2, lpGuidMap) : hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::DeleteTrMap(BSTR lpMapGuid)
+{
+    return com::guarded([&] {
+        GUID map{};
+        com::Ptr<ITrManager> manager;
+        HRESULT hr = ParseMapGuid(lpMapGuid, map);
+        if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), manager);
+        return SUCCEEDED(hr) ? com::call(manager, &ITrManager::DeleteMap, map) : hr;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::Synchronize(BSTR lpMapGuid, VARIANT_BOOL bReconfig, VARIANT_BOOL bSilent)
+{
+    return com::guarded([&] {
+        GUID map{};
+        com::Ptr<ISynchronizer> synchronizer;
+        HRESULT hr = ParseMapGuid(lpMapGuid, map);
+        if (SUCCEEDED(hr)) hr = createClass(__uuidof(Synchronizer), synchronizer);
+        if (FAILED(hr)) return hr;
+        hr = com::call(synchronizer, &ISynchronizer::Initialize, nullptr, bReconfig);
+        if (SUCCEEDED(hr)) hr = com::call(synchronizer, &ISynchronizer::Synchronize, map, bSilent);
+        const HRESULT cleaned = com::call(synchronizer, &ISynchronizer::Cleanup);
+        return FAILED(hr) ? hr : FAILED(cleaned) ? cleaned : S_OK;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::DecryptHistoryFile(BSTR historyFilePath, BSTR decryptedFilePath)
+{
+    return com::guarded([&] {
+        return mb::DecryptHistoryFile(platform::pathOf(com::viewOf(historyFilePath)), platform::pathOf(com::viewOf(decryptedFilePath)));
+    });
+}
+
+} // namespace mb

@@ -1,0 +1,44 @@
+// Drives the engine from scripts: the class SyncAutoTest. It makes maps, runs them, and reads and writes a translator's records one step
+// at a time; it can also run such a script. Every method but RunTests is a thin wrapper: failures are handed back as they are.
+#pragma once
+#include "interfaces.h"
+#include "script.h"
+
+namespace mb {
+
+class CSyncAutoTest final : public com::Object<com::Dual<ISyncAutoTest>> {
+public:
+    explicit CSyncAutoTest(IUnknown* outer) noexcept : Object(outer) {}
+
+    HRESULT STDMETHODCALLTYPE RunTests(BSTR lpScriptFile) override;
+
+    // Maps and runs
+    HRESULT STDMETHODCALLTYPE AddTrMap(BSTR lpTrans1, BSTR lpTrans2, BSTR* lpGuidMap) override;
+    HRESULT STDMETHODCALLTYPE AddTrMapEx(GUID* transGuid1, GUID* transGuid2, BSTR* lpGuidMap) override;
+    HRESULT STDMETHODCALLTYPE DeleteTrMap(BSTR lpMapGuid) override;
+    HRESULT STDMETHODCALLTYPE Synchronize(BSTR lpMapGuid, VARIANT_BOOL bReconfig, VARIANT_BOOL bSilent) override;
+    HRESULT STDMETHODCALLTYPE DecryptHistoryFile(BSTR historyFilePath, BSTR decryptedFilePath) override;
+
+    // One side of a map, record by record (TranslatorCalls.cpp)
+    HRESULT STDMETHODCALLTYPE BeginUpdate(BSTR lpMapGuid, _TransIds nId, IUnknown** ppTrans) override;
+    HRESULT STDMETHODCALLTYPE GetRecordCount(IUnknown* pTrans, LONG* pCount) override;
+    HRESULT STDMETHODCALLTYPE GetRecordID(IUnknown* pTrans, LONG nIndex, BSTR* ppRecID) override;
+    HRESULT STDMETHODCALLTYPE FindRecord(IUnknown* pTrans, BSTR lpRecID, VARIANT_BOOL* pbFound) override;
+    HRESULT STDMETHODCALLTYPE BeginReadRecord(IUnknown* pTrans, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE EndReadRecord(IUnknown* pTrans, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE AddRecord(IUnknown* pTrans, BSTR* ppRecID) override;
+    HRESULT STDMETHODCALLTYPE EditRecord(IUnknown* pTrans, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE SaveRecord(IUnknown* pTrans, BSTR* ppRecID) override;
+    HRESULT STDMETHODCALLTYPE DeleteRecord(IUnknown* pTrans, BSTR lpRecID) override;
+    HRESULT STDMETHODCALLTYPE ReadField(IUnknown* pTrans, BSTR lpRecID, _FieldTypes ft, BSTR* ppValue) override;
+    HRESULT STDMETHODCALLTYPE WriteField(IUnknown* pTrans, BSTR lpRecID, _FieldTypes ft, BSTR lpValue) override;
+    HRESULT STDMETHODCALLTYPE EndUpdate(IUnknown* pTrans, VARIANT_BOOL bAbort) override;
+
+private:
+    std::unique_ptr<platform::ScriptRunner> ScriptControl; // made by the first RunTests; its code stays loaded
+};
+
+// The map that a script names; empty or null for all maps.
+HRESULT ParseMapGuid(BSTR text, GUID& map);
+
+} // namespace mb
