@@ -1,5 +1,6 @@
 #include "StoreTranslator.h"
 
+#include "host.h"
 #include "text.h"
 #include <algorithm>
 #include <chrono>
@@ -49,18 +50,28 @@ std::u16string textOf(const VARIANT& value, const PluginField& field)
         text = changed.text();
     }
     DATE date = 0;
-    if (birthday && !text.empty() && !looksIso(text) && SUCCEEDED(VarDateFromStr(const_cast<OLECHAR*>(com::ole(text.c_str())), 0x409, 0, &date)))
+    if (birthday && !text.empty() && !looksIso(text) &&
+        SUCCEEDED(VarDateFromStr(const_cast<OLECHAR*>(com::ole(text.c_str())), 0x409, 0, &date)))
         return isoDate(date);
     return text;
 }
 
 com::Ptr<IDataStream> settingsOf(ITrServices* services) { return com::Ptr<ITrServices>(services).as<IDataStream>(); }
 
-std::u16string databaseOf(ITrServices* services)
+// A script opens stores that have no settings; its host names them in the environment, as in MB_STORE_VCARD.
+std::u16string databaseOfHost(const PluginInfo& info)
+{
+    std::u16string name = u"MB_STORE_";
+    for (const char16_t* c = info.shortName; *c; ++c) name += platform::upper(*c);
+    return platform::environment(name).value_or(std::u16string());
+}
+
+std::u16string databaseOf(ITrServices* services, const PluginInfo& info)
 {
     com::Bstr database;
-    (void)settingsOf(services)->GetString(com::Bstr(u"Database").get(), database.put()); // an absent key leaves the text empty
-    return database.text();
+    if (services)
+        (void)settingsOf(services)->GetString(com::Bstr(u"Database").get(), database.put()); // an absent key leaves the text empty
+    return database.empty() ? databaseOfHost(info) : database.text();
 }
 
 } // namespace
@@ -132,8 +143,11 @@ void StoreTranslator::open(ITrServices* services, std::u16string_view database)
 
 HRESULT StoreTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL)
 {
-    if (!pServices) return E_POINTER;
-    return run([&] { open(pServices, databaseOf(pServices)); });
+    return run([&] {
+        const std::u16string database = databaseOf(pServices, info_);
+        if (!pServices && database.empty()) throw com::Error(E_POINTER);
+        open(pServices, database);
+    });
 }
 
 HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription)
@@ -141,7 +155,7 @@ HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase,
     if (!pServices || !lpDatabase || !lpDescription) return E_POINTER;
     *lpDatabase = *lpDescription = nullptr;
     return run([&] {
-        com::Bstr database(databaseOf(pServices));
+        com::Bstr database(databaseOf(pServices, info_));
         com::give(lpDescription, info_.longName);
         *lpDatabase = database.detach();
     });

@@ -12,6 +12,7 @@ namespace fs = std::filesystem;
 
 constexpr GUID vcardClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
 constexpr GUID cardFileClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
+constexpr GUID notebookClass{0x6d0ffa1e, 0x3c57, 0x4d0e, {0x9a, 0x42, 0x51, 0x8e, 0x0b, 0x7c, 0x23, 0x94}};
 constexpr GUID fakeClass{0xFA4E0003, 0x3333, 0x4333, {0x83, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33}};
 
 // A plug-in stays loaded for the life of the process.
@@ -101,6 +102,7 @@ std::vector<Contender> contenders()
         plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"),
         plugin("VCardFolder", VCARD_PLUGIN, vcardClass, "cards", true),
         plugin("VCardFile", VCARD_PLUGIN, vcardClass, "cards/all.vcf"),
+        plugin("Notebook", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt"),
     };
 }
 
