@@ -4,6 +4,7 @@
 #include "engine/ImageFields.h"
 #include "engine/ReadText.h"
 #include "engine/TranslatorIds.h"
+#include "foundation/ImageValue.h"
 #include "foundation/PhoneNumber.h"
 #include "text.h"
 
@@ -147,6 +148,7 @@ private:
             if (isImageType(step.S)) targetImageStates_[step.T].has = false;
             return;
         }
+        if (isImageType(step.S)) convertImage(step);
         const com::Variant* value = &step.value;
         com::Variant canonical;
         if (isPhoneForAct(step)) {
@@ -159,6 +161,14 @@ private:
         step.written = true;
         if (isImageType(step.T)) targetImageStates_[step.T].has = !step.text().empty();
         if (hostUpdate_ && !isNew_) units_.noteWritten(step.T);
+    }
+
+    // A file on the way is the engine's own, once the source has given it. The target has until the end of the record to read it.
+    void convertImage(FieldStep& step)
+    {
+        const std::int64_t size = ConvertImageValue(step.value, sourceCaps_, targetCaps_, true);
+        if (isImageType(step.T)) targetImageStates_[step.T].size = size;
+        if (NamesImageFile(sourceCaps_, targetCaps_)) imageFiles_.add(step.value);
     }
 
     // These two stores take phone numbers in one form only.
@@ -243,6 +253,7 @@ private:
     bool isNew_, matched_, hostUpdate_ = false;
     com::Ptr<IImageSupport> sourceImages_, targetImages_;
     ULONG sourceCaps_ = 0, targetCaps_ = 0;
+    ImageFiles imageFiles_;
     HostUnits units_;
     ImageStates images_, targetImageStates_;
     FieldValueMap SourceData, KeptValues;

@@ -9,6 +9,7 @@
 #include "engine/RecordIndex.h"
 #include "engine/ResolveConflicts.h"
 #include "engine/StageProgress.h"
+#include "foundation/ImageValue.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
@@ -59,6 +60,7 @@ public:
         : pass_(pass), run_(pass.run), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), index1_(index1), index2_(index2),
           rows_(BuildMatchRows(pass))
     {
+        for (const Side side : {Side::One, Side::Two}) images_[side] = pass.side(side).translator.tryAs<IImageSupport>();
     }
 
     HRESULT run()
@@ -131,7 +133,10 @@ private:
             const MatchRow& row = rows_.rows[j];
             const LONG type = fieldOf(row, side).type;
             std::u16string& value = values[type];
-            if (isImageType(type)) continue; // pictures take no part yet
+            if (isImageType(type)) {
+                readImage(side, id, j, values, keys.digest);
+                continue;
+            }
             com::Variant read;
             const HRESULT hr = com::call(pass_.side(side).translator, &ITranslator::ReadField, id, fields[j], read.put());
             if (FAILED(hr)) values.erase(type); // so that it is read again when it is to be written, and not written as empty
@@ -141,16 +146,45 @@ private:
             if (type == lastName) keys.lastName = value;
             if (type == firstName) keys.firstName = value;
             if (type == email) keys.email = value;
-            if (!isKeyField(type)) appendPart(keys.digest, value, row.field1.type, fieldOf(row, otherSide(side)), j);
+            if (!isKeyField(type)) appendPart(keys.digest, partOf(value, row, side), j);
         }
         for (std::u16string* text : {&keys.lastName, &keys.firstName, &keys.email, &keys.digest}) *text = platform::lowered(*text);
         return keys;
     }
 
-    // The value as the other side's field could hold it, and its row's number, which keeps one text in two fields apart.
-    static void appendPart(std::u16string& digest, const std::u16string& value, LONG type, const MatchField& other, std::size_t row)
+    // A picture is known by its presence and by the size it would have as a JPEG file, which makes two stores comparable.
+    void readImage(Side side, BSTR id, std::size_t row, FieldValueMap& values, std::u16string& digest)
     {
-        if (!value.empty()) digest += AlnumOnly(FitForTarget(value, type, other.flags, other.maxLength));
+        const LONG type = fieldOf(rows_.rows[row], side).type;
+        const GUID& field = pass_.fields(side)[row];
+        bool has = false;
+        if (!run_.imagesUsable() || !images_[side] || FAILED(hasImage(images_[side].get(), id, field, has))) return;
+        const std::u16string flag = imageFlagText(has);
+        std::u16string size;
+        com::Variant image;
+        if (has) (void)com::call(pass_.side(side).translator, &ITranslator::ReadField, id, field, image.put());
+        if (!image.text().empty()) {
+            ULONG caps = 0;
+            (void)com::call(pass_.side(side).translator, &ITranslator::GetTranslatorCaps, &caps);
+            size = imageSizeText(ConvertImageValue(image, caps, capJPEGFile, true));
+            ImageFiles().add(image);
+        }
+        values[type] = flag;
+        values[sizeTypeOf(type)] = size;
+        appendPart(digest, partOf(flag, rows_.rows[row], side) + size, row);
+    }
+
+    // The value as the other side's field could hold it.
+    static std::u16string partOf(const std::u16string& value, const MatchRow& row, Side side)
+    {
+        const MatchField& other = fieldOf(row, otherSide(side));
+        return value.empty() ? std::u16string() : FitForTarget(value, row.field1.type, other.flags, other.maxLength);
+    }
+
+    // A part, and its row's number, which keeps one text in two fields apart.
+    static void appendPart(std::u16string& digest, const std::u16string& part, std::size_t row)
+    {
+        digest += AlnumOnly(part);
         appendNumber(digest, row);
     }
 
@@ -257,6 +291,7 @@ private:
     PassSide &one_, &two_;
     RecordIndex &index1_, &index2_;
     MatchRows rows_;
+    PerSide<com::Ptr<IImageSupport>> images_;
     bool FoundAny = false;
 };
 

@@ -193,10 +193,10 @@ private:
         const bool asks = !run_.CategoryPass;
         options.ConfirmAdds = options.ConfirmUpdates = options.ConfirmDeletes = asks;
         options.ConflictResolution = options.DelConflictResolution = asks ? croNotify : croAddAll;
-        if (!run_.CategoryPass) {
-            ReadMapOptions(run_, trMap_.get());
-            if (!run_.ImageOptionChanged) upgradeImageOption();
-        }
+        // Categories have no images: a pass over them must not use up what the contact pass has to know.
+        if (run_.CategoryPass) return;
+        ReadMapOptions(run_, trMap_.get());
+        if (!run_.ImageOptionChanged) upgradeImageOption();
         com::Bstr stored;
         if (!run_.ImageOptionChanged && settings_.two &&
             SUCCEEDED(com::call(settings_.two, &IDataStream::GetString, com::Bstr(imageOptionKey).get(), stored.put())) &&
@@ -291,7 +291,7 @@ private:
     void settleSuccess()
     {
         if (run_.HistoryVersion < currentStoreVersion) (void)history_.SetVersion(currentStoreVersion);
-        if (run_.ImageOptionChanged) {
+        if (run_.ImageOptionChanged && !run_.CategoryPass) {
             run_.ImageOptionChanged = false;
             VARIANT zero;
             VariantInit(&zero);

@@ -63,4 +63,19 @@ std::int64_t ConvertImageValue(com::Variant& value, ULONG sourceCaps, ULONG targ
     return forceFlag ? fileSize(file) : size;
 }
 
+bool NamesImageFile(ULONG sourceCaps, ULONG targetCaps) noexcept
+{
+    return (targetCaps & imageFileCaps) != 0 && (sourceCaps & targetCaps & capDIBImage) == 0;
+}
+
+void ImageFiles::add(const com::Variant& path)
+{
+    if (!path.text().empty()) files_.push_back(platform::pathOf(path.text()));
+}
+
+ImageFiles::~ImageFiles()
+{
+    for (const auto& file : files_) removeFile(file);
+}
+
 } // namespace mb

@@ -4,6 +4,8 @@
 #include "com.h"
 #include "interfaces.h"
 #include <cstdint>
+#include <filesystem>
+#include <vector>
 
 namespace mb {
 
@@ -14,5 +16,21 @@ inline constexpr ULONG imageFileCaps = capBMPFile | capJPEGFile;
 // is nothing to report, -1 if nothing was to be done; with forceFlag the call also runs where the forms are equal, and tells the size
 // of a file it wrote. A failed conversion leaves the empty text, which counts as no image.
 std::int64_t ConvertImageValue(com::Variant& value, ULONG sourceCaps, ULONG targetCaps, bool forceFlag);
+
+// Whether a value that was converted with forceFlag holds the path of a file, and not a bitmap's bytes.
+bool NamesImageFile(ULONG sourceCaps, ULONG targetCaps) noexcept;
+
+// Files of images that are done with when this object goes.
+class ImageFiles {
+public:
+    ImageFiles() noexcept = default;
+    ImageFiles(const ImageFiles&) = delete;
+    ImageFiles& operator=(const ImageFiles&) = delete;
+    ~ImageFiles();
+    void add(const com::Variant& path);
+
+private:
+    std::vector<std::filesystem::path> files_;
+};
 
 } // namespace mb

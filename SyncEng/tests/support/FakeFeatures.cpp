@@ -229,7 +229,7 @@ std::u16string_view FakeTranslator::imageOf(BSTR id, REFGUID field) const
 {
     const FakeValues& values = record(id).values;
     const auto at = values.find(fieldOf(field).key());
-    return at == values.end() ? std::u16string_view() : std::u16string_view(at->second);
+    return at == values.end() || !imagesAllowed_ ? std::u16string_view() : std::u16string_view(at->second);
 }
 
 LONGLONG FakeTranslator::imageBytes(std::u16string_view image) const

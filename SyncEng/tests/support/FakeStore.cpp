@@ -81,10 +81,10 @@ std::u16string FakeStore::addCategory(std::u16string name)
     return id;
 }
 
-void FakeStore::addImageFields()
+void FakeStore::addImageFields(ULONG form)
 {
     options.images = true;
-    options.caps |= capDIBImage;
+    options.caps |= form;
     fields.push_back({ftImage1, u"Front image", 0, 0, dtImage});
     fields.push_back({ftImage2, u"Back image", 0, 0, dtImage});
 }

@@ -89,7 +89,8 @@ public:
     [[nodiscard]] std::u16string get(std::u16string_view id, LONG key) const;
     [[nodiscard]] bool has(std::u16string_view id) const { return records.find(id) != records.end(); }
     std::u16string addCategory(std::u16string name);
-    void addImageFields();
+    // Two image fields in one of the three forms.
+    void addImageFields(ULONG form = capDIBImage);
     // Gives the key of its values.
     LONG addDynamicField(std::u16string name);
 

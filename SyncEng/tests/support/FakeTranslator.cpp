@@ -250,6 +250,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         const bool isWritten = writing_ && sameText(writing_->id, id);
         expect((reading_ && sameText(*reading_, id)) || isWritten, "ReadField of a record that is neither being read nor written");
         const LONG key = field.key();
+        if (field.dataType == dtImage && !imagesAllowed_) return;
         if (isWritten)
             if (const auto at = writing_->values.find(key); at != writing_->values.end()) {
                 *lpvarValue = com::Variant(at->second).detach();
