@@ -38,6 +38,7 @@ private:
 // Where a store tells of what it passed over.
 using Report = std::function<void(const std::string&)>;
 
+// The default of a picture is that the store has none and takes none.
 class RecordStore {
 public:
     virtual ~RecordStore() = default;
@@ -63,6 +64,11 @@ public:
     virtual void remove(const std::string& id) = 0;
     // What was saved in a batch that was not ended is kept: the engine's history tells of it.
     virtual void close() = 0;
+
+    // A picture of a record that is being read or written: the bytes of a JPEG file, empty for none, and how many they are.
+    [[nodiscard]] virtual std::string readImage(const std::string&, int) { return {}; }
+    [[nodiscard]] virtual std::uint64_t imageSize(const std::string& id, int type) { return readImage(id, type).size(); }
+    virtual void writeImage(const std::string&, int, std::string_view) {}
 };
 
 } // namespace mb::plugin

@@ -93,28 +93,6 @@ const PluginField* StoreTranslator::fieldOf(REFGUID guid) const noexcept
     return at != info_.fields.end() && at->type == guid.Data2 ? &*at : nullptr;
 }
 
-template <class F> HRESULT StoreTranslator::run(F&& body) noexcept
-{
-    return com::guarded([&]() -> HRESULT {
-        try {
-            body();
-            return S_OK;
-        } catch (const StoreError& e) {
-            lastError_ = platform::utf16(e.what());
-            return static_cast<HRESULT>(e.step());
-        } catch (const com::Error&) {
-            lastError_.clear(); // the code says it all
-            throw;
-        } catch (const std::bad_alloc&) {
-            lastError_.clear();
-            throw;
-        } catch (const std::exception& e) {
-            lastError_ = platform::utf16(e.what());
-            return E_FAIL;
-        }
-    });
-}
-
 RecordStore& StoreTranslator::store(Step step)
 {
     if (!store_) throw StoreError(step, "The store is not open.");
@@ -132,23 +110,27 @@ void StoreTranslator::log(const std::string& text) noexcept
     });
 }
 
-void StoreTranslator::open(ITrServices* services, std::u16string_view database)
+void StoreTranslator::open(ITrServices* services, std::u16string_view database, OpenStore openStore)
 {
     lastError_.clear();
     store_.reset();
     log_ = com::Ptr<ITrServices>(services).tryAs<ILogFile>();
-    store_ = info_.open(platform::utf8(database), [this](const std::string& text) { log(text); });
+    store_ = openStore(platform::utf8(database), [this](const std::string& text) { log(text); });
     database_ = database;
 }
 
-HRESULT StoreTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL)
+HRESULT StoreTranslator::start(ITrServices* services, OpenStore openStore)
 {
     return run([&] {
-        const std::u16string database = databaseOf(pServices, info_);
-        if (!pServices && database.empty()) throw com::Error(E_POINTER);
-        open(pServices, database);
+        const std::u16string database = databaseOf(services, info_);
+        if (!services && database.empty()) throw com::Error(E_POINTER);
+        open(services, database, openStore);
     });
 }
+
+HRESULT StoreTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL) { return start(pServices, info_.open); }
+
+HRESULT StoreTranslator::InitializeCategories(ITrServices* pServices, HWND, VARIANT_BOOL) { return start(pServices, info_.openCategories); }
 
 HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription)
 {
@@ -164,7 +146,7 @@ HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase,
 HRESULT StoreTranslator::GetTranslatorCaps(ULONG* pCaps)
 {
     if (!pCaps) return E_POINTER;
-    *pCaps = capImport | capExport | capSynchronize | capTimestamps | capRecordGUIDs;
+    *pCaps = capImport | capExport | capSynchronize | capTimestamps | capRecordGUIDs | capJPEGFile;
     return S_OK;
 }
 
@@ -263,7 +245,9 @@ HRESULT StoreTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarV
     return run([&] {
         const PluginField* field = fieldOf(rField);
         if (!field) throw StoreError(Step::ReadField, "The store has no such field.");
-        *lpvarValue = com::Variant(store(Step::ReadField).read(idOf(lpRecID), field->type)).detach();
+        const std::string id = idOf(lpRecID);
+        const std::u16string text = field->dataType == dtImage ? readPicture(id, *field) : store(Step::ReadField).read(id, field->type);
+        *lpvarValue = com::Variant(text).detach();
     });
 }
 
@@ -272,6 +256,7 @@ HRESULT StoreTranslator::WriteField(BSTR lpRecID, REFGUID rField, VARIANT varVal
     return run([&] {
         const PluginField* field = fieldOf(rField);
         if (!field) throw StoreError(Step::WriteField, "The store has no such field.");
+        if (field->dataType == dtImage) return writePicture(idOf(lpRecID), *field, varValue);
         store(Step::WriteField).write(idOf(lpRecID), field->type, textOf(varValue, *field));
     });
 }
@@ -419,7 +404,7 @@ HRESULT StoreTranslator::InitializeDefault(ITrServices* pServices, HWND) { retur
 
 HRESULT StoreTranslator::InitializeDatabase(BSTR dataBase, BSTR, BSTR)
 {
-    return run([&] { open(nullptr, com::viewOf(dataBase)); });
+    return run([&] { open(nullptr, com::viewOf(dataBase), info_.open); });
 }
 
 HRESULT StoreTranslator::GetDatabase(BSTR* dataBase)
@@ -431,7 +416,7 @@ HRESULT StoreTranslator::GetDatabase(BSTR* dataBase)
 
 HRESULT StoreTranslator::InitializeDatabaseEx(ITrServices* pServices, BSTR dataBase, BSTR, BSTR)
 {
-    return run([&] { open(pServices, com::viewOf(dataBase)); });
+    return run([&] { open(pServices, com::viewOf(dataBase), info_.open); });
 }
 
 } // namespace mb::plugin

@@ -4,7 +4,9 @@
 #include "interfaces.h"
 
 #include "RecordStore.h"
+#include "text.h"
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -24,10 +26,13 @@ struct PluginInfo {
     GUID fieldBase;                // a field's GUID is this one with the field type as its second part; field maps of users name them
     std::span<const PluginField> fields;
     std::unique_ptr<RecordStore> (*open)(const std::string& database, Report report);
+    // The list of categories that the same database holds, with the category's name as the last name.
+    std::unique_ptr<RecordStore> (*openCategories)(const std::string& database, Report report);
 };
 
-class StoreTranslator : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>,
-                                           com::Dual<IPIMSetUp>, com::Dual<ITranslatorTest>> {
+class StoreTranslator
+    : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>, com::Dual<IPIMSetUp>,
+                         com::Dual<ITranslatorTest>, com::Dual<ICategories>, com::Dual<IImageSupport>> {
 public:
     StoreTranslator(IUnknown* outer, const PluginInfo& info) noexcept : Object(outer), info_(info) {}
 
@@ -86,12 +91,32 @@ public:
     HRESULT STDMETHODCALLTYPE GetDatabase(BSTR* dataBase) override;
     HRESULT STDMETHODCALLTYPE InitializeDatabaseEx(ITrServices* pServices, BSTR dataBase, BSTR userName, BSTR password) override;
 
+    // ICategories
+    HRESULT STDMETHODCALLTYPE InitializeCategories(ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig) override;
+
+    // IImageSupport: a picture travels as a JPEG file of its own in the folder for temporary files; who reads it deletes it
+    HRESULT STDMETHODCALLTYPE HasFieldValue(BSTR lpRecID, REFGUID rField, VARIANT_BOOL* pHasValue) override;
+    HRESULT STDMETHODCALLTYPE SetAllowImage(VARIANT_BOOL bAllowImage) override;
+    HRESULT STDMETHODCALLTYPE BeginReadImageData(BSTR lpRecID, REFGUID rField) override;
+    HRESULT STDMETHODCALLTYPE EndReadImageData(BSTR lpRecID, REFGUID rField) override;
+    HRESULT STDMETHODCALLTYPE GetImageDataSize(LONGLONG* pImageDataSize) override;
+    HRESULT STDMETHODCALLTYPE GetImageDataHash(BSTR* ppImageDataHash) override;
+
 private:
+    struct Picture {
+        std::string id;
+        int type;
+    };
+    using OpenStore = std::unique_ptr<RecordStore> (*)(const std::string& database, Report report);
     template <class F> HRESULT run(F&& body) noexcept; // a method of the store: what goes wrong is kept for GetLastError
     [[nodiscard]] const PluginField* fieldOf(REFGUID guid) const noexcept;
     [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
     RecordStore& store(Step step);
-    void open(ITrServices* services, std::u16string_view database);
+    HRESULT start(ITrServices* services, OpenStore openStore);
+    void open(ITrServices* services, std::u16string_view database, OpenStore openStore);
+    const Picture& picture() const;
+    std::u16string readPicture(const std::string& id, const PluginField& field);
+    void writePicture(const std::string& id, const PluginField& field, const VARIANT& value);
     void log(const std::string& text) noexcept;
 
     const PluginInfo& info_;
@@ -99,6 +124,30 @@ private:
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     std::u16string lastError_;
+    bool imagesAllowed_ = true;
+    std::optional<Picture> picture_; // the one that was begun
 };
+
+template <class F> HRESULT StoreTranslator::run(F&& body) noexcept
+{
+    return com::guarded([&]() -> HRESULT {
+        try {
+            body();
+            return S_OK;
+        } catch (const StoreError& e) {
+            lastError_ = platform::utf16(e.what());
+            return static_cast<HRESULT>(e.step());
+        } catch (const com::Error&) {
+            lastError_.clear(); // the code says it all
+            throw;
+        } catch (const std::bad_alloc&) {
+            lastError_.clear();
+            throw;
+        } catch (const std::exception& e) {
+            lastError_ = platform::utf16(e.what());
+            return E_FAIL;
+        }
+    });
+}
 
 } // namespace mb::plugin

@@ -60,6 +60,9 @@ class FakeSubject final : public Subject {
 public:
     explicit FakeSubject(const std::function<void(FakeOptions&)>& configure)
     {
+        store_->addImageFields(capJPEGFile);
+        store_->options.imageFolder = folder.path();
+        store_->options.categories = true;
         configure(store_->options);
         class_.emplace(fakeClass, FakeSide{"1", store_, log_});
         alive_ = com::moduleLocks;

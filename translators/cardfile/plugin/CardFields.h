@@ -44,6 +44,8 @@ inline constexpr plugin::PluginField cardFields[] = {
     {ftCustom1, u"Custom 1"},
     {ftCustom2, u"Custom 2"},
     {ftCustom3, u"Custom 3"},
+    {ftImage1, u"Front image", dtImage},
+    {ftImage2, u"Back image", dtImage},
     {ftBirthday, u"Birthday", dtDateTime},
     {ftRemindBirthDay, u"Remind of birthday"},
     {ftRemindDays, u"Remind days before"},

@@ -15,9 +15,16 @@ std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plug
     return std::make_unique<cardfile::CardFile>(database, std::move(report));
 }
 
+std::unique_ptr<plugin::RecordStore> openCategories(const std::string& database, plugin::Report report)
+{
+    const auto file = std::make_shared<cardfile::CardFile>(database, std::move(report));
+    return std::make_unique<plugin::CategoryStore>(file->categories(), [file](const plugin::Names& names) { file->keepCategories(names); });
+}
+
 constexpr plugin::PluginInfo info{u"Mirabook",          u"Mirabook 6.0.4 or later",
                                   u"Mirabook file:",    {0x2B9D6C40, 0, 0x4D1E, {0x8A, 0x57, 0x1C, 0x93, 0x6F, 0x0E, 0xB2, 0x48}},
-                                  cardfile::cardFields, openStore};
+                                  cardfile::cardFields, openStore,
+                                  openCategories};
 
 class CardFileTranslator final : public plugin::StoreTranslator {
 public:

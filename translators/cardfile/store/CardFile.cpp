@@ -79,29 +79,7 @@ std::string sentence(const std::string& path, const DatabaseError& e)
 
 } // namespace
 
-template <class F> auto CardFile::guarded(Step step, F&& work) const
-{
-    try {
-        return work();
-    } catch (const DatabaseError& e) {
-        throw StoreError(step, sentence(path_, e));
-    }
-}
-
-template <class F> void CardFile::change(Step step, F&& work)
-{
-    if (batch_ && !database_->inTransaction()) throw lostBatch(step);
-    guarded(step, [&] {
-        try {
-            Transaction transaction(*database_);
-            work();
-            transaction.commit();
-        } catch (const DatabaseError&) {
-            if (batch_ && !database_->inTransaction()) listCards();
-            throw;
-        }
-    });
-}
+StoreError CardFile::failed(const DatabaseError& e, Step step) const { return {step, sentence(path_, e)}; }
 
 StoreError CardFile::gone(const std::string& id, Step step) const
 {
@@ -155,6 +133,11 @@ void CardFile::open()
     putField_ = database_->prepare("INSERT INTO field (card, type, value) VALUES (?1, ?2, ?3)"
                                    " ON CONFLICT (card, type) DO UPDATE SET value = excluded.value");
     dropField_ = database_->prepare("DELETE FROM field WHERE card = ?1 AND type = ?2");
+    readImage_ = database_->prepare("SELECT bytes FROM image WHERE card = ?1 AND type = ?2");
+    measureImage_ = database_->prepare("SELECT length(bytes) FROM image WHERE card = ?1 AND type = ?2");
+    putImage_ = database_->prepare("INSERT INTO image (card, type, bytes) VALUES (?1, ?2, ?3)"
+                                   " ON CONFLICT (card, type) DO UPDATE SET bytes = excluded.bytes");
+    dropImage_ = database_->prepare("DELETE FROM image WHERE card = ?1 AND type = ?2");
     listCards();
 }
 
@@ -188,7 +171,7 @@ std::int64_t CardFile::modified(const std::string& id) const { return cardOf(id,
 CardFile::Open CardFile::load(const Card& card, Step step)
 {
     return guarded(step, [&] {
-        Open record{card.id, folded(card.id), 0, 0, false, {}, {}};
+        Open record{card.id, folded(card.id), 0, 0, false, {}, {}, {}};
         readCard_.bind(1, card.id);
         for (Rows rows(readCard_); rows.next();) {
             record.key = readCard_.number(0);
@@ -218,14 +201,20 @@ void CardFile::endRead(const std::string&) { reading_.reset(); }
 
 std::u16string CardFile::read(const std::string& id, int type) const
 {
-    const std::string wanted = folded(id);
+    const Open& record = openFor(id);
     const auto valueIn = [&](const Fields& fields) {
         const auto at = fields.find(type);
         return at == fields.end() ? std::u16string() : at->second;
     };
-    if (reading_ && reading_->folded == wanted) return valueIn(reading_->fields);
-    if (!writing_ || writing_->folded != wanted) throw StoreError(Step::ReadField, "The card " + shown(id) + " is not open for reading.");
-    return writing_->changes.contains(type) ? valueIn(writing_->changes) : valueIn(writing_->fields);
+    return record.changes.contains(type) ? valueIn(record.changes) : valueIn(record.fields);
+}
+
+const CardFile::Open& CardFile::openFor(const std::string& id) const
+{
+    const std::string wanted = folded(id);
+    if (reading_ && reading_->folded == wanted) return *reading_;
+    if (writing_ && writing_->folded == wanted) return *writing_;
+    throw StoreError(Step::ReadField, "The card " + shown(id) + " is not open for reading.");
 }
 
 void CardFile::beginBatch()
@@ -261,7 +250,7 @@ void CardFile::endBatch(bool abort)
 std::string CardFile::beginAdd()
 {
     const std::string id = platform::utf8(com::guidText(com::newGuid()));
-    writing_ = Open{id, folded(id), 0, 0, true, {}, {}};
+    writing_ = Open{id, folded(id), 0, 0, true, {}, {}, {}};
     return id;
 }
 
@@ -296,6 +285,7 @@ void CardFile::requireSpace(const Open& record) const
 {
     std::uintmax_t needed = reservedBytes;
     for (const auto& [type, value] : record.changes) needed += 4 * sizeof(char16_t) * value.size();
+    for (const auto& [type, bytes] : record.images) needed += 2 * bytes.size();
     if (freeSpace_() < needed) throw DatabaseError(SQLITE_FULL, "no room for another card");
 }
 
@@ -307,6 +297,7 @@ void CardFile::writeChanges(const Open& record)
         else
             putField_.bind(1, record.key).bind(2, std::int64_t{type}).bind(3, platform::utf8(value)).run();
     }
+    writeImages(record);
 }
 
 void CardFile::insertCard(Open& record)
@@ -340,7 +331,7 @@ std::string CardFile::save(const std::string& id)
     Open& record = openForWriting(id, Step::Save);
     if (record.isNew)
         insertCard(record);
-    else if (!record.changes.empty())
+    else if (!record.changes.empty() || !record.images.empty())
         updateCard(record);
     std::string saved = std::move(record.id);
     writing_.reset();

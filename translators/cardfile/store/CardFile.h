@@ -3,6 +3,7 @@
 // never back. A batch is one transaction. Cards are listed once, when the file is opened; a card that another program changed since
 // then is not written over.
 #pragma once
+#include "CategoryStore.h"
 #include "Database.h"
 #include "RecordStore.h"
 #include <map>
@@ -38,6 +39,13 @@ public:
     std::string save(const std::string& id) override;
     void remove(const std::string& id) override;
     void close() override;
+    [[nodiscard]] std::string readImage(const std::string& id, int type) override;
+    [[nodiscard]] std::uint64_t imageSize(const std::string& id, int type) override;
+    void writeImage(const std::string& id, int type, std::string_view bytes) override;
+
+    // The categories that were kept, and those that cards bear.
+    [[nodiscard]] plugin::Names categories();
+    void keepCategories(const plugin::Names& names);
 
 private:
     using Fields = std::map<int, std::u16string>;
@@ -50,6 +58,7 @@ private:
         std::int64_t key = 0, modified = 0; // of the row
         bool isNew = false;
         Fields fields, changes;
+        std::map<int, std::string> images; // those that are to be changed
     };
 
     void open();
@@ -63,7 +72,10 @@ private:
     void insertCard(Open& record);
     void updateCard(Open& record);
     void writeChanges(const Open& record);
+    void writeImages(const Open& record);
+    [[nodiscard]] const Open& openFor(const std::string& id) const;
     void dropBatch();
+    [[nodiscard]] plugin::StoreError failed(const DatabaseError& e, plugin::Step step) const;
     [[nodiscard]] plugin::StoreError gone(const std::string& id, plugin::Step step) const;
     [[nodiscard]] plugin::StoreError overtaken(const std::string& id, plugin::Step step) const;
     [[nodiscard]] plugin::StoreError lostBatch(plugin::Step step) const;
@@ -76,11 +88,35 @@ private:
     plugin::Report report_;
     FreeSpace freeSpace_;
     std::optional<Database> database_;
-    Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_;
+    Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_, readImage_, measureImage_, putImage_, dropImage_;
     std::vector<Card> cards_;
     std::unordered_map<std::string, std::size_t> byId_; // folded identifier to position
     std::optional<Open> reading_, writing_;
     std::optional<Transaction> batch_;
 };
+
+template <class F> auto CardFile::guarded(plugin::Step step, F&& work) const
+{
+    try {
+        return work();
+    } catch (const DatabaseError& e) {
+        throw failed(e, step);
+    }
+}
+
+template <class F> void CardFile::change(plugin::Step step, F&& work)
+{
+    if (batch_ && !database_->inTransaction()) throw lostBatch(step);
+    guarded(step, [&] {
+        try {
+            Transaction transaction(*database_);
+            work();
+            transaction.commit();
+        } catch (const DatabaseError&) {
+            if (batch_ && !database_->inTransaction()) listCards();
+            throw;
+        }
+    });
+}
 
 } // namespace mb::cardfile

@@ -58,11 +58,23 @@ void Statement::run()
 
 void Statement::reset() noexcept { sqlite3_reset(statement_.get()); }
 
+Statement& Statement::bindBytes(int index, std::string_view bytes)
+{
+    check(sqlite3_bind_blob64(statement_.get(), index, bytes.data() ? bytes.data() : "", bytes.size(), SQLITE_TRANSIENT));
+    return *this;
+}
+
 bool Statement::isNull(int column) const { return sqlite3_column_type(statement_.get(), column) == SQLITE_NULL; }
 
 std::string Statement::text(int column) const
 {
     const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(statement_.get(), column));
+    return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))) : std::string();
+}
+
+std::string Statement::bytes(int column) const
+{
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement_.get(), column));
     return bytes ? std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))) : std::string();
 }
 

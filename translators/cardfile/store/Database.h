@@ -26,6 +26,7 @@ public:
     Statement(sqlite3* database, const char* sql);
     Statement& bind(int index, std::string_view text);
     Statement& bind(int index, std::int64_t number);
+    Statement& bindBytes(int index, std::string_view bytes);
     // True while there is a row; a statement that is done is ready to be bound anew.
     bool step();
     void run();
@@ -33,6 +34,7 @@ public:
     [[nodiscard]] bool isNull(int column) const;
     [[nodiscard]] std::string text(int column) const;
     [[nodiscard]] std::int64_t number(int column) const;
+    [[nodiscard]] std::string bytes(int column) const;
 
 private:
     void check(int code) const;

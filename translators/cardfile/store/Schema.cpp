@@ -16,6 +16,11 @@ constexpr const char* steps[] = {
     " created INTEGER NOT NULL, modified INTEGER NOT NULL) STRICT;"
     "CREATE TABLE field (card INTEGER NOT NULL REFERENCES card (key) ON DELETE CASCADE, type INTEGER NOT NULL, value TEXT NOT NULL,"
     " PRIMARY KEY (card, type)) WITHOUT ROWID, STRICT;",
+    // Pictures stand apart, so that a walk over the fields never meets them; categories are looked for in a few rows of very many.
+    "CREATE TABLE image (card INTEGER NOT NULL REFERENCES card (key) ON DELETE CASCADE, type INTEGER NOT NULL, bytes BLOB NOT NULL,"
+    " PRIMARY KEY (card, type)) STRICT;"
+    "CREATE TABLE category (name TEXT PRIMARY KEY) STRICT;"
+    "CREATE INDEX categories ON field (value) WHERE type = 19;",
 };
 constexpr std::int64_t presentVersion = std::size(steps);
 

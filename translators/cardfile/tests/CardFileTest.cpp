@@ -15,7 +15,7 @@ TEST_F(CardFileTest, IsMadeAtItsFirstUse)
     EXPECT_EQ(open()->count(), 0u);
     EXPECT_TRUE(fs::exists(file));
     EXPECT_EQ(sqlText("PRAGMA journal_mode"), "wal");
-    EXPECT_EQ(sqlText("PRAGMA user_version"), "1");
+    EXPECT_EQ(sqlText("PRAGMA user_version"), "2");
     EXPECT_EQ(open()->count(), 0u);
 }
 

@@ -51,9 +51,9 @@ TEST_F(CardFileTroubleTest, ADatabaseOfAnotherProgramIsRefusedAndKeepsItsBytes)
 TEST_F(CardFileTroubleTest, AFileOfALaterVersionIsRefused)
 {
     addCard(*open(), u"Lovelace");
-    sql("PRAGMA user_version = 2");
+    sql("PRAGMA user_version = 3");
     EXPECT_NE(openFailure().find("later version"), std::string::npos);
-    EXPECT_EQ(sqlText("PRAGMA user_version"), "2");
+    EXPECT_EQ(sqlText("PRAGMA user_version"), "3");
     EXPECT_EQ(sqlText("SELECT count(*) FROM card"), "1");
 }
 

@@ -180,7 +180,7 @@ Card::Slots Card::resolve(std::size_t without) const
 std::u16string Card::get(int type) const
 {
     const Field* field = findField(type);
-    if (!field || lineOf(*field) < 0) return {};
+    if (!field || field->shape == Shape::Image || lineOf(*field) < 0) return {};
     const Line& line = lines_[static_cast<std::size_t>(lineOf(*field))];
     return isDerived(line) ? std::u16string() : read(*field, line);
 }
@@ -208,6 +208,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
         const bool ofSlot = field.slot != kAnyChat || prefix.size() == 3; // "im:"; any other scheme is part of a general address
         return line.name() == "IMPP" && ofSlot ? text.substr(prefix.size()) : text;
     }
+    case Shape::Image:
     case Shape::Text: break;
     }
     return unescape(value, version, false);
@@ -247,6 +248,7 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
         if (field.slot != kAnyChat) return std::u16string(chatPrefix(before)) + escape(text, version, false);
         return (hasScheme(text) ? u"" : u"im:") + escape(text, version, false);
     }
+    case Shape::Image:
     case Shape::Text: break;
     }
     return escape(text, version, false);
@@ -260,7 +262,7 @@ bool Card::required(const Field& field) const
 bool Card::set(int type, std::u16string_view value)
 {
     const Field* field = findField(type);
-    if (!field) return false;
+    if (!field || field->shape == Shape::Image) return false;
     const std::u16string text = cleaned(value);
     if (text == get(type)) return false;
     if (text.empty()) {
@@ -311,14 +313,20 @@ std::string Card::newHeader(const Field& field) const
     return header;
 }
 
+// In front of END, or of a line that would swallow a new one.
+std::size_t Card::endOfLines() const
+{
+    std::size_t at = lines_.size() - 1;
+    while (at > 1 && lines_[at].raw().find_first_not_of(" \t\r\n") == std::string::npos) --at; // blank lines behind END
+    while (at > 1 && lines_[at - 1].openEnded()) --at;
+    return at;
+}
+
 void Card::add(const Field& field, const std::u16string& text)
 {
     Line line = Line::make(newHeader(field), context_.eol);
     line.setValue(compose(field, line, text), context_);
-    // In front of END, or of a line that would swallow the new one.
-    std::size_t at = lines_.size() - 1;
-    while (at > 1 && lines_[at].raw().find_first_not_of(" \t\r\n") == std::string::npos) --at; // blank lines behind END
-    while (at > 1 && lines_[at - 1].openEnded()) --at;
+    const std::size_t at = endOfLines();
     Slots wanted = slots_;
     for (int& i : wanted)
         if (i >= static_cast<int>(at)) ++i;

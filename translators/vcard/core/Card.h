@@ -28,6 +28,11 @@ public:
     // Sets one field, an empty text clears it. Returns whether a byte changed: the value a field already has changes none.
     bool set(int type, std::u16string_view value);
 
+    // A picture of the table: the bytes of the first JPEG file that the card holds in itself. One of another format, or one that stands
+    // somewhere else, is none, and stays what it is.
+    std::string image(int type) const;
+    bool setImage(int type, std::string_view jpeg);
+
     // "Dr. John Q. Doe Jr." from the parts of the name.
     std::u16string composedName() const;
     // FN must stand in every card from version 3.0 on. Where the contact has no display name, FN is made from what the card
@@ -49,6 +54,9 @@ private:
     void add(const Field& field, const std::u16string& text);
     void clear(const Field& field);
     bool required(const Field& field) const;
+    std::size_t endOfLines() const;
+    std::size_t imageLine(const Field& field) const;
+    void addImage(const Field& field, std::string_view jpeg);
 
     Context context_;
     std::vector<Line> lines_;

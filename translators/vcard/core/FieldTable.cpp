@@ -50,6 +50,8 @@ constexpr std::array kFields = std::to_array<Field>({
     {37, u"Custom 1", "X-MB-CUSTOM1", "", 37, 0, Text},
     {38, u"Custom 2", "X-MB-CUSTOM2", "", 38, 0, Text},
     {39, u"Custom 3", "X-MB-CUSTOM3", "", 39, 0, Text},
+    {40, u"Front image", "PHOTO", "", 40, 0, Image},
+    {41, u"Back image", "LOGO", "", 41, 0, Image},
     {43, u"Birthday", "BDAY", "", 43, 0, Date},
     {44, u"Remind of birthday", "X-MB-REMIND-BIRTHDAY", "", 44, 0, Text},
     {45, u"Remind days before", "X-MB-REMIND-DAYS", "", 45, 0, Text},

@@ -242,6 +242,40 @@ void Line::setValue(std::u16string_view escaped, const Context& context)
     raw_ = text + eol_;
 }
 
+namespace {
+
+constexpr std::string_view kJpegAddress = "data:image/jpeg;base64,";
+
+// What stands in front of the data of a base64 value, and where there is none of a JPEG file, everything.
+std::string_view jpegData(std::string_view body, bool encoded)
+{
+    if (const std::size_t first = body.find_first_not_of(" \t"); first != npos) body.remove_prefix(first);
+    if (!encoded) {
+        const std::size_t comma = body.substr(0, 64).find(',');
+        const std::string_view address = body.substr(0, comma == npos ? 0 : comma);
+        if (!equalFold(address.substr(0, 5), "data:") || address.size() < 7 || !equalFold(address.substr(address.size() - 7), ";base64"))
+            return {};
+        body.remove_prefix(comma + 1);
+    }
+    constexpr std::string_view jpegStart = "/9j/"; // FF D8 FF
+    return body.starts_with(jpegStart) ? body : std::string_view();
+}
+
+} // namespace
+
+bool Line::hasJpeg() const { return !jpegData(body_, base64()).empty(); }
+std::string Line::jpeg() const { return decodeBase64(jpegData(body_, base64())); }
+
+void Line::setJpeg(std::string_view bytes, Version version)
+{
+    header_ = header_.substr(0, header_.find(';'));
+    if (version == Version::V21) header_ += ";ENCODING=BASE64;TYPE=JPEG";
+    if (version == Version::V30) header_ += ";ENCODING=b;TYPE=JPEG";
+    parseHeader();
+    body_ = (version == Version::V40 ? std::string(kJpegAddress) : std::string()) + encodeBase64(bytes);
+    raw_ = fold(header_ + ':' + body_, eol_) + eol_;
+}
+
 void Line::addParam(std::string_view name, std::string_view value)
 {
     header_.append(";").append(name).append("=").append(value);

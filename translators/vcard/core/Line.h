@@ -39,6 +39,10 @@ public:
     std::u16string value(const Context& context) const;
     // Writes the value in the line's own encoding. Where that cannot hold it, the line gets CHARSET and ENCODING parameters.
     void setValue(std::u16string_view escaped, const Context& context);
+    // A JPEG file that the value holds in base64, in a parameter's form or as a data: address; empty for anything else.
+    std::string jpeg() const;
+    bool hasJpeg() const;
+    void setJpeg(std::string_view bytes, Version version);
     void addParam(std::string_view name, std::string_view value);
     void removeParam(std::string_view name);
 

@@ -10,12 +10,13 @@ namespace {
 
 DEFINE_GUID(CLSID_VCardTranslator, 0x86705195, 0xe5f6, 0x4fbc, 0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a);
 
+LONG kindOf(vcard::Shape shape) { return shape == vcard::Shape::Date ? dtDateTime : shape == vcard::Shape::Image ? dtImage : dtString; }
+
 std::vector<plugin::PluginField> makeFields()
 {
     std::vector<plugin::PluginField> made;
     for (const vcard::Field& field : vcard::fields())
-        made.push_back({field.type, field.label, field.shape == vcard::Shape::Date ? dtDateTime : dtString,
-                        field.shape == vcard::Shape::Phone ? ULONG{ffPhoneNumber} : 0});
+        made.push_back({field.type, field.label, kindOf(field.shape), field.shape == vcard::Shape::Phone ? ULONG{ffPhoneNumber} : 0});
     return made;
 }
 
@@ -24,12 +25,20 @@ std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plug
     return std::make_unique<vcard::CardStore>(database, vcard::userCacheFolder(), std::move(report));
 }
 
+std::unique_ptr<plugin::RecordStore> openCategories(const std::string& database, plugin::Report report)
+{
+    const auto cards = std::make_shared<vcard::CardStore>(database, vcard::userCacheFolder(), std::move(report));
+    return std::make_unique<plugin::CategoryStore>(cards->categories(),
+                                                   [cards](const plugin::Names& names) { cards->keepCategories(names); });
+}
+
 const plugin::PluginInfo& info()
 {
     static const std::vector<plugin::PluginField> fields = makeFields();
     static const plugin::PluginInfo made{u"vCard",         u"vCard folder or file",
                                          u"vCard folder:", {0x38344600, 0, 0x459C, {0xB1, 0xEC, 0xFF, 0x40, 0xD8, 0xC0, 0xDF, 0x27}},
-                                         fields,           openStore};
+                                         fields,           openStore,
+                                         openCategories};
     return made;
 }
 

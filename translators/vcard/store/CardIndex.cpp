@@ -1,6 +1,8 @@
 #include "CardIndex.h"
 
+#include "Ascii.h"
 #include "Card.h"
+#include "Charset.h"
 #include "FileText.h"
 
 #include <algorithm>
@@ -9,7 +11,8 @@
 namespace mb::vcard {
 namespace {
 
-constexpr std::string_view kHeader = "vcard index 1";
+constexpr std::string_view kHeader = "vcard index 2";
+constexpr int kCategories = 19;
 constexpr std::int64_t kTick = 1'000'000; // the least step of a date, 1 ms
 
 std::string hex(std::uint64_t n)
@@ -100,6 +103,21 @@ std::vector<CardRecord> describeCards(std::string_view text, const std::vector<C
     return cards;
 }
 
+// Most cards bear none, and need not be taken apart to know it.
+std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans)
+{
+    constexpr std::string_view name = "CATEGORIES";
+    const auto same = [](char a, char b) { return upper(a) == b; };
+    std::string all;
+    for (const CardSpan& span : spans) {
+        const std::string_view bytes = text.substr(span.begin, span.end - span.begin);
+        if (std::search(bytes.begin(), bytes.end(), name.begin(), name.end(), same) == bytes.end()) continue;
+        const std::string found = toUtf8(Card::parse(bytes).get(kCategories));
+        if (!found.empty()) all.append(all.empty() ? "" : ",").append(found);
+    }
+    return all;
+}
+
 CardIndex::CardIndex(const Folder& folder, std::string singleFile, std::string cachePath)
     : folder_(folder), singleFile_(std::move(singleFile)), cachePath_(std::move(cachePath))
 {
@@ -120,11 +138,12 @@ void CardIndex::noteWritten(FileRecord& file, const FileState& state)
 
 FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
 {
-    FileRecord file{entry.name, entry.state, nextStamp(entry.state.modified, known ? known->stamp : 0), {}, 0, {}, false};
+    FileRecord file{entry.name, entry.state, nextStamp(entry.state.modified, known ? known->stamp : 0), {}, {}, 0, {}, false};
     const auto bad = [&](std::size_t line, std::string text) {
         file.badLine = line;
         file.badText = std::move(text);
         if (!known) return file;
+        file.categories = known->categories;
         file.stamp = known->stamp; // what its cards were known by, for when it is mended
         file.cards = std::move(known->cards);
         return file;
@@ -140,6 +159,7 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
     if (!singleFile_.empty() && isBlankText(opened->text)) return file;
     const ScanResult scan = scanCards(opened->text);
     if (scan.error) return bad(scan.error->line, scan.error->message);
+    file.categories = categoriesIn(opened->text, scan.cards);
     if (scan.cards.size() == 1 && singleFile_.empty() && (!known || known->cards.empty())) return file;
 
     file.cards = describeCards(opened->text, scan.cards);
@@ -185,8 +205,8 @@ void CardIndex::refresh(const std::function<void(const std::string&)>& report)
     files_ = std::move(now);
 }
 
-// The cache: a header, for each file "size modified stamp badLine cards name", for a bad file a line with the reason, for each
-// card "hash stamp plain token", and a last line with the number of files, which tells a file that was cut off.
+// The cache: a header, for each file "size modified stamp badLine bad cards ,categories name", for a bad file a line with the reason, for
+// each card "hash stamp plain token", and a last line with the number of files, which tells a file that was cut off.
 void CardIndex::save()
 {
     if (!changed_ || cachePath_.empty()) return;
@@ -198,8 +218,8 @@ void CardIndex::save()
     for (const FileRecord* each : sorted) {
         const FileRecord& file = *each;
         text += std::to_string(file.state.size) + ' ' + std::to_string(file.state.modified) + ' ' + std::to_string(file.stamp) + ' ' +
-                std::to_string(file.badLine) + ' ' + std::to_string(file.bad()) + ' ' + std::to_string(file.cards.size()) + ' ' +
-                safeToken(file.name) + '\n';
+                std::to_string(file.badLine) + ' ' + std::to_string(file.bad()) + ' ' + std::to_string(file.cards.size()) + " ," +
+                safeToken(file.categories) + ' ' + safeToken(file.name) + '\n';
         if (file.bad()) text += safeToken(file.badText) + '\n';
         for (const CardRecord& card : file.cards)
             text += hex(card.hash) + ' ' + std::to_string(card.stamp) + ' ' + std::to_string(card.plain) + ' ' + card.token + '\n';
@@ -247,8 +267,11 @@ bool CardIndex::parse(std::string_view text)
         int bad = 0;
         std::size_t cards = 0;
         if (!words.number(file.state.size) || !words.number(file.state.modified) || !words.number(file.stamp) ||
-            !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || words.rest().empty() || cards > text.size())
+            !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || cards > text.size())
             return false;
+        const std::string_view categories = words.next();
+        if (!categories.starts_with(',') || words.rest().empty()) return false;
+        file.categories = fromSafeToken(categories.substr(1));
         file.name = fromSafeToken(words.rest());
         if (bad) file.badText = fromSafeToken(line());
         file.cards.resize(cards);

@@ -29,6 +29,7 @@ struct FileRecord {
     FileState state;
     std::int64_t stamp = 0;        // of a file with one card
     std::vector<CardRecord> cards; // in the order of the file; empty for a file that is one record
+    std::string categories;        // of all its cards, separated by commas
     std::size_t badLine = 0;       // with badText: why the file cannot be read
     std::string badText;
     bool gone = false; // deleted in this run
@@ -40,6 +41,8 @@ struct FileRecord {
 std::uint64_t hashOf(std::string_view bytes);
 // The identity of the cards of a text, in the order of the spans.
 std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans);
+// What the cards of a text bear as categories, separated by commas.
+std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans);
 
 class CardIndex {
 public:

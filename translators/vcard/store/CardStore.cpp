@@ -9,7 +9,7 @@
 namespace mb::vcard {
 namespace {
 
-constexpr int kDisplayName = 79;
+constexpr int kDisplayName = 79, kCategories = 19;
 
 std::int64_t now()
 {
@@ -190,12 +190,14 @@ void CardStore::beginRead(const std::string& id)
     last_.reset();
 }
 
-std::u16string CardStore::read(const std::string& id, int type) const
+const Card& CardStore::openFor(const std::string& id) const
 {
-    if (reading_ && reading_->id == id) return reading_->card.get(type);
-    if (writing_ && writing_->id == id) return writing_->card.get(type);
+    if (reading_ && reading_->id == id) return reading_->card;
+    if (writing_ && writing_->id == id) return writing_->card;
     throw StoreError(Step::ReadField, "The card \"" + id + "\" is not being read.");
 }
+
+std::u16string CardStore::read(const std::string& id, int type) const { return openFor(id).get(type); }
 
 void CardStore::endRead(const std::string& id)
 {
@@ -247,6 +249,12 @@ void CardStore::write(const std::string& id, int type, std::u16string_view text)
     writing_->card.set(type, text);
 }
 
+void CardStore::writeImage(const std::string& id, int type, std::string_view bytes)
+{
+    if (!writing_ || writing_->id != id) throw StoreError(Step::WriteField, "The card \"" + id + "\" is not being edited.");
+    writing_->card.setImage(type, bytes);
+}
+
 std::string CardStore::save(const std::string& id)
 {
     if (!writing_ || writing_->id != id) throw StoreError(Step::Save, "The card \"" + id + "\" is not being edited.");
@@ -284,7 +292,7 @@ void CardStore::saveFile(Open& record)
     record.state = draft.replace(record.id);
     unflushed_ = true;
     if (known == places_.end()) {
-        index_->files().push_back({record.id, record.state, record.state.modified, {}, 0, {}, false});
+        index_->files().push_back({record.id, record.state, record.state.modified, {}, {}, 0, {}, false});
         places_.emplace(record.id, Place{index_->files().size() - 1, -1});
         order_.push_back(record.id);
         index_->noteChanged();
@@ -293,6 +301,7 @@ void CardStore::saveFile(Open& record)
         file.stamp = index_->nextStamp(record.state.modified, file.stamp);
         index_->noteWritten(file, record.state);
     }
+    index_->files()[places_.at(record.id).file].categories = toUtf8(record.card.get(kCategories));
 }
 
 CardStore::Container& CardStore::container(std::size_t file, Step step)
@@ -454,6 +463,7 @@ void CardStore::commit(std::size_t file, Container& c)
         card.stamp = same ? old->second.stamp : index_->nextStamp(state.modified, old == before.end() ? 0 : old->second.stamp);
     }
     record.cards = std::move(cards);
+    record.categories = categoriesIn(text, scanCards(text).cards);
     index_->noteWritten(record, state);
 }
 

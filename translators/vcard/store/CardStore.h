@@ -8,6 +8,7 @@
 #pragma once
 #include "Card.h"
 #include "CardIndex.h"
+#include "CategoryStore.h"
 #include "FileText.h"
 #include "Folder.h"
 #include "StoreError.h"
@@ -46,7 +47,13 @@ public:
     void write(const std::string& id, int type, std::u16string_view text) override;
     std::string save(const std::string& id) override; // the identifier that the record has from now on
     void remove(const std::string& id) override;
+    std::string readImage(const std::string& id, int type) override { return openFor(id).image(type); }
+    void writeImage(const std::string& id, int type, std::string_view bytes) override;
     void close() override; // what was saved in a batch that was not ended is kept
+
+    // The categories that are kept in a list beside the cards, and those that cards bear.
+    plugin::Names categories() const;
+    void keepCategories(const plugin::Names& names);
 
 private:
     struct Place {
@@ -76,6 +83,8 @@ private:
     };
 
     void listRecords();
+    const Card& openFor(const std::string& id) const;
+    std::string categoryList() const; // the name of its file
     const std::vector<std::string>& order() const;
     const Place& placeOf(const std::string& id, Step step) const;
     FileRecord& fileOf(const Place& place) { return index_->files()[place.file]; }

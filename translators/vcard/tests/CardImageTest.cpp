@@ -1,0 +1,156 @@
+// Pictures of a card in the forms of the three versions, and the list of categories beside the cards.
+#include "CardStore.h"
+
+#include "Card.h"
+#include "Samples.h"
+#include "Transfer.h"
+
+#include <gtest/gtest.h>
+
+namespace mb::vcard {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kFront = 40, kBack = 41, kCity = 9, kCategories = 19;
+
+std::string jpeg(std::size_t length, char fill) { return "\xFF\xD8\xFF\xE0" + std::string(length, fill) + "\xFF\xD9"; }
+
+std::string cardOf(const std::string& version, const std::string& more = {})
+{
+    return "BEGIN:VCARD\r\nVERSION:" + version + "\r\nN:Doe;Jane;;;\r\nFN:Jane Doe\r\n" + more + "END:VCARD\r\n";
+}
+
+class VersionTest : public testing::TestWithParam<std::string> {};
+
+} // namespace
+
+TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
+{
+    const std::string front = jpeg(1000, 'f'), back = jpeg(301, 'b');
+    Card card = Card::parse(cardOf(GetParam()));
+    EXPECT_TRUE(card.setImage(kFront, front));
+    EXPECT_TRUE(card.setImage(kBack, back));
+    EXPECT_FALSE(card.setImage(kBack, back)) << "it has that one";
+    const std::string bytes = card.bytes();
+    const Card again = Card::parse(bytes);
+    EXPECT_EQ(again.image(kFront), front);
+    EXPECT_EQ(again.image(kBack), back);
+    EXPECT_EQ(again.bytes(), bytes);
+    ASSERT_EQ(scanCards(bytes).cards.size(), 1u);
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::size_t end = bytes.find("\r\n", at);
+        EXPECT_LE(end - at, 75u);
+        at = end + 2;
+    }
+    card.setImage(kFront, {});
+    card.setImage(kBack, {});
+    EXPECT_EQ(Card::parse(card.bytes()).image(kFront), "");
+    EXPECT_EQ(card.bytes().find("PHOTO"), std::string::npos);
+}
+
+INSTANTIATE_TEST_SUITE_P(All, VersionTest, testing::Values("2.1", "3.0", "4.0"),
+                         [](const auto& version) { return "Version" + version.param.substr(0, 1); });
+
+TEST(CardImage, TheFormsOfOtherProgramsAreRead)
+{
+    const std::string picture = jpeg(100, 'x'), data = encodeBase64(picture);
+    for (const std::string& line : {"PHOTO;ENCODING=b;TYPE=JPEG:" + data, "PHOTO;TYPE=JPEG;ENCODING=BASE64:" + data,
+                                    "PHOTO;JPEG;BASE64:" + data, "PHOTO;ENCODING=B:" + data, "item1.PHOTO:data:image/jpeg;base64," + data,
+                                    "photo;x-abcrop=1:data:image/jpg;base64," + data, "PHOTO;JPEG;BASE64:\r\n " + data + "\r\n"})
+        EXPECT_EQ(Card::parse(cardOf("3.0", line + "\r\n")).image(kFront), picture) << line.substr(0, 40);
+}
+
+TEST(CardImage, WhatIsNoJpegFileInTheCardIsNoPictureAndStays)
+{
+    const std::string png = encodeBase64("\x89PNG\r\n\x1A\n");
+    for (const std::string& line :
+         {"PHOTO;ENCODING=b;TYPE=PNG:" + png, "PHOTO:data:image/png;base64," + png, std::string("PHOTO;VALUE=uri:http://example.org/a.jpg"),
+          std::string("PHOTO:"), std::string("PHOTO;ENCODING=b:"), std::string("PHOTO:data:image/jpeg;base64,%%%"),
+          std::string("PHOTO:data:,")}) {
+        Card card = Card::parse(cardOf("3.0", line + "\r\n"));
+        EXPECT_EQ(card.image(kFront), "");
+        EXPECT_EQ(card.get(kFront), u"");
+        EXPECT_FALSE(card.setImage(kFront, {}));
+        EXPECT_FALSE(card.set(kFront, u"x"));
+        EXPECT_TRUE(card.setImage(kFront, jpeg(10, 'n')));
+        EXPECT_NE(card.bytes().find(line), std::string::npos) << "beside the new one";
+        EXPECT_EQ(Card::parse(card.bytes()).image(kFront), jpeg(10, 'n'));
+    }
+}
+
+TEST(CardImage, OtherFieldsLeaveAPicturesBytesAlone)
+{
+    const std::string line = "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ\r\n  SkZJRg==\r\n";
+    Card card = Card::parse(cardOf("3.0", line));
+    card.set(kCity, u"London");
+    EXPECT_NE(card.bytes().find(line), std::string::npos);
+}
+
+class CategoryListTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string pattern = (fs::temp_directory_path() / "vcard-XXXXXX").string();
+        root = mkdtemp(pattern.data());
+        fs::create_directories(root / "cards");
+        fs::create_directories(root / "cache");
+    }
+    void TearDown() override { fs::remove_all(root); }
+    CardStore open(const char* name = "cards")
+    {
+        return {(root / name).string(), (root / "cache").string(), [](const std::string&) {}};
+    }
+    void put(const std::string& name, const std::string& categories)
+    {
+        writeBytes(root / "cards" / name, cardOf("3.0", categories.empty() ? "" : "CATEGORIES:" + categories + "\r\n"));
+    }
+    fs::path root;
+};
+
+TEST_F(CategoryListTest, ItHoldsWhatWasKeptAndWhatCardsBear)
+{
+    put("a.vcf", "Friends,Work");
+    put("b.vcf", "work");
+    put("c.vcf", "");
+    open().keepCategories({u"Choir", u"Mr. X, Ltd."});
+    EXPECT_EQ(open().categories(), (plugin::Names{u"Choir", u"Mr. X, Ltd.", u"Friends", u"Work"}));
+    EXPECT_EQ(readBytes(root / "cards" / ".mbsync-categories"), "Choir\nMr. X, Ltd.\n");
+    EXPECT_EQ(open().count(), 3u) << "the list is no card";
+}
+
+TEST_F(CategoryListTest, AnUnchangedFolderIsKnownWithoutOpeningACard)
+{
+    put("a.vcf", "Friends");
+    EXPECT_EQ(open().categories(), plugin::Names{u"Friends"});
+    const auto stamp = fs::last_write_time(root / "cards" / "a.vcf");
+    put("a.vcf", "Enemies"); // of the same size, and dated back: who looks inside is found out
+    fs::last_write_time(root / "cards" / "a.vcf", stamp);
+    EXPECT_EQ(open().categories(), plugin::Names{u"Friends"});
+}
+
+TEST_F(CategoryListTest, ItFollowsWhatARunWrites)
+{
+    put("a.vcf", "Friends");
+    {
+        CardStore store = open();
+        store.beginEdit("a.vcf");
+        store.write("a.vcf", kCategories, u"Work, Choir");
+        (void)store.save("a.vcf");
+        EXPECT_EQ(store.categories(), (plugin::Names{u"Work", u"Choir"}));
+    }
+    EXPECT_EQ(open().categories(), (plugin::Names{u"Work", u"Choir"}));
+    fs::remove(root / "cards" / "a.vcf");
+    EXPECT_EQ(open().categories(), plugin::Names{});
+}
+
+TEST_F(CategoryListTest, AFileOfManyCardsHasAListOfItsOwn)
+{
+    writeBytes(root / "cards" / "all.vcf", cardOf("3.0", "UID:1\r\nCATEGORIES:One\r\n") + cardOf("3.0", "UID:2\r\nCATEGORIES:Two,One\r\n"));
+    CardStore store = open("cards/all.vcf");
+    store.keepCategories({u"Kept"});
+    EXPECT_TRUE(fs::exists(root / "cards" / ".all.vcf.mbsync-categories"));
+    EXPECT_EQ(open("cards/all.vcf").categories(), (plugin::Names{u"Kept", u"One", u"Two"}));
+}
+
+} // namespace mb::vcard
