@@ -119,6 +119,44 @@ std::vector<std::string> OpenStore::names()
     return found;
 }
 
+std::string OpenStore::shownValue(const com::Bstr& id, const GUID& field)
+{
+    LONG kind = 0;
+    check(field_->GetDataType(field, &kind));
+    if (kind != dtImage) {
+        com::Variant value;
+        check(translator_->ReadField(id.get(), field, value.put()));
+        return platform::utf8(value.text());
+    }
+    const auto pictures = translator_.as<IImageSupport>();
+    VARIANT_BOOL has = VARIANT_FALSE;
+    LONGLONG size = 0;
+    com::Bstr hash;
+    check(pictures->HasFieldValue(id.get(), field, &has));
+    if (!has) return {};
+    check(pictures->BeginReadImageData(id.get(), field));
+    check(pictures->GetImageDataSize(&size));
+    check(pictures->GetImageDataHash(hash.put()));
+    check(pictures->EndReadImageData(id.get(), field));
+    return "a picture of " + std::to_string(size) + " bytes, " + platform::utf8(hash.view());
+}
+
+std::vector<std::string> OpenStore::valuesOf(const std::string& name)
+{
+    std::vector<std::string> lines;
+    const com::Bstr id = recordNamed(name);
+    check(translator_->BeginReadRecord(id.get()));
+    for (const auto& [type, guid] : byType_) {
+        const std::string value = shownValue(id, guid);
+        if (value.empty()) continue;
+        com::Bstr label;
+        check(field_->GetName(guid, label.put()));
+        lines.push_back(platform::utf8(label.view()) + ": " + value);
+    }
+    check(translator_->EndReadRecord(id.get()));
+    return lines;
+}
+
 void OpenStore::edit(const std::string& name, const std::string& fieldName, const std::string& value)
 {
     const GUID field = fieldNamed(fieldName);

@@ -26,6 +26,8 @@ public:
     void edit(const std::string& name, const std::string& fieldName, const std::string& value);
     void remove(const std::string& name);
     [[nodiscard]] std::vector<std::string> names();
+    // What the record holds: each field with its value, a picture by its size and a number that stands for its content.
+    [[nodiscard]] std::vector<std::string> valuesOf(const std::string& name);
     void beginUpdate();
     void endUpdate();
 
@@ -34,6 +36,7 @@ private:
     com::Bstr recordNamed(const std::string& name);
     std::string nameOf(const com::Bstr& id);
     std::string readText(const com::Bstr& id, LONG type);
+    std::string shownValue(const com::Bstr& id, const GUID& field);
     GUID fieldOfType(LONG type);
     GUID fieldNamed(const std::string& name);
     void write(const com::Bstr& id, const GUID& field, const std::string& value);

@@ -1,6 +1,7 @@
 // mbsamples: fills a card file with made-up contacts, and edits them as their owner would, to have something to try mb with.
 #include "OpenStore.h"
 #include "SampleContacts.h"
+#include "SamplePicture.h"
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
@@ -28,14 +29,11 @@ void fill(const std::string& file, std::size_t count)
     store.endUpdate();
 }
 
-void list(const std::string& file)
+void print(std::string line)
 {
-    for (const std::string& name : OpenStore(file).names()) {
-        std::string line = name;
-        for (char& c : line)
-            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-        std::printf("%s\n", line.c_str());
-    }
+    for (char& c : line)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+    std::printf("%s\n", line.c_str());
 }
 
 } // namespace
@@ -65,7 +63,20 @@ int main(int argc, char** argv)
     deleteCommand->add_option("NAME", name, "First and last name")->required();
     deleteCommand->callback([&] { OpenStore(file).remove(name); });
 
-    command("list", "List the contacts' names")->callback([&] { list(file); });
+    command("list", "List the contacts' names")->callback([&] {
+        for (const std::string& each : OpenStore(file).names()) print(each);
+    });
+
+    auto* showCommand = command("show", "Show what a contact holds");
+    showCommand->add_option("NAME", name, "First and last name")->required();
+    showCommand->callback([&] {
+        for (const std::string& each : OpenStore(file).valuesOf(name)) print(each);
+    });
+
+    auto* pictureCommand = app.add_subcommand("picture", "Draw a picture to give to a contact");
+    pictureCommand->add_option("JPEGFILE", file, "The file to write")->required();
+    pictureCommand->add_option("WORD", value, "What makes one picture differ from another")->required();
+    pictureCommand->callback([&] { drawPicture(file, value); });
     try {
         app.parse(argc, argv);
         return 0;
