@@ -134,6 +134,7 @@ private:
             hr = com::call(source_.translator, &ITranslator::ReadField, sourceKey_.get(), step.sourceField, step.value.put());
             if (FAILED(hr)) step.value = com::Variant();
             if (image) images_[step.S].has = !step.text().empty();
+            if (image && (sourceCaps_ & imageFileCaps)) imageFiles_.add(step.value);
         } else {
             (void)hasImage(sourceImages_.get(), sourceKey_.get(), step.sourceField, images_[step.S].has);
         }
@@ -163,7 +164,7 @@ private:
         if (hostUpdate_ && !isNew_) units_.noteWritten(step.T);
     }
 
-    // A file on the way is the engine's own, once the source has given it. The target has until the end of the record to read it.
+    // A file on the way is the engine's own, given by the source or made here. The target has until the end of the record to read it.
     void convertImage(FieldStep& step)
     {
         const std::int64_t size = ConvertImageValue(step.value, sourceCaps_, targetCaps_, true);

@@ -166,8 +166,10 @@ private:
         if (!image.text().empty()) {
             ULONG caps = 0;
             (void)com::call(pass_.side(side).translator, &ITranslator::GetTranslatorCaps, &caps);
+            ImageFiles files; // the one that is given, and the one it becomes
+            if (caps & imageFileCaps) files.add(image);
             size = imageSizeText(ConvertImageValue(image, caps, capJPEGFile, true));
-            ImageFiles().add(image);
+            files.add(image);
         }
         values[type] = flag;
         values[sizeTypeOf(type)] = size;
