@@ -1,6 +1,7 @@
 // The top of the house: the four exports, and the table of the module's classes.
 #include "autotest/CSyncAutoTest.h"
 #include "categories.h"
+#include "dialogs/CFieldMappingDlg.h"
 #include "engine/CSynchronizer.h"
 #include "foundation/ClassTable.h"
 #include "foundation/CLogFile.h"
@@ -16,6 +17,7 @@
 #include "translators/CTranslatorBridge.h"
 #include "translators/CTrManager.h"
 #include "translators/CTrServices.h"
+#include "translators/FieldMappingEditor.h"
 #include "translators/TranslatorCategory.h"
 
 namespace {
@@ -48,6 +50,7 @@ public:
     Module()
     {
         mb::SetClassTable(classTable);
+        mb::SetFieldMappingEditor(mb::EditFieldMapping);
         (void)com::guarded([] { mb::LoadLocalizedModule(u"mbsync.dat"); });
         (void)mb::ConfigStore(); // made before this is, so it is there until this is gone
     }

@@ -1,5 +1,7 @@
 #include "dialogs/ConflictPrompt.h"
 
+#include "dialogs/CConflictDlg.h"
+#include "dialogs/CDeleteConflictDlg.h"
 #include <utility>
 
 namespace mb {
@@ -7,10 +9,17 @@ namespace {
 
 ConflictPrompt* installed = nullptr;
 
+template <class Dlg, class Question> bool askUser(Question& question)
+{
+    Dlg dialog(question);
+    return ShowDialog(dialog, question.parent) == idOk;
+}
+
 } // namespace
 
 ConflictPrompt* SetConflictPrompt(ConflictPrompt* prompt) noexcept { return std::exchange(installed, prompt); }
-bool AskConflict(ConflictQuestion& question) { return installed && installed->ask(question); }
-bool AskConflict(DeleteConflictQuestion& question) { return installed && installed->ask(question); }
+
+bool AskConflict(ConflictQuestion& question) { return installed ? installed->ask(question) : askUser<CConflictDlg>(question); }
+bool AskConflict(DeleteConflictQuestion& question) { return installed ? installed->ask(question) : askUser<CDeleteConflictDlg>(question); }
 
 } // namespace mb

@@ -1,5 +1,4 @@
-// The two questions of the conflict stage, and where it puts them. A front end shows them; while there is none, every question is
-// answered by cancelling, and nothing is written.
+// The two questions of the conflict stage, and where it puts them: to the dialogs, or to whoever was put in their place.
 #pragma once
 #include "interfaces.h"
 #include "store/FieldData.h"
@@ -47,7 +46,7 @@ public:
     virtual bool ask(DeleteConflictQuestion& question) = 0;
 };
 
-// The front end of this process; null for none. The caller keeps it alive, and gets the former one.
+// Answers in place of the dialogs until it is taken away with null; the caller keeps it alive, and gets the former one.
 ConflictPrompt* SetConflictPrompt(ConflictPrompt* prompt) noexcept;
 bool AskConflict(ConflictQuestion& question);
 bool AskConflict(DeleteConflictQuestion& question);

@@ -1,6 +1,6 @@
 #include "engine/DescribeRecord.h"
 
-#include "engine/ReadText.h"
+#include "translators/ReadText.h"
 
 namespace mb {
 namespace {

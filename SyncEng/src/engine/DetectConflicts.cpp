@@ -1,9 +1,9 @@
 #include "engine/Conflicts.h"
 #include "engine/FailureReport.h"
-#include "engine/ImageFields.h"
 #include "engine/RecordChanges.h"
 #include "engine/StageProgress.h"
 #include "text.h"
+#include "translators/ImageFields.h"
 #include <unordered_map>
 
 namespace mb {

@@ -1,11 +1,9 @@
 #include "engine/FindDuplicates.h"
 
 #include "engine/FailureReport.h"
-#include "engine/ImageFields.h"
 #include "engine/MatchRules.h"
 #include "engine/PairDuplicates.h"
 #include "engine/RankCandidates.h"
-#include "engine/ReadText.h"
 #include "engine/RecordIndex.h"
 #include "engine/ResolveConflicts.h"
 #include "engine/StageProgress.h"
@@ -13,6 +11,8 @@
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
+#include "translators/ImageFields.h"
+#include "translators/ReadText.h"
 
 namespace mb {
 namespace {

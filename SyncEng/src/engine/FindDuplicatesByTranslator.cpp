@@ -1,13 +1,13 @@
 #include "engine/DescribeRecord.h"
 #include "engine/FindDuplicates.h"
-#include "engine/ImageFields.h"
 #include "engine/MatchRows.h"
 #include "engine/MatchRules.h"
-#include "engine/ReadText.h"
 #include "engine/StageProgress.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
+#include "translators/ImageFields.h"
+#include "translators/ReadText.h"
 #include <unordered_set>
 
 namespace mb {

@@ -1,6 +1,6 @@
 #include "engine/HostUnits.h"
 
-#include "engine/ReadText.h"
+#include "translators/ReadText.h"
 #include <algorithm>
 
 namespace mb {

@@ -1,9 +1,9 @@
 #include "engine/RankCandidates.h"
 
-#include "engine/ImageFields.h"
 #include "engine/MatchRules.h"
 #include "foundation/FieldValue.h"
 #include "text.h"
+#include "translators/ImageFields.h"
 #include <array>
 
 namespace mb {

@@ -1,9 +1,9 @@
 #include "engine/RecordChanges.h"
 
-#include "engine/ImageFields.h"
-#include "engine/ReadText.h"
 #include "foundation/FieldValue.h"
 #include "text.h"
+#include "translators/ImageFields.h"
+#include "translators/ReadText.h"
 
 namespace mb {
 namespace {

@@ -54,6 +54,14 @@ private:
 // For each pair of mapped fields, the type on side 1 to the type on side 2.
 using FieldTypeMap = std::map<LONG, LONG>;
 
+// The type that a field has on the other side; without a map, and outside of it, its own.
+inline LONG mappedType(const FieldTypeMap* types, LONG type)
+{
+    if (!types) return type;
+    const auto at = types->find(type);
+    return at == types->end() ? type : at->second;
+}
+
 std::u16string composeFieldData(const FieldValueMap& fields);
 // What has been read up to the first thing that cannot be read stands.
 FieldValueMap parseFieldData(std::u16string_view text);

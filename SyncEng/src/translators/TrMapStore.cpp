@@ -4,6 +4,7 @@
 #include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
 #include "translators/CTrManager.h"
+#include "translators/FieldMappingEditor.h"
 #include "translators/SideSettings.h"
 #include "translators/TrMapKeys.h"
 
@@ -170,7 +171,9 @@ HRESULT STDMETHODCALLTYPE CTrManager::SetCategoryGuid(REFGUID guid, REFGUID catG
     return com::guarded([&] { return ConfigStore().WriteGuid(trMapType, com::guidText(guid), trMapCategoryKey, catGuid, false, true); });
 }
 
-// The dialog is not there yet.
-HRESULT STDMETHODCALLTYPE CTrManager::ConfigureFieldMapping(HWND, REFGUID, VARIANT_BOOL) { return E_NOTIMPL; }
+HRESULT STDMETHODCALLTYPE CTrManager::ConfigureFieldMapping(HWND hwndParent, REFGUID gTrMap, VARIANT_BOOL bSetFlagForHistory)
+{
+    return com::guarded([&] { return RunFieldMappingEditor(hwndParent, gTrMap, bSetFlagForHistory != VARIANT_FALSE); });
+}
 
 } // namespace mb

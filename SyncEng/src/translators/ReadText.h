@@ -1,4 +1,4 @@
-// The text of a field, as the engine takes it from a translator.
+// The text of a field, as it is taken from a translator.
 #pragma once
 #include "com.h"
 #include "interfaces.h"

@@ -1,4 +1,4 @@
-// What the engine knows of an image field: its presence and its size, never its bytes.
+// What is known of an image field: its presence and its size, never its bytes.
 #pragma once
 #include "com.h"
 #include "interfaces.h"

@@ -1,4 +1,4 @@
-#include "engine/ImageFields.h"
+#include "translators/ImageFields.h"
 
 namespace mb {
 

@@ -1,0 +1,77 @@
+#include "dialogs/CChangeDetailsDlg.h"
+
+#include "dialogs/DialogTexts.h"
+#include "foundation/Format.h"
+#include "foundation/Strings.h"
+#include "translators/ImageFields.h"
+
+namespace mb {
+namespace {
+
+bool isImageSize(LONG type) noexcept { return type == ftImageSize1 || type == ftImageSize2; }
+
+// A text, or a number that is 64 bits wide.
+HRESULT readPlain(ITranslator* translator, const RecordReading& record, const GUID& field, std::u16string& text)
+{
+    com::Variant value;
+    const HRESULT hr = com::call(translator, &ITranslator::ReadField, record.id(), field, value.put());
+    if (FAILED(hr)) return hr;
+    text = value.vt == VT_I8 || value.vt == VT_UI8 ? imageSizeText(value.llVal) : std::u16string(value.text());
+    return hr;
+}
+
+// A value of the record as the list shows it: of an image whether it is there and how large it is.
+HRESULT currentValue(const TranslatorFields& fields, IImageSupport* images, const RecordReading& record, LONG type, std::u16string& text)
+{
+    const LONG imageType = type == ftImageSize1 ? LONG{ftImage1} : type == ftImageSize2 ? LONG{ftImage2} : type;
+    const GUID* field = fields.ofType(imageType);
+    if (!field) return E_FAIL;
+    if (!isImageType(imageType)) return readPlain(fields.translator(), record, *field, text);
+    if (!images) return E_FAIL;
+    bool has = false;
+    const HRESULT hr = hasImage(images, record.id(), *field, has);
+    if (FAILED(hr)) return hr;
+    if (isImageSize(type))
+        text = imageSizeText(has ? readImageSize(images, record.id(), *field) : 0);
+    else
+        text = imageFlagText(has);
+    return S_OK;
+}
+
+} // namespace
+
+void CChangeDetailsDlg::prepare()
+{
+    const TranslatorFields fields(change_.translator);
+    const std::u16string contact = ReadContactName(fields, change_.recordId, ftFirstName, ftLastName).joined();
+    model_.caption = u"Contact Changes";
+    model_.add(idMessage, ControlKind::Text, Format(LoadText(176), contact, ShortNameOf(change_.clsid)));
+    model_.add(idList, ControlKind::List).columns = {{LoadText(107)}, {LoadText(177)}, {LoadText(178)}};
+    model_.addButton(idOk, u"OK", ButtonRole::Default);
+    model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel).visible = false;
+    model_.focus = idOk;
+    fillList(fields);
+}
+
+void CChangeDetailsDlg::fillList(const TranslatorFields& fields)
+{
+    const RecordReading record(change_.translator, change_.recordId);
+    if (!record || !change_.values) return;
+    const auto images = com::Ptr<ITranslator>(change_.translator).tryAs<IImageSupport>();
+    for (const auto& [type, value] : *change_.values) {
+        if (isImageType(type) && (!change_.SyncImages || !images)) continue;
+        const LONG target = mappedType(change_.FieldTypes, type);
+        const std::u16string name = isImageSize(type) ? LoadText(type == ftImageSize1 ? 234 : 235) : fields.nameOfType(target);
+        std::u16string current;
+        if (FAILED(currentValue(fields, images.get(), record, target, current))) continue;
+        if (isImageType(type) && value == current) continue;
+        model_[idList].rows.push_back({{name, CellText(current), CellText(value)}});
+    }
+}
+
+void CChangeDetailsDlg::onPress(int button)
+{
+    if (button == idOk || button == idCancel) end(button);
+}
+
+} // namespace mb

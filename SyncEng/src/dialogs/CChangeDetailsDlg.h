@@ -1,0 +1,32 @@
+// Shows of one changed contact the value that each field has now and the one it will get.
+#pragma once
+#include "dialogs/Dialog.h"
+#include "interfaces.h"
+#include "store/FieldData.h"
+
+namespace mb {
+
+// The contact that will be changed, on the side where it is.
+struct ContactChange {
+    ITranslator* translator = nullptr;
+    GUID clsid{};
+    std::u16string recordId;
+    const FieldValueMap* values = nullptr;    // by the types of the side that they come from; may be null
+    const FieldTypeMap* FieldTypes = nullptr; // from those to the types of this side
+    bool SyncImages = false;
+};
+
+class CChangeDetailsDlg final : public Dialog {
+public:
+    enum ControlId { idMessage = 219, idList = 220 };
+
+    explicit CChangeDetailsDlg(ContactChange change) noexcept : change_(std::move(change)) {}
+    void prepare() override;
+
+private:
+    void onPress(int button) override;
+    void fillList(const class TranslatorFields& fields);
+    ContactChange change_;
+};
+
+} // namespace mb

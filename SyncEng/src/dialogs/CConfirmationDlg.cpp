@@ -1,0 +1,114 @@
+#include "dialogs/CConfirmationDlg.h"
+
+#include "dialogs/CDetailsDlg.h"
+#include "dialogs/DialogTexts.h"
+#include "foundation/Format.h"
+#include "foundation/HelpTopic.h"
+#include "foundation/Strings.h"
+
+namespace mb {
+namespace {
+
+constexpr GUID notesTranslator{0x297D3C58, 0x569B, 0x4F38, {0xAC, 0x59, 0xD4, 0xE2, 0x78, 0xD5, 0x47, 0x79}};
+
+struct Counts {
+    int adds = 0, changes = 0, deletes = 0;
+    [[nodiscard]] bool any() const noexcept { return adds > 0 || changes > 0 || deletes > 0; }
+};
+
+Counts countTasks(std::span<const PlannedTask> tasks)
+{
+    Counts counts;
+    for (const PlannedTask& task : tasks) {
+        counts.adds += task.isAddition();
+        counts.changes += task.isChange();
+        counts.deletes += task.isDeletion();
+    }
+    return counts;
+}
+
+// What comes to a side: its own additions and changes, and the deletions that stand in the other list. What is not to be confirmed
+// is not told, though it will happen.
+Counts countsFor(const PlannedChanges& changes, const Counts& own, const Counts& other)
+{
+    return {changes.ConfirmAdds ? own.adds : 0, changes.ConfirmUpdates ? own.changes : 0, changes.ConfirmDeletes ? other.deletes : 0};
+}
+
+std::u16string blockText(std::u16string_view from, std::u16string_view to, const Counts& counts)
+{
+    if (!counts.any()) return {};
+    std::u16string text = Format(LoadText(102), from, to) + u"\r\n";
+    const auto addLine = [&](int count, int one, int many) {
+        if (count > 0) text += u"\t" + Format(LoadText(count == 1 ? one : many), count) + u"\r\n";
+    };
+    addLine(counts.adds, 188, 103);
+    addLine(counts.changes, 189, 104);
+    addLine(counts.deletes, 191, 190);
+    return text;
+}
+
+std::u16string unverifiedText(const PlannedChanges& changes, std::u16string_view name1, std::u16string_view name2)
+{
+    if (!changes.ConfirmAdds || !changes.UnverifiedRecords || changes.UnverifiedRecords->empty()) return {};
+    const std::size_t count = changes.UnverifiedRecords->size();
+    return Format(LoadText(186), name1, name2) + u"\r\n\t" + Format(LoadText(count == 1 ? 187 : 184), count);
+}
+
+// What the translator calls its database.
+std::u16string databaseLabel(const PlannedSide& side, std::u16string_view name)
+{
+    com::Bstr shortName, longName, label;
+    const auto info = com::Ptr<ITranslator>(side.translator).tryAs<ITranslatorInfo>();
+    if (info && SUCCEEDED(com::call(info, &ITranslatorInfo::GetInfo, shortName.put(), longName.put(), label.put()))) return label.text();
+    return Format(LoadText(200), name.empty() && side.clsid == notesTranslator ? LoadText(209) : std::u16string(name));
+}
+
+} // namespace
+
+std::u16string SummaryText(const PlannedChanges& changes)
+{
+    const std::u16string name1 = ShortNameOf(changes.side1.clsid), name2 = ShortNameOf(changes.side2.clsid);
+    const Counts tasks1 = countTasks(changes.side1.tasks), tasks2 = countTasks(changes.side2.tasks);
+    const std::u16string first = blockText(name2, name1, countsFor(changes, tasks1, tasks2));
+    const std::u16string unverified = unverifiedText(changes, name1, name2);
+    const std::u16string second = blockText(name1, name2, countsFor(changes, tasks2, tasks1));
+    if (first.empty() && unverified.empty() && second.empty()) return {};
+
+    std::u16string text = Format(LoadText(199), databaseLabel(changes.side1, name1), changes.side1.database) +
+                          Format(LoadText(199), databaseLabel(changes.side2, name2), changes.side2.database) + u"\r\n" + first;
+    if (!unverified.empty()) text += (first.empty() ? u"" : u"\r\n") + unverified;
+    if (!second.empty()) text += (first.empty() && unverified.empty() ? u"" : u"\r\n\r\n") + second;
+    return text;
+}
+
+void CConfirmationDlg::prepare()
+{
+    const std::u16string summary = SummaryText(changes_);
+    if (summary.empty()) return end(idOk);
+    model_.caption = u"Confirm Changes";
+    model_.add(idInstructions, ControlKind::Text, LoadText(141));
+    model_.add(idSummary, ControlKind::Edit, summary);
+    model_.addButton(idViewDetails, u"&View Details");
+    model_.addButton(idOk, u"OK", ButtonRole::Default);
+    model_.addButton(idReSync, u"&Re-Sync").enabled = changes_.AllowReSync;
+    model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel);
+    model_.addButton(idHelp, u"&Help", ButtonRole::Help);
+    model_.focus = idOk;
+}
+
+void CConfirmationDlg::onPress(int button)
+{
+    switch (button) {
+    case idViewDetails: {
+        CDetailsDlg details(changes_);
+        (void)ShowDialog(details, window);
+        return;
+    }
+    case idHelp: (void)ShowHelpTopic(window, helpConfirmation); return;
+    case idOk:
+    case idReSync:
+    case idCancel: return end(button);
+    }
+}
+
+} // namespace mb

@@ -1,0 +1,131 @@
+#include "dialogs/CConflictDlg.h"
+
+#include "dialogs/DialogTexts.h"
+#include "dialogs/MergeConflict.h"
+#include "foundation/Format.h"
+#include "foundation/HelpTopic.h"
+#include "foundation/Strings.h"
+#include "host.h"
+#include "text.h"
+#include "translators/ImageFields.h"
+
+namespace mb {
+namespace {
+
+// Front ends of the merge component show files; where values cannot be turned into files, images are not merged.
+constexpr ImageConverter mergeImages = nullptr;
+
+bool namesDiffer(const ContactName& a, const ContactName& b)
+{
+    return !platform::equalNoCase(a.last, b.last) || !platform::equalNoCase(a.first, b.first);
+}
+
+} // namespace
+
+void CConflictDlg::prepare()
+{
+    const TranslatorFields fields1(question_.side1.translator), fields2(question_.side2.translator);
+    const ContactName contact1 = ReadContactName(fields1, question_.side1.recordId, ftFirstName, ftLastName);
+    const ContactName contact2 = nameOnSide2(fields2);
+    name1_ = ShortNameOf(question_.side1.clsid);
+    name2_ = ShortNameOf(question_.side2.clsid);
+    addControls(message(contact1, contact2));
+    preselect();
+    fillList(fields1, fields2);
+}
+
+// A name whose field is not mapped stays empty.
+ContactName CConflictDlg::nameOnSide2(const TranslatorFields& fields) const
+{
+    const auto mapped = [&](LONG type) {
+        const auto at = question_.FieldTypes ? question_.FieldTypes->find(type) : FieldTypeMap::const_iterator();
+        return question_.FieldTypes && at != question_.FieldTypes->end() ? at->second : LONG{0};
+    };
+    return ReadContactName(fields, question_.side2.recordId, mapped(ftFirstName), mapped(ftLastName));
+}
+
+std::u16string CConflictDlg::message(const ContactName& contact1, const ContactName& contact2) const
+{
+    const std::u16string shown1 = contact1.shortened(), shown2 = contact2.shortened();
+    const bool differ = namesDiffer(contact1, contact2);
+    if (question_.FieldMapChanged)
+        return differ ? Format(LoadText(182), shown1, name1_, shown2, name2_) : Format(LoadText(172), shown1, name1_, name2_);
+    return differ ? Format(LoadText(181), shown1, name1_, shown2, name2_, name2_) : Format(LoadText(105), shown1, name1_, name2_, name2_);
+}
+
+void CConflictDlg::addControls(std::u16string_view messageText)
+{
+    model_.caption = u"Resolve Conflicting Changes";
+    model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
+    model_.add(idMessage, ControlKind::Text, messageText);
+    model_.add(idList, ControlKind::List);
+    model_.add(idMerge, ControlKind::Radio, u"Let me resolve the conflicts &manually");
+    model_.add(idDuplicate, ControlKind::Radio, u"Create a &duplicate contact");
+    model_.add(idTrans1Wins, ControlKind::Radio, Format(LoadText(106), name1_, name2_));
+    model_.add(idTrans2Wins, ControlKind::Radio, Format(LoadText(198), name2_, name1_));
+    model_.add(idApplyToAll, ControlKind::CheckBox, u"&Apply the selected resolution to all conflicts");
+    model_.addButton(idOk, u"OK", ButtonRole::Default);
+    model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel);
+    model_.addButton(idHelp, u"&Help", ButtonRole::Help);
+}
+
+void CConflictDlg::preselect()
+{
+    const int radio = question_.Resolution == croTrans1Wins   ? idTrans1Wins
+                      : question_.Resolution == croTrans2Wins ? idTrans2Wins
+                      : question_.Resolution == croMerge      ? idMerge
+                                                              : idDuplicate;
+    model_.checkRadio(radio);
+    model_.focus = radio;
+    model_[idApplyToAll].checked = question_.ApplyToAll;
+    onChoose(radio);
+}
+
+// A merge is made for one contact, so it cannot be applied to all.
+void CConflictDlg::onChoose(int radio) { model_[idApplyToAll].enabled = radio != idMerge; }
+
+void CConflictDlg::fillList(const TranslatorFields& fields1, const TranslatorFields& fields2)
+{
+    Control& list = model_[idList];
+    list.columns = {{LoadText(107)}, {name1_}, {name2_}};
+    question_.ConflictFields1.clear();
+    question_.ConflictFields2.clear();
+    for (const auto& [type, value1] : question_.ChangeMap1) {
+        if (!question_.SyncImages && isImageType(type)) continue;
+        const LONG mapped = mappedType(question_.FieldTypes, type);
+        const auto on2 = question_.ChangeMap2.find(mapped);
+        if (on2 == question_.ChangeMap2.end()) continue;
+        question_.ConflictFields1.push_back(type);
+        question_.ConflictFields2.push_back(mapped);
+        if (isImageType(type) && value1 == on2->second) continue;
+        const std::u16string label = mapped == type ? std::u16string() : u"[" + fields2.nameOfType(mapped) + u"] ";
+        list.rows.push_back({{fields1.nameOfType(type), CellText(value1), label + CellText(on2->second)}});
+    }
+}
+
+void CConflictDlg::onPress(int button)
+{
+    switch (button) {
+    case idOk: return accept();
+    case idCancel: return end(idCancel);
+    case idHelp: (void)ShowHelpTopic(window, helpConflict); return;
+    }
+}
+
+void CConflictDlg::accept()
+{
+    question_.Resolution = model_[idDuplicate].checked    ? croAddAll
+                           : model_[idMerge].checked      ? croMerge
+                           : model_[idTrans1Wins].checked ? croTrans1Wins
+                                                          : croTrans2Wins;
+    const Control& all = model_[idApplyToAll];
+    question_.ApplyToAll = all.enabled && all.checked;
+    if (question_.Resolution == croMerge) {
+        const HRESULT hr = com::guarded([&] { return MergeConflict(question_, window, {name1_, name2_}, mergeImages); });
+        if (FAILED(hr)) return ShowWarning(window, Format(LoadText(173), Format(u"%x", hr), platform::systemMessage(hr)));
+        if (hr == S_FALSE) return; // given up: the other ways stay open
+    }
+    end(idOk);
+}
+
+} // namespace mb

@@ -1,0 +1,42 @@
+// Asks what becomes of a contact that was changed on both sides: one side wins, both are kept, or the user merges them by hand.
+#pragma once
+#include "dialogs/ConflictPrompt.h"
+#include "dialogs/Dialog.h"
+
+namespace mb {
+
+struct ContactName;
+class TranslatorFields;
+
+class CConflictDlg final : public Dialog {
+public:
+    enum ControlId {
+        idHelp = 207,
+        idMessage = 209,
+        idDuplicate = 210,
+        idTrans1Wins = 212,
+        idTrans2Wins = 213,
+        idMerge = 214,
+        idApplyToAll = 215,
+        idList = 216,
+        idCounter = 221
+    };
+
+    // The answer goes into the question if the dialog ends with OK; its lists of conflicting fields are filled when it opens.
+    explicit CConflictDlg(ConflictQuestion& question) noexcept : question_(question) {}
+    void prepare() override;
+
+private:
+    void onPress(int button) override;
+    void onChoose(int radio) override;
+    [[nodiscard]] ContactName nameOnSide2(const TranslatorFields& fields) const;
+    [[nodiscard]] std::u16string message(const ContactName& contact1, const ContactName& contact2) const;
+    void addControls(std::u16string_view messageText);
+    void preselect();
+    void fillList(const TranslatorFields& fields1, const TranslatorFields& fields2);
+    void accept();
+    ConflictQuestion& question_;
+    std::u16string name1_, name2_; // the short names of the two translators
+};
+
+} // namespace mb

@@ -1,0 +1,65 @@
+#include "dialogs/CDeleteConflictDlg.h"
+
+#include "dialogs/DialogTexts.h"
+#include "foundation/Format.h"
+#include "foundation/HelpTopic.h"
+#include "foundation/Strings.h"
+#include "translators/ImageFields.h"
+#include "translators/ReadText.h"
+
+namespace mb {
+
+void CDeleteConflictDlg::prepare()
+{
+    const ConflictSide& survivor = question_.survivor;
+    const TranslatorFields fields(survivor.translator);
+    const std::u16string changedName = ShortNameOf(survivor.clsid), deletedName = ShortNameOf(question_.deletedClsid);
+    const std::u16string contact = ReadContactName(fields, survivor.recordId, ftFirstName, ftLastName).shortened();
+
+    model_.caption = u"Resolve Contact's Change and Deletion";
+    model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
+    model_.add(idMessage, ControlKind::Text, Format(LoadText(108), contact, changedName, deletedName));
+    model_.add(idList, ControlKind::List);
+    model_.add(idAdd, ControlKind::Radio, Format(LoadText(109), deletedName));
+    model_.add(idDelete, ControlKind::Radio, Format(LoadText(110), changedName));
+    model_.add(idApplyToAll, ControlKind::CheckBox, u"A&pply the selected resolution to all conflicts").checked = question_.ApplyToAll;
+    model_.addButton(idOk, u"OK", ButtonRole::Default);
+    model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel);
+    model_.addButton(idHelp, u"&Help", ButtonRole::Help);
+    model_.checkRadio(idAdd);
+    model_.focus = idAdd;
+    fillList(fields, changedName, deletedName);
+}
+
+void CDeleteConflictDlg::fillList(const TranslatorFields& fields, std::u16string_view changedName, std::u16string_view deletedName)
+{
+    Control& list = model_[idList];
+    list.columns = {{LoadText(107)}, {std::u16string(changedName)}, {std::u16string(deletedName)}};
+    const std::u16string gone = LoadText(139);
+    const RecordReading record(fields.translator(), question_.survivor.recordId);
+    if (!record) return;
+    for (const TranslatorFields::Item& item : fields.items()) {
+        std::u16string value;
+        if (isImageType(item.type) || FAILED(readText(fields.translator(), record.id(), item.guid, value))) continue;
+        list.rows.push_back({{fields.nameOf(item.guid), CellText(value), gone}});
+    }
+}
+
+void CDeleteConflictDlg::onPress(int button)
+{
+    switch (button) {
+    case idOk: takeAnswer(); return end(idOk);
+    case idCancel: return end(idCancel);
+    case idHelp: (void)ShowHelpTopic(window, helpDeleteConflict); return;
+    }
+}
+
+// To add means that the changed side wins, to delete that the deleting one does.
+void CDeleteConflictDlg::takeAnswer()
+{
+    const bool add = model_[idAdd].checked, goneOnOne = question_.DeletedSide == idTrans1;
+    question_.Resolution = add == goneOnOne ? croTrans2Wins : croTrans1Wins;
+    question_.ApplyToAll = model_[idApplyToAll].checked;
+}
+
+} // namespace mb
