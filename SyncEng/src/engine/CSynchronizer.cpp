@@ -142,8 +142,9 @@ HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
         std::u16string database;
         if (SUCCEEDED(currentDatabase2(trMap, map, database))) StoreOutlookExpressDatabase(id2, database);
     }
+    run_.OnlyPlanned = false;
     HRESULT hr = SyncOneMap(run_);
-    if (SUCCEEDED(hr) && run_.CategoryPass) {
+    if (run_.CategoryPass && (SUCCEEDED(hr) || run_.OnlyPlanned)) {
         run_.ContactPassPending = true;
         run_.CategoryPass = false;
         hr = SyncOneMap(run_);

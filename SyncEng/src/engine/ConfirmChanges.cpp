@@ -1,7 +1,11 @@
 #include "engine/ConfirmChanges.h"
 
+#include "dialogs/CConfirmationDlg.h"
+#include "engine/EngineCodes.h"
+#include "engine/PlanChanges.h"
 #include "engine/RecordChanges.h"
 #include "engine/ResolveConflicts.h"
+#include "foundation/SilentMode.h"
 
 namespace mb {
 namespace {
@@ -23,6 +27,23 @@ void settle(PipelinePass& pass, Side side)
     }
 }
 
+bool wantsConfirmation(PipelinePass& pass)
+{
+    const MapOptions& options = pass.run.Options;
+    if (SilentMode || !(options.ConfirmAdds || options.ConfirmUpdates || options.ConfirmDeletes)) return false;
+    return !pass.side(Side::One).Tasks.empty() || !pass.side(Side::Two).Tasks.empty() || !pass.run.UnverifiedRecords.empty();
+}
+
+HRESULT askUser(RunState& run, const PlannedChanges& changes)
+{
+    CConfirmationDlg dialog(changes);
+    switch (ShowDialog(dialog, run.ParentWindow)) {
+    case idOk: return S_OK;
+    case idReSync: run.ResyncRequested = true; return codeReSync;
+    default: return E_ABORT;
+    }
+}
+
 } // namespace
 
 HRESULT ConfirmChanges(PipelinePass& pass)
@@ -30,7 +51,10 @@ HRESULT ConfirmChanges(PipelinePass& pass)
     FillFieldTypes(pass);
     settle(pass, Side::One);
     settle(pass, Side::Two);
-    return S_OK;
+    const Plan plan(pass);
+    const HRESULT told = TellPlan(pass, plan.changes);
+    if (told != S_OK) return FAILED(told) ? told : S_OK;
+    return wantsConfirmation(pass) ? askUser(pass.run, plan.changes) : S_OK;
 }
 
 void LoadTargetFields(PipelinePass& pass)

@@ -60,6 +60,7 @@ struct RunState {
     bool CategoryPass = false;       // this run of SyncOneMap synchronises category lists
     bool ContactPassPending = false; // this run of SyncOneMap follows a category pass
     bool CategoriesBarred = false;   // no category pass may happen
+    bool OnlyPlanned = false;        // the host was told of this pass and wants nothing of it written
 
     std::u16string TransferFile, TransferPassword;
     SAFEARRAY* TransferCards = nullptr; // borrowed while a transfer runs; set is the test for a transfer

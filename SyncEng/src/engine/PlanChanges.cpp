@@ -1,0 +1,118 @@
+#include "engine/PlanChanges.h"
+
+#include "dialogs/CChangeDetailsDlg.h"
+#include "dialogs/CConfirmationDlg.h"
+#include "dialogs/CDetailsDlg.h"
+
+namespace mb {
+namespace {
+
+std::vector<PlannedTask> plannedTasks(const TaskList& tasks)
+{
+    std::vector<PlannedTask> planned;
+    planned.reserve(tasks.size());
+    for (const auto& [id, task] : tasks) planned.push_back({task.Kind, &id, task.MappedId ? &*task.MappedId : nullptr, task.Changes.get()});
+    return planned;
+}
+
+// Tells the sink of a host, call by call.
+class PlanTeller {
+public:
+    PlanTeller(PipelinePass& pass, const PlannedChanges& changes, ISyncReview* review) : pass_(pass), changes_(changes), review_(review) {}
+
+    HRESULT tell()
+    {
+        VARIANT_BOOL details1 = VARIANT_FALSE, details2 = VARIANT_FALSE;
+        HRESULT hr = tellCounts(Side::One, &details1);
+        if (SUCCEEDED(hr)) hr = tellCounts(Side::Two, &details2);
+        if (FAILED(hr)) return hr;
+        PlannedChanges all = changes_;
+        all.ConfirmAdds = all.ConfirmUpdates = all.ConfirmDeletes = true;
+        const bool wanted = details1 != VARIANT_FALSE || details2 != VARIANT_FALSE;
+        if (wanted) hr = tellDetails(all, details1 != VARIANT_FALSE, details2 != VARIANT_FALSE);
+        if (FAILED(hr)) return hr;
+        const com::Bstr summary(wanted ? SummaryText(all) : std::u16string());
+        hr = com::call(review_, &ISyncReview::OnPlanEnd, summary.get());
+        pass_.run.OnlyPlanned = hr == E_ABORT;
+        return hr;
+    }
+
+private:
+    HRESULT tellCounts(Side target, VARIANT_BOOL* details)
+    {
+        const Side source = otherSide(target);
+        LONG records = 0, additions = 0, changes = 0, deletions = 0;
+        (void)com::call(pass_.side(target).translator, &ITranslator::GetRecordCount, &records);
+        if (pass_.Send[source]) {
+            for (const PlannedTask& task : target == Side::One ? changes_.side1.tasks : changes_.side2.tasks) {
+                additions += task.isAddition();
+                changes += task.isChange();
+            }
+            for (const auto& [id, task] : pass_.side(target).Tasks) deletions += task.Kind == TaskDelete;
+        }
+        return com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, additions, changes, deletions,
+                         details);
+    }
+
+    HRESULT tellDetails(const PlannedChanges& all, bool side1, bool side2)
+    {
+        CDetailsDlg details(all);
+        details.prepare();
+        HRESULT hr = S_OK;
+        for (const int list : {CDetailsDlg::idList1, CDetailsDlg::idList2}) {
+            const _TransIds side = list == CDetailsDlg::idList1 ? idTrans1 : idTrans2;
+            if (side == idTrans1 ? !side1 : !side2) continue;
+            const std::size_t rows = details.model().find(list)->rows.size();
+            for (std::size_t row = 0; row < rows && SUCCEEDED(hr); ++row) hr = tellContact(details, all, side, list, row);
+        }
+        return hr;
+    }
+
+    HRESULT tellContact(const CDetailsDlg& details, const PlannedChanges& all, _TransIds side, int list, std::size_t row)
+    {
+        const auto& cells = details.model().find(list)->rows[row].cells;
+        const com::Bstr action(cells[0]), first(cells[1]), last(cells[2]), company(cells[3]);
+        HRESULT hr = com::call(review_, &ISyncReview::OnPlannedContact, side, action.get(), first.get(), last.get(), company.get());
+        const PlannedTask* task = details.taskOf(list, row);
+        if (FAILED(hr) || !task || !task->isChange()) return hr;
+        const PlannedSide& target = details.targetOf(list);
+        CChangeDetailsDlg change(
+            {target.translator, target.clsid, *task->MappedId, task->Changes, &details.typesFor(list), all.SyncImages});
+        change.prepare();
+        for (const ListRow& field : change.model().find(CChangeDetailsDlg::idList)->rows) {
+            const com::Bstr name(field.cells[0]), current(field.cells[1]), value(field.cells[2]);
+            hr = com::call(review_, &ISyncReview::OnPlannedField, name.get(), current.get(), value.get());
+            if (FAILED(hr)) break;
+        }
+        return hr;
+    }
+
+    PipelinePass& pass_;
+    const PlannedChanges& changes_;
+    ISyncReview* review_;
+};
+
+} // namespace
+
+// What comes to a side are the other side's tasks; the deletions among them cross over again.
+Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).Tasks)), tasks2_(plannedTasks(pass.side(Side::One).Tasks))
+{
+    const RunState& run = pass.run;
+    changes.side1 = {pass.side(Side::One).translator.get(), run.side(Side::One).Id, tasks1_, run.side(Side::One).Database};
+    changes.side2 = {pass.side(Side::Two).translator.get(), run.side(Side::Two).Id, tasks2_, run.side(Side::Two).Database};
+    changes.ConfirmAdds = run.Options.ConfirmAdds;
+    changes.ConfirmUpdates = run.Options.ConfirmUpdates;
+    changes.ConfirmDeletes = run.Options.ConfirmDeletes;
+    changes.AllowReSync = pass.HasHistory;
+    changes.FieldTypes = &run.FieldTypes;
+    changes.UnverifiedRecords = &run.UnverifiedRecords;
+    changes.SyncImages = run.Options.SyncImages;
+}
+
+HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes)
+{
+    const auto review = pass.run.EventSink.tryAs<ISyncReview>();
+    return review ? PlanTeller(pass, changes, review.get()).tell() : S_OK;
+}
+
+} // namespace mb
