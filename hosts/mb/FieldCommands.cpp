@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "console.h"
 #include "Failure.h"
 #include "MapName.h"
 #include "Output.h"
@@ -96,6 +97,16 @@ public:
         for (const Pair& pair : kept) expect(fieldMaps_->AddMapEntry(fresh, pair.first, pair.second));
         replaceWith(fresh);
     }
+    // Asks the user in the terminal.
+    void edit()
+    {
+        if (!platform::someoneAnswers())
+            throw Failure("--edit needs a terminal to ask on; --map, --unmap and --reset do not.", exitCancelled);
+        const HRESULT hr = maps_->ConfigureFieldMapping(nullptr, map_, VARIANT_TRUE);
+        expect(hr);
+        if (hr == S_FALSE) throw Failure("Cancelled. The field map is as it was.", exitCancelled);
+        expect(maps_->GetFieldMap(map_, &fieldMap_));
+    }
     void reset()
     {
         expect(fieldMaps_->CreateDefaultMap(fieldMap_));
@@ -164,22 +175,24 @@ void addFieldCommands(CLI::App& app)
         std::string map;
         std::vector<std::string> pair;
         std::string removed;
-        bool json = false, reset = false, available = false;
+        bool json = false, reset = false, available = false, edit = false;
     };
     const auto given = std::make_shared<Arguments>();
     auto* fields = app.add_subcommand("fields", "List or change which field of the first store goes with which of the second");
     fields->footer(
         "Contacts that nobody edits keep their values after a change of the list; mb sync MAP --resync compares them all anew.\n\n"
         "Examples:\n  mb fields 5F49\n  mb fields 5F49 --map \"Home phone\" \"Other phone\"\n"
-        "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset");
+        "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset\n  mb fields 5F49 --edit");
     fields->add_option("MAP", given->map, mapHelp)->required();
     auto* add = fields->add_option("--map", given->pair, "Map a field of the first store to one of the second")->expected(2);
     auto* remove = fields->add_option("--unmap", given->removed, "Take a field of the first store out of the list");
     auto* reset = fields->add_flag("--reset", given->reset, "Map all fields that mean the same, and no others");
     auto* available = fields->add_flag("--available", given->available, "List the fields that the stores have");
-    add->excludes(remove, reset, available);
-    remove->excludes(reset, available);
-    reset->excludes(available);
+    auto* edit = fields->add_flag("--edit", given->edit, "Go through all fields in the terminal");
+    add->excludes(remove, reset, available, edit);
+    remove->excludes(reset, available, edit);
+    reset->excludes(available, edit);
+    available->excludes(edit);
     fields->add_flag("--json", given->json, jsonHelp);
     fields->callback([given] {
         if (given->available) return listAvailable(given->map, given->json);
@@ -192,6 +205,7 @@ void addFieldCommands(CLI::App& app)
             editor.remove(editor.first.named(given->removed));
         }
         if (given->reset) FieldEditor(given->map).reset();
+        if (given->edit) FieldEditor(given->map).edit();
         listFields(given->map, given->json);
     });
 }

@@ -38,7 +38,7 @@ void Outcome::settle(HRESULT hr, const std::function<std::string()>& lastError)
 
 Json outcomeJson(const Outcome& outcome)
 {
-    constexpr const char* ends[] = {"done", "failed", "cancelled"};
+    constexpr const char* ends[] = {"done", "planned", "failed", "cancelled", "refused", "unanswered"};
     Json json{{"result", ends[static_cast<int>(outcome.end)]}, {"seconds", outcome.seconds}};
     if (outcome.counts) {
         json["first"] = sideJson(outcome.counts->sides[0]);

@@ -9,10 +9,10 @@
 namespace mbhost {
 
 struct Outcome {
-    enum class End { Done, Failed, Cancelled } end = End::Done;
+    enum class End { Done, Planned, Failed, Cancelled, Refused, Unanswered } end = End::Done;
     double seconds = 0.0;
     std::optional<RunCounts> counts; // empty if the log does not tell
-    std::string message;             // of a failure
+    std::string message;             // of a failure or a refusal
 
     // Takes the end from the run's result; where the engine has no message for a failure, the system's sentence serves.
     void settle(HRESULT hr, const std::function<std::string()>& lastError);

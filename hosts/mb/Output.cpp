@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include "console_text.h"
 #include "Failure.h"
 #include "text.h"
 #include <algorithm>
@@ -8,23 +9,7 @@
 namespace mbhost {
 namespace {
 
-bool isBreak(char16_t c) { return c == u'\r' || c == u'\n' || c == u'\t' || c == 0x2028 || c == 0x2029; }
-
-// The control characters of both halves, and those that turn the direction of the text around them.
-bool isControl(char16_t c) { return c < 0x20 || (c >= 0x7F && c < 0xA0) || (c >= 0x202A && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069); }
-
-// Columns of a terminal; marks that combine with a letter take none, wide letters two.
-std::size_t widthOf(std::string_view text)
-{
-    std::size_t width = 0;
-    for (const char16_t c : platform::utf16(text)) {
-        const bool combining = (c >= 0x300 && c < 0x370) || (c & 0xFC00) == 0xDC00;
-        const bool wide = (c >= 0x1100 && c < 0x1160) || (c >= 0x2E80 && c < 0xA4D0) || (c >= 0xAC00 && c < 0xD7A4) ||
-                          (c >= 0xF900 && c < 0xFB00) || (c >= 0xFF00 && c < 0xFF61) || (c & 0xFC00) == 0xD800;
-        width += combining ? 0 : wide ? 2 : 1;
-    }
-    return width;
-}
+std::size_t widthOf(std::string_view text) { return platform::columnsOf(platform::utf16(text)); }
 
 void appendRow(std::string& out, const std::vector<std::string>& cells, const std::vector<std::size_t>& widths)
 {
@@ -37,20 +22,7 @@ void appendRow(std::string& out, const std::vector<std::string>& cells, const st
 
 } // namespace
 
-std::string printable(std::u16string_view text)
-{
-    std::u16string safe;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char16_t c = text[i];
-        if (c == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue; // the pair is one blank
-        if (isBreak(c))
-            safe += u' ';
-        else
-            safe += isControl(c) ? u'\uFFFD' : c;
-    }
-    return platform::utf8(safe);
-}
-
+std::string printable(std::u16string_view text) { return platform::utf8(platform::harmless(text)); }
 std::string printable(std::string_view text) { return printable(platform::utf16(text)); }
 std::string quote(std::string_view text) { return '"' + printable(text) + '"'; }
 

@@ -1,0 +1,73 @@
+#include "PlanOutput.h"
+
+#include <sstream>
+
+namespace mbhost {
+namespace {
+
+std::string indented(const std::string& text, const char* indent)
+{
+    std::istringstream lines(text);
+    std::string out;
+    for (std::string line; std::getline(lines, line);) out += indent + line + "\n";
+    return out;
+}
+
+// Its line ends are the engine's own; the texts between them are not.
+std::string summaryText(std::u16string_view summary)
+{
+    std::string out;
+    while (!summary.empty()) {
+        const std::size_t end = summary.find(u"\r\n");
+        const std::u16string_view line = summary.substr(0, end);
+        summary.remove_prefix(end == std::u16string_view::npos ? summary.size() : end + 2);
+        out += line.empty() ? "\n" : "  " + printable(line) + "\n";
+    }
+    return out;
+}
+
+std::string contactText(const PlannedContact& contact)
+{
+    std::string out = "  " + contact.action + ": " + contact.name + (contact.company.empty() ? "" : " (" + contact.company + ")") + "\n";
+    std::vector<std::vector<std::string>> rows;
+    for (const PlannedField& field : contact.fields) rows.push_back({field.name, field.current, field.value});
+    return rows.empty() ? out : out + indented(table({"FIELD", "NOW", "NEW"}, rows), "      ");
+}
+
+Json countsJson(const PlannedCounts& counts)
+{
+    return {{"contacts", counts.records}, {"additions", counts.additions}, {"changes", counts.changes}, {"deletions", counts.deletions}};
+}
+
+} // namespace
+
+std::string planText(const MapInfo& map, const RunPlan& plan)
+{
+    if (plan.contacts.empty()) return guidName(map.guid) + ": nothing to do\n";
+    std::string out = guidName(map.guid) + ": this would be done\n" + summaryText(plan.summary);
+    for (const int side : {0, 1}) {
+        std::string contacts;
+        for (const PlannedContact& contact : plan.contacts)
+            if (contact.side == side) contacts += contactText(contact);
+        if (!contacts.empty()) out += "\n" + storeName(map, side) + "\n" + contacts;
+    }
+    return out + "\nNothing was written.\n";
+}
+
+Json planJson(const RunPlan& plan)
+{
+    Json contacts = Json::array();
+    for (const PlannedContact& contact : plan.contacts) {
+        Json fields = Json::array();
+        for (const PlannedField& field : contact.fields)
+            fields.push_back({{"field", field.name}, {"now", field.current}, {"new", field.value}});
+        contacts.push_back({{"store", contact.side == 0 ? "first" : "second"},
+                            {"action", contact.action},
+                            {"name", contact.name},
+                            {"company", contact.company},
+                            {"fields", std::move(fields)}});
+    }
+    return {{"first", countsJson(plan.sides[0])}, {"second", countsJson(plan.sides[1])}, {"contacts", std::move(contacts)}};
+}
+
+} // namespace mbhost

@@ -1,0 +1,12 @@
+// What a run would do, as mb shows it.
+#pragma once
+#include "MapName.h"
+#include "Output.h"
+#include "RunSink.h"
+
+namespace mbhost {
+
+std::string planText(const MapInfo& map, const RunPlan& plan);
+Json planJson(const RunPlan& plan);
+
+} // namespace mbhost

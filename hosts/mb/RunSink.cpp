@@ -1,0 +1,53 @@
+#include "RunSink.h"
+
+#include "Output.h"
+
+namespace mbhost {
+
+HRESULT STDMETHODCALLTYPE RunSink::OnProgress(_SyncProgress progress, DOUBLE fPercent) { return progress_->OnProgress(progress, fPercent); }
+HRESULT STDMETHODCALLTYPE RunSink::OnProgress2(BSTR label, DOUBLE fPercent) { return progress_->OnProgress2(label, fPercent); }
+
+// A look at the plan shows too many deletions as well.
+HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG additions, LONG changes, LONG deletions,
+                                          VARIANT_BOOL* pDetails)
+{
+    if (!pDetails) return E_POINTER;
+    *pDetails = planOnly ? VARIANT_TRUE : VARIANT_FALSE;
+    const int index = side == idTrans1 ? 0 : 1;
+    plan.sides[index] = {records, additions, changes, deletions};
+    if (limit.allows(records, deletions)) return S_OK;
+    refusedSide = index;
+    return planOnly ? S_OK : E_ABORT;
+}
+
+HRESULT STDMETHODCALLTYPE RunSink::OnPlannedContact(_TransIds side, BSTR action, BSTR firstName, BSTR lastName, BSTR company)
+{
+    return com::guarded([&] {
+        const std::string first = printable(com::viewOf(firstName)), last = printable(com::viewOf(lastName));
+        plan.contacts.push_back({side == idTrans1 ? 0 : 1,
+                                 printable(com::viewOf(action)),
+                                 first + (first.empty() || last.empty() ? "" : " ") + last,
+                                 printable(com::viewOf(company)),
+                                 {}});
+    });
+}
+
+HRESULT STDMETHODCALLTYPE RunSink::OnPlannedField(BSTR name, BSTR currentValue, BSTR newValue)
+{
+    return com::guarded([&]() -> HRESULT {
+        if (plan.contacts.empty()) return E_UNEXPECTED;
+        plan.contacts.back().fields.push_back(
+            {printable(com::viewOf(name)), printable(com::viewOf(currentValue)), printable(com::viewOf(newValue))});
+        return S_OK;
+    });
+}
+
+HRESULT STDMETHODCALLTYPE RunSink::OnPlanEnd(BSTR summary)
+{
+    return com::guarded([&]() -> HRESULT {
+        plan.summary += com::viewOf(summary);
+        return planOnly ? E_ABORT : acceptSummary ? S_FALSE : S_OK;
+    });
+}
+
+} // namespace mbhost

@@ -1,0 +1,59 @@
+// What mb hears from a run: its progress, and before anything is written what it is about to do. Here the host refuses a run that
+// deletes too much, accepts the summary in the user's place, or looks at the plan and lets nothing of it be done.
+#pragma once
+#include "DeleteLimit.h"
+#include "Progress.h"
+#include <vector>
+
+namespace mbhost {
+
+struct PlannedField {
+    std::string name, current, value;
+};
+
+struct PlannedContact {
+    int side = 0;
+    std::string action, name, company;
+    std::vector<PlannedField> fields; // of a change
+};
+
+struct PlannedCounts {
+    LONG records = 0, additions = 0, changes = 0, deletions = 0;
+};
+
+struct RunPlan {
+    PlannedCounts sides[2];
+    std::vector<PlannedContact> contacts;
+    std::u16string summary; // lines as the confirmation shows them
+};
+
+class RunSink final : public com::Object<ISyncEvents, ISyncReview> {
+public:
+    explicit RunSink(IUnknown* outer) : Object(outer), progress_(com::make<Progress>()) {}
+
+    bool acceptSummary = false, planOnly = false;
+    DeleteLimit limit;
+    // Of the last run.
+    RunPlan plan;
+    int refusedSide = -1; // whose deletions were too many
+
+    void begin()
+    {
+        plan = {};
+        refusedSide = -1;
+    }
+    void finish() { progress_->finish(); }
+
+    HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress progress, DOUBLE fPercent) override;
+    HRESULT STDMETHODCALLTYPE OnProgress2(BSTR progressLabel, DOUBLE fPercent) override;
+    HRESULT STDMETHODCALLTYPE OnPlan(_TransIds side, LONG records, LONG additions, LONG changes, LONG deletions,
+                                     VARIANT_BOOL* pDetails) override;
+    HRESULT STDMETHODCALLTYPE OnPlannedContact(_TransIds side, BSTR action, BSTR firstName, BSTR lastName, BSTR company) override;
+    HRESULT STDMETHODCALLTYPE OnPlannedField(BSTR name, BSTR currentValue, BSTR newValue) override;
+    HRESULT STDMETHODCALLTYPE OnPlanEnd(BSTR summary) override;
+
+private:
+    com::Ptr<Progress> progress_;
+};
+
+} // namespace mbhost
