@@ -1,5 +1,6 @@
 #include "dialogs/ConflictPrompt.h"
 #include "engine/Conflicts.h"
+#include "FrontEndFake.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
@@ -64,10 +65,12 @@ protected:
         EXPECT_EQ(s.sync(), S_OK);
         id2 = s.two().order.at(0);
     }
-    // A run with a user.
+    // A run with a user who accepts the summary.
     HRESULT syncAsking()
     {
         s.log().clear();
+        mbtest::FrontEndFake user;
+        user.press(mb::idOk); // to the summary
         const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
         EXPECT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
         return synchronizer->Synchronize(s.map(), VARIANT_FALSE);

@@ -1,0 +1,320 @@
+#include "dialogs/CConflictDlg.h"
+#include "dialogs/CDeleteConflictDlg.h"
+#include "DialogsFixture.h"
+
+namespace {
+
+using mb::CConflictDlg;
+using mb::CDeleteConflictDlg;
+using mb::ConflictQuestion;
+using mb::DeleteConflictQuestion;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class ConflictDlgTest : public mbtest::DialogsTest {
+protected:
+    ConflictDlgTest()
+    {
+        id1 = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"Paris"}});
+        id2 = s.two().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"Rome"}});
+        question.side1 = {translator1.get(), mbtest::fakeClass1, id1};
+        question.side2 = {translator2.get(), mbtest::fakeClass2, id2};
+        question.ChangeMap1[ftCity1] = u"Paris";
+        question.ChangeMap2[ftCity1] = u"Rome";
+        question.FieldTypes = &types;
+        question.ConflictIndex = 2;
+        question.ConflictTotal = 7;
+    }
+    std::u16string message()
+    {
+        CConflictDlg dialog(question);
+        dialog.prepare();
+        return control(dialog, CConflictDlg::idMessage).text;
+    }
+    std::u16string id1, id2;
+    mb::FieldTypeMap types{{ftFirstName, ftFirstName}, {ftLastName, ftLastName}, {ftCity1, ftCity1}};
+    ConflictQuestion question;
+};
+
+} // namespace
+
+TEST_F(ConflictDlgTest, ItsControlsSayWhatTheConflictIs)
+{
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_EQ(dialog.model().caption, u"Resolve Conflicting Changes");
+    EXPECT_EQ(control(dialog, 221).text, u"Conflict 2 of 7");
+    EXPECT_EQ(control(dialog, 209).text,
+              u"Conflicting changes were made to the contact \"Ada Lovelace\" in First and Second. Please choose an option to "
+              u"resolve the conflict. Remapped field names in Second are displayed in brackets.");
+    EXPECT_EQ(control(dialog, 214).text, u"Let me resolve the conflicts &manually");
+    EXPECT_EQ(control(dialog, 210).text, u"Create a &duplicate contact");
+    EXPECT_EQ(control(dialog, 212).text, u"First &overwrites Second");
+    EXPECT_EQ(control(dialog, 213).text, u"Second over&writes First");
+    EXPECT_EQ(control(dialog, 216).columns.at(0).header, u"Field Name");
+    EXPECT_EQ(control(dialog, 216).columns.at(1).header, u"First");
+    EXPECT_EQ(control(dialog, 216).columns.at(2).header, u"Second");
+    ASSERT_EQ(control(dialog, 216).rows.size(), 1u);
+    EXPECT_THAT(control(dialog, 216).rows[0].cells, ElementsAre(u"City", u"Paris", u"Rome"));
+    EXPECT_TRUE(control(dialog, 214).checked);
+    EXPECT_FALSE(control(dialog, 215).enabled);
+    for (const int button : {1, 2, 207}) EXPECT_TRUE(control(dialog, button).enabled);
+}
+
+TEST_F(ConflictDlgTest, NamesThatDifferOnlyInCaseGiveThePlainMessage)
+{
+    s.two().set(id2, ftLastName, u"LOVELACE");
+    EXPECT_THAT(message(), mbtest::Begins(u"Conflicting changes were made to the contact \"Ada Lovelace\" in First and Second."));
+}
+
+TEST_F(ConflictDlgTest, NamesThatDifferAreBothTold)
+{
+    s.two().set(id2, ftFirstName, u"Augusta");
+    EXPECT_THAT(message(),
+                mbtest::Begins(u"Conflicting changes were made to the contact \"Ada Lovelace\" in First and the matching contact "
+                               u"\"Augusta Lovelace\" in Second."));
+    question.FieldMapChanged = true;
+    EXPECT_EQ(message(),
+              u"Field maps have been changed since last sycnhronization. There are conflicting field values for the contact \"\"Ada "
+              u"Lovelace\"\" in First and the matching contact \"\"Augusta Lovelace\"\" in Second. Please choose an option to resolve the "
+              u"conflict.");
+}
+
+TEST_F(ConflictDlgTest, AChangedFieldMapIsTold)
+{
+    question.FieldMapChanged = true;
+    EXPECT_EQ(
+        message(),
+        u"Field maps have been changed since last sycnhronization. There are conflicting field values for the contact \"Ada Lovelace\" "
+        u"in First and Second. Please choose an option to resolve the conflict.");
+}
+
+TEST_F(ConflictDlgTest, AFirstNameOf21CharactersIsShownAs20AndAnEllipsis)
+{
+    const std::u16string name(21, u'x');
+    for (const auto& [store, id] : {std::pair(&s.one(), id1), std::pair(&s.two(), id2)}) store->set(id, ftFirstName, name);
+    EXPECT_THAT(message(), mbtest::Holds(u"\"" + name.substr(0, 20) + u"... Lovelace\""));
+}
+
+TEST_F(ConflictDlgTest, AValueOf100CharactersIsWholeAndOneOf101IsCut)
+{
+    question.ChangeMap1[ftCity1] = std::u16string(100, u'a');
+    question.ChangeMap2[ftCity1] = std::u16string(101, u'b');
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(column(dialog, 216, 1), ElementsAre(std::u16string(100, u'a')));
+    EXPECT_THAT(column(dialog, 216, 2), ElementsAre(std::u16string(100, u'b') + u"..."));
+}
+
+TEST_F(ConflictDlgTest, LineBreaksAreBlanks)
+{
+    question.ChangeMap1[ftCity1] = u"a\r\nb\rc\nd";
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(column(dialog, 216, 1), ElementsAre(u"a b c d"));
+}
+
+TEST_F(ConflictDlgTest, AnImageWithEqualValuesAddsNoRowButItsPair)
+{
+    question.SyncImages = true;
+    question.ChangeMap1[ftImage1] = question.ChangeMap2[ftImage1] = u"1";
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(column(dialog, 216, 0), ElementsAre(u"City"));
+    EXPECT_THAT(question.ConflictFields1, ElementsAre(ftCity1, ftImage1));
+    EXPECT_THAT(question.ConflictFields2, ElementsAre(ftCity1, ftImage1));
+    question.SyncImages = false;
+    CConflictDlg without(question);
+    without.prepare();
+    EXPECT_THAT(question.ConflictFields1, ElementsAre(ftCity1));
+}
+
+TEST_F(ConflictDlgTest, ARemappedFieldIsNamedInBracketsInTheColumnOfSide2Only)
+{
+    types[ftCity1] = ftState1;
+    question.ChangeMap2 = values({{ftState1, u"Lazio"}});
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    ASSERT_EQ(control(dialog, 216).rows.size(), 1u);
+    EXPECT_THAT(control(dialog, 216).rows[0].cells, ElementsAre(u"City", u"Paris", u"[State] Lazio"));
+    EXPECT_THAT(question.ConflictFields2, ElementsAre(ftState1));
+}
+
+TEST_F(ConflictDlgTest, AFieldChangedOnOneSideAloneIsNotListed)
+{
+    question.ChangeMap1[ftPhone] = u"1";
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(column(dialog, 216, 0), ElementsAre(u"City"));
+}
+
+TEST_F(ConflictDlgTest, EachChoiceIsItsResolution)
+{
+    const std::pair<int, LONG> choices[] = {{210, croAddAll}, {212, croTrans1Wins}, {213, croTrans2Wins}};
+    for (const auto& [radio, resolution] : choices) {
+        CConflictDlg dialog(question);
+        dialog.prepare();
+        dialog.choose(radio);
+        EXPECT_TRUE(control(dialog, 215).enabled);
+        dialog.check(215, true);
+        dialog.press(1);
+        EXPECT_EQ(dialog.ending(), 1);
+        EXPECT_EQ(question.Resolution, resolution);
+        EXPECT_TRUE(question.ApplyToAll);
+    }
+}
+
+TEST_F(ConflictDlgTest, ThePresetIsSelected)
+{
+    const std::pair<LONG, int> presets[] = {
+        {croTrans1Wins, 212}, {croTrans2Wins, 213}, {croMerge, 214}, {croAddAll, 210}, {croNotify, 210}};
+    for (const auto& [resolution, radio] : presets) {
+        question.Resolution = resolution;
+        CConflictDlg dialog(question);
+        dialog.prepare();
+        EXPECT_TRUE(control(dialog, radio).checked) << resolution;
+        EXPECT_EQ(control(dialog, 215).enabled, radio != 214);
+    }
+}
+
+TEST_F(ConflictDlgTest, ApplyToAllStaysFalseWithTheManualChoice)
+{
+    question.Resolution = croTrans1Wins;
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    dialog.check(215, true);
+    dialog.choose(214);
+    EXPECT_FALSE(control(dialog, 215).enabled);
+    EXPECT_TRUE(control(dialog, 215).checked);
+    dialog.press(1); // there is no merge component: the dialog stays
+    EXPECT_FALSE(question.ApplyToAll);
+    EXPECT_EQ(dialog.ending(), std::nullopt);
+}
+
+TEST_F(ConflictDlgTest, AMissingMergeComponentIsToldAndTheDialogStaysOpen)
+{
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    dialog.press(1);
+    ASSERT_EQ(user.messages.size(), 1u);
+    EXPECT_THAT(user.messages[0], mbtest::Begins(u"Error merging conflicts. Error code: 0x80004005. Error message: "));
+    EXPECT_EQ(user.messageCaption, u"Mirabook Synchronization");
+    EXPECT_EQ(dialog.ending(), std::nullopt);
+    dialog.close();
+    EXPECT_EQ(dialog.ending(), 2);
+}
+
+TEST_F(ConflictDlgTest, ARecordThatCannotBeReadLeavesEmptyNamesAndTheDialogShows)
+{
+    s.log().failOn("1 BeginReadRecord", 1, E_FAIL);
+    EXPECT_THAT(message(),
+                mbtest::Begins(u"Conflicting changes were made to the contact \"\" in First and the matching contact \"Ada Lovelace\""));
+}
+
+TEST_F(ConflictDlgTest, ATranslatorWithoutFieldsIsShownWithoutNames)
+{
+    s.one().options.fieldList = false;
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(control(dialog, 216).rows.at(0).cells, ElementsAre(u"", u"Paris", u"Rome"));
+    dialog.press(1);
+    EXPECT_EQ(user.messages.size(), 1u) << "a merge needs the fields";
+    EXPECT_EQ(dialog.ending(), std::nullopt);
+}
+
+namespace {
+
+class DeleteConflictDlgTest : public mbtest::DialogsTest {
+protected:
+    DeleteConflictDlgTest()
+    {
+        s.one().addImageFields();
+        id = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftNotes, u"a\nb"}, {ftImage1, u"picture"}});
+        question.survivor = {translator1.get(), mbtest::fakeClass1, id};
+        question.deletedClsid = mbtest::fakeClass2;
+        question.DeletedSide = idTrans2;
+        question.ConflictIndex = question.ConflictTotal = 1;
+    }
+    LONG answer(int radio)
+    {
+        CDeleteConflictDlg dialog(question);
+        dialog.prepare();
+        dialog.choose(radio);
+        dialog.press(1);
+        EXPECT_EQ(dialog.ending(), 1);
+        return question.Resolution;
+    }
+    std::u16string id;
+    DeleteConflictQuestion question;
+};
+
+} // namespace
+
+TEST_F(DeleteConflictDlgTest, ItsControlsSayWhoChangedAndWhoDeleted)
+{
+    CDeleteConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_EQ(dialog.model().caption, u"Resolve Contact's Change and Deletion");
+    EXPECT_EQ(control(dialog, 209).text,
+              u"The contact \"Ada Lovelace\" was changed in First and deleted in Second. Please choose an option to resolve the conflict.");
+    EXPECT_EQ(control(dialog, 212).text, u"&Add contact to Second");
+    EXPECT_EQ(control(dialog, 213).text, u"&Delete contact from First");
+    EXPECT_EQ(control(dialog, 221).text, u"Conflict 1 of 1");
+    EXPECT_TRUE(control(dialog, 212).checked);
+    EXPECT_EQ(dialog.model().focus, 212);
+    EXPECT_EQ(dialog.model().find(214), nullptr);
+    EXPECT_EQ(dialog.model().find(210), nullptr);
+}
+
+TEST_F(DeleteConflictDlgTest, TheListHoldsEachFieldButImages)
+{
+    CDeleteConflictDlg dialog(question);
+    dialog.prepare();
+    const auto names = column(dialog, 216, 0);
+    EXPECT_EQ(names.size(), s.one().fields.size() - 2);
+    EXPECT_THAT(names, testing::Not(testing::Contains(u"Front image")));
+    EXPECT_THAT(column(dialog, 216, 1), testing::Contains(u"a b"));
+    EXPECT_THAT(column(dialog, 216, 2), testing::Each(u"<Contact deleted>"));
+}
+
+TEST_F(DeleteConflictDlgTest, AFieldThatCannotBeReadIsLeftOut)
+{
+    s.log().failOn("ReadField", 3, E_FAIL); // the first two are for the name
+    CDeleteConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_EQ(control(dialog, 216).rows.size(), s.one().fields.size() - 3);
+}
+
+TEST_F(DeleteConflictDlgTest, ToAddMeansTheChangedSideWinsAndToDeleteTheOther)
+{
+    EXPECT_EQ(answer(212), croTrans1Wins);
+    EXPECT_EQ(answer(213), croTrans2Wins);
+    question.DeletedSide = idTrans1;
+    EXPECT_EQ(answer(212), croTrans2Wins);
+    EXPECT_EQ(answer(213), croTrans1Wins);
+}
+
+TEST_F(DeleteConflictDlgTest, ApplyToAllIsTheStateOfItsBoxAndCancelLeavesTheQuestion)
+{
+    CDeleteConflictDlg dialog(question);
+    dialog.prepare();
+    dialog.check(215, true);
+    dialog.press(2);
+    EXPECT_EQ(dialog.ending(), 2);
+    EXPECT_FALSE(question.ApplyToAll);
+    EXPECT_EQ(question.Resolution, croNotify);
+    CDeleteConflictDlg again(question);
+    again.prepare();
+    again.check(215, true);
+    again.press(1);
+    EXPECT_TRUE(question.ApplyToAll);
+}
+
+TEST_F(DeleteConflictDlgTest, ARecordThatCannotBeReadLeavesTheListEmpty)
+{
+    s.one().remove(id);
+    CDeleteConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(control(dialog, 216).rows, IsEmpty());
+    EXPECT_THAT(control(dialog, 209).text, mbtest::Begins(u"The contact \"\" was changed"));
+}

@@ -1,0 +1,241 @@
+#include "dialogs/CFieldMappingDlg.h"
+#include "DialogsFixture.h"
+
+namespace {
+
+using mb::CFieldMappingDlg;
+using mb::Dialog;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class FieldMappingDlgTest : public testing::Test {
+protected:
+    FieldMappingDlgTest()
+    {
+        s.one().fields = {{ftFirstName, u"Given"}, {ftCity1, u"Town"}, {ftPhone, u"Phone"}, {ftBirthday, u"Born", 0, 0, dtDateTime}};
+        s.two().fields = {{ftFirstName, u"First"}, {ftCity1, u"City"}, {ftFax, u"Fax"}, {ftPager, u"Pager"}, {ftMobile, u"Mobile"}};
+        s.makeMap();
+    }
+    HRESULT edit(std::function<void(Dialog&)> acts)
+    {
+        user.script.emplace_back(std::move(acts));
+        return s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE);
+    }
+    static const mb::Control& list(const Dialog& dialog) { return *dialog.model().find(1038); }
+    // "left|right", with a star if it is checked.
+    static std::vector<std::u16string> rows(const Dialog& dialog)
+    {
+        std::vector<std::u16string> lines;
+        for (const mb::ListRow& row : list(dialog).rows)
+            lines.push_back((row.checked ? u"*" : u"") + row.cells.at(0) + u"|" + row.cells.at(1));
+        return lines;
+    }
+    GUID fieldMap()
+    {
+        GUID id{};
+        EXPECT_EQ(s.maps()->GetFieldMap(s.map(), &id), S_OK);
+        return id;
+    }
+    // The stored pairs by the names of the fields.
+    std::vector<std::u16string> pairs()
+    {
+        com::TaskArray<GUID> first, second;
+        EXPECT_EQ(fieldMaps()->EnumerateEntries(fieldMap(), first.putCount(), first.put(), second.put()), S_OK);
+        std::vector<std::u16string> names;
+        for (LONG i = 0; i < first.size(); ++i)
+            names.push_back(s.one().fieldOf(first.data()[i])->name + u"|" + s.two().fieldOf(second.data()[i])->name);
+        return names;
+    }
+    com::Ptr<IFieldMap> fieldMaps() { return s.create<IFieldMap>(__uuidof(FieldMap)); }
+    LONG updated()
+    {
+        LONG flag = 0;
+        (void)fieldMaps()->GetFieldMapUpdated(fieldMap(), &flag);
+        return flag;
+    }
+    mbtest::SyncScenario s;
+    mbtest::FrontEndFake user;
+};
+
+} // namespace
+
+TEST_F(FieldMappingDlgTest, EveryFieldStandsInExactlyOneRow)
+{
+    EXPECT_EQ(edit([](Dialog& dialog) {
+                  EXPECT_EQ(dialog.model().caption, u"Edit Field Mapping");
+                  EXPECT_EQ(list(dialog).columns.at(0).header, u"First");
+                  EXPECT_THAT(rows(dialog), ElementsAre(u"*Given|First", u"*Town|City", u"Phone|Fax", u"Born|Pager", u"(no field)|Mobile"));
+              }),
+              S_FALSE);
+}
+
+TEST_F(FieldMappingDlgTest, ARowWithoutALeftFieldCannotBeDragged)
+{
+    (void)edit([](Dialog& dialog) {
+        EXPECT_FALSE(dialog.beginDrag(1038, 4));
+        dialog.drop(0);
+        EXPECT_EQ(rows(dialog).at(0), u"*Given|First");
+    });
+}
+
+TEST_F(FieldMappingDlgTest, DroppingARowOnItselfOrOutsideChangesNothing)
+{
+    (void)edit([](Dialog& dialog) {
+        const auto before = rows(dialog);
+        for (const int target : {2, -1, 99}) {
+            EXPECT_TRUE(dialog.beginDrag(1038, 2));
+            dialog.drop(target);
+            EXPECT_EQ(rows(dialog), before);
+        }
+        dialog.drop(0); // without a drag
+        EXPECT_EQ(rows(dialog), before);
+    });
+}
+
+TEST_F(FieldMappingDlgTest, DroppingSwapsTheLeftFieldsAndTheBoxesFollow)
+{
+    (void)edit([](Dialog& dialog) {
+        EXPECT_TRUE(dialog.beginDrag(1038, 2));
+        dialog.drop(4);
+        EXPECT_EQ(rows(dialog).at(2), u"(no field)|Fax");
+        EXPECT_EQ(rows(dialog).at(4), u"*Phone|Mobile");
+        EXPECT_TRUE(dialog.beginDrag(1038, 0));
+        dialog.drop(2);
+        EXPECT_EQ(rows(dialog).at(0), u"(no field)|First");
+        EXPECT_EQ(rows(dialog).at(2), u"*Given|Fax");
+    });
+}
+
+TEST_F(FieldMappingDlgTest, DroppingAFieldOnOneOfAnotherTypeIsRefusedWithBothNames)
+{
+    (void)edit([](Dialog& dialog) {
+        const auto before = rows(dialog);
+        EXPECT_TRUE(dialog.beginDrag(1038, 0));
+        dialog.drop(3);
+        EXPECT_EQ(rows(dialog), before);
+    });
+    EXPECT_THAT(user.messages, ElementsAre(u"Cannot map a field of type \"Given\" (String) to a field of type \"Born\" (Date/Time)."));
+    EXPECT_EQ(user.messageCaption, u"Mirabook Synchronization");
+}
+
+TEST_F(FieldMappingDlgTest, ARowWithoutTwoFieldsOrOfTwoTypesCannotBeChecked)
+{
+    (void)edit([this](Dialog& dialog) {
+        dialog.select(1038, 4);
+        dialog.checkRow(1038, 4, true);
+        EXPECT_EQ(rows(dialog).at(4), u"(no field)|Mobile");
+        EXPECT_EQ(list(dialog).selection, -1);
+        EXPECT_THAT(user.messages, IsEmpty());
+        dialog.checkRow(1038, 3, true);
+        EXPECT_EQ(rows(dialog).at(3), u"Born|Pager");
+        dialog.checkRow(1038, 2, true);
+        EXPECT_EQ(rows(dialog).at(2), u"*Phone|Fax");
+    });
+    EXPECT_THAT(user.messages, ElementsAre(u"Cannot map a field of type \"Born\" (Date/Time) to a field of type \"Pager\" (String)."));
+}
+
+TEST_F(FieldMappingDlgTest, OkWithNothingAlteredWritesANewMapOfTheSamePairs)
+{
+    s.one().add({{ftFirstName, u"Ada"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    const auto history = s.folder.read(s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml"));
+    const auto before = pairs();
+    const GUID old = fieldMap();
+    EXPECT_EQ(edit([](Dialog& dialog) { dialog.press(1); }), S_OK);
+    EXPECT_EQ(pairs(), before);
+    EXPECT_NE(fieldMap(), old);
+    EXPECT_EQ(updated(), 0);
+    EXPECT_EQ(s.folder.read(s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml")), history);
+}
+
+TEST_F(FieldMappingDlgTest, UncheckingAPairSetsChangedAndMarksTheHistory)
+{
+    s.one().add({{ftFirstName, u"Ada"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    const auto file = s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml");
+    const auto history = s.folder.read(file);
+    EXPECT_EQ(edit([](Dialog& dialog) {
+                  dialog.checkRow(1038, 1, false);
+                  dialog.press(1);
+              }),
+              S_OK);
+    EXPECT_THAT(pairs(), ElementsAre(u"Given|First"));
+    EXPECT_EQ(updated(), 1);
+    EXPECT_NE(s.folder.read(file), history);
+}
+
+TEST_F(FieldMappingDlgTest, AnAddedPairSetsChanged)
+{
+    (void)edit([](Dialog& dialog) {
+        dialog.checkRow(1038, 2, true);
+        dialog.press(1);
+    });
+    EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City", u"Phone|Fax"));
+    EXPECT_EQ(updated(), 1);
+}
+
+TEST_F(FieldMappingDlgTest, CancelWritesNothing)
+{
+    const GUID old = fieldMap();
+    EXPECT_EQ(edit([](Dialog& dialog) {
+                  dialog.checkRow(1038, 0, false);
+                  dialog.press(2);
+              }),
+              S_FALSE);
+    EXPECT_EQ(fieldMap(), old);
+    EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City"));
+}
+
+TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredMapAndCancelBringsTheOpeningPairsBack)
+{
+    (void)edit([](Dialog& dialog) {
+        dialog.checkRow(1038, 1, false);
+        dialog.checkRow(1038, 2, true);
+        dialog.press(1);
+    });
+    const auto opening = pairs();
+    ASSERT_THAT(opening, ElementsAre(u"Given|First", u"Phone|Fax"));
+    EXPECT_EQ(edit([&](Dialog& dialog) {
+                  dialog.press(1039);
+                  EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City"));
+                  EXPECT_EQ(rows(dialog).at(1), u"*Town|City");
+                  dialog.press(2);
+              }),
+              S_FALSE);
+    EXPECT_EQ(pairs(), opening);
+    EXPECT_EQ(updated(), 1);
+}
+
+TEST_F(FieldMappingDlgTest, AMapThatWasMarkedUpdatedStaysMarked)
+{
+    ASSERT_EQ(fieldMaps()->SetFieldMapUpdated(fieldMap(), 1), S_OK);
+    EXPECT_EQ(edit([](Dialog& dialog) { dialog.press(1); }), S_OK);
+    EXPECT_EQ(updated(), 1);
+}
+
+TEST_F(FieldMappingDlgTest, DynamicFieldsHaveRowsToo)
+{
+    s.one().options.dynamicFields = true;
+    s.one().addDynamicField(u"Shoe size");
+    (void)edit([](Dialog& dialog) { EXPECT_THAT(rows(dialog), testing::Contains(mbtest::Holds(u"Shoe size|"))); });
+}
+
+TEST_F(FieldMappingDlgTest, AStoreThatDoesNotTellItsFieldsLeavesTheListEmptyAndTheMapAsItWas)
+{
+    const auto before = pairs();
+    s.two().options.fieldList = false;
+    EXPECT_TRUE(FAILED(edit([](Dialog& dialog) {
+        EXPECT_THAT(list(dialog).rows, IsEmpty());
+        dialog.press(1);
+    })));
+    EXPECT_EQ(pairs(), before);
+}
+
+TEST_F(FieldMappingDlgTest, TheTypesOfValuesHaveNames)
+{
+    EXPECT_EQ(mb::DataTypeText(dtInteger), u"Integer");
+    EXPECT_EQ(mb::DataTypeText(dtDouble), u"Double");
+    EXPECT_EQ(mb::DataTypeText(dtBinary), u"Binary");
+    EXPECT_EQ(mb::DataTypeText(dtImage), u"Image");
+    EXPECT_EQ(mb::DataTypeText(42), u"42");
+}

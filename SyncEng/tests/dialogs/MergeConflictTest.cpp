@@ -1,0 +1,254 @@
+#include "dialogs/MergeConflict.h"
+#include "dialogs/CConflictDlg.h"
+#include "dialogs/MergedFields.h"
+#include "DialogsFixture.h"
+#include "foundation/ClassTable.h"
+#include "registry.h"
+
+namespace {
+
+using mb::ConflictQuestion;
+using mb::FieldValueMap;
+using mb::MergedField;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr GUID mergeClass{0xFA4E0009, 0x9999, 0x4999, {0x89, 0x99, 0x99, 0x99, 0x99, 0x99, 0x99, 0x99}};
+
+// What the component of the test was told, and what it answers.
+struct MergeTold {
+    std::vector<std::u16string> fields; // "label|value 2|value 1"
+    std::u16string title, names, merged, front, frontImages;
+    LONG result = 0, helpTopic = 0;
+    VARIANT_BOOL images = VARIANT_TRUE;
+    HRESULT shown = S_OK;
+};
+MergeTold told;
+
+class MergeFake final : public com::Object<com::Dual<IMergeDialog>> {
+public:
+    explicit MergeFake(IUnknown* outer) noexcept : Object(outer) {}
+    HRESULT STDMETHODCALLTYPE SetFrontImages(BSTR image2, BSTR image1) override
+    {
+        told.frontImages = com::textOf(image2) + u"|" + com::textOf(image1);
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE SetBackImages(BSTR, BSTR) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE UnusedSlot3() override { return E_UNEXPECTED; }
+    HRESULT STDMETHODCALLTYPE AddField(BSTR label, BSTR value2, BSTR empty, BSTR value1) override
+    {
+        EXPECT_TRUE(com::viewOf(empty).empty());
+        told.fields.push_back(com::textOf(label) + u"|" + com::textOf(value2) + u"|" + com::textOf(value1));
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE SetLanguage(BSTR) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE ShowMergeDialog(LONG, BSTR title, BSTR names, LONG helpTopic, LONG, VARIANT_BOOL showImages, BSTR, BSTR, BSTR,
+                                              BSTR, LONG* pResult) override
+    {
+        told.title = com::textOf(title);
+        told.names = com::textOf(names);
+        told.helpTopic = helpTopic;
+        told.images = showImages;
+        *pResult = told.result;
+        return told.shown;
+    }
+    HRESULT STDMETHODCALLTYPE UnusedSlot7() override { return E_UNEXPECTED; }
+    HRESULT STDMETHODCALLTYPE GetMergedFields(BSTR* ppFields) override { return give(ppFields, told.merged); }
+    HRESULT STDMETHODCALLTYPE GetFrontImage(BSTR* ppPath) override { return give(ppPath, told.front); }
+    HRESULT STDMETHODCALLTYPE GetBackImage(BSTR* ppPath) override { return give(ppPath, {}); }
+
+private:
+    static HRESULT give(BSTR* out, const std::u16string& text)
+    {
+        com::give(out, text);
+        return S_OK;
+    }
+};
+
+constexpr com::ClassEntry mergeRows[] = {{&mergeClass, u"TwinWiz.CMergeDialog", u"", com::create<MergeFake>}};
+
+std::int64_t keepPath(com::Variant&, ULONG, ULONG, bool) { return -1; }
+
+class MergeConflictTest : public mbtest::DialogsTest {
+protected:
+    MergeConflictTest() : component_(mergeRows)
+    {
+        told = {};
+        platform::createKeyPath(platform::Root::ClassesRoot, u"TwinWiz.CMergeDialog\\CLSID");
+        platform::RegistryKey::open(platform::Root::ClassesRoot, u"TwinWiz.CMergeDialog\\CLSID")->setText(u"", com::guidText(mergeClass));
+        for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->fields.push_back({ftCategories, u"Categories"});
+        id1 = s.one().add({{ftFirstName, u"Ada"}, {ftCity1, u"Paris"}, {ftPhone, u"1"}, {ftNotes, u"n"}, {ftCategories, u"a,b"}});
+        id2 = s.two().add({{ftFirstName, u"Ada"}, {ftCity1, u"Rome"}, {ftPhone, u"1"}, {ftNotes, u"n"}, {ftCategories, u"a,b"}});
+        question.side1 = {translator1.get(), mbtest::fakeClass1, id1};
+        question.side2 = {translator2.get(), mbtest::fakeClass2, id2};
+        question.ChangeMap1 = values({{ftCity1, u"Paris"}});
+        question.ChangeMap2 = values({{ftCity1, u"Rome"}});
+        question.FieldTypes = &types;
+    }
+    HRESULT merge(mb::ImageConverter convert = nullptr)
+    {
+        return com::guarded([&] { return MergeConflict(question, nullptr, {u"First", u"Second"}, convert); });
+    }
+    // Everything as it is but the city.
+    void mergeTo(const std::u16string& city)
+    {
+        told.merged = u"First name\tAda\tCity\t" + city + u"\tPhone\t1\tNotes\tn\tCategories\ta, b";
+        EXPECT_EQ(merge(), S_OK);
+    }
+    std::u16string id1, id2;
+    mb::FieldTypeMap types{
+        {ftFirstName, ftFirstName}, {ftCity1, ftCity1}, {ftPhone, ftPhone}, {ftNotes, ftNotes}, {ftCategories, ftCategories}};
+    ConflictQuestion question;
+
+private:
+    mb::ClassOverride component_;
+};
+
+} // namespace
+
+TEST_F(MergeConflictTest, MappedFieldsAreOfferedInTheirOrderWithNotesAndCategoriesLast)
+{
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_THAT(told.fields, ElementsAre(u"First name|Ada|Ada", u"City|Rome|Paris", u"Phone|1|1", u"Notes|n|n", u"Categories|a, b|a, b"));
+    EXPECT_EQ(told.title, u"Resolve Conflict Manually");
+    EXPECT_EQ(told.names, u"Second\tFirst");
+    EXPECT_EQ(told.helpTopic, 7020);
+    EXPECT_EQ(told.images, VARIANT_FALSE);
+}
+
+TEST_F(MergeConflictTest, AValueThatOneSideChangedIsOfferedForBoth)
+{
+    question.ChangeMap1[ftPhone] = u"2";
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_THAT(told.fields, testing::Contains(u"Phone|2|2"));
+}
+
+TEST_F(MergeConflictTest, AValueEqualToSide1GoesToSide2Alone)
+{
+    mergeTo(u"Paris");
+    EXPECT_EQ(question.ChangeMap1, values({{ftCity1, u"Paris"}}));
+    EXPECT_TRUE(question.ChangeMap2.empty());
+}
+
+TEST_F(MergeConflictTest, AValueEqualToSide2GoesToSide1Alone)
+{
+    mergeTo(u"Rome");
+    EXPECT_TRUE(question.ChangeMap1.empty());
+    EXPECT_EQ(question.ChangeMap2, values({{ftCity1, u"Rome"}}));
+}
+
+TEST_F(MergeConflictTest, AValueOfTheUsersOwnGoesToBothSides)
+{
+    mergeTo(u"Oslo");
+    EXPECT_EQ(question.ChangeMap1, values({{ftCity1, u"Oslo"}}));
+    EXPECT_EQ(question.ChangeMap2, values({{ftCity1, u"Oslo"}}));
+}
+
+TEST_F(MergeConflictTest, AValueEqualToBothSidesLeavesBothMaps)
+{
+    s.two().set(id2, ftCity1, u"Paris ");
+    mergeTo(u"Paris");
+    EXPECT_TRUE(question.ChangeMap1.empty());
+    EXPECT_TRUE(question.ChangeMap2.empty());
+}
+
+TEST_F(MergeConflictTest, AMergeThatIsGivenUpLeavesTheDialogOpenAndTheMapsUnchanged)
+{
+    told.result = 1;
+    told.merged = u"City\tOslo";
+    mb::CConflictDlg dialog(question);
+    dialog.prepare();
+    dialog.press(1);
+    EXPECT_EQ(dialog.ending(), std::nullopt);
+    EXPECT_THAT(user.messages, IsEmpty());
+    EXPECT_EQ(question.ChangeMap1, values({{ftCity1, u"Paris"}}));
+    EXPECT_EQ(question.ChangeMap2, values({{ftCity1, u"Rome"}}));
+    told.result = 0;
+    dialog.press(1);
+    EXPECT_EQ(dialog.ending(), 1);
+    EXPECT_EQ(question.Resolution, croMerge);
+}
+
+TEST_F(MergeConflictTest, AComponentThatFailsIsToldWithItsCode)
+{
+    told.shown = E_OUTOFMEMORY;
+    mb::CConflictDlg dialog(question);
+    dialog.prepare();
+    dialog.press(1);
+    ASSERT_EQ(user.messages.size(), 1u);
+    EXPECT_THAT(user.messages[0], mbtest::Holds(u"0x8007000e"));
+    EXPECT_EQ(dialog.ending(), std::nullopt);
+}
+
+TEST_F(MergeConflictTest, ARecordThatCannotBeReadIsAFailureAndChangesNothing)
+{
+    s.two().remove(id2);
+    EXPECT_EQ(merge(), E_FAIL);
+    EXPECT_EQ(question.ChangeMap1.size(), 1u);
+}
+
+TEST_F(MergeConflictTest, AFieldThatDidNotComeBackIsEmptied)
+{
+    told.merged = u"First name\tAda\tCity\tParis\tNotes\tn\tCategories\ta, b"; // no phone
+    EXPECT_EQ(merge(), S_OK);
+    ASSERT_TRUE(question.ChangeMap1.contains(ftPhone));
+    EXPECT_EQ(question.ChangeMap1.find(ftPhone)->second, u"");
+    EXPECT_TRUE(question.ChangeMap2.contains(ftPhone));
+}
+
+TEST_F(MergeConflictTest, ImagesTakePartWhereOneOfThemChanged)
+{
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
+        store->addImageFields();
+        store->options.imageFolder = s.folder.path();
+        types[ftImage1] = ftImage1;
+    }
+    question.SyncImages = true;
+    EXPECT_EQ(merge(keepPath), S_OK);
+    EXPECT_EQ(told.images, VARIANT_FALSE) << "no image changed";
+    question.ChangeMap1[ftImageSize1] = u"5";
+    EXPECT_EQ(merge(keepPath), S_OK);
+    EXPECT_EQ(told.images, VARIANT_TRUE);
+    EXPECT_EQ(told.frontImages, u"|");
+}
+
+TEST(MergedFieldsTest, LabelsAndValuesAreSplitAtTabs)
+{
+    EXPECT_THAT(mb::ParseMergedFields(u"A\t1\tB\t\tC\tlast"),
+                ElementsAre(std::pair(u"A", u"1"), std::pair(u"B", u""), std::pair(u"C", u"last")));
+    EXPECT_THAT(mb::ParseMergedFields(u"A"), ElementsAre(std::pair(u"A", u"")));
+    EXPECT_THAT(mb::ParseMergedFields(u""), IsEmpty());
+}
+
+namespace {
+
+struct Flags {
+    std::u16string one, two;
+};
+
+Flags settle(const char16_t* flag1, const char16_t* flag2, const char16_t* chosen, std::u16string file1 = {})
+{
+    FieldValueMap a, b;
+    a[ftImage1] = flag1;
+    b[ftImage1] = flag2;
+    a[ftImageSize1] = b[ftImageSize1] = u"9";
+    mb::SettleMergedImage({ftImage1, ftImage1, ftImageSize1, ftImageSize1, chosen, std::move(file1)}, a, b);
+    const auto flag = [](const FieldValueMap& map) { return map.contains(ftImage1) ? map.find(ftImage1)->second : std::u16string(u"-"); };
+    return {flag(a), flag(b)};
+}
+
+} // namespace
+
+TEST(MergedImageTest, AnImageThatWasTakenChangesNothing)
+{
+    const Flags flags = settle(u"1", u"0", u"/some/file");
+    EXPECT_EQ(flags.one + flags.two, u"10");
+}
+
+TEST(MergedImageTest, WithNoImageTakenTheFlagsDecide)
+{
+    EXPECT_EQ(settle(u"0", u"0", u"").one + settle(u"0", u"0", u"").two, u"--");
+    EXPECT_EQ(settle(u"1", u"0", u"").one + settle(u"1", u"0", u"").two, u"1-");
+    EXPECT_EQ(settle(u"0", u"1", u"").one, u"-");
+    EXPECT_EQ(settle(u"1", u"1", u"").one + settle(u"1", u"1", u"").two, u"--") << "neither has a size";
+}

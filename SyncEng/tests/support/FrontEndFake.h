@@ -1,0 +1,47 @@
+// A user of a test: acts on each dialog that is shown as the script says, in turn, and remembers what was said to him.
+#pragma once
+#include "dialogs/Dialog.h"
+#include <deque>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace mbtest {
+
+class FrontEndFake final : public mb::DialogFrontEnd {
+public:
+    FrontEndFake() : former_(mb::SetFrontEnd(this)) {}
+    FrontEndFake(const FrontEndFake&) = delete;
+    FrontEndFake& operator=(const FrontEndFake&) = delete;
+    ~FrontEndFake() override { mb::SetFrontEnd(former_); }
+
+    // What is done to the dialogs, one entry each; with none left a dialog is closed by its cross.
+    std::deque<std::function<void(mb::Dialog&)>> script;
+    std::vector<std::u16string> captions, messages;
+
+    void press(int button)
+    {
+        script.emplace_back([button](mb::Dialog& dialog) { dialog.press(button); });
+    }
+    void run(mb::Dialog& dialog, HWND) override
+    {
+        captions.push_back(dialog.model().caption);
+        if (!script.empty()) {
+            const auto act = script.front();
+            script.pop_front();
+            act(dialog);
+        }
+        dialog.close();
+    }
+    void tell(HWND, std::u16string_view text, std::u16string_view caption, platform::MessageKind) override
+    {
+        messages.emplace_back(text);
+        messageCaption = caption;
+    }
+    std::u16string messageCaption;
+
+private:
+    mb::DialogFrontEnd* former_;
+};
+
+} // namespace mbtest
