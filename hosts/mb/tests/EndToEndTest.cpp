@@ -10,7 +10,31 @@ namespace {
 using namespace mbtest;
 namespace fs = std::filesystem;
 
-class EndToEndTest : public EndToEnd {};
+class EndToEndTest : public EndToEnd {
+protected:
+    // On a terminal, typing each answer once its question has come.
+    Result talk(const std::vector<std::string>& arguments, const Conversation& conversation)
+    {
+        return talkToProgram(MB_PROGRAM, arguments, run_, conversation);
+    }
+    // Every byte of both stores and of what the engine keeps of the map.
+    std::map<std::string, std::string> everything(const std::string& map) const
+    {
+        std::map<std::string, std::string> bytes{{"cards", textOf(cards())}, {"history", textOf(dataFolder() / (map + ".xml"))}};
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder())) bytes[entry.path()] = textOf(entry.path());
+        return bytes;
+    }
+    // A map in step, and then another number on each side of one contact.
+    std::string makeConflict()
+    {
+        const std::string map = makeMap(12), number = "+1 202 555 0100";
+        EXPECT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", number}).code, 0);
+        EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+        EXPECT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0111"}).code, 0);
+        replaceIn(cardWith(":Anna Lindqvist"), number, "+1 202 555 0122");
+        return map;
+    }
+};
 
 } // namespace
 
@@ -42,7 +66,7 @@ TEST_F(EndToEndTest, AFileThatIsNoPluginIsNamed)
 TEST_F(EndToEndTest, EditsOfBothSidesReachTheOtherAndTheNextRunHasNothingToDo)
 {
     const std::string map = makeMap(48);
-    Json run = json({"sync", map}).at(0);
+    Json run = json({"sync", map, "--silent"}).at(0);
     EXPECT_EQ(run.at("result"), "done");
     EXPECT_EQ(run.at("second").at("created"), 48);
     EXPECT_EQ(run.at("first").at("created"), 0);
@@ -51,14 +75,14 @@ TEST_F(EndToEndTest, EditsOfBothSidesReachTheOtherAndTheNextRunHasNothingToDo)
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
     replaceIn(cardWith(":Jürgen Weiß"), "juergen.weiss@example.org", "j.weiss@example.net");
     ASSERT_TRUE(fs::remove(cardWith("sakura@example.org")));
-    run = json({"sync"}).at(0);
+    run = json({"sync", "--silent"}).at(0);
     EXPECT_EQ(run.at("second").at("updated"), 1);
     EXPECT_EQ(run.at("first").at("updated"), 1);
     EXPECT_EQ(run.at("first").at("deleted"), 1);
     EXPECT_NE(textOf(cardWith(":Anna Lindqvist")).find("+1 202 555 0199"), std::string::npos);
     EXPECT_EQ(samples({"list", cards()}).out.find("さくら"), std::string::npos);
 
-    const Result idle = mb({"sync"});
+    const Result idle = mb({"sync", "--silent"});
     EXPECT_EQ(idle.code, 0);
     EXPECT_NE(idle.out.find("nothing to do"), std::string::npos) << idle.out;
     EXPECT_EQ(idle.error, "") << "progress is nothing in a pipe";
@@ -71,7 +95,7 @@ TEST_F(EndToEndTest, ProgressIsABarOnATerminalAndIsWipedAtTheEnd)
 {
     (void)makeMap(20);
     run_.errorIsTerminal = true;
-    const Result result = mb({"sync"});
+    const Result result = mb({"sync", "--silent"});
     EXPECT_EQ(result.code, 0);
     EXPECT_NE(result.error.find("[###"), std::string::npos) << result.error;
     EXPECT_NE(result.error.find("100%"), std::string::npos);
@@ -83,7 +107,7 @@ TEST_F(EndToEndTest, WithOneDirectionOnlyThatSideIsWrittenAndCounted)
     const std::string map = makeMap(2);
     putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
     ASSERT_EQ(mb({"set", map, "direction", "to-first"}).code, 0);
-    const Json run = json({"sync"}).at(0);
+    const Json run = json({"sync", "--silent"}).at(0);
     EXPECT_EQ(run.at("first").at("created"), 1);
     EXPECT_EQ(run.at("second").at("created"), 0);
     EXPECT_EQ(cardCount(), 1u);
@@ -211,7 +235,7 @@ TEST_F(EndToEndTest, FieldsAreMappedTakenOutAndReset)
 TEST_F(EndToEndTest, RemovingAMapLeavesTheStores)
 {
     const std::string map = makeMap(3);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     EXPECT_EQ(mb({"remove", map}).code, 0);
     EXPECT_EQ(json({"maps"}), Json::array());
     EXPECT_EQ(cardCount(), 3u);
@@ -222,20 +246,20 @@ TEST_F(EndToEndTest, RemovingAMapLeavesTheStores)
 TEST_F(EndToEndTest, AFailedRunNamesTheStoreAndTheNextOneIsGoodAgain)
 {
     const std::string map = makeMap(5);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     fs::rename(folder(), home_ / "away");
-    const Result failed = mb({"sync"});
+    const Result failed = mb({"sync", "--silent"});
     EXPECT_EQ(failed.code, 1);
     EXPECT_TRUE(isOneSentence(failed.error)) << failed.error;
     EXPECT_NE(failed.error.find(folder().string()), std::string::npos) << failed.error;
-    const Result asJson = mb({"sync", "--json"});
+    const Result asJson = mb({"sync", "--silent", "--json"});
     EXPECT_EQ(asJson.code, 1);
     EXPECT_EQ(Json::parse(asJson.out).at(0).at("result"), "failed");
     EXPECT_NE(Json::parse(asJson.out).at(0).at("message"), "");
     EXPECT_EQ(json({"status"}).at(0).at("status"), "failed");
 
     fs::rename(home_ / "away", folder());
-    EXPECT_EQ(mb({"sync"}).code, 0);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
     EXPECT_EQ(cardCount(), 5u);
     EXPECT_EQ(json({"status"}).at(0).at("status"), "good");
 }
@@ -243,10 +267,10 @@ TEST_F(EndToEndTest, AFailedRunNamesTheStoreAndTheNextOneIsGoodAgain)
 TEST_F(EndToEndTest, ACardFileThatWasOverwrittenFailsTheRunAndStaysAsItIs)
 {
     (void)makeMap(5);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     for (const char* tail : {"-wal", "-shm"}) fs::remove(cards() + tail);
     putText(cards(), std::string(5000, 'x'));
-    const Result failed = mb({"sync"});
+    const Result failed = mb({"sync", "--silent"});
     EXPECT_EQ(failed.code, 1);
     EXPECT_NE(failed.error.find(cards()), std::string::npos) << failed.error;
     EXPECT_EQ(textOf(cards()), std::string(5000, 'x'));
@@ -258,13 +282,13 @@ TEST_F(EndToEndTest, AMapWhosePluginIsGoneFailsInsteadOfDoingNothing)
     (void)makeMap(2);
     for (const std::string& plugin : {cardFilePlugin(), vCardPlugin()}) {
         ASSERT_EQ(mb({"unregister", plugin}).code, 0);
-        const Result failed = mb({"sync"});
+        const Result failed = mb({"sync", "--silent"});
         EXPECT_EQ(failed.code, 1);
         EXPECT_NE(failed.error.find("mb register"), std::string::npos) << failed.error;
         EXPECT_EQ(mb({"maps"}).code, 0);
         registerPlugins();
     }
-    EXPECT_EQ(mb({"sync"}).code, 0);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
 }
 
 TEST_F(EndToEndTest, AConfigurationThatCannotBeOpenedIsNamed)
@@ -291,7 +315,7 @@ TEST_F(EndToEndTest, AContactCannotSteerTheTerminal)
 {
     (void)makeMap(1);
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "First name", "An\x1b[2Jna"}).code, 0);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     ASSERT_NE(textOf(dataFolder() / "MBSync.log").find("[2Jna"), std::string::npos) << "the log tells of the contact";
     for (const auto& arguments : std::vector<std::vector<std::string>>{{"log"}, {"log", "--json"}, {"status"}, {"maps"}})
         EXPECT_EQ(mb(arguments).out.find('\x1b'), std::string::npos);
@@ -302,11 +326,11 @@ TEST_F(EndToEndTest, WithTheLogSwitchedOffNothingIsClaimed)
 {
     (void)makeMap(2);
     replaceIn(home_ / "registry.reg", "\"LoggingLevel\"=dword:0000000f", "\"LoggingLevel\"=dword:00000000");
-    const Result result = mb({"sync"});
+    const Result result = mb({"sync", "--silent"});
     EXPECT_EQ(result.code, 0) << result.error;
     EXPECT_NE(result.out.find("not counted"), std::string::npos) << result.out;
     EXPECT_EQ(result.out.find("nothing to do"), std::string::npos);
-    EXPECT_FALSE(json({"sync"}).at(0).contains("first"));
+    EXPECT_FALSE(json({"sync", "--silent"}).at(0).contains("first"));
     EXPECT_EQ(cardCount(), 2u);
 }
 
@@ -319,7 +343,7 @@ TEST_F(EndToEndTest, CtrlCStopsTheRunAndTheNextOneGoesOn)
         while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
         ::kill(pid, SIGINT);
     };
-    const Result cancelled = mb({"sync"});
+    const Result cancelled = mb({"sync", "--silent"});
     run_.whileRuns = nullptr;
     EXPECT_EQ(cancelled.code, 3) << cancelled.out;
     EXPECT_TRUE(isOneSentence(cancelled.error)) << cancelled.error;
@@ -327,10 +351,132 @@ TEST_F(EndToEndTest, CtrlCStopsTheRunAndTheNextOneGoesOn)
     EXPECT_GT(written, 0u);
     EXPECT_LT(written, static_cast<std::size_t>(contacts));
 
-    const Json run = json({"sync", map}).at(0);
+    const Json run = json({"sync", map, "--silent"}).at(0);
     EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written)) << "what was written before is not written again";
     EXPECT_EQ(cardCount(), static_cast<std::size_t>(contacts));
-    const Json idle = json({"sync", map}).at(0);
+    const Json idle = json({"sync", map, "--silent"}).at(0);
     EXPECT_EQ(idle.at("first"), (Json{{"created", 0}, {"updated", 0}, {"deleted", 0}}));
     EXPECT_EQ(idle.at("second"), (Json{{"created", 0}, {"updated", 0}, {"deleted", 0}}));
+}
+
+TEST_F(EndToEndTest, WithoutATerminalAQuestionEndsTheRunAndNothingIsWritten)
+{
+    const std::string map = makeMap(3);
+    const Result unanswered = mb({"sync"});
+    EXPECT_EQ(unanswered.code, 3);
+    EXPECT_TRUE(isOneSentence(unanswered.error)) << unanswered.error;
+    EXPECT_NE(unanswered.error.find("--yes"), std::string::npos) << unanswered.error;
+    EXPECT_EQ(cardCount(), 0u);
+    EXPECT_EQ(Json::parse(mb({"sync", "--json"}).out).at(0).at("result"), "unanswered");
+
+    EXPECT_EQ(mb({"sync", "--yes"}).code, 0) << "the summary is accepted";
+    EXPECT_EQ(cardCount(), 3u);
+    EXPECT_EQ(mb({"sync"}).code, 0) << "nothing to do, so nothing to ask";
+}
+
+TEST_F(EndToEndTest, WithoutATerminalAConflictIsNotSettledByYes)
+{
+    const std::string map = makeConflict();
+    const auto before = everything(map);
+    const Result result = mb({"sync", "--yes"});
+    EXPECT_EQ(result.code, 3) << result.out << result.error;
+    EXPECT_EQ(everything(map), before);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+}
+
+TEST_F(EndToEndTest, ADryRunShowsEveryChangeFieldByFieldAndWritesNothing)
+{
+    const std::string map = makeMap(48);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
+    ASSERT_TRUE(fs::remove(cardWith("sakura@example.org")));
+    const auto before = everything(map);
+    const Result plan = mb({"sync", "--dry-run"});
+    EXPECT_EQ(plan.code, 0) << plan.error;
+    EXPECT_NE(plan.out.find("1 Change"), std::string::npos) << plan.out;
+    EXPECT_NE(plan.out.find("Change: Anna Lindqvist"), std::string::npos) << plan.out;
+    EXPECT_NE(plan.out.find("+1 202 555 0199"), std::string::npos) << plan.out;
+    EXPECT_NE(plan.out.find("1 Deletion"), std::string::npos) << plan.out;
+    EXPECT_NE(plan.out.find("Nothing was written."), std::string::npos) << plan.out;
+    const Json json = Json::parse(mb({"sync", "--dry-run", "--json"}).out).at(0);
+    EXPECT_EQ(json.at("result"), "planned");
+    EXPECT_EQ(json.at("plan").at("second").at("changes"), 1);
+    EXPECT_EQ(json.at("plan").at("first").at("deletions"), 1);
+    EXPECT_EQ(json.at("plan").at("contacts").size(), 2u);
+    EXPECT_EQ(everything(map), before);
+
+    const Json run = this->json({"sync", "--silent"}).at(0);
+    EXPECT_EQ(run.at("second").at("updated"), 1);
+    EXPECT_EQ(run.at("first").at("deleted"), 1);
+    EXPECT_NE(mb({"sync", "--dry-run"}).out.find("nothing to do"), std::string::npos);
+}
+
+TEST_F(EndToEndTest, ADryRunOfAConflictWritesNothing)
+{
+    const std::string map = makeConflict();
+    const auto before = everything(map);
+    EXPECT_EQ(mb({"sync", "--dry-run"}).code, 0);
+    EXPECT_EQ(everything(map), before);
+}
+
+TEST_F(EndToEndTest, ARunThatDeletesTooMuchIsRefusedWithBothCounts)
+{
+    const std::string map = makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    int removed = 0;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder()))
+        if (removed < 7 && fs::remove(entry.path())) ++removed;
+    const auto before = everything(map);
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"sync", "--silent"},
+                                                                                           {"sync", "--yes"},
+                                                                                           {"sync", "--silent", "--max-delete", "6"},
+                                                                                           {"sync", "--yes", "--max-delete", "20%"}}) {
+        const Result refused = mb(arguments);
+        EXPECT_EQ(refused.code, 1);
+        EXPECT_TRUE(isOneSentence(refused.error)) << refused.error;
+        EXPECT_NE(refused.error.find("delete 7 of the 12 contacts"), std::string::npos) << refused.error;
+    }
+    EXPECT_EQ(everything(map), before);
+    EXPECT_EQ(mb({"sync", "--max-delete", "many"}).code, 2);
+    EXPECT_EQ(mb({"sync", "--silent", "--max-delete", "7"}).code, 0);
+    EXPECT_EQ(cardCount(), 5u);
+}
+
+TEST_F(EndToEndTest, OnATerminalTheSummaryIsAskedFor)
+{
+    const std::string map = makeMap(3);
+    const Result cancelled = talk({"sync"}, {{"help] ", "\x04"}});
+    EXPECT_EQ(cancelled.code, 3) << cancelled.out;
+    EXPECT_NE(cancelled.out.find("Confirm Changes"), std::string::npos) << cancelled.out;
+    EXPECT_NE(cancelled.out.find("3 Additions"), std::string::npos) << cancelled.out;
+    EXPECT_EQ(cardCount(), 0u);
+    const Result done = talk({"sync"}, {{"help] ", "1\n"}, {"Details", ""}, {"help] ", "\n"}, {"help] ", "\n"}});
+    EXPECT_EQ(done.code, 0) << done.out;
+    EXPECT_NE(done.out.find("Anna"), std::string::npos) << "the details name the contacts";
+    EXPECT_EQ(cardCount(), 3u);
+}
+
+TEST_F(EndToEndTest, OnATerminalAConflictIsAskedForAndSettled)
+{
+    const std::string map = makeConflict();
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "4\n"}, {"help] ", "\n"}});
+    EXPECT_EQ(done.code, 0) << done.out;
+    EXPECT_NE(done.out.find("Resolve Conflicting Changes"), std::string::npos) << done.out;
+    EXPECT_NE(done.out.find("+1 202 555 0111"), std::string::npos) << done.out;
+    EXPECT_NE(done.out.find("1 updated"), std::string::npos) << done.out;
+    EXPECT_NE(textOf(cardWith(":Anna Lindqvist")).find("+1 202 555 0122"), std::string::npos) << done.out;
+    EXPECT_EQ(cardCount(), 12u);
+    EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
+}
+
+TEST_F(EndToEndTest, TheFieldMapIsEditedOnATerminal)
+{
+    const std::string map = makeMap(1);
+    EXPECT_EQ(mb({"fields", map, "--edit"}).code, 3) << "no terminal";
+    const Json before = json({"fields", map});
+    EXPECT_EQ(talk({"fields", map, "--edit"}, {{"help] ", "x1\n"}, {"help] ", "\x04"}}).code, 3);
+    EXPECT_EQ(json({"fields", map}), before);
+    const Result edited = talk({"fields", map, "--edit"}, {{"help] ", "x1\n"}, {"help] ", "\n"}});
+    EXPECT_EQ(edited.code, 0) << edited.out;
+    EXPECT_EQ(json({"fields", map}).size(), before.size() - 1);
 }

@@ -30,19 +30,29 @@ Channel makeTerminal()
     return ends;
 }
 
-[[noreturn]] void becomeProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
-                                int out, int error)
+[[noreturn]] void becomeProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options)
 {
     for (const auto& [name, value] : options.environment) ::setenv(name.c_str(), value.c_str(), 1);
     if (!options.workFolder.empty() && ::chdir(options.workFolder.c_str()) != 0) ::_exit(126);
-    ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
-    ::dup2(options.outFile.empty() ? out : ::open(options.outFile.c_str(), O_WRONLY), STDOUT_FILENO);
-    ::dup2(error, STDERR_FILENO);
     std::vector<char*> argv{const_cast<char*>(program.c_str())};
     for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
     argv.push_back(nullptr);
     ::execv(program.c_str(), argv.data());
     ::_exit(127);
+}
+
+void useStreams(const RunOptions& options, int out, int error)
+{
+    ::dup2(::open("/dev/null", O_RDONLY), STDIN_FILENO);
+    ::dup2(options.outFile.empty() ? out : ::open(options.outFile.c_str(), O_WRONLY), STDOUT_FILENO);
+    ::dup2(error, STDERR_FILENO);
+}
+
+int exitCodeOf(pid_t pid)
+{
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 // Reads both until both are closed; a terminal reports its closing as an error.
@@ -76,7 +86,8 @@ Result runProgram(const std::filesystem::path& program, const std::vector<std::s
     if (pid == 0) {
         ::close(out.read);
         ::close(error.read);
-        becomeProgram(program, arguments, options, out.write, error.write);
+        useStreams(options, out.write, error.write);
+        becomeProgram(program, arguments, options);
     }
     ::close(out.write);
     ::close(error.write);
@@ -85,9 +96,37 @@ Result runProgram(const std::filesystem::path& program, const std::vector<std::s
     readAll(out.read, error.read, result);
     ::close(out.read);
     ::close(error.read);
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    result.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    result.code = exitCodeOf(pid);
+    return result;
+}
+
+Result talkToProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
+                     const Conversation& conversation)
+{
+    winsize size{24, 100, 0, 0};
+    int terminal = -1;
+    const pid_t pid = ::forkpty(&terminal, nullptr, nullptr, &size);
+    if (pid < 0) throw std::runtime_error("no process");
+    if (pid == 0) becomeProgram(program, arguments, options);
+    Result result;
+    std::size_t seen = 0, step = 0;
+    std::array<char, 4096> buffer{};
+    for (ssize_t n; (n = ::read(terminal, buffer.data(), buffer.size())) > 0;) {
+        result.out.append(buffer.data(), static_cast<std::size_t>(n));
+        for (std::size_t at; step < conversation.size() && (at = result.out.find(conversation[step].first, seen)) != std::string::npos;
+             ++step) {
+            seen = at + conversation[step].first.size();
+            const std::string& answer = conversation[step].second;
+            if (::write(terminal, answer.data(), answer.size()) != static_cast<ssize_t>(answer.size())) break;
+        }
+        // One question too many must not hang the test.
+        if (step == conversation.size() && result.out.find("help] ", seen) != std::string::npos) {
+            seen = result.out.size();
+            if (::write(terminal, "\x04", 1) != 1) break;
+        }
+    }
+    ::close(terminal);
+    result.code = exitCodeOf(pid);
     return result;
 }
 

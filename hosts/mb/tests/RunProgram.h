@@ -21,6 +21,13 @@ struct RunOptions {
     std::function<void(int pid)> whileRuns; // called once it runs
 };
 
+// A text that is waited for, and what is typed then.
+using Conversation = std::vector<std::pair<std::string, std::string>>;
+
 Result runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options);
+
+// Runs it on a terminal of its own; what it writes there is in out. When the conversation is over the input ends.
+Result talkToProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
+                     const Conversation& conversation);
 
 } // namespace mbtest
