@@ -21,7 +21,7 @@ protected:
     static std::vector<std::u16string> names(const FakeStore& store)
     {
         std::vector<std::u16string> all;
-        for (const auto& [id, record] : store.categories) all.push_back(record.values.at(ftLastName));
+        for (const auto& [id, record] : store.categories) all.push_back(record.values.find(ftLastName)->second);
         return all;
     }
     GUID categoryGuid()
@@ -197,7 +197,7 @@ TEST_F(CategorySync, ASideWithoutALastNameIsPairedByTheFieldsOfTheMap)
     s.one().put(true, u"C1", {{ftCompany, u"Friends"}});
     EXPECT_EQ(s.sync(), S_OK);
     ASSERT_THAT(s.two().categories, SizeIs(1));
-    EXPECT_EQ(s.two().categories.begin()->second.values.at(ftCompany), u"Friends");
+    EXPECT_EQ(s.two().categories.begin()->second.values[ftCompany], u"Friends");
 }
 
 TEST_F(CategorySync, AFailedPassEndsTheMapBeforeTheContacts)

@@ -34,7 +34,8 @@ protected:
     }
     void addAda(FakeValues more = {})
     {
-        more.insert({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+        more[ftFirstName] = u"Ada";
+        more[ftLastName] = u"Lovelace";
         ada = s.one().add(std::move(more));
         ASSERT_EQ(s.sync(), S_OK);
         ASSERT_THAT(s.two().order, SizeIs(1));
@@ -321,7 +322,7 @@ TEST_F(ImageSync, AfterAnUpgradeEveryMapComparesItsImagesOnce)
         }
         ASSERT_EQ(history.SetVersion(3), S_OK);
     }
-    s.two().records.at(ada2).values.erase(ftImage1);
+    s.two().records.at(ada2).values[ftImage1].clear();
 
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_EQ(s.two().get(ada2, ftImage1), small) << "though no date moved";
