@@ -36,7 +36,7 @@ std::string header(std::uint32_t size, std::int32_t width, std::int32_t height, 
     put(1, 2);
     put(bits, 2);
     put(compression, 4);
-    put(0, 12);
+    out.append(12, '\0');
     put(colours, 4);
     put(0, 4);
     return out;
