@@ -11,7 +11,9 @@ void addMapCommands(CLI::App& app);      // add, maps, show, set, remove
 void addFieldCommands(CLI::App& app);    // fields
 void addSyncCommand(CLI::App& app);      // sync
 void addStatusCommands(CLI::App& app);   // status, log
+void addHistoryCommand(CLI::App& app);   // history
 void addTransferCommands(CLI::App& app); // targets, transfer
 void addRecordCommands(CLI::App& app);   // record-status, filter
+void addScriptCommand(CLI::App& app);    // run
 
 } // namespace mbhost

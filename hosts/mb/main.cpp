@@ -25,6 +25,8 @@ int main(int argc, char** argv)
         addTransferCommands(app);
         addStatusCommands(app);
         addRecordCommands(app);
+        addHistoryCommand(app);
+        addScriptCommand(app);
         app.parse(argc, argv);
         finishOutput();
         return exitDone;

@@ -38,9 +38,8 @@ private:
 // Makes a key with all its missing parents.
 bool createKeyPath(Root root, std::u16string_view path);
 
-#ifndef _WIN32
-// The file: $MB_REGISTRY if set, else zorel/mbsync.reg below $XDG_CONFIG_HOME or ~/.config.
+// Where the user finds the values as a file: $MB_REGISTRY if set, else zorel/mbsync.reg below $XDG_CONFIG_HOME or ~/.config. Empty on
+// Windows, which has an editor for them.
 std::filesystem::path registryFile();
-#endif
 
 } // namespace platform

@@ -175,8 +175,8 @@ TEST_F(EndToEndTest, WrongUsageIsTwoAndAnUnknownMapIsOne)
 
 TEST_F(EndToEndTest, EveryCommandHasHelpWithAnExample)
 {
-    for (const char* command :
-         {"register", "unregister", "translators", "add", "maps", "show", "set", "fields", "remove", "sync", "status", "log"}) {
+    for (const char* command : {"register", "unregister", "translators", "add", "maps", "show", "set", "fields", "remove", "sync", "status",
+                                "log", "history", "run"}) {
         const Result result = mb({command, "--help"});
         EXPECT_EQ(result.code, 0) << command;
         EXPECT_NE(result.out.find(std::string("\n  mb ") + command), std::string::npos) << result.out;

@@ -140,4 +140,6 @@ bool createKeyPath(Root root, std::u16string_view path)
     return true;
 }
 
+std::filesystem::path registryFile() { return {}; }
+
 } // namespace platform

@@ -1,0 +1,77 @@
+#include "Commands.h"
+#include "Failure.h"
+#include "files.h"
+#include "MapName.h"
+#include "Output.h"
+#include "registry.h"
+#include "StoreName.h"
+#include "text.h"
+
+namespace mbhost {
+namespace {
+
+constexpr char16_t settings[] = u"Software\\Zorel\\MBSyncEng";
+
+bool decodingIsAllowed()
+{
+    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, settings);
+    return key && key->number(u"EnableDecrypt").value_or(0) != 0;
+}
+
+std::string howToAllow()
+{
+    const std::filesystem::path file = platform::registryFile();
+    std::string how = R"(set the DWORD value EnableDecrypt to 1 under HKEY_CURRENT_USER\Software\Zorel\MBSyncEng)";
+    if (!file.empty()) // the registry is a file, and nothing but an editor of texts is there to change it
+        how += R"(, with the line "EnableDecrypt"=dword:00000001 under [HKEY_CURRENT_USER\Software\Zorel\MBSyncEng] in )" +
+               quote(file.string());
+    return "Histories hold contacts, so they are decoded only for a user who allows it: " + how + ".";
+}
+
+void writeDecoded(const Engine& engine, const std::filesystem::path& history, const std::filesystem::path& target)
+{
+    if (!decodingIsAllowed()) throw Failure(howToAllow());
+    const com::Bstr from(platform::textOf(history)), to(platform::textOf(target));
+    const HRESULT hr = engine.create<ISyncAutoTest>(__uuidof(SyncAutoTest))->DecryptHistoryFile(from.get(), to.get());
+    if (FAILED(hr)) throw Failure("The history could not be written to " + quote(target.string()) + ": " + describe(hr));
+}
+
+void history(const std::string& name, const std::string& decoded, bool json)
+{
+    const Engine engine;
+    const GUID map = resolveMap(listMaps(engine), name);
+    const std::filesystem::path file = dataFolder() / (guidName(map) + ".xml"), target = decoded.empty() ? "" : absolutePath(decoded);
+    const bool ran = platform::fileExists(file);
+    if (!target.empty()) {
+        if (!ran) throw Failure("The map " + guidName(map) + " never ran, so it has no history; mb sync runs it.");
+        writeDecoded(engine, file, target);
+    }
+    if (json) {
+        Json out{{"map", guidName(map)}, {"file", file.string()}, {"exists", ran}};
+        if (!target.empty()) out["decoded"] = target.string();
+        return printJson(out);
+    }
+    if (!target.empty()) return print("decoded to " + printable(target.string()) + "\n");
+    print(printable(file.string()) + (ran ? "\n" : " (not there yet: the map never ran)\n"));
+}
+
+} // namespace
+
+void addHistoryCommand(CLI::App& app)
+{
+    struct Arguments {
+        std::string map, decoded;
+        bool json = false;
+    };
+    const auto given = std::make_shared<Arguments>();
+    auto* command = app.add_subcommand("history", "Tell where a map's history lies, or write a readable copy of it");
+    command->footer("The history is what the engine knows of the last run. A readable copy holds the contacts of both stores; it is\n"
+                    "written only where the user's setting EnableDecrypt is 1, and the command says how to set it.\n\n"
+                    "Examples:\n  mb history 5F49\n  mb history 5F49 --decoded history.xml");
+    command->add_option("MAP", given->map, mapHelp)->required();
+    command->add_option("--decoded", given->decoded, "The file to write a readable copy to; one that exists is replaced");
+    command->add_flag("--json", given->json, jsonHelp);
+    command->callback([given] { history(given->map, given->decoded, given->json); });
+}
+
+} // namespace mbhost
