@@ -11,6 +11,7 @@
 #include "translators/ImageFields.h"
 #include "translators/ReadText.h"
 #include "ui.h"
+#include <algorithm>
 
 namespace mb {
 namespace {
@@ -202,7 +203,18 @@ private:
             field.merged = value;
             if (FAILED(fields1_.read(record1, field.type1, field.value1)) || FAILED(fields2_.read(record2, field.type2, field.value2)))
                 continue;
+            restoreTabs(field);
             ApplyMergedField(field, changes1, changes2);
+        }
+    }
+
+    // A tab parts the merged texts, so a value that holds one comes back with blanks: that is no change of the user's.
+    static void restoreTabs(MergedField& field)
+    {
+        for (const std::u16string* value : {&field.value1, &field.value2}) {
+            std::u16string blanks = *value;
+            std::ranges::replace(blanks, u'\t', u' ');
+            if (field.merged == blanks) field.merged = *value;
         }
     }
 

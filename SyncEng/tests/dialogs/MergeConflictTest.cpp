@@ -196,6 +196,16 @@ TEST_F(MergeConflictTest, AFieldThatDidNotComeBackIsEmptied)
     EXPECT_TRUE(question.ChangeMap2.contains(ftPhone));
 }
 
+TEST_F(MergeConflictTest, AValueWithATabThatComesBackWithABlankIsNoChange)
+{
+    s.one().set(id1, ftNotes, u"a\tb");
+    s.two().set(id2, ftNotes, u"a\tb");
+    told.merged = u"First name\tAda\tCity\tParis\tPhone\t1\tNotes\ta b\tCategories\ta, b";
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_FALSE(question.ChangeMap1.contains(ftNotes));
+    EXPECT_FALSE(question.ChangeMap2.contains(ftNotes));
+}
+
 TEST_F(MergeConflictTest, ImagesTakePartWhereOneOfThemChanged)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {

@@ -480,3 +480,24 @@ TEST_F(EndToEndTest, TheFieldMapIsEditedOnATerminal)
     EXPECT_EQ(edited.code, 0) << edited.out;
     EXPECT_EQ(json({"fields", map}).size(), before.size() - 1);
 }
+
+TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHand)
+{
+    const std::string map = makeConflict();
+    ASSERT_EQ(mb({"register", binFolder / "merge.so"}).code, 0);
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}, {"help] ", "=+1 202 555 0133\n"}});
+    EXPECT_EQ(done.code, 0) << done.out;
+    EXPECT_NE(done.out.find("Resolve Conflict Manually"), std::string::npos) << done.out;
+    EXPECT_NE(textOf(cardWith(":Anna Lindqvist")).find("+1 202 555 0133"), std::string::npos) << done.out;
+    EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
+}
+
+TEST_F(EndToEndTest, AMergeThatIsGivenUpGoesBackToTheConflict)
+{
+    const std::string map = makeConflict();
+    ASSERT_EQ(mb({"register", binFolder / "merge.so"}).code, 0);
+    const auto before = everything(map);
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}, {"help] ", "\x04"}, {"Resolve Conflicting", ""}, {"help] ", "\x04"}});
+    EXPECT_EQ(done.code, 3) << done.out;
+    EXPECT_EQ(everything(map), before);
+}

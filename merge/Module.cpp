@@ -1,0 +1,20 @@
+// The plug-in's one class, found by its ProgID, and its four entry points.
+#include "host.h"
+#include "server_registration.h"
+#include "TerminalMerge.h"
+
+namespace {
+
+DEFINE_GUID(CLSID_TerminalMerge, 0x5b1d2c0e, 0x7a34, 0x4c61, 0x9f, 0x0b, 0x2d, 0x86, 0x3e, 0x51, 0xc4, 0xa7);
+
+constexpr com::ClassEntry classes[] = {
+    {&CLSID_TerminalMerge, u"TwinWiz.CMergeDialog", u"Merging contacts in the terminal", com::create<mb::merge::TerminalMerge>}};
+
+platform::ServerRegistration registration() { return {classes, platform::modulePathOf(classes), nullptr, nullptr, nullptr}; }
+
+} // namespace
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** out) { return com::getClassObject(classes, clsid, riid, out); }
+STDAPI DllCanUnloadNow() { return com::moduleLocks == 0 ? S_OK : S_FALSE; }
+STDAPI DllRegisterServer() { return platform::registerServer(registration()); }
+STDAPI DllUnregisterServer() { return platform::unregisterServer(registration()); }
