@@ -70,7 +70,7 @@ protected:
     {
         s.log().clear();
         mbtest::FrontEndFake user;
-        user.press(mb::idOk); // to the summary
+        user.byDefault = mb::idOk; // to the summary
         const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
         EXPECT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
         return synchronizer->Synchronize(s.map(), VARIANT_FALSE);

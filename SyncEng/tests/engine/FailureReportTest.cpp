@@ -1,3 +1,4 @@
+#include "FrontEndFake.h"
 #include "registry.h"
 #include "SyncScenario.h"
 
@@ -21,6 +22,8 @@ protected:
     {
         s.makeMap();
         s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, failure);
+        mbtest::FrontEndFake user;
+        user.byDefault = mb::idOk; // to the summary
         const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
         EXPECT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
         testing::internal::CaptureStderr();

@@ -15,7 +15,8 @@ public:
     FrontEndFake& operator=(const FrontEndFake&) = delete;
     ~FrontEndFake() override { mb::SetFrontEnd(former_); }
 
-    // What is done to the dialogs, one entry each; with none left a dialog is closed by its cross.
+    // What is done to the dialogs, one entry each; with none left this is pressed. A dialog that is still open then is closed.
+    int byDefault = mb::idCancel;
     std::deque<std::function<void(mb::Dialog&)>> script;
     std::vector<std::u16string> captions, messages;
 
@@ -30,6 +31,8 @@ public:
             const auto act = script.front();
             script.pop_front();
             act(dialog);
+        } else {
+            dialog.press(byDefault);
         }
         dialog.close();
     }
