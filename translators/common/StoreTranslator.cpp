@@ -119,6 +119,14 @@ void StoreTranslator::open(ITrServices* services, std::u16string_view database, 
     database_ = database;
 }
 
+bool StoreTranslator::offers(REFIID riid) const noexcept
+{
+    if (riid == __uuidof(ICategories)) return info_.openCategories != nullptr;
+    if (riid == __uuidof(IImageSupport))
+        return std::ranges::any_of(info_.fields, [](const PluginField& field) { return field.type == ftImage1 || field.type == ftImage2; });
+    return true;
+}
+
 HRESULT StoreTranslator::start(ITrServices* services, OpenStore openStore)
 {
     return run([&] {

@@ -26,8 +26,8 @@ struct PluginInfo {
     GUID fieldBase;                // a field's GUID is this one with the field type as its second part; field maps of users name them
     std::span<const PluginField> fields;
     std::unique_ptr<RecordStore> (*open)(const std::string& database, Report report);
-    // The list of categories that the same database holds, with the category's name as the last name.
-    std::unique_ptr<RecordStore> (*openCategories)(const std::string& database, Report report);
+    // The list of categories that the same database holds, with the category's name as the last name; null for a store without one.
+    std::unique_ptr<RecordStore> (*openCategories)(const std::string& database, Report report) = nullptr;
 };
 
 class StoreTranslator
@@ -112,6 +112,7 @@ private:
     [[nodiscard]] const PluginField* fieldOf(REFGUID guid) const noexcept;
     [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
     RecordStore& store(Step step);
+    bool offers(REFIID riid) const noexcept override;
     HRESULT start(ITrServices* services, OpenStore openStore);
     void open(ITrServices* services, std::u16string_view database, OpenStore openStore);
     const Picture& picture() const;

@@ -3,6 +3,7 @@
 #include "dialogs/DialogTexts.h"
 #include "dialogs/MergeConflict.h"
 #include "foundation/Format.h"
+#include "foundation/ImageValue.h"
 #include "foundation/HelpTopic.h"
 #include "foundation/Strings.h"
 #include "host.h"
@@ -11,9 +12,6 @@
 
 namespace mb {
 namespace {
-
-// Front ends of the merge component show files; where values cannot be turned into files, images are not merged.
-constexpr ImageConverter mergeImages = nullptr;
 
 bool namesDiffer(const ContactName& a, const ContactName& b)
 {
@@ -121,7 +119,7 @@ void CConflictDlg::accept()
     const Control& all = model_[idApplyToAll];
     question_.ApplyToAll = all.enabled && all.checked;
     if (question_.Resolution == croMerge) {
-        const HRESULT hr = com::guarded([&] { return MergeConflict(question_, window, {name1_, name2_}, mergeImages); });
+        const HRESULT hr = com::guarded([&] { return MergeConflict(question_, window, {name1_, name2_}, ConvertImageValue); });
         if (FAILED(hr)) return ShowWarning(window, Format(LoadText(173), Format(u"%x", hr), platform::systemMessage(hr)));
         if (hr == S_FALSE) return; // given up: the other ways stay open
     }

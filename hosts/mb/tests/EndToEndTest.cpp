@@ -484,7 +484,7 @@ TEST_F(EndToEndTest, TheFieldMapIsEditedOnATerminal)
 TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHand)
 {
     const std::string map = makeConflict();
-    ASSERT_EQ(mb({"register", binFolder / "merge.so"}).code, 0);
+    ASSERT_EQ(mb({"register", binFolder() / "merge.so"}).code, 0);
     const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}, {"help] ", "=+1 202 555 0133\n"}});
     EXPECT_EQ(done.code, 0) << done.out;
     EXPECT_NE(done.out.find("Resolve Conflict Manually"), std::string::npos) << done.out;
@@ -495,7 +495,7 @@ TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHand)
 TEST_F(EndToEndTest, AMergeThatIsGivenUpGoesBackToTheConflict)
 {
     const std::string map = makeConflict();
-    ASSERT_EQ(mb({"register", binFolder / "merge.so"}).code, 0);
+    ASSERT_EQ(mb({"register", binFolder() / "merge.so"}).code, 0);
     const auto before = everything(map);
     const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}, {"help] ", "\x04"}, {"Resolve Conflicting", ""}, {"help] ", "\x04"}});
     EXPECT_EQ(done.code, 3) << done.out;
