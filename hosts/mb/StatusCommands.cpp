@@ -36,6 +36,12 @@ void status(bool json)
         VARIANT_BOOL good = VARIANT_TRUE;
         (void)maps->GetLastSyncTime(guid, &last);
         const bool ran = SUCCEEDED(maps->GetLastSyncStatus(guid, &good));
+        // The lists of categories are brought into step before the contacts, and have a history of their own.
+        GUID categories{};
+        VARIANT_BOOL categoriesGood = VARIANT_TRUE;
+        if (ran && SUCCEEDED(maps->GetCategoryGuid(guid, &categories)) && SUCCEEDED(maps->GetLastSyncStatus(categories, &categoriesGood)) &&
+            !categoriesGood)
+            good = VARIANT_FALSE;
         const std::string state = !ran ? "never" : good ? "good" : "failed";
         out.push_back({{"map", guidName(guid)}, {"last_run", dateName(last)}, {"status", state}});
         rows.push_back({guidName(guid), state, last == 0.0 ? "-" : dateName(last), storeName(map, 0) + "  " + storeName(map, 1)});

@@ -131,7 +131,7 @@ TEST_P(Categories, AnAbortedBatchLeavesTheListAsItWas)
     EXPECT_THAT(storedNames(), ElementsAre(u"Friends"));
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Categories, testing::ValuesIn(contenders()),
+INSTANTIATE_TEST_SUITE_P(All, Categories, testing::ValuesIn(contendersWithPictures()),
                          [](const testing::TestParamInfo<Contender>& contender) { return contender.param.name; });
 
 } // namespace mbtest

@@ -86,12 +86,12 @@ private:
 
 Contender fake(const std::string& name, std::function<void(FakeOptions&)> configure)
 {
-    return {name, [configure] { return std::make_unique<FakeSubject>(configure); }};
+    return {name, [configure] { return std::make_unique<FakeSubject>(configure); }, true};
 }
 
 Contender plugin(const std::string& name, const char* file, const GUID& clsid, const std::string& database, bool isFolder = false)
 {
-    return {name, [=] { return std::make_unique<PluginSubject>(file, clsid, database, isFolder); }};
+    return {name, [=] { return std::make_unique<PluginSubject>(file, clsid, database, isFolder); }, true};
 }
 
 } // namespace
@@ -105,8 +105,15 @@ std::vector<Contender> contenders()
         plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"),
         plugin("VCardFolder", VCARD_PLUGIN, vcardClass, "cards", true),
         plugin("VCardFile", VCARD_PLUGIN, vcardClass, "cards/all.vcf"),
-        plugin("Notebook", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt"),
+        {"Notebook", plugin("Notebook", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false},
     };
+}
+
+std::vector<Contender> contendersWithPictures()
+{
+    std::vector<Contender> found = contenders();
+    std::erase_if(found, [](const Contender& contender) { return !contender.hasPictures; });
+    return found;
 }
 
 } // namespace mbtest

@@ -31,9 +31,11 @@ public:
 struct Contender {
     std::string name;
     std::function<std::unique_ptr<Subject>()> make;
+    bool hasPictures = true; // and a list of categories
     friend void PrintTo(const Contender& contender, std::ostream* out) { *out << contender.name; }
 };
 
 std::vector<Contender> contenders();
+std::vector<Contender> contendersWithPictures();
 
 } // namespace mbtest

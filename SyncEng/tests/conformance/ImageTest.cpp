@@ -212,7 +212,7 @@ TEST_P(Images, ARunWithoutImagesSeesNoneAndChangesNone)
     close(translator);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Images, testing::ValuesIn(contenders()),
+INSTANTIATE_TEST_SUITE_P(All, Images, testing::ValuesIn(contendersWithPictures()),
                          [](const testing::TestParamInfo<Contender>& contender) { return contender.param.name; });
 
 } // namespace mbtest

@@ -100,7 +100,7 @@ TEST_F(ScriptCommandTest, HistoryTellsItsPlaceAndIsDecodedOnlyWhereTheUserAllows
     const fs::path file = dataFolder() / (map + ".xml");
     EXPECT_EQ(json({"history", map}), (Json{{"map", map}, {"file", file.string()}, {"exists", false}}));
     EXPECT_EQ(mb({"history", map, "--decoded", "out.xml"}).code, 1) << "there is none yet";
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     EXPECT_EQ(mb({"history", map}).out, file.string() + "\n");
 
     const Result refused = mb({"history", map, "--decoded", "out.xml"});
@@ -121,7 +121,7 @@ TEST_F(ScriptCommandTest, HistoryTellsItsPlaceAndIsDecodedOnlyWhereTheUserAllows
 TEST_F(ScriptCommandTest, ADecodedHistoryThatCannotBeWrittenIsNamed)
 {
     const std::string map = makeMap(1);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     allowDecoding();
     const Result result = mb({"history", map, "--decoded", "no folder/out.xml"});
     EXPECT_EQ(result.code, 1);

@@ -39,7 +39,7 @@ TEST_F(TransferCommandsTest, TargetsAreAllPluginsButTheCardFileItself)
     ASSERT_EQ(targets.size(), 1u);
     EXPECT_EQ(targets.at(0).at("name"), "vCard");
     EXPECT_EQ(targets.at(0).at("configurable"), true);
-    EXPECT_EQ(targets.at(0).at("images"), false);
+    EXPECT_EQ(targets.at(0).at("images"), true);
     EXPECT_EQ(targets.at(0).at("program"), "");
     EXPECT_NE(mb({"targets"}).out.find("vCard"), std::string::npos);
 }
@@ -55,7 +55,7 @@ TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
     EXPECT_EQ(cardCount(), 2u);
     EXPECT_EQ(json({"maps"}), Json::array()) << "the map behind it is never seen";
     EXPECT_EQ(json({"status"}), Json::array());
-    EXPECT_NE(mb({"sync"}).out.find("There is no map yet"), std::string::npos);
+    EXPECT_NE(mb({"sync", "--silent"}).out.find("There is no map yet"), std::string::npos);
 
     replaceIn(cardWith(":Jürgen Weiß"), "juergen.weiss@example.org", "j.weiss@example.net");
     run = json({"transfer", "--from", "vCard"});
@@ -72,7 +72,7 @@ TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
 TEST_F(TransferCommandsTest, TheHistoriesOfMapsAreNotTouched)
 {
     const std::string map = makeMap(5);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     const std::string before = textOf(dataFolder() / (map + ".xml"));
     ASSERT_FALSE(before.empty());
     fs::create_directory(home_ / "Elsewhere");
@@ -81,7 +81,7 @@ TEST_F(TransferCommandsTest, TheHistoriesOfMapsAreNotTouched)
     ASSERT_EQ(mb({"transfer", "--from", "vCard"}).code, 0);
     EXPECT_EQ(textOf(dataFolder() / (map + ".xml")), before);
     EXPECT_EQ(json({"maps"}).size(), 1u);
-    EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
+    EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
 }
 
 TEST_F(TransferCommandsTest, CardsAreTakenByIdentifierToo)
@@ -179,7 +179,7 @@ TEST_F(TransferCommandsTest, APluginOfTheOlderContractIsATargetAndAStoreAsAnyOth
 
     (void)addMap("OldNumbers=" + (home_ / "numbers.txt").string(), target());
     putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
-    EXPECT_EQ(json({"sync"}).at(0).at("first").at("created"), 1);
+    EXPECT_EQ(json({"sync", "--silent"}).at(0).at("first").at("created"), 1);
     EXPECT_NE(textOf(home_ / "numbers.txt").find("Person"), std::string::npos);
 }
 
@@ -189,7 +189,7 @@ TEST_F(RecordCommandsTest, TheRecordsOfAHistoryAreShownWithPartnerAndStatus)
 {
     const std::string map = makeMap(3);
     EXPECT_EQ(json({"record-status", map}), Json::array()) << "it never ran";
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     const Json first = json({"record-status", map}), second = json({"record-status", map, "--second"});
     ASSERT_EQ(first.size(), 3u);
     ASSERT_EQ(second.size(), 3u);
@@ -202,20 +202,20 @@ TEST_F(RecordCommandsTest, TheRecordsOfAHistoryAreShownWithPartnerAndStatus)
 TEST_F(RecordCommandsTest, AStatusIsSetAndFoundAgain)
 {
     const std::string map = makeMap(3);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     const std::string id = json({"record-status", map}).at(1).at("record");
     EXPECT_EQ(json({"record-status", map, id, "--set", "excluded"}).at("status"), "excluded");
     const Json found = json({"record-status", map, "--status", "excluded"});
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found.at(0).at("record"), id);
     EXPECT_EQ(json({"record-status", map, id, "--set", "-6"}).at("status"), "unreachable");
-    EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos) << "a status is no change of the contact";
+    EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos) << "a status is no change of the contact";
 }
 
 TEST_F(RecordCommandsTest, WhatIsNotThereIsNotPresentAndCannotBeSet)
 {
     const std::string map = makeMap(1);
-    ASSERT_EQ(mb({"sync"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     EXPECT_EQ(json({"record-status", map, "nobody"}), (Json{{"record", "nobody"}, {"partner", ""}, {"status", "not-present"}}));
     const Result failed = mb({"record-status", map, "nobody", "--set", "current"});
     EXPECT_EQ(failed.code, 1);

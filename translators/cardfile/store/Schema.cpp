@@ -32,6 +32,15 @@ FileKind kindOf(Database& database)
     return version > presentVersion ? FileKind::Later : FileKind::Card;
 }
 
+// The same, looked at in one moment: another program may be making the file.
+FileKind kindNow(Database& database)
+{
+    database.execute("BEGIN");
+    const FileKind kind = kindOf(database);
+    database.execute("COMMIT");
+    return kind;
+}
+
 // Of two programs that open a new file at the same moment one is told at once that it is busy, without the wait that all other work has.
 void useWriteAheadLog(Database& database)
 {
@@ -61,13 +70,13 @@ void bringUpToDate(Database& database)
 
 FileKind prepareFile(Database& database)
 {
-    const FileKind kind = kindOf(database);
+    const FileKind kind = kindNow(database);
     if (kind != FileKind::Card) return kind;
     useWriteAheadLog(database);
     database.execute("PRAGMA synchronous = FULL");
     database.execute("PRAGMA foreign_keys = ON");
     if (database.number("PRAGMA user_version") < presentVersion) bringUpToDate(database);
-    return kindOf(database);
+    return kindNow(database);
 }
 
 } // namespace mb::cardfile
