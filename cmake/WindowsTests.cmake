@@ -1,5 +1,6 @@
 # GoogleTest for Windows, from the sources that Debian ships, under the names that find_package gives on Linux. Its main is ours: it enters
 # an apartment, as every host does.
+set(MB_DRIVE "Z:") # where Wine shows the file system that paths of the build are of
 set(gtest_disable_pthreads OFF)
 set(INSTALL_GTEST OFF)
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)

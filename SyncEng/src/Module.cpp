@@ -94,6 +94,12 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** out)
 // folders and settings of that moment. Not exported.
 extern "C" void mbRestartModule() { module().restart(); }
 
+// The load of the module, where the loader tells of it: false keeps it out.
+extern "C" bool mbModuleLoaded()
+{
+    return SUCCEEDED(com::guarded([] { (void)module(); }));
+}
+
 STDAPI DllCanUnloadNow() { return com::moduleLocks == 0 ? S_OK : S_FALSE; }
 
 namespace {
@@ -112,7 +118,15 @@ std::vector<com::ClassEntry> availableClasses()
 
 platform::ServerRegistration registration(std::span<const com::ClassEntry> classes)
 {
-    return {classes, platform::modulePathOf(reinterpret_cast<const void*>(&module)), nullptr, &applicationId, &typeLibraryId};
+    return {classes,
+            platform::modulePathOf(reinterpret_cast<const void*>(&module)),
+            nullptr,
+            &applicationId,
+            &typeLibraryId,
+            u"MBSync",
+            u"MBSync.DLL",
+            &mb::translatorCategory,
+            mb::translatorCategoryName};
 }
 
 } // namespace
@@ -121,8 +135,7 @@ STDAPI DllRegisterServer()
 {
     return com::guarded([] {
         const auto classes = availableClasses();
-        com::check(platform::registerServer(registration(classes)));
-        com::check(platform::registerCategory(mb::translatorCategory, mb::translatorCategoryName));
+        return platform::registerServer(registration(classes));
     });
 }
 
@@ -130,7 +143,6 @@ STDAPI DllUnregisterServer()
 {
     return com::guarded([] {
         const auto classes = availableClasses();
-        com::check(platform::unregisterServer(registration(classes)));
-        com::check(platform::unregisterCategory(mb::translatorCategory));
+        return platform::unregisterServer(registration(classes));
     });
 }

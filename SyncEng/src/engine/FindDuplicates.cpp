@@ -126,9 +126,9 @@ private:
     {
         Keys keys;
         const auto fields = pass_.fields(side);
-        const LONG lastName = side == Side::One ? ftLastName : rows_.lastName2,
-                   firstName = side == Side::One ? ftFirstName : rows_.firstName.type2,
-                   email = side == Side::One ? ftEmail1 : rows_.email.type2;
+        const bool one = side == Side::One;
+        const LONG lastName = one ? LONG{ftLastName} : rows_.lastName2, firstName = one ? LONG{ftFirstName} : rows_.firstName.type2,
+                   email = one ? LONG{ftEmail1} : rows_.email.type2;
         for (std::size_t j = 0; j < rows_.rows.size(); ++j) {
             const MatchRow& row = rows_.rows[j];
             const LONG type = fieldOf(row, side).type;

@@ -315,10 +315,13 @@ inline std::u16string guidText(REFGUID guid)
     return std::u16string(viewOf(buffer, n > 0 ? static_cast<std::size_t>(n) - 1 : 0));
 }
 
+// A text that is none gives the null GUID.
 inline HRESULT parseGuid(std::u16string_view text, GUID* out)
 {
     const std::u16string zeroEnded(text);
-    return CLSIDFromString(const_cast<OLECHAR*>(ole(zeroEnded.c_str())), out);
+    const HRESULT hr = CLSIDFromString(const_cast<OLECHAR*>(ole(zeroEnded.c_str())), out);
+    if (FAILED(hr)) *out = {}; // the system's may leave half of it
+    return hr;
 }
 
 inline GUID newGuid()

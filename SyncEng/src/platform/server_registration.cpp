@@ -3,6 +3,7 @@
 #include "categories.h"
 #include "files.h"
 #include "registry.h"
+#include "server_scope.h"
 
 namespace platform {
 namespace {
@@ -42,23 +43,50 @@ void registerClass(const ServerRegistration& server, const com::ClassEntry& entr
     if (server.category) com::check(registerClassInCategory(*entry.clsid, *server.category));
 }
 
+std::u16string applicationKey(const ServerRegistration& server) { return u"AppID\\" + com::guidText(*server.applicationId); }
+std::u16string applicationFileKey(const ServerRegistration& server) { return std::u16string(u"AppID\\") + server.applicationFile; }
+
+void registerApplication(const ServerRegistration& server)
+{
+    setDefault(applicationKey(server), server.applicationName);
+    setDefault(applicationFileKey(server), {});
+    setText(applicationFileKey(server), u"AppID", com::guidText(*server.applicationId));
+}
+
+void unregisterClass(const ServerRegistration& server, const com::ClassEntry& entry)
+{
+    if (server.category) (void)unregisterClassInCategory(*entry.clsid, *server.category);
+    RegistryKey::remove(Root::ClassesRoot, classKey(entry));
+    RegistryKey::remove(Root::ClassesRoot, versionedName(entry));
+    RegistryKey::remove(Root::ClassesRoot, entry.progId);
+}
+
 } // namespace
 
 HRESULT registerServer(const ServerRegistration& server) noexcept
 {
     return com::guarded([&] {
+        const ServerScope scope;
+        if (server.applicationName) registerApplication(server);
         for (const com::ClassEntry& entry : server.classes) registerClass(server, entry);
+        if (server.typeLibrary) com::check(scope.registerTypeLibrary(server.library));
+        if (server.ownCategory) com::check(registerCategory(*server.ownCategory, server.ownCategoryName));
     });
 }
 
 HRESULT unregisterServer(const ServerRegistration& server) noexcept
 {
     return com::guarded([&] {
-        for (const com::ClassEntry& entry : server.classes) {
-            RegistryKey::remove(Root::ClassesRoot, classKey(entry));
-            RegistryKey::remove(Root::ClassesRoot, versionedName(entry));
-            RegistryKey::remove(Root::ClassesRoot, entry.progId);
+        const ServerScope scope;
+        const HRESULT category = server.ownCategory ? unregisterCategory(*server.ownCategory) : S_OK;
+        const HRESULT library = server.typeLibrary ? scope.unregisterTypeLibrary(*server.typeLibrary) : S_OK;
+        for (const com::ClassEntry& entry : server.classes) unregisterClass(server, entry);
+        if (server.applicationName) {
+            RegistryKey::remove(Root::ClassesRoot, applicationFileKey(server));
+            RegistryKey::remove(Root::ClassesRoot, applicationKey(server));
         }
+        com::check(category);
+        com::check(library);
     });
 }
 

@@ -23,4 +23,7 @@ private:
     std::unique_ptr<Texts> texts_;
 };
 
+// A text of this module's own, in English: from its string table on Windows, from the same list compiled in elsewhere.
+std::optional<std::u16string> ownText(int id);
+
 } // namespace platform

@@ -1,6 +1,6 @@
 #include "store/CBase64.h"
 
-#include "text.h"
+#include "thread_text.h"
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -115,25 +115,25 @@ void CBase64::Buffer::assign(std::string_view content, std::size_t request)
 
 void CBase64::Encode(std::u16string_view text)
 {
-    const std::string bytes = platform::narrow(text);
+    const std::string bytes = platform::narrowByThread(text);
     plain_.assign(bytes, bytes.size());
     encoded_.assign(encodeUnits(std::string_view(bytes)), 2 * bytes.size());
 }
 
 void CBase64::Decode(std::u16string_view text)
 {
-    const std::string bytes = platform::narrow(text);
+    const std::string bytes = platform::narrowByThread(text);
     encoded_.assign(bytes, bytes.size());
     plain_.assign(decodeUnits<char>(bytes), bytes.size());
 }
 
-std::u16string CBase64::EncodedText() const { return platform::widen(encoded_.view()); }
-std::u16string CBase64::PlainText() const { return platform::widen(plain_.view()); }
+std::u16string CBase64::EncodedText() const { return platform::widenByThread(encoded_.view()); }
+std::u16string CBase64::PlainText() const { return platform::widenByThread(plain_.view()); }
 
 std::string encodeBase64(std::u16string_view text)
 {
     // Every code page that a store can be written in holds ASCII as it is.
-    return isAscii(text) ? encodeUnits(text) : encodeUnits(std::string_view(platform::narrow(text)));
+    return isAscii(text) ? encodeUnits(text) : encodeUnits(std::string_view(platform::narrowByThread(text)));
 }
 std::u16string decodeBase64(std::string_view encoded)
 {
@@ -141,7 +141,7 @@ std::u16string decodeBase64(std::string_view encoded)
     if (isAscii(text)) return text;
     std::string bytes(text.size(), '\0');
     std::ranges::transform(text, bytes.begin(), [](char16_t unit) { return static_cast<char>(unit); });
-    return platform::widen(bytes);
+    return platform::widenByThread(bytes);
 }
 
 } // namespace mb

@@ -1,5 +1,6 @@
 #include "text.h"
 
+#include "thread_text.h"
 #include "unit_tables.h"
 #include <cwctype>
 #include <locale.h>
@@ -23,5 +24,7 @@ UnitTables::UnitTables()
 
 std::string narrow(std::u16string_view text) { return utf8(text); }
 std::u16string widen(std::string_view bytes) { return utf16(bytes); }
+std::string narrowByThread(std::u16string_view text) { return utf8(text); }
+std::u16string widenByThread(std::string_view bytes) { return utf16(bytes); }
 
 } // namespace platform

@@ -76,6 +76,13 @@ fs::path besideName(const fs::path& target)
     return name;
 }
 
+// Asked for before the move: under Wine a move replaces a read-only file all the same.
+bool isReadOnly(const fs::path& file) noexcept
+{
+    const DWORD attributes = GetFileAttributesW(file.c_str());
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY);
+}
+
 void copyAccessRights(const fs::path& from, const fs::path& to)
 {
     DWORD size = 0;
@@ -198,7 +205,11 @@ std::error_code AtomicFile::commit() noexcept
     s.writeBuffer();
     if (!s.error && !FlushFileBuffers(s.file.get())) s.error = lastError();
     if (!s.error && !s.file.close()) s.error = lastError();
-    if (s.error) return s.error;
+    if (!s.error && isReadOnly(s.target)) s.error = std::make_error_code(std::errc::permission_denied);
+    if (s.error) {
+        DeleteFileW(s.temporary.c_str());
+        return s.error;
+    }
     try {
         copyAccessRights(s.target, s.temporary);
     } catch (...) {
@@ -212,7 +223,7 @@ std::error_code AtomicFile::commit() noexcept
 
 AppendFile::AppendFile(const fs::path& file) noexcept
     : handle_(reinterpret_cast<std::intptr_t>(
-          CreateFileW(file.c_str(), GENERIC_WRITE, shareAll, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)))
+          CreateFileW(file.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr)))
 {
 }
 
@@ -244,7 +255,7 @@ bool AppendFile::truncate() noexcept
 bool AppendFile::write(std::string_view bytes) noexcept
 {
     OVERLAPPED atTheEnd{};
-    atTheEnd.Offset = atTheEnd.OffsetHigh = 0xFFFFFFFF; // wherever the end is by then: two processes may log into one file
+    atTheEnd.Offset = atTheEnd.OffsetHigh = 0xFFFFFFFF; // which the system takes for the end
     return handle_ != -1 && !writeAll(reinterpret_cast<HANDLE>(handle_), bytes, &atTheEnd);
 }
 

@@ -3,6 +3,26 @@
 #include <windows.h>
 
 namespace platform {
+namespace {
+
+std::optional<std::u16string> textOf(HMODULE module, int id)
+{
+    // With no buffer given, the answer is a pointer to the resource itself, which no zero ends.
+    const wchar_t* found = nullptr;
+    const int length = LoadStringW(module, static_cast<UINT>(id), reinterpret_cast<LPWSTR>(&found), 0);
+    return length > 0 && found ? std::optional(std::u16string(found, found + length)) : std::nullopt;
+}
+
+HMODULE thisModule() noexcept
+{
+    static const int inThisModule = 0;
+    HMODULE module = nullptr;
+    constexpr DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    GetModuleHandleExW(flags, reinterpret_cast<LPCWSTR>(&inThisModule), &module);
+    return module;
+}
+
+} // namespace
 
 struct StringModule::Texts {
     explicit Texts(HMODULE loaded) noexcept : module(loaded) {}
@@ -24,13 +44,8 @@ StringModule::StringModule(const std::filesystem::path& file)
     if (module) texts_ = std::make_unique<Texts>(module);
 }
 
-std::optional<std::u16string> StringModule::text(int id) const
-{
-    if (!texts_) return std::nullopt;
-    // With no buffer given, the answer is a pointer to the resource itself, which no zero ends.
-    const wchar_t* found = nullptr;
-    const int length = LoadStringW(texts_->module, static_cast<UINT>(id), reinterpret_cast<LPWSTR>(&found), 0);
-    return length > 0 && found ? std::optional(std::u16string(found, found + length)) : std::nullopt;
-}
+std::optional<std::u16string> StringModule::text(int id) const { return texts_ ? textOf(texts_->module, id) : std::nullopt; }
+
+std::optional<std::u16string> ownText(int id) { return textOf(thisModule(), id); }
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #include "text.h"
 
+#include "thread_text.h"
 #include "unit_tables.h"
 #include <windows.h>
 
@@ -31,27 +32,34 @@ UnitTables::UnitTables()
     }
 }
 
-std::string narrow(std::u16string_view text)
+namespace {
+
+std::string narrowTo(UINT page, std::u16string_view text)
 {
     if (text.empty()) return {};
     const auto* units = reinterpret_cast<const wchar_t*>(text.data());
     const int count = static_cast<int>(text.size());
-    // UTF-8 as the ANSI code page takes no replacement of ours.
-    const char* const replacement = GetACP() == CP_UTF8 ? nullptr : "?";
-    const int size = WideCharToMultiByte(CP_ACP, 0, units, count, nullptr, 0, replacement, nullptr);
+    const int size = WideCharToMultiByte(page, 0, units, count, nullptr, 0, nullptr, nullptr);
     std::string bytes(static_cast<std::size_t>(std::max(size, 0)), '\0');
-    WideCharToMultiByte(CP_ACP, 0, units, count, bytes.data(), size, replacement, nullptr);
+    WideCharToMultiByte(page, 0, units, count, bytes.data(), size, nullptr, nullptr);
     return bytes;
 }
 
-std::u16string widen(std::string_view bytes)
+std::u16string widenFrom(UINT page, std::string_view bytes)
 {
     if (bytes.empty()) return {};
     const int count = static_cast<int>(bytes.size());
-    const int size = MultiByteToWideChar(CP_ACP, 0, bytes.data(), count, nullptr, 0);
+    const int size = MultiByteToWideChar(page, 0, bytes.data(), count, nullptr, 0);
     std::u16string text(static_cast<std::size_t>(std::max(size, 0)), u'\0');
-    MultiByteToWideChar(CP_ACP, 0, bytes.data(), count, reinterpret_cast<wchar_t*>(text.data()), size);
+    MultiByteToWideChar(page, 0, bytes.data(), count, reinterpret_cast<wchar_t*>(text.data()), size);
     return text;
 }
+
+} // namespace
+
+std::string narrow(std::u16string_view text) { return narrowTo(CP_ACP, text); }
+std::u16string widen(std::string_view bytes) { return widenFrom(CP_ACP, bytes); }
+std::string narrowByThread(std::u16string_view text) { return narrowTo(CP_THREAD_ACP, text); }
+std::u16string widenByThread(std::string_view bytes) { return widenFrom(CP_THREAD_ACP, bytes); }
 
 } // namespace platform

@@ -1,0 +1,14 @@
+# Libraries that are headers alone serve Windows from where Debian puts them for Linux. Each folder is linked into a folder of its own:
+# /usr/include as a whole would bring the C library of Linux along.
+function(take_headers target folder)
+    if(NOT EXISTS /usr/include/${folder})
+        message(FATAL_ERROR "/usr/include/${folder} is missing; scripts/install-deps installs it")
+    endif()
+    set(shim ${CMAKE_BINARY_DIR}/headers/${folder})
+    file(MAKE_DIRECTORY ${shim})
+    file(CREATE_LINK /usr/include/${folder} ${shim}/${folder} SYMBOLIC)
+    add_library(${target} INTERFACE IMPORTED GLOBAL)
+    target_include_directories(${target} SYSTEM INTERFACE ${shim})
+endfunction()
+take_headers(CLI11::CLI11 CLI)
+take_headers(nlohmann_json::nlohmann_json nlohmann)
