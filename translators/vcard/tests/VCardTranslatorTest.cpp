@@ -1,12 +1,14 @@
 // The plug-in as the engine loads it: by its library and its class object, with services that remember what they are told.
 #include "com.h"
 
+#include "categories.h"
 #include "library.h"
 #include "registry.h"
 #include "SyncEngLib.h"
 
 #include "Charset.h"
 #include "Samples.h"
+#include "TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <map>
@@ -21,6 +23,7 @@ using com::Ptr;
 using com::Variant;
 
 constexpr GUID kClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
+constexpr GUID kTranslators{0xDCCCC8B9, 0xC75D, 0x44A2, {0x9D, 0x89, 0x9E, 0x7C, 0x78, 0x16, 0x9C, 0x12}};
 constexpr auto kFailure = [](std::uint32_t code) { return static_cast<HRESULT>(code); };
 
 class FakeServices final : public com::Object<ITrServices, IDataStream, ILogFile> {
@@ -78,11 +81,7 @@ class VCardTranslatorTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        std::string pattern = (fs::temp_directory_path() / "vcard-XXXXXX").string();
-        root = mkdtemp(pattern.data());
-        folder = root / "100% cards";
         fs::create_directories(folder);
-        setenv("XDG_CACHE_HOME", (root / "cache").c_str(), 1);
         fs::create_directories(root / "cache");
         services = com::make<FakeServices>();
         services->values[u"Database"] = folder.u16string();
@@ -93,7 +92,6 @@ protected:
         translator.reset();
         services.reset();
         EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK) << "an object was not given back";
-        fs::remove_all(root);
     }
     static Ptr<ITranslator> load()
     {
@@ -167,7 +165,8 @@ protected:
         return toUtf8(id.view());
     }
 
-    fs::path root, folder;
+    const mbtest::TestFolder own;
+    const fs::path root = own.path(), folder = root / "100% cards";
     Ptr<FakeServices> services;
     Ptr<ITranslator> translator;
 };
@@ -402,23 +401,19 @@ TEST_F(VCardTranslatorTest, ATestMayOpenADatabaseByItself)
 
 TEST_F(VCardTranslatorTest, RegistersItsClassAndCategory)
 {
-    const char* before = std::getenv("MB_REGISTRY");
-    const std::string saved = before ? before : "";
-    setenv("MB_REGISTRY", (root / "test.reg").c_str(), 1);
     const std::u16string key = u"CLSID\\" + com::guidText(kClass);
     ASSERT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK);
     const auto server = platform::RegistryKey::open(platform::Root::ClassesRoot, key + u"\\InprocServer32");
     ASSERT_TRUE(server);
     EXPECT_EQ(server->text(u""), fs::canonical(VCARD_PLUGIN).u16string());
     EXPECT_EQ(server->text(u"ThreadingModel"), u"Apartment");
-    EXPECT_TRUE(platform::RegistryKey::open(platform::Root::ClassesRoot,
-                                            key + u"\\Implemented Categories\\{DCCCC8B9-C75D-44A2-9D89-9E7C78169C12}"));
+    platform::CategoryClasses translators;
+    ASSERT_EQ(translators.open(kTranslators), S_OK);
+    CLSID listed{};
+    while (listed != kClass && translators.next(&listed) == S_OK) continue;
+    EXPECT_EQ(listed, kClass);
     EXPECT_EQ(plugin().function<PlainEntry>("DllUnregisterServer")(), S_OK);
     EXPECT_FALSE(platform::RegistryKey::open(platform::Root::ClassesRoot, key));
-    if (before)
-        setenv("MB_REGISTRY", saved.c_str(), 1);
-    else
-        unsetenv("MB_REGISTRY");
 }
 
 TEST_F(VCardTranslatorTest, TheClassObjectKnowsOnlyItsClass)

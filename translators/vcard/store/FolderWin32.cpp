@@ -1,0 +1,269 @@
+#include "Folder.h"
+
+#include "Ascii.h"
+#include "Charset.h"
+#include "host.h"
+#include "LineReader.h"
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <shlobj.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <fcntl.h>
+#include <filesystem>
+#include <io.h>
+#include <sys/stat.h>
+#include <utility>
+
+namespace mb::vcard {
+namespace {
+
+constexpr std::string_view kDraftPrefix = ".mbsync-", kDraftSuffix = ".tmp";
+constexpr std::int64_t kStaleDraft = std::int64_t{24} * 60 * 60 * 1'000'000'000; // nanoseconds
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+
+std::wstring wide(std::string_view utf8)
+{
+    const std::u16string text = fromUtf8(utf8);
+    return {text.begin(), text.end()};
+}
+
+std::string narrow(std::wstring_view text) { return toUtf8(std::u16string(text.begin(), text.end())); }
+
+[[noreturn]] void fail(const std::string& what, const std::string& path)
+{
+    const auto code = static_cast<std::int32_t>(GetLastError());
+    throw FileError(what + " \"" + path + "\": " + toUtf8(platform::systemMessage(code)));
+}
+
+std::uint64_t joined(DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; }
+
+std::int64_t nanosecondsOf(const FILETIME& time)
+{
+    constexpr std::int64_t ticksTo1970 = 116'444'736'000'000'000;
+    return (static_cast<std::int64_t>(joined(time.dwHighDateTime, time.dwLowDateTime)) - ticksTo1970) * 100;
+}
+
+// What the system tells of a file in several shapes, alike in these fields.
+template <class Data> FileState stateFrom(const Data& data)
+{
+    return {joined(data.nFileSizeHigh, data.nFileSizeLow), nanosecondsOf(data.ftLastWriteTime)};
+}
+
+bool isPlainFile(DWORD attributes) { return !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)); }
+
+bool isStale(const FileState& state)
+{
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    return nanosecondsOf(now) - state.modified > kStaleDraft;
+}
+
+// A handle that closes itself.
+class Handle {
+public:
+    explicit Handle(HANDLE file) : file_(file) {}
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    ~Handle()
+    {
+        if (file_ != INVALID_HANDLE_VALUE) CloseHandle(file_);
+    }
+    HANDLE get() const { return file_; }
+    explicit operator bool() const { return file_ != INVALID_HANDLE_VALUE; }
+
+private:
+    HANDLE file_;
+};
+
+HANDLE handleOf(int file) { return reinterpret_cast<HANDLE>(_get_osfhandle(file)); }
+
+} // namespace
+
+Folder::Folder(const std::string& path) : path_(path)
+{
+    const DWORD attributes = GetFileAttributesW(wide(path).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY)) SetLastError(ERROR_DIRECTORY);
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY)) fail("cannot open the folder", path);
+}
+
+Folder::~Folder() = default;
+
+std::string Folder::pathOf(const std::string& name) const
+{
+    return path_ + (path_.ends_with('/') || path_.ends_with('\\') ? "" : "\\") + name;
+}
+
+Folder::Listing Folder::list() const
+{
+    WIN32_FIND_DATAW found;
+    const HANDLE search = FindFirstFileExW(wide(pathOf("*")).c_str(), FindExInfoBasic, &found, FindExSearchNameMatch, nullptr, 0);
+    if (search == INVALID_HANDLE_VALUE) fail("cannot read the folder", path_);
+    const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> guard(search, FindClose);
+    Listing listing;
+    do {
+        const std::wstring_view given = found.cFileName;
+        const std::string name = narrow(given);
+        const bool draft = name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix);
+        if (!draft && (name.starts_with('.') || !endsWithFold(name, ".vcf"))) continue;
+        const FileState state = stateFrom(found);
+        if (draft) { // left behind by a run that was killed
+            if (isStale(state)) DeleteFileW(wide(pathOf(name)).c_str());
+        } else if (isPlainFile(found.dwFileAttributes) && wide(name) == given) {
+            listing.files.push_back({name, state});
+        } else {
+            listing.leftOut.push_back(name);
+        }
+    } while (FindNextFileW(search, &found));
+    if (GetLastError() != ERROR_NO_MORE_FILES) fail("cannot read the folder", path_);
+    std::sort(listing.files.begin(), listing.files.end(), [](const FileEntry& a, const FileEntry& b) { return a.name < b.name; });
+    return listing;
+}
+
+std::optional<FileState> Folder::stateOf(const std::string& name) const
+{
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(wide(pathOf(name)).c_str(), GetFileExInfoStandard, &data) || !isPlainFile(data.dwFileAttributes))
+        return std::nullopt;
+    return stateFrom(data);
+}
+
+std::string Folder::read(const std::string& name, FileState& state) const
+{
+    const Handle file(CreateFileW(wide(pathOf(name)).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    BY_HANDLE_FILE_INFORMATION data;
+    if (!file || !GetFileInformationByHandle(file.get(), &data)) fail("cannot read the file", pathOf(name));
+    state = stateFrom(data);
+    if (state.size > kMaxFile) throw FileError("the file \"" + pathOf(name) + "\" is larger than 256 MiB");
+    std::string bytes(state.size, '\0');
+    std::size_t got = 0;
+    while (got < bytes.size()) {
+        DWORD n = 0;
+        if (!ReadFile(file.get(), bytes.data() + got, static_cast<DWORD>(bytes.size() - got), &n, nullptr))
+            fail("cannot read the file", pathOf(name));
+        if (n == 0) break;
+        got += n;
+    }
+    bytes.resize(got);
+    return bytes;
+}
+
+void Folder::remove(const std::string& name) const
+{
+    if (!DeleteFileW(wide(pathOf(name)).c_str())) fail("cannot delete the file", pathOf(name));
+}
+
+void Folder::flush() const {} // every file was flushed when it was put in place: there is no flushing of a folder here
+
+Folder::Draft::Draft(const Folder& folder) : folder_(folder)
+{
+    static unsigned count = 0;
+    do {
+        name_ =
+            std::string(kDraftPrefix) + std::to_string(GetCurrentProcessId()) + '-' + std::to_string(++count) + std::string(kDraftSuffix);
+        file_ =
+            _wopen(wide(folder_.pathOf(name_)).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+    } while (file_ < 0 && errno == EEXIST);
+    if (file_ < 0) fail("cannot make a file in", folder_.path_);
+}
+
+Folder::Draft::~Draft()
+{
+    if (file_ < 0) return;
+    _close(file_);
+    DeleteFileW(wide(folder_.pathOf(name_)).c_str());
+}
+
+void Folder::Draft::reserve(std::uint64_t size)
+{
+    constexpr std::uint64_t kStep = 1 << 20;
+    if (size <= reserved_) return;
+    const std::uint64_t wanted = (size / kStep + 1) * kStep;
+    FILE_ALLOCATION_INFO room{};
+    room.AllocationSize.QuadPart = static_cast<LONGLONG>(wanted);
+    if (!SetFileInformationByHandle(handleOf(file_), FileAllocationInfo, &room, sizeof room) && GetLastError() == ERROR_DISK_FULL)
+        fail("cannot make room for a file in", folder_.path_);
+    reserved_ = wanted;
+}
+
+void Folder::Draft::write(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        constexpr std::size_t most = 1 << 30;
+        DWORD n = 0;
+        if (!WriteFile(handleOf(file_), bytes.data(), static_cast<DWORD>(std::min(bytes.size(), most)), &n, nullptr))
+            fail("cannot write a file in", folder_.path_);
+        bytes.remove_prefix(n);
+    }
+}
+
+void Folder::Draft::flush()
+{
+    if (!FlushFileBuffers(handleOf(file_))) fail("cannot write a file to disk in", folder_.path_);
+}
+
+FileState Folder::Draft::replace(const std::string& name)
+{
+    const std::wstring target = wide(folder_.pathOf(name));
+    const DWORD attributes = GetFileAttributesW(target.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY) {
+        SetLastError(ERROR_ACCESS_DENIED);
+        fail("cannot write the file", folder_.pathOf(name));
+    }
+    flush();
+    BY_HANDLE_FILE_INFORMATION data;
+    const bool told = GetFileInformationByHandle(handleOf(file_), &data);
+    const std::wstring draft = wide(folder_.pathOf(name_));
+    if (!told || _close(std::exchange(file_, -1)) != 0 || !MoveFileExW(draft.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+        const DWORD error = GetLastError();
+        DeleteFileW(draft.c_str());
+        SetLastError(error);
+        fail("cannot write the file", folder_.pathOf(name));
+    }
+    return stateFrom(data);
+}
+
+PathKind kindOf(const std::string& path)
+{
+    const DWORD attributes = GetFileAttributesW(wide(path).c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES) return PathKind::Nothing;
+    if (attributes & FILE_ATTRIBUTE_DEVICE) return PathKind::Other;
+    return attributes & FILE_ATTRIBUTE_DIRECTORY ? PathKind::Folder : PathKind::File;
+}
+
+std::string realPath(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path resolved = std::filesystem::canonical(wide(path), error);
+    return error ? path : narrow(resolved.native());
+}
+
+std::string userCacheFolder()
+{
+    wchar_t local[MAX_PATH];
+    if (SHGetFolderPathW(nullptr, CSIDL_LOCAL_APPDATA | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, local) != S_OK) return {};
+    std::wstring path = local;
+    for (const wchar_t* part : {L"\\Zorel", L"\\MBSync"}) {
+        path += part;
+        if (!CreateDirectoryW(path.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) return {};
+    }
+    return narrow(path);
+}
+
+std::string newUuid()
+{
+    GUID id;
+    if (FAILED(CoCreateGuid(&id))) throw FileError("the system gives no random numbers");
+    char text[40];
+    const unsigned char* b = id.Data4;
+    const int length =
+        std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", static_cast<unsigned long>(id.Data1),
+                      unsigned{id.Data2}, unsigned{id.Data3}, b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7]);
+    return {text, static_cast<std::size_t>(length)};
+}
+
+} // namespace mb::vcard
