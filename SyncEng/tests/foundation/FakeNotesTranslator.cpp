@@ -1,10 +1,9 @@
 // Registers by leaving the folder it was called in where the test finds it.
-#include <cstdlib>
-#include <unistd.h>
+#include "files.h"
+#include "host.h"
 
 extern "C" int DllRegisterServer()
 {
-    char folder[4096];
-    setenv("MB_TEST_REGISTERED_IN", getcwd(folder, sizeof folder), 1);
+    platform::setEnvironment(u"MB_TEST_REGISTERED_IN", platform::textOf(std::filesystem::current_path()));
     return 0;
 }

@@ -3,6 +3,7 @@
 #include "files.h"
 #include "foundation/HelpTopic.h"
 #include "foundation/Strings.h"
+#include "LanguageModuleFile.h"
 #include "RegistryValues.h"
 #include "TestFolder.h"
 #include <gtest/gtest.h>
@@ -28,11 +29,14 @@ protected:
     void putHostIn(const std::string& name) const
     {
         folder.write(name + "/mb.exe", "program");
-        folder.write(name + "/locale/de/mbsync.dat", "112\tHinzu (App Paths)\n");
+        writeModule(name + "/locale/de", {{112, u"Hinzu (App Paths)"}});
         mbtest::setText(Root::LocalMachine, u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\mb.exe", u"",
                         platform::textOf(folder.path() / name / "mb.exe"));
     }
-    void writeModule(const std::string& text) const { folder.write("install/locale/de/mbsync.dat", text); }
+    void writeModule(const std::string& where, std::initializer_list<mbtest::NumberedText> texts) const
+    {
+        mbtest::writeLanguageModule(folder.path() / where / "mbsync.dat", {texts.begin(), texts.size()});
+    }
     std::u16string loadedText(int id) const
     {
         LoadLocalizedModule(u"mbsync.dat");
@@ -53,7 +57,7 @@ TEST_F(LanguageModule, WithoutASettingTheLanguageIsEnglish)
 TEST_F(LanguageModule, EnglishInAnyCaseLoadsNoModule)
 {
     installIn(folder.path() / "install");
-    folder.write("install/locale/EN/mbsync.dat", "112\tX\n");
+    writeModule("install/locale/EN", {{112, u"X"}});
     for (const auto* code : {u"EN", u"en", u"eN", u""}) {
         setLanguage(code);
         EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
@@ -65,7 +69,7 @@ TEST_F(LanguageModule, TheModuleOfTheInstallationReplacesTheTextsItHas)
 {
     setLanguage(u"de");
     installIn(folder.path() / "install");
-    writeModule("112\tHinzuf\xC3\xBCgen\r\n165\tBegonnen %s\\n\\\\\\t\n");
+    writeModule("install/locale/de", {{112, u"Hinzuf\u00FCgen"}, {165, u"Begonnen %s\n\\\t"}});
     EXPECT_EQ(loadedText(112), u"Hinzuf\u00FCgen");
     EXPECT_EQ(LoadText(165), u"Begonnen %s\n\\\t");
     EXPECT_EQ(LoadText(113), u"Change"); // the module lacks it
@@ -76,7 +80,7 @@ TEST_F(LanguageModule, TheModuleOfTheInstallationReplacesTheTextsItHas)
 TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeDoNotCount)
 {
     installIn(folder.path() / "install");
-    writeModule("112\tHinzu\n");
+    writeModule("install/locale/de", {{112, u"Hinzu"}});
     for (const auto* code : {u"  de ", u"\r\nde\r\n", u" de"}) {
         setLanguage(code);
         EXPECT_EQ(loadedText(112), u"Hinzu");
@@ -87,7 +91,7 @@ TEST_F(LanguageModule, ALanguageOfTheMachineAloneIsHonoured)
 {
     setLanguage(u"de", Root::LocalMachine);
     installIn(folder.path() / "install");
-    writeModule("112\tHinzu\n");
+    writeModule("install/locale/de", {{112, u"Hinzu"}});
     EXPECT_EQ(GetUserLanguage(), u"de");
     EXPECT_EQ(loadedText(112), u"Hinzu");
 }
@@ -133,28 +137,20 @@ TEST_F(LanguageModule, ACodeIsNoWayOutOfTheFolder)
     }
 }
 
-TEST_F(LanguageModule, LinesThatAreNoTextsArePassedOver)
-{
-    setLanguage(u"de");
-    installIn(folder.path() / "install");
-    writeModule("no number\n112\n113 no tab\n\n99999999999999\tbig\n114\tL\\\\\xC3\xB6schen");
-    EXPECT_EQ(loadedText(112), u"Add");
-    EXPECT_EQ(LoadText(113), u"Change");
-    EXPECT_EQ(LoadText(114), u"L\\\u00F6schen");
-}
-
 TEST_F(LanguageModule, TheHelpFolderIsThatOfTheLanguageBelowTheHost)
 {
+    const std::u16string separator(1, static_cast<char16_t>(fs::path::preferred_separator));
+    const std::u16string hostFolder = separator + u"opt" + separator + u"mirabook" + separator;
     EXPECT_EQ(GetHelpFolder(), std::nullopt);
-    mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", u"/opt/mirabook/mb");
-    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/Locale/en/");
+    mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", hostFolder + u"mb");
+    EXPECT_EQ(GetHelpFolder(), hostFolder + u"Locale" + separator + u"en" + separator);
     setLanguage(u"de");
-    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/Locale/de/");
+    EXPECT_EQ(GetHelpFolder(), hostFolder + u"Locale" + separator + u"de" + separator);
     mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"LocaleDir", u"Sprachen");
-    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/Sprachen/de/");
+    EXPECT_EQ(GetHelpFolder(), hostFolder + u"Sprachen" + separator + u"de" + separator);
     mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"LocaleDir", u"");
     setLanguage(u"");
-    EXPECT_EQ(GetHelpFolder(), u"/opt/mirabook/");
+    EXPECT_EQ(GetHelpFolder(), hostFolder);
 }
 
 TEST_F(LanguageModule, WithoutAHelpFolderNoHelpIsShown) { EXPECT_FALSE(ShowHelpTopic(nullptr, helpConflict)); }

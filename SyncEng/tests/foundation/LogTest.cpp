@@ -3,6 +3,7 @@
 #include "foundation/CLogFile.h"
 #include "host.h"
 #include "TestFolder.h"
+#include "text.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <regex>
@@ -139,6 +140,7 @@ TEST_F(Log, ALogOfExactlyTheLimitIsRolledAndOneByteLessIsNot)
     open(2);
     EXPECT_FALSE(fs::exists(rolled));
     EXPECT_EQ(text().size(), 2047u);
+    CloseLog(); // while it is open, a system may let no one else write it
     folder.write("MBSync.log", std::string(2048, 'b'));
     open(2);
     EXPECT_EQ(folder.read(rolled), std::string(2048, 'b'));
@@ -152,6 +154,7 @@ TEST_F(Log, ASecondRollReplacesTheFirst)
     for (const char c : {'a', 'b'}) {
         folder.write("MBSync.log", std::string(1024, c));
         open(1);
+        CloseLog();
     }
     EXPECT_EQ(folder.read(rolled), std::string(1024, 'b'));
 }
@@ -185,7 +188,7 @@ TEST_F(Log, ALineOfWiderCharactersLosesAsManyBytesAsItHasMoreThanCharacters)
 {
     open();
     WriteLogText(1, u"\u00E4\u00F6x");
-    EXPECT_EQ(lines(), "\xC3\xA4\xC3\r\n");
+    EXPECT_EQ(lines(), platform::narrow(u"\u00E4\u00F6x").substr(0, 3) + "\r\n");
 }
 
 TEST_F(Log, AVeryLongLineIsCut)

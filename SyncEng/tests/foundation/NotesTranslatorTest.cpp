@@ -1,10 +1,10 @@
 #include "foundation/NotesTranslator.h"
 
 #include "host.h"
+#include "library.h"
 #include "RegistryValues.h"
 #include "TestFolder.h"
 #include "text.h"
-#include <cstdlib>
 #include <gtest/gtest.h>
 
 using namespace mb;
@@ -14,24 +14,26 @@ namespace {
 
 class NotesTranslator : public testing::Test {
 protected:
-    NotesTranslator() : path(std::getenv("PATH") ? std::getenv("PATH") : "") { unsetenv("MB_TEST_REGISTERED_IN"); }
-    ~NotesTranslator() override { setenv("PATH", path.c_str(), 1); }
+    NotesTranslator() { platform::setEnvironment(registeredIn, u""); }
+    ~NotesTranslator() override { platform::setEnvironment(u"PATH", path); }
     static void installNotes()
     {
         mbtest::setText(platform::Root::LocalMachine, u"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\notes.exe", u"",
                         u"/opt/notes/notes.exe");
     }
     mbtest::TestFolder folder;
-    const std::string path;
+    static constexpr char16_t registeredIn[] = u"MB_TEST_REGISTERED_IN";
+    const std::u16string path = platform::environment(u"PATH").value_or(u"");
+    const std::u16string name = platform::utf16(platform::libraryFileName("LNTrans"));
 };
 
 } // namespace
 
 TEST_F(NotesTranslator, TheFolderOfTheProgramIsAddedToTheSearchPath)
 {
-    setenv("PATH", "/bin", 1);
+    platform::setEnvironment(u"PATH", u"/bin");
     AddNotesFolderToPath();
-    EXPECT_STREQ(std::getenv("PATH"), "/bin"); // not installed
+    EXPECT_EQ(platform::environment(u"PATH"), u"/bin"); // not installed
     installNotes();
     AddNotesFolderToPath();
     EXPECT_EQ(platform::environment(u"PATH"), std::u16string(u"/bin") + platform::searchPathSeparator + u"/opt/notes");
@@ -40,31 +42,28 @@ TEST_F(NotesTranslator, TheFolderOfTheProgramIsAddedToTheSearchPath)
 TEST_F(NotesTranslator, AnEmptySearchPathBecomesTheFolderAlone)
 {
     installNotes();
-    setenv("PATH", "", 1);
+    platform::setEnvironment(u"PATH", u"");
     AddNotesFolderToPath();
-    EXPECT_STREQ(std::getenv("PATH"), "/opt/notes");
-    unsetenv("PATH");
-    AddNotesFolderToPath();
-    EXPECT_STREQ(std::getenv("PATH"), "/opt/notes");
+    EXPECT_EQ(platform::environment(u"PATH"), u"/opt/notes");
 }
 
-TEST_F(NotesTranslator, WithoutAHostOnlyTheBareNameIsKnown) { EXPECT_EQ(RegisterNotesTranslator(), u"libLNTrans.so"); }
+TEST_F(NotesTranslator, WithoutAHostOnlyTheBareNameIsKnown) { EXPECT_EQ(RegisterNotesTranslator(), name); }
 
 TEST_F(NotesTranslator, TheLibraryBesideTheHostRegistersItselfFromThere)
 {
     const std::u16string host = platform::utf16(FAKE_HOST_FOLDER);
     mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", host + u"/mb");
     const fs::path before = fs::current_path();
-    EXPECT_EQ(RegisterNotesTranslator(), host + u"/libLNTrans.so");
-    const char* calledIn = std::getenv("MB_TEST_REGISTERED_IN");
-    ASSERT_TRUE(calledIn);
-    EXPECT_TRUE(fs::equivalent(calledIn, FAKE_HOST_FOLDER));
+    EXPECT_EQ(RegisterNotesTranslator(), host + u"/" + name);
+    const std::u16string calledIn = platform::environment(registeredIn).value_or(u"");
+    ASSERT_FALSE(calledIn.empty());
+    EXPECT_TRUE(fs::equivalent(fs::path(calledIn), FAKE_HOST_FOLDER));
     EXPECT_EQ(fs::current_path(), before);
 }
 
 TEST_F(NotesTranslator, AMissingLibraryStillGivesItsPath)
 {
     mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", u"/missing/mb");
-    EXPECT_EQ(RegisterNotesTranslator(), u"/missing/libLNTrans.so");
-    EXPECT_FALSE(std::getenv("MB_TEST_REGISTERED_IN"));
+    EXPECT_EQ(RegisterNotesTranslator(), u"/missing/" + name);
+    EXPECT_EQ(platform::environment(registeredIn).value_or(u""), u"");
 }

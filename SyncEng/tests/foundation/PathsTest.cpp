@@ -94,7 +94,8 @@ TEST_F(Paths, FoldersThatDifferOnlyInCaseAreOneAndNothingMoves)
     fs::create_directories(folder.path() / "FROM");
     MoveFolderFiles(folder.path() / "from", folder.path() / "FROM");
     EXPECT_TRUE(fs::exists(folder.path() / "from/a.xml"));
-    EXPECT_TRUE(fs::is_empty(folder.path() / "FROM"));
+    const bool same = fs::equivalent(folder.path() / "from", folder.path() / "FROM"); // as the system sees it
+    EXPECT_EQ(fs::exists(folder.path() / "FROM/a.xml"), same);
 }
 
 TEST_F(Paths, AFileThatCannotBeCopiedIsNotLost)

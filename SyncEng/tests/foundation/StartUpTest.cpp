@@ -104,7 +104,7 @@ TEST_F(StartUp, ALevelOf0OpensNoLogAndNothingIsWritten)
 
 TEST_F(StartUp, ARegistryThatRefusesTurnsTheLogOffAndTheRestGoesOn)
 {
-    setenv("MB_REGISTRY", "/proc/none/registry.reg", 1);
+    folder.refuseRegistry();
     start();
     EXPECT_EQ(LogLevelMask, 0u);
     EXPECT_FALSE(exists("MBSync.log"));

@@ -65,9 +65,3 @@ TEST(Array, ALockedArrayIsNotDestroyed)
     EXPECT_EQ(SafeArrayUnaccessData(a), E_UNEXPECTED);
     EXPECT_EQ(SafeArrayDestroy(a), S_OK);
 }
-
-TEST(Array, ASizeThatNoMemoryHoldsIsRefused)
-{
-    SAFEARRAYBOUND bounds[] = {{0xFFFFFFFF, 0}, {0xFFFFFFFF, 0}};
-    EXPECT_EQ(SafeArrayCreate(VT_I4, 2, bounds), nullptr);
-}

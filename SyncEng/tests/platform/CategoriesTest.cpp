@@ -10,11 +10,23 @@ using testing::IsEmpty;
 
 namespace {
 
-constexpr GUID guid(unsigned char n) { return {0x11111100u + n, 0x2222, 0x3333, {0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB}}; }
-constexpr GUID one = guid(1), two = guid(2), three = guid(3), cards = guid(100), mails = guid(101);
+// Of this process alone: where the system has a categories manager, it is one for all.
+GUID guid(unsigned char n)
+{
+    static const GUID own = com::newGuid();
+    GUID made = own;
+    made.Data1 = (made.Data1 & 0xFFFFFF00u) + n;
+    return made;
+}
+const GUID one = guid(1), two = guid(2), three = guid(3), cards = guid(100), mails = guid(101);
 
 class Categories : public testing::Test {
 protected:
+    ~Categories() override
+    {
+        for (const GUID* clsid : {&one, &two, &three})
+            for (const GUID* category : {&cards, &mails}) (void)unregisterClassInCategory(*clsid, *category);
+    }
     static std::vector<CLSID> classesOf(REFGUID category)
     {
         CategoryClasses classes;

@@ -2,9 +2,7 @@
 
 #include "TestFolder.h"
 
-#include <csignal>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 namespace mb {
 namespace {
@@ -220,25 +218,6 @@ TEST_F(StoreFileTest, ARevertGoesBackToTheFile)
     store.WriteValue(u"T", u"s", u"k", u"not saved", false, false);
     EXPECT_EQ(store.Revert(), S_OK);
     EXPECT_EQ(value(u"T", u"s", u"k"), u"saved");
-}
-
-TEST_F(StoreFileTest, AFullDiskLeavesTheOldFileWhole)
-{
-    write(u"T", u"s", u"k", u"old");
-    const std::string before = onDisk();
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const auto former = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{64, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    const HRESULT hr = write(u"T", u"s", u"k", std::u16string(1000, u'x'));
-    setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, former);
-    EXPECT_EQ(hr, static_cast<HRESULT>(0x80070070));
-    EXPECT_EQ(onDisk(), before);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-        << "no temporary file is left beside data and store";
-    EXPECT_EQ(write(u"T", u"s", u"k", u"new"), S_OK) << "the memory image is ahead, and the next save brings it";
 }
 
 TEST_F(StoreFileTest, TheDecodedCopyIsForPeople)

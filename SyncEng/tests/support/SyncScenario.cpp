@@ -26,6 +26,7 @@ SyncScenario::~SyncScenario()
 {
     (void)synchronizer_->Cleanup();
     (void)point_->Unadvise(advised_);
+    mbRestartModule(); // the folder goes next, and a system may not let go of files that are open
 }
 
 HRESULT SyncScenario::createObject(REFCLSID clsid, REFIID riid, void** out)

@@ -25,6 +25,8 @@ TestFolder::~TestFolder()
     fs::remove_all(path_, error);
 }
 
+void TestFolder::refuseRegistry() { process_->refuseRegistry(); }
+
 void TestFolder::write(const std::string& name, std::string_view bytes) const
 {
     fs::create_directories((path_ / name).parent_path());

@@ -17,6 +17,8 @@ public:
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
     // DataFolder of the engine in here.
     [[nodiscard]] std::filesystem::path data() const { return path_ / "data" / "Zorel" / "MBSync"; }
+    // From here on none of the product's own keys can be read or written.
+    void refuseRegistry();
     void write(const std::string& name, std::string_view bytes) const;
     [[nodiscard]] std::string read(const std::filesystem::path& file) const;
 

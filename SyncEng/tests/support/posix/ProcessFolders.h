@@ -14,6 +14,7 @@ public:
         ::setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
         ::setenv("MB_REGISTRY", (folder / "registry.reg").c_str(), 1);
     }
+    void refuseRegistry() { ::setenv("MB_REGISTRY", "/proc/none/registry.reg", 1); }
 };
 
 } // namespace mbtest

@@ -31,6 +31,23 @@ public:
         RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
     }
 
+    // The product's own keys lead nowhere, so that none can be read or made; the system's are needed to find the folders.
+    void refuseRegistry()
+    {
+        constexpr wchar_t nowhere[] = L"\\Registry\\Machine\\none";
+        for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
+            HKEY link = nullptr;
+            RegDeleteTreeW(root, L"Software\\Zorel");
+            com::check(
+                HRESULT_FROM_WIN32(RegCreateKeyExW(root, L"Software\\Zorel", 0, nullptr, REG_OPTION_VOLATILE | REG_OPTION_CREATE_LINK,
+                                                   KEY_ALL_ACCESS, nullptr, &link, nullptr)));
+            const LSTATUS set = RegSetValueExW(link, L"SymbolicLinkValue", 0, REG_LINK, reinterpret_cast<const BYTE*>(nowhere),
+                                               sizeof nowhere - sizeof(wchar_t));
+            RegCloseKey(link);
+            com::check(HRESULT_FROM_WIN32(set));
+        }
+    }
+
 private:
     static inline const std::array roots{HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT};
 

@@ -1,0 +1,26 @@
+// A language module that is a text file: which of its lines count.
+#include "foundation/LanguageModule.h"
+
+#include "files.h"
+#include "foundation/Strings.h"
+#include "RegistryValues.h"
+#include "TestFolder.h"
+#include <gtest/gtest.h>
+
+using namespace mb;
+
+TEST(LanguageModuleLines, LinesThatAreNoTextsArePassedOver)
+{
+    const mbtest::TestFolder folder;
+    mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"DefaultLanguage", u"de");
+    mbtest::setText(platform::Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath",
+                    platform::textOf(folder.path() / "install"));
+    folder.write("install/locale/de/mbsync.dat",
+                 "no number\n112\n113 no tab\n\n99999999999999\tbig\n114\tL\\\\\xC3\xB6schen\n115\ta\\n\\r\\tb");
+    LoadLocalizedModule(u"mbsync.dat");
+    EXPECT_EQ(LoadText(112), u"Add");
+    EXPECT_EQ(LoadText(113), u"Change");
+    EXPECT_EQ(LoadText(114), u"L\\\u00F6schen");
+    EXPECT_EQ(LoadText(115), u"a\n\r\tb");
+    FreeLocalizedModule();
+}
