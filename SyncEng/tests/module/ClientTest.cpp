@@ -1,0 +1,85 @@
+// A whole run by a host of its own process, from CoCreateInstance to the end of the process.
+#include "Installation.h"
+
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iterator>
+
+using namespace mbtest;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Client : public testing::Test {
+protected:
+    Client()
+    {
+        fs::create_directories(one);
+        fs::create_directories(two);
+    }
+    static void put(const fs::path& file, const std::string& name)
+    {
+        std::ofstream(file, std::ios::binary) << "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" << name << ";Test;;;\r\nFN:Test " << name
+                                              << "\r\nTEL;TYPE=WORK:+1 555 0100\r\nEND:VCARD\r\n";
+    }
+    static std::string read(const fs::path& file)
+    {
+        std::ifstream in(file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(in), {}};
+    }
+    static std::string cards(const fs::path& folder)
+    {
+        std::string all;
+        for (const auto& entry : fs::directory_iterator(folder)) all += read(entry.path());
+        return all;
+    }
+    Ended run() const { return runProgram(CLIENT_PROGRAM, {one.native(), two.native()}); }
+    Installation installation;
+    const fs::path one = installation.folder() / "one", two = installation.folder() / "two";
+};
+
+} // namespace
+
+TEST_F(Client, BringsTwoFoldersIntoStepAndHearsOfTheProgress)
+{
+    put(one / "a.vcf", "Lovelace");
+    put(one / "b.vcf", "Hopper");
+    put(two / "c.vcf", "Noether");
+    const Ended ended = run();
+    EXPECT_EQ(ended.code, 0u) << ended.output;
+    EXPECT_THAT(ended.output, HasSubstr("label "));
+    EXPECT_THAT(ended.output, HasSubstr("progress "));
+    EXPECT_THAT(ended.output, HasSubstr("result 00000000 after"));
+    for (const auto& folder : {one, two})
+        for (const char* name : {"FN:Test Lovelace", "FN:Test Hopper", "FN:Test Noether"}) EXPECT_THAT(cards(folder), HasSubstr(name));
+}
+
+TEST_F(Client, LeavesAnEndedLogAndItsConfigurationWhenItsProcessEnds)
+{
+    put(one / "a.vcf", "Lovelace");
+    ASSERT_EQ(run().code, 0u);
+    const std::string log = read(installation.data() / "MBSync.log");
+    EXPECT_THAT(log, HasSubstr("Logging started at "));
+    EXPECT_THAT(log, HasSubstr("CREATED in vCard"));
+    EXPECT_THAT(log, HasSubstr("Logging stopped at "));
+    EXPECT_THAT(read(installation.data() / "MBSync.xml"), HasSubstr("<ST>TrMap</ST>"));
+}
+
+TEST_F(Client, AMissingFolderIsAFailureWithALogLineAndNoCrash)
+{
+    fs::remove(two);
+    const Ended ended = run();
+    EXPECT_EQ(ended.code, 1u) << ended.output;
+    EXPECT_THAT(ended.output, HasSubstr("result 80040202 "));
+    EXPECT_THAT(read(installation.data() / "MBSync.log"), HasSubstr("two"));
+}
+
+TEST_F(Client, WithoutAPlaceForItsDataEveryCallFailsAndNothingCrashes)
+{
+    std::ofstream(installation.folder() / "Zorel") << "a file is in the way";
+    const Ended ended = run();
+    EXPECT_THAT(ended.output, HasSubstr("result "));
+    EXPECT_LE(ended.code, 1u) << "ended by " << ended.code;
+}
