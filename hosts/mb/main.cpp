@@ -1,4 +1,5 @@
 // mb: keeps pairs of contact stores in step from the command line.
+#include "apartment.h"
 #include "Commands.h"
 #include "Engine.h"
 #include "Failure.h"
@@ -8,6 +9,7 @@
 int main(int argc, char** argv)
 {
     using namespace mbhost;
+    const platform::Apartment apartment;
     CLI::App app{"mb keeps pairs of contact stores in step.\n\n"
                  "A plug-in reaches one kind of store, a map is a pair of stores that belong together:\n"
                  "  mb register vcard.so cardfile.so\n"

@@ -39,21 +39,11 @@ protected:
         EXPECT_FALSE(translator);
         return hr;
     }
-    // A run of a map between a good store and one of the class.
-    HRESULT run(const GUID& clsid)
+    com::Ptr<ITrMap> maps() const
     {
-        std::filesystem::create_directories(installation.folder() / "cards");
-        com::Ptr<ITrMap> maps;
-        com::Ptr<ISynchronizer> synchronizer;
-        com::check(com::createInstance(__uuidof(TrManager), maps));
-        com::check(com::createInstance(__uuidof(Synchronizer), synchronizer));
-        GUID map{};
-        com::check(maps->Create(vCardClass, clsid, &map));
-        com::check(maps->SetDatabase(map, idTrans1, com::Bstr((installation.folder() / "cards").u16string()).get()));
-        com::check(synchronizer->Initialize(nullptr, VARIANT_FALSE));
-        const HRESULT hr = synchronizer->Synchronize(map, VARIANT_TRUE);
-        (void)synchronizer->Cleanup();
-        return hr;
+        com::Ptr<ITrMap> made;
+        com::check(com::createInstance(__uuidof(TrManager), made));
+        return made;
     }
     std::string log() const
     {
@@ -63,8 +53,9 @@ protected:
     void expectRefusal(const GUID& clsid)
     {
         EXPECT_TRUE(FAILED(load(clsid)));
-        EXPECT_TRUE(FAILED(run(clsid)));
-        EXPECT_THAT(log(), HasSubstr("An error occurred while ")) << "the log tells of it";
+        GUID map{};
+        EXPECT_TRUE(FAILED(maps()->Create(vCardClass, clsid, &map)));
+        EXPECT_THAT(log(), HasSubstr(" occurred while loading module {BAD0000")) << "the log tells of it";
     }
     Installation installation;
 };
@@ -95,6 +86,24 @@ TEST_F(BadPlugin, AFileThatIsNoLibraryIsAFailure)
     std::ofstream(file) << "no library";
     serveFrom(foreignClass, file);
     expectRefusal(foreignClass);
+}
+
+TEST_F(BadPlugin, AStoreWhosePluginHasGoneBadFailsTheRun)
+{
+    std::filesystem::create_directories(installation.folder() / "cards");
+    const com::Bstr cards((installation.folder() / "cards").u16string());
+    GUID map{};
+    ASSERT_EQ(maps()->Create(vCardClass, vCardClass, &map), S_OK);
+    ASSERT_EQ(maps()->SetDatabase(map, idTrans1, cards.get()), S_OK);
+    const auto file = installation.folder() / "plain.dll";
+    std::ofstream(file) << "no library";
+    serveFrom(vCardClass, file);
+    com::Ptr<ISynchronizer> synchronizer;
+    ASSERT_EQ(com::createInstance(__uuidof(Synchronizer), synchronizer), S_OK);
+    ASSERT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
+    EXPECT_TRUE(FAILED(synchronizer->Synchronize(map, VARIANT_TRUE)));
+    EXPECT_EQ(synchronizer->Cleanup(), S_OK);
+    EXPECT_THAT(log(), HasSubstr(" occurred while loading module {86705195"));
 }
 
 TEST_F(BadPlugin, TheOthersAreListedAllTheSame)

@@ -1,6 +1,7 @@
 // What the file of the module holds: its exports, its type library and its version.
 #include "com.h"
 
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>

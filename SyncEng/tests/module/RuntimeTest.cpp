@@ -14,6 +14,8 @@ namespace {
 const CLSID* const available[] = {&__uuidof(TrServices), &__uuidof(TrManager), &__uuidof(Synchronizer),
                                   &__uuidof(LogFile),    &__uuidof(FieldMap),  &__uuidof(DataStream)};
 
+constexpr GUID vCardClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
+
 class Runtime : public testing::Test {
 protected:
     Installation installation;
@@ -134,7 +136,7 @@ TEST_F(Runtime, UnloadingSavesTheConfigurationAndEndsTheLog)
     com::Ptr<ITrMap> maps;
     ASSERT_EQ(com::createInstance(__uuidof(TrManager), maps), S_OK);
     GUID map{};
-    ASSERT_EQ(maps->Create(GUID_NULL, GUID_NULL, &map), S_OK);
+    ASSERT_EQ(maps->Create(vCardClass, vCardClass, &map), S_OK);
     com::Ptr<ILogFile> log;
     ASSERT_EQ(com::createInstance(__uuidof(LogFile), log), S_OK);
     EXPECT_EQ(log->AppendString(com::Bstr(u"a line of a plug-in").get()), S_OK);

@@ -1,0 +1,8 @@
+#include "apartment.h"
+
+namespace platform {
+
+Apartment::Apartment() noexcept = default;
+Apartment::~Apartment() = default;
+
+} // namespace platform
