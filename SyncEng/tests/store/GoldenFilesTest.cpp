@@ -119,6 +119,7 @@ TEST(GoldenFile, WhatIsWrittenHereIsTheOneOfHere)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, GoldenFiles, testing::Values("posix", "win32"), [](const auto& info) { return std::string(info.param); });
+INSTANTIATE_TEST_SUITE_P(Of, GoldenFiles, testing::Values("posix", "win32"),
+                         [](const auto& platform) { return std::string(platform.param); });
 
 } // namespace mb

@@ -89,6 +89,6 @@ TEST_P(OddFiles, AnEditKeepsTheOtherValue)
     EXPECT_EQ(value(u"k2"), u"changed");
 }
 
-INSTANTIATE_TEST_SUITE_P(Store, OddFiles, testing::ValuesIn(oddFiles()), [](const auto& info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Store, OddFiles, testing::ValuesIn(oddFiles()), [](const auto& odd) { return std::string(odd.param.name); });
 
 } // namespace mb
