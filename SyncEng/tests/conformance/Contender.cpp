@@ -104,10 +104,11 @@ std::vector<Contender> contenders()
         fake("FakeWithoutBatches", [](FakeOptions& o) { o.batches = false; }),
         plugin("VCardFolder", VCARD_PLUGIN, vcardClass, "cards", true),
         plugin("VCardFile", VCARD_PLUGIN, vcardClass, "cards/all.vcf"),
-        {"Notebook", plugin("Notebook", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false},
     };
-    const std::string cardFile = CARDFILE_PLUGIN; // empty where its database library is not to be had
+    // Empty where they are not built.
+    const std::string cardFile = CARDFILE_PLUGIN, notebook = NOTEBOOK_PLUGIN;
     if (!cardFile.empty()) all.push_back(plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"));
+    if (!notebook.empty()) all.push_back({"Notebook", plugin("", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false});
     return all;
 }
 
