@@ -22,7 +22,7 @@ struct PluginField {
 // What makes one plug-in differ from another.
 struct PluginInfo {
     const char16_t *shortName, *longName;
-    const char16_t* databaseLabel; // stands in front of a database, as in "File:"
+    const char16_t* databaseLabel; // stands in front of a database and a colon, as in "Card file"
     GUID fieldBase;                // a field's GUID is this one with the field type as its second part; field maps of users name them
     std::span<const PluginField> fields;
     std::unique_ptr<RecordStore> (*open)(const std::string& database, Report report);

@@ -138,7 +138,6 @@ private:
         } else {
             (void)hasImage(sourceImages_.get(), sourceKey_.get(), step.sourceField, images_[step.S].has);
         }
-        if (step.value.vt == VT_EMPTY) step.value = com::Variant(u"");
         if (image && images_[step.S].size < 0 && sourceImages_)
             images_[step.S].size = readImageSize(sourceImages_.get(), sourceKey_.get(), step.sourceField);
     }
@@ -149,6 +148,7 @@ private:
             if (isImageType(step.S)) targetImageStates_[step.T].has = false;
             return;
         }
+        if (step.value.vt == VT_EMPTY) step.value = com::Variant(u"");
         if (isImageType(step.S)) convertImage(step);
         const com::Variant* value = &step.value;
         com::Variant canonical;

@@ -25,7 +25,7 @@ std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plug
     return std::make_unique<notebook::NotebookStore>(platform::pathOf(platform::utf16(database)));
 }
 
-constexpr plugin::PluginInfo info{u"Notebook", u"Notebook file", u"Notebook:", fieldBase, fields, openStore};
+constexpr plugin::PluginInfo info{u"Notebook", u"Notebook file", u"Notebook file", fieldBase, fields, openStore};
 
 class NotebookTranslator final : public plugin::StoreTranslator {
 public:

@@ -223,7 +223,7 @@ TEST_F(VCardTranslatorTest, NamesAndCapabilities)
     ASSERT_EQ(translator.as<ITranslatorInfo>()->GetInfo(shortName.put(), longName.put(), type.put()), S_OK);
     EXPECT_EQ(shortName.view(), u"vCard");
     EXPECT_EQ(longName.view(), u"vCard folder or file");
-    EXPECT_EQ(type.view(), u"vCard folder:");
+    EXPECT_EQ(type.view(), u"vCard folder");
     EXPECT_EQ(translator->GetTranslatorCaps(&caps), S_OK);
     EXPECT_EQ(caps, static_cast<ULONG>(capImport | capExport | capSynchronize | capTimestamps | capRecordGUIDs | capJPEGFile));
     EXPECT_EQ(translator.as<IPIMSetUp>()->IsPIMAvailable(&available), S_OK);
