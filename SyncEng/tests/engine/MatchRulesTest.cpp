@@ -196,7 +196,9 @@ TEST(RecordIndexTest, TheBucketsAnswerWhatTheExpressionsAnswer)
     const std::u16string words[] = {u"", u"a", u"b", u"o'hara", u"\"q\"", u"a&b", u"\u0437\u0430", u"a b", u"&quot;"};
     const std::u16string digests[] = {u"", u"x0", u"y1"};
     const std::u16string ids[] = {u"1", u"2", u"A", u"a", u"x'y", u"q\"z", u"[1]", u"3", u"4"};
-    for (unsigned seed = 1; seed <= 200 && !testing::Test::HasFailure(); ++seed) {
+    // Other cases with --gtest_shuffle --gtest_repeat=N, by the seed of each round.
+    const unsigned before = 200 * static_cast<unsigned>(testing::UnitTest::GetInstance()->random_seed());
+    for (unsigned seed = before + 1; seed <= before + 200 && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE(seed);
         std::mt19937 random(seed);
         const auto any = [&](const auto& from) { return from[random() % std::size(from)]; };
