@@ -34,12 +34,12 @@ done
 "$bin/mb" add "vCard=$work/source" "vCard=$work/target" >/dev/null
 
 copying=$(best sh -c "rm -rf '$work/copy' && cp -r '$work/source' '$work/copy'")
-first=$(seconds "$bin/mb" sync)
+first=$(seconds "$bin/mb" sync --silent)
 [ "$(find "$work/target" -name '*.vcf' | wc -l)" -eq "$count" ] || { echo "the first run did not copy every card" >&2; exit 1; }
 row "first run, $count cards" "$first" "cp -r" "$copying" 1.5
 
 finding=$(best find "$work/source" "$work/target" -type f -printf '%s %T@\n')
-unchanged=$(best "$bin/mb" sync)
+unchanged=$(best "$bin/mb" sync --silent)
 row "nothing changed" "$unchanged" "find, size and time of each file" "$finding" 4
 
 change() { # 1 % edited on each side, 0.5 % deleted
@@ -51,12 +51,12 @@ change() { # 1 % edited on each side, 0.5 % deleted
 changed=""
 for turn in 1 2 3; do
     change "$turn"
-    now=$(seconds "$bin/mb" sync)
+    now=$(seconds "$bin/mb" sync --silent)
     if [ -z "$changed" ] || awk "BEGIN{exit !($now < $changed)}"; then changed=$now; fi
 done
 row "1 % edited on each side, 0.5 % deleted" "$changed" "nothing changed" "$unchanged" 2
 
-"$bin/mb" sync --resync >/dev/null & pid=$!
+"$bin/mb" sync --silent --resync >/dev/null & pid=$!
 peak=0
 while kill -0 $pid 2>/dev/null; do
     now=$(awk '/VmHWM/{print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)

@@ -1,7 +1,6 @@
 #include "Progress.h"
 
 #include "Output.h"
-#include "terminal.h"
 #include <algorithm>
 #include <atomic>
 #include <csignal>
@@ -33,6 +32,7 @@ HRESULT STDMETHODCALLTYPE Progress::OnProgress(_SyncProgress, DOUBLE fPercent)
 
 HRESULT STDMETHODCALLTYPE Progress::OnProgress2(BSTR progressLabel, DOUBLE fPercent)
 {
+    if (!shows_) return interrupted() ? E_ABORT : S_OK;
     return com::guarded([&] { return tell(printable(com::viewOf(progressLabel)), fPercent); });
 }
 
@@ -40,7 +40,7 @@ HRESULT Progress::tell(std::string_view label, DOUBLE percent)
 {
     if (interrupted()) return E_ABORT;
     const int whole = percent > 0 ? static_cast<int>(std::min(percent, 100.0)) : 0; // 0 too for what is no number
-    if (!platform::errorIsTerminal() || (whole == shownPercent_ && label == label_)) return S_OK;
+    if (!shows_ || (whole == shownPercent_ && label == label_)) return S_OK;
     shownPercent_ = whole;
     label_ = label;
     const int filled = whole * barWidth / 100;

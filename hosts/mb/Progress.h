@@ -1,6 +1,7 @@
 // Hears the progress of a run: draws it as a bar on a terminal, as nothing in a pipe, and hands the user's Ctrl-C to the engine.
 #pragma once
 #include "interfaces.h"
+#include "terminal.h"
 #include <string>
 
 namespace mbhost {
@@ -16,6 +17,7 @@ public:
 private:
     HRESULT tell(std::string_view label, DOUBLE percent);
     std::string label_;
+    const bool shows_ = platform::errorIsTerminal(); // asked once: a run reports for each record
     int shownPercent_ = -1;
 };
 
