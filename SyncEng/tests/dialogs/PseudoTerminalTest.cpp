@@ -1,11 +1,13 @@
 // The terminal of the process itself: a child with a pseudo-terminal for its streams shows a dialog.
 #include "dialogs/CDeleteConflictDlg.h"
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -38,19 +40,25 @@ Ended askOnTerminal(const std::string& typed, unsigned short columns, bool noCol
         ::_exit(askInChild());
     }
     Ended ended;
-    bool answered = false;
+    bool answered = false, gone = false;
+    int status = 0;
     char buffer[4096];
     for (ssize_t n; (n = ::read(master, buffer, sizeof buffer)) > 0;) {
         ended.output.append(buffer, static_cast<std::size_t>(n));
         if (answered || ended.output.find("help] ") == std::string::npos) continue;
         answered = true;
-        if (interrupt)
-            ::kill(pid, SIGINT);
-        else
+        if (interrupt) {
+            // One that comes before the child waits is lost on it, and whoever sits there presses again.
+            while (!gone) {
+                ::kill(pid, SIGINT);
+                std::this_thread::sleep_for(std::chrono::milliseconds(20));
+                gone = ::waitpid(pid, &status, WNOHANG) == pid;
+            }
+        } else {
             EXPECT_EQ(::write(master, typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
+        }
     }
-    int status = 0;
-    ::waitpid(pid, &status, 0);
+    if (!gone) ::waitpid(pid, &status, 0);
     ::close(master);
     ended.code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return ended;
