@@ -14,6 +14,7 @@
 #include "store/ConfigStore.h"
 #include "transfer/CSyncTransfer.h"
 #include "translators/CFieldMap.h"
+#include "translators/CInteropDummy.h"
 #include "translators/CTranslatorBridge.h"
 #include "translators/CTrManager.h"
 #include "translators/CTrServices.h"
@@ -22,14 +23,6 @@
 
 namespace {
 
-// A class whose part of the house is not built yet.
-HRESULT notAvailable(IUnknown*, REFIID, void** out) noexcept
-{
-    if (!out) return E_POINTER;
-    *out = nullptr;
-    return CLASS_E_CLASSNOTAVAILABLE;
-}
-
 constexpr com::ClassEntry classTable[] = {
     {&__uuidof(TrServices), u"MBSync.TrServices", u"TrServices Class", com::create<mb::CTrServices>},
     {&__uuidof(TrManager), u"MBSync.TrManager", u"TrManager Class", com::create<mb::CTrManager>},
@@ -37,7 +30,7 @@ constexpr com::ClassEntry classTable[] = {
     {&__uuidof(SyncTransfer), u"MBSync.SyncTransfer", u"SyncTransfer Class", com::create<mb::CSyncTransfer>},
     {&__uuidof(Synchronizer), u"MBSync.Synchronizer", u"Synchronizer Class", com::create<mb::CSynchronizer>},
     {&__uuidof(LogFile), u"MBSync.LogFile", u"LogFile Class", com::create<mb::CLogFile>},
-    {&__uuidof(InteropDummy), u"MBSync.InteropDummy", u"InteropDummy Class", notAvailable},
+    {&__uuidof(InteropDummy), u"MBSync.InteropDummy", u"InteropDummy Class", com::create<mb::CInteropDummy>},
     {&__uuidof(FieldMap), u"MBSync.FieldMap", u"FieldMap Class", com::create<mb::CFieldMap>},
     {&__uuidof(DataStream), u"MBSync.DataStream", u"DataStream Class", com::create<mb::CDataStream>},
     {&__uuidof(SyncAutoTest), u"MBSync.SyncAutoTest", u"SyncAutoTest Class", com::create<mb::CSyncAutoTest>},
@@ -107,18 +100,9 @@ namespace {
 constexpr GUID applicationId{0x90F753D0, 0xDD7F, 0x4564, {0x90, 0xCE, 0x4C, 0x72, 0xCC, 0xC3, 0x29, 0x9C}};
 constexpr GUID typeLibraryId{0x33D2D523, 0x69CB, 0x4FB4, {0xA8, 0xFE, 0xAA, 0x6D, 0xDD, 0x48, 0x93, 0xC7}};
 
-// Only what can be created is registered.
-std::vector<com::ClassEntry> availableClasses()
+platform::ServerRegistration registration()
 {
-    std::vector<com::ClassEntry> available;
-    for (const com::ClassEntry& entry : classTable)
-        if (entry.create != notAvailable) available.push_back(entry);
-    return available;
-}
-
-platform::ServerRegistration registration(std::span<const com::ClassEntry> classes)
-{
-    return {classes,
+    return {classTable,
             platform::modulePathOf(reinterpret_cast<const void*>(&module)),
             nullptr,
             &applicationId,
@@ -133,16 +117,10 @@ platform::ServerRegistration registration(std::span<const com::ClassEntry> class
 
 STDAPI DllRegisterServer()
 {
-    return com::guarded([] {
-        const auto classes = availableClasses();
-        return platform::registerServer(registration(classes));
-    });
+    return com::guarded([] { return platform::registerServer(registration()); });
 }
 
 STDAPI DllUnregisterServer()
 {
-    return com::guarded([] {
-        const auto classes = availableClasses();
-        return platform::unregisterServer(registration(classes));
-    });
+    return com::guarded([] { return platform::unregisterServer(registration()); });
 }
