@@ -44,18 +44,31 @@ private:
 
     HRESULT writeLoop()
     {
-        TaskList& tasks = source().Tasks;
+        return workOff(
+            source().Tasks, [](LONG kind) { return kind != TaskDelete; },
+            [&](const std::u16string& id, const RecordTask& task) { return writeRecord(id, task); });
+    }
+
+    HRESULT deleteLoop()
+    {
+        return workOff(
+            target().Tasks, [](LONG kind) { return kind == TaskDelete; },
+            [&](const std::u16string& id, const RecordTask& task) { return deleteRecord(id, task); });
+    }
+
+    // A task that is done leaves the list; progress is told for the others too.
+    template <class IsMine, class Work> HRESULT workOff(TaskList& tasks, IsMine&& isMine, Work&& work)
+    {
         for (auto at = tasks.begin(); at != tasks.end();) {
-            const bool writes = at->second.Kind != TaskDelete;
-            HRESULT hr = S_OK;
-            if (writes) {
-                hr = writeRecord(at->first, at->second);
+            const bool mine = isMine(at->second.Kind);
+            if (mine) {
+                const HRESULT hr = work(at->first, at->second);
                 if (FAILED(hr)) return hr;
                 ++pass_.DoneTasks;
-                if (FAILED(DropTask(at, tasks))) ++at;
+                (void)DropTask(at, tasks);
             }
             if (tellProgress() == E_ABORT) return E_ABORT;
-            if (!writes) ++at;
+            if (!mine) ++at;
         }
         return S_OK;
     }
@@ -95,23 +108,6 @@ private:
             WriteLogResource(1, 230, name);
         else
             WriteLogResource(1, created ? 157 : 158, targetName(), name);
-    }
-
-    HRESULT deleteLoop()
-    {
-        TaskList& tasks = target().Tasks;
-        for (auto at = tasks.begin(); at != tasks.end();) {
-            const bool deletes = at->second.Kind == TaskDelete;
-            if (deletes) {
-                const HRESULT hr = deleteRecord(at->first, at->second);
-                if (FAILED(hr)) return hr;
-                ++pass_.DoneTasks;
-                if (FAILED(DropTask(at, tasks))) ++at;
-            }
-            if (tellProgress() == E_ABORT) return E_ABORT;
-            if (!deletes) ++at;
-        }
-        return S_OK;
     }
 
     HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
