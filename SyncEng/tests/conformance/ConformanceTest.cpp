@@ -161,7 +161,6 @@ DATE Conformance::modified(const Translator& translator, const std::u16string& i
     return date;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Conformance, testing::ValuesIn(contenders()),
-                         [](const testing::TestParamInfo<Contender>& contender) { return contender.param.name; });
+INSTANTIATE_TEST_SUITE_P(All, Conformance, testing::ValuesIn(contenders()), nameOf);
 
 } // namespace mbtest

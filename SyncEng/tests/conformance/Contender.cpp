@@ -75,7 +75,6 @@ public:
     }
     bool allReturned() const override { return com::moduleLocks == alive_; }
     std::vector<std::string> violations() const override { return log_->violations; }
-    bool needsDatabase() const override { return false; }
 
 private:
     std::shared_ptr<FakeStore> store_ = std::make_shared<FakeStore>(u"A");
@@ -86,12 +85,18 @@ private:
 
 Contender fake(const std::string& name, std::function<void(FakeOptions&)> configure)
 {
-    return {name, [configure] { return std::make_unique<FakeSubject>(configure); }, true};
+    return {name, [configure] { return std::make_unique<FakeSubject>(configure); }, true, false};
 }
 
 Contender plugin(const std::string& name, const char* file, const GUID& clsid, const std::string& database, bool isFolder = false)
 {
-    return {name, [=] { return std::make_unique<PluginSubject>(file, clsid, database, isFolder); }, true};
+    return {name, [=] { return std::make_unique<PluginSubject>(file, clsid, database, isFolder); }, true, true};
+}
+
+template <class F> std::vector<Contender> without(std::vector<Contender> all, F&& unwanted)
+{
+    std::erase_if(all, unwanted);
+    return all;
 }
 
 } // namespace
@@ -108,15 +113,12 @@ std::vector<Contender> contenders()
     // Empty where they are not built.
     const std::string cardFile = CARDFILE_PLUGIN, notebook = NOTEBOOK_PLUGIN;
     if (!cardFile.empty()) all.push_back(plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"));
-    if (!notebook.empty()) all.push_back({"Notebook", plugin("", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false});
+    if (!notebook.empty()) all.push_back({"Notebook", plugin("", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false, true});
     return all;
 }
 
-std::vector<Contender> contendersWithPictures()
-{
-    std::vector<Contender> found = contenders();
-    std::erase_if(found, [](const Contender& contender) { return !contender.hasPictures; });
-    return found;
-}
+std::vector<Contender> contendersWithPictures() { return without(contenders(), [](const Contender& c) { return !c.hasPictures; }); }
+std::vector<Contender> plugins() { return without(contenders(), [](const Contender& c) { return !c.isPlugin; }); }
+std::vector<Contender> pluginsWithPictures() { return without(plugins(), [](const Contender& c) { return !c.hasPictures; }); }
 
 } // namespace mbtest

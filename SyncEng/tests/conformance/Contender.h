@@ -5,6 +5,7 @@
 #include "TestFolder.h"
 #include <filesystem>
 #include <functional>
+#include <gtest/gtest.h>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -21,8 +22,6 @@ public:
     virtual bool allReturned() const = 0;
     // What the calls broke, for a translator that watches them.
     virtual std::vector<std::string> violations() const { return {}; }
-    // Whether it is opened by the path of a database, and cannot be opened without one.
-    virtual bool needsDatabase() const { return true; }
 
     TestFolder folder;
     com::Ptr<FakeServices> services = com::make<FakeServices>(); // its settings name the store
@@ -32,10 +31,14 @@ struct Contender {
     std::string name;
     std::function<std::unique_ptr<Subject>()> make;
     bool hasPictures = true; // and a list of categories
+    bool isPlugin = true;    // opened by the path of a database, which it keeps by rules of its own
     friend void PrintTo(const Contender& contender, std::ostream* out) { *out << contender.name; }
 };
 
 std::vector<Contender> contenders();
 std::vector<Contender> contendersWithPictures();
+std::vector<Contender> plugins();
+std::vector<Contender> pluginsWithPictures();
+inline std::string nameOf(const testing::TestParamInfo<Contender>& info) { return info.param.name; }
 
 } // namespace mbtest

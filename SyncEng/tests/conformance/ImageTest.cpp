@@ -212,7 +212,6 @@ TEST_P(Images, ARunWithoutImagesSeesNoneAndChangesNone)
     close(translator);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Images, testing::ValuesIn(contendersWithPictures()),
-                         [](const testing::TestParamInfo<Contender>& contender) { return contender.param.name; });
+INSTANTIATE_TEST_SUITE_P(All, Images, testing::ValuesIn(contendersWithPictures()), nameOf);
 
 } // namespace mbtest

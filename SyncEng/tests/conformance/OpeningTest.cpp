@@ -1,6 +1,11 @@
 #include "ConformanceTest.h"
 
 namespace mbtest {
+namespace {
+
+class PluginOpening : public Conformance {};
+
+} // namespace
 
 TEST_P(Conformance, AnEmptyStoreHasNoRecords)
 {
@@ -11,9 +16,8 @@ TEST_P(Conformance, AnEmptyStoreHasNoRecords)
     close(translator);
 }
 
-TEST_P(Conformance, AStoreWithoutADatabaseSaysWhatIsMissing)
+TEST_P(PluginOpening, AStoreWithoutADatabaseSaysWhatIsMissing)
 {
-    if (!subject().needsDatabase()) GTEST_SKIP() << "it needs none";
     for (const bool absent : {true, false}) {
         subject().services->values.clear();
         if (!absent) subject().services->values[u"Database"] = u"";
@@ -27,9 +31,8 @@ TEST_P(Conformance, AStoreWithoutADatabaseSaysWhatIsMissing)
     }
 }
 
-TEST_P(Conformance, ADatabaseInAFolderThatDoesNotExistIsRefusedAndNothingIsMade)
+TEST_P(PluginOpening, ADatabaseInAFolderThatDoesNotExistIsRefusedAndNothingIsMade)
 {
-    if (!subject().needsDatabase()) GTEST_SKIP() << "it needs none";
     const auto path = subject().folder.path() / "none" / "deeper" / "store";
     subject().services->values[u"Database"] = path.u16string();
     Translator translator = subject().create();
@@ -100,5 +103,7 @@ TEST_P(Conformance, AnObjectThatIsDroppedWithoutCleanupLosesNothingSaved)
     EXPECT_EQ(ids(again), std::vector{id});
     close(again);
 }
+
+INSTANTIATE_TEST_SUITE_P(All, PluginOpening, testing::ValuesIn(plugins()), nameOf);
 
 } // namespace mbtest
