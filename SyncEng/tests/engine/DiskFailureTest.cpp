@@ -49,7 +49,10 @@ public:
     {
         plan = {call, n, 0};
         real = fileCalls;
-        fileCalls = {planOpen, planWrite, planFlush, planRename};
+        fileCalls.open = planOpen;
+        fileCalls.write = planWrite;
+        fileCalls.flush = planFlush;
+        fileCalls.rename = planRename;
     }
     FailingDisk(const FailingDisk&) = delete;
     FailingDisk& operator=(const FailingDisk&) = delete;

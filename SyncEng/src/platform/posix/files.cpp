@@ -13,7 +13,8 @@
 
 namespace platform {
 
-FileCalls fileCalls{[](const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }, ::write, ::fsync, std::rename};
+FileCalls fileCalls{
+    [](const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }, ::write, ::fsync, std::rename, ::geteuid, ::fchown};
 
 namespace {
 
@@ -182,7 +183,8 @@ private:
     void takeOver(const struct stat& info) noexcept
     {
         // Only the superuser can give a file away, and must, or its owner would lose it.
-        if (info.st_uid != ::geteuid() && ::fchown(file_.get(), info.st_uid, info.st_gid) != 0 && ::geteuid() == 0) error_ = lastError();
+        const uid_t user = fileCalls.user();
+        if (info.st_uid != user && fileCalls.giveTo(file_.get(), info.st_uid, info.st_gid) != 0 && user == 0) error_ = lastError();
         if (!error_ && ::fchmod(file_.get(), info.st_mode & 07777) != 0) error_ = lastError();
     }
 
