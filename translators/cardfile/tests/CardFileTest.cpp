@@ -2,6 +2,7 @@
 #include "Support.h"
 
 #include "text.h"
+#include <fstream>
 #include <set>
 
 namespace mb::cardfile {
@@ -30,17 +31,17 @@ TEST_F(CardFileTest, LeavesOnlyTheFileItself)
 {
     addCard(*open(), u"Lovelace");
     std::set<fs::path> left;
-    for (const auto& entry : fs::directory_iterator(folder.path)) left.insert(entry.path());
+    for (const auto& entry : fs::directory_iterator(folder)) left.insert(entry.path());
     EXPECT_EQ(left, std::set<fs::path>{file});
 }
 
 TEST_F(CardFileTest, ANameThatSqliteTakesSpeciallyIsAFileAsAnyOther)
 {
     const fs::path before = fs::current_path();
-    fs::current_path(folder.path);
+    fs::current_path(folder);
     for (const char* name : {":memory:", "file:x?mode=memory"}) {
         const std::string id = addCard(*std::make_unique<CardFile>(name, nullptr), u"Kept");
-        EXPECT_TRUE(fs::exists(folder.path / name));
+        EXPECT_TRUE(fs::exists(folder / name));
         EXPECT_TRUE(CardFile(name, nullptr).exists(id));
     }
     fs::current_path(before);

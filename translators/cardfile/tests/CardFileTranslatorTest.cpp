@@ -1,12 +1,13 @@
 // The plug-in as the engine loads it: by its library and its class object, and through its interfaces only.
+#include "FakeServices.h"
 #include "library.h"
-#include "PluginServices.h"
 #include "registry.h"
 #include "Support.h"
 #include "text.h"
 
 #include <cmath>
 #include <ctime>
+#include <fstream>
 #include <set>
 
 namespace mb::cardfile {
@@ -33,7 +34,7 @@ class CardFileTranslatorTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        services = com::make<PluginServices>();
+        services = com::make<mbtest::FakeServices>();
         services->values[u"Database"] = file.u16string();
         translator = load();
     }
@@ -44,7 +45,7 @@ protected:
         EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK) << "an object was not given back";
         for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
             std::error_code error;
-            EXPECT_FALSE(fs::read_symlink(entry, error).string().starts_with(folder.path.string())) << "a file was left open";
+            EXPECT_FALSE(fs::read_symlink(entry, error).string().starts_with(folder.path().string())) << "a file was left open";
         }
     }
     static Ptr<ITranslator> load()
@@ -125,10 +126,10 @@ protected:
         return date;
     }
 
-    TestFolder folder;
-    fs::path file = folder.path / "100% cards";
+    mbtest::TestFolder folder;
+    fs::path file = folder.path() / "data" / "100% cards";
     std::map<LONG, GUID> fields;
-    Ptr<PluginServices> services;
+    Ptr<mbtest::FakeServices> services;
     Ptr<ITranslator> translator;
 };
 
@@ -503,15 +504,12 @@ TEST_F(CardFileTranslatorTest, AnObjectThatIsDroppedWithoutCleanupClosesItsFile)
     translator.reset();
     EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK);
     std::set<fs::path> left;
-    for (const auto& entry : fs::directory_iterator(folder.path)) left.insert(entry.path());
+    for (const auto& entry : fs::directory_iterator(file.parent_path())) left.insert(entry.path());
     EXPECT_EQ(left, std::set<fs::path>{file});
 }
 
 TEST_F(CardFileTranslatorTest, RegistersItsClassAndCategoryAndLeavesNothing)
 {
-    const char* before = std::getenv("MB_REGISTRY");
-    const std::string saved = before ? before : "";
-    setenv("MB_REGISTRY", (folder.path / "test.reg").c_str(), 1);
     const std::u16string key = u"CLSID\\" + com::guidText(cardFileClass);
     ASSERT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK);
     {
@@ -527,10 +525,6 @@ TEST_F(CardFileTranslatorTest, RegistersItsClassAndCategoryAndLeavesNothing)
     for (const std::u16string& name :
          {key, std::u16string(u"MBCardFile.CardFileTranslator"), std::u16string(u"MBCardFile.CardFileTranslator.1")})
         EXPECT_FALSE(platform::RegistryKey::open(platform::Root::ClassesRoot, name)) << platform::utf8(name);
-    if (before)
-        setenv("MB_REGISTRY", saved.c_str(), 1);
-    else
-        unsetenv("MB_REGISTRY");
 }
 
 TEST_F(CardFileTranslatorTest, TheClassObjectKnowsOnlyItsClass)

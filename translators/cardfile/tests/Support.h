@@ -3,9 +3,9 @@
 #include "CardFile.h"
 
 #include "interfaces.h"
+#include "TestFolder.h"
 
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -18,23 +18,6 @@ namespace mb::cardfile {
 
 namespace fs = std::filesystem;
 
-class TestFolder {
-public:
-    TestFolder()
-    {
-        std::string pattern = (fs::temp_directory_path() / "cardfile-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    TestFolder(const TestFolder&) = delete;
-    TestFolder& operator=(const TestFolder&) = delete;
-    ~TestFolder()
-    {
-        fs::permissions(path, fs::perms::owner_all);
-        fs::remove_all(path);
-    }
-    fs::path path;
-};
-
 class CardFileTest : public testing::Test {
 protected:
     [[nodiscard]] std::unique_ptr<CardFile> open(FreeSpace space = {}) const
@@ -45,8 +28,8 @@ protected:
     void sql(const char* text) const { Database(file.string()).execute(text); }
     [[nodiscard]] std::string sqlText(const char* text) const { return Database(file.string()).text(text); }
 
-    TestFolder folder;
-    fs::path file = folder.path / "cards.mbcard";
+    mbtest::TestFolder own;
+    fs::path folder = own.path() / "data", file = folder / "cards.mbcard";
 };
 
 inline std::string addCard(CardFile& cards, std::u16string_view lastName, std::u16string_view notes = {})

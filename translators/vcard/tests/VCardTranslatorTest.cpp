@@ -7,10 +7,12 @@
 #include "SyncEngLib.h"
 
 #include "Charset.h"
+#include "FakeServices.h"
 #include "Samples.h"
 #include "TestFolder.h"
+#include "TextMatchers.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <map>
 #include <set>
 
@@ -21,46 +23,13 @@ namespace fs = std::filesystem;
 using com::Bstr;
 using com::Ptr;
 using com::Variant;
+using mbtest::Holds;
+using testing::Contains;
+using testing::Not;
 
 constexpr GUID kClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
 constexpr GUID kTranslators{0xDCCCC8B9, 0xC75D, 0x44A2, {0x9D, 0x89, 0x9E, 0x7C, 0x78, 0x16, 0x9C, 0x12}};
 constexpr auto kFailure = [](std::uint32_t code) { return static_cast<HRESULT>(code); };
-
-class FakeServices final : public com::Object<ITrServices, IDataStream, ILogFile> {
-public:
-    explicit FakeServices(IUnknown* outer) noexcept : Object(outer) {}
-    std::map<std::u16string, std::u16string> values;
-    std::string logged;
-
-    HRESULT STDMETHODCALLTYPE SetParams(BSTR, REFGUID) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE GetString(BSTR key, BSTR* value) override
-    {
-        const auto found = values.find(com::textOf(key));
-        com::give(value, found == values.end() ? std::u16string_view() : found->second);
-        return found == values.end() ? E_FAIL : S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE SetString(BSTR key, BSTR value) override
-    {
-        values[com::textOf(key)] = com::textOf(value);
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE GetInt(BSTR, LONG*) override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE SetInt(BSTR, LONG) override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE DeleteKey(BSTR) override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE Clear() override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE CleanUpUserCfg() override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE GetGuid(BSTR, GUID*) override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE SetGuid(BSTR, REFGUID) override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE GetHistoryVersion(LONG*) override { return E_FAIL; }
-    HRESULT STDMETHODCALLTYPE AppendString(BSTR text) override
-    {
-        logged += toUtf8(com::viewOf(text)) + "\n";
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE Flush() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE ClearLog() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Delete() override { return E_NOTIMPL; }
-};
 
 using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
 using PlainEntry = HRESULT();
@@ -83,7 +52,7 @@ protected:
     {
         fs::create_directories(folder);
         fs::create_directories(root / "cache");
-        services = com::make<FakeServices>();
+        services = com::make<mbtest::FakeServices>();
         services->values[u"Database"] = folder.u16string();
         translator = load();
     }
@@ -167,7 +136,7 @@ protected:
 
     const mbtest::TestFolder own;
     const fs::path root = own.path(), folder = root / "100% cards";
-    Ptr<FakeServices> services;
+    Ptr<mbtest::FakeServices> services;
     Ptr<ITranslator> translator;
 };
 
@@ -319,8 +288,8 @@ TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
     put("good.vcf", cardText("G"));
     ASSERT_EQ(initialize(), S_OK);
     EXPECT_EQ(ids(), std::vector<std::string>{"good.vcf"});
-    EXPECT_NE(services->logged.find("bad%%d.vcf, line 4"), std::string::npos) << services->logged;
-    EXPECT_EQ(services->logged.find("100% "), std::string::npos) << "the log takes the text for a format";
+    EXPECT_THAT(services->logged, Contains(Holds(u"bad%%d.vcf, line 4")));
+    EXPECT_THAT(services->logged, Not(Contains(Holds(u"100% ")))) << "the log takes the text for a format";
     const Bstr id(u"bad%d.vcf");
     DATE date = 0;
     EXPECT_EQ(translator->FindRecord(id.get()), S_OK);
@@ -396,7 +365,7 @@ TEST_F(VCardTranslatorTest, ATestMayOpenADatabaseByItself)
     EXPECT_EQ(ids().size(), 1u);
     put("b.vcf", "x");
     ASSERT_EQ(test->InitializeDatabaseEx(services.get(), database.get(), nullptr, nullptr), S_OK);
-    EXPECT_NE(services->logged.find("b.vcf"), std::string::npos);
+    EXPECT_THAT(services->logged, Contains(Holds(u"b.vcf")));
 }
 
 TEST_F(VCardTranslatorTest, RegistersItsClassAndCategory)
