@@ -1,3 +1,4 @@
+#include "People.h"
 #include "SyncScenario.h"
 #include "xml_faults.h"
 
@@ -5,6 +6,7 @@
 
 namespace {
 
+using mbtest::ada;
 using mbtest::FakeValues;
 using mbtest::SyncScenario;
 using testing::Contains;
@@ -13,11 +15,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
-
-FakeValues ada(const char16_t* title = u"Countess")
-{
-    return {{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftEmail1, u"ada@example.org"}, {ftTitle, title}, {ftCity1, u"London"}};
-}
 
 constexpr char asking[] = "Checking for possible duplicates by translator 2.";
 

@@ -1,19 +1,16 @@
+#include "People.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
+using mbtest::ada;
 using mbtest::FakeValues;
 using mbtest::SyncScenario;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-FakeValues ada(const char16_t* title = u"Countess")
-{
-    return {{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftEmail1, u"ada@example.org"}, {ftTitle, title}, {ftCity1, u"London"}};
-}
 
 } // namespace
 

@@ -1,13 +1,8 @@
+#include "People.h"
 #include "SyncScenario.h"
 
-namespace {
-
-using mbtest::FakeValues;
+using mbtest::person;
 using mbtest::SyncScenario;
-
-FakeValues person(const char16_t* first, const char16_t* last) { return {{ftFirstName, first}, {ftLastName, last}}; }
-
-} // namespace
 
 TEST(FirstSync, AnEmptySideReceivesEveryRecord)
 {

@@ -1,4 +1,5 @@
 // The driver: which maps run, what makes a run start over, and what is left of a failure.
+#include "People.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
@@ -6,6 +7,7 @@
 namespace {
 
 using mbtest::FakeValues;
+using mbtest::person;
 using mbtest::SyncScenario;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -14,8 +16,6 @@ using testing::SizeIs;
 
 constexpr HRESULT runAgain = static_cast<HRESULT>(0x80040212), rebuildFields = static_cast<HRESULT>(0x80040213),
                   silentStop = static_cast<HRESULT>(0x80040211), saveFailed = static_cast<HRESULT>(0x8004020D);
-
-FakeValues person(const char16_t* first, const char16_t* last) { return {{ftFirstName, first}, {ftLastName, last}}; }
 
 VARIANT_BOOL lastStatus(SyncScenario& s)
 {

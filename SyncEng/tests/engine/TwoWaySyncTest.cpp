@@ -1,3 +1,4 @@
+#include "People.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
@@ -5,11 +6,10 @@
 namespace {
 
 using mbtest::FakeValues;
+using mbtest::person;
 using mbtest::SyncScenario;
 using testing::HasSubstr;
 using testing::Not;
-
-FakeValues person(const char16_t* first, const char16_t* last) { return {{ftFirstName, first}, {ftLastName, last}}; }
 
 // Two sides in step with some people on them.
 class TwoWaySync : public testing::Test {
