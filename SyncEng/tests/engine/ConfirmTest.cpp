@@ -34,6 +34,16 @@ protected:
     }
     // The bytes of everything that the engine keeps of the map.
     std::string history() const { return s.folder.read(s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml")); }
+    // In step before, with an addition for the first store, and a change and a deletion for the second one since.
+    void addChangeAndDelete()
+    {
+        const auto gone = s.one().add({{ftFirstName, u"Old"}, {ftLastName, u"Contact"}});
+        const auto changed = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}});
+        ASSERT_EQ(s.sync(), S_OK);
+        s.one().remove(gone);
+        s.one().set(changed, ftCity1, u"Paris");
+        s.two().add({{ftFirstName, u"Grace"}, {ftLastName, u"Hopper"}});
+    }
     SyncScenario s;
     mbtest::FrontEndFake user;
 };
@@ -193,12 +203,7 @@ TEST_F(ConfirmTest, ClosingAConflictWritesNothing)
 
 TEST_F(ConfirmTest, AHostIsToldWhatComesToEachSideAlsoInASilentRun)
 {
-    const auto gone = s.one().add({{ftFirstName, u"Old"}, {ftLastName, u"Contact"}});
-    const auto changed = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}});
-    ASSERT_EQ(s.sync(), S_OK);
-    s.one().remove(gone);
-    s.one().set(changed, ftCity1, u"Paris");
-    s.two().add({{ftFirstName, u"Grace"}, {ftLastName, u"Hopper"}});
+    addChangeAndDelete();
     const auto host = com::make<ReviewFake>();
     EXPECT_EQ(syncAsking(host.get(), true), S_OK);
     EXPECT_THAT(host->plans, ElementsAre("1: 1 1 0 0", "2: 3 0 1 1"));
@@ -209,12 +214,7 @@ TEST_F(ConfirmTest, AHostIsToldWhatComesToEachSideAlsoInASilentRun)
 
 TEST_F(ConfirmTest, AHostMayLookAtEverythingAndLetNothingBeWritten)
 {
-    const auto gone = s.one().add({{ftFirstName, u"Old"}, {ftLastName, u"Contact"}});
-    const auto changed = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}});
-    ASSERT_EQ(s.sync(), S_OK);
-    s.one().remove(gone);
-    s.one().set(changed, ftCity1, u"Paris");
-    s.two().add({{ftFirstName, u"Grace"}, {ftLastName, u"Hopper"}});
+    addChangeAndDelete();
     const std::string before = history();
     const auto one = SyncScenario::contents(s.one()), two = SyncScenario::contents(s.two());
     const auto host = com::make<ReviewFake>();
