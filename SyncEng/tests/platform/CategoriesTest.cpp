@@ -1,10 +1,12 @@
 #include "categories.h"
 
+#include "ClassesOf.h"
 #include "TestFolder.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace platform;
+using mbtest::classesOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -26,16 +28,6 @@ protected:
     {
         for (const GUID* clsid : {&one, &two, &three})
             for (const GUID* category : {&cards, &mails}) (void)unregisterClassInCategory(*clsid, *category);
-    }
-    static std::vector<CLSID> classesOf(REFGUID category)
-    {
-        CategoryClasses classes;
-        EXPECT_EQ(classes.open(category), S_OK);
-        std::vector<CLSID> found;
-        CLSID clsid{};
-        while (classes.next(&clsid) == S_OK) found.push_back(clsid);
-        EXPECT_EQ(classes.next(&clsid), S_FALSE);
-        return found;
     }
     mbtest::TestFolder folder;
 };

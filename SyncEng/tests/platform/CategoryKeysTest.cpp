@@ -1,12 +1,14 @@
 // The categories where they are keys of our own registry file.
 #include "categories.h"
 
+#include "ClassesOf.h"
 #include "registry.h"
 #include "TestFolder.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 using namespace platform;
+using mbtest::classesOf;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -17,16 +19,6 @@ constexpr GUID one = guid(1), two = guid(2), three = guid(3), cards = guid(100),
 
 class CategoryKeys : public testing::Test {
 protected:
-    static std::vector<CLSID> classesOf(REFGUID category)
-    {
-        CategoryClasses classes;
-        EXPECT_EQ(classes.open(category), S_OK);
-        std::vector<CLSID> found;
-        CLSID clsid{};
-        while (classes.next(&clsid) == S_OK) found.push_back(clsid);
-        EXPECT_EQ(classes.next(&clsid), S_FALSE);
-        return found;
-    }
     mbtest::TestFolder folder;
 };
 
