@@ -35,7 +35,7 @@ private:
     std::u16string path_;
 };
 
-// Makes a key with all its missing parents.
+// Makes a key with all its missing parents. False also for a path of one part, which has no parent: RegistryKey::create makes that.
 bool createKeyPath(Root root, std::u16string_view path);
 
 // Where the user finds the values as a file: $MB_REGISTRY if set, else zorel/mbsync.reg below $XDG_CONFIG_HOME or ~/.config. Empty on

@@ -217,6 +217,15 @@ bool addKey(Keys& keys, const std::string& path, bool withParents)
     return true;
 }
 
+// In a key that is there; one that was removed meanwhile does not come back.
+bool changeValues(const std::string& path, const std::function<bool(Values&)>& edit)
+{
+    return change([&](Keys& keys) {
+        const auto key = keys.find(path);
+        return key != keys.end() && edit(key->second);
+    });
+}
+
 } // namespace
 
 std::filesystem::path registryFile()
@@ -241,7 +250,7 @@ std::optional<RegistryKey> RegistryKey::create(Root root, std::u16string_view pa
 
 bool createKeyPath(Root root, std::u16string_view path)
 {
-    if (path.find(u'\\') == std::u16string_view::npos) return false;
+    if (path.substr(0, path.size() - (path.ends_with(u'\\') ? 1 : 0)).find(u'\\') == std::u16string_view::npos) return false;
     return change([&](Keys& keys) { return addKey(keys, fullPath(root, path), true); });
 }
 
@@ -290,23 +299,23 @@ std::vector<std::u16string> RegistryKey::subkeys() const
 
 bool RegistryKey::setText(std::u16string_view name, std::u16string_view value) const
 {
-    return change([&](Keys& keys) {
-        keys[fullPath(root_, path_)][utf8(name)] = utf8(value);
+    return changeValues(fullPath(root_, path_), [&](Values& values) {
+        values[utf8(name)] = utf8(value);
         return true;
     });
 }
 
 bool RegistryKey::setNumber(std::u16string_view name, std::uint32_t value) const
 {
-    return change([&](Keys& keys) {
-        keys[fullPath(root_, path_)][utf8(name)] = value;
+    return changeValues(fullPath(root_, path_), [&](Values& values) {
+        values[utf8(name)] = value;
         return true;
     });
 }
 
 bool RegistryKey::removeValue(std::u16string_view name) const
 {
-    return change([&](Keys& keys) { return keys[fullPath(root_, path_)].erase(utf8(name)) > 0; });
+    return changeValues(fullPath(root_, path_), [&](Values& values) { return values.erase(utf8(name)) > 0; });
 }
 
 } // namespace platform

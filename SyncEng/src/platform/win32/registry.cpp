@@ -52,6 +52,16 @@ std::u16string_view withoutLastSeparator(std::u16string_view path)
     return path;
 }
 
+// With all its missing parents.
+bool makeKey(Root root, std::u16string_view path)
+{
+    HKEY key = nullptr;
+    if (RegCreateKeyExW(rootKey(root), wide(path).c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr) != ERROR_SUCCESS)
+        return false;
+    RegCloseKey(key);
+    return true;
+}
+
 } // namespace
 
 std::optional<RegistryKey> RegistryKey::open(Root root, std::u16string_view path)
@@ -66,7 +76,7 @@ std::optional<RegistryKey> RegistryKey::create(Root root, std::u16string_view pa
     path = withoutLastSeparator(path);
     const std::size_t last = path.rfind(u'\\');
     if (last != std::u16string_view::npos && !Key(root, path.substr(0, last), KEY_READ)) return std::nullopt;
-    return createKeyPath(root, path) ? open(root, path) : std::nullopt;
+    return makeKey(root, path) ? open(root, path) : std::nullopt;
 }
 
 bool RegistryKey::remove(Root root, std::u16string_view path)
@@ -132,12 +142,8 @@ bool RegistryKey::removeValue(std::u16string_view name) const
 
 bool createKeyPath(Root root, std::u16string_view path)
 {
-    HKEY key = nullptr;
-    const std::wstring wanted = wide(withoutLastSeparator(path));
-    if (RegCreateKeyExW(rootKey(root), wanted.c_str(), 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr) != ERROR_SUCCESS)
-        return false;
-    RegCloseKey(key);
-    return true;
+    path = withoutLastSeparator(path);
+    return path.find(u'\\') != std::u16string_view::npos && makeKey(root, path);
 }
 
 std::filesystem::path registryFile() { return {}; }
