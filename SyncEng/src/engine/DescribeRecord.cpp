@@ -1,11 +1,16 @@
 #include "engine/DescribeRecord.h"
 
+#include "foundation/FieldValue.h"
 #include "translators/ReadText.h"
 
 namespace mb {
 namespace {
 
-std::u16string joined(const std::u16string& first, const std::u16string& last) { return first.empty() ? last : first + u" " + last; }
+// In one line: a name with line breaks could pass for other lines of the log.
+std::u16string joined(const std::u16string& first, const std::u16string& last)
+{
+    return ReplaceLineBreaks(first.empty() ? last : first + u" " + last);
+}
 
 // The last field of each type counts.
 NameFields findNameFields(const com::Ptr<ITranslator>& translator)

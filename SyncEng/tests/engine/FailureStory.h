@@ -8,8 +8,6 @@
 
 namespace mbtest {
 
-inline FakeValues person(const char16_t* last, const char16_t* city) { return {{ftFirstName, u"F"}, {ftLastName, last}, {ftCity1, city}}; }
-
 // Six contacts in step; then an addition and a change on each side, a deletion on each, and a conflict.
 class Story {
 public:
@@ -18,10 +16,10 @@ public:
         for (FakeStore* store : {&s.one(), &s.two()}) store->fields = {{ftFirstName, u"First"}, {ftLastName, u"Last"}, {ftCity1, u"City"}};
         s.setOption(soConflictResolution, croTrans1Wins);
         for (const char16_t* last : {u"changed on one", u"changed on two", u"deleted on one", u"deleted on two", u"conflict", u"untouched"})
-            ids_[last] = s.one().add(person(last, u"old"));
+            ids_[last] = s.one().add(contact(last, u"old"));
         EXPECT_EQ(s.sync(), S_OK);
-        s.one().add(person(u"new on one", u"new"));
-        s.two().add(person(u"new on two", u"new"));
+        s.one().add(contact(u"new on one", u"new"));
+        s.two().add(contact(u"new on two", u"new"));
         s.one().set(ids_[u"changed on one"], ftCity1, u"new");
         s.two().set(partner(u"changed on two"), ftCity1, u"new");
         s.one().remove(ids_[u"deleted on one"]);
@@ -52,6 +50,10 @@ public:
     SyncScenario s;
 
 private:
+    static FakeValues contact(const char16_t* last, const char16_t* city)
+    {
+        return {{ftFirstName, u"F"}, {ftLastName, last}, {ftCity1, city}};
+    }
     std::u16string partner(const std::u16string& last)
     {
         for (const auto& [id, record] : s.two().records)

@@ -1,6 +1,8 @@
 #include "People.h"
 #include "SyncScenario.h"
 
+#include <gmock/gmock.h>
+
 using mbtest::person;
 using mbtest::SyncScenario;
 
@@ -65,4 +67,13 @@ TEST(FirstSync, ASourceWithoutIdentifiersAndDatesWritesTheRecordAndLeavesNoLink)
     EXPECT_EQ(s.two().records.size(), 1u);
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_EQ(s.two().records.size(), 2u) << "no link, so it is new again";
+}
+
+TEST(FirstSync, ANameWithLineBreaksStaysInItsLineOfTheLog)
+{
+    SyncScenario s;
+    s.one().add(person(u"Eve\r\n\tCONFLICT: Ada\n", u"Evil"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), testing::HasSubstr("CREATED in Second: Eve \tCONFLICT: Ada  Evil\r\n"));
+    EXPECT_EQ(s.two().records.begin()->second.values.find(ftFirstName)->second, u"Eve\r\n\tCONFLICT: Ada\n") << "the contact keeps them";
 }
