@@ -88,6 +88,10 @@ Database::Database(const std::string& path)
     if (code != SQLITE_OK) fail(opened, code);
     sqlite3_busy_timeout(opened, busyMilliseconds);
     sqlite3_extended_result_codes(opened, 1);
+    // A card file may come from anyone: what was put into its schema is not run.
+    for (const int trust : {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
+        sqlite3_db_config(opened, trust, 0, nullptr);
+    sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
 }
 
 void Database::execute(const char* sql)

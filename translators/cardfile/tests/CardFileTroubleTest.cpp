@@ -68,6 +68,34 @@ TEST_F(CardFileTroubleTest, ACardFileWithoutItsTablesIsRefused)
     EXPECT_NE(openFailure().find("no such table"), std::string::npos);
 }
 
+TEST_F(CardFileTroubleTest, WhatAStrangerPutIntoTheSchemaIsNotRun)
+{
+    const std::string kept = addCard(*open(), u"Kept"), changed = addCard(*open(), u"Lovelace");
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, "CREATE TRIGGER trap AFTER UPDATE ON card BEGIN DELETE FROM card; END", nullptr, nullptr, nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    const auto cards = open();
+    cards->beginEdit(changed);
+    cards->write(changed, ftLastName, u"King");
+    EXPECT_EQ(cards->save(changed), changed);
+    EXPECT_EQ(readValue(*cards, kept, ftLastName), u"Kept");
+    EXPECT_EQ(readValue(*cards, changed, ftLastName), u"King");
+}
+
+TEST_F(CardFileTroubleTest, AViewInPlaceOfATableIsRefused)
+{
+    (void)open();
+    sqlite3* database = nullptr;
+    ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+    EXPECT_EQ(sqlite3_exec(database, "DROP TABLE field; CREATE VIEW field AS SELECT 1 AS card, 2 AS type, 'x' AS value", nullptr, nullptr,
+                           nullptr),
+              SQLITE_OK);
+    sqlite3_close(database);
+    EXPECT_NE(openFailure().find(file.string()), std::string::npos);
+}
+
 TEST_F(CardFileTroubleTest, AnyCutOfACardFileIsReadOrRefused)
 {
     std::string id;
