@@ -4,7 +4,8 @@
 
 namespace mbhost {
 
-inline constexpr char mapHelp[] = "The map's identifier, or a beginning of it", jsonHelp[] = "As JSON, for scripts";
+inline constexpr char mapHelp[] = "The map's identifier, or a beginning of it", jsonHelp[] = "As JSON, for scripts",
+                      noMapYet[] = "There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n";
 
 void addPluginCommands(CLI::App& app);   // register, unregister, translators
 void addMapCommands(CLI::App& app);      // add, maps, show, set, remove

@@ -26,9 +26,15 @@ std::string summaryText(std::u16string_view summary)
     return out;
 }
 
+std::string nameOf(const PlannedContact& contact)
+{
+    if (contact.company.empty()) return contact.name.empty() ? "(no name)" : contact.name;
+    return contact.name.empty() ? contact.company : contact.name + " (" + contact.company + ")";
+}
+
 std::string contactText(const PlannedContact& contact)
 {
-    std::string out = "  " + contact.action + ": " + contact.name + (contact.company.empty() ? "" : " (" + contact.company + ")") + "\n";
+    std::string out = "  " + contact.action + ": " + nameOf(contact) + "\n";
     std::vector<std::vector<std::string>> rows;
     for (const PlannedField& field : contact.fields) rows.push_back({field.name, field.current, field.value});
     return rows.empty() ? out : out + indented(table({"FIELD", "NOW", "NEW"}, rows), "      ");

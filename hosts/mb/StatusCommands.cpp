@@ -47,7 +47,7 @@ void status(bool json)
         rows.push_back({guidName(guid), state, last == 0.0 ? "-" : dateName(last), storeName(map, 0) + "  " + storeName(map, 1)});
     }
     if (json) return printJson(out);
-    if (rows.empty()) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
+    if (rows.empty()) return print(noMapYet);
     print(table({"MAP", "LAST RUN", "WHEN", "STORES"}, rows));
 }
 

@@ -166,7 +166,7 @@ void sync(const std::vector<std::string>& names, const SyncOptions& options)
 {
     const Engine engine;
     const auto wanted = resolveMaps(engine, names);
-    if (wanted.empty() && !options.json) return print("There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n");
+    if (wanted.empty() && !options.json) return print(noMapYet);
 
     catchInterrupts();
     Runner runner(engine, options);

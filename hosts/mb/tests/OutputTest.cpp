@@ -1,5 +1,7 @@
 #include "Output.h"
 
+#include "PlanOutput.h"
+
 #include <gtest/gtest.h>
 
 using namespace mbhost;
@@ -75,4 +77,16 @@ TEST(JsonOutputTest, MembersKeepTheirOrder)
     printJson(Json{{"z", 1}, {"a", 2}});
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "{\n  \"z\": 1,\n  \"a\": 2\n}\n");
+}
+
+TEST(PlanTextTest, EachContactHasANameToShow)
+{
+    RunPlan plan;
+    plan.contacts = {{0, "Add", "Ada Lovelace", "", {}},
+                     {0, "Add", "", "Analytical Ltd.", {}},
+                     {1, "Delete", "Ada", "Analytical Ltd.", {}},
+                     {1, "Add", "", "", {}}};
+    const std::string text = planText({}, plan);
+    EXPECT_NE(text.find("  Add: Ada Lovelace\n  Add: Analytical Ltd.\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("  Delete: Ada (Analytical Ltd.)\n  Add: (no name)\n"), std::string::npos) << text;
 }
