@@ -29,6 +29,10 @@ int main(int argc, char** argv)
         addRecordCommands(app);
         addHistoryCommand(app);
         addScriptCommand(app);
+        if (argc == 1) {
+            std::fputs(app.help().c_str(), stderr);
+            return exitUsage;
+        }
         app.parse(argc, argv);
         finishOutput();
         return exitDone;

@@ -173,6 +173,14 @@ TEST_F(EndToEndTest, WrongUsageIsTwoAndAnUnknownMapIsOne)
     EXPECT_EQ(mb({"sync", "--help"}).code, 0);
 }
 
+TEST_F(EndToEndTest, WithoutACommandItShowsItsHelp)
+{
+    const Result result = mb({});
+    EXPECT_EQ(result.code, 2);
+    EXPECT_EQ(result.error, mb({"--help"}).out);
+    EXPECT_EQ(result.out, "");
+}
+
 TEST_F(EndToEndTest, EveryCommandHasHelpWithAnExample)
 {
     for (const char* command : {"register", "unregister", "translators", "add", "maps", "show", "set", "fields", "remove", "sync", "status",
