@@ -124,10 +124,13 @@ private:
         const com::Bstr id(entry.Id), mapped(entry.MappedId);
         const bool otherGone = FAILED(com::call(other_.translator, &ITranslator::FindRecord, mapped.get()));
         const bool ownGone = FAILED(com::call(own_.translator, &ITranslator::FindRecord, id.get()));
-        (ownGone ? own_.Gone : own_.Seen).insert(entry.Id);
+        if (ownGone)
+            own_.Gone.insert(entry.Id);
+        else
+            own_.Seen.insert(entry.Id);
         if (otherGone) other_.Gone.insert(entry.MappedId);
-        if (own_.Gone.contains(entry.Id) && own_.Seen.contains(entry.Id)) return contradicts(side_, entry.Id);
-        if (otherGone && other_.Seen.contains(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
+        if (!ownGone && own_.Gone.contains(entry.Id)) return contradicts(side_, entry.Id);
+        if (otherGone && other_.wasSeen(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
         if (!ownGone) {
             if (!changedByDate(id, entry)) return S_OK;
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);

@@ -59,13 +59,17 @@ void SyncScenario::setOption(_SyncOptions option, LONG value)
     ASSERT_EQ(maps()->SetOption(map_, option, v), S_OK);
 }
 
-HRESULT SyncScenario::sync()
+HRESULT SyncScenario::run(VARIANT_BOOL silent)
 {
     makeMap();
     log_->clear();
     sink_->labels.clear();
-    return synchronizer_->Synchronize(map_, VARIANT_TRUE);
+    return synchronizer_->Synchronize(map_, silent);
 }
+
+HRESULT SyncScenario::sync() { return run(VARIANT_TRUE); }
+
+HRESULT SyncScenario::syncAsking() { return run(VARIANT_FALSE); }
 
 GUID SyncScenario::addMap()
 {

@@ -26,6 +26,8 @@ public:
 
     // Makes the map if there is none, and runs it silently.
     HRESULT sync();
+    // The same with a user, who is asked.
+    HRESULT syncAsking();
     HRESULT resync();
     // Runs all maps.
     HRESULT syncAll();
@@ -55,6 +57,7 @@ public:
     TestFolder folder;
 
 private:
+    HRESULT run(VARIANT_BOOL silent);
     static HRESULT createObject(REFCLSID clsid, REFIID riid, void** out);
     std::shared_ptr<CallLog> log_ = std::make_shared<CallLog>();
     std::shared_ptr<FakeStore> stores_[2];

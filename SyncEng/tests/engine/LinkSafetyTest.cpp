@@ -1,0 +1,44 @@
+// What may cost no contact and no link between two contacts: identifiers that look alike, what an earlier run left behind, and a history
+// that lost a part.
+#include "FrontEndFake.h"
+#include "SyncScenario.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using mbtest::FakeValues;
+using mbtest::SyncScenario;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+FakeValues person(const char16_t* first, const char16_t* last) { return {{ftFirstName, first}, {ftLastName, last}}; }
+
+} // namespace
+
+TEST(LinkSafety, ARecordThatGaveWayToOneWhoseIdentifierDiffersInCaseEndsNoRun)
+{
+    SyncScenario s;
+    s.one().add(u"ada.vcf", person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    s.one().remove(u"ada.vcf");
+    s.one().add(u"Ada.vcf", person(u"Ada", u"Byron"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.two().records, SizeIs(1));
+    EXPECT_EQ(s.two().get(s.two().order.back(), ftLastName), u"Byron");
+    s.expectInStep();
+}
+
+TEST(LinkSafety, OfTwoKnownRecordsWhoseIdentifiersDifferInCaseOneMayGo)
+{
+    SyncScenario s;
+    s.one().add(u"Ada.vcf", person(u"Ada", u"Byron"));
+    s.one().add(u"ada.vcf", person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.two().records, SizeIs(2));
+    s.one().remove(u"ada.vcf");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.two().records, SizeIs(1));
+    s.expectInStep();
+}
