@@ -47,7 +47,7 @@ struct PipelinePass {
     PerSide<bool> Send{true, true}; // this side's records go to the other one; so it is scanned, and the other written
     bool FirstSync = false;         // the map has no usable history
     bool HasHistory = true;         // at least one side has history entries
-    std::vector<std::u16string> GoneOnBoth{}; // records that neither side has any more
+    PerSide<std::vector<std::u16string>> GoneOnBoth{}; // each side's known records that neither side has any more
     std::size_t TotalTasks = 0, DoneTasks = 0;
 
     [[nodiscard]] PassSide& side(Side which) noexcept { return sides[which]; }

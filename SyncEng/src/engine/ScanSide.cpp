@@ -136,7 +136,7 @@ private:
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
             if (otherGone) storeDeletion(entry, entry.Id); // a change here against a deletion there: the conflict stage decides
         } else if (otherGone) {
-            pass_.GoneOnBoth.push_back(entry.Id);
+            pass_.GoneOnBoth[side_].push_back(entry.Id);
         } else if (FindTask(other_.Tasks, entry.MappedId) == other_.Tasks.end()) {
             storeDeletion(entry, std::nullopt);
         }
@@ -228,10 +228,11 @@ private:
 
 void ForgetGone(PipelinePass& pass)
 {
-    // Only the one of these that finds the entry does anything.
-    for (const std::u16string& id : pass.GoneOnBoth)
-        for (const Side side : {Side::One, Side::Two}) (void)UnlinkHistoryEntry(*pass.run.History, side, id);
-    pass.GoneOnBoth.clear();
+    // The other side may have a record of that identifier too, and that one's pair is left alone.
+    for (const Side side : {Side::One, Side::Two}) {
+        for (const std::u16string& id : pass.GoneOnBoth[side]) (void)UnlinkHistoryEntry(*pass.run.History, side, id);
+        pass.GoneOnBoth[side].clear();
+    }
 }
 
 HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled)

@@ -42,3 +42,24 @@ TEST(LinkSafety, OfTwoKnownRecordsWhoseIdentifiersDifferInCaseOneMayGo)
     EXPECT_THAT(s.two().records, SizeIs(1));
     s.expectInStep();
 }
+
+TEST(LinkSafety, APairGoneOnBothSidesTakesNoOtherPairWithItThatBearsItsIdentifier)
+{
+    SyncScenario s;
+    // Both stores count from 1: the identifiers of one side are those of other records on the other side.
+    for (auto* store : {&s.one(), &s.two()})
+        store->options.makeId = [](int n) { return std::u16string(static_cast<std::size_t>(n), u'1'); };
+    const auto charles = s.two().add(person(u"Charles", u"Babbage"));
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    ASSERT_EQ(ada, charles);
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back(), charles1 = s.one().order.back();
+    s.one().remove(ada);
+    s.two().remove(ada2);
+    EXPECT_EQ(s.sync(), S_OK);
+    s.two().set(charles, ftLastName, u"Babbage Jr");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().get(charles1, ftLastName), u"Babbage Jr") << "the pair is linked still";
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    s.expectInStep();
+}
