@@ -55,7 +55,10 @@ public:
 private:
     void forgetLastPass()
     {
-        for (const Side side : bothSides) run_.side(side).HasAdditions = run_.side(side).HasDeletions = false;
+        for (const Side side : bothSides) {
+            run_.side(side).HasAdditions = run_.side(side).HasDeletions = false;
+            run_.side(side).HistoryRemovals.clear(); // a run that was cancelled leaves its own, maybe of another map
+        }
         run_.ContactPassPending = false;
         run_.FieldTypes.clear();
         run_.UnverifiedRecords.clear();

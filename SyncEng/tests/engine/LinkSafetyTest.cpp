@@ -63,3 +63,29 @@ TEST(LinkSafety, APairGoneOnBothSidesTakesNoOtherPairWithItThatBearsItsIdentifie
     EXPECT_THAT(s.one().records, SizeIs(1));
     s.expectInStep();
 }
+
+TEST(LinkSafety, WhatACancelledRunMeantToUnlinkStaysLinkedInTheNextOne)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    const auto lost = s.two().records.at(ada2);
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().remove(ada2);
+    // A conflict was settled, and then the user thought better of it.
+    mbtest::FrontEndFake user;
+    user.byDefault = mb::idCancel;
+    s.setOption(soDelConflictResolution, croTrans1Wins);
+    EXPECT_EQ(s.syncAsking(), E_ABORT);
+    // Both stores go back to what they were.
+    s.one().set(ada, ftCity1, u"");
+    s.two().add(ada2, lost.values);
+    s.two().records.at(ada2).modified = lost.modified;
+    EXPECT_EQ(s.sync(), S_OK);
+    s.two().set(ada2, ftLastName, u"Byron");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().get(ada, ftLastName), u"Byron");
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    s.expectInStep();
+}
