@@ -1,5 +1,6 @@
 #include "engine/Conflicts.h"
 #include "engine/FailureReport.h"
+#include "engine/MatchRules.h"
 #include "engine/RecordChanges.h"
 #include "engine/StageProgress.h"
 #include "text.h"
@@ -49,20 +50,36 @@ private:
     HRESULT examineChangedPair(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
     {
         PerSide<FieldValueMap> changes;
+        bool lost = false;
         for (const Side side : {Side::One, Side::Two}) {
             HRESULT failure = S_OK;
-            const bool first = side == Side::One;
+            const std::u16string& id = side == Side::One ? id1 : id2;
             changes[side] =
-                ReadRecordChanges(pass_, side, first ? id1 : id2, ReadErrors::SkipField, (first ? e1 : e2).FieldMapRemapped, &failure);
+                ReadRecordChanges(pass_, side, id, ReadErrors::SkipField, (side == Side::One ? e1 : e2).FieldMapRemapped, &failure);
+            if (SUCCEEDED(failure) && changes[side].empty()) {
+                // The history has no values of the record: any field may have changed, and an empty set would send them all.
+                lost = true;
+                changes[side] = ReadAllFields(pass_, side, id, failure);
+            }
             if (FAILED(failure)) {
                 chargeFailure(pass_, side);
                 return failure;
             }
         }
-        if (ChangesOverlap(changes.one, changes.two, run_.FieldTypes)) add(id1, {id2, false, run_.Options.ConflictResolution});
+        const bool conflict = lost ? valuesDiffer(changes.one, changes.two) : ChangesOverlap(changes.one, changes.two, run_.FieldTypes);
+        if (conflict) add(id1, {id2, false, run_.Options.ConflictResolution});
         e1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
         e2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
         return S_OK;
+    }
+
+    bool valuesDiffer(const FieldValueMap& values1, const FieldValueMap& values2) const
+    {
+        return std::any_of(values1.begin(), values1.end(), [&](const auto& field) {
+            const auto mapped = run_.FieldTypes.find(field.first);
+            const auto other = values2.find(mapped == run_.FieldTypes.end() ? field.first : mapped->second);
+            return other != values2.end() && !sameAlnum(field.second, other->second);
+        });
     }
 
     // A pair that a search for duplicates made, or that an earlier call has read. Wanted: the options are not consulted.

@@ -44,9 +44,9 @@ struct PipelinePass {
     RunState& run;
     PerSide<PassSide> sides;
     LONG FieldCount = 0;
-    PerSide<bool> Send{true, true}; // this side's records go to the other one; so it is scanned, and the other written
-    bool FirstSync = false;         // the map has no usable history
-    bool HasHistory = true;         // at least one side has history entries
+    PerSide<bool> Send{true, true};                    // this side's records go to the other one; so it is scanned, and the other written
+    bool FirstSync = false;                            // the map has no usable history
+    bool HasHistory = true;                            // at least one side has history entries
     PerSide<std::vector<std::u16string>> GoneOnBoth{}; // each side's known records that neither side has any more
     std::size_t TotalTasks = 0, DoneTasks = 0;
 

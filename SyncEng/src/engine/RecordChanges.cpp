@@ -21,13 +21,15 @@ bool sameValue(std::u16string_view a, std::u16string_view b)
     return a == b || platform::compareNoCase(TrimFieldValue(a), TrimFieldValue(b)) == 0;
 }
 
+enum class Past { Needed, Optional };
+
 // One record open for comparison with its stored values.
 class OpenRecord {
 public:
-    OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId)
+    OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId, Past past = Past::Needed)
         : run_(pass.run), own_(pass.side(side)), id_(recordId), images_(own_.translator.tryAs<IImageSupport>())
     {
-        if (FAILED(run_.History->ReadFieldData(sectionOf(side), recordId, stored))) return;
+        if (FAILED(run_.History->ReadFieldData(sectionOf(side), recordId, stored)) && past == Past::Needed) return;
         failure = com::call(own_.translator, &ITranslator::BeginReadRecord, id_.get());
         open_ = SUCCEEDED(failure);
     }
@@ -96,6 +98,27 @@ void collectImageChange(const OpenRecord& record, const GUID& field, LONG type, 
     out[type] = imageFlagText(has);
 }
 
+// False where it gave up.
+bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force, ReadErrors readErrors, FieldValueMap& out)
+{
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        LONG type = 0;
+        if (!record.typeOf(i, type)) continue;
+        const GUID& field = fields[i];
+        if (isImageType(type)) {
+            collectImageChange(record, field, type, force, out);
+            continue;
+        }
+        std::u16string value;
+        if (FAILED(record.text(field, value))) {
+            if (readErrors == ReadErrors::GiveUp) return false;
+            continue;
+        }
+        if (force || !sameValue(value, storedText(record.stored, type))) out[type] = std::move(value);
+    }
+    return true;
+}
+
 } // namespace
 
 bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, bool& unread)
@@ -125,31 +148,20 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
                                 HRESULT* failure)
 {
-    FieldValueMap out;
-    if (!pass.side(side).field) return out;
+    if (!pass.side(side).field) return {};
     OpenRecord record(pass, side, recordId);
-    if (!record) {
-        if (failure) *failure = record.failure;
-        return out;
-    }
-    const auto fields = pass.fields(side);
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-        LONG type = 0;
-        if (!record.typeOf(i, type)) continue;
-        const GUID& field = fields[i];
-        if (isImageType(type)) {
-            collectImageChange(record, field, type, force, out);
-            continue;
-        }
-        std::u16string value;
-        const HRESULT hr = record.text(field, value);
-        if (FAILED(hr)) {
-            if (failure && SUCCEEDED(*failure)) *failure = hr;
-            if (readErrors == ReadErrors::SkipField) continue;
-            return {};
-        }
-        if (force || !sameValue(value, storedText(record.stored, type))) out[type] = std::move(value);
-    }
+    FieldValueMap out;
+    const bool complete = record && collectChanges(record, pass.fields(side), force, readErrors, out);
+    if (failure) *failure = record.failure;
+    return complete ? out : FieldValueMap();
+}
+
+FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string& recordId, HRESULT& failure)
+{
+    OpenRecord record(pass, side, recordId, Past::Optional);
+    FieldValueMap out;
+    if (record) (void)collectChanges(record, pass.fields(side), true, ReadErrors::SkipField, out);
+    failure = record.failure;
     return out;
 }
 

@@ -17,4 +17,7 @@ enum class ReadErrors { SkipField, GiveUp };
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
                                 HRESULT* failure = nullptr);
 
+// All that the record holds, whatever the history knows of it.
+FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string& recordId, HRESULT& failure);
+
 } // namespace mb

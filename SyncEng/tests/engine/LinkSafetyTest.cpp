@@ -89,3 +89,19 @@ TEST(LinkSafety, WhatACancelledRunMeantToUnlinkStaysLinkedInTheNextOne)
     EXPECT_THAT(s.one().records, SizeIs(1));
     s.expectInStep();
 }
+
+TEST(LinkSafety, WhereTheHistoryLostTheValuesOfARecordTwoChangesAreAConflictAndNoExchange)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    s.log().failOn("2 ReadField", 1, E_FAIL); // as the target is read back
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().set(ada2, ftCity1, u"Rome");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().get(ada, ftCity1), u"Paris");
+    EXPECT_EQ(s.two().get(ada2, ftCity1), u"Rome");
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
+    s.expectInStep();
+}
