@@ -7,9 +7,11 @@ class Settlement {
 public:
     Settlement(PipelinePass& pass, ConflictPair& pair) : pass_(pass), run_(pass.run), pair_(pair) {}
 
-    // Each record stands alone from now on.
+    // Each record stands alone from now on. A run that ends between the two sides must not leave the link of the one that waits, or the
+    // next run takes it for a change of the other.
     void dissolve()
     {
+        run_.side(Side::One).HistoryRemovals.push_back(entry(Side::One)->first);
         for (const Side side : {Side::One, Side::Two}) {
             close(task(side));
             task(side).Changes.reset();

@@ -105,3 +105,24 @@ TEST(LinkSafety, WhereTheHistoryLostTheValuesOfARecordTwoChangesAreAConflictAndN
     EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
     s.expectInStep();
 }
+
+TEST(LinkSafety, APairThatWasDissolvedIsNotTakenUpAgainAfterARunThatEndedHalfway)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().set(ada2, ftCity1, u"Rome");
+    s.sink().writes = 0;
+    s.sink().cancelAtWrite = 1; // side 2 has its new record, side 1 not yet
+    EXPECT_EQ(s.sync(), E_ABORT);
+    EXPECT_THAT(s.two().records, SizeIs(2));
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().get(ada, ftCity1), u"Paris");
+    EXPECT_EQ(s.two().get(ada2, ftCity1), u"Rome");
+    EXPECT_THAT(s.one().records, SizeIs(2));
+    EXPECT_THAT(s.two().records, SizeIs(2));
+    s.expectInStep();
+}
