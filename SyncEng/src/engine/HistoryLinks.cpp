@@ -1,6 +1,17 @@
 #include "engine/HistoryLinks.h"
 
 namespace mb {
+namespace {
+
+// The record has a change of its own that is written later in this run. Until then it keeps its old date: a run that ends before would
+// leave the next one nothing to see the change by.
+bool isWaiting(PassSide& side, const std::u16string& id)
+{
+    const auto task = FindTask(side.Tasks, id);
+    return task != side.Tasks.end() && task->second.MappedId && task->second.Kind != TaskDelete;
+}
+
+} // namespace
 
 HRESULT UnlinkHistoryEntry(CSyncHistory& history, Side side, const std::u16string& recordId)
 {
@@ -65,6 +76,12 @@ HRESULT StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& 
     partner.MappedId = recordId;
     partner.ModifiedTime = dateOf(target, targetId);
     CSyncHistory& history = *pass.run.History;
+    if (isWaiting(pass.side(target), targetId)) {
+        HistoryEntry known;
+        known.Id = targetId;
+        (void)history.ReadEntry(sectionOf(target), known, false);
+        partner.ModifiedTime = known.ModifiedTime; // none is unknown: its values are compared
+    }
     if (FAILED(history.WriteEntry(sectionOf(source), own))) return E_FAIL;
     return history.WriteEntry(sectionOf(target), partner);
 }

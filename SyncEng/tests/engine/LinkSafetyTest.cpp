@@ -126,3 +126,21 @@ TEST(LinkSafety, APairThatWasDissolvedIsNotTakenUpAgainAfterARunThatEndedHalfway
     EXPECT_THAT(s.two().records, SizeIs(2));
     s.expectInStep();
 }
+
+TEST(LinkSafety, AChangeThatWaitsWhileItsRecordIsWrittenIsNotForgottenByARunThatEndsHalfway)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().set(ada2, ftPhone, u"5");
+    s.sink().writes = 0;
+    s.sink().cancelAtWrite = 1; // the city came to side 2, the phone did not come to side 1 yet
+    EXPECT_EQ(s.sync(), E_ABORT);
+    EXPECT_EQ(s.two().get(ada2, ftCity1), u"Paris");
+    EXPECT_EQ(s.one().get(ada, ftPhone), u"");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().get(ada, ftPhone), u"5");
+    s.expectInStep();
+}
