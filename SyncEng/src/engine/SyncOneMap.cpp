@@ -191,6 +191,7 @@ private:
     {
         MapOptions& options = run_.Options;
         const bool asks = !run_.CategoryPass;
+        options = {}; // what was set for the map before does not hold for this one
         options.ConfirmAdds = options.ConfirmUpdates = options.ConfirmDeletes = asks;
         options.ConflictResolution = options.DelConflictResolution = asks ? croNotify : croAddAll;
         // Categories have no images: a pass over them must not use up what the contact pass has to know.

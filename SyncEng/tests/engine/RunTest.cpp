@@ -268,3 +268,13 @@ TEST(Run, ADamagedHistoryIsKeptBesideAndTheRunBeginsAnew)
     EXPECT_EQ(s.folder.read(path.string() + ".damaged"), "<Scs><Sc>");
     EXPECT_THAT(s.logText(), HasSubstr("First time synchronization"));
 }
+
+TEST(Run, TheOptionsOfOneMapAreNotThoseOfTheNext)
+{
+    SyncScenario s;
+    s.setOption(soSyncType, stImportToTrans1);
+    s.addMap(); // nothing is set for it
+    s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.syncAll(), S_OK);
+    EXPECT_THAT(s.two().records, SizeIs(1)) << "the second map goes both ways";
+}
