@@ -94,7 +94,7 @@ HRESULT AnalyzeHistory(PipelinePass& pass)
         (void)run.History->GetLastSyncStatus(sectionOf(side), last[side].status);
     }
     HRESULT hr = S_OK;
-    pass.FirstSync = beginsAnew(run, last);
+    pass.FirstSync = run.HistoryVoid = beginsAnew(run, last);
     if (pass.FirstSync) {
         pass.HasHistory = false;
         WriteLogResource(1, last.one.database.empty() || last.two.database.empty() ? 149 : 150);

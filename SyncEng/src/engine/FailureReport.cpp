@@ -154,6 +154,8 @@ HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<IT
         hr = codeNotInstalled;
     }
     SaveScope scope(run.History->store());
+    // Under the names that follow, the entries of other stores would pass for these stores' own, and all their records for deleted.
+    if (run.HistoryVoid) (void)run.History->Clear();
     for (const Side side : {Side::One, Side::Two}) {
         if (!translators[side]) run.side(side).Database.clear();
         (void)run.History->SetDatabase(sectionOf(side), run.side(side).Database);

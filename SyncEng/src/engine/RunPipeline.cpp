@@ -168,6 +168,7 @@ private:
         logWithTime(231);
         // Only now, so that a cancelled first run leaves the old history in place.
         if (pass_.FirstSync && !run_.transferring()) (void)run_.History->Clear();
+        run_.HistoryVoid = false;
         dropRemovedLinks();
         pass_.TotalTasks = pass_.side(Side::One).Tasks.size() + pass_.side(Side::Two).Tasks.size();
         pass_.DoneTasks = 0;

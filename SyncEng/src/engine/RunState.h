@@ -46,6 +46,7 @@ struct RunState {
     com::Ptr<IFieldMap> FieldMap;
     CSyncHistory* History = nullptr; // lives on the frame of SyncOneMap
     LONG HistoryVersion = -1;        // of the open history, -1 when unknown
+    bool HistoryVoid = false;        // this run begins anew, and what the history held before is still in it
 
     MapOptions Options;
     ErrorState Error;

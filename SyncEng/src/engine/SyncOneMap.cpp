@@ -32,6 +32,7 @@ public:
     HRESULT run()
     {
         run_.ImagesAvailable = true;
+        run_.HistoryVoid = false;
         for (const Side side : bothSides) {
             run_.side(side).Database.clear();
             run_.side(side).BatchOpen = false;

@@ -278,3 +278,18 @@ TEST(Run, TheOptionsOfOneMapAreNotThoseOfTheNext)
     EXPECT_EQ(s.syncAll(), S_OK);
     EXPECT_THAT(s.two().records, SizeIs(1)) << "the second map goes both ways";
 }
+
+TEST(Run, AFailedRunOverAnExchangedStoreLeavesNoHistoryThatDeletesByIt)
+{
+    SyncScenario s;
+    for (const char16_t* last : {u"Lovelace", u"Hopper", u"Turing"}) s.one().add(person(u"F", last));
+    EXPECT_EQ(s.sync(), S_OK);
+    s.two().options.database = u"another store";
+    for (const std::u16string& id : std::vector(s.two().order)) s.two().remove(id);
+    s.two().add(u"X1", person(u"F", u"Noether"));
+    s.log().failOn("2 GetRecordCount", s.log().count("2 GetRecordCount") + 1, E_FAIL);
+    EXPECT_EQ(s.sync(), E_FAIL);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(4));
+    EXPECT_THAT(s.two().records, SizeIs(4));
+}
