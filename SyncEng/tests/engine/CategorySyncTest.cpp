@@ -1,3 +1,4 @@
+#include "FrontEndFake.h"
 #include "store/CSyncHistory.h"
 #include "SyncScenario.h"
 
@@ -40,6 +41,13 @@ protected:
         SafeArrayDestroy(guids);
         SafeArrayDestroy(found);
         return all;
+    }
+    std::size_t inLog(std::string_view text) const
+    {
+        const std::string log = s.logText();
+        std::size_t found = 0;
+        for (std::size_t at = 0; (at = log.find(text, at)) != log.npos; at += text.size()) ++found;
+        return found;
     }
     SyncScenario s;
 };
@@ -234,8 +242,53 @@ TEST_F(CategorySync, AResyncClearsBothHistories)
     EXPECT_THAT(s.one().categories, SizeIs(1));
     EXPECT_THAT(s.two().categories, SizeIs(1));
     EXPECT_THAT(s.two().records, SizeIs(1));
-    const std::string log = s.logText();
-    std::size_t first = 0;
-    for (std::size_t at = 0; (at = log.find("First time synchronization", at)) != log.npos; ++at) ++first;
-    EXPECT_EQ(first, 4u) << "categories and contacts, in both runs";
+    EXPECT_EQ(inLog("First time synchronization"), 4u) << "categories and contacts, in both runs";
+}
+
+TEST_F(CategorySync, WhatIsDoneToACategoryHasALineOfItsOwn)
+{
+    const std::u16string id = s.one().addCategory(u"Friends");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(inLog("\tCREATED category in Second: Friends"), 1u);
+    s.one().put(true, id, {{ftLastName, u"Good friends"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(inLog("\tUPDATED category in Second: Good friends"), 1u);
+    s.one().erase(true, id);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(inLog("\tDELETED category in Second: Good friends"), 1u);
+    for (const char* line : {"CREATED in", "UPDATED in", "DELETED in"}) EXPECT_EQ(inLog(line), 0u);
+}
+
+TEST_F(CategorySync, OnlyTheContactsTellOfTheCopyingAndTheEndOfTheRun)
+{
+    s.one().addCategory(u"Friends");
+    s.one().add({{ftLastName, u"Lovelace"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(inLog("Copying started at"), 1u);
+    EXPECT_EQ(inLog("Copying ended at"), 1u);
+    EXPECT_EQ(inLog("Synchronization started at"), 1u);
+    EXPECT_EQ(inLog("Synchronization ended at"), 1u);
+}
+
+TEST_F(CategorySync, TheLoadingOfTheHistoryHasALabelOfItsOwn)
+{
+    s.one().addCategory(u"Friends");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.sink().labels, Contains(u"Loading synchronization history (categories)."));
+}
+
+TEST_F(CategorySync, ThePassAsksTheUserNothing)
+{
+    const std::u16string id = s.one().addCategory(u"Friends");
+    EXPECT_EQ(s.sync(), S_OK);
+    s.one().put(true, id, {{ftLastName, u"Good friends"}});
+    s.two().put(true, s.two().categoryOrder.back(), {{ftLastName, u"Old friends"}});
+    s.one().addCategory(u"Work");
+    mbtest::FrontEndFake user;
+    const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
+    ASSERT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
+    EXPECT_EQ(synchronizer->Synchronize(s.map(), VARIANT_FALSE), S_OK);
+    EXPECT_THAT(user.captions, IsEmpty());
+    EXPECT_THAT(names(s.two()), UnorderedElementsAre(u"Good friends", u"Old friends", u"Work"));
 }

@@ -171,3 +171,82 @@ TEST(Duplicates, EachRecordIsReadOnceForTheSearch)
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_THAT(s.log().starting("1 ReadField A000001 Title"), SizeIs(1));
 }
+
+TEST(Duplicates, AFirstNameWithoutAnEmailIsNeverLookedUpByTheEmptyEmail)
+{
+    SyncScenario s;
+    const FakeValues firm{{ftLastName, u"Lovelace"}, {ftCompany, u"Analytical Engines Ltd"}, {ftTitle, u"Countess"}};
+    FakeValues one = firm, two = firm;
+    one[ftFirstName] = u"Ada";
+    two[ftFirstName] = u"Byron";
+    two[ftTitle] = u"Lord";
+    s.one().add(one);
+    s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("No duplicates found")) << "by their firm they would be one";
+    EXPECT_THAT(s.one().records, SizeIs(2));
+}
+
+TEST(Duplicates, WithoutAFirstNameTheEmailAloneFindsACandidateEvenTheEmptyOne)
+{
+    SyncScenario s;
+    FakeValues one{{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCompany, u"Analytical Engines Ltd"}};
+    FakeValues two{{ftLastName, u"Lovelace"}, {ftCompany, u"Analytical Engines Inc"}};
+    s.one().add(one);
+    s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
+}
+
+TEST(Duplicates, AnotherFirstNameIsFoundByTheEmail)
+{
+    SyncScenario s;
+    FakeValues two = ada();
+    two[ftFirstName] = u"Augusta";
+    s.one().add(ada());
+    s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1)) << "with equal content the first name makes no conflict";
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
+// The search for exact duplicates asks with empty keys, so a contact with a name is first met by its name and its content, and there
+// the first one of the other side is taken, whatever its e-mail.
+TEST(Duplicates, OfTwoWithEqualContentTheFirstIsTakenThoughTheOtherHasTheEmailToo)
+{
+    SyncScenario s;
+    FakeValues other = ada();
+    other[ftEmail1] = u"another@example.org";
+    s.one().add(other);
+    s.one().add(ada());
+    s.two().add(ada());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
+}
+
+TEST(Duplicates, AMatchedRecordIsNoCandidateOnEitherSide)
+{
+    SyncScenario s;
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()})
+        for (const char16_t* title : {u"Countess", u"Mathematician"}) store->add({{ftCompany, u"Analytical Engines"}, {ftTitle, title}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(2));
+    EXPECT_THAT(s.two().records, SizeIs(2));
+    s.expectInStep();
+}
+
+TEST(Duplicates, ACategoryPassHasLabelsOfItsOwn)
+{
+    SyncScenario s;
+    s.one().options.categories = s.two().options.categories = true;
+    s.one().addCategory(u"Friends");
+    s.two().addCategory(u"Work");
+    s.makeMap();
+    s.sink().cancelAtWrite = 1; // only the categories
+    EXPECT_EQ(s.sync(), E_ABORT);
+    EXPECT_THAT(
+        s.sink().labels,
+        testing::IsSupersetOf({u"Preparing to search for duplicates (categories).", u"Searching for exact duplicates (categories).",
+                               u"Searching for conflicting duplicates (categories).", u"Resolving possible conflicts (categories)."}));
+    for (const std::u16string& label : s.sink().labels) EXPECT_NE(label.find(u"(categories)"), label.npos);
+}

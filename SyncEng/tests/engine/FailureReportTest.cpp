@@ -1,3 +1,5 @@
+#include "engine/FailureReport.h"
+#include "foundation/SilentMode.h"
 #include "FrontEndFake.h"
 #include "registry.h"
 #include "SyncScenario.h"
@@ -150,4 +152,144 @@ TEST_F(FailureReport, WithNoErrorTheHostGetsAnEmptyCodeAndTwoEmptyTexts)
     EXPECT_EQ(code.vt, VT_EMPTY);
     EXPECT_TRUE(first.empty());
     EXPECT_TRUE(second.empty());
+}
+
+TEST_F(FailureReport, AFailureThatNoTranslatorTellsOfBearsTheNameOfTheWhole)
+{
+    EXPECT_THAT(show(engineCode(0x204)), HasSubstr("An error occurred while saving the Mirabook Synchronization file"));
+}
+
+TEST_F(FailureReport, ACodeOfZeroAndNoTextIsNoErrorAndLeavesNoCode)
+{
+    s.one().options.errorCode = 0;
+    s.two().options.errorCode = 0x10000; // zero in the 16 bits that are looked at
+    s.makeMap();
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    EXPECT_EQ(s.lastCode().vt, VT_EMPTY);
+    EXPECT_THAT(s.logText(), HasSubstr("An error occurred while saving the Mirabook Synchronization file\r\n"));
+}
+
+TEST_F(FailureReport, ATranslatorWithNoErrorLeavesNothingOfTheFormerOne)
+{
+    s.two().options.errorMessage1 = u"The store is locked.";
+    s.two().options.errorMessage2 = u"Close the other program.";
+    s.two().options.errorCode = 42;
+    (void)show(engineCode(0x204));
+    s.makeMap();
+    s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    s.two().options.info = false;
+    s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    EXPECT_EQ(s.lastError().first, u"");
+    EXPECT_EQ(s.lastError().second, u"");
+    EXPECT_EQ(s.lastCode().vt, VT_EMPTY);
+}
+
+TEST_F(FailureReport, AnErrorIsKeptThroughALaterSuccess)
+{
+    s.two().options.errorMessage1 = u"The store is locked.";
+    s.makeMap();
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.lastError().first, u"The store is locked.");
+}
+
+// ---- The report alone ----------------------------------------------------------------------------------------------------
+
+namespace {
+
+// A report in a silent run; what was shown.
+std::string reportSilently(const mb::RunState& run, HRESULT failure)
+{
+    mb::SilentMode = VARIANT_TRUE;
+    testing::internal::CaptureStderr();
+    mb::ReportFailure(run, failure);
+    mb::SilentMode = VARIANT_FALSE;
+    return testing::internal::GetCapturedStderr();
+}
+
+} // namespace
+
+TEST_F(FailureReport, TheNumberIsShownOfACodeThatIsAWholeNumber)
+{
+    const auto reported = [&](VARTYPE type, auto fill) {
+        mb::RunState run;
+        run.Error.LastErrorMessage1 = u"Kind " + std::u16string(1, static_cast<char16_t>(u'A' + type)) + u".";
+        run.Error.LastErrorCode.vt = type;
+        fill(static_cast<VARIANT&>(run.Error.LastErrorCode));
+        EXPECT_EQ(reportSilently(run, engineCode(0x204)), "");
+        const std::string log = s.logText();
+        return log.substr(log.rfind("Kind "));
+    };
+    EXPECT_THAT(reported(VT_I1, [](VARIANT& code) { code.cVal = -3; }), HasSubstr(". (-3)"));
+    EXPECT_THAT(reported(VT_I2, [](VARIANT& code) { code.iVal = -300; }), HasSubstr(". (-300)"));
+    EXPECT_THAT(reported(VT_I4, [](VARIANT& code) { code.lVal = -70000; }), HasSubstr(". (-70000)"));
+    EXPECT_THAT(reported(VT_INT, [](VARIANT& code) { code.intVal = 70001; }), HasSubstr(". (70001)"));
+    EXPECT_THAT(reported(VT_UI1, [](VARIANT& code) { code.bVal = 200; }), HasSubstr(". (200)"));
+    EXPECT_THAT(reported(VT_UI2, [](VARIANT& code) { code.uiVal = 60000; }), HasSubstr(". (60000)"));
+    EXPECT_THAT(reported(VT_UI4, [](VARIANT& code) { code.ulVal = 70002; }), HasSubstr(". (70002)"));
+    EXPECT_THAT(reported(VT_UINT, [](VARIANT& code) { code.uintVal = 70003; }), HasSubstr(". (70003)"));
+    EXPECT_THAT(reported(VT_R8, [](VARIANT& code) { code.dblVal = 7.0; }), Not(HasSubstr("(")));
+    EXPECT_THAT(reported(VT_BOOL, [](VARIANT& code) { code.boolVal = VARIANT_TRUE; }), Not(HasSubstr("(")));
+    EXPECT_THAT(reported(VT_EMPTY, [](VARIANT&) {}), Not(HasSubstr("(")));
+}
+
+TEST_F(FailureReport, AStopOfTheScheduleWouldBeShownEvenInASilentRunAndSwitchTheScheduleOff)
+{
+    constexpr char16_t path[] = u"Software\\Zorel\\Mirabook\\MBSyncCfg";
+    ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
+    auto key = platform::RegistryKey::open(platform::Root::CurrentUser, path);
+    ASSERT_TRUE(key && key->setNumber(u"AutoSyncEnabled", 1) && key->setNumber(u"AutoSyncSchedule", 5));
+    mb::RunState run;
+    run.Error.LastErrorMessage1 = u"Log on first.";
+    EXPECT_THAT(reportSilently(run, engineCode(0x214)), HasSubstr("Log on first."));
+    EXPECT_EQ(key->number(u"AutoSyncEnabled"), 0u);
+    EXPECT_EQ(key->number(u"AutoSyncSchedule"), 0u);
+}
+
+// ---- What is missing -----------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr GUID goldMine{0x2C0C63AE, 0x10AA, 0x4867, {0x92, 0xA5, 0x65, 0x7D, 0xBB, 0x18, 0x2E, 0x97}};
+constexpr GUID outlook{0x3D52B2B7, 0x74EB, 0x4DDA, {0x8E, 0x54, 0x56, 0x6B, 0x13, 0x61, 0x66, 0x5C}};
+
+} // namespace
+
+TEST_F(FailureReport, AMissingTranslatorIsNamedInASentenceThatReplacesTheResult)
+{
+    const std::tuple<GUID, GUID, std::u16string> rows[] = {{mbtest::fakeClass1, outlook, u"Outlook"}, {goldMine, outlook, u"GoldMine"}};
+    for (const auto& [id1, id2, name] : rows) {
+        const GUID map = com::newGuid();
+        (void)s.maps()->CreateEx(map, id1, id2);
+        EXPECT_EQ(s.syncMap(map), engineCode(0x218));
+        EXPECT_EQ(s.lastError().first,
+                  u"Error initializing " + name + u". \r\nPlease verify that " + name + u" is installed and properly configured.");
+        VARIANT_BOOL good = VARIANT_TRUE;
+        EXPECT_EQ(s.maps()->GetLastSyncStatus(map, &good), S_OK);
+        EXPECT_EQ(good, VARIANT_FALSE);
+        DATE time = 0;
+        EXPECT_EQ(s.maps()->GetLastSyncTime(map, &time), S_OK);
+        EXPECT_GT(time, 0.0);
+    }
+}
+
+TEST_F(FailureReport, AnUnknownMapBlamesTranslatorTwo)
+{
+    EXPECT_EQ(s.syncMap(com::newGuid()), engineCode(0x218));
+    EXPECT_EQ(s.lastError().first, u"Error initializing . \r\nPlease verify that  is installed and properly configured.");
+}
+
+TEST_F(FailureReport, AFailedRunRemembersTheDatabasesItFoundOpen)
+{
+    s.makeMap();
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    com::Bstr database1, database2;
+    EXPECT_EQ(s.maps()->GetLastSyncDatabase(s.map(), database1.put(), database2.put()), S_OK);
+    EXPECT_EQ(database1.view(), s.one().options.database);
+    EXPECT_EQ(database2.view(), s.two().options.database);
 }

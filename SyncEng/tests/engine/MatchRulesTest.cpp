@@ -168,6 +168,148 @@ TEST_F(Rules, InOneDirectionAPairIsLeftAlone)
     EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"a").MappedId);
 }
 
+TEST_F(Rules, FieldsOfTheirOwnRulesMakeNoDifferenceHere)
+{
+    MatchRow status;
+    status.field1.type = status.field2.type = ftRecordStatus;
+    rows.rows.push_back(status);
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftNotes, u"1"}, {ftCategories, u"1"}, {ftRecordStatus, u"1"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftNotes, u"2"}, {ftCategories, u"2"}, {ftRecordStatus, u"2"}}), u"a");
+    EXPECT_FALSE(changes1(u"a"));
+}
+
+TEST_F(Rules, AnImageOnSideTwoAloneIsAGiftToSideOne)
+{
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftImage1, u"0"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftImage1, u"1"}, {ftImageSize1, u"5"}}), u"a");
+    ASSERT_TRUE(changes1(u"a") && changes2());
+    EXPECT_TRUE(changes1(u"a")->empty());
+    EXPECT_EQ(changes2()->size(), 1u);
+    EXPECT_EQ(changes2()->find(ftImage1)->second, u"1");
+    const DroppedTasks dropped = PairDuplicates(pass, u"a", u"two", rows);
+    EXPECT_TRUE(dropped.drop1);
+    EXPECT_FALSE(dropped.drop2);
+    EXPECT_EQ(pass.side(Side::Two).Tasks.at(u"two").MappedId, u"a");
+}
+
+TEST_F(Rules, TwoImagesOfDifferentSizeAreADifferenceOfBothSides)
+{
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftImage1, u"1"}, {ftImageSize1, u"4"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftImage1, u"1"}, {ftImageSize1, u"5"}}), u"a");
+    ASSERT_TRUE(changes1(u"a") && changes2());
+    EXPECT_EQ(changes1(u"a")->find(ftImage1)->second, u"1");
+    EXPECT_EQ(changes1(u"a")->find(ftImageSize1)->second, u"4");
+    EXPECT_EQ(changes2()->find(ftImage1)->second, u"1");
+    EXPECT_EQ(changes2()->find(ftImageSize1)->second, u"5");
+    const DroppedTasks dropped = PairDuplicates(pass, u"a", u"two", rows);
+    EXPECT_FALSE(dropped.drop1 || dropped.drop2);
+}
+
+TEST_F(Rules, WhereImagesCannotBeComparedTheyMakeNoDifference)
+{
+    run.HistoryVersion = 3;
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftImage1, u"1"}, {ftImageSize1, u"4"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftImage1, u"1"}, {ftImageSize1, u"5"}}), u"a");
+    EXPECT_FALSE(changes1(u"a"));
+}
+
+TEST_F(Rules, AFieldThatOnlyANewVersionHasMakesNoDifferenceOnceItsMapIsNew)
+{
+    const Values one{{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"x"}},
+        two{{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"y"}};
+    MatchRow& title = *std::ranges::find(rows.rows, ftTitle, [](const MatchRow& row) { return row.field1.type; });
+    const auto winner = [&] {
+        // A perfect match ends the walk; without one the later of two equal candidates wins.
+        for (const char16_t* id : {u"a", u"b"}) add(Side::One, id, one);
+        return rank({u"a", u"b"}, two);
+    };
+    title.field1.flags = title.field2.flags = ffVersionDependent;
+    EXPECT_EQ(winner(), u"b") << "the map is no new one";
+    run.FieldMapRebuilt = true;
+    EXPECT_EQ(winner(), u"a");
+    EXPECT_EQ(changes1(u"a")->find(ftTitle)->second, u"x") << "the difference is noted all the same";
+    title.field2.flags = 0;
+    EXPECT_EQ(winner(), u"b") << "both fields must be such";
+}
+
+TEST_F(Rules, InOneDirectionNoDifferenceIsNoted)
+{
+    pass.Send[Side::One] = false;
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"x"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"y"}}), u"a");
+    EXPECT_FALSE(changes1(u"a") || changes2());
+    const DroppedTasks dropped = PairDuplicates(pass, u"a", u"two", rows);
+    EXPECT_FALSE(dropped.drop1 || dropped.drop2);
+    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"a").MappedId);
+}
+
+TEST_F(Rules, WhatIsNotedIsTheValueAsTheOtherFieldCanHoldIt)
+{
+    MatchRow page;
+    page.field1 = {ftWebPage, 0, 8};
+    page.field2 = {ftWebPage, ffReplaceNewLine, 5};
+    rows.rows.push_back(page);
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftWebPage, u"a\r\nb.example"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftWebPage, u"c\r\nd.example"}}), u"a");
+    EXPECT_EQ(changes1(u"a")->find(ftWebPage)->second, u"a b.e") << "and without the scheme that it was compared with";
+    EXPECT_EQ(changes2()->find(ftWebPage)->second, u"c\r\nd.exa");
+}
+
+TEST_F(Rules, AWebPageIsComparedWithItsScheme)
+{
+    MatchRow page;
+    page.field1.type = page.field2.type = ftWebPage;
+    rows.rows.push_back(page);
+    add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftWebPage, u"a.example"}});
+    EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftWebPage, u"http://a.example"}}), u"a");
+    EXPECT_FALSE(changes1(u"a"));
+}
+
+TEST_F(Rules, NotesThatDifferOnlyInWhatTheOtherFieldCannotHoldAreEqual)
+{
+    rows.notes = {ftNotes, 0, ffReplaceNewLine, 4, 6};
+    add(Side::One, u"a", {{ftNotes, u"12345678"}});
+    add(Side::Two, u"b", {{ftNotes, u"1234567"}});
+    EXPECT_FALSE(PairDuplicates(pass, u"a", u"b", rows).drop2) << "123456 of side 1 against 1234 of side 2";
+    EXPECT_EQ(changes1(u"a")->find(ftNotes)->second, u"12345678") << "as it was read";
+
+    add(Side::One, u"c", {{ftNotes, u"123456 and more"}});
+    add(Side::Two, u"d", {{ftNotes, u"1234"}});
+    rows.notes = {ftNotes, 0, 0, 0, 4};
+    EXPECT_TRUE(PairDuplicates(pass, u"c", u"d", rows).drop2);
+    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"c").Kind, TaskMatched);
+    add(Side::One, u"e", {{ftNotes, u"1234"}});
+    add(Side::Two, u"f", {{ftNotes, u"123456 and more"}});
+    rows.notes = {ftNotes, 0, 0, 4, 0};
+    EXPECT_TRUE(PairDuplicates(pass, u"e", u"f", rows).drop2);
+}
+
+TEST_F(Rules, EmailAndCategoriesThatDifferMakeAPairAConflict)
+{
+    for (const LONG type : {ftEmail1, ftCategories}) {
+        add(Side::One, u"a", {{type, u"1"}});
+        add(Side::Two, u"b", {{type, u"2"}});
+        const DroppedTasks dropped = PairDuplicates(pass, u"a", u"b", rows);
+        EXPECT_FALSE(dropped.drop1 || dropped.drop2) << type;
+        EXPECT_EQ(changes1(u"a")->find(type)->second, u"1");
+        pass.side(Side::One).Tasks.clear();
+        pass.side(Side::Two).Tasks.clear();
+    }
+}
+
+TEST_F(Rules, ARecordThatHasAPartnerIsNotPairedAgain)
+{
+    add(Side::One, u"a", {}).MappedId = u"other";
+    add(Side::Two, u"b", {});
+    EXPECT_FALSE(PairDuplicates(pass, u"a", u"b", rows).drop2);
+    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").MappedId, u"other");
+    add(Side::One, u"c", {});
+    add(Side::Two, u"d", {}).MappedId = u"other";
+    EXPECT_FALSE(PairDuplicates(pass, u"c", u"d", rows).drop2);
+    EXPECT_FALSE(PairDuplicates(pass, u"c", u"gone", rows).drop2);
+    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"c").MappedId);
+}
+
 // ---- The index answers what the expressions answer -----------------------------------------------------------------------
 
 namespace {

@@ -40,6 +40,9 @@ protected:
                              std::u16string(valueOf(e2, ftEmail1))};
         return RankCandidates(pass, u"two", keys, ids, rows);
     }
+    // What was noted as different; null for nothing.
+    FieldValueMap* changes1(const std::u16string& id) { return pass.side(Side::One).Tasks.at(id).Changes.get(); }
+    FieldValueMap* changes2() { return pass.side(Side::Two).Tasks.at(u"two").Changes.get(); }
     RunState run;
     PipelinePass pass{.run = run, .sides = {}};
     MatchRows rows;

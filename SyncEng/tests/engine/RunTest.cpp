@@ -293,3 +293,18 @@ TEST(Run, AFailedRunOverAnExchangedStoreLeavesNoHistoryThatDeletesByIt)
     EXPECT_THAT(s.one().records, SizeIs(4));
     EXPECT_THAT(s.two().records, SizeIs(4));
 }
+
+TEST(Run, ATranslatorWithFieldsAndNothingElseIsSynchronised)
+{
+    SyncScenario s;
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
+        mbtest::FakeOptions& o = store->options;
+        o.info = o.infoEx = o.updater = o.categories = o.dynamicFields = o.validator = o.images = o.userAccess = o.setUp = false;
+        o.matcher = o.verifier = o.duplicates = o.test = false;
+    }
+    s.one().add(person(u"Ada", u"Lovelace"));
+    s.two().add(person(u"Grace", u"Hopper"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(2));
+    s.expectInStep();
+}

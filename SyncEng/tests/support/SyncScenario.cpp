@@ -101,6 +101,14 @@ std::pair<std::u16string, std::u16string> SyncScenario::lastError()
     return {message1.text(), message2.text()};
 }
 
+com::Variant SyncScenario::lastCode()
+{
+    com::Variant code;
+    com::Bstr message1, message2;
+    EXPECT_EQ(synchronizer_->GetLastError(code.put(), message1.put(), message2.put()), S_OK);
+    return code;
+}
+
 std::multiset<FakeValues> SyncScenario::contents(const FakeStore& store)
 {
     std::multiset<FakeValues> all;

@@ -46,6 +46,7 @@ public:
     }
     com::Ptr<ITrMap> maps();
     [[nodiscard]] std::pair<std::u16string, std::u16string> lastError();
+    [[nodiscard]] com::Variant lastCode();
 
     // Each record by the values of the mapped fields, in no order: what must be equal on both sides.
     [[nodiscard]] static std::multiset<FakeValues> contents(const FakeStore& store);
