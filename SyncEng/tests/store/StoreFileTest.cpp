@@ -220,6 +220,86 @@ TEST_F(StoreFileTest, ARevertGoesBackToTheFile)
     EXPECT_EQ(value(u"T", u"s", u"k"), u"saved");
 }
 
+TEST_F(StoreFileTest, AWriteWithoutTheSaveFlagLeavesTheFileUntilTheNextSave)
+{
+    const std::string before = onDisk();
+    EXPECT_EQ(store.WriteValue(u"T", u"s", u"k", u"v", false, false), S_OK);
+    EXPECT_EQ(onDisk(), before);
+    EXPECT_EQ(store.Save(), S_OK);
+    EXPECT_NE(onDisk(), before);
+}
+
+TEST_F(StoreFileTest, RemovingAndRenamingAreSaved)
+{
+    const auto holds = [&](const char* text) { return onDisk().find(text) != std::string::npos; };
+    write(u"T", u"abc", u"k", u"v");
+    write(u"T", u"abc", u"l", u"v");
+    EXPECT_EQ(store.RemoveKey(u"T", u"abc", u"k"), S_OK);
+    EXPECT_FALSE(holds("<KN>aw==</KN>"));
+    EXPECT_EQ(store.RemoveKey(u"T", u"abc", u"k"), S_OK) << "a key that is not there is no error";
+    EXPECT_EQ(store.RenameSection(u"T", u"abc", u"ab", false), S_OK);
+    EXPECT_TRUE(holds("<SN>YWJj</SN>")) << "not without the flag";
+    EXPECT_EQ(store.RenameSection(u"T", u"ab", u"a", true), S_OK);
+    EXPECT_TRUE(holds("<SN>YQ==</SN>"));
+    EXPECT_EQ(store.RemoveSection(u"T", u"a", false), S_OK);
+    EXPECT_TRUE(holds("<SN>YQ==</SN>"));
+    EXPECT_EQ(store.RemoveSection(u"T", u"a", true), S_OK) << "a removal with nothing left to remove saves the former one";
+    EXPECT_FALSE(holds("<SN>YQ==</SN>"));
+    write(u"T", u"a", u"k", u"v");
+    EXPECT_EQ(store.RemoveType(u"T"), S_OK);
+    EXPECT_FALSE(holds("<ST>T</ST>"));
+}
+
+TEST_F(StoreFileTest, AVersionIsSavedAtOnce)
+{
+    EXPECT_EQ(store.SetVersion(3), S_OK);
+    EXPECT_EQ(onDisk(), "<Scs Version=\"3\"/>");
+}
+
+TEST_F(StoreFileTest, ClosingSavesAndForgetsThePath)
+{
+    EXPECT_EQ(store.WriteValue(u"T", u"s", u"k", u"v", false, false), S_OK);
+    EXPECT_EQ(store.Close(), S_OK);
+    EXPECT_NE(onDisk().find("<ST>T</ST>"), std::string::npos);
+    EXPECT_FALSE(store.isOpen());
+    EXPECT_TRUE(store.path().empty());
+    EXPECT_EQ(store.Close(), S_OK);
+}
+
+TEST_F(StoreFileTest, DeletingAFileThatIsGoneTellsTheSystemsErrorNumber)
+{
+    std::filesystem::remove(file);
+    EXPECT_EQ(store.DeleteStoreFile(), 2) << "not found";
+    EXPECT_FALSE(store.isOpen());
+}
+
+TEST_F(StoreFileTest, ATextThatIsNoIdentifierIsAFailure)
+{
+    write(u"T", u"s", u"g", u"{no identifier}");
+    GUID guid{};
+    EXPECT_TRUE(FAILED(store.ReadGuid(u"T", u"s", u"g", guid)));
+    EXPECT_EQ(store.ReadGuid(u"T", u"s", u"none", guid), E_FAIL);
+}
+
+TEST_F(StoreFileTest, TheFlagOfAllSectionsIsSavedWhereThatIsAskedAndCanBeTakenBack)
+{
+    write(u"T", u"s", u"k", u"v");
+    const std::string before = onDisk();
+    EXPECT_EQ(store.SetFlagInAllSections(u"T", 1, false), S_OK);
+    EXPECT_EQ(onDisk(), before);
+    EXPECT_EQ(store.SetFlagInAllSections(u"T", 0, true), S_OK);
+    EXPECT_NE(onDisk(), before);
+    EXPECT_EQ(value(u"T", u"s", u"FieldMapChanged"), u"0");
+    EXPECT_EQ(store.SetFlagInAllSections(u"T", 2, true), S_OK);
+    EXPECT_EQ(value(u"T", u"s", u"FieldMapChanged"), u"0") << "only 1 is set";
+}
+
+TEST(StoreType, QuotesAreEscapedAndDecodingReversesIt)
+{
+    EXPECT_EQ(EscapeTypeName(u"a'b\"c&", true), u"a&apos;b&quot;c&");
+    EXPECT_EQ(EscapeTypeName(u"a&apos;b&quot;c&", false), u"a'b\"c&");
+}
+
 TEST_F(StoreFileTest, TheDecodedCopyIsForPeople)
 {
     write(u"Trans1", u"r1", u"FieldData", u"2\u0003\u0006Ada\u0003\u0006");

@@ -1,5 +1,6 @@
 #include "store/CSyncHistory.h"
 
+#include "EventSinkFake.h"
 #include "TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +23,15 @@ protected:
         std::vector<HistoryEntry> entries;
         EXPECT_EQ(history.LoadEntries(side, entries, false, validate), S_OK);
         return entries;
+    }
+    // What the file holds now.
+    std::vector<std::u16string> savedRecords(std::u16string_view side)
+    {
+        CSyncHistory saved(nullptr);
+        EXPECT_EQ(saved.Open(map), S_OK);
+        std::vector<std::u16string> ids;
+        EXPECT_EQ(saved.ListRecords(side, ids), S_OK);
+        return ids;
     }
     mbtest::TestFolder folder;
     CSyncHistory history{nullptr};
@@ -184,6 +194,118 @@ TEST_F(SyncHistory, TheFlagOfTheFieldMapIsReadWithTheEntryOnlyWhereAsked)
     EXPECT_EQ(history.ReadEntry(u"Trans1", entry, true), S_OK);
     EXPECT_TRUE(entry.FieldMapChanged);
     EXPECT_TRUE(load(u"Trans1")[0].FieldMapChanged);
+}
+
+TEST_F(SyncHistory, RecordsAreKeptInTheFileOnlyOnceTheLastRunsDataAreWritten)
+{
+    const auto writers = {+[](CSyncHistory& h) { return h.SetDatabase(u"Trans1", u"d"); },
+                          +[](CSyncHistory& h) { return h.SetLastSyncTime(u"Trans1", 1.0); },
+                          +[](CSyncHistory& h) { return h.SetLastSyncStatus(u"Trans1", 1); }};
+    std::u16string id = u"a";
+    std::size_t kept = 0;
+    for (const auto write : writers) {
+        link(id, id);
+        EXPECT_EQ(history.WriteFieldData(u"Trans1", id, {}, false, false), S_OK);
+        EXPECT_EQ(savedRecords(u"Trans1").size(), kept);
+        EXPECT_EQ(write(history), S_OK);
+        EXPECT_EQ(savedRecords(u"Trans1").size(), ++kept);
+        id += u"a";
+    }
+}
+
+TEST_F(SyncHistory, AWriterOfRecordsSavesWhereItIsAskedTo)
+{
+    link(u"a", u"1");
+    EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", {}, false, true), S_OK);
+    EXPECT_EQ(savedRecords(u"Trans1"), (std::vector<std::u16string>{u"a"}));
+    EXPECT_EQ(history.RenameEntry(u"Trans1", {u"a", 0, {}, false}, u"b", true), S_OK);
+    EXPECT_EQ(savedRecords(u"Trans1"), (std::vector<std::u16string>{u"b"}));
+    HistoryEntry entry;
+    entry.Id = u"1";
+    EXPECT_EQ(history.SetMappedId(u"Trans2", entry, u"b", true), S_OK);
+    EXPECT_EQ(entry.MappedId, u"a") << "it tells the former one";
+    EXPECT_EQ(history.SetFieldMapChangedForAll(u"Trans2", true, true), S_OK);
+    CSyncHistory saved(nullptr);
+    ASSERT_EQ(saved.Open(map), S_OK);
+    EXPECT_EQ(saved.ReadEntry(u"Trans2", entry, true), S_OK);
+    EXPECT_EQ(entry.MappedId, u"b");
+    EXPECT_TRUE(entry.FieldMapChanged);
+    EXPECT_EQ(history.DeleteEntry(u"Trans1", u"b", true), S_OK);
+    EXPECT_TRUE(savedRecords(u"Trans1").empty());
+}
+
+TEST_F(SyncHistory, WithASuffixTheFlagOfTheFieldMapIsFoundByTheWholeTypeAlone)
+{
+    history.SetSectionSuffix(u"A", u"B");
+    link(u"a", u"1");
+    HistoryEntry entry;
+    entry.Id = u"a";
+    EXPECT_EQ(history.SetFieldMapChanged(u"Trans1", entry, true, false, false), S_OK);
+    EXPECT_EQ(history.ReadEntry(u"Trans1ab", entry, true), S_OK);
+    EXPECT_FALSE(entry.FieldMapChanged) << "it was written under the text as it was given";
+    EXPECT_EQ(history.SetFieldMapChanged(u"Trans1ab", entry, true, false, false), S_OK);
+    EXPECT_EQ(history.ReadEntry(u"Trans1ab", entry, true), S_OK);
+    EXPECT_TRUE(entry.FieldMapChanged);
+    EXPECT_EQ(history.SetFieldMapChanged(u"Trans1", entry, false, false, false), S_OK);
+    EXPECT_EQ(history.ReadEntry(u"Trans1", entry, true), S_OK);
+    EXPECT_FALSE(entry.FieldMapChanged) << "and so it is read";
+}
+
+TEST_F(SyncHistory, ALoadReportsItsProgressAndACancelLeavesTheHistoryAsItWas)
+{
+    const auto sink = com::make<mbtest::EventSinkFake>();
+    (void)history.exchangeSink(com::Ptr<ISyncEvents>(sink));
+    history.store().WriteDouble(u"Trans1", u"half", u"ModifiedTime", 1.0, false, true);
+    link(u"a", u"1");
+    std::vector<HistoryEntry> entries(3);
+    sink->cancelAt = 2;
+    EXPECT_EQ(history.LoadEntries(u"Trans1", entries, false, true), E_ABORT);
+    EXPECT_TRUE(entries.empty());
+    EXPECT_EQ(sink->labels, (std::vector<std::u16string>{u"Loading synchronization history."}));
+    EXPECT_EQ(sink->lastPercent, 100.0) << "the second of two";
+    std::vector<std::u16string> ids;
+    EXPECT_EQ(history.ListRecords(u"Trans1", ids), S_OK);
+    EXPECT_EQ(ids.size(), 2u) << "what is broken is still there";
+    EXPECT_EQ(history.LoadEntries(u"Trans1", entries, true, true), S_OK);
+    EXPECT_EQ(entries.size(), 1u);
+    EXPECT_EQ(sink->labels.back(), u"Loading synchronization history (categories).");
+}
+
+TEST_F(SyncHistory, ClearingOneSideLeavesTheOther)
+{
+    for (const char16_t* cleared : {u"Trans1", u"Trans2"}) {
+        link(u"a", u"1");
+        EXPECT_EQ(history.SetVersion(2), S_OK);
+        CSyncHistory old(nullptr);
+        ASSERT_EQ(old.Open(map), S_OK);
+        EXPECT_EQ(old.Clear(cleared), S_OK);
+        for (const char16_t* side : {u"Trans1", u"Trans2"}) EXPECT_EQ(savedRecords(side).empty(), std::u16string_view(side) == cleared);
+        LONG version = 0;
+        EXPECT_EQ(old.GetVersion(version), S_OK);
+        EXPECT_EQ(version, 4);
+        ASSERT_EQ(history.Open(map), S_OK);
+    }
+}
+
+TEST_F(SyncHistory, TheStatusOfARecordHasAKeyOfItsOwnEmptyWhereThereIsNone)
+{
+    FieldValueMap fields;
+    fields[ftRecordStatus] = u"-6";
+    EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", fields, false, false), S_OK);
+    EXPECT_EQ(history.WriteFieldData(u"Trans1", u"b", {}, false, false), S_OK);
+    std::u16string status, data;
+    EXPECT_EQ(history.store().ReadValue(u"Trans1", u"a", u"FMStatus", status), S_OK);
+    EXPECT_EQ(status, u"-6");
+    EXPECT_EQ(history.store().ReadValue(u"Trans1", u"a", u"FieldData", data), S_OK);
+    EXPECT_EQ(data, u"42\u0003\u0006-6\u0003\u0006") << "and stands among the others too";
+    EXPECT_EQ(history.store().ReadValue(u"Trans1", u"b", u"FMStatus", status), S_OK);
+    EXPECT_EQ(status, u"");
+    std::vector<std::u16string> keys;
+    EXPECT_EQ(history.store().ListKeys(u"Trans1", u"a", keys), S_OK);
+    EXPECT_EQ(keys, (std::vector<std::u16string>{u"FMStatus", u"FieldData"}));
+    EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", fields, true, false), S_OK);
+    EXPECT_EQ(history.store().ListKeys(u"Trans1", u"a", keys), S_OK);
+    EXPECT_EQ(keys.size(), 4u) << "appended";
 }
 
 TEST_F(SyncHistory, DeletingTheFileLeavesNone)
