@@ -3,8 +3,8 @@
 #include "dialogs/DialogTexts.h"
 #include "dialogs/MergeConflict.h"
 #include "foundation/Format.h"
-#include "foundation/ImageValue.h"
 #include "foundation/HelpTopic.h"
+#include "foundation/ImageValue.h"
 #include "foundation/Strings.h"
 #include "host.h"
 #include "text.h"
@@ -12,6 +12,8 @@
 
 namespace mb {
 namespace {
+
+constexpr LONG noType = -1; // 0 is what a store may answer for a field that was not loaded
 
 bool namesDiffer(const ContactName& a, const ContactName& b)
 {
@@ -37,7 +39,7 @@ ContactName CConflictDlg::nameOnSide2(const TranslatorFields& fields) const
 {
     const auto mapped = [&](LONG type) {
         const auto at = question_.FieldTypes ? question_.FieldTypes->find(type) : FieldTypeMap::const_iterator();
-        return question_.FieldTypes && at != question_.FieldTypes->end() ? at->second : LONG{0};
+        return question_.FieldTypes && at != question_.FieldTypes->end() ? at->second : noType;
     };
     return ReadContactName(fields, question_.side2.recordId, mapped(ftFirstName), mapped(ftLastName));
 }

@@ -34,7 +34,7 @@ struct DeleteConflictQuestion {
     _TransIds DeletedSide = idTrans1;
     LONG ConflictIndex = 0, ConflictTotal = 0;
     HWND parent = nullptr;
-    LONG Resolution = croNotify;
+    LONG Resolution = croTrans1Wins;
     bool ApplyToAll = false;
 };
 

@@ -80,6 +80,14 @@ TEST_F(ConflictDlgTest, NamesThatDifferAreBothTold)
               u"conflict.");
 }
 
+TEST_F(ConflictDlgTest, NamesAreComparedWholeThoughTheyAreShownCut)
+{
+    s.one().set(id1, ftFirstName, std::u16string(20, u'x') + u"y");
+    s.two().set(id2, ftFirstName, std::u16string(20, u'x') + u"z");
+    const std::u16string shown = std::u16string(20, u'x') + u"... Lovelace";
+    EXPECT_THAT(message(), mbtest::Holds(u"\"" + shown + u"\" in First and the matching contact \"" + shown + u"\""));
+}
+
 TEST_F(ConflictDlgTest, AChangedFieldMapIsTold)
 {
     question.FieldMapChanged = true;
@@ -106,12 +114,30 @@ TEST_F(ConflictDlgTest, AValueOf100CharactersIsWholeAndOneOf101IsCut)
     EXPECT_THAT(column(dialog, 216, 2), ElementsAre(std::u16string(100, u'b') + u"..."));
 }
 
+TEST_F(ConflictDlgTest, AValueIsCutBeforeItsLineBreaksBecomeBlanks)
+{
+    question.ChangeMap1[ftCity1] = std::u16string(98, u'a') + u"\r\nb";
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(column(dialog, 216, 1), ElementsAre(std::u16string(98, u'a') + u" ..."));
+}
+
 TEST_F(ConflictDlgTest, LineBreaksAreBlanks)
 {
     question.ChangeMap1[ftCity1] = u"a\r\nb\rc\nd";
     CConflictDlg dialog(question);
     dialog.prepare();
     EXPECT_THAT(column(dialog, 216, 1), ElementsAre(u"a b c d"));
+}
+
+TEST_F(ConflictDlgTest, ANameWithoutAMappedFieldStaysEmpty)
+{
+    s.two().fields.push_back({0, u"Nickname"}); // as a store may answer for a field that was not loaded
+    s.two().set(id2, 0, u"Countess");
+    types.erase(ftFirstName);
+    EXPECT_THAT(message(), mbtest::Holds(u"and the matching contact \"Lovelace\" in Second."));
+    question.FieldTypes = nullptr;
+    EXPECT_THAT(message(), mbtest::Holds(u"and the matching contact \"\" in Second."));
 }
 
 TEST_F(ConflictDlgTest, AnImageWithEqualValuesAddsNoRowButItsPair)
@@ -266,6 +292,16 @@ TEST_F(DeleteConflictDlgTest, ItsControlsSayWhoChangedAndWhoDeleted)
     EXPECT_EQ(dialog.model().find(210), nullptr);
 }
 
+TEST_F(DeleteConflictDlgTest, LongNamesAreCutAndThePresetOfItsBoxIsShown)
+{
+    s.one().set(id, ftFirstName, std::u16string(21, u'x'));
+    question.ApplyToAll = true;
+    CDeleteConflictDlg dialog(question);
+    dialog.prepare();
+    EXPECT_THAT(control(dialog, 209).text, mbtest::Holds(u"\"" + std::u16string(20, u'x') + u"... Lovelace\""));
+    EXPECT_TRUE(control(dialog, 215).checked);
+}
+
 TEST_F(DeleteConflictDlgTest, TheListHoldsEachFieldButImages)
 {
     CDeleteConflictDlg dialog(question);
@@ -302,7 +338,7 @@ TEST_F(DeleteConflictDlgTest, ApplyToAllIsTheStateOfItsBoxAndCancelLeavesTheQues
     dialog.press(2);
     EXPECT_EQ(dialog.ending(), 2);
     EXPECT_FALSE(question.ApplyToAll);
-    EXPECT_EQ(question.Resolution, croNotify);
+    EXPECT_EQ(question.Resolution, croTrans1Wins) << "where it started";
     CDeleteConflictDlg again(question);
     again.prepare();
     again.check(215, true);
