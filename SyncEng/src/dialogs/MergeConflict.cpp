@@ -71,10 +71,8 @@ public:
         (void)com::call(question_.side2.translator, &ITranslator::GetTranslatorCaps, &caps2_);
         component_ = createComponent();
         if (const std::u16string language = GetUserLanguage(); language != u"en")
-            (void)com::call(component_, &IMergeDialog::SetLanguage, com::Bstr(language).get());
-        addFields();
-        showImages(front_, &IMergeDialog::SetFrontImages);
-        showImages(back_, &IMergeDialog::SetBackImages);
+            com::check(com::call(component_, &IMergeDialog::SetLanguage, com::Bstr(language).get()));
+        offerRecords();
         const LONG result = ask();
         if (result == 0) apply();
         return result;
@@ -85,11 +83,19 @@ private:
         std::u16string value1, value2;
     };
 
-    void addFields()
+    // Both records stay open until their images are files too.
+    void offerRecords()
     {
         const RecordReading record1(question_.side1.translator, question_.side1.recordId);
         const RecordReading record2(question_.side2.translator, question_.side2.recordId);
         com::check(record1 && record2 ? S_OK : E_FAIL);
+        addFields(record1, record2);
+        showImages(front_, &IMergeDialog::SetFrontImages);
+        showImages(back_, &IMergeDialog::SetBackImages);
+    }
+
+    void addFields(const RecordReading& record1, const RecordReading& record2)
+    {
         std::optional<std::pair<std::u16string, Values>> notes, categories; // these two come last
         for (const TranslatorFields::Item& item : fields1_.items()) {
             if (!question_.FieldTypes || !question_.FieldTypes->contains(item.type)) continue;

@@ -3,7 +3,11 @@
 #include "dialogs/MergedFields.h"
 #include "DialogsFixture.h"
 #include "foundation/ClassTable.h"
+#include "foundation/ImageValue.h"
 #include "registry.h"
+#include "text.h"
+
+#include <fstream>
 
 namespace {
 
@@ -18,10 +22,12 @@ constexpr GUID mergeClass{0xFA4E0009, 0x9999, 0x4999, {0x89, 0x99, 0x99, 0x99, 0
 // What the component of the test was told, and what it answers.
 struct MergeTold {
     std::vector<std::u16string> fields; // "label|value 2|value 1"
-    std::u16string title, names, merged, front, frontImages;
+    std::u16string title, names, merged, front, frontImages, backImages, help;
     LONG result = 0, helpTopic = 0;
     VARIANT_BOOL images = VARIANT_TRUE;
-    HRESULT shown = S_OK;
+    HRESULT shown = S_OK, languageTaken = S_OK;
+    std::vector<std::u16string> languages;
+    std::function<void()> atFrontImages;
 };
 MergeTold told;
 
@@ -31,9 +37,14 @@ public:
     HRESULT STDMETHODCALLTYPE SetFrontImages(BSTR image2, BSTR image1) override
     {
         told.frontImages = com::textOf(image2) + u"|" + com::textOf(image1);
+        if (told.atFrontImages) told.atFrontImages();
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetBackImages(BSTR, BSTR) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE SetBackImages(BSTR image2, BSTR image1) override
+    {
+        told.backImages = com::textOf(image2) + u"|" + com::textOf(image1);
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE UnusedSlot3() override { return E_UNEXPECTED; }
     HRESULT STDMETHODCALLTYPE AddField(BSTR label, BSTR value2, BSTR empty, BSTR value1) override
     {
@@ -41,10 +52,18 @@ public:
         told.fields.push_back(com::textOf(label) + u"|" + com::textOf(value2) + u"|" + com::textOf(value1));
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetLanguage(BSTR) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE ShowMergeDialog(LONG, BSTR title, BSTR names, LONG helpTopic, LONG, VARIANT_BOOL showImages, BSTR, BSTR, BSTR,
-                                              BSTR, LONG* pResult) override
+    HRESULT STDMETHODCALLTYPE SetLanguage(BSTR language) override
     {
+        told.languages.push_back(com::textOf(language));
+        return told.languageTaken;
+    }
+    HRESULT STDMETHODCALLTYPE ShowMergeDialog(LONG parent, BSTR title, BSTR names, LONG helpTopic, LONG zero, VARIANT_BOOL showImages,
+                                              BSTR help, BSTR none1, BSTR none2, BSTR none3, LONG* pResult) override
+    {
+        EXPECT_EQ(parent, 0);
+        EXPECT_EQ(zero, 0);
+        for (BSTR none : {none1, none2, none3}) EXPECT_TRUE(none && com::viewOf(none).empty());
+        told.help = com::textOf(help);
         told.title = com::textOf(title);
         told.names = com::textOf(names);
         told.helpTopic = helpTopic;
@@ -69,6 +88,18 @@ constexpr com::ClassEntry mergeRows[] = {{&mergeClass, u"TwinWiz.CMergeDialog", 
 
 std::int64_t keepPath(com::Variant&, ULONG, ULONG, bool) { return -1; }
 
+// Names a file after the value and the forms, in the folder of the test.
+std::filesystem::path shownFolder;
+std::int64_t nameFile(com::Variant& value, ULONG source, ULONG target, bool force)
+{
+    EXPECT_EQ(target, static_cast<ULONG>(capJPEGFile));
+    EXPECT_FALSE(force);
+    const auto file = shownFolder / (platform::utf8(value.text()) + "-" + std::to_string(source & mb::imageCaps));
+    std::ofstream(file) << "picture";
+    value = com::Variant(file.u16string());
+    return 0;
+}
+
 class MergeConflictTest : public mbtest::DialogsTest {
 protected:
     MergeConflictTest() : component_(mergeRows)
@@ -88,6 +119,12 @@ protected:
     HRESULT merge(mb::ImageConverter convert = nullptr)
     {
         return com::guarded([&] { return MergeConflict(question, nullptr, {u"First", u"Second"}, convert); });
+    }
+    static void setLanguage(std::u16string_view language)
+    {
+        constexpr char16_t path[] = u"Software\\Zorel\\Mirabook\\Locale";
+        ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
+        platform::RegistryKey::open(platform::Root::CurrentUser, path)->setText(u"DefaultLanguage", language);
     }
     // Everything as it is but the city.
     void mergeTo(const std::u16string& city)
@@ -222,6 +259,102 @@ TEST_F(MergeConflictTest, ImagesTakePartWhereOneOfThemChanged)
     EXPECT_EQ(told.frontImages, u"|");
 }
 
+TEST_F(MergeConflictTest, EachImageIsShownAsAFileOfEachSideThatIsGoneAfterwards)
+{
+    s.one().addImageFields(capDIBImage);
+    s.two().addImageFields(capBMPFile);
+    s.two().options.imageFolder = shownFolder = s.folder.path();
+    for (ITranslator* translator : {translator1.get(), translator2.get()})
+        ASSERT_EQ(com::Ptr<ITranslator>(translator).as<IImageSupport>()->SetAllowImage(VARIANT_TRUE), S_OK);
+    s.one().set(id1, ftImage1, u"front1");
+    s.one().set(id1, ftImage2, u"back1");
+    types[ftImage1] = ftImage1;
+    types[ftImage2] = ftImage2;
+    question.SyncImages = true;
+    question.ChangeMap1[ftImage1] = question.ChangeMap1[ftImage2] = u"1";
+    question.ChangeMap2[ftImage1] = question.ChangeMap2[ftImage2] = u"0";
+    const auto shown = [](const char* name) { return (shownFolder / name).u16string(); };
+    told.atFrontImages = [&] { EXPECT_TRUE(std::filesystem::exists(shown("front1-512"))); };
+    EXPECT_EQ(merge(nameFile), S_OK);
+    EXPECT_EQ(told.frontImages, shown("-1024") + u"|" + shown("front1-512"));
+    EXPECT_EQ(told.backImages, shown("-1024") + u"|" + shown("back1-512"));
+    for (const char* name : {"front1-512", "back1-512", "-1024"}) EXPECT_FALSE(std::filesystem::exists(shown(name))) << name;
+}
+
+TEST_F(MergeConflictTest, WithoutTheOptionImagesTakeNoPart)
+{
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->addImageFields();
+    types[ftImage1] = ftImage1;
+    question.ChangeMap1[ftImage1] = question.ChangeMap2[ftImage1] = u"1";
+    told.frontImages = u"none";
+    EXPECT_EQ(merge(keepPath), S_OK);
+    EXPECT_EQ(told.images, VARIANT_FALSE);
+    EXPECT_EQ(told.frontImages, u"none");
+    EXPECT_EQ(question.ChangeMap1.size() + question.ChangeMap2.size(), 4u) << "and keep their place in the maps";
+}
+
+TEST_F(MergeConflictTest, AValueThatBothSidesChangedIsReadAfresh)
+{
+    question.ChangeMap1[ftCity1] = u"stale 1";
+    question.ChangeMap2[ftCity1] = u"stale 2";
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_THAT(told.fields, testing::Contains(u"City|Rome|Paris"));
+}
+
+TEST_F(MergeConflictTest, CategoriesAreShownAsAListOnTheSideThatHasThem)
+{
+    s.one().set(id1, ftPhone, u"1,2");
+    types = {{ftPhone, ftCategories}};
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_THAT(told.fields, ElementsAre(u"Phone|a, b|1,2"));
+}
+
+TEST_F(MergeConflictTest, TheHelpFileIsNamedWhereTheHostIsKnown)
+{
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_EQ(told.help, u"");
+    constexpr char16_t path[] = u"Software\\Zorel\\Mirabook\\Main";
+    ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
+    platform::RegistryKey::open(platform::Root::CurrentUser, path)->setText(u"Path", u"/opt/mb");
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_TRUE(told.help.starts_with(u"/opt/Locale")) << platform::utf8(told.help);
+    EXPECT_TRUE(told.help.ends_with(u"Mirabook.chm")) << platform::utf8(told.help);
+}
+
+TEST_F(MergeConflictTest, ImagesAreHandedOverWhileBothRecordsAreOpen)
+{
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
+        store->addImageFields();
+        store->options.imageFolder = s.folder.path();
+    }
+    types[ftImage1] = ftImage1;
+    question.SyncImages = true;
+    question.ChangeMap1[ftImageSize1] = u"5";
+    int ended = -1;
+    told.atFrontImages = [&] { ended = s.log().count("EndReadRecord"); };
+    EXPECT_EQ(merge(keepPath), S_OK);
+    EXPECT_EQ(ended, 0);
+    EXPECT_EQ(s.log().count("EndReadRecord"), 2);
+}
+
+TEST_F(MergeConflictTest, TheLanguageIsToldUnlessItIsEnglish)
+{
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_THAT(told.languages, IsEmpty());
+    setLanguage(u"de");
+    EXPECT_EQ(merge(), S_OK);
+    EXPECT_THAT(told.languages, ElementsAre(u"de"));
+}
+
+TEST_F(MergeConflictTest, AComponentThatRefusesTheLanguageIsAFailureAndReadsNothing)
+{
+    setLanguage(u"de");
+    told.languageTaken = E_OUTOFMEMORY;
+    EXPECT_EQ(merge(), E_OUTOFMEMORY);
+    EXPECT_EQ(s.log().count("BeginReadRecord"), 0);
+    EXPECT_EQ(question.ChangeMap1.size() + question.ChangeMap2.size(), 2u);
+}
+
 TEST(MergedFieldsTest, LabelsAndValuesAreSplitAtTabs)
 {
     EXPECT_THAT(mb::ParseMergedFields(u"A\t1\tB\t\tC\tlast"),
@@ -261,4 +394,47 @@ TEST(MergedImageTest, WithNoImageTakenTheFlagsDecide)
     EXPECT_EQ(settle(u"1", u"0", u"").one + settle(u"1", u"0", u"").two, u"1-");
     EXPECT_EQ(settle(u"0", u"1", u"").one, u"-");
     EXPECT_EQ(settle(u"1", u"1", u"").one + settle(u"1", u"1", u"").two, u"--") << "neither has a size";
+}
+
+TEST(MergedImageTest, TheSizesGoWithTheImagesOfBothSides)
+{
+    FieldValueMap a, b;
+    a[ftImage2] = b[ftImage1] = u"1";
+    a[ftImageSize2] = b[ftImageSize1] = u"9";
+    mb::SettleMergedImage({ftImage2, ftImage1, ftImageSize2, ftImageSize1, u"", u""}, a, b);
+    EXPECT_TRUE(a.empty());
+    EXPECT_TRUE(b.empty());
+}
+
+TEST(MergedImageTest, AnImageOfOneMapAloneStays)
+{
+    FieldValueMap a, b;
+    a[ftImage1] = u"0";
+    mb::SettleMergedImage({ftImage1, ftImage1, ftImageSize1, ftImageSize1, u"", u""}, a, b);
+    EXPECT_EQ(a.size(), 1u);
+    mb::SettleMergedImage({ftImage1, ftImage1, ftImageSize1, ftImageSize1, u"", u""}, b, a);
+    EXPECT_EQ(a.size(), 1u);
+}
+
+TEST(MergedImageTest, AnImageOfSide1ThatHasASizeStays)
+{
+    mbtest::TestFolder folder;
+    folder.write("image", "bytes");
+    EXPECT_EQ(settle(u"1", u"1", u"", (folder.path() / "image").u16string()).one, u"1");
+}
+
+TEST(MergedFieldTest, TheValueOfSide2AloneIsComparedWithTheBlanksAtItsEdges)
+{
+    FieldValueMap a, b;
+    const auto apply = [&](const char16_t* merged, const char16_t* value2) {
+        a = b = FieldValueMap();
+        a[ftCity1] = b[ftCity1] = u"before";
+        mb::ApplyMergedField({ftCity1, ftCity1, u"Paris", value2, merged}, a, b);
+    };
+    apply(u"Rome ", u"Rome");
+    EXPECT_FALSE(a.contains(ftCity1));
+    EXPECT_EQ(b[ftCity1], u"Rome ");
+    apply(u"Rome", u"Rome ");
+    EXPECT_EQ(a[ftCity1], u"Rome") << "neither has it";
+    EXPECT_EQ(b[ftCity1], u"Rome");
 }
