@@ -201,7 +201,7 @@ void CFieldMappingDlg::onPress(int button)
 void CFieldMappingDlg::reset()
 {
     const platform::WaitCursor wait;
-    if (FAILED(com::call(maps_, &ITrMap::GetFieldMap, map_.guid, &FieldMapGuid))) return;
+    if (!maps_ || !fieldMaps_ || FAILED(com::call(maps_, &ITrMap::GetFieldMap, map_.guid, &FieldMapGuid))) return;
     (void)com::call(fieldMaps_, &IFieldMap::CreateDefaultMap, FieldMapGuid);
     ResetDone = true;
     fill(false);

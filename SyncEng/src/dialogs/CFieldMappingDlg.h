@@ -3,6 +3,7 @@
 #pragma once
 #include "dialogs/Dialog.h"
 #include "interfaces.h"
+#include <filesystem>
 #include <utility>
 #include <vector>
 
@@ -67,6 +68,9 @@ private:
     int DragRow = -1;
     HRESULT result_ = S_OK;
 };
+
+// The sections of the map's history that learn of a changed field map. The contact program keeps its histories by database.
+std::vector<std::u16string> SectionsToMark(const TrMapRecord& map, const std::filesystem::path& host);
 
 // The label of a data type in messages: its name, or its number.
 std::u16string DataTypeText(LONG dataType);

@@ -1,11 +1,10 @@
 // The part of CFieldMappingDlg that writes: the new map on OK, the former pairs on Cancel after Reset.
 #include "dialogs/CFieldMappingDlg.h"
-#include "files.h"
 #include "foundation/ClassTable.h"
 #include "foundation/FieldValue.h"
+#include "foundation/StartUp.h"
 #include "host.h"
 #include "store/ConfigStore.h"
-#include "text.h"
 #include "ui.h"
 #include <algorithm>
 
@@ -19,6 +18,12 @@ bool wasUpdated(IFieldMap* fieldMaps, const GUID& fieldMap)
 }
 
 } // namespace
+
+std::vector<std::u16string> SectionsToMark(const TrMapRecord& map, const std::filesystem::path& host)
+{
+    if (hostIsContactProgram(host)) return {LowerJoin(u"Trans1", map.database1, map.database2)};
+    return {u"Trans1", u"Trans2"};
+}
 
 HRESULT CFieldMappingDlg::save()
 {
@@ -68,12 +73,8 @@ HRESULT CFieldMappingDlg::writeRows(const GUID& fresh, bool& changed)
 // The next run compares the records anew that the map's history knows.
 HRESULT CFieldMappingDlg::markHistory() const
 {
-    const std::u16string host = platform::lowered(platform::textOf(platform::executablePath()));
-    std::vector<std::u16string> sections{u"Trans1", u"Trans2"};
-    // The contact program itself keeps its histories by database.
-    if (host.find(u"mb.exe") != std::u16string::npos) sections = {LowerJoin(u"Trans1", map_.database1, map_.database2)};
     HRESULT hr = S_OK;
-    for (const std::u16string& section : sections) {
+    for (const std::u16string& section : SectionsToMark(map_, platform::executablePath())) {
         const HRESULT marked = com::call(maps_, &ITrMap::SetFieldMapStatusForHistRecs, map_.guid, com::Bstr(section).get(), VARIANT_TRUE);
         if (SUCCEEDED(hr)) hr = marked;
     }

@@ -29,6 +29,13 @@ void moveLegacyFiles(const std::filesystem::path& dataFolder)
     if (SUCCEEDED(GetLegacyUserFolder(legacy, false))) MoveFolderFiles(legacy, dataFolder);
 }
 
+// By its file's name anywhere in the path, or by the name alone on a system where programs have no ending.
+bool isNamed(const std::filesystem::path& executable, std::u16string_view name)
+{
+    return platform::lowered(platform::textOf(executable)).find(std::u16string(name) + u".exe") != std::u16string::npos ||
+           platform::equalNoCase(platform::textOf(executable.filename()), name);
+}
+
 } // namespace
 
 LogSettings ReadLogSettings()
@@ -39,11 +46,8 @@ LogSettings ReadLogSettings()
     return {readOrWrite(*key, u"LoggingLevel", defaultLevel), readOrWrite(*key, u"MaxLogFileSize", defaultSize)};
 }
 
-bool hostIsConfigurationTool(const std::filesystem::path& executable)
-{
-    return platform::lowered(platform::textOf(executable)).find(u"mbsynccfg.exe") != std::u16string::npos ||
-           platform::equalNoCase(platform::textOf(executable.filename()), u"mbsynccfg");
-}
+bool hostIsConfigurationTool(const std::filesystem::path& executable) { return isNamed(executable, u"mbsynccfg"); }
+bool hostIsContactProgram(const std::filesystem::path& executable) { return isNamed(executable, u"mb"); }
 
 void ModuleStart::ensureStarted(const OpenStore& openConfigStore, const std::filesystem::path& host)
 {

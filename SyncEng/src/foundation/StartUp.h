@@ -33,5 +33,7 @@ LogSettings ReadLogSettings();
 
 // The configuration tool keeps files of its own.
 bool hostIsConfigurationTool(const std::filesystem::path& executable);
+// The contact program, which only transfers.
+bool hostIsContactProgram(const std::filesystem::path& executable);
 
 } // namespace mb

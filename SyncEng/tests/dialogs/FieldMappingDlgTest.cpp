@@ -1,5 +1,7 @@
 #include "dialogs/CFieldMappingDlg.h"
 #include "DialogsFixture.h"
+#include "foundation/ClassTable.h"
+#include "store/ConfigStore.h"
 
 namespace {
 
@@ -47,6 +49,12 @@ protected:
         return names;
     }
     com::Ptr<IFieldMap> fieldMaps() { return s.create<IFieldMap>(__uuidof(FieldMap)); }
+    static std::size_t fieldMapCount()
+    {
+        std::vector<std::u16string> sections;
+        EXPECT_EQ(mb::ConfigStore().ListSections(u"FieldMap", sections), S_OK);
+        return sections.size();
+    }
     LONG updated()
     {
         LONG flag = 0;
@@ -164,6 +172,41 @@ TEST_F(FieldMappingDlgTest, UncheckingAPairSetsChangedAndMarksTheHistory)
     EXPECT_NE(s.folder.read(file), history);
 }
 
+TEST_F(FieldMappingDlgTest, WithoutTheFlagTheHistoryStaysAsItIs)
+{
+    s.one().add({{ftFirstName, u"Ada"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    const auto file = s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml");
+    const auto history = s.folder.read(file);
+    user.script.emplace_back([](Dialog& dialog) {
+        dialog.checkRow(1038, 1, false);
+        dialog.press(1);
+    });
+    EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_FALSE), S_OK);
+    EXPECT_EQ(updated(), 1);
+    EXPECT_EQ(s.folder.read(file), history);
+}
+
+TEST_F(FieldMappingDlgTest, AMapThatWasNeverRunHasNoHistoryToMark)
+{
+    EXPECT_EQ(edit([](Dialog& dialog) {
+                  dialog.checkRow(1038, 1, false);
+                  dialog.press(1);
+              }),
+              S_OK);
+}
+
+TEST_F(FieldMappingDlgTest, DynamicFieldsAreNumberedAnewAtTheOpening)
+{
+    s.one().options.dynamicFields = true;
+    s.one().addDynamicField(u"Shoe size");
+    ASSERT_EQ(fieldMaps()->SetNextAvailableFieldType(fieldMap(), 4000), S_OK);
+    (void)edit([](Dialog&) {});
+    LONG next = 0;
+    EXPECT_EQ(fieldMaps()->GetNextAvailableFieldType(fieldMap(), &next), S_OK);
+    EXPECT_EQ(next, 3001);
+}
+
 TEST_F(FieldMappingDlgTest, AnAddedPairSetsChanged)
 {
     (void)edit([](Dialog& dialog) {
@@ -195,13 +238,16 @@ TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredMapAndCancelBringsTheOpeningPa
     });
     const auto opening = pairs();
     ASSERT_THAT(opening, ElementsAre(u"Given|First", u"Phone|Fax"));
+    std::size_t maps = 0;
     EXPECT_EQ(edit([&](Dialog& dialog) {
                   dialog.press(1039);
                   EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City"));
                   EXPECT_EQ(rows(dialog).at(1), u"*Town|City");
+                  maps = fieldMapCount();
                   dialog.press(2);
               }),
               S_FALSE);
+    EXPECT_EQ(fieldMapCount(), maps) << "one is made and one is deleted";
     EXPECT_EQ(pairs(), opening);
     EXPECT_EQ(updated(), 1);
 }
@@ -229,6 +275,35 @@ TEST_F(FieldMappingDlgTest, AStoreThatDoesNotTellItsFieldsLeavesTheListEmptyAndT
         dialog.press(1);
     })));
     EXPECT_EQ(pairs(), before);
+}
+
+TEST_F(FieldMappingDlgTest, WithoutTheClassOfFieldMapsResetAndOkDoNothing)
+{
+    const auto before = pairs();
+    static constexpr com::ClassEntry missing[] = {{&__uuidof(FieldMap), u"", u"", [](IUnknown*, REFIID, void** out) noexcept -> HRESULT {
+                                                       *out = nullptr;
+                                                       return CLASS_E_CLASSNOTAVAILABLE;
+                                                   }}};
+    {
+        const mb::ClassOverride hidden(missing);
+        EXPECT_TRUE(FAILED(edit([](Dialog& dialog) {
+            dialog.press(1039);
+            EXPECT_THAT(list(dialog).rows, IsEmpty());
+            dialog.press(1);
+        })));
+    }
+    EXPECT_EQ(pairs(), before);
+}
+
+TEST_F(FieldMappingDlgTest, TheContactProgramMarksItsHistoryByDatabaseAndOthersBothSides)
+{
+    mb::TrMapRecord map;
+    map.database1 = u"C:\\Mine.MBK";
+    map.database2 = u"THEIRS";
+    for (const char* host : {"C:\\Programs\\MB.EXE", "/opt/mb.exe/other", "/opt/mb"})
+        EXPECT_THAT(mb::SectionsToMark(map, host), ElementsAre(u"Trans1c:\\mine.mbktheirs")) << host;
+    for (const char* host : {"C:\\Programs\\mbsynccfg.exe", "/opt/mb/other", ""})
+        EXPECT_THAT(mb::SectionsToMark(map, host), ElementsAre(u"Trans1", u"Trans2")) << host;
 }
 
 TEST_F(FieldMappingDlgTest, TheTypesOfValuesHaveNames)
