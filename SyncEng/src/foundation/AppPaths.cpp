@@ -7,13 +7,14 @@
 namespace mb {
 namespace {
 
+constexpr std::size_t longestPath = 259;
 constexpr char16_t appPathsKey[] = u"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths";
 
 bool programOpens(const std::u16string& exeName, std::u16string& path)
 {
     const auto key = platform::RegistryKey::open(platform::Root::LocalMachine, std::u16string(appPathsKey) + u"\\" + exeName);
     const auto value = key ? key->text(u"") : std::nullopt;
-    if (!value || value->empty() || !platform::openOrCreate(platform::pathOf(*value))) return false;
+    if (!value || value->empty() || value->size() > longestPath || !platform::openOrCreate(platform::pathOf(*value))) return false;
     path = *value;
     return true;
 }

@@ -62,6 +62,19 @@ TEST_F(AppPaths, AStaleEntryWithoutAFolderDoesNotCount)
     EXPECT_EQ(path, u"");
 }
 
+TEST_F(AppPaths, APathOfMoreThan259CharactersIsNotRead)
+{
+    fs::path file = folder.path();
+    while (file.string().size() < 150) file /= std::string(50, 'd');
+    fs::create_directories(file);
+    const std::size_t left = 259 - platform::textOf(file).size() - 1;
+    install(u"mb.exe", file / std::string(left, 'x'));
+    EXPECT_TRUE(FindAppPath(u"mb.exe", path));
+    install(u"mb.exe", file / std::string(left + 1, 'x'));
+    EXPECT_FALSE(FindAppPath(u"mb.exe", path));
+    EXPECT_EQ(path, u"");
+}
+
 TEST_F(AppPaths, AProgramThatRunsAndThusCannotBeWrittenIsFound)
 {
     const std::u16string file = install(u"mb.exe", platform::executablePath());
@@ -83,6 +96,15 @@ TEST_F(AppPaths, OfTwoGoldMinesTheNewerIsTaken)
     const std::u16string newer = install(u"gmw7.exe");
     EXPECT_TRUE(FindGoldMine(path));
     EXPECT_EQ(path, newer);
+}
+
+TEST_F(AppPaths, OfAllGoldMinesTheNewestIsTaken)
+{
+    for (const char16_t* exe : {u"gmw5.exe", u"gmw6.exe", u"gmw7.exe"}) {
+        const std::u16string newest = install(exe);
+        EXPECT_TRUE(FindGoldMine(path));
+        EXPECT_EQ(path, newest);
+    }
 }
 
 TEST_F(AppPaths, AGoldMineOfAnotherNameIsFoundLast)
