@@ -15,8 +15,8 @@ namespace platform {
 std::filesystem::path pathOf(std::u16string_view text);
 std::u16string textOf(const std::filesystem::path& path);
 
-// The user's application data folder ($XDG_DATA_HOME or ~/.local/share on Linux), and the machine's program data folder
-// (/usr/share on Linux). Empty if the system does not tell. Neither is created.
+// The user's application data folder ($XDG_DATA_HOME or ~/.local/share on Linux), and the machine's folder of earlier
+// versions (the Windows directory; /usr/share on Linux). Empty if the system does not tell. Neither is created.
 std::filesystem::path userDataFolder();
 std::filesystem::path machineDataFolder();
 

@@ -99,7 +99,12 @@ fs::path pathOf(std::u16string_view text) { return fs::path(text.begin(), text.e
 std::u16string textOf(const fs::path& path) { return {path.native().begin(), path.native().end()}; }
 
 fs::path userDataFolder() { return specialFolder(CSIDL_APPDATA); }
-fs::path machineDataFolder() { return specialFolder(CSIDL_COMMON_APPDATA); }
+fs::path machineDataFolder()
+{
+    wchar_t folder[MAX_PATH];
+    const UINT length = GetWindowsDirectoryW(folder, MAX_PATH);
+    return length > 0 && length < MAX_PATH ? fs::path(folder) : fs::path();
+}
 
 bool fileExists(const fs::path& file) noexcept
 {
