@@ -32,9 +32,13 @@ HRESULT giveMapGuid(ITrMap* maps, REFGUID translator1, REFGUID translator2, BSTR
 HRESULT ParseMapGuid(BSTR text, GUID& map)
 {
     map = GUID_NULL;
-    if (com::viewOf(text).empty()) return S_OK;
-    const HRESULT hr = com::parseGuid(com::viewOf(text), &map);
-    return hr == REGDB_E_WRITEREGDB ? S_OK : hr; // the system says so of an identifier that is no registered class
+    const std::u16string zeroEnded = com::textOf(text);
+    if (zeroEnded.empty()) return S_OK;
+    GUID parsed{};
+    HRESULT hr = CLSIDFromString(const_cast<OLECHAR*>(com::ole(zeroEnded.c_str())), &parsed);
+    if (hr == REGDB_E_WRITEREGDB) hr = S_OK; // the system says so of an identifier that is no registered class: it is understood
+    if (SUCCEEDED(hr)) map = parsed;         // a text that is none must not come to mean all maps
+    return hr;
 }
 
 HRESULT STDMETHODCALLTYPE CSyncAutoTest::RunTests(BSTR lpScriptFile)
