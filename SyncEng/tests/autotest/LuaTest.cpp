@@ -118,6 +118,8 @@ TEST_F(LuaTest, ByteOrderMarksAndForeignLettersAreRead)
     EXPECT_EQ(message, said(1, "Jürgen Weiß"));
 }
 
+TEST_F(LuaTest, AZeroEndsTheText) { EXPECT_EQ(run(std::string("function Main() end\0 x = = 1", 29)), S_OK) << message; }
+
 TEST_F(LuaTest, BytesThatAreNoTextAreNotRun)
 {
     EXPECT_EQ(run("\x1bLua\x54\x19\x93"), DISP_E_EXCEPTION);

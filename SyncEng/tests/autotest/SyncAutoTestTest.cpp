@@ -1,4 +1,5 @@
 #include "AutoTestFixture.h"
+#include "FrontEndFake.h"
 
 namespace mbtest {
 namespace {
@@ -65,6 +66,21 @@ TEST_F(SyncAutoTestTest, ARunSynchronizesTheNamedMapAndTheEmptyTextMeansAllMaps)
     scenario.two().add({{ftFirstName, u"Alan"}, {ftLastName, u"Turing"}});
     ASSERT_EQ(autoTest->Synchronize(bstr(u"").get(), VARIANT_FALSE, VARIANT_TRUE), S_OK);
     EXPECT_EQ(scenario.one().records.size(), 3u);
+}
+
+TEST_F(SyncAutoTestTest, ARunIsSilentAndConfiguresOnlyIfItIsAsked)
+{
+    FrontEndFake user; // cancels
+    const auto map = makeMap();
+    scenario.one().add({{ftFirstName, u"Ada"}});
+    scenario.log().clear();
+    EXPECT_EQ(autoTest->Synchronize(bstr(map).get(), VARIANT_TRUE, VARIANT_FALSE), E_ABORT);
+    EXPECT_EQ(user.captions, std::vector<std::u16string>{u"Confirm Changes"});
+    EXPECT_EQ(scenario.log().starting("1 Initialize"), std::vector<std::string>{"1 Initialize reconfigure"});
+    scenario.log().clear();
+    EXPECT_EQ(autoTest->Synchronize(bstr(map).get(), VARIANT_FALSE, VARIANT_TRUE), S_OK);
+    EXPECT_EQ(user.captions.size(), 1u);
+    EXPECT_EQ(scenario.log().starting("1 Initialize"), std::vector<std::string>{"1 Initialize"});
 }
 
 TEST_F(SyncAutoTestTest, TheFailureOfARunIsHandedBackUnchanged)

@@ -45,9 +45,9 @@ TEST_F(TranslatorCallsTest, ASideIsOpenedWithoutServicesForConfigurationAndClose
     EXPECT_EQ(autoTest->EndUpdate(side.get(), VARIANT_FALSE), S_OK);
     const auto calls = takeCalls();
     ASSERT_EQ(calls.size(), 4u) << testing::PrintToString(calls);
-    EXPECT_TRUE(calls[0].starts_with("2 Initialize")) << calls[0];
+    EXPECT_EQ(calls[0], "2 Initialize reconfigure");
     EXPECT_TRUE(calls[1].starts_with("2 BeginUpdate")) << calls[1];
-    EXPECT_TRUE(calls[2].starts_with("2 EndUpdate")) << calls[2];
+    EXPECT_EQ(calls[2], "2 EndUpdate");
     EXPECT_TRUE(calls[3].starts_with("2 Cleanup")) << calls[3];
 }
 
@@ -61,6 +61,14 @@ TEST_F(TranslatorCallsTest, AFailingStepOfBeginUpdateGivesNoTranslator)
         EXPECT_EQ(opened, nullptr);
     }
     EXPECT_EQ(com::moduleLocks, alive);
+}
+
+TEST_F(TranslatorCallsTest, AnAbortReachesTheStore)
+{
+    const auto side = openSide(map, idTrans1);
+    (void)takeCalls();
+    EXPECT_EQ(autoTest->EndUpdate(side.get(), VARIANT_TRUE), S_OK);
+    EXPECT_EQ(takeCalls().front(), "1 EndUpdate abort");
 }
 
 TEST_F(TranslatorCallsTest, AStoreWithoutBatchesOpensAndCloses)
