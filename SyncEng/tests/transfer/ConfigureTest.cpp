@@ -1,5 +1,8 @@
+#include "dialogs/CFieldMappingDlg.h"
+#include "host.h"
 #include "registry.h"
 #include "TransferFixture.h"
+#include "translators/FieldMappingEditor.h"
 
 #include <fstream>
 
@@ -27,6 +30,14 @@ protected:
         VARIANT_BOOL flag = 5;
         EXPECT_EQ(transferer->GetSyncImages(com::Bstr(targetText()).get(), &flag), S_OK);
         return flag;
+    }
+    HRESULT editFields() { return transferer->ConfigureFieldMapping(5, com::Bstr(targetText()).get()); }
+    void failConfigure()
+    {
+        scenario.two().options.errorMessage1 = u"It broke.";
+        scenario.log().failOn("2 Initialize", scenario.log().count("2 Initialize") + 1, refused);
+        EXPECT_EQ(configure(), refused);
+        scenario.two().options.errorMessage1.clear();
     }
     void setImages(VARIANT_BOOL flag) { EXPECT_EQ(transferer->SetSyncImages(com::Bstr(targetText()).get(), flag), S_OK); }
 };
@@ -70,6 +81,17 @@ TEST_F(ConfigureTest, LotusNotesThatIsNotThereIsNamedAndMakesNoMap)
     EXPECT_THAT(listedMaps(), IsEmpty());
 }
 
+TEST_F(ConfigureTest, AMissingProgramLeavesNothingOfAFormerFailure)
+{
+    scenario.two().options.errorCode = 3;
+    scenario.two().options.errorMessage2 = u"Make one.";
+    failConfigure();
+    EXPECT_EQ(configure(com::guidText(notes)), E_FAIL);
+    const LastError error = takeError();
+    EXPECT_EQ(error.code.vt, VT_EMPTY);
+    EXPECT_EQ(error.message2, u"");
+}
+
 TEST_F(ConfigureTest, GoldMineThatIsNotThereIsNamedForAllFourOfIts)
 {
     for (const char16_t* target : {u"{75391971-8D5D-4C27-9759-3A6C5EC9ABB6}", u"{2C0C63AE-10AA-4867-92A5-657DBB182E97}",
@@ -89,6 +111,83 @@ TEST_F(ConfigureTest, TheActTranslatorMustBeThere)
 {
     EXPECT_EQ(configure(com::guidText(act)), E_FAIL);
     EXPECT_EQ(takeError().message1, actMissing);
+}
+
+// Stands in for the dialog of the field map.
+struct EditorFake {
+    EditorFake()
+    {
+        answer = S_OK;
+        edited.clear();
+        mb::SetFieldMappingEditor([](HWND parent, REFGUID map, bool setFlagForHistory) {
+            edited.push_back({parent, map, setFlagForHistory});
+            return answer;
+        });
+    }
+    EditorFake(const EditorFake&) = delete;
+    EditorFake& operator=(const EditorFake&) = delete;
+    ~EditorFake() { mb::SetFieldMappingEditor(mb::EditFieldMapping); }
+    struct Edit {
+        HWND parent;
+        GUID map;
+        bool setFlagForHistory;
+    };
+    static inline std::vector<Edit> edited;
+    static inline HRESULT answer = S_OK;
+};
+
+TEST_F(ConfigureTest, TheFieldMapOfTheHiddenMapIsEditedAndItsHistoryIsToLearnOfIt)
+{
+    EditorFake editor;
+    EXPECT_EQ(editFields(), S_OK);
+    EXPECT_EQ(translatorsOf(fakeClass2), std::pair(hostClass, fakeClass2)) << "the map is made if needed";
+    ASSERT_EQ(editor.edited.size(), 1u);
+    EXPECT_EQ(editor.edited[0].map, fakeClass2);
+    EXPECT_TRUE(editor.edited[0].setFlagForHistory);
+    EXPECT_EQ(editor.edited[0].parent, reinterpret_cast<HWND>(std::intptr_t{5}));
+}
+
+TEST_F(ConfigureTest, AFieldMapThatWasLeftAsItIsIsASuccessAndAFailureOfItsDialogIsReturned)
+{
+    EditorFake editor;
+    editor.answer = configured;
+    EXPECT_EQ(editFields(), S_OK);
+    editor.answer = S_FALSE;
+    EXPECT_TRUE(SUCCEEDED(editFields()));
+    editor.answer = refused;
+    EXPECT_EQ(editFields(), refused);
+}
+
+TEST_F(ConfigureTest, EveryCallButTheListingsForgetsTheFormerFailure)
+{
+    EditorFake editor;
+    const com::Bstr guid(targetText());
+    VARIANT_BOOL flag = VARIANT_FALSE;
+    const std::function<HRESULT()> calls[] = {[&] { return configure(); }, [&] { return editFields(); },
+                                              [&] { return transferer->GetSyncImages(guid.get(), &flag); },
+                                              [&] { return transferer->SetSyncImages(guid.get(), VARIANT_TRUE); }};
+    for (const auto& call : calls) {
+        failConfigure();
+        EXPECT_EQ(call(), S_OK);
+        EXPECT_EQ(takeError().message1, u"");
+    }
+    failConfigure();
+    SAFEARRAY* arrays[4]{};
+    EXPECT_EQ(transferer->GetTranslators(&arrays[0], &arrays[1], &arrays[2], &arrays[3]), S_OK);
+    for (SAFEARRAY* array : arrays) EXPECT_EQ(SafeArrayDestroy(array), S_OK);
+    EXPECT_EQ(takeError().message1, u"It broke.");
+}
+
+TEST_F(ConfigureTest, WithoutTheNotesTranslatorItsProgramsFolderJoinsTheSearchPathAndElseNot)
+{
+    setRegistryText(u"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\notes.exe", u"", u"/opt/notes/notes.exe");
+    const std::u16string path = platform::environment(u"PATH").value_or(u"");
+    transferer = scenario.create<ISyncTransfer>(__uuidof(SyncTransfer));
+    EXPECT_EQ(platform::environment(u"PATH"), path + platform::searchPathSeparator + u"/opt/notes");
+    platform::setEnvironment(u"PATH", path);
+    const RegisteredFake there(notes, {"3", std::make_shared<FakeStore>(u"n"), std::make_shared<CallLog>()});
+    transferer = scenario.create<ISyncTransfer>(__uuidof(SyncTransfer));
+    EXPECT_EQ(platform::environment(u"PATH"), path);
 }
 
 class NotesTest : public ConfigureTest {

@@ -67,6 +67,13 @@ TEST_F(ProgramLocationsTest, AFirstKeyWithoutAValueGoesOnToTheNextRow)
     EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"C:\\Act8\\Act8.exe");
 }
 
+TEST_F(ProgramLocationsTest, AnEmptyPathIsAnAnswerAndEndsTheSearch)
+{
+    install(u"gmw6.exe", u"", u"");
+    install(u"gmw5.exe", u"", u"C:\\Five\\gmw5.exe");
+    EXPECT_EQ(mb::FindTranslatorProgram(mb::goldMineTranslator), u"");
+}
+
 TEST_F(ProgramLocationsTest, APathOfMoreThan259CharactersIsNotRead)
 {
     const std::u16string longest = u"C:\\" + std::u16string(256, u'x');

@@ -10,6 +10,7 @@
 namespace {
 
 using namespace mbtest;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -50,11 +51,15 @@ protected:
     }
     Listing list(bool withImages)
     {
-        SAFEARRAY* arrays[5]{};
+        auto* const garbage = reinterpret_cast<SAFEARRAY*>(this); // what a caller left there
+        SAFEARRAY* arrays[5]{garbage, garbage, garbage, garbage, withImages ? garbage : nullptr};
         Listing listing;
         listing.hr = withImages ? transferer->GetTranslatorsEx(&arrays[0], &arrays[1], &arrays[2], &arrays[3], &arrays[4])
                                 : transferer->GetTranslators(&arrays[0], &arrays[1], &arrays[2], &arrays[3]);
-        for (SAFEARRAY* array : arrays) EXPECT_TRUE(SUCCEEDED(listing.hr) || !array) << "a failure gives no array";
+        if (FAILED(listing.hr)) {
+            EXPECT_THAT(arrays, Each(nullptr)) << "a failure gives no array";
+            return listing;
+        }
         listing.guids = texts(arrays[0]);
         listing.names = texts(arrays[1]);
         listing.paths = texts(arrays[2]);
