@@ -108,6 +108,23 @@ TEST_F(ConfirmationDlgTest, RecordsThatAreNotVerifiedAreTold)
     EXPECT_THAT(summary(), Holds(u"\t2 Additions ignored because the records are not verified"));
 }
 
+TEST_F(ConfirmationDlgTest, TheBlocksStandInOrderWithTheirLineEnds)
+{
+    const std::u16string stores = u"Store:: left.db\r\nStore:: right.db\r\n\r\n",
+                         first = u"The following changes from Second will be applied to First:\r\n\t1 Addition\r\n",
+                         ignored = u"The following changes from First will NOT be applied to Second:\r\n\t1 Addition ignored because the "
+                                   u"record is not verified",
+                         second = u"The following changes from First will be applied to Second:\r\n\t1 Addition\r\n";
+    unverified = {u"x"};
+    EXPECT_EQ(summary(), stores + ignored);
+    add(2, mb::PlannedNew, u"A1");
+    EXPECT_EQ(summary(), stores + ignored + u"\r\n\r\n" + second);
+    add(1, mb::PlannedNew, u"B1");
+    EXPECT_EQ(summary(), stores + first + u"\r\n" + ignored + u"\r\n\r\n" + second);
+    unverified.clear();
+    EXPECT_EQ(summary(), stores + first + u"\r\n\r\n" + second);
+}
+
 TEST_F(ConfirmationDlgTest, ATranslatorWithoutInfoIsNamedByItsStore)
 {
     add(1, mb::PlannedNew, u"B1");
@@ -182,6 +199,26 @@ TEST_F(ConfirmationDlgTest, TwoClicksOnAHeaderSortUpAndThenDown)
     dialog.clickHeader(205, 1);
     EXPECT_TRUE(control(dialog, 205).sortAscending) << "another column begins ascending";
     EXPECT_EQ(control(dialog, 208).sortColumn, 0) << "each list sorts for itself";
+}
+
+TEST_F(ConfirmationDlgTest, AnUnverifiedRecordOfEitherSideIsListedWithItsName)
+{
+    unverified = {record(s.two(), u"Un", u"Verified")};
+    CDetailsDlg dialog(changes);
+    dialog.prepare();
+    EXPECT_THAT(column(dialog, 205, 1), ElementsAre(u"Un"));
+    EXPECT_THAT(control(dialog, 208).rows, IsEmpty());
+}
+
+TEST_F(ConfirmationDlgTest, TheSelectionStaysOnItsContactWhenTheListIsSorted)
+{
+    for (const char16_t* last : {u"b", u"c", u"a"}) add(1, mb::PlannedNew, record(s.two(), u"x", last));
+    CDetailsDlg dialog(changes);
+    dialog.prepare();
+    dialog.select(205, 1);
+    dialog.clickHeader(205, 2);
+    ASSERT_EQ(control(dialog, 205).selection, 2);
+    EXPECT_EQ(control(dialog, 205).rows[2].cells[2], u"c");
 }
 
 TEST_F(ConfirmationDlgTest, OnlyAChangeCanBeLookedAtAndOneListHoldsTheSelection)
