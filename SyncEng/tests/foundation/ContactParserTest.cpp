@@ -1,5 +1,6 @@
 #include "foundation/ContactParser.h"
 
+#include "files.h"
 #include "foundation/PhoneNumber.h"
 #include "RegistryValues.h"
 #include "TestFolder.h"
@@ -51,4 +52,12 @@ TEST_F(ContactParserTest, AnEmptyPhoneCallsNothing)
     const ContactParser parser;
     EXPECT_TRUE(isEmpty(parser.ParsePhone(u"")));
     EXPECT_EQ(parser.ParsePhone(u"1").extension, u"init parse "); // the library's first calls
+}
+
+TEST_F(ContactParserTest, ALibraryWithoutTheFunctionsParsesNothing)
+{
+    const auto library = [](const char* name) { return platform::libraryFileName(name); };
+    std::filesystem::copy_file(std::filesystem::path(FAKE_HOST_FOLDER) / library("LNTrans"), folder.path() / library("CAT"));
+    mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", platform::textOf(folder.path() / "mb"));
+    EXPECT_TRUE(isEmpty(ContactParser().ParsePhone(u"1 212 5551234")));
 }

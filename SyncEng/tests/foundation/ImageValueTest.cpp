@@ -1,7 +1,9 @@
 #include "foundation/ImageValue.h"
 
+#include "files.h"
 #include "foundation/Paths.h"
 #include "image.h"
+#include "RegistryValues.h"
 #include "TestFolder.h"
 #include "TestImages.h"
 #include "text.h"
@@ -146,6 +148,40 @@ TEST_F(ImageValueTest, BytesThatAreNoBitmapGiveAnEmptyValueAndNoFile)
     fs::path data;
     ASSERT_EQ(mb::GetUserDataFolder(data), S_OK);
     for (const auto& entry : fs::directory_iterator(data)) EXPECT_NE(entry.path().extension(), ".JPG");
+}
+
+TEST_F(ImageValueTest, ABitmapOnBothSidesIsMeasuredThoughBothTakeFilesToo)
+{
+    com::Variant value(picture);
+    EXPECT_EQ(ConvertImageValue(value, capDIBImage | capBMPFile, capDIBImage | capBMPFile, true), pictureBytes);
+    EXPECT_EQ(value.text(), picture);
+}
+
+TEST_F(ImageValueTest, WithoutADataFolderTheBitmapStaysAsItIs)
+{
+    folder.write("data/Zorel", "a file is in the way");
+    mbtest::setText(platform::Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath",
+                    platform::textOf(folder.path() / "missing"));
+    com::Variant value(picture);
+    EXPECT_EQ(ConvertImageValue(value, capDIBImage, capBMPFile, true), 0);
+    EXPECT_EQ(value.text(), picture);
+    com::Variant from = bmp();
+    EXPECT_EQ(ConvertImageValue(from, capBMPFile, capJPEGFile, true), pictureBytes);
+    EXPECT_EQ(from.text(), picture);
+}
+
+TEST_F(ImageValueTest, ANameInUseIsTakenOver)
+{
+    fs::path data;
+    ASSERT_EQ(mb::GetUserDataFolder(data), S_OK);
+    std::srand(7);
+    const fs::path used = data / (std::to_string(std::rand()) + ".BMP");
+    mbtest::writeBytes(used, "something older");
+    std::srand(7);
+    com::Variant value(picture);
+    (void)ConvertImageValue(value, capDIBImage, capBMPFile, true);
+    EXPECT_EQ(pathIn(value), used);
+    EXPECT_EQ(platform::loadImage(used), picture);
 }
 
 TEST_F(ImageValueTest, AFileForATargetWithoutAFormOfItsOwnBecomesABitmap)

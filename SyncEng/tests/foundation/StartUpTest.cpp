@@ -142,6 +142,16 @@ TEST_F(StartUp, TheToolsConfigurationSeedsThatOfTheHost)
     EXPECT_EQ(read("MBookCfg.xml"), "tool");
 }
 
+TEST_F(StartUp, TheToolsConfigurationOfAnEarlierVersionSeedsThatOfTheHostToo)
+{
+    mbtest::setText(Root::LocalMachine, settingsKey, u"InstallPath", platform::textOf(folder.path()));
+    const fs::path legacy = folder.path() / "MBSync" / platform::pathOf(platform::userName());
+    fs::create_directories(legacy);
+    folder.write(fs::relative(legacy / "MBookCfg.xml", folder.path()).string(), "tool");
+    start();
+    EXPECT_EQ(read("MBSync.xml"), "tool");
+}
+
 TEST_F(StartUp, TheHostsConfigurationIsNotOverwrittenByTheTools)
 {
     folder.write("data/Zorel/MBSync/MBookCfg.xml", "tool");
