@@ -3,6 +3,7 @@
 #include "foundation/Format.h"
 #include <chrono>
 #include <fstream>
+#include <functional>
 
 namespace {
 
@@ -87,6 +88,31 @@ TEST_F(FidemarkFilterTest, AddsReachTheFileAtTheNextDeleteOrAtTheClose)
     EXPECT_EQ(folder.read(storePath()), deleted);
     EXPECT_EQ(filter->CloseStore(), S_OK);
     EXPECT_THAT(list(opened(), u"f"), ElementsAre(u"a", u"b"));
+}
+
+TEST_F(FidemarkFilterTest, EachWayToDeleteReachesTheFileAtOnce)
+{
+    const auto filter = opened();
+    const com::Bstr f(u"f"), a(u"a");
+    const std::function<HRESULT()> deletes[] = {[&] { return filter->DeleteEntry(f.get(), a.get()); },
+                                                [&] { return filter->DeleteEntry(f.get(), nullptr); },
+                                                [&] { return filter->DeleteEntry(nullptr, nullptr); }};
+    for (const auto& deleteEntry : deletes) {
+        ASSERT_EQ(add(filter, u"f", u"a"), S_OK);
+        ASSERT_EQ(add(filter, u"g", u"b"), S_OK);
+        const std::string before = folder.read(storePath());
+        EXPECT_EQ(deleteEntry(), S_OK);
+        EXPECT_THAT(list(filter, u"f"), IsEmpty());
+        EXPECT_NE(folder.read(storePath()), before);
+    }
+}
+
+TEST_F(FidemarkFilterTest, OpeningAnewClosesAndSavesTheFormer)
+{
+    const auto filter = opened();
+    ASSERT_EQ(add(filter, u"f", u"a"), S_OK);
+    EXPECT_EQ(filter->OpenStore(), S_OK);
+    EXPECT_THAT(list(filter, u"f"), ElementsAre(u"a"));
 }
 
 TEST_F(FidemarkFilterTest, AnObjectThatIsGivenBackClosesItsStore)

@@ -165,6 +165,20 @@ TEST_F(FidemarkSupportTest, FieldDataAreHeldBetweenBeginAndEnd)
     EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), E_FAIL);
 }
 
+TEST_F(FidemarkSupportTest, AnotherRecordOrMapTakesThePlaceOfTheFormer)
+{
+    ASSERT_EQ(support_->Initialize(mapA), S_OK);
+    com::Bstr text;
+    ASSERT_EQ(support_->BeginGetFieldData(idTrans1, com::Bstr(u"a2").get()), S_OK);
+    EXPECT_TRUE(FAILED(support_->BeginGetFieldData(idTrans1, com::Bstr(u"nobody").get())));
+    EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), E_FAIL);
+    LONG count = -1;
+    ASSERT_EQ(support_->Initialize(mapB), S_OK);
+    EXPECT_EQ(support_->GetNumOfHistoryRecords(idTrans1, &count), S_OK);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(partnerOf(idTrans1, u"a1"), u"");
+}
+
 TEST_F(FidemarkSupportTest, WithoutAHistoryListsFailAndReadsGiveNothing)
 {
     const auto expectClosed = [&] {
