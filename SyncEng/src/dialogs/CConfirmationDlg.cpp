@@ -5,11 +5,10 @@
 #include "foundation/Format.h"
 #include "foundation/HelpTopic.h"
 #include "foundation/Strings.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 namespace {
-
-constexpr GUID notesTranslator{0x297D3C58, 0x569B, 0x4F38, {0xAC, 0x59, 0xD4, 0xE2, 0x78, 0xD5, 0x47, 0x79}};
 
 struct Counts {
     int adds = 0, changes = 0, deletes = 0;
@@ -60,7 +59,7 @@ std::u16string databaseLabel(const PlannedSide& side, std::u16string_view name)
     com::Bstr shortName, longName, label;
     const auto info = com::Ptr<ITranslator>(side.translator).tryAs<ITranslatorInfo>();
     if (info && SUCCEEDED(com::call(info, &ITranslatorInfo::GetInfo, shortName.put(), longName.put(), label.put()))) return label.text();
-    return Format(LoadText(200), name.empty() && side.clsid == notesTranslator ? LoadText(209) : std::u16string(name));
+    return Format(LoadText(200), name.empty() && side.clsid == lotusNotesTranslator ? LoadText(209) : std::u16string(name));
 }
 
 } // namespace

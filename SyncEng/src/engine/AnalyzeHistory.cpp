@@ -2,10 +2,10 @@
 
 #include "engine/HistoryLinks.h"
 #include "engine/StageProgress.h"
-#include "engine/TranslatorIds.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 namespace {

@@ -1,12 +1,12 @@
 #include "engine/ApplyRecord.h"
 
 #include "engine/HostUnits.h"
-#include "engine/TranslatorIds.h"
 #include "foundation/ImageValue.h"
 #include "foundation/PhoneNumber.h"
 #include "text.h"
 #include "translators/ImageFields.h"
 #include "translators/ReadText.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 namespace {

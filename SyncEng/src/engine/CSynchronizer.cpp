@@ -2,10 +2,10 @@
 
 #include "engine/EngineCodes.h"
 #include "engine/SyncOneMap.h"
-#include "engine/TranslatorIds.h"
 #include "foundation/ClassTable.h"
 #include "foundation/SilentMode.h"
 #include "registry.h"
+#include "translators/TranslatorIds.h"
 #include "ui.h"
 #include <cstdlib>
 #include <ctime>

@@ -4,8 +4,8 @@
 #include "foundation/NotesTranslator.h"
 #include "transfer/HiddenMap.h"
 #include "transfer/InstallChecks.h"
-#include "transfer/TargetIds.h"
 #include "transfer/TargetList.h"
+#include "translators/TranslatorIds.h"
 #include "ui.h"
 
 namespace mb {

@@ -1,7 +1,7 @@
 #include "transfer/HiddenMap.h"
 
 #include "foundation/ClassTable.h"
-#include "transfer/TargetIds.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 

@@ -4,7 +4,7 @@
 #include "foundation/ClassTable.h"
 #include "foundation/Strings.h"
 #include "interfaces.h"
-#include "transfer/TargetIds.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 namespace {

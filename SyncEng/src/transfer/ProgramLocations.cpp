@@ -1,7 +1,7 @@
 #include "transfer/ProgramLocations.h"
 
 #include "registry.h"
-#include "transfer/TargetIds.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 namespace {

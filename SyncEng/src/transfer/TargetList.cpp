@@ -7,7 +7,7 @@
 #include "interfaces.h"
 #include "text.h"
 #include "transfer/ProgramLocations.h"
-#include "transfer/TargetIds.h"
+#include "translators/TranslatorIds.h"
 
 namespace mb {
 namespace {

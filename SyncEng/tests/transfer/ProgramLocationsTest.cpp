@@ -2,7 +2,7 @@
 
 #include "registry.h"
 #include "TestFolder.h"
-#include "transfer/TargetIds.h"
+#include "translators/TranslatorIds.h"
 
 #include <gtest/gtest.h>
 
