@@ -277,6 +277,20 @@ TEST_F(FieldMappingDlgTest, AStoreThatDoesNotTellItsFieldsLeavesTheListEmptyAndT
     EXPECT_EQ(pairs(), before);
 }
 
+TEST_F(FieldMappingDlgTest, AMapThatCannotBeSavedIsAFailure)
+{
+    const auto file = s.folder.data() / "MBSync.xml", aside = s.folder.path() / "aside";
+    std::filesystem::rename(file, aside);
+    std::filesystem::create_directories(file / "in the way");
+    EXPECT_TRUE(FAILED(edit([](Dialog& dialog) {
+        dialog.checkRow(1038, 1, false);
+        dialog.press(1);
+        EXPECT_EQ(dialog.ending(), 1);
+    })));
+    std::filesystem::remove_all(file);
+    std::filesystem::rename(aside, file);
+}
+
 TEST_F(FieldMappingDlgTest, WithoutTheClassOfFieldMapsResetAndOkDoNothing)
 {
     const auto before = pairs();

@@ -25,7 +25,7 @@ struct MergeTold {
     std::u16string title, names, merged, front, frontImages, backImages, help;
     LONG result = 0, helpTopic = 0;
     VARIANT_BOOL images = VARIANT_TRUE;
-    HRESULT shown = S_OK, languageTaken = S_OK;
+    HRESULT shown = S_OK, languageTaken = S_OK, fieldTaken = S_OK, imageGiven = S_OK;
     std::vector<std::u16string> languages;
     std::function<void()> atFrontImages;
 };
@@ -50,7 +50,7 @@ public:
     {
         EXPECT_TRUE(com::viewOf(empty).empty());
         told.fields.push_back(com::textOf(label) + u"|" + com::textOf(value2) + u"|" + com::textOf(value1));
-        return S_OK;
+        return told.fieldTaken;
     }
     HRESULT STDMETHODCALLTYPE SetLanguage(BSTR language) override
     {
@@ -73,7 +73,10 @@ public:
     }
     HRESULT STDMETHODCALLTYPE UnusedSlot7() override { return E_UNEXPECTED; }
     HRESULT STDMETHODCALLTYPE GetMergedFields(BSTR* ppFields) override { return give(ppFields, told.merged); }
-    HRESULT STDMETHODCALLTYPE GetFrontImage(BSTR* ppPath) override { return give(ppPath, told.front); }
+    HRESULT STDMETHODCALLTYPE GetFrontImage(BSTR* ppPath) override
+    {
+        return SUCCEEDED(told.imageGiven) ? give(ppPath, told.front) : told.imageGiven;
+    }
     HRESULT STDMETHODCALLTYPE GetBackImage(BSTR* ppPath) override { return give(ppPath, {}); }
 
 private:
@@ -344,6 +347,28 @@ TEST_F(MergeConflictTest, TheLanguageIsToldUnlessItIsEnglish)
     setLanguage(u"de");
     EXPECT_EQ(merge(), S_OK);
     EXPECT_THAT(told.languages, ElementsAre(u"de"));
+}
+
+TEST_F(MergeConflictTest, AFailureAfterTheUserAcceptedLeavesBothMapsAsTheyWere)
+{
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->addImageFields();
+    types[ftImage1] = ftImage1;
+    question.SyncImages = true;
+    question.ChangeMap1[ftImage1] = question.ChangeMap2[ftImage1] = u"1";
+    const auto before1 = question.ChangeMap1, before2 = question.ChangeMap2;
+    told.merged = u"First name\tAda\tCity\tOslo\tPhone\t1\tNotes\tn\tCategories\ta, b";
+    told.imageGiven = E_OUTOFMEMORY;
+    EXPECT_EQ(merge(keepPath), E_OUTOFMEMORY);
+    EXPECT_EQ(question.ChangeMap1, before1);
+    EXPECT_EQ(question.ChangeMap2, before2);
+}
+
+TEST_F(MergeConflictTest, AComponentThatRefusesAFieldIsAFailureAndBothReadsEnd)
+{
+    told.fieldTaken = E_OUTOFMEMORY;
+    EXPECT_EQ(merge(), E_OUTOFMEMORY);
+    EXPECT_EQ(told.title, u"") << "nothing is shown";
+    EXPECT_EQ(s.log().count("EndReadRecord"), 2);
 }
 
 TEST_F(MergeConflictTest, AComponentThatRefusesTheLanguageIsAFailureAndReadsNothing)
