@@ -55,6 +55,8 @@ HRESULT closeSearch(PipelinePass& pass, HRESULT hr, bool foundAny)
 
 // A pass of the search has its own label; the two rounds of the third share one and go on counting.
 class DuplicateSearch {
+    using Question = RecordIndex::Question;
+
 public:
     DuplicateSearch(PipelinePass& pass, RecordIndex& index1, RecordIndex& index2)
         : pass_(pass), run_(pass.run), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), index1_(index1), index2_(index2),
@@ -93,7 +95,8 @@ private:
             if (SUCCEEDED(com::call(one_.translator, &ITranslator::GetRecordID, i, id.put()))) {
                 const auto task = FindTask(one_.Tasks, id.text());
                 if (task != one_.Tasks.end() && isOpenNew(task->second)) {
-                    const HRESULT hr = addRecord(Side::One, task, index1_, nullptr);
+                    std::optional<std::size_t> position;
+                    const HRESULT hr = addRecord(Side::One, task, index1_, position);
                     if (FAILED(hr)) return hr;
                 }
             }
@@ -104,7 +107,7 @@ private:
 
     // Reads a new record into its values and its side's index. A record whose reading the user cancelled is passed over; any other
     // failure ends the search. Wanted: it is charged to translator 1 on both sides.
-    HRESULT addRecord(Side side, TaskList::iterator task, RecordIndex& index, Keys* out)
+    HRESULT addRecord(Side side, TaskList::iterator task, RecordIndex& index, std::optional<std::size_t>& position)
     {
         PassSide& own = pass_.side(side);
         const com::Bstr id(task->first);
@@ -115,10 +118,9 @@ private:
             return hr;
         }
         task->second.Values = std::make_unique<FieldValueMap>();
-        Keys keys = readKeys(side, id.get(), *task->second.Values);
+        const Keys keys = readKeys(side, id.get(), *task->second.Values);
         (void)com::call(own.translator, &ITranslator::EndReadRecord, id.get());
-        index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
-        if (out) *out = std::move(keys);
+        position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
         return S_OK;
     }
 
@@ -197,10 +199,12 @@ private:
         for (auto at = two_.Tasks.begin(); at != two_.Tasks.end();) {
             const auto e2 = at++;
             if (isOpenNew(e2->second)) {
-                Keys keys;
-                const HRESULT hr = addRecord(Side::Two, e2, index2_, &keys);
+                std::optional<std::size_t> position;
+                const HRESULT hr = addRecord(Side::Two, e2, index2_, position);
                 if (FAILED(hr)) return hr;
-                if (const auto id1 = firstOpenRecord(index1_.withContentAlone(keys.digest))) pair(*id1, e2->first);
+                if (position)
+                    if (const auto id1 = firstOpenRecord(Question::ContentAlone, {{}, {}, {}, index2_.keys(*position).digest}))
+                        pair(*id1, e2->first);
             }
             if (progress.advance(step) == E_ABORT) return E_ABORT;
         }
@@ -212,8 +216,8 @@ private:
         StageProgress progress = progressOf(197, 224);
         const std::vector<std::size_t> open = index2_.open();
         if (open.empty()) return S_OK;
-        HRESULT hr = round(progress, open, [&](const RecordIndex::Entry& entry) { return byDigest(entry); });
-        if (SUCCEEDED(hr)) hr = round(progress, index2_.open(), [&](const RecordIndex::Entry& entry) { return byRule(entry); });
+        HRESULT hr = round(progress, open, [&](std::size_t position) { return byDigest(index2_.keys(position)); });
+        if (SUCCEEDED(hr)) hr = round(progress, index2_.open(), [&](std::size_t position) { return byRule(position); });
         return SUCCEEDED(hr) ? progress.reach(100.0) : hr;
     }
 
@@ -221,12 +225,11 @@ private:
     {
         const double step = open.empty() ? 0.0 : 100.0 / static_cast<double>(open.size());
         for (const std::size_t position : open) {
-            const RecordIndex::Entry entry = index2_[position];
-            const auto e2 = FindTask(two_.Tasks, entry.id);
+            const auto e2 = FindTask(two_.Tasks, index2_.id(position));
             bool found = false;
             if (e2 != two_.Tasks.end() && isOpenNew(e2->second))
-                if (const auto id1 = search(entry)) {
-                    pair(*id1, entry.id);
+                if (const auto id1 = search(position)) {
+                    pair(*id1, index2_.id(position));
                     found = true;
                 }
             if (progress.advance(found ? step : 0.0) == E_ABORT) return E_ABORT;
@@ -235,40 +238,43 @@ private:
     }
 
     // A first name and no e-mail: the record is never looked up by an empty e-mail.
-    static bool mayAskByEmail(const RecordIndex::Entry& entry) { return entry.firstName.empty() || !entry.email.empty(); }
+    static bool mayAskByEmail(const RecordIndex::Keys& keys) { return keys.firstName.empty() || !keys.email.empty(); }
 
-    std::optional<std::u16string> byDigest(const RecordIndex::Entry& entry)
+    std::optional<std::u16string> byDigest(const RecordIndex::Keys& keys)
     {
-        auto found = firstOpenRecord(index1_.withNameAndContent(entry.lastName, entry.firstName, entry.digest));
-        if (!found && mayAskByEmail(entry)) found = firstOpenRecord(index1_.withEmailAndContent(entry.lastName, entry.email, entry.digest));
+        auto found = firstOpenRecord(Question::NameAndContent, keys);
+        if (!found && mayAskByEmail(keys)) found = firstOpenRecord(Question::EmailAndContent, keys);
         return found;
     }
 
-    std::optional<std::u16string> byRule(const RecordIndex::Entry& entry)
+    std::optional<std::u16string> byRule(std::size_t position)
     {
-        auto found = pickFromNodes(index1_.withNameAndEmail(entry.lastName, entry.firstName, entry.email), entry);
-        if (!found) found = pickFromNodes(index1_.withName(entry.lastName, entry.firstName), entry);
-        if (!found && mayAskByEmail(entry)) found = pickFromNodes(index1_.withEmail(entry.lastName, entry.email), entry);
+        auto found = pickFromNodes(Question::NameAndEmail, position);
+        if (!found) found = pickFromNodes(Question::Name, position);
+        if (!found && mayAskByEmail(index2_.keys(position))) found = pickFromNodes(Question::Email, position);
         return found;
     }
 
-    std::optional<std::u16string> firstOpenRecord(RecordIndex::Found found) const
+    std::optional<std::u16string> firstOpenRecord(Question question, const RecordIndex::Keys& keys)
     {
-        for (const std::size_t position : found) {
-            if (!index1_.isOpen(position)) continue;
-            const auto task = FindTask(one_.Tasks, index1_[position].id);
-            if (task != one_.Tasks.end() && !task->second.MappedId) return index1_[position].id;
-        }
-        return std::nullopt;
+        const auto found = index1_.find(question, keys, [&](std::size_t position) {
+            const auto task = FindTask(one_.Tasks, index1_.id(position));
+            return task != one_.Tasks.end() && !task->second.MappedId;
+        });
+        return found ? std::optional(index1_.id(*found)) : std::nullopt;
     }
 
-    std::optional<std::u16string> pickFromNodes(RecordIndex::Found found, const RecordIndex::Entry& entry)
+    std::optional<std::u16string> pickFromNodes(Question question, std::size_t position)
     {
+        const RecordIndex::Keys keys = index2_.keys(position);
         std::vector<std::u16string> candidates;
-        for (const std::size_t position : found)
-            if (index1_.isOpen(position)) candidates.push_back(index1_[position].id);
+        (void)index1_.find(question, keys, [&](std::size_t candidate) {
+            candidates.push_back(index1_.id(candidate));
+            return false;
+        });
         if (candidates.empty()) return std::nullopt;
-        return RankCandidates(pass_, entry.id, {entry.lastName, entry.firstName, entry.email}, candidates, rows_);
+        const MatchKeys texts{platform::utf16(keys.lastName), platform::utf16(keys.firstName), platform::utf16(keys.email)};
+        return RankCandidates(pass_, index2_.id(position), texts, candidates, rows_);
     }
 
     void pair(const std::u16string& id1, const std::u16string& id2)

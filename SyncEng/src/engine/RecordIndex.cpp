@@ -2,17 +2,41 @@
 
 #include "foundation/FieldValue.h"
 #include "text.h"
+#include <algorithm>
+#include <bit>
+#include <functional>
 
 namespace mb {
 namespace {
 
-// Keys are joined by a character that no store of contacts holds.
-template <class... Parts> std::u16string joined(std::u16string_view first, const Parts&... parts)
+using Keys = RecordIndex::Keys;
+using Question = RecordIndex::Question;
+
+constexpr std::string_view Keys::*allKeys[] = {&Keys::lastName, &Keys::firstName, &Keys::email, &Keys::digest};
+
+// Which of the keys a question compares.
+constexpr std::array<bool, 4> compared(Question question)
 {
-    std::u16string key(first);
-    ((key += u'\x1f', key += parts), ...);
-    return key;
+    switch (question) {
+    case Question::ContentAlone: return {true, true, true, true};
+    case Question::NameAndContent: return {true, true, false, true};
+    case Question::EmailAndContent: return {true, false, true, true};
+    case Question::NameAndEmail: return {true, true, true, false};
+    case Question::Name: return {true, true, false, false};
+    default: return {true, false, true, false};
+    }
 }
+
+std::size_t hashOf(Question question, const Keys& keys)
+{
+    const auto asked = compared(question);
+    std::size_t hash = 0;
+    for (std::size_t i = 0; i < asked.size(); ++i)
+        if (asked[i]) hash = hash * 0x9E3779B97F4A7C15u + std::hash<std::string_view>()(keys.*allKeys[i]);
+    return hash ^ hash >> 32;
+}
+
+std::size_t hashOf(const std::u16string& id) { return std::hash<std::u16string>()(id); }
 
 bool isQuoted(std::u16string_view id) { return id.find(u'"') != std::u16string_view::npos; }
 
@@ -20,27 +44,74 @@ bool isQuoted(std::u16string_view id) { return id.find(u'"') != std::u16string_v
 
 bool RecordIndex::create() { return static_cast<bool>(document_.create("Records")); }
 
-void RecordIndex::AddToRecordIndex(std::u16string_view id, std::u16string_view lastName, std::u16string_view firstName,
-                                   std::u16string_view email, std::u16string_view digest)
+std::size_t RecordIndex::AddToRecordIndex(std::u16string_view id, std::u16string_view lastName, std::u16string_view firstName,
+                                          std::u16string_view email, std::u16string_view digest)
 {
-    Entry entry{std::u16string(id), {}, EscapeQuotes(lastName), EscapeQuotes(firstName), EscapeQuotes(email), std::u16string(digest), {}};
-    entry.element = document_.root().appendChild("Record");
-    entry.element.setAttribute("ID", platform::utf8(entry.id));
+    Entry entry{document_.root().appendChild("Record"), std::u16string(id), texts_.size(), {}};
+    const std::string texts[] = {platform::utf8(EscapeQuotes(lastName)), platform::utf8(EscapeQuotes(firstName)),
+                                 platform::utf8(EscapeQuotes(email)), platform::utf8(digest)};
+    entry.element.setAttribute("ID", platform::utf8(id));
     entry.element.setAttribute("MappedID", "");
-    entry.element.setAttribute("LastName", platform::utf8(entry.lastName));
-    entry.element.setAttribute("FirstName", platform::utf8(entry.firstName));
-    entry.element.setAttribute("Email", platform::utf8(entry.email));
-    entry.element.appendChild("Value").setText(platform::utf8(entry.digest));
-
-    const std::size_t position = entries_.size();
-    if (entry.lastName.empty() && entry.firstName.empty() && entry.email.empty()) byContent_[entry.digest].positions.push_back(position);
-    byId_.try_emplace(entry.id, position);
-    byNameContent_[joined(entry.lastName, entry.firstName, entry.digest)].positions.push_back(position);
-    byEmailContent_[joined(entry.lastName, entry.email, entry.digest)].positions.push_back(position);
-    byNameEmail_[joined(entry.lastName, entry.firstName, entry.email)].positions.push_back(position);
-    byName_[joined(entry.lastName, entry.firstName)].positions.push_back(position);
-    byEmail_[joined(entry.lastName, entry.email)].positions.push_back(position);
+    entry.element.setAttribute("LastName", texts[0]);
+    entry.element.setAttribute("FirstName", texts[1]);
+    entry.element.setAttribute("Email", texts[2]);
+    entry.element.appendChild("Value").setText(texts[3]);
+    for (std::size_t i = 0; i < entry.sizes.size(); ++i) {
+        texts_ += texts[i];
+        entry.sizes[i] = static_cast<std::uint32_t>(texts[i].size());
+    }
     entries_.push_back(std::move(entry));
+    tables_ = {};
+    byId_ = {};
+    return entries_.size() - 1;
+}
+
+RecordIndex::Keys RecordIndex::keys(std::size_t position) const
+{
+    const Entry& entry = entries_[position];
+    Keys keys;
+    std::size_t at = entry.at;
+    for (std::size_t i = 0; i < entry.sizes.size(); ++i) {
+        keys.*allKeys[i] = std::string_view(texts_).substr(at, entry.sizes[i]);
+        at += entry.sizes[i];
+    }
+    return keys;
+}
+
+template <class HashOf> void RecordIndex::make(Table& table, HashOf&& hashOf) const
+{
+    table.heads.assign(std::bit_ceil(std::max<std::size_t>(16, entries_.size() * 2)), none);
+    table.next.resize(entries_.size());
+    for (std::size_t i = entries_.size(); i-- > 0;) {
+        std::uint32_t& head = table.heads[hashOf(i) & (table.heads.size() - 1)];
+        table.next[i] = head;
+        head = static_cast<std::uint32_t>(i);
+    }
+}
+
+std::uint32_t* RecordIndex::firstLink(Question question, const Keys& keys)
+{
+    Table& asked = table(question);
+    if (asked.heads.empty()) make(asked, [&](std::size_t i) { return hashOf(question, this->keys(i)); });
+    return &asked.heads[hashOf(question, keys) & (asked.heads.size() - 1)];
+}
+
+bool RecordIndex::answers(Question question, const Keys& keys, std::size_t position) const
+{
+    const auto asked = compared(question);
+    const Keys own = this->keys(position);
+    for (std::size_t i = 0; i < asked.size(); ++i)
+        if (asked[i] && own.*allKeys[i] != keys.*allKeys[i]) return false;
+    return true;
+}
+
+// The first of an identifier.
+std::size_t RecordIndex::positionOf(const std::u16string& id)
+{
+    if (byId_.heads.empty()) make(byId_, [&](std::size_t i) { return hashOf(entries_[i].id); });
+    std::uint32_t at = byId_.heads[hashOf(id) & (byId_.heads.size() - 1)];
+    while (at != none && entries_[at].id != id) at = byId_.next[at];
+    return at == none ? entries_.size() : at;
 }
 
 std::size_t RecordIndex::positionOf(const platform::XmlElement& element) const
@@ -52,15 +123,10 @@ std::size_t RecordIndex::positionOf(const platform::XmlElement& element) const
 
 void RecordIndex::MarkRecordMapped(const std::u16string& id, const std::u16string& mappedId)
 {
-    std::size_t position = entries_.size();
-    if (isQuoted(id)) {
-        const auto element = document_.root().selectFirst("Record[@ID=\"" + platform::utf8(id) + "\"]");
-        if (element) position = positionOf(element);
-    } else if (const auto at = byId_.find(id); at != byId_.end()) {
-        position = at->second;
-    }
+    const std::size_t position =
+        isQuoted(id) ? positionOf(document_.root().selectFirst("Record[@ID=\"" + platform::utf8(id) + "\"]")) : positionOf(id);
     if (position == entries_.size()) return;
-    entries_[position].mappedId = mappedId;
+    entries_[position].mapped = !mappedId.empty();
     entries_[position].element.setAttribute("MappedID", platform::utf8(mappedId));
 }
 
@@ -68,43 +134,8 @@ std::vector<std::size_t> RecordIndex::open() const
 {
     std::vector<std::size_t> found;
     for (std::size_t i = 0; i < entries_.size(); ++i)
-        if (entries_[i].mappedId.empty()) found.push_back(i);
+        if (isOpen(i)) found.push_back(i);
     return found;
-}
-
-RecordIndex::Found RecordIndex::openOf(Buckets& buckets, const std::u16string& key)
-{
-    const auto at = buckets.find(key);
-    if (at == buckets.end()) return {};
-    Bucket& bucket = at->second;
-    while (bucket.front < bucket.positions.size() && !isOpen(bucket.positions[bucket.front])) ++bucket.front;
-    return std::span(bucket.positions).subspan(bucket.front);
-}
-
-RecordIndex::Found RecordIndex::withContentAlone(std::u16string_view digest) { return openOf(byContent_, std::u16string(digest)); }
-
-RecordIndex::Found RecordIndex::withNameAndContent(std::u16string_view last, std::u16string_view first, std::u16string_view digest)
-{
-    return openOf(byNameContent_, joined(last, first, digest));
-}
-
-RecordIndex::Found RecordIndex::withEmailAndContent(std::u16string_view last, std::u16string_view email, std::u16string_view digest)
-{
-    return openOf(byEmailContent_, joined(last, email, digest));
-}
-
-RecordIndex::Found RecordIndex::withNameAndEmail(std::u16string_view last, std::u16string_view first, std::u16string_view email)
-{
-    return openOf(byNameEmail_, joined(last, first, email));
-}
-
-RecordIndex::Found RecordIndex::withName(std::u16string_view last, std::u16string_view first)
-{
-    return openOf(byName_, joined(last, first));
-}
-RecordIndex::Found RecordIndex::withEmail(std::u16string_view last, std::u16string_view email)
-{
-    return openOf(byEmail_, joined(last, email));
 }
 
 } // namespace mb

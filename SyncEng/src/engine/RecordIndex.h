@@ -1,61 +1,82 @@
-// The new records of one side for the search for duplicates: a document of them, and buckets beside it that answer its six questions in
-// the order of the document. The expressions on the document remain the definition.
+// The new records of one side for the search for duplicates: a document of them, and hash tables beside it that answer its six questions
+// in the order of the document. A table is made when its question is asked for the first time. The expressions on the document remain
+// the definition.
 #pragma once
 #include "xml.h"
+#include <array>
+#include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
 
 namespace mb {
 
 class RecordIndex {
 public:
-    struct Entry {
-        std::u16string id, mappedId;
-        std::u16string lastName, firstName, email; // lower-cased and escaped, as the attributes are
-        std::u16string digest;
-        platform::XmlElement element;
+    // As the document holds them, in UTF-8: lower-cased, the names and the e-mail escaped too. They last until a record is added.
+    struct Keys {
+        std::string_view lastName, firstName, email, digest;
     };
-    using Found = std::span<const std::size_t>; // positions of entries, in the order of the document; some may be mapped by now
+    // What is compared; the expressions Q1 to Q6. Wanted: the first one is asked with empty names and e-mail.
+    enum class Question { ContentAlone, NameAndContent, EmailAndContent, NameAndEmail, Name, Email };
 
     // False if no document can be made.
     bool create();
-    // The three keys lower-cased, not escaped yet.
-    void AddToRecordIndex(std::u16string_view id, std::u16string_view lastName, std::u16string_view firstName, std::u16string_view email,
-                          std::u16string_view digest);
+    // The three keys lower-cased, not escaped yet. The answer is the record's position in the document.
+    std::size_t AddToRecordIndex(std::u16string_view id, std::u16string_view lastName, std::u16string_view firstName,
+                                 std::u16string_view email, std::u16string_view digest);
     // Wanted: the identifier goes into the expression as it is, so one with a quote finds nothing, or another.
     void MarkRecordMapped(const std::u16string& id, const std::u16string& mappedId);
 
-    [[nodiscard]] const Entry& operator[](std::size_t position) const { return entries_[position]; }
-    [[nodiscard]] bool isOpen(std::size_t position) const { return entries_[position].mappedId.empty(); }
+    [[nodiscard]] const std::u16string& id(std::size_t position) const { return entries_[position].id; }
+    [[nodiscard]] Keys keys(std::size_t position) const;
+    [[nodiscard]] bool isOpen(std::size_t position) const { return !entries_[position].mapped; }
     [[nodiscard]] std::vector<std::size_t> open() const;
 
-    // The questions, of records that are not mapped yet. Wanted: the first one is asked with empty keys.
-    [[nodiscard]] Found withContentAlone(std::u16string_view digest);                                                         // Q1
-    [[nodiscard]] Found withNameAndContent(std::u16string_view last, std::u16string_view first, std::u16string_view digest);  // Q2
-    [[nodiscard]] Found withEmailAndContent(std::u16string_view last, std::u16string_view email, std::u16string_view digest); // Q3
-    [[nodiscard]] Found withNameAndEmail(std::u16string_view last, std::u16string_view first, std::u16string_view email);     // Q4
-    [[nodiscard]] Found withName(std::u16string_view last, std::u16string_view first);                                        // Q5
-    [[nodiscard]] Found withEmail(std::u16string_view last, std::u16string_view email);                                       // Q6
+    // The first record that is not mapped yet, has the keys, and is accepted.
+    template <class Accept> std::optional<std::size_t> find(Question question, const Keys& keys, Accept&& accept)
+    {
+        for (std::uint32_t* link = firstLink(question, keys); *link != none;) {
+            const std::uint32_t position = *link;
+            std::uint32_t& next = table(question).next[position];
+            if (entries_[position].mapped) {
+                *link = next; // it is passed over once
+                continue;
+            }
+            if (answers(question, keys, position) && accept(position)) return position;
+            link = &next;
+        }
+        return std::nullopt;
+    }
 
     [[nodiscard]] const platform::XmlDocument& document() const { return document_; }
 
 private:
-    // Entries that were mapped leave at the front, so that each is passed over once.
-    struct Bucket {
-        std::vector<std::size_t> positions;
-        std::size_t front = 0;
+    static constexpr std::uint32_t none = UINT32_MAX;
+    struct Entry {
+        platform::XmlElement element;
+        std::u16string id;
+        std::size_t at;                     // where its keys stand in texts_, one behind the other
+        std::array<std::uint32_t, 4> sizes; // of the keys
+        bool mapped = false;
     };
-    using Buckets = std::unordered_map<std::u16string, Bucket>;
-    Found openOf(Buckets& buckets, const std::u16string& key);
-    std::size_t positionOf(const platform::XmlElement& element) const;
+    // By hash the first position of a chain in ascending order, and by position the next one. Without heads it is not made yet.
+    struct Table {
+        std::vector<std::uint32_t> heads, next;
+    };
+    template <class HashOf> void make(Table& table, HashOf&& hashOf) const;
+    Table& table(Question question) { return tables_[static_cast<std::size_t>(question)]; }
+    std::uint32_t* firstLink(Question question, const Keys& keys);
+    [[nodiscard]] bool answers(Question question, const Keys& keys, std::size_t position) const;
+    [[nodiscard]] std::size_t positionOf(const std::u16string& id);
+    [[nodiscard]] std::size_t positionOf(const platform::XmlElement& element) const;
 
     platform::XmlDocument document_;
     std::vector<Entry> entries_;
-    std::unordered_map<std::u16string, std::size_t> byId_; // the first of an identifier
-    Buckets byContent_, byNameContent_, byEmailContent_, byNameEmail_, byName_, byEmail_;
+    std::string texts_;
+    std::array<Table, 6> tables_;
+    Table byId_;
 };
 
 } // namespace mb
