@@ -122,7 +122,7 @@ private:
     {
         const bool image = isImageType(step.S);
         const std::u16string* changed = valueIn(task_.Changes.get(), step.S);
-        const std::u16string* cached = image ? nullptr : valueIn(task_.Values.get(), step.S);
+        const auto cached = image || !task_.Values ? std::nullopt : task_.Values->find(step.S);
         if (changed && !image) {
             step.value = com::Variant(*changed);
         } else if (changed && !step.WriteIt) {

@@ -34,17 +34,17 @@ NameFields findNameFields(const com::Ptr<ITranslator>& translator)
 
 } // namespace
 
-std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, const std::u16string& recordId)
+std::u16string DescribeRecord(const RecordValues* fields, ITranslator* translator, const std::u16string& recordId)
 {
     NameFields names;
     return DescribeRecord(fields, translator, names, recordId);
 }
 
-std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, NameFields& names, const std::u16string& recordId)
+std::u16string DescribeRecord(const RecordValues* fields, ITranslator* translator, NameFields& names, const std::u16string& recordId)
 {
     if (fields) {
         const auto first = fields->find(ftFirstName), last = fields->find(ftLastName);
-        if (first != fields->end() && last != fields->end()) return joined(first->second, last->second);
+        if (first && last) return joined(std::u16string(*first), std::u16string(*last));
     }
     if (!names.known()) names = findNameFields(com::Ptr<ITranslator>(translator));
     if (!names.known()) return {};

@@ -14,8 +14,8 @@ struct NameFields {
 
 // From the values if both names are among them, else read from the translator; empty where there is neither.
 // Wanted: the company takes no part, so a record with neither name has an empty description.
-std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, const std::u16string& recordId);
+std::u16string DescribeRecord(const RecordValues* fields, ITranslator* translator, const std::u16string& recordId);
 // The same for one of many records: the fields are looked for once.
-std::u16string DescribeRecord(const FieldValueMap* fields, ITranslator* translator, NameFields& names, const std::u16string& recordId);
+std::u16string DescribeRecord(const RecordValues* fields, ITranslator* translator, NameFields& names, const std::u16string& recordId);
 
 } // namespace mb

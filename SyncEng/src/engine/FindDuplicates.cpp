@@ -117,14 +117,15 @@ private:
             chargeFailure(pass_, Side::One);
             return hr;
         }
-        task->second.Values = std::make_unique<FieldValueMap>();
-        const Keys keys = readKeys(side, id.get(), *task->second.Values);
+        values_.clear();
+        const Keys keys = readKeys(side, id.get(), values_);
+        task->second.Values = std::make_unique<RecordValues>(values_); // the copy has no room to spare
         (void)com::call(own.translator, &ITranslator::EndReadRecord, id.get());
         position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
         return S_OK;
     }
 
-    Keys readKeys(Side side, BSTR id, FieldValueMap& values)
+    Keys readKeys(Side side, BSTR id, RecordValues& values)
     {
         Keys keys;
         const auto fields = pass_.fields(side);
@@ -134,17 +135,20 @@ private:
         for (std::size_t j = 0; j < rows_.rows.size(); ++j) {
             const MatchRow& row = rows_.rows[j];
             const LONG type = fieldOf(row, side).type;
-            std::u16string& value = values[type];
             if (isImageType(type)) {
+                values.set(type, {});
                 readImage(side, id, j, values, keys.digest);
                 continue;
             }
             com::Variant read;
             const HRESULT hr = com::call(pass_.side(side).translator, &ITranslator::ReadField, id, fields[j], read.put());
-            if (FAILED(hr)) values.erase(type); // so that it is read again when it is to be written, and not written as empty
-            const bool hasText = SUCCEEDED(hr) && read.vt == VT_BSTR && read.bstrVal;
-            if (!hasText) continue; // it leaves no trace in the digest
-            value = read.text();
+            if (FAILED(hr)) { // so that it is read again when it is to be written, and not written as empty
+                values.erase(type);
+                continue;
+            }
+            const std::u16string_view value = read.text();
+            values.set(type, value);
+            if (read.vt != VT_BSTR || !read.bstrVal) continue; // it leaves no trace in the digest
             if (type == lastName) keys.lastName = value;
             if (type == firstName) keys.firstName = value;
             if (type == email) keys.email = value;
@@ -155,7 +159,7 @@ private:
     }
 
     // A picture is known by its presence and by the size it would have as a JPEG file, which makes two stores comparable.
-    void readImage(Side side, BSTR id, std::size_t row, FieldValueMap& values, std::u16string& digest)
+    void readImage(Side side, BSTR id, std::size_t row, RecordValues& values, std::u16string& digest)
     {
         const LONG type = fieldOf(rows_.rows[row], side).type;
         const GUID& field = pass_.fields(side)[row];
@@ -173,13 +177,13 @@ private:
             size = imageSizeText(ConvertImageValue(image, caps, capJPEGFile, true));
             files.add(image);
         }
-        values[type] = flag;
-        values[sizeTypeOf(type)] = size;
+        values.set(type, flag);
+        values.set(sizeTypeOf(type), size);
         appendPart(digest, partOf(flag, rows_.rows[row], side) + size, row);
     }
 
     // The value as the other side's field could hold it.
-    static std::u16string partOf(const std::u16string& value, const MatchRow& row, Side side)
+    static std::u16string partOf(std::u16string_view value, const MatchRow& row, Side side)
     {
         const MatchField& other = fieldOf(row, otherSide(side));
         return value.empty() ? std::u16string() : FitForTarget(value, row.field1.type, other.flags, other.maxLength);
@@ -300,6 +304,7 @@ private:
     RecordIndex &index1_, &index2_;
     MatchRows rows_;
     PerSide<com::Ptr<IImageSupport>> images_;
+    RecordValues values_; // of the record that is being read
     bool FoundAny = false;
 };
 
@@ -327,12 +332,16 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
     const MatchRows rows = BuildMatchRows(pass);
     PassSide &one = pass.side(Side::One), &two = pass.side(Side::Two);
     const auto readAll = [&](Side side, BSTR id, RecordTask& task) {
-        task.Values = std::make_unique<FieldValueMap>();
+        task.Values = std::make_unique<RecordValues>();
         const auto fields = pass.fields(side);
         for (std::size_t j = 0; j < rows.rows.size(); ++j) {
             const LONG type = fieldOf(rows.rows[j], side).type;
-            std::u16string& value = (*task.Values)[type];
-            if (!isImageType(type) && FAILED(readText(pass.side(side).translator.get(), id, fields[j], value))) task.Values->erase(type);
+            std::u16string value;
+            const bool isRead = isImageType(type) || SUCCEEDED(readText(pass.side(side).translator.get(), id, fields[j], value));
+            if (isRead)
+                task.Values->set(type, value);
+            else
+                task.Values->erase(type);
         }
         (void)com::call(pass.side(side).translator, &ITranslator::EndReadRecord, id);
     };

@@ -91,15 +91,19 @@ private:
     }
 
     // A value that cannot be read is read again when it is to be written, and not written as empty.
-    static void readInto(FieldValueMap& values, LONG type, const PassSide& side, BSTR id, const GUID& field)
+    static void readInto(RecordValues& values, LONG type, const PassSide& side, BSTR id, const GUID& field)
     {
-        if (FAILED(readText(side.translator.get(), id, field, values[type]))) values.erase(type);
+        std::u16string text;
+        if (SUCCEEDED(readText(side.translator.get(), id, field, text)))
+            values.set(type, text);
+        else
+            values.erase(type);
     }
 
     void readBoth(TaskList::iterator e1, TaskList::iterator e2)
     {
         for (RecordTask* task : {&e1->second, &e2->second})
-            if (!task->Values) task->Values = std::make_unique<FieldValueMap>();
+            if (!task->Values) task->Values = std::make_unique<RecordValues>();
         const com::Bstr id1(e1->first), id2(e2->first);
         if (FAILED(com::call(one_.translator, &ITranslator::BeginReadRecord, id1.get()))) return;
         if (SUCCEEDED(com::call(two_.translator, &ITranslator::BeginReadRecord, id2.get()))) {

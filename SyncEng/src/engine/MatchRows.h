@@ -42,9 +42,7 @@ inline bool isOpenNew(const RecordTask& task) noexcept
 // A value of a record that was read; the empty text where it has none.
 inline std::u16string_view valueOf(const RecordTask& task, LONG type)
 {
-    if (!task.Values) return {};
-    const auto at = task.Values->find(type);
-    return at == task.Values->end() ? std::u16string_view() : std::u16string_view(at->second);
+    return task.Values ? task.Values->find(type).value_or(std::u16string_view()) : std::u16string_view();
 }
 
 FieldValueMap& changesOf(RecordTask& task);

@@ -11,8 +11,8 @@ void compareSpecial(RecordTask& e1, RecordTask& e2, LONG type1, const SpecialFie
 {
     if (!e1.Values || !e2.Values) return;
     const auto value1 = e1.Values->find(type1), value2 = e2.Values->find(field.type2);
-    if (value1 == e1.Values->end() || value2 == e2.Values->end()) return;
-    const std::u16string &a = value1->second, &b = value2->second;
+    if (!value1 || !value2) return;
+    const std::u16string_view a = *value1, b = *value2;
     if (platform::equalNoCase(a, b)) return;
     const std::u16string fitted2 = FitToField(b, field.flags1, field.maxLength1);
     // Wanted: side 2's first name is compared with itself, so a first name never enters here.

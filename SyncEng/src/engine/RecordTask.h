@@ -2,6 +2,7 @@
 // A record is never held as an object; it is named by its identifier and its values are read from the translator when needed.
 #pragma once
 #include "com.h"
+#include "engine/RecordValues.h"
 #include "store/FieldData.h"
 #include <map>
 #include <memory>
@@ -22,7 +23,7 @@ struct RecordTask {
     LONG Kind = TaskDelete;
     std::optional<std::u16string> MappedId; // the record on the other side; none for a new record that no search has matched
     std::unique_ptr<FieldValueMap> Changes; // the fields that differ; when not empty, only these are written
-    std::unique_ptr<FieldValueMap> Values;  // the record's values as the duplicate search read them, once
+    std::unique_ptr<RecordValues> Values;   // the record's values as the duplicate search read them, once
     LONG Settled = 0;                       // 1: the change set is final and is not looked at again
     bool FieldMapRemapped = false;          // all fields count as changed, and the history's flag is cleared after the write
 };

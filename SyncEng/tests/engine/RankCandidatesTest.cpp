@@ -35,15 +35,15 @@ protected:
         for (const Candidate& candidate : walk.candidates) {
             ids.push_back(u"candidate " + std::u16string(ids.size() + 1, u'i'));
             RecordTask& task = add(Side::One, ids.back(), {{ftLastName, u"Last"}});
-            (*task.Values)[ftStreet1] = street(candidate.score, candidate.words);
+            task.Values->set(ftStreet1, street(candidate.score, candidate.words));
             if (candidate.email)
-                (*task.Values)[ftEmail1] = u"e@example.org";
+                task.Values->set(ftEmail1, u"e@example.org");
             else if (walk.hasEmail)
-                (*task.Values)[ftEmail1] = u"other@example.org";
+                task.Values->set(ftEmail1, u"other@example.org");
             if (candidate.firstName)
-                (*task.Values)[ftFirstName] = u"First";
+                task.Values->set(ftFirstName, u"First");
             else if (walk.hasFirstName)
-                (*task.Values)[ftFirstName] = u"Other";
+                task.Values->set(ftFirstName, u"Other");
         }
         Values two{{ftLastName, u"Last"}, {ftStreet1, u"alfa bravo charlie delta echo y"}};
         if (walk.hasFirstName) two.emplace_back(ftFirstName, u"First");

@@ -56,6 +56,37 @@ TEST(TaskList, ANewEntryHasAllFieldsZero)
     EXPECT_FALSE(made.FieldMapRemapped);
 }
 
+TEST(RecordValues, TellsWhatWasReadFromWhatWasNot)
+{
+    RecordValues values;
+    values.set(ftTitle, u"Countess");
+    values.set(ftFirstName, u"Ada");
+    values.set(ftNotes, u"");
+    EXPECT_EQ(values.find(ftFirstName), u"Ada");
+    EXPECT_EQ(values.find(ftTitle), u"Countess");
+    EXPECT_EQ(values.find(ftNotes), u"") << "read, and empty";
+    EXPECT_EQ(values.find(ftCompany), std::nullopt);
+    values.erase(ftTitle);
+    values.erase(ftNotes);
+    EXPECT_EQ(values.find(ftTitle), std::nullopt);
+    EXPECT_EQ(values.find(ftNotes), std::nullopt);
+    EXPECT_EQ(RecordValues(values).find(ftFirstName), u"Ada");
+}
+
+TEST(RecordValues, TheLaterTextOfAFieldStands)
+{
+    RecordValues values;
+    values.set(ftTitle, u"");
+    values.set(ftTitle, u"Countess");
+    EXPECT_EQ(values.find(ftTitle), u"Countess");
+    values.set(ftTitle, u"Lady");
+    EXPECT_EQ(values.find(ftTitle), u"Lady");
+    values.set(ftTitle, u"");
+    EXPECT_EQ(values.find(ftTitle), u"");
+    values.clear();
+    EXPECT_EQ(values.find(ftTitle), std::nullopt);
+}
+
 TEST(FieldValues, CopyingKeepsWhatTheSourceDoesNotName)
 {
     FieldValueMap to, from;

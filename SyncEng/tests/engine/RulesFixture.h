@@ -29,8 +29,8 @@ protected:
     {
         RecordTask& task = TaskAt(pass.side(side).Tasks, id);
         task.Kind = TaskNew;
-        task.Values = std::make_unique<FieldValueMap>();
-        for (const auto& [type, value] : values) (*task.Values)[type] = value;
+        task.Values = std::make_unique<RecordValues>();
+        for (const auto& [type, value] : values) task.Values->set(type, value);
         return task;
     }
     std::optional<std::u16string> rank(const std::vector<std::u16string>& ids, const Values& two)
