@@ -54,7 +54,11 @@ std::u16string EscapeTypeName(std::u16string_view type, bool encode)
     return out;
 }
 
-std::string encodedType(std::u16string_view type) { return platform::utf8(EscapeTypeName(type.substr(0, type.find(u'\0')), true)); }
+std::string encodedType(std::u16string_view type)
+{
+    type = type.substr(0, type.find(u'\0'));
+    return type.find_first_of(u"'\"") == type.npos ? platform::utf8(type) : platform::utf8(EscapeTypeName(type, true));
+}
 
 std::u16string fixedPoint(double value)
 {
@@ -260,16 +264,7 @@ bool StoreFile::hasEncodedKey(const std::string& type, const std::string& name, 
 
 std::vector<XmlElement> StoreFile::sectionsOfType(std::u16string_view type) const
 {
-    std::vector<XmlElement> found;
-    const XmlElement root = isOpen() ? document_->root() : XmlElement();
-    if (!root || !root.isNamed("Scs")) return found;
-    const std::string wanted = encodedType(type);
-    for (XmlElement section = root.firstChild("Sc"); section; section = section.nextSibling("Sc")) {
-        XmlElement name = section.firstChild("ST");
-        while (name && !name.hasText(wanted)) name = name.nextSibling("ST");
-        if (name) found.push_back(section);
-    }
-    return found;
+    return isOpen() ? index_.ofType(encodedType(type)) : std::vector<XmlElement>();
 }
 
 std::vector<XmlElement> StoreFile::sectionsWithValue(std::u16string_view type, std::u16string_view key, std::u16string_view value) const

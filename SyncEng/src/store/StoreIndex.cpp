@@ -12,47 +12,33 @@ using platform::XmlElement;
 
 constexpr std::uint32_t none = UINT32_MAX;
 
-// The hashes of the types, or the names, of one section. There is one of each in what the store writes.
-struct Hashes {
-    std::array<std::size_t, 4> of{};
+// The different ones of a section's types or names, as numbers. There is one of each in what the store writes.
+struct Numbers {
+    std::array<std::uint32_t, 4> of{};
     std::size_t count = 0;
     bool tooMany = false;
 
-    Hashes(const XmlElement& section, std::string_view kind)
+    template <class NumberOf> Numbers(const XmlElement& section, std::string_view kind, NumberOf&& numberOf)
     {
         std::string buffer;
         for (XmlElement e = section.firstChild(kind); e && !tooMany; e = e.nextSibling(kind)) {
-            const std::size_t hash = std::hash<std::string_view>()(e.text(buffer));
-            if (std::find(of.begin(), of.begin() + count, hash) != of.begin() + count) continue;
+            const std::uint32_t number = numberOf(e.text(buffer));
+            if (std::find(of.begin(), of.begin() + count, number) != of.begin() + count) continue;
             tooMany = count == of.size();
-            if (!tooMany) of[count++] = hash;
+            if (!tooMany) of[count++] = number;
         }
     }
     [[nodiscard]] auto begin() const { return of.begin(); }
     [[nodiscard]] auto end() const { return of.begin() + count; }
 };
 
-std::uint32_t joined(std::size_t type, std::size_t name)
+std::uint32_t joined(std::uint32_t type, std::uint32_t name)
 {
     const std::uint64_t mixed = (std::uint64_t(type) * 0x9E3779B97F4A7C15u ^ name) * 0xC2B2AE3D27D4EB4Fu;
     return static_cast<std::uint32_t>(mixed >> 32);
 }
 
-std::uint32_t hashOf(std::string_view type, std::string_view name)
-{
-    const std::hash<std::string_view> hash;
-    return joined(hash(type), hash(name));
-}
-
-// Calls visit(hash) for each pair of a type and a name of the section; false, and no call, if they are too many.
-template <class F> bool eachHash(const XmlElement& section, F&& visit)
-{
-    const Hashes types(section, "ST"), names(section, "SN");
-    if (types.tooMany || names.tooMany) return false;
-    for (const std::size_t type : types)
-        for (const std::size_t name : names) visit(joined(type, name));
-    return true;
-}
+std::uint32_t hashOf(std::string_view name) { return static_cast<std::uint32_t>(std::hash<std::string_view>()(name)); }
 
 bool anyHasText(const XmlElement& section, std::string_view kind, std::string_view text)
 {
@@ -61,15 +47,39 @@ bool anyHasText(const XmlElement& section, std::string_view kind, std::string_vi
     return false;
 }
 
-bool bears(const XmlElement& section, std::string_view type, std::string_view name)
-{
-    return anyHasText(section, "SN", name) && anyHasText(section, "ST", type);
-}
+bool isNamed(const XmlElement& section, std::string_view name) { return anyHasText(section, "SN", name); }
+bool isOfType(const XmlElement& section, std::string_view type) { return anyHasText(section, "ST", type); }
 
 } // namespace
 
+std::uint32_t StoreIndex::numberOf(std::string_view type)
+{
+    const auto known = types_.find(type);
+    return known == types_.end() ? types_.emplace(type, static_cast<std::uint32_t>(types_.size())).first->second : known->second;
+}
+
+std::uint32_t StoreIndex::knownNumber(std::string_view type) const
+{
+    const auto known = types_.find(type);
+    return known == types_.end() ? none : known->second;
+}
+
+// Calls visit(type, hash) for each pair of a type and a name of the section, and for each type of one without a name; false, and no
+// call, if they are too many.
+template <class F> bool StoreIndex::eachPair(const XmlElement& section, F&& visit)
+{
+    const Numbers types(section, "ST", [&](std::string_view text) { return numberOf(text); });
+    Numbers names(section, "SN", hashOf);
+    if (types.tooMany || names.tooMany) return false;
+    if (names.count == 0) names.count = 1;
+    for (const std::uint32_t type : types)
+        for (const std::uint32_t name : names) visit(type, joined(type, name));
+    return true;
+}
+
 void StoreIndex::build(const XmlElement& root)
 {
+    types_.clear();
     entries_.clear();
     odd_.clear();
     places_ = 0;
@@ -77,8 +87,8 @@ void StoreIndex::build(const XmlElement& root)
         entries_.reserve(root.elementCount());
         for (XmlElement section = root.firstChild("Sc"); section; section = section.nextSibling("Sc")) {
             const std::uint32_t place = places_++;
-            if (!eachHash(section, [&](std::uint32_t hash) { entries_.push_back({section, hash, place, none}); }))
-                odd_.push_back({section, 0, place, none});
+            if (!eachPair(section, [&](std::uint32_t type, std::uint32_t hash) { entries_.push_back({section, type, hash, place, none}); }))
+                odd_.push_back({section, none, 0, place, none});
         }
     }
     relink();
@@ -88,34 +98,55 @@ std::uint32_t StoreIndex::headOf(std::uint32_t hash) const noexcept { return hea
 
 StoreIndex::Match StoreIndex::match(std::string_view type, std::string_view name) const
 {
-    const std::uint32_t hash = hashOf(type, name);
+    const std::uint32_t number = knownNumber(type), hash = joined(number, hashOf(name));
     const Entry* found = nullptr;
     bool more = !odd_.empty();
     for (std::uint32_t at = headOf(hash); at != none && !(found && more); at = entries_[at].next) {
-        if (entries_[at].hash != hash) continue;
+        const Entry& entry = entries_[at];
+        if (entry.hash != hash || entry.type != number) continue;
         if (found)
             more = true;
-        else if (bears(entries_[at].section, type, name))
-            found = &entries_[at];
+        else if (isNamed(entry.section, name))
+            found = &entry;
     }
     for (const Entry& odd : odd_) {
         if (found && odd.place > found->place) break;
-        if (bears(odd.section, type, name)) return {odd.section, true};
+        if (isNamed(odd.section, name) && isOfType(odd.section, type)) return {odd.section, true};
     }
     return {found ? found->section : XmlElement(), more};
 }
 
 std::vector<XmlElement> StoreIndex::all(std::string_view type, std::string_view name) const
 {
-    const std::uint32_t hash = hashOf(type, name);
+    const std::uint32_t number = knownNumber(type), hash = joined(number, hashOf(name));
     std::vector<const Entry*> found;
     for (std::uint32_t at = headOf(hash); at != none; at = entries_[at].next)
-        if (entries_[at].hash == hash && bears(entries_[at].section, type, name)) found.push_back(&entries_[at]);
+        if (entries_[at].hash == hash && entries_[at].type == number && isNamed(entries_[at].section, name)) found.push_back(&entries_[at]);
     for (const Entry& odd : odd_)
-        if (bears(odd.section, type, name)) found.push_back(&odd);
-    std::ranges::sort(found, {}, [](const Entry* e) { return e->place; });
+        if (isNamed(odd.section, name) && isOfType(odd.section, type)) found.push_back(&odd);
+    return inOrder(found);
+}
+
+std::vector<XmlElement> StoreIndex::ofType(std::string_view type) const
+{
+    const std::uint32_t number = knownNumber(type);
+    std::vector<const Entry*> found;
+    for (const Entry& entry : entries_)
+        if (entry.type == number && entry.section) found.push_back(&entry);
+    for (const Entry& odd : odd_)
+        if (isOfType(odd.section, type)) found.push_back(&odd);
+    return inOrder(found);
+}
+
+// Each section once: one with several names has an entry for each.
+std::vector<XmlElement> StoreIndex::inOrder(std::vector<const Entry*>& found)
+{
+    const auto placeOf = [](const Entry* e) { return e->place; };
+    if (!std::ranges::is_sorted(found, {}, placeOf)) std::ranges::sort(found, {}, placeOf);
     std::vector<XmlElement> sections;
-    for (const Entry* entry : found) sections.push_back(entry->section);
+    sections.reserve(found.size());
+    for (const Entry* entry : found)
+        if (sections.empty() || sections.back() != entry->section) sections.push_back(entry->section);
     return sections;
 }
 
@@ -126,18 +157,18 @@ void StoreIndex::append(const XmlElement& section)
 
 void StoreIndex::restore(const XmlElement& section, std::uint32_t place)
 {
-    if (!eachHash(section, [&](std::uint32_t hash) { link({section, hash, place, none}); }))
-        odd_.insert(std::ranges::upper_bound(odd_, place, {}, &Entry::place), {section, 0, place, none});
+    if (!eachPair(section, [&](std::uint32_t type, std::uint32_t hash) { link({section, type, hash, place, none}); }))
+        odd_.insert(std::ranges::upper_bound(odd_, place, {}, &Entry::place), {section, none, 0, place, none});
 }
 
 std::uint32_t StoreIndex::remove(const XmlElement& section)
 {
     std::uint32_t place = none;
-    const bool hashed = eachHash(section, [&](std::uint32_t hash) {
+    const bool hashed = eachPair(section, [&](std::uint32_t type, std::uint32_t hash) {
         if (heads_.empty()) return;
         for (std::uint32_t* at = &heads_[hash & (heads_.size() - 1)]; *at != none; at = &entries_[*at].next) {
             Entry& entry = entries_[*at];
-            if (entry.section != section || entry.hash != hash) continue;
+            if (entry.section != section || entry.type != type || entry.hash != hash) continue;
             place = entry.place;
             entry.section = {};
             *at = entry.next;
