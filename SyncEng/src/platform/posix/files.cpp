@@ -287,7 +287,8 @@ std::string readFile(const fs::path& path, std::error_code& error, std::uint64_t
         break;
     }
     error = source.error;
-    return error ? std::string() : bytes;
+    if (error) bytes.clear();
+    return bytes; // moved: the conditional operator would copy them
 }
 
 struct AtomicFile::State : Draft {
