@@ -8,8 +8,6 @@
 namespace mb::plugin {
 namespace {
 
-std::string idOf(BSTR id) { return platform::utf8(com::viewOf(id)); }
-
 std::u16string hashText(std::string_view bytes)
 {
     std::uint64_t hash = 14695981039346656037u; // FNV-1a

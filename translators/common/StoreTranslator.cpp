@@ -11,8 +11,6 @@
 namespace mb::plugin {
 namespace {
 
-std::string idOf(BSTR id) { return platform::utf8(com::viewOf(id)); }
-
 // Days since 1899-12-30, in UTC all over.
 DATE dateOf(std::int64_t nanoseconds)
 {
@@ -83,14 +81,26 @@ GUID StoreTranslator::guidOf(const PluginField& field) const noexcept
     return guid;
 }
 
+const std::string& StoreTranslator::idOf(BSTR id)
+{
+    const std::u16string_view given = com::viewOf(id);
+    // Not ==, by which the library compares 16-bit texts unit by unit.
+    if (given.size() == lastId_.size() && std::equal(given.begin(), given.end(), lastId_.data())) return lastIdUtf8_;
+    std::string bytes = platform::utf8(given);
+    lastId_ = given;
+    lastIdUtf8_ = std::move(bytes);
+    return lastIdUtf8_;
+}
+
 const PluginField* StoreTranslator::fieldOf(REFGUID guid) const noexcept
 {
     GUID base = guid;
     base.Data2 = 0;
     if (!IsEqualGUID(base, info_.fieldBase)) return nullptr;
-    // Fields are listed in ascending order of type.
-    const auto at = std::ranges::lower_bound(info_.fields, static_cast<LONG>(guid.Data2), {}, &PluginField::type);
-    return at != info_.fields.end() && at->type == guid.Data2 ? &*at : nullptr;
+    // Fields are listed in ascending order of type from 1 on with hardly a gap, so a field stands at its number or a little before.
+    std::size_t at = std::min<std::size_t>(guid.Data2, info_.fields.size());
+    while (at > 0 && info_.fields[at - 1].type > guid.Data2) --at;
+    return at > 0 && info_.fields[at - 1].type == guid.Data2 ? &info_.fields[at - 1] : nullptr;
 }
 
 RecordStore& StoreTranslator::store(Step step)
@@ -214,7 +224,7 @@ HRESULT StoreTranslator::GetModifiedDate(BSTR lpRecID, DATE* lpModDate)
 HRESULT StoreTranslator::FindRecord(BSTR strRecID)
 {
     return run([&] {
-        const std::string id = idOf(strRecID);
+        const std::string& id = idOf(strRecID);
         if (!store(Step::Find).exists(id)) throw StoreError(Step::Find, "There is no record \"" + std::string(id.c_str()) + "\".");
     });
 }
@@ -253,9 +263,14 @@ HRESULT StoreTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarV
     return run([&] {
         const PluginField* field = fieldOf(rField);
         if (!field) throw StoreError(Step::ReadField, "The store has no such field.");
-        const std::string id = idOf(lpRecID);
+        const std::string& id = idOf(lpRecID);
         const std::u16string text = field->dataType == dtImage ? readPicture(id, *field) : store(Step::ReadField).read(id, field->type);
-        *lpvarValue = com::Variant(text).detach();
+        if (!text.empty()) {
+            *lpvarValue = com::Variant(text).detach();
+            return;
+        }
+        lpvarValue->vt = VT_BSTR; // as most fields of a contact are: a BSTR of no text needs no memory
+        lpvarValue->bstrVal = nullptr;
     });
 }
 
@@ -273,7 +288,7 @@ HRESULT StoreTranslator::SaveRecord(BSTR* ppRecID)
 {
     if (!ppRecID) return E_POINTER;
     return run([&] {
-        const std::string id = idOf(*ppRecID);
+        const std::string& id = idOf(*ppRecID);
         const std::string saved = store(Step::Save).save(id);
         if (saved != id) {
             com::Bstr old = com::Bstr::attach(*ppRecID);

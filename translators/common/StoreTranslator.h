@@ -109,6 +109,7 @@ private:
     };
     using OpenStore = std::unique_ptr<RecordStore> (*)(const std::string& database, Report report);
     template <class F> HRESULT run(F&& body) noexcept; // a method of the store: what goes wrong is kept for GetLastError
+    const std::string& idOf(BSTR id);
     [[nodiscard]] const PluginField* fieldOf(REFGUID guid) const noexcept;
     [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
     RecordStore& store(Step step);
@@ -125,6 +126,9 @@ private:
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     std::u16string lastError_;
+    // The identifier of the last call and its UTF-8: most calls are about the same record as the one before.
+    std::u16string lastId_;
+    std::string lastIdUtf8_;
     bool imagesAllowed_ = true;
     std::optional<Picture> picture_; // the one that was begun
 };

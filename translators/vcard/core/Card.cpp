@@ -113,6 +113,9 @@ Card Card::make(std::string_view uuid, std::string_view eol)
 std::string Card::bytes() const
 {
     std::string all;
+    std::size_t size = 0;
+    for (const Line& line : lines_) size += line.raw().size();
+    all.reserve(size);
     for (const Line& line : lines_) all += line.raw();
     return all;
 }
@@ -143,7 +146,7 @@ std::u16string Card::labelOf(const Line& line) const
 
 void Card::claimAll()
 {
-    std::unordered_map<std::string_view, std::u16string> labels; // by group
+    std::unordered_map<std::string_view, std::u16string_view> labels; // by group
     for (const Line& line : lines_)
         if (line.name() == kLabel) labels.try_emplace(line.group(), line.value(context_));
     for (const Line& line : lines_) {
@@ -187,7 +190,7 @@ std::u16string Card::get(int type) const
 
 std::u16string Card::read(const Field& field, const Line& line) const
 {
-    const std::u16string value = line.value(context_);
+    const std::u16string& value = line.value(context_);
     const Version version = context_.version;
     switch (field.shape) {
     case Shape::Part: return unescape(escapedPart(value, u';', field.part), version, true);
@@ -218,16 +221,12 @@ std::u16string Card::read(const Field& field, const Line& line) const
 std::u16string Card::compose(const Field& field, Line& line, std::u16string_view text) const
 {
     const Version version = context_.version;
-    const std::u16string before = line.value(context_);
+    const std::u16string& before = line.value(context_);
     switch (field.shape) {
     case Shape::Part: {
-        auto parts = splitEscaped(before, u';');
         const std::size_t whole = before.empty() ? (line.name() == "N" ? kNameParts : line.name() == "ADR" ? kAddressParts : 1) : 1;
-        parts.resize(std::max({parts.size(), whole, field.part + std::size_t{1}}));
-        parts[field.part] = escape(text, version, true);
-        if (line.name() == "ORG")
-            while (parts.size() > 1 && parts.back().empty()) parts.pop_back();
-        return join(parts, u";");
+        std::u16string changed = withPart(before, u';', field.part, escape(text, version, true), whole);
+        return line.name() == "ORG" ? withoutEmptyTail(std::move(changed), u';') : changed;
     }
     case Shape::List: return writeList(text, version);
     case Shape::Date: {
@@ -282,6 +281,7 @@ void Card::replace(const Field& field, const std::u16string& text)
     Line& line = lines_[at];
     line.removeParam(kDerivedParam);
     line.setValue(compose(field, line, text), context_);
+    if (!claimsByValue(line)) return;
     claimAgain(at);
     if (slots_ == before) return;
     line.addParam(kPinParam, std::to_string(field.type)); // the new value made the line another field's
@@ -358,7 +358,7 @@ void Card::clear(const Field& field)
         }
     }
     line.setValue(rest, context_);
-    claimAgain(at);
+    if (claimsByValue(line)) claimAgain(at);
 }
 
 std::u16string Card::composedName() const

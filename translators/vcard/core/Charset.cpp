@@ -3,8 +3,10 @@
 #include "Ascii.h"
 #include "SystemCharset.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace mb::vcard {
 namespace {
@@ -13,6 +15,18 @@ namespace {
 constexpr std::array<char16_t, 32> kHigh1252 = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
                                                 0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
                                                 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
+
+// How many ASCII characters the bytes begin with; eight are looked at at once.
+std::size_t asciiLength(std::string_view bytes)
+{
+    std::size_t length = 0;
+    for (std::uint64_t word; length + sizeof word <= bytes.size(); length += sizeof word) {
+        std::memcpy(&word, bytes.data() + length, sizeof word);
+        if (word & 0x8080808080808080u) break;
+    }
+    while (length < bytes.size() && static_cast<unsigned char>(bytes[length]) < 0x80) ++length;
+    return length;
+}
 
 struct CodePoint {
     char32_t value;
@@ -99,16 +113,11 @@ std::optional<std::string> to1252(std::u16string_view text)
 
 } // namespace
 
-bool isAscii(std::string_view bytes)
-{
-    for (const char c : bytes)
-        if (static_cast<unsigned char>(c) >= 0x80) return false;
-    return true;
-}
+bool isAscii(std::string_view bytes) { return asciiLength(bytes) == bytes.size(); }
 
 bool isUtf8(std::string_view bytes)
 {
-    for (std::size_t i = 0; i < bytes.size();) {
+    for (std::size_t i = asciiLength(bytes); i < bytes.size();) {
         if (static_cast<unsigned char>(bytes[i]) < 0x80) {
             ++i;
             continue;
@@ -122,9 +131,12 @@ bool isUtf8(std::string_view bytes)
 
 std::u16string fromUtf8(std::string_view bytes)
 {
+    const std::size_t plain = asciiLength(bytes);
     std::u16string text;
     text.reserve(bytes.size());
-    for (std::size_t i = 0; i < bytes.size();) {
+    text.resize(plain);
+    std::copy_n(bytes.begin(), plain, text.begin());
+    for (std::size_t i = plain; i < bytes.size();) {
         if (static_cast<unsigned char>(bytes[i]) < 0x80) {
             text += static_cast<char16_t>(bytes[i++]);
             continue;
@@ -138,9 +150,11 @@ std::u16string fromUtf8(std::string_view bytes)
 
 std::string toUtf8(std::u16string_view text)
 {
-    std::string bytes;
-    bytes.reserve(text.size());
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    std::size_t plain = 0;
+    while (plain < text.size() && text[plain] < 0x80) ++plain;
+    std::string bytes(plain, '\0');
+    for (std::size_t i = 0; i < plain; ++i) bytes[i] = static_cast<char>(text[i]);
+    for (std::size_t i = plain; i < text.size(); ++i) {
         const char32_t c = text[i];
         const bool high = c >= 0xD800 && c < 0xDC00;
         if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {

@@ -258,6 +258,8 @@ std::u16string_view chatPrefix(std::u16string_view value)
     return {};
 }
 
+bool claimsByValue(const Line& line) { return line.name() == "IMPP"; }
+
 Claim claimOf(const Line& line, std::u16string_view label, const Context& context)
 {
     const std::string_view name = line.name();
@@ -268,8 +270,7 @@ Claim claimOf(const Line& line, std::u16string_view label, const Context& contex
     if (name == "URL") return claim({36, 78});
     if (name == "ADR") return claim({line.hasType("WORK") ? std::uint8_t{8} : line.hasType("HOME") ? std::uint8_t{13} : std::uint8_t{51}});
     if (name == "IMPP") {
-        const std::u16string value = line.value(context);
-        const std::u16string_view prefix = chatPrefix(value);
+        const std::u16string_view prefix = chatPrefix(line.value(context));
         for (const ChatScheme& s : kChatSchemes)
             if (s.prefix.size() == prefix.size() && chatPrefix(s.prefix).size() == prefix.size() && s.slot != 50 &&
                 std::equal(prefix.begin(), prefix.end(), s.prefix.begin(), [](char16_t a, char16_t b) { return (a | 32) == b; }))

@@ -41,6 +41,8 @@ struct Claim {
 
 // label is the X-ABLabel of the line's group, which some programs use in place of a type.
 Claim claimOf(const Line& line, std::u16string_view label, const Context& context);
+// Whether a new value can change the claim of the line, and not only its name and parameters.
+bool claimsByValue(const Line& line);
 
 // The scheme in front of an IMPP address that belongs to a slot, as in "aim:"; empty for none.
 std::u16string_view chatPrefix(std::u16string_view value);

@@ -14,14 +14,16 @@ constexpr auto npos = std::string_view::npos;
 constexpr std::size_t kFoldAt = 75;
 
 // The place of the colon or semicolon that ends a part of the header; quotes protect both, unless they are never closed.
-std::size_t findOutsideQuotes(std::string_view text, std::string_view anyOf, std::size_t from)
+std::size_t findOutsideQuotes(std::string_view text, char wanted, std::size_t from)
 {
+    const std::size_t first = text.find(wanted, from);
+    if (first == npos || text.substr(from, first - from).find('"') == npos) return first;
     bool quoted = false;
     for (std::size_t i = from; i < text.size(); ++i) {
         if (text[i] == '"') quoted = !quoted;
-        if (!quoted && anyOf.find(text[i]) != npos) return i;
+        if (!quoted && text[i] == wanted) return i;
     }
-    return quoted ? text.find_first_of(anyOf, from) : npos;
+    return quoted ? first : npos;
 }
 
 bool isFold(std::string_view text, std::size_t lineEnd)
@@ -113,6 +115,7 @@ Line Line::make(std::string header, std::string_view eol)
     Line line;
     line.header_ = std::move(header);
     line.eol_ = eol;
+    line.textKnown_ = true;
     line.parseHeader();
     return line;
 }
@@ -124,20 +127,16 @@ Line Line::parse(std::string_view raw, Version version)
     while (content > 0 && (raw[content - 1] == '\n' || raw[content - 1] == '\r')) --content;
     line.eol_ = raw.substr(content);
     raw = raw.substr(0, content);
-    const bool folded = raw.find_first_of("\r\n") != npos;
-    std::string joined = folded ? unfold(raw, version, false) : std::string(raw);
-    const auto split = [&] {
-        std::size_t colon = findOutsideQuotes(joined, ":", 0);
+    const bool folded = raw.find('\n') != npos || raw.find('\r') != npos;
+    const auto split = [&](std::string_view joined) {
+        std::size_t colon = findOutsideQuotes(joined, ':', 0);
         if (colon == npos) colon = joined.find(':');
         line.header_ = joined.substr(0, colon);
-        line.body_ = colon == npos ? std::string() : joined.substr(colon + 1);
+        line.body_ = colon == npos ? std::string_view() : joined.substr(colon + 1);
     };
-    split();
+    split(folded ? unfold(raw, version, false) : raw);
     line.parseHeader();
-    if (folded && line.quotedPrintable()) {
-        joined = unfold(raw, version, true);
-        split();
-    }
+    if (folded && line.quotedPrintable()) split(unfold(raw, version, true));
     return line;
 }
 
@@ -153,7 +152,7 @@ void Line::parseHeader()
     group_ = dot == npos ? std::string() : upperCopy(name.substr(0, dot));
     name_ = upperCopy(dot == npos ? name : name.substr(dot + 1));
     while (at < header.size()) {
-        const std::size_t end = std::min(findOutsideQuotes(header, ";", at + 1), header.size());
+        const std::size_t end = std::min(findOutsideQuotes(header, ';', at + 1), header.size());
         const std::string_view text = header.substr(at + 1, end - at - 1);
         const std::size_t equals = text.find('=');
         std::string value(equals == npos ? text : text.substr(equals + 1));
@@ -197,27 +196,59 @@ bool Line::base64() const
     return encoding && (equalFold(*encoding, "BASE64") || equalFold(*encoding, "B"));
 }
 
-bool Line::openEnded() const { return quotedPrintable() && std::string_view(raw_).substr(0, raw_.size() - eol_.size()).ends_with('='); }
+bool Line::openEnded() const { return quotedPrintable() && std::string_view(raw()).substr(0, raw().size() - eol_.size()).ends_with('='); }
 
-std::u16string Line::value(const Context& context) const
+const std::string& Line::raw() const
 {
-    const bool encoded = quotedPrintable() || base64();
-    const std::string bytes = quotedPrintable() ? decodeQuotedPrintable(body_) : base64() ? decodeBase64(body_) : body_;
+    if (!rawIsOld_) return raw_;
+    raw_ = header_ + ':' + body_;
+    if (folds_ && raw_.size() > kFoldAt) raw_ = fold(raw_, eol_);
+    raw_ += eol_;
+    rawIsOld_ = false;
+    return raw_;
+}
+
+const std::u16string& Line::value(const Context& context) const
+{
+    if (!textKnown_) text_ = withPlainNewlines(decoded(context));
+    textKnown_ = true;
+    return text_;
+}
+
+std::u16string Line::decoded(const Context& context) const
+{
+    std::string plain;
+    if (encoded()) plain = quotedPrintable() ? decodeQuotedPrintable(body_) : decodeBase64(body_);
+    const std::string& bytes = encoded() ? plain : body_;
     const std::string* declared = param("CHARSET");
     if (declared)
-        if (auto text = decode(bytes, *declared)) return withPlainNewlines(std::move(*text));
+        if (auto text = decode(bytes, *declared)) return std::move(*text);
     // Encoded bytes do not count when the charset of the card is guessed, so they are guessed on their own.
-    const std::string_view charset = encoded && isUtf8(bytes) ? kUtf8 : std::string_view(context.charset);
-    if (auto text = decode(bytes, charset)) return withPlainNewlines(std::move(*text));
-    return withPlainNewlines(*decode(bytes, kWindows1252));
+    const std::string_view charset = encoded() && isUtf8(bytes) ? kUtf8 : std::string_view(context.charset);
+    if (auto text = decode(bytes, charset)) return std::move(*text);
+    return *decode(bytes, kWindows1252);
+}
+
+void Line::setBody(std::string body, bool folds)
+{
+    body_ = std::move(body);
+    folds_ = folds;
+    rawIsOld_ = true;
+    textKnown_ = false;
 }
 
 void Line::setValue(std::u16string_view escaped, const Context& context)
 {
     const bool v21 = context.version == Version::V21;
     std::string utf8 = toUtf8(escaped);
-    const bool ascii = isAscii(utf8);
     const std::string* declared = param("CHARSET");
+    if (!v21 && !declared && !encoded() && sameCharset(context.charset, kUtf8)) {
+        setBody(std::move(utf8), true);
+        text_ = escaped;
+        textKnown_ = true;
+        return;
+    }
+    const bool ascii = isAscii(utf8);
     std::optional<std::string> bytes = encode(escaped, declared ? *declared : context.charset);
     // Text of version 2.1 is ASCII unless the line or the bytes of the card say otherwise.
     const bool undeclared = v21 && !declared && !ascii && sameCharset(context.charset, kUtf8) && !base64();
@@ -228,18 +259,14 @@ void Line::setValue(std::u16string_view escaped, const Context& context)
         bytes = std::move(utf8);
     }
     if (needsEncoding && !quotedPrintable() && !base64()) addParam("ENCODING", "QUOTED-PRINTABLE");
-    std::string text = header_ + ':';
     if (quotedPrintable()) {
         std::string plain;
         for (const char c : *bytes) plain += c == '\n' ? std::string("\r\n") : std::string(1, c);
-        body_ = encodeQuotedPrintable(plain, text.size(), eol_);
-        text += body_;
+        setBody(encodeQuotedPrintable(plain, header_.size() + 1, eol_), false);
     } else {
-        body_ = base64() ? encodeBase64(*bytes) : std::move(*bytes);
         // Version 2.1 folds at blanks only, and its readers disagree on what becomes of the blank: such a line stays whole.
-        text = v21 && !base64() ? text + body_ : fold(text + body_, eol_);
+        setBody(base64() ? encodeBase64(*bytes) : std::move(*bytes), !v21 || base64());
     }
-    raw_ = text + eol_;
 }
 
 namespace {
@@ -272,8 +299,7 @@ void Line::setJpeg(std::string_view bytes, Version version)
     if (version == Version::V21) header_ += ";ENCODING=BASE64;TYPE=JPEG";
     if (version == Version::V30) header_ += ";ENCODING=b;TYPE=JPEG";
     parseHeader();
-    body_ = (version == Version::V40 ? std::string(kJpegAddress) : std::string()) + encodeBase64(bytes);
-    raw_ = fold(header_ + ':' + body_, eol_) + eol_;
+    setBody((version == Version::V40 ? std::string(kJpegAddress) : std::string()) + encodeBase64(bytes), true);
 }
 
 void Line::addParam(std::string_view name, std::string_view value)
@@ -286,7 +312,7 @@ void Line::removeParam(std::string_view name)
 {
     std::size_t at = std::min(header_.find(';'), header_.size());
     while (at < header_.size()) {
-        const std::size_t end = std::min(findOutsideQuotes(header_, ";", at + 1), header_.size());
+        const std::size_t end = std::min(findOutsideQuotes(header_, ';', at + 1), header_.size());
         if (ownsParam(std::string_view(header_).substr(at + 1, end - at - 1), name))
             header_.erase(at, end - at);
         else

@@ -28,7 +28,7 @@ public:
     // A line that is not in the file yet: everything in front of the colon.
     static Line make(std::string header, std::string_view eol);
 
-    const std::string& raw() const { return raw_; }
+    const std::string& raw() const;
     const std::string& name() const { return name_; }   // upper-case, without the group; empty for an opaque line
     const std::string& group() const { return group_; } // upper-case
     const std::string* param(std::string_view name) const;
@@ -36,7 +36,7 @@ public:
     bool openEnded() const; // a soft line break at its end would swallow a line put behind it
 
     // The value as text, with its escapes still in it: what separators are looked for in.
-    std::u16string value(const Context& context) const;
+    const std::u16string& value(const Context& context) const;
     // Writes the value in the line's own encoding. Where that cannot hold it, the line gets CHARSET and ENCODING parameters.
     void setValue(std::u16string_view escaped, const Context& context);
     // A JPEG file that the value holds in base64, in a parameter's form or as a data: address; empty for anything else.
@@ -50,10 +50,18 @@ private:
     void parseHeader();
     bool quotedPrintable() const;
     bool base64() const;
+    bool encoded() const { return quotedPrintable() || base64(); }
+    std::u16string decoded(const Context& context) const;
+    void setBody(std::string body, bool folds);
 
-    std::string raw_;
-    std::string header_; // unfolded, in front of the colon
-    std::string body_;   // unfolded, behind the colon, still encoded
+    // A value that is set part by part is put into its final form once, when the bytes are asked for.
+    mutable std::string raw_;
+    mutable bool rawIsOld_ = false;
+    bool folds_ = true;
+    mutable bool textKnown_ = false;
+    mutable std::u16string text_; // the value, once it was asked for
+    std::string header_;          // unfolded, in front of the colon
+    std::string body_;            // unfolded, behind the colon, still encoded
     std::string eol_;
     std::string name_, group_;
     std::vector<Param> params_;

@@ -20,6 +20,7 @@ std::string_view trimmed(std::string_view text)
 bool isMarker(std::string_view content, std::string_view name)
 {
     content = trimmed(content);
+    if (content.empty() || upper(content.back()) != 'D') return false; // most lines are told apart by this
     const std::size_t colon = content.find(':');
     if (colon == npos || !equalFold(trimmed(content.substr(colon + 1)), "VCARD")) return false;
     std::string_view head = trimmed(content.substr(0, colon));

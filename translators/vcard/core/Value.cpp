@@ -57,8 +57,10 @@ std::u16string escape(std::u16string_view text, Version version, bool structured
 {
     if (!hasEscapes(version, structured)) return std::u16string(text);
     const std::u16string_view marked = version == Version::V21 ? u"\\;" : u"\\;,";
+    if (std::none_of(text.begin(), text.end(), [](char16_t c) { return c == u'\\' || c == u';' || c == u',' || c == u'\n'; }))
+        return std::u16string(text);
     std::u16string escaped;
-    escaped.reserve(text.size());
+    escaped.reserve(text.size() + 8);
     for (const char16_t c : text) {
         if (c == u'\n' && version != Version::V21) {
             escaped += u"\\n";
@@ -90,6 +92,37 @@ std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t sepa
         if (end == text.size()) return parts;
         at = end + 1;
     }
+}
+
+std::u16string withPart(std::u16string_view text, char16_t separator, std::size_t part, std::u16string_view value, std::size_t least)
+{
+    std::size_t begin = 0, end = endOfPart(text, separator, 0), count = 0; // `count` parts stand in front of the one from begin to end
+    for (; count < part && end < text.size(); ++count) {
+        begin = end + 1;
+        end = endOfPart(text, separator, begin);
+    }
+    std::u16string changed;
+    changed.reserve(text.size() + value.size() + std::max(part, least));
+    if (count == part)
+        changed.append(text.substr(0, begin)).append(value).append(text.substr(end));
+    else
+        changed.append(text).append(part - count, separator).append(value);
+    std::size_t parts = part + 1;
+    for (; end < text.size() && count == part; ++parts) end = endOfPart(text, separator, end + 1);
+    return parts < least ? changed.append(least - parts, separator) : changed;
+}
+
+std::u16string withoutEmptyTail(std::u16string text, char16_t separator)
+{
+    std::size_t kept = 0;
+    for (std::size_t at = 0;;) {
+        const std::size_t end = endOfPart(text, separator, at);
+        if (end > at || at == 0) kept = end;
+        if (end == text.size()) break;
+        at = end + 1;
+    }
+    text.resize(kept);
+    return text;
 }
 
 std::u16string_view escapedPart(std::u16string_view text, char16_t separator, std::size_t part)
@@ -133,6 +166,8 @@ std::u16string writeDate(std::u16string_view text, Version version, std::u16stri
 
 std::u16string cleaned(std::u16string_view text)
 {
+    if (std::all_of(text.begin(), text.end(), [](char16_t c) { return c >= u' ' && (c < 0xD800 || c >= 0xE000); }))
+        return std::u16string(text);
     std::u16string clean;
     clean.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {

@@ -16,6 +16,9 @@ std::u16string escape(std::u16string_view text, Version version, bool structured
 std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t separator);
 // One of those parts; empty if there are not so many.
 std::u16string_view escapedPart(std::u16string_view text, char16_t separator, std::size_t part);
+// The text with one part exchanged, its escapes in it; of at least so many parts.
+std::u16string withPart(std::u16string_view text, char16_t separator, std::size_t part, std::u16string_view value, std::size_t least);
+std::u16string withoutEmptyTail(std::u16string text, char16_t separator); // the first part stays
 std::u16string join(const std::vector<std::u16string>& parts, std::u16string_view separator);
 std::u16string trimBlanks(std::u16string_view text);
 
