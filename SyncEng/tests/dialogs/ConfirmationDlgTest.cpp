@@ -98,6 +98,19 @@ TEST_F(ConfirmationDlgTest, AdditionsThatAreNotConfirmedAreLeftOutOfTheSummary)
     EXPECT_THAT(summary(), Holds(u"1 Change"));
 }
 
+TEST_F(ConfirmationDlgTest, ChangesAndDeletionsThatAreNotConfirmedAreLeftOutToo)
+{
+    add(1, mb::PlannedNew, u"B1");
+    add(1, mb::PlannedChange, u"B2", u"A2");
+    add(2, mb::PlannedDelete, u"A3");
+    changes.ConfirmUpdates = false;
+    EXPECT_THAT(summary(), Holds(u"\t1 Addition\r\n\t1 Deletion\r\n"));
+    changes.ConfirmUpdates = true;
+    changes.ConfirmDeletes = false;
+    EXPECT_THAT(summary(), Holds(u"\t1 Addition\r\n\t1 Change\r\n"));
+    EXPECT_THAT(summary(), Not(Holds(u"Deletion")));
+}
+
 TEST_F(ConfirmationDlgTest, RecordsThatAreNotVerifiedAreTold)
 {
     unverified = {u"x"};

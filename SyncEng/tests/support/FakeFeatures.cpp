@@ -332,8 +332,8 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::MatchInstalledProduct(VARIANT_BOOL* pM
 {
     if (!pMatch) return E_POINTER;
     return guarded([&] {
+        *pMatch = boolOf(options().matches); // also where it fails
         meet("MatchInstalledProduct");
-        *pMatch = boolOf(options().matches);
     });
 }
 

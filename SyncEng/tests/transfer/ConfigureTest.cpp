@@ -255,6 +255,11 @@ TEST_F(ActTest, AMatcherThatKnowsNoProductFails)
 {
     scenario.two().options.matcher = true;
     scenario.log().failOn("2 MatchInstalledProduct", 1, noProduct);
+    EXPECT_EQ(configure(), E_FAIL) << "whatever it says of the match";
+    scenario.log().failOn("2 MatchInstalledProduct", 2, refused);
+    EXPECT_EQ(configure(), S_OK) << "any other failure leaves the match to count";
+    scenario.two().options.matches = false;
+    scenario.log().failOn("2 MatchInstalledProduct", 3, refused);
     EXPECT_EQ(configure(), E_FAIL);
 }
 

@@ -101,10 +101,23 @@ TEST_F(FidemarkFilterTest, EachWayToDeleteReachesTheFileAtOnce)
         ASSERT_EQ(add(filter, u"f", u"a"), S_OK);
         ASSERT_EQ(add(filter, u"g", u"b"), S_OK);
         const std::string before = folder.read(storePath());
+        EXPECT_THAT(list(filter, u"f"), ElementsAre(u"a"));
         EXPECT_EQ(deleteEntry(), S_OK);
         EXPECT_THAT(list(filter, u"f"), IsEmpty());
         EXPECT_NE(folder.read(storePath()), before);
     }
+}
+
+TEST_F(FidemarkFilterTest, AnEntryIsAKeyOfItsFileWithTheValue1)
+{
+    const auto filter = opened();
+    ASSERT_EQ(add(filter, u"C:\\f.mbk", u"a"), S_OK);
+    EXPECT_EQ(filter->CloseStore(), S_OK);
+    mb::StoreFile file;
+    std::u16string value;
+    ASSERT_EQ(file.Open(storePath(), false), S_OK);
+    EXPECT_EQ(file.ReadValue(u"Filter", u"C:\\f.mbk", u"a", value), S_OK);
+    EXPECT_EQ(value, u"1");
 }
 
 TEST_F(FidemarkFilterTest, OpeningAnewClosesAndSavesTheFormer)
