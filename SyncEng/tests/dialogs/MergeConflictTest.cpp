@@ -274,8 +274,8 @@ TEST_F(MergeConflictTest, EachImageIsShownAsAFileOfEachSideThatIsGoneAfterwards)
     types[ftImage1] = ftImage1;
     types[ftImage2] = ftImage2;
     question.SyncImages = true;
-    question.ChangeMap1[ftImage1] = question.ChangeMap1[ftImage2] = u"1";
-    question.ChangeMap2[ftImage1] = question.ChangeMap2[ftImage2] = u"0";
+    question.ChangeMap1 = values({{ftImage1, u"1"}, {ftImage2, u"1"}});
+    question.ChangeMap2 = values({{ftImage1, u"0"}, {ftImage2, u"0"}});
     const auto shown = [](const char* name) { return (shownFolder / name).u16string(); };
     told.atFrontImages = [&] { EXPECT_TRUE(std::filesystem::exists(shown("front1-512"))); };
     EXPECT_EQ(merge(nameFile), S_OK);
