@@ -106,8 +106,9 @@ private:
             if (FAILED(hr)) return;
             EmptyValues[i] = step.text().empty();
             if (step.WriteIt) write(step, hr);
+            if (FAILED(hr)) return; // or the next value that can be read would hide it, and the record go without the field for good
             if (!step.written && isImageType(step.T)) lookAtTargetImage(step);
-            if (SUCCEEDED(hr)) remember(step);
+            remember(step);
         }
     }
 
