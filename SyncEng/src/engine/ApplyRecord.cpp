@@ -155,7 +155,7 @@ private:
         com::Variant canonical;
         if (isPhoneForAct(step)) {
             canonical = com::Variant(NormalizePhoneNumber(step.text(), 0));
-            value = &canonical;
+            if (!canonical.text().empty()) value = &canonical; // else nothing could split it, and the number must not be lost
         }
         hr = com::call(target_.translator, &ITranslator::WriteField, targetKey_.get(), step.targetField,
                        static_cast<const VARIANT&>(*value));
