@@ -152,6 +152,15 @@ TEST_F(ConfirmTest, ReSyncIsNotOfferedWhereThereIsNoHistory)
     EXPECT_EQ(syncAsking(), E_ABORT);
 }
 
+TEST_F(ConfirmTest, RecordsThatAreNotVerifiedAloneAreShownToo)
+{
+    s.setOption(soSyncVerified, 1);
+    s.one().records.at(s.one().add({{ftLastName, u"Lovelace"}})).verified = false;
+    user.byDefault = mb::idOk;
+    EXPECT_EQ(syncAsking(), S_OK);
+    EXPECT_THAT(user.captions, testing::SizeIs(1));
+}
+
 TEST_F(ConfirmTest, TheSummaryCountsWhatComesToEachSide)
 {
     const auto gone = s.one().add({{ftFirstName, u"Old"}, {ftLastName, u"Contact"}});

@@ -222,6 +222,31 @@ TEST_F(ConflictTest, AMergeGivesEachSideWhatItLeftForIt)
     EXPECT_EQ(s.two().get(id2, ftCity1), u"Berlin");
 }
 
+TEST_F(ConflictTest, AMergedPairIsNotAskedAboutAgainWhenDuplicatesWereSearchedFor)
+{
+    s.one().add({{ftLastName, u"Hopper"}});
+    s.two().add({{ftLastName, u"Turing"}});
+    changeBothCities();
+    Answers answers;
+    answers.resolution = croMerge;
+    EXPECT_EQ(syncAsking(), S_OK);
+    EXPECT_EQ(answers.asked, 1);
+}
+
+TEST_F(ConflictTest, AnAnswerForAllDeletionsIsAskedOnce)
+{
+    s.one().add({{ftLastName, u"B"}, {ftCity1, u"London"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    for (auto& [id, record] : s.one().records) s.one().set(id, ftCity1, u"Paris");
+    while (!s.two().order.empty()) s.two().remove(std::u16string(s.two().order.front()));
+    Answers answers;
+    answers.resolution = croTrans2Wins;
+    answers.applyToAll = true;
+    EXPECT_EQ(syncAsking(), S_OK);
+    EXPECT_EQ(answers.askedDelete, 1);
+    EXPECT_THAT(s.one().records, IsEmpty()) << "the deletion wins for both";
+}
+
 TEST_F(ConflictTest, CancellingTheQuestionEndsTheRunBeforeAnyWrite)
 {
     changeBothCities();

@@ -32,6 +32,7 @@ TEST(FirstSync, AnEmptyValueOfANewRecordIsNotWritten)
     s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u""}, {ftNotes, u""}});
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_EQ(s.log().starting("2 WriteField").size(), 1u);
+    EXPECT_EQ(s.log().starting("2 ReadField").size(), 1u) << "what was empty is known without being read back";
     s.expectInStep();
 }
 

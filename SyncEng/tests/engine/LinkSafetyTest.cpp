@@ -144,3 +144,28 @@ TEST(LinkSafety, AChangeThatWaitsWhileItsRecordIsWrittenIsNotForgottenByARunThat
     EXPECT_EQ(s.one().get(ada, ftPhone), u"5");
     s.expectInStep();
 }
+
+TEST(LinkSafety, AChangeThatWonOverADeletionSurvivesARunThatEndsHalfway)
+{
+    for (const bool onTwo : {false, true}) {
+        SyncScenario s;
+        const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+        EXPECT_EQ(s.sync(), S_OK);
+        const auto ada2 = s.two().order.back();
+        if (onTwo) {
+            s.two().set(ada2, ftCity1, u"Rome");
+            s.one().remove(ada);
+        } else {
+            s.one().set(ada, ftCity1, u"Rome");
+            s.two().remove(ada2);
+        }
+        s.sink().writes = 0;
+        s.sink().cancelAtWrite = 1;
+        EXPECT_EQ(s.sync(), E_ABORT);
+        EXPECT_EQ(s.sync(), S_OK);
+        ASSERT_THAT(s.one().records, SizeIs(1));
+        ASSERT_THAT(s.two().records, SizeIs(1));
+        EXPECT_EQ(s.two().get(s.two().order.back(), ftCity1), u"Rome");
+        s.expectInStep();
+    }
+}

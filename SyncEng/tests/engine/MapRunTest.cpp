@@ -146,3 +146,45 @@ TEST(MapRun, AFieldThatTheTargetRefusesEndsTheRunAndTheNextOneWritesTheRecord)
     EXPECT_THAT(s.two().records, SizeIs(1));
     s.expectInStep();
 }
+
+TEST(MapRun, AFailureOnSideOneIsToldInItsOwnWords)
+{
+    SyncScenario s;
+    s.one().options.errorMessage1 = u"The first store is full.";
+    s.two().options.errorMessage1 = u"The second store is content.";
+    s.two().add(person(u"Alan", u"Turing"));
+    s.log().failOn("1 SaveRecord", 1, E_FAIL);
+    EXPECT_EQ(s.sync(), E_FAIL);
+    EXPECT_EQ(s.lastError().first, u"The first store is full.");
+}
+
+TEST(MapRun, AfterARecordThatCannotBeWrittenNothingIsDeleted)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    s.one().remove(ada);
+    s.one().add(person(u"Grace", u"Hopper"));
+    s.log().failOn("2 SaveRecord", s.log().count("2 SaveRecord") + 1, E_FAIL);
+    EXPECT_EQ(s.sync(), E_FAIL);
+    EXPECT_THAT(s.log().starting("2 DeleteRecord"), IsEmpty());
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.two().records, SizeIs(1));
+    s.expectInStep();
+}
+
+TEST(MapRun, ATargetThatCannotBeReadBackKeepsTheValuesItHadInTheHistory)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    s.one().set(ada, ftCity1, u"Paris");
+    // Of a change of the city alone, the city alone is read back.
+    s.log().failOn("2 ReadField", s.log().count("2 ReadField") + 1, E_FAIL);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.log().starting("2 ReadField"), ElementsAre("2 ReadField B000001 City"));
+    s.two().touch(ada2);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.log().starting("1 WriteField"), ElementsAre("1 WriteField A000001 City=Paris")) << "the city it was given is new to it";
+}

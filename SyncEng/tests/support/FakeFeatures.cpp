@@ -304,11 +304,11 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::CanRead(ITrServices*, HWND, VARIANT_BO
     });
 }
 
-HRESULT STDMETHODCALLTYPE FakeTranslator::CanWrite(ITrServices*, HWND, VARIANT_BOOL, VARIANT_BOOL* pCanWrite)
+HRESULT STDMETHODCALLTYPE FakeTranslator::CanWrite(ITrServices*, HWND, VARIANT_BOOL bSilent, VARIANT_BOOL* pCanWrite)
 {
     if (!pCanWrite) return E_POINTER;
     return guarded([&] {
-        noteOpen("CanWrite");
+        noteOpen("CanWrite", nullptr, bSilent ? "silently" : "");
         writeGranted_ = options().canWrite;
         *pCanWrite = boolOf(writeGranted_);
     });
