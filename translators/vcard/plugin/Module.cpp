@@ -1,4 +1,5 @@
 // The plug-in's one class, and its four entry points.
+#include "CardCategories.h"
 #include "CardStore.h"
 #include "FieldTable.h"
 #include "PluginExports.h"
@@ -27,9 +28,9 @@ std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plug
 
 std::unique_ptr<plugin::RecordStore> openCategories(const std::string& database, plugin::Report report)
 {
-    const auto cards = std::make_shared<vcard::CardStore>(database, vcard::userCacheFolder(), std::move(report));
-    return std::make_unique<plugin::CategoryStore>(cards->categories(),
-                                                   [cards](const plugin::Names& names) { cards->keepCategories(names); });
+    const auto categories = std::make_shared<vcard::CardCategories>(database, vcard::userCacheFolder(), report);
+    return std::make_unique<plugin::CategoryStore>(categories->takeNames(),
+                                                   [categories](const plugin::Names& names) { categories->keep(names); });
 }
 
 const plugin::PluginInfo& info()

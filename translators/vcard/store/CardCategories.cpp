@@ -1,7 +1,7 @@
-// The list of categories beside the cards: a text file of one name a line, hidden among them. It holds what no card bears yet, too.
-#include "CardStore.h"
+#include "CardCategories.h"
 
 #include "Charset.h"
+#include "StoreError.h"
 
 #include <algorithm>
 
@@ -12,45 +12,45 @@ std::u16string textOf(std::string_view utf8) { return decode(utf8, kUtf8).value_
 
 } // namespace
 
-std::string CardStore::categoryList() const
+CardCategories::CardCategories(const std::string& database, const std::string& cacheFolder, const plugin::Report& report)
+    : opened_(database, cacheFolder, report)
 {
-    return singleFile_.empty() ? ".mbsync-categories" : "." + singleFile_ + ".mbsync-categories";
 }
 
-plugin::Names CardStore::categories() const
+std::string CardCategories::list() const
+{
+    return opened_.singleFile.empty() ? ".mbsync-categories" : "." + opened_.singleFile + ".mbsync-categories";
+}
+
+plugin::Names CardCategories::takeNames()
 {
     plugin::Names names;
-    try {
-        if (folder_->stateOf(categoryList())) {
-            FileState state;
-            const std::string lines = folder_->read(categoryList(), state);
-            for (std::size_t at = 0; at < lines.size();) {
-                const std::size_t end = std::min(lines.find_first_of("\r\n", at), lines.size());
-                if (end != at) names.push_back(textOf(std::string_view(lines).substr(at, end - at)));
-                at = end + 1;
-            }
+    fileStep(Step::Open, [&] {
+        if (!opened_.folder->stateOf(list())) return;
+        FileState state;
+        const std::string lines = opened_.folder->read(list(), state);
+        for (std::size_t at = 0; at < lines.size();) {
+            const std::size_t end = std::min(lines.find_first_of("\r\n", at), lines.size());
+            if (end != at) names.push_back(textOf(std::string_view(lines).substr(at, end - at)));
+            at = end + 1;
         }
-    } catch (const FileError& e) {
-        throw StoreError(Step::Open, e.what());
-    }
-    for (const FileRecord& file : index_->files())
-        if (!file.gone) plugin::splitCategories(textOf(file.categories), names);
+    });
+    for (const FileRecord& file : opened_.index->files()) plugin::splitCategories(textOf(file.categories), names);
+    opened_.index->leave();
     return plugin::withoutDoubles(names);
 }
 
-void CardStore::keepCategories(const plugin::Names& names)
+void CardCategories::keep(const plugin::Names& names)
 {
     std::string lines;
     for (const std::u16string& name : names) lines += toUtf8(name) + '\n';
-    try {
-        Folder::Draft draft(*folder_);
+    fileStep(Step::Save, [&] {
+        Folder::Draft draft(*opened_.folder);
         draft.write(lines);
         draft.flush();
-        draft.replace(categoryList());
-        folder_->flush();
-    } catch (const FileError& e) {
-        throw StoreError(Step::Save, e.what());
-    }
+        draft.replace(list());
+        opened_.folder->flush();
+    });
 }
 
 } // namespace mb::vcard

@@ -4,9 +4,13 @@
 #include "Card.h"
 #include "Charset.h"
 #include "FileText.h"
+#include "Parallel.h"
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <map>
+#include <mutex>
 
 namespace mb::vcard {
 namespace {
@@ -39,6 +43,7 @@ std::string safeToken(std::string_view uid)
 
 std::string fromSafeToken(std::string_view token)
 {
+    if (token.find('%') == token.npos) return std::string(token);
     std::string text;
     for (std::size_t i = 0; i < token.size(); ++i) {
         unsigned byte = 0;
@@ -76,6 +81,24 @@ public:
 private:
     std::string_view rest_;
 };
+
+std::int64_t now()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+struct LeftIndex {
+    std::vector<FileRecord> files;
+    std::vector<std::string> leftOut;
+    std::int64_t folderChange, listed;
+};
+bool isOld(std::int64_t listed)
+{
+    const std::int64_t age = now() - listed;
+    return age < 0 || age > 2'000'000'000;
+}
+std::mutex leftMutex;
+std::map<std::string, LeftIndex> leftIndexes; // by folder
 
 } // namespace
 
@@ -121,7 +144,6 @@ std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spa
 CardIndex::CardIndex(const Folder& folder, std::string singleFile, std::string cachePath)
     : folder_(folder), singleFile_(std::move(singleFile)), cachePath_(std::move(cachePath))
 {
-    if (!cachePath_.empty()) load();
 }
 
 // A date for a state of a file: its own, unless that would not be later than the date the card had before.
@@ -180,29 +202,65 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
 
 void CardIndex::refresh(const std::function<void(const std::string&)>& report)
 {
+    if (!takeLeft()) compare();
+    for (const std::string& name : leftOut_) report(folder_.pathOf(name) + ": left out, a record is a plain file with a readable name");
+    for (const FileRecord& file : files_)
+        if (file.bad()) report(folder_.pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": left out, " + file.badText);
+}
+
+void CardIndex::compare()
+{
+    if (!cachePath_.empty()) load();
     Folder::Listing listing;
+    folderChange_ = folder_.lastChange();
+    listed_ = now();
     if (singleFile_.empty()) {
         listing = folder_.list();
     } else if (const auto state = folder_.stateOf(singleFile_)) {
         listing.files.push_back({singleFile_, *state});
     }
-    for (const std::string& name : listing.leftOut)
-        report(folder_.pathOf(name) + ": left out, a record is a plain file with a readable name");
+    leftOut_ = std::move(listing.leftOut);
 
-    std::vector<FileRecord> now;
-    now.reserve(listing.files.size());
-    std::size_t kept = 0, next = 0; // both lists are sorted by name
-    for (const FileEntry& entry : listing.files) {
+    struct Unknown {
+        std::size_t at; // in both lists
+        FileRecord* old;
+    };
+    std::vector<FileRecord> found(listing.files.size());
+    std::vector<Unknown> unknown;
+    std::size_t next = 0; // both lists are sorted by name
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const FileEntry& entry = listing.files[i];
         while (next < files_.size() && files_[next].name < entry.name) ++next;
         FileRecord* old = next < files_.size() && files_[next].name == entry.name ? &files_[next++] : nullptr;
-        const bool unchanged = old && old->state == entry.state;
-        kept += unchanged;
-        now.push_back(unchanged ? std::move(*old) : examine(entry, old));
-        const FileRecord& file = now.back();
-        if (file.bad()) report(folder_.pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": left out, " + file.badText);
+        if (old && old->state == entry.state)
+            found[i] = std::move(*old);
+        else
+            unknown.push_back({i, old});
     }
-    changed_ = changed_ || kept != files_.size() || kept != now.size();
-    files_ = std::move(now);
+    forEachIndex(unknown.size(), [&](std::size_t i) { found[unknown[i].at] = examine(listing.files[unknown[i].at], unknown[i].old); });
+    changed_ = changed_ || !unknown.empty() || files_.size() != found.size();
+    files_ = std::move(found);
+}
+
+void CardIndex::leave()
+{
+    constexpr std::int64_t kGrain = 100'000'000; // a change right in front of the listing cannot be told from one right behind it
+    if (!singleFile_.empty() || folderChange_ == 0 || listed_ - folderChange_ < kGrain) return;
+    const std::lock_guard lock(leftMutex);
+    std::erase_if(leftIndexes, [&](const auto& left) { return isOld(left.second.listed); });
+    leftIndexes[folder_.pathOf({})] = {std::move(files_), std::move(leftOut_), folderChange_, listed_};
+    files_.clear();
+    leftOut_.clear();
+}
+
+bool CardIndex::takeLeft()
+{
+    const std::lock_guard lock(leftMutex);
+    auto node = leftIndexes.extract(folder_.pathOf({}));
+    if (!node || !singleFile_.empty() || isOld(node.mapped().listed) || node.mapped().folderChange != folder_.lastChange()) return false;
+    files_ = std::move(node.mapped().files);
+    leftOut_ = std::move(node.mapped().leftOut);
+    return true;
 }
 
 // The cache: a header, for each file "size modified stamp badLine bad cards ,categories name", for a bad file a line with the reason, for
@@ -262,7 +320,7 @@ bool CardIndex::parse(std::string_view text)
     if (line() != kHeader) return false;
     for (;;) {
         Words words(line());
-        if (words.rest() == "end " + std::to_string(files_.size())) return true;
+        if (words.rest().starts_with("end ")) return words.rest() == "end " + std::to_string(files_.size());
         FileRecord file;
         int bad = 0;
         std::size_t cards = 0;

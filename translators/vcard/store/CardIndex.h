@@ -52,6 +52,9 @@ public:
     // Compares the folder with what is known and opens what is new. Tells of every file that is left out.
     void refresh(const std::function<void(const std::string&)>& report);
     void save(); // the cache, if anything changed
+    // Leaves what is known to the next index of the same folder, if that is made at once and the folder's names are the same; this one
+    // knows of no file any more. A run opens a folder twice, for its categories and for its cards.
+    void leave();
 
     std::vector<FileRecord>& files() { return files_; }
     // A file's record after its state was changed by this program.
@@ -60,6 +63,8 @@ public:
     std::int64_t nextStamp(std::int64_t modified, std::int64_t before) const;
 
 private:
+    bool takeLeft();
+    void compare();
     void load();
     bool parse(std::string_view text);
     FileRecord examine(const FileEntry& entry, FileRecord* known) const;
@@ -67,6 +72,8 @@ private:
     const Folder& folder_;
     std::string singleFile_, cachePath_;
     std::vector<FileRecord> files_;
+    std::vector<std::string> leftOut_;
+    std::int64_t folderChange_ = 0, listed_ = 0; // when the folder's names changed last, and when they were read
     bool changed_ = false;
 };
 

@@ -16,14 +16,6 @@ std::int64_t now()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-std::string cachePathOf(const std::string& database, const std::string& cacheFolder)
-{
-    if (cacheFolder.empty()) return {};
-    std::string name;
-    for (std::uint64_t h = hashOf(database); name.size() < 16; h >>= 4) name.insert(name.begin(), "0123456789abcdef"[h & 15]);
-    return cacheFolder + "/vcard-" + name + ".index";
-}
-
 // The engine takes identifiers that differ only in case for one.
 std::string folded(const std::string& id)
 {
@@ -38,43 +30,14 @@ bool leavesFolder(const std::string& id)
     return id.empty() || id[0] == '.' || id.find_first_of("/\\") != id.npos || id.find('\0') != id.npos;
 }
 
-// Runs a file operation; what the system refuses becomes the failure of the step.
-template <class F> auto fileStep(Step step, F&& body)
-{
-    try {
-        return body();
-    } catch (const FileError& e) {
-        throw StoreError(step, e.what());
-    }
-}
-
 } // namespace
 
 CardStore::CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report) : report_(std::move(report))
 {
-    const std::string path = realPath(database);
-    const PathKind kind = kindOf(path);
-    if (database.empty()) throw StoreError(Step::Open, "No vCard folder is set. Choose a folder of .vcf files, or one .vcf file.");
-    if (kind == PathKind::Nothing)
-        throw StoreError(Step::Open, "The vCard folder or file \"" + database + "\" does not exist. Create it, or choose another one.");
-    if (kind == PathKind::Other)
-        throw StoreError(Step::Open,
-                         "\"" + database + "\" is neither a folder nor a plain file. Choose a folder of .vcf files, or one .vcf file.");
-    fileStep(Step::Open, [&] {
-        const std::size_t slash = path.rfind('/');
-        if (kind == PathKind::File) singleFile_ = path.substr(slash + 1);
-        const std::string folder = kind == PathKind::Folder ? path : slash == 0 ? "/" : path.substr(0, slash);
-        folder_ = std::make_unique<Folder>(folder);
-        index_ = std::make_unique<CardIndex>(*folder_, singleFile_, cachePathOf(path, cacheFolder));
-        index_->refresh(report_);
-        index_->save();
-    });
-    if (!singleFile_.empty()) {
-        const FileRecord& file = index_->files().at(0);
-        if (file.bad())
-            throw StoreError(Step::Open, "The vCard file \"" + database + "\" cannot be read: line " + std::to_string(file.badLine) + ": " +
-                                             file.badText + ". Correct the file, or choose another one.");
-    }
+    OpenedCards opened(database, cacheFolder, report_);
+    folder_ = std::move(opened.folder);
+    singleFile_ = std::move(opened.singleFile);
+    index_ = std::move(opened.index);
     listRecords();
 }
 
@@ -154,17 +117,13 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
     };
     if (file.bad()) throw unreadable(file.badLine, file.badText);
     Open record;
-    record.id = id;
     if (place.card < 0) {
-        auto text = openText(fileStep(step, [&] { return folder_->read(file.name, record.state); }));
-        if (!text) throw unreadable(1, "the file is not valid UTF-16");
-        const ScanResult scan = scanCards(text->text);
-        if (scan.error) throw unreadable(scan.error->line, scan.error->message);
-        if (scan.cards.size() != 1) throw unreadable(scan.cards[1].line, "another program added a card during this run");
-        record.bytes = text->text; // blank lines around the card are part of the file
-        record.card = Card::parse(text->text);
-        record.file = std::move(*text);
-        record.file.text.clear();
+        try {
+            auto ahead = takeAhead(place.file);
+            static_cast<CardFile&>(record) = ahead ? std::move(*ahead) : fileStep(step, [&] { return readCard(*folder_, file.name); });
+        } catch (const CardFault& fault) {
+            throw unreadable(fault.line, fault.text);
+        }
     } else {
         Container& c = container(place.file, step);
         const auto k = static_cast<std::size_t>(place.card);
@@ -178,7 +137,40 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
             record.bytes = c.added[k - c.spans.size()];
         record.card = Card::parse(record.bytes);
     }
+    record.id = id;
     return record;
+}
+
+std::optional<CardFile> CardStore::takeAhead(std::size_t file)
+{
+    constexpr std::size_t kFew = 8, kAhead = 64; // cards
+    constexpr std::uint64_t kLarge = 64 * 1024;  // octets: many of those would take too much memory
+    const std::vector<FileRecord>& files = index_->files();
+    const bool next = file > lastRead_ && file < lastRead_ + kFew; // files that are no card of their own stand in between
+    lastRead_ = file;
+    inARow_ = next ? inARow_ + 1 : 0;
+    if (inARow_ == 0) ahead_.reset();
+    if (inARow_ < kFew) return std::nullopt;
+    if (!ahead_) {
+        ahead_ = std::make_unique<CardAhead>(*folder_);
+        aheadTo_ = file + 1;
+    }
+    if (ahead_->waiting() < kAhead / 2) {
+        std::vector<std::string> names;
+        for (aheadTo_ = std::max(aheadTo_, file + 1); aheadTo_ < files.size() && names.size() < kAhead; ++aheadTo_) {
+            const FileRecord& f = files[aheadTo_];
+            if (f.cards.empty() && !f.bad() && !f.gone && f.state.size <= kLarge) names.push_back(f.name);
+        }
+        if (!names.empty()) ahead_->want(names);
+    }
+    return ahead_->take(files[file].name);
+}
+
+// In front of every change of a file, and of the list of them.
+void CardStore::giveUpAhead()
+{
+    ahead_.reset();
+    inARow_ = 0;
 }
 
 void CardStore::beginRead(const std::string& id)
@@ -261,6 +253,7 @@ std::string CardStore::save(const std::string& id)
     Open record = std::move(*writing_);
     writing_.reset();
     last_.reset();
+    giveUpAhead();
     if (!record.isNew && !record.displayNameWritten && !record.nameBefore.empty() && record.card.get(kDisplayName) == record.nameBefore)
         record.card.set(kDisplayName, record.card.composedName()); // a display name made of the name follows it
     if (record.isNew || record.card.bytes() != record.bytes) record.card.completeName();
@@ -388,6 +381,7 @@ void CardStore::remove(const std::string& id)
     if (file.bad())
         throw StoreError(Step::Delete, folder_->pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": " + file.badText + ".");
     if (last_ && last_->id == id) last_.reset();
+    giveUpAhead();
     if (place.card < 0) {
         if (folder_->stateOf(file.name) != file.state)
             throw StoreError(Step::Delete,

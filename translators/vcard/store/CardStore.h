@@ -6,11 +6,11 @@
 // missing. An edit is refused when another program changed the file after the edit began. In a batch single files are written
 // at once and a file of many cards is written once, at its end; the disk is flushed once, at its end.
 #pragma once
-#include "Card.h"
+#include "CardAhead.h"
+#include "CardFile.h"
 #include "CardIndex.h"
-#include "CategoryStore.h"
-#include "FileText.h"
 #include "Folder.h"
+#include "OpenedCards.h"
 #include "StoreError.h"
 
 #include <functional>
@@ -51,10 +51,6 @@ public:
     void writeImage(const std::string& id, int type, std::string_view bytes) override;
     void close() override; // what was saved in a batch that was not ended is kept
 
-    // The categories that are kept in a list beside the cards, and those that cards bear.
-    plugin::Names categories() const;
-    void keepCategories(const plugin::Names& names);
-
 private:
     struct Place {
         std::size_t file;
@@ -71,12 +67,8 @@ private:
         std::unique_ptr<Folder::Draft> draft;
         bool dirty = false;
     };
-    struct Open {
+    struct Open : CardFile { // of a card in a file of many, the state of that file
         std::string id;
-        Card card;
-        FileState state;
-        std::string bytes; // as it stands on disk
-        FileText file;     // the form of its file, without the text
         std::u16string nameBefore;
         bool isNew = false;
         bool displayNameWritten = false;
@@ -84,12 +76,13 @@ private:
 
     void listRecords();
     const Card& openFor(const std::string& id) const;
-    std::string categoryList() const; // the name of its file
     const std::vector<std::string>& order() const;
     const Place& placeOf(const std::string& id, Step step) const;
     FileRecord& fileOf(const Place& place) { return index_->files()[place.file]; }
     Container& container(std::size_t file, Step step);
     Open load(const std::string& id, Step step);
+    std::optional<CardFile> takeAhead(std::size_t file);
+    void giveUpAhead();
     void saveFile(Open& record);
     void saveInContainer(Open& record);
     void addToContainer(Open& record);
@@ -111,6 +104,10 @@ private:
     std::optional<Open> last_; // read or saved last: read again without opening its file
     bool batch_ = false;
     bool unflushed_ = false;
+
+    // Cards are read in the order of the list where all are: after a few in a row the next ones are read ahead.
+    std::size_t lastRead_ = 0, inARow_ = 0, aheadTo_ = 0; // by file
+    std::unique_ptr<CardAhead> ahead_;
 };
 
 } // namespace mb::vcard

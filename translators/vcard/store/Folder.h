@@ -42,6 +42,7 @@ public:
         std::vector<std::string> leftOut; // names that cannot be records: links, names that are no UTF-8
     };
     Listing list() const;
+    std::int64_t lastChange() const; // of its list of names, in nanoseconds since 1970, UTC; 0 if it cannot be told
     std::optional<FileState> stateOf(const std::string& name) const; // nothing if there is no such file
     std::string read(const std::string& name, FileState& state) const;
     void remove(const std::string& name) const;

@@ -3,6 +3,7 @@
 #include "Ascii.h"
 #include "Charset.h"
 #include "LineReader.h"
+#include "Parallel.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -31,6 +32,16 @@ constexpr std::time_t kStaleDraft = 24 * 60 * 60; // seconds
 FileState stateFrom(const struct stat& s)
 {
     return {static_cast<std::uint64_t>(s.st_size), std::int64_t{s.st_mtim.tv_sec} * 1'000'000'000 + s.st_mtim.tv_nsec};
+}
+
+bool isDraft(std::string_view name) { return name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix); }
+
+// A file in the making that a run left behind which was killed.
+void removeIfStale(int folder, const char* draft)
+{
+    struct stat s;
+    if (fstatat(folder, draft, &s, AT_SYMLINK_NOFOLLOW) == 0 && std::time(nullptr) - s.st_mtim.tv_sec > kStaleDraft)
+        unlinkat(folder, draft, 0);
 }
 
 class Descriptor {
@@ -64,27 +75,42 @@ Folder::Listing Folder::list() const
     DIR* entries = opendir(path_.c_str());
     if (!entries) fail("cannot read the folder", path_);
     const std::unique_ptr<DIR, int (*)(DIR*)> guard(entries, closedir);
-    Listing listing;
-    struct stat s;
+    std::vector<std::string> names;
     for (;;) {
         errno = 0;
         const dirent* entry = readdir(entries);
         if (!entry) break;
         const std::string_view name = entry->d_name;
-        const bool draft = name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix);
-        if (!draft && (name.starts_with('.') || !endsWithFold(name, ".vcf"))) continue;
-        if (fstatat(folder_, entry->d_name, &s, AT_SYMLINK_NOFOLLOW) != 0) continue; // removed meanwhile
-        if (draft) {                                                                 // left behind by a run that was killed
-            if (std::time(nullptr) - s.st_mtim.tv_sec > kStaleDraft) unlinkat(folder_, entry->d_name, 0);
-        } else if (S_ISREG(s.st_mode) && isUtf8(name)) {
-            listing.files.push_back({std::string(name), stateFrom(s)});
-        } else {
-            listing.leftOut.emplace_back(name);
-        }
+        if (isDraft(name))
+            removeIfStale(folder_, entry->d_name);
+        else if (!name.starts_with('.') && endsWithFold(name, ".vcf"))
+            names.emplace_back(name);
     }
     if (errno != 0) fail("cannot read the folder", path_);
-    std::sort(listing.files.begin(), listing.files.end(), [](const FileEntry& a, const FileEntry& b) { return a.name < b.name; });
+    std::sort(names.begin(), names.end());
+
+    enum class Kind : char { Gone, Record, Other };
+    std::vector<Kind> kinds(names.size(), Kind::Gone);
+    std::vector<FileState> states(names.size());
+    forEachIndex(names.size(), [&](std::size_t i) {
+        struct stat s;
+        if (fstatat(folder_, names[i].c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0) return; // removed meanwhile
+        kinds[i] = S_ISREG(s.st_mode) && isUtf8(names[i]) ? Kind::Record : Kind::Other;
+        states[i] = stateFrom(s);
+    });
+    Listing listing;
+    listing.files.reserve(names.size());
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        if (kinds[i] == Kind::Record) listing.files.push_back({std::move(names[i]), states[i]});
+        if (kinds[i] == Kind::Other) listing.leftOut.push_back(std::move(names[i]));
+    }
     return listing;
+}
+
+std::int64_t Folder::lastChange() const
+{
+    struct stat s;
+    return fstat(folder_, &s) == 0 ? stateFrom(s).modified : 0;
 }
 
 std::optional<FileState> Folder::stateOf(const std::string& name) const

@@ -123,6 +123,12 @@ Folder::Listing Folder::list() const
     return listing;
 }
 
+std::int64_t Folder::lastChange() const
+{
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    return GetFileAttributesExW(wide(path_).c_str(), GetFileExInfoStandard, &data) ? stateFrom(data).modified : 0;
+}
+
 std::optional<FileState> Folder::stateOf(const std::string& name) const
 {
     WIN32_FILE_ATTRIBUTE_DATA data;

@@ -1,10 +1,23 @@
 // The store's errors are those of every record store.
 #pragma once
+#include "Folder.h"
 #include "RecordStore.h"
+
+#include <utility>
 
 namespace mb::vcard {
 
 using plugin::Step;
 using plugin::StoreError;
+
+// Runs a file operation; what the system refuses becomes the failure of the step.
+template <class F> auto fileStep(Step step, F&& body)
+{
+    try {
+        return body();
+    } catch (const FileError& e) {
+        throw StoreError(step, e.what());
+    }
+}
 
 } // namespace mb::vcard

@@ -1,11 +1,14 @@
 // Pictures of a card in the forms of the three versions, and the list of categories beside the cards.
+#include "CardCategories.h"
 #include "CardStore.h"
 
 #include "Card.h"
 #include "Samples.h"
 #include "Transfer.h"
 
+#include <chrono>
 #include <gtest/gtest.h>
+#include <thread>
 
 namespace mb::vcard {
 namespace {
@@ -101,6 +104,12 @@ protected:
     {
         return {(root / name).string(), (root / "cache").string(), [](const std::string&) {}};
     }
+    CardCategories categories(const char* name = "cards")
+    {
+        return {(root / name).string(), (root / "cache").string(), [](const std::string&) {}};
+    }
+    // A listing is left to the next opening only where the names have been at rest.
+    static void rest() { std::this_thread::sleep_for(std::chrono::milliseconds(150)); }
     void put(const std::string& name, const std::string& categories)
     {
         writeBytes(root / "cards" / name, cardOf("3.0", categories.empty() ? "" : "CATEGORIES:" + categories + "\r\n"));
@@ -113,8 +122,8 @@ TEST_F(CategoryListTest, ItHoldsWhatWasKeptAndWhatCardsBear)
     put("a.vcf", "Friends,Work");
     put("b.vcf", "work");
     put("c.vcf", "");
-    open().keepCategories({u"Choir", u"Mr. X, Ltd."});
-    EXPECT_EQ(open().categories(), (plugin::Names{u"Choir", u"Mr. X, Ltd.", u"Friends", u"Work"}));
+    categories().keep({u"Choir", u"Mr. X, Ltd."});
+    EXPECT_EQ(categories().takeNames(), (plugin::Names{u"Choir", u"Mr. X, Ltd.", u"Friends", u"Work"}));
     EXPECT_EQ(readBytes(root / "cards" / ".mbsync-categories"), "Choir\nMr. X, Ltd.\n");
     EXPECT_EQ(open().count(), 3u) << "the list is no card";
 }
@@ -122,11 +131,11 @@ TEST_F(CategoryListTest, ItHoldsWhatWasKeptAndWhatCardsBear)
 TEST_F(CategoryListTest, AnUnchangedFolderIsKnownWithoutOpeningACard)
 {
     put("a.vcf", "Friends");
-    EXPECT_EQ(open().categories(), plugin::Names{u"Friends"});
+    EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
     const auto stamp = fs::last_write_time(root / "cards" / "a.vcf");
     put("a.vcf", "Enemies"); // of the same size, and dated back: who looks inside is found out
     fs::last_write_time(root / "cards" / "a.vcf", stamp);
-    EXPECT_EQ(open().categories(), plugin::Names{u"Friends"});
+    EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
 }
 
 TEST_F(CategoryListTest, ItFollowsWhatARunWrites)
@@ -137,20 +146,37 @@ TEST_F(CategoryListTest, ItFollowsWhatARunWrites)
         store.beginEdit("a.vcf");
         store.write("a.vcf", kCategories, u"Work, Choir");
         (void)store.save("a.vcf");
-        EXPECT_EQ(store.categories(), (plugin::Names{u"Work", u"Choir"}));
     }
-    EXPECT_EQ(open().categories(), (plugin::Names{u"Work", u"Choir"}));
+    EXPECT_EQ(categories().takeNames(), (plugin::Names{u"Work", u"Choir"}));
     fs::remove(root / "cards" / "a.vcf");
-    EXPECT_EQ(open().categories(), plugin::Names{});
+    EXPECT_EQ(categories().takeNames(), plugin::Names{});
+}
+
+TEST_F(CategoryListTest, TheCardsAreOpenedByTheSameListingOnce)
+{
+    put("a.vcf", "Friends");
+    rest();
+    EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
+    put("a.vcf", "Friends,Work"); // written in place, so that the list of names does not tell
+    const std::int64_t first = open().modified("a.vcf");
+    EXPECT_LT(first, open().modified("a.vcf")) << "the first one knows the file as the categories found it";
+}
+
+TEST_F(CategoryListTest, ANameThatCameAfterTheListingIsSeen)
+{
+    put("a.vcf", "Friends");
+    rest();
+    EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
+    put("b.vcf", "Work");
+    EXPECT_EQ(open().count(), 2u);
 }
 
 TEST_F(CategoryListTest, AFileOfManyCardsHasAListOfItsOwn)
 {
     writeBytes(root / "cards" / "all.vcf", cardOf("3.0", "UID:1\r\nCATEGORIES:One\r\n") + cardOf("3.0", "UID:2\r\nCATEGORIES:Two,One\r\n"));
-    CardStore store = open("cards/all.vcf");
-    store.keepCategories({u"Kept"});
+    categories("cards/all.vcf").keep({u"Kept"});
     EXPECT_TRUE(fs::exists(root / "cards" / ".all.vcf.mbsync-categories"));
-    EXPECT_EQ(open("cards/all.vcf").categories(), (plugin::Names{u"Kept", u"One", u"Two"}));
+    EXPECT_EQ(categories("cards/all.vcf").takeNames(), (plugin::Names{u"Kept", u"One", u"Two"}));
 }
 
 } // namespace mb::vcard
