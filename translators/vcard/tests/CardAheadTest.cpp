@@ -1,0 +1,114 @@
+// Cards that are read one after the other are read ahead of the engine; nobody may be able to tell, but by the clock.
+#include "CardAhead.h"
+#include "CardStoreFixture.h"
+
+#include <cstdio>
+
+namespace mb::vcard {
+namespace {
+
+constexpr int kCards = 300;
+
+std::string nameOf(int i)
+{
+    char name[16];
+    std::snprintf(name, sizeof name, "c%03d.vcf", i);
+    return name;
+}
+
+std::u16string lastNameOf(int i)
+{
+    const std::string number = std::to_string(i);
+    return u"Name" + std::u16string(number.begin(), number.end());
+}
+
+class CardAheadTest : public CardStoreTest {
+protected:
+    void SetUp() override
+    {
+        CardStoreTest::SetUp();
+        for (int i = 0; i < kCards; ++i) put(nameOf(i), cardText("Name" + std::to_string(i)));
+    }
+    // Reads from the first card on, so that those behind are read ahead.
+    static void readUpTo(CardStore& store, int end)
+    {
+        for (int i = 0; i < end; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
+    }
+};
+
+TEST_F(CardAheadTest, EveryCardIsTheOneThatWasAskedFor)
+{
+    CardStore store = open();
+    ASSERT_EQ(store.count(), static_cast<std::size_t>(kCards)) << reports;
+    readUpTo(store, kCards);
+    for (int i = kCards; i-- > 0;) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i)) << "backwards";
+    for (int i = 0; i < kCards; i += 3) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i)) << "with gaps";
+}
+
+TEST_F(CardAheadTest, AnEditOfACardThatWasReadAheadIsSeen)
+{
+    CardStore store = open();
+    readUpTo(store, 20);
+    edit(store, nameOf(25), kLastName, u"Edited");
+    for (int i = 20; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), i == 25 ? u"Edited" : lastNameOf(i));
+}
+
+TEST_F(CardAheadTest, ADeletedCardIsNotRead)
+{
+    CardStore store = open();
+    readUpTo(store, 20);
+    store.remove(nameOf(21));
+    EXPECT_EQ(read(store, nameOf(20), kLastName), lastNameOf(20));
+    expectFailure(Step::BeginRead, nameOf(21), [&] { store.beginRead(nameOf(21)); });
+    for (int i = 22; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
+}
+
+TEST_F(CardAheadTest, AnotherProgramsChangeOfACardThatWasReadAheadIsNotOverwritten)
+{
+    CardStore store = open();
+    readUpTo(store, 20);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the next ones are read by now
+    put(nameOf(20), cardText("Somebody else"));
+    age(nameOf(20), 5);
+    store.beginRead(nameOf(20));
+    store.endRead(nameOf(20));
+    edit(store, nameOf(20), kTitle, u"Dr.");
+    EXPECT_NE(get(nameOf(20)).find("Somebody else"), std::string::npos);
+}
+
+TEST_F(CardAheadTest, AFileThatWentBadIsNamedWhenItIsAskedFor)
+{
+    CardStore store = open();
+    put(nameOf(100), "no card");
+    fs::remove(folder / nameOf(101));
+    readUpTo(store, 100);
+    expectFailure(Step::BeginRead, nameOf(100), [&] { store.beginRead(nameOf(100)); });
+    expectFailure(Step::BeginRead, nameOf(101), [&] { store.beginRead(nameOf(101)); });
+    for (int i = 102; i < 200; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
+}
+
+TEST_F(CardAheadTest, WhatWasNotToldOfIsNotAtHand)
+{
+    const Folder cards(folder.string());
+    CardAhead ahead(cards);
+    EXPECT_FALSE(ahead.take(nameOf(0)));
+    ahead.want({nameOf(1), nameOf(2), nameOf(3), "missing.vcf", nameOf(4)});
+    while (ahead.waiting() > 0 && !ahead.take(nameOf(2))) ahead.want({nameOf(2)}); // taken before it was begun: told of once more
+    EXPECT_FALSE(ahead.take(nameOf(1))) << "it stood in front of the one that was taken";
+    EXPECT_FALSE(ahead.take("missing.vcf"));
+}
+
+TEST_F(CardAheadTest, ManyNewFilesAreLookedAtAtTheSameTimeAndListedInOrder)
+{
+    put(nameOf(7), "no card");
+    put(nameOf(250), cardText("One", "1") + cardText("Two", "2"));
+    CardStore store = open();
+    EXPECT_NE(reports.find(nameOf(7)), std::string::npos);
+    const std::vector<std::string> all = ids(store);
+    ASSERT_EQ(all.size(), static_cast<std::size_t>(kCards)); // one less, one more
+    EXPECT_TRUE(std::is_sorted(all.begin(), all.end()));
+    EXPECT_EQ(read(store, nameOf(250) + "#2", kLastName), u"Two");
+}
+
+} // namespace
+} // namespace mb::vcard
