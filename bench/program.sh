@@ -1,66 +1,98 @@
 #!/usr/bin/env bash
-# mb from vCard folder to vCard folder with 10,000 files, beside plain tools on the same files. Each time is the best of three, except
-# the first run, of which there is one each time in a fresh folder.
+# mb from vCard folder to vCard folder with 10,000 files, beside plain tools on the same files, on the file system of TMPDIR with a warm
+# cache. Each time is the best of several, and those that are compared take turns.
 # Usage: program.sh BIN [COUNT]
 set -euo pipefail
 bin=$(cd "$1" && pwd)
 count=${2:-10000}
 work=$(mktemp -d "${TMPDIR:-/tmp}/mb-bench.XXXXXX")
 trap 'rm -rf "$work"' EXIT
-export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config MB_REGISTRY=$work/registry.reg
-mkdir "$work/data" "$work/source" "$work/target"
+export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache MB_REGISTRY=$work/registry.reg
 
-seconds() { # of a command, with its peak memory in KiB behind it
-    /usr/bin/env TIMEFORMAT=%R bash -c 'time "$@" >/dev/null' _ "$@" 2>&1 | tail -n 1
+declare -A least
+timed() { # name, command: keeps the least time of that name
+    local name=$1 now
+    shift
+    now=$(/usr/bin/env TIMEFORMAT=%R bash -c 'time "$@" >/dev/null' _ "$@" 2>&1 | tail -n 1)
+    if [ -z "${least[$name]:-}" ] || awk "BEGIN{exit !($now < ${least[$name]})}"; then least[$name]=$now; fi
 }
-best() {
-    local least=""
-    for _ in 1 2 3; do
-        local now
-        now=$(seconds "$@")
-        if [ -z "$least" ] || awk "BEGIN{exit !($now < $least)}"; then least=$now; fi
+row() { # text, name of its time, text and name of the measure, limit
+    awk -v t="$1" -v a="${least[$2]}" -v n="$3" -v b="${least[$4]}" -v l="$5" \
+        'BEGIN{printf "%-38s %7.3f s   %-34s %7.3f s   ratio %5.2f (wanted: at most %s)\n", t, a, n, b, a/b, l}'
+}
+watched() { # arguments of mb: its peak memory in MB and what it read in MB; sampled, so a little may be missing at the end
+    "$bin/mb" "$@" >/dev/null & local pid=$! peak=0 read=0 now
+    while kill -0 $pid 2>/dev/null; do
+        now=$(awk '/VmHWM/{print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)
+        [ "${now:-0}" -gt "$peak" ] && peak=$now
+        now=$(awk '/rchar/{print $2}' "/proc/$pid/io" 2>/dev/null || echo 0)
+        [ "${now:-0}" -gt "$read" ] && read=$now
+        sleep 0.005
     done
-    echo "$least"
+    wait $pid
+    echo "$((peak / 1024)) $((read / 1000000))"
 }
-row() { # text, time, name of the measure, its time, limit
-    awk -v t="$1" -v a="$2" -v n="$3" -v b="$4" -v l="$5" 'BEGIN{printf "%-38s %7.3f s   %-34s %7.3f s   ratio %5.2f (wanted: at most %s)\n", t, a, n, b, a/b, l}'
+begin() { # a map of the two folders, of which nothing is known yet
+    rm -rf "$work/data" "$work/cache" "$work/registry.reg"
+    mkdir -p "$work/data" "$work/cache"
+    "$bin/mb" register "$bin/vcard.so" >/dev/null
+    "$bin/mb" add "vCard=$1" "vCard=$2" >/dev/null
+}
+makeCards() { # folder, a line more for each card
+    mkdir "$1"
+    seq "$count" | awk -v folder="$1" -v more="$2" '{
+        file = folder "/card" $1 ".vcf"
+        printf "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Last%s;First%s;;;\r\nFN:First%s Last%s\r\nORG:Company %s\r\nTEL;TYPE=CELL:+1 555 %s\r\n", $1, $1, $1, $1, $1 % 100, $1 > file
+        printf "EMAIL:someone%s@example.org\r\nADR;TYPE=HOME:;;%s Long Street;Springfield;Oregon;%s;Country\r\n", $1, $1, 10000 + $1 > file
+        printf "NOTE:A remark of some length\\, as people write them.\r\n%sEND:VCARD\r\n", more > file
+        close(file)
+    }'
+}
+expectCards() {
+    [ "$(find "$1" -name '*.vcf' | wc -l)" -eq "$count" ] || { echo "the first run did not copy every card" >&2; exit 1; }
 }
 
-for i in $(seq "$count"); do
-    printf 'BEGIN:VCARD\r\nVERSION:3.0\r\nN:Last%s;First%s;;;\r\nFN:First%s Last%s\r\nORG:Company %s\r\nTEL;TYPE=CELL:+1 555 %s\r\nEMAIL:someone%s@example.org\r\nADR;TYPE=HOME:;;%s Long Street;Springfield;Oregon;%s;Country\r\nNOTE:A remark of some length\\, as people write them.\r\nEND:VCARD\r\n' \
-        "$i" "$i" "$i" "$i" $((i % 100)) "$i" "$i" "$i" $((10000 + i)) >"$work/source/card$i.vcf"
+echo "$count cards on $(df --output=fstype "$work" | tail -n 1)"
+makeCards "$work/source" ""
+for _ in 1 2 3; do
+    rm -rf "$work/copy" "$work/target"
+    mkdir "$work/target"
+    begin "$work/source" "$work/target"
+    timed copy cp -r "$work/source" "$work/copy"
+    timed first "$bin/mb" sync --silent
 done
-"$bin/mb" register "$bin/vcard.so" >/dev/null
-"$bin/mb" add "vCard=$work/source" "vCard=$work/target" >/dev/null
+rm -rf "$work/copy"
+expectCards "$work/target"
+row "first run" first "cp -r" copy 1.5
 
-copying=$(best sh -c "rm -rf '$work/copy' && cp -r '$work/source' '$work/copy'")
-first=$(seconds "$bin/mb" sync --silent)
-[ "$(find "$work/target" -name '*.vcf' | wc -l)" -eq "$count" ] || { echo "the first run did not copy every card" >&2; exit 1; }
-row "first run, $count cards" "$first" "cp -r" "$copying" 1.5
-
-finding=$(best find "$work/source" "$work/target" -type f -printf '%s %T@\n')
-unchanged=$(best "$bin/mb" sync --silent)
-row "nothing changed" "$unchanged" "find, size and time of each file" "$finding" 4
+for _ in 1 2 3 4 5; do
+    timed find find "$work/source" "$work/target" -type f -printf '%s %T@\n'
+    timed unchanged "$bin/mb" sync --silent
+done
+row "nothing changed" unchanged "find, size and time of each file" find 4
 
 change() { # 1 % edited on each side, 0.5 % deleted
-    local n=0 file
     find "$work/source" -name '*.vcf' | sort | awk 'NR % 100 == 1' | xargs sed -i "s/^ORG:.*/ORG:Edited $1\r/"
     find "$work/target" -name '*.vcf' | sort | awk 'NR % 100 == 2' | xargs sed -i "s/^NOTE:.*/NOTE:Edited $1\r/"
     find "$work/target" -name '*.vcf' | sort | awk 'NR % 200 == 3' | xargs rm
 }
-changed=""
 for turn in 1 2 3; do
     change "$turn"
-    now=$(seconds "$bin/mb" sync --silent)
-    if [ -z "$changed" ] || awk "BEGIN{exit !($now < $changed)}"; then changed=$now; fi
+    timed changed "$bin/mb" sync --silent
 done
-row "1 % edited on each side, 0.5 % deleted" "$changed" "nothing changed" "$unchanged" 2
+row "1 % edited on each side, 0.5 % deleted" changed "nothing changed" unchanged 2
+read -r peak _ <<<"$(watched sync --silent)"
+read -r resync _ <<<"$(watched sync --silent --resync)"
+echo "peak memory: nothing changed $peak MB, all anew $resync MB (wanted: under 80)"
 
-"$bin/mb" sync --silent --resync >/dev/null & pid=$!
-peak=0
-while kill -0 $pid 2>/dev/null; do
-    now=$(awk '/VmHWM/{print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)
-    [ "${now:-0}" -gt "$peak" ] && peak=$now
-    sleep 0.005
-done
-echo "peak memory of a run over all cards       $((peak / 1024)) MB (wanted: under 80)"
+# The same again with a picture of 6 KB in each card.
+rm -rf "$work/source" "$work/target"
+mkdir "$work/target"
+makeCards "$work/source" "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ$(head -c 8000 /dev/zero | tr '\0' A)\r\n"
+begin "$work/source" "$work/target"
+"$bin/mb" sync --silent >/dev/null
+expectCards "$work/target"
+for _ in 1 2 3 4 5; do timed pictures "$bin/mb" sync --silent; done
+row "nothing changed, with pictures" pictures "the same without" unchanged 1.5
+read -r peak read <<<"$(watched sync --silent)"
+echo "  of $(du -sm --apparent-size "$work/source" "$work/target" | awk '{n += $1} END{print n}') MB of cards and pictures it read $read MB with all its own files; peak memory $peak MB"

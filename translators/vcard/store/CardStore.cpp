@@ -73,9 +73,9 @@ void CardStore::listRecords()
 
 const CardStore::Place& CardStore::placeOf(const std::string& id, Step step) const
 {
-    if (leavesFolder(id))
-        throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is no identifier of a record: it could lead out of the folder.");
     const auto found = places_.find(id);
+    if (found == places_.end() && leavesFolder(id))
+        throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is no identifier of a record: it could lead out of the folder.");
     if (found == places_.end()) throw StoreError(step, "There is no card \"" + id + "\" in " + folder_->pathOf(singleFile_) + ".");
     return found->second;
 }
@@ -88,8 +88,8 @@ const std::vector<std::string>& CardStore::order() const
 
 bool CardStore::exists(const std::string& id) const
 {
-    if (leavesFolder(id)) return false;
     if (places_.contains(id)) return true;
+    if (leavesFolder(id)) return false;
     // A card of a file that cannot be parsed at present is not gone.
     for (std::size_t at = id.find('#'); at != id.npos; at = id.find('#', at + 1)) {
         const auto file = places_.find(id.substr(0, at));
