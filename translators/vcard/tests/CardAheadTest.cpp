@@ -2,6 +2,7 @@
 #include "CardAhead.h"
 #include "CardStoreFixture.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace mb::vcard {
