@@ -3,6 +3,7 @@
 //
 #include "host.h"
 #include "SyncEngLib.h"
+#include "win32/script_variables.h"
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -83,9 +84,15 @@ HRESULT dispatchIds(REFIID iid, LPOLESTR* names, UINT count, LCID, DISPID* ids) 
 HRESULT dispatchInvoke(REFIID iid, IDispatch* object, DISPID id, LCID, WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO* excep,
                        UINT* argErr) noexcept
 {
-    Ptr<ITypeInfo> info;
-    const HRESULT hr = typeInfoOf(iid, info);
-    return FAILED(hr) ? hr : DispInvoke(object, info.get(), id, flags, params, result, excep, argErr);
+    if (!params) return E_POINTER;
+    return guarded([&] {
+        Ptr<ITypeInfo> info;
+        check(typeInfoOf(iid, info));
+        ScriptVariables variables(info, id, *params);
+        const HRESULT hr = DispInvoke(object, info.get(), id, flags, variables.arguments(), result, excep, argErr);
+        if (SUCCEEDED(hr) || hr == DISP_E_EXCEPTION) variables.giveBack(); // or the method was not reached
+        return hr;
+    });
 }
 
 } // namespace com

@@ -60,3 +60,37 @@ TEST(Dispatch, TypeInformationIsThatOfTheInterface)
     EXPECT_EQ(name.view(), u"IRecordVerifier");
     EXPECT_EQ(scripted()->GetTypeInfo(1, 0, info.put()), DISP_E_BADINDEX);
 }
+
+TEST(Dispatch, AScriptsVariableTakesWhatComesBack)
+{
+    DISPID id = 0;
+    ASSERT_EQ(idOf(L"RecordVerified", id), S_OK);
+    com::Variant variable(u"of another type"), handedOn, arguments[2];
+    handedOn.vt = VT_BYREF | VT_VARIANT;
+    handedOn.pvarVal = &variable;
+    for (VARIANT* given : {static_cast<VARIANT*>(&variable), static_cast<VARIANT*>(&handedOn)}) {
+        arguments[1] = com::Variant(u"good");
+        arguments[0].vt = VT_BYREF | VT_VARIANT;
+        arguments[0].pvarVal = given;
+        DISPPARAMS parameters{arguments, nullptr, 2, 0};
+        EXPECT_EQ(scripted()->Invoke(id, GUID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr), S_OK);
+        EXPECT_EQ(arguments[0].vt, VT_BYREF | VT_VARIANT) << "the arguments are the caller's";
+        ASSERT_EQ(variable.vt, VT_BOOL);
+        EXPECT_EQ(variable.boolVal, VARIANT_TRUE);
+        variable = com::Variant(u"of another type");
+    }
+}
+
+TEST(Dispatch, ACallThatDoesNotReachTheMethodLeavesTheVariableAlone)
+{
+    DISPID id = 0;
+    ASSERT_EQ(idOf(L"RecordVerified", id), S_OK);
+    com::Variant variable(u"mine"), arguments[2];
+    arguments[1].vt = VT_UNKNOWN; // is no text
+    arguments[0].vt = VT_BYREF | VT_VARIANT;
+    arguments[0].pvarVal = &variable;
+    DISPPARAMS parameters{arguments, nullptr, 2, 0};
+    EXPECT_TRUE(FAILED(scripted()->Invoke(id, GUID_NULL, 0, DISPATCH_METHOD, &parameters, nullptr, nullptr, nullptr)));
+    EXPECT_EQ(variable.text(), u"mine");
+    EXPECT_EQ(scripted()->Invoke(id, GUID_NULL, 0, DISPATCH_METHOD, nullptr, nullptr, nullptr, nullptr), E_POINTER);
+}

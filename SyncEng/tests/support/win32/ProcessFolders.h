@@ -2,6 +2,7 @@
 // itself goes on looking for classes in the system's keys.
 #pragma once
 #include "com.h"
+#include "TranslatorClasses.h"
 
 #include <array>
 #include <filesystem>
@@ -66,6 +67,7 @@ private:
 
     std::wstring path_;
     std::array<HKEY, 3> keys_{};
+    TranslatorClasses classes_;
 };
 
 } // namespace mbtest

@@ -1,5 +1,5 @@
 // Scripts in Lua, run by the test object.
-#include "AutoTestFixture.h"
+#include "ScriptFixture.h"
 
 #include <chrono>
 #include <thread>
@@ -7,20 +7,9 @@
 namespace mbtest {
 namespace {
 
-class LuaTest : public AutoTestFixture {
+class LuaTest : public ScriptFixture {
 protected:
-    HRESULT run(const std::string& script, const std::string& name = "script.lua")
-    {
-        scenario.folder.write(name, script);
-        const HRESULT hr = autoTest->RunTests(bstr((scenario.folder.path() / name).u16string()).get());
-        message = platform::utf8(platform::takeErrorText());
-        return hr;
-    }
-    // What a failing script says of itself: its file and line, and the message.
-    std::string said(int line, const std::string& text, const std::string& name = "script.lua") const
-    {
-        return (scenario.folder.path() / name).string() + ":" + std::to_string(line) + ": " + text;
-    }
+    LuaTest() : ScriptFixture("script.lua") {}
     // The code in a Main that has the test object as `auto`.
     static std::string inMain(const std::string& code)
     {
@@ -31,16 +20,14 @@ protected:
         EXPECT_EQ(run(inMain(code)), DISP_E_EXCEPTION) << code;
         EXPECT_EQ(message, said(2, text)) << code;
     }
-    std::string message;
 };
 
 } // namespace
 
 TEST_F(LuaTest, TheFirstSyncExampleIsGreen)
 {
-    const auto example = std::filesystem::path(EXAMPLES_FOLDER) / "first-sync.lua";
-    ASSERT_TRUE(std::filesystem::exists(example));
-    EXPECT_EQ(autoTest->RunTests(bstr(example.u16string()).get()), S_OK) << platform::utf8(platform::takeErrorText());
+    ASSERT_TRUE(std::filesystem::exists(example("first-sync.lua")));
+    EXPECT_EQ(runFile(example("first-sync.lua")), S_OK) << message;
     EXPECT_EQ(scenario.log().violations, std::vector<std::string>());
     EXPECT_EQ(mapCount(), 0);
     EXPECT_TRUE(scenario.one().records.empty());
@@ -51,9 +38,8 @@ TEST_F(LuaTest, TheFirstSyncExampleIsGreen)
 TEST_F(LuaTest, TheFirstSyncExampleLeavesStoresAloneThatAreNotEmpty)
 {
     scenario.two().add(u"mine", {{ftFirstName, u"Own"}});
-    const auto example = std::filesystem::path(EXAMPLES_FOLDER) / "first-sync.lua";
-    EXPECT_EQ(autoTest->RunTests(bstr(example.u16string()).get()), DISP_E_EXCEPTION);
-    EXPECT_NE(platform::takeErrorText().find(u"two empty stores"), std::u16string::npos);
+    EXPECT_EQ(runFile(example("first-sync.lua")), DISP_E_EXCEPTION);
+    EXPECT_NE(message.find("two empty stores"), std::string::npos) << message;
     EXPECT_TRUE(scenario.two().has(u"mine"));
     EXPECT_TRUE(scenario.one().records.empty());
     EXPECT_EQ(mapCount(), 0);
@@ -85,7 +71,7 @@ TEST_F(LuaTest, AScriptWithoutMainAndAnEmptyOneSaySo)
 {
     for (const char* script : {"", "\n\n", "function main() end", "Main = 3"}) {
         EXPECT_EQ(run(script), DISP_E_UNKNOWNNAME) << script;
-        EXPECT_EQ(message, (scenario.folder.path() / "script.lua").string() + ": The script has no function Main.") << script;
+        EXPECT_EQ(message, said("The script has no function Main.")) << script;
     }
 }
 

@@ -1,0 +1,111 @@
+#include "win32/script_variables.h"
+
+namespace com {
+namespace {
+
+constexpr VARTYPE variableType = VT_BYREF | VT_VARIANT;
+
+// The variable that an argument leads to; one that was handed on leads to another.
+VARIANT* variableOf(const VARIANT& argument) noexcept
+{
+    VARIANT* variable = argument.vt == variableType ? argument.pvarVal : nullptr;
+    while (variable && variable->vt == variableType) variable = variable->pvarVal;
+    return variable;
+}
+
+bool isEnumeration(const Ptr<ITypeInfo>& info, HREFTYPE reference) noexcept
+{
+    Ptr<ITypeInfo> named;
+    TYPEATTR* attributes = nullptr;
+    if (FAILED(info->GetRefTypeInfo(reference, named.put())) || FAILED(named->GetTypeAttr(&attributes))) return false;
+    const bool found = attributes->typekind == TKIND_ENUM;
+    named->ReleaseTypeAttr(attributes);
+    return found;
+}
+
+// What a parameter gives back; VT_EMPTY if it gives nothing, or something that no variable has to be turned into.
+VARTYPE typeGivenBack(const Ptr<ITypeInfo>& info, const ELEMDESC& parameter) noexcept
+{
+    if (!(parameter.paramdesc.wParamFlags & PARAMFLAG_FOUT) || parameter.tdesc.vt != VT_PTR) return VT_EMPTY;
+    const TYPEDESC& type = *parameter.tdesc.lptdesc;
+    switch (type.vt) {
+    case VT_BOOL:
+    case VT_BSTR:
+    case VT_DATE:
+    case VT_DISPATCH:
+    case VT_I2:
+    case VT_I4:
+    case VT_R8:
+    case VT_UI4:
+    case VT_UNKNOWN: return type.vt;
+    case VT_SAFEARRAY: return static_cast<VARTYPE>(VT_ARRAY | type.lptdesc->vt);
+    case VT_USERDEFINED: return isEnumeration(info, type.hreftype) ? VT_I4 : VT_EMPTY;
+    default: return VT_EMPTY;
+    }
+}
+
+// The description of a method; an unknown one has no parameters.
+class Function {
+public:
+    Function(const Ptr<ITypeInfo>& info, DISPID method) noexcept : info_(info)
+    {
+        for (UINT i = 0; SUCCEEDED(info->GetFuncDesc(i, &description_)); ++i) {
+            if (description_->memid == method && description_->invkind == INVOKE_FUNC) return;
+            info->ReleaseFuncDesc(description_);
+        }
+        description_ = nullptr;
+    }
+    Function(const Function&) = delete;
+    Function& operator=(const Function&) = delete;
+    ~Function()
+    {
+        if (description_) info_->ReleaseFuncDesc(description_);
+    }
+    [[nodiscard]] std::span<const ELEMDESC> parameters() const noexcept
+    {
+        if (!description_) return {};
+        return {description_->lprgelemdescParam, static_cast<std::size_t>(description_->cParams)};
+    }
+
+private:
+    Ptr<ITypeInfo> info_;
+    FUNCDESC* description_ = nullptr;
+};
+
+} // namespace
+
+ScriptVariables::ScriptVariables(const Ptr<ITypeInfo>& info, DISPID method, const DISPPARAMS& given)
+    : arguments_(given.rgvarg, given.rgvarg + given.cArgs), params_(given)
+{
+    params_.rgvarg = arguments_.data();
+    if (given.cNamedArgs != 0 || std::none_of(arguments_.begin(), arguments_.end(), variableOf)) return;
+    held_.reserve(arguments_.size()); // the call is given their addresses
+    const Function function(info, method);
+    const auto parameters = function.parameters();
+    const std::size_t count = std::min(arguments_.size(), parameters.size());
+    for (std::size_t i = 0; i < count; ++i) hold(arguments_[arguments_.size() - 1 - i], info, parameters[i]);
+}
+
+// What cannot be turned into the method's type stays, and the system refuses it.
+void ScriptVariables::hold(VARIANT& argument, const Ptr<ITypeInfo>& info, const ELEMDESC& parameter)
+{
+    VARIANT* const variable = variableOf(argument);
+    const VARTYPE type = variable ? typeGivenBack(info, parameter) : static_cast<VARTYPE>(VT_EMPTY);
+    if (type == VT_EMPTY) return;
+    Variant value;
+    value.llVal = 0;
+    const bool goesIn = (parameter.paramdesc.wParamFlags & PARAMFLAG_FIN) != 0;
+    if (goesIn && FAILED(VariantChangeType(&value, variable, 0, type))) return;
+    value.vt = type;
+    Held& held = held_.emplace_back(Held{variable, std::move(value)});
+    argument.vt = static_cast<VARTYPE>(VT_BYREF | type);
+    argument.byref = &held.value.byref;
+}
+
+void ScriptVariables::giveBack() noexcept
+{
+    for (Held& held : held_)
+        if (SUCCEEDED(VariantClear(held.variable))) *held.variable = held.value.detach();
+}
+
+} // namespace com
