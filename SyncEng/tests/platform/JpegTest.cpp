@@ -1,16 +1,17 @@
 // What our own writer never makes, and other programs do.
 #include "image.h"
 
-#include "posix/JpegFiles.h"
+#include "JpegFiles.h"
+#include "MemoryPeak.h"
 #include "TestFolder.h"
 #include "TestImages.h"
 #include <gtest/gtest.h>
 #include <random>
-#include <sys/resource.h>
 
 using mbtest::difference;
 using mbtest::JpegKind;
 using mbtest::makePicture;
+using mbtest::memoryPeak;
 using platform::loadImage;
 
 namespace {
@@ -21,7 +22,7 @@ class JpegTest : public testing::Test {
 protected:
     std::u16string load(const JpegKind& kind)
     {
-        mbtest::writeJpeg(file, 80, 60, kind);
+        mbtest::writeJpeg(file, kind);
         return loadImage(file);
     }
     // The size that a file claims, in its frame header.
@@ -35,12 +36,6 @@ protected:
         bytes[frame + 7] = static_cast<char>(width >> 8);
         bytes[frame + 8] = static_cast<char>(width);
         mbtest::writeBytes(file, bytes);
-    }
-    static long memoryPeak()
-    {
-        rusage usage{};
-        getrusage(RUSAGE_SELF, &usage);
-        return usage.ru_maxrss;
     }
     mbtest::TestFolder folder;
     std::filesystem::path file = folder.path() / "a.jpg";
@@ -66,7 +61,7 @@ TEST_F(JpegTest, InksAreMixedToColours)
 TEST_F(JpegTest, AHugeClaimInATinyFileCostsNoMemory)
 {
     for (const bool progressive : {false, true}) {
-        mbtest::writeJpeg(file, 8, 8, {.progressive = progressive});
+        mbtest::writeJpeg(file, {.progressive = progressive});
         for (const std::uint16_t side : {std::uint16_t{5000}, std::uint16_t{8000}, std::uint16_t{30000}}) {
             ASSERT_NO_FATAL_FAILURE(claim(side, side));
             const long before = memoryPeak();
@@ -78,7 +73,7 @@ TEST_F(JpegTest, AHugeClaimInATinyFileCostsNoMemory)
 
 TEST_F(JpegTest, AProgressivePictureCutOffIsNoImage)
 {
-    mbtest::writeJpeg(file, 80, 60, {.progressive = true});
+    mbtest::writeJpeg(file, {.progressive = true});
     const std::string bytes = folder.read(file);
     for (std::size_t length = 2; length < bytes.size() - 2; length += 17) {
         mbtest::writeBytes(file, std::string_view(bytes).substr(0, length));
@@ -92,7 +87,7 @@ TEST_F(JpegTest, DamageGivesNoImageOrOneOfItsSize)
     std::mt19937 random(7);
     for (const JpegKind& kind :
          {JpegKind{}, JpegKind{.progressive = true}, JpegKind{.inks = true, .adobe = true}, JpegKind{.grey = true}}) {
-        mbtest::writeJpeg(file, 48, 32, kind);
+        mbtest::writeJpeg(file, kind);
         const std::string whole = folder.read(file);
         for (int round = 0; round < 100; ++round) {
             std::string bytes = whole;
@@ -108,7 +103,7 @@ TEST_F(JpegTest, DamageGivesNoImageOrOneOfItsSize)
 
 TEST_F(JpegTest, AFileOfManyScansIsGivenUp)
 {
-    mbtest::writeJpeg(file, 64, 64, {.progressive = true});
+    mbtest::writeJpeg(file, {.progressive = true});
     const std::string bytes = folder.read(file);
     const std::size_t scan = bytes.rfind("\xFF\xDA");
     ASSERT_NE(scan, bytes.npos);

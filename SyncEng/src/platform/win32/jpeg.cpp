@@ -1,8 +1,11 @@
-// JPEG by the Windows Imaging Component.
+// JPEG by the Windows Imaging Component. It tells nothing of damage inside a scan, and makes room for whatever a file claims; so the
+// file's outline is looked at first.
 #include "jpeg.h"
 
 #include "com.h"
+#include "files.h"
 #include "image.h"
+#include "win32/jpeg_outline.h"
 #include <vector>
 #include <wincodec.h>
 
@@ -11,99 +14,174 @@ namespace {
 
 // No encoder packs more pixels into a byte of a file; a file that claims to is not worth the memory.
 constexpr std::uint64_t mostPixelsPerByte = 4096;
+// A file of very many scans can cost hours without being large.
+constexpr unsigned mostScans = 200;
 
 com::Ptr<IWICImagingFactory> imaging()
 {
     com::Ptr<IWICImagingFactory> factory;
-    com::check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IWICImagingFactory), factory.putVoid()));
+    com::check(com::createInstance(CLSID_WICImagingFactory, factory, CLSCTX_INPROC_SERVER));
     return factory;
 }
 
-bool isGreyFrame(IWICBitmapFrameDecode* frame)
+// Its own class, asked for by name: no other decoder gets to see the file.
+template <class I> com::Ptr<I> createCodec(REFCLSID clsid)
 {
-    WICPixelFormatGUID format{};
-    com::check(frame->GetPixelFormat(&format));
-    return format == GUID_WICPixelFormat8bppGray;
+    com::Ptr<I> codec;
+    com::check(com::createInstance(clsid, codec, CLSCTX_INPROC_SERVER));
+    return codec;
 }
 
-// Rows come from the top and land from the bottom up, so each is copied to its own place.
-std::u16string decode(const std::filesystem::path& file)
-{
-    const auto factory = imaging();
-    com::Ptr<IWICBitmapDecoder> decoder;
-    com::check(factory->CreateDecoderFromFilename(file.c_str(), nullptr, GENERIC_READ, WICDecodeMetadataCacheOnDemand, decoder.put()));
-    com::Ptr<IWICBitmapFrameDecode> frame;
-    com::check(decoder->GetFrame(0, frame.put()));
-    UINT width = 0, height = 0;
-    com::check(frame->GetSize(&width, &height));
-    BitmapLayout layout;
-    layout.width = width;
-    layout.height = height;
-    layout.bits = isGreyFrame(frame.get()) ? 8 : 24;
-    if (!layout.isSane() || std::uint64_t{width} * height / mostPixelsPerByte > std::filesystem::file_size(file)) return {};
-
-    com::Ptr<IWICFormatConverter> converter;
-    com::check(factory->CreateFormatConverter(converter.put()));
-    com::check(converter->Initialize(frame.get(), layout.bits == 8 ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat24bppBGR,
-                                     WICBitmapDitherTypeNone, nullptr, 0, WICBitmapPaletteTypeCustom));
-    std::u16string bitmap = makeBitmap(layout);
-    auto* bytes = reinterpret_cast<std::uint8_t*>(bitmap.data());
-    for (std::size_t i = 0; i < layout.colours(); ++i) std::fill_n(bytes + bitmapHeaderSize + 4 * i, 3, static_cast<std::uint8_t>(i));
-    for (UINT y = 0; y < height; ++y) {
-        const WICRect row{0, static_cast<INT>(y), static_cast<INT>(width), 1};
-        const UINT length = static_cast<UINT>(layout.rowBytes());
-        com::check(converter->CopyPixels(&row, length, length, bytes + layout.rowAt(y)));
+class Decoder {
+public:
+    explicit Decoder(const JpegOutline& outline) : outline_(outline)
+    {
+        layout_.width = outline.width;
+        layout_.height = outline.height;
+        layout_.bits = outline.components == 1 ? 8 : 24;
     }
-    return bitmap;
+
+    std::u16string run(std::string& file)
+    {
+        if (outline_.components == 2 || outline_.components > 4) return {};
+        if (!layout_.isSane() || std::uint64_t{layout_.width} * layout_.height / mostPixelsPerByte > file.size()) return {};
+        com::Ptr<IWICStream> stream;
+        com::check(imaging()->CreateStream(stream.put()));
+        com::check(stream->InitializeFromMemory(reinterpret_cast<BYTE*>(file.data()), static_cast<DWORD>(file.size())));
+        const auto decoder = createCodec<IWICBitmapDecoder>(CLSID_WICJpegDecoder);
+        com::check(decoder->Initialize(stream.get(), WICDecodeMetadataCacheOnDemand));
+        com::Ptr<IWICBitmapFrameDecode> frame;
+        com::check(decoder->GetFrame(0, frame.put()));
+        if (!isAsOutlined(frame.get())) return {};
+        bitmap_ = makeBitmap(layout_);
+        readRows(frame.get());
+        return std::move(bitmap_);
+    }
+
+private:
+    [[nodiscard]] std::uint8_t* bytes() noexcept { return reinterpret_cast<std::uint8_t*>(bitmap_.data()); }
+    [[nodiscard]] bool inks() const noexcept { return outline_.components == 4; }
+
+    bool isAsOutlined(IWICBitmapFrameDecode* frame) const
+    {
+        UINT width = 0, height = 0;
+        WICPixelFormatGUID format{};
+        com::check(frame->GetSize(&width, &height));
+        com::check(frame->GetPixelFormat(&format));
+        const WICPixelFormatGUID& expected = inks()              ? GUID_WICPixelFormat32bppCMYK
+                                             : layout_.bits == 8 ? GUID_WICPixelFormat8bppGray
+                                                                 : GUID_WICPixelFormat24bppBGR;
+        return width == layout_.width && height == layout_.height && format == expected;
+    }
+
+    // Rows come from the top and land from the bottom up, so each is copied to its own place.
+    void readRows(IWICBitmapFrameDecode* frame)
+    {
+        for (std::size_t i = 0; i < layout_.colours(); ++i)
+            std::fill_n(bytes() + bitmapHeaderSize + 4 * i, 3, static_cast<std::uint8_t>(i));
+        std::vector<std::uint8_t> row(std::size_t{layout_.width} * outline_.components);
+        const auto length = static_cast<UINT>(row.size());
+        for (std::uint32_t y = 0; y < layout_.height; ++y) {
+            const WICRect place{0, static_cast<INT>(y), static_cast<INT>(layout_.width), 1};
+            com::check(frame->CopyPixels(&place, length, length, row.data()));
+            std::uint8_t* to = bytes() + layout_.rowAt(y);
+            if (inks()) {
+                mixInks(row, to);
+            } else {
+                std::copy(row.begin(), row.end(), to);
+            }
+        }
+    }
+
+    // The component gives the inks themselves, whichever way round the file has them.
+    static void mixInks(const std::vector<std::uint8_t>& row, std::uint8_t* bgr) noexcept
+    {
+        for (const std::uint8_t* ink = row.data(); ink != row.data() + row.size(); ink += 4, bgr += 3)
+            for (int c = 0; c < 3; ++c) bgr[2 - c] = static_cast<std::uint8_t>((255 - ink[c]) * (255 - ink[3]) / 255);
+    }
+
+    JpegOutline outline_;
+    BitmapLayout layout_;
+    std::u16string bitmap_;
+};
+
+void setOption(IPropertyBag2* options, const wchar_t* name, const VARIANT& value)
+{
+    PROPBAG2 option{};
+    option.pstrName = const_cast<wchar_t*>(name);
+    com::check(options->Write(1, &option, const_cast<VARIANT*>(&value)));
 }
 
-void setBestQuality(IPropertyBag2* options)
+// The best quality; the colours keep their full resolution.
+void setQuality(IPropertyBag2* options)
 {
-    wchar_t name[] = L"ImageQuality";
-    PROPBAG2 option{};
-    option.pstrName = name;
-    VARIANT quality;
-    VariantInit(&quality);
+    com::Variant quality, sampling;
     quality.vt = VT_R4;
     quality.fltVal = 1.0f;
-    com::check(options->Write(1, &option, &quality));
+    setOption(options, L"ImageQuality", quality);
+    sampling.vt = VT_UI1;
+    sampling.bVal = WICJpegYCrCbSubsampling444;
+    setOption(options, L"JpegYCrCbSubsampling", sampling);
 }
 
-void encode(Bytes bitmap, const BitmapLayout& layout, const std::filesystem::path& file)
-{
-    const auto factory = imaging();
-    com::Ptr<IWICStream> stream;
-    com::check(factory->CreateStream(stream.put()));
-    com::check(stream->InitializeFromFilename(file.c_str(), GENERIC_WRITE));
-    com::Ptr<IWICBitmapEncoder> encoder;
-    com::check(factory->CreateEncoder(GUID_ContainerFormatJpeg, nullptr, encoder.put()));
-    com::check(encoder->Initialize(stream.get(), WICBitmapEncoderNoCache));
-    com::Ptr<IWICBitmapFrameEncode> frame;
-    com::Ptr<IPropertyBag2> options;
-    com::check(encoder->CreateNewFrame(frame.put(), options.put()));
-    setBestQuality(options.get());
-    com::check(frame->Initialize(options.get()));
-    com::check(frame->SetSize(layout.width, layout.height));
-    WICPixelFormatGUID format = GUID_WICPixelFormat24bppBGR;
-    com::check(frame->SetPixelFormat(&format));
-    if (format != GUID_WICPixelFormat24bppBGR) throw com::Error(E_FAIL);
-    std::vector<std::uint8_t> row(std::size_t{3} * layout.width);
-    for (std::size_t y = 0; y < layout.height; ++y) {
-        readRow(bitmap, layout, y, row.data());
-        const UINT length = static_cast<UINT>(row.size());
-        com::check(frame->WritePixels(1, length, length, row.data()));
+class Encoder {
+public:
+    Encoder(Bytes bitmap, const BitmapLayout& layout) : bitmap_(bitmap), layout_(layout), grey_(isGrey(bitmap, layout)) {}
+
+    void run(const std::filesystem::path& file)
+    {
+        com::Ptr<IWICStream> stream;
+        com::Ptr<IWICBitmapFrameEncode> frame;
+        com::Ptr<IPropertyBag2> options;
+        com::check(imaging()->CreateStream(stream.put()));
+        com::check(stream->InitializeFromFilename(file.c_str(), GENERIC_WRITE));
+        const auto encoder = createCodec<IWICBitmapEncoder>(CLSID_WICJpegEncoder);
+        com::check(encoder->Initialize(stream.get(), WICBitmapEncoderNoCache));
+        com::check(encoder->CreateNewFrame(frame.put(), options.put()));
+        setQuality(options.get());
+        com::check(frame->Initialize(options.get()));
+        writeRows(frame.get());
+        com::check(frame->Commit());
+        com::check(encoder->Commit());
     }
-    com::check(frame->Commit());
-    com::check(encoder->Commit());
-}
+
+private:
+    void writeRows(IWICBitmapFrameEncode* frame)
+    {
+        const WICPixelFormatGUID wanted = grey_ ? GUID_WICPixelFormat8bppGray : GUID_WICPixelFormat24bppBGR;
+        WICPixelFormatGUID format = wanted;
+        com::check(frame->SetSize(layout_.width, layout_.height));
+        com::check(frame->SetPixelFormat(&format));
+        if (format != wanted) throw com::Error(E_FAIL);
+        std::vector<std::uint8_t> row(std::size_t{3} * layout_.width);
+        const UINT length = layout_.width * (grey_ ? 1u : 3u);
+        for (std::size_t y = 0; y < layout_.height; ++y) {
+            readRow(bitmap_, layout_, y, row.data());
+            if (grey_)
+                for (std::size_t x = 0; x < layout_.width; ++x) row[x] = row[3 * x];
+            com::check(frame->WritePixels(1, length, length, row.data()));
+        }
+    }
+
+    Bytes bitmap_;
+    BitmapLayout layout_;
+    bool grey_;
+};
 
 } // namespace
 
-std::u16string loadJpeg(const std::filesystem::path& file) { return decode(file); }
+std::u16string loadJpeg(const std::filesystem::path& file)
+{
+    std::error_code error;
+    std::string bytes = readFile(file, error, maxBitmapBytes);
+    if (error) return {};
+    const auto outline = outlineOf(bytesOf(bytes));
+    return outline && outline->scans <= mostScans ? Decoder(*outline).run(bytes) : std::u16string();
+}
 
 bool saveJpeg(Bytes bitmap, const BitmapLayout& layout, const std::filesystem::path& file)
 {
-    encode(bitmap, layout, file);
+    Encoder(bitmap, layout).run(file);
     return true;
 }
 

@@ -1,4 +1,4 @@
-#include "posix/JpegFiles.h"
+#include "JpegFiles.h"
 
 #include "TestImages.h"
 #include <cstdint>
@@ -8,8 +8,9 @@
 
 namespace mbtest {
 
-void writeJpeg(const std::filesystem::path& file, unsigned width, unsigned height, JpegKind kind)
+void writeJpeg(const std::filesystem::path& file, JpegKind kind)
 {
+    constexpr unsigned width = jpegWidth, height = jpegHeight;
     const std::u16string picture = makePicture(width, height);
     jpeg_compress_struct info{};
     jpeg_error_mgr errors{};

@@ -1,0 +1,14 @@
+// The most memory that the process ever had, in kilobytes.
+#pragma once
+#include <sys/resource.h>
+
+namespace mbtest {
+
+inline long memoryPeak()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+} // namespace mbtest
