@@ -1,11 +1,12 @@
 ' A first synchronisation, from two empty stores to a settled conflict, and a clean end.
 ' The same story is told by first-sync.lua and first-sync.ps1.
 '
+'   mb register MBSync.dll notebook.dll vcard.dll
 '   mkdir C:\Temp\cards
 '   mb run first-sync.vbs --store Notebook=C:\Temp\notebook.txt --store vCard=C:\Temp\cards
 '
-' Any other host runs it by RunTests of MBSync.SyncAutoTest.1, which calls Main; the engine and both plug-ins must be registered, and
-' the stores named in the environment, as MB_STORE_NOTEBOOK and MB_STORE_VCARD.
+' Any other host runs it by RunTests of MBSync.SyncAutoTest.1, which calls Main, and names the stores in the environment, as
+' MB_STORE_NOTEBOOK and MB_STORE_VCARD. A script makes the engine's objects by name, so the engine is registered as the plug-ins are.
 
 Option Explicit
 
