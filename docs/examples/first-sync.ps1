@@ -1,6 +1,7 @@
 # A first synchronisation, from two empty stores to a settled conflict, and a clean end.
-# The same story is told by first-sync.lua and first-sync.vbs. Run it in 64-bit PowerShell; the engine and both plug-ins must be registered.
+# The same story is told by first-sync.lua and first-sync.vbs. Run it in 64-bit PowerShell.
 #
+#   mb register MBSync.dll notebook.dll vcard.dll
 #   powershell -File first-sync.ps1 -Notebook C:\Temp\notebook.txt -Cards C:\Temp\cards
 
 param([Parameter(Mandatory)] [string] $Notebook, [Parameter(Mandatory)] [string] $Cards)
@@ -13,18 +14,23 @@ $names = @('', 'Notebook', 'vCard')
 $env:MB_STORE_NOTEBOOK = $Notebook
 $env:MB_STORE_VCARD = $Cards
 $auto = New-Object -ComObject MBSync.SyncAutoTest.1
+$noObject = [System.Runtime.InteropServices.UnknownWrapper]::new($null)
 
-# Out arguments are variables by reference; this calls a method with them and gives the last one back.
+# Calls a method; the argument with the number $out comes back and is the result. What it holds before has to be of the method's type.
 function Invoke-Engine([string] $method, [object[]] $arguments, [int] $out = -1) {
-    $byReference = New-Object System.Reflection.ParameterModifier $arguments.Count
+    $values = [object[]]::new($arguments.Count)
+    for ($i = 0; $i -lt $values.Count; $i++) {
+        if ($null -ne $arguments[$i]) { $values[$i] = $arguments[$i].PSObject.BaseObject } # without what PowerShell wraps it in
+    }
+    $byReference = [System.Reflection.ParameterModifier]::new($values.Count)
     if ($out -ge 0) { $byReference[$out] = $true }
-    [void] $auto.GetType().InvokeMember($method, 'InvokeMethod', $null, $auto, $arguments, @($byReference), $null, $null)
-    if ($out -ge 0) { $arguments[$out] }
+    [void] $auto.GetType().InvokeMember($method, 'InvokeMethod', $null, $auto, $values, @($byReference), $null, $null)
+    if ($out -ge 0) { $values[$out] }
 }
 
 function Expect([bool] $condition, [string] $what) { if (-not $condition) { throw "This is not as it should be: $what" } }
 
-function Open-Side([int] $side) { Invoke-Engine BeginUpdate @($map, $side, $null) 2 }
+function Open-Side([int] $side) { Invoke-Engine BeginUpdate @($map, $side, $noObject) 2 }
 function Close-Side($store) { Invoke-Engine EndUpdate @($store, $false) }
 
 function Write-Record($store, [string] $id, [hashtable] $fields) {
@@ -34,7 +40,7 @@ function Write-Record($store, [string] $id, [hashtable] $fields) {
 
 function Add-Record([int] $side, [hashtable] $fields) {
     $store = Open-Side $side
-    Write-Record $store (Invoke-Engine AddRecord @($store, $null) 1) $fields
+    Write-Record $store (Invoke-Engine AddRecord @($store, '') 1) $fields
     Close-Side $store
 }
 
@@ -43,11 +49,11 @@ function Read-All([int] $side) {
     $store = Open-Side $side
     $count = Invoke-Engine GetRecordCount @($store, 0) 1
     for ($index = 0; $index -lt $count; $index++) {
-        $id = Invoke-Engine GetRecordID @($store, $index, $null) 2
+        $id = Invoke-Engine GetRecordID @($store, $index, '') 2
         $record = @{ id = $id }
         Invoke-Engine BeginReadRecord @($store, $id)
         foreach ($field in $ftFirstName, $ftLastName, $ftCompany, $ftCity, $ftPhone) {
-            $record[$field] = Invoke-Engine ReadField @($store, $id, $field, $null) 3
+            $record[$field] = Invoke-Engine ReadField @($store, $id, $field, '') 3
         }
         Invoke-Engine EndReadRecord @($store, $id)
         $record
@@ -78,7 +84,7 @@ function Remove-All([int] $side) {
 
 function Sync-Map { Invoke-Engine Synchronize @($map, $false, $true) }
 
-$map = Invoke-Engine AddTrMap @($names[1], $names[2], $null) 2
+$map = Invoke-Engine AddTrMap @($names[1], $names[2], '') 2
 $empty = $false
 try {
     $empty = @(Read-All 1).Count + @(Read-All 2).Count -eq 0
