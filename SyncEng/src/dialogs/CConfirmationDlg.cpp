@@ -84,6 +84,7 @@ void CConfirmationDlg::prepare()
 {
     const std::u16string summary = SummaryText(changes_);
     if (summary.empty()) return end(idOk);
+    model_.layout = DialogLayout::Confirmation;
     model_.caption = u"Confirm Changes";
     model_.add(idInstructions, ControlKind::Text, LoadText(141));
     model_.add(idSummary, ControlKind::Edit, summary);

@@ -55,6 +55,7 @@ std::u16string CConflictDlg::message(const ContactName& contact1, const ContactN
 
 void CConflictDlg::addControls(std::u16string_view messageText)
 {
+    model_.layout = DialogLayout::Conflict;
     model_.caption = u"Resolve Conflicting Changes";
     model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
     model_.add(idMessage, ControlKind::Text, messageText);

@@ -16,6 +16,7 @@ void CDeleteConflictDlg::prepare()
     const std::u16string changedName = ShortNameOf(survivor.clsid), deletedName = ShortNameOf(question_.deletedClsid);
     const std::u16string contact = ReadContactName(fields, survivor.recordId, ftFirstName, ftLastName).shortened();
 
+    model_.layout = DialogLayout::DeleteConflict;
     model_.caption = u"Resolve Contact's Change and Deletion";
     model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
     model_.add(idMessage, ControlKind::Text, Format(LoadText(108), contact, changedName, deletedName));

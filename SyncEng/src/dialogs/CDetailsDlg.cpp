@@ -14,6 +14,7 @@ void CDetailsDlg::prepare()
     if (changes_.FieldTypes) types12_ = *changes_.FieldTypes;
     for (const auto& [type1, type2] : types12_) types21_.emplace(type2, type1);
 
+    model_.layout = DialogLayout::Details;
     model_.caption = u"Details";
     const auto addList = [&](int title, int list, const PlannedSide& side) {
         model_.add(title, ControlKind::Text, Format(LoadText(111), ShortNameOf(side.clsid)));

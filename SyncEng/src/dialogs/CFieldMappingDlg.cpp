@@ -42,6 +42,7 @@ std::u16string DataTypeText(LONG dataType)
 void CFieldMappingDlg::prepare()
 {
     NoFieldText = LoadText(238);
+    model_.layout = DialogLayout::FieldMapping;
     model_.caption = u"Edit Field Mapping";
     model_.add(idInstructions, ControlKind::Text,
                u"Drag the fields in the left column up or down to align them with matching fields in the right column. Toggle the "

@@ -38,8 +38,12 @@ struct Control {
     int selection = -1;
 };
 
+// The numbers of the templates by which windows lay the dialogs out.
+enum class DialogLayout { None, Conflict = 301, DeleteConflict, Confirmation, Details, ChangeDetails, FieldMapping };
+
 class DialogModel {
 public:
+    DialogLayout layout = DialogLayout::None;
     std::u16string caption;
     int focus = 0;
 

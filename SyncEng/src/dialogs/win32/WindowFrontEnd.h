@@ -1,0 +1,12 @@
+// Dialogs as windows, laid out by the templates of the user's language or else by the English ones.
+#pragma once
+#include "dialogs/Dialog.h"
+
+namespace mb {
+
+class WindowFrontEnd final : public DialogFrontEnd {
+public:
+    void run(Dialog& dialog, HWND parent) override;
+};
+
+} // namespace mb

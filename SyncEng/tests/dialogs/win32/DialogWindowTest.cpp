@@ -1,0 +1,364 @@
+// The dialogs in their windows: what the model says is what the controls show, and what the user does reaches the dialog.
+#include "dialogs/CChangeDetailsDlg.h"
+#include "dialogs/CConflictDlg.h"
+#include "dialogs/CDeleteConflictDlg.h"
+#include "dialogs/CDetailsDlg.h"
+#include "WindowsFixture.h"
+
+#include <stdexcept>
+
+namespace {
+
+using mbtest::eventually;
+using mbtest::List;
+using mbtest::Window;
+using mbtest::WindowUser;
+using testing::ElementsAre;
+
+class DialogWindowTest : public mbtest::WindowsTest {
+protected:
+    // Each control of the model stands in the window, of its kind, and shows what the model says.
+    static void expectShown(const mb::Dialog& dialog, const Window& window)
+    {
+        EXPECT_EQ(window.caption(), dialog.model().caption);
+        EXPECT_EQ(window.focus(), dialog.model().focus);
+        for (const mb::Control& control : dialog.model().controls()) {
+            SCOPED_TRACE(control.id);
+            EXPECT_EQ(window.className(control.id), classOf(control.kind));
+            EXPECT_EQ(window.isEnabled(control.id), control.enabled);
+            EXPECT_EQ(window.isVisible(control.id), control.visible);
+            if (control.kind == mb::ControlKind::List)
+                expectListShown(control, window.list(control.id));
+            else
+                EXPECT_EQ(window.text(control.id), control.text);
+            if (control.kind == mb::ControlKind::Radio || control.kind == mb::ControlKind::CheckBox) {
+                EXPECT_EQ(window.isChecked(control.id), control.checked);
+            }
+        }
+    }
+    static void expectListShown(const mb::Control& control, const List& list)
+    {
+        std::vector<std::u16string> headers;
+        for (const mb::ListColumn& column : control.columns) headers.push_back(column.header);
+        EXPECT_EQ(list.headers(), headers);
+        EXPECT_TRUE(list.extendedStyle() & LVS_EX_FULLROWSELECT);
+        EXPECT_EQ((list.extendedStyle() & LVS_EX_CHECKBOXES) != 0, control.checkBoxes);
+        for (int i = 0; i < static_cast<int>(headers.size()); ++i) {
+            EXPECT_GE(list.widths()[static_cast<std::size_t>(i)], list.widthWanted(i)) << "a text is cut off";
+        }
+        ASSERT_EQ(static_cast<std::size_t>(list.rowCount()), control.rows.size());
+        for (int i = 0; i < list.rowCount(); ++i) EXPECT_EQ(list.row(i), control.rows[static_cast<std::size_t>(i)].cells);
+    }
+    static std::u16string classOf(mb::ControlKind kind)
+    {
+        switch (kind) {
+        case mb::ControlKind::Text: return u"Static";
+        case mb::ControlKind::Edit: return u"Edit";
+        case mb::ControlKind::List: return u"SysListView32";
+        default: return u"Button";
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(DialogWindowTest, AConflictIsShownAndAnsweredByARadio)
+{
+    mb::ConflictQuestion question = conflict();
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Resolve Conflicting Changes");
+                       expectShown(dialog, window);
+                       EXPECT_THAT(window.tabOrder(), ElementsAre(214, 1, 2, 207, 216)) << "215 is disabled";
+                       window.keepPicture("conflict");
+                       window.choose(213);
+                       EXPECT_TRUE(window.isChecked(213));
+                       EXPECT_FALSE(window.isChecked(214));
+                       EXPECT_TRUE(window.isEnabled(215));
+                       window.choose(215);
+                       EXPECT_TRUE(window.isChecked(215));
+                       window.press(1);
+                   }),
+              mb::idOk);
+    EXPECT_EQ(question.Resolution, croTrans2Wins);
+    EXPECT_TRUE(question.ApplyToAll);
+}
+
+TEST_F(DialogWindowTest, TheManualChoiceDisablesApplyToAll)
+{
+    mb::ConflictQuestion question = conflict();
+    question.Resolution = croTrans1Wins;
+    question.ApplyToAll = true;
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Resolve Conflicting Changes");
+                       expectShown(dialog, window);
+                       window.choose(214);
+                       EXPECT_FALSE(window.isEnabled(215));
+                       window.choose(210);
+                       EXPECT_TRUE(window.isEnabled(215));
+                       EXPECT_TRUE(window.isChecked(215));
+                       window.press(2);
+                   }),
+              mb::idCancel);
+}
+
+TEST_F(DialogWindowTest, AFailedMergeIsToldAndTheDialogStaysOpen)
+{
+    mb::ConflictQuestion question = conflict();
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Resolve Conflicting Changes");
+                       window.press(1);
+                       EXPECT_THAT(actor.answerMessage(), mbtest::Begins(u"Error merging conflicts. Error code: 0x"));
+                       eventually("the dialog again", [&] { return IsWindowEnabled(window.handle()) != FALSE; });
+                       window.press(2);
+                   }),
+              mb::idCancel);
+}
+
+TEST_F(DialogWindowTest, TheCrossOfTheWindowCancels)
+{
+    mb::DeleteConflictQuestion question = deleteConflict();
+    mb::CDeleteConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog, [](WindowUser& actor) { actor.window(u"Resolve Contact's Change and Deletion").close(); }), mb::idCancel);
+}
+
+TEST_F(DialogWindowTest, AChangeAgainstADeletionIsShownAndAnswered)
+{
+    mb::DeleteConflictQuestion question = deleteConflict();
+    mb::CDeleteConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Resolve Contact's Change and Deletion");
+                       expectShown(dialog, window);
+                       EXPECT_EQ(window.focus(), 212);
+                       EXPECT_FALSE(window.has(214) || window.has(210));
+                       window.keepPicture("delete-conflict");
+                       window.choose(213);
+                       window.press(1);
+                   }),
+              mb::idOk);
+    EXPECT_EQ(question.Resolution, croTrans2Wins) << "the deleting side";
+}
+
+TEST_F(DialogWindowTest, TheSummaryIsShownAndConfirmed)
+{
+    const mb::PlannedChanges planned = changes();
+    mb::CConfirmationDlg dialog(planned);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Confirm Changes");
+                       expectShown(dialog, window);
+                       EXPECT_THAT(window.tabOrder(), ElementsAre(1, 2, 201, 203, 202)) << "Re-Sync is disabled";
+                       window.keepPicture("confirmation");
+                       window.press(3);
+                       window.press(1);
+                   }),
+              mb::idOk);
+}
+
+TEST_F(DialogWindowTest, ReSyncEndsTheSummaryWhereItIsAllowed)
+{
+    mb::PlannedChanges planned = changes();
+    planned.AllowReSync = true;
+    mb::CConfirmationDlg dialog(planned);
+    EXPECT_EQ(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(3); }), mb::idReSync);
+}
+
+TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOneListHoldsTheSelection)
+{
+    const mb::PlannedChanges planned = changes();
+    mb::CDetailsDlg dialog(planned);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Details");
+                       expectShown(dialog, window);
+                       const List first = window.list(205), second = window.list(208);
+                       EXPECT_EQ(first.arrows(), "^   ");
+                       const auto widths = first.widths();
+                       first.clickHeader(1);
+                       EXPECT_EQ(first.arrows(), " ^  ");
+                       EXPECT_THAT(first.column(1), ElementsAre(u"amy", u"Augusta", u"Gone", u"Zoe"));
+                       first.clickHeader(1);
+                       EXPECT_EQ(first.arrows(), " v  ");
+                       EXPECT_THAT(first.column(1), ElementsAre(u"Zoe", u"Gone", u"Augusta", u"amy"));
+                       EXPECT_EQ(first.widths(), widths);
+                       EXPECT_EQ(second.arrows(), "^   ") << "each list by itself";
+                       second.clickRow(0);
+                       first.clickRow(2);
+                       EXPECT_EQ(first.selection(), 2);
+                       EXPECT_EQ(second.selection(), -1);
+                       EXPECT_TRUE(window.isEnabled(218)) << "a change";
+                       first.clickHeader(2);
+                       EXPECT_EQ(first.cell(first.selection(), 1), u"Augusta") << "the selection stays on its contact";
+                       window.keepPicture("details");
+                       second.clickRow(0);
+                       EXPECT_EQ(first.selection(), -1);
+                       EXPECT_FALSE(window.isEnabled(218)) << "a deletion";
+                       window.press(1);
+                   }),
+              mb::idOk);
+}
+
+TEST_F(DialogWindowTest, TheChangesOfAContactOpenFromTheSummary)
+{
+    const mb::PlannedChanges planned = changes();
+    mb::CConfirmationDlg dialog(planned);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window summary = actor.window(u"Confirm Changes");
+                       summary.press(202);
+                       const Window details = actor.window(u"Details");
+                       EXPECT_FALSE(IsWindowEnabled(summary.handle())) << "it waits for the inner one";
+                       details.list(205).clickRow(2);
+                       details.press(218);
+                       const Window contact = actor.window(u"Contact Changes");
+                       EXPECT_THAT(contact.text(219), mbtest::Holds(u"\"Ada Lovelace\" in First"));
+                       EXPECT_THAT(contact.list(220).headers(), ElementsAre(u"Field Name", u"Current Value", u"New Value"));
+                       EXPECT_THAT(contact.list(220).column(2), ElementsAre(u"Augusta", u"Rome"));
+                       EXPECT_FALSE(contact.isVisible(2));
+                       contact.keepPicture("change-details");
+                       contact.press(1);
+                       (void)actor.window(u"Details");
+                       details.close();
+                       (void)actor.window(u"Confirm Changes");
+                       summary.press(1);
+                   }),
+              mb::idOk);
+}
+
+TEST_F(DialogWindowTest, KeysChooseAndPress)
+{
+    mb::ConflictQuestion question = conflict();
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Resolve Conflicting Changes");
+                       SetForegroundWindow(window.handle());
+                       mbtest::typeKey('D', true); // Create a &duplicate contact
+                       eventually("the duplicate chosen", [&] { return window.isChecked(210); });
+                       mbtest::typeKey(VK_DOWN);
+                       eventually("the next radio chosen", [&] { return window.isChecked(212); });
+                       mbtest::typeKey(VK_TAB);
+                       eventually("the focus on the box", [&] { return window.focus() == 215; });
+                       mbtest::typeKey(VK_SPACE);
+                       eventually("the box checked", [&] { return window.isChecked(215); });
+                       mbtest::typeKey(VK_RETURN);
+                   }),
+              mb::idOk);
+    EXPECT_EQ(question.Resolution, croTrans1Wins);
+    EXPECT_TRUE(question.ApplyToAll);
+}
+
+TEST_F(DialogWindowTest, EscapeCancels)
+{
+    const mb::PlannedChanges planned = changes();
+    mb::CDetailsDlg dialog(planned);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       SetForegroundWindow(actor.window(u"Details").handle());
+                       mbtest::typeKey(VK_ESCAPE);
+                   }),
+              mb::idCancel);
+}
+
+TEST_F(DialogWindowTest, NoValueDisturbsTheWindow)
+{
+    mb::ConflictQuestion question = conflict();
+    question.ChangeMap1 = values({{ftCity1, u"a\u202Eb\tc\x1b[2J"}, {ftCompany, std::u16string(10000, u'\u6f22')}});
+    question.ChangeMap2 = values({{ftCity1, u"\u05e9\u05dc\u05d5\u05dd (world)"}, {ftCompany, u"A & B"}});
+    s.one().set(id1, ftLastName, u"R&D \u202Eevil");
+    mb::CConflictDlg dialog(question);
+    (void)show(dialog, [&](WindowUser& actor) {
+        const Window window = actor.window(u"Resolve Conflicting Changes");
+        EXPECT_THAT(window.text(209), mbtest::Holds(u"\"Ada R&D \uFFFDevil\""));
+        EXPECT_TRUE(GetWindowLongPtrW(window.part(209), GWL_STYLE) & SS_NOPREFIX) << "an & is one";
+        EXPECT_THAT(window.list(216).column(1), ElementsAre(std::u16string(100, u'\u6f22') + u"...", u"a\uFFFDb c\uFFFD[2J"));
+        EXPECT_THAT(window.list(216).column(2), ElementsAre(u"A & B", u"\u05e9\u05dc\u05d5\u05dd (world)"));
+        window.keepPicture("conflict-odd-texts");
+        window.press(2);
+    });
+}
+
+TEST_F(DialogWindowTest, NamesOf10000CharactersAreShownAsFarAsTheyFit)
+{
+    s.one().set(id1, ftFirstName, std::u16string(258, u'x') + u"\U0001F600" + std::u16string(9740, u'x'));
+    const mb::PlannedChanges planned = changes();
+    mb::CDetailsDlg dialog(planned);
+    s.two().set(id2, ftFirstName, std::u16string(258, u'x') + u"\U0001F600" + std::u16string(9740, u'x'));
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Details");
+                       EXPECT_EQ(window.list(205).cell(2, 1), std::u16string(258, u'x')) << "no half of a character";
+                       window.list(205).clickRow(2);
+                       window.press(218);
+                       actor.window(u"Contact Changes").press(1);
+                       (void)actor.window(u"Details");
+                       window.press(1);
+                   }),
+              mb::idOk);
+}
+
+TEST_F(DialogWindowTest, AListOf10000RowsOpensAtOnce)
+{
+    const mb::PlannedChanges base = changes();
+    mb::PlannedChanges planned = base;
+    const std::vector<mb::PlannedTask> many(10000, base.side1.tasks[0]);
+    planned.side1.tasks = many;
+    mb::CDetailsDlg dialog(planned);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Details");
+                       EXPECT_EQ(window.list(205).rowCount(), 10001);
+                       window.list(205).clickHeader(2);
+                       EXPECT_EQ(window.list(205).cell(0, 2), u"Adams");
+                       window.press(1);
+                   }),
+              mb::idOk);
+}
+
+namespace {
+
+class FailingDialog final : public mb::Dialog {
+public:
+    explicit FailingDialog(mb::DialogLayout layout) : layout_(layout) {}
+    void prepare() override
+    {
+        model_.layout = layout_;
+        model_.addButton(mb::idOk, u"OK", mb::ButtonRole::Default);
+    }
+
+private:
+    void onPress(int button) override
+    {
+        if (button == mb::idOk) throw std::runtime_error("a failing act");
+        end(button);
+    }
+    mb::DialogLayout layout_;
+};
+
+} // namespace
+
+TEST_F(DialogWindowTest, AnActThatFailsEndsTheWindowAndReachesTheCaller)
+{
+    FailingDialog dialog(mb::DialogLayout::Confirmation);
+    EXPECT_THROW(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(1); }), std::runtime_error);
+}
+
+TEST_F(DialogWindowTest, ADialogThatNoWindowCanBeHadForIsCancelled)
+{
+    FailingDialog dialog(mb::DialogLayout::None);
+    EXPECT_EQ(mb::ShowDialog(dialog, nullptr), mb::idCancel);
+}
+
+TEST_F(DialogWindowTest, AParentThatIsGoneIsNone)
+{
+    const mb::PlannedChanges planned = changes();
+    mb::CDetailsDlg dialog(planned);
+    const WindowUser atTheWindow([](WindowUser& actor) { actor.window(u"Details").press(1); });
+    EXPECT_EQ(mb::ShowDialog(dialog, reinterpret_cast<HWND>(0x12345678)), mb::idOk);
+}
