@@ -27,12 +27,13 @@ void tellConflicts(const std::vector<SettledConflict>& conflicts)
 
 } // namespace
 
-void Outcome::settle(HRESULT hr, const std::function<std::string()>& lastError)
+void Outcome::settle(HRESULT hr, const std::function<std::string()>& lastError, const EngineMessages& told)
 {
     if (SUCCEEDED(hr)) return;
     end = hr == E_ABORT ? End::Cancelled : End::Failed;
     if (end == End::Cancelled) return;
     message = lastError();
+    if (message.empty()) message = told.last();
     if (message.empty()) message = describe(hr);
 }
 

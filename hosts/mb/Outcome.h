@@ -1,6 +1,7 @@
 // How a run ended, and what it wrote, for people and for scripts.
 #pragma once
 #include "Engine.h"
+#include "EngineMessages.h"
 #include "Output.h"
 #include "RunLog.h"
 #include <array>
@@ -14,8 +15,8 @@ struct Outcome {
     std::optional<RunCounts> counts; // empty if the log does not tell
     std::string message;             // of a failure or a refusal
 
-    // Takes the end from the run's result; where the engine has no message for a failure, the system's sentence serves.
-    void settle(HRESULT hr, const std::function<std::string()>& lastError);
+    // Takes the end from the run's result, and for a failure the engine's message; where it has none, the system's sentence serves.
+    void settle(HRESULT hr, const std::function<std::string()>& lastError, const EngineMessages& told);
 };
 
 Json outcomeJson(const Outcome& outcome);

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "console.h"
+#include "EngineMessages.h"
 #include "Failure.h"
 #include "MapName.h"
 #include "Options.h"
@@ -108,10 +109,12 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     }
     const RunLog log;
     const auto start = std::chrono::steady_clock::now();
+    const EngineMessages told;
     const HRESULT hr = runner.run(map.guid);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     outcome.counts = countRun(log.lines(), writtenSides(maps, map.guid));
-    outcome.settle(hr, [&] { return runner.lastError(); });
+    outcome.settle(
+        hr, [&] { return runner.lastError(); }, told);
     if (hr == E_ABORT) outcome.end = endOfStopped(runner);
     if (outcome.end == Outcome::End::Refused) outcome.message = refusalSentence(runner, map);
     return outcome;

@@ -113,6 +113,7 @@ public:
         DWORD cookie = 0;
         com::check(transferer.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point.put()));
         com::check(point->Advise(com::Ptr<ISyncEvents>(progress).get(), &cookie));
+        const EngineMessages told;
         const RunLog log;
         const auto start = std::chrono::steady_clock::now();
         const HRESULT hr = call(transferer.get());
@@ -121,7 +122,8 @@ public:
         (void)point->Unadvise(cookie);
         const int written = given_.reverse() ? 0 : 1;
         outcome_.counts = countRun(log.lines(), std::span(&written, 1));
-        outcome_.settle(hr, [&] { return lastError(transferer.get()); });
+        outcome_.settle(
+            hr, [&] { return lastError(transferer.get()); }, told);
     }
 
     void tell() const

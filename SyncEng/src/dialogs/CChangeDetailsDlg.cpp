@@ -46,6 +46,7 @@ void CChangeDetailsDlg::prepare()
     const std::u16string contact = ReadContactName(fields, change_.recordId, ftFirstName, ftLastName).joined();
     model_.layout = DialogLayout::ChangeDetails;
     model_.caption = u"Contact Changes";
+    model_.help = LoadText(314);
     model_.add(idMessage, ControlKind::Text, Format(LoadText(176), contact, ShortNameOf(change_.clsid)));
     model_.add(idList, ControlKind::List).columns = {{LoadText(107)}, {LoadText(177)}, {LoadText(178)}};
     model_.addButton(idOk, u"OK", ButtonRole::Default);

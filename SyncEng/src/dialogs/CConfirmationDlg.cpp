@@ -86,6 +86,7 @@ void CConfirmationDlg::prepare()
     if (summary.empty()) return end(idOk);
     model_.layout = DialogLayout::Confirmation;
     model_.caption = u"Confirm Changes";
+    model_.help = LoadText(312);
     model_.add(idInstructions, ControlKind::Text, LoadText(141));
     model_.add(idSummary, ControlKind::Edit, summary);
     model_.addButton(idViewDetails, u"&View Details");

@@ -57,6 +57,7 @@ void CConflictDlg::addControls(std::u16string_view messageText)
 {
     model_.layout = DialogLayout::Conflict;
     model_.caption = u"Resolve Conflicting Changes";
+    model_.help = LoadText(310);
     model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
     model_.add(idMessage, ControlKind::Text, messageText);
     model_.add(idList, ControlKind::List);

@@ -18,6 +18,7 @@ void CDeleteConflictDlg::prepare()
 
     model_.layout = DialogLayout::DeleteConflict;
     model_.caption = u"Resolve Contact's Change and Deletion";
+    model_.help = LoadText(311);
     model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
     model_.add(idMessage, ControlKind::Text, Format(LoadText(108), contact, changedName, deletedName));
     model_.add(idList, ControlKind::List);

@@ -16,6 +16,7 @@ void CDetailsDlg::prepare()
 
     model_.layout = DialogLayout::Details;
     model_.caption = u"Details";
+    model_.help = LoadText(313);
     const auto addList = [&](int title, int list, const PlannedSide& side) {
         model_.add(title, ControlKind::Text, Format(LoadText(111), ShortNameOf(side.clsid)));
         Control& control = model_.add(list, ControlKind::List);

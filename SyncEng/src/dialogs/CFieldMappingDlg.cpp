@@ -44,6 +44,7 @@ void CFieldMappingDlg::prepare()
     NoFieldText = LoadText(238);
     model_.layout = DialogLayout::FieldMapping;
     model_.caption = u"Edit Field Mapping";
+    model_.help = LoadText(315);
     model_.add(idInstructions, ControlKind::Text,
                u"Drag the fields in the left column up or down to align them with matching fields in the right column. Toggle the "
                u"checkboxes to map or unmap fields. Click \"Reset\" to restore the default field mapping.");

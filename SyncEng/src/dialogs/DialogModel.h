@@ -45,6 +45,7 @@ class DialogModel {
 public:
     DialogLayout layout = DialogLayout::None;
     std::u16string caption;
+    std::u16string help; // what is asked, in short, where there is no help file to open
     int focus = 0;
 
     Control& add(int id, ControlKind kind, std::u16string_view text = {});

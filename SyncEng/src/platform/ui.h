@@ -11,6 +11,11 @@ enum class MessageKind { Error, Warning, Information };
 
 void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept;
 
+// Takes what would go to standard error, of all modules of the process; null leaves it there. Gives the former one. On Windows messages
+// are boxes, and none is taken.
+using MessageReader = void (*)(std::u16string_view text);
+MessageReader readMessages(MessageReader reader) noexcept;
+
 // Opens a help file at a topic's number; false where no help window appears, as always on Linux.
 bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) noexcept;
 

@@ -47,6 +47,7 @@ public:
     void prepare() override
     {
         model_.caption = u"Sample";
+        model_.help = u"Say what becomes of it.";
         model_.add(idText, mb::ControlKind::Text, text);
         mb::Control& list = model_.add(idList, mb::ControlKind::List);
         list.columns = {{u"Field"}, {u"First"}, {u"Second"}};
@@ -116,7 +117,7 @@ TEST_F(TerminalFrontEndTest, ADialogIsWrittenAsTextWithNumberedChoices)
                         "  1 [ ]   City   Paris  Rome\n"
                         "  2 [ ]   City   Paris  Rome\n"
                         "  3 [ ]   City   Paris  Rome\n\n"
-                        "  1 (*) One\n  2 ( ) Two\n  3 [ ] All\n  4 OK\n  5 More\n  6 Cancel\n"
+                        "  1 (*) One\n  2 ( ) Two\n  3 [ ] All\n  4 OK\n  5 More\n  6 Cancel\n  7 Help\n"
                         "[Enter: OK, ?: help] \n");
 }
 
@@ -162,8 +163,22 @@ TEST_F(TerminalFrontEndTest, WithoutATerminalEveryDialogIsClosed)
 TEST_F(TerminalFrontEndTest, AQuestionMarkTellsWhatCanBeTyped)
 {
     (void)show({u"?", u""});
+    EXPECT_THAT(output(), HasSubstr("Say what becomes of it."));
     EXPECT_THAT(output(), HasSubstr("r3 selects row 3."));
     EXPECT_THAT(output(), HasSubstr("Ctrl-D"));
+}
+
+TEST_F(TerminalFrontEndTest, TheHelpButtonTellsTheSameAsAQuestionMark)
+{
+    (void)show({u"?", u""});
+    const std::string asked = output().substr(output().find("Say what"));
+    screen.output.clear();
+    SampleDialog again;
+    again.prepare();
+    screen.input = {u"7", u""};
+    mb::TerminalFrontEnd([this] { return std::make_unique<ScreenConsole>(screen); }).run(again, nullptr);
+    EXPECT_EQ(output().substr(output().find("Say what")), asked);
+    EXPECT_THAT(again.acts, testing::ElementsAre("press 1")) << "there is no help file to open";
 }
 
 TEST_F(TerminalFrontEndTest, NoValueSteersTheTerminal)

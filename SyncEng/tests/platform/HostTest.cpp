@@ -218,4 +218,16 @@ TEST(Messages, AMessageCannotCommandTheTerminal)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "d]0;e: a[31mbc\n");
 }
 
+TEST(Messages, AHostCanTakeThem)
+{
+    static std::u16string taken;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(readMessages([](std::u16string_view text) { taken = text; }), nullptr);
+    showMessage(nullptr, u"for the host", u"MBSync", MessageKind::Error);
+    EXPECT_NE(readMessages(nullptr), nullptr);
+    showMessage(nullptr, u"for all", u"MBSync", MessageKind::Error);
+    EXPECT_EQ(taken, u"for the host");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "MBSync: for all\n");
+}
+
 TEST(Messages, NoHelpWindowAppears) { EXPECT_FALSE(showHelp(nullptr, "/usr/share/doc", 1)); }

@@ -272,6 +272,20 @@ TEST_F(EndToEndTest, AFailedRunNamesTheStoreAndTheNextOneIsGoodAgain)
     EXPECT_EQ(json({"status"}).at(0).at("status"), "good");
 }
 
+TEST_F(EndToEndTest, ARunThatAsksTellsItsFailureOnce)
+{
+    const std::string map = makeMap(5);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const std::string silently = [&] {
+        fs::rename(folder(), home_ / "away");
+        return mb({"sync", "--silent"}).error;
+    }();
+    const Result failed = mb({"sync"});
+    EXPECT_EQ(failed.code, 1);
+    EXPECT_EQ(failed.error, silently);
+    EXPECT_TRUE(isOneSentence(failed.error)) << failed.error;
+}
+
 TEST_F(EndToEndTest, ACardFileThatWasOverwrittenFailsTheRunAndStaysAsItIs)
 {
     (void)makeMap(5);

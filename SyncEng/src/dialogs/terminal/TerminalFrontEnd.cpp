@@ -130,7 +130,7 @@ private:
         for (const Control& control : model().controls()) {
             const bool chosen =
                 control.kind == ControlKind::Radio || control.kind == ControlKind::CheckBox || control.kind == ControlKind::Button;
-            if (chosen && control.visible && control.role != ButtonRole::Help) found.push_back(&control);
+            if (chosen && control.visible) found.push_back(&control);
         }
         return found;
     }
@@ -201,6 +201,7 @@ private:
         if (number == 0 || number > all.size()) return notUnderstood();
         const Control& control = *all[number - 1];
         if (!control.enabled) return say(u"That cannot be chosen now.");
+        if (control.role == ButtonRole::Help) return help();
         if (control.kind == ControlKind::Button) return pressButton(control.id);
         if (control.kind == ControlKind::Radio)
             dialog_.choose(control.id);
@@ -280,6 +281,7 @@ private:
         const auto any = [&](bool Control::*has) {
             return std::ranges::any_of(model().controls(), [&](const Control& control) { return control.*has; });
         };
+        if (!model().help.empty()) say(model().help);
         say(u"A number takes the choice that has it; a second time takes a check away.");
         if (const Control* button = defaultButton()) say(u"Enter alone is \"" + plainCaption(button->text) + u"\".");
         if (any(&Control::selectable)) say(u"r3 selects row 3.");

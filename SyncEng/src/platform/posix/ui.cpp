@@ -1,5 +1,6 @@
 #include "ui.h"
 
+#include "message_reader.h"
 #include "text.h"
 #include <cstdio>
 
@@ -20,6 +21,7 @@ std::string printable(std::u16string_view text)
 void showMessage(HWND, std::u16string_view text, std::u16string_view caption, MessageKind) noexcept
 {
     try {
+        if (const MessageReader reader = messageReader()) return reader(text);
         std::fprintf(stderr, "%s: %s\n", printable(caption).c_str(), printable(text).c_str());
     } catch (...) { // there is no one else to tell
     }

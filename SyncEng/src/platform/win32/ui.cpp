@@ -29,6 +29,8 @@ void showMessage(HWND parent, std::u16string_view text, std::u16string_view capt
     }
 }
 
+MessageReader readMessages(MessageReader) noexcept { return nullptr; }
+
 bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) noexcept
 {
     using HtmlHelp = HWND WINAPI(HWND, LPCWSTR, UINT, DWORD_PTR);

@@ -1,6 +1,7 @@
 // The field mapping in its window: rows are dragged with the mouse and checked by their boxes.
-#include "FrontEndFake.h"
+#include "../../foundation/RegistryValues.h"
 #include "SyncScenario.h"
+#include "text.h"
 #include "TextMatchers.h"
 #include "WindowUser.h"
 
@@ -27,7 +28,7 @@ protected:
     HRESULT edit(std::function<void(WindowUser&, const Window&)> acts)
     {
         s.makeMap();
-        const WindowUser atTheWindow([&](WindowUser& actor) { acts(actor, actor.window(u"Edit Field Mapping")); });
+        const WindowUser atTheWindow([&](WindowUser& actor) { acts(actor, actor.window(caption)); });
         return s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE);
     }
     static void startDrag(const List& list, int row)
@@ -51,6 +52,7 @@ protected:
         for (int i = 0; i < list.rowCount(); ++i) lines.push_back(list.row(i).at(0) + u"|" + list.row(i).at(1));
         return lines;
     }
+    std::u16string caption = u"Edit Field Mapping";
     mbtest::SyncScenario s;
 };
 
@@ -187,6 +189,27 @@ TEST_F(FieldMappingWindowTest, AListThatIsLongerThanItsWindowScrollsDuringADrag)
         eventually("it scrolls up", [&] { return list.topRow() == top - 1; });
         mbtest::releaseButton();
         EXPECT_EQ(list.cell(0, 0), u"Given") << "dropped outside, nothing moves";
+        window.press(idCancel);
+    });
+}
+
+TEST_F(FieldMappingWindowTest, ALanguageModuleMayLayItOutFromRightToLeft)
+{
+    mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"DefaultLanguage", u"he");
+    mbtest::setText(platform::Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath", platform::utf16(LANGUAGE_FOLDER));
+    caption = u"\u05de\u05d9\u05e4\u05d5\u05d9 \u05e9\u05d3\u05d5\u05ea";
+    s.one().fields[2].name = u"\u05d8\u05dc\u05e4\u05d5\u05df (Phone)";
+    (void)edit([](WindowUser&, const Window& window) {
+        EXPECT_EQ(window.text(idCancel), u"\u05d1\u05d9\u05d8\u05d5\u05dc") << "the module's captions stand";
+        EXPECT_EQ(window.text(1034), u"&Help") << "a caption that it lacks is English";
+        const List list = window.list(idList);
+        EXPECT_GT(list.middleOf(0).x, (list.onScreen().left + list.onScreen().right) / 2) << "the left column is at the right";
+        startDrag(list, 2);
+        mbtest::moveMouse(list.middleOf(4));
+        eventually("the target is lit", [&] { return list.litRow() == 4; });
+        window.keepPicture("field-mapping-right-to-left");
+        mbtest::releaseButton();
+        eventually("the rows have changed", [&] { return list.isChecked(4); });
         window.press(idCancel);
     });
 }
