@@ -109,8 +109,8 @@ void DialogWindow::draw()
 
 void DialogWindow::drawControl(const Control& control)
 {
-    HWND part = GetDlgItem(window_, control.id);
-    if (!part) return;
+    HWND part = control.id < 0 ? nullptr : GetDlgItem(window_, control.id);
+    if (!part) return; // what has no number of its own stands as the template has it
     switch (control.kind) {
     case ControlKind::Text: setText(part, platform::harmless(control.text)); break;
     case ControlKind::Edit: setText(part, harmlessLines(control.text)); break;

@@ -25,7 +25,7 @@ std::size_t wholeCharacters(std::u16string_view text, std::size_t units) noexcep
 
 ListControl::ListControl(HWND window, const Control& list) : window_(window), list_(list)
 {
-    const DWORD style = LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP | LVS_EX_DOUBLEBUFFER | (list.checkBoxes ? LVS_EX_CHECKBOXES : 0);
+    const DWORD style = LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP | (list.checkBoxes ? LVS_EX_CHECKBOXES : 0);
     SendMessageW(window_, LVM_SETEXTENDEDLISTVIEWSTYLE, style, static_cast<LPARAM>(style));
     if (list.sortable) {
         // The colour of the first point is the ground.

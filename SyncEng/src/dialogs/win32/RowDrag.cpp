@@ -7,22 +7,30 @@ namespace {
 
 constexpr int margin = 3;
 
+// What a picture is dragged over. A window that runs from right to left would show it as in a mirror.
+HWND groundOf(HWND dialog)
+{
+    const bool mirrored = (GetWindowLongPtrW(dialog, GWL_EXSTYLE) & WS_EX_LAYOUTRTL) != 0;
+    return mirrored ? GetDesktopWindow() : dialog;
+}
+
 } // namespace
 
-RowDrag::RowDrag(HWND dialog, HWND list, int row, std::u16string_view text, POINT at) : dialog_(dialog), list_(list)
+RowDrag::RowDrag(HWND dialog, HWND list, int row, std::u16string_view text, POINT at)
+    : dialog_(dialog), ground_(groundOf(dialog)), list_(list)
 {
     RECT label = rectOf(row);
     picture_ = pictureOf(text, ListView_GetColumnWidth(list, 0));
     MapWindowPoints(list, nullptr, reinterpret_cast<POINT*>(&label), 2);
-    const POINT point = inDialog(at);
+    const POINT point = onGround(at);
     ImageList_BeginDrag(picture_, 0, -margin, static_cast<int>(at.y - label.top));
-    ImageList_DragEnter(dialog_, point.x, point.y);
+    ImageList_DragEnter(ground_, point.x, point.y);
     SetCapture(dialog_);
 }
 
 RowDrag::~RowDrag()
 {
-    ImageList_DragLeave(dialog_);
+    ImageList_DragLeave(ground_);
     ImageList_EndDrag();
     if (picture_) ImageList_Destroy(picture_);
     light(-1);
@@ -33,7 +41,7 @@ RowDrag::~RowDrag()
 HIMAGELIST RowDrag::pictureOf(std::u16string_view text, int width) const
 {
     std::wstring shown(text.begin(), text.end());
-    HDC screen = GetDC(list_), memory = CreateCompatibleDC(screen);
+    HDC screen = GetDC(nullptr), memory = CreateCompatibleDC(screen);
     HGDIOBJ font = SelectObject(memory, reinterpret_cast<HFONT>(SendMessageW(list_, WM_GETFONT, 0, 0)));
     RECT box{0, 0, 0, 0};
     constexpr UINT how = DT_SINGLELINE | DT_NOPREFIX;
@@ -51,7 +59,7 @@ HIMAGELIST RowDrag::pictureOf(std::u16string_view text, int width) const
     SelectObject(memory, former);
     SelectObject(memory, font);
     DeleteDC(memory);
-    ReleaseDC(list_, screen);
+    ReleaseDC(nullptr, screen);
 
     HIMAGELIST picture = ImageList_Create(static_cast<int>(box.right), static_cast<int>(box.bottom), ILC_COLOR24 | ILC_MASK, 1, 0);
     ImageList_AddMasked(picture, bitmap, ground);
@@ -60,10 +68,10 @@ HIMAGELIST RowDrag::pictureOf(std::u16string_view text, int width) const
 }
 
 // Of the whole window with its frame, which is how pictures that are dragged are placed.
-POINT RowDrag::inDialog(POINT at) const
+POINT RowDrag::onGround(POINT at) const
 {
     RECT frame{};
-    GetWindowRect(dialog_, &frame);
+    GetWindowRect(ground_, &frame);
     return {at.x - frame.left, at.y - frame.top};
 }
 
@@ -76,12 +84,12 @@ RECT RowDrag::rectOf(int row) const
 
 void RowDrag::moveTo(POINT at)
 {
-    ImageList_DragLeave(dialog_); // or what changes below it would be drawn over it
+    ImageList_DragLeave(ground_); // or what changes below it would be drawn over it
     light(-1);
     scrollOrLight(at);
     UpdateWindow(list_);
-    const POINT point = inDialog(at);
-    ImageList_DragEnter(dialog_, point.x, point.y);
+    const POINT point = onGround(at);
+    ImageList_DragEnter(ground_, point.x, point.y);
 }
 
 void RowDrag::scrollOrLight(POINT at)

@@ -21,12 +21,12 @@ public:
 
 private:
     [[nodiscard]] HIMAGELIST pictureOf(std::u16string_view text, int width) const;
-    [[nodiscard]] POINT inDialog(POINT at) const;
+    [[nodiscard]] POINT onGround(POINT at) const;
     [[nodiscard]] RECT rectOf(int row) const;
     void scrollOrLight(POINT at);
     void light(int row) const; // and no other; -1 for none
 
-    HWND dialog_, list_;
+    HWND dialog_, ground_, list_;
     HIMAGELIST picture_ = nullptr;
 };
 

@@ -201,6 +201,7 @@ TEST_F(FieldMappingWindowTest, ALanguageModuleMayLayItOutFromRightToLeft)
     s.one().fields[2].name = u"\u05d8\u05dc\u05e4\u05d5\u05df (Phone)";
     (void)edit([](WindowUser&, const Window& window) {
         EXPECT_EQ(window.text(idCancel), u"\u05d1\u05d9\u05d8\u05d5\u05dc") << "the module's captions stand";
+        EXPECT_NE(window.texts().front().substr(0, 4), u"Drag") << "the module's texts too";
         EXPECT_EQ(window.text(1034), u"&Help") << "a caption that it lacks is English";
         const List list = window.list(idList);
         EXPECT_GT(list.middleOf(0).x, (list.onScreen().left + list.onScreen().right) / 2) << "the left column is at the right";

@@ -24,6 +24,7 @@ Points pointsOf(HWND window)
     Points points{static_cast<UINT>(frame.right - frame.left), static_cast<UINT>(frame.bottom - frame.top), {}};
     const int width = static_cast<int>(points.width), height = static_cast<int>(points.height);
     HDC source = GetWindowDC(window), memory = CreateCompatibleDC(source);
+    SetLayout(source, 0); // as it is seen, also where it runs from right to left
     BITMAPINFO info{};
     info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
     void* bits = nullptr;
