@@ -143,11 +143,12 @@ HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
         if (SUCCEEDED(currentDatabase2(trMap, map, database))) StoreOutlookExpressDatabase(id2, database);
     }
     run_.OnlyPlanned = false;
-    HRESULT hr = SyncOneMap(run_);
+    std::shared_ptr<CSyncHistory> contactHistory;
+    HRESULT hr = SyncOneMap(run_, contactHistory);
     if (run_.CategoryPass && (SUCCEEDED(hr) || run_.OnlyPlanned)) {
         run_.ContactPassPending = true;
         run_.CategoryPass = false;
-        hr = SyncOneMap(run_);
+        hr = SyncOneMap(run_, contactHistory);
     }
     return hr;
 }
@@ -210,7 +211,8 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     do {
         run_.Error.FailedTranslator = GUID_NULL;
         run_.CurrentMap = target;
-        hr = SyncOneMap(run_);
+        std::shared_ptr<CSyncHistory> kept; // categories are barred: none is
+        hr = SyncOneMap(run_, kept);
     } while (runsAgain(hr));
     return hr;
 }

@@ -24,7 +24,7 @@ VARIANT_BOOL asVariantBool(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FAL
 
 class MapRun {
 public:
-    explicit MapRun(RunState& run) : run_(run), history_(run.EventSink) {}
+    MapRun(RunState& run, std::shared_ptr<CSyncHistory>& kept) : run_(run), kept_(kept) {}
     MapRun(const MapRun&) = delete;
     MapRun& operator=(const MapRun&) = delete;
     ~MapRun() { run_.History = nullptr; }
@@ -39,7 +39,6 @@ public:
         }
         // Wanted: only a contact pass that follows a category pass tells of its start; every one tells of its end.
         if (run_.ContactPassPending) logWithTime(142);
-        run_.History = &history_;
 
         HRESULT hr = openMap();
         if (SUCCEEDED(hr)) {
@@ -61,7 +60,11 @@ public:
 private:
     HRESULT openMap()
     {
-        HRESULT hr = history_.Open(run_.CurrentMap);
+        HRESULT hr = S_OK;
+        if (run_.ContactPassPending && kept_)
+            useHistory(std::move(kept_));
+        else
+            hr = openHistory(run_.CurrentMap);
         if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), trMap_);
         if (FAILED(hr)) return hr;
         entry_ = trMap_.tryAs<ITrMapEntry>();
@@ -71,8 +74,20 @@ private:
             if (FAILED(hr)) return hr;
         }
         hr = com::call(trMap_, &ITrMap::GetTranslators, run_.CurrentMap, &run_.side(Side::One).Id, &run_.side(Side::Two).Id);
-        if (SUCCEEDED(hr)) (void)history_.GetVersion(openedVersion_);
+        if (SUCCEEDED(hr)) (void)history_->GetVersion(openedVersion_);
         return hr;
+    }
+
+    void useHistory(std::shared_ptr<CSyncHistory> history)
+    {
+        history_ = std::move(history);
+        run_.History = history_.get();
+    }
+
+    HRESULT openHistory(const GUID& id)
+    {
+        useHistory(std::make_shared<CSyncHistory>(run_.EventSink));
+        return history_->Open(id);
     }
 
     bool ensureFieldMap()
@@ -180,7 +195,8 @@ private:
             run_.CategoryHistoryId = com::newGuid();
             (void)com::call(trMap_, &ITrMap::SetCategoryGuid, run_.CurrentMap, run_.CategoryHistoryId);
         }
-        HRESULT hr = history_.Open(run_.CategoryHistoryId);
+        kept_ = history_;
+        HRESULT hr = openHistory(run_.CategoryHistoryId);
         if (SUCCEEDED(hr)) return S_OK;
         const HRESULT recorded = RecordFailedSync(run_, trMap_.get(), translators_, {});
         if (FAILED(recorded)) hr = recorded;
@@ -273,7 +289,7 @@ private:
         for (const Side side : bothSides) {
             if (!translators_[side]) continue;
             const HRESULT cleaned = com::call(translators_[side], &ITranslator::Cleanup);
-            if (FAILED(cleaned) && run_.side(side).BatchOpen) (void)history_.store().Revert();
+            if (FAILED(cleaned) && run_.side(side).BatchOpen) (void)history_->store().Revert();
         }
     }
 
@@ -292,7 +308,7 @@ private:
 
     void settleSuccess()
     {
-        if (run_.HistoryVersion < currentStoreVersion) (void)history_.SetVersion(currentStoreVersion);
+        if (run_.HistoryVersion < currentStoreVersion) (void)history_->SetVersion(currentStoreVersion);
         if (run_.ImageOptionChanged && !run_.CategoryPass) {
             run_.ImageOptionChanged = false;
             VARIANT zero;
@@ -324,7 +340,8 @@ private:
     }
 
     RunState& run_;
-    CSyncHistory history_;
+    std::shared_ptr<CSyncHistory>& kept_;
+    std::shared_ptr<CSyncHistory> history_;
     com::Ptr<ITrMap> trMap_;
     com::Ptr<ITrMapEntry> entry_;
     PerSide<com::Ptr<ITrServices>> services_;
@@ -340,6 +357,6 @@ private:
 
 } // namespace
 
-HRESULT SyncOneMap(RunState& run) { return MapRun(run).run(); }
+HRESULT SyncOneMap(RunState& run, std::shared_ptr<CSyncHistory>& kept) { return MapRun(run, kept).run(); }
 
 } // namespace mb
