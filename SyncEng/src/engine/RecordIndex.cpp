@@ -55,7 +55,7 @@ std::size_t RecordIndex::AddToRecordIndex(std::u16string_view id, std::u16string
     entry.element.setAttribute("LastName", texts[0]);
     entry.element.setAttribute("FirstName", texts[1]);
     entry.element.setAttribute("Email", texts[2]);
-    entry.element.appendChild("Value").setText(texts[3]);
+    entry.element.appendChild("Value", texts[3]);
     for (std::size_t i = 0; i < entry.sizes.size(); ++i) {
         texts_ += texts[i];
         entry.sizes[i] = static_cast<std::uint32_t>(texts[i].size());

@@ -47,6 +47,7 @@ public:
     [[nodiscard]] std::size_t elementCount() const;
 
     [[nodiscard]] XmlElement appendChild(const char* name) const;
+    XmlElement appendChild(const char* name, std::string_view text) const;
     void removeChild(const XmlElement& child) const;
 
     // The elements that an XPath expression names, in document order; none for an expression that is none.

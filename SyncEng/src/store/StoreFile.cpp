@@ -399,8 +399,8 @@ XmlElement StoreFile::appendSection(const SectionKey& place)
     const XmlElement root = document_->root();
     if (!root) return {};
     const XmlElement node = root.appendChild("Sc");
-    node.appendChild("ST").setText(place.type);
-    node.appendChild("SN").setText(place.name);
+    node.appendChild("ST", place.type);
+    node.appendChild("SN", place.name);
     index_.append(node);
     return node;
 }
@@ -408,8 +408,8 @@ XmlElement StoreFile::appendSection(const SectionKey& place)
 void StoreFile::appendEntry(const XmlElement& section, std::string_view key, std::string_view value)
 {
     const XmlElement entry = section.appendChild("Ky");
-    entry.appendChild("KN").setText(key);
-    entry.appendChild("KV").setText(value);
+    entry.appendChild("KN", key);
+    entry.appendChild("KV", value);
     entries_.appended(section, entry, key);
 }
 
@@ -450,6 +450,16 @@ void StoreFile::removeSections(const std::vector<XmlElement>& sections)
         section.parent().removeChild(section);
     }
     dirty_ = true;
+    if (!document_->root().firstChild()) releaseRemoved();
+}
+
+// What was loaded keeps its memory as long as its document: one of which nothing is left is made anew of its few bytes.
+void StoreFile::releaseRemoved()
+{
+    platform::XmlDocument empty;
+    if (!empty.load(document_->bytes())) return;
+    document_ = std::move(empty);
+    rebuildIndex();
 }
 
 HRESULT StoreFile::RemoveSection(std::u16string_view type, std::u16string_view section, bool save)

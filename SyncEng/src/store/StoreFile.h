@@ -103,6 +103,7 @@ private:
     [[nodiscard]] platform::XmlElement appendSection(const SectionKey& place); // none in a document without a root
     void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
     void removeSections(const std::vector<platform::XmlElement>& sections);
+    void releaseRemoved();
     FileState load();
     HRESULT createEmpty(FileState found);
     HRESULT saved(bool save); // the end of an operation that changed the document

@@ -159,6 +159,20 @@ TEST_F(StoreFileTest, AFileWithoutAVersionIsOfVersionMinusOne)
     EXPECT_EQ(version, -1);
 }
 
+TEST_F(StoreFileTest, AStoreOfWhichNothingIsLeftKeepsItsFormAndGoesOn)
+{
+    folder.write(file,
+                 "<Scs Version=\"3\" other=\"x\"> <!-- kept --><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>aw==</KN><KV>dg==</KV></Ky></Sc> </Scs>");
+    ASSERT_EQ(store.Open(file, false), S_OK);
+    ASSERT_EQ(value(u"T", u"s", u"k"), u"v");
+    EXPECT_EQ(store.RemoveType(u"T"), S_OK);
+    EXPECT_EQ(onDisk(), "<Scs Version=\"3\" other=\"x\"> <!-- kept --> </Scs>");
+    EXPECT_EQ(value(u"T", u"s", u"k"), u"<absent>");
+    EXPECT_EQ(write(u"T", u"s", u"k", u"w"), S_OK);
+    EXPECT_EQ(value(u"T", u"s", u"k"), u"w");
+    EXPECT_TRUE(onDisk().starts_with("<Scs Version=\"3\" other=\"x\"> <!-- kept --> <Sc><ST>T</ST>"));
+}
+
 TEST_F(StoreFileTest, RemovingASectionThatIsNotThereSucceeds) { EXPECT_EQ(store.RemoveSection(u"T", u"none", true), S_OK); }
 
 TEST_F(StoreFileTest, RenamingASectionThatIsNotThereFails) { EXPECT_EQ(store.RenameSection(u"T", u"none", u"x", true), E_FAIL); }

@@ -261,7 +261,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         const auto at = values.find(key);
         if (at == values.end()) return; // VT_EMPTY: the empty text
         const bool isFile = field.dataType == dtImage && imagesAreFiles();
-        *lpvarValue = com::Variant(isFile ? imageCopy(at->second) : at->second).detach();
+        *lpvarValue = (isFile ? com::Variant(imageCopy(at->second)) : com::Variant(at->second)).detach();
     });
 }
 

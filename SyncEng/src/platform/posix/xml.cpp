@@ -209,6 +209,23 @@ XmlElement XmlElement::appendChild(const char* name) const
     return XmlAccess::element(made);
 }
 
+// A copy of an element whose text stands in itself: pugixml makes such ones only when it parses.
+XmlElement XmlElement::appendChild(const char* name, std::string_view text) const
+{
+    if (text.empty()) { // so that it is written as <a></a>
+        const XmlElement made = appendChild(name);
+        made.setText(text);
+        return made;
+    }
+    static const struct Pattern {
+        Pattern() { mustSucceed(document.load_string("<nm>t</nm>", parseFlags)); }
+        pugi::xml_document document;
+    } pattern;
+    pugi::xml_node made = XmlAccess::node(*this).append_copy(pattern.document.first_child());
+    mustSucceed(made.set_name(name) && made.text().set(text.data(), text.size()));
+    return XmlAccess::element(made);
+}
+
 void XmlElement::removeChild(const XmlElement& child) const { XmlAccess::node(*this).remove_child(XmlAccess::node(child)); }
 
 std::vector<XmlElement> XmlElement::select(const std::string& xpath) const { return selectFrom(XmlAccess::node(*this), xpath); }

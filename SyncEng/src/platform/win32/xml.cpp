@@ -271,6 +271,13 @@ XmlElement XmlElement::appendChild(const char* name) const
     return XmlAccess::element(node.append(com::Ptr<IXMLDOMNode>(made)));
 }
 
+XmlElement XmlElement::appendChild(const char* name, std::string_view text) const
+{
+    const XmlElement made = appendChild(name);
+    made.setText(text);
+    return made;
+}
+
 void XmlElement::removeChild(const XmlElement& child) const { asNode(*this)->remove(asNode(child)); }
 
 std::vector<XmlElement> XmlElement::select(const std::string& xpath) const
