@@ -1,6 +1,6 @@
 // Maps with a translator of the older contract on one side: the plug-in's own library, registered, and a fake on the other side.
 #include "files.h"
-#include "library.h"
+#include "RegisteredPlugin.h"
 #include "SyncScenario.h"
 
 #include <fstream>
@@ -20,9 +20,6 @@ class OldTranslatorSyncTest : public ::testing::TestWithParam<GUID> {
 protected:
     OldTranslatorSyncTest()
     {
-        const platform::Library library{std::filesystem::path(OLD_PLUGIN)};
-        auto* registerServer = library.function<HRESULT()>("DllRegisterServer");
-        com::check(registerServer ? registerServer() : E_FAIL);
         const auto maps = scenario.maps();
         com::check(maps->Create(fakeClass1, GetParam(), &map_));
         com::check(maps->SetDatabase(map_, idTrans2, com::Bstr(platform::textOf(file())).get()));
@@ -42,6 +39,7 @@ protected:
     HRESULT sync() { return scenario.syncMap(map_); }
 
     SyncScenario scenario;
+    RegisteredPlugin plugin{OLD_PLUGIN, {oldNumbers, oldTexts}};
     GUID map_{};
 };
 

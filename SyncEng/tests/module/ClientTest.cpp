@@ -1,4 +1,6 @@
 // A whole run by a host of its own process, from CoCreateInstance to the end of the process.
+#include "com.h"
+
 #include "Installation.h"
 
 #include <fstream>
@@ -82,4 +84,29 @@ TEST_F(Client, WithoutAPlaceForItsDataEveryCallFailsAndNothingCrashes)
     const Ended ended = run();
     EXPECT_THAT(ended.output, HasSubstr("result "));
     EXPECT_LE(ended.code, 1u) << "ended by " << ended.code;
+}
+
+// /proc takes no new file, whoever asks.
+TEST_F(Client, WithADataFolderThatMayOnlyBeReadTheRunFailsAndTheStoresStay)
+{
+    put(one / "a.vcf", "Lovelace");
+    installation.moveDataTo("Z:\\proc");
+    const Ended ended = run();
+    EXPECT_EQ(ended.code, 1u) << ended.output;
+    EXPECT_THAT(ended.output, HasSubstr("result 80"));
+    EXPECT_EQ(cards(two), "");
+}
+
+TEST_F(Client, AConfigurationThatMayOnlyBeReadIsAFailureInTheLogAndStaysAsItIs)
+{
+    put(one / "a.vcf", "Lovelace");
+    ASSERT_EQ(run().code, 0u);
+    const fs::path file = installation.data() / "MBSync.xml";
+    const std::string before = read(file);
+    ASSERT_TRUE(SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY));
+    const Ended ended = run();
+    ASSERT_TRUE(SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL));
+    EXPECT_EQ(ended.code, 1u) << ended.output;
+    EXPECT_THAT(ended.output, HasSubstr("result 80"));
+    EXPECT_EQ(read(file), before);
 }

@@ -1,16 +1,10 @@
 #include "BridgeFixture.h"
 
 #include "files.h"
-#include "library.h"
 
 namespace mbtest {
 
-BridgeTest::BridgeTest()
-{
-    const platform::Library library{std::filesystem::path(OLD_PLUGIN)};
-    auto* registerServer = library.function<HRESULT()>("DllRegisterServer");
-    com::check(registerServer ? registerServer() : E_FAIL);
-}
+BridgeTest::BridgeTest() : plugin_(OLD_PLUGIN, {oldNumbers, oldTexts, oldBare}) {}
 
 std::vector<GUID> BridgeTest::fieldsOf(const com::Ptr<ITranslator>& translator)
 {

@@ -1,5 +1,6 @@
 // The old plug-in, registered from its file and loaded as any other, over a store file of the test's own.
 #pragma once
+#include "RegisteredPlugin.h"
 #include "TranslatorsFixture.h"
 
 namespace mbtest {
@@ -19,6 +20,9 @@ protected:
     // The creation date of a record whose line says so.
     HRESULT createDate(const std::string& line, DATE& date);
     static void store(const GUID& section, std::u16string_view key, std::u16string_view value);
+
+private:
+    RegisteredPlugin plugin_;
 };
 
 } // namespace mbtest

@@ -1,7 +1,7 @@
 #include "TranslatorsFixture.h"
 
 #include "foundation/Format.h"
-#include "library.h"
+#include "RegisteredPlugin.h"
 #include "registry.h"
 #include "text.h"
 
@@ -195,12 +195,8 @@ TEST_F(TrManagerTest, MissingOutParametersAreRefused)
 // A real plug-in, from its file: it registers itself, is found by its category and loaded by its class.
 TEST_F(TrManagerTest, APluginFileThatRegistersItselfIsFoundLoadedAndMapped)
 {
-    {
-        const platform::Library library{std::filesystem::path(VCARD_PLUGIN)};
-        auto* registerServer = library.function<HRESULT()>("DllRegisterServer");
-        ASSERT_NE(registerServer, nullptr);
-        ASSERT_EQ(registerServer(), S_OK);
-    }
+    constexpr GUID vCardClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
+    const mbtest::RegisteredPlugin plugin(VCARD_PLUGIN, {vCardClass});
     const auto found = list(&ITrManager::EnumerateTranslators);
     ASSERT_THAT(found, SizeIs(1));
     com::Bstr name;

@@ -283,12 +283,12 @@ void CardIndex::save()
             text += hex(card.hash) + ' ' + std::to_string(card.stamp) + ' ' + std::to_string(card.plain) + ' ' + card.token + '\n';
     }
     text += "end " + std::to_string(sorted.size()) + '\n';
-    const std::size_t slash = cachePath_.rfind('/');
+    const SplitPath cache = splitPath(cachePath_);
     try {
-        const Folder cacheFolder(cachePath_.substr(0, slash));
+        const Folder cacheFolder(cache.folder);
         Folder::Draft draft(cacheFolder);
         draft.write(text);
-        draft.replace(cachePath_.substr(slash + 1));
+        draft.replace(cache.name);
         changed_ = false;
     } catch (const FileError&) {
         // Without a cache the next run opens every card once: slower, and as right.
@@ -297,11 +297,11 @@ void CardIndex::save()
 
 void CardIndex::load()
 {
-    const std::size_t slash = cachePath_.rfind('/');
+    const SplitPath cache = splitPath(cachePath_);
     try {
         FileState state;
-        const Folder cacheFolder(cachePath_.substr(0, slash));
-        if (parse(cacheFolder.read(cachePath_.substr(slash + 1), state))) return;
+        const Folder cacheFolder(cache.folder);
+        if (parse(cacheFolder.read(cache.name, state))) return;
     } catch (const FileError&) {
         // none yet
     }

@@ -75,7 +75,12 @@ private:
 enum class PathKind { Nothing, Folder, File, Other };
 PathKind kindOf(const std::string& path);
 std::string realPath(const std::string& path); // the path itself if it cannot be resolved
-std::string userCacheFolder();                 // made if missing; empty if the user has none
-std::string newUuid();                         // lower-case, without braces
+// A path cut before its last name; the root of a volume stays whole.
+struct SplitPath {
+    std::string folder, name;
+};
+SplitPath splitPath(const std::string& path);
+std::string userCacheFolder(); // made if missing; empty if the user has none
+std::string newUuid();         // lower-case, without braces
 
 } // namespace mb::vcard

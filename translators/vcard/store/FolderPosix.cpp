@@ -223,6 +223,13 @@ std::string realPath(const std::string& path)
     return ::realpath(path.c_str(), resolved) ? std::string(resolved) : path;
 }
 
+SplitPath splitPath(const std::string& path)
+{
+    const std::size_t slash = path.rfind('/');
+    if (slash == path.npos) return {".", path};
+    return {path.substr(0, std::max<std::size_t>(slash, 1)), path.substr(slash + 1)};
+}
+
 std::string userCacheFolder()
 {
     const char* cache = std::getenv("XDG_CACHE_HOME");

@@ -248,6 +248,14 @@ std::string realPath(const std::string& path)
     return error ? path : narrow(resolved.native());
 }
 
+SplitPath splitPath(const std::string& path)
+{
+    const std::size_t slash = path.find_last_of("/\\");
+    if (slash == path.npos) return {".", path};
+    const bool root = slash == 0 || path[slash - 1] == ':';
+    return {path.substr(0, slash + root), path.substr(slash + 1)};
+}
+
 std::string userCacheFolder()
 {
     wchar_t local[MAX_PATH];

@@ -26,9 +26,9 @@ OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFo
         throw StoreError(Step::Open,
                          "\"" + database + "\" is neither a folder nor a plain file. Choose a folder of .vcf files, or one .vcf file.");
     fileStep(Step::Open, [&] {
-        const std::size_t slash = path.rfind('/');
-        if (kind == PathKind::File) singleFile = path.substr(slash + 1);
-        folder = std::make_unique<Folder>(kind == PathKind::Folder ? path : slash == 0 ? "/" : path.substr(0, slash));
+        const SplitPath split = splitPath(path);
+        if (kind == PathKind::File) singleFile = split.name;
+        folder = std::make_unique<Folder>(kind == PathKind::Folder ? path : split.folder);
         index = std::make_unique<CardIndex>(*folder, singleFile, cachePathOf(path, cacheFolder));
         index->refresh(report);
         index->save();

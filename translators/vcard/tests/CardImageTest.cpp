@@ -4,6 +4,7 @@
 
 #include "Card.h"
 #include "Samples.h"
+#include "TestFolder.h"
 #include "Transfer.h"
 
 #include <chrono>
@@ -94,12 +95,9 @@ class CategoryListTest : public testing::Test {
 protected:
     void SetUp() override
     {
-        std::string pattern = (fs::temp_directory_path() / "vcard-XXXXXX").string();
-        root = mkdtemp(pattern.data());
         fs::create_directories(root / "cards");
         fs::create_directories(root / "cache");
     }
-    void TearDown() override { fs::remove_all(root); }
     CardStore open(const char* name = "cards")
     {
         return {(root / name).string(), (root / "cache").string(), [](const std::string&) {}};
@@ -114,7 +112,8 @@ protected:
     {
         writeBytes(root / "cards" / name, cardOf("3.0", categories.empty() ? "" : "CATEGORIES:" + categories + "\r\n"));
     }
-    fs::path root;
+    mbtest::TestFolder home;
+    const fs::path root = home.path();
 };
 
 TEST_F(CategoryListTest, ItHoldsWhatWasKeptAndWhatCardsBear)

@@ -223,16 +223,6 @@ TEST_F(VCardFolder, CardsBehindTheFirstOfAFileHaveItsNameAndTheirUid)
     EXPECT_EQ(ids(again), (std::vector<std::string>{"m.vcf#http:%2f%2fx%2f..%2fy%23z", third})) << "the others keep their identifiers";
 }
 
-TEST_F(VCardFolder, NamesThatDifferOnlyInCaseAreOneRecord)
-{
-    put("A.vcf", cardText("1"));
-    put("a.vcf", cardText("2"));
-    auto store = open();
-    EXPECT_EQ(ids(store), std::vector<std::string>{"A.vcf"});
-    EXPECT_TRUE(store.exists("a.vcf"));
-    EXPECT_NE(reports.find("a.vcf: left out"), std::string::npos);
-}
-
 TEST_F(VCardFolder, KeepsTheFormOfAUtf16File)
 {
     put("w.vcf", utf16(cardText("A"), true));

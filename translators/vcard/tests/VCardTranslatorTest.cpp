@@ -203,10 +203,11 @@ TEST_F(VCardTranslatorTest, NamesAndCapabilities)
 TEST_F(VCardTranslatorTest, TheDatabaseIsKeptInTheServices)
 {
     Bstr database, description;
-    EXPECT_EQ(translator->SetDatabase(services.get(), Bstr(u"/some/where").get()), S_OK);
-    EXPECT_EQ(services->values[u"Database"], u"/some/where");
+    const std::u16string somewhere = (root / "some" / "where").u16string();
+    EXPECT_EQ(translator->SetDatabase(services.get(), Bstr(somewhere).get()), S_OK);
+    EXPECT_EQ(services->values[u"Database"], somewhere);
     EXPECT_EQ(translator->GetSyncParams(services.get(), database.put(), description.put()), S_OK);
-    EXPECT_EQ(database.view(), u"/some/where");
+    EXPECT_EQ(database.view(), somewhere);
     EXPECT_EQ(translator->SetDatabase(services.get(), Bstr(u"relative").get()), S_OK);
     EXPECT_EQ(services->values[u"Database"], (fs::current_path() / "relative").u16string());
     services->values.clear();
@@ -374,7 +375,7 @@ TEST_F(VCardTranslatorTest, RegistersItsClassAndCategory)
     ASSERT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK);
     const auto server = platform::RegistryKey::open(platform::Root::ClassesRoot, key + u"\\InprocServer32");
     ASSERT_TRUE(server);
-    EXPECT_EQ(server->text(u""), fs::canonical(VCARD_PLUGIN).u16string());
+    EXPECT_TRUE(fs::equivalent(server->text(u"").value_or(u""), VCARD_PLUGIN));
     EXPECT_EQ(server->text(u"ThreadingModel"), u"Apartment");
     platform::CategoryClasses translators;
     ASSERT_EQ(translators.open(kTranslators), S_OK);

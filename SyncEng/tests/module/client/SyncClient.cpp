@@ -1,5 +1,6 @@
 // A host that knows the generated header and the component runtime, and nothing else of the project.
-// sync_client FOLDER1 FOLDER2 brings two folders of vCards into step and prints the progress that it hears of.
+// sync_client FOLDER1 FOLDER2 [aloud] brings two folders of vCards into step and prints the progress that it hears of. Aloud the engine
+// shows its windows.
 #include <windows.h>
 
 #include <ocidl.h>
@@ -49,7 +50,7 @@ HRESULT makeMap(ITrMap* maps, wchar_t** folders, GUID* map)
     return hr;
 }
 
-HRESULT run(ISynchronizer* synchronizer, const GUID& map, Sink& sink)
+HRESULT run(ISynchronizer* synchronizer, const GUID& map, VARIANT_BOOL silent, Sink& sink)
 {
     IConnectionPointContainer* container = nullptr;
     IConnectionPoint* point = nullptr;
@@ -61,7 +62,7 @@ HRESULT run(ISynchronizer* synchronizer, const GUID& map, Sink& sink)
     DWORD cookie = 0;
     hr = point->Advise(&sink, &cookie);
     if (SUCCEEDED(hr)) hr = synchronizer->Initialize(nullptr, VARIANT_FALSE);
-    if (SUCCEEDED(hr)) hr = synchronizer->Synchronize(map, VARIANT_TRUE);
+    if (SUCCEEDED(hr)) hr = synchronizer->Synchronize(map, silent);
     synchronizer->Cleanup();
     point->Unadvise(cookie);
     point->Release();
@@ -72,7 +73,7 @@ HRESULT run(ISynchronizer* synchronizer, const GUID& map, Sink& sink)
 
 int wmain(int count, wchar_t** arguments)
 {
-    if (count != 3 || FAILED(CoInitialize(nullptr))) return 2;
+    if (count < 3 || count > 4 || FAILED(CoInitialize(nullptr))) return 2;
     ITrMap* maps = nullptr;
     ISynchronizer* synchronizer = nullptr;
     GUID map{};
@@ -82,7 +83,7 @@ int wmain(int count, wchar_t** arguments)
         hr =
             CoCreateInstance(__uuidof(Synchronizer), nullptr, CLSCTX_ALL, __uuidof(ISynchronizer), reinterpret_cast<void**>(&synchronizer));
     Sink sink;
-    if (SUCCEEDED(hr)) hr = run(synchronizer, map, sink);
+    if (SUCCEEDED(hr)) hr = run(synchronizer, map, count == 3 ? VARIANT_TRUE : VARIANT_FALSE, sink);
     if (synchronizer) synchronizer->Release();
     if (maps) maps->Release();
     std::printf("result %08lx after %d calls\n", static_cast<unsigned long>(hr), sink.calls);

@@ -7,6 +7,7 @@
 #include <array>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace mbtest {
 
@@ -25,6 +26,10 @@ public:
     ProcessFolders& operator=(const ProcessFolders&) = delete;
     ~ProcessFolders()
     {
+        for (const HKEY key : refused_) { // only keys that let one in can be deleted
+            letIn(key, true);
+            RegCloseKey(key);
+        }
         for (std::size_t i = 0; i < roots.size(); ++i) {
             RegOverridePredefKey(roots[i], nullptr);
             RegCloseKey(keys_[i]);
@@ -32,25 +37,20 @@ public:
         RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
     }
 
-    // The product's own keys lead nowhere, so that none can be read or made; the system's are needed to find the folders.
+    // Nobody may read or write the product's own keys; the system's are needed to find the folders.
     void refuseRegistry()
     {
-        constexpr wchar_t nowhere[] = L"\\Registry\\Machine\\none";
-        for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
-            HKEY link = nullptr;
-            RegDeleteTreeW(root, L"Software\\Zorel");
-            com::check(
-                HRESULT_FROM_WIN32(RegCreateKeyExW(root, L"Software\\Zorel", 0, nullptr, REG_OPTION_VOLATILE | REG_OPTION_CREATE_LINK,
-                                                   KEY_ALL_ACCESS, nullptr, &link, nullptr)));
-            const LSTATUS set = RegSetValueExW(link, L"SymbolicLinkValue", 0, REG_LINK, reinterpret_cast<const BYTE*>(nowhere),
-                                               sizeof nowhere - sizeof(wchar_t));
-            RegCloseKey(link);
-            com::check(HRESULT_FROM_WIN32(set));
-        }
+        for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE})
+            for (const wchar_t* path : refusedKeys) {
+                const HKEY key = made(root, path);
+                letIn(key, false);
+                refused_.push_back(key);
+            }
     }
 
 private:
     static inline const std::array roots{HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE, HKEY_CLASSES_ROOT};
+    static constexpr const wchar_t* refusedKeys[] = {L"Software\\Zorel\\MBSyncEng", L"Software\\Zorel\\Mirabook", L"Software\\Zorel"};
 
     static HKEY made(HKEY root, const std::wstring& path)
     {
@@ -58,6 +58,16 @@ private:
         const LSTATUS status = RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key, nullptr);
         com::check(HRESULT_FROM_WIN32(status));
         return key;
+    }
+    // An access list without entries keeps everyone out; none at all lets everyone in.
+    static void letIn(HKEY key, bool everyone)
+    {
+        ACL empty;
+        SECURITY_DESCRIPTOR descriptor;
+        InitializeAcl(&empty, sizeof empty, ACL_REVISION);
+        InitializeSecurityDescriptor(&descriptor, SECURITY_DESCRIPTOR_REVISION);
+        SetSecurityDescriptorDacl(&descriptor, TRUE, everyone ? nullptr : &empty, FALSE);
+        RegSetKeySecurity(key, DACL_SECURITY_INFORMATION, &descriptor);
     }
     static void set(HKEY key, const wchar_t* name, const std::filesystem::path& value)
     {
@@ -67,6 +77,7 @@ private:
 
     std::wstring path_;
     std::array<HKEY, 3> keys_{};
+    std::vector<HKEY> refused_;
     TranslatorClasses classes_;
 };
 
