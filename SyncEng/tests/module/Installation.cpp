@@ -114,6 +114,4 @@ Installation::~Installation()
     fs::remove_all(folder_, error);
 }
 
-void Installation::moveDataTo(const fs::path& folder) { setDataFolder(folder.native()); }
-
 } // namespace mbtest

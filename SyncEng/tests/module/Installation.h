@@ -27,8 +27,6 @@ public:
     [[nodiscard]] const std::filesystem::path& folder() const noexcept { return folder_; }
     // Where the engine keeps configuration, histories and log.
     [[nodiscard]] std::filesystem::path data() const { return folder_ / "Zorel" / "MBSync"; }
-    // From here on the user's data lie elsewhere.
-    void moveDataTo(const std::filesystem::path& folder);
 
 private:
     std::filesystem::path folder_;

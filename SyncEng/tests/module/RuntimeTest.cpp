@@ -11,8 +11,9 @@ using namespace mbtest;
 
 namespace {
 
-const CLSID* const available[] = {&__uuidof(TrServices), &__uuidof(TrManager), &__uuidof(Synchronizer),
-                                  &__uuidof(LogFile),    &__uuidof(FieldMap),  &__uuidof(DataStream)};
+const CLSID* const available[] = {&__uuidof(TrServices),   &__uuidof(TrManager),   &__uuidof(TranslatorBridge), &__uuidof(SyncTransfer),
+                                  &__uuidof(Synchronizer), &__uuidof(LogFile),     &__uuidof(InteropDummy),     &__uuidof(FieldMap),
+                                  &__uuidof(DataStream),   &__uuidof(SyncAutoTest)};
 
 constexpr GUID vCardClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
 
@@ -115,6 +116,15 @@ TEST_F(Runtime, ADualInterfaceIsDescribedByTheTypeLibrary)
     com::Bstr interfaceName;
     ASSERT_EQ(info->GetDocumentation(MEMBERID_NIL, interfaceName.put(), nullptr, nullptr, nullptr), S_OK);
     EXPECT_EQ(interfaceName.view(), u"IReSynchronizer");
+}
+
+TEST_F(Runtime, TheManagerOfMapsKeepsTheSystemsBoxesAway)
+{
+    const UINT former = SetErrorMode(0);
+    com::Ptr<ITrManager> manager;
+    ASSERT_EQ(com::createInstance(__uuidof(TrManager), manager), S_OK);
+    EXPECT_EQ(GetErrorMode(), 32769u) << "SEM_FAILCRITICALERRORS and SEM_NOOPENFILEERRORBOX";
+    SetErrorMode(former);
 }
 
 TEST_F(Runtime, TheModuleMayBeUnloadedOnceItsObjectsAreGone)

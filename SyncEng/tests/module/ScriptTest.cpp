@@ -44,20 +44,17 @@ TEST_F(Script, MakesTheClassesAndGetsTheirLateBoundInterface)
                              "MBSync.TrManager.1: IFidemarkSupport\n");
 }
 
-TEST_F(Script, CallsTheManagerOfMapsAndTakesAnOutValue)
+TEST_F(Script, CallsTheManagerOfMapsByItsLateBoundInterfaceAlone)
 {
     EXPECT_EQ(run(R"(
 Set m = CreateObject("MBSync.TrManager.1")
-Dim partner
-partner = "before"
-m.GetMappedRecordId 1, "no such record", partner
-WScript.Echo "partner: '" & partner & "'"
 m.Cleanup
+WScript.Echo "cleaned up"
 On Error Resume Next
 m.EnumerateMaps
 WScript.Echo "an early bound method: " & Err.Number
 )"),
-              "partner: ''\nan early bound method: 438\n");
+              "cleaned up\nan early bound method: 438\n");
 }
 
 TEST_F(Script, IsToldThatAClassHasNoLateBoundInterface)

@@ -1,5 +1,6 @@
 // Cards for the tests: the collected sample files where they are at hand, and small ones of every version and encoding always.
 #pragma once
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -18,6 +19,14 @@ inline std::string readBytes(const std::filesystem::path& path)
 inline void writeBytes(const std::filesystem::path& path, const std::string& bytes)
 {
     std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+}
+
+// Dates the file to a whole second, which every system can set again.
+inline std::filesystem::file_time_type inWholeSeconds(const std::filesystem::path& file)
+{
+    const std::filesystem::file_time_type date = std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(file));
+    std::filesystem::last_write_time(file, date);
+    return date;
 }
 
 inline std::string utf16(const std::string& ascii, bool big)

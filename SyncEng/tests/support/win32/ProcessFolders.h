@@ -15,7 +15,8 @@ class ProcessFolders {
 public:
     explicit ProcessFolders(const std::filesystem::path& folder) : path_(L"Software\\mbtest\\" + folder.filename().native())
     {
-        for (std::size_t i = 0; i < roots.size(); ++i) keys_[i] = made(HKEY_CURRENT_USER, path_ + L"\\" + std::to_wstring(i));
+        const wchar_t* const places[] = {L"\\User", L"\\Machine", L"\\Machine\\Software\\Classes"};
+        for (std::size_t i = 0; i < roots.size(); ++i) keys_[i] = made(HKEY_CURRENT_USER, path_ + places[i]);
         for (std::size_t i = 0; i < roots.size(); ++i) com::check(HRESULT_FROM_WIN32(RegOverridePredefKey(roots[i], keys_[i])));
         const HKEY shell = made(HKEY_CURRENT_USER, L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\User Shell Folders");
         set(shell, L"AppData", folder / "data");

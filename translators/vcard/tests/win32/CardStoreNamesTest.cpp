@@ -10,7 +10,6 @@ TEST_F(VCardFolder, ANameInOtherCaseIsTheSameFile)
     put("a.vcf", cardText("2"));
     auto store = open();
     EXPECT_EQ(ids(store), std::vector<std::string>{"A.vcf"});
-    EXPECT_TRUE(store.exists("a.vcf"));
     EXPECT_EQ(read(store, "A.vcf", kLastName), u"2");
 }
 
