@@ -78,6 +78,7 @@ public:
 private:
     struct Keys {
         std::u16string lastName, firstName, email, digest;
+        bool complete = true; // every field could be read
     };
 
     StageProgress progressOf(int contactId, int categoryId) const
@@ -121,7 +122,8 @@ private:
         const Keys keys = readKeys(side, id.get(), values_);
         task->second.Values = std::make_unique<RecordValues>(values_); // the copy has no room to spare
         (void)com::call(own.translator, &ITranslator::EndReadRecord, id.get());
-        position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
+        // By the little that could be read of it a contact would pass for another one.
+        if (keys.complete) position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
         return S_OK;
     }
 
@@ -144,6 +146,7 @@ private:
             const HRESULT hr = com::call(pass_.side(side).translator, &ITranslator::ReadField, id, fields[j], read.put());
             if (FAILED(hr)) { // so that it is read again when it is to be written, and not written as empty
                 values.erase(type);
+                keys.complete = false;
                 continue;
             }
             const std::u16string_view value = read.text();
@@ -331,7 +334,9 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
     }
     const MatchRows rows = BuildMatchRows(pass);
     PassSide &one = pass.side(Side::One), &two = pass.side(Side::Two);
+    // False if a field could not be read: by what is left its record would pass for another one.
     const auto readAll = [&](Side side, BSTR id, RecordTask& task) {
+        bool complete = true;
         task.Values = std::make_unique<RecordValues>();
         const auto fields = pass.fields(side);
         for (std::size_t j = 0; j < rows.rows.size(); ++j) {
@@ -342,8 +347,10 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
                 task.Values->set(type, value);
             else
                 task.Values->erase(type);
+            complete = complete && isRead;
         }
         (void)com::call(pass.side(side).translator, &ITranslator::EndReadRecord, id);
+        return complete;
     };
 
     std::vector<std::u16string> candidates;
@@ -355,8 +362,7 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
         const auto task = FindTask(one.Tasks, id.text());
         if (task == one.Tasks.end() || !isOpenNew(task->second)) continue;
         if (FAILED(com::call(one.translator, &ITranslator::BeginReadRecord, id.get()))) continue;
-        readAll(Side::One, id.get(), task->second);
-        candidates.push_back(task->first);
+        if (readAll(Side::One, id.get(), task->second)) candidates.push_back(task->first);
     }
 
     StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? 225 : 164));
@@ -367,11 +373,11 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
         const auto e2 = at++;
         const com::Bstr id(e2->first);
         if (!isOpenNew(e2->second) || FAILED(com::call(two.translator, &ITranslator::BeginReadRecord, id.get()))) continue;
-        readAll(Side::Two, id.get(), e2->second);
+        const bool complete = readAll(Side::Two, id.get(), e2->second);
         const MatchKeys keys{std::u16string(valueOf(e2->second, rows.lastName2)), std::u16string(valueOf(e2->second, rows.firstName.type2)),
                              std::u16string(valueOf(e2->second, rows.email.type2))};
         const std::u16string id2 = e2->first;
-        if (const auto id1 = RankCandidates(pass, id2, keys, candidates, rows)) {
+        if (const auto id1 = complete ? RankCandidates(pass, id2, keys, candidates, rows) : std::nullopt) {
             foundAny = true;
             const DroppedTasks dropped = PairDuplicates(pass, *id1, id2, rows);
             if (auto task = FindTask(one.Tasks, *id1); dropped.drop1 && task != one.Tasks.end()) (void)DropTask(task, one.Tasks);

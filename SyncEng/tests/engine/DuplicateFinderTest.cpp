@@ -182,6 +182,19 @@ TEST(Duplicates, ARecordThatCannotBeReadIsPassedOverInMemory)
     EXPECT_THAT(s.two().records, SizeIs(3));
 }
 
+TEST(Duplicates, TwoContactsOfWhichNothingCouldBeReadAreNotOneInMemory)
+{
+    SyncScenario s;
+    s.one().add(ada());
+    s.two().add({{ftLastName, u"Babbage"}});
+    s.makeMap();
+    for (int n = 1; n <= 30; ++n) s.log().failOn("ReadField", n, E_FAIL);
+    const WithoutDocuments broken;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(2));
+    EXPECT_EQ(SyncScenario::contents(s.one()), SyncScenario::contents(s.two()));
+}
+
 TEST(Duplicates, NoResultInMemoryIsToldTheSameWay)
 {
     SyncScenario s;

@@ -203,6 +203,7 @@ TEST(Duplicates, AnotherFirstNameIsFoundByTheEmail)
     SyncScenario s;
     FakeValues two = ada();
     two[ftFirstName] = u"Augusta";
+    two[ftEmail1] = u"ADA@Example.org"; // in any letter case
     s.one().add(ada());
     s.two().add(two);
     EXPECT_EQ(s.sync(), S_OK);
@@ -249,4 +250,18 @@ TEST(Duplicates, ACategoryPassHasLabelsOfItsOwn)
         testing::IsSupersetOf({u"Preparing to search for duplicates (categories).", u"Searching for exact duplicates (categories).",
                                u"Searching for conflicting duplicates (categories).", u"Resolving possible conflicts (categories)."}));
     for (const std::u16string& label : s.sink().labels) EXPECT_NE(label.find(u"(categories)"), label.npos);
+}
+
+TEST(Duplicates, AValueThatCouldNotBeReadInTheSearchIsReadAgainForTheWrite)
+{
+    for (const char* side : {"1", "2"}) {
+        SyncScenario s;
+        (*side == '1' ? s.one() : s.two()).add(ada());
+        (*side == '1' ? s.two() : s.one()).add(mbtest::person(u"Grace", u"Hopper"));
+        s.makeMap();
+        for (int n = 1; n <= 15; ++n) s.log().failOn(std::string(side) + " ReadField", n, E_FAIL);
+        EXPECT_EQ(s.sync(), S_OK);
+        EXPECT_THAT(s.one().records, SizeIs(2));
+        EXPECT_EQ(SyncScenario::contents(s.one()), SyncScenario::contents(s.two()));
+    }
 }
