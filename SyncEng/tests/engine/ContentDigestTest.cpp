@@ -100,3 +100,22 @@ TEST(ContentDigest, GoesByTheFieldTypeOfSideOne)
     EXPECT_EQ(s.one().records.size(), 1u);
     EXPECT_EQ(s.two().records.size(), 1u);
 }
+
+// The keys of a record of side 2 are in the fields that go with the keys of side 1.
+TEST(ContentDigest, LeavesTheKeysToTheFieldsThatTheMapNames)
+{
+    SyncScenario s;
+    s.two().fields.push_back({ftCustom1, u"Family"});
+    s.makeMap();
+    GUID fields{};
+    ASSERT_EQ(s.maps()->GetFieldMap(s.map(), &fields), S_OK);
+    const auto fieldMap = s.create<IFieldMap>(__uuidof(FieldMap));
+    ASSERT_EQ(fieldMap->DeleteMap(fields), S_OK);
+    ASSERT_EQ(fieldMap->AddMapEntry(fields, s.one().guidOf(ftFirstName), s.two().guidOf(ftFirstName)), S_OK);
+    ASSERT_EQ(fieldMap->AddMapEntry(fields, s.one().guidOf(ftLastName), s.two().guidOf(ftCustom1)), S_OK);
+    s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+    s.two().add({{ftFirstName, u"Ada"}, {ftCustom1, u"Lovelace"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().records.size(), 1u);
+    EXPECT_EQ(s.two().records.size(), 1u);
+}

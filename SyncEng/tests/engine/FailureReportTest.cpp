@@ -1,4 +1,5 @@
 #include "engine/FailureReport.h"
+#include "foundation/Log.h"
 #include "foundation/SilentMode.h"
 #include "FrontEndFake.h"
 #include "registry.h"
@@ -141,6 +142,11 @@ TEST_F(FailureReport, TheFailingSideIsAskedFirstAndTheOtherOneOnlyIfItTellsNothi
     EXPECT_THAT(show(engineCode(0x204)), HasSubstr("of two"));
     s.two().options.errorMessage1.clear();
     EXPECT_THAT(show(engineCode(0x204)), HasSubstr("of one"));
+    s.two().options.errorMessage1 = u"of two";
+    s.two().add({{ftLastName, u"Hopper"}});
+    s.log().failOn("1 SaveRecord", 1, engineCode(0x20D));
+    EXPECT_EQ(s.sync(), engineCode(0x20D));
+    EXPECT_EQ(s.lastError().first, u"of one") << "side 1 failed, and side 2 has something to tell too";
 }
 
 TEST_F(FailureReport, WithNoErrorTheHostGetsAnEmptyCodeAndTwoEmptyTexts)
@@ -237,6 +243,19 @@ TEST_F(FailureReport, TheNumberIsShownOfACodeThatIsAWholeNumber)
     EXPECT_THAT(reported(VT_EMPTY, [](VARIANT&) {}), Not(HasSubstr("(")));
 }
 
+TEST_F(FailureReport, TheTextIsALineOfTheFailures)
+{
+    mb::RunState run;
+    for (const DWORD level : {1u | 8u, 4u}) {
+        run.Error.LastErrorMessage1 = level == 4 ? u"100%s heard" : u"not heard";
+        mb::LogLevelMask = level;
+        (void)reportSilently(run, engineCode(0x204));
+    }
+    mb::LogLevelMask = 15;
+    EXPECT_THAT(s.logText(), HasSubstr("100%s heard"));
+    EXPECT_THAT(s.logText(), Not(HasSubstr("not heard")));
+}
+
 TEST_F(FailureReport, AStopOfTheScheduleWouldBeShownEvenInASilentRunAndSwitchTheScheduleOff)
 {
     constexpr char16_t path[] = u"Software\\Zorel\\Mirabook\\MBSyncCfg";
@@ -292,4 +311,24 @@ TEST_F(FailureReport, AFailedRunRemembersTheDatabasesItFoundOpen)
     EXPECT_EQ(s.maps()->GetLastSyncDatabase(s.map(), database1.put(), database2.put()), S_OK);
     EXPECT_EQ(database1.view(), s.one().options.database);
     EXPECT_EQ(database2.view(), s.two().options.database);
+}
+
+TEST_F(FailureReport, ANumberThatTheOtherTranslatorTellsTakesTheSentencesPlace)
+{
+    const GUID map = com::newGuid();
+    (void)s.maps()->CreateEx(map, mbtest::fakeClass1, outlook);
+    s.one().options.errorCode = 42;
+    EXPECT_EQ(s.syncMap(map), REGDB_E_CLASSNOTREG);
+    EXPECT_EQ(s.lastError().first, u"");
+    EXPECT_EQ(s.lastCode().lVal, 42);
+}
+
+TEST_F(FailureReport, AMissingFirstTranslatorWithAGoodSecondEndsTheRunInSilence)
+{
+    const GUID map = com::newGuid();
+    (void)s.maps()->CreateEx(map, goldMine, mbtest::fakeClass2);
+    EXPECT_EQ(s.syncMap(map), S_OK);
+    EXPECT_EQ(s.lastError().first, u"");
+    EXPECT_THAT(s.log().starting("2 Initialize"), IsEmpty());
+    EXPECT_THAT(s.log().starting("2 Cleanup"), testing::SizeIs(1));
 }

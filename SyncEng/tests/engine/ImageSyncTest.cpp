@@ -372,6 +372,158 @@ TEST_F(ImageSync, APictureOnOneSideReachesTheEqualCardOfTheOther)
     s.expectInStep();
 }
 
+TEST_F(ImageSync, PicturesOfDifferentSizeAreDifferentContent)
+{
+    begin();
+    // By the quote in their name the rules turn them away: only equal content could make them one.
+    FakeValues card{{ftFirstName, u"Ada"}, {ftLastName, u"\"Lovelace\""}, {ftImage1, small}};
+    s.one().add(card);
+    card[ftImage1] = large;
+    s.two().add(card);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(2));
+    EXPECT_THAT(s.two().records, SizeIs(2));
+}
+
+TEST_F(ImageSync, WithTheOptionOffPicturesMakeNoContentDiffer)
+{
+    begin();
+    s.setOption(soSyncImages, false);
+    FakeValues card{{ftFirstName, u"Ada"}, {ftLastName, u"\"Lovelace\""}};
+    s.two().add(card);
+    card[ftImage1] = small;
+    s.one().add(card);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+    const auto& lines = s.log().lines;
+    for (auto at = lines.begin(); at != std::ranges::find(lines, "2 BeginUpdate"); ++at)
+        EXPECT_THAT(*at, testing::Not(HasSubstr("HasFieldValue")));
+}
+
+TEST_F(ImageSync, TheSearchForDuplicatesLeavesNoPictureFileBehind)
+{
+    for (const ULONG form : {capBMPFile, capJPEGFile}) {
+        SyncScenario own;
+        for (FakeStore* store : {&own.one(), &own.two()}) {
+            const fs::path folder = own.folder.path() / (store == &own.one() ? "one" : "two");
+            fs::create_directories(folder);
+            store->addImageFields(form);
+            store->options.imageFolder = folder;
+            store->add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftImage1, asForm(form, small, folder)}});
+        }
+        EXPECT_EQ(own.sync(), S_OK);
+        EXPECT_THAT(own.one().records, SizeIs(1));
+        EXPECT_EQ(filesIn(own.folder.path() / "one"), 1u);
+        EXPECT_EQ(filesIn(own.folder.path() / "two"), 1u);
+        for (const auto& entry : fs::directory_iterator(own.folder.data())) {
+            EXPECT_NE(entry.path().extension(), ".BMP");
+            EXPECT_NE(entry.path().extension(), ".JPG");
+        }
+    }
+}
+
+TEST_F(ImageSync, TheSecondImageAloneMakesAMapOneWithImages)
+{
+    begin();
+    for (FakeStore* store : {&s.one(), &s.two()}) std::erase_if(store->fields, [](const auto& field) { return field.type == ftImage1; });
+    s.setOption(soSyncImages, false);
+    addAda({{ftImage2, small}});
+    s.setOption(soSyncImages, true);
+    s.setOption(soSyncImageOptionChanged, true);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.two().get(ada2, ftImage2), small) << "though no date moved";
+}
+
+// ---- A history from before images were compared --------------------------------------------------------------------------
+
+namespace {
+
+class OldHistory : public ImageSync {
+protected:
+    // One card in step but for its picture, and a history of version 3 that tells nothing of pictures.
+    void begin3(LONG configurationVersion)
+    {
+        begin();
+        addAda();
+        mb::CSyncHistory history(nullptr);
+        ASSERT_EQ(history.Open(s.map()), S_OK);
+        for (const auto& [side, id] : {std::pair{u"Trans1", ada}, {u"Trans2", ada2}}) {
+            mb::FieldValueMap fields;
+            ASSERT_EQ(history.ReadFieldData(side, id, fields), S_OK);
+            for (const LONG type : {ftImage1, ftImage2, ftImageSize1, ftImageSize2}) fields.erase(type);
+            ASSERT_EQ(history.WriteFieldData(side, id, fields, false, false), S_OK);
+        }
+        ASSERT_EQ(history.SetVersion(3), S_OK);
+        ASSERT_EQ(mb::ConfigStore().SetVersion(configurationVersion), S_OK);
+        s.one().records.at(ada).values[ftImage1] = small; // without a new date
+    }
+    std::u16string announced(const GUID& map)
+    {
+        std::u16string text;
+        return SUCCEEDED(mb::ConfigStore().ReadValue(u"Trans2Cfg", com::guidText(map), u"SyncImageOptionChanged", text)) ? text : u"<none>";
+    }
+    LONG historyVersion()
+    {
+        mb::CSyncHistory history(nullptr);
+        LONG version = 0;
+        EXPECT_EQ(history.Open(s.map()), S_OK);
+        EXPECT_EQ(history.GetVersion(version), S_OK);
+        return version;
+    }
+};
+
+} // namespace
+
+TEST_F(OldHistory, AnUpgradeIsAnnouncedToEveryMapAndTakenBackWhereItRan)
+{
+    begin3(3);
+    const GUID other = s.addMap();
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.two().get(ada2, ftImage1), small);
+    EXPECT_EQ(announced(s.map()), u"0");
+    EXPECT_EQ(announced(other), u"1");
+    EXPECT_EQ(historyVersion(), 4);
+}
+
+TEST_F(OldHistory, WithoutImagesAnUpgradeAnnouncesNothing)
+{
+    begin3(3);
+    s.setOption(soSyncImages, false);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(announced(s.map()), u"<none>");
+    LONG version = 0;
+    EXPECT_EQ(mb::ConfigStore().GetVersion(version), S_OK);
+    EXPECT_EQ(version, 4);
+}
+
+TEST_F(OldHistory, AHistoryOfTodayNeedsNoUpgrade)
+{
+    begin();
+    addAda();
+    ASSERT_EQ(mb::ConfigStore().SetVersion(3), S_OK);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(announced(s.map()), u"<none>");
+    EXPECT_EQ(imageCalls(), 0u);
+}
+
+TEST_F(OldHistory, AChangedOptionComparesImagesThoughTheHistoryTellsNothingOfThem)
+{
+    begin3(4);
+    ASSERT_EQ(mb::ConfigStore().WriteInt(u"TrMap", com::guidText(s.map()), u"SyncImageChanged", 1, false, true), S_OK);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.two().get(ada2, ftImage1), small);
+    EXPECT_EQ(historyVersion(), 4);
+}
+
+TEST_F(OldHistory, WithoutAChangedOptionARunOnlyMakesItOneOfToday)
+{
+    begin3(4);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.two().get(ada2, ftImage1), u"");
+    EXPECT_EQ(historyVersion(), 4);
+}
+
 TEST_F(ImageSync, ADamagedPictureIsNoPictureAndEndsNothing)
 {
     begin(capJPEGFile, capDIBImage);

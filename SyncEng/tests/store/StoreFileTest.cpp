@@ -186,6 +186,9 @@ TEST_F(StoreFileTest, KeyHasValueLooksAtTheFirstKeyUnderTheValueAlone)
     EXPECT_EQ(has, VARIANT_TRUE);
     EXPECT_EQ(store.KeyHasValue(u"T", u"s", u"second", u"v", has), S_OK);
     EXPECT_EQ(has, VARIANT_FALSE);
+    has = VARIANT_TRUE;
+    EXPECT_EQ(store.KeyHasValue(u"T", u"s", u"first", u"none", has), S_FALSE);
+    EXPECT_EQ(has, VARIANT_FALSE);
 }
 
 TEST_F(StoreFileTest, TheFlagIsSetInAllSectionsButThatOfTheLastRun)
