@@ -1,7 +1,7 @@
 // The library as the engine uses it: found beside the host, through the contact parser.
 #include "foundation/ContactParser.h"
 #include "foundation/PhoneNumber.h"
-#include "foundation/RegistryValues.h"
+#include "RegistryValues.h"
 #include "TestFolder.h"
 #include "text.h"
 

@@ -1,5 +1,5 @@
 // The field mapping in its window: rows are dragged with the mouse and checked by their boxes.
-#include "../../foundation/RegistryValues.h"
+#include "RegistryValues.h"
 #include "SyncScenario.h"
 #include "text.h"
 #include "TextMatchers.h"
