@@ -161,7 +161,7 @@ TEST_F(StoreFileTest, AFileWithoutAVersionIsOfVersionMinusOne)
 
 TEST_F(StoreFileTest, AStoreOfWhichNothingIsLeftKeepsItsFormAndGoesOn)
 {
-    folder.write(file,
+    folder.write(file.string(),
                  "<Scs Version=\"3\" other=\"x\"> <!-- kept --><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>aw==</KN><KV>dg==</KV></Ky></Sc> </Scs>");
     ASSERT_EQ(store.Open(file, false), S_OK);
     ASSERT_EQ(value(u"T", u"s", u"k"), u"v");
