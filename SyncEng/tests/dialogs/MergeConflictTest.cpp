@@ -4,6 +4,7 @@
 #include "DialogsFixture.h"
 #include "foundation/ClassTable.h"
 #include "foundation/ImageValue.h"
+#include "RegisteredProgId.h"
 #include "registry.h"
 #include "text.h"
 
@@ -108,8 +109,6 @@ protected:
     MergeConflictTest() : component_(mergeRows)
     {
         told = {};
-        platform::createKeyPath(platform::Root::ClassesRoot, u"TwinWiz.CMergeDialog\\CLSID");
-        platform::RegistryKey::open(platform::Root::ClassesRoot, u"TwinWiz.CMergeDialog\\CLSID")->setText(u"", com::guidText(mergeClass));
         for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->fields.push_back({ftCategories, u"Categories"});
         id1 = s.one().add({{ftFirstName, u"Ada"}, {ftCity1, u"Paris"}, {ftPhone, u"1"}, {ftNotes, u"n"}, {ftCategories, u"a,b"}});
         id2 = s.two().add({{ftFirstName, u"Ada"}, {ftCity1, u"Rome"}, {ftPhone, u"1"}, {ftNotes, u"n"}, {ftCategories, u"a,b"}});
@@ -142,6 +141,7 @@ protected:
 
 private:
     mb::ClassOverride component_;
+    mbtest::RegisteredProgId progId_{u"TwinWiz.CMergeDialog", mergeClass};
 };
 
 } // namespace
@@ -317,10 +317,11 @@ TEST_F(MergeConflictTest, TheHelpFileIsNamedWhereTheHostIsKnown)
     EXPECT_EQ(merge(), S_OK);
     EXPECT_EQ(told.help, u"");
     constexpr char16_t path[] = u"Software\\Zorel\\Mirabook\\Main";
+    const auto native = [](const char16_t* name) { return std::filesystem::path(name).make_preferred().u16string(); };
     ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
-    platform::RegistryKey::open(platform::Root::CurrentUser, path)->setText(u"Path", u"/opt/mb");
+    platform::RegistryKey::open(platform::Root::CurrentUser, path)->setText(u"Path", native(u"/opt/mb"));
     EXPECT_EQ(merge(), S_OK);
-    EXPECT_TRUE(told.help.starts_with(u"/opt/Locale")) << platform::utf8(told.help);
+    EXPECT_TRUE(told.help.starts_with(native(u"/opt/Locale"))) << platform::utf8(told.help);
     EXPECT_TRUE(told.help.ends_with(u"Mirabook.chm")) << platform::utf8(told.help);
 }
 
