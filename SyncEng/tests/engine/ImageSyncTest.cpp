@@ -92,6 +92,20 @@ std::size_t filesIn(const fs::path& folder)
     return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
 }
 
+// As an earlier version left the history of a map: it knew of no images.
+void forgetImages(const GUID& map, const std::u16string& id1, const std::u16string& id2)
+{
+    mb::CSyncHistory history(nullptr);
+    ASSERT_EQ(history.Open(map), S_OK);
+    for (const auto& [side, id] : {std::pair{u"Trans1", id1}, {u"Trans2", id2}}) {
+        mb::FieldValueMap fields;
+        ASSERT_EQ(history.ReadFieldData(side, id, fields), S_OK);
+        for (const LONG type : {ftImage1, ftImage2, ftImageSize1, ftImageSize2}) fields.erase(type);
+        ASSERT_EQ(history.WriteFieldData(side, id, fields, false, false), S_OK);
+    }
+    ASSERT_EQ(history.SetVersion(3), S_OK);
+}
+
 } // namespace
 
 TEST_P(ImageForms, APictureArrivesInTheFormOfItsTargetAndLeavesNoFileBehind)
@@ -309,19 +323,8 @@ TEST_F(ImageSync, AfterAnUpgradeEveryMapComparesItsImagesOnce)
     addAda({{ftImage1, small}});
     const GUID second = s.addMap();
     ASSERT_EQ(s.syncMap(second), S_OK);
-    // As an earlier version leaves its files: it knew of no images, neither in the configuration nor in the histories.
     ASSERT_EQ(mb::ConfigStore().SetVersion(3), S_OK);
-    for (const GUID& map : {s.map(), second}) {
-        mb::CSyncHistory history(nullptr);
-        ASSERT_EQ(history.Open(map), S_OK);
-        for (const auto& [side, id] : {std::pair{u"Trans1", ada}, {u"Trans2", ada2}}) {
-            mb::FieldValueMap fields;
-            ASSERT_EQ(history.ReadFieldData(side, id, fields), S_OK);
-            for (const LONG type : {ftImage1, ftImage2, ftImageSize1, ftImageSize2}) fields.erase(type);
-            ASSERT_EQ(history.WriteFieldData(side, id, fields, false, false), S_OK);
-        }
-        ASSERT_EQ(history.SetVersion(3), S_OK);
-    }
+    for (const GUID& map : {s.map(), second}) forgetImages(map, ada, ada2);
     s.two().records.at(ada2).values[ftImage1].clear();
 
     EXPECT_EQ(s.sync(), S_OK);
@@ -446,15 +449,7 @@ protected:
     {
         begin();
         addAda();
-        mb::CSyncHistory history(nullptr);
-        ASSERT_EQ(history.Open(s.map()), S_OK);
-        for (const auto& [side, id] : {std::pair{u"Trans1", ada}, {u"Trans2", ada2}}) {
-            mb::FieldValueMap fields;
-            ASSERT_EQ(history.ReadFieldData(side, id, fields), S_OK);
-            for (const LONG type : {ftImage1, ftImage2, ftImageSize1, ftImageSize2}) fields.erase(type);
-            ASSERT_EQ(history.WriteFieldData(side, id, fields, false, false), S_OK);
-        }
-        ASSERT_EQ(history.SetVersion(3), S_OK);
+        forgetImages(s.map(), ada, ada2);
         ASSERT_EQ(mb::ConfigStore().SetVersion(configurationVersion), S_OK);
         s.one().records.at(ada).values[ftImage1] = small; // without a new date
     }

@@ -1,19 +1,31 @@
 // What may cost no contact and no link between two contacts: identifiers that look alike, what an earlier run left behind, and a history
 // that lost a part.
 #include "FrontEndFake.h"
+#include "People.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
 
 namespace {
 
-using mbtest::FakeValues;
+using mbtest::person;
 using mbtest::SyncScenario;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-FakeValues person(const char16_t* first, const char16_t* last) { return {{ftFirstName, first}, {ftLastName, last}}; }
+// One contact that both sides know.
+class LinkedPair : public testing::Test {
+protected:
+    LinkedPair()
+    {
+        ada = s.one().add(person(u"Ada", u"Lovelace"));
+        EXPECT_EQ(s.sync(), S_OK);
+        ada2 = s.two().order.back();
+    }
+    SyncScenario s;
+    std::u16string ada, ada2;
+};
 
 } // namespace
 
@@ -64,12 +76,8 @@ TEST(LinkSafety, APairGoneOnBothSidesTakesNoOtherPairWithItThatBearsItsIdentifie
     s.expectInStep();
 }
 
-TEST(LinkSafety, WhatACancelledRunMeantToUnlinkStaysLinkedInTheNextOne)
+TEST_F(LinkedPair, WhatACancelledRunMeantToUnlinkStaysLinkedInTheNextOne)
 {
-    SyncScenario s;
-    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
-    EXPECT_EQ(s.sync(), S_OK);
-    const auto ada2 = s.two().order.back();
     const auto lost = s.two().records.at(ada2);
     s.one().set(ada, ftCity1, u"Paris");
     s.two().remove(ada2);
@@ -106,12 +114,8 @@ TEST(LinkSafety, WhereTheHistoryLostTheValuesOfARecordTwoChangesAreAConflictAndN
     s.expectInStep();
 }
 
-TEST(LinkSafety, APairThatWasDissolvedIsNotTakenUpAgainAfterARunThatEndedHalfway)
+TEST_F(LinkedPair, APairThatWasDissolvedIsNotTakenUpAgainAfterARunThatEndedHalfway)
 {
-    SyncScenario s;
-    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
-    EXPECT_EQ(s.sync(), S_OK);
-    const auto ada2 = s.two().order.back();
     s.one().set(ada, ftCity1, u"Paris");
     s.two().set(ada2, ftCity1, u"Rome");
     s.sink().writes = 0;
@@ -127,12 +131,8 @@ TEST(LinkSafety, APairThatWasDissolvedIsNotTakenUpAgainAfterARunThatEndedHalfway
     s.expectInStep();
 }
 
-TEST(LinkSafety, AChangeThatWaitsWhileItsRecordIsWrittenIsNotForgottenByARunThatEndsHalfway)
+TEST_F(LinkedPair, AChangeThatWaitsWhileItsRecordIsWrittenIsNotForgottenByARunThatEndsHalfway)
 {
-    SyncScenario s;
-    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
-    EXPECT_EQ(s.sync(), S_OK);
-    const auto ada2 = s.two().order.back();
     s.one().set(ada, ftCity1, u"Paris");
     s.two().set(ada2, ftPhone, u"5");
     s.sink().writes = 0;

@@ -1,4 +1,5 @@
 // One run of a map around its pipeline: how the translators are loaded and started, and what the files remember of it.
+#include "People.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
@@ -6,14 +7,12 @@
 
 namespace {
 
-using mbtest::FakeValues;
+using mbtest::person;
 using mbtest::SyncScenario;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
-
-FakeValues person(const char16_t* first, const char16_t* last) { return {{ftFirstName, first}, {ftLastName, last}}; }
 
 // How often the text stands in the other one.
 std::size_t countOf(const std::string& text, const std::string& part)
