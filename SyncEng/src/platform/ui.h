@@ -11,8 +11,8 @@ enum class MessageKind { Error, Warning, Information };
 
 void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept;
 
-// Takes what would go to standard error, of all modules of the process; null leaves it there. Gives the former one. On Windows messages
-// are boxes, and none is taken.
+// Takes the messages in place of the box or standard error; null leaves them there. Gives the former one. It takes those of all modules
+// of the process on Linux, of its own module on Windows.
 using MessageReader = void (*)(std::u16string_view text);
 MessageReader readMessages(MessageReader reader) noexcept;
 

@@ -3,6 +3,7 @@
 #include "foundation/SilentMode.h"
 #include "FrontEndFake.h"
 #include "registry.h"
+#include "ShownMessages.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
@@ -29,9 +30,9 @@ protected:
         user.byDefault = mb::idOk; // to the summary
         const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
         EXPECT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
-        testing::internal::CaptureStderr();
+        const mbtest::ShownMessages shown;
         EXPECT_EQ(synchronizer->Synchronize(s.map(), VARIANT_FALSE), failure);
-        return testing::internal::GetCapturedStderr();
+        return shown.text();
     }
     bool lastRunWasGood()
     {
@@ -97,9 +98,9 @@ TEST_F(FailureReport, ASilentRunShowsNoBoxAndWritesTheTextToTheLog)
     s.makeMap();
     s.two().options.errorMessage1 = u"The store is locked.";
     s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
-    testing::internal::CaptureStderr();
+    const mbtest::ShownMessages shown;
     EXPECT_EQ(s.sync(), engineCode(0x204));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(shown.text(), "");
     EXPECT_THAT(s.logText(), HasSubstr("The store is locked."));
     EXPECT_EQ(s.lastError().first, u"The store is locked.");
     EXPECT_FALSE(lastRunWasGood());
@@ -211,10 +212,10 @@ namespace {
 std::string reportSilently(const mb::RunState& run, HRESULT failure)
 {
     mb::SilentMode = VARIANT_TRUE;
-    testing::internal::CaptureStderr();
+    const mbtest::ShownMessages shown;
     mb::ReportFailure(run, failure);
     mb::SilentMode = VARIANT_FALSE;
-    return testing::internal::GetCapturedStderr();
+    return shown.text();
 }
 
 } // namespace

@@ -1,11 +1,14 @@
 #include "ui.h"
 
 #include "library.h"
+#include <atomic>
 #include <commctrl.h>
 #include <string>
 
 namespace platform {
 namespace {
+
+std::atomic<MessageReader> messageReader = nullptr;
 
 std::wstring wide(std::u16string_view text) { return {text.begin(), text.end()}; }
 
@@ -24,12 +27,13 @@ UINT iconOf(MessageKind kind) noexcept
 void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept
 {
     try {
+        if (const MessageReader reader = messageReader) return reader(text);
         MessageBoxW(parent, wide(text).c_str(), wide(caption).c_str(), MB_OK | iconOf(kind));
     } catch (...) { // there is no one else to tell
     }
 }
 
-MessageReader readMessages(MessageReader) noexcept { return nullptr; }
+MessageReader readMessages(MessageReader reader) noexcept { return messageReader.exchange(reader); }
 
 bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) noexcept
 {
