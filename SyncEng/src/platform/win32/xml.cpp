@@ -2,6 +2,7 @@
 #include "xml.h"
 
 #include "text.h"
+#include "xml_faults.h"
 #include "xml_guard.h"
 #include "xml_nodes.h"
 
@@ -331,6 +332,7 @@ bool XmlDocument::load(std::string&& bytes)
 XmlElement XmlDocument::create(const char* rootName)
 {
     state_->reset();
+    if (rootName == XmlFaults::refusedRoot) return {};
     state_->document = makeDocument();
     com::Ptr<IXMLDOMElement> made;
     com::check(state_->document->createElement(wide(rootName).get(), made.put()));
