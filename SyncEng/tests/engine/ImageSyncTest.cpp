@@ -1,4 +1,5 @@
 #include "image.h"
+#include "JpegLoss.h"
 #include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
 #include "SyncScenario.h"
@@ -115,7 +116,7 @@ TEST_P(ImageForms, APictureArrivesInTheFormOfItsTargetAndLeavesNoFileBehind)
     addAda({{ftImage1, asForm(form1, small, made("one"))}});
     const std::u16string arrived = s.two().get(ada2, ftImage1);
     const std::u16string picture = form2 == capDIBImage ? arrived : platform::loadImage(fs::path(arrived));
-    EXPECT_LE(mbtest::difference(picture, small), 12);
+    EXPECT_LE(mbtest::difference(picture, small), mbtest::lossOfJpeg);
     if (form2 != capDIBImage) {
         EXPECT_EQ(stored(ada2, u"Trans2").find(ftImageSize1)->second, platform::utf16(std::to_string(fs::file_size(arrived))));
     }
