@@ -42,6 +42,22 @@ protected:
     const fs::path one = installation.folder() / "one", two = installation.folder() / "two";
 };
 
+// Where the host is installed, for as long as this lives; beside it former versions kept their data.
+class InstallPath {
+public:
+    explicit InstallPath(const std::wstring& folder)
+    {
+        const auto size = static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t));
+        EXPECT_EQ(RegSetKeyValueW(HKEY_LOCAL_MACHINE, key, L"InstallPath", REG_SZ, folder.c_str(), size), ERROR_SUCCESS);
+    }
+    InstallPath(const InstallPath&) = delete;
+    InstallPath& operator=(const InstallPath&) = delete;
+    ~InstallPath() { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key, L"InstallPath"); }
+
+private:
+    static constexpr const wchar_t* key = L"Software\\Zorel\\MBSyncEng";
+};
+
 } // namespace
 
 TEST_F(Client, BringsTwoFoldersIntoStepAndHearsOfTheProgress)
@@ -82,6 +98,8 @@ TEST_F(Client, WithoutAPlaceForItsDataEveryCallFailsAndNothingCrashes)
 {
     put(one / "a.vcf", "Lovelace");
     std::ofstream(installation.folder() / "Zorel") << "a file is in the way";
+    std::ofstream(installation.folder() / "MBSync") << "and one at the place of former versions";
+    const InstallPath installPath(installation.folder().native());
     const Ended ended = run();
     EXPECT_EQ(ended.code, 1u) << ended.output;
     EXPECT_THAT(ended.output, HasSubstr("result 80"));
