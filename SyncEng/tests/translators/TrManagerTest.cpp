@@ -4,6 +4,7 @@
 #include "RegisteredPlugin.h"
 #include "registry.h"
 #include "text.h"
+#include "ThrowingClass.h"
 
 namespace {
 
@@ -125,6 +126,7 @@ TEST_F(TrManagerTest, AClassThatThrowsFailsAndIsLogged)
     EXPECT_TRUE(FAILED(loader()->Load(pluginClass1, translator.put())));
     EXPECT_FALSE(translator);
     EXPECT_THAT(logLines("loading module"), SizeIs(1));
+    keptByRuntime = mbtest::keptOfThrowingClass;
 }
 
 TEST_F(TrManagerTest, AClassThatIsNoTranslatorFails)

@@ -53,6 +53,8 @@ protected:
     std::shared_ptr<CallLog> calls = std::make_shared<CallLog>();
     std::shared_ptr<Plugin> plugin1 = std::make_shared<Plugin>(), plugin2 = std::make_shared<Plugin>();
 
+    int keptByRuntime = 0; // references to objects that stay for good
+
 private:
     LONG objectsBefore_;
     std::unique_ptr<PluginClass> class1_, class2_;
