@@ -1,7 +1,7 @@
 #include "Contender.h"
 
 #include "FakeTranslator.h"
-#include "library.h"
+#include "PluginFile.h"
 
 #include <gtest/gtest.h>
 
@@ -15,45 +15,20 @@ constexpr GUID cardFileClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9
 constexpr GUID notebookClass{0x6d0ffa1e, 0x3c57, 0x4d0e, {0x9a, 0x42, 0x51, 0x8e, 0x0b, 0x7c, 0x23, 0x94}};
 constexpr GUID fakeClass{0xFA4E0003, 0x3333, 0x4333, {0x83, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33, 0x33}};
 
-// A plug-in stays loaded for the life of the process.
-const platform::Library& libraryOf(const fs::path& file)
-{
-    static std::map<fs::path, platform::Library> loaded;
-    auto at = loaded.find(file);
-    if (at == loaded.end()) at = loaded.emplace(file, platform::Library(file)).first;
-    return at->second;
-}
-
 class PluginSubject final : public Subject {
 public:
-    PluginSubject(const char* file, const GUID& clsid, const std::string& database, bool isFolder)
-        : library_(libraryOf(file)), clsid_(clsid)
+    PluginSubject(const char* file, const GUID& clsid, const std::string& database, bool isFolder) : plugin_(file, clsid)
     {
         const fs::path path = folder.path() / database;
         fs::create_directories(isFolder ? path : path.parent_path());
         if (path.extension() == ".vcf") folder.write(database, ""); // the others are made at their first use
         services->values[u"Database"] = path.u16string();
     }
-    com::Ptr<ITranslator> create() override
-    {
-        using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
-        com::Ptr<IClassFactory> factory;
-        com::Ptr<ITranslator> made;
-        auto* entry = library_.function<GetClassObject>("DllGetClassObject");
-        if (!entry) throw std::runtime_error("the plug-in cannot be loaded");
-        com::check(entry(clsid_, __uuidof(IClassFactory), factory.putVoid()));
-        com::check(factory->CreateInstance(nullptr, __uuidof(ITranslator), made.putVoid()));
-        return made;
-    }
-    bool allReturned() const override
-    {
-        using CanUnloadNow = HRESULT();
-        return library_.function<CanUnloadNow>("DllCanUnloadNow")() == S_OK;
-    }
+    com::Ptr<ITranslator> create() override { return plugin_.create(); }
+    bool allReturned() const override { return plugin_.allReturned(); }
 
 private:
-    const platform::Library& library_;
-    GUID clsid_;
+    PluginFile plugin_;
 };
 
 class FakeSubject final : public Subject {
@@ -117,8 +92,17 @@ std::vector<Contender> contenders()
     return all;
 }
 
-std::vector<Contender> contendersWithPictures() { return without(contenders(), [](const Contender& c) { return !c.hasPictures; }); }
-std::vector<Contender> plugins() { return without(contenders(), [](const Contender& c) { return !c.isPlugin; }); }
-std::vector<Contender> pluginsWithPictures() { return without(plugins(), [](const Contender& c) { return !c.hasPictures; }); }
+std::vector<Contender> contendersWithPictures()
+{
+    return without(contenders(), [](const Contender& c) { return !c.hasPictures; });
+}
+std::vector<Contender> plugins()
+{
+    return without(contenders(), [](const Contender& c) { return !c.isPlugin; });
+}
+std::vector<Contender> pluginsWithPictures()
+{
+    return without(plugins(), [](const Contender& c) { return !c.hasPictures; });
+}
 
 } // namespace mbtest

@@ -1,6 +1,5 @@
 // The plug-in as the engine loads it: by its library and its class object, and through its interfaces only.
-#include "FakeServices.h"
-#include "library.h"
+#include "PluginTest.h"
 #include "registry.h"
 #include "Support.h"
 #include "text.h"
@@ -21,103 +20,22 @@ constexpr GUID cardFileClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9
 constexpr GUID otherField{0x11111111, 1, 1, {1, 1, 1, 1, 1, 1, 1, 1}};
 constexpr HRESULT failure(std::uint32_t code) { return static_cast<HRESULT>(code); }
 
-using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
-using PlainEntry = HRESULT();
-
-const platform::Library& plugin()
-{
-    static const platform::Library library{fs::path(CARDFILE_PLUGIN)};
-    return library;
-}
-
-class CardFileTranslatorTest : public testing::Test {
+class CardFileTranslatorTest : public mbtest::PluginTest {
 protected:
-    void SetUp() override
-    {
-        services = com::make<mbtest::FakeServices>();
-        services->values[u"Database"] = file.u16string();
-        translator = load();
-    }
+    CardFileTranslatorTest() : PluginTest(CARDFILE_PLUGIN, cardFileClass) { services->values[u"Database"] = file.u16string(); }
     void TearDown() override
     {
-        translator.reset();
-        services.reset();
-        EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK) << "an object was not given back";
+        PluginTest::TearDown();
         for (const auto& entry : fs::directory_iterator("/proc/self/fd")) {
             std::error_code error;
             EXPECT_FALSE(fs::read_symlink(entry, error).string().starts_with(folder.path().string())) << "a file was left open";
         }
     }
-    static Ptr<ITranslator> load()
-    {
-        Ptr<IClassFactory> factory;
-        Ptr<ITranslator> made;
-        EXPECT_TRUE(plugin());
-        EXPECT_EQ(plugin().function<GetClassObject>("DllGetClassObject")(cardFileClass, __uuidof(IClassFactory), factory.putVoid()), S_OK);
-        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(ITranslator), made.putVoid()), S_OK);
-        return made;
-    }
-    HRESULT initialize() { return translator->Initialize(services.get(), nullptr, VARIANT_FALSE); }
     void reopen()
     {
         EXPECT_EQ(translator->Cleanup(), S_OK);
-        translator = load();
+        translator = plugin.create();
         ASSERT_EQ(initialize(), S_OK) << lastError();
-    }
-    std::string lastError()
-    {
-        Variant code;
-        Bstr first, second;
-        EXPECT_EQ(translator.as<ITranslatorInfo>()->GetLastError(code.put(), first.put(), second.put()), S_OK);
-        EXPECT_EQ(code.vt, VT_EMPTY);
-        EXPECT_TRUE(second.empty());
-        return platform::utf8(first.view());
-    }
-    LONG count()
-    {
-        LONG n = -1;
-        EXPECT_EQ(translator->GetRecordCount(&n), S_OK);
-        return n;
-    }
-    // The field as the engine finds it: by its type.
-    GUID field(LONG type)
-    {
-        if (fields.empty()) {
-            const auto list = translator.as<IFieldList>();
-            const auto properties = translator.as<IField>();
-            LONG n = 0;
-            EXPECT_EQ(list->GetCount(&n), S_OK);
-            for (LONG i = 0; i < n; ++i) {
-                GUID guid{};
-                LONG found = 0;
-                EXPECT_EQ(list->GetFieldByIndex(i, &guid), S_OK);
-                EXPECT_EQ(properties->GetFieldType(guid, &found), S_OK);
-                EXPECT_TRUE(fields.emplace(found, guid).second) << "two fields of type " << found;
-            }
-        }
-        EXPECT_TRUE(fields.contains(type)) << type;
-        return fields[type];
-    }
-    std::u16string read(const Bstr& id, LONG type)
-    {
-        Variant value;
-        EXPECT_EQ(translator->BeginReadRecord(id.get()), S_OK) << lastError();
-        EXPECT_EQ(translator->ReadField(id.get(), field(type), value.put()), S_OK) << lastError();
-        EXPECT_EQ(value.vt, VT_BSTR);
-        EXPECT_EQ(translator->EndReadRecord(id.get()), S_OK);
-        return std::u16string(value.text());
-    }
-    HRESULT write(const Bstr& id, LONG type, std::u16string_view text)
-    {
-        return translator->WriteField(id.get(), field(type), Variant(text));
-    }
-    Bstr add(const std::map<LONG, std::u16string>& values)
-    {
-        Bstr id;
-        EXPECT_EQ(translator->BeginAddRecord(id.put()), S_OK) << lastError();
-        for (const auto& [type, text] : values) EXPECT_EQ(write(id, type, text), S_OK) << lastError();
-        EXPECT_EQ(translator->SaveRecord(id.inOut()), S_OK) << lastError();
-        return id;
     }
     DATE modified(const Bstr& id)
     {
@@ -126,11 +44,7 @@ protected:
         return date;
     }
 
-    mbtest::TestFolder folder;
     fs::path file = folder.path() / "data" / "100% cards";
-    std::map<LONG, GUID> fields;
-    Ptr<mbtest::FakeServices> services;
-    Ptr<ITranslator> translator;
 };
 
 TEST_F(CardFileTranslatorTest, FieldsAreKnownWithoutAnOpenStore)
@@ -487,7 +401,7 @@ TEST_F(CardFileTranslatorTest, TwoTranslatorsOnOneFileSeeEachOthersCards)
 {
     ASSERT_EQ(initialize(), S_OK);
     const Bstr id = add({{ftLastName, u"Lovelace"}});
-    const Ptr<ITranslator> first = std::exchange(translator, load());
+    const Ptr<ITranslator> first = std::exchange(translator, plugin.create());
     ASSERT_EQ(initialize(), S_OK);
     EXPECT_EQ(read(id, ftLastName), u"Lovelace");
     const Bstr second = add({{ftLastName, u"Hopper"}});
@@ -502,7 +416,7 @@ TEST_F(CardFileTranslatorTest, AnObjectThatIsDroppedWithoutCleanupClosesItsFile)
     ASSERT_EQ(initialize(), S_OK);
     add({{ftLastName, u"Lovelace"}});
     translator.reset();
-    EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK);
+    EXPECT_EQ(call("DllCanUnloadNow"), S_OK);
     std::set<fs::path> left;
     for (const auto& entry : fs::directory_iterator(file.parent_path())) left.insert(entry.path());
     EXPECT_EQ(left, std::set<fs::path>{file});
@@ -511,7 +425,7 @@ TEST_F(CardFileTranslatorTest, AnObjectThatIsDroppedWithoutCleanupClosesItsFile)
 TEST_F(CardFileTranslatorTest, RegistersItsClassAndCategoryAndLeavesNothing)
 {
     const std::u16string key = u"CLSID\\" + com::guidText(cardFileClass);
-    ASSERT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK);
+    ASSERT_EQ(call("DllRegisterServer"), S_OK);
     {
         const auto server = platform::RegistryKey::open(platform::Root::ClassesRoot, key + u"\\InprocServer32");
         ASSERT_TRUE(server);
@@ -520,8 +434,8 @@ TEST_F(CardFileTranslatorTest, RegistersItsClassAndCategoryAndLeavesNothing)
         EXPECT_TRUE(platform::RegistryKey::open(platform::Root::ClassesRoot,
                                                 key + u"\\Implemented Categories\\{DCCCC8B9-C75D-44A2-9D89-9E7C78169C12}"));
     }
-    EXPECT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK) << "twice is as good as once";
-    EXPECT_EQ(plugin().function<PlainEntry>("DllUnregisterServer")(), S_OK);
+    EXPECT_EQ(call("DllRegisterServer"), S_OK) << "twice is as good as once";
+    EXPECT_EQ(call("DllUnregisterServer"), S_OK);
     for (const std::u16string& name :
          {key, std::u16string(u"MBCardFile.CardFileTranslator"), std::u16string(u"MBCardFile.CardFileTranslator.1")})
         EXPECT_FALSE(platform::RegistryKey::open(platform::Root::ClassesRoot, name)) << platform::utf8(name);
@@ -530,10 +444,10 @@ TEST_F(CardFileTranslatorTest, RegistersItsClassAndCategoryAndLeavesNothing)
 TEST_F(CardFileTranslatorTest, TheClassObjectKnowsOnlyItsClass)
 {
     Ptr<IClassFactory> factory;
-    const auto getClassObject = plugin().function<GetClassObject>("DllGetClassObject");
+    const auto getClassObject = plugin.library().function<HRESULT(REFCLSID, REFIID, void**)>("DllGetClassObject");
     EXPECT_EQ(getClassObject(GUID_NULL, __uuidof(IClassFactory), factory.putVoid()), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(getClassObject(cardFileClass, __uuidof(IClassFactory), nullptr), E_POINTER);
-    EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_FALSE) << "the translator of the test is alive";
+    EXPECT_EQ(call("DllCanUnloadNow"), S_FALSE) << "the translator of the test is alive";
 }
 
 } // namespace

@@ -7,9 +7,8 @@
 #include "SyncEngLib.h"
 
 #include "Charset.h"
-#include "FakeServices.h"
+#include "PluginTest.h"
 #include "Samples.h"
-#include "TestFolder.h"
 #include "TextMatchers.h"
 
 #include <gmock/gmock.h>
@@ -31,58 +30,21 @@ constexpr GUID kClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5,
 constexpr GUID kTranslators{0xDCCCC8B9, 0xC75D, 0x44A2, {0x9D, 0x89, 0x9E, 0x7C, 0x78, 0x16, 0x9C, 0x12}};
 constexpr auto kFailure = [](std::uint32_t code) { return static_cast<HRESULT>(code); };
 
-using GetClassObject = HRESULT(REFCLSID, REFIID, void**);
-using PlainEntry = HRESULT();
-
-// Loaded once: a library is not unloaded while the process runs.
-const platform::Library& plugin()
-{
-    static const platform::Library library{fs::path(VCARD_PLUGIN)};
-    return library;
-}
-
 std::string cardText(const std::string& name, const std::string& more = {})
 {
     return "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + ";;;;\r\nFN:" + name + "\r\n" + more + "END:VCARD\r\n";
 }
 
-class VCardTranslatorTest : public testing::Test {
+class VCardTranslatorTest : public mbtest::PluginTest {
 protected:
-    void SetUp() override
+    VCardTranslatorTest() : PluginTest(VCARD_PLUGIN, kClass)
     {
-        fs::create_directories(folder);
-        fs::create_directories(root / "cache");
-        services = com::make<mbtest::FakeServices>();
-        services->values[u"Database"] = folder.u16string();
-        translator = load();
+        fs::create_directories(cards);
+        fs::create_directories(folder.path() / "cache");
+        services->values[u"Database"] = cards.u16string();
     }
-    void TearDown() override
-    {
-        translator.reset();
-        services.reset();
-        EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_OK) << "an object was not given back";
-    }
-    static Ptr<ITranslator> load()
-    {
-        Ptr<IClassFactory> factory;
-        EXPECT_TRUE(plugin());
-        EXPECT_EQ(plugin().function<GetClassObject>("DllGetClassObject")(kClass, __uuidof(IClassFactory), factory.putVoid()), S_OK);
-        Ptr<ITranslator> made;
-        EXPECT_EQ(factory->CreateInstance(nullptr, __uuidof(ITranslator), made.putVoid()), S_OK);
-        return made;
-    }
-    HRESULT initialize() { return translator->Initialize(services.get(), nullptr, VARIANT_FALSE); }
-    void put(const std::string& name, const std::string& bytes) { writeBytes(folder / name, bytes); }
-    std::string get(const std::string& name) { return readBytes(folder / name); }
-    std::string lastError()
-    {
-        Variant code;
-        Bstr first, second;
-        EXPECT_EQ(translator.as<ITranslatorInfo>()->GetLastError(code.put(), first.put(), second.put()), S_OK);
-        EXPECT_EQ(code.vt, VT_EMPTY);
-        EXPECT_TRUE(second.empty());
-        return toUtf8(first.view());
-    }
+    void put(const std::string& name, const std::string& bytes) { writeBytes(cards / name, bytes); }
+    std::string get(const std::string& name) { return readBytes(cards / name); }
     std::vector<std::string> ids()
     {
         std::vector<std::string> all;
@@ -95,49 +57,8 @@ protected:
         }
         return all;
     }
-    // The field as the engine finds it: by its type.
-    GUID field(LONG type)
-    {
-        const auto list = translator.as<IFieldList>();
-        const auto properties = translator.as<IField>();
-        LONG count = 0, found = 0;
-        EXPECT_EQ(list->GetCount(&count), S_OK);
-        for (LONG i = 0; i < count; ++i) {
-            GUID guid{};
-            EXPECT_EQ(list->GetFieldByIndex(i, &guid), S_OK);
-            EXPECT_EQ(properties->GetFieldType(guid, &found), S_OK);
-            if (found == type) return guid;
-        }
-        ADD_FAILURE() << "no field " << type;
-        return {};
-    }
-    std::u16string read(const std::string& id, LONG type)
-    {
-        const Bstr record(fromUtf8(id));
-        Variant value;
-        EXPECT_EQ(translator->BeginReadRecord(record.get()), S_OK) << lastError();
-        EXPECT_EQ(translator->ReadField(record.get(), field(type), value.put()), S_OK) << lastError();
-        EXPECT_EQ(value.vt, VT_BSTR);
-        EXPECT_EQ(translator->EndReadRecord(record.get()), S_OK);
-        return std::u16string(value.text());
-    }
-    HRESULT write(const Bstr& id, LONG type, std::u16string_view text)
-    {
-        return translator->WriteField(id.get(), field(type), Variant(text));
-    }
-    std::string add(std::u16string_view lastName)
-    {
-        Bstr id;
-        EXPECT_EQ(translator->BeginAddRecord(id.put()), S_OK);
-        EXPECT_EQ(write(id, ftLastName, lastName), S_OK);
-        EXPECT_EQ(translator->SaveRecord(id.inOut()), S_OK) << lastError();
-        return toUtf8(id.view());
-    }
 
-    const mbtest::TestFolder own;
-    const fs::path root = own.path(), folder = root / "100% cards";
-    Ptr<mbtest::FakeServices> services;
-    Ptr<ITranslator> translator;
+    const fs::path cards = folder.path() / "100% cards";
 };
 
 TEST_F(VCardTranslatorTest, FieldsAreKnownWithoutInitialize)
@@ -203,7 +124,7 @@ TEST_F(VCardTranslatorTest, NamesAndCapabilities)
 TEST_F(VCardTranslatorTest, TheDatabaseIsKeptInTheServices)
 {
     Bstr database, description;
-    const std::u16string somewhere = (root / "some" / "where").u16string();
+    const std::u16string somewhere = (folder.path() / "some" / "where").u16string();
     EXPECT_EQ(translator->SetDatabase(services.get(), Bstr(somewhere).get()), S_OK);
     EXPECT_EQ(services->values[u"Database"], somewhere);
     EXPECT_EQ(translator->GetSyncParams(services.get(), database.put(), description.put()), S_OK);
@@ -217,9 +138,9 @@ TEST_F(VCardTranslatorTest, TheDatabaseIsKeptInTheServices)
 
 TEST_F(VCardTranslatorTest, AMissingDatabaseIsSaidClearly)
 {
-    services->values[u"Database"] = (root / "none").u16string();
+    services->values[u"Database"] = (folder.path() / "none").u16string();
     EXPECT_EQ(initialize(), kFailure(0x80040202));
-    EXPECT_NE(lastError().find((root / "none").string()), std::string::npos) << lastError();
+    EXPECT_NE(lastError().find((folder.path() / "none").string()), std::string::npos) << lastError();
     services->values.clear();
     EXPECT_EQ(initialize(), kFailure(0x80040202));
     EXPECT_NE(lastError().find("Choose a folder"), std::string::npos) << lastError();
@@ -235,8 +156,8 @@ TEST_F(VCardTranslatorTest, ListsReadsEditsAddsAndDeletes)
     put("b.vcf", cardText("B"));
     ASSERT_EQ(initialize(), S_OK);
     EXPECT_EQ(ids(), (std::vector<std::string>{"a.vcf", "b.vcf"}));
-    EXPECT_EQ(read("a.vcf", ftMobile), u"1");
-    EXPECT_EQ(read("a.vcf", ftFax), u"");
+    EXPECT_EQ(read(Bstr(u"a.vcf"), ftMobile), u"1");
+    EXPECT_EQ(read(Bstr(u"a.vcf"), ftFax), u"");
 
     ASSERT_EQ(translator->BeginUpdate(), S_OK);
     Bstr id(u"a.vcf");
@@ -245,20 +166,20 @@ TEST_F(VCardTranslatorTest, ListsReadsEditsAddsAndDeletes)
     ASSERT_EQ(translator->SaveRecord(id.inOut()), S_OK);
     EXPECT_EQ(id.view(), u"a.vcf");
     EXPECT_EQ(get("a.vcf"), cardText("A", "TEL;TYPE=CELL:2\r\nX-KEPT;X=y:z\r\n"));
-    const std::string made = add(u"Müller");
+    const Bstr made = add({{ftLastName, u"Müller"}});
     EXPECT_EQ(read(made, ftLastName), u"Müller");
     EXPECT_EQ(translator->DeleteRecord(Bstr(u"b.vcf").get()), S_OK);
     DATE date = 0;
-    EXPECT_EQ(translator->GetModifiedDate(Bstr(fromUtf8(made)).get(), &date), S_OK);
+    EXPECT_EQ(translator->GetModifiedDate(made.get(), &date), S_OK);
     EXPECT_GT(date, 45000.0);
     ASSERT_EQ(translator->EndUpdate(VARIANT_FALSE), S_OK);
     EXPECT_EQ(translator->Cleanup(), S_OK);
 
-    translator = load();
+    translator = plugin.create();
     ASSERT_EQ(initialize(), S_OK);
     EXPECT_EQ(ids().size(), 2u);
     DATE again = 0;
-    EXPECT_EQ(translator->GetModifiedDate(Bstr(fromUtf8(made)).get(), &again), S_OK);
+    EXPECT_EQ(translator->GetModifiedDate(made.get(), &again), S_OK);
     EXPECT_EQ(again, date);
     EXPECT_TRUE(FAILED(translator->FindRecord(Bstr(u"b.vcf").get())));
     VARIANT_BOOL verified = VARIANT_FALSE;
@@ -303,7 +224,7 @@ TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
 
 TEST_F(VCardTranslatorTest, IdentifiersThatLeaveTheFolderAreRefusedEverywhere)
 {
-    writeBytes(root / "outside.vcf", cardText("O"));
+    writeBytes(folder.path() / "outside.vcf", cardText("O"));
     ASSERT_EQ(initialize(), S_OK);
     for (const std::u16string& text :
          {std::u16string(u"../outside.vcf"), std::u16string(u"..\\outside.vcf"), std::u16string(u".hidden.vcf"), std::u16string(u".."),
@@ -325,7 +246,7 @@ TEST_F(VCardTranslatorTest, IdentifiersThatLeaveTheFolderAreRefusedEverywhere)
         EXPECT_TRUE(FAILED(translator.as<IRecordVerifier>()->RecordVerified(id.get(), &verified)));
         EXPECT_EQ(verified, VARIANT_FALSE);
     }
-    EXPECT_EQ(readBytes(root / "outside.vcf"), cardText("O"));
+    EXPECT_EQ(readBytes(folder.path() / "outside.vcf"), cardText("O"));
 }
 
 TEST_F(VCardTranslatorTest, AChangeByAnotherProgramFailsTheSave)
@@ -344,11 +265,11 @@ TEST_F(VCardTranslatorTest, AChangeByAnotherProgramFailsTheSave)
 TEST_F(VCardTranslatorTest, AFileOfManyCardsIsWrittenAtEndUpdate)
 {
     put("all.vcf", cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n"));
-    services->values[u"Database"] = (folder / "all.vcf").u16string();
+    services->values[u"Database"] = (cards / "all.vcf").u16string();
     ASSERT_EQ(initialize(), S_OK);
     EXPECT_EQ(ids(), (std::vector<std::string>{"all.vcf#u1", "all.vcf#u2"}));
     ASSERT_EQ(translator->BeginUpdate(), S_OK);
-    const std::string made = add(u"3");
+    const Bstr made = add({{ftLastName, u"3"}});
     EXPECT_EQ(get("all.vcf"), cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n"));
     ASSERT_EQ(translator->EndUpdate(VARIANT_FALSE), S_OK);
     EXPECT_TRUE(get("all.vcf").starts_with(cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n") + "BEGIN:VCARD"));
@@ -360,9 +281,9 @@ TEST_F(VCardTranslatorTest, ATestMayOpenADatabaseByItself)
     put("a.vcf", cardText("A"));
     const auto test = translator.as<ITranslatorTest>();
     Bstr database;
-    ASSERT_EQ(test->InitializeDatabase(Bstr(folder.u16string()).get(), nullptr, nullptr), S_OK);
+    ASSERT_EQ(test->InitializeDatabase(Bstr(cards.u16string()).get(), nullptr, nullptr), S_OK);
     EXPECT_EQ(test->GetDatabase(database.put()), S_OK);
-    EXPECT_EQ(database.view(), folder.u16string());
+    EXPECT_EQ(database.view(), cards.u16string());
     EXPECT_EQ(ids().size(), 1u);
     put("b.vcf", "x");
     ASSERT_EQ(test->InitializeDatabaseEx(services.get(), database.get(), nullptr, nullptr), S_OK);
@@ -372,7 +293,7 @@ TEST_F(VCardTranslatorTest, ATestMayOpenADatabaseByItself)
 TEST_F(VCardTranslatorTest, RegistersItsClassAndCategory)
 {
     const std::u16string key = u"CLSID\\" + com::guidText(kClass);
-    ASSERT_EQ(plugin().function<PlainEntry>("DllRegisterServer")(), S_OK);
+    ASSERT_EQ(call("DllRegisterServer"), S_OK);
     const auto server = platform::RegistryKey::open(platform::Root::ClassesRoot, key + u"\\InprocServer32");
     ASSERT_TRUE(server);
     EXPECT_TRUE(fs::equivalent(server->text(u"").value_or(u""), VCARD_PLUGIN));
@@ -382,16 +303,17 @@ TEST_F(VCardTranslatorTest, RegistersItsClassAndCategory)
     CLSID listed{};
     while (listed != kClass && translators.next(&listed) == S_OK) continue;
     EXPECT_EQ(listed, kClass);
-    EXPECT_EQ(plugin().function<PlainEntry>("DllUnregisterServer")(), S_OK);
+    EXPECT_EQ(call("DllUnregisterServer"), S_OK);
     EXPECT_FALSE(platform::RegistryKey::open(platform::Root::ClassesRoot, key));
 }
 
 TEST_F(VCardTranslatorTest, TheClassObjectKnowsOnlyItsClass)
 {
     Ptr<IClassFactory> factory;
-    EXPECT_EQ(plugin().function<GetClassObject>("DllGetClassObject")(GUID_NULL, __uuidof(IClassFactory), factory.putVoid()),
+    EXPECT_EQ(plugin.library().function<HRESULT(REFCLSID, REFIID, void**)>("DllGetClassObject")(GUID_NULL, __uuidof(IClassFactory),
+                                                                                                factory.putVoid()),
               CLASS_E_CLASSNOTAVAILABLE);
-    EXPECT_EQ(plugin().function<PlainEntry>("DllCanUnloadNow")(), S_FALSE) << "the translator of the test is alive";
+    EXPECT_EQ(call("DllCanUnloadNow"), S_FALSE) << "the translator of the test is alive";
 }
 
 } // namespace
