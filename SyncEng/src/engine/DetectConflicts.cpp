@@ -37,7 +37,7 @@ public:
 
 private:
     // The first conflict of a record stands.
-    void add(const std::u16string& id1, Conflict conflict) { conflicts_.try_emplace(id1, std::move(conflict)); }
+    void add(const std::u16string& id1, Conflict&& conflict) { conflicts_.try_emplace(id1, std::move(conflict)); }
 
     // Wanted: where all changes are to be added the changed side survives, by the option for conflicts and not by that for deletions.
     LONG deleteAction(const RecordTask& e1) const
