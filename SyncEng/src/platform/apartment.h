@@ -12,7 +12,7 @@ public:
     ~Apartment();
 
 private:
-    bool entered_ = false;
+    [[maybe_unused]] bool entered_ = false; // by this object, on Windows
 };
 
 } // namespace platform
