@@ -44,9 +44,12 @@ public:
     // False for a field that takes no part: its type is unknown, or it is the record status.
     bool typeOf(std::size_t i, LONG& type) const { return SUCCEEDED(own_.fieldType(i, type)) && type != ftRecordStatus; }
     // False for an image that takes no part in this run, or whose presence the translator does not tell.
-    bool imagePresence(const GUID& field, bool& has) const
+    bool imagePresence(const GUID& field, bool& has)
     {
-        return run_.imagesUsable() && images_ && SUCCEEDED(hasImage(images_.get(), id_.get(), field, has));
+        if (!run_.imagesUsable() || !images_) return false;
+        const HRESULT hr = hasImage(images_.get(), id_.get(), field, has);
+        if (FAILED(hr)) imageUnread = true;
+        return SUCCEEDED(hr);
     }
     std::int64_t imageSize(const GUID& field) const { return readImageSize(images_.get(), id_.get(), field); }
     HRESULT text(const GUID& field, std::u16string& value)
@@ -57,7 +60,8 @@ public:
     }
 
     FieldValueMap stored;
-    HRESULT failure = S_OK; // the first of the translator's
+    HRESULT failure = S_OK; // the first of the translator's, but for images
+    bool imageUnread = false;
 
 private:
     RunState& run_;
@@ -87,7 +91,7 @@ bool plainFieldChanged(OpenRecord& record, const GUID& field, LONG type)
 }
 
 // What of an image is to be sent: a flag alone where it appeared with the size that is stored already.
-void collectImageChange(const OpenRecord& record, const GUID& field, LONG type, bool force, FieldValueMap& out)
+void collectImageChange(OpenRecord& record, const GUID& field, LONG type, bool force, FieldValueMap& out)
 {
     bool has = false;
     if (!record.imagePresence(field, has) || !has) return;
@@ -107,6 +111,7 @@ bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force
         const GUID& field = fields[i];
         if (isImageType(type)) {
             collectImageChange(record, field, type, force, out);
+            if (record.imageUnread && readErrors == ReadErrors::GiveUp) return false;
             continue;
         }
         std::u16string value;
@@ -139,7 +144,7 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
             if (changed) break;
         }
         corrected = std::move(record.stored);
-        unread = FAILED(record.failure);
+        unread = FAILED(record.failure) || record.imageUnread;
     }
     if (!changed && storedFixed) (void)pass.run.History->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
     return changed;
