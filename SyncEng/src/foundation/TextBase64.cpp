@@ -11,9 +11,9 @@ constexpr std::string_view alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmno
 constexpr std::size_t lineLength = 76, longest = INT32_MAX;
 
 constexpr auto valueOf = [] {
-    std::array<signed char, 256> values{};
+    std::array<std::int16_t, 256> values{};
     values.fill(-1);
-    for (std::size_t i = 0; i < alphabet.size(); ++i) values[static_cast<unsigned char>(alphabet[i])] = static_cast<signed char>(i);
+    for (std::size_t i = 0; i < alphabet.size(); ++i) values[static_cast<unsigned char>(alphabet[i])] = static_cast<std::int16_t>(i);
     return values;
 }();
 

@@ -31,7 +31,7 @@ const EncodedKeys& encodedKeys()
 
 bool isSideOne(std::u16string_view side) { return platform::equalNoCase(side.substr(0, sideNameLength), u"Trans1"); }
 
-std::filesystem::path fileIn(std::filesystem::path folder, const GUID& map)
+std::filesystem::path fileIn(const std::filesystem::path& folder, const GUID& map)
 {
     return folder / platform::pathOf(com::guidText(map) + u".xml");
 }

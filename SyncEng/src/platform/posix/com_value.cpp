@@ -111,7 +111,7 @@ std::int64_t dayNumber(int year, int month, int day) noexcept
     const int era = (y >= 0 ? y : y - 399) / 400;
     const int yearOfEra = y - era * 400;
     const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    return std::int64_t{era} * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468 + 25569;
+    return std::int64_t{era} * 146097 + std::int64_t{yearOfEra} * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468 + 25569;
 }
 
 bool isDay(int year, int month, int day) noexcept

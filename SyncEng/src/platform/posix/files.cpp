@@ -298,7 +298,7 @@ struct AtomicFile::State : Draft {
 AtomicFile::AtomicFile(fs::path target) noexcept
 {
     try {
-        state_ = std::make_unique<State>(target);
+        state_ = std::make_unique<State>(std::move(target));
     } catch (...) { // commit reports it
     }
 }
