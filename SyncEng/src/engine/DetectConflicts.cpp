@@ -1,6 +1,5 @@
 #include "engine/Conflicts.h"
 #include "engine/FailureReport.h"
-#include "engine/MatchRules.h"
 #include "engine/RecordChanges.h"
 #include "engine/StageProgress.h"
 #include "text.h"
@@ -78,7 +77,7 @@ private:
         return std::any_of(values1.begin(), values1.end(), [&](const auto& field) {
             const auto mapped = run_.FieldTypes.find(field.first);
             const auto other = values2.find(mapped == run_.FieldTypes.end() ? field.first : mapped->second);
-            return other != values2.end() && !sameAlnum(field.second, other->second);
+            return other != values2.end() && other->second != field.second; // they would be exchanged
         });
     }
 

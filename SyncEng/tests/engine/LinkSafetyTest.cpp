@@ -114,6 +114,22 @@ TEST(LinkSafety, WhereTheHistoryLostTheValuesOfARecordTwoChangesAreAConflictAndN
     s.expectInStep();
 }
 
+TEST(LinkSafety, WhereTheHistoryLostTheValuesOfARecordTwoSpellingsAreNotExchanged)
+{
+    SyncScenario s;
+    const auto ada = s.one().add(person(u"Ada", u"Lovelace"));
+    s.log().failOn("2 ReadField", 1, E_FAIL); // as the target is read back
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    s.one().set(ada, ftCity1, u"St. Ives");
+    s.two().set(ada2, ftCity1, u"st ives");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.one().get(ada, ftCity1), u"St. Ives");
+    EXPECT_EQ(s.two().get(ada2, ftCity1), u"st ives");
+    EXPECT_THAT(s.logText(), HasSubstr("CONFLICT: Ada Lovelace"));
+    s.expectInStep();
+}
+
 TEST_F(LinkedPair, APairThatWasDissolvedIsNotTakenUpAgainAfterARunThatEndedHalfway)
 {
     s.one().set(ada, ftCity1, u"Paris");
