@@ -2,8 +2,8 @@
 #pragma once
 #include "engine/DescribeRecord.h"
 #include "engine/RunState.h"
+#include "engine/SeenIdentifiers.h"
 #include "store/CSyncHistory.h"
-#include "text.h"
 #include <optional>
 #include <span>
 #include <unordered_set>
@@ -11,7 +11,6 @@
 namespace mb {
 
 // Texts of the history lists, which stay as they are while tasks are made of them.
-using Identifiers = std::unordered_set<std::u16string_view, platform::HashNoCase, platform::EqualNoCase>;
 using ExactIdentifiers = std::unordered_set<std::u16string_view>;
 
 struct PassSide {
@@ -22,19 +21,13 @@ struct PassSide {
     com::Ptr<IPIMUserAccess> access;
     std::vector<HistoryEntry> HistoryList; // in the order of the history file
     TaskList Tasks;                        // what is to be done because of this side's records, and deletions of them
-    Identifiers Seen;                      // of the known records: those that were found
+    SeenIdentifiers Seen;                  // of the known records: those that were found
     ExactIdentifiers Gone;                 // and those that were not when asked for; another one may differ in case alone
     com::TaskArray<GUID> Fields;           // the mapped fields; entry i goes with entry i of the other side
     NameFields names;                      // where its records' names are, once they were looked for
 
     // The type of the i-th mapped field, which the translator is asked once; a question that failed is asked again.
     HRESULT fieldType(std::size_t i, LONG& type);
-    // Whether this very record was found, and not one that differs in case.
-    [[nodiscard]] bool wasSeen(std::u16string_view id) const
-    {
-        const auto at = Seen.find(id);
-        return at != Seen.end() && *at == id;
-    }
 
 private:
     std::vector<std::optional<LONG>> types_;

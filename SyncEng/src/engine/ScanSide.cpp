@@ -130,7 +130,7 @@ private:
             own_.Seen.insert(entry.Id);
         if (otherGone) other_.Gone.insert(entry.MappedId);
         if (!ownGone && own_.Gone.contains(entry.Id)) return contradicts(side_, entry.Id);
-        if (otherGone && other_.wasSeen(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
+        if (otherGone && other_.Seen.containsExactly(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
         if (!ownGone) {
             if (!changedByDate(id, entry)) return S_OK;
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);

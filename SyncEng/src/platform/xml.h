@@ -3,7 +3,6 @@
 // A document with a DOCTYPE, deeper than 64 elements, without exactly one root or not well-formed does not load; nothing in it can make
 // the reader fetch or expand anything.
 #pragma once
-#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,7 +43,6 @@ public:
     [[nodiscard]] XmlElement nextSibling() const;
     [[nodiscard]] XmlElement firstChild(std::string_view name) const;
     [[nodiscard]] XmlElement nextSibling(std::string_view name) const;
-    [[nodiscard]] std::size_t elementCount() const;
 
     [[nodiscard]] XmlElement appendChild(const char* name) const;
     XmlElement appendChild(const char* name, std::string_view text) const;

@@ -42,13 +42,14 @@ bool isHarmlessXml(std::string_view bytes) noexcept
             if (at == std::string_view::npos) break;
             if (bytes[at] != '<') return false;
         }
-        at = bytes.find('<', at);
+        if (bytes[at] != '<') at = bytes.find('<', at); // mostly one tag follows another
         if (at == std::string_view::npos) break;
         const char kind = at + 1 < bytes.size() ? bytes[at + 1] : '\0';
         if (kind == '/') {
             if (depth == 0) return false;
             --depth;
-            at = behind(bytes, ">", at);
+            while (at < bytes.size() && bytes[at] != '>') ++at; // a name is short
+            ++at;
         } else if (kind == '?') {
             at = behind(bytes, "?>", at);
         } else if (kind == '!') {

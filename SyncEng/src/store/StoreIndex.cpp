@@ -84,7 +84,6 @@ void StoreIndex::build(const XmlElement& root)
     odd_.clear();
     places_ = 0;
     if (root && root.isNamed("Scs")) {
-        entries_.reserve(root.elementCount());
         for (XmlElement section = root.firstChild("Sc"); section; section = section.nextSibling("Sc")) {
             const std::uint32_t place = places_++;
             if (!eachPair(section, [&](std::uint32_t type, std::uint32_t hash) { entries_.push_back({section, type, hash, place, none}); }))

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <random>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -120,6 +121,15 @@ void flushFolder(const fs::path& folder) noexcept
 }
 
 constexpr std::size_t bufferSize = 1 << 16;
+
+// A history is read into one buffer that may be hundreds of megabytes: a page fault for each 4 KB of it costs more than the reading.
+void wantLargePages(char* memory, std::size_t size) noexcept
+{
+    constexpr std::uintptr_t page = 1 << 21;
+    const auto begin = reinterpret_cast<std::uintptr_t>(memory), first = (begin + page - 1) / page * page,
+               end = (begin + size) / page * page;
+    if (first < end) (void)::madvise(memory + (first - begin), end - first, MADV_HUGEPAGE);
+}
 
 // A new content beside its target; the temporary file goes with it, unless it became the target.
 class Draft {
@@ -276,15 +286,13 @@ std::string readFile(const fs::path& path, std::error_code& error, std::uint64_t
     const auto size = static_cast<std::uint64_t>(source.info.st_size);
     if (!source.error && size > limit) source.error = std::make_error_code(std::errc::file_too_large);
     std::string bytes;
-    // One byte more than the file has, so that its end is seen without growing.
-    for (std::size_t room = static_cast<std::size_t>(size) + 1, used = 0; !source.error; room = std::max(used, bufferSize)) {
-        bytes.resize(used + room);
-        std::size_t n = 0;
-        while (used < bytes.size() && (n = source.read(bytes.data() + used, bytes.size() - used)) > 0) used += n;
-        if (used > limit) source.error = std::make_error_code(std::errc::file_too_large);
-        if (n > 0) continue; // the file has grown since, or does not tell its size
-        bytes.resize(used);
-        break;
+    if (!source.error) bytes.reserve(static_cast<std::size_t>(size));
+    wantLargePages(bytes.data(), bytes.capacity());
+    // Piece by piece through a buffer that stays in the cache: a string can only grow by bytes that are written.
+    char piece[bufferSize];
+    while (const std::size_t n = source.error ? 0 : source.read(piece, sizeof piece)) {
+        bytes.append(piece, n);
+        if (bytes.size() > limit) source.error = std::make_error_code(std::errc::file_too_large);
     }
     error = source.error;
     if (error) bytes.clear();

@@ -195,13 +195,6 @@ XmlElement XmlElement::nextSibling() const { return XmlAccess::element(nextEleme
 XmlElement XmlElement::firstChild(std::string_view name) const { return named(XmlAccess::node(*this).first_child(), name); }
 XmlElement XmlElement::nextSibling(std::string_view name) const { return named(XmlAccess::node(*this).next_sibling(), name); }
 
-std::size_t XmlElement::elementCount() const
-{
-    std::size_t n = 0;
-    for (XmlElement e = firstChild(); e; e = e.nextSibling()) ++n;
-    return n;
-}
-
 XmlElement XmlElement::appendChild(const char* name) const
 {
     const pugi::xml_node made = XmlAccess::node(*this).append_child(name);

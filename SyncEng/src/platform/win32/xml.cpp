@@ -257,13 +257,6 @@ XmlElement XmlElement::nextSibling() const { return XmlAccess::element(asNode(*t
 XmlElement XmlElement::firstChild(std::string_view name) const { return named(asNode(*this)->firstElement(), name); }
 XmlElement XmlElement::nextSibling(std::string_view name) const { return named(asNode(*this)->next, name); }
 
-std::size_t XmlElement::elementCount() const
-{
-    std::size_t n = 0;
-    for (XmlElement e = firstChild(); e; e = e.nextSibling()) ++n;
-    return n;
-}
-
 XmlElement XmlElement::appendChild(const char* name) const
 {
     XmlNode& node = *asNode(*this);

@@ -1,0 +1,45 @@
+#include "engine/SeenIdentifiers.h"
+
+#include <gtest/gtest.h>
+
+namespace mb {
+namespace {
+
+SeenIdentifiers seen(std::initializer_list<std::u16string_view> ids)
+{
+    SeenIdentifiers made;
+    for (const std::u16string_view id : ids) made.insert(id);
+    return made;
+}
+
+} // namespace
+
+TEST(SeenIdentifiers, AreFoundInWhateverOrderTheyAreAskedFor)
+{
+    SeenIdentifiers ids = seen({u"a", u"b", u"c", u"d"});
+    for (const char16_t* id : {u"a", u"b", u"d", u"c", u"c", u"a", u"d", u"d"}) EXPECT_TRUE(ids.contains(id));
+    EXPECT_FALSE(ids.contains(u"e"));
+    EXPECT_TRUE(ids.contains(u"b"));
+}
+
+TEST(SeenIdentifiers, OnesThatDifferInCaseAreOne)
+{
+    SeenIdentifiers ids = seen({u"Ab", u"cd"});
+    EXPECT_TRUE(ids.contains(u"aB"));
+    EXPECT_TRUE(ids.contains(u"CD"));
+    EXPECT_TRUE(ids.containsExactly(u"Ab"));
+    EXPECT_FALSE(ids.containsExactly(u"ab"));
+    EXPECT_FALSE(ids.containsExactly(u"x"));
+}
+
+TEST(SeenIdentifiers, ThatComeAfterAQuestionAreFoundToo)
+{
+    SeenIdentifiers ids = seen({u"a"});
+    EXPECT_FALSE(ids.containsExactly(u"b"));
+    ids.insert(u"b");
+    EXPECT_TRUE(ids.containsExactly(u"b"));
+    EXPECT_TRUE(ids.contains(u"B"));
+    EXPECT_FALSE(seen({}).contains(u"a"));
+}
+
+} // namespace mb
