@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 #include <pugixml.hpp>
+#include <thread>
 
 namespace {
 
@@ -78,9 +79,17 @@ public:
     BenchScenario() { log().enabled = false; }
 };
 
+// A run stamps the history with its time in whole seconds: within the second of the run before it would have nothing to write.
+void awaitNextSecond()
+{
+    using std::chrono::system_clock;
+    std::this_thread::sleep_until(std::chrono::ceil<std::chrono::seconds>(system_clock::now()));
+}
+
 // Runs the map once under the clock.
 void measure(benchmark::State& state, SyncScenario& s, std::size_t records)
 {
+    awaitNextSecond();
     resetPeak();
     const double before = memoryOf("VmRSS");
     const auto start = Clock::now();
