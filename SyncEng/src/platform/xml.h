@@ -41,8 +41,8 @@ public:
     [[nodiscard]] XmlElement parent() const;
     [[nodiscard]] XmlElement firstChild() const;
     [[nodiscard]] XmlElement nextSibling() const;
-    [[nodiscard]] XmlElement firstChild(std::string_view name) const;
-    [[nodiscard]] XmlElement nextSibling(std::string_view name) const;
+    [[nodiscard]] XmlElement firstChild(const char* name) const;
+    [[nodiscard]] XmlElement nextSibling(const char* name) const;
 
     [[nodiscard]] XmlElement appendChild(const char* name) const;
     XmlElement appendChild(const char* name, std::string_view text) const;

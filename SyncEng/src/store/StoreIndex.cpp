@@ -18,7 +18,7 @@ struct Numbers {
     std::size_t count = 0;
     bool tooMany = false;
 
-    template <class NumberOf> Numbers(const XmlElement& section, std::string_view kind, NumberOf&& numberOf)
+    template <class NumberOf> Numbers(const XmlElement& section, const char* kind, NumberOf&& numberOf)
     {
         std::string buffer;
         for (XmlElement e = section.firstChild(kind); e && !tooMany; e = e.nextSibling(kind)) {
@@ -40,7 +40,7 @@ std::uint32_t joined(std::uint32_t type, std::uint32_t name)
 
 std::uint32_t hashOf(std::string_view name) { return static_cast<std::uint32_t>(std::hash<std::string_view>()(name)); }
 
-bool anyHasText(const XmlElement& section, std::string_view kind, std::string_view text)
+bool anyHasText(const XmlElement& section, const char* kind, std::string_view text)
 {
     for (XmlElement e = section.firstChild(kind); e; e = e.nextSibling(kind))
         if (e.hasText(text)) return true;

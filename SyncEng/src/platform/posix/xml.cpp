@@ -45,9 +45,10 @@ bool isText(const char* text, std::string_view wanted) noexcept
     return *text == '\0';
 }
 
-XmlElement named(pugi::xml_node n, std::string_view name)
+// The node itself, or the next element of the name if it is none: a processing instruction may bear the name too.
+XmlElement elementOf(pugi::xml_node n, const char* name)
 {
-    while (n && (!isText(n.name(), name) || n.type() != pugi::node_element)) n = n.next_sibling();
+    while (n && n.type() != pugi::node_element) n = n.next_sibling(name);
     return XmlAccess::element(n);
 }
 
@@ -192,8 +193,8 @@ XmlElement XmlElement::parent() const
 XmlElement XmlElement::firstChild() const { return XmlAccess::element(nextElement(XmlAccess::node(*this).first_child())); }
 XmlElement XmlElement::nextSibling() const { return XmlAccess::element(nextElement(XmlAccess::node(*this).next_sibling())); }
 
-XmlElement XmlElement::firstChild(std::string_view name) const { return named(XmlAccess::node(*this).first_child(), name); }
-XmlElement XmlElement::nextSibling(std::string_view name) const { return named(XmlAccess::node(*this).next_sibling(), name); }
+XmlElement XmlElement::firstChild(const char* name) const { return elementOf(XmlAccess::node(*this).child(name), name); }
+XmlElement XmlElement::nextSibling(const char* name) const { return elementOf(XmlAccess::node(*this).next_sibling(name), name); }
 
 XmlElement XmlElement::appendChild(const char* name) const
 {

@@ -254,8 +254,8 @@ void XmlElement::setAttribute(const char* name, std::string_view value) const
 XmlElement XmlElement::parent() const { return XmlAccess::element(asNode(*this)->parent); }
 XmlElement XmlElement::firstChild() const { return XmlAccess::element(asNode(*this)->firstElement()); }
 XmlElement XmlElement::nextSibling() const { return XmlAccess::element(asNode(*this)->next); }
-XmlElement XmlElement::firstChild(std::string_view name) const { return named(asNode(*this)->firstElement(), name); }
-XmlElement XmlElement::nextSibling(std::string_view name) const { return named(asNode(*this)->next, name); }
+XmlElement XmlElement::firstChild(const char* name) const { return named(asNode(*this)->firstElement(), name); }
+XmlElement XmlElement::nextSibling(const char* name) const { return named(asNode(*this)->next, name); }
 
 XmlElement XmlElement::appendChild(const char* name) const
 {
