@@ -29,13 +29,7 @@ bool beginsAnew(const RunState& run, const PerSide<LastRun>& last)
 
 HRESULT loadLists(PipelinePass& pass)
 {
-    RunState& run = pass.run;
-    for (const Side side : bothSides) {
-        const std::u16string section = run.transferring() ? run.History->SectionFor(sectionOf(side)) : sectionOf(side);
-        const HRESULT hr = run.History->LoadEntries(section, pass.side(side).HistoryList, run.CategoryPass, true);
-        if (FAILED(hr)) return hr;
-    }
-    return S_OK;
+    return pass.run.History->LoadBothSides(pass.side(Side::One).HistoryList, pass.side(Side::Two).HistoryList, pass.run.CategoryPass);
 }
 
 // Follows the identifiers that the store changed outside of the engine; true if there were any.

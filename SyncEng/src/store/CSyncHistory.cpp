@@ -178,10 +178,77 @@ void CSyncHistory::SetSectionSuffix(std::u16string_view first, std::u16string_vi
 
 const std::u16string& CSyncHistory::SectionFor(std::u16string_view side) const { return isSideOne(side) ? type1_ : type2_; }
 
+// What one walk over the sections of a type finds, in document order.
+struct CSyncHistory::Rows {
+    struct Mark {
+        bool isInfo = false, linked = false, complete = false; // there is a MappedID; and a ModifiedTime
+        bool canonical = false;                                // the name stands in the document as the store writes it
+        bool twinSeen = false;                                 // its twin is known to be in the history, and linked
+    };
+    std::vector<HistoryEntry> entries;
+    std::vector<Mark> marks;
+    std::vector<std::u16string> dead;
+
+    explicit Rows(const std::vector<platform::XmlElement>& sections)
+    {
+        entries.reserve(sections.size());
+        marks.reserve(sections.size());
+        for (const platform::XmlElement& section : sections) add(section);
+    }
+
+    void add(const platform::XmlElement& section)
+    {
+        static const std::string infoName = encodeBase64(syncInfo);
+        static const std::array keys{encodedKeys().mapped, encodedKeys().modified, encodeBase64(changedKey)};
+        HistoryEntry& entry = entries.emplace_back();
+        Mark& mark = marks.emplace_back();
+        std::string buffer;
+        const std::string_view name = encodedNameOf(section, buffer);
+        mark.isInfo = sameEncodedName(name, infoName);
+        if (mark.isInfo) return;
+        entry.Id = decodeBase64(name);
+        mark.canonical = encodeBase64(entry.Id) == name;
+        const auto [mapped, modified, changed] = valuesInSection(section, keys);
+        mark.linked = static_cast<bool>(mapped);
+        mark.complete = mapped && modified;
+        if (mapped) entry.MappedId = decodedText(mapped);
+        if (modified) entry.ModifiedTime = platform::toDouble(decodedText(modified));
+        entry.FieldMapChanged = changed && platform::toInt(decodedText(changed)) == 1;
+    }
+
+    // Twins are mostly written one behind the other, so that they have the same place among those of their side.
+    void seeTwins(Rows& others)
+    {
+        std::size_t next = 0;
+        for (std::size_t i = 0; i < entries.size(); ++i) {
+            if (!marks[i].linked) continue;
+            for (std::size_t j = next; j < std::min(next + 2, others.entries.size()); ++j) {
+                if (!others.marks[j].linked || !others.marks[j].canonical || others.entries[j].Id != entries[i].MappedId) continue;
+                marks[i].twinSeen = true;
+                others.marks[j].twinSeen = marks[i].canonical && others.entries[j].MappedId == entries[i].Id;
+                next = j + 1;
+                break;
+            }
+        }
+    }
+};
+
 HRESULT CSyncHistory::LoadEntries(std::u16string_view side, std::vector<HistoryEntry>& entries, bool category, bool validate)
 {
     const std::u16string& type = SectionFor(side);
-    return load(type, entries, store_.sectionsOfType(type), category ? 219 : 193, validate);
+    Rows rows(store_.sectionsOfType(type));
+    return take(type, rows, entries, category ? 219 : 193, validate);
+}
+
+HRESULT CSyncHistory::LoadBothSides(std::vector<HistoryEntry>& entries1, std::vector<HistoryEntry>& entries2, bool category)
+{
+    const int labelId = category ? 219 : 193;
+    Rows rows1(store_.sectionsOfType(type1_)), rows2(store_.sectionsOfType(type2_));
+    rows1.seeTwins(rows2);
+    const HRESULT hr = take(type1_, rows1, entries1, labelId, true);
+    if (FAILED(hr)) return hr;
+    if (!rows1.dead.empty()) rows2 = Rows(store_.sectionsOfType(type2_)); // they may have been the twins
+    return take(type2_, rows2, entries2, labelId, true);
 }
 
 HRESULT CSyncHistory::LoadEntriesWithStatus(std::u16string_view side, LONG status, std::vector<HistoryEntry>& entries, bool validate)
@@ -189,45 +256,35 @@ HRESULT CSyncHistory::LoadEntriesWithStatus(std::u16string_view side, LONG statu
     if (version_ < 2) return LoadEntries(side, entries, false, validate);
     const std::u16string& type = SectionFor(side);
     const std::string digits = std::to_string(status);
-    return load(type, entries, store_.sectionsWithValue(type, fieldStatusKey, std::u16string(digits.begin(), digits.end())), 193, validate);
+    Rows rows(store_.sectionsWithValue(type, fieldStatusKey, std::u16string(digits.begin(), digits.end())));
+    return take(type, rows, entries, 193, validate);
 }
 
-HRESULT CSyncHistory::load(const std::u16string& type, std::vector<HistoryEntry>& entries,
-                           const std::vector<platform::XmlElement>& sections, int labelId, bool validate)
+// Gives the entries out and removes the dead.
+HRESULT CSyncHistory::take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, int labelId, bool validate)
 {
     entries.clear();
-    static const std::string infoName = encodeBase64(syncInfo);
-    static const std::array keys{encodeBase64(mappedKey), encodeBase64(modifiedKey), encodeBase64(changedKey)};
-    const std::u16string opposite = oppositeOf(type);
-    const std::string encodedOpposite = encodedType(opposite);
+    const std::string opposite = encodedType(oppositeOf(type));
     const com::Bstr label(LoadText(labelId));
-    const double step = sections.empty() ? 0.0 : 100.0 / static_cast<double>(sections.size());
+    const double step = rows.entries.empty() ? 0.0 : 100.0 / static_cast<double>(rows.entries.size());
     double percent = 0.0;
-    std::vector<std::u16string> dead;
-    entries.reserve(sections.size());
-    std::string buffer;
-    for (const platform::XmlElement& section : sections) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < rows.entries.size(); ++i) {
         percent += step;
-        if (sink_ && com::call(sink_, &ISyncEvents::OnProgress2, label.get(), percent) == E_ABORT) {
-            entries.clear();
-            return E_ABORT;
-        }
-        const std::string_view name = encodedNameOf(section, buffer);
-        if (sameEncodedName(name, infoName)) continue;
-        HistoryEntry entry;
-        entry.Id = decodeBase64(name);
-        const auto [mapped, modified, changed] = valuesInSection(section, keys);
-        if (mapped) entry.MappedId = decodedText(mapped);
-        if (!mapped || !modified || (validate && !store_.hasEncodedKey(encodedOpposite, encodeBase64(entry.MappedId), keys[0]))) {
-            dead.push_back(std::move(entry.Id));
-            continue;
-        }
-        entry.ModifiedTime = platform::toDouble(decodedText(modified));
-        entry.FieldMapChanged = changed && platform::toInt(decodedText(changed)) == 1;
-        entries.push_back(std::move(entry));
+        if (sink_ && com::call(sink_, &ISyncEvents::OnProgress2, label.get(), percent) == E_ABORT) return E_ABORT;
+        const Rows::Mark& mark = rows.marks[i];
+        if (mark.isInfo) continue;
+        HistoryEntry& entry = rows.entries[i];
+        const auto hasTwin = [&] { return store_.hasEncodedKey(opposite, encodeBase64(entry.MappedId), encodedKeys().mapped); };
+        if (!mark.complete || (validate && !mark.twinSeen && !hasTwin()))
+            rows.dead.push_back(std::move(entry.Id));
+        else if (kept++ != i)
+            rows.entries[kept - 1] = std::move(entry);
     }
+    rows.entries.resize(kept);
+    entries = std::move(rows.entries);
     SaveScope scope(store_); // the dead go with one save
-    for (const std::u16string& id : dead) (void)store_.RemoveSection(type, id, true);
+    for (const std::u16string& id : rows.dead) (void)store_.RemoveSection(type, id, true);
     return S_OK;
 }
 

@@ -58,6 +58,8 @@ public:
     // All records of a side, in the order of the file. A broken record never fails the load, it is removed from the history; with
     // the validate flag so is one whose twin is gone. E_ABORT, and no entries, if the sink cancels.
     HRESULT LoadEntries(std::u16string_view side, std::vector<HistoryEntry>& entries, bool category, bool validate);
+    // The same for side 1 and then, unless that fails, for side 2, with the validate flag.
+    HRESULT LoadBothSides(std::vector<HistoryEntry>& entries1, std::vector<HistoryEntry>& entries2, bool category);
     // Only those of a status; all of them in a file of before version 2.
     HRESULT LoadEntriesWithStatus(std::u16string_view side, LONG status, std::vector<HistoryEntry>& entries, bool validate);
     HRESULT ListRecords(std::u16string_view side, std::vector<std::u16string>& ids) const;
@@ -71,8 +73,8 @@ public:
     com::Ptr<ISyncEvents> exchangeSink(com::Ptr<ISyncEvents> sink) noexcept { return std::exchange(sink_, std::move(sink)); }
 
 private:
-    HRESULT load(const std::u16string& type, std::vector<HistoryEntry>& entries, const std::vector<platform::XmlElement>& sections,
-                 int labelId, bool validate);
+    struct Rows;
+    HRESULT take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, int labelId, bool validate);
     HRESULT raiseVersion();
 
     com::Ptr<ISyncEvents> sink_;

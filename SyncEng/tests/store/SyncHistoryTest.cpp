@@ -1,9 +1,14 @@
 #include "store/CSyncHistory.h"
 
 #include "EventSinkFake.h"
+#include "store/CBase64.h"
 #include "TestFolder.h"
+#include "text.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <random>
 
 namespace mb {
 namespace {
@@ -271,6 +276,76 @@ TEST_F(SyncHistory, ALoadReportsItsProgressAndACancelLeavesTheHistoryAsItWas)
     EXPECT_EQ(history.LoadEntries(u"Trans1", entries, true, true), S_OK);
     EXPECT_EQ(entries.size(), 1u);
     EXPECT_EQ(sink->labels.back(), u"Loading synchronization history (categories).");
+}
+
+// Both sides at once are read ahead: what a load of side 1 removes must be gone from side 2 all the same.
+TEST_F(SyncHistory, BothSidesAreLoadedAsOneAfterTheOtherWhateverTheLinks)
+{
+    std::mt19937 random(7);
+    const auto below = [&](std::size_t n) { return static_cast<std::size_t>(random() % n); };
+    const std::filesystem::path file = folder.data() / "{11111111-2222-3333-4444-555555555555}.xml";
+    const auto entry = [](const char16_t* key, std::string_view value) {
+        return "<Ky><KN>" + encodeBase64(key) + "</KN><KV>" + std::string(value) + "</KV></Ky>";
+    };
+    for (int round = 0; round < 300; ++round) {
+        // Names of a few letters, some of them twice or written with a blank in them, links to each other and astray.
+        std::string text = "<Scs Version=\"4\">";
+        for (std::size_t i = 0, count = below(14); i < count; ++i) {
+            const bool one = i % 2 == 0, astray = below(4) == 0;
+            const auto idOf = [&](bool first, std::size_t n) {
+                return std::u16string(1, static_cast<char16_t>((first ? u'a' : u'A') + n));
+            };
+            std::string name = encodeBase64(below(8) == 0 ? u"SyncInfo" : idOf(one, below(8) == 0 ? below(7) : i / 2));
+            if (below(8) == 0) name.insert(1, " ");
+            text += std::string("<Sc><ST>Trans") + (one ? "1" : "2") + "</ST>" + (below(12) == 0 ? "<ST>Trans2</ST>" : "") + "<SN>" + name +
+                    "</SN>";
+            if (below(8) != 0) text += entry(u"MappedID", encodeBase64(idOf(!one, astray ? below(7) : i / 2)));
+            if (below(8) != 0) text += entry(u"ModifiedTime", encodeBase64(u"46000.5"));
+            text += "</Sc>";
+        }
+        text += "</Scs>";
+        const auto written = [&](auto&& loadLists) {
+            std::ofstream(file, std::ios::binary) << text;
+            CSyncHistory opened(nullptr);
+            EXPECT_EQ(opened.Open(map), S_OK);
+            std::vector<HistoryEntry> entries1, entries2;
+            loadLists(opened, entries1, entries2);
+            std::u16string all;
+            for (const auto* list : {&entries1, &entries2}) {
+                for (const HistoryEntry& e : *list) all += e.Id + u">" + e.MappedId + u" ";
+                all += u"| ";
+            }
+            std::ifstream saved(file, std::ios::binary);
+            return platform::utf8(all) + std::string(std::istreambuf_iterator<char>(saved), {});
+        };
+        EXPECT_EQ(written([](CSyncHistory& opened, auto& one, auto& two) { EXPECT_EQ(opened.LoadBothSides(one, two, false), S_OK); }),
+                  written([](CSyncHistory& opened, auto& one, auto& two) {
+                      EXPECT_EQ(opened.LoadEntries(u"Trans1", one, false, true), S_OK);
+                      EXPECT_EQ(opened.LoadEntries(u"Trans2", two, false, true), S_OK);
+                  }))
+            << text;
+    }
+}
+
+TEST_F(SyncHistory, ALoadOfBothSidesThatIsCancelledOnTheFirstLeavesTheSecondAlone)
+{
+    link(u"a", u"1");
+    link(u"b", u"2");
+    const auto sink = com::make<mbtest::EventSinkFake>();
+    (void)history.exchangeSink(com::Ptr<ISyncEvents>(sink));
+    std::vector<HistoryEntry> one, two{{u"before", 0.0, u"", false}};
+    sink->cancelAt = 2;
+    EXPECT_EQ(history.LoadBothSides(one, two, false), E_ABORT);
+    EXPECT_EQ(sink->calls, 2);
+    EXPECT_TRUE(one.empty());
+    EXPECT_EQ(two.size(), 1u);
+    sink->cancelAt = 0;
+    EXPECT_EQ(history.LoadBothSides(one, two, false), S_OK);
+    EXPECT_EQ(sink->calls, 6) << "once a record";
+    ASSERT_EQ(one.size(), 2u);
+    ASSERT_EQ(two.size(), 2u);
+    EXPECT_EQ(two[1].Id, u"2");
+    EXPECT_EQ(two[1].MappedId, u"b");
 }
 
 TEST_F(SyncHistory, ClearingOneSideLeavesTheOther)
