@@ -94,6 +94,7 @@ private:
         const auto sourceFields = pass_.fields(sourceSide_), targetFields = pass_.fields(targetSide_);
         TargetTypes.assign(sourceFields.size(), unknownType);
         EmptyValues.assign(sourceFields.size(), false);
+        SourceData.reserve(sourceFields.size());
         for (std::size_t i = 0; i < sourceFields.size(); ++i) {
             FieldStep step;
             step.sourceField = sourceFields[i];
@@ -225,6 +226,7 @@ private:
     bool readTargetFields(FieldValueMap& held)
     {
         const auto fields = pass_.fields(targetSide_);
+        held.reserve(fields.size());
         for (std::size_t i = 0; i < fields.size(); ++i) {
             const LONG type = TargetTypes[i];
             if (type < 0) continue;

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
+#include <type_traits>
 
 namespace mb {
 namespace {
@@ -25,27 +27,43 @@ constexpr std::array<std::uint8_t, 256> makeDecodeTable()
 
 constexpr auto decodeTable = makeDecodeTable();
 
-// Of bytes, or of a text that is all ASCII.
-template <class Unit> std::string encodeUnits(std::basic_string_view<Unit> bytes)
+// The two letters of each twelve bits.
+constexpr auto letterPairs = [] {
+    std::array<std::array<char, 2>, 4096> pairs{};
+    for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {alphabet[i >> 6], alphabet[i & 63]};
+    return pairs;
+}();
+
+// Of bytes, or of a text; one that is not all ASCII sets a bit above it in `all`, and what is given is of no use.
+template <class Unit> std::string encodeUnits(std::basic_string_view<Unit> bytes, std::uint32_t& all)
 {
     std::string out((bytes.size() + 2) / 3 * 4, '=');
     char* to = out.data();
-    const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(bytes[i])); };
+    const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<Unit>>(bytes[i])); };
+    const auto put = [&](std::uint32_t twelveBits) {
+        std::memcpy(to, letterPairs[twelveBits & 0xFFF].data(), 2);
+        to += 2;
+    };
     std::size_t i = 0;
     for (; i + 3 <= bytes.size(); i += 3) {
         const std::uint32_t group = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
-        *to++ = alphabet[group >> 18];
-        *to++ = alphabet[group >> 12 & 63];
-        *to++ = alphabet[group >> 6 & 63];
-        *to++ = alphabet[group & 63];
+        all |= byte(i) | byte(i + 1) | byte(i + 2);
+        put(group >> 12);
+        put(group);
     }
     if (i < bytes.size()) {
-        const std::uint32_t group = byte(i) << 16 | (i + 1 < bytes.size() ? byte(i + 1) << 8 : 0);
-        *to++ = alphabet[group >> 18];
-        *to++ = alphabet[group >> 12 & 63];
+        const std::uint32_t last = i + 1 < bytes.size() ? byte(i + 1) : 0, group = byte(i) << 16 | last << 8;
+        all |= byte(i) | last;
+        put(group >> 12);
         if (i + 1 < bytes.size()) *to++ = alphabet[group >> 6 & 63];
     }
     return out;
+}
+
+std::string encodeBytes(std::string_view bytes)
+{
+    std::uint32_t all = 0;
+    return encodeUnits(bytes, all);
 }
 
 bool isAscii(std::u16string_view text)
@@ -117,7 +135,7 @@ void CBase64::Encode(std::u16string_view text)
 {
     const std::string bytes = platform::narrowByThread(text);
     plain_.assign(bytes, bytes.size());
-    encoded_.assign(encodeUnits(std::string_view(bytes)), 2 * bytes.size());
+    encoded_.assign(encodeBytes(bytes), 2 * bytes.size());
 }
 
 void CBase64::Decode(std::u16string_view text)
@@ -133,8 +151,11 @@ std::u16string CBase64::PlainText() const { return platform::widenByThread(plain
 std::string encodeBase64(std::u16string_view text)
 {
     // Every code page that a store can be written in holds ASCII as it is.
-    return isAscii(text) ? encodeUnits(text) : encodeUnits(std::string_view(platform::narrowByThread(text)));
+    std::uint32_t all = 0;
+    std::string encoded = encodeUnits(text, all);
+    return all < 0x80 ? encoded : encodeBytes(platform::narrowByThread(text));
 }
+
 std::u16string decodeBase64(std::string_view encoded)
 {
     std::u16string text = decodeUnits<char16_t>(encoded);

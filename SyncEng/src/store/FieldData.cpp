@@ -6,10 +6,12 @@
 namespace mb {
 namespace {
 
-void appendNumber(std::u16string& out, LONG number)
+constexpr std::size_t longestNumber = 11;
+
+char16_t* putNumber(char16_t* to, LONG number)
 {
-    char digits[12];
-    out.append(digits, std::to_chars(digits, std::end(digits), number).ptr);
+    char digits[longestNumber];
+    return std::copy(digits, std::to_chars(digits, std::end(digits), number).ptr, to);
 }
 
 // A text that does not begin with a number names no field.
@@ -27,16 +29,17 @@ bool parseType(std::u16string_view text, LONG& type)
 
 std::u16string composeFieldData(const FieldValueMap& fields)
 {
-    std::u16string out;
     std::size_t size = 0;
-    for (const auto& [type, value] : fields) size += value.size() + 8;
-    out.reserve(size);
+    for (const auto& [type, value] : fields) size += longestNumber + value.size() + 2 * FieldSeparator.size();
+    std::u16string out(size, u'\0');
+    char16_t* to = out.data();
     for (const auto& [type, value] : fields) {
-        appendNumber(out, type);
-        out += FieldSeparator;
-        out += value;
-        out += FieldSeparator;
+        to = putNumber(to, type);
+        to = std::ranges::copy(FieldSeparator, to).out;
+        to = std::ranges::copy(value, to).out;
+        to = std::ranges::copy(FieldSeparator, to).out;
     }
+    out.resize(static_cast<std::size_t>(to - out.data()));
     return out;
 }
 

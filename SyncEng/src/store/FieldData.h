@@ -27,6 +27,7 @@ public:
     [[nodiscard]] bool empty() const noexcept { return items_.empty(); }
     [[nodiscard]] std::size_t size() const noexcept { return items_.size(); }
     void clear() noexcept { items_.clear(); }
+    void reserve(std::size_t count) { items_.reserve(count); }
 
     [[nodiscard]] const_iterator find(LONG type) const noexcept
     {

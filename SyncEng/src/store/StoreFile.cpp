@@ -378,9 +378,10 @@ HRESULT StoreFile::WriteValues(std::u16string_view type, std::u16string_view sec
     if (!isOpen()) return E_POINTER;
     const SectionKey place = sectionKey(type, section);
     StoreIndex::Match found = index_.match(place.type, place.name);
+    const bool nothingToFind = append || !found.first;
     for (const KeyValue& each : values) {
         const std::string encodedValue = encodeBase64(each.value);
-        const XmlElement existing = append ? XmlElement() : findValue(place, found, each.encodedKey);
+        const XmlElement existing = nothingToFind ? XmlElement() : findValue(place, found, each.encodedKey);
         if (existing && existing.hasText(encodedValue)) continue;
         if (existing) {
             existing.setText(encodedValue);

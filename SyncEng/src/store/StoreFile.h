@@ -54,7 +54,7 @@ public:
     HRESULT WriteGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, const GUID& value, bool append,
                       bool save);
 
-    // WriteValue for several keys of one section, which is looked for once.
+    // WriteValue for several keys of one section, which is looked for once. The keys differ.
     struct KeyValue {
         std::string_view encodedKey;
         std::u16string_view value;
