@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 
 namespace mb::plugin {
@@ -96,7 +97,7 @@ const PluginField* StoreTranslator::fieldOf(REFGUID guid) const noexcept
 {
     GUID base = guid;
     base.Data2 = 0;
-    if (!IsEqualGUID(base, info_.fieldBase)) return nullptr;
+    if (std::memcmp(&base, &info_.fieldBase, sizeof base) != 0) return nullptr;
     // Fields are listed in ascending order of type from 1 on with hardly a gap, so a field stands at its number or a little before.
     std::size_t at = std::min<std::size_t>(guid.Data2, info_.fields.size());
     while (at > 0 && info_.fields[at - 1].type > guid.Data2) --at;

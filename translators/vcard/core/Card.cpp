@@ -86,8 +86,7 @@ Card Card::parse(std::string_view text)
     RawLine raw;
     int depth = 0;
     std::string declared;
-    card.lines_.reserve(32);
-    card.claims_.reserve(32);
+    card.reserve();
     while (reader.next(raw)) {
         if (raw.kind == RawLine::Kind::End) --depth;
         const bool own = raw.kind == RawLine::Kind::Property && depth == 1;
@@ -101,13 +100,28 @@ Card Card::parse(std::string_view text)
     return card;
 }
 
+// As many lines as most cards have.
+void Card::reserve()
+{
+    constexpr std::size_t kMostLines = 32;
+    lines_.reserve(kMostLines);
+    claims_.reserve(kMostLines);
+}
+
 Card Card::make(std::string_view uuid, std::string_view eol)
 {
-    std::string text;
-    for (const std::string& line :
-         {std::string("BEGIN:VCARD"), std::string("VERSION:4.0"), "UID:urn:uuid:" + std::string(uuid), std::string("END:VCARD")})
-        text.append(line).append(eol);
-    return parse(text);
+    Card card;
+    card.context_ = {Version::V40, std::string(kUtf8), lineEndOf(eol)};
+    card.reserve();
+    const auto line = [&](std::string_view text, std::string_view more = {}) {
+        return std::string(text).append(more).append(card.context_.eol);
+    };
+    card.lines_.push_back(Line::opaque(line("BEGIN:VCARD")));
+    card.lines_.push_back(Line::parse(line("VERSION:4.0"), Version::V40));
+    card.lines_.push_back(Line::parse(line("UID:urn:uuid:", uuid), Version::V40));
+    card.lines_.push_back(Line::opaque(line("END:VCARD")));
+    card.claimAll();
+    return card;
 }
 
 std::string Card::bytes() const
@@ -169,14 +183,18 @@ Card::Slots Card::resolve(std::size_t without) const
 {
     Slots slots;
     slots.fill(-1);
-    for (std::uint8_t rank = 0; rank <= 2; ++rank)
+    bool more = true; // claims of a higher rank
+    for (std::uint8_t rank = 0; more; ++rank) {
+        more = false;
         for (std::size_t i = 0; i < claims_.size(); ++i) {
             const Claim& claim = claims_[i];
+            more = more || claim.rank > rank;
             if (claim.rank != rank || i == without) continue;
             const auto end = claim.slots.begin() + claim.count;
             const auto free = std::find_if(claim.slots.begin(), end, [&](std::uint8_t s) { return slots[s] < 0; });
             if (free != end) slots[*free] = static_cast<int>(i);
         }
+    }
     return slots;
 }
 
@@ -197,8 +215,8 @@ std::u16string Card::read(const Field& field, const Line& line) const
     case Shape::List: return readList(value, version);
     case Shape::Date: return readDate(unescape(value, version, false));
     case Shape::Phone: {
-        const std::u16string text = unescape(value, version, false);
-        return startsWithTel(text) ? text.substr(4) : text;
+        std::u16string text = unescape(value, version, false);
+        return startsWithTel(text) ? text.substr(4) : std::move(text);
     }
     case Shape::Gender: {
         if (line.name() != "GENDER") return unescape(value, version, false);

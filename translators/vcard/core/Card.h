@@ -42,6 +42,7 @@ public:
 private:
     using Slots = std::array<int, kSlots>; // line number, -1 for none
 
+    void reserve();
     void claimAll();
     void claimAgain(std::size_t at);
     Slots resolve(std::size_t without) const;

@@ -201,7 +201,9 @@ bool Line::openEnded() const { return quotedPrintable() && std::string_view(raw(
 const std::string& Line::raw() const
 {
     if (!rawIsOld_) return raw_;
-    raw_ = header_ + ':' + body_;
+    raw_.clear();
+    raw_.reserve(header_.size() + 1 + body_.size() + eol_.size());
+    raw_.append(header_).append(1, ':').append(body_);
     if (folds_ && raw_.size() > kFoldAt) raw_ = fold(raw_, eol_);
     raw_ += eol_;
     rawIsOld_ = false;
@@ -237,14 +239,14 @@ void Line::setBody(std::string body, bool folds)
     textKnown_ = false;
 }
 
-void Line::setValue(std::u16string_view escaped, const Context& context)
+void Line::setValue(std::u16string escaped, const Context& context)
 {
     const bool v21 = context.version == Version::V21;
     std::string utf8 = toUtf8(escaped);
     const std::string* declared = param("CHARSET");
     if (!v21 && !declared && !encoded() && sameCharset(context.charset, kUtf8)) {
         setBody(std::move(utf8), true);
-        text_ = escaped;
+        text_ = std::move(escaped);
         textKnown_ = true;
         return;
     }
@@ -310,6 +312,7 @@ void Line::addParam(std::string_view name, std::string_view value)
 
 void Line::removeParam(std::string_view name)
 {
+    if (!param(name)) return;
     std::size_t at = std::min(header_.find(';'), header_.size());
     while (at < header_.size()) {
         const std::size_t end = std::min(findOutsideQuotes(header_, ';', at + 1), header_.size());

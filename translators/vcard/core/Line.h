@@ -38,7 +38,7 @@ public:
     // The value as text, with its escapes still in it: what separators are looked for in.
     const std::u16string& value(const Context& context) const;
     // Writes the value in the line's own encoding. Where that cannot hold it, the line gets CHARSET and ENCODING parameters.
-    void setValue(std::u16string_view escaped, const Context& context);
+    void setValue(std::u16string escaped, const Context& context);
     // A JPEG file that the value holds in base64, in a parameter's form or as a data: address; empty for anything else.
     std::string jpeg() const;
     bool hasJpeg() const;

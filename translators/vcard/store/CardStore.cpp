@@ -257,9 +257,9 @@ std::string CardStore::save(const std::string& id)
     if (!record.isNew && !record.displayNameWritten && !record.nameBefore.empty() && record.card.get(kDisplayName) == record.nameBefore)
         record.card.set(kDisplayName, record.card.composedName()); // a display name made of the name follows it
     if (record.isNew || record.card.bytes() != record.bytes) record.card.completeName();
-    const std::string bytes = record.card.bytes();
+    std::string bytes = record.card.bytes();
     if (bytes != record.bytes) {
-        record.bytes = bytes;
+        record.bytes = std::move(bytes);
         fileStep(Step::Save, [&] {
             const bool inContainer = record.isNew ? !singleFile_.empty() : placeOf(id, Step::Save).card >= 0;
             if (!inContainer)
@@ -277,24 +277,38 @@ std::string CardStore::save(const std::string& id)
 
 void CardStore::saveFile(Open& record)
 {
-    const auto known = places_.find(record.id);
-    if (!record.isNew && folder_->stateOf(record.id) != record.state)
-        throw StoreError(Step::Save, "The file \"" + folder_->pathOf(record.id) + "\" was changed by another program. Synchronize again.");
-    Folder::Draft draft(*folder_);
-    draft.write(closeText(record.file, record.bytes));
-    record.state = draft.replace(record.id);
+    const std::string categories = toUtf8(record.card.get(kCategories));
+    record.state = record.isNew ? writeNew(record.id, record.bytes) : rewrite(record);
     unflushed_ = true;
-    if (known == places_.end()) {
-        index_->files().push_back({record.id, record.state, record.state.modified, {}, {}, 0, {}, false});
+    if (record.isNew) {
+        index_->files().push_back({record.id, record.state, record.state.modified, {}, categories, 0, {}, false});
         places_.emplace(record.id, Place{index_->files().size() - 1, -1});
         order_.push_back(record.id);
         index_->noteChanged();
     } else {
-        FileRecord& file = fileOf(known->second);
+        FileRecord& file = fileOf(placeOf(record.id, Step::Save));
         file.stamp = index_->nextStamp(record.state.modified, file.stamp);
+        file.categories = categories;
         index_->noteWritten(file, record.state);
     }
-    index_->files()[places_.at(record.id).file].categories = toUtf8(record.card.get(kCategories));
+}
+
+FileState CardStore::writeNew(const std::string& name, std::string_view bytes)
+{
+    constexpr std::size_t kFew = 32;
+    if (batch_ && ++added_ > kFew && !drafts_) drafts_ = std::make_unique<DraftsAhead>(*folder_);
+    const auto draft = drafts_ ? drafts_->take() : std::make_unique<Folder::Draft>(*folder_);
+    draft->write(bytes);
+    return draft->place(name);
+}
+
+FileState CardStore::rewrite(const Open& record)
+{
+    if (folder_->stateOf(record.id) != record.state)
+        throw StoreError(Step::Save, "The file \"" + folder_->pathOf(record.id) + "\" was changed by another program. Synchronize again.");
+    Folder::Draft draft(*folder_);
+    draft.write(closeText(record.file, record.bytes));
+    return draft.replace(record.id);
 }
 
 CardStore::Container& CardStore::container(std::size_t file, Step step)
@@ -463,6 +477,8 @@ void CardStore::commit(std::size_t file, Container& c)
 
 void CardStore::commitAll(Step step)
 {
+    drafts_.reset();
+    added_ = 0;
     bool rewritten = false;
     fileStep(step, [&] {
         for (auto& [file, c] : containers_)

@@ -9,6 +9,7 @@
 #include "CardAhead.h"
 #include "CardFile.h"
 #include "CardIndex.h"
+#include "DraftsAhead.h"
 #include "Folder.h"
 #include "OpenedCards.h"
 #include "StoreError.h"
@@ -84,6 +85,8 @@ private:
     std::optional<CardFile> takeAhead(std::size_t file);
     void giveUpAhead();
     void saveFile(Open& record);
+    FileState writeNew(const std::string& name, std::string_view bytes);
+    FileState rewrite(const Open& record);
     void saveInContainer(Open& record);
     void addToContainer(Open& record);
     void touchContainer(Container& c, std::size_t file, std::int64_t growth, Step step);
@@ -108,6 +111,10 @@ private:
     // Cards are read in the order of the list where all are: after a few in a row the next ones are read ahead.
     std::size_t lastRead_ = 0, inARow_ = 0, aheadTo_ = 0; // by file
     std::unique_ptr<CardAhead> ahead_;
+
+    // After a few added cards in a batch, the files of the next ones are opened ahead.
+    std::size_t added_ = 0;
+    std::unique_ptr<DraftsAhead> drafts_;
 };
 
 } // namespace mb::vcard

@@ -49,7 +49,7 @@ public:
     void flush() const; // all that was written in the folder reaches the disk
     std::string pathOf(const std::string& name) const;
 
-    // A file in the making. It vanishes unless it is put in place.
+    // A file in the making. It vanishes unless it is put in place. Several threads may make some at once.
     class Draft {
     public:
         explicit Draft(const Folder& folder);
@@ -57,6 +57,7 @@ public:
         void reserve(std::uint64_t size); // fails now rather than later if the disk is full
         void write(std::string_view bytes);
         void flush();
+        FileState place(const std::string& name);   // a new file
         FileState replace(const std::string& name); // with the permissions of the file that was there
 
     private:

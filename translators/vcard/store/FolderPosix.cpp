@@ -6,6 +6,7 @@
 #include "Parallel.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
 #include <cstdlib>
@@ -152,9 +153,11 @@ void Folder::flush() const
 
 Folder::Draft::Draft(const Folder& folder) : folder_(folder)
 {
-    static unsigned count = 0;
+    static std::atomic<unsigned> count = 0;
+    static const std::string start = std::string(kDraftPrefix) + std::to_string(getpid()) + '-';
     do {
-        name_ = std::string(kDraftPrefix) + std::to_string(getpid()) + '-' + std::to_string(++count) + std::string(kDraftSuffix);
+        name_ = start + std::to_string(++count);
+        name_ += kDraftSuffix;
         file_ = openat(folder_.folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) fail("cannot make a file in", folder_.path_);
@@ -197,6 +200,15 @@ void Folder::Draft::flush()
     if (fsync(file_) != 0) fail("cannot write a file to disk in", folder_.path_);
 }
 
+FileState Folder::Draft::place(const std::string& name)
+{
+    struct stat s;
+    if (fstat(file_, &s) != 0 || renameat(folder_.folder_, name_.c_str(), folder_.folder_, name.c_str()) != 0)
+        fail("cannot write the file", folder_.pathOf(name));
+    close(std::exchange(file_, -1));
+    return stateFrom(s);
+}
+
 FileState Folder::Draft::replace(const std::string& name)
 {
     struct stat s;
@@ -204,10 +216,7 @@ FileState Folder::Draft::replace(const std::string& name)
         if (faccessat(folder_.folder_, name.c_str(), W_OK, 0) != 0) fail("cannot write the file", folder_.pathOf(name));
         if (fchmod(file_, s.st_mode & 07777) != 0) fail("cannot write the file", folder_.pathOf(name));
     }
-    if (fstat(file_, &s) != 0 || renameat(folder_.folder_, name_.c_str(), folder_.folder_, name.c_str()) != 0)
-        fail("cannot write the file", folder_.pathOf(name));
-    close(std::exchange(file_, -1));
-    return stateFrom(s);
+    return place(name);
 }
 
 PathKind kindOf(const std::string& path)

@@ -11,6 +11,7 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
@@ -167,7 +168,7 @@ void Folder::flush() const {} // every file was flushed when it was put in place
 
 Folder::Draft::Draft(const Folder& folder) : folder_(folder)
 {
-    static unsigned count = 0;
+    static std::atomic<unsigned> count = 0;
     do {
         name_ =
             std::string(kDraftPrefix) + std::to_string(GetCurrentProcessId()) + '-' + std::to_string(++count) + std::string(kDraftSuffix);
@@ -214,12 +215,17 @@ void Folder::Draft::flush()
 
 FileState Folder::Draft::replace(const std::string& name)
 {
-    const std::wstring target = wide(folder_.pathOf(name));
-    const DWORD attributes = GetFileAttributesW(target.c_str());
+    const DWORD attributes = GetFileAttributesW(wide(folder_.pathOf(name)).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY) {
         SetLastError(ERROR_ACCESS_DENIED);
         fail("cannot write the file", folder_.pathOf(name));
     }
+    return place(name);
+}
+
+FileState Folder::Draft::place(const std::string& name)
+{
+    const std::wstring target = wide(folder_.pathOf(name));
     flush();
     BY_HANDLE_FILE_INFORMATION data;
     const bool told = GetFileInformationByHandle(handleOf(file_), &data);
