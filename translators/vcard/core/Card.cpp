@@ -206,6 +206,12 @@ std::u16string Card::get(int type) const
     return isDerived(line) ? std::u16string() : read(*field, line);
 }
 
+void Card::decode() const
+{
+    for (const Field& field : fields())
+        if (field.shape != Shape::Image && lineOf(field) >= 0) (void)lines_[static_cast<std::size_t>(lineOf(field))].value(context_);
+}
+
 std::u16string Card::read(const Field& field, const Line& line) const
 {
     const std::u16string& value = line.value(context_);
@@ -346,8 +352,7 @@ void Card::add(const Field& field, const std::u16string& text)
     line.setValue(compose(field, line, text), context_);
     const std::size_t at = endOfLines();
     Slots wanted = slots_;
-    for (int& i : wanted)
-        if (i >= static_cast<int>(at)) ++i;
+    for (int& i : wanted) i += i >= static_cast<int>(at);
     wanted[field.slot] = static_cast<int>(at);
     lines_.insert(lines_.begin() + static_cast<std::ptrdiff_t>(at), std::move(line));
     claims_.insert(claims_.begin() + static_cast<std::ptrdiff_t>(at), Claim{});

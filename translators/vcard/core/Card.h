@@ -28,6 +28,9 @@ public:
     // Sets one field, an empty text clears it. Returns whether a byte changed: the value a field already has changes none.
     bool set(int type, std::u16string_view value);
 
+    // Finds out what the line of every field says, which get() else does at the first question.
+    void decode() const;
+
     // A picture of the table: the bytes of the first JPEG file that the card holds in itself. One of another format, or one that stands
     // somewhere else, is none, and stays what it is.
     std::string image(int type) const;

@@ -50,6 +50,7 @@ void CardAhead::run()
         std::optional<CardFile> card;
         try {
             card = readCard(folder_, wanted->name);
+            card->card.decode();
         } catch (...) { // found out anew by who asks for it
         }
         lock.lock();
