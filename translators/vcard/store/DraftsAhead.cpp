@@ -24,7 +24,8 @@ std::unique_ptr<Folder::Draft> DraftsAhead::take()
 {
     if (ready_.empty()) {
         if (next_.valid()) ready_ = next_.get();
-        next_ = std::async(std::launch::async, [this] { return openSome(folder_); });
+        // Where no thread can be had, they are opened when they are asked for.
+        next_ = std::async(std::launch::async | std::launch::deferred, [this] { return openSome(folder_); });
     }
     if (ready_.empty()) return std::make_unique<Folder::Draft>(folder_);
     auto draft = std::move(ready_.back());
