@@ -29,11 +29,11 @@ std::string hex(std::uint64_t n)
 // A UID as part of an identifier: nothing in it may be taken for a path or a line end.
 std::string safeToken(std::string_view uid)
 {
-    constexpr std::string_view kUnsafe = "/\\%#\x7F";
     std::string token;
+    token.reserve(uid.size());
     for (const char c : uid) {
         const auto b = static_cast<unsigned char>(c);
-        if (b > 32 && kUnsafe.find(c) == kUnsafe.npos)
+        if (b > 32 && b != 0x7F && c != '/' && c != '\\' && c != '%' && c != '#')
             token += c;
         else
             token += '%' + hex(0x100u + b).substr(1);
@@ -269,18 +269,34 @@ void CardIndex::save()
 {
     if (!changed_ || cachePath_.empty()) return;
     std::string text = std::string(kHeader) + '\n';
+    const auto word = [&](auto number, int base = 10) {
+        char digits[24];
+        text.append(digits, std::to_chars(digits, std::end(digits), number, base).ptr).append(1, ' ');
+    };
     std::vector<const FileRecord*> sorted;
     for (const FileRecord& file : files_)
         if (!file.gone) sorted.push_back(&file);
-    std::sort(sorted.begin(), sorted.end(), [](const FileRecord* a, const FileRecord* b) { return a->name < b->name; });
+    // Listed by name, with those that were added behind them.
+    const auto byName = [](const FileRecord* a, const FileRecord* b) { return a->name < b->name; };
+    const auto added = std::is_sorted_until(sorted.begin(), sorted.end(), byName);
+    std::sort(added, sorted.end(), byName);
+    std::inplace_merge(sorted.begin(), added, sorted.end(), byName);
     for (const FileRecord* each : sorted) {
         const FileRecord& file = *each;
-        text += std::to_string(file.state.size) + ' ' + std::to_string(file.state.modified) + ' ' + std::to_string(file.stamp) + ' ' +
-                std::to_string(file.badLine) + ' ' + std::to_string(file.bad()) + ' ' + std::to_string(file.cards.size()) + " ," +
-                safeToken(file.categories) + ' ' + safeToken(file.name) + '\n';
-        if (file.bad()) text += safeToken(file.badText) + '\n';
-        for (const CardRecord& card : file.cards)
-            text += hex(card.hash) + ' ' + std::to_string(card.stamp) + ' ' + std::to_string(card.plain) + ' ' + card.token + '\n';
+        word(file.state.size);
+        word(file.state.modified);
+        word(file.stamp);
+        word(file.badLine);
+        word(file.bad() ? 1 : 0);
+        word(file.cards.size());
+        text.append(",").append(safeToken(file.categories)).append(" ").append(safeToken(file.name)).append("\n");
+        if (file.bad()) text.append(safeToken(file.badText)).append("\n");
+        for (const CardRecord& card : file.cards) {
+            word(card.hash, 16);
+            word(card.stamp);
+            word(card.plain ? 1 : 0);
+            text.append(card.token).append("\n");
+        }
     }
     text += "end " + std::to_string(sorted.size()) + '\n';
     const SplitPath cache = splitPath(cachePath_);

@@ -56,6 +56,7 @@ void CardStore::listRecords()
     order_.reserve(files.size());
     places_.reserve(files.size());
     std::unordered_set<std::string> seen;
+    seen.reserve(files.size());
     const auto add = [&](const std::string& id, Place place) {
         places_.emplace(id, place);
         if (files[place.file].bad()) return;
