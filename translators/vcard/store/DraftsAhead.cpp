@@ -1,5 +1,6 @@
 #include "DraftsAhead.h"
 
+#include <chrono>
 #include <utility>
 
 namespace mb::vcard {
@@ -22,11 +23,10 @@ std::vector<std::unique_ptr<Folder::Draft>> openSome(const Folder& folder)
 
 std::unique_ptr<Folder::Draft> DraftsAhead::take()
 {
-    if (ready_.empty()) {
-        if (next_.valid()) ready_ = next_.get();
-        // Where no thread can be had, they are opened when they are asked for.
-        next_ = std::async(std::launch::async | std::launch::deferred, [this] { return openSome(folder_); });
-    }
+    using namespace std::chrono_literals;
+    if (ready_.empty() && next_.valid() && next_.wait_for(0s) == std::future_status::ready) ready_ = next_.get();
+    // Deferred, and so never ready, where no thread can be had.
+    if (!next_.valid()) next_ = std::async(std::launch::async | std::launch::deferred, [this] { return openSome(folder_); });
     if (ready_.empty()) return std::make_unique<Folder::Draft>(folder_);
     auto draft = std::move(ready_.back());
     ready_.pop_back();

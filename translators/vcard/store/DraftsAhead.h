@@ -13,7 +13,7 @@ class DraftsAhead {
 public:
     explicit DraftsAhead(const Folder& folder) : folder_(folder) {}
 
-    // Throws a FileError where none can be made.
+    // One that is open, or else a new one: nothing is waited for. Throws a FileError where none can be made.
     std::unique_ptr<Folder::Draft> take();
 
 private:
