@@ -34,6 +34,7 @@ public:
     // A picture of the table: the bytes of the first JPEG file that the card holds in itself. One of another format, or one that stands
     // somewhere else, is none, and stays what it is.
     std::string image(int type) const;
+    std::uint64_t imageSize(int type) const;
     bool setImage(int type, std::string_view jpeg);
 
     // "Dr. John Q. Doe Jr." from the parts of the name.
@@ -60,6 +61,7 @@ private:
     bool required(const Field& field) const;
     std::size_t endOfLines() const;
     std::size_t imageLine(const Field& field) const;
+    const Line* lineOfImage(int type) const;
     void addImage(const Field& field, std::string_view jpeg);
 
     Context context_;

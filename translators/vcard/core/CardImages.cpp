@@ -12,12 +12,25 @@ std::size_t Card::imageLine(const Field& field) const
     return at;
 }
 
-std::string Card::image(int type) const
+// Null if the card has no such picture.
+const Line* Card::lineOfImage(int type) const
 {
     const Field* field = findField(type);
-    if (!field || field->shape != Shape::Image) return {};
+    if (!field || field->shape != Shape::Image) return nullptr;
     const std::size_t at = imageLine(*field);
-    return at < lines_.size() ? lines_[at].jpeg() : std::string();
+    return at < lines_.size() ? &lines_[at] : nullptr;
+}
+
+std::string Card::image(int type) const
+{
+    const Line* line = lineOfImage(type);
+    return line ? line->jpeg() : std::string();
+}
+
+std::uint64_t Card::imageSize(int type) const
+{
+    const Line* line = lineOfImage(type);
+    return line ? line->jpegSize() : 0;
 }
 
 void Card::addImage(const Field& field, std::string_view jpeg)

@@ -295,6 +295,8 @@ std::string_view jpegData(std::string_view body, bool encoded)
 bool Line::hasJpeg() const { return !jpegData(body_, base64()).empty(); }
 std::string Line::jpeg() const { return decodeBase64(jpegData(body_, base64())); }
 
+std::uint64_t Line::jpegSize() const { return decodedBase64Length(jpegData(body_, base64())); }
+
 void Line::setJpeg(std::string_view bytes, Version version)
 {
     header_ = header_.substr(0, header_.find(';'));

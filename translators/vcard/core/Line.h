@@ -41,6 +41,7 @@ public:
     void setValue(std::u16string escaped, const Context& context);
     // A JPEG file that the value holds in base64, in a parameter's form or as a data: address; empty for anything else.
     std::string jpeg() const;
+    std::uint64_t jpegSize() const; // without decoding it
     bool hasJpeg() const;
     void setJpeg(std::string_view bytes, Version version);
     void addParam(std::string_view name, std::string_view value);

@@ -1,5 +1,6 @@
 #include "Transfer.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -91,6 +92,7 @@ std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, st
 std::string decodeBase64(std::string_view text)
 {
     std::string bytes;
+    bytes.reserve(text.size() / 4 * 3);
     std::uint32_t bits = 0;
     int count = 0;
     for (const char c : text) {
@@ -104,6 +106,12 @@ std::string decodeBase64(std::string_view text)
         }
     }
     return bytes;
+}
+
+std::uint64_t decodedBase64Length(std::string_view text)
+{
+    const auto letters = std::count_if(text.begin(), text.end(), [](char c) { return kBase64Values[static_cast<unsigned char>(c)] >= 0; });
+    return static_cast<std::uint64_t>(letters) * 6 / 8;
 }
 
 std::string encodeBase64(std::string_view bytes)

@@ -1,5 +1,6 @@
 // The two transfer encodings of vCard 2.1 that may stand in front of a text: quoted-printable and base64.
 #pragma once
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -12,6 +13,7 @@ std::string decodeQuotedPrintable(std::string_view text);
 std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, std::string_view eol);
 
 std::string decodeBase64(std::string_view text); // anything outside of the alphabet is passed over
+std::uint64_t decodedBase64Length(std::string_view text);
 std::string encodeBase64(std::string_view bytes);
 
 } // namespace mb::vcard

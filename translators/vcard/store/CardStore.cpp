@@ -1,6 +1,7 @@
 #include "CardStore.h"
 
 #include "Charset.h"
+#include "text.h"
 
 #include <chrono>
 #include <unordered_set>
@@ -16,14 +17,8 @@ std::int64_t now()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// The engine takes identifiers that differ only in case for one.
-std::string folded(const std::string& id)
-{
-    std::string lower(id);
-    for (char& c : lower)
-        if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + 32);
-    return lower;
-}
+// The engine takes identifiers that differ only in case for one, whatever the alphabet.
+std::string folded(const std::string& id) { return toUtf8(platform::lowered(fromUtf8(id))); }
 
 bool leavesFolder(const std::string& id)
 {

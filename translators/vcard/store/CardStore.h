@@ -49,6 +49,7 @@ public:
     std::string save(const std::string& id) override; // the identifier that the record has from now on
     void remove(const std::string& id) override;
     std::string readImage(const std::string& id, int type) override { return openFor(id).image(type); }
+    std::uint64_t imageSize(const std::string& id, int type) override { return openFor(id).imageSize(type); }
     void writeImage(const std::string& id, int type, std::string_view bytes) override;
     void close() override; // what was saved in a batch that was not ended is kept
 

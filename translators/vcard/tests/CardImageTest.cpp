@@ -40,6 +40,8 @@ TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
     const Card again = Card::parse(bytes);
     EXPECT_EQ(again.image(kFront), front);
     EXPECT_EQ(again.image(kBack), back);
+    EXPECT_EQ(again.imageSize(kFront), front.size());
+    EXPECT_EQ(again.imageSize(kBack), back.size());
     EXPECT_EQ(again.bytes(), bytes);
     ASSERT_EQ(scanCards(bytes).cards.size(), 1u);
     for (std::size_t at = 0; at < bytes.size();) {
@@ -50,6 +52,7 @@ TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
     card.setImage(kFront, {});
     card.setImage(kBack, {});
     EXPECT_EQ(Card::parse(card.bytes()).image(kFront), "");
+    EXPECT_EQ(Card::parse(card.bytes()).imageSize(kFront), 0u);
     EXPECT_EQ(card.bytes().find("PHOTO"), std::string::npos);
 }
 

@@ -14,5 +14,14 @@ TEST_F(VCardFolder, NamesThatDifferOnlyInCaseAreOneRecord)
     EXPECT_NE(reports.find("a.vcf: left out"), std::string::npos);
 }
 
+TEST_F(VCardFolder, NamesOfEveryAlphabetThatDifferOnlyInCaseAreOneRecord)
+{
+    put("\xC3\x84.vcf", cardText("1")); // A with two dots
+    put("\xC3\xA4.vcf", cardText("2"));
+    auto store = open();
+    EXPECT_EQ(ids(store).size(), 1u);
+    EXPECT_NE(reports.find("left out"), std::string::npos);
+}
+
 } // namespace
 } // namespace mb::vcard
