@@ -75,8 +75,7 @@ private:
     bool valuesDiffer(const FieldValueMap& values1, const FieldValueMap& values2) const
     {
         return std::any_of(values1.begin(), values1.end(), [&](const auto& field) {
-            const auto mapped = run_.FieldTypes.find(field.first);
-            const auto other = values2.find(mapped == run_.FieldTypes.end() ? field.first : mapped->second);
+            const auto other = values2.find(mappedType(&run_.FieldTypes, field.first));
             return other != values2.end() && other->second != field.second; // they would be exchanged
         });
     }
@@ -128,8 +127,7 @@ ConflictFields ListConflictFields(bool includeImages, const FieldValueMap& chang
     ConflictFields fields;
     for (const auto& [type1, value] : changes1) {
         if (!includeImages && isImageType(type1)) continue;
-        const auto mapped = types.find(type1);
-        const LONG type2 = mapped == types.end() ? type1 : mapped->second;
+        const LONG type2 = mappedType(&types, type1);
         if (!changes2.contains(type2)) continue;
         fields.side1.push_back(type1);
         fields.side2.push_back(type2);

@@ -3,9 +3,10 @@
 namespace mb {
 namespace {
 
-bool readField(const PassSide& side, const GUID& field, MatchField& out)
+bool readField(PassSide& side, std::size_t i, MatchField& out)
 {
-    if (FAILED(com::call(side.field, &IField::GetFieldType, field, &out.type))) return false;
+    if (FAILED(side.fieldType(i, out.type))) return false;
+    const GUID& field = side.Fields.data()[i];
     if (FAILED(com::call(side.field, &IField::GetFlags, field, &out.flags))) out.flags = 0;
     if (FAILED(com::call(side.field, &IField::GetMaxLength, field, &out.maxLength))) out.maxLength = noMaxLength;
     return true;
@@ -27,10 +28,9 @@ SpecialField* specialOf(MatchRows& rows, LONG type)
 MatchRows BuildMatchRows(PipelinePass& pass)
 {
     MatchRows made;
-    const auto fields1 = pass.fields(Side::One), fields2 = pass.fields(Side::Two);
-    for (std::size_t i = 0; i < fields1.size(); ++i) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
         MatchRow row;
-        if (!readField(pass.side(Side::One), fields1[i], row.field1) || !readField(pass.side(Side::Two), fields2[i], row.field2)) continue;
+        if (!readField(pass.side(Side::One), i, row.field1) || !readField(pass.side(Side::Two), i, row.field2)) continue;
         made.rows.push_back(row);
         if (row.field1.type == ftLastName) made.lastName2 = row.field2.type;
         if (SpecialField* special = specialOf(made, row.field1.type))

@@ -30,10 +30,8 @@ void FreeFieldValues(FieldValueMap& map)
 
 bool ChangesOverlap(const FieldValueMap& fields1, const FieldValueMap& fields2, const FieldTypeMap& types)
 {
-    return std::any_of(fields1.begin(), fields1.end(), [&](const auto& field) {
-        const auto mapped = types.find(field.first);
-        return fields2.contains(mapped == types.end() ? field.first : mapped->second);
-    });
+    return std::any_of(fields1.begin(), fields1.end(),
+                       [&](const auto& field) { return fields2.contains(mappedType(&types, field.first)); });
 }
 
 } // namespace mb

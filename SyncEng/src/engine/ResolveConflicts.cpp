@@ -175,12 +175,10 @@ void FillFieldTypes(PipelinePass& pass)
 {
     FieldTypeMap& types = pass.run.FieldTypes;
     if (!types.empty()) return;
-    const auto fields1 = pass.fields(Side::One), fields2 = pass.fields(Side::Two);
-    for (std::size_t i = 0; i < fields1.size(); ++i) {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
         LONG type1 = 0, type2 = 0;
-        if (FAILED(com::call(pass.side(Side::One).field, &IField::GetFieldType, fields1[i], &type1))) continue;
-        if (FAILED(com::call(pass.side(Side::Two).field, &IField::GetFieldType, fields2[i], &type2))) continue;
-        types[type1] = type2;
+        if (SUCCEEDED(pass.side(Side::One).fieldType(i, type1)) && SUCCEEDED(pass.side(Side::Two).fieldType(i, type2)))
+            types[type1] = type2;
     }
 }
 
