@@ -131,7 +131,11 @@ private:
 
     State state_ = State::Made;
     bool categoryMode_ = false, batch_ = false, imagesAllowed_ = true, writeGranted_ = false, findingDuplicates_ = false;
-    std::optional<std::u16string> reading_;
+    struct Reading {
+        std::u16string id;
+        const FakeRecord* record; // it stays where it is: a record that is being read is not deleted
+    };
+    std::optional<Reading> reading_;
     std::optional<Writing> writing_;
     std::optional<std::u16string> image_; // the one that was begun
     std::optional<LONG> firstDynamicType_;

@@ -124,18 +124,20 @@ const FakeField* FakeStore::fieldOf(const GUID& wanted) const
     return &*at;
 }
 
-void FakeStore::put(bool ofCategories, const std::u16string& id, const FakeValues& changes)
+void FakeStore::put(bool ofCategories, const std::u16string& id, FakeValues changes)
 {
+    if (options.rewrite)
+        for (auto& [key, text] : changes) text = options.rewrite(key, text);
     FakeRecords& all = ofCategories ? categories : records;
-    const bool isNew = !all.contains(id);
-    if (isNew) {
-        closeGaps(); // an identifier that was erased and comes again stands at the end, once
-        (ofCategories ? categoryOrder : order).push_back(id);
+    if (const auto known = all.find(id); known != all.end()) {
+        for (auto& [key, text] : changes) known->second.values[key] = std::move(text);
+        known->second.modified = tick();
+        return;
     }
-    FakeRecord& record = all[id];
-    if (isNew) record.created = tick();
-    for (const auto& [key, text] : changes) record.values[key] = options.rewrite ? options.rewrite(key, text) : text;
-    record.modified = tick();
+    closeGaps(); // an identifier that was erased and comes again stands at the end, once
+    (ofCategories ? categoryOrder : order).push_back(id);
+    const DATE created = tick();
+    all.emplace(id, FakeRecord{std::move(changes), created, tick()});
 }
 
 void FakeStore::rename(bool ofCategories, const std::u16string& id, const std::u16string& newId)

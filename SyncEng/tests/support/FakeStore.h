@@ -102,7 +102,7 @@ public:
     [[nodiscard]] const FakeField* fieldOf(const GUID& guid) const;
 
     // What a translator does to the list that its run works on.
-    void put(bool ofCategories, const std::u16string& id, const FakeValues& changes);
+    void put(bool ofCategories, const std::u16string& id, FakeValues changes);
     void rename(bool ofCategories, const std::u16string& id, const std::u16string& newId);
     void erase(bool ofCategories, std::u16string_view id);
     // Takes what was erased out of the lists, all at once: a run may erase many.

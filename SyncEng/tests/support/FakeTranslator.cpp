@@ -224,9 +224,9 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::BeginReadRecord(BSTR lpRecID)
 {
     return guarded([&] {
         noteOpen("BeginReadRecord", lpRecID);
-        (void)record(lpRecID);
+        const FakeRecord& found = record(lpRecID);
         expect(!reading_, "BeginReadRecord while a record is being read");
-        reading_ = com::viewOf(lpRecID);
+        reading_ = Reading{com::textOf(lpRecID), &found};
     });
 }
 
@@ -234,7 +234,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::EndReadRecord(BSTR lpRecID)
 {
     return guarded([&] {
         noteOpen("EndReadRecord", lpRecID);
-        expect(reading_ == com::viewOf(lpRecID), "EndReadRecord of a record that is not being read");
+        expect(reading_ && sameText(reading_->id, com::viewOf(lpRecID)), "EndReadRecord of a record that is not being read");
         reading_.reset();
     });
 }
@@ -248,7 +248,8 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         noteOpen("ReadField", lpRecID, side.log->enabled ? printable(field.name) : std::string());
         const std::u16string_view id = com::viewOf(lpRecID);
         const bool isWritten = writing_ && sameText(writing_->id, id);
-        expect((reading_ && sameText(*reading_, id)) || isWritten, "ReadField of a record that is neither being read nor written");
+        const bool isRead = reading_ && sameText(reading_->id, id);
+        expect(isRead || isWritten, "ReadField of a record that is neither being read nor written");
         const LONG key = field.key();
         if (field.dataType == dtImage && !imagesAllowed_) return;
         if (isWritten)
@@ -257,7 +258,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
                 return;
             }
         if (isWritten && writing_->isNew) return;
-        const FakeValues& values = record(lpRecID).values;
+        const FakeValues& values = isRead ? reading_->record->values : record(lpRecID).values;
         const auto at = values.find(key);
         if (at == values.end()) return; // VT_EMPTY: the empty text
         const bool isFile = field.dataType == dtImage && imagesAreFiles();
@@ -336,9 +337,9 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::SaveRecord(BSTR* ppRecID)
             expect(false, "SaveRecord of a record that is not being written");
             throw com::Error(static_cast<HRESULT>(0x8004020D));
         }
-        const Writing saved = std::move(*writing_);
+        Writing saved = std::move(*writing_);
         writing_.reset();
-        side.store->put(categoryMode_, saved.id, saved.values);
+        side.store->put(categoryMode_, saved.id, std::move(saved.values));
         if (!(saved.isNew ? options().newIdOnAdd : options().newIdOnSave)) return;
         com::Bstr renamed(side.store->newId());
         side.store->rename(categoryMode_, saved.id, renamed.text());
