@@ -84,11 +84,10 @@ std::vector<Contender> contenders()
         fake("FakeWithoutBatches", [](FakeOptions& o) { o.batches = false; }),
         plugin("VCardFolder", VCARD_PLUGIN, vcardClass, "cards", true),
         plugin("VCardFile", VCARD_PLUGIN, vcardClass, "cards/all.vcf"),
+        {"Notebook", plugin("", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false, true},
     };
-    // Empty where they are not built.
-    const std::string cardFile = CARDFILE_PLUGIN, notebook = NOTEBOOK_PLUGIN;
+    const std::string cardFile = CARDFILE_PLUGIN; // empty where it is not built
     if (!cardFile.empty()) all.push_back(plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"));
-    if (!notebook.empty()) all.push_back({"Notebook", plugin("", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false, true});
     return all;
 }
 
