@@ -4,7 +4,7 @@
 
 namespace mb {
 
-class CFieldMap final : public com::Object<IFieldMap> {
+class CFieldMap : public com::Object<IFieldMap> {
 public:
     explicit CFieldMap(IUnknown* outer) noexcept : Object(outer) {}
     HRESULT STDMETHODCALLTYPE Create(REFGUID clsId1, REFGUID clsID2, GUID* pGuid) override;

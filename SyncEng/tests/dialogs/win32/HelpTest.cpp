@@ -1,0 +1,144 @@
+// Help in the dialogs' windows: the button and F1 open the dialog's topic in the system's viewer, which a stand-in is here.
+#include "dialogs/CChangeDetailsDlg.h"
+#include "dialogs/CConflictDlg.h"
+#include "dialogs/CDeleteConflictDlg.h"
+#include "dialogs/CDetailsDlg.h"
+#include "HelpViewer.h"
+#include "RegistryValues.h"
+#include "WindowsFixture.h"
+
+#include <optional>
+
+namespace {
+
+using mbtest::eventually;
+using mbtest::HelpCall;
+using mbtest::HelpViewer;
+using mbtest::Window;
+using mbtest::WindowUser;
+using testing::IsEmpty;
+
+constexpr UINT helpContext = 15; // HH_HELP_CONTEXT
+
+class HelpTest : public mbtest::WindowsTest {
+protected:
+    static void setHelpFolder()
+    {
+        mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", u"C:\\Mirabook\\mb.exe");
+    }
+    static std::vector<HelpCall> calls() { return HelpViewer::calls(); }
+    static void pressF1(const Window& window)
+    {
+        SetForegroundWindow(window.handle());
+        mbtest::typeKey(VK_F1);
+    }
+    // Asks for help in both ways; each shows the topic, and the dialog stays open.
+    static void expectHelp(const Window& window, int button, unsigned topic)
+    {
+        window.press(button);
+        eventually("help upon the button", [] { return calls().size() == 1; });
+        pressF1(window);
+        eventually("help upon F1", [] { return calls().size() == 2; });
+        for (const HelpCall& call : calls()) {
+            EXPECT_EQ(call.window, window.handle());
+            EXPECT_EQ(call.file, L"C:\\Mirabook\\Locale\\en\\Mirabook.chm");
+            EXPECT_EQ(call.command, helpContext);
+            EXPECT_EQ(call.topic, topic);
+        }
+        EXPECT_TRUE(IsWindow(window.handle()) && IsWindowEnabled(window.handle()));
+    }
+    // The same, and then OK with the radio.
+    int showWithHelp(mb::Dialog& dialog, std::u16string_view caption, int button, unsigned topic, std::optional<int> radio = {})
+    {
+        return show(dialog, [=](WindowUser& actor) {
+            const Window window = actor.window(caption);
+            expectHelp(window, button, topic);
+            if (radio) window.choose(*radio);
+            window.press(1);
+        });
+    }
+    HelpViewer viewer;
+};
+
+constexpr char16_t conflictCaption[] = u"Resolve Conflicting Changes";
+
+} // namespace
+
+TEST_F(HelpTest, OfAConflict)
+{
+    setHelpFolder();
+    mb::ConflictQuestion question = conflict();
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(showWithHelp(dialog, conflictCaption, 207, 7006, 213), mb::idOk);
+    EXPECT_EQ(question.Resolution, croTrans2Wins);
+}
+
+TEST_F(HelpTest, OfAChangeAgainstADeletion)
+{
+    setHelpFolder();
+    mb::DeleteConflictQuestion question = deleteConflict();
+    mb::CDeleteConflictDlg dialog(question);
+    EXPECT_EQ(showWithHelp(dialog, u"Resolve Contact's Change and Deletion", 207, 7007, 213), mb::idOk);
+    EXPECT_EQ(question.Resolution, croTrans2Wins);
+}
+
+TEST_F(HelpTest, OfTheSummary)
+{
+    setHelpFolder();
+    const mb::PlannedChanges planned = changes();
+    mb::CConfirmationDlg dialog(planned);
+    EXPECT_EQ(showWithHelp(dialog, u"Confirm Changes", 201, 7005), mb::idOk);
+}
+
+TEST_F(HelpTest, OfTheFieldMapping)
+{
+    setHelpFolder();
+    s.makeMap();
+    const WindowUser atTheWindow([](WindowUser& actor) {
+        const Window window = actor.window(u"Edit Field Mapping");
+        expectHelp(window, 1034, 7003);
+        window.press(1);
+    });
+    EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_OK);
+}
+
+// A key waits for the one before it: when the dialog has taken Return, it has taken F1.
+TEST_F(HelpTest, DialogsWithoutTheButtonHaveNone)
+{
+    setHelpFolder();
+    const mb::PlannedChanges planned = changes();
+    mb::CDetailsDlg details(planned);
+    EXPECT_EQ(show(details,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Details");
+                       window.list(205).clickRow(2);
+                       pressF1(window);
+                       window.press(218);
+                       const Window contact = actor.window(u"Contact Changes");
+                       pressF1(contact);
+                       mbtest::typeKey(VK_RETURN);
+                       eventually("the end of the inner window", [&] { return !IsWindow(contact.handle()); });
+                       (void)actor.window(u"Details");
+                       SetForegroundWindow(window.handle());
+                       mbtest::typeKey(VK_ESCAPE);
+                   }),
+              mb::idCancel);
+    EXPECT_THAT(calls(), IsEmpty());
+}
+
+TEST_F(HelpTest, WithoutAHelpFolderNothingIsShownAndTheDialogGoesOn)
+{
+    mb::ConflictQuestion question = conflict();
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(conflictCaption);
+                       window.press(207);
+                       pressF1(window);
+                       window.choose(213);
+                       mbtest::typeKey(VK_RETURN);
+                   }),
+              mb::idOk);
+    EXPECT_EQ(question.Resolution, croTrans2Wins);
+    EXPECT_THAT(calls(), IsEmpty());
+}

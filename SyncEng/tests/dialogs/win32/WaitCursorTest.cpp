@@ -1,0 +1,95 @@
+// The wait cursor over work that may take long: it shows while the parts of the work are called, and then the former one again.
+#include "../MergeFake.h"
+#include "dialogs/MergeConflict.h"
+#include "foundation/ClassTable.h"
+#include "translators/CFieldMap.h"
+#include "WindowsFixture.h"
+
+namespace {
+
+using mbtest::told;
+using testing::AllOf;
+using testing::Each;
+using testing::IsEmpty;
+using testing::Not;
+
+std::vector<HCURSOR> seen; // by the parts of the work
+
+HCURSOR systemCursor(LPCWSTR name)
+{
+    HCURSOR cursor = LoadCursorW(nullptr, name);
+    EXPECT_NE(cursor, nullptr);
+    return cursor;
+}
+
+class WatchingFieldMap final : public mb::CFieldMap {
+public:
+    explicit WatchingFieldMap(IUnknown* outer) noexcept : CFieldMap(outer) {}
+    HRESULT STDMETHODCALLTYPE Create(REFGUID clsId1, REFGUID clsID2, GUID* pGuid) override
+    {
+        seen.push_back(GetCursor());
+        return CFieldMap::Create(clsId1, clsID2, pGuid);
+    }
+    HRESULT STDMETHODCALLTYPE CreateDefaultMap(REFGUID guid) override
+    {
+        seen.push_back(GetCursor());
+        return CFieldMap::CreateDefaultMap(guid);
+    }
+    HRESULT STDMETHODCALLTYPE AddMapEntry(REFGUID guid, REFGUID gField1, REFGUID gField2) override
+    {
+        seen.push_back(GetCursor());
+        return CFieldMap::AddMapEntry(guid, gField1, gField2);
+    }
+};
+
+constexpr com::ClassEntry watchingRows[] = {{&__uuidof(FieldMap), u"", u"", com::create<WatchingFieldMap>}};
+
+class WaitCursorTest : public mbtest::DialogsTest {
+protected:
+    WaitCursorTest() : former_(SetCursor(cross)) {}
+    ~WaitCursorTest() override { SetCursor(former_); }
+    // Does the work, which is to be seen from its inside at least once.
+    template <class F> void expectWaiting(F&& work) const
+    {
+        seen.clear();
+        work();
+        EXPECT_EQ(GetCursor(), cross) << "the former one is back";
+        EXPECT_THAT(seen, AllOf(Not(IsEmpty()), Each(wait)));
+    }
+    const HCURSOR cross = systemCursor(IDC_CROSS), wait = systemCursor(IDC_WAIT);
+
+private:
+    HCURSOR former_;
+};
+
+} // namespace
+
+TEST_F(WaitCursorTest, OverResetAndOkOfTheFieldMapping)
+{
+    s.makeMap();
+    const mb::ClassOverride watching(watchingRows);
+    user.script.emplace_back([&](mb::Dialog& dialog) {
+        EXPECT_EQ(GetCursor(), cross) << "none while the user thinks";
+        expectWaiting([&] { dialog.press(1039); });
+        expectWaiting([&] { dialog.press(mb::idOk); });
+    });
+    EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_OK);
+    EXPECT_TRUE(user.script.empty());
+}
+
+TEST_F(WaitCursorTest, OverAMergeUntilItsWindowIsClosed)
+{
+    const mbtest::RegisteredMerge component;
+    told.atShow = [] { seen.push_back(GetCursor()); };
+    const std::u16string id1 = s.one().add({{ftCity1, u"Paris"}}), id2 = s.two().add({{ftCity1, u"Rome"}});
+    const mb::FieldTypeMap types{{ftCity1, ftCity1}};
+    mb::ConflictQuestion question;
+    question.side1 = {translator1.get(), mbtest::fakeClass1, id1};
+    question.side2 = {translator2.get(), mbtest::fakeClass2, id2};
+    question.ChangeMap1 = values({{ftCity1, u"Paris"}});
+    question.ChangeMap2 = values({{ftCity1, u"Rome"}});
+    question.FieldTypes = &types;
+    expectWaiting([&] { EXPECT_EQ(MergeConflict(question, nullptr, {u"First", u"Second"}, nullptr), S_OK); });
+    told.shown = E_FAIL;
+    expectWaiting([&] { EXPECT_THROW((void)MergeConflict(question, nullptr, {u"First", u"Second"}, nullptr), com::Error); });
+}
