@@ -4,6 +4,7 @@
 #include "files.h"
 #include "host.h"
 #include "Output.h"
+#include "StoreName.h"
 #include "text.h"
 
 namespace mbhost {
@@ -16,9 +17,9 @@ platform::Library loadEngine()
     for (const auto& folder : {here, here.parent_path() / "lib"}) {
         if (!platform::fileExists(folder / name)) continue;
         if (platform::Library library(folder / name); library) return library;
-        throw Failure("The engine " + (folder / name).string() + " cannot be loaded; install it anew.");
+        throw Failure("The engine " + textOf(folder / name) + " cannot be loaded; install it anew.");
     }
-    throw Failure("The engine " + name + " was not found beside " + platform::executablePath().string() + "; install both together.");
+    throw Failure("The engine " + name + " was not found beside " + textOf(platform::executablePath()) + "; install both together.");
 }
 
 } // namespace
@@ -36,7 +37,7 @@ void Engine::expectConfiguration() const
     com::TaskArray<GUID> maps;
     const HRESULT hr = manager()->EnumerateMaps(maps.putCount(), maps.put());
     if (FAILED(hr))
-        throw Failure("The engine cannot open its configuration in " + quote(dataFolder().string()) +
+        throw Failure("The engine cannot open its configuration in " + quote(textOf(dataFolder())) +
                       ". Check that you may write there and that the disk is not full.");
 }
 

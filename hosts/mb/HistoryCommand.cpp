@@ -24,7 +24,7 @@ std::string howToAllow()
     std::string how = R"(set the DWORD value EnableDecrypt to 1 under HKEY_CURRENT_USER\Software\Zorel\MBSyncEng)";
     if (!file.empty()) // the registry is a file, and nothing but an editor of texts is there to change it
         how += R"(, with the line "EnableDecrypt"=dword:00000001 under [HKEY_CURRENT_USER\Software\Zorel\MBSyncEng] in )" +
-               quote(file.string());
+               quote(textOf(file));
     return "Histories hold contacts, so they are decoded only for a user who allows it: " + how + ".";
 }
 
@@ -33,26 +33,27 @@ void writeDecoded(const Engine& engine, const std::filesystem::path& history, co
     if (!decodingIsAllowed()) throw Failure(howToAllow());
     const com::Bstr from(platform::textOf(history)), to(platform::textOf(target));
     const HRESULT hr = engine.create<ISyncAutoTest>(__uuidof(SyncAutoTest))->DecryptHistoryFile(from.get(), to.get());
-    if (FAILED(hr)) throw Failure("The history could not be written to " + quote(target.string()) + ": " + describe(hr));
+    if (FAILED(hr)) throw Failure("The history could not be written to " + quote(textOf(target)) + ": " + describe(hr));
 }
 
 void history(const std::string& name, const std::string& decoded, bool json)
 {
     const Engine engine;
     const GUID map = resolveMap(listMaps(engine), name);
-    const std::filesystem::path file = dataFolder() / (guidName(map) + ".xml"), target = decoded.empty() ? "" : absolutePath(decoded);
+    const std::filesystem::path file = dataFolder() / (guidName(map) + ".xml"),
+                                target = decoded.empty() ? "" : pathOf(absolutePath(decoded));
     const bool ran = platform::fileExists(file);
     if (!target.empty()) {
         if (!ran) throw Failure("The map " + guidName(map) + " never ran, so it has no history; mb sync runs it.");
         writeDecoded(engine, file, target);
     }
     if (json) {
-        Json out{{"map", guidName(map)}, {"file", file.string()}, {"exists", ran}};
-        if (!target.empty()) out["decoded"] = target.string();
+        Json out{{"map", guidName(map)}, {"file", textOf(file)}, {"exists", ran}};
+        if (!target.empty()) out["decoded"] = textOf(target);
         return printJson(out);
     }
-    if (!target.empty()) return print("decoded to " + printable(target.string()) + "\n");
-    print(printable(file.string()) + (ran ? "\n" : " (not there yet: the map never ran)\n"));
+    if (!target.empty()) return print("decoded to " + printable(textOf(target)) + "\n");
+    print(printable(textOf(file)) + (ran ? "\n" : " (not there yet: the map never ran)\n"));
 }
 
 } // namespace

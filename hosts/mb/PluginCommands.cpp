@@ -5,6 +5,7 @@
 #include "MapName.h"
 #include "Output.h"
 #include "registry.h"
+#include "StoreName.h"
 #include "text.h"
 #include <filesystem>
 
@@ -32,7 +33,7 @@ constexpr Registration registering{"DllRegisterServer", "registered"}, unregiste
 
 void callPlugin(const Registration& registration, const std::filesystem::path& path)
 {
-    const std::string name = quote(path.string());
+    const std::string name = quote(textOf(path));
     platform::Library library(path);
     if (!library) throw Failure("The file " + name + " is no plug-in: it cannot be loaded.");
     const auto call = library.function<HRESULT()>(registration.function);
@@ -47,12 +48,12 @@ void callEach(const Registration& registration, const std::vector<std::string>& 
     const Engine engine;
     for (const std::string& file : files) {
         std::error_code error;
-        const auto path = std::filesystem::canonical(file, error);
+        const auto path = std::filesystem::canonical(pathOf(file), error);
         if (error) throw Failure("The plug-in " + quote(file) + " does not exist.");
         const std::string before = namesServedBy(engine, path);
         callPlugin(registration, path);
         const std::string after = namesServedBy(engine, path), names = after.empty() ? before : after;
-        print(std::string(registration.verb) + " " + (names.empty() ? "" : names + " from ") + printable(path.string()) + "\n");
+        print(std::string(registration.verb) + " " + (names.empty() ? "" : names + " from ") + printable(textOf(path)) + "\n");
     }
 }
 

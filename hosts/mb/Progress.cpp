@@ -1,9 +1,9 @@
 #include "Progress.h"
 
+#include "interrupt.h"
 #include "Output.h"
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstdio>
 
 namespace mbhost {
@@ -11,17 +11,12 @@ namespace {
 
 std::atomic<bool> interruptSeen{false};
 
-extern "C" void onInterrupt(int) { interruptSeen = true; }
-
 constexpr int barWidth = 30;
 
 } // namespace
 
-void catchInterrupts()
-{
-    std::signal(SIGINT, onInterrupt);
-    std::signal(SIGTERM, onInterrupt);
-}
+void catchInterrupts() noexcept { platform::takeInterrupts(noteInterrupt); }
+void noteInterrupt() noexcept { interruptSeen = true; }
 
 bool interrupted() noexcept { return interruptSeen; }
 

@@ -22,7 +22,8 @@ private:
 };
 
 // From now on Ctrl-C asks a run to stop instead of ending the process.
-void catchInterrupts();
+void catchInterrupts() noexcept;
+void noteInterrupt() noexcept;
 bool interrupted() noexcept;
 
 } // namespace mbhost

@@ -3,20 +3,19 @@
 #include "Failure.h"
 #include "files.h"
 #include "host.h"
+#include "interrupt.h"
 #include "MapName.h"
 #include "Output.h"
 #include "StoreName.h"
 #include "text.h"
-#include <csignal>
-#include <cstdlib>
 
 namespace mbhost {
 namespace {
 
-// A script that cannot be cancelled is ended with the program.
-extern "C" void cancelScript(int)
+// A script that cannot be cancelled is ended with the program. What it wrote stays: no file is ever half written.
+void endScript()
 {
-    if (FAILED(CoCancelCall(0, 0))) std::_Exit(exitCancelled);
+    if (!platform::cancelScript()) platform::endAtOnce("mb: The script was cancelled.\n", exitCancelled);
 }
 
 // The plug-ins look there for the store of a map that has no settings, as a map is that a script makes.
@@ -30,15 +29,14 @@ void nameStore(const std::vector<TranslatorInfo>& translators, const std::string
 
 void runScript(const std::string& script, const std::vector<std::string>& stores)
 {
-    const std::filesystem::path file = absolutePath(script);
+    const std::filesystem::path file = pathOf(absolutePath(script));
     if (!platform::fileExists(file)) throw Failure("The script " + quote(script) + " does not exist.");
     const Engine engine;
     if (!stores.empty()) {
         const auto translators = listTranslators(engine);
         for (const std::string& store : stores) nameStore(translators, store);
     }
-    std::signal(SIGINT, cancelScript);
-    std::signal(SIGTERM, cancelScript);
+    platform::takeInterrupts(endScript);
     const com::Bstr path(platform::textOf(file));
     const HRESULT hr = engine.create<ISyncAutoTest>(__uuidof(SyncAutoTest))->RunTests(path.get());
     if (hr == S_OK) return;

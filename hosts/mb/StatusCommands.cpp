@@ -3,6 +3,7 @@
 #include "MapName.h"
 #include "Output.h"
 #include "RunLog.h"
+#include "StoreName.h"
 #include <chrono>
 #include <cmath>
 #include <fstream>
@@ -54,14 +55,14 @@ void status(bool json)
 void showLog(int count, bool json)
 {
     std::ifstream file(logPath(), std::ios::binary);
-    if (!file) throw Failure("There is no log; it would be " + quote(logPath().string()) + ".");
+    if (!file) throw Failure("There is no log; it would be " + quote(textOf(logPath())) + ".");
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (!line.empty() && line != "\r") lines.push_back(printable(line));
     }
     if (count > 0 && lines.size() > static_cast<std::size_t>(count)) lines.erase(lines.begin(), lines.end() - count);
-    if (json) return printJson(Json{{"file", logPath().string()}, {"lines", lines}});
+    if (json) return printJson(Json{{"file", textOf(logPath())}, {"lines", lines}});
     for (const std::string& line : lines) print(line + "\n");
 }
 

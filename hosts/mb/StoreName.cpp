@@ -4,6 +4,7 @@
 #include "files.h"
 #include "host.h"
 #include "Output.h"
+#include "text.h"
 
 namespace mbhost {
 
@@ -17,13 +18,16 @@ StoreName parseStore(const std::string& text)
 
 std::string absolutePath(const std::string& database)
 {
-    std::filesystem::path path = database;
+    std::filesystem::path path = pathOf(database);
     if (database == "~" || database.starts_with("~/"))
         if (const auto home = platform::environment(u"HOME"))
-            path = platform::pathOf(*home) / (database.size() > 2 ? database.substr(2) : "");
+            path = platform::pathOf(*home) / (database.size() > 2 ? pathOf(database.substr(2)) : "");
     std::error_code error;
     const auto absolute = std::filesystem::absolute(path, error);
-    return error ? database : absolute.lexically_normal().string();
+    return error ? database : textOf(absolute.lexically_normal());
 }
+
+std::filesystem::path pathOf(const std::string& text) { return platform::pathOf(platform::utf16(text)); }
+std::string textOf(const std::filesystem::path& path) { return platform::utf8(platform::textOf(path)); }
 
 } // namespace mbhost

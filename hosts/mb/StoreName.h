@@ -1,5 +1,6 @@
-// A store as the user names it: NAME=DATABASE.
+// A store as the user names it: NAME=DATABASE, and the paths that are given and told as texts.
 #pragma once
+#include <filesystem>
 #include <string>
 
 namespace mbhost {
@@ -13,5 +14,9 @@ StoreName parseStore(const std::string& text);
 
 // Databases of the plug-ins here are paths: the shell does not resolve what stands behind the '='.
 std::string absolutePath(const std::string& database);
+
+// A path is UTF-8 wherever it is a text, on every platform.
+std::filesystem::path pathOf(const std::string& text);
+std::string textOf(const std::filesystem::path& path);
 
 } // namespace mbhost

@@ -199,7 +199,7 @@ private:
     // A mistyped name would be made into an empty card file. A transfer from a target may begin with one.
     std::string expectFile(const std::string& file) const
     {
-        if (!given_.reverse() && !platform::fileExists(file)) throw Failure("The card file " + quote(file) + " does not exist.");
+        if (!given_.reverse() && !platform::fileExists(pathOf(file))) throw Failure("The card file " + quote(file) + " does not exist.");
         return file;
     }
 

@@ -1,9 +1,11 @@
 // mb: keeps pairs of contact stores in step from the command line.
 #include "apartment.h"
+#include "arguments.h"
 #include "Commands.h"
 #include "Engine.h"
 #include "Failure.h"
 #include "Output.h"
+#include <algorithm>
 #include <cstdio>
 
 int main(int argc, char** argv)
@@ -33,7 +35,9 @@ int main(int argc, char** argv)
             std::fputs(app.help().c_str(), stderr);
             return exitUsage;
         }
-        app.parse(argc, argv);
+        auto arguments = platform::arguments(argc, argv);
+        std::ranges::reverse(arguments); // as CLI11 wants them
+        app.parse(std::move(arguments));
         finishOutput();
         return exitDone;
     } catch (const CLI::ParseError& e) {

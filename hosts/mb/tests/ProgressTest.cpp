@@ -1,6 +1,5 @@
 #include "Progress.h"
 
-#include <csignal>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -19,10 +18,9 @@ TEST(ProgressTest, OutsideATerminalNothingIsWritten)
 
 TEST(ProgressTest, AnInterruptReachesTheEngineAsAnAbort)
 {
-    catchInterrupts();
     const auto progress = com::make<Progress>();
     EXPECT_EQ(progress->OnProgress(spSync, 50.0), S_OK);
-    std::raise(SIGINT);
+    noteInterrupt();
     EXPECT_TRUE(interrupted());
     EXPECT_EQ(progress->OnProgress(spSync, 51.0), E_ABORT);
     EXPECT_EQ(progress->OnProgress2(com::Bstr(u"Loading.").get(), 51.0), E_ABORT);

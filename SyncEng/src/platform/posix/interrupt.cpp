@@ -1,0 +1,32 @@
+#include "interrupt.h"
+
+#include "com.h"
+#include <atomic>
+#include <csignal>
+#include <unistd.h>
+
+namespace platform {
+namespace {
+
+std::atomic<InterruptHandler> taker = nullptr;
+
+extern "C" void onSignal(int) { taker.load()(); }
+
+} // namespace
+
+void takeInterrupts(InterruptHandler handler) noexcept
+{
+    taker = handler;
+    std::signal(SIGINT, onSignal);
+    std::signal(SIGTERM, onSignal);
+}
+
+bool cancelScript() noexcept { return SUCCEEDED(CoCancelCall(0, 0)); }
+
+void endAtOnce(std::string_view text, int code) noexcept
+{
+    if (::write(STDERR_FILENO, text.data(), text.size()) < 0) ::_exit(code); // no one hears it
+    ::_exit(code);
+}
+
+} // namespace platform
