@@ -1,9 +1,7 @@
 #include "Installation.h"
 
 #include "com.h"
-#include <fstream>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <random>
 
 namespace mbtest {
@@ -23,13 +21,6 @@ fs::path temporaryPath(const char* name)
 void requireWin32(bool done)
 {
     if (!done) throw com::Error(HRESULT_FROM_WIN32(GetLastError()));
-}
-
-std::wstring commandLine(const fs::path& program, const std::vector<std::wstring>& arguments)
-{
-    std::wstring line = L"\"" + program.native() + L"\"";
-    for (const std::wstring& argument : arguments) line += L" \"" + argument + L"\"";
-    return line;
 }
 
 std::wstring dataFolder()
@@ -56,35 +47,6 @@ fs::path systemProgram(const wchar_t* name)
 }
 
 } // namespace
-
-Ended runProgram(const fs::path& program, const std::vector<std::wstring>& arguments)
-{
-    const fs::path output = temporaryPath("mbout");
-    SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
-    const HANDLE file = CreateFileW(output.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
-    requireWin32(file != INVALID_HANDLE_VALUE);
-    STARTUPINFOW start{};
-    start.cb = sizeof start;
-    start.dwFlags = STARTF_USESTDHANDLES;
-    start.hStdOutput = start.hStdError = file;
-    PROCESS_INFORMATION process{};
-    std::wstring line = commandLine(program, arguments);
-    const BOOL started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process);
-    CloseHandle(file);
-    requireWin32(started);
-    WaitForSingleObject(process.hProcess, INFINITE);
-    Ended ended;
-    GetExitCodeProcess(process.hProcess, &ended.code);
-    CloseHandle(process.hThread);
-    CloseHandle(process.hProcess);
-    {
-        std::ifstream in(output, std::ios::binary);
-        ended.output.assign(std::istreambuf_iterator<char>(in), {});
-    }
-    fs::remove(output);
-    std::erase(ended.output, '\r');
-    return ended;
-}
 
 unsigned long registerLibrary(const fs::path& library)
 {

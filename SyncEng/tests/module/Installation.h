@@ -1,18 +1,8 @@
 // The module and the vCard plug-in, registered by regsvr32 for as long as this lives, with the user's data in a folder of the test's.
 #pragma once
-#include <filesystem>
-#include <string>
-#include <vector>
+#include "RunProgram.h"
 
 namespace mbtest {
-
-struct Ended {
-    unsigned long code = 0;
-    std::string output; // standard output and error
-};
-
-// Runs a program to its end. Throws com::Error if it cannot be started.
-Ended runProgram(const std::filesystem::path& program, const std::vector<std::wstring>& arguments);
 
 // As an administrator does it, without a message box.
 unsigned long registerLibrary(const std::filesystem::path& library);

@@ -1,13 +1,7 @@
 // mb run and mb history as a user of Windows runs them: the Script Control, the system's registry, and real stores.
 #include "com.h"
 
-#include "Installation.h"
-
-#include <algorithm>
-#include <fstream>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <iterator>
+#include "MbFixture.h"
 
 using namespace mbtest;
 using testing::EndsWith;
@@ -19,19 +13,14 @@ namespace {
 
 constexpr wchar_t settings[] = L"Software\\Zorel\\MBSyncEng", enableDecrypt[] = L"EnableDecrypt";
 
-class MbScript : public testing::Test {
+class MbScript : public MbTest {
 protected:
-    MbScript()
-    {
-        fs::create_directories(cards);
-        EXPECT_EQ(registerLibrary(NOTEBOOK_PLUGIN), 0u);
-    }
+    MbScript() { EXPECT_EQ(registerLibrary(NOTEBOOK_PLUGIN), 0u); }
     ~MbScript() override
     {
         RegDeleteKeyValueW(HKEY_CURRENT_USER, settings, enableDecrypt);
         EXPECT_EQ(unregisterLibrary(NOTEBOOK_PLUGIN), 0u);
     }
-    static Ended mb(const std::vector<std::wstring>& arguments) { return runProgram(MB_PROGRAM, arguments); }
     Ended tellStory() const
     {
         const fs::path story = fs::path(EXAMPLES_FOLDER) / "first-sync.vbs";
@@ -39,28 +28,21 @@ protected:
     }
     Ended runScript(const std::string& text) const
     {
-        put(script, text);
+        putText(script, text);
         return mb({L"run", script.native()});
-    }
-    static void put(const fs::path& file, const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
-    static std::string read(const fs::path& file)
-    {
-        std::ifstream in(file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), {}};
     }
     // A map that ran once, by its identifier.
     std::wstring makeMap() const
     {
-        put(cards / "ada.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Lovelace;Ada;;;\r\nFN:Ada Lovelace\r\nEND:VCARD\r\n");
-        const Ended added = mb({L"add", L"Notebook=" + notes.native(), L"vCard=" + cards.native()});
-        EXPECT_EQ(added.code, 0u) << added.output;
+        putCard(cards, "Ada", "Lovelace");
+        const std::wstring map = addMap(L"Notebook=" + notes.native(), L"vCard=" + cards.native());
         const Ended ran = mb({L"sync", L"--silent"});
         EXPECT_EQ(ran.code, 0u) << ran.output;
-        return {added.output.begin(), std::find(added.output.begin(), added.output.end(), '\n')};
+        return map;
     }
 
-    Installation installation;
-    fs::path cards = installation.folder() / "cards", notes = installation.folder() / "notes.txt";
+    const fs::path& cards = two;
+    fs::path notes = installation.folder() / "notes.txt";
     fs::path script = installation.folder() / "script.vbs";
 };
 
@@ -72,17 +54,17 @@ TEST_F(MbScript, TheFirstSyncExampleIsGreenWithRealStores)
     EXPECT_EQ(told.code, 0u) << told.output;
     EXPECT_EQ(told.output, "");
     EXPECT_EQ(std::distance(fs::directory_iterator(cards), {}), 0) << "the story ends as it began";
-    EXPECT_EQ(read(notes), "Notebook 1\n") << "a notebook was opened, and it is empty again";
+    EXPECT_EQ(textOf(notes), "Notebook 1\n") << "a notebook was opened, and it is empty again";
     EXPECT_THAT(mb({L"maps", L"--json"}).output, StartsWith("[]"));
 }
 
 TEST_F(MbScript, TheFirstSyncExampleLeavesAContactOfTheUsersAlone)
 {
-    put(cards / "own.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Own Person\r\nN:Person;Own;;;\r\nEND:VCARD\r\n");
+    putCard(cards, "Own", "Person");
     const Ended told = tellStory();
     EXPECT_EQ(told.code, 1u);
     EXPECT_THAT(told.output, HasSubstr("This example wants two empty stores."));
-    EXPECT_TRUE(fs::exists(cards / "own.vcf"));
+    EXPECT_TRUE(fs::exists(cards / "Own Person.vcf"));
 }
 
 TEST_F(MbScript, AFailingScriptIsToldInOneSentenceWithFileAndLine)
@@ -110,12 +92,12 @@ TEST_F(MbScript, AHistoryIsDecodedOnlyWhereTheUserAllowsIt)
     EXPECT_THAT(refused.output, EndsWith("set the DWORD value EnableDecrypt to 1 under HKEY_CURRENT_USER\\Software\\Zorel\\MBSyncEng.\n"));
     EXPECT_FALSE(fs::exists(decoded));
 
-    const DWORD one = 1;
-    ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, settings, enableDecrypt, REG_DWORD, &one, sizeof one), ERROR_SUCCESS);
+    const DWORD yes = 1;
+    ASSERT_EQ(RegSetKeyValueW(HKEY_CURRENT_USER, settings, enableDecrypt, REG_DWORD, &yes, sizeof yes), ERROR_SUCCESS);
     const Ended written = mb({L"history", map, L"--decoded", decoded.native()});
     EXPECT_EQ(written.code, 0u) << written.output;
-    EXPECT_THAT(read(decoded), HasSubstr("Lovelace"));
-    EXPECT_THAT(read(installation.data() / (map + L".xml")), testing::Not(HasSubstr("Lovelace"))) << "the history itself is encoded";
+    EXPECT_THAT(textOf(decoded), HasSubstr("Lovelace"));
+    EXPECT_THAT(textOf(installation.data() / (map + L".xml")), testing::Not(HasSubstr("Lovelace"))) << "the history itself is encoded";
 
     const Ended nowhere = mb({L"history", map, L"--decoded", (installation.folder() / "absent" / "out.xml").native()});
     EXPECT_EQ(nowhere.code, 1u);

@@ -1,6 +1,7 @@
 // mb as its users run it: the built program with the real engine and plug-ins, in a home of its own.
 #pragma once
 #include "RunProgram.h"
+#include "StoryFiles.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -12,10 +13,6 @@ using Json = nlohmann::json;
 std::filesystem::path binFolder();
 std::string cardFilePlugin();
 std::string vCardPlugin();
-std::string textOf(const std::filesystem::path& file);
-void putText(const std::filesystem::path& file, const std::string& text);
-void replaceIn(const std::filesystem::path& file, const std::string& from, const std::string& to);
-bool isOneSentence(const std::string& text);
 
 class EndToEnd : public testing::Test {
 protected:
@@ -32,8 +29,8 @@ protected:
     [[nodiscard]] std::string cards() const { return home_ / "cards.db"; }
     [[nodiscard]] std::filesystem::path folder() const { return home_ / "Contacts"; }
     [[nodiscard]] std::filesystem::path dataFolder() const { return home_ / "data" / "Zorel" / "MBSync"; }
-    [[nodiscard]] std::size_t cardCount() const;
-    [[nodiscard]] std::filesystem::path cardWith(const std::string& text) const;
+    [[nodiscard]] std::size_t cardCount() const { return mbtest::cardCount(folder()); }
+    [[nodiscard]] std::filesystem::path cardWith(const std::string& text) const { return mbtest::cardWith(folder(), text); }
 
     std::filesystem::path home_;
     RunOptions run_;
