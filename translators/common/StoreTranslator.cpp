@@ -249,12 +249,12 @@ HRESULT StoreTranslator::BeginAddRecord(BSTR* lpRecID)
 {
     if (!lpRecID) return E_POINTER;
     *lpRecID = nullptr;
-    return run([&] { com::give(lpRecID, platform::utf16(store(Step::Add).beginAdd())); });
+    return begin([&] { com::give(lpRecID, platform::utf16(store(Step::Add).beginAdd())); });
 }
 
 HRESULT StoreTranslator::BeginEditRecord(BSTR lpRecID)
 {
-    return run([&] { store(Step::Edit).beginEdit(idOf(lpRecID)); });
+    return begin([&] { store(Step::Edit).beginEdit(idOf(lpRecID)); });
 }
 
 HRESULT StoreTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarValue)
@@ -280,6 +280,7 @@ HRESULT StoreTranslator::WriteField(BSTR lpRecID, REFGUID rField, VARIANT varVal
     return run([&] {
         const PluginField* field = fieldOf(rField);
         if (!field) throw StoreError(Step::WriteField, "The store has no such field.");
+        if (!notBegun_.empty()) throw StoreError(Step::WriteField, notBegun_);
         if (field->dataType == dtImage) return writePicture(idOf(lpRecID), *field, varValue);
         store(Step::WriteField).write(idOf(lpRecID), field->type, textOf(varValue, *field));
     });

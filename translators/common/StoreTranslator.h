@@ -116,6 +116,7 @@ private:
     bool offers(REFIID riid) const noexcept override;
     HRESULT start(ITrServices* services, OpenStore openStore);
     void open(ITrServices* services, std::u16string_view database, OpenStore openStore);
+    template <class F> HRESULT begin(F&& body) noexcept; // an addition or an edit
     const Picture& picture() const;
     std::u16string readPicture(const std::string& id, const PluginField& field);
     void writePicture(const std::string& id, const PluginField& field, const VARIANT& value);
@@ -126,12 +127,26 @@ private:
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     std::u16string lastError_;
+    std::string notBegun_; // why the last addition or edit could not begin; its caller may go on to write, and hears of it then
     // The identifier of the last call and its UTF-8: most calls are about the same record as the one before.
     std::u16string lastId_;
     std::string lastIdUtf8_;
     bool imagesAllowed_ = true;
     std::optional<Picture> picture_; // the one that was begun
 };
+
+template <class F> HRESULT StoreTranslator::begin(F&& body) noexcept
+{
+    return run([&] {
+        notBegun_.clear();
+        try {
+            body();
+        } catch (const StoreError& e) {
+            notBegun_ = e.what();
+            throw;
+        }
+    });
+}
 
 template <class F> HRESULT StoreTranslator::run(F&& body) noexcept
 {

@@ -222,6 +222,21 @@ TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
     EXPECT_EQ(translator->DeleteRecord(id.get()), kFailure(0x8004020E));
 }
 
+TEST_F(VCardTranslatorTest, AWriteAfterAnEditThatCouldNotBeginTellsWhy)
+{
+    put("bad.vcf", "BEGIN:VCARD\nVERSION:3.0\n\nnonsense\nEND:VCARD\n");
+    put("good.vcf", cardText("G"));
+    ASSERT_EQ(initialize(), S_OK);
+    const Bstr bad(u"bad.vcf"), good(u"good.vcf");
+    ASSERT_EQ(translator->BeginEditRecord(bad.get()), kFailure(0x8004020B));
+    const std::string why = lastError();
+    EXPECT_NE(why.find("line 4"), std::string::npos) << why;
+    EXPECT_EQ(write(bad, ftTitle, u"x"), kFailure(0x8004020C));
+    EXPECT_EQ(lastError(), why);
+    ASSERT_EQ(translator->BeginEditRecord(good.get()), S_OK);
+    EXPECT_EQ(write(good, ftTitle, u"x"), S_OK);
+}
+
 TEST_F(VCardTranslatorTest, IdentifiersThatLeaveTheFolderAreRefusedEverywhere)
 {
     writeBytes(folder.path() / "outside.vcf", cardText("O"));
