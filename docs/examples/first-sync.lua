@@ -2,12 +2,14 @@
 -- The same story for Windows is told by first-sync.vbs and first-sync.ps1.
 --
 --   mkdir /tmp/cards
---   mb run docs/examples/first-sync.lua --store Notebook=/tmp/notebook.txt --store vCard=/tmp/cards
+--   mb run docs/examples/first-sync.lua --store Mirabook=/tmp/cards.db --store vCard=/tmp/cards
+--
+-- Both plug-ins are registered first. The Notebook of docs/writing-a-translator.md can stand in for Mirabook.
 --
 -- Out stands for an argument that comes back; its value is a result of the call. Out(value) goes in, too.
 
 local ftFirstName, ftLastName, ftCompany, ftCity, ftPhone = 2, 4, 7, 9, 20
-local names = { "Notebook", "vCard" }
+local names = { nil, "vCard" } -- the first is found out
 
 local auto = CreateObject("MBSync.SyncAutoTest.1")
 local map
@@ -114,12 +116,25 @@ local function story()
     expect(call.pbFound == false, "FindRecord says so")
 end
 
+local function makeMap()
+    for _, first in ipairs { "Notebook", "Mirabook" } do
+        local done, made = pcall(auto.AddTrMap, auto, first, names[2], Out)
+        if done then
+            names[1] = first
+            return made
+        end
+    end
+    error("Register vCard first, and Mirabook or Notebook.", 0)
+end
+
 function Main()
-    map = auto:AddTrMap(names[1], names[2], Out)
+    map = makeMap()
     local empty = true
     local done, message = pcall(function()
         for side = 1, 2 do
-            empty = empty and #readAll(side) == 0
+            local opened, records = pcall(readAll, side)
+            if not opened then error("Name both stores by --store: " .. names[side] .. " cannot be opened. " .. records, 0) end
+            empty = empty and #records == 0
         end
         if not empty then error("This example wants two empty stores.", 0) end
         story()

@@ -47,6 +47,19 @@ TEST_F(ScriptCommandTest, TheFirstSyncExampleIsGreenWithRealStores)
     EXPECT_EQ(cardCount(), 1u) << "a contact of the user's is left alone";
 }
 
+TEST_F(ScriptCommandTest, TheFirstSyncExampleRunsWithThePluginsOfTheQuickstart)
+{
+    const fs::path script = fs::path(EXAMPLES_FOLDER) / "first-sync.lua";
+    const Result without = mb({"run", script});
+    EXPECT_EQ(without.code, 1);
+    EXPECT_NE(without.error.find("Register vCard first"), std::string::npos) << without.error;
+    registerPlugins();
+    const Result result = mb({"run", script, "--store", "Mirabook=story.db", "--store", "vCard=Contacts"});
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_TRUE(result.out.ends_with("All is as it should be.\n")) << result.out;
+    EXPECT_EQ(json({"maps"}), Json::array());
+}
+
 TEST_F(ScriptCommandTest, AFailingScriptIsToldInOneSentenceWithFileAndLine)
 {
     const std::string script = home_ / "script.lua";
