@@ -118,7 +118,7 @@ TEST_F(TerminalFrontEndTest, ADialogIsWrittenAsTextWithNumberedChoices)
                         "  2 [ ]   City   Paris  Rome\n"
                         "  3 [ ]   City   Paris  Rome\n\n"
                         "  1 (*) One\n  2 ( ) Two\n  3 [ ] All\n  4 OK\n  5 More\n  6 Cancel\n  7 Help\n"
-                        "[Enter: OK, ?: help] \n");
+                        "[Enter: OK, r1: select row 1, x1: check row 1, ?: help] \n");
 }
 
 TEST_F(TerminalFrontEndTest, NumbersChooseCheckAndPress)

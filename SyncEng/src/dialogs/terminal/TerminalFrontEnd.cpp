@@ -156,10 +156,19 @@ private:
         return nullptr;
     }
 
+    // A number alone is a choice, so the prompt tells how a row is meant.
+    bool anyRow(bool Control::*has) const
+    {
+        return std::ranges::any_of(model().controls(), [&](const Control& control) { return control.*has && !control.rows.empty(); });
+    }
+
     std::u16string prompt() const
     {
-        const Control* byDefault = defaultButton();
-        return (byDefault ? u"[Enter: " + plainCaption(byDefault->text) + u", ?: help] " : u"[?: help] ") + std::u16string();
+        std::u16string text = u"[";
+        if (const Control* byDefault = defaultButton()) text += u"Enter: " + plainCaption(byDefault->text) + u", ";
+        if (anyRow(&Control::selectable)) text += u"r1: select row 1, ";
+        if (anyRow(&Control::checkBoxes)) text += u"x1: check row 1, ";
+        return text + u"?: help] ";
     }
 
     void take(const Command& command)
