@@ -78,24 +78,20 @@ public:
         for (std::size_t i = 0; i < firsts.items().size(); ++i) out.push_back({firsts.data()[i], seconds.data()[i]});
         return out;
     }
+    // A field goes with one other, or an edit of one would be overwritten by the other: what either went with before, it leaves.
     void add(const GUID& field1, const GUID& field2)
     {
-        VARIANT_BOOL exists = VARIANT_FALSE;
-        if (SUCCEEDED(fieldMaps_->MapEntryExist(fieldMap_, field1, field2, &exists)) && exists) return;
-        expect(fieldMaps_->AddMapEntry(fieldMap_, field1, field2));
-        tellEngine();
+        std::vector<Pair> wanted = pairs();
+        std::erase_if(wanted, [&](const Pair& pair) { return pair.first == field1 || pair.second == field2; });
+        wanted.push_back({field1, field2});
+        replaceWith(wanted);
     }
-    // A pair is taken out by making the map anew with the others, in their order.
     void remove(const GUID& field1)
     {
         std::vector<Pair> kept = pairs();
         if (std::erase_if(kept, [&](const Pair& pair) { return pair.first == field1; }) == 0)
             throw Failure("The field " + quote(first.nameOf(field1)) + " is not mapped.");
-        const auto ids = translators();
-        GUID fresh{};
-        expect(fieldMaps_->Create(ids.first, ids.second, &fresh));
-        for (const Pair& pair : kept) expect(fieldMaps_->AddMapEntry(fresh, pair.first, pair.second));
-        replaceWith(fresh);
+        replaceWith(kept);
     }
     // Asks the user in the terminal.
     void edit()
@@ -124,8 +120,13 @@ private:
         expect(maps_->GetTranslators(map_, &ids.first, &ids.second));
         return ids;
     }
-    void replaceWith(const GUID& fresh)
+    // A pair is only ever added to a field map, so the list is made anew, in its order.
+    void replaceWith(const std::vector<Pair>& wanted)
     {
+        const auto ids = translators();
+        GUID fresh{};
+        expect(fieldMaps_->Create(ids.first, ids.second, &fresh));
+        for (const Pair& pair : wanted) expect(fieldMaps_->AddMapEntry(fresh, pair.first, pair.second));
         expect(maps_->SetFieldMap(map_, fresh));
         (void)fieldMaps_->DeleteMap(fieldMap_);
         fieldMap_ = fresh;
@@ -180,11 +181,12 @@ void addFieldCommands(CLI::App& app)
     const auto given = std::make_shared<Arguments>();
     auto* fields = app.add_subcommand("fields", "List or change which field of the first store goes with which of the second");
     fields->footer(
+        "--map takes both fields out of the pairs they were in. A field that is in no pair is left alone in both stores.\n"
         "Contacts that nobody edits keep their values after a change of the list; mb sync MAP --resync compares them all anew.\n\n"
         "Examples:\n  mb fields 5F49\n  mb fields 5F49 --map \"Home phone\" \"Other phone\"\n"
         "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset\n  mb fields 5F49 --edit");
     fields->add_option("MAP", given->map, mapHelp)->required();
-    auto* add = fields->add_option("--map", given->pair, "Map a field of the first store to one of the second")->expected(2);
+    auto* add = fields->add_option("--map", given->pair, "Let a field of the first store go with one of the second")->expected(2);
     auto* remove = fields->add_option("--unmap", given->removed, "Take a field of the first store out of the list");
     auto* reset = fields->add_flag("--reset", given->reset, "Map all fields that mean the same, and no others");
     auto* available = fields->add_flag("--available", given->available, "List the fields that the stores have");

@@ -117,8 +117,8 @@ std::string optionHelp()
             if (value.value != option.byDefault) text += std::string(" ") + value.name;
         text += "\n      " + std::string(option.meaning) + "\n";
     }
-    return text + "\nmb sync asks nothing: where \"ask\" is set, both contacts of a conflict are kept, or the one that was not deleted;\n"
-                  "\"merge\" leaves both as they are.\n\n"
+    return text + "\nmb sync --silent asks nothing: where \"ask\" is set, both contacts of a conflict are kept, or the one that was not\n"
+                  "deleted; \"merge\" leaves both as they are.\n\n"
                   "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second";
 }
 

@@ -23,7 +23,12 @@ std::string textOf(const com::Bstr& text) { return platform::utf8(text.view()); 
 
 std::string guidName(const GUID& guid) { return platform::utf8(com::guidText(guid)); }
 
-std::string storeName(const MapInfo& map, int side) { return printable(map.translators[side].name + "=" + map.databases[side]); }
+std::string storeName(const MapInfo& map, int side)
+{
+    const TranslatorInfo& translator = map.translators[side];
+    if (translator.name == guidName(translator.clsid)) return translator.name + " (no plug-in is registered)";
+    return printable(translator.name + "=" + map.databases[side]);
+}
 
 std::vector<GUID> listMaps(const Engine& engine)
 {

@@ -14,15 +14,23 @@ std::string sideSentence(const std::string& store, const SideCounts& counts)
 
 Json sideJson(const SideCounts& counts) { return {{"created", counts.created}, {"updated", counts.updated}, {"deleted", counts.deleted}}; }
 
+constexpr std::size_t shownLines = 10;
+
+void tellLeftOut(const std::vector<std::string>& lines)
+{
+    for (std::size_t i = 0; i < std::min(lines.size(), shownLines); ++i) print("  " + printable(lines[i]) + "\n");
+    if (lines.size() > shownLines) print("  and " + std::to_string(lines.size() - shownLines) + " more left out; mb log names them\n");
+}
+
 void tellConflicts(const std::vector<SettledConflict>& conflicts)
 {
-    constexpr std::size_t shown = 10;
-    for (std::size_t i = 0; i < std::min(conflicts.size(), shown); ++i) {
+    for (std::size_t i = 0; i < std::min(conflicts.size(), shownLines); ++i) {
         const auto& [contact, settled] = conflicts[i];
         print("  in conflict: " + (contact.empty() ? "a contact without a name" : printable(contact)) +
               (settled.empty() ? "\n" : "; " + printable(settled) + "\n"));
     }
-    if (conflicts.size() > shown) print("  and " + std::to_string(conflicts.size() - shown) + " more in conflict; mb log names them\n");
+    if (conflicts.size() > shownLines)
+        print("  and " + std::to_string(conflicts.size() - shownLines) + " more in conflict; mb log names them\n");
 }
 
 } // namespace
@@ -45,6 +53,8 @@ Json outcomeJson(const Outcome& outcome)
         json["first"] = sideJson(outcome.counts->sides[0]);
         json["second"] = sideJson(outcome.counts->sides[1]);
         json["matched"] = outcome.counts->matched;
+        json["leftOut"] = Json::array();
+        for (const std::string& line : outcome.counts->leftOut) json["leftOut"].push_back(printable(line));
         json["conflicts"] = Json::array();
         for (const auto& [contact, settled] : outcome.counts->conflicts)
             json["conflicts"].push_back({{"contact", printable(contact)}, {"settled", printable(settled)}});
@@ -61,10 +71,17 @@ void tellCounts(const std::string& title, const std::array<std::string, 2>& stor
     std::snprintf(time, sizeof time, " (%.1f s)\n", outcome.seconds);
     print(title + (idle ? ": nothing to do" : done ? ": done" : ": stopped") + time);
     if (!outcome.counts) return print("  What was written is not counted: the engine's log is switched off.\n");
-    if (outcome.counts->nothing()) return;
-    for (const std::size_t side : {0u, 1u}) print(sideSentence(stores[side], outcome.counts->sides[side]));
+    if (!outcome.counts->nothing())
+        for (const std::size_t side : {0u, 1u}) print(sideSentence(stores[side], outcome.counts->sides[side]));
     if (outcome.counts->matched > 0) print("  " + std::to_string(outcome.counts->matched) + " found on both sides and linked\n");
+    tellNotes(outcome);
+}
+
+void tellNotes(const Outcome& outcome)
+{
+    if (!outcome.counts) return;
     tellConflicts(outcome.counts->conflicts);
+    tellLeftOut(outcome.counts->leftOut);
 }
 
 void throwCancelled() { throw Failure("Cancelled. What was written before is kept, and the next run goes on from there.", exitCancelled); }

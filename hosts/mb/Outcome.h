@@ -22,6 +22,8 @@ struct Outcome {
 Json outcomeJson(const Outcome& outcome);
 // A line for the run as a whole, and one for each store.
 void tellCounts(const std::string& title, const std::array<std::string, 2>& stores, const Outcome& outcome);
+// The contacts in conflict, and what the plug-ins left out.
+void tellNotes(const Outcome& outcome);
 [[noreturn]] void throwCancelled();
 
 // The two messages behind a failure as one sentence.

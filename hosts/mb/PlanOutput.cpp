@@ -40,6 +40,20 @@ std::string contactText(const PlannedContact& contact)
     return rows.empty() ? out : out + indented(table({"FIELD", "NOW", "NEW"}, rows), "      ");
 }
 
+std::string listText(const MapInfo& map, const std::vector<PlannedContact>& all)
+{
+    std::string out;
+    for (const int side : {0, 1}) {
+        std::string lines;
+        for (const PlannedContact& contact : all)
+            if (contact.side == side) lines += contactText(contact);
+        if (!lines.empty()) out += "\n" + storeName(map, side) + "\n" + lines;
+    }
+    return out;
+}
+
+const char* storeOf(const PlannedContact& contact) { return contact.side == 0 ? "first" : "second"; }
+
 Json countsJson(const PlannedCounts& counts)
 {
     return {{"contacts", counts.records}, {"additions", counts.additions}, {"changes", counts.changes}, {"deletions", counts.deletions}};
@@ -49,14 +63,12 @@ Json countsJson(const PlannedCounts& counts)
 
 std::string planText(const MapInfo& map, const RunPlan& plan)
 {
-    if (plan.contacts.empty()) return guidName(map.guid) + ": nothing to do\n";
-    std::string out = guidName(map.guid) + ": this would be done\n" + summaryText(plan.summary);
-    for (const int side : {0, 1}) {
-        std::string contacts;
-        for (const PlannedContact& contact : plan.contacts)
-            if (contact.side == side) contacts += contactText(contact);
-        if (!contacts.empty()) out += "\n" + storeName(map, side) + "\n" + contacts;
-    }
+    if (plan.nothing()) return guidName(map.guid) + ": nothing to do\n";
+    std::string out = guidName(map.guid) + ": this would be done\n";
+    if (!plan.categoryNames.empty())
+        out += "\nThe lists of categories\n" + summaryText(plan.categorySummary) + listText(map, plan.categoryNames);
+    if (!plan.categoryNames.empty() && !plan.contacts.empty()) out += "\nThe contacts\n";
+    if (!plan.contacts.empty()) out += summaryText(plan.summary) + listText(map, plan.contacts);
     return out + "\nNothing was written.\n";
 }
 
@@ -67,13 +79,19 @@ Json planJson(const RunPlan& plan)
         Json fields = Json::array();
         for (const PlannedField& field : contact.fields)
             fields.push_back({{"field", field.name}, {"now", field.current}, {"new", field.value}});
-        contacts.push_back({{"store", contact.side == 0 ? "first" : "second"},
+        contacts.push_back({{"store", storeOf(contact)},
                             {"action", contact.action},
                             {"name", contact.name},
                             {"company", contact.company},
                             {"fields", std::move(fields)}});
     }
-    return {{"first", countsJson(plan.sides[0])}, {"second", countsJson(plan.sides[1])}, {"contacts", std::move(contacts)}};
+    Json categories = Json::array();
+    for (const PlannedContact& category : plan.categoryNames)
+        categories.push_back({{"store", storeOf(category)}, {"action", category.action}, {"name", category.name}});
+    return {{"first", countsJson(plan.sides[0])},
+            {"second", countsJson(plan.sides[1])},
+            {"contacts", std::move(contacts)},
+            {"categories", std::move(categories)}};
 }
 
 } // namespace mbhost

@@ -26,6 +26,12 @@ std::string namesServedBy(const Engine& engine, const std::filesystem::path& lib
     return names;
 }
 
+std::string registryPlace()
+{
+    const std::filesystem::path file = platform::registryFile(); // none where the system keeps one
+    return file.empty() ? std::string() : " " + quote(file.string());
+}
+
 struct Registration {
     const char *function, *verb;
 };
@@ -40,7 +46,9 @@ void callPlugin(const Registration& registration, const std::filesystem::path& p
     if (!call) throw Failure("The file " + name + " is no plug-in: it has no " + registration.function + ".");
     const HRESULT hr = call();
     library.release(); // its objects and static data stay valid to the end of the process
-    if (FAILED(hr)) throw Failure("The plug-in " + name + " could not be " + registration.verb + ": " + describe(hr));
+    if (FAILED(hr))
+        throw Failure("The plug-in " + name + " could not be " + registration.verb + " in the registry" + registryPlace() + ": " +
+                      describe(hr));
 }
 
 void callEach(const Registration& registration, const std::vector<std::string>& files)
@@ -53,6 +61,9 @@ void callEach(const Registration& registration, const std::vector<std::string>& 
         const std::string before = namesServedBy(engine, path);
         callPlugin(registration, path);
         const std::string after = namesServedBy(engine, path), names = after.empty() ? before : after;
+        if (&registration == &unregistering && !after.empty())
+            throw Failure("The plug-in " + quote(textOf(path)) + " is still registered: the registry" + registryPlace() +
+                          " cannot be written.");
         print(std::string(registration.verb) + " " + (names.empty() ? "" : names + " from ") + printable(textOf(path)) + "\n");
     }
 }

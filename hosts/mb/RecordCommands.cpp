@@ -154,7 +154,8 @@ void addRecordCommands(CLI::App& app)
 {
     const auto given = std::make_shared<RecordArguments>();
     auto* status = app.add_subcommand("record-status", "Show or set the status of the records in a map's history");
-    status->footer("A status is current, outdated, unreachable, not-present, excluded or a number.\n\n"
+    status->footer("A status is current, outdated, unreachable, not-present, excluded or a number; a record that was given none shows as\n"
+                   "not-present, whether it stands in the store or not.\n\n"
                    "Examples:\n  mb record-status 5F49\n  mb record-status 5F49 --status outdated --second\n"
                    "  mb record-status 5F49 8c1e0f27 --set excluded");
     status->add_option("MAP", given->map, mapHelp)->required();

@@ -11,6 +11,9 @@ namespace mbhost {
 
 std::filesystem::path logPath();
 
+// The fixed beginning of a text of the engine's.
+std::string engineText(int id);
+
 struct SideCounts {
     int created = 0, updated = 0, deleted = 0;
 };
@@ -24,6 +27,7 @@ struct RunCounts {
     SideCounts sides[2];
     int matched = 0;
     std::vector<SettledConflict> conflicts;
+    std::vector<std::string> leftOut; // a plug-in's own lines about what it could not take, each once
     [[nodiscard]] bool nothing() const noexcept;
 };
 

@@ -5,7 +5,17 @@
 namespace mbhost {
 
 HRESULT STDMETHODCALLTYPE RunSink::OnProgress(_SyncProgress progress, DOUBLE fPercent) { return progress_->OnProgress(progress, fPercent); }
-HRESULT STDMETHODCALLTYPE RunSink::OnProgress2(BSTR label, DOUBLE fPercent) { return progress_->OnProgress2(label, fPercent); }
+
+// A pass begins with the stage of this name, and nothing else tells which of the two passes a plan belongs to.
+HRESULT STDMETHODCALLTYPE RunSink::OnProgress2(BSTR label, DOUBLE fPercent)
+{
+    return com::guarded([&] {
+        const std::string stage = printable(com::viewOf(label));
+        if (stage == categoriesBegin_) plan.ofCategories = true;
+        if (stage == contactsBegin_) plan.ofCategories = false;
+        return progress_->OnProgress2(label, fPercent);
+    });
+}
 
 // A look at the plan shows too many deletions as well.
 HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG additions, LONG changes, LONG deletions,
@@ -14,7 +24,7 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG add
     if (!pDetails) return E_POINTER;
     *pDetails = planOnly ? VARIANT_TRUE : VARIANT_FALSE;
     const int index = side == idTrans1 ? 0 : 1;
-    plan.sides[index] = {records, additions, changes, deletions};
+    (plan.ofCategories ? plan.categories : plan.sides)[index] = {records, additions, changes, deletions};
     if (limit.allows(records, deletions)) return S_OK;
     refusedSide = index;
     return planOnly ? S_OK : E_ABORT;
@@ -24,19 +34,21 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlannedContact(_TransIds side, BSTR action,
 {
     return com::guarded([&] {
         const std::string first = printable(com::viewOf(firstName)), last = printable(com::viewOf(lastName));
-        plan.contacts.push_back({side == idTrans1 ? 0 : 1,
-                                 printable(com::viewOf(action)),
-                                 first + (first.empty() || last.empty() ? "" : " ") + last,
-                                 printable(com::viewOf(company)),
-                                 {}});
+        (plan.ofCategories ? plan.categoryNames : plan.contacts)
+            .push_back({side == idTrans1 ? 0 : 1,
+                        printable(com::viewOf(action)),
+                        first + (first.empty() || last.empty() ? "" : " ") + last,
+                        printable(com::viewOf(company)),
+                        {}});
     });
 }
 
 HRESULT STDMETHODCALLTYPE RunSink::OnPlannedField(BSTR name, BSTR currentValue, BSTR newValue)
 {
     return com::guarded([&]() -> HRESULT {
-        if (plan.contacts.empty()) return E_UNEXPECTED;
-        plan.contacts.back().fields.push_back(
+        auto& told = plan.ofCategories ? plan.categoryNames : plan.contacts;
+        if (told.empty()) return E_UNEXPECTED;
+        told.back().fields.push_back(
             {printable(com::viewOf(name)), printable(com::viewOf(currentValue)), printable(com::viewOf(newValue))});
         return S_OK;
     });
@@ -45,7 +57,7 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlannedField(BSTR name, BSTR currentValue, 
 HRESULT STDMETHODCALLTYPE RunSink::OnPlanEnd(BSTR summary)
 {
     return com::guarded([&]() -> HRESULT {
-        plan.summary += com::viewOf(summary);
+        (plan.ofCategories ? plan.categorySummary : plan.summary) += com::viewOf(summary);
         return planOnly ? E_ABORT : acceptSummary ? S_FALSE : S_OK;
     });
 }

@@ -3,6 +3,7 @@
 #pragma once
 #include "DeleteLimit.h"
 #include "Progress.h"
+#include "RunLog.h"
 #include <vector>
 
 namespace mbhost {
@@ -22,9 +23,12 @@ struct PlannedCounts {
 };
 
 struct RunPlan {
-    PlannedCounts sides[2];
-    std::vector<PlannedContact> contacts;
-    std::u16string summary; // lines as the confirmation shows them
+    PlannedCounts sides[2], categories[2];
+    std::vector<PlannedContact> contacts, categoryNames;
+    std::u16string summary, categorySummary; // lines as the confirmation shows them
+    bool ofCategories = false;               // the pass that is told last is the one over the lists of categories
+
+    [[nodiscard]] bool nothing() const noexcept { return contacts.empty() && categoryNames.empty(); }
 };
 
 class RunSink final : public com::Object<ISyncEvents, ISyncReview> {
@@ -54,6 +58,7 @@ public:
 
 private:
     com::Ptr<Progress> progress_;
+    const std::string contactsBegin_ = engineText(194), categoriesBegin_ = engineText(221);
 };
 
 } // namespace mbhost

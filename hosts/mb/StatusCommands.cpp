@@ -80,9 +80,15 @@ void addStatusCommands(CLI::App& app)
     state->add_flag("--json", given->json, jsonHelp);
     state->callback([given] { status(given->json); });
 
+    const CLI::Validator lineCount(
+        [](const std::string& text) {
+            const bool number = !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos;
+            return number ? std::string() : quote(text) + " is no number of lines";
+        },
+        "");
     auto* log = app.add_subcommand("log", "Show the end of the engine's log");
     log->footer("Examples:\n  mb log\n  mb log --lines 200");
-    log->add_option("--lines", given->count, "How many lines, 0 for all")->capture_default_str()->check(CLI::NonNegativeNumber);
+    log->add_option("--lines", given->count, "How many lines, 0 for all")->capture_default_str()->check(lineCount);
     log->add_flag("--json", given->json, jsonHelp);
     log->callback([given] { showLog(given->count, given->json); });
 }

@@ -82,9 +82,11 @@ std::vector<int> writtenSides(ITrMap* maps, const GUID& map)
 std::string refusalSentence(const Runner& runner, const MapInfo& map)
 {
     const int side = runner.sink().refusedSide;
-    const PlannedCounts& counts = runner.sink().plan.sides[side];
-    return "The run would delete " + std::to_string(counts.deletions) + " of the " + std::to_string(counts.records) + " contacts of " +
-           storeName(map, side) + ", and --max-delete " + runner.options().limit.text() +
+    const RunPlan& plan = runner.sink().plan;
+    const PlannedCounts& counts = (plan.ofCategories ? plan.categories : plan.sides)[side];
+    return "The run would delete " + std::to_string(counts.deletions) + " of the " + std::to_string(counts.records) +
+           (plan.ofCategories ? " categories of " : " contacts of ") + storeName(map, side) + ", and --max-delete " +
+           runner.options().limit.text() +
            " is the limit; nothing of it was written. Look at the stores, and if the deletions are meant, set --max-delete higher.";
 }
 
@@ -159,10 +161,12 @@ std::vector<GUID> resolveMaps(const Engine& engine, const std::vector<std::strin
 
 void tell(const MapInfo& map, const Outcome& outcome, const RunPlan& plan)
 {
-    if (outcome.end == Outcome::End::Planned)
+    if (outcome.end == Outcome::End::Planned) {
         print(planText(map, plan));
-    else if (outcome.end == Outcome::End::Done || (outcome.counts && !outcome.counts->nothing()))
+        tellNotes(outcome);
+    } else if (outcome.end == Outcome::End::Done || (outcome.counts && !outcome.counts->nothing())) {
         tellMap(map, outcome);
+    }
 }
 
 void sync(const std::vector<std::string>& names, const SyncOptions& options)
@@ -212,6 +216,7 @@ void addSyncCommand(CLI::App& app)
         "the options of the map say. With no terminal to ask on, a run that has a question ends with code 3 and writes\n"
         "nothing. --silent asks nothing: both contacts of a conflict are kept, and a contact that was changed on one side and\n"
         "deleted on the other is kept.\n"
+        "--max-delete is a number, a percentage such as 20%, or none; without it, half of a store of more than ten.\n"
         "Maps run one after the other; the first that fails is the last. Ctrl-C stops cleanly: what was written stays, and\n"
         "the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"
@@ -222,9 +227,7 @@ void addSyncCommand(CLI::App& app)
     auto* yes = command->add_flag("--yes", options.yes, "Accept the changes; conflicts are still asked about");
     auto* dryRun = command->add_flag("--dry-run", options.dryRun,
                                      "Show what would be done, field by field, with conflicts settled as by --silent; write nothing");
-    command->add_option("--max-delete", given->limit,
-                        "Refuse a run that would delete more contacts of a store: a number, a percentage as 20%, or none; without it, "
-                        "half of a store of more than ten");
+    command->add_option("--max-delete", given->limit, "Refuse a run that would delete more contacts of a store than this");
     command->add_flag("--json", options.json, jsonHelp);
     dryRun->excludes(resync, silent, yes);
     silent->excludes(yes);

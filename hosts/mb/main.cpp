@@ -8,17 +8,33 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace {
+
+// What was typed wrongly, and whose help tells more.
+std::string usageSentence(const CLI::App* app, const CLI::Error& error)
+{
+    const auto used = app->get_subcommands();
+    if (used.empty() && !app->remaining().empty())
+        return "mb: There is no command " + mbhost::quote(app->remaining().front()) + "; mb --help lists the commands.\n";
+    std::string what = mbhost::printable(error.what());
+    if (!what.ends_with('.')) what += '.';
+    return "mb: " + what + " mb " + (used.empty() ? "" : used.front()->get_name() + " ") + "--help tells more.\n";
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     using namespace mbhost;
     const platform::Apartment apartment;
     CLI::App app{"mb keeps pairs of contact stores in step.\n\n"
                  "A plug-in reaches one kind of store, a map is a pair of stores that belong together:\n"
-                 "  mb register vcard.so cardfile.so\n"
+                 "  mb register build/linux/bin/vcard.so build/linux/bin/cardfile.so\n"
                  "  mb add Mirabook=~/cards.db vCard=~/Contacts\n"
                  "  mb sync",
                  "mb"};
     app.require_subcommand(1);
+    app.failure_message(usageSentence);
     app.set_version_flag("--version", "mb 1.0");
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 cancelled. mb COMMAND --help tells more about a command.");
     try {

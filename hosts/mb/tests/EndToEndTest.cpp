@@ -52,6 +52,21 @@ TEST_F(EndToEndTest, RegisteringTellsWhatWasRegisteredAndTheListsShowIt)
     EXPECT_EQ(json({"translators"}).size(), 1u);
 }
 
+TEST_F(EndToEndTest, ARegistryThatCannotBeWrittenIsNamed)
+{
+    registerPlugins();
+    fs::remove(home_ / "registry.reg.lock");
+    fs::create_directory(home_ / "registry.reg.lock");
+    for (const char* command : {"register", "unregister"}) {
+        const Result result = mb({command, vCardPlugin()});
+        EXPECT_EQ(result.code, 1) << result.out;
+        EXPECT_EQ(result.out, "");
+        EXPECT_NE(result.error.find(home_ / "registry.reg"), std::string::npos) << result.error;
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+    }
+    EXPECT_EQ(json({"translators"}).size(), 2u);
+}
+
 TEST_F(EndToEndTest, AFileThatIsNoPluginIsNamed)
 {
     putText(home_ / "junk.so", "no library");
@@ -173,6 +188,22 @@ TEST_F(EndToEndTest, WrongUsageIsTwoAndAnUnknownMapIsOne)
     EXPECT_EQ(mb({"sync", "--help"}).code, 0);
 }
 
+TEST_F(EndToEndTest, WrongUsageIsToldInOneSentenceThatNamesWhatIsWrong)
+{
+    const std::string map = makeMap(1);
+    const auto told = [&](const std::vector<std::string>& arguments) {
+        const Result result = mb(arguments);
+        EXPECT_EQ(result.code, 2) << result.error;
+        return result.error;
+    };
+    EXPECT_EQ(told({"snyc\x1b"}), "mb: There is no command \"snyc?\"; mb --help lists the commands.\n");
+    EXPECT_EQ(told({"sync", "--dryrun"}), "mb: The following argument was not expected: --dryrun. mb sync --help tells more.\n");
+    EXPECT_EQ(told({"set", map, "images"}), "mb: VALUE is required. mb set --help tells more.\n");
+    for (const char* lines : {"x", "-3", "1.5", "", "99999999999"})
+        EXPECT_EQ(told({"log", "--lines", lines}),
+                  "mb: --lines: \"" + std::string(lines) + "\" is no number of lines. mb log --help tells more.\n");
+}
+
 TEST_F(EndToEndTest, WithoutACommandItShowsItsHelp)
 {
     const Result result = mb({});
@@ -228,9 +259,12 @@ TEST_F(EndToEndTest, FieldsAreMappedTakenOutAndReset)
     EXPECT_TRUE(has(byDefault, "Home phone", "Home phone"));
     const Json mapped = json({"fields", map, "--map", "home PHONE", "Other phone"});
     EXPECT_TRUE(has(mapped, "Home phone", "Other phone"));
-    EXPECT_EQ(mapped.size(), byDefault.size() + 1);
+    EXPECT_FALSE(has(mapped, "Home phone", "Home phone")) << "a field goes with one other";
+    EXPECT_FALSE(has(mapped, "Other phone", "Other phone")) << "a field goes with one other";
+    EXPECT_EQ(mapped.size(), byDefault.size() - 1);
+    EXPECT_EQ(json({"fields", map, "--map", "Home phone", "Other phone"}), mapped);
     const Json without = json({"fields", map, "--unmap", "Home phone"});
-    EXPECT_EQ(without.size(), byDefault.size() - 1);
+    EXPECT_EQ(without.size(), byDefault.size() - 2);
     EXPECT_EQ(json({"fields", map, "--reset"}), byDefault);
     EXPECT_EQ(json({"fields", map}), byDefault);
 
@@ -433,11 +467,38 @@ TEST_F(EndToEndTest, ADryRunShowsEveryChangeFieldByFieldAndWritesNothing)
     EXPECT_NE(mb({"sync", "--dry-run"}).out.find("nothing to do"), std::string::npos);
 }
 
+TEST_F(EndToEndTest, ADryRunTellsCategoriesApartFromContacts)
+{
+    (void)makeMap(1);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Harbour"}).code, 0);
+    const Json plan = json({"sync", "--dry-run"}).at(0).at("plan");
+    EXPECT_EQ(plan.at("second").at("additions"), 1);
+    EXPECT_EQ(plan.at("contacts").size(), 1u);
+    ASSERT_EQ(plan.at("categories").size(), 2u) << plan;
+    EXPECT_EQ(plan.at("categories").at(0), (Json{{"store", "second"}, {"action", "Add"}, {"name", "Choir"}}));
+    const std::string text = mb({"sync", "--dry-run"}).out;
+    EXPECT_NE(text.find("The lists of categories"), std::string::npos) << text;
+}
+
+TEST_F(EndToEndTest, ARunTellsWhatAPluginLeftOut)
+{
+    (void)makeMap(1);
+    putText(folder() / "note.vcf", "no card at all\n");
+    const Result run = mb({"sync", "--silent"});
+    EXPECT_EQ(run.code, 0) << run.error;
+    const auto at = run.out.find("note.vcf, line 1: left out");
+    ASSERT_NE(at, std::string::npos) << run.out;
+    EXPECT_EQ(run.out.find("note.vcf", at + 1), std::string::npos) << "told once: " << run.out;
+    EXPECT_EQ(json({"sync", "--silent"}).at(0).at("leftOut").size(), 1u) << "a run with nothing to do tells it too";
+}
+
 TEST_F(EndToEndTest, ADryRunOfAConflictWritesNothing)
 {
     const std::string map = makeConflict();
     const auto before = everything(map);
-    EXPECT_EQ(mb({"sync", "--dry-run"}).code, 0);
+    const Result plan = mb({"sync", "--dry-run"});
+    EXPECT_EQ(plan.code, 0) << plan.error;
+    EXPECT_NE(plan.out.find("in conflict: Anna Lindqvist; both are kept"), std::string::npos) << plan.out;
     EXPECT_EQ(everything(map), before);
 }
 

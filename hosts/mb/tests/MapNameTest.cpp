@@ -101,3 +101,11 @@ TEST(StoreNameTest, IsWhatTheUserGaveWithoutItsControlCharacters)
     EXPECT_EQ(storeName(map, 0), "vCard=/a\uFFFD[2J");
     EXPECT_EQ(storeName(map, 1), "Ärzte=/b");
 }
+
+TEST(StoreNameTest, WithoutItsPluginTheDatabaseIsNotKnown)
+{
+    TranslatorInfo gone;
+    gone.name = guidName(gone.clsid);
+    MapInfo map{first, {translators[0], gone}, {"/a", ""}};
+    EXPECT_EQ(storeName(map, 1), guidName(gone.clsid) + " (no plug-in is registered)");
+}

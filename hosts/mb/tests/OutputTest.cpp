@@ -79,6 +79,22 @@ TEST(JsonOutputTest, MembersKeepTheirOrder)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "{\n  \"z\": 1,\n  \"a\": 2\n}\n");
 }
 
+TEST(PlanTextTest, CategoriesAreToldApartFromContacts)
+{
+    RunPlan plan;
+    plan.categoryNames = {{0, "Add", "Choir", "", {}}};
+    plan.categorySummary = u"To Card:\r\n";
+    EXPECT_EQ(planText({}, plan).find("The contacts"), std::string::npos);
+    plan.contacts = {{0, "Add", "Ada", "", {}}};
+    plan.summary = u"To Card:\r\n";
+    const std::string text = planText({}, plan);
+    const auto categories = text.find("\nThe lists of categories\n"), contacts = text.find("\nThe contacts\n");
+    EXPECT_LT(categories, text.find("Add: Choir")) << text;
+    EXPECT_LT(text.find("Add: Choir"), contacts) << text;
+    EXPECT_LT(contacts, text.find("Add: Ada")) << text;
+    EXPECT_NE(text.find("Add: Ada"), std::string::npos) << text;
+}
+
 TEST(PlanTextTest, EachContactHasANameToShow)
 {
     RunPlan plan;

@@ -38,6 +38,27 @@ TEST(CountRunTest, ConflictsAreToldWithWhatBecameOfThem)
     EXPECT_EQ(counts->conflicts[1].settled, "");
 }
 
+TEST(CountRunTest, ANameThatTheLogCutIsMarked)
+{
+    const auto counts = countRun({"Two-way synchronization", "\tCONFLICT: S\xC3\xB6ren N\xC3\xBC\xC3\x9Fleb", "\tCONFLICT: Anna Wei\xC3",
+                                  "\tCONFLICT: \xE6\xB8", "\tCONFLICT: Bj\xF6rn", "\tCONFLICT: Ann"},
+                                 bothSides);
+    ASSERT_EQ(counts->conflicts.size(), 5u);
+    EXPECT_EQ(counts->conflicts[0].contact, "S\xC3\xB6ren N\xC3\xBC\xC3\x9Fleb\xE2\x80\xA6");
+    EXPECT_EQ(counts->conflicts[1].contact, "Anna Wei\xE2\x80\xA6");
+    EXPECT_EQ(counts->conflicts[2].contact, "\xE2\x80\xA6");
+    EXPECT_EQ(counts->conflicts[3].contact, "Bj\xF6rn") << "of a code page of one byte a letter, and whole";
+    EXPECT_EQ(counts->conflicts[4].contact, "Ann");
+}
+
+TEST(CountRunTest, WhatAPluginLeftOutIsToldOnce)
+{
+    const std::string line = "vCard: /home/me/Contacts/empty.vcf, line 1: left out, no card";
+    const auto counts = countRun({line, "Two-way synchronization", line, "\tCONFLICT: Ann", "vCard: /home/me/Contacts"}, bothSides);
+    EXPECT_EQ(counts->leftOut, std::vector<std::string>{line});
+    EXPECT_TRUE(counts->nothing()) << "it is not written, so it does not count";
+}
+
 TEST(CountRunTest, WithOneDirectionThatSideIsCounted)
 {
     const std::vector<std::string> lines{
