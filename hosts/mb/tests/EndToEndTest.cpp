@@ -196,7 +196,7 @@ TEST_F(EndToEndTest, WrongUsageIsToldInOneSentenceThatNamesWhatIsWrong)
         EXPECT_EQ(result.code, 2) << result.error;
         return result.error;
     };
-    EXPECT_EQ(told({"snyc\x1b"}), "mb: There is no command \"snyc?\"; mb --help lists the commands.\n");
+    EXPECT_EQ(told({"snyc\x1b"}), "mb: There is no command \"snyc\uFFFD\"; mb --help lists the commands.\n");
     EXPECT_EQ(told({"sync", "--dryrun"}), "mb: The following argument was not expected: --dryrun. mb sync --help tells more.\n");
     EXPECT_EQ(told({"set", map, "images"}), "mb: VALUE is required. mb set --help tells more.\n");
     for (const char* lines : {"x", "-3", "1.5", "", "99999999999"})

@@ -156,7 +156,6 @@ private:
         return nullptr;
     }
 
-    // A number alone is a choice, so the prompt tells how a row is meant.
     bool anyRow(bool Control::*has) const
     {
         return std::ranges::any_of(model().controls(), [&](const Control& control) { return control.*has && !control.rows.empty(); });
@@ -164,11 +163,16 @@ private:
 
     std::u16string prompt() const
     {
+        const std::u16string end = u"?: help]";
         std::u16string text = u"[";
         if (const Control* byDefault = defaultButton()) text += u"Enter: " + plainCaption(byDefault->text) + u", ";
-        if (anyRow(&Control::selectable)) text += u"r1: select row 1, ";
-        if (anyRow(&Control::checkBoxes)) text += u"x1: check row 1, ";
-        return text + u"?: help] ";
+        // A number alone is a choice, so the prompt tells how a row is meant, where there is room for it.
+        for (const auto& [has, hint] :
+             {std::pair{&Control::selectable, u"r1: select row 1, "}, {&Control::checkBoxes, u"x1: check row 1, "}}) {
+            const std::u16string more = text + hint;
+            if (anyRow(has) && more.size() + end.size() <= console_.columns()) text = more;
+        }
+        return text + end + u" ";
     }
 
     void take(const Command& command)
