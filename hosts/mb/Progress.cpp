@@ -1,7 +1,9 @@
 #include "Progress.h"
 
+#include "console_text.h"
 #include "interrupt.h"
 #include "Output.h"
+#include "text.h"
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -11,7 +13,7 @@ namespace {
 
 std::atomic<bool> interruptSeen{false};
 
-constexpr int barWidth = 30;
+constexpr std::size_t barWidth = 30;
 
 } // namespace
 
@@ -19,6 +21,18 @@ void catchInterrupts() noexcept { platform::takeInterrupts(noteInterrupt); }
 void noteInterrupt() noexcept { interruptSeen = true; }
 
 bool interrupted() noexcept { return interruptSeen; }
+
+std::string progressLine(int percent, std::string_view label, std::size_t columns)
+{
+    char number[8];
+    std::snprintf(number, sizeof number, "%3d%% ", percent);
+    std::string line;
+    if (columns >= 2 * barWidth) {
+        const std::size_t filled = static_cast<std::size_t>(percent) * barWidth / 100;
+        line = "[" + std::string(filled, '#') + std::string(barWidth - filled, '.') + "] ";
+    }
+    return platform::utf8(platform::fitted(platform::utf16(line.append(number).append(label)), columns));
+}
 
 HRESULT STDMETHODCALLTYPE Progress::OnProgress(_SyncProgress, DOUBLE fPercent)
 {
@@ -38,9 +52,8 @@ HRESULT Progress::tell(std::string_view label, DOUBLE percent)
     if (!shows_ || (whole == shownPercent_ && label == label_)) return S_OK;
     shownPercent_ = whole;
     label_ = label;
-    const int filled = whole * barWidth / 100;
-    std::fprintf(stderr, "\r[%s%s] %3d%% %s\033[K", std::string(static_cast<std::size_t>(filled), '#').c_str(),
-                 std::string(static_cast<std::size_t>(barWidth - filled), '.').c_str(), whole, label_.c_str());
+    // The last column is left free: a full line would go on to the next one, and could not be wiped.
+    std::fprintf(stderr, "\r%s\033[K", progressLine(whole, label_, platform::errorColumns() - 1).c_str());
     return S_OK;
 }
 

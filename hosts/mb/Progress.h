@@ -21,6 +21,9 @@ private:
     int shownPercent_ = -1;
 };
 
+// A line of progress in so many columns: a bar where it leaves room for the label, the percentage and as much of the label as fits.
+std::string progressLine(int percent, std::string_view label, std::size_t columns);
+
 // From now on Ctrl-C asks a run to stop instead of ending the process.
 void catchInterrupts() noexcept;
 void noteInterrupt() noexcept;

@@ -58,7 +58,7 @@ void addScriptCommand(CLI::App& app)
     auto* command = app.add_subcommand("run", "Run a script that drives the engine");
     command->footer("The script is loaded and its function Main is called. It makes MBSync.SyncAutoTest.1 by CreateObject and drives maps\n"
                     "and stores with it; docs/examples/first-sync.lua and .vbs show how. Ctrl-C stops it.\n\n"
-                    "Examples:\n  mb run first-sync.lua --store Notebook=notes.txt --store vCard=Contacts");
+                    "Examples:\n  mb run docs/examples/first-sync.lua --store Mirabook=story.db --store vCard=Contacts");
     command->add_option("SCRIPT", given->script, "The script: in Lua, on Windows in VBScript")->required();
     command->add_option("--store", given->stores, "NAME=DATABASE: what a plug-in opens for maps that the script makes; may be repeated");
     command->callback([given] { runScript(given->script, given->stores); });

@@ -25,3 +25,12 @@ TEST(ProgressTest, AnInterruptReachesTheEngineAsAnAbort)
     EXPECT_EQ(progress->OnProgress(spSync, 51.0), E_ABORT);
     EXPECT_EQ(progress->OnProgress2(com::Bstr(u"Loading.").get(), 51.0), E_ABORT);
 }
+
+TEST(ProgressTest, TheLineFitsTheTerminal)
+{
+    EXPECT_EQ(progressLine(50, "Loading.", 79), "[###############...............]  50% Loading.");
+    EXPECT_EQ(progressLine(100, "Searching for conflicting duplicates.", 60),
+              "[##############################] 100% Searching for conflic…");
+    EXPECT_EQ(progressLine(7, "Searching for conflicting duplicates.", 39), "  7% Searching for conflicting duplica…");
+    EXPECT_EQ(progressLine(7, "Loading.", 19), "  7% Loading.");
+}
