@@ -35,7 +35,7 @@ std::string readFile(const std::filesystem::path& file, std::error_code& error, 
 // commit nothing has changed and the temporary file is gone. The target's permissions are kept.
 class AtomicFile {
 public:
-    explicit AtomicFile(std::filesystem::path target) noexcept;
+    explicit AtomicFile(const std::filesystem::path& target) noexcept;
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
     ~AtomicFile();

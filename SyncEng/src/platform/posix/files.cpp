@@ -303,10 +303,10 @@ struct AtomicFile::State : Draft {
     using Draft::Draft;
 };
 
-AtomicFile::AtomicFile(fs::path target) noexcept
+AtomicFile::AtomicFile(const fs::path& target) noexcept
 {
     try {
-        state_ = std::make_unique<State>(std::move(target));
+        state_ = std::make_unique<State>(target);
     } catch (...) { // commit reports it
     }
 }

@@ -178,7 +178,7 @@ struct AtomicFile::State {
     std::error_code error;
 };
 
-AtomicFile::AtomicFile(fs::path target) noexcept
+AtomicFile::AtomicFile(const fs::path& target) noexcept
 {
     try {
         state_ = std::make_unique<State>(target);
