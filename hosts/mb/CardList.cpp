@@ -83,7 +83,9 @@ CardList::Names CardList::names()
         const com::Bstr key(id);
         check(translator_->BeginReadRecord(key.get()), "cannot be read");
         const std::u16string first = read(key.get(), ftFirstName), last = read(key.get(), ftLastName);
-        const std::u16string full = first.empty() || last.empty() ? first + last : first + u" " + last;
+        std::u16string full = first;
+        if (!first.empty() && !last.empty()) full += u' ';
+        full += last;
         std::set<std::u16string> own; // a card whose names are equal is one card all the same
         for (const std::u16string& name : {full, read(key.get(), ftDisplayName), read(key.get(), ftCompany)})
             if (!name.empty()) own.insert(platform::lowered(name));
