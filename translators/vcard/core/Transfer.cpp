@@ -27,10 +27,11 @@ std::size_t lineEndAt(std::string_view text, std::size_t at)
     return i < text.size() && text[i] == '\n' ? i + 1 - at : 0;
 }
 
-constexpr std::array<std::int8_t, 256> kBase64Values = [] {
-    std::array<std::int8_t, 256> values{};
-    for (auto& v : values) v = -1;
-    for (std::size_t i = 0; i < kAlphabet.size(); ++i) values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::int8_t>(i);
+constexpr std::uint8_t kNoLetter = 0xFF;
+constexpr std::array<std::uint8_t, 256> kBase64Values = [] {
+    std::array<std::uint8_t, 256> values{};
+    for (auto& v : values) v = kNoLetter;
+    for (std::size_t i = 0; i < kAlphabet.size(); ++i) values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
     return values;
 }();
 
@@ -96,9 +97,9 @@ std::string decodeBase64(std::string_view text)
     std::uint32_t bits = 0;
     int count = 0;
     for (const char c : text) {
-        const int value = kBase64Values[static_cast<unsigned char>(c)];
-        if (value < 0) continue;
-        bits = bits << 6 | static_cast<std::uint32_t>(value);
+        const std::uint8_t value = kBase64Values[static_cast<unsigned char>(c)];
+        if (value == kNoLetter) continue;
+        bits = bits << 6 | value;
         count += 6;
         if (count >= 8) {
             count -= 8;
@@ -110,7 +111,8 @@ std::string decodeBase64(std::string_view text)
 
 std::uint64_t decodedBase64Length(std::string_view text)
 {
-    const auto letters = std::count_if(text.begin(), text.end(), [](char c) { return kBase64Values[static_cast<unsigned char>(c)] >= 0; });
+    const auto letters =
+        std::count_if(text.begin(), text.end(), [](char c) { return kBase64Values[static_cast<unsigned char>(c)] != kNoLetter; });
     return static_cast<std::uint64_t>(letters) * 6 / 8;
 }
 

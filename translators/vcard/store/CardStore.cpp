@@ -139,8 +139,8 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
 
 std::optional<CardFile> CardStore::takeAhead(std::size_t file)
 {
-    constexpr std::size_t kFew = 8, kAhead = 64; // cards
-    constexpr std::uint64_t kLarge = 64 * 1024;  // octets: many of those would take too much memory
+    constexpr std::size_t kFew = 8, kAhead = 64;               // cards
+    constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024; // octets: many of those would take too much memory
     const std::vector<FileRecord>& files = index_->files();
     const bool next = file > lastRead_ && file < lastRead_ + kFew; // files that are no card of their own stand in between
     lastRead_ = file;

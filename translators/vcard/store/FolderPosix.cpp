@@ -23,7 +23,7 @@ namespace mb::vcard {
 namespace {
 
 constexpr std::string_view kDraftPrefix = ".mbsync-", kDraftSuffix = ".tmp";
-constexpr std::time_t kStaleDraft = 24 * 60 * 60; // seconds
+constexpr std::time_t kStaleDraft = std::time_t{24} * 60 * 60; // seconds
 
 [[noreturn]] void fail(const std::string& what, const std::string& path)
 {
