@@ -1,13 +1,15 @@
 // How long the engine takes over stores in memory, beside what pugixml alone needs to parse and write the resulting history file in the
-// same process. Each run is made once; the counters tell the time and the peak memory a record, and the ratio to the yardstick.
+// same process. Of both the fastest of three tells; the counters are the time and the peak memory a record, and the ratio to the yardstick.
 #include "SyncScenario.h"
 
+#include <algorithm>
 #include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstdio>
 #include <fstream>
 #include <pugixml.hpp>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -86,8 +88,12 @@ void awaitNextSecond()
     std::this_thread::sleep_until(std::chrono::ceil<std::chrono::seconds>(system_clock::now()));
 }
 
+struct Measured {
+    double seconds = 0, peakBytes = 0, yardstick = 0;
+};
+
 // Runs the map once under the clock.
-void measure(benchmark::State& state, SyncScenario& s, std::size_t records)
+Measured measure(benchmark::State& state, SyncScenario& s)
 {
     awaitNextSecond();
     resetPeak();
@@ -95,24 +101,30 @@ void measure(benchmark::State& state, SyncScenario& s, std::size_t records)
     const auto start = Clock::now();
     const HRESULT hr = s.sync();
     const double seconds = secondsSince(start);
-    const double peak = memoryOf("VmHWM");
     if (FAILED(hr)) state.SkipWithError("the run failed");
-    state.SetIterationTime(seconds);
-    const double yard = yardstick(s);
-    state.counters["us/record"] = seconds * 1e6 / static_cast<double>(records);
-    state.counters["bytes/record"] = (peak - before) / static_cast<double>(records);
-    state.counters["yardstick_ms"] = yard * 1e3;
-    state.counters["x_yardstick"] = seconds / yard;
+    return {seconds, memoryOf("VmHWM") - before, yardstick(s)};
 }
 
+// Three times anew, and the fastest is told, as for the yardstick: what else the machine does is in neither.
 template <class Prepare> void run(benchmark::State& state, Prepare&& prepare)
 {
+    const auto n = static_cast<std::size_t>(state.range(0));
     for (auto _ : state) {
-        BenchScenario s;
-        s.makeMap();
-        const auto n = static_cast<std::size_t>(state.range(0));
-        prepare(s, n);
-        measure(state, s, n);
+        std::vector<Measured> tries;
+        for (int i = 0; i < 3; ++i) {
+            BenchScenario s;
+            s.makeMap();
+            prepare(s, n);
+            tries.push_back(measure(state, s));
+        }
+        const double seconds = std::ranges::min(tries, {}, &Measured::seconds).seconds,
+                     yard = std::ranges::min(tries, {}, &Measured::yardstick).yardstick,
+                     peak = std::ranges::max(tries, {}, &Measured::peakBytes).peakBytes;
+        state.SetIterationTime(seconds);
+        state.counters["us/record"] = seconds * 1e6 / static_cast<double>(n);
+        state.counters["bytes/record"] = peak / static_cast<double>(n);
+        state.counters["yardstick_ms"] = yard * 1e3;
+        state.counters["x_yardstick"] = seconds / yard;
     }
 }
 
