@@ -199,7 +199,8 @@ struct CSyncHistory::Rows {
     void add(const platform::XmlElement& section)
     {
         static const std::string infoName = encodeBase64(syncInfo);
-        static const std::array keys{encodedKeys().mapped, encodedKeys().modified, encodeBase64(changedKey)};
+        static const std::string changedName = encodeBase64(changedKey);
+        static const std::array<std::string_view, 3> keys{encodedKeys().mapped, encodedKeys().modified, changedName};
         HistoryEntry& entry = entries.emplace_back();
         Mark& mark = marks.emplace_back();
         std::string buffer;
@@ -208,7 +209,9 @@ struct CSyncHistory::Rows {
         if (mark.isInfo) return;
         entry.Id = decodeBase64(name);
         mark.canonical = encodeBase64(entry.Id) == name;
-        const auto [mapped, modified, changed] = valuesInSection(section, keys);
+        std::array<platform::XmlElement, keys.size()> values;
+        valuesInSection(section, keys, values);
+        const auto& [mapped, modified, changed] = values;
         mark.linked = static_cast<bool>(mapped);
         mark.complete = mapped && modified;
         if (mapped) entry.MappedId = decodedText(mapped);

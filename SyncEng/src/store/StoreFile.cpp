@@ -4,6 +4,8 @@
 #include "store/CBase64.h"
 #include "store/FileResult.h"
 #include "text.h"
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdio>
 
@@ -72,6 +74,14 @@ std::u16string decodedText(const XmlElement& element)
     std::string buffer;
     const std::string_view text = element.text(buffer);
     return text.empty() ? std::u16string() : decodeBase64(text);
+}
+
+void valuesInSection(const XmlElement& section, std::span<const std::string_view> encodedKeys, std::span<XmlElement> values)
+{
+    for (XmlElement entry = section.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
+        for (XmlElement name = entry.firstChild("KN"); name; name = name.nextSibling("KN"))
+            for (std::size_t i = 0; i < encodedKeys.size(); ++i)
+                if (!values[i] && name.hasText(encodedKeys[i])) values[i] = entry.firstChild("KV");
 }
 
 std::string_view encodedNameOf(const XmlElement& section, std::string& buffer)
@@ -240,6 +250,14 @@ XmlElement StoreFile::findValue(const SectionKey& section, const StoreIndex::Mat
     return {};
 }
 
+// Those of several keys in one walk, where that tells all; a section of many keys is remembered for one at a time.
+void StoreFile::findValues(const SectionKey& section, const StoreIndex::Match& found, std::span<const std::string_view> keys,
+                           std::span<XmlElement> values) const
+{
+    if (keys.size() > 1 && !found.more) return valuesInSection(found.first, keys, values);
+    for (std::size_t i = 0; i < keys.size(); ++i) values[i] = findValue(section, found, keys[i]);
+}
+
 XmlElement StoreFile::findValue(const SectionKey& section, std::string_view key) const
 {
     return findValue(section, index_.match(section.type, section.name), key);
@@ -376,12 +394,17 @@ HRESULT StoreFile::WriteValues(std::u16string_view type, std::u16string_view sec
                                bool save)
 {
     if (!isOpen()) return E_POINTER;
+    if (values.size() > mostAtOnce) return E_INVALIDARG;
     const SectionKey place = sectionKey(type, section);
     StoreIndex::Match found = index_.match(place.type, place.name);
-    const bool nothingToFind = append || !found.first;
-    for (const KeyValue& each : values) {
+    std::array<std::string_view, mostAtOnce> keys;
+    std::ranges::transform(values, keys.begin(), &KeyValue::encodedKey);
+    std::array<XmlElement, mostAtOnce> present;
+    if (!append && found.first) findValues(place, found, std::span(keys).first(values.size()), present);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const KeyValue& each = values.begin()[i];
         const std::string encodedValue = encodeBase64(each.value);
-        const XmlElement existing = nothingToFind ? XmlElement() : findValue(place, found, each.encodedKey);
+        const XmlElement& existing = present[i];
         if (existing && existing.hasText(encodedValue)) continue;
         if (existing) {
             existing.setText(encodedValue);

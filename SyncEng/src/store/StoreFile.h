@@ -5,10 +5,10 @@
 #include "com.h"
 #include "store/EntryFinder.h"
 #include "store/StoreIndex.h"
-#include <array>
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -54,7 +54,7 @@ public:
     HRESULT WriteGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, const GUID& value, bool append,
                       bool save);
 
-    // WriteValue for several keys of one section, which is looked for once. The keys differ.
+    // WriteValue for up to four keys of one section, which is looked for once. The keys differ.
     struct KeyValue {
         std::string_view encodedKey;
         std::u16string_view value;
@@ -92,6 +92,7 @@ public:
 
 private:
     friend class SaveScope;
+    static constexpr std::size_t mostAtOnce = 4;
     enum class FileState { loaded, missing, unreadable, damaged };
     struct SectionKey {
         std::string type, name; // as they stand in the document
@@ -100,6 +101,8 @@ private:
     [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, std::string_view key) const;
     [[nodiscard]] std::vector<platform::XmlElement> findEntries(const SectionKey& section, std::string_view key) const;
     [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, const StoreIndex::Match& found, std::string_view key) const;
+    void findValues(const SectionKey& section, const StoreIndex::Match& found, std::span<const std::string_view> keys,
+                    std::span<platform::XmlElement> values) const;
     [[nodiscard]] platform::XmlElement appendSection(const SectionKey& place); // none in a document without a root
     void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
     void removeSections(const std::vector<platform::XmlElement>& sections);
@@ -139,17 +142,10 @@ private:
     bool finished_ = false;
 };
 
-// What Ky[KN = K]/KV answers inside one section, for several keys in one walk: the element of the first value, none if it is absent.
-template <std::size_t N>
-std::array<platform::XmlElement, N> valuesInSection(const platform::XmlElement& section, const std::array<std::string, N>& encodedKeys)
-{
-    std::array<platform::XmlElement, N> values;
-    for (platform::XmlElement entry = section.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
-        for (platform::XmlElement name = entry.firstChild("KN"); name; name = name.nextSibling("KN"))
-            for (std::size_t i = 0; i < N; ++i)
-                if (!values[i] && name.hasText(encodedKeys[i])) values[i] = entry.firstChild("KV");
-    return values;
-}
+// What Ky[KN = K]/KV answers inside one section, for several keys in one walk: the element of the first value, left none if it is absent.
+void valuesInSection(const platform::XmlElement& section, std::span<const std::string_view> encodedKeys,
+                     std::span<platform::XmlElement> values);
+
 // The value that an element of a store holds, decoded.
 std::u16string decodedText(const platform::XmlElement& element);
 // Until the section or the buffer changes.

@@ -100,7 +100,8 @@ public:
         std::u16string fast, slow;
         EXPECT_EQ(store.ReadValue(type, section, key, fast), measure.ReadValue(type, section, key, slow));
         EXPECT_EQ(fast, slow);
-        EXPECT_EQ(store.hasEncodedKey(encodedType(type), encodeBase64(section), encodeBase64(key)), measure.ReadValue(type, section, key, slow) == S_OK);
+        EXPECT_EQ(store.hasEncodedKey(encodedType(type), encodeBase64(section), encodeBase64(key)),
+                  measure.ReadValue(type, section, key, slow) == S_OK);
         std::vector<std::u16string> list;
         EXPECT_EQ(store.ListSections(type, list), S_OK);
         EXPECT_EQ(list, measure.ListSections(type));
@@ -161,8 +162,13 @@ private:
     {
         std::string buffer;
         for (const auto& section : store.sectionsOfType(type))
-            if (!sameEncodedName(encodedNameOf(section, buffer), encodeBase64(u"SyncInfo")))
-                return decodedText(valuesInSection(section, std::array{encodeBase64(u"FieldMapChanged")})[0]) == u"1" ? 1 : 0;
+            if (!sameEncodedName(encodedNameOf(section, buffer), encodeBase64(u"SyncInfo"))) {
+                const std::string key = encodeBase64(u"FieldMapChanged");
+                const std::array<std::string_view, 1> keys{key};
+                std::array<platform::XmlElement, 1> values;
+                valuesInSection(section, keys, values);
+                return decodedText(values[0]) == u"1" ? 1 : 0;
+            }
         return 0;
     }
     std::filesystem::path file_;
