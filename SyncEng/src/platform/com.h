@@ -216,10 +216,10 @@ public:
         std::swap(static_cast<VARIANT&>(*this), static_cast<VARIANT&>(o));
         return *this;
     }
-    ~Variant() { VariantClear(this); }
+    ~Variant() { clear(); }
     [[nodiscard]] VARIANT* put() noexcept
     {
-        VariantClear(this);
+        clear();
         return this;
     }
     VARIANT detach() noexcept
@@ -230,6 +230,12 @@ public:
     }
     // The text of a VT_BSTR value; anything else counts as the empty text.
     [[nodiscard]] std::u16string_view text() const noexcept { return vt == VT_BSTR ? viewOf(bstrVal) : std::u16string_view{}; }
+
+private:
+    void clear() noexcept
+    {
+        if (vt != VT_EMPTY) VariantClear(this);
+    }
 };
 
 // ---- Arrays -----------------------------------------------------------------------------------------------------------

@@ -34,6 +34,7 @@ public:
     [[nodiscard]] bool contains(LONG key) const { return find(key) != items_.end(); }
     std::u16string& operator[](LONG key)
     {
+        if (items_.capacity() == 0) items_.reserve(usual);
         auto at = std::ranges::lower_bound(items_, key, {}, &Item::first);
         if (at == items_.end() || at->first != key) at = items_.insert(at, Item(key, std::u16string()));
         return at->second;
@@ -49,6 +50,7 @@ public:
     friend auto operator<=>(const FakeValues& a, const FakeValues& b) { return a.items_ <=> b.items_; }
 
 private:
+    static constexpr std::size_t usual = 16;
     std::vector<Item> items_;
 };
 

@@ -1,6 +1,7 @@
 // The COM binary contract where the system does not supply it: types, codes,
 // base interfaces and automation data, with Windows layouts. Linux only.
 #pragma once
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -29,7 +30,14 @@ struct DECIMAL { USHORT wReserved; BYTE scale, sign; ULONG Hi32; ULONGLONG Lo64;
 
 struct GUID {
     std::uint32_t Data1; std::uint16_t Data2, Data3; std::uint8_t Data4[8];
-    friend constexpr bool operator==(const GUID&, const GUID&) = default;
+    friend constexpr bool operator==(const GUID& a, const GUID& b) noexcept
+    {
+        struct Halves {
+            std::uint64_t first, second;
+        };
+        const auto x = std::bit_cast<Halves>(a), y = std::bit_cast<Halves>(b);
+        return x.first == y.first && x.second == y.second;
+    }
 };
 using IID = GUID; using CLSID = GUID; using UUID = GUID; using CATID = GUID;
 using REFGUID = const GUID&; using REFIID = const GUID&; using REFCLSID = const GUID&;
