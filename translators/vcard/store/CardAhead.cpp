@@ -25,7 +25,7 @@ void CardAhead::want(const std::vector<std::string>& names)
     told_.notify_one();
 }
 
-std::optional<CardFile> CardAhead::take(const std::string& name)
+std::optional<SingleCard> CardAhead::take(const std::string& name)
 {
     std::unique_lock lock(mutex_);
     const auto found = std::find_if(wanted_.begin(), wanted_.end(), [&](const auto& w) { return w->name == name; });
@@ -47,7 +47,7 @@ void CardAhead::run()
         if (ended_) return;
         const std::shared_ptr<Wanted> wanted = wanted_[next_++];
         lock.unlock();
-        std::optional<CardFile> card;
+        std::optional<SingleCard> card;
         try {
             card = readCard(folder_, wanted->name);
             card->card.decode();

@@ -1,7 +1,7 @@
 // Reads the card files that it is told of on a thread of its own, while the engine is busy with the card before. It only reads: whoever
 // changes a file of the folder gives it up first, or it would tell of a card that is no more.
 #pragma once
-#include "CardFile.h"
+#include "SingleCard.h"
 
 #include <condition_variable>
 #include <deque>
@@ -25,13 +25,13 @@ public:
     void want(const std::vector<std::string>& names);
     // The card of a file that was told of; those told of before it are forgotten. Nothing if it is not at hand and best read at once, and
     // for a file with a fault, which is told by who reads it then.
-    std::optional<CardFile> take(const std::string& name);
+    std::optional<SingleCard> take(const std::string& name);
 
 private:
     struct Wanted {
         std::string name;
         bool done = false;
-        std::optional<CardFile> card;
+        std::optional<SingleCard> card;
     };
     void run();
 

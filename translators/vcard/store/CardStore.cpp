@@ -116,7 +116,7 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
     if (place.card < 0) {
         try {
             auto ahead = takeAhead(place.file);
-            static_cast<CardFile&>(record) = ahead ? std::move(*ahead) : fileStep(step, [&] { return readCard(*folder_, file.name); });
+            static_cast<SingleCard&>(record) = ahead ? std::move(*ahead) : fileStep(step, [&] { return readCard(*folder_, file.name); });
         } catch (const CardFault& fault) {
             throw unreadable(fault.line, fault.text);
         }
@@ -137,7 +137,7 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
     return record;
 }
 
-std::optional<CardFile> CardStore::takeAhead(std::size_t file)
+std::optional<SingleCard> CardStore::takeAhead(std::size_t file)
 {
     constexpr std::size_t kFew = 8, kAhead = 64;               // cards
     constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024; // octets: many of those would take too much memory
@@ -459,7 +459,8 @@ void CardStore::commit(std::size_t file, Container& c)
     // The dates given at each save stay; what the file holds now is described anew, in its order.
     std::unordered_map<std::string, CardRecord> before;
     for (CardRecord& card : record.cards) before.emplace(card.token, card);
-    std::vector<CardRecord> cards = describeCards(text, scanCards(text).cards);
+    const std::vector<CardSpan> spans = scanCards(text).cards;
+    std::vector<CardRecord> cards = describeCards(text, spans);
     for (CardRecord& card : cards) {
         const auto old = before.find(card.token);
         const bool same = old != before.end() && old->second.hash == card.hash;
@@ -467,7 +468,7 @@ void CardStore::commit(std::size_t file, Container& c)
         card.stamp = same ? old->second.stamp : index_->nextStamp(state.modified, old == before.end() ? 0 : old->second.stamp);
     }
     record.cards = std::move(cards);
-    record.categories = categoriesIn(text, scanCards(text).cards);
+    record.categories = categoriesIn(text, spans);
     index_->noteWritten(record, state);
 }
 

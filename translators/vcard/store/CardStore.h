@@ -7,11 +7,11 @@
 // at once and a file of many cards is written once, at its end; the disk is flushed once, at its end.
 #pragma once
 #include "CardAhead.h"
-#include "CardFile.h"
 #include "CardIndex.h"
 #include "DraftsAhead.h"
 #include "Folder.h"
 #include "OpenedCards.h"
+#include "SingleCard.h"
 #include "StoreError.h"
 
 #include <functional>
@@ -69,7 +69,7 @@ private:
         std::unique_ptr<Folder::Draft> draft;
         bool dirty = false;
     };
-    struct Open : CardFile { // of a card in a file of many, the state of that file
+    struct Open : SingleCard { // of a card in a file of many, the state of that file
         std::string id;
         std::u16string nameBefore;
         bool isNew = false;
@@ -83,7 +83,7 @@ private:
     FileRecord& fileOf(const Place& place) { return index_->files()[place.file]; }
     Container& container(std::size_t file, Step step);
     Open load(const std::string& id, Step step);
-    std::optional<CardFile> takeAhead(std::size_t file);
+    std::optional<SingleCard> takeAhead(std::size_t file);
     void giveUpAhead();
     void saveFile(Open& record);
     FileState writeNew(const std::string& name, std::string_view bytes);

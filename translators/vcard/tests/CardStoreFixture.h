@@ -94,6 +94,6 @@ protected:
 };
 
 using VCardFolder = CardStoreTest;
-using VCardFile = CardStoreTest;
+using ManyCardFile = CardStoreTest;
 
 } // namespace mb::vcard

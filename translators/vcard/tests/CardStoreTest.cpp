@@ -233,7 +233,7 @@ TEST_F(VCardFolder, KeepsTheFormOfAUtf16File)
     EXPECT_EQ(get("w.vcf"), utf16(wanted, true));
 }
 
-TEST_F(VCardFile, ShowsItsCardsByUid)
+TEST_F(ManyCardFile, ShowsItsCardsByUid)
 {
     put("all.vcf", cardText("1", "u1") + cardText("2", "u2") + cardText("3") + cardText("3"));
     auto store = open(folder / "all.vcf");
@@ -244,7 +244,7 @@ TEST_F(VCardFile, ShowsItsCardsByUid)
     EXPECT_FALSE(store.exists("all.vcf"));
 }
 
-TEST_F(VCardFile, IsWrittenOnceAtTheEndOfTheBatch)
+TEST_F(ManyCardFile, IsWrittenOnceAtTheEndOfTheBatch)
 {
     const std::string before = cardText("1", "u1") + "\r\n" + cardText("2", "u2") + cardText("3", "u3");
     put("all.vcf", before);
@@ -275,7 +275,7 @@ TEST_F(VCardFile, IsWrittenOnceAtTheEndOfTheBatch)
     EXPECT_EQ(again.modified("all.vcf#u3"), untouched);
 }
 
-TEST_F(VCardFile, OnlyTheDateOfAChangedCardMoves)
+TEST_F(ManyCardFile, OnlyTheDateOfAChangedCardMoves)
 {
     put("all.vcf", cardText("1", "u1") + cardText("2", "u2"));
     auto first = open(folder / "all.vcf");
@@ -287,7 +287,7 @@ TEST_F(VCardFile, OnlyTheDateOfAChangedCardMoves)
     EXPECT_EQ(second.modified("all.vcf#u2"), two);
 }
 
-TEST_F(VCardFile, WhatWasSavedIsKeptWhenTheBatchIsNotEnded)
+TEST_F(ManyCardFile, WhatWasSavedIsKeptWhenTheBatchIsNotEnded)
 {
     put("all.vcf", cardText("1", "u1"));
     {
@@ -298,7 +298,7 @@ TEST_F(VCardFile, WhatWasSavedIsKeptWhenTheBatchIsNotEnded)
     EXPECT_EQ(open(folder / "all.vcf").count(), 2u);
 }
 
-TEST_F(VCardFile, AnAbortedBatchLeavesTheFile)
+TEST_F(ManyCardFile, AnAbortedBatchLeavesTheFile)
 {
     put("all.vcf", cardText("1", "u1"));
     {
@@ -313,7 +313,7 @@ TEST_F(VCardFile, AnAbortedBatchLeavesTheFile)
     EXPECT_EQ(open(folder / "all.vcf").count(), 1u);
 }
 
-TEST_F(VCardFile, AChangeByAnotherProgramFailsTheNextSave)
+TEST_F(ManyCardFile, AChangeByAnotherProgramFailsTheNextSave)
 {
     put("all.vcf", cardText("1", "u1"));
     auto store = open(folder / "all.vcf");
@@ -324,7 +324,7 @@ TEST_F(VCardFile, AChangeByAnotherProgramFailsTheNextSave)
     expectFailure(Step::Save, "another program", [&] { store.save("all.vcf#u1"); });
 }
 
-TEST_F(VCardFile, SavesBeforeAChangeByAnotherProgramAreMerged)
+TEST_F(ManyCardFile, SavesBeforeAChangeByAnotherProgramAreMerged)
 {
     put("all.vcf", cardText("1", "u1") + cardText("2", "u2"));
     auto store = open(folder / "all.vcf");
@@ -342,13 +342,13 @@ TEST_F(VCardFile, SavesBeforeAChangeByAnotherProgramAreMerged)
     EXPECT_EQ(read(again, "all.vcf#u2", kTitle), u"");
 }
 
-TEST_F(VCardFile, ThatCannotBeParsedIsNotOpened)
+TEST_F(ManyCardFile, ThatCannotBeParsedIsNotOpened)
 {
     put("all.vcf", cardText("1", "u1") + "BEGIN:VCARD\nN:2\n");
     expectFailure(Step::Open, "line 8", [&] { open(folder / "all.vcf"); });
 }
 
-TEST_F(VCardFile, MayBeEmpty)
+TEST_F(ManyCardFile, MayBeEmpty)
 {
     put("all.vcf", "");
     auto store = open(folder / "all.vcf");
@@ -360,7 +360,7 @@ TEST_F(VCardFile, MayBeEmpty)
     EXPECT_EQ(open(folder / "all.vcf").count(), 0u);
 }
 
-TEST_F(VCardFile, ACardWithoutUidFollowsItsName)
+TEST_F(ManyCardFile, ACardWithoutUidFollowsItsName)
 {
     put("all.vcf", cardText("A") + cardText("B"));
     auto store = open(folder / "all.vcf");
@@ -376,7 +376,7 @@ TEST_F(VCardFile, ACardWithoutUidFollowsItsName)
     EXPECT_EQ(ids(again), (std::vector<std::string>{renamed, other}));
 }
 
-TEST_F(VCardFile, KeepsEverySampleByteForByteBesidesTheNewCard)
+TEST_F(ManyCardFile, KeepsEverySampleByteForByteBesidesTheNewCard)
 {
     for (const auto& [name, bytes] : samples()) {
         const auto text = openText(bytes);

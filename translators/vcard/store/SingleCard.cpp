@@ -1,4 +1,4 @@
-#include "CardFile.h"
+#include "SingleCard.h"
 
 #include "LineReader.h"
 
@@ -6,9 +6,9 @@
 
 namespace mb::vcard {
 
-CardFile readCard(const Folder& folder, const std::string& name)
+SingleCard readCard(const Folder& folder, const std::string& name)
 {
-    CardFile read;
+    SingleCard read;
     auto text = openText(folder.read(name, read.state));
     if (!text) throw CardFault{1, "the file is not valid UTF-16"};
     const ScanResult scan = scanCards(text->text);

@@ -9,7 +9,7 @@
 
 namespace mb::vcard {
 
-struct CardFile {
+struct SingleCard {
     Card card;
     FileState state;
     std::string bytes; // the card as it stands on disk, with the blank lines around it
@@ -23,6 +23,6 @@ struct CardFault {
 };
 
 // Throws a FileError for a file that cannot be read, and a CardFault.
-CardFile readCard(const Folder& folder, const std::string& name);
+SingleCard readCard(const Folder& folder, const std::string& name);
 
 } // namespace mb::vcard
