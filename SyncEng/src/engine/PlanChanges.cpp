@@ -7,6 +7,10 @@
 namespace mb {
 namespace {
 
+// A task's kind is handed to the dialogs as it is.
+static_assert(PlannedKind(TaskDelete) == PlannedDelete && PlannedKind(TaskChange) == PlannedChange &&
+              PlannedKind(TaskMatched) == PlannedMatch && PlannedKind(TaskNew) == PlannedNew);
+
 std::vector<PlannedTask> plannedTasks(const TaskList& tasks)
 {
     std::vector<PlannedTask> planned;

@@ -44,7 +44,7 @@ struct RunState {
     GUID CurrentMap{}, FieldMapId{}, CategoryHistoryId{};
     PerSide<SideState> Sides;
     com::Ptr<IFieldMap> FieldMap;
-    CSyncHistory* History = nullptr; // lives on the frame of SyncOneMap
+    CSyncHistory* History = nullptr; // borrowed from the pass that runs
     LONG HistoryVersion = -1;        // of the open history, -1 when unknown
     bool HistoryVoid = false;        // this run begins anew, and what the history held before is still in it
 
