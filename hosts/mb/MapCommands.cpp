@@ -20,6 +20,19 @@ void tryStore(ITrMap* maps, const GUID& map, _TransIds side, const StoreName& st
     throw Failure("The store " + quote(store.database) + " cannot be opened: " + reason);
 }
 
+// A second map of the same two stores would do each run's work again, by a history of its own.
+void refuseSecondMap(const Engine& engine, ITrMap* maps, const GUID (&ids)[2], const std::string (&databases)[2])
+{
+    for (const GUID& guid : listMaps(engine)) {
+        const MapInfo map = describeMap(maps, guid);
+        const auto isSide = [&](int side, int given) {
+            return map.translators[side].clsid == ids[given] && map.databases[side] == databases[given];
+        };
+        if ((isSide(0, 0) && isSide(1, 1)) || (isSide(0, 1) && isSide(1, 0)))
+            throw Failure("These two stores have a map already: " + guidName(guid) + ". mb sync brings them into step.");
+    }
+}
+
 void addMap(const std::string& first, const std::string& second)
 {
     const StoreName names[2] = {parseStore(first), parseStore(second)};
@@ -31,6 +44,7 @@ void addMap(const std::string& first, const std::string& second)
     if (platform::equalNoCase(platform::utf16(databases[0]), platform::utf16(databases[1])))
         throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two.", exitUsage);
     const auto maps = engine.maps();
+    refuseSecondMap(engine, maps.get(), ids, databases);
     GUID map{};
     const HRESULT hr = maps->Create(ids[0], ids[1], &map);
     if (FAILED(hr)) throw Failure("The map could not be made: " + describe(hr));

@@ -151,6 +151,21 @@ TEST_F(EndToEndTest, AMapIsOnlyMadeOfStoresThatOpen)
     EXPECT_EQ(textOf(home_ / "junk.db"), std::string(5000, 'x'));
 }
 
+TEST_F(EndToEndTest, TwoStoresHaveOneMapWhicheverComesFirst)
+{
+    const std::string map = makeMap(1);
+    const std::string cardFile = "Mirabook=" + cards(), cardFolder = "vCard=" + folder().string();
+    for (const std::vector<std::string>& again : {std::vector<std::string>{"add", cardFile, cardFolder}, {"add", cardFolder, cardFile}}) {
+        const Result refused = mb(again);
+        EXPECT_EQ(refused.code, 1);
+        EXPECT_NE(refused.error.find(map), std::string::npos) << refused.error;
+    }
+    EXPECT_EQ(json({"maps"}).size(), 1u);
+
+    std::filesystem::create_directory(home_ / "Other");
+    EXPECT_EQ(mb({"add", cardFile, "vCard=" + (home_ / "Other").string()}).code, 0);
+}
+
 TEST_F(EndToEndTest, StoresAreGivenByNameIgnoringCaseAndByRelativePath)
 {
     registerPlugins();
@@ -225,7 +240,11 @@ TEST_F(EndToEndTest, EveryCommandHasHelpWithAnExample)
 TEST_F(EndToEndTest, AMapIsNamedByABeginningThatFitsOnlyIt)
 {
     registerPlugins();
-    for (int i = 0; i < 17; ++i) (void)addMap("Mirabook=cards.db", "vCard=Contacts"); // two of them begin with the same digit
+    for (int i = 0; i < 17; ++i) { // two of them begin with the same digit
+        const std::string other = "Contacts " + std::to_string(i);
+        std::filesystem::create_directory(home_ / other);
+        (void)addMap("Mirabook=cards.db", "vCard=" + other);
+    }
     std::map<char, int> beginnings;
     const Json maps = json({"maps"});
     for (const Json& map : maps) ++beginnings[map.at("map").get<std::string>().at(1)];
