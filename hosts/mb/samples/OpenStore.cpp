@@ -93,28 +93,26 @@ std::string OpenStore::nameOf(const com::Bstr& id)
     return first.empty() || last.empty() ? first + last : first + " " + last;
 }
 
-com::Bstr OpenStore::recordNamed(const std::string& name)
+std::vector<com::Bstr> OpenStore::records()
 {
     LONG count = 0;
     check(translator_->GetRecordCount(&count));
-    for (LONG i = 0; i < count; ++i) {
-        com::Bstr id;
-        check(translator_->GetRecordID(i, id.put()));
+    std::vector<com::Bstr> ids(static_cast<std::size_t>(count));
+    for (LONG i = 0; i < count; ++i) check(translator_->GetRecordID(i, ids[static_cast<std::size_t>(i)].put()));
+    return ids;
+}
+
+com::Bstr OpenStore::recordNamed(const std::string& name)
+{
+    for (const com::Bstr& id : records())
         if (nameOf(id) == name) return id;
-    }
     throw Problem("The store has no contact \"" + name + "\".");
 }
 
 std::vector<std::string> OpenStore::names()
 {
     std::vector<std::string> found;
-    LONG count = 0;
-    check(translator_->GetRecordCount(&count));
-    for (LONG i = 0; i < count; ++i) {
-        com::Bstr id;
-        check(translator_->GetRecordID(i, id.put()));
-        found.push_back(nameOf(id));
-    }
+    for (const com::Bstr& id : records()) found.push_back(nameOf(id));
     std::ranges::sort(found);
     return found;
 }
@@ -141,10 +139,18 @@ std::string OpenStore::shownValue(const com::Bstr& id, const GUID& field)
     return "a picture of " + std::to_string(size) + " bytes, " + platform::utf8(hash.view());
 }
 
-std::vector<std::string> OpenStore::valuesOf(const std::string& name)
+std::vector<std::string> OpenStore::valuesOf(const std::string& name) { return valuesOf(recordNamed(name)); }
+
+std::vector<std::vector<std::string>> OpenStore::valuesOfAll()
+{
+    std::vector<std::vector<std::string>> all;
+    for (const com::Bstr& id : records()) all.push_back(valuesOf(id));
+    return all;
+}
+
+std::vector<std::string> OpenStore::valuesOf(const com::Bstr& id)
 {
     std::vector<std::string> lines;
-    const com::Bstr id = recordNamed(name);
     check(translator_->BeginReadRecord(id.get()));
     for (const auto& [type, guid] : byType_) {
         const std::string value = shownValue(id, guid);

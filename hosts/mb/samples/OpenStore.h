@@ -28,11 +28,14 @@ public:
     [[nodiscard]] std::vector<std::string> names();
     // What the record holds: each field with its value, a picture by its size and a number that stands for its content.
     [[nodiscard]] std::vector<std::string> valuesOf(const std::string& name);
+    [[nodiscard]] std::vector<std::vector<std::string>> valuesOfAll();
     void beginUpdate();
     void endUpdate();
 
 private:
     void check(HRESULT hr);
+    std::vector<com::Bstr> records();
+    std::vector<std::string> valuesOf(const com::Bstr& id);
     com::Bstr recordNamed(const std::string& name);
     std::string nameOf(const com::Bstr& id);
     std::string readText(const com::Bstr& id, LONG type);

@@ -36,6 +36,11 @@ void print(std::string line)
     std::printf("%s\n", line.c_str());
 }
 
+void printLines(const std::vector<std::string>& lines)
+{
+    for (const std::string& line : lines) print(line);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -63,14 +68,16 @@ int main(int argc, char** argv)
     deleteCommand->add_option("NAME", name, "First and last name")->required();
     deleteCommand->callback([&] { OpenStore(file).remove(name); });
 
-    command("list", "List the contacts' names")->callback([&] {
-        for (const std::string& each : OpenStore(file).names()) print(each);
-    });
+    command("list", "List the contacts' names")->callback([&] { printLines(OpenStore(file).names()); });
 
-    auto* showCommand = command("show", "Show what a contact holds");
-    showCommand->add_option("NAME", name, "First and last name")->required();
+    auto* showCommand = command("show", "Show what a contact holds, or all of them, with an empty line behind each");
+    showCommand->add_option("NAME", name, "First and last name");
     showCommand->callback([&] {
-        for (const std::string& each : OpenStore(file).valuesOf(name)) print(each);
+        if (!name.empty()) return printLines(OpenStore(file).valuesOf(name));
+        for (const auto& lines : OpenStore(file).valuesOfAll()) {
+            printLines(lines);
+            print("");
+        }
     });
 
     auto* pictureCommand = app.add_subcommand("picture", "Draw a picture to give to a contact");

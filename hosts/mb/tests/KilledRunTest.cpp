@@ -1,0 +1,151 @@
+// A run that is killed, once in front of each call that changes a file: the next run finds both stores sound, brings them to where the run
+// would have brought them, and leaves nothing to do.
+#include "EndToEndFixture.h"
+
+#include <algorithm>
+#include <csignal>
+#include <vector>
+
+namespace {
+
+using namespace mbtest;
+namespace fs = std::filesystem;
+
+enum class Second { Folder, File };
+
+class KilledRunTest : public EndToEnd, public testing::WithParamInterface<Second> {
+protected:
+    KilledRunTest() { fs::create_directory(kept_); }
+    ~KilledRunTest() override
+    {
+        std::error_code error;
+        fs::remove_all(kept_, error);
+    }
+
+    bool isFolder() const { return GetParam() == Second::Folder; }
+    std::string second() const { return isFolder() ? folder() : home_ / "All.vcf"; }
+
+    std::string makeStores()
+    {
+        registerPlugins();
+        EXPECT_EQ(samples({"fill", cards(), "--count", "9"}).code, 0);
+        if (!isFolder()) putText(second(), "");
+        return addMap("Mirabook=" + cards(), "vCard=" + second());
+    }
+    void changeCard(const std::string& name, const std::string& from, const std::string& to) const
+    {
+        replaceIn(isFolder() ? cardWith(name) : fs::path(second()), from, to);
+    }
+    void addCard(const std::string& name) const
+    {
+        const std::string card = "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + name + "\r\nN:" + name + ";New;;;\r\nFN:New " + name +
+                                 "\r\nTEL;TYPE=CELL:+1 202 555 0123\r\nEND:VCARD\r\n";
+        putText(isFolder() ? folder() / (name + ".vcf") : fs::path(second()), (isFolder() ? std::string() : textOf(second())) + card);
+    }
+    void removeCard(const std::string& name) const
+    {
+        if (isFolder()) {
+            fs::remove(cardWith(name));
+            return;
+        }
+        const std::string text = textOf(second()), end = "END:VCARD\r\n";
+        const std::size_t at = text.rfind("BEGIN:VCARD", text.find(name)), after = text.find(end, at) + end.size();
+        putText(second(), text.substr(0, at) + text.substr(after));
+    }
+
+    // What the stores hold, in an order of its own, without what is made anew for each card.
+    std::vector<std::string> content()
+    {
+        std::vector<std::string> lines;
+        const auto takeCards = [&](const std::string& text) {
+            for (std::size_t at = 0, end; (end = text.find("END:VCARD", at)) != text.npos; at = end + 9) {
+                std::string card = text.substr(at, end - at);
+                for (const char* made : {"\r\nUID:", "\r\nREV:"})
+                    if (const std::size_t from = card.find(made); from != card.npos) card.erase(from, card.find("\r\n", from + 2) - from);
+                lines.push_back(card.substr(card.find("BEGIN:")));
+            }
+        };
+        if (isFolder()) {
+            for (const fs::directory_entry& entry : fs::directory_iterator(folder()))
+                if (entry.path().extension() == ".vcf") takeCards(textOf(entry.path()));
+        } else {
+            takeCards(textOf(second()));
+        }
+        const Result shown = samples({"show", cards()});
+        EXPECT_EQ(shown.code, 0) << shown.error;
+        for (std::size_t at = 0; at < shown.out.size();) {
+            const std::size_t end = std::min(shown.out.find("\n\n", at), shown.out.size());
+            lines.push_back(shown.out.substr(at, end - at));
+            at = end + 2;
+        }
+        std::ranges::sort(lines);
+        return lines;
+    }
+
+    static void copyAll(const fs::path& from, const fs::path& to)
+    {
+        fs::remove_all(to);
+        ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // with the files' times
+    }
+    Result killedSync(int call)
+    {
+        run_.environment["LD_PRELOAD"] = KILL_AT_CALL_LIBRARY;
+        run_.environment["KILL_AT_CALL"] = std::to_string(call);
+        run_.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0";
+        const Result result = mb({"sync", "--silent"});
+        for (const char* name : {"LD_PRELOAD", "KILL_AT_CALL", "ASAN_OPTIONS"}) run_.environment.erase(name);
+        return result;
+    }
+
+    // From the state of now on.
+    void expectEveryKilledRunToBeMadeGood()
+    {
+        copyAll(home_, kept_);
+        ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+        const std::vector<std::string> wanted = content();
+        int call = 1;
+        for (;; ++call) {
+            SCOPED_TRACE("killed in front of call " + std::to_string(call));
+            copyAll(kept_, home_);
+            const Result killed = killedSync(call);
+            if (killed.code == 0) break;
+            ASSERT_EQ(killed.code, 128 + SIGKILL) << killed.error;
+            const Result next = mb({"sync", "--silent"});
+            ASSERT_EQ(next.code, 0) << next.error;
+            ASSERT_EQ(content(), wanted);
+            ASSERT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
+        }
+        EXPECT_GT(call, 20) << "the calls were not counted";
+        RecordProperty("killed_runs", call - 1);
+        EXPECT_EQ(content(), wanted);
+    }
+
+    fs::path kept_ = fs::path(home_) += " kept";
+};
+
+TEST_P(KilledRunTest, TheFirstRunIsMadeGoodByTheNext)
+{
+    (void)makeStores();
+    expectEveryKilledRunToBeMadeGood();
+}
+
+// What the killed run edited is an edit on both sides to the next one, and so a conflict, though of equal values: a map that asks has to
+// ask.
+TEST_P(KilledRunTest, ARunThatAddsEditsAndDeletesOnBothSidesIsMadeGoodByTheNextThatSettlesConflicts)
+{
+    const std::string map = makeStores();
+    ASSERT_EQ(mb({"set", map, "conflicts", "first-wins"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Friends"}).code, 0);
+    ASSERT_EQ(samples({"delete", cards(), "Jürgen Weiß"}).code, 0);
+    changeCard("paivi.makela@example.org", "paivi.makela@example.org", "paivi@example.net");
+    removeCard("gudrun@example.org");
+    addCard("Arrival");
+    expectEveryKilledRunToBeMadeGood();
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, KilledRunTest, testing::Values(Second::Folder, Second::File),
+                         [](const auto& second) { return second.param == Second::Folder ? "Folder" : "File"; });
+
+} // namespace
