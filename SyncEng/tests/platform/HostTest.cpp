@@ -3,6 +3,7 @@
 #include "TestFolder.h"
 #include "text.h"
 #include "ui.h"
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -134,11 +135,14 @@ TEST(Host, ProcessAndThreadsHaveNumbers)
 
 TEST(Host, TheClockIsTheSystems)
 {
-    const time_t before = std::time(nullptr);
+    // Not by std::time, which lags behind the clock that tells fractions.
+    const auto wholeSeconds = [] { return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()).time_since_epoch(); };
+    const auto before = wholeSeconds();
     const ClockTime read = utcTime();
     const double date = utcNow();
-    const time_t after = std::time(nullptr);
-    const double first = static_cast<double>(before) / secondsADay + 25569.0, last = static_cast<double>(after) / secondsADay + 25569.0;
+    const auto after = wholeSeconds();
+    const double first = static_cast<double>(before.count()) / secondsADay + 25569.0,
+                 last = static_cast<double>(after.count()) / secondsADay + 25569.0;
     EXPECT_GE(calendarText(read), calendarText(first));
     EXPECT_LE(calendarText(read), calendarText(last));
     EXPECT_GE(calendarText(date), calendarText(first));
