@@ -147,7 +147,7 @@ void addMapCommands(CLI::App& app)
     const auto given = std::make_shared<Arguments>();
     auto* add = app.add_subcommand("add", "Make a map of two stores and print its identifier");
     add->footer("Names are those of mb translators, ignoring case. Both stores are opened once to see that they work; a card file is made\n"
-                "if there is none.\n\nExample:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
+                "if there is none. Two stores have one map.\n\nExample:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
     add->add_option("NAME1=DATABASE1", given->first, "The first store")->required();
     add->add_option("NAME2=DATABASE2", given->second, "The second store")->required();
     add->callback([given] { addMap(given->first, given->second); });

@@ -17,10 +17,10 @@ constexpr char16_t syncInfo[] = u"SyncInfo", databaseKey[] = u"Database", timeKe
                    fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData";
 constexpr std::size_t sideNameLength = 6;
 
-// The keys that every record has, as they stand in the document.
+// The keys that records have, as they stand in the document.
 struct EncodedKeys {
     std::string mapped = encodeBase64(mappedKey), modified = encodeBase64(modifiedKey), status = encodeBase64(fieldStatusKey),
-                data = encodeBase64(fieldDataKey);
+                data = encodeBase64(fieldDataKey), changed = encodeBase64(changedKey);
 };
 
 const EncodedKeys& encodedKeys()
@@ -199,8 +199,7 @@ struct CSyncHistory::Rows {
     void add(const platform::XmlElement& section)
     {
         static const std::string infoName = encodeBase64(syncInfo);
-        static const std::string changedName = encodeBase64(changedKey);
-        static const std::array<std::string_view, 3> keys{encodedKeys().mapped, encodedKeys().modified, changedName};
+        static const std::array<std::string_view, 3> keys{encodedKeys().mapped, encodedKeys().modified, encodedKeys().changed};
         HistoryEntry& entry = entries.emplace_back();
         Mark& mark = marks.emplace_back();
         std::string buffer;

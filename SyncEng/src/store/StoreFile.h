@@ -54,7 +54,7 @@ public:
     HRESULT WriteGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, const GUID& value, bool append,
                       bool save);
 
-    // WriteValue for up to four keys of one section, which is looked for once. The keys differ.
+    // WriteValue for up to four keys of one section, which is looked for once; more are E_INVALIDARG. The keys differ.
     struct KeyValue {
         std::string_view encodedKey;
         std::u16string_view value;

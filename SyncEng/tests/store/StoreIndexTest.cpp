@@ -143,6 +143,19 @@ public:
             EXPECT_EQ(store.SetFlagInAllSections(type, random.below(2), false), S_OK);
             measure.SetFlagInAllSections(type, valueOfFlag(type));
             break;
+        case 6:
+        case 7: {
+            const std::u16string otherKey = random.word(), otherValue = random.word();
+            // Under another root no section is found again: each single write makes one of its own.
+            if (otherKey == key || !measure.document.root().isNamed("Scs")) break;
+            const bool append = random.below(3) == 0;
+            const std::string encodedKey = encodeBase64(key), encodedOther = encodeBase64(otherKey);
+            const HRESULT first = measure.WriteValue(type, section, key, value, append),
+                          second = measure.WriteValue(type, section, otherKey, otherValue, append);
+            EXPECT_EQ(store.WriteValues(type, section, {{encodedKey, value}, {encodedOther, otherValue}}, append, false),
+                      FAILED(first) ? first : second);
+            break;
+        }
         default:
             const bool append = random.below(3) == 0;
             EXPECT_EQ(store.WriteValue(type, section, key, value, append, false), measure.WriteValue(type, section, key, value, append));

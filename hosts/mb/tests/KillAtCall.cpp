@@ -2,10 +2,14 @@
 // KILL_AT_CALL. What a program leaves then is what a power failure leaves once the disk has taken all that was written.
 #include <atomic>
 #include <csignal>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 namespace {
 
@@ -19,6 +23,9 @@ void countCall()
 
 // The terminal and the log, which is only ever added to, are no part of what must hold.
 bool isTold(int file) { return file <= 2 || (fcntl(file, F_GETFL) & O_APPEND) != 0; }
+
+// A file that is there is not changed by being opened.
+bool isMade(int flags) { return (flags & (O_CREAT | O_TRUNC)) != 0 && (flags & O_APPEND) == 0; }
 
 template <class F> F* real(F*, const char* name) { return reinterpret_cast<F*>(dlsym(RTLD_NEXT, name)); }
 
@@ -44,7 +51,42 @@ int rename(const char* from, const char* to) noexcept { BEFORE(rename, from, to)
 int renameat(int folder1, const char* from, int folder2, const char* to) noexcept { BEFORE(renameat, folder1, from, folder2, to); }
 int unlink(const char* path) noexcept { BEFORE(unlink, path); }
 int unlinkat(int folder, const char* path, int flags) noexcept { BEFORE(unlinkat, folder, path, flags); }
+int remove(const char* path) noexcept { BEFORE(remove, path); }
+int rmdir(const char* path) noexcept { BEFORE(rmdir, path); }
+int mkdir(const char* path, mode_t mode) noexcept { BEFORE(mkdir, path, mode); }
+int fchmod(int file, mode_t mode) noexcept { BEFORE(fchmod, file, mode); }
+int posix_fallocate(int file, off_t at, off_t size) { BEFORE(posix_fallocate, file, at, size); }
 int fsync(int file) { BEFORE(fsync, file); }
 int fdatasync(int file) { BEFORE(fdatasync, file); }
 int syncfs(int file) noexcept { BEFORE(syncfs, file); }
+int open(const char* path, int flags, ...)
+{
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    static auto* const next = real(&open, "open");
+    if (isMade(flags)) countCall();
+    return next(path, flags, mode);
+}
+int open64(const char* path, int flags, ...)
+{
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    static auto* const next = real(&open64, "open64");
+    if (isMade(flags)) countCall();
+    return next(path, flags, mode);
+}
+int openat(int folder, const char* path, int flags, ...)
+{
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    static auto* const next = real(&openat, "openat");
+    if (isMade(flags)) countCall();
+    return next(folder, path, flags, mode);
+}
 }

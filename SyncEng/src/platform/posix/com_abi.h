@@ -30,6 +30,7 @@ struct DECIMAL { USHORT wReserved; BYTE scale, sign; ULONG Hi32; ULONGLONG Lo64;
 
 struct GUID {
     std::uint32_t Data1; std::uint16_t Data2, Data3; std::uint8_t Data4[8];
+    // By halves: member by member the last eight bytes would be a loop, and identifiers are compared with each field of each record.
     friend constexpr bool operator==(const GUID& a, const GUID& b) noexcept
     {
         struct Halves {
