@@ -38,8 +38,10 @@ public:
     // The value of the type, made empty if there is none.
     std::u16string& operator[](LONG type)
     {
-        auto at = items_.empty() || items_.back().first < type ? items_.end() : std::ranges::lower_bound(items_, type, {}, &Item::first);
-        if (at == items_.end() || at->first != type) at = items_.insert(at, Item(type, std::u16string()));
+        if (items_.empty() || items_.back().first < type)
+            return items_.emplace_back(type, std::u16string()).second; // mostly they come in order
+        auto at = std::ranges::lower_bound(items_, type, {}, &Item::first);
+        if (at->first != type) at = items_.insert(at, Item(type, std::u16string()));
         return at->second;
     }
     void erase(LONG type)

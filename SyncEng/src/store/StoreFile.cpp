@@ -425,7 +425,7 @@ XmlElement StoreFile::appendSection(const SectionKey& place)
     const XmlElement node = root.appendChild("Sc");
     node.appendChild("ST", place.type);
     node.appendChild("SN", place.name);
-    index_.append(node);
+    index_.append(node, place.type, place.name);
     return node;
 }
 

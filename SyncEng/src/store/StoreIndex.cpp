@@ -149,9 +149,11 @@ std::vector<XmlElement> StoreIndex::inOrder(std::vector<const Entry*>& found)
     return sections;
 }
 
-void StoreIndex::append(const XmlElement& section)
+void StoreIndex::append(const XmlElement& section, std::string_view type, std::string_view name)
 {
-    if (section.parent().isNamed("Scs")) restore(section, places_++);
+    if (!section.parent().isNamed("Scs")) return;
+    const std::uint32_t number = numberOf(type);
+    link({section, number, joined(number, hashOf(name)), places_++, none});
 }
 
 void StoreIndex::restore(const XmlElement& section, std::uint32_t place)

@@ -27,8 +27,8 @@ public:
     [[nodiscard]] std::vector<platform::XmlElement> all(std::string_view type, std::string_view name) const;
     [[nodiscard]] std::vector<platform::XmlElement> ofType(std::string_view type) const;
 
-    // A new section, the last one of the document, whose type and name are written.
-    void append(const platform::XmlElement& section);
+    // A new section, the last one of the document, of this one type and name.
+    void append(const platform::XmlElement& section, std::string_view type, std::string_view name);
     // A section that is about to leave the document, or to get another name; the answer is its place, for restore.
     std::uint32_t remove(const platform::XmlElement& section);
     void restore(const platform::XmlElement& section, std::uint32_t place);

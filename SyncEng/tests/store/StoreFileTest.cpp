@@ -44,6 +44,16 @@ TEST_F(StoreFileTest, AnEmptyValueIsThereAndEmpty)
     EXPECT_EQ(text, u"");
 }
 
+TEST_F(StoreFileTest, ManyValuesAtOnceAreAllWrittenOrNone)
+{
+    const auto of = [](const char* key) { return StoreFile::KeyValue{key, u"v"}; };
+    const auto tooMany = {of("YQ=="), of("Yg=="), of("Yw=="), of("ZA=="), of("ZQ==")};
+    EXPECT_EQ(store.WriteValues(u"T", u"s", tooMany, false, true), E_INVALIDARG);
+    EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>");
+    EXPECT_EQ(store.WriteValues(u"T", u"s", {of("YQ=="), of("Yg=="), of("Yw=="), of("ZA==")}, false, true), S_OK);
+    EXPECT_EQ(value(u"T", u"s", u"a") + value(u"T", u"s", u"d"), u"vv");
+}
+
 TEST_F(StoreFileTest, AnAbsentKeyIsAFailureWithTheEmptyText)
 {
     std::u16string text = u"before";

@@ -259,7 +259,7 @@ TEST(StoreIndex, GrowsWithItsSections)
         const auto section = root.appendChild("Sc");
         section.appendChild("ST").setText("T");
         section.appendChild("SN").setText(std::to_string(i));
-        index.append(section);
+        index.append(section, "T", std::to_string(i));
         sections.push_back(section);
     }
     for (int i = 0; i < 2000; ++i) ASSERT_EQ(index.first("T", std::to_string(i)), sections[static_cast<std::size_t>(i)]) << i;
