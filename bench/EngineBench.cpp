@@ -113,7 +113,7 @@ template <class Prepare> void run(benchmark::State& state, Prepare&& prepare)
     const auto n = static_cast<std::size_t>(state.range(0));
     for (auto _ : state) {
         std::vector<Measured> tries;
-        for (int i = n < 10000 ? 9 : 3; i > 0; --i) {
+        for (int i = n <= 10000 ? 9 : 3; i > 0; --i) {
             BenchScenario s;
             s.makeMap();
             prepare(s, n);
