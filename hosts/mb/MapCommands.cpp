@@ -6,6 +6,8 @@
 #include "StoreName.h"
 #include "text.h"
 
+#include <filesystem>
+
 namespace mbhost {
 namespace {
 
@@ -33,6 +35,12 @@ void refuseSecondMap(const Engine& engine, ITrMap* maps, const GUID (&ids)[2], c
     }
 }
 
+bool isThere(const std::string& database)
+{
+    std::error_code unknown;
+    return std::filesystem::exists(pathOf(database), unknown) || unknown;
+}
+
 void addMap(const std::string& first, const std::string& second)
 {
     const StoreName names[2] = {parseStore(first), parseStore(second)};
@@ -45,6 +53,7 @@ void addMap(const std::string& first, const std::string& second)
         throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two.", exitUsage);
     const auto maps = engine.maps();
     refuseSecondMap(engine, maps.get(), ids, databases);
+    const bool wereThere[2] = {isThere(databases[0]), isThere(databases[1])};
     GUID map{};
     const HRESULT hr = maps->Create(ids[0], ids[1], &map);
     if (FAILED(hr)) throw Failure("The map could not be made: " + describe(hr));
@@ -58,6 +67,9 @@ void addMap(const std::string& first, const std::string& second)
         }
     } catch (...) {
         (void)engine.manager()->DeleteMap(map);
+        std::error_code ignored;
+        for (const int i : {0, 1}) // a card file is made when it is first opened
+            if (!wereThere[i]) std::filesystem::remove(pathOf(databases[i]), ignored);
         throw;
     }
     print(guidName(map) + "\n");

@@ -149,6 +149,15 @@ TEST_F(EndToEndTest, AMapIsOnlyMadeOfStoresThatOpen)
     }
     EXPECT_EQ(json({"maps"}), Json::array());
     EXPECT_EQ(textOf(home_ / "junk.db"), std::string(5000, 'x'));
+    EXPECT_FALSE(std::filesystem::exists(home_ / "cards.db")) << "a store that was made for no map";
+}
+
+TEST_F(EndToEndTest, AStoreThatWasThereStaysWhereNoMapIsMade)
+{
+    makeMap(3);
+    const std::string before = textOf(cards());
+    EXPECT_EQ(mb({"add", "Mirabook=" + cards(), "vCard=no such folder"}).code, 1);
+    EXPECT_EQ(textOf(cards()), before);
 }
 
 TEST_F(EndToEndTest, TwoStoresHaveOneMapWhicheverComesFirst)
