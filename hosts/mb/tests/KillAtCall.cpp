@@ -36,6 +36,15 @@ template <class F> F* real(F*, const char* name) { return reinterpret_cast<F*>(d
     static auto* const next = real(&name, #name);                                                                                          \
     return next(__VA_ARGS__)
 
+#define BEFORE_OPENING(name, ...)                                                                                                          \
+    va_list rest;                                                                                                                          \
+    va_start(rest, flags);                                                                                                                 \
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;                                                                 \
+    va_end(rest);                                                                                                                          \
+    if (isMade(flags)) countCall();                                                                                                        \
+    static auto* const next = real(&name, #name);                                                                                          \
+    return next(__VA_ARGS__, flags, mode)
+
 extern "C" {
 
 ssize_t write(int file, const void* bytes, size_t size)
@@ -59,34 +68,7 @@ int posix_fallocate(int file, off_t at, off_t size) { BEFORE(posix_fallocate, fi
 int fsync(int file) { BEFORE(fsync, file); }
 int fdatasync(int file) { BEFORE(fdatasync, file); }
 int syncfs(int file) noexcept { BEFORE(syncfs, file); }
-int open(const char* path, int flags, ...)
-{
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
-    static auto* const next = real(&open, "open");
-    if (isMade(flags)) countCall();
-    return next(path, flags, mode);
-}
-int open64(const char* path, int flags, ...)
-{
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
-    static auto* const next = real(&open64, "open64");
-    if (isMade(flags)) countCall();
-    return next(path, flags, mode);
-}
-int openat(int folder, const char* path, int flags, ...)
-{
-    va_list rest;
-    va_start(rest, flags);
-    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
-    va_end(rest);
-    static auto* const next = real(&openat, "openat");
-    if (isMade(flags)) countCall();
-    return next(folder, path, flags, mode);
-}
+int open(const char* path, int flags, ...) { BEFORE_OPENING(open, path); }
+int open64(const char* path, int flags, ...) { BEFORE_OPENING(open64, path); }
+int openat(int folder, const char* path, int flags, ...) { BEFORE_OPENING(openat, folder, path); }
 }
