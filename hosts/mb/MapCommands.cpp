@@ -35,10 +35,11 @@ void refuseSecondMap(const Engine& engine, ITrMap* maps, const GUID (&ids)[2], c
     }
 }
 
-bool isThere(const std::string& database)
+// Not even a link that leads nowhere.
+bool isNothing(const std::string& database)
 {
     std::error_code unknown;
-    return std::filesystem::exists(pathOf(database), unknown) || unknown;
+    return std::filesystem::symlink_status(pathOf(database), unknown).type() == std::filesystem::file_type::not_found;
 }
 
 void addMap(const std::string& first, const std::string& second)
@@ -53,7 +54,7 @@ void addMap(const std::string& first, const std::string& second)
         throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two.", exitUsage);
     const auto maps = engine.maps();
     refuseSecondMap(engine, maps.get(), ids, databases);
-    const bool wereThere[2] = {isThere(databases[0]), isThere(databases[1])};
+    const bool areNew[2] = {isNothing(databases[0]), isNothing(databases[1])};
     GUID map{};
     const HRESULT hr = maps->Create(ids[0], ids[1], &map);
     if (FAILED(hr)) throw Failure("The map could not be made: " + describe(hr));
@@ -69,7 +70,7 @@ void addMap(const std::string& first, const std::string& second)
         (void)engine.manager()->DeleteMap(map);
         std::error_code ignored;
         for (const int i : {0, 1}) // a card file is made when it is first opened
-            if (!wereThere[i]) std::filesystem::remove(pathOf(databases[i]), ignored);
+            if (areNew[i]) std::filesystem::remove(pathOf(databases[i]), ignored);
         throw;
     }
     print(guidName(map) + "\n");

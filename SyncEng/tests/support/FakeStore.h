@@ -3,8 +3,8 @@
 #pragma once
 #include "FakeValues.h"
 #include "interfaces.h"
-#include <cstring>
 #include <array>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -36,7 +36,7 @@ struct FakeRecord {
 
 struct FakeIdHash {
     using is_transparent = void;
-    // Not noexcept: the library keeps the hashes of such ones only with the nodes, and so looks at one node a look-up.
+    // Not noexcept: else the library thinks it cheap, keeps no hash with the records, and hashes a record's neighbours at each look-up.
     std::size_t operator()(std::u16string_view id) const { return std::hash<std::u16string_view>{}(id); }
 };
 // The library compares 16-bit texts unit by unit.

@@ -149,7 +149,8 @@ TEST_F(EndToEndTest, AMapIsOnlyMadeOfStoresThatOpen)
     }
     EXPECT_EQ(json({"maps"}), Json::array());
     EXPECT_EQ(textOf(home_ / "junk.db"), std::string(5000, 'x'));
-    EXPECT_FALSE(std::filesystem::exists(home_ / "cards.db")) << "a store that was made for no map";
+    for (const auto& entry : std::filesystem::directory_iterator(home_))
+        EXPECT_FALSE(entry.path().filename().string().starts_with("cards.db")) << entry.path() << " was made for no map";
 }
 
 TEST_F(EndToEndTest, AStoreThatWasThereStaysWhereNoMapIsMade)
@@ -158,6 +159,13 @@ TEST_F(EndToEndTest, AStoreThatWasThereStaysWhereNoMapIsMade)
     const std::string before = textOf(cards());
     EXPECT_EQ(mb({"add", "Mirabook=" + cards(), "vCard=no such folder"}).code, 1);
     EXPECT_EQ(textOf(cards()), before);
+
+    std::filesystem::create_directory(home_ / "Empty");
+    std::filesystem::create_symlink(home_ / "elsewhere.db", home_ / "link.db");
+    EXPECT_EQ(mb({"add", "vCard=Empty", "vCard=no such folder"}).code, 1);
+    EXPECT_EQ(mb({"add", "Mirabook=link.db", "vCard=no such folder"}).code, 1);
+    EXPECT_TRUE(std::filesystem::is_directory(home_ / "Empty"));
+    EXPECT_TRUE(std::filesystem::is_symlink(home_ / "link.db"));
 }
 
 TEST_F(EndToEndTest, TwoStoresHaveOneMapWhicheverComesFirst)

@@ -96,6 +96,17 @@ protected:
         }
         return once;
     }
+    // The contacts that addEditAndDelete edits may be there twice, alike; all others are there once.
+    static void expectOnlyEditedTwice(std::vector<std::string> held, std::vector<std::string> wanted)
+    {
+        EXPECT_EQ(eachOnce(held), eachOnce(wanted));
+        for (const char* edited : {"Lindqvist", "paivi@example.net"}) {
+            const auto isIt = [&](const std::string& contact) { return contact.find(edited) != contact.npos; };
+            const std::size_t inHeld = std::erase_if(held, isIt), inWanted = std::erase_if(wanted, isIt);
+            EXPECT_LE(inHeld, 2 * inWanted) << edited;
+        }
+        EXPECT_EQ(held, wanted);
+    }
     static void copyAll(const fs::path& from, const fs::path& to)
     {
         fs::remove_all(to);
@@ -122,7 +133,7 @@ protected:
         addCard("Arrival");
     }
 
-    // From the state of now on. With keepsTwice a contact may be there twice in the end, alike.
+    // From the state of now on. With keepsTwice what was edited may be there twice in the end.
     void expectEveryKilledRunToBeMadeGood(bool keepsTwice = false)
     {
         copyAll(home_, kept_);
@@ -138,9 +149,10 @@ protected:
             const Result next = mb({"sync", "--silent"});
             ASSERT_EQ(next.code, 0) << next.error;
             if (keepsTwice)
-                ASSERT_EQ(eachOnce(content()), eachOnce(wanted));
+                expectOnlyEditedTwice(content(), wanted);
             else
                 ASSERT_EQ(content(), wanted);
+            ASSERT_FALSE(HasFailure());
             ASSERT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
         }
         EXPECT_GT(call, 20) << "the calls were not counted";
