@@ -210,12 +210,7 @@ TEST_F(CategorySync, ASideWithoutALastNameIsPairedByTheFieldsOfTheMap)
 
 TEST_F(CategorySync, TheNamesGoTogetherWhateverFieldsTheMapPairs)
 {
-    s.makeMap();
-    GUID fields{};
-    ASSERT_EQ(s.maps()->GetFieldMap(s.map(), &fields), S_OK);
-    const auto fieldMap = s.create<IFieldMap>(__uuidof(FieldMap));
-    ASSERT_EQ(fieldMap->DeleteMap(fields), S_OK);
-    ASSERT_EQ(fieldMap->AddMapEntry(fields, s.one().guidOf(ftFirstName), s.two().guidOf(ftFirstName)), S_OK);
+    s.pairFields({{ftFirstName, ftFirstName}});
     s.one().addCategory(u"Friends");
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_THAT(names(s.two()), ElementsAre(u"Friends"));

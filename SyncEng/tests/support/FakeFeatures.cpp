@@ -24,13 +24,11 @@ bool FakeTranslator::offers(REFIID riid) const noexcept
 {
     const FakeOptions& o = options();
     const std::pair<const IID&, bool> switches[] = {
-        {__uuidof(IFieldList), o.fieldList},      {__uuidof(IField), o.field},
-        {__uuidof(ITranslatorInfo), o.info},      {__uuidof(ITranslatorInfoEx), o.infoEx},
-        {__uuidof(IRecordUpdater), o.updater},    {__uuidof(ICategories), o.categories},
-        {__uuidof(IFieldValidator), o.validator}, {__uuidof(IDynamicFieldLoader), o.dynamicFields},
-        {__uuidof(IImageSupport), o.images},      {__uuidof(IPIMUserAccess), o.userAccess},
-        {__uuidof(IPIMSetUp), o.setUp},           {__uuidof(IProductMatcher), o.matcher},
-        {__uuidof(IRecordVerifier), o.verifier},  {__uuidof(IDuplicateFinder), o.duplicates},
+        {__uuidof(ITranslator), o.installed},   {__uuidof(IFieldList), o.fieldList},      {__uuidof(IField), o.field},
+        {__uuidof(ITranslatorInfo), o.info},    {__uuidof(ITranslatorInfoEx), o.infoEx},  {__uuidof(IRecordUpdater), o.updater},
+        {__uuidof(ICategories), o.categories},  {__uuidof(IFieldValidator), o.validator}, {__uuidof(IDynamicFieldLoader), o.dynamicFields},
+        {__uuidof(IImageSupport), o.images},    {__uuidof(IPIMUserAccess), o.userAccess}, {__uuidof(IPIMSetUp), o.setUp},
+        {__uuidof(IProductMatcher), o.matcher}, {__uuidof(IRecordVerifier), o.verifier},  {__uuidof(IDuplicateFinder), o.duplicates},
         {__uuidof(ITranslatorTest), o.test},
     };
     for (const auto& [iid, on] : switches)

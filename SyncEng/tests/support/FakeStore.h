@@ -55,6 +55,7 @@ struct FakeOptions {
     bool fieldList = true, field = true, info = true, infoEx = false, updater = false, categories = false, dynamicFields = false,
          validator = false, images = false, userAccess = false, setUp = true, matcher = false, verifier = true, duplicates = false,
          test = false;
+    bool installed = true;    // else the class gives no translator, as one whose plug-in is missing
     bool dates = true;        // GetModifiedDate answers; else 0
     bool batches = true;      // else BeginUpdate and EndUpdate answer E_NOTIMPL
     bool newIdOnSave = false; // SaveRecord gives a new identifier to an edited record

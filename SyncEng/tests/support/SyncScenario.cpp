@@ -59,6 +59,16 @@ void SyncScenario::setOption(_SyncOptions option, LONG value)
     ASSERT_EQ(maps()->SetOption(map_, option, v), S_OK);
 }
 
+void SyncScenario::pairFields(const std::vector<std::pair<LONG, LONG>>& types)
+{
+    makeMap();
+    GUID fields{};
+    ASSERT_EQ(maps()->GetFieldMap(map_, &fields), S_OK);
+    const auto fieldMap = create<IFieldMap>(__uuidof(FieldMap));
+    ASSERT_EQ(fieldMap->DeleteMap(fields), S_OK);
+    for (const auto& [type1, type2] : types) ASSERT_EQ(fieldMap->AddMapEntry(fields, one().guidOf(type1), two().guidOf(type2)), S_OK);
+}
+
 HRESULT SyncScenario::run(VARIANT_BOOL silent)
 {
     makeMap();
@@ -108,6 +118,29 @@ com::Variant SyncScenario::lastCode()
     EXPECT_EQ(synchronizer_->GetLastError(code.put(), message1.put(), message2.put()), S_OK);
     return code;
 }
+
+std::u16string SyncScenario::remembered(_TransIds side, const std::u16string& id, LONG type)
+{
+    const auto history = create<IFidemarkSupport>(__uuidof(TrManager));
+    EXPECT_EQ(history->Initialize(map_), S_OK);
+    com::Bstr value;
+    const bool held =
+        SUCCEEDED(history->BeginGetFieldData(side, com::Bstr(id).get())) && SUCCEEDED(history->GetFieldData(type, value.put()));
+    return held ? value.text() : u"<none>";
+}
+
+std::vector<std::u16string> SyncScenario::rememberedRecords(_TransIds side)
+{
+    const auto history = create<IFidemarkSupport>(__uuidof(TrManager));
+    EXPECT_EQ(history->Initialize(map_), S_OK);
+    SAFEARRAY* listed = nullptr;
+    if (FAILED(history->GetHistoryRecords(side, &listed))) return {}; // it knows none
+    std::vector<std::u16string> ids = com::textArray(listed);
+    SafeArrayDestroy(listed);
+    return ids;
+}
+
+std::filesystem::path SyncScenario::historyFile() const { return folder.data() / std::filesystem::path(com::guidText(map_) + u".xml"); }
 
 std::multiset<FakeValues> SyncScenario::contents(const FakeStore& store)
 {

@@ -37,6 +37,8 @@ public:
     void makeMap();
     [[nodiscard]] const GUID& map() const { return map_; }
     void setOption(_SyncOptions option, LONG value);
+    // The map pairs these fields and no others: a type of side 1, and one of side 2.
+    void pairFields(const std::vector<std::pair<LONG, LONG>>& types);
     // The engine's objects, as a host gets them.
     template <class I> com::Ptr<I> create(REFCLSID clsid)
     {
@@ -47,6 +49,12 @@ public:
     com::Ptr<ITrMap> maps();
     [[nodiscard]] std::pair<std::u16string, std::u16string> lastError();
     [[nodiscard]] com::Variant lastCode();
+
+    // What the history of the map holds of a record's field, as a host may ask for it; "<none>" if nothing.
+    [[nodiscard]] std::u16string remembered(_TransIds side, const std::u16string& id, LONG type);
+    // The records of a side that the history knows, in the order of the file.
+    [[nodiscard]] std::vector<std::u16string> rememberedRecords(_TransIds side);
+    [[nodiscard]] std::filesystem::path historyFile() const;
 
     // Each record by the values of the mapped fields, in no order: what must be equal on both sides.
     [[nodiscard]] static std::multiset<FakeValues> contents(const FakeStore& store);
