@@ -3,12 +3,14 @@
 #include "FrontEndFake.h"
 #include "SyncScenario.h"
 
+#include <cmath>
 #include <gmock/gmock.h>
 
 namespace {
 
 using mbtest::FakeValues;
 using mbtest::SyncScenario;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -17,8 +19,7 @@ using testing::SizeIs;
 // One contact on both sides, in step.
 class HistoryAnalysis : public testing::Test {
 protected:
-    HistoryAnalysis() : HistoryAnalysis(mbtest::fakeClass1) {}
-    explicit HistoryAnalysis(const GUID& class1) : s(class1) { ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}}); }
+    HistoryAnalysis() { ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}}); }
     // A field of side 1 changes, and the dates are as the test says.
     void changeCity(DATE date)
     {
@@ -31,16 +32,38 @@ protected:
         EXPECT_EQ(s.sync(), expected);
         return s.logText().substr(before);
     }
-    std::filesystem::path historyFile() { return s.folder.data() / std::filesystem::path(com::guidText(s.map()) + u".xml"); }
     SyncScenario s;
     std::u16string ada;
 };
 
 constexpr GUID goldMine{0x2C0C63AE, 0x10AA, 0x4867, {0x92, 0xA5, 0x65, 0x7D, 0xBB, 0x18, 0x2E, 0x97}};
+constexpr GUID goldMineCorporate{0x5C06CD02, 0x1F21, 0x46BC, {0xAC, 0x38, 0x63, 0xA9, 0xB0, 0xB7, 0x35, 0x69}};
 
-class GoldMineHistory : public HistoryAnalysis {
+// One of these two stores on one of the sides, and a history that knows one contact.
+class GoldMineHistory : public testing::TestWithParam<std::pair<GUID, _TransIds>> {
 protected:
-    GoldMineHistory() : HistoryAnalysis(goldMine) {}
+    GoldMineHistory()
+        : s(GetParam().second == idTrans1 ? GetParam().first : mbtest::fakeClass1,
+            GetParam().second == idTrans2 ? GetParam().first : mbtest::fakeClass2)
+    {
+        s.one().options.updater = s.two().options.updater = true;
+        s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+        EXPECT_EQ(s.sync(), S_OK);
+    }
+    // In a run with a history of that version: the questions for moved identifiers, and that for the number of records, in order.
+    std::vector<std::string> questions(const std::string& version)
+    {
+        std::string text = s.folder.read(s.historyFile());
+        text.replace(text.find("Version=\"4\""), 11, "Version=\"" + version + "\"");
+        s.folder.write(std::filesystem::relative(s.historyFile(), s.folder.path()).string(), text);
+        EXPECT_EQ(s.sync(), S_OK);
+        std::vector<std::string> found;
+        for (const std::string& line : s.log().lines)
+            for (const char* method : {" GetUpdatedRecordId", " GetRecordCount"})
+                if (line.substr(1).starts_with(method)) found.push_back(line.substr(0, 1) + method);
+        return found;
+    }
+    SyncScenario s;
 };
 
 } // namespace
@@ -62,6 +85,21 @@ TEST_F(HistoryAnalysis, DatesBeforeTheEpochAreNeverNewer)
     changeCity(-10.0);
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_THAT(s.writes(), IsEmpty());
+}
+
+TEST_F(HistoryAnalysis, ADateThatIsLaterByTheSmallestStepIsAChangeAndAnEqualOneIsNone)
+{
+    EXPECT_EQ(s.sync(), S_OK);
+    const std::u16string ada2 = s.two().order.front();
+    const DATE known = s.one().records.at(ada).modified;
+    for (const DATE unchanged : {known, std::nextafter(known, 0.0)}) {
+        changeCity(unchanged);
+        EXPECT_EQ(s.sync(), S_OK);
+        EXPECT_THAT(s.writes(), IsEmpty());
+    }
+    changeCity(std::nextafter(known, known + 1.0));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.two().get(ada2, ftCity1), u"Paris");
 }
 
 TEST_F(HistoryAnalysis, AnExchangedDatabaseAfterAFailedRunIsNoReasonToBeginAnew)
@@ -90,9 +128,9 @@ TEST_F(HistoryAnalysis, FollowedIdentifiersMakeTheHistoryOneOfVersionThreeUntilT
     s.one().rename(false, ada, u"A999999");
     s.one().options.changedIds[ada] = u"A999999";
     EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(s.folder.read(historyFile()), HasSubstr("Version=\"3\""));
+    EXPECT_THAT(s.folder.read(s.historyFile()), HasSubstr("Version=\"3\""));
     EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(s.folder.read(historyFile()), HasSubstr("Version=\"4\""));
+    EXPECT_THAT(s.folder.read(s.historyFile()), HasSubstr("Version=\"4\""));
     EXPECT_THAT(s.two().records, SizeIs(1));
 }
 
@@ -111,17 +149,14 @@ TEST_F(HistoryAnalysis, AHistoryWithoutRecordsOffersNoReSync)
     EXPECT_TRUE(asked);
 }
 
-TEST_F(GoldMineHistory, OfVersionThreeAndLaterAsksForNoMovedIdentifiers)
+TEST_P(GoldMineHistory, IsAskedForMovedIdentifiersOnlyOfBeforeVersionThree)
 {
-    s.one().options.updater = s.two().options.updater = true;
-    EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(s.log().starting("1 GetUpdatedRecordId"), IsEmpty());
-    EXPECT_THAT(s.log().starting("2 GetUpdatedRecordId"), SizeIs(1));
-    const std::string bytes = s.folder.read(historyFile());
-    std::string old = bytes;
-    old.replace(old.find("Version=\"4\""), 11, "Version=\"2\"");
-    s.folder.write(std::filesystem::relative(historyFile(), s.folder.path()).string(), old);
-    EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(s.log().starting("1 GetUpdatedRecordId"), SizeIs(1));
+    const std::string other = GetParam().second == idTrans1 ? "2 GetUpdatedRecordId" : "1 GetUpdatedRecordId";
+    for (const char* version : {"3", "4"})
+        EXPECT_THAT(questions(version), ElementsAre(other, "1 GetRecordCount", "2 GetRecordCount")) << version;
+    EXPECT_THAT(questions("2"), ElementsAre("1 GetUpdatedRecordId", "2 GetUpdatedRecordId", "1 GetRecordCount", "2 GetRecordCount"));
 }
+
+INSTANTIATE_TEST_SUITE_P(Stores, GoldMineHistory,
+                         testing::Values(std::pair(goldMine, idTrans1), std::pair(goldMine, idTrans2),
+                                         std::pair(goldMineCorporate, idTrans1), std::pair(goldMineCorporate, idTrans2)));
