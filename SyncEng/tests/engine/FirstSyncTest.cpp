@@ -70,6 +70,23 @@ TEST(FirstSync, ASourceWithoutIdentifiersAndDatesWritesTheRecordAndLeavesNoLink)
     EXPECT_EQ(s.two().records.size(), 2u) << "no link, so it is new again";
 }
 
+TEST(FirstSync, ASourceWithOneOfIdentifiersAndDatesIsLinked)
+{
+    for (const ULONG caps : {ULONG{capRecordGUIDs}, ULONG{capTimestamps}})
+        for (const LONG direction : {stExportFromTrans1, stImportToTrans1}) {
+            SyncScenario s;
+            mbtest::FakeStore& source = direction == stExportFromTrans1 ? s.one() : s.two();
+            source.options.caps = caps;
+            source.add(person(u"Ada", u"Lovelace"));
+            s.setOption(soSyncType, direction);
+            EXPECT_EQ(s.sync(), S_OK);
+            EXPECT_EQ(s.rememberedRecords(idTrans1), s.one().order);
+            EXPECT_EQ(s.rememberedRecords(idTrans2), s.two().order);
+            EXPECT_EQ(s.sync(), S_OK);
+            EXPECT_EQ(s.writes(), std::vector<std::string>()) << "the record is known and is not added again";
+        }
+}
+
 TEST(FirstSync, ANameWithLineBreaksStaysInItsLineOfTheLog)
 {
     SyncScenario s;

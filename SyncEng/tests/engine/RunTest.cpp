@@ -294,6 +294,44 @@ TEST(Run, AFailedRunOverAnExchangedStoreLeavesNoHistoryThatDeletesByIt)
     EXPECT_THAT(s.two().records, SizeIs(4));
 }
 
+TEST(Run, AnExchangedStoreCostsNoContactInThisRunOrTheNext)
+{
+    for (const bool ofTwo : {false, true}) {
+        SyncScenario s;
+        mbtest::FakeStore &kept = ofTwo ? s.one() : s.two(), &exchanged = ofTwo ? s.two() : s.one();
+        for (const char16_t* last : {u"Lovelace", u"Hopper", u"Turing"}) kept.add(person(u"F", last));
+        EXPECT_EQ(s.sync(), S_OK);
+        exchanged.options.database = u"another store";
+        for (const std::u16string& id : std::vector(exchanged.order)) exchanged.remove(id);
+        exchanged.add(u"X1", person(u"F", u"Noether"));
+        exchanged.add(u"X2", person(u"F", u"Germain"));
+        for (int run = 1; run <= 2; ++run) {
+            EXPECT_EQ(s.sync(), S_OK);
+            EXPECT_THAT(s.log().starting("1 DeleteRecord"), IsEmpty()) << run;
+            EXPECT_THAT(s.log().starting("2 DeleteRecord"), IsEmpty()) << run;
+            EXPECT_THAT(kept.records, SizeIs(5)) << run;
+            EXPECT_THAT(exchanged.records, SizeIs(5)) << run;
+        }
+        EXPECT_THAT(s.rememberedRecords(idTrans1), SizeIs(5)) << "nothing of the former store is left in the history";
+        EXPECT_THAT(s.rememberedRecords(idTrans2), SizeIs(5));
+        s.expectInStep();
+    }
+}
+
+TEST(Run, AHistoryThatCannotBeOpenedEndsTheRunBeforeAnyStoreIsLookedAt)
+{
+    SyncScenario s;
+    s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(s.sync(), S_OK);
+    std::filesystem::remove(s.historyFile());
+    std::filesystem::create_directories(s.historyFile() / "inside");
+    s.one().remove(s.one().order.front());
+    EXPECT_TRUE(FAILED(s.sync()));
+    EXPECT_THAT(s.log().lines, IsEmpty());
+    EXPECT_TRUE(std::filesystem::is_directory(s.historyFile() / "inside"));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
 TEST(Run, ATranslatorWithFieldsAndNothingElseIsSynchronised)
 {
     SyncScenario s;
