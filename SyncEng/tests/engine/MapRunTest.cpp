@@ -1,5 +1,6 @@
 // One run of a map around its pipeline: how the translators are loaded and started, and what the files remember of it.
 #include "People.h"
+#include "RegistryValues.h"
 #include "SyncScenario.h"
 
 #include <gmock/gmock.h>
@@ -22,7 +23,19 @@ std::size_t countOf(const std::string& text, const std::string& part)
     return count;
 }
 
-std::filesystem::path historyOf(SyncScenario& s) { return s.folder.data() / std::filesystem::path(com::guidText(s.map()) + u".xml"); }
+constexpr GUID outlookExpress{0xA268D411, 0x2A98, 0x40B8, {0x80, 0x71, 0xB9, 0x48, 0x9A, 0x5D, 0xE4, 0xB2}};
+
+// The address book that the registry names for the helper program of that mail client.
+std::optional<std::u16string> addressBook()
+{
+    const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\MBSyncEng");
+    return key ? key->text(u"OutlookExpressDB") : std::nullopt;
+}
+
+void registerName(const GUID& clsid, std::u16string_view name)
+{
+    mbtest::setText(platform::Root::ClassesRoot, u"CLSID\\" + com::guidText(clsid), u"", name);
+}
 
 } // namespace
 
@@ -58,7 +71,7 @@ TEST(MapRun, AnOlderHistoryIsOneOfTodaysAfterAGoodRunAlone)
     SyncScenario s;
     s.one().add(person(u"Ada", u"Lovelace"));
     EXPECT_EQ(s.sync(), S_OK);
-    const auto path = historyOf(s);
+    const auto path = s.historyFile();
     const std::string old = std::regex_replace(s.folder.read(path), std::regex("Version=\"4\""), "Version=\"2\"");
     ASSERT_EQ(countOf(old, "Version=\"2\""), 1u);
     s.folder.write(std::filesystem::relative(path, s.folder.path()).string(), old);
@@ -186,4 +199,44 @@ TEST(MapRun, ATargetThatCannotBeReadBackKeepsTheValuesItHadInTheHistory)
     s.two().touch(ada2);
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_THAT(s.log().starting("1 WriteField"), ElementsAre("1 WriteField A000001 City=Paris")) << "the city it was given is new to it";
+}
+
+TEST(MapRun, TheAddressBookOfAMapIsLeftInTheRegistryAlsoByARunThatFails)
+{
+    SyncScenario s(mbtest::fakeClass1, outlookExpress);
+    s.makeMap();
+    s.two().options.database = u"C:\\Book.wab";
+    ASSERT_TRUE(platform::RegistryKey::remove(platform::Root::CurrentUser, u"Software\\Zorel\\MBSyncEng"));
+    s.log().failOn("1 Initialize", 1, E_FAIL);
+    EXPECT_EQ(s.sync(), E_FAIL);
+    EXPECT_EQ(addressBook(), u"C:\\Book.wab");
+    s.two().options.database = u"C:\\Other.wab";
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(addressBook(), u"C:\\Other.wab");
+    s.two().options.database.clear();
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(addressBook(), u"C:\\Other.wab") << "an empty name replaces none";
+}
+
+TEST(MapRun, OnlyTheAddressBookOfTranslatorTwoIsLeftInTheRegistry)
+{
+    for (const auto& [class1, class2] :
+         {std::pair(outlookExpress, mbtest::fakeClass2), std::pair(mbtest::fakeClass1, mbtest::fakeClass2)}) {
+        SyncScenario s(class1, class2);
+        EXPECT_EQ(s.sync(), S_OK);
+        EXPECT_EQ(addressBook(), std::nullopt);
+    }
+}
+
+TEST(MapRun, ATranslatorThatTellsNoNameIsCalledByThatOfItsClass)
+{
+    SyncScenario s;
+    s.one().options.info = s.two().options.info = false;
+    registerName(mbtest::fakeClass1, u"A Registered Class");
+    s.one().add(person(u"Ada", u"Lovelace"));
+    s.two().add(person(u"Alan", u"Turing"));
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("\nA Registered Class: store of A\r\n: store of B\r\n")) << "the second class has no name";
+    EXPECT_THAT(s.logText(), HasSubstr("A Registered Class has 1 records\r\n has 1 records\r\n"));
+    EXPECT_THAT(s.logText(), HasSubstr("\tCREATED in A Registered Class: Alan Turing\r\n"));
 }
