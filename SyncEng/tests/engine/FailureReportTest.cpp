@@ -2,9 +2,12 @@
 #include "foundation/Log.h"
 #include "foundation/SilentMode.h"
 #include "FrontEndFake.h"
+#include "host.h"
 #include "registry.h"
 #include "ShownMessages.h"
+#include "store/CSyncHistory.h"
 #include "SyncScenario.h"
+#include "text.h"
 
 #include <gmock/gmock.h>
 
@@ -91,6 +94,17 @@ TEST_F(FailureReport, ACodeOfTheSystemsHasTheSystemsTextAndNoNumber)
     const std::string shown = show(E_OUTOFMEMORY);
     EXPECT_THAT(shown, Not(IsEmpty()));
     EXPECT_THAT(shown, Not(HasSubstr("(7)")));
+}
+
+TEST_F(FailureReport, ACodeNextToTheEnginesOwnHasTheSystemsTextAndNoNumber)
+{
+    s.two().options.errorCode = 7;
+    for (const unsigned low : {0x200u, 0x219u}) {
+        s.two().options.errorMessage1.clear();
+        EXPECT_EQ(show(engineCode(low)), platform::utf8(platform::systemMessage(engineCode(low))) + "\n");
+        s.two().options.errorMessage1 = u"The store is locked.";
+        EXPECT_EQ(show(engineCode(low)), "The store is locked.\n");
+    }
 }
 
 TEST_F(FailureReport, ASilentRunShowsNoBoxAndWritesTheTextToTheLog)
@@ -194,14 +208,52 @@ TEST_F(FailureReport, ATranslatorWithNoErrorLeavesNothingOfTheFormerOne)
     EXPECT_EQ(s.lastCode().vt, VT_EMPTY);
 }
 
-TEST_F(FailureReport, AnErrorIsKeptThroughALaterSuccess)
+TEST_F(FailureReport, AnErrorIsKeptWithItsCodeAndBothTextsThroughALaterSuccess)
 {
     s.two().options.errorMessage1 = u"The store is locked.";
+    s.two().options.errorMessage2 = u"Close the other program.";
+    s.two().options.errorCode = 42;
     s.makeMap();
     s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
     EXPECT_EQ(s.sync(), engineCode(0x204));
     EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_EQ(s.lastError().first, u"The store is locked.");
+    EXPECT_EQ(s.lastError(), std::pair(std::u16string(u"The store is locked."), std::u16string(u"Close the other program.")));
+    EXPECT_EQ(s.lastCode().lVal, 42);
+}
+
+TEST_F(FailureReport, ATranslatorThatFailedInAnEarlierRunIsNotBlamedForALaterOne)
+{
+    s.one().options.errorMessage1 = u"of one";
+    s.two().options.errorMessage1 = u"of two";
+    s.makeMap();
+    s.log().failOn("1 GetRecordCount", 1, engineCode(0x207));
+    EXPECT_EQ(s.sync(), engineCode(0x207));
+    EXPECT_EQ(s.lastError().first, u"of one");
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    EXPECT_EQ(s.lastError().first, u"of two");
+}
+
+TEST_F(FailureReport, ATranslatorThatHadTheMapRunAgainIsNotBlamedForThatRun)
+{
+    s.makeMap();
+    s.log().failOn("1 Initialize", 1, engineCode(0x212));
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    EXPECT_EQ(s.sync(), engineCode(0x204));
+    EXPECT_THAT(s.logText(), HasSubstr("An error occurred while saving the Mirabook Synchronization file\r\n"));
+}
+
+TEST(FailureOfATransfer, IsNotBlamedOnTheTranslatorThatHadItRunAgain)
+{
+    constexpr GUID host{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
+    SyncScenario s(host);
+    s.log().failOn("1 Initialize", 1, engineCode(0x212));
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    const auto synchronizer = s.create<ISynchronizer>(__uuidof(Synchronizer));
+    EXPECT_EQ(synchronizer->Initialize(nullptr, VARIANT_FALSE), S_OK);
+    const com::Bstr target(com::guidText(mbtest::fakeClass2)), none(u"");
+    EXPECT_EQ(synchronizer->Transfer(target.get(), none.get(), none.get(), nullptr, VARIANT_FALSE), engineCode(0x204));
+    EXPECT_THAT(s.logText(), HasSubstr("An error occurred while saving the Mirabook Synchronization file\r\n"));
 }
 
 // ---- The report alone ----------------------------------------------------------------------------------------------------
@@ -295,6 +347,68 @@ TEST_F(FailureReport, AMissingTranslatorIsNamedInASentenceThatReplacesTheResult)
         EXPECT_EQ(s.maps()->GetLastSyncTime(map, &time), S_OK);
         EXPECT_GT(time, 0.0);
     }
+}
+
+TEST_F(FailureReport, AMissingTranslatorMarksBothSidesAsFailedNow)
+{
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.maps()->SetLastSyncTime(s.map(), 1.0), S_OK);
+    s.two().options.installed = false;
+    EXPECT_EQ(s.sync(), engineCode(0x218));
+    mb::CSyncHistory history(nullptr);
+    ASSERT_EQ(history.Open(s.map()), S_OK);
+    for (const char16_t* side : {u"Trans1", u"Trans2"}) {
+        LONG status = 7;
+        EXPECT_EQ(history.GetLastSyncStatus(side, status), S_OK);
+        EXPECT_EQ(status, 0);
+        DATE time = 0.0;
+        EXPECT_EQ(history.GetLastSyncTime(side, time), S_OK);
+        EXPECT_GT(time, 45000.0);
+    }
+}
+
+TEST_F(FailureReport, AMissingTranslatorCostsNoContactOnceItIsBack)
+{
+    s.two().add({{ftLastName, u"Turing"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    s.two().options.installed = false;
+    EXPECT_EQ(s.sync(), engineCode(0x218));
+    s.two().options.installed = true;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, testing::SizeIs(2));
+    EXPECT_THAT(s.two().records, testing::SizeIs(2));
+    s.expectInStep();
+}
+
+TEST_F(FailureReport, AMissingTranslatorWithoutAShortNameIsCalledByItsLongOne)
+{
+    s.makeMap();
+    s.two().options.installed = false;
+    s.two().options.shortName.clear();
+    s.two().options.longName = u"The other program";
+    EXPECT_EQ(s.sync(), engineCode(0x218));
+    EXPECT_EQ(s.lastError().first, u"Error initializing The other program. \r\nPlease verify that The other program is installed and "
+                                   u"properly configured.");
+}
+
+TEST_F(FailureReport, ATextThatTheOtherTranslatorTellsTakesTheSentencesPlace)
+{
+    s.makeMap();
+    s.one().options.errorMessage1 = u"of one";
+    s.two().options.installed = false;
+    const HRESULT hr = s.sync();
+    EXPECT_TRUE(FAILED(hr));
+    EXPECT_NE(hr, engineCode(0x218));
+    EXPECT_EQ(s.lastError().first, u"of one");
+}
+
+TEST_F(FailureReport, ARunThatEndsBeforeATranslatorIsLoadedBlamesTranslatorTwo)
+{
+    EXPECT_EQ(s.sync(), S_OK);
+    std::filesystem::remove(s.historyFile());
+    std::filesystem::create_directory(s.historyFile());
+    EXPECT_EQ(s.sync(), engineCode(0x218));
+    EXPECT_EQ(s.lastError().first, u"Error initializing Second. \r\nPlease verify that Second is installed and properly configured.");
 }
 
 TEST_F(FailureReport, AnUnknownMapBlamesTranslatorTwo)
