@@ -222,6 +222,46 @@ TEST_F(ConflictTest, AMergeGivesEachSideWhatItLeftForIt)
     EXPECT_EQ(s.two().get(id2, ftCity1), u"Berlin");
 }
 
+TEST_F(ConflictTest, AMergedPairIsNotReadAgainBeforeItIsWritten)
+{
+    for (const _SyncOptions option : {soConfirmAdds, soConfirmUpdates, soConfirmDeletes}) s.setOption(option, 0);
+    changeBothCities();
+    s.one().set(id1, ftPhone, u"2"); // the merge drops it
+    Answers answers;
+    answers.resolution = croMerge;
+    std::size_t linesBefore = 0;
+    answers.change = [&](ConflictQuestion& q) {
+        linesBefore = s.log().lines.size();
+        q.ChangeMap1 = q.ChangeMap2 = FieldValueMap();
+        q.ChangeMap1[ftCity1] = q.ChangeMap2[ftCity1] = u"Berlin";
+    };
+    EXPECT_EQ(syncAsking(), S_OK);
+    const auto& lines = s.log().lines;
+    const auto writing = std::ranges::find(lines, "2 BeginUpdate");
+    for (auto at = lines.begin() + static_cast<std::ptrdiff_t>(linesBefore); at != writing; ++at)
+        EXPECT_THAT(*at, testing::Not(HasSubstr("ReadRecord")));
+    EXPECT_EQ(s.one().get(id1, ftCity1), u"Berlin");
+    EXPECT_EQ(s.two().get(id2, ftCity1), u"Berlin");
+    EXPECT_EQ(s.two().get(id2, ftPhone), u"1") << "what the merge left out does not travel";
+}
+
+TEST_F(ConflictTest, AChangedRecordOfEitherSideIsReadOnceToFindItsChanges)
+{
+    for (const bool onTwo : {false, true}) {
+        if (onTwo)
+            s.two().set(id2, ftPhone, u"3");
+        else
+            s.one().set(id1, ftPhone, u"2");
+        EXPECT_EQ(s.sync(), S_OK);
+        const auto& lines = s.log().lines;
+        const std::string opening = onTwo ? "2 BeginReadRecord" : "1 BeginReadRecord";
+        EXPECT_EQ(std::count_if(lines.begin(), std::ranges::find(lines, "2 BeginUpdate"),
+                                [&](const std::string& line) { return line.starts_with(opening); }),
+                  2)
+            << "once to see that it changed, once to see what";
+    }
+}
+
 TEST_F(ConflictTest, AMergedPairIsNotAskedAboutAgainWhenDuplicatesWereSearchedFor)
 {
     s.one().add({{ftLastName, u"Hopper"}});
