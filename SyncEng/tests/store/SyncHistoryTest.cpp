@@ -278,6 +278,46 @@ TEST_F(SyncHistory, ALoadReportsItsProgressAndACancelLeavesTheHistoryAsItWas)
     EXPECT_EQ(sink->labels.back(), u"Loading synchronization history (categories).");
 }
 
+TEST_F(SyncHistory, TheDataOfTheLastRunAreNoRecordButCountInTheProgressOfALoad)
+{
+    const auto sink = com::make<mbtest::EventSinkFake>();
+    (void)history.exchangeSink(com::Ptr<ISyncEvents>(sink));
+    for (const char16_t* side : {u"Trans1", u"Trans2"}) EXPECT_EQ(history.SetDatabase(side, u"d"), S_OK);
+    link(u"a", u"1");
+    sink->cancelAt = 1;
+    std::vector<HistoryEntry> entries;
+    EXPECT_EQ(history.LoadEntries(u"Trans1", entries, false, true), E_ABORT);
+    EXPECT_EQ(sink->lastPercent, 50.0) << "the first of two";
+    EXPECT_EQ(load(u"Trans1").size(), 1u);
+    EXPECT_EQ(sink->calls, 3);
+    EXPECT_EQ(sink->lastPercent, 100.0);
+    std::u16string database;
+    EXPECT_EQ(history.GetDatabase(u"Trans1", database), S_OK) << "and are not removed as a broken record";
+}
+
+TEST_F(SyncHistory, TheDataOfTheLastRunAreKnownByTheLettersOfTheirEncodedNameWhateverTheirCase)
+{
+    const std::string other = "u3LUY0LUZM8="; // the letters of the encoded SyncInfo
+    const auto keys = [](const char* mapped) {
+        return std::string("<Ky><KN>TWFwcGVkSUQ=</KN><KV>") + mapped + "</KV></Ky><Ky><KN>TW9kaWZpZWRUaW1l</KN><KV>MQ==</KV></Ky>";
+    };
+    const auto file = folder.data() / "{11111111-2222-3333-4444-555555555555}.xml";
+    const std::string text = "<Scs Version=\"4\"><Sc><ST>Trans1</ST><SN>" + other + "</SN>" + keys("MQ==") +
+                             "</Sc><Sc><ST>Trans1</ST><SN>YQ==" + "</SN>" + keys("MQ==") + "</Sc><Sc><ST>Trans2</ST><SN>MQ==</SN>" +
+                             keys("YQ==") + "</Sc></Scs>";
+    std::ofstream(file, std::ios::binary) << text;
+    ASSERT_EQ(history.Open(map), S_OK);
+    const auto entries = load(u"Trans1");
+    ASSERT_EQ(entries.size(), 1u);
+    EXPECT_EQ(entries[0].Id, u"a");
+    EXPECT_EQ(history.SetFieldMapChangedForAll(u"Trans1", true, true), S_OK);
+    const std::string saved = folder.read(file);
+    const std::size_t at = saved.find(other);
+    ASSERT_NE(at, std::string::npos) << "the section is still there";
+    EXPECT_EQ(saved.substr(at, saved.find("</Sc>", at) - at).find(encodeBase64(u"FieldMapChanged")), std::string::npos)
+        << "and got no mark";
+}
+
 // Both sides at once are read ahead: what a load of side 1 removes must be gone from side 2 all the same.
 TEST_F(SyncHistory, BothSidesAreLoadedAsOneAfterTheOtherWhateverTheLinks)
 {

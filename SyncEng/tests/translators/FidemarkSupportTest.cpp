@@ -138,6 +138,27 @@ TEST_F(FidemarkSupportTest, RecordsAreListedByStatus)
     EXPECT_EQ(ids, nullptr);
 }
 
+TEST_F(FidemarkSupportTest, OnlyAHistoryOfVersionTwoOrLaterCanTellTheRecordsOfAStatus)
+{
+    const auto outdated = [&] {
+        SAFEARRAY* ids = nullptr;
+        EXPECT_EQ(support_->Initialize(mapA), S_OK);
+        EXPECT_EQ(support_->GetHistoryRecordsWithFMStatus(idTrans1, rsOutdated, &ids), S_OK);
+        EXPECT_EQ(support_->Cleanup(), S_OK);
+        return take(ids);
+    };
+    const std::string text = folder.read(historyFile(mapA)), version = " Version=\"4\"";
+    ASSERT_NE(text.find(version), std::string::npos);
+    for (const std::string former : {"", " Version=\"0\"", " Version=\"1\""}) {
+        folder.write(historyFile(mapA).string(), std::string(text).replace(text.find(version), version.size(), former));
+        EXPECT_THAT(outdated(), ElementsAre(u"a1", u"a2", u"a3")) << former << ": all of them, whatever their status";
+    }
+    for (const std::string later : {" Version=\"2\"", " Version=\"3\"", " Version=\"4\""}) {
+        folder.write(historyFile(mapA).string(), std::string(text).replace(text.find(version), version.size(), later));
+        EXPECT_THAT(outdated(), ElementsAre(u"a2")) << later;
+    }
+}
+
 TEST_F(FidemarkSupportTest, AMapWithoutHistoryHasNoRecords)
 {
     ASSERT_EQ(support_->Initialize(mapB), S_OK);
