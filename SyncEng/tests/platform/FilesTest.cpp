@@ -1,5 +1,6 @@
 #include "files.h"
 
+#include "ChildProcess.h"
 #include "posix/file_calls.h"
 #include "TestFolder.h"
 #include <cerrno>
@@ -11,10 +12,10 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace platform;
+using mbtest::inChild;
 using testing::ElementsAre;
 using testing::UnorderedElementsAre;
 namespace fs = std::filesystem;
@@ -119,19 +120,6 @@ protected:
         AtomicFile file(target);
         file.write(bytes);
         return file.commit();
-    }
-    // The exit code of a process that does this with neither the superuser's rights nor a way to harm the tests.
-    template <class F> static int inChild(bool asNobody, F&& body)
-    {
-        const pid_t child = fork();
-        if (child == 0) {
-            if (asNobody && ::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) std::_Exit(99);
-            std::_Exit(body());
-        }
-        int status = 0;
-        EXPECT_EQ(waitpid(child, &status, 0), child);
-        EXPECT_TRUE(WIFEXITED(status));
-        return WEXITSTATUS(status);
     }
 
     mbtest::TestFolder folder;

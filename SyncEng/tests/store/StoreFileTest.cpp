@@ -144,6 +144,19 @@ TEST_F(StoreFileTest, WithoutTheCreateFlagADamagedStoreIsAFailureAndStaysAsItIs)
     EXPECT_EQ(onDisk(), "<Scs>");
 }
 
+TEST_F(StoreFileTest, AFolderInTheFilesPlaceFailsTheOpenAndStays)
+{
+    folder.write("taken.xml/inside", "kept");
+    const auto taken = folder.path() / "taken.xml";
+    StoreFile opened;
+    EXPECT_TRUE(FAILED(opened.Open(taken, true)));
+    EXPECT_FALSE(opened.isOpen());
+    EXPECT_EQ(folder.read(taken / "inside"), "kept");
+    EXPECT_FALSE(std::filesystem::exists(taken.string() + ".damaged"));
+    (void)opened.Open(taken, false);
+    EXPECT_FALSE(opened.isOpen());
+}
+
 TEST_F(StoreFileTest, AMissingFileWithoutTheCreateFlagLeavesNoDocument)
 {
     StoreFile opened;
