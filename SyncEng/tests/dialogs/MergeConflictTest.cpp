@@ -210,6 +210,26 @@ TEST_F(MergeConflictTest, EachImageIsShownAsAFileOfEachSideThatIsGoneAfterwards)
     for (const char* name : {"front1-512", "back1-512", "-1024"}) EXPECT_FALSE(std::filesystem::exists(shown(name))) << name;
 }
 
+TEST_F(MergeConflictTest, AnImageFileThatCannotBeReadIsShownAsNoneAndKept)
+{
+    const auto images = s.folder.path() / "images";
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
+        store->addImageFields(capBMPFile);
+        store->options.imageFolder = images;
+        types[ftImage1] = ftImage1;
+    }
+    s.folder.write("own.bmp", "no picture");
+    std::filesystem::create_directory(images);
+    s.one().set(id1, ftImage1, (s.folder.path() / "own.bmp").u16string());
+    question.SyncImages = true;
+    question.ChangeMap1[ftImage1] = u"1";
+    EXPECT_EQ(merge(mb::ConvertImageValue), S_OK);
+    EXPECT_EQ(told.images, VARIANT_TRUE);
+    EXPECT_EQ(told.frontImages, u"|");
+    ASSERT_EQ(std::distance(std::filesystem::directory_iterator(images), {}), 1) << "the file that the translator gave";
+    EXPECT_EQ(s.folder.read(std::filesystem::directory_iterator(images)->path()), "no picture");
+}
+
 TEST_F(MergeConflictTest, WithoutTheOptionImagesTakeNoPart)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->addImageFields();

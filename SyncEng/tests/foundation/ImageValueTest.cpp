@@ -140,6 +140,17 @@ TEST_F(ImageValueTest, AnUnreadableSourceFileGivesAnEmptyValue)
     }
 }
 
+TEST_F(ImageValueTest, AFileThatCannotBeReadStaysWhereItIs)
+{
+    mbtest::writeBytes(file, "no picture");
+    for (const ULONG target : {ULONG{capDIBImage}, ULONG{capBMPFile}})
+        for (const bool force : {false, true}) {
+            com::Variant value(file.u16string());
+            EXPECT_EQ(ConvertImageValue(value, capJPEGFile, target, force), 0);
+            EXPECT_EQ(folder.read(file), "no picture");
+        }
+}
+
 TEST_F(ImageValueTest, BytesThatAreNoBitmapGiveAnEmptyValueAndNoFile)
 {
     com::Variant value(u"these are no pixels, however many of them there are");
