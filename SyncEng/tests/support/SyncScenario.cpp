@@ -69,11 +69,34 @@ void SyncScenario::pairFields(const std::vector<std::pair<LONG, LONG>>& types)
     for (const auto& [type1, type2] : types) ASSERT_EQ(fieldMap->AddMapEntry(fields, one().guidOf(type1), two().guidOf(type2)), S_OK);
 }
 
+GUID SyncScenario::fieldMapId()
+{
+    makeMap();
+    GUID id{};
+    EXPECT_EQ(maps()->GetFieldMap(map_, &id), S_OK);
+    return id;
+}
+
+void SyncScenario::mapFields(LONG type1, LONG type2)
+{
+    const auto fieldMap = create<IFieldMap>(__uuidof(FieldMap));
+    ASSERT_EQ(fieldMap->AddMapEntry(fieldMapId(), one().guidOf(type1), two().guidOf(type2)), S_OK);
+}
+
+void SyncScenario::beginRun()
+{
+    log_->clear();
+    sink_->labels.clear();
+    sink_->percents.clear();
+    std::error_code none;
+    const auto size = std::filesystem::file_size(folder.data() / "MBSync.log", none);
+    logBefore_ = none ? 0 : static_cast<std::size_t>(size);
+}
+
 HRESULT SyncScenario::run(VARIANT_BOOL silent)
 {
     makeMap();
-    log_->clear();
-    sink_->labels.clear();
+    beginRun();
     return synchronizer_->Synchronize(map_, silent);
 }
 
@@ -90,7 +113,7 @@ GUID SyncScenario::addMap()
 
 HRESULT SyncScenario::syncMap(const GUID& map)
 {
-    log_->clear();
+    beginRun();
     return synchronizer_->Synchronize(map, VARIANT_TRUE);
 }
 
@@ -99,7 +122,7 @@ HRESULT SyncScenario::syncAll() { return syncMap(GUID_NULL); }
 HRESULT SyncScenario::resync()
 {
     makeMap();
-    log_->clear();
+    beginRun();
     return synchronizer_.as<IReSynchronizer>()->ReSynchronize(map_, VARIANT_TRUE);
 }
 

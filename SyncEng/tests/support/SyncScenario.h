@@ -39,6 +39,9 @@ public:
     void setOption(_SyncOptions option, LONG value);
     // The map pairs these fields and no others: a type of side 1, and one of side 2.
     void pairFields(const std::vector<std::pair<LONG, LONG>>& types);
+    GUID fieldMapId();
+    // One more pair of fields, by their types on side 1 and side 2.
+    void mapFields(LONG type1, LONG type2);
     // The engine's objects, as a host gets them.
     template <class I> com::Ptr<I> create(REFCLSID clsid)
     {
@@ -63,10 +66,13 @@ public:
     // The writes of the last run, as the fakes logged them.
     [[nodiscard]] std::vector<std::string> writes();
     [[nodiscard]] std::string logText() const;
+    // What the last run added to it.
+    [[nodiscard]] std::string lastLog() const { return logText().substr(logBefore_); }
     TestFolder folder;
 
 private:
     HRESULT run(VARIANT_BOOL silent);
+    void beginRun();
     static HRESULT createObject(REFCLSID clsid, REFIID riid, void** out);
     std::shared_ptr<CallLog> log_ = std::make_shared<CallLog>();
     std::shared_ptr<FakeStore> stores_[2];
@@ -76,6 +82,7 @@ private:
     com::Ptr<ISynchronizer> synchronizer_;
     com::Ptr<IConnectionPoint> point_;
     DWORD advised_ = 0;
+    std::size_t logBefore_ = 0; // the size of the engine's log when the last run began
     GUID map_{};
 };
 
