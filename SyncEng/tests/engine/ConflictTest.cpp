@@ -140,6 +140,32 @@ TEST_F(ConflictTest, WhereAllIsToBeAddedTheDeleteOptionIsNotRead)
     EXPECT_THAT(s.two().records, SizeIs(1));
 }
 
+TEST_F(ConflictTest, WhereAllIsToBeAddedAnEditedContactSurvivesADeletionThatWouldWin)
+{
+    s.setOption(soConflictResolution, croAddAll);
+    s.setOption(soDelConflictResolution, croTrans1Wins);
+    s.one().remove(id1);
+    s.two().set(id2, ftCity1, u"Rome");
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_TRUE(s.two().has(id2));
+    ASSERT_THAT(s.one().records, SizeIs(1));
+    EXPECT_EQ(s.one().get(s.one().order.at(0), ftCity1), u"Rome");
+    s.expectInStep();
+}
+
+TEST_F(ConflictTest, WhereAllIsToBeAddedTheSameHoldsWithTheSidesExchanged)
+{
+    s.setOption(soConflictResolution, croAddAll);
+    s.setOption(soDelConflictResolution, croTrans2Wins);
+    s.one().set(id1, ftCity1, u"Paris");
+    s.two().remove(id2);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_TRUE(s.one().has(id1));
+    ASSERT_THAT(s.two().records, SizeIs(1));
+    EXPECT_EQ(s.two().get(s.two().order.at(0), ftCity1), u"Paris");
+    s.expectInStep();
+}
+
 TEST_F(ConflictTest, WhereADeletionIsToWinBothAreDeletedAndNothingIsAsked)
 {
     s.setOption(soDelConflictResolution, croDeleteAll);
