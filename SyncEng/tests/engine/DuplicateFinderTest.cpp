@@ -1,6 +1,6 @@
 #include "People.h"
 #include "SyncScenario.h"
-#include "xml_faults.h"
+#include "WithoutDocuments.h"
 
 #include <gmock/gmock.h>
 
@@ -9,6 +9,7 @@ namespace {
 using mbtest::ada;
 using mbtest::FakeValues;
 using mbtest::SyncScenario;
+using mbtest::WithoutDocuments;
 using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -29,13 +30,6 @@ protected:
         s.expectInStep();
     }
     SyncScenario s;
-};
-
-// No document of records can be made while it lives.
-class WithoutDocuments {
-public:
-    WithoutDocuments() { platform::XmlFaults::refusedRoot = "Records"; }
-    ~WithoutDocuments() { platform::XmlFaults::refusedRoot = {}; }
 };
 
 } // namespace
