@@ -257,3 +257,20 @@ TEST_F(ConflictDialogTest, TheOfferOfSideOneForANewFieldMapEndsWithTheSearchThat
         EXPECT_THAT(radios, ElementsAre(CConflictDlg::idMerge, CConflictDlg::idTrans1Wins, CConflictDlg::idMerge));
     }
 }
+
+TEST_F(ConflictDialogTest, TheOfferOfSideOneForANewFieldMapEndsThoughTheSearchFoundNothing)
+{
+    s.one().remove(id1);
+    ASSERT_EQ(s.sync(), S_OK);
+    id1 = s.one().add({{ftLastName, u"Hopper"}});
+    s.two().add({{ftLastName, u"Turing"}});
+    s.log().failOn("2 BeginUpdate", s.log().count("2 BeginUpdate") + 1, rebuildFields);
+    ASSERT_EQ(s.syncAsking(), S_OK);
+    EXPECT_THAT(s.lastLog(), HasSubstr("No duplicates found"));
+    id2 = s.two().order.back();
+    std::vector<int> radios;
+    noteRadio(radios);
+    changeBothCities();
+    EXPECT_EQ(s.syncAsking(), S_OK);
+    EXPECT_THAT(radios, ElementsAre(CConflictDlg::idMerge));
+}
