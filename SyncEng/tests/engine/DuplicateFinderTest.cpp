@@ -1,5 +1,6 @@
 #include "People.h"
 #include "SyncScenario.h"
+#include "TestImages.h"
 #include "WithoutDocuments.h"
 
 #include <gmock/gmock.h>
@@ -133,6 +134,37 @@ TEST_F(DuplicateFinder, InOneDirectionItIsNotAsked)
     EXPECT_THAT(s.two().records, SizeIs(2));
 }
 
+TEST_F(DuplicateFinder, ACancelledWalkIsEndedAndNothingIsWritten)
+{
+    s.one().add(ada());
+    s.one().add({{ftLastName, u"Babbage"}});
+    s.two().add(ada());
+    s.makeMap();
+    s.sink().cancelAtLabel = u"Checking for possible duplicates by translator 2.";
+    EXPECT_EQ(s.sync(), E_ABORT);
+    EXPECT_THAT(s.log().starting("2 FindDuplicate"), SizeIs(1)) << "the first report was answered with a cancel";
+    EXPECT_THAT(s.log().starting("2 EndFindDuplicate"), SizeIs(1));
+    EXPECT_THAT(s.writes(), IsEmpty());
+}
+
+TEST_F(DuplicateFinder, APairThatDiffersInAPictureAloneIsLinked)
+{
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->addImageFields();
+    FakeValues one = ada(), two = ada();
+    one[ftImage1] = mbtest::makePicture(20, 10);
+    one[ftImage2] = mbtest::makePicture(30, 20);
+    two[ftImage1] = mbtest::makePicture(40, 30);
+    const auto id = s.one().add(one);
+    s.two().options.duplicateOf[id] = s.two().add(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.lastLog(), HasSubstr("MATCHED: Ada Lovelace"));
+    EXPECT_THAT(s.lastLog(), Not(HasSubstr("POSSIBLE DUPLICATE")));
+    EXPECT_THAT(s.log().starting("2 WriteField"), IsEmpty());
+    EXPECT_THAT(s.log().starting("1 WriteField"), IsEmpty());
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
 TEST(Duplicates, WithoutDocumentsTheSearchIsMadeInMemory)
 {
     SyncScenario s;
@@ -187,6 +219,43 @@ TEST(Duplicates, TwoContactsOfWhichNothingCouldBeReadAreNotOneInMemory)
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_THAT(s.one().records, SizeIs(2));
     EXPECT_EQ(SyncScenario::contents(s.one()), SyncScenario::contents(s.two()));
+}
+
+// An image field that goes with a text of side 2: side 1 has nothing to give, so its record sends nothing and receives all.
+TEST(Duplicates, AContactThatOnlySideTwoCanAddToIsNotSentThereInMemory)
+{
+    SyncScenario s;
+    s.one().fields.push_back({ftImage1, u"Picture"});
+    s.two().fields.push_back({ftCustom1, u"Custom"});
+    s.mapFields(ftImage1, ftCustom1);
+    FakeValues two = ada();
+    two[ftCustom1] = u"told by side 2";
+    const auto id1 = s.one().add(ada());
+    s.two().add(two);
+    {
+        const WithoutDocuments broken;
+        EXPECT_EQ(s.sync(), S_OK);
+    }
+    EXPECT_THAT(s.log().starting("2 SaveRecord"), IsEmpty());
+    EXPECT_THAT(s.log().starting("1 BeginEditRecord"), ElementsAre("1 BeginEditRecord " + std::string(id1.begin(), id1.end())));
+    EXPECT_EQ(s.one().get(id1, ftImage1), u"told by side 2");
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
+TEST(Duplicates, ACategoryPassInMemoryHasALabelOfItsOwn)
+{
+    SyncScenario s;
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
+        store->options.categories = true;
+        store->addCategory(u"Friends");
+    }
+    const WithoutDocuments broken;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.sink().labels, Contains(u"Checking for possible duplicates by Sync Engine (categories)."));
+    EXPECT_THAT(s.sink().labels, Not(Contains(u"Checking for possible duplicates by Sync Engine.")));
+    EXPECT_THAT(s.one().categories, SizeIs(1));
+    EXPECT_THAT(s.two().categories, SizeIs(1));
 }
 
 TEST(Duplicates, NoResultInMemoryIsToldTheSameWay)
