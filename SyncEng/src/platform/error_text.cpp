@@ -38,6 +38,10 @@ private:
 
 void leaveErrorText(std::u16string_view text)
 {
+    if (text.empty()) {
+        (void)SetErrorInfo(0, nullptr);
+        return;
+    }
     const auto left = com::make<ErrorText>();
     left->text = text;
     (void)SetErrorInfo(0, left.get());

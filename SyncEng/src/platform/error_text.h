@@ -5,6 +5,7 @@
 
 namespace platform {
 
+// The empty text leaves none, and drops what an earlier failure left.
 void leaveErrorText(std::u16string_view text);
 // Empty if none was left; a second call finds none.
 std::u16string takeErrorText();

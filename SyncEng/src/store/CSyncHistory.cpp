@@ -60,6 +60,9 @@ HRESULT CSyncHistory::DeleteHistoryFile(const GUID& map)
     std::filesystem::path folder;
     const HRESULT hr = GetUserDataFolder(folder);
     if (FAILED(hr)) return hr;
+    StoreFile present;
+    const HRESULT opened = present.Open(fileIn(folder, map), false);
+    if (!present.openFailure().empty()) return opened;
     std::error_code error;
     std::filesystem::remove(fileIn(folder, map), error);
     return resultOf(error);

@@ -26,6 +26,9 @@ public:
     virtual ~CSyncHistory() = default;
 
     HRESULT Open(const GUID& map);
+    // Why Open failed, as a sentence that names the file.
+    [[nodiscard]] const std::u16string& openFailure() const noexcept { return store_.openFailure(); }
+    // A history of a later version stays, and so does one that cannot be read: the result is the failure to open it.
     static HRESULT DeleteHistoryFile(const GUID& map);
 
     // A missing text is empty, a missing number 0; the result is then a failure.

@@ -1,5 +1,6 @@
 #include "store/ExportDecoded.h"
 
+#include "error_text.h"
 #include "files.h"
 #include "registry.h"
 #include "store/CBase64.h"
@@ -49,7 +50,9 @@ HRESULT DecryptHistoryFile(const std::filesystem::path& source, const std::files
     if (source.empty() || target.empty()) return E_FAIL;
     StoreFile store;
     const HRESULT hr = store.Open(source, false);
-    return SUCCEEDED(hr) ? store.ExportDecoded(target) : hr;
+    if (SUCCEEDED(hr)) return store.ExportDecoded(target);
+    platform::leaveErrorText(store.openFailure());
+    return hr;
 }
 
 } // namespace mb

@@ -19,4 +19,11 @@ HRESULT resultOf(const std::error_code& error) noexcept
     return E_FAIL;
 }
 
+HRESULT readingResultOf(const std::error_code& error) noexcept
+{
+    constexpr HRESULT readFault = win32(30);
+    const HRESULT hr = resultOf(error);
+    return hr == E_FAIL ? readFault : hr;
+}
+
 } // namespace mb

@@ -1,8 +1,12 @@
 #include "store/StoreFile.h"
 
 #include "files.h"
+#include "foundation/Log.h"
+#include "foundation/Strings.h"
+#include "host.h"
 #include "store/CBase64.h"
 #include "store/FileResult.h"
+#include "store/StoreVersion.h"
 #include "text.h"
 #include <algorithm>
 #include <array>
@@ -105,37 +109,58 @@ StoreFile::SectionKey StoreFile::sectionKey(std::u16string_view type, std::u16st
 
 HRESULT StoreFile::Open(const std::filesystem::path& path, bool create)
 {
+    openFailure_.clear();
     if (path.empty()) return E_FAIL;
     path_ = path;
-    const FileState found = load();
-    if (found == FileState::loaded) return S_OK;
-    if (create) return createEmpty(found);
-    return found == FileState::damaged ? E_FAIL : S_OK;
+    const std::u16string name = platform::textOf(path);
+    const Found found = load();
+    switch (found.state) {
+    case FileState::loaded: return S_OK;
+    case FileState::later: return failToOpen(storeOfLaterVersion, Format(LoadText(304), name, found.version, currentStoreVersion));
+    case FileState::unreadable: return failToOpen(found.reason, Format(LoadText(305), name, platform::systemMessage(found.reason)));
+    default: break;
+    }
+    const bool damaged = found.state == FileState::damaged;
+    if (!create) return damaged ? E_FAIL : S_OK;
+    const HRESULT hr = createEmpty(damaged);
+    return SUCCEEDED(hr) ? hr : failToOpen(hr, Format(LoadText(306), name, platform::systemMessage(hr)));
 }
 
-// The document is what the file holds; none is open where that is no document.
-StoreFile::FileState StoreFile::load()
+HRESULT StoreFile::failToOpen(HRESULT hr, std::u16string sentence)
+{
+    WriteLogText(4, u"%s", sentence);
+    openFailure_ = std::move(sentence);
+    return hr;
+}
+
+// The document is what the file holds; none is open where that is no document, or one of a later version.
+StoreFile::Found StoreFile::load()
 {
     document_.reset();
     dirty_ = false;
     std::error_code error;
     std::string bytes = platform::readFile(path_, error, largestStore);
-    if (error == std::errc::no_such_file_or_directory) return FileState::missing;
-    if (error) return error == std::errc::file_too_large ? FileState::damaged : FileState::unreadable;
+    if (error == std::errc::no_such_file_or_directory) return {FileState::missing};
+    if (error == std::errc::file_too_large) return {FileState::damaged};
+    if (error) return {FileState::unreadable, readingResultOf(error)};
+    const LONG announced = announcedVersion(bytes);
     platform::XmlDocument read;
-    if (!read.load(std::move(bytes))) return FileState::damaged;
+    const bool parsed = read.load(std::move(bytes));
+    const LONG version = parsed ? versionOf(read.root()) : announced;
+    if (version > currentStoreVersion) return {FileState::later, S_OK, version};
+    if (!parsed) return {FileState::damaged};
     document_ = std::move(read);
     rebuildIndex();
-    return FileState::loaded;
+    return {FileState::loaded};
 }
 
-// A file that is in the way is moved aside, and moved back if the empty store cannot be written.
-HRESULT StoreFile::createEmpty(FileState found)
+// A damaged file is moved aside, and moved back if the empty store cannot be written.
+HRESULT StoreFile::createEmpty(bool damaged)
 {
     std::error_code error;
     std::filesystem::path kept = path_;
     kept += ".damaged";
-    const bool inTheWay = found != FileState::missing && platform::fileExists(path_) && std::filesystem::file_size(path_, error) != 0;
+    const bool inTheWay = damaged && platform::fileExists(path_) && std::filesystem::file_size(path_, error) != 0;
     if (inTheWay) {
         std::filesystem::rename(path_, kept, error);
         if (error) return resultOf(error);
@@ -155,7 +180,7 @@ HRESULT StoreFile::createEmpty(FileState found)
 HRESULT StoreFile::Revert()
 {
     if (!isOpen()) return E_POINTER;
-    return !dirty_ || load() == FileState::loaded ? S_OK : E_FAIL;
+    return !dirty_ || load().state == FileState::loaded ? S_OK : E_FAIL;
 }
 
 HRESULT StoreFile::Save(bool release)
@@ -218,10 +243,8 @@ HRESULT StoreFile::GetVersion(LONG& version) const
     if (!isOpen()) return E_FAIL;
     const XmlElement root = document_->root();
     if (!root || !root.isNamed("Scs")) return E_FAIL;
-    const auto text = root.attribute("Version");
-    if (!text || text->empty()) return S_FALSE;
-    version = platform::toInt(platform::utf16(*text));
-    return S_OK;
+    version = versionOf(root);
+    return root.attribute("Version").value_or("").empty() ? S_FALSE : S_OK;
 }
 
 HRESULT StoreFile::SetVersion(LONG version)

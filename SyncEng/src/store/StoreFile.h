@@ -15,6 +15,8 @@
 namespace mb {
 
 inline constexpr LONG currentStoreVersion = 4;
+// The result of opening a store that a later version of the program wrote: ERROR_UNKNOWN_REVISION.
+inline constexpr HRESULT storeOfLaterVersion = static_cast<HRESULT>(0x80070519);
 
 // The two characters that stand in place of the quotes in a type: they would break the expressions. Decoding reverses it.
 std::u16string EscapeTypeName(std::u16string_view type, bool encode);
@@ -25,10 +27,15 @@ public:
     StoreFile(const StoreFile&) = delete;
     StoreFile& operator=(const StoreFile&) = delete;
 
-    // Without the create flag a file that is missing or cannot be read leaves no document open and is no failure; a damaged one is a
-    // failure. With it either becomes an empty store; the bytes of a file that is there are first kept beside it as
-    // NAME.damaged, and where that fails the open fails.
+    // Without the create flag a missing file leaves no document open and is no failure; a damaged one is a failure. With the flag
+    // either becomes an empty store; the bytes of a damaged file are first kept beside it as NAME.damaged, and where that fails the
+    // open fails.
+    // A file that cannot be read, and one of a later version (storeOfLaterVersion), are a failure with the flag and without it, and are
+    // left as they are: what they hold must neither read as nothing nor be replaced.
     HRESULT Open(const std::filesystem::path& path, bool create);
+    // Why the last Open failed: a sentence for the user that names the file, also written to the log. Empty where the failure is the
+    // caller's, or where there was none.
+    [[nodiscard]] const std::u16string& openFailure() const noexcept { return openFailure_; }
     HRESULT Save(bool release = false);
     HRESULT Close();
     // Drops the document and deletes the file; 0 or the system's error number.
@@ -93,7 +100,12 @@ public:
 private:
     friend class SaveScope;
     static constexpr std::size_t mostAtOnce = 4;
-    enum class FileState { loaded, missing, unreadable, damaged };
+    enum class FileState { loaded, missing, unreadable, later, damaged };
+    struct Found {
+        FileState state;
+        HRESULT reason = S_OK; // of an unreadable file
+        LONG version = -1;     // of a file of a later version
+    };
     struct SectionKey {
         std::string type, name; // as they stand in the document
     };
@@ -107,12 +119,14 @@ private:
     void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
     void removeSections(const std::vector<platform::XmlElement>& sections);
     void releaseRemoved();
-    FileState load();
-    HRESULT createEmpty(FileState found);
+    Found load();
+    HRESULT createEmpty(bool damaged);
+    HRESULT failToOpen(HRESULT hr, std::u16string sentence);
     HRESULT saved(bool save); // the end of an operation that changed the document
     void rebuildIndex();
 
     std::filesystem::path path_;
+    std::u16string openFailure_;
     std::optional<platform::XmlDocument> document_;
     StoreIndex index_;
     mutable EntryFinder entries_;

@@ -1,65 +1,77 @@
-// A store file that exists and that the user may not read.
-#include "store/StoreFile.h"
+#include "UnreadableStore.h"
 
-#include "ChildProcess.h"
-#include "TestFolder.h"
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
+#include <unistd.h>
 
 namespace mb {
 namespace {
 
-const std::string bytes = "<Scs Version=\"4\"><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>aw==</KN><KV>dg==</KV></Ky></Sc></Scs>";
-
-std::string modeName(const testing::TestParamInfo<mode_t>& mode) { return mode.param == 0 ? "ClosedToAll" : "WriteOnly"; }
-
-class UnreadableStore : public testing::TestWithParam<mode_t> {
-protected:
-    UnreadableStore()
+// Rights hold for all but the superuser, who is another user while this lives; any other user has none to drop.
+class WithoutRights {
+public:
+    WithoutRights() : dropped_(geteuid() == 0 && seteuid(65534) == 0) {}
+    WithoutRights(const WithoutRights&) = delete;
+    WithoutRights& operator=(const WithoutRights&) = delete;
+    ~WithoutRights()
     {
-        folder.write("store.xml", bytes);
-        std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
-        EXPECT_EQ(::chmod(file.c_str(), GetParam()), 0);
+        if (dropped_ && seteuid(0) != 0) std::abort();
     }
-    // What the file holds, and it can be read again.
-    [[nodiscard]] std::string bytesIn(const std::filesystem::path& path) const
-    {
-        EXPECT_EQ(::chmod(path.c_str(), 0600), 0);
-        return folder.read(path);
-    }
-    [[nodiscard]] std::filesystem::path damaged() const { return file.string() + ".damaged"; }
-    mbtest::TestFolder folder;
-    std::filesystem::path file = folder.path() / "store.xml";
+
+private:
+    bool dropped_;
 };
+
+constexpr char held[] = "<Scs Version=\"4\"><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>azE=</KN><KV>djE=</KV></Ky></Sc></Scs>";
 
 } // namespace
 
-TEST_P(UnreadableStore, LosesNothingThatItHolds)
+// The folder is everyone's, so that the file could be renamed and replaced.
+TEST_F(UnreadableStore, AFileThatTheUserMayNotReadIsRefusedAndStaysAsItIs)
 {
-    EXPECT_EQ(mbtest::inChild(true,
-                              [&] {
-                                  StoreFile store;
-                                  (void)store.Open(file, true);
-                                  (void)store.WriteValue(u"T", u"s", u"k", u"w", false, true);
-                                  return 42;
-                              }),
-              42);
-    EXPECT_EQ(bytesIn(std::filesystem::exists(damaged()) ? damaged() : file), bytes);
+    folder.write("store.xml", held);
+    std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    {
+        const WithoutRights user;
+        ASSERT_NE(::access(folder.path().c_str(), W_OK), -1);
+        expectRefused(E_ACCESSDENIED, "Access is denied.");
+    }
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    EXPECT_EQ(folder.read(file), held);
+    StoreFile store;
+    EXPECT_EQ(store.Open(file, true), S_OK) << "it opens once it can be read";
+    std::u16string value;
+    EXPECT_EQ(store.ReadValue(u"T", u"s", u"k1", value), S_OK);
+    EXPECT_EQ(value, u"v1");
 }
 
-TEST_P(UnreadableStore, IsNotOpenWithoutTheCreateFlagEither)
+// The first byte of a process's memory is nowhere: a plain file, whose reading is an input error.
+TEST_F(UnreadableStore, AFileWhoseReadingFailsOnTheDiskIsRefusedAndStaysWhereItIs)
 {
-    EXPECT_EQ(mbtest::inChild(true,
-                              [&] {
-                                  StoreFile store;
-                                  (void)store.Open(file, false);
-                                  return store.isOpen() ? 1 : 42;
-                              }),
-              42);
-    EXPECT_EQ(bytesIn(file), bytes);
+    std::filesystem::create_symlink("/proc/self/mem", file);
+    expectRefused(readFault, "The system could not read it.");
+    EXPECT_EQ(std::filesystem::read_symlink(file), "/proc/self/mem");
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, UnreadableStore, testing::Values(0000, 0222), modeName);
+TEST_F(UnreadableStore, AHistoryIsNotDeletedToMakeRoomForANewMap)
+{
+    constexpr GUID map{0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55}};
+    const auto path = folder.data() / "{11111111-2222-3333-4444-555555555555}.xml";
+    std::filesystem::create_directories(folder.data());
+    std::filesystem::create_symlink("/proc/self/mem", path);
+    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), readFault);
+    EXPECT_TRUE(std::filesystem::is_symlink(path));
+    std::filesystem::remove(path);
+    folder.write("data/Zorel/MBSync/{11111111-2222-3333-4444-555555555555}.xml", "<Scs><Sc>");
+    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), S_OK) << "a damaged one is of no use to anyone";
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+TEST_F(UnreadableStore, AFolderInPlaceOfTheFileIsRefusedAndStays)
+{
+    std::filesystem::create_directory(file);
+    folder.write("store.xml/inside", "1");
+    expectRefused(readFault, "The system could not read it.");
+    EXPECT_EQ(folder.read(file / "inside"), "1");
+}
 
 } // namespace mb
