@@ -1,6 +1,7 @@
 #include "translators/CTrManager.h"
 
 #include "categories.h"
+#include "error_text.h"
 #include "foundation/ClassTable.h"
 #include "foundation/Log.h"
 #include "store/ConfigStore.h"
@@ -60,7 +61,10 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMaps(LONG* pCount, GUID** ppGuids
     return com::guarded([&] {
         std::vector<std::u16string> sections;
         const HRESULT hr = ConfigStore().ListSections(trMapType, sections);
-        if (FAILED(hr)) return hr;
+        if (FAILED(hr)) {
+            platform::leaveErrorText(ConfigStore().openFailure()); // the start-up step fails no request, so this is where it is told
+            return hr;
+        }
         std::vector<GUID> maps(sections.size());
         for (std::size_t i = 0; i < sections.size(); ++i)
             if (FAILED(com::parseGuid(sections[i], &maps[i]))) maps[i] = GUID_NULL;
@@ -86,6 +90,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::DeleteMap(REFGUID guid)
         (void)ConfigStore().RemoveSection(trMapType, com::guidText(guid), true);
         CSyncHistory history(nullptr);
         const HRESULT opened = history.Open(guid);
+        if (FAILED(opened)) platform::leaveErrorText(history.openFailure());
         if (SUCCEEDED(opened) && SUCCEEDED(history.Clear())) (void)history.DeleteFile();
         return opened;
     });

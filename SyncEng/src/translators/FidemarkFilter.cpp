@@ -1,4 +1,5 @@
 // The part of CTrManager that keeps lists of record identifiers by file for hosts.
+#include "error_text.h"
 #include "translators/CTrManager.h"
 
 namespace mb {
@@ -9,7 +10,10 @@ HRESULT STDMETHODCALLTYPE CTrManager::OpenStore()
         (void)CloseStore();
         auto opened = std::make_unique<FilterStore>();
         const HRESULT hr = opened->open();
-        if (SUCCEEDED(hr)) filter_ = std::move(opened);
+        if (SUCCEEDED(hr))
+            filter_ = std::move(opened);
+        else
+            platform::leaveErrorText(opened->openFailure());
         return hr;
     });
 }

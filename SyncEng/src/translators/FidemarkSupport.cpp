@@ -1,5 +1,6 @@
 // The part of CTrManager that shows hosts the records of a map's history with their status. A record that the history does not know
 // reads as one that is not there, and not as a failure.
+#include "error_text.h"
 #include "foundation/Format.h"
 #include "text.h"
 #include "translators/CTrManager.h"
@@ -26,7 +27,9 @@ HRESULT STDMETHODCALLTYPE CTrManager::Initialize(REFGUID gTrMap)
     return com::guarded([&] {
         (void)Cleanup();
         history_ = std::make_unique<CSyncHistory>(nullptr);
-        return history_->Open(gTrMap);
+        const HRESULT hr = history_->Open(gTrMap);
+        if (FAILED(hr)) platform::leaveErrorText(history_->openFailure());
+        return hr;
     });
 }
 

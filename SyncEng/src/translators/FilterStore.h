@@ -8,6 +8,7 @@ class FilterStore {
 public:
     // Makes the folder and the file where they are missing.
     HRESULT open();
+    [[nodiscard]] const std::u16string& openFailure() const noexcept { return store_.openFailure(); }
     HRESULT add(std::u16string_view file, std::u16string_view recordId);
     // The identifier at the index, in the order in which they came; E_FAIL past the end.
     HRESULT at(std::u16string_view file, ULONG index, std::u16string& recordId);

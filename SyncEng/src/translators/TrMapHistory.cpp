@@ -1,4 +1,5 @@
 // The part of CTrManager that tells what the history of a map holds.
+#include "error_text.h"
 #include "translators/CTrManager.h"
 #include "translators/HistorySide.h"
 
@@ -7,13 +8,15 @@ namespace {
 
 constexpr const char16_t *side1 = historySideOf(idTrans1), *side2 = historySideOf(idTrans2);
 
-// Opens the map's history and works on it.
+// Opens the map's history and works on it. A history that cannot be opened is named in the error's text.
 template <class F> HRESULT withHistory(REFGUID map, F&& work)
 {
     return com::guarded([&] {
         CSyncHistory history(nullptr);
         const HRESULT hr = history.Open(map);
-        return SUCCEEDED(hr) ? work(history) : hr;
+        if (SUCCEEDED(hr)) return work(history);
+        platform::leaveErrorText(history.openFailure());
+        return hr;
     });
 }
 

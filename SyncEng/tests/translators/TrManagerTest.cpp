@@ -1,5 +1,6 @@
 #include "TranslatorsFixture.h"
 
+#include "error_text.h"
 #include "foundation/Format.h"
 #include "RegisteredPlugin.h"
 #include "registry.h"
@@ -183,6 +184,7 @@ TEST_F(TrManagerTest, DeletingAMapAnswersWhatTheOpeningOfItsHistoryDid)
     writePair(mapA);
     std::filesystem::create_directories(historyFile(mapA)); // a folder where the file should be
     EXPECT_TRUE(FAILED(manager()->DeleteMap(mapA)));
+    EXPECT_NE(platform::takeErrorText().find(com::guidText(mapA)), std::u16string::npos) << "its file is named";
     EXPECT_THAT(list(&ITrManager::EnumerateMaps), IsEmpty()) << "the other steps are taken";
 }
 

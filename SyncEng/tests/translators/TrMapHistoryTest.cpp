@@ -1,5 +1,6 @@
 #include "TranslatorsFixture.h"
 
+#include "error_text.h"
 #include "store/CSyncHistory.h"
 
 namespace {
@@ -136,7 +137,7 @@ TEST_F(TrMapHistoryTest, WithoutACategoryPassThereAreNoCategories)
     EXPECT_THAT(none.ids, IsEmpty());
 }
 
-TEST_F(TrMapHistoryTest, AHistoryThatCannotBeOpenedFails)
+TEST_F(TrMapHistoryTest, AHistoryThatCannotBeOpenedFailsAndIsNamed)
 {
     std::filesystem::create_directories(historyFile(mapA)); // a folder where the file should be
     DATE time = 5;
@@ -145,6 +146,7 @@ TEST_F(TrMapHistoryTest, AHistoryThatCannotBeOpenedFails)
     VARIANT_BOOL good = VARIANT_FALSE;
     EXPECT_TRUE(FAILED(map->GetLastSyncStatus(mapA, &good)));
     EXPECT_EQ(good, VARIANT_TRUE);
+    EXPECT_NE(platform::takeErrorText().find(com::guidText(mapA)), std::u16string::npos);
 }
 
 TEST_F(TrMapHistoryTest, MissingOutParametersAreRefused)
