@@ -87,7 +87,9 @@ private:
     HRESULT openHistory(const GUID& id)
     {
         useHistory(std::make_shared<CSyncHistory>(run_.EventSink));
-        return history_->Open(id);
+        const HRESULT hr = history_->Open(id);
+        if (FAILED(hr)) run_.Error.LastErrorMessage1 = history_->openFailure();
+        return hr;
     }
 
     bool ensureFieldMap()
