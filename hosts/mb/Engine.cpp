@@ -1,5 +1,6 @@
 #include "Engine.h"
 
+#include "error_text.h"
 #include "Failure.h"
 #include "files.h"
 #include "host.h"
@@ -36,9 +37,10 @@ void Engine::expectConfiguration() const
 {
     com::TaskArray<GUID> maps;
     const HRESULT hr = manager()->EnumerateMaps(maps.putCount(), maps.put());
-    if (FAILED(hr))
-        throw Failure("The engine cannot open its configuration in " + quote(textOf(dataFolder())) +
-                      ". Check that you may write there and that the disk is not full.");
+    if (SUCCEEDED(hr)) return;
+    if (const std::u16string why = platform::takeErrorText(); !why.empty()) throw Failure(printable(why));
+    throw Failure("The engine cannot open its configuration in " + quote(textOf(dataFolder())) +
+                  ". Check that you may write there and that the disk is not full.");
 }
 
 void Engine::expect(HRESULT hr)
@@ -49,5 +51,11 @@ void Engine::expect(HRESULT hr)
 std::filesystem::path dataFolder() { return platform::userDataFolder() / "Zorel" / "MBSync"; }
 
 std::string describe(HRESULT hr) { return platform::utf8(platform::systemMessage(hr)); }
+
+std::string reasonFor(HRESULT hr)
+{
+    const std::u16string left = platform::takeErrorText();
+    return left.empty() ? describe(hr) : printable(left);
+}
 
 } // namespace mbhost

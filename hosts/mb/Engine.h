@@ -35,5 +35,7 @@ std::filesystem::path dataFolder();
 
 // The system's sentence for a result code.
 std::string describe(HRESULT hr);
+// The sentence that the engine left for this failure, as components do; without one, the system's.
+std::string reasonFor(HRESULT hr);
 
 } // namespace mbhost

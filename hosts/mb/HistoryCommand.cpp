@@ -33,7 +33,7 @@ void writeDecoded(const Engine& engine, const std::filesystem::path& history, co
     if (!decodingIsAllowed()) throw Failure(howToAllow());
     const com::Bstr from(platform::textOf(history)), to(platform::textOf(target));
     const HRESULT hr = engine.create<ISyncAutoTest>(__uuidof(SyncAutoTest))->DecryptHistoryFile(from.get(), to.get());
-    if (FAILED(hr)) throw Failure("The history could not be written to " + quote(textOf(target)) + ": " + describe(hr));
+    if (FAILED(hr)) throw Failure("The history could not be written to " + quote(textOf(target)) + ": " + reasonFor(hr));
 }
 
 void history(const std::string& name, const std::string& decoded, bool json)

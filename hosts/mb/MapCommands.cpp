@@ -131,7 +131,7 @@ void removeMap(const std::string& name)
     const Engine engine;
     const GUID map = resolveMap(listMaps(engine), name);
     const HRESULT hr = engine.manager()->DeleteMap(map);
-    if (FAILED(hr)) throw Failure("The map " + guidName(map) + " could not be removed: " + describe(hr));
+    if (FAILED(hr)) throw Failure("The history of the map " + guidName(map) + " could not be removed: " + reasonFor(hr));
     print("removed " + guidName(map) + "; both stores are untouched\n");
 }
 

@@ -50,7 +50,7 @@ public:
         : side_(given.second ? idTrans2 : idTrans1), support_(engine_.create<IFidemarkSupport>(__uuidof(TrManager)))
     {
         const HRESULT hr = support_->Initialize(resolveMap(listMaps(engine_), given.map));
-        if (FAILED(hr)) throw Failure("The history of the map cannot be read: " + describe(hr));
+        if (FAILED(hr)) throw Failure("The history of the map cannot be read: " + reasonFor(hr));
     }
 
     [[nodiscard]] std::vector<std::u16string> list(const std::string& status) const
@@ -124,7 +124,7 @@ std::vector<std::string> filterEntries(IFidemarkFilter* filter, const com::Bstr&
 
 void openFilter(IFidemarkFilter* filter)
 {
-    if (const HRESULT hr = filter->OpenStore(); FAILED(hr)) throw Failure("The lists cannot be opened: " + describe(hr));
+    if (const HRESULT hr = filter->OpenStore(); FAILED(hr)) throw Failure("The lists cannot be opened: " + reasonFor(hr));
 }
 
 void changeFilter(const FilterArguments& given)

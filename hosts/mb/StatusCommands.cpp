@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "error_text.h"
 #include "Failure.h"
 #include "MapName.h"
 #include "Output.h"
@@ -25,31 +26,54 @@ std::string dateName(DATE date)
     return text;
 }
 
+struct LastRun {
+    std::string state;  // never, good, failed, or unreadable
+    std::string reason; // why it is unreadable
+};
+
+// How the last run of a history ended. A history without a run answers E_FAIL and no more; one that cannot be opened leaves a sentence.
+LastRun lastRunOf(ITrMap* maps, const GUID& history)
+{
+    VARIANT_BOOL good = VARIANT_TRUE;
+    (void)platform::takeErrorText(); // what an earlier call may have left
+    const HRESULT hr = maps->GetLastSyncStatus(history, &good);
+    if (SUCCEEDED(hr)) return {good ? "good" : "failed", {}};
+    const std::string reason = printable(platform::takeErrorText());
+    return {reason.empty() ? "never" : "unreadable", reason};
+}
+
+// The lists of categories are brought into step before the contacts, and have a history of their own.
+LastRun lastRunOfMap(ITrMap* maps, const GUID& map)
+{
+    const LastRun contacts = lastRunOf(maps, map);
+    GUID categories{};
+    if (contacts.state != "good" || FAILED(maps->GetCategoryGuid(map, &categories))) return contacts;
+    const LastRun lists = lastRunOf(maps, categories);
+    return lists.state == "never" ? contacts : lists;
+}
+
 void status(bool json)
 {
     const Engine engine;
     const auto maps = engine.maps();
     Json out = Json::array();
     std::vector<std::vector<std::string>> rows;
+    std::string unreadable; // the first reason
     for (const GUID& guid : listMaps(engine)) {
         const MapInfo map = describeMap(maps.get(), guid);
         DATE last = 0.0;
-        VARIANT_BOOL good = VARIANT_TRUE;
         (void)maps->GetLastSyncTime(guid, &last);
-        const bool ran = SUCCEEDED(maps->GetLastSyncStatus(guid, &good));
-        // The lists of categories are brought into step before the contacts, and have a history of their own.
-        GUID categories{};
-        VARIANT_BOOL categoriesGood = VARIANT_TRUE;
-        if (ran && SUCCEEDED(maps->GetCategoryGuid(guid, &categories)) && SUCCEEDED(maps->GetLastSyncStatus(categories, &categoriesGood)) &&
-            !categoriesGood)
-            good = VARIANT_FALSE;
-        const std::string state = !ran ? "never" : good ? "good" : "failed";
-        out.push_back({{"map", guidName(guid)}, {"last_run", dateName(last)}, {"status", state}});
-        rows.push_back({guidName(guid), state, last == 0.0 ? "-" : dateName(last), storeName(map, 0) + "  " + storeName(map, 1)});
+        const LastRun run = lastRunOfMap(maps.get(), guid);
+        if (unreadable.empty()) unreadable = run.reason;
+        out.push_back({{"map", guidName(guid)}, {"last_run", dateName(last)}, {"status", run.state}});
+        if (!run.reason.empty()) out.back()["message"] = run.reason;
+        rows.push_back({guidName(guid), run.state, last == 0.0 ? "-" : dateName(last), storeName(map, 0) + "  " + storeName(map, 1)});
     }
-    if (json) return printJson(out);
-    if (rows.empty()) return print(noMapYet);
-    print(table({"MAP", "LAST RUN", "WHEN", "STORES"}, rows));
+    if (json)
+        printJson(out);
+    else
+        print(rows.empty() ? noMapYet : table({"MAP", "LAST RUN", "WHEN", "STORES"}, rows));
+    if (!unreadable.empty()) throw Failure(unreadable);
 }
 
 void showLog(int count, bool json)
@@ -76,7 +100,8 @@ void addStatusCommands(CLI::App& app)
     };
     const auto given = std::make_shared<Arguments>();
     auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended");
-    state->footer("Examples:\n  mb status\n  mb status --json");
+    state->footer("LAST RUN is never, good, failed, or unreadable where the map's history cannot be opened; the code is 1 then.\n\n"
+                  "Examples:\n  mb status\n  mb status --json");
     state->add_flag("--json", given->json, jsonHelp);
     state->callback([given] { status(given->json); });
 
