@@ -52,13 +52,28 @@ TEST_F(CardFileTroubleTest, ADatabaseOfAnotherProgramIsRefusedAndKeepsItsBytes)
     EXPECT_EQ(bytes(), before);
 }
 
-TEST_F(CardFileTroubleTest, AFileOfALaterVersionIsRefused)
+TEST_F(CardFileTroubleTest, AFileOfALaterVersionIsRefusedAndKeepsItsBytes)
 {
     addCard(*open(), u"Lovelace");
-    sql("PRAGMA user_version = 3");
-    EXPECT_NE(openFailure().find("later version"), std::string::npos);
-    EXPECT_EQ(sqlText("PRAGMA user_version"), "3");
+    for (const std::string version : {"3", "5", "2147483647"}) {
+        sql(("PRAGMA user_version = " + version).c_str());
+        const std::string before = bytes();
+        EXPECT_NE(openFailure().find("later version"), std::string::npos);
+        EXPECT_EQ(bytes(), before);
+        EXPECT_EQ(sqlText("PRAGMA user_version"), version);
+    }
     EXPECT_EQ(sqlText("SELECT count(*) FROM card"), "1");
+}
+
+// A later version may store its journal otherwise, too.
+TEST_F(CardFileTroubleTest, ALaterFileInAnotherJournalModeKeepsIt)
+{
+    addCard(*open(), u"Lovelace");
+    sql("PRAGMA journal_mode = DELETE; PRAGMA user_version = 5");
+    const std::string before = bytes();
+    (void)openFailure();
+    EXPECT_EQ(bytes(), before);
+    EXPECT_EQ(sqlText("PRAGMA journal_mode"), "delete");
 }
 
 TEST_F(CardFileTroubleTest, ACardFileWithoutItsTablesIsRefused)
