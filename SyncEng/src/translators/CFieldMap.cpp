@@ -77,10 +77,24 @@ FieldPairs allPairs(const std::vector<std::u16string>& values)
     return pairs;
 }
 
+// A question that fails is asked once more: a field that is left out of a run loses what it holds of new records. A cancel ends the run.
+HRESULT askTwice(auto&& ask)
+{
+    HRESULT hr = ask();
+    if (FAILED(hr) && hr != E_ABORT) hr = ask();
+    if (hr == E_ABORT) throw com::Error(hr);
+    return hr;
+}
+
+HRESULT typeOfField(const com::Ptr<IField>& field, const GUID& guid, LONG& type)
+{
+    return askTwice([&] { return com::call(field, &IField::GetFieldType, guid, &type); });
+}
+
 bool isKnown(const com::Ptr<IField>& field, const std::u16string& token, GUID& guid)
 {
     LONG type = 0;
-    return SUCCEEDED(com::parseGuid(token, &guid)) && SUCCEEDED(com::call(field, &IField::GetFieldType, guid, &type));
+    return SUCCEEDED(com::parseGuid(token, &guid)) && SUCCEEDED(typeOfField(field, guid, type));
 }
 
 // A pair that names a field the store no longer has is not seen, and stays in the map.
@@ -126,7 +140,10 @@ struct FieldSource {
         field = translator.tryAs<IField>();
         return list && field ? S_OK : E_NOINTERFACE;
     }
-    HRESULT askForCount() { return com::call(list, &IFieldList::GetCount, &count); }
+    HRESULT askForCount()
+    {
+        return askTwice([&] { return com::call(list, &IFieldList::GetCount, &count); });
+    }
 
     // By field type; the last field of a type wins, and a field that cannot be asked is left out.
     [[nodiscard]] std::map<LONG, GUID> fieldsByType() const
@@ -135,8 +152,8 @@ struct FieldSource {
         for (LONG i = 0; i < count; ++i) {
             GUID guid{};
             LONG type = 0;
-            if (FAILED(com::call(list, &IFieldList::GetFieldByIndex, i, &guid))) continue;
-            if (SUCCEEDED(com::call(field, &IField::GetFieldType, guid, &type))) fields[type] = guid;
+            if (FAILED(askTwice([&] { return com::call(list, &IFieldList::GetFieldByIndex, i, &guid); }))) continue;
+            if (SUCCEEDED(typeOfField(field, guid, type))) fields[type] = guid;
         }
         return fields;
     }

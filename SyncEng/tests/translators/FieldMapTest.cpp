@@ -141,7 +141,7 @@ TEST_F(FieldMapTest, ATranslatorThatThrowsLosesTheEntryNotTheProcess)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
-    calls->throwOn("1 GetFieldType", 1);
+    for (const int n : {1, 2}) calls->throwOn("1 GetFieldType", n); // it is asked twice
     EXPECT_THAT(known(load(pluginClass1).get(), load(pluginClass2).get()), ElementsAre(Pair(last1, last2)));
 }
 
@@ -255,8 +255,8 @@ TEST_F(FieldMapTest, ATranslatorWithoutFieldsLeavesTheEntriesThatWereThere)
 
 TEST_F(FieldMapTest, FieldsThatCannotBeAskedAreSkipped)
 {
-    calls->failOn("1 GetFieldByIndex", 2, E_FAIL);
-    calls->throwOn("2 GetFieldByIndex", 3);
+    for (const int n : {2, 3}) calls->failOn("1 GetFieldByIndex", n, E_FAIL); // each is asked twice
+    for (const int n : {3, 4}) calls->throwOn("2 GetFieldByIndex", n);
     EXPECT_EQ(fieldMap->CreateDefaultMap(id), S_OK);
     EXPECT_THAT(entries(), ElementsAre(Pair(notes1, notes2)));
 }
@@ -264,9 +264,26 @@ TEST_F(FieldMapTest, FieldsThatCannotBeAskedAreSkipped)
 TEST_F(FieldMapTest, WhenNoFieldCanBeAskedTheOldEntriesAreGoneAllTheSame)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, company2), S_OK);
-    for (const int n : {1, 2, 3}) calls->failOn("1 GetFieldType", n, E_FAIL);
+    for (int n = 1; n <= 6; ++n) calls->failOn("1 GetFieldType", n, E_FAIL);
     EXPECT_EQ(fieldMap->CreateDefaultMap(id), S_OK);
     EXPECT_THAT(entries(), IsEmpty());
+}
+
+TEST_F(FieldMapTest, AFieldWhoseTypeFailsOnceIsAskedAgainAndStaysInTheMap)
+{
+    ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
+    calls->failOn("1 GetFieldType", 1, E_FAIL);
+    EXPECT_THAT(known(load(pluginClass1).get(), load(pluginClass2).get()), ElementsAre(Pair(last1, last2)));
+}
+
+TEST_F(FieldMapTest, ACancelWhileTheFieldsAreAskedIsHandedOn)
+{
+    ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
+    calls->failOn("1 GetFieldType", 1, E_ABORT);
+    LONG count = 0;
+    com::TaskArray<GUID> fields1, fields2;
+    EXPECT_EQ(fieldMap->EnumerateEntriesEx(id, load(pluginClass1).get(), load(pluginClass2).get(), &count, fields1.put(), fields2.put()),
+              E_ABORT);
 }
 
 TEST_F(FieldMapTest, TheDefaultMapNeedsListAndFieldsOfBothBeforeItCounts)
