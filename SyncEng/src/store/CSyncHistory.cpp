@@ -14,7 +14,7 @@ namespace {
 
 constexpr char16_t syncInfo[] = u"SyncInfo", databaseKey[] = u"Database", timeKey[] = u"LastSyncTime", statusKey[] = u"LastSyncStatus",
                    mappedKey[] = u"MappedID", modifiedKey[] = u"ModifiedTime", changedKey[] = u"FieldMapChanged",
-                   fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData";
+                   fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData", inDoubtKey[] = u"BatchInDoubt", waitedKey[] = u"Waited";
 constexpr std::size_t sideNameLength = 6;
 
 // The keys that records have, as they stand in the document.
@@ -43,6 +43,9 @@ std::u16string oppositeOf(std::u16string_view type)
     if (type.size() > sideNameLength) opposite += type.substr(sideNameLength);
     return opposite;
 }
+
+// Not a side's type: what clears a side leaves it, and no loader of entries sees it.
+std::u16string waitedType(const std::u16string& sideType) { return u"Waited" + sideType; }
 
 } // namespace
 
@@ -98,6 +101,35 @@ HRESULT CSyncHistory::GetLastSyncStatus(std::u16string_view side, LONG& status) 
 HRESULT CSyncHistory::SetLastSyncStatus(std::u16string_view side, LONG status)
 {
     return store_.WriteInt(SectionFor(side), syncInfo, statusKey, status, false, true);
+}
+
+HRESULT CSyncHistory::ListWaited(std::u16string_view side, std::vector<std::u16string>& ids) const
+{
+    return store_.ListSections(waitedType(SectionFor(side)), ids);
+}
+
+HRESULT CSyncHistory::SetWaited(std::u16string_view side, const std::vector<std::u16string>& ids)
+{
+    const std::u16string type = waitedType(SectionFor(side));
+    std::vector<std::u16string> former;
+    HRESULT hr = S_OK;
+    (void)ListWaited(side, former);
+    for (const std::u16string& id : former)
+        if (SUCCEEDED(hr)) hr = store_.RemoveSection(type, id, false);
+    for (const std::u16string& id : ids)
+        if (SUCCEEDED(hr)) hr = store_.WriteInt(type, id, waitedKey, 1, false, false);
+    return hr;
+}
+
+bool CSyncHistory::BatchInDoubt(std::u16string_view side) const
+{
+    LONG inDoubt = 0;
+    return SUCCEEDED(store_.ReadInt(SectionFor(side), syncInfo, inDoubtKey, inDoubt)) && inDoubt == 1;
+}
+
+void CSyncHistory::SetBatchInDoubt(std::u16string_view side, bool inDoubt)
+{
+    if (inDoubt != BatchInDoubt(side)) (void)store_.WriteInt(SectionFor(side), syncInfo, inDoubtKey, inDoubt ? 1 : 0, false, true);
 }
 
 HRESULT CSyncHistory::WriteEntry(std::u16string_view side, const HistoryEntry& entry)

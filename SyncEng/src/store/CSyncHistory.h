@@ -70,6 +70,14 @@ public:
     HRESULT WriteFieldData(std::u16string_view side, std::u16string_view recordId, const FieldValueMap& fields, bool append, bool save);
     HRESULT ReadFieldData(std::u16string_view side, std::u16string_view recordId, FieldValueMap& fields) const;
 
+    // The new records of a side that could not be read when a search for duplicates wanted to, and that a run has left out for it once.
+    HRESULT ListWaited(std::u16string_view side, std::vector<std::u16string>& ids) const;
+    HRESULT SetWaited(std::u16string_view side, const std::vector<std::u16string>& ids);
+
+    // The last batch of this side was not ended: its records may be in the store although the history does not tell of them.
+    [[nodiscard]] bool BatchInDoubt(std::u16string_view side) const;
+    void SetBatchInDoubt(std::u16string_view side, bool inDoubt);
+
     // For code that writes a lot and saves once.
     [[nodiscard]] StoreFile& store() noexcept { return store_; }
     // The sink that loads report to; null for none.
