@@ -12,19 +12,17 @@ namespace {
 
 constexpr Side bothSides[] = {Side::One, Side::Two};
 
-struct LastRun {
-    std::u16string database;
-    LONG status = 0;
-};
-
-// No history that could serve: none was ever written, or a store was exchanged since the last good run. After a failed run the
-// status is 0, and an exchanged database is then no reason to begin anew.
-bool beginsAnew(const RunState& run, const PerSide<LastRun>& last)
+// No history that could serve: none was ever written, or a store was exchanged since the last run. A store whose present name was not
+// learned, or has no recorded one, does not count as exchanged.
+bool beginsAnew(const RunState& run, const PerSide<std::u16string>& last)
 {
     if (run.transferring()) return false;
-    if (last.one.database.empty() && last.two.database.empty()) return true;
-    const auto exchanged = [&](Side side) { return !platform::equalNoCase(run.side(side).Database, last[side].database); };
-    return (exchanged(Side::One) || exchanged(Side::Two)) && last.one.status != 0 && last.two.status != 0;
+    if (last.one.empty() && last.two.empty()) return true;
+    const auto exchanged = [&](Side side) {
+        const std::u16string& recorded = last[side];
+        return run.side(side).DatabaseKnown && !recorded.empty() && !platform::equalNoCase(run.side(side).Database, recorded);
+    };
+    return exchanged(Side::One) || exchanged(Side::Two);
 }
 
 HRESULT loadLists(PipelinePass& pass)
@@ -33,19 +31,20 @@ HRESULT loadLists(PipelinePass& pass)
 }
 
 // Follows the identifiers that the store changed outside of the engine; true if there were any.
-bool ApplyRecordIdUpdates(PipelinePass& pass, Side side, const com::Ptr<IRecordUpdater>& updater)
+bool ApplyRecordIdUpdates(PipelinePass& pass, Side side)
 {
-    if (!updater) return false;
+    StoreClient& store = pass.side(side).store;
+    if (!store.hasUpdater()) return false;
     bool changed = false;
     for (const HistoryEntry& entry : pass.side(side).HistoryList) {
         com::Bstr newId;
         const com::Bstr id(entry.Id);
-        if (FAILED(com::call(updater, &IRecordUpdater::GetUpdatedRecordId, id.get(), newId.put()))) continue;
+        if (FAILED(store.updatedId(id.get(), newId))) continue;
         if (newId.empty() || newId.view() == entry.Id) continue;
         (void)RekeyHistoryEntry(*pass.run.History, side, entry.Id, newId.text(), otherSide(side));
         changed = true;
     }
-    if (changed) (void)com::call(updater, &IRecordUpdater::SaveUpdatedRecordIds);
+    if (changed) store.saveUpdatedIds();
     return changed;
 }
 
@@ -56,7 +55,7 @@ bool updateRecordIds(PipelinePass& pass)
         const GUID& id = pass.run.side(side).Id;
         // These two stores changed their identifiers once, which a history of version 3 has seen.
         if (pass.run.HistoryVersion >= 3 && (id == goldMineTranslator || id == goldMineCorporateTranslator)) continue;
-        if (ApplyRecordIdUpdates(pass, side, pass.side(side).translator.tryAs<IRecordUpdater>())) changed = true;
+        if (ApplyRecordIdUpdates(pass, side)) changed = true;
     }
     return changed;
 }
@@ -82,16 +81,13 @@ HRESULT AnalyzeHistory(PipelinePass& pass)
     if (progress.advance(0.0) == E_ABORT) return E_ABORT;
     if (run.transferring()) run.History->SetSectionSuffix(run.side(Side::One).Database, run.side(Side::Two).Database);
 
-    PerSide<LastRun> last;
-    for (const Side side : bothSides) {
-        (void)run.History->GetDatabase(sectionOf(side), last[side].database);
-        (void)run.History->GetLastSyncStatus(sectionOf(side), last[side].status);
-    }
+    PerSide<std::u16string> last; // the recorded names
+    for (const Side side : bothSides) (void)run.History->GetDatabase(sectionOf(side), last[side]);
     HRESULT hr = S_OK;
     pass.FirstSync = run.HistoryVoid = beginsAnew(run, last);
     if (pass.FirstSync) {
         pass.HasHistory = false;
-        WriteLogResource(1, last.one.database.empty() || last.two.database.empty() ? 149 : 150);
+        WriteLogResource(1, last.one.empty() || last.two.empty() ? 149 : 150);
     } else {
         hr = loadKnownRecords(pass);
     }

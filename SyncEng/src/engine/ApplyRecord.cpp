@@ -5,7 +5,6 @@
 #include "foundation/PhoneNumber.h"
 #include "text.h"
 #include "translators/ImageFields.h"
-#include "translators/ReadText.h"
 #include "translators/TranslatorIds.h"
 
 namespace mb {
@@ -43,31 +42,32 @@ const std::u16string* valueIn(const FieldValueMap* values, LONG type)
 class RecordApply {
 public:
     RecordApply(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                std::optional<std::u16string>& targetId)
+                std::optional<std::u16string>& targetId, LinkGuard& guard)
         : pass_(pass), run_(pass.run), sourceSide_(source), targetSide_(otherSide(source)), source_(pass.side(source)),
-          target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), sourceKey_(recordId),
-          isNew_(!targetId), matched_(task.Kind == TaskMatched), sourceImages_(source_.translator.tryAs<IImageSupport>()),
-          targetImages_(target_.translator.tryAs<IImageSupport>())
+          target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), guard_(guard), sourceKey_(recordId),
+          isNew_(!targetId), matched_(task.Kind == TaskMatched)
     {
         if (targetId) targetKey_ = com::Bstr(*targetId);
-        hostUpdate_ = source == Side::Two && run_.side(Side::One).Id == hostTranslator && target_.field && targetId;
+        hostUpdate_ = source == Side::Two && run_.side(Side::One).Id == hostTranslator && target_.store.hasFields() && targetId;
     }
 
     HRESULT run()
     {
-        (void)com::call(source_.translator, &ITranslator::GetTranslatorCaps, &sourceCaps_);
-        (void)com::call(target_.translator, &ITranslator::GetTranslatorCaps, &targetCaps_);
+        sourceCaps_ = source_.store.caps();
+        targetCaps_ = target_.store.caps();
         if (hostUpdate_) {
             const HRESULT hr = units_.readBefore(pass_, targetSide_, targetKey_.get());
             if (FAILED(hr)) return hr;
         }
-        HRESULT hr = com::call(source_.translator, &ITranslator::BeginReadRecord, sourceKey_.get());
-        if (FAILED(hr)) return hr;
-        hr = beginTarget();
-        copyFields(hr);
-        if (hostUpdate_ && !isNew_) units_.restore(target_.translator.get(), targetKey_.get());
-        if (SUCCEEDED(hr)) hr = save();
-        (void)com::call(source_.translator, &ITranslator::EndReadRecord, sourceKey_.get());
+        HRESULT hr = S_OK;
+        {
+            const OpenReading reading(source_.store, sourceKey_.get());
+            if (FAILED(reading.result())) return reading.result();
+            hr = beginTarget();
+            copyFields(hr);
+            if (hostUpdate_ && !isNew_) units_.restore(target_.store, targetKey_.get());
+            if (SUCCEEDED(hr)) hr = save();
+        }
         if (SUCCEEDED(hr)) readBack();
         return hr;
     }
@@ -82,11 +82,7 @@ private:
         [[nodiscard]] std::u16string_view text() const noexcept { return value.text(); }
     };
 
-    HRESULT beginTarget()
-    {
-        return isNew_ ? com::call(target_.translator, &ITranslator::BeginAddRecord, targetKey_.put())
-                      : com::call(target_.translator, &ITranslator::BeginEditRecord, targetKey_.get());
-    }
+    HRESULT beginTarget() { return isNew_ ? target_.store.beginAdd(targetKey_) : target_.store.beginEdit(targetKey_.get()); }
 
     // hr comes in as the result of opening the target. It is not tested before the first value is at hand.
     void copyFields(HRESULT& hr)
@@ -132,16 +128,16 @@ private:
             if (const auto* size = valueIn(task_.Changes.get(), sizeTypeOf(step.S))) images_[step.S].size = platform::toInt64(*size);
         } else if (cached) {
             step.value = com::Variant(*cached);
-        } else if (step.WriteIt || !image || !sourceImages_) {
-            hr = com::call(source_.translator, &ITranslator::ReadField, sourceKey_.get(), step.sourceField, step.value.put());
+        } else if (step.WriteIt || !image || !source_.store.hasImages()) {
+            hr = source_.store.read(sourceKey_.get(), step.sourceField, step.value);
             if (FAILED(hr)) step.value = com::Variant();
             if (image) images_[step.S].has = !step.text().empty();
-            if (image && (sourceCaps_ & imageFileCaps)) imageFiles_.add(step.value);
+            if (image && (sourceCaps_.value_or(0) & imageFileCaps)) imageFiles_.add(step.value);
         } else {
-            (void)hasImage(sourceImages_.get(), sourceKey_.get(), step.sourceField, images_[step.S].has);
+            (void)source_.store.hasImage(sourceKey_.get(), step.sourceField, images_[step.S].has);
         }
-        if (image && images_[step.S].size < 0 && sourceImages_)
-            images_[step.S].size = readImageSize(sourceImages_.get(), sourceKey_.get(), step.sourceField);
+        if (image && images_[step.S].size < 0 && source_.store.hasImages())
+            images_[step.S].size = source_.store.imageSize(sourceKey_.get(), step.sourceField).value_or(-1);
     }
 
     void write(FieldStep& step, HRESULT& hr)
@@ -151,17 +147,26 @@ private:
             return;
         }
         if (step.value.vt == VT_EMPTY) step.value = com::Variant(u"");
-        if (isImageType(step.S)) convertImage(step);
+        if (isImageType(step.S)) {
+            if (!sourceCaps_ || !targetCaps_) { // the form of the picture is not known
+                hr = E_FAIL;
+                return;
+            }
+            const bool hadImage = !step.text().empty();
+            convertImage(step);
+            if (hadImage && step.text().empty()) return leaveImage(step);
+        }
         const com::Variant* value = &step.value;
         com::Variant canonical;
         if (isPhoneForAct(step)) {
             canonical = com::Variant(NormalizePhoneNumber(step.text(), 0));
             if (!canonical.text().empty()) value = &canonical; // else nothing could split it, and the number must not be lost
         }
-        hr = com::call(target_.translator, &ITranslator::WriteField, targetKey_.get(), step.targetField,
-                       static_cast<const VARIANT&>(*value));
+        hr = target_.store.write(targetKey_.get(), step.targetField, *value);
         if (FAILED(hr)) return;
         step.written = true;
+        written_.insert(step.T);
+        if (isImageType(step.T)) written_.insert(sizeTypeOf(step.T));
         if (isImageType(step.T)) targetImageStates_[step.T].has = !step.text().empty();
         if (hostUpdate_ && !isNew_) units_.noteWritten(step.T);
     }
@@ -169,20 +174,27 @@ private:
     // A file on the way is the engine's own, given by the source or made here. The target has until the end of the record to read it.
     void convertImage(FieldStep& step)
     {
-        const std::int64_t size = ConvertImageValue(step.value, sourceCaps_, targetCaps_, true);
+        const std::int64_t size = ConvertImageValue(step.value, *sourceCaps_, *targetCaps_, true);
         if (isImageType(step.T)) targetImageStates_[step.T].size = size;
-        if (NamesImageFile(sourceCaps_, targetCaps_)) imageFiles_.add(step.value);
+        if (NamesImageFile(*sourceCaps_, *targetCaps_)) imageFiles_.add(step.value);
+    }
+
+    // A picture that cannot be read must not replace the one of the other side. The next run looks at it again.
+    void leaveImage(FieldStep& step)
+    {
+        step.WriteIt = false;
+        source_.Unread[recordId_].fields.push_back(step.S);
+        targetImageStates_[step.T] = {};
     }
 
     // These two stores take phone numbers in one form only.
-    bool isPhoneForAct(const FieldStep& step) const
+    bool isPhoneForAct(const FieldStep& step)
     {
         const GUID& target = run_.side(Side::Two).Id;
         if (targetSide_ != Side::Two || (target != actTranslator && target != secondActTranslator)) return false;
         ULONG sourceFlags = 0, targetFlags = 0;
-        return SUCCEEDED(com::call(source_.field, &IField::GetFlags, step.sourceField, &sourceFlags)) &&
-               SUCCEEDED(com::call(target_.field, &IField::GetFlags, step.targetField, &targetFlags)) &&
-               (sourceFlags & targetFlags & ffPhoneNumber) != 0;
+        return SUCCEEDED(source_.store.fieldFlags(step.sourceField, sourceFlags)) &&
+               SUCCEEDED(target_.store.fieldFlags(step.targetField, targetFlags)) && (sourceFlags & targetFlags & ffPhoneNumber) != 0;
     }
 
     void lookAtTargetImage(const FieldStep& step)
@@ -190,9 +202,10 @@ private:
         ImageState& image = targetImageStates_[step.T];
         if (matched_)
             image.has = images_[step.S].has;
-        else if (targetImages_)
-            (void)hasImage(targetImages_.get(), targetKey_.get(), step.targetField, image.has);
-        if (image.size < 0 && targetImages_) image.size = readImageSize(targetImages_.get(), targetKey_.get(), step.targetField);
+        else if (target_.store.hasImages())
+            (void)target_.store.hasImage(targetKey_.get(), step.targetField, image.has);
+        if (image.size < 0 && target_.store.hasImages())
+            image.size = target_.store.imageSize(targetKey_.get(), step.targetField).value_or(-1);
     }
 
     void remember(const FieldStep& step)
@@ -207,20 +220,51 @@ private:
 
     HRESULT save()
     {
-        const HRESULT hr = com::call(target_.translator, &ITranslator::SaveRecord, targetKey_.inOut());
+        const HRESULT hr = target_.store.save(targetKey_);
         if (FAILED(hr)) return hr;
+        guard_.engage();
         targetIdOut_ = targetKey_.text();
+        // What the search for duplicates read of the target record is out of date now.
+        if (const auto written = FindTask(target_.Tasks, *targetIdOut_); written != target_.Tasks.end()) written->second.Values.reset();
+        keepUnread(sourceSide_, recordId_, SourceData);
         (void)run_.History->WriteFieldData(sectionOf(sourceSide_), recordId_, SourceData, false, false);
         return hr;
+    }
+
+    // The history of a field that the scan could not read stays as it was, so that the next run finds its change.
+    void keepUnread(Side side, const std::u16string& id, FieldValueMap& values)
+    {
+        const auto unread = pass_.side(side).Unread.find(id);
+        FieldValueMap stored;
+        if (unread == pass_.side(side).Unread.end() || FAILED(run_.History->ReadFieldData(sectionOf(side), id, stored))) return;
+        const auto keep = [&](LONG type) {
+            if (side == targetSide_ && written_.contains(type)) return;
+            if (const auto at = stored.find(type); at != stored.end())
+                values[type] = at->second;
+            else
+                values.erase(type);
+        };
+        const auto keepField = [&](LONG type) {
+            keep(type);
+            if (isImageType(type)) keep(sizeTypeOf(type));
+        };
+        if (!unread->second.all) {
+            for (const LONG type : unread->second.fields) keepField(type);
+            return;
+        }
+        std::vector<LONG> types;
+        for (const auto& [type, text] : values) types.push_back(type);
+        for (const LONG type : types) keep(type);
     }
 
     // What the target holds now becomes its history. A failure leaves the target's history as it was.
     void readBack()
     {
-        if (FAILED(com::call(target_.translator, &ITranslator::BeginReadRecord, targetKey_.get()))) return;
+        const OpenReading reading(target_.store, targetKey_.get());
         FieldValueMap held;
-        if (readTargetFields(held)) (void)run_.History->WriteFieldData(sectionOf(targetSide_), targetKey_.text(), held, false, false);
-        (void)com::call(target_.translator, &ITranslator::EndReadRecord, targetKey_.get());
+        if (FAILED(reading.result()) || !readTargetFields(held)) return;
+        keepUnread(targetSide_, targetKey_.text(), held);
+        (void)run_.History->WriteFieldData(sectionOf(targetSide_), targetKey_.text(), held, false, false);
     }
 
     bool readTargetFields(FieldValueMap& held)
@@ -239,7 +283,7 @@ private:
                 text.clear();
             } else if (const auto kept = KeptValues.find(type); kept != KeptValues.end()) {
                 text = kept->second;
-            } else if (FAILED(readText(target_.translator.get(), targetKey_.get(), fields[i], text))) {
+            } else if (FAILED(target_.store.readText(targetKey_.get(), fields[i], text))) {
                 return false;
             }
         }
@@ -253,10 +297,11 @@ private:
     const std::u16string& recordId_;
     const RecordTask& task_;
     std::optional<std::u16string>& targetIdOut_;
+    LinkGuard& guard_;
     com::Bstr sourceKey_, targetKey_;
     bool isNew_, matched_, hostUpdate_ = false;
-    com::Ptr<IImageSupport> sourceImages_, targetImages_;
-    ULONG sourceCaps_ = 0, targetCaps_ = 0;
+    std::optional<ULONG> sourceCaps_, targetCaps_;
+    std::set<LONG> written_; // types of the target's fields
     ImageFiles imageFiles_;
     HostUnits units_;
     ImageStates images_, targetImageStates_;
@@ -268,9 +313,9 @@ private:
 } // namespace
 
 HRESULT ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                    std::optional<std::u16string>& targetId)
+                    std::optional<std::u16string>& targetId, LinkGuard& guard)
 {
-    return RecordApply(pass, source, recordId, task, targetId).run();
+    return RecordApply(pass, source, recordId, task, targetId, guard).run();
 }
 
 } // namespace mb

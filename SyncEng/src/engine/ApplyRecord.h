@@ -6,8 +6,9 @@
 
 namespace mb {
 
-// No target identifier means a new record; on return it is the one under which the target saved the record.
+// No target identifier means a new record; on return it is the one under which the target saved the record. `guard` is engaged once the
+// target has saved the record: from then on the caller has to link it, whatever else fails. Throws Cancelled before that.
 HRESULT ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                    std::optional<std::u16string>& targetId);
+                    std::optional<std::u16string>& targetId, LinkGuard& guard);
 
 } // namespace mb

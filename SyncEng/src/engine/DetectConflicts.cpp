@@ -2,6 +2,7 @@
 #include "engine/FailureReport.h"
 #include "engine/RecordChanges.h"
 #include "engine/StageProgress.h"
+#include "foundation/FieldValue.h"
 #include "text.h"
 #include "translators/ImageFields.h"
 #include <unordered_map>
@@ -22,10 +23,17 @@ PartnersOf indexPartners(TaskList& tasks)
 
 class Detection {
 public:
-    Detection(PipelinePass& pass, ConflictTable& conflicts) : pass_(pass), run_(pass.run), conflicts_(conflicts) {}
+    Detection(PipelinePass& pass, ConflictTable& conflicts)
+        : pass_(pass), run_(pass.run), conflicts_(conflicts),
+          inDoubt_(run_.History && (run_.History->BatchInDoubt(u"Trans1") || run_.History->BatchInDoubt(u"Trans2")))
+    {
+    }
 
     HRESULT examine(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
     {
+        // A pair stays as the first look at it left it, for the rest of the run: what was settled is not asked again, by another rule.
+        if (e1.PairExamined && e2.PairExamined) return S_OK;
+        e1.PairExamined = e2.PairExamined = true;
         if (!e1.Changes && !e2.Changes && e1.Kind != TaskDelete && e2.Kind != TaskDelete) return examineChangedPair(id1, e1, id2, e2);
         if (e1.Changes || e2.Changes)
             examineReadPair(id1, e1, id2, e2);
@@ -65,11 +73,34 @@ private:
                 return failure;
             }
         }
+        if (!lost && inDoubt_ && dropEqual(changes)) {
+            // Without a change left a task only links: an empty change set would send every field.
+            if (changes.one.empty()) e1.Kind = TaskMatched;
+            if (changes.two.empty()) e2.Kind = TaskMatched;
+        }
         const bool conflict = lost ? valuesDiffer(changes.one, changes.two) : ChangesOverlap(changes.one, changes.two, run_.FieldTypes);
         if (conflict) add(id1, {id2, false, run_.Options.ConflictResolution});
         e1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
         e2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
         return S_OK;
+    }
+
+    // After a batch that was not ended, a record may hold what the last run wrote, unknown to the history. The other side made the same
+    // change then: equal values are none.
+    bool dropEqual(PerSide<FieldValueMap>& changes) const
+    {
+        std::vector<LONG> equal;
+        for (const auto& [type, value] : changes.one) {
+            const auto other = changes.two.find(mappedType(&run_.FieldTypes, type));
+            if (!isImageType(type) && other != changes.two.end() &&
+                platform::compareNoCase(TrimFieldValue(value), TrimFieldValue(other->second)) == 0)
+                equal.push_back(type);
+        }
+        for (const LONG type : equal) {
+            changes.one.erase(type);
+            changes.two.erase(mappedType(&run_.FieldTypes, type));
+        }
+        return !equal.empty();
     }
 
     bool valuesDiffer(const FieldValueMap& values1, const FieldValueMap& values2) const
@@ -99,6 +130,7 @@ private:
     PipelinePass& pass_;
     RunState& run_;
     ConflictTable& conflicts_;
+    bool inDoubt_;
 };
 
 } // namespace

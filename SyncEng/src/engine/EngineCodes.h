@@ -15,4 +15,7 @@ inline constexpr HRESULT codeNoMessage = engineCode(0x15);     // no message, fa
 inline constexpr HRESULT codeReSync = engineCode(0x16);        // Re-Sync was chosen in the confirmation dialog
 inline constexpr HRESULT codeNotInstalled = engineCode(0x18);  // a translator could not be loaded, a text was composed
 
+// Of our own, outside of the codes that translators use.
+inline constexpr HRESULT codeDeletionsRefused = engineCode(0x40); // a store would lose more records than the map allows
+
 } // namespace mb

@@ -123,8 +123,8 @@ void chargeFailure(PipelinePass& pass, Side side)
 {
     const Side other = otherSide(side);
     pass.run.Error.FailedTranslator = pass.run.side(side).Id;
-    FetchTranslatorError(pass.run.Error, {pass.side(side).translator.get(), pass.run.side(side).Id},
-                         {pass.side(other).translator.get(), pass.run.side(other).Id});
+    FetchTranslatorError(pass.run.Error, {pass.side(side).store.translator(), pass.run.side(side).Id},
+                         {pass.side(other).store.translator(), pass.run.side(other).Id});
 }
 
 void ReportFailure(const RunState& run, HRESULT hr)
@@ -157,8 +157,8 @@ HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<IT
     // Under the names that follow, the entries of other stores would pass for these stores' own, and all their records for deleted.
     if (run.HistoryVoid) (void)run.History->Clear();
     for (const Side side : {Side::One, Side::Two}) {
-        if (!translators[side]) run.side(side).Database.clear();
-        (void)run.History->SetDatabase(sectionOf(side), run.side(side).Database);
+        // A name that this run has not learned leaves the recorded one, or the next run would begin anew.
+        if (run.side(side).DatabaseKnown) (void)run.History->SetDatabase(sectionOf(side), run.side(side).Database);
         (void)run.History->SetLastSyncTime(sectionOf(side), platform::localNow());
         (void)run.History->SetLastSyncStatus(sectionOf(side), 0);
     }

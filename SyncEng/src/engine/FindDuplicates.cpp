@@ -1,6 +1,7 @@
 #include "engine/FindDuplicates.h"
 
 #include "engine/FailureReport.h"
+#include "engine/HoldBack.h"
 #include "engine/MatchRules.h"
 #include "engine/PairDuplicates.h"
 #include "engine/RankCandidates.h"
@@ -12,7 +13,6 @@
 #include "foundation/Strings.h"
 #include "text.h"
 #include "translators/ImageFields.h"
-#include "translators/ReadText.h"
 
 namespace mb {
 namespace {
@@ -48,6 +48,7 @@ bool nothingToSearch(const PipelinePass& pass)
 HRESULT closeSearch(PipelinePass& pass, HRESULT hr, bool foundAny)
 {
     if (!foundAny) WriteLogResource(1, 153);
+    if (SUCCEEDED(hr)) HoldBackUnreadable(pass);
     if (SUCCEEDED(hr)) hr = ResolveConflicts(pass);
     pass.run.FieldMapRebuilt = false;
     return hr;
@@ -62,7 +63,6 @@ public:
         : pass_(pass), run_(pass.run), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), index1_(index1), index2_(index2),
           rows_(BuildMatchRows(pass))
     {
-        for (const Side side : {Side::One, Side::Two}) images_[side] = pass.side(side).translator.tryAs<IImageSupport>();
     }
 
     HRESULT run()
@@ -78,7 +78,7 @@ public:
 private:
     struct Keys {
         std::u16string lastName, firstName, email, digest;
-        bool complete = true; // every field could be read
+        bool complete = true, lastNameRead = true; // every field could be read; that of the last name could
     };
 
     StageProgress progressOf(int contactId, int categoryId) const
@@ -90,30 +90,41 @@ private:
     {
         StageProgress progress = progressOf(192, 222);
         LONG count = 0;
-        (void)com::call(one_.translator, &ITranslator::GetRecordCount, &count);
+        (void)one_.store.count(count);
         for (LONG i = 0; i < count; ++i) {
             com::Bstr id;
-            if (SUCCEEDED(com::call(one_.translator, &ITranslator::GetRecordID, i, id.put()))) {
-                const auto task = FindTask(one_.Tasks, id.text());
-                if (task != one_.Tasks.end() && isOpenNew(task->second)) {
-                    std::optional<std::size_t> position;
-                    const HRESULT hr = addRecord(Side::One, task, index1_, position);
-                    if (FAILED(hr)) return hr;
-                }
+            if (SUCCEEDED(one_.store.identifierAt(i, id))) {
+                const HRESULT hr = indexOne(FindTask(one_.Tasks, id.text()));
+                if (FAILED(hr)) return hr;
             }
             if (progress.advance(100.0 / count) == E_ABORT) return E_ABORT;
+        }
+        // A record that the store did not list this time is known by its task.
+        for (auto at = one_.Tasks.begin(); at != one_.Tasks.end(); ++at) {
+            const HRESULT hr = indexOne(at);
+            if (FAILED(hr)) return hr;
         }
         return S_OK;
     }
 
-    // Reads a new record into its values and its side's index. A record whose reading the user cancelled is passed over; any other
-    // failure ends the search. Wanted: it is charged to translator 1 on both sides.
+    HRESULT indexOne(TaskList::iterator task)
+    {
+        if (task == one_.Tasks.end() || !isOpenNew(task->second) || !indexed_.insert(task->first).second) return S_OK;
+        std::optional<std::size_t> position;
+        return addRecord(Side::One, task, index1_, position);
+    }
+
+    // Reads a new record into its values and its side's index. A record whose begin answers E_ABORT is passed over; any other failure to
+    // begin ends the search. Quirk kept on purpose: it is charged to translator 1 on both sides.
     HRESULT addRecord(Side side, TaskList::iterator task, RecordIndex& index, std::optional<std::size_t>& position)
     {
         PassSide& own = pass_.side(side);
         const com::Bstr id(task->first);
-        const HRESULT hr = com::call(own.translator, &ITranslator::BeginReadRecord, id.get());
-        if (hr == E_ABORT) return S_OK;
+        const HRESULT hr = own.store.beginReadForSearch(id.get());
+        if (hr == E_ABORT) {
+            pass_.Unreadable.push_back({side, task->first, std::nullopt});
+            return S_OK;
+        }
         if (FAILED(hr)) {
             chargeFailure(pass_, Side::One);
             return hr;
@@ -121,9 +132,12 @@ private:
         values_.clear();
         const Keys keys = readKeys(side, id.get(), values_);
         task->second.Values = std::make_unique<RecordValues>(values_); // the copy has no room to spare
-        (void)com::call(own.translator, &ITranslator::EndReadRecord, id.get());
+        own.store.endRead(id.get());
         // By the little that could be read of it a contact would pass for another one.
-        if (keys.complete) position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
+        if (!keys.complete)
+            pass_.Unreadable.push_back({side, task->first, keys.lastNameRead ? std::optional(keys.lastName) : std::nullopt});
+        else
+            position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
         return S_OK;
     }
 
@@ -143,10 +157,11 @@ private:
                 continue;
             }
             com::Variant read;
-            const HRESULT hr = com::call(pass_.side(side).translator, &ITranslator::ReadField, id, fields[j], read.put());
+            const HRESULT hr = pass_.side(side).store.read(id, fields[row.index], read);
             if (FAILED(hr)) { // so that it is read again when it is to be written, and not written as empty
                 values.erase(type);
                 keys.complete = false;
+                if (type == lastName) keys.lastNameRead = false;
                 continue;
             }
             const std::u16string_view value = read.text();
@@ -165,16 +180,16 @@ private:
     void readImage(Side side, BSTR id, std::size_t row, RecordValues& values, std::u16string& digest)
     {
         const LONG type = fieldOf(rows_.rows[row], side).type;
-        const GUID& field = pass_.fields(side)[row];
+        const GUID& field = pass_.fields(side)[rows_.rows[row].index];
+        StoreClient& store = pass_.side(side).store;
         bool has = false;
-        if (!run_.imagesUsable() || !images_[side] || FAILED(hasImage(images_[side].get(), id, field, has))) return;
+        if (!run_.imagesUsable() || !store.hasImages() || FAILED(store.hasImage(id, field, has))) return;
         const std::u16string flag = imageFlagText(has);
         std::u16string size;
         com::Variant image;
-        if (has) (void)com::call(pass_.side(side).translator, &ITranslator::ReadField, id, field, image.put());
+        if (has) (void)store.read(id, field, image);
         if (!image.text().empty()) {
-            ULONG caps = 0;
-            (void)com::call(pass_.side(side).translator, &ITranslator::GetTranslatorCaps, &caps);
+            const ULONG caps = store.caps().value_or(0);
             ImageFiles files; // the one that is given, and the one it becomes
             if (caps & imageFileCaps) files.add(image);
             size = imageSizeText(ConvertImageValue(image, caps, capJPEGFile, true));
@@ -223,14 +238,15 @@ private:
         StageProgress progress = progressOf(197, 224);
         const std::vector<std::size_t> open = index2_.open();
         if (open.empty()) return S_OK;
-        HRESULT hr = round(progress, open, [&](std::size_t position) { return byDigest(index2_.keys(position)); });
-        if (SUCCEEDED(hr)) hr = round(progress, index2_.open(), [&](std::size_t position) { return byRule(position); });
+        // One step for both rounds: each record is found at most once, so that the two never pass 100 together.
+        const double step = 100.0 / static_cast<double>(open.size());
+        HRESULT hr = round(progress, step, open, [&](std::size_t position) { return byDigest(index2_.keys(position)); });
+        if (SUCCEEDED(hr)) hr = round(progress, step, index2_.open(), [&](std::size_t position) { return byRule(position); });
         return SUCCEEDED(hr) ? progress.reach(100.0) : hr;
     }
 
-    template <class Search> HRESULT round(StageProgress& progress, const std::vector<std::size_t>& open, Search&& search)
+    template <class Search> HRESULT round(StageProgress& progress, double step, const std::vector<std::size_t>& open, Search&& search)
     {
-        const double step = open.empty() ? 0.0 : 100.0 / static_cast<double>(open.size());
         for (const std::size_t position : open) {
             const auto e2 = FindTask(two_.Tasks, index2_.id(position));
             bool found = false;
@@ -306,8 +322,8 @@ private:
     PassSide &one_, &two_;
     RecordIndex &index1_, &index2_;
     MatchRows rows_;
-    PerSide<com::Ptr<IImageSupport>> images_;
-    RecordValues values_; // of the record that is being read
+    RecordValues values_;                             // of the record that is being read
+    std::unordered_set<std::u16string_view> indexed_; // of side 1
     bool FoundAny = false;
 };
 
@@ -342,28 +358,41 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
         for (std::size_t j = 0; j < rows.rows.size(); ++j) {
             const LONG type = fieldOf(rows.rows[j], side).type;
             std::u16string value;
-            const bool isRead = isImageType(type) || SUCCEEDED(readText(pass.side(side).translator.get(), id, fields[j], value));
+            const bool isRead = isImageType(type) || SUCCEEDED(pass.side(side).store.readText(id, fields[rows.rows[j].index], value));
             if (isRead)
                 task.Values->set(type, value);
             else
                 task.Values->erase(type);
             complete = complete && isRead;
         }
-        (void)com::call(pass.side(side).translator, &ITranslator::EndReadRecord, id);
+        pass.side(side).store.endRead(id);
+        if (!complete) {
+            const auto lastName = task.Values->find(side == Side::One ? LONG{ftLastName} : rows.lastName2);
+            pass.Unreadable.push_back({side, com::textOf(id), lastName ? std::optional(platform::lowered(*lastName)) : std::nullopt});
+        }
         return complete;
+    };
+    // False if the record cannot be read at all: it is passed over.
+    const auto begin = [&](Side side, BSTR id) {
+        if (SUCCEEDED(pass.side(side).store.beginRead(id))) return true;
+        pass.Unreadable.push_back({side, com::textOf(id), std::nullopt});
+        return false;
     };
 
     std::vector<std::u16string> candidates;
+    const auto addCandidate = [&](TaskList::iterator task) {
+        if (task == one.Tasks.end() || !isOpenNew(task->second) || task->second.Values) return;
+        const com::Bstr id(task->first);
+        if (begin(Side::One, id.get()) && readAll(Side::One, id.get(), task->second)) candidates.push_back(task->first);
+    };
     LONG count = 0;
-    (void)com::call(one.translator, &ITranslator::GetRecordCount, &count);
+    (void)one.store.count(count);
     for (LONG i = 0; i < count; ++i) {
         com::Bstr id;
-        if (FAILED(com::call(one.translator, &ITranslator::GetRecordID, i, id.put()))) continue;
-        const auto task = FindTask(one.Tasks, id.text());
-        if (task == one.Tasks.end() || !isOpenNew(task->second)) continue;
-        if (FAILED(com::call(one.translator, &ITranslator::BeginReadRecord, id.get()))) continue;
-        if (readAll(Side::One, id.get(), task->second)) candidates.push_back(task->first);
+        if (SUCCEEDED(one.store.identifierAt(i, id))) addCandidate(FindTask(one.Tasks, id.text()));
     }
+    // A record that the store did not list this time is known by its task.
+    for (auto at = one.Tasks.begin(); at != one.Tasks.end(); ++at) addCandidate(at);
 
     StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? 225 : 164));
     const double step = 100.0 / static_cast<double>(two.Tasks.size());
@@ -372,7 +401,7 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
     for (auto at = two.Tasks.begin(); SUCCEEDED(hr) && at != two.Tasks.end();) {
         const auto e2 = at++;
         const com::Bstr id(e2->first);
-        if (!isOpenNew(e2->second) || FAILED(com::call(two.translator, &ITranslator::BeginReadRecord, id.get()))) continue;
+        if (!isOpenNew(e2->second) || !begin(Side::Two, id.get())) continue;
         const bool complete = readAll(Side::Two, id.get(), e2->second);
         const MatchKeys keys{std::u16string(valueOf(e2->second, rows.lastName2)), std::u16string(valueOf(e2->second, rows.firstName.type2)),
                              std::u16string(valueOf(e2->second, rows.email.type2))};

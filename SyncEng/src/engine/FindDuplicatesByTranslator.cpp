@@ -7,7 +7,6 @@
 #include "foundation/Strings.h"
 #include "text.h"
 #include "translators/ImageFields.h"
-#include "translators/ReadText.h"
 #include <unordered_set>
 
 namespace mb {
@@ -31,9 +30,9 @@ private:
 
 class TranslatorSearch {
 public:
-    TranslatorSearch(PipelinePass& pass, com::Ptr<IDuplicateFinder> finder)
-        : pass_(pass), run_(pass.run), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), finder_(std::move(finder)),
-          rows_(BuildMatchRows(pass)), synched_(synchedRecords(pass))
+    explicit TranslatorSearch(PipelinePass& pass)
+        : pass_(pass), run_(pass.run), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), rows_(BuildMatchRows(pass)),
+          synched_(synchedRecords(pass))
     {
     }
 
@@ -41,14 +40,20 @@ public:
     {
         WriteLogText(1, u"\r");
         WriteLogResource(1, 156);
-        HRESULT hr = S_OK;
-        if (SUCCEEDED(com::call(finder_, &IDuplicateFinder::BeginFindDuplicate, run_.CurrentMap, one_.translator.get(), synched_.get())))
-            hr = walk();
-        (void)com::call(finder_, &IDuplicateFinder::EndFindDuplicate);
-        return hr;
+        const FindEnd end(two_.store);
+        return SUCCEEDED(two_.store.beginFind(run_.CurrentMap, one_.store.translator(), synched_.get())) ? walk() : S_OK;
     }
 
 private:
+    // The search is ended however it went, also by a cancel.
+    struct FindEnd {
+        explicit FindEnd(StoreClient& finder) : store(finder) {}
+        FindEnd(const FindEnd&) = delete;
+        FindEnd& operator=(const FindEnd&) = delete;
+        ~FindEnd() { store.endFind(); }
+        StoreClient& store;
+    };
+
     static std::vector<std::u16string> synchedRecords(const PipelinePass& pass)
     {
         std::vector<std::u16string> ids;
@@ -72,51 +77,52 @@ private:
     {
         const com::Bstr id(e1->first);
         com::Bstr id2;
-        if (FAILED(com::call(finder_, &IDuplicateFinder::FindDuplicate, one_.translator.get(), id.get(), synched_.get(), id2.put())) ||
-            id2.empty())
-            return;
+        if (FAILED(two_.store.find(one_.store.translator(), id.get(), synched_.get(), id2)) || id2.empty()) return;
         if (!named_.insert(platform::lowered(id2.view())).second) return; // it has its partner
         // The translator may name a record that the analysis did not list.
         auto e2 = FindTask(two_.Tasks, id2.text());
         if (e2 == two_.Tasks.end()) {
-            if (FAILED(com::call(two_.translator, &ITranslator::FindRecord, id2.get()))) return; // it is the finder's invention
+            if (two_.store.contains(id2.get()) != Presence::Present) return; // it is the finder's invention
             TaskAt(two_.Tasks, id2.text()).Kind = TaskNew;
             e2 = FindTask(two_.Tasks, id2.text());
         } else if (!isOpenNew(e2->second)) {
             return; // known to the history
         }
-        readBoth(e1, e2);
+        if (!readBoth(e1, e2)) {
+            e1->second.Values.reset();
+            e2->second.Values.reset();
+            return; // the engine's own search judges what can be read
+        }
         noteDifferences(e1->second, e2->second);
         decide(e1, e2);
     }
 
-    // A value that cannot be read is read again when it is to be written, and not written as empty.
-    static void readInto(RecordValues& values, LONG type, const PassSide& side, BSTR id, const GUID& field)
+    static bool readInto(RecordValues& values, LONG type, PassSide& side, BSTR id, const GUID& field)
     {
         std::u16string text;
-        if (SUCCEEDED(readText(side.translator.get(), id, field, text)))
-            values.set(type, text);
-        else
-            values.erase(type);
+        if (FAILED(side.store.readText(id, field, text))) return false;
+        values.set(type, text);
+        return true;
     }
 
-    void readBoth(TaskList::iterator e1, TaskList::iterator e2)
+    // False if a value could not be read: equal by what is left, two contacts might pass for one.
+    bool readBoth(TaskList::iterator e1, TaskList::iterator e2)
     {
         for (RecordTask* task : {&e1->second, &e2->second})
             if (!task->Values) task->Values = std::make_unique<RecordValues>();
         const com::Bstr id1(e1->first), id2(e2->first);
-        if (FAILED(com::call(one_.translator, &ITranslator::BeginReadRecord, id1.get()))) return;
-        if (SUCCEEDED(com::call(two_.translator, &ITranslator::BeginReadRecord, id2.get()))) {
-            const auto fields1 = pass_.fields(Side::One), fields2 = pass_.fields(Side::Two);
-            for (std::size_t i = 0; i < rows_.rows.size(); ++i) {
-                const MatchRow& row = rows_.rows[i];
-                if (isImageType(row.field1.type) || isImageType(row.field2.type)) continue;
-                readInto(*e1->second.Values, row.field1.type, one_, id1.get(), fields1[i]);
-                readInto(*e2->second.Values, row.field2.type, two_, id2.get(), fields2[i]);
-            }
-            (void)com::call(two_.translator, &ITranslator::EndReadRecord, id2.get());
+        const OpenReading reading1(one_.store, id1.get());
+        if (FAILED(reading1.result())) return false;
+        const OpenReading reading2(two_.store, id2.get());
+        if (FAILED(reading2.result())) return false;
+        const auto fields1 = pass_.fields(Side::One), fields2 = pass_.fields(Side::Two);
+        for (const MatchRow& row : rows_.rows) {
+            if (isImageType(row.field1.type) || isImageType(row.field2.type)) continue;
+            if (!readInto(*e1->second.Values, row.field1.type, one_, id1.get(), fields1[row.index]) ||
+                !readInto(*e2->second.Values, row.field2.type, two_, id2.get(), fields2[row.index]))
+                return false;
         }
-        (void)com::call(one_.translator, &ITranslator::EndReadRecord, id1.get());
+        return true;
     }
 
     void noteDifferences(RecordTask& e1, RecordTask& e2) const
@@ -135,7 +141,7 @@ private:
         const bool send1 = pass_.Send[Side::One], send2 = pass_.Send[Side::Two];
         if (send1 && send2 && e1->second.Changes) {
             if (LogLevelMask & 1)
-                WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.translator.get(), one_.names, e1->first));
+                WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.store.translator(), one_.names, e1->first));
             e1->second.MappedId = e2->first;
             e2->second.MappedId = e1->first;
         } else if (send1) {
@@ -152,7 +158,6 @@ private:
     PipelinePass& pass_;
     RunState& run_;
     PassSide &one_, &two_;
-    com::Ptr<IDuplicateFinder> finder_;
     std::unordered_set<std::u16string> named_; // folded
     MatchRows rows_;
     TextArray synched_;
@@ -163,8 +168,7 @@ private:
 HRESULT FindDuplicatesByTranslator(PipelinePass& pass)
 {
     if (pass.side(Side::One).Tasks.empty() || pass.side(Side::Two).Tasks.empty()) return S_OK;
-    auto finder = pass.side(Side::Two).translator.tryAs<IDuplicateFinder>();
-    return finder ? TranslatorSearch(pass, std::move(finder)).run() : S_OK;
+    return pass.side(Side::Two).store.hasFinder() ? TranslatorSearch(pass).run() : S_OK;
 }
 
 } // namespace mb

@@ -59,14 +59,22 @@ HRESULT SetFieldMapChangedFlag(const RunState& run, Side side, const std::u16str
 HRESULT StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, DATE knownDate)
 {
     const Side target = otherSide(source);
-    const auto dateOf = [&](Side side, const std::u16string& id) {
-        DATE date = 0.0;
-        const com::Bstr key(id);
-        return SUCCEEDED(com::call(pass.side(side).translator, &ITranslator::GetModifiedDate, key.get(), &date)) ? date : 0.0;
+    CSyncHistory& history = *pass.run.History;
+    // The stored date of a record that the next run has to look at again; none is unknown, and then its values are compared.
+    const auto storedDate = [&](Side side, const std::u16string& id) {
+        HistoryEntry known;
+        known.Id = id;
+        (void)history.ReadEntry(sectionOf(side), known, false);
+        return known.ModifiedTime;
     };
-    ULONG caps = 0;
-    (void)com::call(pass.side(source).translator, &ITranslator::GetTranslatorCaps, &caps);
-    if ((caps & (capRecordGUIDs | capTimestamps)) == 0) return S_OK;
+    const auto dateOf = [&](Side side, const std::u16string& id) {
+        if (pass.side(side).Unread.contains(id)) return storedDate(side, id);
+        const com::Bstr key(id);
+        return pass.side(side).store.modified(key.get()).value_or(0.0);
+    };
+    // A store whose capabilities could not be asked is taken to keep its identifiers: an unlinked record would be added again.
+    const std::optional<ULONG> caps = pass.side(source).store.caps();
+    if (caps && (*caps & (capRecordGUIDs | capTimestamps)) == 0) return S_OK;
 
     HistoryEntry own, partner;
     own.Id = recordId;
@@ -74,14 +82,7 @@ HRESULT StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& 
     own.ModifiedTime = knownDate != 0.0 ? knownDate : dateOf(source, recordId);
     partner.Id = targetId;
     partner.MappedId = recordId;
-    partner.ModifiedTime = dateOf(target, targetId);
-    CSyncHistory& history = *pass.run.History;
-    if (isWaiting(pass.side(target), targetId)) {
-        HistoryEntry known;
-        known.Id = targetId;
-        (void)history.ReadEntry(sectionOf(target), known, false);
-        partner.ModifiedTime = known.ModifiedTime; // none is unknown: its values are compared
-    }
+    partner.ModifiedTime = isWaiting(pass.side(target), targetId) ? storedDate(target, targetId) : dateOf(target, targetId);
     if (FAILED(history.WriteEntry(sectionOf(source), own))) return E_FAIL;
     return history.WriteEntry(sectionOf(target), partner);
 }

@@ -1,6 +1,5 @@
 #include "engine/HostUnits.h"
 
-#include "translators/ReadText.h"
 #include <algorithm>
 
 namespace mb {
@@ -8,8 +7,8 @@ namespace mb {
 HRESULT HostUnits::readBefore(PipelinePass& pass, Side target, BSTR targetId)
 {
     PassSide& side = pass.side(target);
-    const HRESULT hr = com::call(side.translator, &ITranslator::BeginReadRecord, targetId);
-    if (FAILED(hr)) return hr;
+    const OpenReading reading(side.store, targetId);
+    if (FAILED(reading.result())) return reading.result();
     const auto fields = pass.fields(target);
     for (std::size_t at = 0; at < fields.size(); ++at) {
         const GUID& field = fields[at];
@@ -18,13 +17,12 @@ HRESULT HostUnits::readBefore(PipelinePass& pass, Side target, BSTR targetId)
         for (std::size_t i = 0; i < units_.size(); ++i) {
             if (!IsFieldInGroup(type, fieldGroups[i]) || units_[i].before.contains(type)) continue;
             std::u16string text;
-            if (FAILED(readText(side.translator.get(), targetId, field, text)) || text.empty()) continue;
+            if (FAILED(side.store.readText(targetId, field, text)) || text.empty()) continue;
             units_[i].before[type] = std::move(text);
             GroupFieldIds[type] = field;
         }
         if (std::all_of(units_.begin(), units_.end(), [](const Unit& unit) { return unit.before.size() == fieldsOfGroup; })) break;
     }
-    (void)com::call(side.translator, &ITranslator::EndReadRecord, targetId);
     return S_OK;
 }
 
@@ -34,14 +32,14 @@ void HostUnits::noteWritten(LONG targetType)
         if (IsFieldInGroup(targetType, fieldGroups[i])) units_[i].written.insert(targetType);
 }
 
-void HostUnits::restore(ITranslator* target, BSTR targetId) const
+void HostUnits::restore(StoreClient& target, BSTR targetId) const
 {
     for (const Unit& unit : units_) {
         if (unit.written.empty()) continue;
         for (const auto& [type, text] : unit.before) {
             const auto field = GroupFieldIds.find(type);
             if (unit.written.contains(type) || field == GroupFieldIds.end()) continue;
-            (void)com::call(target, &ITranslator::WriteField, targetId, field->second, com::Variant(text));
+            (void)target.write(targetId, field->second, com::Variant(text));
         }
     }
 }

@@ -14,7 +14,7 @@ public:
     HRESULT readBefore(PipelinePass& pass, Side target, BSTR targetId);
     void noteWritten(LONG targetType);
     // In each group that was written, writes the untouched parts back; a refusal is passed over.
-    void restore(ITranslator* target, BSTR targetId) const;
+    void restore(StoreClient& target, BSTR targetId) const;
 
 private:
     struct Unit {

@@ -25,6 +25,7 @@ void ReadMapOptions(RunState& run, ITrMap* trMap)
         if (read(option, value)) number = value.lVal;
     };
     MapOptions& options = run.Options;
+    if (run.CategoryPass) return readNumber(soDeletionLimit, options.DeletionLimit);
     readFlag(soConfirmAdds, options.ConfirmAdds);
     readFlag(soConfirmUpdates, options.ConfirmUpdates);
     readFlag(soConfirmDeletes, options.ConfirmDeletes);
@@ -36,6 +37,7 @@ void ReadMapOptions(RunState& run, ITrMap* trMap)
     readNumber(soSyncType, options.SyncType);
     readNumber(soConflictResolution, options.ConflictResolution);
     readNumber(soDelConflictResolution, options.DelConflictResolution);
+    readNumber(soDeletionLimit, options.DeletionLimit);
 }
 
 void BroadcastImageOption(std::u16string_view key, std::u16string_view value)

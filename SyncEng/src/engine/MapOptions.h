@@ -4,7 +4,8 @@
 
 namespace mb {
 
-// An option that cannot be read keeps its default. ImageOptionChanged is only ever set here.
+// An option that cannot be read keeps its default; of a category pass only the limit of deletions is read. ImageOptionChanged is only ever
+// set here.
 void ReadMapOptions(RunState& run, ITrMap* trMap);
 
 // Writes one key into the settings of translator 2 of every map; a map that fails is passed over.

@@ -7,8 +7,8 @@ bool readField(PassSide& side, std::size_t i, MatchField& out)
 {
     if (FAILED(side.fieldType(i, out.type))) return false;
     const GUID& field = side.Fields.data()[i];
-    if (FAILED(com::call(side.field, &IField::GetFlags, field, &out.flags))) out.flags = 0;
-    if (FAILED(com::call(side.field, &IField::GetMaxLength, field, &out.maxLength))) out.maxLength = noMaxLength;
+    if (FAILED(side.store.fieldFlags(field, out.flags))) out.flags = 0;
+    if (FAILED(side.store.fieldMaxLength(field, out.maxLength))) out.maxLength = noMaxLength;
     return true;
 }
 
@@ -30,6 +30,7 @@ MatchRows BuildMatchRows(PipelinePass& pass)
     MatchRows made;
     for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
         MatchRow row;
+        row.index = i;
         if (!readField(pass.side(Side::One), i, row.field1) || !readField(pass.side(Side::Two), i, row.field2)) continue;
         made.rows.push_back(row);
         if (row.field1.type == ftLastName) made.lastName2 = row.field2.type;

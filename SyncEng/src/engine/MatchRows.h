@@ -13,6 +13,7 @@ struct MatchField {
 
 struct MatchRow {
     MatchField field1, field2;
+    std::size_t index = 0; // of the pair among the mapped fields
 };
 
 // A field that the rules treat by itself: what side 2 has for it, and how both sides hold it. All zero if it is not mapped.
@@ -22,7 +23,6 @@ struct SpecialField {
 };
 
 struct MatchRows {
-    // Wanted: a pair of fields that a side does not know shifts the rows against the mapped fields.
     std::vector<MatchRow> rows;
     SpecialField firstName, email, notes, categories;
     LONG lastName2 = 0;

@@ -6,7 +6,7 @@ HRESULT PassSide::fieldType(std::size_t i, LONG& type)
 {
     if (i >= types_.size()) types_.resize(i + 1);
     if (!types_[i]) {
-        const HRESULT hr = com::call(field, &IField::GetFieldType, Fields.data()[i], &type);
+        const HRESULT hr = store.fieldType(Fields.data()[i], type);
         if (FAILED(hr)) return hr;
         types_[i] = type;
     }

@@ -15,7 +15,8 @@ std::vector<PlannedTask> plannedTasks(const TaskList& tasks)
 {
     std::vector<PlannedTask> planned;
     planned.reserve(tasks.size());
-    for (const auto& [id, task] : tasks) planned.push_back({task.Kind, &id, task.MappedId ? &*task.MappedId : nullptr, task.Changes.get()});
+    for (const auto& [id, task] : tasks)
+        if (!task.AlreadyGone) planned.push_back({task.Kind, &id, task.MappedId ? &*task.MappedId : nullptr, task.Changes.get()});
     return planned;
 }
 
@@ -46,13 +47,13 @@ private:
     {
         const Side source = otherSide(target);
         LONG records = 0, additions = 0, changes = 0, deletions = 0;
-        (void)com::call(pass_.side(target).translator, &ITranslator::GetRecordCount, &records);
+        (void)pass_.side(target).store.count(records);
         if (pass_.Send[source]) {
             for (const PlannedTask& task : target == Side::One ? changes_.side1.tasks : changes_.side2.tasks) {
                 additions += task.isAddition();
                 changes += task.isChange();
             }
-            for (const auto& [id, task] : pass_.side(target).Tasks) deletions += task.Kind == TaskDelete;
+            for (const auto& [id, task] : pass_.side(target).Tasks) deletions += task.Kind == TaskDelete && !task.AlreadyGone;
         }
         return com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, additions, changes, deletions,
                          details);
@@ -102,8 +103,8 @@ private:
 Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).Tasks)), tasks2_(plannedTasks(pass.side(Side::One).Tasks))
 {
     const RunState& run = pass.run;
-    changes.side1 = {pass.side(Side::One).translator.get(), run.side(Side::One).Id, tasks1_, run.side(Side::One).Database};
-    changes.side2 = {pass.side(Side::Two).translator.get(), run.side(Side::Two).Id, tasks2_, run.side(Side::Two).Database};
+    changes.side1 = {pass.side(Side::One).store.translator(), run.side(Side::One).Id, tasks1_, run.side(Side::One).Database};
+    changes.side2 = {pass.side(Side::Two).store.translator(), run.side(Side::Two).Id, tasks2_, run.side(Side::Two).Database};
     changes.ConfirmAdds = run.Options.ConfirmAdds;
     changes.ConfirmUpdates = run.Options.ConfirmUpdates;
     changes.ConfirmDeletes = run.Options.ConfirmDeletes;

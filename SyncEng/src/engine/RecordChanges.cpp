@@ -3,7 +3,6 @@
 #include "foundation/FieldValue.h"
 #include "text.h"
 #include "translators/ImageFields.h"
-#include "translators/ReadText.h"
 
 namespace mb {
 namespace {
@@ -23,38 +22,51 @@ bool sameValue(std::u16string_view a, std::u16string_view b)
 
 enum class Past { Needed, Optional };
 
+// In place of the type of a field whose type could not be asked.
+constexpr LONG noFieldType = -1;
+
 // One record open for comparison with its stored values.
 class OpenRecord {
 public:
     OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId, Past past = Past::Needed)
-        : run_(pass.run), own_(pass.side(side)), id_(recordId), images_(own_.translator.tryAs<IImageSupport>())
+        : run_(pass.run), own_(pass.side(side)), id_(recordId)
     {
         if (FAILED(run_.History->ReadFieldData(sectionOf(side), recordId, stored)) && past == Past::Needed) return;
-        failure = com::call(own_.translator, &ITranslator::BeginReadRecord, id_.get());
-        open_ = SUCCEEDED(failure);
+        reading_.emplace(own_.store, id_.get());
+        failure = reading_->result();
     }
     OpenRecord(const OpenRecord&) = delete;
     OpenRecord& operator=(const OpenRecord&) = delete;
-    ~OpenRecord()
-    {
-        if (open_) (void)com::call(own_.translator, &ITranslator::EndReadRecord, id_.get());
-    }
-    explicit operator bool() const noexcept { return open_; }
+    ~OpenRecord() = default;
+    explicit operator bool() const noexcept { return reading_ && SUCCEEDED(reading_->result()); }
 
     // False for a field that takes no part: its type is unknown, or it is the record status.
-    bool typeOf(std::size_t i, LONG& type) const { return SUCCEEDED(own_.fieldType(i, type)) && type != ftRecordStatus; }
-    // False for an image that takes no part in this run, or whose presence the translator does not tell.
-    bool imagePresence(const GUID& field, bool& has)
+    bool typeOf(std::size_t i, LONG& type)
     {
-        if (!run_.imagesUsable() || !images_) return false;
-        const HRESULT hr = hasImage(images_.get(), id_.get(), field, has);
-        if (FAILED(hr)) imageUnread = true;
-        return SUCCEEDED(hr);
+        const bool known = SUCCEEDED(own_.fieldType(i, type));
+        if (!known) unread.push_back(noFieldType);
+        return known && type != ftRecordStatus;
     }
-    std::int64_t imageSize(const GUID& field) const { return readImageSize(images_.get(), id_.get(), field); }
-    HRESULT text(const GUID& field, std::u16string& value)
+    // False for an image that takes no part in this run, or whose presence the translator does not tell.
+    bool imagePresence(const GUID& field, LONG type, bool& has)
     {
-        const HRESULT hr = readText(own_.translator.get(), id_.get(), field, value);
+        if (!run_.Options.SyncImages || !own_.store.hasImages()) return false;
+        // An older history cannot tell about images: the next run, whose history can, has to look.
+        if (run_.imagesUsable() && SUCCEEDED(own_.store.hasImage(id_.get(), field, has))) return true;
+        noteUnreadImage(type);
+        return false;
+    }
+    // Nothing where the size cannot be read: the image is then neither equal nor different.
+    ImageSize imageSize(const GUID& field, LONG type)
+    {
+        const ImageSize size = own_.store.imageSize(id_.get(), field);
+        if (!size) noteUnreadImage(type);
+        return size;
+    }
+    HRESULT text(const GUID& field, LONG type, std::u16string& value)
+    {
+        const HRESULT hr = own_.store.readText(id_.get(), field, value);
+        if (FAILED(hr)) unread.push_back(type);
         if (SUCCEEDED(failure)) failure = hr;
         return hr;
     }
@@ -62,44 +74,59 @@ public:
     FieldValueMap stored;
     HRESULT failure = S_OK; // the first of the translator's, but for images
     bool imageUnread = false;
+    std::vector<LONG> unread; // the types of the fields that could not be read
 
 private:
+    void noteUnreadImage(LONG type)
+    {
+        imageUnread = true;
+        unread.push_back(type);
+    }
+
     RunState& run_;
     PassSide& own_;
     com::Bstr id_;
-    com::Ptr<IImageSupport> images_;
-    bool open_ = false;
+    std::optional<OpenReading> reading_;
 };
 
 bool imageChanged(OpenRecord& record, const GUID& field, LONG type, bool& storedFixed)
 {
     bool has = false;
-    if (!record.imagePresence(field, has)) return false;
+    if (!record.imagePresence(field, type, has)) return false;
     if (!saysOne(storedText(record.stored, type))) return has;
     if (!has) {
         record.stored[type] = u"0";
         storedFixed = true;
         return false;
     }
-    return record.imageSize(field) != platform::toInt64(storedText(record.stored, sizeTypeOf(type)));
+    const ImageSize size = record.imageSize(field, type);
+    return size && *size != platform::toInt64(storedText(record.stored, sizeTypeOf(type)));
 }
 
 bool plainFieldChanged(OpenRecord& record, const GUID& field, LONG type)
 {
     std::u16string value;
-    return SUCCEEDED(record.text(field, value)) && !sameValue(value, storedText(record.stored, type));
+    return SUCCEEDED(record.text(field, type, value)) && !sameValue(value, storedText(record.stored, type));
 }
 
 // What of an image is to be sent: a flag alone where it appeared with the size that is stored already.
 void collectImageChange(OpenRecord& record, const GUID& field, LONG type, bool force, FieldValueMap& out)
 {
     bool has = false;
-    if (!record.imagePresence(field, has) || !has) return;
+    if (!record.imagePresence(field, type, has) || !has) return;
+    const ImageSize size = record.imageSize(field, type);
     if (!saysOne(storedText(record.stored, type))) out[type] = u"1";
-    const std::int64_t size = record.imageSize(field);
-    if (!force && size == platform::toInt64(storedText(record.stored, sizeTypeOf(type)))) return;
-    out[sizeTypeOf(type)] = imageSizeText(size);
+    if (!size) return;
+    if (!force && *size == platform::toInt64(storedText(record.stored, sizeTypeOf(type)))) return;
+    out[sizeTypeOf(type)] = imageSizeText(*size);
     out[type] = imageFlagText(has);
+}
+
+// Of a record that this run changes although a field of it could not be read.
+void noteUnread(PassSide& side, const std::u16string& recordId, const std::vector<LONG>& types)
+{
+    std::vector<LONG>& noted = side.Unread[recordId].fields;
+    noted.insert(noted.end(), types.begin(), types.end());
 }
 
 // False where it gave up.
@@ -110,12 +137,11 @@ bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force
         if (!record.typeOf(i, type)) continue;
         const GUID& field = fields[i];
         if (isImageType(type)) {
-            collectImageChange(record, field, type, force, out);
-            if (record.imageUnread && readErrors == ReadErrors::GiveUp) return false;
+            collectImageChange(record, field, type, force, out); // an unread image stays out, or it would be written unseen
             continue;
         }
         std::u16string value;
-        if (FAILED(record.text(field, value))) {
+        if (FAILED(record.text(field, type, value))) {
             if (readErrors == ReadErrors::GiveUp) return false;
             continue;
         }
@@ -126,10 +152,10 @@ bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force
 
 } // namespace
 
-bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, bool& unread)
+bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread)
 {
-    unread = false;
-    if (!pass.side(side).field) return true;
+    unread.clear();
+    if (!pass.side(side).store.hasFields()) return true;
     bool changed = false, storedFixed = false;
     FieldValueMap corrected;
     {
@@ -144,7 +170,7 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
             if (changed) break;
         }
         corrected = std::move(record.stored);
-        unread = FAILED(record.failure) || record.imageUnread;
+        unread = std::move(record.unread);
     }
     if (!changed && storedFixed) (void)pass.run.History->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
     return changed;
@@ -153,11 +179,12 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
                                 HRESULT* failure)
 {
-    if (!pass.side(side).field) return {};
+    if (!pass.side(side).store.hasFields()) return {};
     OpenRecord record(pass, side, recordId);
     FieldValueMap out;
     const bool complete = record && collectChanges(record, pass.fields(side), force, readErrors, out);
     if (failure) *failure = record.failure;
+    if (record.imageUnread) noteUnread(pass.side(side), recordId, record.unread);
     return complete ? out : FieldValueMap();
 }
 

@@ -7,8 +7,8 @@ namespace mb {
 
 // True at the first field that differs, and where there is nothing to compare with. An image that is gone is not a change:
 // the history is corrected instead.
-// `unread` tells that a field could not be read, so that "no change" is not certain.
-bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, bool& unread);
+// `unread` receives the types of the fields that could not be read: "no change" says nothing about those.
+bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread);
 
 enum class ReadErrors { SkipField, GiveUp };
 

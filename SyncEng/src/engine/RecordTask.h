@@ -24,6 +24,8 @@ struct RecordTask {
     std::optional<std::u16string> MappedId; // the record on the other side; none for a new record that no search has matched
     std::unique_ptr<FieldValueMap> Changes; // the fields that differ; when not empty, only these are written
     std::unique_ptr<RecordValues> Values;   // the record's values as the duplicate search read them, once
+    bool PairExamined = false;              // the conflict stage has judged this pair; it stays as judged for the rest of the run
+    bool AlreadyGone = false;               // of a TaskDelete: the store does not have the record, so there is nothing to delete
     LONG Settled = 0;                       // 1: the change set is final and is not looked at again
     bool FieldMapRemapped = false;          // all fields count as changed, and the history's flag is cleared after the write
 };

@@ -61,7 +61,7 @@ private:
         LONG resolution = planned(pair, conflict);
         if (LogLevelMask & 1)
             WriteLogResource(1, 152,
-                             DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).translator.get(),
+                             DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).store.translator(),
                                             pass_.side(Side::One).names, pair.e1->first));
         if (resolution == croNotify) {
             if (SilentMode) {
@@ -106,7 +106,7 @@ private:
 
     ConflictSide sideOf(Side side, std::u16string recordId)
     {
-        return {pass_.side(side).translator.get(), run_.side(side).Id, std::move(recordId)};
+        return {pass_.side(side).store.translator(), run_.side(side).Id, std::move(recordId)};
     }
 
     Asked askDelete(const ConflictPair& pair, LONG& resolution)

@@ -4,6 +4,7 @@
 #include "engine/ConfirmChanges.h"
 #include "engine/FindDuplicates.h"
 #include "engine/HistoryLinks.h"
+#include "engine/LimitDeletions.h"
 #include "engine/ResolveConflicts.h"
 #include "engine/ScanSide.h"
 #include "engine/WriteSide.h"
@@ -23,18 +24,15 @@ public:
     {
         for (const Side side : bothSides) {
             PassSide& own = pass_.side(side);
-            own.translator = translators[side];
+            own.store = StoreClient(translators[side]);
             own.services = services[side];
-            own.field = own.translator.tryAs<IField>();
-            own.fieldList = own.translator.tryAs<IFieldList>();
         }
     }
 
     HRESULT run()
     {
         forgetLastPass();
-        if (!pass_.side(Side::One).field || !pass_.side(Side::Two).field) return E_NOINTERFACE;
-        for (const Side side : bothSides) pass_.side(side).access = pass_.side(side).translator.tryAs<IPIMUserAccess>();
+        if (!pass_.side(Side::One).store.hasFields() || !pass_.side(Side::Two).store.hasFields()) return E_NOINTERFACE;
         lookForFieldMapUpdate();
         if (isOneStore()) return S_OK;
         logHeader();
@@ -42,17 +40,27 @@ public:
         if (run_.ResyncRequested) clearForResync();
         run_.HistoryVersion = -1;
         (void)run_.History->GetVersion(run_.HistoryVersion);
-        HRESULT hr = loadFieldPairs();
-        lookForImageFields();
-        if (SUCCEEDED(hr) && pass_.FieldCount != 0) {
-            hr = decide();
-            if (SUCCEEDED(hr)) hr = write();
-        }
+        HRESULT hr = prepareAndDecide();
+        if (SUCCEEDED(hr) && pass_.FieldCount != 0) hr = write();
         finish(hr);
         return hr;
     }
 
 private:
+    // Up to here nothing is written, so a cancel needs no care.
+    HRESULT prepareAndDecide()
+    {
+        try {
+            HRESULT hr = loadFieldPairs();
+            if (FAILED(hr)) return hr;
+            lookForImageFields();
+            if (pass_.FieldCount != 0) hr = decide();
+            return hr;
+        } catch (const Cancelled&) {
+            return E_ABORT;
+        }
+    }
+
     void forgetLastPass()
     {
         for (const Side side : bothSides) {
@@ -107,7 +115,7 @@ private:
     {
         if (run_.CategoryPass && pairCategoryNames()) return S_OK;
         return com::call(run_.FieldMap, &IFieldMap::EnumerateEntriesExValidate, run_.CurrentMap, run_.FieldMapId,
-                         pass_.side(Side::One).translator.get(), pass_.side(Side::Two).translator.get(), &pass_.FieldCount,
+                         pass_.side(Side::One).store.translator(), pass_.side(Side::Two).store.translator(), &pass_.FieldCount,
                          pass_.side(Side::One).Fields.put(), pass_.side(Side::Two).Fields.put());
     }
 
@@ -125,14 +133,14 @@ private:
         return true;
     }
 
-    static bool firstLastName(const PassSide& side, GUID& name)
+    static bool firstLastName(PassSide& side, GUID& name)
     {
         LONG count = 0;
-        if (!side.fieldList || FAILED(com::call(side.fieldList, &IFieldList::GetCount, &count))) return false;
+        if (!side.store.hasFieldList() || FAILED(side.store.fieldCount(count))) return false;
         for (LONG i = 0; i < count; ++i) {
             LONG type = 0;
-            if (FAILED(com::call(side.fieldList, &IFieldList::GetFieldByIndex, i, &name))) continue;
-            if (SUCCEEDED(com::call(side.field, &IField::GetFieldType, name, &type)) && type == ftLastName) return true;
+            if (FAILED(side.store.fieldAt(i, name))) continue;
+            if (SUCCEEDED(side.store.fieldType(name, type)) && type == ftLastName) return true;
         }
         return false;
     }
@@ -143,8 +151,7 @@ private:
         const auto fields = pass_.fields(Side::One);
         run_.ImagesAvailable = std::any_of(fields.rbegin(), fields.rend(), [&](const GUID& field) {
             LONG type = 0;
-            return SUCCEEDED(com::call(pass_.side(Side::One).field, &IField::GetFieldType, field, &type)) &&
-                   (type == ftImage1 || type == ftImage2);
+            return SUCCEEDED(pass_.side(Side::One).store.fieldType(field, type)) && (type == ftImage1 || type == ftImage2);
         });
     }
 
@@ -154,12 +161,16 @@ private:
         HRESULT hr = AnalyzeHistory(pass_);
         for (const Side side : bothSides)
             if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.Send[side]);
+        if (SUCCEEDED(hr)) hr = CheckListings(pass_);
+        if (SUCCEEDED(hr)) CompareUnread(pass_);
         if (SUCCEEDED(hr)) ForgetGone(pass_);
         if (SUCCEEDED(hr)) hr = FindDuplicatesByTranslator(pass_);
         if (SUCCEEDED(hr)) hr = ResolveConflicts(pass_);
         if (SUCCEEDED(hr)) hr = FindDuplicates(pass_);
+        if (SUCCEEDED(hr)) hr = LimitDeletions(pass_);
         if (SUCCEEDED(hr)) hr = ConfirmChanges(pass_);
         if (SUCCEEDED(hr) && pass_.Send[Side::Two]) LoadTargetFields(pass_);
+        for (const Side side : bothSides) pass_.side(side).store.throwIfCancelled();
         return hr;
     }
 
@@ -209,15 +220,17 @@ private:
     }
 
     // Closes the batch of a side that was written, and stamps its history. A batch that cannot be closed may be lost as a whole: then
-    // the history goes back to what it was before it, for a link to a record that is not there would read as a deletion.
+    // the history goes back to what it was before it, for a link to a record that is not there would read as a deletion. E_ABORT from the
+    // store is no exception: the batch was not ended.
     void completeSide(Side target, HRESULT& hr)
     {
         if (!mayStamp(hr)) return;
         if (pass_.Send[otherSide(target)]) {
             const HRESULT ended = EndSide(pass_, target);
-            if (FAILED(ended)) hr = ended;
-            if (!mayStamp(hr)) {
+            if (FAILED(ended)) {
+                hr = ended;
                 (void)run_.History->store().Revert();
+                run_.History->SetBatchInDoubt(sectionOf(target), true);
                 return;
             }
         }
@@ -226,7 +239,8 @@ private:
 
     void stamp(Side side)
     {
-        (void)run_.History->SetDatabase(sectionOf(side), run_.side(side).Database);
+        if (run_.side(side).DatabaseKnown) (void)run_.History->SetDatabase(sectionOf(side), run_.side(side).Database);
+        run_.History->SetBatchInDoubt(sectionOf(side), false);
         (void)run_.History->SetLastSyncTime(sectionOf(side), platform::localNow());
         (void)run_.History->SetLastSyncStatus(sectionOf(side), 1);
     }

@@ -15,9 +15,10 @@ struct SideState {
     GUID Id{};                                   // the translator's class
     std::u16string Name;                         // its short name
     std::u16string Database, Description;        // as its GetSyncParams tells; empty when that fails
+    bool DatabaseKnown = false;                  // this run has learned Database; else the recorded name stays as it is
     VARIANT_BOOL Reconfigure = VARIANT_FALSE;    // the translator may show its configuration when it starts
     std::vector<std::u16string> HistoryRemovals; // records whose history link is dropped before records are written
-    bool BatchOpen = false;                      // BeginUpdate was answered, EndUpdate not yet
+    bool BatchOpen = false;                      // BeginUpdate succeeded, EndUpdate has not yet; E_NOTIMPL opens none
     bool HasAdditions = false;                   // the scan of this side found a new record
     bool HasDeletions = false;                   // this side's list holds at least one TaskDelete
 };
@@ -29,6 +30,7 @@ struct MapOptions {
     bool SyncImages = true;
     LONG SyncType = stSynchronize;
     LONG ConflictResolution = croNotify, DelConflictResolution = croNotify;
+    LONG DeletionLimit = 0; // the share of a side's linked records, in percent, that may be deleted; 0 for no limit
 };
 
 struct ErrorState {

@@ -8,6 +8,7 @@
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
+#include <algorithm>
 #include <set>
 #include <unordered_map>
 
@@ -30,19 +31,46 @@ RecordTask changeTask(const HistoryEntry& entry, bool remapped = false)
     return task;
 }
 
+// A deletion of the entry's partner on `target`. `changedHere` marks a change on the entry's side against a deletion on `target`.
+void storeDeletion(PipelinePass& pass, Side target, const HistoryEntry& entry, bool changedHere)
+{
+    RecordTask task;
+    task.Kind = TaskDelete;
+    if (changedHere) task.MappedId = entry.Id;
+    task.AlreadyGone = changedHere;
+    TaskAt(pass.side(target).Tasks, entry.MappedId) = std::move(task);
+    pass.run.side(target).HasDeletions = true;
+}
+
+// A change of a known record. Where its partner is gone, the change stands against a deletion, and the conflict stage decides.
+void storeChange(PipelinePass& pass, Side side, const HistoryEntry& entry, bool otherGone)
+{
+    TaskAt(pass.side(side).Tasks, entry.Id) = changeTask(entry);
+    if (otherGone) storeDeletion(pass, otherSide(side), entry, true);
+}
+
+// Ends the run by the word of a store: the failure is charged to it, and the user reads the sentence where the store tells no error of its
+// own.
+HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence)
+{
+    WriteLogText(4, u"%s", sentence);
+    chargeFailure(pass, side);
+    if (pass.run.Error.LastErrorMessage1.empty()) pass.run.Error.LastErrorMessage1 = sentence;
+    return E_FAIL;
+}
+
 class SideScan {
 public:
     SideScan(PipelinePass& pass, Side side)
         : pass_(pass), run_(pass.run), side_(side), own_(pass.side(side)), other_(pass.side(otherSide(side))),
-          transferSide_(run_.transferring() && side == Side::One), verifier_(own_.translator.tryAs<IRecordVerifier>()),
-          progress_(run_.EventSink, LoadText(run_.CategoryPass ? 220 : 195))
+          transferSide_(run_.transferring() && side == Side::One), progress_(run_.EventSink, LoadText(run_.CategoryPass ? 220 : 195))
     {
     }
 
     HRESULT run()
     {
         if (transferSide_) readSelectedCards();
-        HRESULT hr = com::call(own_.translator, &ITranslator::GetRecordCount, &recordCount_);
+        HRESULT hr = own_.store.count(recordCount_);
         if (FAILED(hr)) return hr;
         if (transferSide_) scanned_ = recordCount_;
         const bool hasPast = !own_.HistoryList.empty();
@@ -52,7 +80,9 @@ public:
             if (hasPast) hr = scanHistory();
             if (SUCCEEDED(hr)) hr = findNewRecords(hasPast ? 50.0 : 100.0);
         }
-        if (SUCCEEDED(hr)) WriteLogResource(1, run_.CategoryPass ? 203 : 148, state().Name, scanned_);
+        if (FAILED(hr)) return hr;
+        own_.ListedAll = !transferSide_ && scanned_ == recordCount_;
+        WriteLogResource(1, run_.CategoryPass ? 203 : 148, state().Name, scanned_);
         return hr;
     }
 
@@ -89,22 +119,36 @@ private:
             const auto known = byId.find(card);
             if (known == byId.end())
                 addNew(card);
-            else
-                scanSelectedCard(card, *known->second);
+            else if (const HRESULT hr = scanSelectedCard(card, *known->second); FAILED(hr))
+                return hr;
             if (progress_.advance(100.0 / static_cast<double>(selected_.size())) == E_ABORT) return E_ABORT;
         }
         return S_OK;
     }
 
-    void scanSelectedCard(const std::u16string& card, HistoryEntry& entry)
+    HRESULT scanSelectedCard(const std::u16string& card, HistoryEntry& entry)
     {
-        const com::Bstr mapped(entry.MappedId);
-        if (FAILED(com::call(other_.translator, &ITranslator::FindRecord, mapped.get())))
+        bool otherGone = false;
+        const HRESULT hr = lookFor(otherSide(side_), entry.MappedId, otherGone);
+        if (FAILED(hr)) return hr;
+        if (otherGone)
             TaskAt(own_.Tasks, entry.Id) = newTask();
         else if (entry.FieldMapChanged)
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry, true);
         else if (changedByDate(com::Bstr(card), entry))
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
+        return S_OK;
+    }
+
+    // Whether a known record is gone from its side. A store that cannot tell ends the run: its failure must not read as a deletion.
+    HRESULT lookFor(Side side, const std::u16string& id, bool& gone)
+    {
+        HRESULT failure = S_OK;
+        const Presence presence = pass_.side(side).store.contains(id, &failure);
+        gone = presence == Presence::Absent;
+        if (presence != Presence::Failed) return S_OK;
+        failStore(pass_, side, Format(u"%s could not tell whether it has the record %s.", run_.side(side).Name, id));
+        return failure;
     }
 
     HRESULT scanHistory()
@@ -121,9 +165,10 @@ private:
 
     HRESULT scanEntry(HistoryEntry& entry)
     {
-        const com::Bstr id(entry.Id), mapped(entry.MappedId);
-        const bool otherGone = FAILED(com::call(other_.translator, &ITranslator::FindRecord, mapped.get()));
-        const bool ownGone = FAILED(com::call(own_.translator, &ITranslator::FindRecord, id.get()));
+        bool otherGone = false, ownGone = false;
+        HRESULT hr = lookFor(otherSide(side_), entry.MappedId, otherGone);
+        if (SUCCEEDED(hr)) hr = lookFor(side_, entry.Id, ownGone);
+        if (FAILED(hr)) return hr;
         if (ownGone)
             own_.Gone.insert(entry.Id);
         else
@@ -132,13 +177,11 @@ private:
         if (!ownGone && own_.Gone.contains(entry.Id)) return contradicts(side_, entry.Id);
         if (otherGone && other_.Seen.containsExactly(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
         if (!ownGone) {
-            if (!changedByDate(id, entry)) return S_OK;
-            TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
-            if (otherGone) storeDeletion(entry, entry.Id); // a change here against a deletion there: the conflict stage decides
+            if (changedByDate(com::Bstr(entry.Id), entry)) storeChange(pass_, side_, entry, otherGone);
         } else if (otherGone) {
             pass_.GoneOnBoth[side_].push_back(entry.Id);
         } else if (FindTask(other_.Tasks, entry.MappedId) == other_.Tasks.end()) {
-            storeDeletion(entry, std::nullopt);
+            storeDeletion(pass_, otherSide(side_), entry, false);
         }
         return S_OK;
     }
@@ -146,40 +189,40 @@ private:
     // A store that has a record which it did not find a moment ago does not know what it holds: nothing is deleted by its word.
     HRESULT contradicts(Side side, const std::u16string& id)
     {
-        WriteLogText(4, u"%s has the record %s, and does not find it.", run_.side(side).Name, id);
-        return E_FAIL;
+        return failStore(pass_, side, Format(u"%s has the record %s, and does not find it.", run_.side(side).Name, id));
     }
 
-    void storeDeletion(const HistoryEntry& entry, std::optional<std::u16string> mappedId)
-    {
-        RecordTask task;
-        task.Kind = TaskDelete;
-        task.MappedId = std::move(mappedId);
-        TaskAt(other_.Tasks, entry.MappedId) = std::move(task);
-        run_.side(otherSide(side_)).HasDeletions = true;
-    }
-
-    // A date that cannot be read leaves the record unchanged for this run.
+    // A record whose date cannot be read is unchanged for this run, unless the run has something to do to it: see CompareUnread.
     bool changedByDate(const com::Bstr& id, HistoryEntry& entry)
     {
-        DATE now = 0.0;
-        if (FAILED(com::call(own_.translator, &ITranslator::GetModifiedDate, id.get(), &now))) return false;
-        const DATE then = entry.ModifiedTime;
+        const std::optional<DATE> date = own_.store.modified(id.get());
+        if (!date) {
+            own_.Unread[entry.Id] = {&entry, true, {}};
+            return false;
+        }
+        const DATE now = *date, then = entry.ModifiedTime;
         const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable;
-        bool unread = false;
-        if (now == 0.0 || then == 0.0) return RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
+        if (now == 0.0 || then == 0.0) return changedByFields(entry);
         if (now == then && !imagePass) return false;
         if (now > 0.0 && then > 0.0 && now > then) {
-            if (RecordChangedSinceHistory(pass_, side_, entry.Id, unread)) return true;
-            // The date moved but no field did: remember the date, so that the next run need not read the record. Not so where a field could
-            // not be read: its change would never be seen again.
-            if (unread) return false;
+            if (changedByFields(entry)) return true;
+            // The date moved but no field did: remember the date, so that the next run need not read the record. A record with an unread
+            // field keeps its old date, or the change of that field would never be seen.
+            if (own_.Unread.contains(entry.Id)) return false;
             entry.ModifiedTime = now;
             (void)run_.History->WriteEntry(sectionOf(side_), entry);
             return false;
         }
-        // Wanted: a date that went backwards is no change, whatever the fields hold.
-        return imagePass && RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
+        // Quirk kept on purpose: a date that went backwards is no change, whatever the fields hold.
+        return imagePass && changedByFields(entry);
+    }
+
+    bool changedByFields(HistoryEntry& entry)
+    {
+        std::vector<LONG> unread;
+        const bool changed = RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
+        if (!unread.empty()) own_.Unread[entry.Id] = {&entry, false, std::move(unread)};
+        return changed;
     }
 
     HRESULT findNewRecords(double share)
@@ -187,7 +230,7 @@ private:
         const double step = recordCount_ > 0 ? share / recordCount_ : 0.0;
         for (LONG i = 0; i < recordCount_; ++i) {
             com::Bstr id;
-            if (SUCCEEDED(com::call(own_.translator, &ITranslator::GetRecordID, i, id.put()))) {
+            if (SUCCEEDED(own_.store.identifierAt(i, id))) {
                 ++scanned_;
                 if (own_.Gone.contains(id.view())) return contradicts(side_, id.text());
                 if (!own_.Seen.contains(id.view())) testNewRecord(id.text());
@@ -201,16 +244,15 @@ private:
     {
         if (!heldBack(id)) return addNew(id);
         run_.UnverifiedRecords.push_back(id);
-        WriteLogResource(1, 171, DescribeRecord(nullptr, own_.translator.get(), own_.names, id), run_.side(Side::One).Name,
+        WriteLogResource(1, 171, DescribeRecord(nullptr, own_.store.translator(), own_.names, id), run_.side(Side::One).Name,
                          run_.side(Side::Two).Name);
     }
 
     bool heldBack(const std::u16string& id)
     {
-        if (!run_.Options.SyncVerifiedOnly || !verifier_) return false;
-        VARIANT_BOOL verified = VARIANT_TRUE;
+        if (!run_.Options.SyncVerifiedOnly || !own_.store.hasVerifier()) return false;
         const com::Bstr key(id);
-        return SUCCEEDED(com::call(verifier_, &IRecordVerifier::RecordVerified, key.get(), &verified)) && verified == VARIANT_FALSE;
+        return !own_.store.verified(key.get());
     }
 
     PipelinePass& pass_;
@@ -218,13 +260,68 @@ private:
     Side side_;
     PassSide &own_, &other_;
     bool transferSide_;
-    com::Ptr<IRecordVerifier> verifier_;
     StageProgress progress_;
     LONG recordCount_ = 0, scanned_ = 0;
     std::set<std::u16string> selected_; // in order, lowered
 };
 
 } // namespace
+
+HRESULT CheckListings(PipelinePass& pass)
+{
+    for (const Side side : {Side::One, Side::Two}) {
+        const PassSide& own = pass.side(side);
+        if (own.Gone.empty() || !pass.Send[side] || own.ListedAll) continue;
+        return failStore(
+            pass, side,
+            Format(u"%s did not list all the records that it counted, so it is not certain which ones were deleted. Nothing was "
+                   u"written.",
+                   pass.run.side(side).Name));
+    }
+    return S_OK;
+}
+
+namespace {
+
+// Whether the change of the entry's partner names a field that could not be read on this side: it may have been changed here too.
+bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, const std::vector<LONG>& unread)
+{
+    if (unread.empty()) return false;
+    const Side partnerSide = otherSide(side);
+    const RecordTask& partner = pass.side(partnerSide).Tasks.at(entry.MappedId);
+    const FieldValueMap changes = ReadRecordChanges(pass, partnerSide, entry.MappedId, ReadErrors::SkipField, partner.FieldMapRemapped);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
+        LONG own = 0, other = 0;
+        if (FAILED(pass.side(side).fieldType(i, own)) || FAILED(pass.side(partnerSide).fieldType(i, other))) return true;
+        if (changes.contains(other) && std::find(unread.begin(), unread.end(), own) != unread.end()) return true;
+    }
+    return changes.empty(); // without a change set all fields are written
+}
+
+} // namespace
+
+void CompareUnread(PipelinePass& pass)
+{
+    for (const Side side : {Side::One, Side::Two}) {
+        PassSide &own = pass.side(side), &other = pass.side(otherSide(side));
+        for (auto at = own.Unread.begin(); at != own.Unread.end();) {
+            const auto current = at++;
+            if (!current->second.entry) continue;
+            HistoryEntry& entry = *current->second.entry;
+            const auto deletion = FindTask(own.Tasks, entry.Id);
+            const bool toDelete = deletion != own.Tasks.end() && deletion->second.Kind == TaskDelete;
+            const bool toChange = FindTask(other.Tasks, entry.MappedId) != other.Tasks.end();
+            if (!toDelete && !toChange) continue;
+            std::vector<LONG> unread;
+            if (RecordChangedSinceHistory(pass, side, entry.Id, unread))
+                storeChange(pass, side, entry, toDelete);
+            else if (toDelete && !unread.empty())
+                own.Tasks.erase(deletion); // its partner stays gone, so the next run finds the deletion again
+            else if (toChange && wouldOverwrite(pass, side, entry, unread))
+                other.Tasks.erase(entry.MappedId); // its date stays as it was, so the next run finds the change again
+        }
+    }
+}
 
 void ForgetGone(PipelinePass& pass)
 {
@@ -240,7 +337,7 @@ HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled)
     pass.run.side(side).HasAdditions = false;
     if (!enabled) return S_OK;
     const HRESULT hr = SideScan(pass, side).run();
-    if (FAILED(hr) && hr != E_ABORT) chargeFailure(pass, side);
+    if (FAILED(hr) && hr != E_ABORT && pass.run.Error.FailedTranslator == GUID_NULL) chargeFailure(pass, side);
     return hr;
 }
 

@@ -10,6 +10,13 @@ namespace mb {
 // has ends the run.
 HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled);
 
+// Ends the run where a side misses known records and did not list as many as it counted: what it misses may be what it did not list.
+HRESULT CheckListings(PipelinePass& pass);
+
+// Compares the fields of unread records that this run would delete or write over. One that was changed becomes a change of its own; a
+// deletion of one that still cannot be read waits for the next run, and so does a change that would overwrite an unread field.
+void CompareUnread(PipelinePass& pass);
+
 // Takes the pairs that are gone on both sides out of the history, once every side was scanned and none contradicted itself.
 void ForgetGone(PipelinePass& pass);
 

@@ -2,6 +2,7 @@
 #pragma once
 #include "com.h"
 #include "interfaces.h"
+#include <algorithm>
 
 namespace mb {
 
@@ -12,7 +13,7 @@ public:
     // E_ABORT if the user cancels; whatever else the sink answers is success.
     HRESULT advance(double step) noexcept
     {
-        percent_ += step;
+        percent_ = std::min(percent_ + step, 100.0); // sums of fractions may pass it by a little
         return report();
     }
     // Goes on to the percentage, if it is not there yet.

@@ -4,6 +4,7 @@
 #include "engine/FailureReport.h"
 #include "engine/MapOptions.h"
 #include "engine/RunPipeline.h"
+#include "engine/StoreClient.h"
 #include "files.h"
 #include "foundation/ClassTable.h"
 #include "foundation/Log.h"
@@ -20,8 +21,6 @@ namespace {
 
 constexpr Side bothSides[] = {Side::One, Side::Two};
 
-VARIANT_BOOL asVariantBool(bool flag) { return flag ? VARIANT_TRUE : VARIANT_FALSE; }
-
 class MapRun {
 public:
     MapRun(RunState& run, std::shared_ptr<CSyncHistory>& kept) : run_(run), kept_(kept) {}
@@ -35,6 +34,7 @@ public:
         run_.HistoryVoid = false;
         for (const Side side : bothSides) {
             run_.side(side).Database.clear();
+            run_.side(side).DatabaseKnown = false;
             run_.side(side).BatchOpen = false;
         }
         // Wanted: only a contact pass that follows a category pass tells of its start; every one tells of its end.
@@ -53,6 +53,8 @@ public:
             }
             if (isReported(hr)) ReportFailure(run_, hr);
             cleanUp();
+            // What the analysis learned, and what was written and linked before a failure, stays known whatever ended the run.
+            if (FAILED(hr) && !run_.HistoryVoid) (void)history_->store().Save();
         }
         return conclude(hr);
     }
@@ -159,24 +161,22 @@ private:
 
     HRESULT startAndRun()
     {
-        for (const Side side : bothSides) updaters_[side] = translators_[side].tryAs<IRecordUpdater>();
+        for (const Side side : bothSides) stores_[side] = StoreClient(translators_[side]);
         if (!run_.CategoriesBarred) {
             const HRESULT hr = lookForCategories();
             if (FAILED(hr)) return hr;
         }
         readOptions();
         for (const Side side : bothSides) {
-            const HRESULT hr = startTranslator(side);
+            const HRESULT hr = startSide(side);
+            if (hr == E_ABORT) return logCancel();
             if (FAILED(hr)) {
                 loadFailed_[side] = true;
                 chargeLoadFailure(side);
                 return hr;
             }
-            allowImages(side);
-            if (side == Side::Two && run_.Options.SyncImages && run_.ImageOptionChanged && run_.ImagesAvailable) run_.RefreshImages = true;
-            loadDynamicFields(side);
         }
-        readSyncParams();
+        if (readSyncParams() == E_ABORT) return logCancel();
         const HRESULT hr = RunPipeline(run_, translators_, services_);
         if (hr == E_ABORT) {
             WriteLogResource(1, 155);
@@ -187,11 +187,16 @@ private:
         return hr;
     }
 
+    static HRESULT logCancel()
+    {
+        WriteLogResource(1, 155);
+        return E_ABORT;
+    }
+
     // Where both stores have categories, and this is not the pass that follows one, the lists of categories come first.
     HRESULT lookForCategories()
     {
-        for (const Side side : bothSides) categories_[side] = translators_[side].tryAs<ICategories>();
-        if (!categories_.one || !categories_.two || run_.ContactPassPending) return S_OK;
+        if (!stores_.one.hasCategories() || !stores_.two.hasCategories() || run_.ContactPassPending) return S_OK;
         run_.CategoryPass = true;
         if (FAILED(com::call(trMap_, &ITrMap::GetCategoryGuid, run_.CurrentMap, &run_.CategoryHistoryId))) {
             run_.CategoryHistoryId = com::newGuid();
@@ -213,9 +218,9 @@ private:
         options = {}; // what was set for the map before does not hold for this one
         options.ConfirmAdds = options.ConfirmUpdates = options.ConfirmDeletes = asks;
         options.ConflictResolution = options.DelConflictResolution = asks ? croNotify : croAddAll;
+        ReadMapOptions(run_, trMap_.get());
         // Categories have no images: a pass over them must not use up what the contact pass has to know.
         if (run_.CategoryPass) return;
-        ReadMapOptions(run_, trMap_.get());
         if (!run_.ImageOptionChanged) upgradeImageOption();
         com::Bstr stored;
         if (!run_.ImageOptionChanged && settings_.two &&
@@ -236,45 +241,59 @@ private:
         (void)ConfigStore().SetVersion(currentStoreVersion);
     }
 
+    HRESULT startSide(Side side)
+    {
+        try {
+            const HRESULT hr = startTranslator(side);
+            if (FAILED(hr)) return hr;
+            allowImages(side);
+            if (side == Side::Two && run_.Options.SyncImages && run_.ImageOptionChanged && run_.ImagesAvailable) run_.RefreshImages = true;
+            loadDynamicFields(side);
+            return S_OK;
+        } catch (const Cancelled&) {
+            return E_ABORT;
+        }
+    }
+
     HRESULT startTranslator(Side side)
     {
         const VARIANT_BOOL reconfigure = run_.side(side).Reconfigure;
         ITrServices* services = services_[side].get();
-        if (run_.CategoryPass)
-            return com::call(categories_[side], &ICategories::InitializeCategories, services, run_.ParentWindow, reconfigure);
-        if (updaters_[side])
-            return com::call(updaters_[side], &IRecordUpdater::InitializeWithProgress, run_.EventSink.get(), services, run_.ParentWindow,
-                             reconfigure);
-        return com::call(translators_[side], &ITranslator::Initialize, services, run_.ParentWindow, reconfigure);
+        StoreClient& store = stores_[side];
+        if (run_.CategoryPass) return store.initializeCategories(services, run_.ParentWindow, reconfigure);
+        if (store.hasUpdater()) return store.initializeWithProgress(run_.EventSink.get(), services, run_.ParentWindow, reconfigure);
+        return store.initialize(services, run_.ParentWindow, reconfigure);
     }
 
     void allowImages(Side side)
     {
-        if (const auto images = translators_[side].tryAs<IImageSupport>())
-            (void)com::call(images, &IImageSupport::SetAllowImage, asVariantBool(run_.Options.SyncImages));
+        if (stores_[side].hasImages())
+            stores_[side].setAllowImages(run_.Options.SyncImages);
         else
             run_.ImagesAvailable = false;
     }
 
     void loadDynamicFields(Side side)
     {
-        const auto loader = translators_[side].tryAs<IDynamicFieldLoader>();
-        if (run_.CategoryPass || !run_.FieldMap || !loader) return;
+        if (run_.CategoryPass || !run_.FieldMap || !stores_[side].hasDynamicFields()) return;
         LONG next = 0;
         if (FAILED(com::call(run_.FieldMap, &IFieldMap::GetNextAvailableFieldType, run_.FieldMapId, &next))) return;
         LONG after = next;
-        if (SUCCEEDED(com::call(loader, &IDynamicFieldLoader::LoadDynamicFields, services_[side].get(), next, &after)) && after != next)
+        if (SUCCEEDED(stores_[side].loadDynamicFields(services_[side].get(), next, after)) && after != next)
             (void)com::call(run_.FieldMap, &IFieldMap::SetNextAvailableFieldType, run_.FieldMapId, after);
     }
 
-    void readSyncParams()
+    // A store that does not tell its name runs without one.
+    HRESULT readSyncParams()
     {
-        for (const Side side : bothSides) {
-            com::Bstr database, description;
-            const HRESULT hr =
-                com::call(translators_[side], &ITranslator::GetSyncParams, services_[side].get(), database.put(), description.put());
-            run_.side(side).Database = SUCCEEDED(hr) ? database.text() : std::u16string();
-            run_.side(side).Description = SUCCEEDED(hr) ? description.text() : std::u16string();
+        try {
+            for (const Side side : bothSides) {
+                SideState& state = run_.side(side);
+                state.DatabaseKnown = SUCCEEDED(stores_[side].syncParams(services_[side].get(), state.Database, state.Description));
+            }
+            return S_OK;
+        } catch (const Cancelled&) {
+            return E_ABORT;
         }
     }
 
@@ -291,7 +310,10 @@ private:
         for (const Side side : bothSides) {
             if (!translators_[side]) continue;
             const HRESULT cleaned = com::call(translators_[side], &ITranslator::Cleanup);
-            if (FAILED(cleaned) && run_.side(side).BatchOpen) (void)history_->store().Revert();
+            if (FAILED(cleaned) && run_.side(side).BatchOpen) {
+                (void)history_->store().Revert();
+                history_->SetBatchInDoubt(sectionOf(side), true);
+            }
         }
     }
 
@@ -303,7 +325,7 @@ private:
         }
         if (SUCCEEDED(hr))
             settleSuccess();
-        else if (hr != E_ABORT && hr != codeSilentStop && hr != codeRunAgain && hr != codeRebuildFields)
+        else if (hr != E_ABORT && hr != codeSilentStop && hr != codeRunAgain && hr != codeRebuildFields && hr != codeDeletionsRefused)
             hr = recordFailure(hr);
         return end(hr);
     }
@@ -349,8 +371,7 @@ private:
     PerSide<com::Ptr<ITrServices>> services_;
     PerSide<com::Ptr<IDataStream>> settings_;
     PerSide<com::Ptr<ITranslator>> translators_;
-    PerSide<com::Ptr<IRecordUpdater>> updaters_;
-    PerSide<com::Ptr<ICategories>> categories_;
+    PerSide<StoreClient> stores_;
     PerSide<bool> loadFailed_;
     LONG openedVersion_ = -1;
     bool wroteImageFlag_ = false; // this run set the stored text, or found it set

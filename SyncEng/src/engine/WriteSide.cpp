@@ -10,18 +10,16 @@
 namespace mb {
 namespace {
 
-HRESULT unlessNotImplemented(HRESULT hr) { return hr == E_NOTIMPL ? S_OK : hr; }
-
 class SideWriter {
 public:
     SideWriter(PipelinePass& pass, Side target) : pass_(pass), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)) {}
 
     HRESULT run()
     {
-        HRESULT hr = askForAccess();
-        if (SUCCEEDED(hr)) hr = unlessNotImplemented(com::call(target().translator, &ITranslator::BeginUpdate));
+        HRESULT hr = target().store.askToWrite(target().services.get(), run_.ParentWindow, SilentMode);
+        if (SUCCEEDED(hr)) hr = target().store.beginUpdate();
         if (FAILED(hr)) return hr;
-        run_.side(targetSide_).BatchOpen = true;
+        run_.side(targetSide_).BatchOpen = target().store.batchOpen();
         WriteLogText(1, u"\r");
         hr = writeLoop();
         if (SUCCEEDED(hr) && run_.side(targetSide_).HasDeletions) hr = deleteLoop();
@@ -32,15 +30,6 @@ private:
     PassSide& source() { return pass_.side(sourceSide_); }
     PassSide& target() { return pass_.side(targetSide_); }
     const std::u16string& targetName() const { return run_.side(targetSide_).Name; }
-
-    HRESULT askForAccess()
-    {
-        if (!target().access) return S_OK;
-        VARIANT_BOOL allowed = VARIANT_TRUE;
-        const HRESULT hr =
-            com::call(target().access, &IPIMUserAccess::CanWrite, target().services.get(), run_.ParentWindow, SilentMode, &allowed);
-        return SUCCEEDED(hr) && allowed == VARIANT_FALSE ? E_FAIL : hr;
-    }
 
     HRESULT writeLoop()
     {
@@ -66,6 +55,7 @@ private:
                 if (FAILED(hr)) return hr;
                 ++pass_.DoneTasks;
                 (void)DropTask(at, tasks);
+                for (const Side side : {Side::One, Side::Two}) pass_.side(side).store.throwIfCancelled();
             }
             if (tellProgress() == E_ABORT) return E_ABORT;
             if (!mine) ++at;
@@ -78,7 +68,8 @@ private:
         const std::u16string name = describe(task, source(), id);
         const bool created = !task.MappedId;
         std::optional<std::u16string> targetId = task.MappedId;
-        const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId);
+        LinkGuard guard(source().store, target().store);
+        const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId, guard);
         if (FAILED(hr)) {
             chargeFailure(pass_, targetSide_);
             return hr;
@@ -91,8 +82,8 @@ private:
         return stamped;
     }
 
-    // Wanted: towards side 1 both sections are those of side 2, so nothing is found there. The old entry must not stay all the same: it
-    // would read as a deletion.
+    // Quirk kept on purpose: towards side 1 both sections are those of side 2, so that call finds nothing. The old entry of side 1 is
+    // deleted here, or the next run would take it for a deletion.
     void followNewIdentifier(const std::u16string& before, const std::u16string& now)
     {
         const bool towardsTwo = targetSide_ == Side::Two;
@@ -112,11 +103,12 @@ private:
 
     HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
     {
+        if (task.AlreadyGone) return S_OK; // a change that won over a deletion leaves the deletion's task behind
         const std::u16string name = describe(task, target(), id);
         const com::Bstr key(id);
-        const HRESULT hr = com::call(target().translator, &ITranslator::DeleteRecord, key.get());
-        // A record that is gone already is what was wanted: a change that won over a deletion leaves the deletion's task behind.
-        if (FAILED(hr) && SUCCEEDED(com::call(target().translator, &ITranslator::FindRecord, key.get()))) {
+        const HRESULT hr = target().store.remove(key.get());
+        // Another program may have deleted the record meanwhile.
+        if (FAILED(hr) && target().store.contains(key.get()) != Presence::Absent) {
             chargeFailure(pass_, targetSide_);
             return hr;
         }
@@ -127,7 +119,7 @@ private:
 
     static std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id)
     {
-        return (LogLevelMask & 1) ? DescribeRecord(task.Values.get(), side.translator.get(), side.names, id) : std::u16string();
+        return (LogLevelMask & 1) ? DescribeRecord(task.Values.get(), side.store.translator(), side.names, id) : std::u16string();
     }
 
     HRESULT tellProgress()
@@ -144,12 +136,19 @@ private:
 
 } // namespace
 
-HRESULT WriteSide(PipelinePass& pass, Side target) { return SideWriter(pass, target).run(); }
+HRESULT WriteSide(PipelinePass& pass, Side target)
+{
+    try {
+        return SideWriter(pass, target).run();
+    } catch (const Cancelled&) {
+        return E_ABORT;
+    }
+}
 
 HRESULT EndSide(PipelinePass& pass, Side target)
 {
-    const HRESULT hr = unlessNotImplemented(com::call(pass.side(target).translator, &ITranslator::EndUpdate, VARIANT_FALSE));
-    if (SUCCEEDED(hr)) pass.run.side(target).BatchOpen = false;
+    const HRESULT hr = pass.side(target).store.endUpdate();
+    pass.run.side(target).BatchOpen = pass.side(target).store.batchOpen();
     return hr;
 }
 

@@ -9,7 +9,8 @@ namespace mb {
 // stays, and the batch stays open. E_ABORT is the user's.
 HRESULT WriteSide(PipelinePass& pass, Side target);
 
-// Closes the batch; a translator without batches answers E_NOTIMPL, which is success.
+// Closes the batch; a store without batches answers E_NOTIMPL, which is success. A failure, E_ABORT included, means that the batch was
+// not ended, so that the records written in it may be lost.
 HRESULT EndSide(PipelinePass& pass, Side target);
 
 } // namespace mb

@@ -25,8 +25,12 @@ constexpr OptionRow optionRows[] = {
     {u"SyncVerified", OptionKind::Boolean},   {u"SyncImages", OptionKind::Boolean},           {u"SyncImageChanged", OptionKind::Boolean},
 };
 
+// An option of ours: the share of a side's linked records, in percent, that a run may delete. 0 is no limit.
+constexpr OptionRow deletionLimitRow{u"DeletionLimit", OptionKind::Number};
+
 const OptionRow* rowOf(LONG option)
 {
+    if (option == soDeletionLimit) return &deletionLimitRow;
     return option >= soConfirmAdds && option <= soSyncImageOptionChanged ? &optionRows[option - 1] : nullptr;
 }
 

@@ -1,0 +1,61 @@
+#include "engine/HoldBack.h"
+
+#include "engine/MatchRows.h"
+#include "foundation/Log.h"
+#include "text.h"
+#include <set>
+
+namespace mb {
+namespace {
+
+// The new records of the other side that may be the same contact.
+std::vector<std::u16string> mayBeSame(PipelinePass& pass, const UnreadableRecord& unreadable, LONG lastNameType)
+{
+    std::vector<std::u16string> ids;
+    for (const auto& [id, task] : pass.side(otherSide(unreadable.side)).Tasks) {
+        if (!isOpenNew(task)) continue;
+        const auto lastName = task.Values ? task.Values->find(lastNameType) : std::nullopt;
+        if (!unreadable.lastName || !lastName || platform::lowered(*lastName) == *unreadable.lastName) ids.push_back(id);
+    }
+    return ids;
+}
+
+} // namespace
+
+void HoldBackUnreadable(PipelinePass& pass)
+{
+    CSyncHistory& history = *pass.run.History;
+    PerSide<std::set<std::u16string>> waited;
+    for (const Side side : {Side::One, Side::Two}) {
+        std::vector<std::u16string> ids;
+        (void)history.ListWaited(sectionOf(side), ids);
+        waited[side] = {ids.begin(), ids.end()};
+    }
+    if (pass.Unreadable.empty() && waited.one.empty() && waited.two.empty()) return;
+
+    const LONG lastName2 = BuildMatchRows(pass).lastName2;
+    PerSide<std::set<std::u16string>> held, unreadableNow;
+    for (const UnreadableRecord& unreadable : pass.Unreadable) {
+        TaskList& own = pass.side(unreadable.side).Tasks;
+        const auto task = FindTask(own, unreadable.id);
+        if (task == own.end() || !isOpenNew(task->second)) continue;
+        unreadableNow[unreadable.side].insert(unreadable.id);
+        if (waited[unreadable.side].contains(unreadable.id)) continue;
+        const Side other = otherSide(unreadable.side);
+        const auto partners = mayBeSame(pass, unreadable, other == Side::One ? LONG{ftLastName} : lastName2);
+        if (partners.empty()) continue;
+        WriteLogText(1,
+                     u"\tThe new record %s of %s could not be read. It waits for the next run, with the new records of %s that may be the "
+                     u"same contact: %d.",
+                     unreadable.id, pass.run.side(unreadable.side).Name, pass.run.side(other).Name, static_cast<LONG>(partners.size()));
+        held[unreadable.side].insert(unreadable.id);
+        held[other].insert(partners.begin(), partners.end());
+    }
+    for (const Side side : {Side::One, Side::Two}) {
+        for (const std::u16string& id : held[side]) pass.side(side).Tasks.erase(id);
+        if (unreadableNow[side] == waited[side]) continue;
+        (void)history.SetWaited(sectionOf(side), {unreadableNow[side].begin(), unreadableNow[side].end()});
+    }
+}
+
+} // namespace mb
