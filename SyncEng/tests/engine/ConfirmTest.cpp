@@ -145,6 +145,42 @@ TEST_F(ConfirmTest, ReSyncStartsOverFromAnEmptyHistoryAndAsksAgain)
     s.expectInStep();
 }
 
+TEST_F(ConfirmTest, WhatTheAnalysisLearnedStaysKnownAfterACancel)
+{
+    const auto ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+    const auto grace = s.one().add({{ftFirstName, u"Grace"}, {ftLastName, u"Hopper"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    s.one().touch(ada);
+    s.one().remove(grace);
+    s.two().remove(std::u16string(s.two().order.back()));
+    s.one().add({{ftLastName, u"Turing"}});
+    EXPECT_EQ(syncAsking(), E_ABORT);
+    EXPECT_THAT(s.log().starting("1 ReadField " + std::string(ada.begin(), ada.end())), testing::Not(IsEmpty()));
+    EXPECT_EQ(syncAsking(), E_ABORT);
+    EXPECT_THAT(s.log().starting("1 ReadField " + std::string(ada.begin(), ada.end())), IsEmpty()) << "its new date is known";
+    EXPECT_THAT(s.log().starting("1 FindRecord " + std::string(grace.begin(), grace.end())), IsEmpty()) << "the pair is forgotten";
+}
+
+TEST_F(ConfirmTest, AChangeAgainstADeletionIsNoDeletionInThePlanAndInTheLog)
+{
+    s.setOption(soDelConflictResolution, croTrans1Wins);
+    const auto ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().remove(std::u16string(s.two().order.back()));
+    const auto review = com::make<ReviewFake>();
+    review->details = true;
+    review->answer = S_FALSE;
+    const std::size_t before = s.logText().size();
+    EXPECT_EQ(syncAsking(review.get()), S_OK);
+    EXPECT_THAT(review->plans, ElementsAre("1: 1 0 0 0", "2: 0 1 0 0"));
+    EXPECT_THAT(review->contacts, SizeIs(1));
+    EXPECT_THAT(s.logText().substr(before), testing::Not(testing::HasSubstr("eleted")));
+    EXPECT_THAT(s.log().starting("2 DeleteRecord"), IsEmpty());
+    EXPECT_EQ(s.two().get(s.two().order.back(), ftCity1), u"Paris");
+    s.expectInStep();
+}
+
 TEST_F(ConfirmTest, ReSyncIsNotOfferedWhereThereIsNoHistory)
 {
     s.one().add({{ftLastName, u"Lovelace"}});

@@ -299,6 +299,32 @@ TEST_F(ConflictTest, AMergedPairIsNotAskedAboutAgainWhenDuplicatesWereSearchedFo
     EXPECT_EQ(answers.asked, 1);
 }
 
+// A first run pairs the two by its search, so their values are known before one of them is written.
+TEST(MergedDuplicates, TheHistoryHoldsWhatTheMergeWroteAndNotWhatTheSearchRead)
+{
+    SyncScenario s;
+    for (const _SyncOptions option : {soConfirmAdds, soConfirmUpdates, soConfirmDeletes}) s.setOption(option, 0);
+    const auto one = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}, {ftTitle, u"Countess"}});
+    const auto two = s.two().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"Rome"}, {ftTitle, u"Lady"}});
+    {
+        Answers answers;
+        answers.resolution = croMerge;
+        answers.change = [](ConflictQuestion& q) {
+            q.ChangeMap1.erase(ftCity1); // the second store gets the title
+            q.ChangeMap2.erase(ftTitle); // and the first one the city
+        };
+        EXPECT_EQ(s.syncAsking(), S_OK);
+        EXPECT_EQ(answers.asked, 1);
+    }
+    EXPECT_EQ(s.two().get(two, ftTitle), u"Countess");
+    EXPECT_EQ(s.one().get(one, ftCity1), u"Rome");
+    s.one().touch(one);
+    s.two().touch(two);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.writes(), IsEmpty());
+    EXPECT_EQ(s.two().get(two, ftTitle), u"Countess");
+}
+
 TEST_F(ConflictTest, AnAnswerForAllDeletionsIsAskedOnce)
 {
     s.one().add({{ftLastName, u"B"}, {ftCity1, u"London"}});

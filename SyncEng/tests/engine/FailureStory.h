@@ -9,20 +9,24 @@
 
 namespace mbtest {
 
-// What the translators of a story have: the least that a run needs, or all that one may offer, with something to do for each.
-enum class Offers { Least, All };
+// What the translators of a story have: the least that a run needs, or all that one may offer, with something to do for each, with or
+// without lists of categories.
+enum class Offers { Least, WithoutCategories, All };
 
-// Six contacts in step; then an addition and a change on each side, a deletion on each, and a conflict.
+// Seven contacts in step; then an addition and a change on each side, a deletion on each, a contact that both sides changed in different
+// fields, one that both changed in the same field, and a new contact that both sides entered.
 class Story {
 public:
     explicit Story(Offers offers = Offers::Least) : offers_(offers)
     {
-        for (FakeStore* store : {&s.one(), &s.two()}) store->fields = {{ftFirstName, u"First"}, {ftLastName, u"Last"}, {ftCity1, u"City"}};
+        for (FakeStore* store : {&s.one(), &s.two()})
+            store->fields = {{ftFirstName, u"First"}, {ftLastName, u"Last"}, {ftCity1, u"City"}, {ftTitle, u"Title"}};
         s.one().options.errorMessage1 = u"Side 1 tells.";
         s.two().options.errorMessage1 = u"Side 2 tells.";
-        if (offers == Offers::All) offerAll();
+        if (offers != Offers::Least) offerAll();
         s.setOption(soConflictResolution, croTrans1Wins);
-        for (const char16_t* last : {u"changed on one", u"changed on two", u"deleted on one", u"deleted on two", u"conflict", u"untouched"})
+        for (const char16_t* last :
+             {u"changed on one", u"changed on two", u"deleted on one", u"deleted on two", u"conflict", u"untouched", u"changed on both"})
             ids_[last] = s.one().add(contact(last, u"old"));
         EXPECT_EQ(s.sync(), S_OK);
         s.one().add(contact(u"new on one", u"new"));
@@ -33,7 +37,10 @@ public:
         s.two().remove(partner(u"deleted on two"));
         s.one().set(ids_[u"conflict"], ftCity1, u"from one");
         s.two().set(partner(u"conflict"), ftCity1, u"from two");
-        if (offers == Offers::All) giveWorkForAll();
+        s.one().set(ids_[u"changed on both"], ftCity1, u"from one");
+        s.two().set(partner(u"changed on both"), ftTitle, u"from two");
+        for (FakeStore* store : {&s.one(), &s.two()}) store->add(contact(u"entered twice", u"same"));
+        if (offers != Offers::Least) giveWorkForAll();
     }
     static std::multiset<std::string> told(const FakeStore& store)
     {
@@ -63,10 +70,11 @@ private:
     {
         for (FakeStore* store : {&s.one(), &s.two()}) {
             FakeOptions& o = store->options;
-            o.infoEx = o.updater = o.categories = o.validator = o.userAccess = o.duplicates = true;
+            o.categories = offers_ == Offers::All;
+            o.infoEx = o.updater = o.validator = o.userAccess = o.duplicates = true;
             store->addImageFields();
             store->addDynamicField(u"Nickname");
-            store->addCategory(u"Friends");
+            if (o.categories) store->addCategory(u"Friends");
         }
         s.setOption(soSyncVerified, 1);
     }
@@ -75,8 +83,10 @@ private:
     {
         s.one().set(ids_[u"changed on one"], ftImage1, makePicture(4, 3));
         s.two().set(partner(u"changed on two"), ftImage2, makePicture(5, 3));
-        s.one().addCategory(u"Work");
-        s.two().addCategory(u"Club");
+        if (offers_ == Offers::All) {
+            s.one().addCategory(u"Work");
+            s.two().addCategory(u"Club");
+        }
         const std::u16string own = s.one().add(contact(u"twin", u"same"));
         s.two().options.duplicateOf[own] = s.two().add(contact(u"twin", u"same"));
         // A store that gave a contact another identifier since the last run.
@@ -101,8 +111,9 @@ private:
 
 inline std::set<std::u16string> survivors(Offers offers = Offers::Least)
 {
-    std::set<std::u16string> all{u"changed on one", u"changed on two", u"conflict", u"untouched", u"new on one", u"new on two"};
-    if (offers == Offers::All) all.insert(u"twin");
+    std::set<std::u16string> all{u"changed on both", u"entered twice", u"changed on one", u"changed on two",
+                                 u"conflict",        u"untouched",     u"new on one",     u"new on two"};
+    if (offers != Offers::Least) all.insert(u"twin");
     return all;
 }
 

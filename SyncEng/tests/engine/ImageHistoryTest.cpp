@@ -70,3 +70,25 @@ TEST(ImageHistory, AfterANewFieldMapATransferSendsAlsoThePicturesThatDidNotChang
     EXPECT_THAT(s.log().starting("2 WriteField"), Not(Contains(HasSubstr("Front image")))) << "there is none";
     EXPECT_EQ(s.two().get(u"B000001", ftImage2), picture);
 }
+
+TEST(ImageHistory, APictureThatCannotBeReadDoesNotReplaceTheOneOfTheOtherSide)
+{
+    SyncScenario s;
+    s.one().addImageFields(capBMPFile);
+    s.two().addImageFields();
+    s.one().options.imageFolder = s.folder.path() / "one";
+    std::filesystem::create_directory(s.one().options.imageFolder);
+    const auto file = s.folder.path() / "own.bmp";
+    mbtest::writeBmp(file, 20, 10);
+    FakeValues contact = person(u"Ada", u"Lovelace");
+    contact[ftImage1] = file.u16string();
+    const auto ada = s.one().add(contact);
+    EXPECT_EQ(s.sync(), S_OK);
+    const auto ada2 = s.two().order.back();
+    const std::u16string before = s.two().get(ada2, ftImage1);
+    EXPECT_NE(before, u"");
+    mbtest::writeBytes(file, "no picture");
+    s.one().touch(ada);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_EQ(s.two().get(ada2, ftImage1), before);
+}
