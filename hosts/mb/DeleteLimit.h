@@ -5,9 +5,12 @@
 
 namespace mbhost {
 
+// What a map allows where the user says nothing: the percentage of a store's contacts that a run may delete.
+inline constexpr std::int32_t halfOfAStore = 50;
+
 class DeleteLimit {
 public:
-    // Half of a store that holds more than ten contacts.
+    // Half of a store that holds more than three contacts.
     DeleteLimit() = default;
     // "none", a number of contacts, or a percentage of a store as "20%". Throws a Failure of wrong usage for anything else.
     explicit DeleteLimit(const std::string& text);
@@ -17,7 +20,7 @@ public:
 
 private:
     enum class Kind { None, Number, Percent } kind_ = Kind::Percent;
-    std::int64_t value_ = 50, smallStore_ = 10; // a store of no more contacts than that is not held to the percentage
+    std::int64_t value_ = halfOfAStore, smallStore_ = 3; // a store of no more contacts than that is not held to the percentage
 };
 
 } // namespace mbhost

@@ -1,4 +1,5 @@
 #include "Commands.h"
+#include "DeleteLimit.h"
 #include "Failure.h"
 #include "MapName.h"
 #include "Options.h"
@@ -66,6 +67,7 @@ void addMap(const std::string& first, const std::string& second)
             if (FAILED(set)) throw Failure("The store " + quote(names[i].database) + " cannot be used: " + describe(set));
             tryStore(maps.get(), map, side, names[i]);
         }
+        com::check(maps->SetOption(map, soDeletionLimit, com::Variant(LONG{halfOfAStore})));
     } catch (...) {
         (void)engine.manager()->DeleteMap(map);
         std::error_code ignored;

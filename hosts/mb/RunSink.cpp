@@ -30,6 +30,19 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG add
     return planOnly ? S_OK : E_ABORT;
 }
 
+// The limit of this run stands in place of the map's own.
+HRESULT STDMETHODCALLTYPE RunSink::OnDeletionLimit(_TransIds side, LONG linked, LONG deletions, LONG, VARIANT_BOOL* pAllow)
+{
+    if (!pAllow) return E_POINTER;
+    const int index = side == idTrans1 ? 0 : 1;
+    const bool allowed = limit.allows(linked, deletions);
+    *pAllow = allowed || planOnly ? VARIANT_TRUE : VARIANT_FALSE;
+    if (allowed) return S_OK;
+    refusedSide = index;
+    (plan.ofCategories ? plan.categories : plan.sides)[index] = {linked, 0, 0, deletions};
+    return S_OK;
+}
+
 HRESULT STDMETHODCALLTYPE RunSink::OnPlannedContact(_TransIds side, BSTR action, BSTR firstName, BSTR lastName, BSTR company)
 {
     return com::guarded([&] {

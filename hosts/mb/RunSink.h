@@ -31,7 +31,7 @@ struct RunPlan {
     [[nodiscard]] bool nothing() const noexcept { return contacts.empty() && categoryNames.empty(); }
 };
 
-class RunSink final : public com::Object<ISyncEvents, ISyncReview> {
+class RunSink final : public com::Object<ISyncEvents, ISyncReview, IDeletionGuard> {
 public:
     explicit RunSink(IUnknown* outer) : Object(outer), progress_(com::make<Progress>()) {}
 
@@ -55,6 +55,8 @@ public:
     HRESULT STDMETHODCALLTYPE OnPlannedContact(_TransIds side, BSTR action, BSTR firstName, BSTR lastName, BSTR company) override;
     HRESULT STDMETHODCALLTYPE OnPlannedField(BSTR name, BSTR currentValue, BSTR newValue) override;
     HRESULT STDMETHODCALLTYPE OnPlanEnd(BSTR summary) override;
+    HRESULT STDMETHODCALLTYPE OnDeletionLimit(_TransIds side, LONG linked, LONG deletions, LONG limitPercent,
+                                              VARIANT_BOOL* pAllow) override;
 
 private:
     com::Ptr<Progress> progress_;

@@ -99,6 +99,17 @@ Outcome::End endOfStopped(const Runner& runner)
     return runner.asks() && !platform::someoneAnswers() ? Outcome::End::Unanswered : Outcome::End::Cancelled;
 }
 
+// The engine's refusal of a run that would delete too much.
+constexpr HRESULT deletionsRefused = static_cast<HRESULT>(0x80040240);
+
+// A map that another host made may have no limit yet.
+void requireDeletionLimit(ITrMap* maps, const GUID& map)
+{
+    com::Variant limit;
+    if (FAILED(maps->GetOption(map, soDeletionLimit, limit.put())))
+        com::check(maps->SetOption(map, soDeletionLimit, com::Variant(LONG{halfOfAStore})));
+}
+
 Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
 {
     Outcome outcome;
@@ -109,6 +120,7 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
         outcome.end = Outcome::End::Failed;
         return outcome;
     }
+    requireDeletionLimit(maps, map.guid);
     const RunLog log;
     const auto start = std::chrono::steady_clock::now();
     const EngineMessages told;
@@ -117,7 +129,7 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     outcome.counts = countRun(log.lines(), writtenSides(maps, map.guid));
     outcome.settle(
         hr, [&] { return runner.lastError(); }, told);
-    if (hr == E_ABORT) outcome.end = endOfStopped(runner);
+    if (hr == E_ABORT || hr == deletionsRefused) outcome.end = endOfStopped(runner);
     if (outcome.end == Outcome::End::Refused) outcome.message = refusalSentence(runner, map);
     return outcome;
 }
@@ -216,7 +228,7 @@ void addSyncCommand(CLI::App& app)
         "the options of the map say. With no terminal to ask on, a run that has a question ends with code 3 and writes\n"
         "nothing. --silent asks nothing: both contacts of a conflict are kept, and a contact that was changed on one side and\n"
         "deleted on the other is kept.\n"
-        "--max-delete is a number, a percentage such as 20%, or none; without it, half of a store of more than ten.\n"
+        "--max-delete is a number, a percentage such as 20%, or none; without it, half of a store of more than three.\n"
         "Maps run one after the other; the first that fails is the last. Ctrl-C stops cleanly: what was written stays, and\n"
         "the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"

@@ -5,10 +5,13 @@
 
 using namespace mbhost;
 
-TEST(DeleteLimitTest, WithoutOneHalfOfAStoreOfMoreThanTenMayGo)
+TEST(DeleteLimitTest, WithoutOneHalfOfAStoreOfMoreThanThreeMayGo)
 {
     const DeleteLimit limit;
-    EXPECT_TRUE(limit.allows(10, 10));
+    EXPECT_TRUE(limit.allows(3, 3));
+    EXPECT_TRUE(limit.allows(4, 2));
+    EXPECT_FALSE(limit.allows(4, 3));
+    EXPECT_FALSE(limit.allows(10, 10));
     EXPECT_TRUE(limit.allows(12, 6));
     EXPECT_FALSE(limit.allows(11, 6));
     EXPECT_FALSE(limit.allows(100, 51));
