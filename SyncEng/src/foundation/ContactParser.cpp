@@ -39,7 +39,8 @@ ContactParser::ContactParser() : library_(loadLibrary()) {}
 
 PhoneParts ContactParser::ParsePhone(std::u16string_view phone) const
 {
-    if (phone.empty() || !library_) return {};
+    // The library would see only what stands in front of a zero.
+    if (phone.empty() || !library_ || phone.find(u'\0') != phone.npos) return {};
     const auto start = library_.function<int(void*, int*, void*)>("CatInit");
     const auto parse = library_.function<int(const char16_t*, PhoneBlock*)>("CatParsePhone");
     const auto stop = library_.function<int()>("CatTerm");

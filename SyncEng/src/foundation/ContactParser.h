@@ -1,4 +1,5 @@
-// Splits a phone number into its parts, with the help of the parsing library beside the host. Without that library all parts are empty.
+// Splits a phone number into its parts, with the help of the parsing library beside the host. Without that library, and of a number that
+// the library does not split, all parts are empty.
 #pragma once
 #include "library.h"
 #include <string>
@@ -8,6 +9,7 @@ namespace mb {
 
 struct PhoneParts {
     std::u16string country, area, local, extension;
+    [[nodiscard]] bool empty() const noexcept { return country.empty() && area.empty() && local.empty() && extension.empty(); }
 };
 
 class ContactParser {

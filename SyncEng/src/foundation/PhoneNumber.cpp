@@ -23,7 +23,8 @@ std::u16string composePhoneNumber(const PhoneParts& parts, int countryMode)
 
 std::u16string NormalizePhoneNumber(std::u16string_view value, int countryMode)
 {
-    return composePhoneNumber(ContactParser().ParsePhone(value), countryMode);
+    const PhoneParts parts = ContactParser().ParsePhone(value);
+    return parts.empty() ? std::u16string() : composePhoneNumber(parts, countryMode);
 }
 
 } // namespace mb

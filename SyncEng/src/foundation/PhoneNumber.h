@@ -10,7 +10,8 @@ namespace mb {
 // where countryMode is above 1.
 std::u16string composePhoneNumber(const PhoneParts& parts, int countryMode);
 
-// The same of a number as a store holds it; empty where no parser is installed or it cannot parse the number.
+// The same of a number as a store holds it; empty, whatever the mode, where no parser is installed or the number is not split. The number
+// then has to be left as it stands.
 std::u16string NormalizePhoneNumber(std::u16string_view value, int countryMode);
 
 } // namespace mb

@@ -50,4 +50,5 @@ TEST(PhoneTarget, AnyOtherStoreOrFieldGetsTheNumberAsItStands)
 TEST(PhoneTarget, ANumberThatNothingCanSplitGoesAsItStands)
 {
     EXPECT_EQ(sent(act, ffPhoneNumber, ffPhoneNumber, u"1 212 5551234", false), u"1 212 5551234");
+    EXPECT_EQ(sent(act, ffPhoneNumber, ffPhoneNumber, u"*67 212 5551234"), u"*67 212 5551234");
 }

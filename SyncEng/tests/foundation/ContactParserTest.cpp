@@ -19,10 +19,7 @@ protected:
         mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path",
                         platform::utf16(FAKE_HOST_FOLDER) + u"/mb");
     }
-    static bool isEmpty(const PhoneParts& parts)
-    {
-        return parts.country.empty() && parts.area.empty() && parts.local.empty() && parts.extension.empty();
-    }
+    static bool isEmpty(const PhoneParts& parts) { return parts.country + parts.area + parts.local + parts.extension == u""; }
     mbtest::TestFolder folder;
 };
 
@@ -32,6 +29,19 @@ TEST_F(ContactParserTest, WithoutAHostNothingIsParsed)
 {
     EXPECT_TRUE(isEmpty(ContactParser().ParsePhone(u"1 212 5551234")));
     EXPECT_EQ(mb::NormalizePhoneNumber(u"1 212 5551234", 0), u"");
+}
+
+TEST_F(ContactParserTest, ANumberThatIsNotSplitHasNoFormWhateverItsCountry)
+{
+    for (const int countryMode : {0, 1, 2}) EXPECT_EQ(mb::NormalizePhoneNumber(u"1 212 5551234", countryMode), u"");
+}
+
+TEST_F(ContactParserTest, ATextWithAZeroInItIsNotCutOffThere)
+{
+    installHost();
+    const ContactParser parser;
+    EXPECT_TRUE(isEmpty(parser.ParsePhone(std::u16string_view(u"1 212 5551234\0 9", 16))));
+    EXPECT_EQ(parser.ParsePhone(u"1").extension, u"init parse "); // the library's first calls
 }
 
 TEST_F(ContactParserTest, EachNumberStartsTheLibraryParsesAndEndsIt)

@@ -1,4 +1,5 @@
-// A phone parsing library: the text before the first blank is the country, and so on; it writes its calls into the last field.
+// A phone parsing library: the text before the first blank is the country, and so on; it writes its calls into the last field. A number
+// that begins with a star is not split.
 #include <string>
 
 namespace {
@@ -21,6 +22,7 @@ extern "C" int CatParsePhone(const char16_t* phone, Block* block)
 {
     calls += u"parse ";
     std::u16string rest(phone);
+    if (rest.starts_with(u'*')) return 0;
     for (int i = 0; i < 3; ++i) {
         const std::size_t end = rest.find(u' ');
         rest.substr(0, end).copy(block->fields[i], 1023);
