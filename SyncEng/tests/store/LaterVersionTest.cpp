@@ -18,7 +18,6 @@ namespace mb {
 namespace {
 
 using testing::ElementsAre;
-using testing::HasSubstr;
 namespace fs = std::filesystem;
 
 constexpr GUID map{0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55}};
