@@ -10,8 +10,6 @@
 namespace mb {
 namespace {
 
-constexpr Side bothSides[] = {Side::One, Side::Two};
-
 // No history that could serve: none was ever written, or a store was exchanged since the last run. A store whose present name was not
 // learned, or has no recorded one, does not count as exchanged.
 bool beginsAnew(const RunState& run, const PerSide<std::u16string>& last)

@@ -15,8 +15,6 @@
 namespace mb {
 namespace {
 
-constexpr Side bothSides[] = {Side::One, Side::Two};
-
 class Pipeline {
 public:
     Pipeline(RunState& run, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<com::Ptr<ITrServices>>& services)

@@ -5,6 +5,8 @@ namespace mb {
 
 enum class Side : unsigned char { One, Two };
 
+inline constexpr Side bothSides[] = {Side::One, Side::Two};
+
 inline constexpr Side otherSide(Side side) noexcept { return side == Side::One ? Side::Two : Side::One; }
 
 // The history's name of the side.

@@ -19,8 +19,6 @@
 namespace mb {
 namespace {
 
-constexpr Side bothSides[] = {Side::One, Side::Two};
-
 class MapRun {
 public:
     MapRun(RunState& run, std::shared_ptr<CSyncHistory>& kept) : run_(run), kept_(kept) {}
