@@ -10,6 +10,7 @@
 #include <ctime>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <map>
 #include <set>
 #include <sys/wait.h>
 #include <thread>
@@ -23,6 +24,22 @@ namespace {
 constexpr char childSwitch[] = "MB_HOST_TEST_CHILD";
 constexpr double secondsADay = 86400.0;
 const int moduleMark = 1; // lies in this program
+
+// Runs one test in a process of its own, in which the switch is set, and gives its exit code; -1 where it did not exit.
+int exitCodeOfChild(const std::string& test, const std::map<std::string, std::string>& environment = {})
+{
+    const std::string program = executablePath().string(), filter = "--gtest_filter=" + test;
+    const pid_t child = fork();
+    if (child == 0) {
+        for (const char* shard : {"GTEST_TOTAL_SHARDS", "GTEST_SHARD_INDEX"}) ::unsetenv(shard); // the test may belong to another one
+        ::setenv(childSwitch, "1", 1);
+        for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
+        ::execl(program.c_str(), "some-name", filter.c_str(), nullptr);
+        std::_Exit(2);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
 
 // The clock time that an automation date names, by the system's calendar.
 std::string calendarText(double date)
@@ -89,17 +106,7 @@ TEST(Host, TheProgramIsFoundUnderWhateverNameItWasStarted)
 {
     const auto inProgram = &moduleMark;
     if (std::getenv(childSwitch)) std::_Exit(modulePathOf(inProgram) == executablePath() ? 42 : 1);
-    const std::string program = executablePath().string();
-    const pid_t child = fork();
-    if (child == 0) {
-        ::setenv(childSwitch, "1", 1);
-        ::execl(program.c_str(), "some-name", "--gtest_filter=Host.TheProgramIsFoundUnderWhateverNameItWasStarted", nullptr);
-        std::_Exit(2);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 42);
+    EXPECT_EQ(exitCodeOfChild("Host.TheProgramIsFoundUnderWhateverNameItWasStarted"), 42);
 }
 
 TEST(Host, TheUserHasAName) { EXPECT_FALSE(userName().empty()); }
@@ -183,20 +190,16 @@ TEST(Host, EveryCodeHasAText)
 // In a process of its own, since the locale is asked for once.
 TEST(Host, TimesAndDatesHaveTheFormOfTheUsersLocale)
 {
-    const mbtest::TestFolder folder;
-    const std::string make = "localedef -i de_DE -f UTF-8 " + (folder.path() / "de_DE.UTF-8").string();
-    ASSERT_EQ(std::system(make.c_str()), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        ::setenv("LOCPATH", folder.path().c_str(), 1);
-        ::setenv("LC_ALL", "de_DE.UTF-8", 1);
+    if (std::getenv(childSwitch)) {
         const ClockTime time{2009, 11, 5, 17, 8, 9, 0};
         std::_Exit(dateText(time) != u"05.11.2009" ? 1 : timeText(time) != u"17:08:09" ? 2 : 42);
     }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 42);
+    const mbtest::TestFolder folder;
+    const std::string make = "localedef -i de_DE -f UTF-8 " + (folder.path() / "de_DE.UTF-8").string();
+    ASSERT_EQ(std::system(make.c_str()), 0);
+    EXPECT_EQ(
+        exitCodeOfChild("Host.TimesAndDatesHaveTheFormOfTheUsersLocale", {{"LOCPATH", folder.path().string()}, {"LC_ALL", "de_DE.UTF-8"}}),
+        42);
 }
 
 TEST(Host, TimesAndDatesAreWrittenShort)

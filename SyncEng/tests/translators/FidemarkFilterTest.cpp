@@ -1,6 +1,7 @@
 #include "TranslatorsFixture.h"
 
 #include "foundation/Format.h"
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <functional>
@@ -185,9 +186,14 @@ TEST_F(FidemarkFilterTest, EntriesEnumerateInTimeLinearOverall)
         const auto filter = opened();
         const std::u16string file = u"file " + mb::Format(u"%d", count);
         for (int i = 0; i < count; ++i) EXPECT_EQ(add(filter, file, mb::Format(u"id-%d", i)), S_OK);
-        const auto start = std::chrono::steady_clock::now();
-        EXPECT_THAT(list(filter, file), SizeIs(count));
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        // The fastest of some: another program may take the processor in the middle of one.
+        std::chrono::duration<double> fastest = std::chrono::hours(1);
+        for (int i = 0; i < 5; ++i) {
+            const auto start = std::chrono::steady_clock::now();
+            EXPECT_THAT(list(filter, file), SizeIs(count));
+            fastest = std::min<std::chrono::duration<double>>(fastest, std::chrono::steady_clock::now() - start);
+        }
+        return fastest.count();
     };
     const double small = secondsFor(5000), large = secondsFor(50000);
     EXPECT_LT(large, small * 40);
