@@ -100,6 +100,26 @@ TEST(Duplicates, AValueLongerThanTheOtherFieldIsComparedUpToItsLength)
     EXPECT_THAT(s.one().records, SizeIs(1));
 }
 
+// Cut to what the other field can hold, the two texts would differ.
+TEST(Duplicates, EqualNotesAreNoConflictThoughTheFieldsHoldDifferentLengths)
+{
+    SyncScenario s;
+    const auto limitNotes = [](mbtest::FakeStore& store, ULONG length) {
+        std::ranges::find(store.fields, LONG{ftNotes}, &mbtest::FakeField::type)->maxLength = length;
+    };
+    limitNotes(s.one(), 4);
+    limitNotes(s.two(), 6);
+    FakeValues noted = ada();
+    noted[ftNotes] = u"12345678";
+    s.one().add(noted);
+    s.two().add(noted);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("MATCHED: Ada Lovelace"));
+    EXPECT_THAT(s.logText(), Not(HasSubstr("CONFLICT")));
+    EXPECT_THAT(s.one().records, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
 TEST(Duplicates, ALastNameWithAQuoteIsFoundByItsContent)
 {
     SyncScenario s;

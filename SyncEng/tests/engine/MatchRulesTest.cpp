@@ -230,6 +230,15 @@ TEST_F(Rules, AFieldThatOnlyANewVersionHasMakesNoDifferenceOnceItsMapIsNew)
     EXPECT_EQ(changes1(u"a")->find(ftTitle)->second, u"x") << "the difference is noted all the same";
     title.field2.flags = 0;
     EXPECT_EQ(winner(), u"b") << "both fields must be such";
+    std::swap(title.field1.flags, title.field2.flags);
+    EXPECT_EQ(winner(), u"b") << "that of side 2 alone is not enough";
+    title.field1.flags = ffVersionDependent;
+    EXPECT_EQ(winner(), u"a");
+    for (const Side side : {Side::One, Side::Two}) {
+        pass.Send[side] = false;
+        EXPECT_EQ(winner(), u"b") << "both sides must send";
+        pass.Send[side] = true;
+    }
 }
 
 TEST_F(Rules, InOneDirectionNoDifferenceIsNoted)
@@ -282,6 +291,20 @@ TEST_F(Rules, NotesThatDifferOnlyInWhatTheOtherFieldCannotHoldAreEqual)
     add(Side::Two, u"f", {{ftNotes, u"123456 and more"}});
     rows.notes = {ftNotes, 0, 0, 4, 0};
     EXPECT_TRUE(PairDuplicates(pass, u"e", u"f", rows).drop2);
+}
+
+TEST_F(Rules, EqualTextsAreNoDifferenceThoughTheFieldsHoldDifferentLengths)
+{
+    for (const LONG type : {ftEmail1, ftNotes, ftCategories}) {
+        for (SpecialField* field : {&rows.email, &rows.notes, &rows.categories}) *field = {field->type2, 0, 0, 4, 6};
+        add(Side::One, u"a", {{type, u"12345678"}});
+        add(Side::Two, u"b", {{type, u"12345678"}});
+        EXPECT_TRUE(PairDuplicates(pass, u"a", u"b", rows).drop2) << type;
+        EXPECT_FALSE(changes1(u"a")) << type;
+        EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").Kind, TaskMatched) << type;
+        pass.side(Side::One).Tasks.clear();
+        pass.side(Side::Two).Tasks.clear();
+    }
 }
 
 TEST_F(Rules, EmailAndCategoriesThatDifferMakeAPairAConflict)

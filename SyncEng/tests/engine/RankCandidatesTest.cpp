@@ -1,6 +1,8 @@
 // The tiers of a candidate, told by who wins a walk over several.
 #include "RulesFixture.h"
 
+#include <span>
+
 namespace mb {
 namespace {
 
@@ -50,6 +52,18 @@ protected:
         if (walk.hasEmail) two.emplace_back(ftEmail1, u"e@example.org");
         return rank(ids, two);
     }
+    void expectWinners(std::span<const Walk> walks)
+    {
+        for (const Walk& walk : walks) {
+            pass.side(Side::One).Tasks.clear();
+            pass.side(Side::Two).Tasks.clear();
+            const auto expected = walk.winner < 0
+                                      ? std::nullopt
+                                      : std::optional(u"candidate " + std::u16string(static_cast<std::size_t>(walk.winner) + 1, u'i'));
+            EXPECT_EQ(winnerOf(walk), expected)
+                << walk.what << (walk.hasFirstName ? ", first name" : "") << (walk.hasEmail ? ", e-mail" : "");
+        }
+    }
 };
 
 } // namespace
@@ -90,14 +104,90 @@ TEST_F(Tiers, TheWinnerOfAWalk)
         {"in tier 2 the higher score wins", yes, yes, {{yes, no, 1, 1}, {yes, yes, 2, 4}, {yes, yes, 3, 5}}, 2},
         {"a tie in the score keeps the earlier", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 1, 1}}, 0},
     };
-    for (const Walk& walk : walks) {
+    expectWinners(walks);
+}
+
+TEST_F(Tiers, TheRatioToBeatStartsAtFourFifthsAndRisesWithEachThatBeatsIt)
+{
+    constexpr bool yes = true, no = false;
+    const Walk walks[] = {
+        {"4 of 5 words are enough for tier 1", yes, yes, {{yes, yes, 4, 5}, {yes, yes, 5, 7}}, 0},
+        {"3 of 4 words are not", yes, yes, {{yes, yes, 3, 4}, {yes, yes, 4, 6}}, 1},
+        {"tier 1 raises it", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 4, 5}}, 0},
+        {"tier 4 raises it", yes, no, {{no, yes, 1, 1}, {no, yes, 4, 5}}, 0},
+        {"tier 5 raises it", no, yes, {{yes, no, 1, 1}, {yes, no, 4, 5}}, 0},
+        {"tier 10 raises it", no, no, {{no, no, 1, 1}, {no, no, 4, 5}}, 0},
+        {"an equal ratio beats it", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 5, 5}}, 1},
+        {"a tier that asks for no ratio leaves it", yes, yes, {{yes, no, 1, 4}, {no, yes, 4, 5}, {no, yes, 5, 7}}, 1},
+    };
+    expectWinners(walks);
+}
+
+// The same candidate twice: the second one does not beat the score of the first, and is left with a tier that asks for none.
+TEST_F(Tiers, EachTierThatAsksForAScoreRaisesTheScoreToBeat)
+{
+    constexpr bool yes = true, no = false;
+    const Walk walks[] = {
+        {"tier 1", yes, yes, {{yes, yes, 1, 1}, {yes, yes, 1, 1}}, 0}, {"tier 2", yes, yes, {{yes, yes, 1, 2}, {yes, yes, 1, 2}}, 0},
+        {"tier 4", yes, no, {{no, yes, 1, 1}, {no, yes, 1, 1}}, 0},    {"tier 5", no, yes, {{yes, no, 1, 1}, {yes, no, 1, 1}}, 0},
+        {"tier 6", yes, no, {{no, yes, 1, 2}, {no, yes, 1, 2}}, 0},    {"tier 7", no, yes, {{yes, no, 1, 2}, {yes, no, 1, 2}}, 0},
+        {"tier 10", no, no, {{no, no, 1, 1}, {no, no, 1, 1}}, 0},      {"tier 11", no, no, {{no, no, 1, 2}, {no, no, 1, 2}}, 0},
+    };
+    expectWinners(walks);
+}
+
+// Of any two tiers that candidates for one record can have, in either order of the candidates.
+TEST_F(Tiers, TheLowerTierWinsWhicheverComesFirst)
+{
+    struct Tier {
+        int number;
+        bool email, firstName, score, ratio;
+    };
+    constexpr bool yes = true, no = false;
+    const Tier tiers[] = {{1, yes, yes, yes, yes}, {2, yes, yes, yes, no}, {3, yes, yes, no, no}, {4, no, yes, yes, yes},
+                          {5, yes, no, yes, yes},  {6, no, yes, yes, no},  {7, yes, no, yes, no}, {8, no, yes, no, no},
+                          {9, yes, no, no, no},    {10, no, no, yes, yes}, {11, no, no, yes, no}, {12, no, no, no, no}};
+    // The n-th of a walk: each one's score is higher than those before it.
+    const auto candidate = [](const Tier& tier, int n) {
+        return Candidate{tier.email, tier.firstName, tier.score ? n : 0, tier.ratio ? n : tier.score ? 2 * n : 0};
+    };
+    int pairs = 0;
+    for (const bool hasFirstName : {yes, no})
+        for (const bool hasEmail : {yes, no})
+            for (const Tier& lower : tiers)
+                for (const Tier& higher : tiers) {
+                    // A candidate shares what the record has, and passes the gate by a name or an e-mail, or by both lacking one.
+                    const auto possible = [&](const Tier& tier) {
+                        if ((tier.email && !hasEmail) || (tier.firstName && !hasFirstName)) return false;
+                        if (tier.number == 12) return !hasFirstName && !hasEmail;
+                        return tier.email || tier.firstName || !hasFirstName || !hasEmail;
+                    };
+                    if (lower.number >= higher.number || !possible(lower) || !possible(higher)) continue;
+                    ++pairs;
+                    const std::string what = "tier " + std::to_string(lower.number) + " before " + std::to_string(higher.number);
+                    const Walk walks[] = {{what.c_str(), hasFirstName, hasEmail, {candidate(lower, 1), candidate(higher, 2)}, 0},
+                                          {what.c_str(), hasFirstName, hasEmail, {candidate(higher, 1), candidate(lower, 2)}, 1}};
+                    expectWinners(walks);
+                }
+    EXPECT_EQ(pairs, 36 + 10 + 10 + 3) << "with both, with either one, with none";
+}
+
+TEST_F(Tiers, ALastNameAloneIsATierOnlyWhereItIsNotEmptyAndNothingElseIsKnown)
+{
+    const auto rankOf = [&](const Values& one, const Values& two) {
         pass.side(Side::One).Tasks.clear();
         pass.side(Side::Two).Tasks.clear();
-        const auto winner = winnerOf(walk);
-        const auto expected =
-            walk.winner < 0 ? std::nullopt : std::optional(u"candidate " + std::u16string(static_cast<std::size_t>(walk.winner) + 1, u'i'));
-        EXPECT_EQ(winner, expected) << walk.what;
-    }
+        add(Side::One, u"a", one).Values->set(ftTitle, u"x");
+        Values other = two;
+        other.emplace_back(ftTitle, u"y");
+        return rank({u"a"}, other).has_value();
+    };
+    EXPECT_TRUE(rankOf({{ftLastName, u"L"}}, {{ftLastName, u"L"}}));
+    EXPECT_FALSE(rankOf({}, {})) << "two contacts without any name";
+    EXPECT_FALSE(rankOf({{ftLastName, u"L"}, {ftFirstName, u"F"}}, {{ftLastName, u"L"}}));
+    EXPECT_FALSE(rankOf({{ftLastName, u"L"}}, {{ftLastName, u"L"}, {ftFirstName, u"F"}}));
+    EXPECT_FALSE(rankOf({{ftLastName, u"L"}, {ftEmail1, u"e"}}, {{ftLastName, u"L"}}));
+    EXPECT_FALSE(rankOf({{ftLastName, u"L"}}, {{ftLastName, u"L"}, {ftEmail1, u"e"}}));
 }
 
 TEST_F(Tiers, ATierWithoutTheOneThatBarsItsRatio)
