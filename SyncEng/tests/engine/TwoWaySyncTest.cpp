@@ -297,3 +297,32 @@ TEST(HostCards, AChangeOfOnePartOfTheNameWritesTheOtherPartsBackAndLeavesTheAddr
     EXPECT_EQ(s.one().get(id, ftCity1), u"London");
     s.expectInStep();
 }
+
+TEST(HostCards, EachNameAndAddressIsWrittenBackWhole)
+{
+    constexpr GUID host{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
+    const std::vector<std::vector<LONG>> units = {{ftNamePrefix, ftFirstName, ftMiddleName, ftLastName, ftNameSuffix},
+                                                  {ftStreet1, ftCity1, ftState1, ftZipCode1, ftCountry1},
+                                                  {ftStreet2, ftCity2, ftState2, ftZipCode2, ftCountry2}};
+    SyncScenario s(host);
+    FakeValues card{{ftTitle, u"Countess"}};
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->fields = {{ftTitle, u"Title"}};
+    for (const auto& unit : units)
+        for (const LONG type : unit) {
+            const std::string name = "Field" + std::to_string(type) + ".";
+            for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->fields.push_back({type, std::u16string(name.begin(), name.end())});
+            card[type] = u"old";
+        }
+    s.one().add(card);
+    ASSERT_EQ(s.sync(), S_OK);
+    for (const auto& unit : units)
+        for (const LONG changed : unit) {
+            s.two().set(s.two().order.at(0), changed, u"new" + std::u16string(static_cast<std::size_t>(changed), u'!'));
+            ASSERT_EQ(s.sync(), S_OK);
+            const std::vector<std::string> written = s.log().starting("1 WriteField A000001 ");
+            EXPECT_EQ(written.size(), unit.size()) << changed;
+            for (const LONG type : unit)
+                EXPECT_THAT(written, testing::Contains(HasSubstr("Field" + std::to_string(type) + "."))) << "after a change of " << changed;
+        }
+    s.expectInStep();
+}
