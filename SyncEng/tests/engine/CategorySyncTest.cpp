@@ -1,3 +1,4 @@
+#include "dialogs/CConfirmationDlg.h"
 #include "FrontEndFake.h"
 #include "store/CSyncHistory.h"
 #include "SyncScenario.h"
@@ -299,4 +300,30 @@ TEST_F(CategorySync, ThePassAsksTheUserNothing)
     EXPECT_EQ(synchronizer->Synchronize(s.map(), VARIANT_FALSE), S_OK);
     EXPECT_THAT(user.captions, IsEmpty());
     EXPECT_THAT(names(s.two()), UnorderedElementsAre(u"Good friends", u"Old friends", u"Work"));
+}
+
+TEST_F(CategorySync, AReSyncInTheSummaryBeginsWithTheCategoriesAgain)
+{
+    s.one().addCategory(u"Friends");
+    s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    s.one().add({{ftFirstName, u"Grace"}, {ftLastName, u"Hopper"}});
+    mbtest::FrontEndFake user;
+    user.press(mb::idReSync);
+    user.press(mb::idOk);
+    EXPECT_EQ(s.syncAsking(), S_OK);
+    EXPECT_THAT(user.captions, ElementsAre(u"Confirm Changes", u"Confirm Changes"));
+    EXPECT_THAT(s.log().starting("1 Initialize"),
+                ElementsAre("1 InitializeCategories", "1 Initialize", "1 InitializeCategories", "1 Initialize"));
+    EXPECT_THAT(s.log().starting("2 Initialize"),
+                ElementsAre("2 InitializeCategories", "2 Initialize", "2 InitializeCategories", "2 Initialize"));
+    const std::string log = s.lastLog();
+    const std::size_t again = log.rfind("Start synchronizing category list.");
+    EXPECT_EQ(log.substr(0, again).find("First time synchronization"), log.npos);
+    std::size_t anew = 0;
+    for (std::size_t at = again; (at = log.find("First time synchronization", at)) != log.npos; ++at) ++anew;
+    EXPECT_EQ(anew, 2u) << "both histories were cleared";
+    EXPECT_THAT(s.one().categories, SizeIs(1));
+    EXPECT_THAT(s.two().categories, SizeIs(1));
+    EXPECT_THAT(s.two().records, SizeIs(2));
 }

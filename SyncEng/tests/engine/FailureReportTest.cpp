@@ -175,6 +175,23 @@ TEST_F(FailureReport, WithNoErrorTheHostGetsAnEmptyCodeAndTwoEmptyTexts)
     EXPECT_TRUE(second.empty());
 }
 
+TEST_F(FailureReport, TheHostMayReadTheCodeAndBothTextsAgain)
+{
+    s.two().options.errorCode = 42;
+    s.two().options.errorMessage1 = u"The store is locked.";
+    s.two().options.errorMessage2 = u"Close the other program.";
+    s.makeMap();
+    s.log().failOn("2 BeginUpdate", 1, engineCode(0x204));
+    ASSERT_EQ(s.sync(), engineCode(0x204));
+    for (int time = 1; time <= 2; ++time) {
+        SCOPED_TRACE(time);
+        EXPECT_EQ(s.lastCode().vt, VT_I4);
+        EXPECT_EQ(s.lastCode().lVal, 42);
+        EXPECT_EQ(s.lastError().first, u"The store is locked.");
+        EXPECT_EQ(s.lastError().second, u"Close the other program.");
+    }
+}
+
 TEST_F(FailureReport, AFailureThatNoTranslatorTellsOfBearsTheNameOfTheWhole)
 {
     EXPECT_THAT(show(engineCode(0x204)), HasSubstr("An error occurred while saving the Mirabook Synchronization file"));

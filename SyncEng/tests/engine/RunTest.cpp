@@ -55,6 +55,22 @@ TEST(Run, ATranslatorThatAsksForItIsRunAgainFromAnEmptyHistory)
     s.expectInStep();
 }
 
+TEST(Run, ARunThatATranslatorAsksForAgainForgetsWhatTheMapKnew)
+{
+    for (const HRESULT code : {runAgain, rebuildFields}) {
+        SyncScenario s;
+        s.one().add(person(u"Ada", u"Lovelace"));
+        ASSERT_EQ(s.sync(), S_OK);
+        s.log().failOn("1 Initialize", 2, code);
+        EXPECT_EQ(s.sync(), S_OK);
+        EXPECT_THAT(s.lastLog(), HasSubstr("First time synchronization"));
+        EXPECT_THAT(s.lastLog(), HasSubstr("MATCHED: Ada Lovelace")) << "it is found again as a duplicate";
+        EXPECT_THAT(s.one().records, SizeIs(1));
+        EXPECT_THAT(s.two().records, SizeIs(1));
+        s.expectInStep();
+    }
+}
+
 TEST(Run, ATranslatorMayAskForTheFieldMapToBeMadeAnew)
 {
     SyncScenario s;
