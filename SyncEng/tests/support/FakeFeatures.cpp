@@ -47,7 +47,7 @@ const FakeField& FakeTranslator::fieldOf(REFGUID guid) const
 
 LONG FakeTranslator::typeOf(const FakeField& field) const
 {
-    if (!field.dynamicId) return field.type;
+    if (!field.dynamicId || field.type) return field.type;
     if (!firstDynamicType_) throw com::Error(E_FAIL); // it has no number before it was given one
     return *firstDynamicType_ + field.dynamicId - 1;
 }

@@ -17,7 +17,7 @@
 namespace mbtest {
 
 struct FakeField {
-    LONG type; // 0 for a dynamic field, which has a type only once it was loaded
+    LONG type; // 0 for a dynamic field whose type is only known once it was loaded
     std::u16string name;
     ULONG flags = 0;
     ULONG maxLength = 0;
