@@ -17,7 +17,6 @@ using mb::Dialog;
 using mbtest::Begins;
 using mbtest::FakeField;
 using mbtest::FakeStore;
-using mbtest::FakeValues;
 using mbtest::SyncScenario;
 using testing::ElementsAre;
 using testing::HasSubstr;

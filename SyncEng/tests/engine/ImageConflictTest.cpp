@@ -10,13 +10,11 @@
 namespace {
 
 using mb::CConflictDlg;
-using mbtest::FakeStore;
 using mbtest::FakeValues;
 using mbtest::makePicture;
 using mbtest::SyncScenario;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
 

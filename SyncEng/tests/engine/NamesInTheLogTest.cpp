@@ -12,7 +12,6 @@ using mbtest::FakeStore;
 using mbtest::person;
 using mbtest::SyncScenario;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::SizeIs;
 
 class NamesInTheLog : public testing::Test {
