@@ -99,6 +99,19 @@ TEST_F(DuplicateProgress, ConflictingContactsThatTheRuleAloneFindsReach100Too)
     EXPECT_THAT(s.lastLog(), HasSubstr("CONFLICT: F Lovelace"));
 }
 
+// Both rounds share one label, so their steps add up to 100 and no more.
+TEST_F(DuplicateProgress, WhereBothRoundsFindContactsTheyReach100TogetherAndNeverPassIt)
+{
+    addPair(u"Lovelace", true);
+    addPair(u"Babbage", false);
+    addPair(u"Hopper", false);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.lastLog(), HasSubstr("MATCHED: F Lovelace"));
+    EXPECT_THAT(s.lastLog(), HasSubstr("CONFLICT: F Babbage"));
+    EXPECT_THAT(labelsOfSearch(), ElementsAre(preparing, exact, conflicting));
+    expectToRiseTo100(conflicting);
+}
+
 TEST_F(DuplicateProgress, ACategoryPassGoesTheSameWayUnderItsOwnLabels)
 {
     for (FakeStore* store : {&s.one(), &s.two()}) {
