@@ -98,6 +98,18 @@ TEST_F(ConflictTest, ChangesOfDifferentFieldsAreNoConflictAndTheOptionsAreNotCon
     s.expectInStep();
 }
 
+TEST_F(ConflictTest, ChangesOfDifferentFieldsAreNoConflictThoughNewContactsMakeTheEngineLookAgain)
+{
+    s.one().set(id1, ftPhone, u"2");
+    s.two().set(id2, ftNotes, u"m");
+    s.one().add({{ftLastName, u"Hopper"}});
+    s.two().add({{ftLastName, u"Turing"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.lastLog(), testing::Not(HasSubstr("CONFLICT")));
+    EXPECT_THAT(s.one().records, SizeIs(3));
+    s.expectInStep();
+}
+
 TEST_F(ConflictTest, ASilentRunKeepsBothContactsOfAConflictAsSeparateRecords)
 {
     changeBothCities();
