@@ -70,7 +70,7 @@ protected:
     SyncScenario s;
 };
 
-auto near(const std::vector<double>& percents) { return Pointwise(DoubleNear(tolerance), percents); }
+auto closeTo(const std::vector<double>& percents) { return Pointwise(DoubleNear(tolerance), percents); }
 
 } // namespace
 
@@ -138,8 +138,8 @@ TEST_F(DuplicateProgress, TheFirstPassesTakeAStepForEachRecordWhetherItTakesPart
     s.one().add(person(u"Emmy", u"Noether"));
     s.two().add(person(u"Emmy", u"Noether"));
     EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(percentsOf(preparing), near({25, 50, 75, 100})) << "two of the four are known";
-    EXPECT_THAT(percentsOf(exact), near({50, 100}));
+    EXPECT_THAT(percentsOf(preparing), closeTo({25, 50, 75, 100})) << "two of the four are known";
+    EXPECT_THAT(percentsOf(exact), closeTo({50, 100}));
 }
 
 TEST_F(DuplicateProgress, ARecordThatSideOneCannotListTakesItsStepAllTheSame)
@@ -149,7 +149,7 @@ TEST_F(DuplicateProgress, ARecordThatSideOneCannotListTakesItsStepAllTheSame)
     s.makeMap();
     s.log().failOn("1 GetRecordID", 3, E_FAIL); // the scan asked for both
     EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(percentsOf(preparing), near({50, 100}));
+    EXPECT_THAT(percentsOf(preparing), closeTo({50, 100}));
 }
 
 TEST_F(DuplicateProgress, WhereAllWereExactThereIsNoSearchForConflictingOnes)
@@ -163,7 +163,7 @@ TEST_F(DuplicateProgress, WithNothingFoundTheSearchForConflictingOnesStaysAtTheS
 {
     addStrangers();
     EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(percentsOf(conflicting), near({0, 0, 100})) << "one report for each round, and the end";
+    EXPECT_THAT(percentsOf(conflicting), closeTo({0, 0, 100})) << "one report for each round, and the end";
 }
 
 TEST_F(DuplicateProgress, InMemoryEachRecordOfSideTwoThatCouldBeReadTakesAStep)
@@ -176,7 +176,7 @@ TEST_F(DuplicateProgress, InMemoryEachRecordOfSideTwoThatCouldBeReadTakesAStep)
         EXPECT_EQ(s.sync(), S_OK);
     }
     EXPECT_THAT(labelsOfSearch(), ElementsAre(inMemory));
-    EXPECT_THAT(percentsOf(inMemory), near({50, 100}));
+    EXPECT_THAT(percentsOf(inMemory), closeTo({50, 100}));
 }
 
 TEST_F(DuplicateProgress, InMemoryARecordOfSideTwoThatCannotBeReadTakesNone)
@@ -189,7 +189,7 @@ TEST_F(DuplicateProgress, InMemoryARecordOfSideTwoThatCannotBeReadTakesNone)
         const mbtest::WithoutDocuments broken;
         EXPECT_EQ(s.sync(), S_OK);
     }
-    EXPECT_THAT(percentsOf(inMemory), near({50}));
+    EXPECT_THAT(percentsOf(inMemory), closeTo({50}));
 }
 
 TEST_F(DuplicateProgress, ACancelUnderAnyLabelEndsTheSearchBeforeConflictsAreLookedForAgain)
