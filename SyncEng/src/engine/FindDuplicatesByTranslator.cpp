@@ -79,6 +79,7 @@ private:
         com::Bstr id2;
         if (FAILED(two_.store.find(one_.store.translator(), id.get(), synched_.get(), id2)) || id2.empty()) return;
         if (!named_.insert(platform::lowered(id2.view())).second) return; // it has its partner
+        if (isLinked(id2.view())) return;
         // The translator may name a record that the analysis did not list.
         auto e2 = FindTask(two_.Tasks, id2.text());
         if (e2 == two_.Tasks.end()) {
@@ -95,6 +96,14 @@ private:
         }
         noteDifferences(e1->second, e2->second);
         decide(e1, e2);
+    }
+
+    // A record that the history links has its partner, also where nothing changed and it has no task.
+    bool isLinked(std::u16string_view id2)
+    {
+        if (linked_.empty())
+            for (const HistoryEntry& entry : two_.HistoryList) linked_.insert(platform::lowered(entry.Id));
+        return linked_.contains(platform::lowered(id2));
     }
 
     static bool readInto(RecordValues& values, LONG type, PassSide& side, BSTR id, const GUID& field)
@@ -158,7 +167,7 @@ private:
     PipelinePass& pass_;
     RunState& run_;
     PassSide &one_, &two_;
-    std::unordered_set<std::u16string> named_; // folded
+    std::unordered_set<std::u16string> named_, linked_; // folded
     MatchRows rows_;
     TextArray synched_;
 };

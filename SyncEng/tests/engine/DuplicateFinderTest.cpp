@@ -185,6 +185,22 @@ TEST(Duplicates, WithoutDocumentsTheSearchIsMadeInMemory)
     s.expectInStep();
 }
 
+TEST(Duplicates, AFinderCannotTakeThePartnerOfALinkedRecordThatDidNotChange)
+{
+    SyncScenario s;
+    s.two().options.duplicates = true;
+    s.one().add(ada());
+    ASSERT_EQ(s.sync(), S_OK);
+    const auto linked = s.two().order.front();
+    const auto made = s.one().add(ada());
+    s.two().add(mbtest::person(u"Grace", u"Hopper")); // so that there is something to search for
+    s.two().options.duplicateOf[made] = linked;
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(3));
+    EXPECT_THAT(s.two().records, SizeIs(3)) << "the new contact was copied";
+    s.expectInStep();
+}
+
 TEST(Duplicates, ALastNameWithAQuoteIsFoundByTheRuleInMemory)
 {
     SyncScenario s;
