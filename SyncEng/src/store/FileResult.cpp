@@ -21,7 +21,8 @@ HRESULT resultOf(const std::error_code& error) noexcept
 
 HRESULT readingResultOf(const std::error_code& error) noexcept
 {
-    constexpr HRESULT readFault = win32(30);
+    constexpr HRESULT readFault = win32(30), inUse = win32(32);
+    if (error == std::errc::device_or_resource_busy) return inUse;
     const HRESULT hr = resultOf(error);
     return hr == E_FAIL ? readFault : hr;
 }
