@@ -45,6 +45,6 @@ std::u16string AlnumOnly(std::u16string_view value)
     return kept;
 }
 
-bool sameAlnum(std::u16string_view a, std::u16string_view b) { return a == b || platform::compareNoCase(AlnumOnly(a), AlnumOnly(b)) == 0; }
+bool sameAlnum(std::u16string_view a, std::u16string_view b) { return a == b || platform::foldedAlnum(a) == platform::foldedAlnum(b); }
 
 } // namespace mb

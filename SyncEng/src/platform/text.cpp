@@ -1,6 +1,7 @@
 #include "text.h"
 
 #include "unit_tables.h"
+#include <array>
 #include <charconv>
 #include <limits>
 #include <type_traits>
@@ -182,6 +183,25 @@ bool isAlpha(char16_t unit) noexcept
 bool isDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
 bool isAlnum(char16_t unit) noexcept { return isDigit(unit) || isAlpha(unit); }
 bool isSpace(char16_t unit) noexcept { return unit < 0x80 ? asciiSpace(unit) : tables().space[unit]; }
+
+std::u16string foldedAlnum(std::u16string_view text)
+{
+    // ASCII characters by a table: most texts hold no others.
+    constexpr auto ascii = [] {
+        std::array<char16_t, 0x80> folded{}; // 0 for a character that is left out
+        for (char16_t c = u'0'; c <= u'9'; ++c) folded[c] = c;
+        for (char16_t c = u'a'; c <= u'z'; ++c) folded[c] = folded[static_cast<char16_t>(c - u'a' + u'A')] = c;
+        return folded;
+    }();
+    std::u16string kept(text.size(), u'\0');
+    std::size_t length = 0;
+    for (const char16_t unit : text) {
+        const char16_t folded = unit < ascii.size() ? ascii[unit] : isAlnum(unit) ? lower(unit) : u'\0';
+        if (folded != 0) kept[length++] = folded;
+    }
+    kept.resize(length);
+    return kept;
+}
 
 int toInt(std::u16string_view text) noexcept
 {

@@ -36,6 +36,10 @@ bool isDigit(char16_t unit) noexcept; // the ten ASCII digits
 bool isAlnum(char16_t unit) noexcept;
 bool isSpace(char16_t unit) noexcept;
 
+// The letters and digits of the text, in order, in lower case. Two texts give the same result exactly if their letters and digits are
+// equal ignoring case.
+std::u16string foldedAlnum(std::u16string_view text);
+
 // White space, a sign, digits; what follows is ignored, no digits give 0, overflow clamps.
 int toInt(std::u16string_view text) noexcept;
 std::int64_t toInt64(std::u16string_view text) noexcept;

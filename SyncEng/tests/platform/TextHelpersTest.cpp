@@ -258,6 +258,16 @@ TEST(TextHelpers, ATooLargeNumberClamps)
     EXPECT_EQ(toInt64(u"-" + std::u16string(1000, u'1')), INT64_MIN);
 }
 
+TEST(TextHelpers, TheLettersAndDigitsOfATextIgnoringCase)
+{
+    EXPECT_EQ(foldedAlnum(u" O'Hara-É你, +12 (3)!\r\n"), u"oharaé你123");
+    EXPECT_EQ(foldedAlnum(u""), u"");
+    for (unsigned unit = 0; unit <= 0xFFFF; ++unit) {
+        const char16_t c = static_cast<char16_t>(unit);
+        ASSERT_EQ(foldedAlnum({&c, 1}), isAlnum(c) ? std::u16string(1, lower(c)) : std::u16string()) << unit;
+    }
+}
+
 TEST(TextHelpers, AFloatingNumberHasAPoint)
 {
     EXPECT_EQ(toDouble(u"39448.75"), 39448.75);
