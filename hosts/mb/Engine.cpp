@@ -30,6 +30,21 @@ Engine::Engine() : library_(loadEngine()), getClassObject_(library_.function<HRE
     if (!getClassObject_) throw Failure("The library beside this program is not the engine; install both together.");
     library_.release(); // it stays to the end of the process: its own end writes the log's last line
     expectConfiguration();
+    offerToPlugins();
+}
+
+com::Ptr<IClassFactory> Engine::factoryOf(REFCLSID clsid) const
+{
+    com::Ptr<IClassFactory> factory;
+    expect(getClassObject_(clsid, __uuidof(IClassFactory), factory.putVoid()));
+    return factory;
+}
+
+// A plug-in creates maps and field maps through the component runtime, which does not know an engine that was loaded by its path.
+void Engine::offerToPlugins()
+{
+    manager_.emplace(__uuidof(TrManager), factoryOf(__uuidof(TrManager)).get());
+    fieldMaps_.emplace(__uuidof(FieldMap), factoryOf(__uuidof(FieldMap)).get());
 }
 
 // Without its configuration the engine still makes objects, and every one of them fails without a word.

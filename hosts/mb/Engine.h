@@ -2,6 +2,7 @@
 #pragma once
 #include "interfaces.h"
 #include "library.h"
+#include <optional>
 #include <string>
 
 namespace mbhost {
@@ -14,9 +15,7 @@ public:
     template <class I> com::Ptr<I> create(REFCLSID clsid) const
     {
         com::Ptr<I> object;
-        com::Ptr<IClassFactory> factory;
-        expect(getClassObject_(clsid, __uuidof(IClassFactory), factory.putVoid()));
-        expect(factory->CreateInstance(nullptr, __uuidof(I), object.putVoid()));
+        expect(factoryOf(clsid)->CreateInstance(nullptr, __uuidof(I), object.putVoid()));
         return object;
     }
     [[nodiscard]] com::Ptr<ITrManager> manager() const { return create<ITrManager>(__uuidof(TrManager)); }
@@ -25,9 +24,12 @@ public:
 
 private:
     static void expect(HRESULT hr);
+    [[nodiscard]] com::Ptr<IClassFactory> factoryOf(REFCLSID clsid) const;
     void expectConfiguration() const;
+    void offerToPlugins();
     platform::Library library_;
     HRESULT (*getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
+    std::optional<com::ClassObject> manager_, fieldMaps_;
 };
 
 // Where the engine keeps its configuration, the histories of the maps and its log.

@@ -495,6 +495,21 @@ inline HRESULT getClassObject(std::span<const ClassEntry> table, REFCLSID clsid,
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
+// Makes a class known to the component runtime, for this process and as long as this object lives, whether it is registered or not.
+class ClassObject {
+public:
+    ClassObject(REFCLSID clsid, IUnknown* factory)
+    {
+        check(CoRegisterClassObject(clsid, factory, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie_));
+    }
+    ClassObject(const ClassObject&) = delete;
+    ClassObject& operator=(const ClassObject&) = delete;
+    ~ClassObject() { (void)CoRevokeClassObject(cookie_); }
+
+private:
+    DWORD cookie_ = 0;
+};
+
 // An object of a class of the component runtime.
 template <class I> HRESULT createInstance(REFCLSID clsid, Ptr<I>& out, DWORD context = CLSCTX_ALL) noexcept
 {

@@ -34,6 +34,20 @@ TEST(Class, AClassObjectOfTheProcessIsFoundUntilItIsRevoked)
     EXPECT_FALSE(log);
 }
 
+TEST(Class, AClassObjectIsFoundAsLongAsItLives)
+{
+    com::Ptr<ILogFile> log;
+    {
+        com::Ptr<IUnknown> factory;
+        ASSERT_EQ(com::getClassObject(kTable, kClass, __uuidof(IUnknown), factory.putVoid()), S_OK);
+        const com::ClassObject offered(kClass, factory.get());
+        factory.reset();
+        EXPECT_EQ(com::createInstance(kClass, log), S_OK);
+        EXPECT_EQ(log->AppendString(nullptr), S_FALSE);
+    }
+    EXPECT_EQ(com::createInstance(kClass, log), REGDB_E_CLASSNOTREG);
+}
+
 TEST(Class, AClassThatTheTableLacksIsNotAvailable)
 {
     void* out = &out;
