@@ -16,23 +16,17 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
-// BEGIN:VCARD and END:VCARD, with a group or blanks around as some programs write them.
-bool isMarker(std::string_view content, std::string_view name)
-{
-    content = trimmed(content);
-    if (content.empty() || upper(content.back()) != 'D') return false; // most lines are told apart by this
-    const std::size_t colon = content.find(':');
-    if (colon == npos || !equalFold(trimmed(content.substr(colon + 1)), "VCARD")) return false;
-    std::string_view head = trimmed(content.substr(0, colon));
-    return equalFold(head, name) || (head.size() > name.size() && head[head.size() - name.size() - 1] == '.' && endsWithFold(head, name));
-}
-
+// BEGIN:VCARD and END:VCARD may have a group, or blanks around, as some programs write them.
 RawLine::Kind kindOf(std::string_view content)
 {
-    if (trimmed(content).empty()) return RawLine::Kind::Blank;
-    if (isMarker(content, "BEGIN")) return RawLine::Kind::Begin;
-    if (isMarker(content, "END")) return RawLine::Kind::End;
-    return RawLine::Kind::Property;
+    content = trimmed(content);
+    if (content.empty()) return RawLine::Kind::Blank;
+    if (upper(content.back()) != 'D') return RawLine::Kind::Property; // most lines are told apart by this
+    const std::size_t colon = content.find(':');
+    if (colon == npos || !equalFold(trimmed(content.substr(colon + 1)), "VCARD")) return RawLine::Kind::Property;
+    const std::string_view head = trimmed(content.substr(0, colon)), name = head.substr(head.rfind('.') + 1);
+    if (equalFold(name, "BEGIN")) return RawLine::Kind::Begin;
+    return equalFold(name, "END") ? RawLine::Kind::End : RawLine::Kind::Property;
 }
 
 bool headerHas(std::string_view line, std::string_view word)
@@ -78,7 +72,7 @@ bool LineReader::continues(Head& head, std::string_view last, std::string_view f
 {
     if (following.empty()) return false;
     if (isBlank(following.front())) return true;
-    if (isMarker(following, "END") || isMarker(following, "BEGIN")) return false;
+    if (const RawLine::Kind kind = kindOf(following); kind == RawLine::Kind::Begin || kind == RawLine::Kind::End) return false;
     if (last.ends_with('=')) {
         if (!head.quotedPrintable) head.quotedPrintable = headerHas(head.content, "QUOTED-PRINTABLE");
         if (*head.quotedPrintable) return true;
