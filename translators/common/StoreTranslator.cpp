@@ -124,8 +124,10 @@ void StoreTranslator::log(const std::string& text) noexcept
 void StoreTranslator::open(ITrServices* services, std::u16string_view database, OpenStore openStore)
 {
     lastError_.clear();
+    finder_.reset();
     store_.reset();
     log_ = com::Ptr<ITrServices>(services).tryAs<ILogFile>();
+    ofCategories_ = openStore == info_.openCategories;
     store_ = openStore(platform::utf8(database), [this](const std::string& text) { log(text); });
     database_ = database;
 }
@@ -133,6 +135,7 @@ void StoreTranslator::open(ITrServices* services, std::u16string_view database, 
 bool StoreTranslator::offers(REFIID riid) const noexcept
 {
     if (riid == __uuidof(ICategories)) return info_.openCategories != nullptr;
+    if (riid == __uuidof(IDuplicateFinder)) return info_.findsEqualRecords && !ofCategories_;
     if (riid == __uuidof(IImageSupport))
         return std::ranges::any_of(info_.fields, [](const PluginField& field) { return field.type == ftImage1 || field.type == ftImage2; });
     return true;
@@ -184,6 +187,7 @@ HRESULT StoreTranslator::Cleanup()
     const HRESULT hr = run([&] {
         if (store_) store_->close();
     });
+    finder_.reset();
     store_.reset();
     log_.reset();
     return hr;

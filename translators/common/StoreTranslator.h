@@ -3,6 +3,7 @@
 #pragma once
 #include "interfaces.h"
 
+#include "EqualRecordFinder.h"
 #include "RecordStore.h"
 #include "text.h"
 #include <memory>
@@ -28,11 +29,13 @@ struct PluginInfo {
     std::unique_ptr<RecordStore> (*open)(const std::string& database, Report report);
     // The list of categories that the same database holds, with the category's name as the last name; null for a store without one.
     std::unique_ptr<RecordStore> (*openCategories)(const std::string& database, Report report) = nullptr;
+    // Whether the store looks for equal records in front of the engine's own search; see EqualRecordFinder.
+    bool findsEqualRecords = false;
 };
 
 class StoreTranslator
     : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>, com::Dual<IPIMSetUp>,
-                         com::Dual<ITranslatorTest>, com::Dual<ICategories>, com::Dual<IImageSupport>> {
+                         com::Dual<ITranslatorTest>, com::Dual<ICategories>, com::Dual<IImageSupport>, com::Dual<IDuplicateFinder>> {
 public:
     StoreTranslator(IUnknown* outer, const PluginInfo& info) noexcept : Object(outer), info_(info) {}
 
@@ -102,6 +105,13 @@ public:
     HRESULT STDMETHODCALLTYPE GetImageDataSize(LONGLONG* pImageDataSize) override;
     HRESULT STDMETHODCALLTYPE GetImageDataHash(BSTR* ppImageDataHash) override;
 
+    // IDuplicateFinder: not offered while the records are categories
+    HRESULT STDMETHODCALLTYPE BeginFindDuplicate(REFGUID syncTrMapGuid, ITranslator* pOtherTranslator,
+                                                 SAFEARRAY* synchedRecordsGuid) override;
+    HRESULT STDMETHODCALLTYPE FindDuplicate(ITranslator* pOtherTranslator, BSTR recordIdOther, SAFEARRAY* synchedRecordsGuid,
+                                            BSTR* pDuplicateRecordId) override;
+    HRESULT STDMETHODCALLTYPE EndFindDuplicate() override;
+
 private:
     struct Picture {
         std::string id;
@@ -124,6 +134,8 @@ private:
 
     const PluginInfo& info_;
     std::unique_ptr<RecordStore> store_;
+    bool ofCategories_ = false;               // the records are categories
+    std::optional<EqualRecordFinder> finder_; // of the store, between BeginFindDuplicate and EndFindDuplicate
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     std::u16string lastError_;
