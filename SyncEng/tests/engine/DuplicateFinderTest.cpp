@@ -8,6 +8,7 @@
 namespace {
 
 using mbtest::ada;
+using mbtest::FakeField;
 using mbtest::FakeValues;
 using mbtest::SyncScenario;
 using mbtest::WithoutDocuments;
@@ -68,6 +69,22 @@ TEST_F(DuplicateFinder, APairThatDiffersIsAConflictAndTheEngineDoesNotPairItAgai
     EXPECT_THAT(s.logText(), HasSubstr("\tPOSSIBLE DUPLICATE: Ada Lovelace"));
     EXPECT_THAT(s.logText(), HasSubstr("\tCONFLICT: Ada Lovelace"));
     expectNothingLost(2, 2);
+}
+
+TEST_F(DuplicateFinder, FieldsOfOneTypeAreComparedByTheValueThatIsKeptForTheType)
+{
+    s.one().fields.push_back({ftTitle, u"Second title", 0, 0, dtString, 1});
+    s.two().fields.push_back({ftHobby, u"Hobby"});
+    const FakeField& second = s.one().fields.back();
+    s.makeMap(); // the second title goes with the title
+    GUID fieldMap{};
+    ASSERT_EQ(s.maps()->GetFieldMap(s.map(), &fieldMap), S_OK);
+    ASSERT_EQ(s.create<IFieldMap>(__uuidof(FieldMap))->AddMapEntry(fieldMap, s.one().guidOf(ftTitle), s.two().guidOf(ftHobby)), S_OK);
+
+    const auto id = s.one().add({{ftLastName, u"Lovelace"}, {ftTitle, u"Chess"}, {second.key(), u"Countess"}});
+    s.two().options.duplicateOf[id] = s.two().add({{ftLastName, u"Lovelace"}, {ftTitle, u"Countess"}, {ftHobby, u"Chess"}});
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.logText(), HasSubstr("POSSIBLE DUPLICATE")) << "the title that was read last stands for both";
 }
 
 TEST_F(DuplicateFinder, ARecordThatIsNotListedGetsATaskOfItsOwn)

@@ -66,10 +66,6 @@ TEST_F(MappedFieldsTest, OfTwoFieldsOfOneTypeOnSideOneTheLastIsCompared)
     // The engine keeps a record's values by type.
     one_->fields.push_back({ftTitle, u"Another title", 0, 0, dtString, 1});
     const GUID another = one_->guidOf(one_->fields.back());
-    LONG next = 0;
-    ASSERT_EQ(translator1_->Initialize(nullptr, nullptr, VARIANT_FALSE), S_OK);
-    one_->options.dynamicFields = true;
-    ASSERT_EQ(translator1_.as<IDynamicFieldLoader>()->LoadDynamicFields(nullptr, ftTitle, &next), S_OK);
     const mbtest::RegisteredMap map(folder_.path(), {pair(ftTitle, ftTitle), {another, two_->guidOf(ftNotes)}});
     const auto fields = ask(map.id());
     ASSERT_THAT(fields, SizeIs(2));
