@@ -138,8 +138,8 @@ private:
     {
         if (!pass_.Send[Side::One] || !pass_.Send[Side::Two]) return;
         for (const MatchRow& row : rows_.rows) {
-            const std::u16string a(valueOf(e1, row.field1.type)), b(valueOf(e2, row.field2.type));
-            if (sameAlnum(a, b)) continue;
+            const std::u16string_view a = valueOf(e1, row.field1.type), b = valueOf(e2, row.field2.type);
+            if (a == b || sameAlnum(a, b)) continue;
             changesOf(e1)[row.field1.type] = a;
             changesOf(e2)[row.field2.type] = b;
         }
