@@ -3,6 +3,7 @@
 #include "dialogs/DialogTexts.h"
 #include "foundation/Format.h"
 #include "foundation/Strings.h"
+#include "translators/Cancelled.h"
 #include "translators/ImageFields.h"
 
 namespace mb {
@@ -11,10 +12,11 @@ namespace {
 bool isImageSize(LONG type) noexcept { return type == ftImageSize1 || type == ftImageSize2; }
 
 // A text, or a number that is 64 bits wide.
-HRESULT readPlain(ITranslator* translator, const RecordReading& record, const GUID& field, std::u16string& text)
+HRESULT readPlain(const TranslatorFields& fields, const RecordReading& record, const GUID& field, std::u16string& text)
 {
     com::Variant value;
-    const HRESULT hr = com::call(translator, &ITranslator::ReadField, record.id(), field, value.put());
+    fields.throwIfCancelled();
+    const HRESULT hr = unlessCancelled(com::call(fields.translator(), &ITranslator::ReadField, record.id(), field, value.put()));
     if (FAILED(hr)) return hr;
     text = value.vt == VT_I8 || value.vt == VT_UI8 ? imageSizeText(value.llVal) : std::u16string(value.text());
     return hr;
@@ -26,10 +28,10 @@ HRESULT currentValue(const TranslatorFields& fields, IImageSupport* images, cons
     const LONG imageType = type == ftImageSize1 ? LONG{ftImage1} : type == ftImageSize2 ? LONG{ftImage2} : type;
     const GUID* field = fields.ofType(imageType);
     if (!field) return E_FAIL;
-    if (!isImageType(imageType)) return readPlain(fields.translator(), record, *field, text);
+    if (!isImageType(imageType)) return readPlain(fields, record, *field, text);
     if (!images) return E_FAIL;
     bool has = false;
-    const HRESULT hr = hasImage(images, record.id(), *field, has);
+    const HRESULT hr = unlessCancelled(hasImage(images, record.id(), *field, has));
     if (FAILED(hr)) return hr;
     if (isImageSize(type))
         text = imageSizeText(has ? readImageSize(images, record.id(), *field) : 0);
@@ -53,11 +55,12 @@ void CChangeDetailsDlg::prepare()
     model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel).visible = false;
     model_.focus = idOk;
     fillList(fields);
+    fields.throwIfCancelled();
 }
 
 void CChangeDetailsDlg::fillList(const TranslatorFields& fields)
 {
-    const RecordReading record(change_.translator, change_.recordId);
+    const RecordReading record(fields, change_.recordId);
     if (!record || !change_.values) return;
     const auto images = com::Ptr<ITranslator>(change_.translator).tryAs<IImageSupport>();
     for (const auto& [type, value] : *change_.values) {

@@ -5,6 +5,7 @@
 #include "foundation/Format.h"
 #include "foundation/HelpTopic.h"
 #include "foundation/Strings.h"
+#include "translators/Cancelled.h"
 #include "translators/TranslatorIds.h"
 
 namespace mb {
@@ -58,7 +59,8 @@ std::u16string databaseLabel(const PlannedSide& side, std::u16string_view name)
 {
     com::Bstr shortName, longName, label;
     const auto info = com::Ptr<ITranslator>(side.translator).tryAs<ITranslatorInfo>();
-    if (info && SUCCEEDED(com::call(info, &ITranslatorInfo::GetInfo, shortName.put(), longName.put(), label.put()))) return label.text();
+    if (info && SUCCEEDED(unlessCancelled(com::call(info, &ITranslatorInfo::GetInfo, shortName.put(), longName.put(), label.put()))))
+        return label.text();
     return Format(LoadText(200), name.empty() && side.clsid == lotusNotesTranslator ? LoadText(209) : std::u16string(name));
 }
 

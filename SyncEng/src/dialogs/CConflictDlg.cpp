@@ -8,6 +8,7 @@
 #include "foundation/Strings.h"
 #include "host.h"
 #include "text.h"
+#include "translators/Cancelled.h"
 #include "translators/ImageFields.h"
 
 namespace mb {
@@ -32,6 +33,8 @@ void CConflictDlg::prepare()
     addControls(message(contact1, contact2));
     preselect();
     fillList(fields1, fields2);
+    fields1.throwIfCancelled();
+    fields2.throwIfCancelled();
 }
 
 // A name whose field is not mapped stays empty.
@@ -123,7 +126,16 @@ void CConflictDlg::accept()
     const Control& all = model_[idApplyToAll];
     question_.ApplyToAll = all.enabled && all.checked;
     if (question_.Resolution == croMerge) {
-        const HRESULT hr = com::guarded([&] { return MergeConflict(question_, window, {name1_, name2_}, ConvertImageValue); });
+        bool cancelled = false;
+        const HRESULT hr = com::guarded([&] {
+            try {
+                return MergeConflict(question_, window, {name1_, name2_}, ConvertImageValue);
+            } catch (const Cancelled&) {
+                cancelled = true;
+                return E_ABORT;
+            }
+        });
+        if (cancelled) throw Cancelled{};
         if (FAILED(hr)) return ShowWarning(window, Format(LoadText(173), Format(u"%x", hr), platform::systemMessage(hr)));
         if (hr == S_FALSE) return; // given up: the other ways stay open
     }

@@ -5,7 +5,6 @@
 #include "foundation/HelpTopic.h"
 #include "foundation/Strings.h"
 #include "translators/ImageFields.h"
-#include "translators/ReadText.h"
 
 namespace mb {
 
@@ -31,6 +30,7 @@ void CDeleteConflictDlg::prepare()
     model_.checkRadio(idAdd);
     model_.focus = idAdd;
     fillList(fields, changedName, deletedName);
+    fields.throwIfCancelled();
 }
 
 void CDeleteConflictDlg::fillList(const TranslatorFields& fields, std::u16string_view changedName, std::u16string_view deletedName)
@@ -38,11 +38,11 @@ void CDeleteConflictDlg::fillList(const TranslatorFields& fields, std::u16string
     Control& list = model_[idList];
     list.columns = {{LoadText(107)}, {std::u16string(changedName)}, {std::u16string(deletedName)}};
     const std::u16string gone = LoadText(139);
-    const RecordReading record(fields.translator(), question_.survivor.recordId);
+    const RecordReading record(fields, question_.survivor.recordId);
     if (!record) return;
     for (const TranslatorFields::Item& item : fields.items()) {
         std::u16string value;
-        if (isImageType(item.type) || FAILED(readText(fields.translator(), record.id(), item.guid, value))) continue;
+        if (isImageType(item.type) || FAILED(fields.read(record, item.guid, value))) continue;
         list.rows.push_back({{fields.nameOf(item.guid), CellText(value), gone}});
     }
 }

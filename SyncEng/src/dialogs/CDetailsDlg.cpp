@@ -5,6 +5,7 @@
 #include "foundation/Format.h"
 #include "foundation/Strings.h"
 #include "text.h"
+#include "translators/Cancelled.h"
 #include <algorithm>
 
 namespace mb {
@@ -36,6 +37,8 @@ void CDetailsDlg::prepare()
     fillList(idList2, changes_.side2, changes_.side1, fields2, fields1);
     addUnverified(fields1, fields2);
     for (const int list : {idList1, idList2}) sort(model_[list]);
+    fields1.throwIfCancelled();
+    fields2.throwIfCancelled();
 }
 
 // The values come from the other side's records; the deletions are of the side's own ones.
@@ -51,7 +54,7 @@ void CDetailsDlg::fillList(int list, const PlannedSide& own, const PlannedSide& 
 void CDetailsDlg::addRow(int list, const TranslatorFields& source, const std::u16string& recordId, int action, const PlannedTask* task)
 {
     if (!source.usable()) return;
-    const RecordReading record(source.translator(), recordId);
+    const RecordReading record(source, recordId);
     ListRow row{{LoadText(action), {}, {}, {}}};
     if (record) {
         (void)source.read(record, ftFirstName, row.cells[1]);
@@ -68,7 +71,7 @@ void CDetailsDlg::addUnverified(const TranslatorFields& fields1, const Translato
 {
     if (!changes_.UnverifiedRecords) return;
     for (const std::u16string& id : *changes_.UnverifiedRecords) {
-        const bool on1 = SUCCEEDED(com::call(changes_.side1.translator, &ITranslator::FindRecord, com::Bstr(id).get()));
+        const bool on1 = SUCCEEDED(unlessCancelled(com::call(changes_.side1.translator, &ITranslator::FindRecord, com::Bstr(id).get())));
         addRow(idList1, on1 ? fields1 : fields2, id, 185, nullptr);
     }
 }

@@ -2,6 +2,7 @@
 
 #include "dialogs/DefaultFrontEnd.h"
 #include "foundation/Strings.h"
+#include "translators/Cancelled.h"
 #include <utility>
 
 namespace mb {
@@ -26,8 +27,19 @@ Control* Dialog::activeList(int id, int row) noexcept
 void Dialog::press(int button)
 {
     // A window can be closed whether or not it shows a button for that.
-    if (button == idCancel && !ending_) return onPress(button);
-    if (active(button, ControlKind::Button)) onPress(button);
+    if (button == idCancel && !ending_) return act(button);
+    if (active(button, ControlKind::Button)) act(button);
+}
+
+// No exception may cross the front end's window: a cancel is noted here, and thrown when the window is gone.
+void Dialog::act(int button)
+{
+    try {
+        onPress(button);
+    } catch (const Cancelled&) {
+        cancelledByTranslator_ = true;
+        end(idCancel);
+    }
 }
 
 void Dialog::choose(int radio)
@@ -87,6 +99,7 @@ int ShowDialog(Dialog& dialog, HWND parent)
     dialog.window = parent;
     dialog.prepare();
     if (!dialog.ending()) FrontEnd().run(dialog, parent);
+    if (dialog.cancelledByTranslator()) throw Cancelled{};
     return dialog.ending().value_or(idCancel);
 }
 

@@ -34,6 +34,8 @@ public:
 
     [[nodiscard]] const DialogModel& model() const noexcept { return model_; }
     [[nodiscard]] std::optional<int> ending() const noexcept { return ending_; }
+    // Whether a translator reported the user's cancel while the dialog was shown.
+    [[nodiscard]] bool cancelledByTranslator() const noexcept { return cancelledByTranslator_; }
     HWND window = nullptr; // set by the front end while it shows the dialog; owns messages and inner dialogs
 
 protected:
@@ -49,9 +51,11 @@ protected:
     DialogModel model_;
 
 private:
+    void act(int button);
     Control* active(int id, ControlKind kind) noexcept;
     Control* activeList(int id, int row) noexcept;
     std::optional<int> ending_;
+    bool cancelledByTranslator_ = false;
 };
 
 // How dialogs reach the user.
@@ -70,7 +74,8 @@ public:
 DialogFrontEnd* SetFrontEnd(DialogFrontEnd* frontEnd) noexcept;
 DialogFrontEnd& FrontEnd();
 
-// Prepares and shows, and gives the ending: cancel where there is nobody to ask.
+// Prepares and shows, and gives the ending: cancel where there is nobody to ask. Throws Cancelled if a translator that the dialog read
+// reported the user's cancel; the dialog, and each dialog that opened it, has ended then.
 int ShowDialog(Dialog& dialog, HWND parent);
 // A message under the caption that all of the system's messages have.
 void ShowWarning(HWND parent, std::u16string_view text);

@@ -24,7 +24,7 @@ std::u16string ContactName::shortened() const { return ContactName{TruncateText(
 ContactName ReadContactName(const TranslatorFields& fields, std::u16string_view recordId, LONG firstType, LONG lastType)
 {
     ContactName name;
-    const RecordReading record(fields.translator(), recordId);
+    const RecordReading record(fields, recordId);
     if (!record) return name;
     (void)fields.read(record, firstType, name.first);
     (void)fields.read(record, lastType, name.last);

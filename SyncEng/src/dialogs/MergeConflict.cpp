@@ -8,8 +8,8 @@
 #include "foundation/HelpTopic.h"
 #include "foundation/LanguageModule.h"
 #include "foundation/Strings.h"
+#include "translators/Cancelled.h"
 #include "translators/ImageFields.h"
-#include "translators/ReadText.h"
 #include "ui.h"
 #include <algorithm>
 
@@ -67,12 +67,14 @@ public:
     {
         const platform::WaitCursor wait;
         if (!fields1_.usable() || !fields2_.usable()) return E_FAIL;
-        (void)com::call(question_.side1.translator, &ITranslator::GetTranslatorCaps, &caps1_);
-        (void)com::call(question_.side2.translator, &ITranslator::GetTranslatorCaps, &caps2_);
+        (void)unlessCancelled(com::call(question_.side1.translator, &ITranslator::GetTranslatorCaps, &caps1_));
+        (void)unlessCancelled(com::call(question_.side2.translator, &ITranslator::GetTranslatorCaps, &caps2_));
         component_ = createComponent();
         if (const std::u16string language = GetUserLanguage(); language != u"en")
             com::check(com::call(component_, &IMergeDialog::SetLanguage, com::Bstr(language).get()));
         offerRecords();
+        fields1_.throwIfCancelled();
+        fields2_.throwIfCancelled();
         const LONG result = ask();
         if (result == 0) apply();
         return result;
@@ -86,8 +88,8 @@ private:
     // Both records stay open until their images are files too.
     void offerRecords()
     {
-        const RecordReading record1(question_.side1.translator, question_.side1.recordId);
-        const RecordReading record2(question_.side2.translator, question_.side2.recordId);
+        const RecordReading record1(fields1_, question_.side1.recordId);
+        const RecordReading record2(fields2_, question_.side2.recordId);
         com::check(record1 && record2 ? S_OK : E_FAIL);
         addFields(record1, record2);
         showImages(front_, &IMergeDialog::SetFrontImages);
@@ -117,7 +119,8 @@ private:
         if (categories) addField(categories->first, categories->second);
     }
 
-    // A value that one side alone changed is offered for both; else both are read afresh.
+    // A value that one side alone changed is offered for both; else both are read afresh. A value that cannot be read ends the merge: shown
+    // as empty, it could be taken and written.
     Values valuesOf(const TranslatorFields::Item& item, const RecordReading& record1, const RecordReading& record2) const
     {
         const LONG type2 = mappedType(question_.FieldTypes, item.type);
@@ -127,8 +130,8 @@ private:
         if (changed1 != changed2) {
             values.value1 = values.value2 = changed1 ? change1->second : change2->second;
         } else {
-            (void)readText(fields1_.translator(), record1.id(), item.guid, values.value1);
-            (void)fields2_.read(record2, type2, values.value2);
+            com::check(fields1_.read(record1, item.guid, values.value1));
+            if (fields2_.ofType(type2)) com::check(fields2_.read(record2, type2, values.value2));
         }
         if (item.type == ftCategories) values.value1 = CategoriesForDisplay(values.value1);
         if (type2 == ftCategories) values.value2 = CategoriesForDisplay(values.value2);
@@ -197,8 +200,8 @@ private:
             if (type == ftCategories) value = CategoriesFromDisplay(value);
         }
         if (merged.empty()) return;
-        const RecordReading record1(question_.side1.translator, question_.side1.recordId);
-        const RecordReading record2(question_.side2.translator, question_.side2.recordId);
+        const RecordReading record1(fields1_, question_.side1.recordId);
+        const RecordReading record2(fields2_, question_.side2.recordId);
         com::check(record1 && record2 ? S_OK : E_FAIL);
         for (auto& [label, value] : merged) {
             const auto known = typeOf.find(label);

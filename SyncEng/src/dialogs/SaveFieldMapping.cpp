@@ -5,6 +5,8 @@
 #include "foundation/StartUp.h"
 #include "host.h"
 #include "store/ConfigStore.h"
+#include "translators/Cancelled.h"
+#include "translators/Cancelled.h"
 #include "ui.h"
 #include <algorithm>
 
@@ -116,9 +118,13 @@ HRESULT EditFieldMapping(HWND parent, REFGUID map, bool setFlagForHistory)
     record.database1 = database1.text();
     record.database2 = database2.text();
     CFieldMappingDlg dialog(std::move(record), setFlagForHistory);
-    const int ending = ShowDialog(dialog, parent);
-    if (FAILED(dialog.result())) return dialog.result();
-    return ending == idOk ? S_OK : S_FALSE;
+    try {
+        const int ending = ShowDialog(dialog, parent);
+        if (FAILED(dialog.result())) return dialog.result();
+        return ending == idOk ? S_OK : S_FALSE;
+    } catch (const Cancelled&) {
+        return E_ABORT;
+    }
 }
 
 } // namespace mb

@@ -1,4 +1,5 @@
-// A translator as the dialogs see it: its fields by type, and the values of the record that is open for reading.
+// A translator as the dialogs see it: its fields by type, and the values of the record that is open for reading. E_ABORT from the
+// translator is the user's cancel: it is thrown as Cancelled.
 #pragma once
 #include "com.h"
 #include "interfaces.h"
@@ -8,10 +9,13 @@
 
 namespace mb {
 
+class TranslatorFields;
+
 // A record open for reading for as long as this lives.
 class RecordReading {
 public:
-    RecordReading(ITranslator* translator, std::u16string_view recordId);
+    // The fields must outlive this object.
+    RecordReading(const TranslatorFields& fields, std::u16string_view recordId);
     RecordReading(const RecordReading&) = delete;
     RecordReading& operator=(const RecordReading&) = delete;
     ~RecordReading() { end(); }
@@ -20,7 +24,7 @@ public:
     void end() noexcept;
 
 private:
-    ITranslator* translator_;
+    const TranslatorFields& fields_;
     com::Bstr id_;
     bool open_ = false;
 };
@@ -44,10 +48,15 @@ public:
     [[nodiscard]] std::u16string nameOfType(LONG type) const;
     // The value of the open record; on failure, and where no field has the type, the text is empty.
     HRESULT read(const RecordReading& record, LONG type, std::u16string& text) const;
+    HRESULT read(const RecordReading& record, REFGUID field, std::u16string& text) const;
+    // A cancel that came when a record was closed waits for this call.
+    void throwIfCancelled() const;
     [[nodiscard]] ITranslator* translator() const noexcept { return translator_; }
 
 private:
+    friend class RecordReading;
     ITranslator* translator_;
+    mutable bool cancelled_ = false; // by the end of a reading
     com::Ptr<IFieldList> list_;
     com::Ptr<IField> field_;
     std::vector<Item> items_;

@@ -6,14 +6,12 @@
 #pragma once
 #include "com.h"
 #include "interfaces.h"
+#include "translators/Cancelled.h"
 #include <cstdint>
 #include <optional>
 #include <string>
 
 namespace mb {
-
-// Thrown by a client after a translator answered E_ABORT. The pipeline ends the run with E_ABORT.
-struct Cancelled {};
 
 enum class Presence { Present, Absent, Failed };
 

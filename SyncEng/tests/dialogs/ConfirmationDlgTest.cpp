@@ -198,6 +198,17 @@ TEST_F(ConfirmationDlgTest, TheDetailsListEachContactOfEachSideWithTheDeletionsC
     EXPECT_FALSE(control(dialog, 2).visible);
 }
 
+TEST_F(ConfirmationDlgTest, ACancelFromAStoreThatTheDetailsReadEndsTheConfirmationToo)
+{
+    add(2, mb::PlannedNew, record(s.one(), u"Ada", u"Lovelace"));
+    CConfirmationDlg dialog(changes);
+    dialog.prepare();
+    s.log().failNext("1 BeginReadRecord", E_ABORT);
+    dialog.press(202);
+    EXPECT_TRUE(dialog.cancelledByTranslator());
+    EXPECT_EQ(dialog.ending(), 2);
+}
+
 TEST_F(ConfirmationDlgTest, TwoClicksOnAHeaderSortUpAndThenDown)
 {
     for (const char16_t* last : {u"beta", u"Alpha", u"alpha", u"Gamma"}) add(1, mb::PlannedNew, record(s.two(), u"x", last));

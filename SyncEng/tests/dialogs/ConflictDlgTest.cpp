@@ -1,6 +1,7 @@
 #include "dialogs/CConflictDlg.h"
 #include "dialogs/CDeleteConflictDlg.h"
 #include "DialogsFixture.h"
+#include "translators/Cancelled.h"
 
 namespace {
 
@@ -235,6 +236,27 @@ TEST_F(ConflictDlgTest, ARecordThatCannotBeReadLeavesEmptyNamesAndTheDialogShows
     s.log().failOn("1 BeginReadRecord", 1, E_FAIL);
     EXPECT_THAT(message(),
                 mbtest::Begins(u"Conflicting changes were made to the contact \"\" in First and the matching contact \"Ada Lovelace\""));
+}
+
+TEST_F(ConflictDlgTest, ACancelFromAStoreThatItReadsIsNoAnswer)
+{
+    for (const char* call : {"1 BeginReadRecord", "2 BeginReadRecord", "1 ReadField", "2 EndReadRecord", "1 GetCount", "2 GetFieldType"}) {
+        s.log().failNext(call, E_ABORT);
+        CConflictDlg dialog(question);
+        EXPECT_THROW((void)mb::ShowDialog(dialog, nullptr), mb::Cancelled) << call;
+        EXPECT_FALSE(dialog.ending()) << call << ": it was never shown";
+    }
+}
+
+TEST_F(ConflictDlgTest, ACancelFromAStoreDuringTheMergeEndsItWithoutAMessage)
+{
+    CConflictDlg dialog(question);
+    dialog.prepare();
+    s.log().failNext("2 GetTranslatorCaps", E_ABORT);
+    dialog.press(1);
+    EXPECT_TRUE(dialog.cancelledByTranslator());
+    EXPECT_EQ(dialog.ending(), 2);
+    EXPECT_TRUE(user.messages.empty());
 }
 
 TEST_F(ConflictDlgTest, ATranslatorWithoutFieldsIsShownWithoutNames)

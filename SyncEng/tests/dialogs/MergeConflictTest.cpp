@@ -153,6 +153,17 @@ TEST_F(MergeConflictTest, ARecordThatCannotBeReadIsAFailureAndChangesNothing)
     EXPECT_EQ(question.ChangeMap1.size(), 1u);
 }
 
+TEST_F(MergeConflictTest, AValueThatCannotBeReadIsNotOfferedAsEmpty)
+{
+    for (const char* call : {"1 ReadField", "2 ReadField"}) {
+        s.log().failNext(call, E_FAIL);
+        told = {};
+        EXPECT_EQ(merge(), E_FAIL) << call;
+        EXPECT_TRUE(told.title.empty()) << "nobody was asked";
+        EXPECT_EQ(question.ChangeMap1.size(), 1u);
+    }
+}
+
 TEST_F(MergeConflictTest, AFieldThatDidNotComeBackIsEmptied)
 {
     told.merged = u"First name\tAda\tCity\tParis\tNotes\tn\tCategories\ta, b"; // no phone

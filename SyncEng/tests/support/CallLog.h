@@ -16,6 +16,7 @@ public:
 
     // The n-th call of the method, counted from 1 over all fakes of the log, answers the code; "1 SaveRecord" counts side 1 alone.
     void failOn(const std::string& method, int n, HRESULT hr) { failures_[method][n] = hr; }
+    void failNext(const std::string& method, HRESULT hr) { failOn(method, count(method) + 1, hr); }
     void throwOn(const std::string& method, int n) { throws_[method].insert(n); }
     // Notes the call; throws what was ordered as a com::Error, or as something that no one expects.
     void note(const std::string& side, const std::string& method, const std::string& arguments = {});
