@@ -2,29 +2,16 @@
 
 #include "Ascii.h"
 #include "Charset.h"
+#include "LineHeader.h"
 #include "Transfer.h"
 
 #include <algorithm>
-#include <array>
 
 namespace mb::vcard {
 namespace {
 
 constexpr auto npos = std::string_view::npos;
 constexpr std::size_t kFoldAt = 75;
-
-// The place of the colon or semicolon that ends a part of the header; quotes protect both, unless they are never closed.
-std::size_t findOutsideQuotes(std::string_view text, char wanted, std::size_t from)
-{
-    const std::size_t first = text.find(wanted, from);
-    if (first == npos || text.substr(from, first - from).find('"') == npos) return first;
-    bool quoted = false;
-    for (std::size_t i = from; i < text.size(); ++i) {
-        if (text[i] == '"') quoted = !quoted;
-        if (!quoted && text[i] == wanted) return i;
-    }
-    return quoted ? first : npos;
-}
 
 bool isFold(std::string_view text, std::size_t lineEnd)
 {
@@ -38,6 +25,7 @@ std::string unfold(std::string_view text, Version version, bool keepSoftBreaks)
     std::string joined;
     joined.reserve(text.size());
     const bool bareReturns = text.find('\n') == npos; // an old file that ends its lines with CR alone
+    std::size_t lineStart = 0;                        // in the joined text: of the physical line and what it is folded to
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::size_t end = i;
         while (end < text.size() && text[end] == '\r') ++end;
@@ -49,12 +37,14 @@ std::string unfold(std::string_view text, Version version, bool keepSoftBreaks)
             i = std::max(end, i + 1) - 1;
             continue;
         }
+        const bool folded = isFold(text, end);
         if (keepSoftBreaks && joined.ends_with('='))
             joined += '\n';
-        else if (isFold(text, end))
+        else if (folded)
             end += version == Version::V21 ? 0 : 1;
-        else if (joined.ends_with('\\'))
+        else if (endsInLoneBackslash(std::string_view(joined).substr(lineStart)))
             joined.back() = '\n';
+        if (!folded) lineStart = joined.size();
         i = end;
     }
     return joined;
@@ -67,6 +57,7 @@ std::string fold(std::string_view line, std::string_view eol)
     while (line.size() > room) {
         std::size_t cut = room;
         while (cut > room - 4 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
+        if (endsInLoneBackslash(line.substr(0, cut))) --cut; // an escape stays on one line
         folded.append(line.substr(0, cut)).append(eol).append(" ");
         line.remove_prefix(cut);
         room = kFoldAt - 1;
@@ -86,13 +77,6 @@ std::u16string withPlainNewlines(std::u16string text)
             plain += u'\n';
     }
     return plain;
-}
-
-// The name that a bare word of version 2.1 stands for.
-std::string_view bareWordName(std::string_view word)
-{
-    constexpr std::array<std::string_view, 5> kEncodings = {"QUOTED-PRINTABLE", "BASE64", "7BIT", "8BIT", "B"};
-    return std::any_of(kEncodings.begin(), kEncodings.end(), [&](auto e) { return equalFold(e, word); }) ? "ENCODING" : "TYPE";
 }
 
 bool ownsParam(std::string_view text, std::string_view name)
@@ -129,8 +113,7 @@ Line Line::parse(std::string_view raw, Version version)
     raw = raw.substr(0, content);
     const bool folded = raw.find('\n') != npos || raw.find('\r') != npos;
     const auto split = [&](std::string_view joined) {
-        std::size_t colon = findOutsideQuotes(joined, ':', 0);
-        if (colon == npos) colon = joined.find(':');
+        const std::size_t colon = endOfHeader(joined);
         line.header_ = joined.substr(0, colon);
         line.body_ = colon == npos ? std::string_view() : joined.substr(colon + 1);
     };
@@ -143,6 +126,7 @@ Line Line::parse(std::string_view raw, Version version)
 void Line::parseHeader()
 {
     params_.clear();
+    encoding_ = encodingOf(header_);
     const std::string_view header = header_;
     std::size_t at = std::min(header.find(';'), header.size());
     std::string_view name = header.substr(0, at);
@@ -182,18 +166,6 @@ bool Line::hasType(std::string_view type) const
         }
     }
     return false;
-}
-
-bool Line::quotedPrintable() const
-{
-    const std::string* encoding = param("ENCODING");
-    return encoding && equalFold(*encoding, "QUOTED-PRINTABLE");
-}
-
-bool Line::base64() const
-{
-    const std::string* encoding = param("ENCODING");
-    return encoding && (equalFold(*encoding, "BASE64") || equalFold(*encoding, "B"));
 }
 
 bool Line::openEnded() const { return quotedPrintable() && std::string_view(raw()).substr(0, raw().size() - eol_.size()).ends_with('='); }
@@ -239,9 +211,35 @@ void Line::setBody(std::string body, bool folds)
     textKnown_ = false;
 }
 
+namespace {
+
+// The escaped text on one line. A value that came from several lines holds their breaks as they were; a backslash in front of one, or at
+// the end of the value, is a character of the text.
+std::u16string onOneLine(std::u16string escaped)
+{
+    if (escaped.find(u'\n') == escaped.npos && !escaped.ends_with(u'\\')) return escaped;
+    std::u16string text;
+    text.reserve(escaped.size() + 8);
+    for (std::size_t i = 0; i < escaped.size(); ++i) {
+        const bool atEnd = i + 1 == escaped.size();
+        if (escaped[i] == u'\n')
+            text += u"\\n";
+        else if (escaped[i] != u'\\')
+            text += escaped[i];
+        else if (atEnd || escaped[i + 1] == u'\n')
+            text += u"\\\\";
+        else
+            text.append({u'\\', escaped[++i]});
+    }
+    return text;
+}
+
+} // namespace
+
 void Line::setValue(std::u16string escaped, const Context& context)
 {
     const bool v21 = context.version == Version::V21;
+    if (!v21) escaped = onOneLine(std::move(escaped));
     std::string utf8 = toUtf8(escaped);
     const std::string* declared = param("CHARSET");
     if (!v21 && !declared && !encoded() && sameCharset(context.charset, kUtf8)) {
@@ -254,7 +252,7 @@ void Line::setValue(std::u16string escaped, const Context& context)
     std::optional<std::string> bytes = encode(escaped, declared ? *declared : context.charset);
     // Text of version 2.1 is ASCII unless the line or the bytes of the card say otherwise.
     const bool undeclared = v21 && !declared && !ascii && sameCharset(context.charset, kUtf8) && !base64();
-    const bool needsEncoding = v21 && (undeclared || !bytes || utf8.find('\n') != npos);
+    const bool needsEncoding = v21 && (undeclared || !bytes || utf8.find('\n') != npos || endsInLoneBackslash(utf8));
     if (undeclared || !bytes) {
         removeParam("CHARSET");
         addParam("CHARSET", kUtf8);
@@ -264,11 +262,27 @@ void Line::setValue(std::u16string escaped, const Context& context)
     if (quotedPrintable()) {
         std::string plain;
         for (const char c : *bytes) plain += c == '\n' ? std::string("\r\n") : std::string(1, c);
-        setBody(encodeQuotedPrintable(plain, header_.size() + 1, eol_), false);
+        setQuotedPrintable(plain);
     } else {
         // Version 2.1 folds at blanks only, and its readers disagree on what becomes of the blank: such a line stays whole.
         setBody(base64() ? encodeBase64(*bytes) : std::move(*bytes), !v21 || base64());
     }
+}
+
+void Line::setQuotedPrintable(std::string_view plain) { setBody(encodeQuotedPrintable(plain, header_.size() + 1, eol_), false); }
+
+void Line::keepCharset(const Context& read, const Context& assumed)
+{
+    if (name_.empty() || base64() || param("CHARSET")) return;
+    std::u16string text = decoded(read);
+    if (text == decoded(assumed)) return;
+    addParam("CHARSET", read.charset);
+    if (quotedPrintable())
+        setQuotedPrintable(decodeQuotedPrintable(body_));
+    else
+        setBody(std::string(body_), read.version != Version::V21);
+    text_ = withPlainNewlines(std::move(text));
+    textKnown_ = true;
 }
 
 namespace {

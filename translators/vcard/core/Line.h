@@ -1,5 +1,7 @@
 // One line of a card: its bytes as they stand in the file, and what they say. The bytes change only when the value is set.
 #pragma once
+#include "LineHeader.h"
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,16 +46,19 @@ public:
     std::uint64_t jpegSize() const; // without decoding it
     bool hasJpeg() const;
     void setJpeg(std::string_view bytes, Version version);
+    // Names the charset that the value is read in, if it would be read otherwise once the card's own charset is taken for another one.
+    void keepCharset(const Context& read, const Context& assumed);
     void addParam(std::string_view name, std::string_view value);
     void removeParam(std::string_view name);
 
 private:
     void parseHeader();
-    bool quotedPrintable() const;
-    bool base64() const;
-    bool encoded() const { return quotedPrintable() || base64(); }
+    bool quotedPrintable() const { return encoding_ == Encoding::QuotedPrintable; }
+    bool base64() const { return encoding_ == Encoding::Base64; }
+    bool encoded() const { return encoding_ != Encoding::Plain; }
     std::u16string decoded(const Context& context) const;
     void setBody(std::string body, bool folds);
+    void setQuotedPrintable(std::string_view plain);
 
     // A value that is set part by part is put into its final form once, when the bytes are asked for.
     mutable std::string raw_;
@@ -65,6 +70,7 @@ private:
     std::string body_;            // unfolded, behind the colon, still encoded
     std::string eol_;
     std::string name_, group_;
+    Encoding encoding_ = Encoding::Plain;
     std::vector<Param> params_;
 };
 

@@ -1,6 +1,7 @@
 #include "LineReader.h"
 
 #include "Ascii.h"
+#include "LineHeader.h"
 
 namespace mb::vcard {
 namespace {
@@ -29,14 +30,12 @@ RawLine::Kind kindOf(std::string_view content)
     return equalFold(name, "END") ? RawLine::Kind::End : RawLine::Kind::Property;
 }
 
-bool headerHas(std::string_view line, std::string_view word)
+// Whether the physical line, taken with what it is folded to, ends in a backslash that is not escaped.
+bool leavesBackslash(std::string_view physical, bool isFold, bool before)
 {
-    const std::string_view header = line.substr(0, line.find(':'));
-    for (std::size_t at = header.find(';'); at != npos; at = header.find(';', at + 1)) {
-        const std::string_view param = header.substr(at + 1, header.find(';', at + 1) - at - 1);
-        if (equalFold(trimmed(param.substr(param.find('=') == npos ? 0 : param.find('=') + 1)), word)) return true;
-    }
-    return false;
+    const std::string_view text = isFold ? physical.substr(1) : physical;
+    const bool lone = endsInLoneBackslash(text);
+    return isFold && text.find_first_not_of('\\') == npos ? lone != before : lone;
 }
 
 } // namespace
@@ -68,18 +67,25 @@ LineReader::Physical LineReader::physicalAt(std::size_t at) const
     return {at, content, found + 1};
 }
 
-bool LineReader::continues(Head& head, std::string_view last, std::string_view following)
+Encoding LineReader::encodingOf(Head& head) const
+{
+    if (head.encoding) return *head.encoding;
+    const std::string_view soFar = text_.substr(head.begin, head.end - head.begin);
+    const std::size_t colon = findOutsideQuotes(soFar, ':', 0);
+    if (colon == npos) return Encoding::Plain; // the header goes on
+    head.encoding = vcard::encodingOf(soFar.substr(0, colon));
+    return *head.encoding;
+}
+
+bool LineReader::continues(Head& head, std::string_view last, std::string_view following) const
 {
     if (following.empty()) return false;
     if (isBlank(following.front())) return true;
     if (const RawLine::Kind kind = kindOf(following); kind == RawLine::Kind::Begin || kind == RawLine::Kind::End) return false;
-    if (last.ends_with('=')) {
-        if (!head.quotedPrintable) head.quotedPrintable = headerHas(head.content, "QUOTED-PRINTABLE");
-        if (*head.quotedPrintable) return true;
-    }
+    if (last.ends_with('=') && encodingOf(head) == Encoding::QuotedPrintable) return true;
     if (following.find(':') != npos) return false;
-    if (!head.base64) head.base64 = headerHas(head.content, "BASE64") || headerHas(head.content, "B");
-    return last.ends_with('\\') || *head.base64;
+    // A line of base64 holds no semicolon; a header that is folded in front of its colon mostly does.
+    return head.backslash || (encodingOf(head) == Encoding::Base64 && following.find(';') == npos);
 }
 
 bool LineReader::next(RawLine& line)
@@ -89,13 +95,15 @@ bool LineReader::next(RawLine& line)
     const std::size_t begin = current.begin;
     std::string_view content = text_.substr(begin, current.contentEnd - begin);
     line = {kindOf(content), content, number_++};
-    Head head{content, {}, {}};
+    Head head{begin, current.contentEnd, endsInLoneBackslash(content), {}};
     while (line.kind == RawLine::Kind::Property && current.end < text_.size()) {
         const Physical following = physicalAt(current.end);
         const std::string_view followingContent = text_.substr(following.begin, following.contentEnd - following.begin);
         if (!continues(head, content, followingContent)) break;
         current = following;
         content = followingContent;
+        head.end = current.contentEnd;
+        head.backslash = leavesBackslash(content, isBlank(content.front()), head.backslash);
         ++number_;
     }
     at_ = current.end;

@@ -1,6 +1,8 @@
 // Cuts the text of a vCard file into logical lines and cards, and says what is wrong with it and where.
 // Every byte of the text belongs to exactly one line, so the lines put together are the text again.
 #pragma once
+#include "LineHeader.h"
+
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -34,12 +36,14 @@ private:
         std::size_t begin, contentEnd, end;
     };
     Physical physicalAt(std::size_t at) const;
-    // What the header of a line says of the lines behind it; found out when it is asked for first.
+    // The logical line so far.
     struct Head {
-        std::string_view content;
-        std::optional<bool> quotedPrintable, base64;
+        std::size_t begin, end;
+        bool backslash;                   // ends in a backslash that is not escaped
+        std::optional<Encoding> encoding; // once it was asked for and the header has ended
     };
-    static bool continues(Head& head, std::string_view last, std::string_view following);
+    Encoding encodingOf(Head& head) const;
+    bool continues(Head& head, std::string_view last, std::string_view following) const;
 
     std::string_view text_;
     std::size_t at_ = 0;

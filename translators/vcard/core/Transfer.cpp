@@ -70,10 +70,10 @@ std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, st
         std::string unit;
         do {
             const auto b = static_cast<unsigned char>(bytes[i]);
-            const bool edgeBlank = b == ' ' && i + 1 == bytes.size();
-            if (b > 32 && b < 127 && b != '=')
+            const bool atEnd = i + 1 == bytes.size(); // a blank there may be cut off, a backslash may join the next line
+            if (b > 32 && b < 127 && b != '=' && !(atEnd && b == '\\'))
                 unit += static_cast<char>(b);
-            else if (b == ' ' && !edgeBlank)
+            else if (b == ' ' && !atEnd)
                 unit += ' ';
             else
                 unit += {'=', kHex[b >> 4], kHex[b & 15]};

@@ -81,6 +81,12 @@ std::size_t endOfPart(std::u16string_view text, char16_t separator, std::size_t 
     return std::min(at, text.size());
 }
 
+bool endsInLoneBackslash(std::u16string_view text)
+{
+    const std::size_t last = text.find_last_not_of(u'\\');
+    return (text.size() - (last == text.npos ? 0 : last + 1)) % 2 != 0;
+}
+
 } // namespace
 
 std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t separator)
@@ -96,6 +102,8 @@ std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t sepa
 
 std::u16string withPart(std::u16string_view text, char16_t separator, std::size_t part, std::u16string_view value, std::size_t least)
 {
+    std::u16string ended; // a backslash at the end would protect a separator that is put behind it
+    if (endsInLoneBackslash(text)) text = ended = std::u16string(text) + u'\\';
     std::size_t begin = 0, end = endOfPart(text, separator, 0), count = 0; // `count` parts stand in front of the one from begin to end
     for (; count < part && end < text.size(); ++count) {
         begin = end + 1;

@@ -376,6 +376,62 @@ TEST(Card, EveryFieldIsHeldByEveryVersion)
     }
 }
 
+// One part of a structured value is written: the parts beside it were joined from several lines, or end in a backslash.
+TEST(Card, ALineBreakInAnotherPartOfTheValueStaysALineBreak)
+{
+    struct Case {
+        std::string before;
+        int field, other;
+        std::u16string kept;
+    };
+    for (const Case& each :
+         {Case{v30("ADR;TYPE=WORK:;;one\\\r\ntwo;City;;;\r\n"), 9, 8, u"one\ntwo"},
+          Case{v40("ADR;TYPE=work:;;one\\\r\ntwo;City;;;\r\n"), 9, 8, u"one\ntwo"},
+          Case{v21("ADR;WORK:;;one\\\r\ntwo;City;;;\r\n"), 9, 8, u"one\ntwo"}, Case{v30("N:Doe;Ja\rne;;;\r\nFN:x\r\n"), 4, 2, u"Ja\nne"},
+          Case{v30("N:Doe;Ja\\\rne;;;\r\nFN:x\r\n"), 4, 2, u"Ja\\\nne"}, Case{v21("N:Doe;Ja\rne;;;\r\n"), 4, 2, u"Ja\nne"}}) {
+        ASSERT_FALSE(scanCards(each.before).error) << each.before;
+        Card card = Card::parse(each.before);
+        EXPECT_TRUE(card.set(each.field, u"new"));
+        const std::string after = card.bytes();
+        EXPECT_FALSE(scanCards(after).error) << after;
+        expectFields(Card::parse(after), {{each.field, u"new"}, {each.other, each.kept}});
+    }
+}
+
+TEST(Card, ABackslashAtTheEndOfAValueDoesNotReachThePartsBehindIt)
+{
+    Card card = Card::parse(v30("ORG:Acme\\\r\nFN:x\r\nN:x;;;;\r\n"));
+    card.set(68, u"Sales");
+    expectFields(Card::parse(card.bytes()), {{7, u"Acme\\"}, {68, u"Sales"}});
+}
+
+// The line behind the value has its colon only behind a fold, so a backslash at the end of the value must be no continuation.
+TEST(Card, AValueThatEndsInABackslashLeavesTheNextLineAlone)
+{
+    const std::string next = "X-LONG;NAME=first\r\n second:1\r\n";
+    for (const std::string& before : {v21("NOTE:old\r\n" + next), v21("NOTE;ENCODING=QUOTED-PRINTABLE:old\r\n" + next),
+                                      v30("NOTE:old\r\n" + next), v40("NOTE:old\r\n" + next)})
+        for (const char16_t* value : {u"C:\\", u"C:\\\\", u"C:\\\\\\"}) {
+            Card card = Card::parse(before);
+            card.set(18, value);
+            const std::string after = card.bytes();
+            EXPECT_EQ(logicalLines(after).size(), logicalLines(before).size()) << after;
+            EXPECT_NE(after.find(next), after.npos) << after;
+            expectFields(Card::parse(after), {{18, value}});
+        }
+    for (std::size_t size = 60; size < 80; ++size) { // wherever the line is folded
+        Card card = Card::parse(v30("NOTE:old\r\n" + next));
+        const std::u16string value = std::u16string(size, u'x') + u"\\\\";
+        card.set(18, value);
+        EXPECT_EQ(logicalLines(card.bytes()).size(), 5u) << card.bytes();
+        for (const std::string& line : physicalLines(card.bytes())) {
+            const std::size_t end = line.find_last_not_of("\r\n\\");
+            EXPECT_EQ((line.find_last_not_of("\r\n") - end) % 2, 0u) << "an escape is folded in two: " << line;
+        }
+        expectFields(Card::parse(card.bytes()), {{18, value}});
+    }
+}
+
 // Random edits: the field reads back what was set, every other field and every line of another slot stays as it was.
 TEST(Card, RandomEditsTouchNothingElse)
 {
@@ -428,7 +484,8 @@ TEST(Card, HugeCardsTakeLinearTime)
     for (const std::string& lines :
          {repeated("a.TEL:1\r\na.X-ABLabel:x\r\n"), "NOTE;ENCODING=QUOTED-PRINTABLE;" + repeated(";") + ":" + repeated("=\r\n") + "\r\n",
           "NOTE:" + repeated("\r") + "\r\n", "NOTE" + repeated(";X=\"") + ":1\r\n", "N:" + repeated(";\\") + "\r\n",
-          "NOTE:" + repeated("\r\n x") + "\r\n", "EMAIL:" + repeated("a\r\nEMAIL:") + "\r\n"}) {
+          "NOTE:" + repeated("\r\n x") + "\r\n", "NOTE;BASE64:" + repeated("\\\\\r\n") + "\r\n", "NOTE:" + repeated("\\\r\n") + "\r\n",
+          "NOTE:" + repeated("\r\n \\") + "\r\n", "EMAIL:" + repeated("a\r\nEMAIL:") + "\r\n"}) {
         const std::string text = v30(lines);
         ASSERT_FALSE(scanCards(text).error);
         Card card = Card::parse(text);

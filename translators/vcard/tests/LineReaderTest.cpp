@@ -1,6 +1,7 @@
 #include "LineReader.h"
 
 #include "FileText.h"
+#include "Line.h"
 #include "Samples.h"
 
 #include <gtest/gtest.h>
@@ -47,6 +48,36 @@ TEST(LineReader, JoinsFoldsSoftBreaksBase64AndBackslashes)
     EXPECT_EQ(linesOf("A;ENCODING=QUOTED-PRINTABLE:1=\nEND:VCARD\n").size(), 2u) << "a soft break does not swallow the end";
     EXPECT_EQ(linesOf("A:1\r\r\nB:2\r\r\n").size(), 2u);
     EXPECT_EQ(linesOf("A:1\rB:2\r").size(), 2u);
+}
+
+TEST(LineReader, AnEscapedBackslashAtTheEndOfALineJoinsNothing)
+{
+    EXPECT_EQ(linesOf("NOTE:C:\\\\\nX-LONG;NAME=first\n second:1\n"),
+              (std::vector<std::string>{"NOTE:C:\\\\\n", "X-LONG;NAME=first\n second:1\n"}));
+    EXPECT_EQ(linesOf("NOTE:C:\\\n \\\nX-LONG;NAME=first\n second:1\n").size(), 2u) << "the pair is folded in two";
+    EXPECT_EQ(linesOf("NOTE:C:\\\\\n \\\nmore\nB:1\n").size(), 2u) << "an escaped backslash and one that is not";
+    EXPECT_EQ(linesOf("NOTE:C:\\\\\\\nmore\nB:1\n").size(), 2u);
+}
+
+TEST(LineReader, AFoldedHeaderBehindBase64IsNoPartOfIt)
+{
+    EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nX-LONG;NAME=first\n second:1\n").size(), 2u);
+    EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nBBBB\nX-LONG;NAME=first\n second:1\n").size(), 2u);
+}
+
+// A soft line break is one for both, or for none: else a line put behind the value would become part of it.
+TEST(LineReader, AgreesWithTheLineOnWhatIsQuotedPrintable)
+{
+    for (const char* header : {"NOTE;ENCODING=QUOTED-PRINTABLE", "NOTE;QUOTED-PRINTABLE", "NOTE;X-ENC=QUOTED-PRINTABLE",
+                               "NOTE;ENCODING=\"QUOTED-PRINTABLE\"", "NOTE; ENCODING = quoted-printable", "NOTE; QUOTED-PRINTABLE",
+                               "NOTE;X=\"a:b\";ENCODING=QUOTED-PRINTABLE", "NOTE;8BIT;QUOTED-PRINTABLE", "NOTE;TYPE=QUOTED-PRINTABLE",
+                               "NOTE;ENCODING=QUOTED-\r\n PRINTABLE", "NOTE;X=\"a;QUOTED-PRINTABLE;b\"", "X-NOTE"}) {
+        const std::string first = std::string(header) + ":1=\r\n";
+        const std::size_t own = linesOf(first + "X-NEXT:2\r\n").size();
+        for (const Version version : {Version::V21, Version::V30}) EXPECT_EQ(Line::parse(first, version).openEnded(), own == 1) << header;
+    }
+    EXPECT_TRUE(Line::parse("NOTE;ENCODING=\"quoted-printable\":1=\r\n", Version::V30).openEnded());
+    EXPECT_FALSE(Line::parse("NOTE;X-ENC=QUOTED-PRINTABLE:1=\r\n", Version::V30).openEnded());
 }
 
 TEST(LineReader, CutsFilesIntoCards)
