@@ -85,19 +85,43 @@ Card Card::parse(std::string_view text)
     LineReader reader(text);
     RawLine raw;
     int depth = 0;
-    std::string declared;
     card.reserve();
     while (reader.next(raw)) {
         if (raw.kind == RawLine::Kind::End) --depth;
         const bool own = raw.kind == RawLine::Kind::Property && depth == 1;
         card.lines_.push_back(own ? Line::parse(raw.bytes, card.context_.version) : Line::opaque(raw.bytes));
         if (raw.kind == RawLine::Kind::Begin) ++depth;
-        if (const std::string* charset = own ? card.lines_.back().param("CHARSET") : nullptr)
-            if (declared.empty() && !sameCharset(*charset, kUtf8)) declared = *charset;
     }
-    card.context_.charset = isUtf8(text) ? std::string(kUtf8) : declared.empty() ? std::string(kWindows1252) : declared;
+    card.context_.charset = card.charsetOf(text);
+    card.mayChangeCharset_ = !isUtf8(text) || !card.declaredCharset().empty();
     card.claimAll();
     return card;
+}
+
+// The first charset besides UTF-8 that a line declares; empty for none.
+std::string Card::declaredCharset() const
+{
+    for (const Line& line : lines_)
+        if (const std::string* charset = line.param("CHARSET"); charset && !sameCharset(*charset, kUtf8)) return *charset;
+    return {};
+}
+
+// The charset of the lines that declare none.
+std::string Card::charsetOf(std::string_view text) const
+{
+    if (isUtf8(text)) return std::string(kUtf8);
+    const std::string declared = declaredCharset();
+    return declared.empty() ? std::string(kWindows1252) : declared;
+}
+
+// After an edit: where the card, read again, would be taken for one of another charset, the lines that this concerns name theirs.
+void Card::keepCharset()
+{
+    if (!mayChangeCharset_) return;
+    Context assumed = context_;
+    assumed.charset = charsetOf(bytes());
+    if (sameCharset(assumed.charset, context_.charset)) return;
+    for (Line& line : lines_) line.keepCharset(context_, assumed);
 }
 
 // As many lines as most cards have.
@@ -295,6 +319,7 @@ bool Card::set(int type, std::u16string_view value)
     } else {
         replace(*field, text);
     }
+    keepCharset();
     return true;
 }
 
@@ -407,6 +432,7 @@ void Card::completeName()
     if (isDerived(line) && line.value(context_) == escape(name, context_.version, false)) return;
     if (!isDerived(line)) line.addParam(kDerivedParam, "true");
     line.setValue(compose(field, line, name), context_);
+    keepCharset();
 }
 
 } // namespace mb::vcard

@@ -47,6 +47,9 @@ private:
     using Slots = std::array<int, kSlots>; // line number, -1 for none
 
     void reserve();
+    std::string declaredCharset() const;
+    std::string charsetOf(std::string_view text) const;
+    void keepCharset();
     void claimAll();
     void claimAgain(std::size_t at);
     Slots resolve(std::size_t without) const;
@@ -65,6 +68,7 @@ private:
     void addImage(const Field& field, std::string_view jpeg);
 
     Context context_;
+    bool mayChangeCharset_ = false; // the card is not all UTF-8, or a line declares another charset
     std::vector<Line> lines_;
     std::vector<Claim> claims_;
     Slots slots_{};

@@ -432,6 +432,48 @@ TEST(Card, AValueThatEndsInABackslashLeavesTheNextLineAlone)
     }
 }
 
+void expectOthersUnmoved(const std::string& before, int type, std::u16string_view value)
+{
+    Card card = Card::parse(before);
+    const Card was = card;
+    ASSERT_TRUE(card.set(type, value));
+    const Card is = Card::parse(card.bytes());
+    EXPECT_EQ(toUtf8(is.get(type)), toUtf8(value)) << card.bytes();
+    for (const Field& other : fields())
+        if (other.type != type) {
+            EXPECT_EQ(toUtf8(is.get(other.type)), toUtf8(was.get(other.type))) << int{other.type} << "\n" << card.bytes();
+        }
+}
+
+// A card in which some lines are UTF-8 and some are not is read in one charset. An edit that takes the last line which is no UTF-8, or the
+// line that declared the charset, leaves the others as they were read.
+TEST(Card, AnEditChangesTheCharsetOfNoOtherLine)
+{
+    for (const bool old : {true, false}) {
+        const auto card = [&](const std::string& lines) { return old ? v21("N:x\r\n" + lines) : v30("N:x;;;;\r\n" + lines); };
+        const std::string name = "FN:M\xC3\xBCller\r\n",
+                          title = "TITLE:Gr\xC3\xBC\xC3\x9F"
+                                  "e\r\n",
+                          note = "NOTE:gr\xFCn\r\n";
+        for (const char16_t* value : {u"plain", u"grüner", u"日本", u""}) expectOthersUnmoved(card(name + title + note), 18, value);
+        const std::string declared = "NOTE;CHARSET=ISO-8859-5:\xBF\xE0\r\n", undeclared = "ROLE:\xBF\xE0\r\n";
+        for (const char16_t* value : {u"plain", u"Прд", u"日本", u""}) {
+            expectOthersUnmoved(card(name + title + declared), 18, value);
+            expectOthersUnmoved(card(name + undeclared + declared), 18, value);
+        }
+        // The charset of the line is its own: the card stays UTF-8.
+        expectOthersUnmoved(card(name + "NOTE;CHARSET=ISO-8859-1:plain\r\n"), 18, u"grün");
+        expectOthersUnmoved(card("FN;ENCODING=QUOTED-PRINTABLE:=BF=E0\r\n" + declared), 18, u"plain");
+    }
+}
+
+TEST(Card, AnEditOfACardInOneCharsetKeepsTheBytesOfItsOtherLines)
+{
+    const std::string before = v30("N:x;;;;\r\nFN:M\xFCller\r\nNOTE:gr\xFCn\r\n");
+    EXPECT_EQ(changeOf(Card::parse(before), 18, u"plain"), Change("NOTE:gr\xFCn\r\n", "NOTE:plain\r\n"));
+    EXPECT_EQ(changeOf(Card::parse(v30("N:x;;;;\r\nFN:M\xC3\xBCller\r\n")), 79, u"Müller"), Change("", ""));
+}
+
 // Random edits: the field reads back what was set, every other field and every line of another slot stays as it was.
 TEST(Card, RandomEditsTouchNothingElse)
 {
