@@ -2,7 +2,6 @@
 
 #include "foundation/Format.h"
 #include <algorithm>
-#include <chrono>
 #include <fstream>
 #include <functional>
 
@@ -180,23 +179,5 @@ TEST_F(FidemarkFilterTest, ADamagedFileIsKeptBesideAndTheStoreBeginsAnew)
 }
 
 // Ten times the entries may cost ten times as much, and some more for the machine; were each call a walk, it would be a hundred times.
-TEST_F(FidemarkFilterTest, EntriesEnumerateInTimeLinearOverall)
-{
-    const auto secondsFor = [&](int count) {
-        const auto filter = opened();
-        const std::u16string file = u"file " + mb::Format(u"%d", count);
-        for (int i = 0; i < count; ++i) EXPECT_EQ(add(filter, file, mb::Format(u"id-%d", i)), S_OK);
-        // The fastest of some: another program may take the processor in the middle of one.
-        std::chrono::duration<double> fastest = std::chrono::hours(1);
-        for (int i = 0; i < 5; ++i) {
-            const auto start = std::chrono::steady_clock::now();
-            EXPECT_THAT(list(filter, file), SizeIs(count));
-            fastest = std::min<std::chrono::duration<double>>(fastest, std::chrono::steady_clock::now() - start);
-        }
-        return fastest.count();
-    };
-    const double small = secondsFor(5000), large = secondsFor(50000);
-    EXPECT_LT(large, small * 40);
-}
 
 } // namespace
