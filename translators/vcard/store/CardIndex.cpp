@@ -11,6 +11,7 @@
 #include <chrono>
 #include <map>
 #include <mutex>
+#include <thread>
 
 namespace mb::vcard {
 namespace {
@@ -170,12 +171,17 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
         file.cards = std::move(known->cards);
         return file;
     };
+    const auto badUntilLater = [&](std::string text) {
+        file.state.modified = -1; // looked at again in the next run
+        return bad(0, std::move(text));
+    };
+    if (!entry.notPlain.empty()) return badUntilLater(entry.notPlain + ", and a card is a plain file");
     std::optional<FileText> opened;
     try {
         opened = openText(folder_.read(entry.name, file.state));
     } catch (const FileError& e) {
-        file.state.modified = -1; // looked at again in the next run
-        return bad(0, e.what());
+        if (e.why() == FileError::Why::NotPlain || e.why() == FileError::Why::TooLarge) return badUntilLater(e.what());
+        throw; // a missing file is for the caller; any other failure says nothing about the card
     }
     if (!opened) return bad(1, "the file is not valid UTF-16");
     if (!singleFile_.empty() && isBlankText(opened->text)) return file;
@@ -203,23 +209,32 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
 void CardIndex::refresh(const std::function<void(const std::string&)>& report)
 {
     if (!takeLeft()) compare();
-    for (const std::string& name : leftOut_) report(folder_.pathOf(name) + ": left out, a record is a plain file with a readable name");
+    for (const std::string& name : leftOut_) report(folder_.pathOf(name) + ": left out, the name of a card is valid UTF-8");
     for (const FileRecord& file : files_)
-        if (file.bad()) report(folder_.pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": left out, " + file.badText);
+        if (file.bad()) report(folder_.pathOf(file.faultyPlace()) + ": left out, " + file.badText);
 }
 
 void CardIndex::compare()
 {
     if (!cachePath_.empty()) load();
+    constexpr int kTries = 5;
+    for (int i = 1; !compareOnce() && i < kTries; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+// Returns false if another program renamed or removed files meanwhile: a renamed file may be missing under both of its names.
+bool CardIndex::compareOnce()
+{
     Folder::Listing listing;
     folderChange_ = folder_.lastChange();
     listed_ = now();
     if (singleFile_.empty()) {
         listing = folder_.list();
-    } else if (const auto state = folder_.stateOf(singleFile_)) {
-        listing.files.push_back({singleFile_, *state});
+    } else {
+        const auto state = folder_.stateOf(singleFile_);
+        if (!state) throw FileError("the file \"" + folder_.pathOf(singleFile_) + "\" does not exist", FileError::Why::Missing);
+        listing.files.push_back({singleFile_, *state, {}});
     }
-    leftOut_ = std::move(listing.leftOut);
+    leftOut_ = std::move(listing.unreadable);
 
     struct Unknown {
         std::size_t at; // in both lists
@@ -232,14 +247,35 @@ void CardIndex::compare()
         const FileEntry& entry = listing.files[i];
         while (next < files_.size() && files_[next].name < entry.name) ++next;
         FileRecord* old = next < files_.size() && files_[next].name == entry.name ? &files_[next++] : nullptr;
-        if (old && old->state == entry.state)
+        if (old && entry.notPlain.empty() && old->state == entry.state)
             found[i] = std::move(*old);
         else
             unknown.push_back({i, old});
     }
-    forEachIndex(unknown.size(), [&](std::size_t i) { found[unknown[i].at] = examine(listing.files[unknown[i].at], unknown[i].old); });
+    std::vector<char> missing(unknown.size(), 0);
+    forEachIndex(unknown.size(), [&](std::size_t i) {
+        const auto [at, old] = unknown[i];
+        try {
+            found[at] = examine(listing.files[at], old);
+        } catch (const FileError& e) {
+            if (e.why() != FileError::Why::Missing || !singleFile_.empty()) throw;
+            missing[i] = 1;
+        }
+    });
+    const bool settled = !listing.unsettled && std::ranges::find(missing, 1) == missing.end();
+    for (std::size_t i = unknown.size(); i-- > 0;) {
+        const auto [at, old] = unknown[i];
+        if (!missing[i]) continue;
+        if (!old) {
+            found.erase(found.begin() + static_cast<std::ptrdiff_t>(at));
+            continue;
+        }
+        found[at] = std::move(*old); // what is known of it stays, in case its name comes back
+        found[at].state.modified = -1;
+    }
     changed_ = changed_ || !unknown.empty() || files_.size() != found.size();
     files_ = std::move(found);
+    return settled;
 }
 
 void CardIndex::leave()

@@ -35,6 +35,8 @@ struct FileRecord {
     bool gone = false; // deleted in this run
 
     bool bad() const { return !badText.empty(); }
+    // The name, with the line of the fault if the fault has one.
+    std::string faultyPlace() const { return badLine ? name + ", line " + std::to_string(badLine) : name; }
     std::string idOf(const CardRecord& card) const { return card.plain ? name : name + '#' + card.token; }
 };
 
@@ -49,7 +51,8 @@ public:
     // singleFile is the name of the only file to look at, or empty for all of the folder. The cache is left alone if cachePath is empty.
     CardIndex(const Folder& folder, std::string singleFile, std::string cachePath);
 
-    // Compares the folder with what is known and opens what is new. Tells of every file that is left out.
+    // Compares the folder with what is known and opens what is new. Reports every file that is left out. Throws a FileError if the
+    // folder or a file cannot be read: nothing is known of its cards then, and absent cards would pass for deleted ones.
     void refresh(const std::function<void(const std::string&)>& report);
     void save(); // the cache, if anything changed
     // Leaves what is known to the next index of the same folder, if that is made at once and the folder's names are the same; this one
@@ -65,6 +68,7 @@ public:
 private:
     bool takeLeft();
     void compare();
+    bool compareOnce();
     void load();
     bool parse(std::string_view text);
     FileRecord examine(const FileEntry& entry, FileRecord* known) const;

@@ -98,8 +98,7 @@ std::int64_t CardStore::modified(const std::string& id) const
 {
     const Place& place = placeOf(id, Step::Find);
     const FileRecord& file = index_->files()[place.file];
-    if (file.bad())
-        throw StoreError(Step::Find, folder_->pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": " + file.badText + ".");
+    if (file.bad()) throw StoreError(Step::Find, folder_->pathOf(file.faultyPlace()) + ": " + file.badText + ".");
     return place.card < 0 ? file.stamp : file.cards[static_cast<std::size_t>(place.card)].stamp;
 }
 
@@ -107,18 +106,17 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
 {
     const Place place = placeOf(id, step);
     const FileRecord& file = fileOf(place);
-    const auto unreadable = [&](std::size_t line, const std::string& text) {
-        return StoreError(step,
-                          folder_->pathOf(file.name) + ", line " + std::to_string(line) + ": " + text + ". The file is left as it is.");
+    const auto unreadable = [&](const std::string& where, const std::string& text) {
+        return StoreError(step, folder_->pathOf(where) + ": " + text + ". The file is left as it is.");
     };
-    if (file.bad()) throw unreadable(file.badLine, file.badText);
+    if (file.bad()) throw unreadable(file.faultyPlace(), file.badText);
     Open record;
     if (place.card < 0) {
         try {
             auto ahead = takeAhead(place.file);
             static_cast<SingleCard&>(record) = ahead ? std::move(*ahead) : fileStep(step, [&] { return readCard(*folder_, file.name); });
         } catch (const CardFault& fault) {
-            throw unreadable(fault.line, fault.text);
+            throw unreadable(file.name + ", line " + std::to_string(fault.line), fault.text);
         }
     } else {
         Container& c = container(place.file, step);
@@ -224,7 +222,8 @@ void CardStore::beginEdit(const std::string& id)
 {
     const Place& place = placeOf(id, Step::Edit);
     // What was read last may be stale by now; the date of the file tells.
-    const bool fresh = last_ && last_->id == id && folder_->stateOf(fileOf(place).name) == last_->state;
+    const bool fresh =
+        last_ && last_->id == id && fileStep(Step::Edit, [&] { return folder_->stateOf(fileOf(place).name); }) == last_->state;
     writing_ = fresh ? *last_ : load(id, Step::Edit);
     writing_->nameBefore = writing_->card.composedName();
     writing_->isNew = writing_->displayNameWritten = false;
@@ -326,7 +325,7 @@ CardStore::Container& CardStore::container(std::size_t file, Step step)
 void CardStore::touchContainer(Container& c, std::size_t file, std::int64_t growth, Step step)
 {
     const FileRecord& record = index_->files()[file];
-    if (folder_->stateOf(record.name) != c.state)
+    if (fileStep(step, [&] { return folder_->stateOf(record.name); }) != c.state)
         throw StoreError(step, "The file \"" + folder_->pathOf(record.name) + "\" was changed by another program. Synchronize again.");
     if (growth > 0) c.grown += static_cast<std::uint64_t>(growth);
     const bool wide = c.text.form == FileText::Form::Utf16Little || c.text.form == FileText::Form::Utf16Big;
@@ -388,12 +387,11 @@ void CardStore::remove(const std::string& id)
 {
     const Place place = placeOf(id, Step::Delete);
     FileRecord& file = fileOf(place);
-    if (file.bad())
-        throw StoreError(Step::Delete, folder_->pathOf(file.name) + ", line " + std::to_string(file.badLine) + ": " + file.badText + ".");
+    if (file.bad()) throw StoreError(Step::Delete, folder_->pathOf(file.faultyPlace()) + ": " + file.badText + ".");
     if (last_ && last_->id == id) last_.reset();
     giveUpAhead();
     if (place.card < 0) {
-        if (folder_->stateOf(file.name) != file.state)
+        if (fileStep(Step::Delete, [&] { return folder_->stateOf(file.name); }) != file.state)
             throw StoreError(Step::Delete,
                              "The file \"" + folder_->pathOf(file.name) + "\" was changed by another program. Synchronize again.");
         fileStep(Step::Delete, [&] { folder_->remove(file.name); });

@@ -17,19 +17,29 @@ struct FileState {
     bool operator==(const FileState&) const = default;
 };
 
+// A name in the folder. A name that is no plain file is never a card, but it is there: it must not count as removed.
 struct FileEntry {
     std::string name;
     FileState state;
+    std::string notPlain; // "it is a folder", "it is a symbolic link" and the like; empty for a plain file
 };
 
-// A file operation that the system refused; what() names the file and the reason.
+// A failed file operation; what() names the file and the reason.
 class FileError : public std::exception {
 public:
-    explicit FileError(std::string text) : text_(std::move(text)) {}
+    enum class Why {
+        Failed,   // the system refused: this says nothing about whether the file exists
+        Missing,  // there is no such name
+        NotPlain, // the name is a folder, a link, a pipe or a device
+        TooLarge
+    };
+    explicit FileError(std::string text, Why why = Why::Failed) : text_(std::move(text)), why_(why) {}
     const char* what() const noexcept override { return text_.c_str(); }
+    Why why() const noexcept { return why_; }
 
 private:
     std::string text_;
+    Why why_;
 };
 
 class Folder {
@@ -38,12 +48,16 @@ public:
     ~Folder();
 
     struct Listing {
-        std::vector<FileEntry> files;     // sorted by name
-        std::vector<std::string> leftOut; // names that cannot be records: links, names that are no UTF-8
+        std::vector<FileEntry> files;        // sorted by name
+        std::vector<std::string> unreadable; // names that are no valid text and so cannot be identifiers
+        bool unsettled = false;              // another program changed the names meanwhile: a renamed file may be missing here
     };
+    // Throws a FileError unless every name was read and looked at: a name is absent from the listing only if it is not in the folder.
     Listing list() const;
     std::int64_t lastChange() const; // of its list of names, in nanoseconds since 1970, UTC; 0 if it cannot be told
-    std::optional<FileState> stateOf(const std::string& name) const; // nothing if there is no such file
+    // Returns nullopt only if there is no such name. Throws a FileError if the system does not tell, and for what is no plain file.
+    std::optional<FileState> stateOf(const std::string& name) const;
+    // Throws a FileError whose why() tells a missing file and one that is no plain file from a failure.
     std::string read(const std::string& name, FileState& state) const;
     void remove(const std::string& name) const;
     void flush() const; // all that was written in the folder reaches the disk
@@ -68,11 +82,13 @@ public:
     };
 
 private:
+    std::vector<std::string> names() const; // of cards and of files in the making
+
     std::string path_;
     int folder_ = -1;
 };
 
-// Whether the path leads to a folder, to a file or to nothing; links are followed.
+// Whether the path leads to a folder, to a file or to nothing; links are followed. Throws a FileError if the system does not tell.
 enum class PathKind { Nothing, Folder, File, Other };
 PathKind kindOf(const std::string& path);
 std::string realPath(const std::string& path); // the path itself if it cannot be resolved

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -16,6 +17,7 @@
 #include <fcntl.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -27,12 +29,29 @@ constexpr std::time_t kStaleDraft = std::time_t{24} * 60 * 60; // seconds
 
 [[noreturn]] void fail(const std::string& what, const std::string& path)
 {
-    throw FileError(what + " \"" + path + "\": " + std::strerror(errno));
+    const int error = errno;
+    throw FileError(what + " \"" + path + "\": " + std::strerror(error),
+                    error == ENOENT ? FileError::Why::Missing : FileError::Why::Failed);
 }
 
 FileState stateFrom(const struct stat& s)
 {
     return {static_cast<std::uint64_t>(s.st_size), std::int64_t{s.st_mtim.tv_sec} * 1'000'000'000 + s.st_mtim.tv_nsec};
+}
+
+// Why a name is no plain file; empty for a plain file.
+std::string notPlain(mode_t mode)
+{
+    if (S_ISREG(mode)) return {};
+    if (S_ISLNK(mode)) return "it is a symbolic link";
+    if (S_ISDIR(mode)) return "it is a folder";
+    if (S_ISFIFO(mode)) return "it is a pipe";
+    return S_ISSOCK(mode) ? "it is a socket" : "it is a device";
+}
+
+[[noreturn]] void refuse(const std::string& path, const std::string& notPlain)
+{
+    throw FileError("cannot read \"" + path + "\": " + notPlain, FileError::Why::NotPlain);
 }
 
 bool isDraft(std::string_view name) { return name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix); }
@@ -60,6 +79,22 @@ private:
     int file_;
 };
 
+// Shorter than the size if the file was cut off meanwhile.
+std::string readWhole(int file, std::uint64_t size, const std::string& path)
+{
+    std::string bytes(size, '\0');
+    std::size_t got = 0;
+    while (got < bytes.size()) {
+        const ssize_t n = pread(file, bytes.data() + got, bytes.size() - got, static_cast<off_t>(got));
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) fail("cannot read the file", path);
+        if (n == 0) break;
+        got += static_cast<std::size_t>(n);
+    }
+    bytes.resize(got);
+    return bytes;
+}
+
 } // namespace
 
 Folder::Folder(const std::string& path) : path_(path), folder_(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
@@ -71,10 +106,17 @@ Folder::~Folder() { close(folder_); }
 
 std::string Folder::pathOf(const std::string& name) const { return path_ + (path_.ends_with('/') ? "" : "/") + name; }
 
-Folder::Listing Folder::list() const
+std::vector<std::string> Folder::names() const
 {
-    DIR* entries = opendir(path_.c_str());
-    if (!entries) fail("cannot read the folder", path_);
+    // Of the folder that is open, whatever its path leads to by now.
+    const int own = openat(folder_, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* entries = own < 0 ? nullptr : fdopendir(own);
+    if (!entries) {
+        const int error = errno;
+        if (own >= 0) close(own);
+        errno = error;
+        fail("cannot read the folder", path_);
+    }
     const std::unique_ptr<DIR, int (*)(DIR*)> guard(entries, closedir);
     std::vector<std::string> names;
     for (;;) {
@@ -82,28 +124,43 @@ Folder::Listing Folder::list() const
         const dirent* entry = readdir(entries);
         if (!entry) break;
         const std::string_view name = entry->d_name;
-        if (isDraft(name))
-            removeIfStale(folder_, entry->d_name);
-        else if (!name.starts_with('.') && endsWithFold(name, ".vcf"))
-            names.emplace_back(name);
+        if (isDraft(name) || (!name.starts_with('.') && endsWithFold(name, ".vcf"))) names.emplace_back(name);
     }
     if (errno != 0) fail("cannot read the folder", path_);
+    struct stat s;
+    if (fstat(folder_, &s) != 0) fail("cannot read the folder", path_);
+    if (s.st_nlink == 0) throw FileError("the folder \"" + path_ + "\" was deleted");
+    return names;
+}
+
+Folder::Listing Folder::list() const
+{
+    Listing listing;
+    const std::int64_t before = lastChange();
+    std::vector<std::string> names = this->names();
+    listing.unsettled = lastChange() != before;
+    std::erase_if(names, [&](const std::string& name) {
+        if (isDraft(name)) removeIfStale(folder_, name.c_str());
+        return isDraft(name);
+    });
     std::sort(names.begin(), names.end());
 
-    enum class Kind : char { Gone, Record, Other };
-    std::vector<Kind> kinds(names.size(), Kind::Gone);
-    std::vector<FileState> states(names.size());
+    std::vector<std::optional<FileEntry>> entries(names.size());
     forEachIndex(names.size(), [&](std::size_t i) {
         struct stat s;
-        if (fstatat(folder_, names[i].c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0) return; // removed meanwhile
-        kinds[i] = S_ISREG(s.st_mode) && isUtf8(names[i]) ? Kind::Record : Kind::Other;
-        states[i] = stateFrom(s);
+        if (fstatat(folder_, names[i].c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0)
+            entries[i] = FileEntry{names[i], stateFrom(s), notPlain(s.st_mode)};
+        else if (errno != ENOENT)
+            fail("cannot read the file", pathOf(names[i]));
     });
-    Listing listing;
-    listing.files.reserve(names.size());
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        if (kinds[i] == Kind::Record) listing.files.push_back({std::move(names[i]), states[i]});
-        if (kinds[i] == Kind::Other) listing.leftOut.push_back(std::move(names[i]));
+    listing.files.reserve(entries.size());
+    for (std::optional<FileEntry>& entry : entries) {
+        if (!entry)
+            listing.unsettled = true; // removed or renamed since its name was read
+        else if (isUtf8(entry->name))
+            listing.files.push_back(std::move(*entry));
+        else
+            listing.unreadable.push_back(std::move(entry->name));
     }
     return listing;
 }
@@ -117,7 +174,11 @@ std::int64_t Folder::lastChange() const
 std::optional<FileState> Folder::stateOf(const std::string& name) const
 {
     struct stat s;
-    if (fstatat(folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(s.st_mode)) return std::nullopt;
+    if (fstatat(folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (errno == ENOENT) return std::nullopt;
+        fail("cannot read the file", pathOf(name));
+    }
+    if (!S_ISREG(s.st_mode)) refuse(pathOf(name), notPlain(s.st_mode));
     return stateFrom(s);
 }
 
@@ -125,20 +186,25 @@ std::string Folder::read(const std::string& name, FileState& state) const
 {
     const Descriptor file(openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat s;
-    if (file.get() < 0 || fstat(file.get(), &s) != 0) fail("cannot read the file", pathOf(name));
-    if (static_cast<std::uint64_t>(s.st_size) > kMaxFile) throw FileError("the file \"" + pathOf(name) + "\" is larger than 256 MiB");
-    state = stateFrom(s);
-    std::string bytes(state.size, '\0');
-    std::size_t got = 0;
-    while (got < bytes.size()) {
-        const ssize_t n = ::read(file.get(), bytes.data() + got, bytes.size() - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) fail("cannot read the file", pathOf(name));
-        if (n == 0) break;
-        got += static_cast<std::size_t>(n);
+    if (file.get() < 0) {
+        const int error = errno; // ELOOP of a link, ENXIO of a socket or a device
+        if (error != ENOENT && fstatat(folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISREG(s.st_mode))
+            refuse(pathOf(name), notPlain(s.st_mode));
+        errno = error;
     }
-    bytes.resize(got);
-    return bytes;
+    if (file.get() < 0 || fstat(file.get(), &s) != 0) fail("cannot read the file", pathOf(name));
+    if (!S_ISREG(s.st_mode)) refuse(pathOf(name), notPlain(s.st_mode));
+    if (static_cast<std::uint64_t>(s.st_size) > kMaxFile)
+        throw FileError("the file \"" + pathOf(name) + "\" is larger than 256 MiB", FileError::Why::TooLarge);
+    constexpr int kTries = 5;
+    for (int i = 0; i < kTries; ++i) {
+        state = stateFrom(s);
+        std::string bytes = readWhole(file.get(), state.size, pathOf(name));
+        if (fstat(file.get(), &s) != 0) fail("cannot read the file", pathOf(name));
+        if (bytes.size() == state.size && stateFrom(s) == state) return bytes;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // another program writes it at this moment
+    }
+    throw FileError("the file \"" + pathOf(name) + "\" is being changed by another program");
 }
 
 void Folder::remove(const std::string& name) const
@@ -215,6 +281,8 @@ FileState Folder::Draft::replace(const std::string& name)
     if (fstatat(folder_.folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0) {
         if (faccessat(folder_.folder_, name.c_str(), W_OK, 0) != 0) fail("cannot write the file", folder_.pathOf(name));
         if (fchmod(file_, s.st_mode & 07777) != 0) fail("cannot write the file", folder_.pathOf(name));
+    } else if (errno != ENOENT) {
+        fail("cannot write the file", folder_.pathOf(name));
     }
     return place(name);
 }
@@ -222,7 +290,10 @@ FileState Folder::Draft::replace(const std::string& name)
 PathKind kindOf(const std::string& path)
 {
     struct stat s;
-    if (stat(path.c_str(), &s) != 0) return PathKind::Nothing;
+    if (stat(path.c_str(), &s) != 0) {
+        if (errno == ENOENT || errno == ENOTDIR) return PathKind::Nothing;
+        fail("cannot read", path);
+    }
     return S_ISDIR(s.st_mode) ? PathKind::Folder : S_ISREG(s.st_mode) ? PathKind::File : PathKind::Other;
 }
 

@@ -36,8 +36,9 @@ std::string narrow(std::wstring_view text) { return toUtf8(std::u16string(text.b
 
 [[noreturn]] void fail(const std::string& what, const std::string& path)
 {
-    const auto code = static_cast<std::int32_t>(GetLastError());
-    throw FileError(what + " \"" + path + "\": " + toUtf8(platform::systemMessage(code)));
+    const DWORD error = GetLastError();
+    throw FileError(what + " \"" + path + "\": " + toUtf8(platform::systemMessage(static_cast<std::int32_t>(error))),
+                    error == ERROR_FILE_NOT_FOUND ? FileError::Why::Missing : FileError::Why::Failed);
 }
 
 std::uint64_t joined(DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; }
@@ -54,7 +55,18 @@ template <class Data> FileState stateFrom(const Data& data)
     return {joined(data.nFileSizeHigh, data.nFileSizeLow), nanosecondsOf(data.ftLastWriteTime)};
 }
 
-bool isPlainFile(DWORD attributes) { return !(attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)); }
+// Why a name is no plain file; empty for a plain file.
+std::string notPlain(DWORD attributes)
+{
+    if (attributes & FILE_ATTRIBUTE_REPARSE_POINT) return "it is a link";
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return "it is a folder";
+    return attributes & FILE_ATTRIBUTE_DEVICE ? "it is a device" : "";
+}
+
+[[noreturn]] void refuse(const std::string& path, const std::string& notPlain)
+{
+    throw FileError("cannot read \"" + path + "\": " + notPlain, FileError::Why::NotPlain);
+}
 
 bool isStale(const FileState& state)
 {
@@ -82,6 +94,22 @@ private:
 
 HANDLE handleOf(int file) { return reinterpret_cast<HANDLE>(_get_osfhandle(file)); }
 
+// Shorter than the size if the file was cut off meanwhile.
+std::string readWhole(HANDLE file, std::uint64_t size, const std::string& path)
+{
+    if (SetFilePointer(file, 0, nullptr, FILE_BEGIN) == INVALID_SET_FILE_POINTER) fail("cannot read the file", path);
+    std::string bytes(size, '\0');
+    std::size_t got = 0;
+    while (got < bytes.size()) {
+        DWORD n = 0;
+        if (!ReadFile(file, bytes.data() + got, static_cast<DWORD>(bytes.size() - got), &n, nullptr)) fail("cannot read the file", path);
+        if (n == 0) break;
+        got += n;
+    }
+    bytes.resize(got);
+    return bytes;
+}
+
 } // namespace
 
 Folder::Folder(const std::string& path) : path_(path)
@@ -105,6 +133,8 @@ Folder::Listing Folder::list() const
     if (search == INVALID_HANDLE_VALUE) fail("cannot read the folder", path_);
     const std::unique_ptr<void, BOOL(WINAPI*)(HANDLE)> guard(search, FindClose);
     Listing listing;
+    const std::int64_t before = lastChange();
+    bool anyDraftRemoved = false;
     do {
         const std::wstring_view given = found.cFileName;
         const std::string name = narrow(given);
@@ -112,14 +142,15 @@ Folder::Listing Folder::list() const
         if (!draft && (name.starts_with('.') || !endsWithFold(name, ".vcf"))) continue;
         const FileState state = stateFrom(found);
         if (draft) { // left behind by a run that was killed
-            if (isStale(state)) DeleteFileW(wide(pathOf(name)).c_str());
-        } else if (isPlainFile(found.dwFileAttributes) && wide(name) == given) {
-            listing.files.push_back({name, state});
+            anyDraftRemoved |= isStale(state) && DeleteFileW(wide(pathOf(name)).c_str());
+        } else if (wide(name) == given) {
+            listing.files.push_back({name, state, notPlain(found.dwFileAttributes)});
         } else {
-            listing.leftOut.push_back(name);
+            listing.unreadable.push_back(name);
         }
     } while (FindNextFileW(search, &found));
     if (GetLastError() != ERROR_NO_MORE_FILES) fail("cannot read the folder", path_);
+    listing.unsettled = !anyDraftRemoved && lastChange() != before;
     std::sort(listing.files.begin(), listing.files.end(), [](const FileEntry& a, const FileEntry& b) { return a.name < b.name; });
     return listing;
 }
@@ -133,30 +164,38 @@ std::int64_t Folder::lastChange() const
 std::optional<FileState> Folder::stateOf(const std::string& name) const
 {
     WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!GetFileAttributesExW(wide(pathOf(name)).c_str(), GetFileExInfoStandard, &data) || !isPlainFile(data.dwFileAttributes))
-        return std::nullopt;
+    if (!GetFileAttributesExW(wide(pathOf(name)).c_str(), GetFileExInfoStandard, &data)) {
+        if (GetLastError() == ERROR_FILE_NOT_FOUND) return std::nullopt;
+        fail("cannot read the file", pathOf(name));
+    }
+    if (const std::string why = notPlain(data.dwFileAttributes); !why.empty()) refuse(pathOf(name), why);
     return stateFrom(data);
 }
 
 std::string Folder::read(const std::string& name, FileState& state) const
 {
-    const Handle file(CreateFileW(wide(pathOf(name)).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+    const std::wstring path = wide(pathOf(name));
+    const Handle file(CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
                                   FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    if (!file) {
+        const DWORD error = GetLastError(), attributes = GetFileAttributesW(path.c_str());
+        if (attributes != INVALID_FILE_ATTRIBUTES && !notPlain(attributes).empty()) refuse(pathOf(name), notPlain(attributes));
+        SetLastError(error);
+    }
     BY_HANDLE_FILE_INFORMATION data;
     if (!file || !GetFileInformationByHandle(file.get(), &data)) fail("cannot read the file", pathOf(name));
-    state = stateFrom(data);
-    if (state.size > kMaxFile) throw FileError("the file \"" + pathOf(name) + "\" is larger than 256 MiB");
-    std::string bytes(state.size, '\0');
-    std::size_t got = 0;
-    while (got < bytes.size()) {
-        DWORD n = 0;
-        if (!ReadFile(file.get(), bytes.data() + got, static_cast<DWORD>(bytes.size() - got), &n, nullptr))
-            fail("cannot read the file", pathOf(name));
-        if (n == 0) break;
-        got += n;
+    if (const std::string why = notPlain(data.dwFileAttributes); !why.empty()) refuse(pathOf(name), why);
+    if (stateFrom(data).size > kMaxFile)
+        throw FileError("the file \"" + pathOf(name) + "\" is larger than 256 MiB", FileError::Why::TooLarge);
+    constexpr int kTries = 5;
+    for (int i = 0; i < kTries; ++i) {
+        state = stateFrom(data);
+        std::string bytes = readWhole(file.get(), state.size, pathOf(name));
+        if (!GetFileInformationByHandle(file.get(), &data)) fail("cannot read the file", pathOf(name));
+        if (bytes.size() == state.size && stateFrom(data) == state) return bytes;
+        Sleep(20); // another program writes it at this moment
     }
-    bytes.resize(got);
-    return bytes;
+    throw FileError("the file \"" + pathOf(name) + "\" is being changed by another program");
 }
 
 void Folder::remove(const std::string& name) const
@@ -242,7 +281,11 @@ FileState Folder::Draft::place(const std::string& name)
 PathKind kindOf(const std::string& path)
 {
     const DWORD attributes = GetFileAttributesW(wide(path).c_str());
-    if (attributes == INVALID_FILE_ATTRIBUTES) return PathKind::Nothing;
+    if (attributes == INVALID_FILE_ATTRIBUTES) {
+        for (const DWORD nothing : {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME, ERROR_BAD_PATHNAME})
+            if (GetLastError() == nothing) return PathKind::Nothing;
+        fail("cannot read", path);
+    }
     if (attributes & FILE_ATTRIBUTE_DEVICE) return PathKind::Other;
     return attributes & FILE_ATTRIBUTE_DIRECTORY ? PathKind::Folder : PathKind::File;
 }

@@ -18,7 +18,7 @@ std::string cachePathOf(const std::string& database, const std::string& cacheFol
 OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFolder, const plugin::Report& report)
 {
     const std::string path = realPath(database);
-    const PathKind kind = kindOf(path);
+    const PathKind kind = fileStep(Step::Open, [&] { return kindOf(path); });
     if (database.empty()) throw StoreError(Step::Open, "No vCard folder is set. Choose a folder of .vcf files, or one .vcf file.");
     if (kind == PathKind::Nothing)
         throw StoreError(Step::Open, "The vCard folder or file \"" + database + "\" does not exist. Create it, or choose another one.");
@@ -36,7 +36,8 @@ OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFo
     if (singleFile.empty()) return;
     const FileRecord& file = index->files().at(0);
     if (file.bad())
-        throw StoreError(Step::Open, "The vCard file \"" + database + "\" cannot be read: line " + std::to_string(file.badLine) + ": " +
+        throw StoreError(Step::Open, "The vCard file \"" + database +
+                                         "\" cannot be read: " + (file.badLine ? "line " + std::to_string(file.badLine) + ": " : "") +
                                          file.badText + ". Correct the file, or choose another one.");
 }
 

@@ -1,6 +1,10 @@
 // What the user may not do, and what a folder can hold here beside files and folders.
+#include "CardCategories.h"
 #include "CardStoreFixture.h"
 
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 #include <unistd.h>
 
 namespace mb::vcard {
@@ -25,15 +29,46 @@ private:
     bool wasRoot_;
 };
 
-TEST_F(VCardFolder, AFileThatMayNotBeReadIsLeftOutUntilItMay)
+TEST_F(VCardFolder, AFileThatMayNotBeReadFailsTheOpeningUntilItMay)
 {
     put("a.vcf", cardText("A"));
     const Unprivileged user(root);
     fs::permissions(folder / "a.vcf", fs::perms::none);
-    EXPECT_EQ(open().count(), 0u);
-    EXPECT_NE(reports.find("a.vcf"), std::string::npos);
+    expectFailure(Step::Open, (folder / "a.vcf").string() + "\": Permission denied", [&] { open(); });
     fs::permissions(folder / "a.vcf", fs::perms::owner_all);
     EXPECT_EQ(open().count(), 1u);
+}
+
+TEST_F(VCardFolder, AFolderWhoseFilesMayNotBeLookedAtIsNotAnEmptyOne)
+{
+    put("a.vcf", cardText("A"));
+    put(".mbsync-categories", "Friends\n");
+    const Unprivileged user(root);
+    EXPECT_EQ(open().count(), 1u);
+    fs::permissions(folder, fs::perms::owner_read); // names can be listed, and nothing else
+    expectFailure(Step::Open, folder.string() + "\": Permission denied", [&] { open(); });
+    expectFailure(Step::Open, (folder / "a.vcf").string() + "\": Permission denied", [&] { open(folder / "a.vcf"); });
+    fs::remove_all(root / "cache");
+    expectFailure(Step::Open, folder.string() + "\": Permission denied", [&] { open(); });
+    fs::permissions(folder, fs::perms::owner_all);
+    EXPECT_EQ(ids(open()), std::vector<std::string>{"a.vcf"});
+}
+
+TEST_F(VCardFolder, APathThatMayNotBeFollowedIsNotSaidToBeMissing)
+{
+    const Unprivileged user(root);
+    fs::permissions(root, fs::perms::none);
+    expectFailure(Step::Open, folder.string() + "\": Permission denied", [&] { open(); });
+    fs::permissions(root, fs::perms::owner_all);
+}
+
+TEST_F(VCardFolder, AFolderThatIsDeletedDuringTheListingIsNotAnEmptyOne)
+{
+    put("a.vcf", cardText("A"));
+    const Folder opened(folder.string());
+    fs::remove_all(folder);
+    EXPECT_THROW((void)opened.list(), FileError);
+    fs::create_directory(folder);
 }
 
 TEST_F(VCardFolder, AFolderThatMayNotBeWrittenFailsTheSave)
@@ -77,13 +112,77 @@ TEST_F(VCardFolder, ADeviceIsNeitherAFolderNorAFile)
     expectFailure(Step::Open, "neither a folder", [&] { open("/dev/null"); });
 }
 
-TEST_F(VCardFolder, ALinkIsNoRecordAndIsReported)
+// What can take the place of a file.
+struct NoFile {
+    const char* why;
+    void (*make)(const fs::path& path);
+};
+
+const NoFile kNoFiles[] = {
+    {"symbolic link", [](const fs::path& path) { fs::create_symlink("/etc/passwd", path); }},
+    {"symbolic link", [](const fs::path& path) { fs::create_symlink("nowhere", path); }},
+    {"folder", [](const fs::path& path) { fs::create_directory(path); }},
+    {"pipe", [](const fs::path& path) { ASSERT_EQ(mkfifo(path.c_str(), 0600), 0); }},
+    {"socket",
+     [](const fs::path& path) {
+         const int made = socket(AF_UNIX, SOCK_STREAM, 0);
+         sockaddr_un address{AF_UNIX, {}};
+         const std::string name = path.filename();
+         name.copy(address.sun_path, sizeof address.sun_path - 1);
+         const fs::path before = fs::current_path(); // a socket's path may be 107 characters long
+         fs::current_path(path.parent_path());
+         EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+         fs::current_path(before);
+         close(made);
+     }},
+};
+
+TEST_F(VCardFolder, ACardWhosePlaceIsTakenByALinkAFolderAPipeOrASocketIsLeftOutAndNotGone)
 {
-    put("b.vcf", cardText("B"));
-    fs::create_symlink(folder / "b.vcf", folder / "link.vcf");
-    auto store = open();
-    EXPECT_EQ(ids(store), std::vector<std::string>{"b.vcf"});
-    EXPECT_NE(reports.find("link.vcf"), std::string::npos);
+    for (const NoFile& noFile : kNoFiles)
+        for (const bool withCache : {true, false}) {
+            SCOPED_TRACE(noFile.why);
+            put("one.vcf", cardText("1"));
+            put("two.vcf", cardText("2", "u1") + cardText("3", "u2"));
+            auto before = open();
+            const std::vector<std::string> known = ids(before);
+            ASSERT_EQ(known.size(), 3u);
+            const auto date = before.modified("one.vcf");
+            for (const char* name : {"one.vcf", "two.vcf"}) {
+                fs::remove(folder / name);
+                noFile.make(folder / name);
+            }
+            if (!withCache) fs::remove_all(root / "cache");
+            for (int run = 0; run < 2; ++run) {
+                auto store = open();
+                EXPECT_EQ(store.count(), 0u);
+                for (const std::string& id : known) {
+                    EXPECT_TRUE(store.exists(id)) << id;
+                    EXPECT_THROW((void)store.modified(id), StoreError) << id;
+                    EXPECT_THROW(store.beginRead(id), StoreError) << id;
+                    EXPECT_THROW(store.beginEdit(id), StoreError) << id;
+                    EXPECT_THROW(store.remove(id), StoreError) << id;
+                }
+                EXPECT_NE(reports.find("one.vcf: left out, it is a " + std::string(noFile.why)), std::string::npos) << reports;
+            }
+            fs::create_directories(root / "cache");
+            for (const char* name : {"one.vcf", "two.vcf"}) fs::remove_all(folder / name);
+            put("one.vcf", cardText("1 again"));
+            put("two.vcf", cardText("2", "u1") + cardText("3", "u2"));
+            auto after = open();
+            EXPECT_EQ(ids(after), known);
+            if (withCache) { EXPECT_GT(after.modified("one.vcf"), date); }
+        }
+}
+
+TEST_F(VCardFolder, AListOfCategoriesThatIsNoFileFailsTheOpening)
+{
+    const auto categories = [&] { return CardCategories(folder.string(), {}, [](const std::string&) {}).takeNames(); };
+    put(".mbsync-categories", "Friends\n");
+    EXPECT_EQ(categories().size(), 1u);
+    fs::remove(folder / ".mbsync-categories");
+    fs::create_symlink("/etc/passwd", folder / ".mbsync-categories");
+    expectFailure(Step::Open, ".mbsync-categories\": it is a symbolic link", categories);
 }
 
 } // namespace

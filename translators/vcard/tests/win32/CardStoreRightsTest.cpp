@@ -6,15 +6,29 @@
 namespace mb::vcard {
 namespace {
 
-TEST_F(VCardFolder, AFileThatAnotherProgramHoldsIsLeftOutUntilItIsFree)
+TEST_F(VCardFolder, AFileThatAnotherProgramHoldsFailsTheOpeningUntilItIsFree)
 {
     put("a.vcf", cardText("A"));
     const HANDLE held = CreateFileW((folder / "a.vcf").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     ASSERT_NE(held, INVALID_HANDLE_VALUE);
-    EXPECT_EQ(open().count(), 0u);
-    EXPECT_NE(reports.find("a.vcf"), std::string::npos);
+    expectFailure(Step::Open, "a.vcf", [&] { open(); });
     CloseHandle(held);
     EXPECT_EQ(open().count(), 1u);
+}
+
+TEST_F(VCardFolder, ACardWhosePlaceIsTakenByAFolderIsLeftOutAndNotGone)
+{
+    put("one.vcf", cardText("1"));
+    put("two.vcf", cardText("2", "u1") + cardText("3", "u2"));
+    const std::vector<std::string> known = ids(open());
+    for (const char* name : {"one.vcf", "two.vcf"}) {
+        fs::remove(folder / name);
+        fs::create_directory(folder / name);
+    }
+    auto store = open();
+    EXPECT_EQ(store.count(), 0u);
+    for (const std::string& id : known) EXPECT_TRUE(store.exists(id)) << id;
+    EXPECT_NE(reports.find("one.vcf: left out, it is a folder"), std::string::npos) << reports;
 }
 
 TEST_F(VCardFolder, AFileThatMayOnlyBeReadFailsTheSave)

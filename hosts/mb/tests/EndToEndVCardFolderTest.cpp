@@ -1,0 +1,104 @@
+// What happens to a folder of vCards between two runs, and what the other store must not lose by it.
+#include "EndToEndFixture.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+
+namespace {
+
+using namespace mbtest;
+namespace fs = std::filesystem;
+
+constexpr int kContacts = 6;
+
+class VCardFolderStory : public EndToEnd {
+protected:
+    // A map in step of a card file with kContacts contacts and a folder of as many cards.
+    void SetUp() override
+    {
+        (void)makeMap(kContacts);
+        ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+        ASSERT_EQ(cardCount(), static_cast<std::size_t>(kContacts));
+    }
+    Result failingSync(const std::string& call, const std::string& name, int error)
+    {
+        run_.environment["LD_PRELOAD"] = FAIL_CALL_LIBRARY;
+        run_.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0";
+        run_.environment["FAIL_CALL"] = call;
+        run_.environment["FAIL_NAME"] = name;
+        run_.environment["FAIL_ERROR"] = std::to_string(error);
+        Result result = mb({"sync", "--silent"});
+        for (const char* variable : {"LD_PRELOAD", "ASAN_OPTIONS"}) run_.environment.erase(variable);
+        return result;
+    }
+    std::string shown()
+    {
+        const Result result = samples({"show", cards()});
+        EXPECT_EQ(result.code, 0) << result.error;
+        return result.out;
+    }
+    void expectNothingToDo()
+    {
+        const Result result = mb({"sync", "--silent"});
+        EXPECT_EQ(result.code, 0) << result.error;
+        EXPECT_NE(result.out.find("nothing to do"), std::string::npos) << result.out;
+    }
+    fs::path anyCard() const { return cardWith("Lindqvist"); }
+};
+
+TEST_F(VCardFolderStory, AFailedFileCallFailsTheRunAndDeletesNothing)
+{
+    struct Failure {
+        const char* call;
+        std::string name;
+        int error;
+        const char* reason;
+    };
+    putText(folder() / ".mbsync-categories", "Choir\n");
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const std::string before = shown(), card = anyCard().filename();
+    for (const Failure& failure :
+         {Failure{"fstatat", card, EIO, "Input/output error"}, Failure{"fstatat", ".vcf", EACCES, "Permission denied"},
+          Failure{"fstatat", ".mbsync-categories", EIO, "Input/output error"}, Failure{"readdir", folder(), EIO, "Input/output error"},
+          Failure{"openat", card, EIO, "Input/output error"}, Failure{"openat", card, EACCES, "Permission denied"},
+          Failure{"pread", card, EIO, "Input/output error"}, Failure{"pread", ".mbsync-categories", ESTALE, "Stale file handle"}})
+        for (const bool withCache : {true, false}) {
+            SCOPED_TRACE(std::string(failure.call) + " of " + failure.name + ": " + failure.reason +
+                         (withCache ? "" : ", without a cache"));
+            const bool opensCards =
+                failure.call != std::string("fstatat") && failure.call != std::string("readdir") && failure.name == card;
+            if (opensCards && withCache) continue; // known files are not opened
+            if (!withCache) fs::remove_all(home_ / "cache");
+            const Result run = failingSync(failure.call, failure.name, failure.error);
+            EXPECT_EQ(run.code, 1) << run.out;
+            EXPECT_NE(run.error.find(failure.name == card ? anyCard() : folder()), std::string::npos) << run.error;
+            EXPECT_NE(run.error.find(failure.reason), std::string::npos) << run.error;
+            EXPECT_EQ(shown(), before);
+            EXPECT_EQ(cardCount(), static_cast<std::size_t>(kContacts));
+            fs::create_directories(home_ / "cache");
+            expectNothingToDo();
+        }
+}
+
+TEST_F(VCardFolderStory, ACardWhosePlaceIsTakenByALinkAPipeOrAFolderIsKeptOnTheOtherSide)
+{
+    const std::string before = shown();
+    const fs::path card = anyCard(), aside = home_ / "aside.vcf";
+    for (const char* place : {"link", "dangling link", "pipe", "folder"}) {
+        SCOPED_TRACE(place);
+        fs::rename(card, aside);
+        if (place == std::string("link")) fs::create_symlink("/etc/passwd", card);
+        if (place == std::string("dangling link")) fs::create_symlink("nowhere", card);
+        if (place == std::string("pipe")) { ASSERT_EQ(mkfifo(card.c_str(), 0600), 0); }
+        if (place == std::string("folder")) fs::create_directory(card);
+        const Result run = mb({"sync", "--silent"});
+        EXPECT_EQ(run.code, 0) << run.error;
+        EXPECT_NE((run.out + run.error).find(card.filename().string() + ": left out"), std::string::npos) << run.out << run.error;
+        EXPECT_EQ(shown(), before);
+        fs::remove(card);
+        fs::rename(aside, card);
+        expectNothingToDo();
+    }
+}
+
+} // namespace

@@ -1,0 +1,75 @@
+// Loaded in front of a program, it makes one file call fail as a broken disk or a server that is gone does. FAIL_CALL is the name of the
+// call, FAIL_NAME a part of the file's path, FAIL_ERROR the error number.
+#include <array>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdlib>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+std::string setting(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+// Sets errno and returns true if the call is the one that is to fail.
+bool fails(const char* call, const std::string& path)
+{
+    static const std::string failingCall = setting("FAIL_CALL"), failingName = setting("FAIL_NAME");
+    if (failingCall != call || path.find(failingName) == std::string::npos) return false;
+    errno = std::atoi(setting("FAIL_ERROR").c_str());
+    return true;
+}
+
+std::string pathOf(int file)
+{
+    std::array<char, 4096> path{};
+    const ssize_t n = readlink(("/proc/self/fd/" + std::to_string(file)).c_str(), path.data(), path.size());
+    return {path.data(), n < 0 ? 0 : static_cast<std::size_t>(n)};
+}
+
+template <class F> F* real(F*, const char* name) { return reinterpret_cast<F*>(dlsym(RTLD_NEXT, name)); }
+
+} // namespace
+
+extern "C" {
+
+int fstatat(int folder, const char* path, struct stat* state, int flags) noexcept
+{
+    static auto* const next = real(&fstatat, "fstatat");
+    return fails("fstatat", path) ? -1 : next(folder, path, state, flags);
+}
+
+int openat(int folder, const char* path, int flags, ...)
+{
+    va_list rest;
+    va_start(rest, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(rest, mode_t) : 0;
+    va_end(rest);
+    static auto* const next = real(&openat, "openat");
+    return fails("openat", path) ? -1 : next(folder, path, flags, mode);
+}
+
+ssize_t pread(int file, void* bytes, size_t size, off_t at)
+{
+    static auto* const next = real(&pread, "pread");
+    return fails("pread", pathOf(file)) ? -1 : next(file, bytes, size, at);
+}
+
+// Fails in the middle of a folder: behind its first name.
+dirent* readdir(DIR* folder)
+{
+    static auto* const next = real(&readdir, "readdir");
+    static thread_local DIR* last = nullptr;
+    if (last == folder && fails("readdir", pathOf(dirfd(folder)))) return nullptr;
+    last = folder;
+    return next(folder);
+}
+}
