@@ -110,13 +110,15 @@ RecordStore& StoreTranslator::store(Step step)
     return *store_;
 }
 
-// The text is a format to the log, so a percent sign is doubled.
-void StoreTranslator::log(const std::string& text) noexcept
+// The text is a format to the log, so a percent sign is doubled there.
+void StoreTranslator::leaveOut(const std::string& text) noexcept
 {
-    if (!log_) return;
+    if (!log_ && !report_) return;
     (void)com::guarded([&] {
+        const std::u16string told = std::u16string(info_.shortName) + u": " + platform::utf16(text);
+        if (report_) return report_->LeftOut(com::Bstr(told).get());
         std::u16string line;
-        for (const char16_t c : std::u16string(info_.shortName) + u": " + platform::utf16(text)) line.append(c == u'%' ? 2 : 1, c);
+        for (const char16_t c : told) line.append(c == u'%' ? 2 : 1, c);
         return log_->AppendString(com::Bstr(line).get());
     });
 }
@@ -127,8 +129,9 @@ void StoreTranslator::open(ITrServices* services, std::u16string_view database, 
     finder_.reset();
     store_.reset();
     log_ = com::Ptr<ITrServices>(services).tryAs<ILogFile>();
+    report_ = com::Ptr<ITrServices>(services).tryAs<ITranslatorReport>();
     ofCategories_ = openStore == info_.openCategories;
-    store_ = openStore(platform::utf8(database), [this](const std::string& text) { log(text); });
+    store_ = openStore(platform::utf8(database), [this](const std::string& text) { leaveOut(text); });
     database_ = database;
 }
 

@@ -27,6 +27,48 @@ HRESULT giveMapGuid(ITrMap* maps, REFGUID translator1, REFGUID translator2, BSTR
     return hr;
 }
 
+// Keeps the report of each map that a synchronizer runs, for as long as this lives.
+class ReportCollector {
+public:
+    ReportCollector(const com::Ptr<ISynchronizer>& synchronizer, std::vector<com::Ptr<ISyncRunReport>>& reports) : sink_(com::make<Sink>())
+    {
+        sink_->reports = &reports;
+        const auto container = synchronizer.tryAs<IConnectionPointContainer>();
+        if (!container ||
+            FAILED(com::call(container, &IConnectionPointContainer::FindConnectionPoint, __uuidof(ISyncEvents), point_.put())))
+            return;
+        if (FAILED(com::call(point_, &IConnectionPoint::Advise, static_cast<ISyncEvents*>(sink_.get()), &cookie_))) cookie_ = 0;
+    }
+    ReportCollector(const ReportCollector&) = delete;
+    ReportCollector& operator=(const ReportCollector&) = delete;
+    ~ReportCollector()
+    {
+        if (cookie_) (void)com::call(point_, &IConnectionPoint::Unadvise, cookie_);
+        sink_->reports = nullptr;
+    }
+
+private:
+    class Sink final : public com::Object<ISyncEvents, ISyncReport> {
+    public:
+        explicit Sink(IUnknown* outer) noexcept : Object(outer) {}
+        std::vector<com::Ptr<ISyncRunReport>>* reports = nullptr;
+        HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress, DOUBLE) override { return S_OK; }
+        HRESULT STDMETHODCALLTYPE OnProgress2(BSTR, DOUBLE) override { return S_OK; }
+        HRESULT STDMETHODCALLTYPE OnRunBegin(ISyncRunReport* pReport) override
+        {
+            return com::guarded([&] {
+                if (reports) reports->emplace_back(pReport);
+            });
+        }
+        HRESULT STDMETHODCALLTYPE OnItem(ISyncReportItem*) override { return S_OK; }
+        HRESULT STDMETHODCALLTYPE OnRunEnd(ISyncRunReport*) override { return S_OK; }
+    };
+
+    com::Ptr<Sink> sink_;
+    com::Ptr<IConnectionPoint> point_;
+    DWORD cookie_ = 0;
+};
+
 } // namespace
 
 HRESULT ParseMapGuid(BSTR text, GUID& map)
@@ -112,14 +154,32 @@ HRESULT STDMETHODCALLTYPE CSyncAutoTest::Synchronize(BSTR lpMapGuid, VARIANT_BOO
     return com::guarded([&] {
         GUID map{};
         com::Ptr<ISynchronizer> synchronizer;
+        reports_.clear();
         HRESULT hr = ParseMapGuid(lpMapGuid, map);
         if (SUCCEEDED(hr)) hr = createClass(__uuidof(Synchronizer), synchronizer);
         if (FAILED(hr)) return hr;
+        const ReportCollector collector(synchronizer, reports_);
         hr = com::call(synchronizer, &ISynchronizer::Initialize, nullptr, bReconfig);
         if (SUCCEEDED(hr)) hr = com::call(synchronizer, &ISynchronizer::Synchronize, map, bSilent);
         const HRESULT cleaned = com::call(synchronizer, &ISynchronizer::Cleanup);
         return FAILED(hr) ? hr : FAILED(cleaned) ? cleaned : S_OK;
     });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::GetReportCount(LONG* pCount)
+{
+    if (!pCount) return E_POINTER;
+    *pCount = static_cast<LONG>(reports_.size());
+    return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::GetReport(LONG nIndex, ISyncRunReport** ppReport)
+{
+    if (!ppReport) return E_POINTER;
+    *ppReport = nullptr;
+    if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= reports_.size()) return E_INVALIDARG;
+    *ppReport = com::Ptr<ISyncRunReport>(reports_[static_cast<std::size_t>(nIndex)]).detach();
+    return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE CSyncAutoTest::DecryptHistoryFile(BSTR historyFilePath, BSTR decryptedFilePath)

@@ -3,6 +3,7 @@
 #pragma once
 #include "interfaces.h"
 #include "script.h"
+#include <vector>
 
 namespace mb {
 
@@ -17,6 +18,8 @@ public:
     HRESULT STDMETHODCALLTYPE AddTrMapEx(GUID* transGuid1, GUID* transGuid2, BSTR* lpGuidMap) override;
     HRESULT STDMETHODCALLTYPE DeleteTrMap(BSTR lpMapGuid) override;
     HRESULT STDMETHODCALLTYPE Synchronize(BSTR lpMapGuid, VARIANT_BOOL bReconfig, VARIANT_BOOL bSilent) override;
+    HRESULT STDMETHODCALLTYPE GetReportCount(LONG* pCount) override;
+    HRESULT STDMETHODCALLTYPE GetReport(LONG nIndex, ISyncRunReport** ppReport) override;
     HRESULT STDMETHODCALLTYPE DecryptHistoryFile(BSTR historyFilePath, BSTR decryptedFilePath) override;
 
     // One side of a map, record by record (TranslatorCalls.cpp)
@@ -35,6 +38,7 @@ public:
     HRESULT STDMETHODCALLTYPE EndUpdate(IUnknown* pTrans, VARIANT_BOOL bAbort) override;
 
 private:
+    std::vector<com::Ptr<ISyncRunReport>> reports_;        // of the last Synchronize, one a map
     std::unique_ptr<platform::ScriptRunner> ScriptControl; // made by the first RunTests; its code stays loaded
 };
 

@@ -14,6 +14,7 @@ struct ContactChange {
     const FieldValueMap* values = nullptr;    // by the types of the side that they come from; may be null
     const FieldTypeMap* FieldTypes = nullptr; // from those to the types of this side
     bool SyncImages = false;
+    std::u16string storeName{}; // as the run calls the store; the translator's short name where the run gives none
 };
 
 class CChangeDetailsDlg final : public Dialog {

@@ -68,7 +68,8 @@ std::u16string databaseLabel(const PlannedSide& side, std::u16string_view name)
 
 std::u16string SummaryText(const PlannedChanges& changes)
 {
-    const std::u16string name1 = ShortNameOf(changes.side1.clsid), name2 = ShortNameOf(changes.side2.clsid);
+    const std::u16string name1 = StoreNameOf(changes.side1.name, changes.side1.clsid),
+                         name2 = StoreNameOf(changes.side2.name, changes.side2.clsid);
     const Counts tasks1 = countTasks(changes.side1.tasks), tasks2 = countTasks(changes.side2.tasks);
     const std::u16string first = blockText(name2, name1, countsFor(changes, tasks1, tasks2));
     const std::u16string unverified = unverifiedText(changes, name1, name2);

@@ -28,8 +28,8 @@ void CConflictDlg::prepare()
     const TranslatorFields fields1(question_.side1.translator), fields2(question_.side2.translator);
     const ContactName contact1 = ReadContactName(fields1, question_.side1.recordId, ftFirstName, ftLastName);
     const ContactName contact2 = nameOnSide2(fields2);
-    name1_ = ShortNameOf(question_.side1.clsid);
-    name2_ = ShortNameOf(question_.side2.clsid);
+    name1_ = StoreNameOf(question_.side1.name, question_.side1.clsid);
+    name2_ = StoreNameOf(question_.side2.name, question_.side2.clsid);
     addControls(message(contact1, contact2));
     preselect();
     fillList(fields1, fields2);

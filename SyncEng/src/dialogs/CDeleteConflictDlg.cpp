@@ -12,7 +12,8 @@ void CDeleteConflictDlg::prepare()
 {
     const ConflictSide& survivor = question_.survivor;
     const TranslatorFields fields(survivor.translator);
-    const std::u16string changedName = ShortNameOf(survivor.clsid), deletedName = ShortNameOf(question_.deletedClsid);
+    const std::u16string changedName = StoreNameOf(survivor.name, survivor.clsid),
+                         deletedName = StoreNameOf(question_.deletedName, question_.deletedClsid);
     const std::u16string contact = ReadContactName(fields, survivor.recordId, ftFirstName, ftLastName).shortened();
 
     model_.layout = DialogLayout::DeleteConflict;

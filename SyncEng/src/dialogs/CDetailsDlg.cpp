@@ -19,7 +19,7 @@ void CDetailsDlg::prepare()
     model_.caption = u"Details";
     model_.help = LoadText(313);
     const auto addList = [&](int title, int list, const PlannedSide& side) {
-        model_.add(title, ControlKind::Text, Format(LoadText(111), ShortNameOf(side.clsid)));
+        model_.add(title, ControlKind::Text, Format(LoadText(111), StoreNameOf(side.name, side.clsid)));
         Control& control = model_.add(list, ControlKind::List);
         control.columns = {{LoadText(115)}, {LoadText(116)}, {LoadText(117)}, {LoadText(118)}};
         control.selectable = control.sortable = true;
@@ -126,8 +126,8 @@ void CDetailsDlg::viewChanges()
 {
     const int list = model_[idList1].selection >= 0 ? idList1 : idList2;
     const PlannedTask* task = taskOf(list, static_cast<std::size_t>(model_[list].selection));
-    CChangeDetailsDlg changes(
-        {targetOf(list).translator, targetOf(list).clsid, *task->MappedId, task->Changes, &typesFor(list), changes_.SyncImages});
+    CChangeDetailsDlg changes({targetOf(list).translator, targetOf(list).clsid, *task->MappedId, task->Changes, &typesFor(list),
+                               changes_.SyncImages, targetOf(list).name});
     (void)ShowDialog(changes, window);
 }
 

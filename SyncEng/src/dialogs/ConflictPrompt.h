@@ -5,11 +5,12 @@
 
 namespace mb {
 
-// One side of a question: its translator, that translator's class, and the record.
+// One side of a question: its translator, that translator's class, and the record. `name` is what the run calls the store; where it gives
+// none, the translator's short name serves.
 struct ConflictSide {
     ITranslator* translator = nullptr;
     GUID clsid{};
-    std::u16string recordId;
+    std::u16string recordId{}, name{};
 };
 
 // A contact that was changed on both sides.
@@ -31,6 +32,7 @@ struct ConflictQuestion {
 struct DeleteConflictQuestion {
     ConflictSide survivor; // the side that still has it
     GUID deletedClsid{};   // the class of the other side's translator
+    std::u16string deletedName{};
     _TransIds DeletedSide = idTrans1;
     LONG ConflictIndex = 0, ConflictTotal = 0;
     HWND parent = nullptr;

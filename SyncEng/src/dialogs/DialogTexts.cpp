@@ -15,6 +15,8 @@ std::u16string ShortNameOf(REFCLSID clsid)
     return name.text();
 }
 
+std::u16string StoreNameOf(const std::u16string& name, REFCLSID clsid) { return name.empty() ? ShortNameOf(clsid) : name; }
+
 std::u16string CellText(std::u16string_view value) { return ReplaceLineBreaks(TruncateText(value, 100, true)); }
 
 std::u16string ContactName::joined() const { return first.empty() || last.empty() ? first + last : first + u" " + last; }

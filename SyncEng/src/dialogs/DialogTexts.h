@@ -7,6 +7,8 @@
 namespace mb {
 
 std::u16string ShortNameOf(REFCLSID clsid);
+// What a run calls the store, or else its translator's short name.
+std::u16string StoreNameOf(const std::u16string& name, REFCLSID clsid);
 
 // A value as a cell: at most 100 characters and an ellipsis, on one line.
 std::u16string CellText(std::u16string_view value);

@@ -29,6 +29,7 @@ struct PlannedSide {
     GUID clsid{};
     std::span<const PlannedTask> tasks;
     std::u16string database;
+    std::u16string name{}; // as the run calls the store; the translator's short name where the run gives none
 };
 
 struct PlannedChanges {

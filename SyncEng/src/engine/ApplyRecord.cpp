@@ -42,10 +42,10 @@ const std::u16string* valueIn(const FieldValueMap* values, LONG type)
 class RecordApply {
 public:
     RecordApply(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                std::optional<std::u16string>& targetId, LinkGuard& guard)
+                std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<GUID>& writtenFields)
         : pass_(pass), run_(pass.run), sourceSide_(source), targetSide_(otherSide(source)), source_(pass.side(source)),
-          target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), guard_(guard), sourceKey_(recordId),
-          isNew_(!targetId), matched_(task.Kind == TaskMatched)
+          target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), guard_(guard),
+          writtenFields_(writtenFields), sourceKey_(recordId), isNew_(!targetId), matched_(task.Kind == TaskMatched)
     {
         if (targetId) targetKey_ = com::Bstr(*targetId);
         hostUpdate_ = source == Side::Two && run_.side(Side::One).Id == hostTranslator && target_.store.hasFields() && targetId;
@@ -165,6 +165,7 @@ private:
         hr = target_.store.write(targetKey_.get(), step.targetField, *value);
         if (FAILED(hr)) return;
         step.written = true;
+        writtenFields_.push_back(step.targetField);
         written_.insert(step.T);
         if (isImageType(step.T)) written_.insert(sizeTypeOf(step.T));
         if (isImageType(step.T)) targetImageStates_[step.T].has = !step.text().empty();
@@ -298,6 +299,7 @@ private:
     const RecordTask& task_;
     std::optional<std::u16string>& targetIdOut_;
     LinkGuard& guard_;
+    std::vector<GUID>& writtenFields_;
     com::Bstr sourceKey_, targetKey_;
     bool isNew_, matched_, hostUpdate_ = false;
     std::optional<ULONG> sourceCaps_, targetCaps_;
@@ -313,9 +315,9 @@ private:
 } // namespace
 
 HRESULT ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                    std::optional<std::u16string>& targetId, LinkGuard& guard)
+                    std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<GUID>& writtenFields)
 {
-    return RecordApply(pass, source, recordId, task, targetId, guard).run();
+    return RecordApply(pass, source, recordId, task, targetId, guard, writtenFields).run();
 }
 
 } // namespace mb

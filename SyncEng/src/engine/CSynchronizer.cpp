@@ -1,6 +1,7 @@
 #include "engine/CSynchronizer.h"
 
 #include "engine/EngineCodes.h"
+#include "engine/FailureReport.h"
 #include "engine/SyncOneMap.h"
 #include "foundation/ClassTable.h"
 #include "foundation/SilentMode.h"
@@ -126,16 +127,33 @@ HRESULT CSynchronizer::runMaps(const GUID& guid)
     hr = createClass(__uuidof(TrManager), trMap);
     if (FAILED(hr)) return hr;
     for (const GUID& map : maps) {
-        do hr = runMap(trMap.get(), map);
-        while (runsAgain(hr));
+        hr = runReported(map, [&] { return runMap(trMap.get(), map); });
         if (FAILED(hr)) break;
     }
     return hr;
 }
 
+template <class Run> HRESULT CSynchronizer::runReported(const GUID& map, Run&& run)
+{
+    run_.Report.begin(run_.EventSink, map);
+    run_.StoppedByHost = false;
+    HRESULT hr = com::guarded(run);
+    while (runsAgain(hr)) {
+        run_.Report.startOver();
+        hr = com::guarded(run);
+    }
+    if (SUCCEEDED(hr))
+        run_.Report.end(reDone, hr, {});
+    else if (hr == E_ABORT)
+        run_.Report.end(run_.StoppedByHost ? reStopped : reCancelled, hr, {});
+    else
+        run_.Report.end(hr == codeDeletionsRefused ? reRefused : reFailed, hr, FailureText(run_, hr));
+    return hr;
+}
+
 HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
 {
-    run_.Error.FailedTranslator = GUID_NULL;
+    forgetFailedSide();
     run_.CurrentMap = map;
     GUID id1{}, id2{};
     if (SUCCEEDED(com::call(trMap, &ITrMap::GetTranslators, map, &id1, &id2)) && id2 == outlookExpressTranslator) {
@@ -151,6 +169,12 @@ HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
         hr = SyncOneMap(run_, contactHistory);
     }
     return hr;
+}
+
+void CSynchronizer::forgetFailedSide()
+{
+    run_.Error.FailedTranslator = GUID_NULL;
+    run_.Error.FailedSide.reset();
 }
 
 bool CSynchronizer::runsAgain(HRESULT hr)
@@ -208,13 +232,12 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     std::u16string database2;
     if (FAILED(currentDatabase2(trMap.get(), target, database2)) || database2.empty()) run_.side(Side::Two).Reconfigure = VARIANT_TRUE;
     StoreOutlookExpressDatabase(id2, database2);
-    do {
-        run_.Error.FailedTranslator = GUID_NULL;
+    return runReported(target, [&] {
+        forgetFailedSide();
         run_.CurrentMap = target;
         std::shared_ptr<CSyncHistory> kept; // categories are barred: none is
-        hr = SyncOneMap(run_, kept);
-    } while (runsAgain(hr));
-    return hr;
+        return SyncOneMap(run_, kept);
+    });
 }
 
 HRESULT STDMETHODCALLTYPE CSynchronizer::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2)

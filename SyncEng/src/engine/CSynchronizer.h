@@ -24,6 +24,9 @@ private:
     HRESULT runMap(ITrMap* trMap, const GUID& map);
     HRESULT transfer(const GUID& target, bool reverse);
     HRESULT createFieldMap();
+    // Runs the map until it need not be run again, and reports it as one run.
+    template <class Run> HRESULT runReported(const GUID& map, Run&& run);
+    void forgetFailedSide();
     // The same map has to be run again from an empty history.
     bool runsAgain(HRESULT hr);
 

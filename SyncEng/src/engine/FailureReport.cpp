@@ -76,6 +76,7 @@ bool takeError(ErrorState& error, const ErrorSource& source)
     const bool hasCode = error.LastErrorCode.vt != VT_EMPTY && error.LastErrorCode.uiVal != 0;
     if (!hasCode && error.LastErrorMessage1.empty()) return false;
     error.FailedTranslator = source.id;
+    error.FailedSide = source.side;
     return true;
 }
 
@@ -122,16 +123,31 @@ void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const Err
 void chargeFailure(PipelinePass& pass, Side side)
 {
     const Side other = otherSide(side);
-    pass.run.Error.FailedTranslator = pass.run.side(side).Id;
-    FetchTranslatorError(pass.run.Error, {pass.side(side).store.translator(), pass.run.side(side).Id},
-                         {pass.side(other).store.translator(), pass.run.side(other).Id});
+    chargeTo(pass.run, side);
+    FetchTranslatorError(pass.run.Error, {pass.side(side).store.translator(), pass.run.side(side).Id, side},
+                         {pass.side(other).store.translator(), pass.run.side(other).Id, other});
+}
+
+void chargeTo(RunState& run, Side side)
+{
+    run.Error.FailedTranslator = run.side(side).Id;
+    run.Error.FailedSide = side;
+}
+
+std::u16string FailureText(const RunState& run, HRESULT hr)
+{
+    const GUID& failed = run.Error.FailedTranslator;
+    const std::optional<Side> side = run.Error.FailedSide;
+    if (failed == GUID_NULL) return failureText(run.Error, hr, LoadText(captionId));
+    // Two stores of one translator are told apart by the name that the run gives them.
+    const bool named = side && run.side(*side).Id == failed && !run.side(*side).Name.empty();
+    return failureText(run.Error, hr, named ? run.side(*side).Name : translatorName(failed, false));
 }
 
 void ReportFailure(const RunState& run, HRESULT hr)
 {
     const std::u16string caption = LoadText(captionId);
-    const GUID& failed = run.Error.FailedTranslator;
-    const std::u16string text = failureText(run.Error, hr, failed == GUID_NULL ? caption : translatorName(failed, false));
+    const std::u16string text = FailureText(run, hr);
     WriteLogText(4, u"%s", text);
     if (SilentMode && hr != codeStopSchedule) return;
     if (hr == codeStopSchedule) stopSchedule();

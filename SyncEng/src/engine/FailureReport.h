@@ -8,13 +8,20 @@ namespace mb {
 struct ErrorSource {
     ITranslator* translator = nullptr;
     GUID id{};
+    Side side = Side::One;
 };
 
 // Keeps the error of the first source that has one, and charges the failure to it.
 void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const ErrorSource& second);
 
+// Charges the last failure to the translator of this side.
+void chargeTo(RunState& run, Side side);
+
 // A failure of a translator's during the pass: charged to this side, which is asked first.
 void chargeFailure(PipelinePass& pass, Side side);
+
+// The message of a failed run, as the user gets it; empty for a code without one.
+std::u16string FailureText(const RunState& run, HRESULT hr);
 
 // Writes the message of a failed run to the log and shows it, unless the run is silent.
 void ReportFailure(const RunState& run, HRESULT hr);

@@ -1,6 +1,7 @@
 #include "engine/LimitDeletions.h"
 
 #include "engine/EngineCodes.h"
+#include "engine/FailureReport.h"
 #include "foundation/Log.h"
 
 namespace mb {
@@ -41,7 +42,7 @@ HRESULT LimitDeletions(PipelinePass& pass)
         if (hostAllows(run, side, linked, deletions)) continue;
         const SideState& emptied = run.side(otherSide(side));
         run.Error = {};
-        run.Error.FailedTranslator = emptied.Id;
+        chargeTo(run, otherSide(side));
         run.Error.LastErrorMessage1 = Format(
             u"%s no longer has %d of the %d records that it shared with %s (%s), so the run would delete them there too. The limit is %d "
             u"percent; nothing was written.",

@@ -82,7 +82,7 @@ private:
         if (FAILED(hr) || !task || !task->isChange()) return hr;
         const PlannedSide& target = details.targetOf(list);
         CChangeDetailsDlg change(
-            {target.translator, target.clsid, *task->MappedId, task->Changes, &details.typesFor(list), all.SyncImages});
+            {target.translator, target.clsid, *task->MappedId, task->Changes, &details.typesFor(list), all.SyncImages, target.name});
         change.prepare();
         for (const ListRow& field : change.model().find(CChangeDetailsDlg::idList)->rows) {
             const com::Bstr name(field.cells[0]), current(field.cells[1]), value(field.cells[2]);
@@ -103,8 +103,10 @@ private:
 Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).Tasks)), tasks2_(plannedTasks(pass.side(Side::One).Tasks))
 {
     const RunState& run = pass.run;
-    changes.side1 = {pass.side(Side::One).store.translator(), run.side(Side::One).Id, tasks1_, run.side(Side::One).Database};
-    changes.side2 = {pass.side(Side::Two).store.translator(), run.side(Side::Two).Id, tasks2_, run.side(Side::Two).Database};
+    changes.side1 = {pass.side(Side::One).store.translator(), run.side(Side::One).Id, tasks1_, run.side(Side::One).Database,
+                     run.side(Side::One).Name};
+    changes.side2 = {pass.side(Side::Two).store.translator(), run.side(Side::Two).Id, tasks2_, run.side(Side::Two).Database,
+                     run.side(Side::Two).Name};
     changes.ConfirmAdds = run.Options.ConfirmAdds;
     changes.ConfirmUpdates = run.Options.ConfirmUpdates;
     changes.ConfirmDeletes = run.Options.ConfirmDeletes;
@@ -117,7 +119,10 @@ Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).Tasks
 HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes)
 {
     const auto review = pass.run.EventSink.tryAs<ISyncReview>();
-    return review ? PlanTeller(pass, changes, review.get()).tell() : S_OK;
+    if (!review) return S_OK;
+    const HRESULT hr = PlanTeller(pass, changes, review.get()).tell();
+    pass.run.StoppedByHost = hr == E_ABORT;
+    return hr;
 }
 
 } // namespace mb

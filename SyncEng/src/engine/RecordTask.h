@@ -27,6 +27,7 @@ struct RecordTask {
     bool PairExamined = false;              // the conflict stage has judged this pair; it stays as judged for the rest of the run
     bool AlreadyGone = false;               // of a TaskDelete: the store does not have the record, so there is nothing to delete
     LONG Settled = 0;                       // 1: the change set is final and is not looked at again
+    LONG Conflict = 0;                      // how the conflict of this record was settled; 0 for a record that was in none
     bool FieldMapRemapped = false;          // all fields count as changed, and the history's flag is cleared after the write
 };
 

@@ -59,10 +59,13 @@ private:
     Asked decide(ConflictPair& pair, const Conflict& conflict)
     {
         LONG resolution = planned(pair, conflict);
-        if (LogLevelMask & 1)
-            WriteLogResource(1, 152,
-                             DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).store.translator(),
-                                            pass_.side(Side::One).names, pair.e1->first));
+        ReportEntry entry;
+        entry.recordId = pair.e1->first;
+        entry.partnerId = pair.e2->first;
+        if (run_.Report.wantsNames())
+            entry.name = DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).store.translator(), pass_.side(Side::One).names,
+                                        pair.e1->first);
+        WriteLogResource(1, 152, entry.name);
         if (resolution == croNotify) {
             if (SilentMode) {
                 resolution = silentChoice(pair, conflict);
@@ -72,7 +75,9 @@ private:
             }
         }
         SettleConflict(pass_, pair, resolution);
-        logSettlement(resolution);
+        entry.conflict = resolution;
+        const bool oneWins = resolution == croTrans1Wins, twoWins = resolution == croTrans2Wins;
+        run_.Report.settled(std::move(entry), oneWins ? run_.side(Side::One).Name : twoWins ? run_.side(Side::Two).Name : std::u16string());
         return Asked::Answered;
     }
 
@@ -85,18 +90,6 @@ private:
         return run_.Options.ConflictResolution;
     }
 
-    void logSettlement(LONG resolution)
-    {
-        switch (resolution) {
-        case croAddAll: return WriteLogResource(1, 300);
-        case croDeleteAll: return WriteLogResource(1, 301);
-        case croTrans1Wins: return WriteLogResource(1, 302, run_.side(Side::One).Name, 1);
-        case croTrans2Wins: return WriteLogResource(1, 302, run_.side(Side::Two).Name, 2);
-        case croMerge: return WriteLogResource(1, 303);
-        default: return; // answered for all already
-        }
-    }
-
     // Without a user both contacts of a pair are kept, and a changed record survives a deletion.
     static LONG silentChoice(const ConflictPair& pair, const Conflict& conflict)
     {
@@ -106,7 +99,7 @@ private:
 
     ConflictSide sideOf(Side side, std::u16string recordId)
     {
-        return {pass_.side(side).store.translator(), run_.side(side).Id, std::move(recordId)};
+        return {pass_.side(side).store.translator(), run_.side(side).Id, std::move(recordId), run_.side(side).Name};
     }
 
     Asked askDelete(const ConflictPair& pair, LONG& resolution)
@@ -116,6 +109,7 @@ private:
         DeleteConflictQuestion question;
         question.survivor = goneOnOne ? sideOf(Side::Two, pair.e2->first) : sideOf(Side::One, pair.e1->first);
         question.deletedClsid = run_.side(goneOnOne ? Side::One : Side::Two).Id;
+        question.deletedName = run_.side(goneOnOne ? Side::One : Side::Two).Name;
         question.DeletedSide = goneOnOne ? idTrans1 : idTrans2;
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;

@@ -2,8 +2,10 @@
 // CSynchronizer owns it from its creation to its end; the stages of a run read and write it.
 #pragma once
 #include "engine/RecordTask.h"
+#include "engine/RunReport.h"
 #include "engine/Side.h"
 #include "interfaces.h"
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,7 +36,8 @@ struct MapOptions {
 };
 
 struct ErrorState {
-    GUID FailedTranslator{}; // the translator that the last error is charged to; null while none is
+    GUID FailedTranslator{};        // the translator that the last error is charged to; null while none is
+    std::optional<Side> FailedSide; // that translator's side, where it is known
     com::Variant LastErrorCode;
     std::u16string LastErrorMessage1, LastErrorMessage2;
 };
@@ -52,6 +55,7 @@ struct RunState {
 
     MapOptions Options;
     ErrorState Error;
+    RunReport Report; // of the map that runs
 
     bool ResyncRequested = false;    // a new run of this map must start from an empty history
     bool FieldMapRebuilt = false;    // the field map was made anew because a translator asked for it
@@ -64,6 +68,7 @@ struct RunState {
     bool ContactPassPending = false; // this run of SyncOneMap follows a category pass
     bool CategoriesBarred = false;   // no category pass may happen
     bool OnlyPlanned = false;        // the host was told of this pass and wants nothing of it written
+    bool StoppedByHost = false;      // the host's ISyncReview ended this run
 
     std::u16string TransferFile, TransferPassword;
     SAFEARRAY* TransferCards = nullptr; // borrowed while a transfer runs; set is the test for a transfer

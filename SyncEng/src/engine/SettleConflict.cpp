@@ -97,6 +97,7 @@ private:
 
 void SettleConflict(PipelinePass& pass, ConflictPair& pair, LONG resolution)
 {
+    pair.e1->second.Conflict = pair.e2->second.Conflict = resolution;
     Settlement settlement(pass, pair);
     switch (resolution) {
     case croAddAll: return settlement.dissolve();

@@ -102,6 +102,14 @@ HRESULT StoreClient::fieldMaxLength(const GUID& field, ULONG& length)
     return askTwice([&] { return call(field_, &IField::GetMaxLength, field, &length); });
 }
 
+HRESULT StoreClient::fieldName(const GUID& field, std::u16string& name)
+{
+    com::Bstr text;
+    const HRESULT hr = call(field_, &IField::GetName, field, text.put());
+    name = text.text();
+    return hr;
+}
+
 HRESULT StoreClient::fieldCount(LONG& count)
 {
     return askTwice([&] { return call(fieldList_, &IFieldList::GetCount, &count); });

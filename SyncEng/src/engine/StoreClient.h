@@ -49,6 +49,7 @@ public:
     HRESULT fieldType(const GUID& field, LONG& type);
     HRESULT fieldFlags(const GUID& field, ULONG& flags);
     HRESULT fieldMaxLength(const GUID& field, ULONG& length);
+    HRESULT fieldName(const GUID& field, std::u16string& name);
     HRESULT fieldCount(LONG& count);
     HRESULT fieldAt(LONG index, GUID& field);
 

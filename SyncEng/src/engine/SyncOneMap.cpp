@@ -4,11 +4,13 @@
 #include "engine/FailureReport.h"
 #include "engine/MapOptions.h"
 #include "engine/RunPipeline.h"
+#include "engine/RunServices.h"
 #include "engine/StoreClient.h"
 #include "files.h"
 #include "foundation/ClassTable.h"
 #include "foundation/Log.h"
 #include "foundation/Paths.h"
+#include "foundation/StoreNames.h"
 #include "foundation/Strings.h"
 #include "host.h"
 #include "store/ConfigStore.h"
@@ -24,7 +26,12 @@ public:
     MapRun(RunState& run, std::shared_ptr<CSyncHistory>& kept) : run_(run), kept_(kept) {}
     MapRun(const MapRun&) = delete;
     MapRun& operator=(const MapRun&) = delete;
-    ~MapRun() { run_.History = nullptr; }
+    ~MapRun()
+    {
+        run_.History = nullptr;
+        for (const Side side : bothSides)
+            if (ownServices_[side]) ownServices_[side]->leave();
+    }
 
     HRESULT run()
     {
@@ -70,8 +77,9 @@ private:
         entry_ = trMap_.tryAs<ITrMapEntry>();
         if (!entry_) return E_NOINTERFACE;
         for (const Side side : bothSides) {
-            hr = createClass(__uuidof(TrServices), services_[side]);
-            if (FAILED(hr)) return hr;
+            ownServices_[side] = com::make<CRunServices>();
+            ownServices_[side]->join(run_.Report, side);
+            services_[side] = ownServices_[side];
         }
         hr = com::call(trMap_, &ITrMap::GetTranslators, run_.CurrentMap, &run_.side(Side::One).Id, &run_.side(Side::Two).Id);
         if (SUCCEEDED(hr)) (void)history_->GetVersion(openedVersion_);
@@ -129,9 +137,25 @@ private:
         for (const Side side : bothSides) {
             com::Bstr name;
             (void)com::call(trMap_, &ITrMap::GetName, run_.side(side).Id, VARIANT_FALSE, name.put());
-            run_.side(side).Name = name.text();
+            run_.side(side).Name = shortNames_[side] = name.text();
         }
+        if (shortNames_.one == shortNames_.two) nameStores(storedDatabase(Side::One), storedDatabase(Side::Two));
         return S_OK;
+    }
+
+    // What the side's settings call its database, where its translator keeps it under the usual key.
+    std::u16string storedDatabase(Side side) const
+    {
+        com::Bstr database;
+        if (settings_[side]) (void)com::call(settings_[side], &IDataStream::GetString, com::Bstr(u"Database").get(), database.put());
+        return database.text();
+    }
+
+    // Two stores of one kind are named with their places.
+    void nameStores(std::u16string_view database1, std::u16string_view database2)
+    {
+        for (const Side side : bothSides) run_.side(side).Name = shortNames_[side];
+        TellStoresApart(run_.side(Side::One).Name, database1, run_.side(Side::Two).Name, database2);
     }
 
     // Wanted: the result is that of the second load alone, so a failed first one with a good second ends the run without a message.
@@ -153,8 +177,9 @@ private:
     void chargeLoadFailure(Side side)
     {
         const Side other = otherSide(side);
-        run_.Error.FailedTranslator = run_.side(side).Id;
-        FetchTranslatorError(run_.Error, {translators_[side].get(), run_.side(side).Id}, {translators_[other].get(), run_.side(other).Id});
+        chargeTo(run_, side);
+        FetchTranslatorError(run_.Error, {translators_[side].get(), run_.side(side).Id, side},
+                             {translators_[other].get(), run_.side(other).Id, other});
     }
 
     HRESULT startAndRun()
@@ -164,6 +189,7 @@ private:
             const HRESULT hr = lookForCategories();
             if (FAILED(hr)) return hr;
         }
+        run_.Report.setPass(run_.CategoryPass);
         readOptions();
         for (const Side side : bothSides) {
             const HRESULT hr = startSide(side);
@@ -177,17 +203,17 @@ private:
         if (readSyncParams() == E_ABORT) return logCancel();
         const HRESULT hr = RunPipeline(run_, translators_, services_);
         if (hr == E_ABORT) {
-            WriteLogResource(1, 155);
+            (void)logCancel();
         } else if (FAILED(hr) && run_.Error.FailedTranslator == GUID_NULL) {
-            FetchTranslatorError(run_.Error, {translators_.two.get(), run_.side(Side::Two).Id},
-                                 {translators_.one.get(), run_.side(Side::One).Id});
+            FetchTranslatorError(run_.Error, {translators_.two.get(), run_.side(Side::Two).Id, Side::Two},
+                                 {translators_.one.get(), run_.side(Side::One).Id, Side::One});
         }
         return hr;
     }
 
-    static HRESULT logCancel()
+    HRESULT logCancel() const
     {
-        WriteLogResource(1, 155);
+        WriteLogResource(1, run_.StoppedByHost ? 340 : 155);
         return E_ABORT;
     }
 
@@ -289,6 +315,8 @@ private:
                 SideState& state = run_.side(side);
                 state.DatabaseKnown = SUCCEEDED(stores_[side].syncParams(services_[side].get(), state.Database, state.Description));
             }
+            if (run_.side(Side::One).DatabaseKnown && run_.side(Side::Two).DatabaseKnown)
+                nameStores(run_.side(Side::One).Database, run_.side(Side::Two).Database);
             return S_OK;
         } catch (const Cancelled&) {
             return E_ABORT;
@@ -366,8 +394,10 @@ private:
     std::shared_ptr<CSyncHistory> history_;
     com::Ptr<ITrMap> trMap_;
     com::Ptr<ITrMapEntry> entry_;
+    PerSide<com::Ptr<CRunServices>> ownServices_;
     PerSide<com::Ptr<ITrServices>> services_;
     PerSide<com::Ptr<IDataStream>> settings_;
+    PerSide<std::u16string> shortNames_; // of the translators
     PerSide<com::Ptr<ITranslator>> translators_;
     PerSide<StoreClient> stores_;
     PerSide<bool> loadFailed_;

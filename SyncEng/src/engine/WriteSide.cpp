@@ -69,16 +69,19 @@ private:
         const bool created = !task.MappedId;
         std::optional<std::u16string> targetId = task.MappedId;
         LinkGuard guard(source().store, target().store);
-        const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId, guard);
-        if (FAILED(hr)) {
-            chargeFailure(pass_, targetSide_);
-            return hr;
-        }
+        std::vector<GUID> written;
+        const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId, guard, written);
+        if (FAILED(hr)) return fail(hr, entryOf(task, task.MappedId.value_or(std::u16string()), id, name));
         if (task.MappedId && !task.MappedId->empty() && !targetId->empty() && *task.MappedId != *targetId)
             followNewIdentifier(*task.MappedId, *targetId);
         if (task.FieldMapRemapped) (void)SetFieldMapChangedFlag(run_, sourceSide_, id, false);
         const HRESULT stamped = StampHistoryPair(pass_, sourceSide_, id, *targetId, 0.0);
-        logWritten(task.Kind == TaskMatched, created, name);
+        ReportEntry entry = entryOf(task, *targetId, id, name);
+        entry.action = task.Kind == TaskMatched ? raLinked : created ? raCreated : raUpdated;
+        if (entry.action == raLinked && sourceSide_ == Side::One) std::swap(entry.recordId, entry.partnerId);
+        if (entry.action == raLinked) entry.side = Side::One;
+        if (entry.action == raUpdated && run_.Report.wantsFields()) entry.fields = describeFields(written);
+        run_.Report.wrote(std::move(entry), targetName());
         return stamped;
     }
 
@@ -91,14 +94,35 @@ private:
         if (!towardsTwo) (void)run_.History->DeleteEntry(sectionOf(Side::One), before, false);
     }
 
-    void logWritten(bool matched, bool created, const std::u16string& name)
+    ReportEntry entryOf(const RecordTask& task, const std::u16string& id, const std::u16string& partner, const std::u16string& name) const
     {
-        if (run_.CategoryPass)
-            WriteLogResource(1, created ? 204 : 205, targetName(), name);
-        else if (matched)
-            WriteLogResource(1, 230, name);
-        else
-            WriteLogResource(1, created ? 157 : 158, targetName(), name);
+        ReportEntry entry;
+        entry.side = targetSide_;
+        entry.recordId = id;
+        entry.partnerId = partner;
+        entry.name = name;
+        entry.conflict = task.Conflict;
+        return entry;
+    }
+
+    HRESULT fail(HRESULT hr, ReportEntry entry)
+    {
+        chargeFailure(pass_, targetSide_);
+        entry.code = hr;
+        entry.text = FailureText(run_, hr);
+        run_.Report.failed(std::move(entry));
+        return hr;
+    }
+
+    std::vector<ReportedField> describeFields(const std::vector<GUID>& written)
+    {
+        std::vector<ReportedField> fields;
+        for (const GUID& field : written) {
+            ReportedField& described = fields.emplace_back();
+            (void)target().store.fieldType(field, described.type);
+            (void)target().store.fieldName(field, described.name);
+        }
+        return fields;
     }
 
     HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
@@ -108,18 +132,17 @@ private:
         const com::Bstr key(id);
         const HRESULT hr = target().store.remove(key.get());
         // Another program may have deleted the record meanwhile.
-        if (FAILED(hr) && target().store.contains(key.get()) != Presence::Absent) {
-            chargeFailure(pass_, targetSide_);
-            return hr;
-        }
+        if (FAILED(hr) && target().store.contains(key.get()) != Presence::Absent) return fail(hr, entryOf(task, id, {}, name));
         (void)UnlinkHistoryEntry(*run_.History, targetSide_, id);
-        WriteLogResource(1, run_.CategoryPass ? 206 : 159, targetName(), name);
+        ReportEntry entry = entryOf(task, id, {}, name);
+        entry.action = raDeleted;
+        run_.Report.wrote(std::move(entry), targetName());
         return S_OK;
     }
 
-    static std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id)
+    std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id) const
     {
-        return (LogLevelMask & 1) ? DescribeRecord(task.Values.get(), side.store.translator(), side.names, id) : std::u16string();
+        return run_.Report.wantsNames() ? DescribeRecord(task.Values.get(), side.store.translator(), side.names, id) : std::u16string();
     }
 
     HRESULT tellProgress()

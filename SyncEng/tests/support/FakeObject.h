@@ -122,6 +122,7 @@ private:
 
     // Opening, in whichever of the four ways.
     HRESULT open(const char* method, VARIANT_BOOL reconfigure, bool categories);
+    void tellLeftOut(ITrServices* services);
     // A call in any state, a question that is counted without a line, and a call on an open translator.
     void note(const char* method, BSTR id = nullptr, const std::string& more = {}) const;
     void meet(const char* method) const { side.log->meet(side.name, method); }

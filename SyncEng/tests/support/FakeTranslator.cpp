@@ -92,8 +92,15 @@ HRESULT FakeTranslator::open(const char* method, VARIANT_BOOL reconfigure, bool 
     });
 }
 
-HRESULT STDMETHODCALLTYPE FakeTranslator::Initialize(ITrServices*, HWND, VARIANT_BOOL bReconfig)
+void FakeTranslator::tellLeftOut(ITrServices* services)
 {
+    const auto report = com::Ptr<ITrServices>(services).tryAs<ITranslatorReport>();
+    if (report && !options().leavesOut.empty()) com::check(report->LeftOut(com::Bstr(options().leavesOut).get()));
+}
+
+HRESULT STDMETHODCALLTYPE FakeTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL bReconfig)
+{
+    tellLeftOut(pServices);
     return open("Initialize", bReconfig, false);
 }
 
@@ -102,8 +109,9 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::InitializeWithProgress(ISyncEvents*, I
     return open("InitializeWithProgress", bReconfig, false);
 }
 
-HRESULT STDMETHODCALLTYPE FakeTranslator::InitializeCategories(ITrServices*, HWND, VARIANT_BOOL bReconfig)
+HRESULT STDMETHODCALLTYPE FakeTranslator::InitializeCategories(ITrServices* pServices, HWND, VARIANT_BOOL bReconfig)
 {
+    tellLeftOut(pServices);
     return open("InitializeCategories", bReconfig, true);
 }
 

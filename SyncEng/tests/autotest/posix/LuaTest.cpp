@@ -54,6 +54,26 @@ TEST_F(LuaTest, ASecondRunTestsReusesTheScriptControlWithTheFirstScriptStillLoad
     EXPECT_EQ(message, said(1, "broken", "fourth.lua"));
 }
 
+TEST_F(LuaTest, AScriptReadsWhatTheLastRunDid)
+{
+    scenario.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+    EXPECT_EQ(run(inMain(R"(
+        local map = auto:AddTrMap('Notebook', 'vCard', Out)
+        assert(auto:GetReportCount(Out) == 0)
+        auto:Synchronize(map, false, true)
+        assert(auto:GetReportCount(Out) == 1)
+        local report = auto:GetReport(0, Out)
+        local how, code, text = report:GetEnd(Out, Out, Out)
+        assert(report:GetMap(Out) == map and how == 1 and code == 0 and text == '')
+        assert(report:GetCount(2, 2, 1, Out) == 1 and report:GetCount(2, 1, 1, Out) == 0)
+        assert(report:GetItemCount(Out) == 1)
+        local item = report:GetItem(0, Out)
+        assert(item:GetName(Out) == 'Ada Lovelace' and item:GetSide(Out) == 2 and item:GetAction(Out) == 1)
+        assert(not pcall(report.GetItem, report, 1, Out) and not pcall(auto.GetReport, auto, 1, Out)))")),
+              S_OK)
+        << message;
+}
+
 TEST_F(LuaTest, AnotherObjectHasAScriptControlOfItsOwn)
 {
     ASSERT_EQ(run("function Main() end"), S_OK);

@@ -1,0 +1,206 @@
+#include "engine/RunReport.h"
+
+#include "foundation/Log.h"
+#include <algorithm>
+
+namespace mb {
+
+class CReportItem final : public com::Object<com::Dual<ISyncReportItem>> {
+public:
+    explicit CReportItem(IUnknown* outer) noexcept : Object(outer) {}
+    ReportEntry entry;
+
+    HRESULT STDMETHODCALLTYPE GetPass(LONG* pPass) override { return give(pPass, entry.pass); }
+    HRESULT STDMETHODCALLTYPE GetSide(LONG* pSide) override { return give(pSide, entry.side == Side::One ? idTrans1 : idTrans2); }
+    HRESULT STDMETHODCALLTYPE GetAction(LONG* pAction) override { return give(pAction, entry.action); }
+    HRESULT STDMETHODCALLTYPE GetRecordId(BSTR* ppRecID) override { return give(ppRecID, entry.recordId); }
+    HRESULT STDMETHODCALLTYPE GetPartnerId(BSTR* ppRecID) override { return give(ppRecID, entry.partnerId); }
+    HRESULT STDMETHODCALLTYPE GetName(BSTR* ppName) override { return give(ppName, entry.name); }
+    HRESULT STDMETHODCALLTYPE GetFieldCount(LONG* pCount) override { return give(pCount, static_cast<LONG>(entry.fields.size())); }
+    HRESULT STDMETHODCALLTYPE GetField(LONG nIndex, LONG* pType, BSTR* ppName) override
+    {
+        if (!pType || !ppName) return E_POINTER;
+        *pType = 0;
+        *ppName = nullptr;
+        if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= entry.fields.size()) return E_INVALIDARG;
+        const ReportedField& field = entry.fields[static_cast<std::size_t>(nIndex)];
+        *pType = field.type;
+        return give(ppName, field.name);
+    }
+    HRESULT STDMETHODCALLTYPE GetConflict(LONG* pResolution) override { return give(pResolution, entry.conflict); }
+    HRESULT STDMETHODCALLTYPE GetFailure(LONG* pCode, BSTR* ppText) override
+    {
+        if (!pCode || !ppText) return E_POINTER;
+        *pCode = entry.code;
+        return give(ppText, entry.text);
+    }
+
+private:
+    static HRESULT give(LONG* out, LONG value) noexcept
+    {
+        if (!out) return E_POINTER;
+        *out = value;
+        return S_OK;
+    }
+    static HRESULT give(BSTR* out, const std::u16string& text)
+    {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        return com::guarded([&] { com::give(out, text); });
+    }
+};
+
+namespace {
+
+bool isWrite(_ReportAction action) noexcept { return action <= raLinked; }
+
+void logWrite(const ReportEntry& entry, const std::u16string& storeName)
+{
+    const bool category = entry.pass == passCategories;
+    switch (entry.action) {
+    case raCreated: return WriteLogResource(1, category ? 204 : 157, storeName, entry.name);
+    case raUpdated: return WriteLogResource(1, category ? 205 : 158, storeName, entry.name);
+    case raDeleted: return WriteLogResource(1, category ? 206 : 159, storeName, entry.name);
+    case raLinked: return category ? WriteLogResource(1, 205, storeName, entry.name) : WriteLogResource(1, 230, entry.name);
+    default: return;
+    }
+}
+
+void logSettlement(LONG resolution, const std::u16string& winner)
+{
+    switch (resolution) {
+    case croAddAll: return WriteLogResource(1, 300);
+    case croDeleteAll: return WriteLogResource(1, 301);
+    case croTrans1Wins: return WriteLogResource(1, 302, winner, 1);
+    case croTrans2Wins: return WriteLogResource(1, 302, winner, 2);
+    case croMerge: return WriteLogResource(1, 303);
+    default: return; // answered for all already: nothing becomes of this one
+    }
+}
+
+} // namespace
+
+// The report of one run, which a host may keep for as long as it likes.
+class CRunReport final : public com::Object<com::Dual<ISyncRunReport>> {
+public:
+    explicit CRunReport(IUnknown* outer) noexcept : Object(outer) {}
+    GUID map{};
+    LONG ended = 0;
+    HRESULT code = S_OK;
+    std::u16string text;
+    std::vector<com::Ptr<CReportItem>> items;
+
+    HRESULT STDMETHODCALLTYPE GetMap(BSTR* ppMapGuid) override
+    {
+        if (!ppMapGuid) return E_POINTER;
+        *ppMapGuid = nullptr;
+        return com::guarded([&] { com::give(ppMapGuid, com::guidText(map)); });
+    }
+    HRESULT STDMETHODCALLTYPE GetEnd(LONG* pEnd, LONG* pCode, BSTR* ppText) override
+    {
+        if (!pEnd || !pCode || !ppText) return E_POINTER;
+        *pEnd = ended;
+        *pCode = code;
+        *ppText = nullptr;
+        return com::guarded([&] { com::give(ppText, text); });
+    }
+    HRESULT STDMETHODCALLTYPE GetCount(_SyncPass pass, _TransIds transId, _ReportAction action, LONG* pCount) override
+    {
+        if (!pCount) return E_POINTER;
+        const Side side = transId == idTrans1 ? Side::One : Side::Two;
+        *pCount = static_cast<LONG>(std::ranges::count_if(
+            items, [&](const auto& item) { return item->entry.pass == pass && item->entry.side == side && item->entry.action == action; }));
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetItemCount(LONG* pCount) override
+    {
+        if (!pCount) return E_POINTER;
+        *pCount = static_cast<LONG>(items.size());
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE GetItem(LONG nIndex, ISyncReportItem** ppItem) override
+    {
+        if (!ppItem) return E_POINTER;
+        *ppItem = nullptr;
+        if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= items.size()) return E_INVALIDARG;
+        *ppItem = com::Ptr<ISyncReportItem>(items[static_cast<std::size_t>(nIndex)].get()).detach();
+        return S_OK;
+    }
+};
+
+RunReport::RunReport() noexcept = default;
+RunReport::~RunReport() = default;
+
+void RunReport::begin(const com::Ptr<ISyncEvents>& sink, const GUID& map)
+{
+    report_.reset();
+    leftOut_.clear();
+    sink_ = sink.tryAs<ISyncReport>();
+    if (!sink_) return;
+    report_ = com::make<CRunReport>();
+    report_->map = map;
+    (void)com::call(sink_, &ISyncReport::OnRunBegin, static_cast<ISyncRunReport*>(report_.get()));
+}
+
+void RunReport::startOver()
+{
+    leftOut_.clear();
+    if (report_) std::erase_if(report_->items, [](const auto& item) { return !isWrite(item->entry.action); });
+}
+
+void RunReport::end(_RunEnd how, HRESULT code, const std::u16string& text)
+{
+    if (!report_) return;
+    report_->ended = how;
+    report_->code = code;
+    report_->text = text;
+    (void)com::call(sink_, &ISyncReport::OnRunEnd, static_cast<ISyncRunReport*>(report_.get()));
+    report_.reset();
+    sink_.reset();
+}
+
+bool RunReport::wantsNames() const noexcept { return report_ || (LogLevelMask & 1) != 0; }
+
+void RunReport::wrote(ReportEntry entry, const std::u16string& storeName)
+{
+    entry.pass = pass_;
+    logWrite(entry, storeName);
+    add(std::move(entry));
+}
+
+void RunReport::settled(ReportEntry entry, const std::u16string& winner)
+{
+    entry.action = raConflict;
+    logSettlement(entry.conflict, winner);
+    add(std::move(entry));
+}
+
+void RunReport::failed(ReportEntry entry)
+{
+    entry.action = raFailed;
+    add(std::move(entry));
+}
+
+void RunReport::leftOut(Side side, const std::u16string& text)
+{
+    WriteLogText(8, u"%s", text);
+    if (!report_) return;
+    if (!leftOut_.emplace(side, text).second) return;
+    ReportEntry entry;
+    entry.side = side;
+    entry.action = raLeftOut;
+    entry.text = text;
+    add(std::move(entry));
+}
+
+void RunReport::add(ReportEntry&& entry)
+{
+    if (!report_) return;
+    entry.pass = pass_;
+    auto item = com::make<CReportItem>();
+    item->entry = std::move(entry);
+    report_->items.push_back(item);
+    (void)com::call(sink_, &ISyncReport::OnItem, static_cast<ISyncReportItem*>(item.get()));
+}
+
+} // namespace mb

@@ -1,0 +1,34 @@
+#include "engine/RunServices.h"
+
+#include "foundation/ClassTable.h"
+
+namespace mb {
+
+CRunServices::CRunServices(IUnknown* outer) : Object(outer)
+{
+    com::check(createClass(__uuidof(TrServices), controlling(), __uuidof(IUnknown), services_.putVoid()));
+}
+
+void CRunServices::join(RunReport& report, Side side) noexcept
+{
+    report_ = &report;
+    side_ = side;
+}
+
+HRESULT STDMETHODCALLTYPE CRunServices::LeftOut(BSTR text)
+{
+    return com::guarded([&] {
+        if (report_) report_->leftOut(side_, com::textOf(text));
+    });
+}
+
+// The part answers with a pointer that counts on this object; that count is given back, since the caller takes its own.
+IUnknown* CRunServices::findOther(REFIID riid) noexcept
+{
+    void* found = nullptr;
+    if (FAILED(services_->QueryInterface(riid, &found))) return nullptr;
+    controlling()->Release();
+    return static_cast<IUnknown*>(found);
+}
+
+} // namespace mb

@@ -1,0 +1,12 @@
+// Names for two stores that a text must tell apart.
+#pragma once
+#include <string>
+#include <string_view>
+
+namespace mb {
+
+// Adds the place of each store to two names that are equal, as short as tells the stores apart: "vCard (Contacts)", "vCard (export.vcf)".
+// Names that differ stay, and so do those of stores whose places are not known or are the same.
+void TellStoresApart(std::u16string& name1, std::u16string_view database1, std::u16string& name2, std::u16string_view database2);
+
+} // namespace mb

@@ -1,0 +1,39 @@
+#include "foundation/StoreNames.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using Names = std::pair<std::u16string, std::u16string>;
+
+Names told(std::u16string name1, std::u16string_view database1, std::u16string name2, std::u16string_view database2)
+{
+    mb::TellStoresApart(name1, database1, name2, database2);
+    return {name1, name2};
+}
+
+} // namespace
+
+TEST(StoreNames, EqualNamesGetTheLastPartOfTheirPlaces)
+{
+    EXPECT_EQ(told(u"vCard", u"/home/ada/Contacts", u"vCard", u"/media/phone/export.vcf"),
+              Names(u"vCard (Contacts)", u"vCard (export.vcf)"));
+    EXPECT_EQ(told(u"vCard", u"C:\\Ada\\Contacts\\", u"vCard", u"D:\\Phone"), Names(u"vCard (Contacts)", u"vCard (Phone)"));
+}
+
+TEST(StoreNames, PlacesOfOneNameGetAsManyPartsAsTheyNeed)
+{
+    EXPECT_EQ(told(u"vCard", u"/home/ada/Contacts", u"vCard", u"/home/bob/Contacts"),
+              Names(u"vCard (ada/Contacts)", u"vCard (bob/Contacts)"));
+    EXPECT_EQ(told(u"vCard", u"/Contacts", u"vCard", u"/home/Contacts"), Names(u"vCard (/Contacts)", u"vCard (home/Contacts)"));
+    EXPECT_EQ(told(u"vCard", u"Contacts", u"vCard", u"old/Contacts"), Names(u"vCard (Contacts)", u"vCard (old/Contacts)"));
+}
+
+TEST(StoreNames, NamesThatDifferStay) { EXPECT_EQ(told(u"Mirabook", u"/a", u"vCard", u"/b"), Names(u"Mirabook", u"vCard")); }
+
+TEST(StoreNames, WithoutPlacesThatDifferTheNamesStay)
+{
+    EXPECT_EQ(told(u"vCard", u"", u"vCard", u"/b"), Names(u"vCard", u"vCard"));
+    EXPECT_EQ(told(u"vCard", u"/b/", u"vCard", u"/b"), Names(u"vCard", u"vCard"));
+    EXPECT_EQ(told(u"vCard", u"/", u"vCard", u"/b"), Names(u"vCard (/)", u"vCard (b)"));
+}
