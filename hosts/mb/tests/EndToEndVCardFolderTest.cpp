@@ -101,4 +101,22 @@ TEST_F(VCardFolderStory, ACardWhosePlaceIsTakenByALinkAPipeOrAFolderIsKeptOnTheO
     }
 }
 
+TEST_F(VCardFolderStory, ACardWithALineThatIsNoPropertyIsSynchronisedAndTheLineToldOnce)
+{
+    const std::string card = "# from the old telephone\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nFN\r\nN:Arrival;New;;;\r\nEND:VCARD\r\n";
+    putText(folder() / "new.vcf", card);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_NE(shown().find("Last name: Arrival"), std::string::npos);
+    ASSERT_EQ(samples({"edit", cards(), "New Arrival", "Title", "Boss"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const std::string told = "new.vcf, line 1: no property of a card", log = textOf(dataFolder() / "MBSync.log");
+    const std::size_t at = log.find(told);
+    ASSERT_NE(at, log.npos) << log;
+    EXPECT_EQ(log.find(told, at + 1), log.npos) << log;
+    const std::string written = textOf(folder() / "new.vcf");
+    EXPECT_TRUE(written.starts_with(card.substr(0, card.find("N:Arrival")))) << written;
+    EXPECT_NE(written.find("TITLE:Boss\r\n"), std::string::npos) << written;
+    expectNothingToDo();
+}
+
 } // namespace

@@ -31,6 +31,12 @@ Version versionOf(std::string_view text)
     return Version::V30;
 }
 
+bool isEnd(const Line& line)
+{
+    RawLine raw;
+    return line.name().empty() && LineReader(line.raw()).next(raw) && raw.kind == RawLine::Kind::End;
+}
+
 bool isDerived(const Line& line) { return line.param(kDerivedParam) && equalFold(*line.param(kDerivedParam), "TRUE"); }
 
 bool isUri(const Line& line) { return line.param("VALUE") && equalFold(*line.param("VALUE"), "URI"); }
@@ -366,7 +372,7 @@ std::string Card::newHeader(const Field& field) const
 std::size_t Card::endOfLines() const
 {
     std::size_t at = lines_.size() - 1;
-    while (at > 1 && lines_[at].raw().find_first_not_of(" \t\r\n") == std::string::npos) --at; // blank lines behind END
+    while (at > 1 && !isEnd(lines_[at])) --at; // blank lines and comments may stand behind END
     while (at > 1 && lines_[at - 1].openEnded()) --at;
     return at;
 }

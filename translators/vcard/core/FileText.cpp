@@ -31,8 +31,11 @@ FileText::Form formOf(std::string_view bytes)
 {
     using Form = FileText::Form;
     if (bytes.starts_with(kUtf8Mark)) return Form::Utf8Mark;
-    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with(std::string_view("B\0", 2))) return Form::Utf16Little;
-    if (bytes.starts_with("\xFE\xFF") || bytes.starts_with(std::string_view("\0B", 2))) return Form::Utf16Big;
+    if (bytes.starts_with("\xFF\xFE")) return Form::Utf16Little;
+    if (bytes.starts_with("\xFE\xFF")) return Form::Utf16Big;
+    // Without a mark: a card begins with an ASCII character, of which UTF-16 makes two bytes, and a text of bytes holds no NUL.
+    if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0') return Form::Utf16Little;
+    if (bytes.size() >= 2 && bytes[0] == '\0' && bytes[1] != '\0') return Form::Utf16Big;
     return Form::Bytes;
 }
 

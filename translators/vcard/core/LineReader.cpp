@@ -30,6 +30,22 @@ RawLine::Kind kindOf(std::string_view content)
     return equalFold(name, "END") ? RawLine::Kind::End : RawLine::Kind::Property;
 }
 
+// Whether a colon stands in the line, and in front of it a name that is no comment.
+bool hasName(std::string_view line)
+{
+    const std::string_view name = trimmed(line.substr(0, line.find_first_of(":;")));
+    return !name.empty() && name.front() != '#' && line.find(':') != npos;
+}
+
+// Whether a line is what is left of BEGIN:VCARD in a file that was cut off there.
+bool isCutBegin(std::string_view line)
+{
+    constexpr std::string_view begin = "BEGIN:VCARD";
+    while (line.ends_with('\n') || line.ends_with('\r')) line.remove_suffix(1);
+    line = trimmed(line);
+    return equalFold(line, begin.substr(0, line.size()));
+}
+
 // Whether the physical line, taken with what it is folded to, ends in a backslash that is not escaped.
 bool leavesBackslash(std::string_view physical, bool isFold, bool before)
 {
@@ -108,6 +124,7 @@ bool LineReader::next(RawLine& line)
     }
     at_ = current.end;
     line.bytes = text_.substr(begin, current.end - begin);
+    if (line.kind == RawLine::Kind::Property && !hasName(line.bytes)) line.kind = RawLine::Kind::NoProperty;
     return true;
 }
 
@@ -138,14 +155,13 @@ ScanResult scanCards(std::string_view text)
             card.end = offset + line.bytes.size();
             result.cards.push_back(card);
             break;
-        case RawLine::Kind::Property: {
+        case RawLine::Kind::Property:
             if (depth == 0) return fail(line.number, "text outside of a card, BEGIN:VCARD is missing");
-            const std::size_t colon = line.bytes.find(':');
-            if (colon == npos) return fail(line.number, "no property: the line has no colon");
-            if (trimmed(line.bytes.substr(0, line.bytes.find_first_of(":;"))).empty())
-                return fail(line.number, "a property without a name");
             break;
-        }
+        case RawLine::Kind::NoProperty:
+            if (depth == 0 && isCutBegin(line.bytes)) return fail(line.number, "the file ends in the middle of a card");
+            if (result.noProperty == 0) result.noProperty = line.number;
+            break;
         case RawLine::Kind::Blank: break;
         }
     }

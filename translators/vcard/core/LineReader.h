@@ -19,7 +19,13 @@ inline constexpr int kMaxDepth = 32;                // cards inside cards
 std::string_view lineEndOf(std::string_view text);
 
 struct RawLine {
-    enum class Kind { Property, Begin, End, Blank };
+    enum class Kind {
+        Property,
+        Begin,
+        End,
+        Blank,
+        NoProperty // has no colon, or no name in front of it: a comment, or a line that another program broke
+    };
     Kind kind = Kind::Blank;
     std::string_view bytes; // with folds and line end
     std::size_t number = 0; // of its first physical line, from 1
@@ -64,9 +70,11 @@ struct CardSpan {
 struct ScanResult {
     std::vector<CardSpan> cards;
     std::optional<ParseError> error;
+    std::size_t noProperty = 0; // the number of the first line that is no property, 0 for none
 };
 
-// The cards of a whole file. An error means that no part of the file is to be trusted.
+// The cards of a whole file. An error means that the bounds of its cards are uncertain, so no part of the file is to be trusted.
+// Lines that are no properties do not count as errors, inside of a card or outside: a card keeps them as they stand.
 ScanResult scanCards(std::string_view text);
 
 } // namespace mb::vcard

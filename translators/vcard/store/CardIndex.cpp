@@ -12,6 +12,7 @@
 #include <map>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace mb::vcard {
 namespace {
@@ -161,7 +162,7 @@ void CardIndex::noteWritten(FileRecord& file, const FileState& state)
 
 FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
 {
-    FileRecord file{entry.name, entry.state, nextStamp(entry.state.modified, known ? known->stamp : 0), {}, {}, 0, {}, false};
+    FileRecord file{entry.name, entry.state, nextStamp(entry.state.modified, known ? known->stamp : 0), {}, {}, 0, {}};
     const auto bad = [&](std::size_t line, std::string text) {
         file.badLine = line;
         file.badText = std::move(text);
@@ -187,6 +188,7 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
     if (!singleFile_.empty() && isBlankText(opened->text)) return file;
     const ScanResult scan = scanCards(opened->text);
     if (scan.error) return bad(scan.error->line, scan.error->message);
+    file.noProperty = scan.noProperty;
     file.categories = categoriesIn(opened->text, scan.cards);
     if (scan.cards.size() == 1 && singleFile_.empty() && (!known || known->cards.empty())) return file;
 
@@ -210,8 +212,11 @@ void CardIndex::refresh(const std::function<void(const std::string&)>& report)
 {
     if (!takeLeft()) compare();
     for (const std::string& name : leftOut_) report(folder_.pathOf(name) + ": left out, the name of a card is valid UTF-8");
-    for (const FileRecord& file : files_)
+    for (FileRecord& file : files_) {
         if (file.bad()) report(folder_.pathOf(file.faultyPlace()) + ": left out, " + file.badText);
+        if (const std::size_t line = std::exchange(file.noProperty, 0))
+            report(folder_.pathOf(file.name) + ", line " + std::to_string(line) + ": no property of a card, the line is kept as it is");
+    }
 }
 
 void CardIndex::compare()

@@ -32,7 +32,8 @@ struct FileRecord {
     std::string categories;        // of all its cards, separated by commas
     std::size_t badLine = 0;       // with badText: why the file cannot be read
     std::string badText;
-    bool gone = false; // deleted in this run
+    bool gone = false;          // deleted in this run
+    std::size_t noProperty = 0; // the first line that is no property, until it was reported
 
     bool bad() const { return !badText.empty(); }
     // The name, with the line of the fault if the fault has one.
@@ -51,7 +52,8 @@ public:
     // singleFile is the name of the only file to look at, or empty for all of the folder. The cache is left alone if cachePath is empty.
     CardIndex(const Folder& folder, std::string singleFile, std::string cachePath);
 
-    // Compares the folder with what is known and opens what is new. Reports every file that is left out. Throws a FileError if the
+    // Compares the folder with what is known and opens what is new. Reports every file that is left out, and once each
+    // changed file with a line that is no property. Throws a FileError if the
     // folder or a file cannot be read: nothing is known of its cards then, and absent cards would pass for deleted ones.
     void refresh(const std::function<void(const std::string&)>& report);
     void save(); // the cache, if anything changed

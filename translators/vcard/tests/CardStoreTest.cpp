@@ -1,6 +1,9 @@
 #include "CardStoreFixture.h"
 
+#include "CardCategories.h"
 #include "Charset.h"
+
+#include <thread>
 
 namespace mb::vcard {
 namespace {
@@ -114,7 +117,7 @@ TEST_F(VCardFolder, IdentifiersThatLeaveTheFolderAreRefused)
 
 TEST_F(VCardFolder, AFileThatCannotBeParsedIsLeftOutAndNotGone)
 {
-    put("bad.vcf", "BEGIN:VCARD\nVERSION:3.0\nnonsense\nEND:VCARD\n");
+    put("bad.vcf", "BEGIN:VCARD\nEND:VCARD\nEND:VCARD\n");
     put("good.vcf", cardText("G"));
     for (int run = 0; run < 2; ++run) { // the second run knows it from the cache
         auto store = open();
@@ -127,11 +130,41 @@ TEST_F(VCardFolder, AFileThatCannotBeParsedIsLeftOutAndNotGone)
         expectFailure(Step::Edit, "line 3", [&] { store.beginEdit("bad.vcf"); });
         expectFailure(Step::Delete, "line 3", [&] { store.remove("bad.vcf"); });
     }
-    EXPECT_EQ(get("bad.vcf"), "BEGIN:VCARD\nVERSION:3.0\nnonsense\nEND:VCARD\n");
+    EXPECT_EQ(get("bad.vcf"), "BEGIN:VCARD\nEND:VCARD\nEND:VCARD\n");
     put("bad.vcf", cardText("Mended"));
     auto store = open();
     EXPECT_EQ(store.count(), 2u);
     EXPECT_EQ(reports, "");
+}
+
+TEST_F(VCardFolder, ALineThatIsNoPropertyIsKeptAndToldOnce)
+{
+    const std::string card = "# my cards\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nFN\r\n# a comment: with a colon\r\nN:A;;;;\r\nFN:A\r\n:1\r\n"
+                             "END:VCARD\r\n# the end\r\n";
+    put("a.vcf", card);
+    put("many.vcf", cardText("1", "u1") + "# between\r\n" + cardText("2", "u2"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(150)); // then the next opening takes over what this one finds out
+    CardCategories(folder.string(), (root / "cache").string(), [this](const std::string& text) { reports += text + "\n"; }).takeNames();
+    EXPECT_NE(reports.find((folder / "a.vcf").string() + ", line 1: no property"), std::string::npos) << reports;
+    EXPECT_NE(reports.find((folder / "many.vcf").string() + ", line 8: no property"), std::string::npos) << reports;
+    for (int run = 0; run < 2; ++run) {
+        auto store = open(); // which clears the reports
+        EXPECT_EQ(store.count(), 3u);
+        EXPECT_EQ(reports, "") << "told by the pass over the categories";
+        EXPECT_EQ(read(store, "a.vcf", kDisplay), u"A");
+    }
+    auto store = open();
+    const std::string second = store.idAt(2);
+    edit(store, "a.vcf", kTitle, u"Boss");
+    edit(store, second, kTitle, u"Chief");
+    std::string edited = card;
+    edited.insert(edited.find("END:"), "TITLE:Boss\r\n");
+    EXPECT_EQ(get("a.vcf"), edited);
+    std::string many = cardText("1", "u1") + "# between\r\n" + cardText("2", "u2");
+    many.insert(many.rfind("END:"), "TITLE:Chief\r\n");
+    EXPECT_EQ(get("many.vcf"), many);
+    store.remove(second);
+    EXPECT_EQ(get("many.vcf"), cardText("1", "u1") + "# between\r\n");
 }
 
 TEST_F(VCardFolder, AFolderThatIsGoneFailsTheSave)

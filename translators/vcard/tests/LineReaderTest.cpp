@@ -109,13 +109,42 @@ TEST(LineReader, NamesTheLineOfWhatIsWrong)
 {
     expectError("", 1, "no card");
     expectError("\n\n", 1, "no card");
-    expectError("hello\n", 1, "outside");
+    expectError("hello\n", 1, "no card");
+    expectError("hello\nFN:1\n", 2, "outside");
     expectError("BEGIN:VCARD\nN:1\n", 1, "no END");
     expectError("BEGIN:VCARD\nN:1\nEND:VCARD\nBEGIN:VCARD\nN:2\n", 4, "no END");
-    expectError("BEGIN:VCARD\nN:1\n folded\nnonsense\nEND:VCARD\n", 4, "no colon");
-    expectError("BEGIN:VCARD\n:1\nEND:VCARD\n", 2, "without a name");
     expectError("END:VCARD\n", 1, "END:VCARD");
     expectError(std::string_view("BEGIN:VCARD\nN:\0\nEND:VCARD\n", 27), 2, "NUL");
+}
+
+TEST(LineReader, TellsTheFirstLineThatIsNoPropertyAndReadsTheCards)
+{
+    const auto expectNoProperty = [](std::string_view text, std::size_t line, std::size_t cards = 1) {
+        const ScanResult result = scanCards(text);
+        EXPECT_FALSE(result.error) << text << result.error->message;
+        EXPECT_EQ(result.noProperty, line) << text;
+        EXPECT_EQ(result.cards.size(), cards) << text;
+    };
+    expectNoProperty("BEGIN:VCARD\nN:1\nEND:VCARD\n", 0);
+    expectNoProperty("BEGIN:VCARD\nN:1\n folded\nnonsense\nmore\nEND:VCARD\n", 4);
+    expectNoProperty("BEGIN:VCARD\n:1\nEND:VCARD\n", 2);
+    expectNoProperty("BEGIN:VCARD\n ;X=y:1\nEND:VCARD\n", 2);
+    expectNoProperty("BEGIN:VCARD\n# TEL:1\n and more\nEND:VCARD\n", 2);
+    expectNoProperty("BEGIN:VCARD\nITEM1.X-LONG;TYPE=a\n ;TYPE=b:1\nEND:VCARD\n", 0);
+    expectNoProperty("# see http://example.org\nBEGIN:VCARD\nEND:VCARD\nthe rest\nBEGIN:VCARD\nEND:VCARD\n", 1, 2);
+    expectNoProperty("BEGIN:VCARD\nEND:VCARD\n\n#\n", 4);
+}
+
+TEST(LineReader, RefusesAFileWhoseCardsHaveUncertainBounds)
+{
+    const std::string card = "BEGIN:VCARD\nN:1\nEND:VCARD\n";
+    expectError("BEGIN VCARD\nN:1\nEND:VCARD\n", 2, "outside");
+    expectError("#BEGIN:VCARD\n#N:1\nEND:VCARD\n", 3, "END:VCARD");
+    expectError("BEGIN:VCARD\nN:1\nEND VCARD\n" + card, 1, "no END");
+    for (std::size_t n = 1; n < std::string_view("BEGIN:VCARD").size(); ++n) { // a file that was cut off
+        EXPECT_TRUE(scanCards(card + card.substr(0, n)).error) << n;
+        EXPECT_TRUE(scanCards(card + std::string("begin:vcard").substr(0, n) + "\r\n").error) << n;
+    }
 }
 
 TEST(LineReader, RefusesDeepNestingAndGiantLines)
@@ -148,6 +177,14 @@ TEST(FileText, KeepsEveryFormByteForByte)
     const std::string noMark = utf16("BEGIN:VCARD", false).substr(2);
     EXPECT_EQ(openText(noMark)->text, "BEGIN:VCARD");
     EXPECT_EQ(closeText(*openText(noMark), "BEGIN:VCARD"), noMark);
+    for (const char* begin : {"begin:vcard", "item1.BEGIN:VCARD", "# cards", "\r\nBEGIN:VCARD"})
+        for (const bool big : {false, true}) {
+            const std::string bytes = utf16(begin, big).substr(2);
+            const auto file = openText(bytes);
+            ASSERT_TRUE(file) << begin;
+            EXPECT_EQ(file->text, begin);
+            EXPECT_EQ(closeText(*file, file->text), bytes);
+        }
 }
 
 TEST(FileText, RefusesBrokenUtf16)
