@@ -60,6 +60,7 @@ private:
                 if (reports) reports->emplace_back(pReport);
             });
         }
+        HRESULT STDMETHODCALLTYPE OnPassBegin(_SyncPass) override { return S_OK; }
         HRESULT STDMETHODCALLTYPE OnItem(ISyncReportItem*) override { return S_OK; }
         HRESULT STDMETHODCALLTYPE OnRunEnd(ISyncRunReport*) override { return S_OK; }
     };

@@ -159,6 +159,12 @@ void RunReport::end(_RunEnd how, HRESULT code, const std::u16string& text)
     sink_.reset();
 }
 
+void RunReport::beginPass(_SyncPass pass) noexcept
+{
+    pass_ = pass;
+    if (sink_) (void)com::call(sink_, &ISyncReport::OnPassBegin, pass);
+}
+
 bool RunReport::wantsNames() const noexcept { return report_ || (LogLevelMask & 1) != 0; }
 
 void RunReport::wrote(ReportEntry entry, const std::u16string& storeName)

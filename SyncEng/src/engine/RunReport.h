@@ -46,7 +46,8 @@ public:
     // Somebody hears of fields.
     [[nodiscard]] bool wantsFields() const noexcept { return static_cast<bool>(report_); }
 
-    void setPass(bool categories) noexcept { pass_ = categories ? passCategories : passContacts; }
+    // Requires: begin() was called. What is told from here on belongs to this pass.
+    void beginPass(_SyncPass pass) noexcept;
     // A record was created, updated, deleted or linked. `storeName` is that of the side that was written.
     void wrote(ReportEntry entry, const std::u16string& storeName);
     // A conflict was settled. `winner` is the name of the store that wins; empty if none does.

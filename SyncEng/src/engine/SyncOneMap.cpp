@@ -189,7 +189,7 @@ private:
             const HRESULT hr = lookForCategories();
             if (FAILED(hr)) return hr;
         }
-        run_.Report.setPass(run_.CategoryPass);
+        run_.Report.beginPass(run_.CategoryPass ? passCategories : passContacts);
         readOptions();
         for (const Side side : bothSides) {
             const HRESULT hr = startSide(side);

@@ -75,6 +75,11 @@ public:
         runs.emplace_back("begin");
         return S_OK;
     }
+    HRESULT STDMETHODCALLTYPE OnPassBegin(_SyncPass pass) override
+    {
+        runs.emplace_back(pass == passCategories ? "categories" : "contacts");
+        return S_OK;
+    }
     HRESULT STDMETHODCALLTYPE OnItem(ISyncReportItem* pItem) override
     {
         lines.push_back(lineOf(pItem));
@@ -129,7 +134,7 @@ TEST_F(RunReport, EachRecordIsToldWithItsSideActionIdentifiersAndName)
     ASSERT_EQ(sync(), S_OK);
     EXPECT_THAT(sink->lines,
                 ElementsAre("contacts 2 created Ada Lovelace [B000002 A000001]", "contacts 1 created Old Contact [A000002 B000001]"));
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 1"));
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "end 1"));
 
     s.one().set(ada, ftCity1, u"London");
     s.one().set(ada, ftPhone, u"1");
@@ -167,7 +172,7 @@ TEST_F(RunReport, TheTwoPassesAreToldApart)
     ASSERT_EQ(sink->lines.size(), 2u);
     EXPECT_THAT(sink->lines[0], HasSubstr("categories 2 created Friends"));
     EXPECT_THAT(sink->lines[1], HasSubstr("contacts 1 created Ada Lovelace"));
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 1")) << "both passes are one run";
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "categories", "contacts", "end 1")) << "both passes are one run";
     EXPECT_EQ(sink->count(passCategories, idTrans2, raCreated), 1);
 }
 
@@ -178,7 +183,7 @@ TEST_F(RunReport, AFailureIsToldWithItsRecordCodeAndText)
     s.log().failOn("2 SaveRecord", 1, static_cast<HRESULT>(0x8004020D));
     EXPECT_EQ(sync(), static_cast<HRESULT>(0x8004020D));
     EXPECT_THAT(sink->lines, ElementsAre("contacts 2 failed Ada Lovelace [ A000001] code 525 The disk is full."));
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 5 The disk is full."));
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "end 5 The disk is full."));
 }
 
 TEST_F(RunReport, ACancelledRunTellsWhatItWroteBefore)
@@ -188,7 +193,7 @@ TEST_F(RunReport, ACancelledRunTellsWhatItWroteBefore)
     sink->cancelAtWrite = 1;
     EXPECT_EQ(sync(), E_ABORT);
     EXPECT_EQ(sink->lines.size(), 1u);
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 2"));
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "end 2"));
     EXPECT_THAT(s.lastLog(), HasSubstr("Synchronization was cancelled by the user"));
 }
 
@@ -197,7 +202,7 @@ TEST_F(RunReport, ARunThatItsHostStopsIsNoCancelOfTheUsers)
     s.one().add(person(u"Ada", u"Lovelace"));
     sink->onPlan = E_ABORT;
     EXPECT_EQ(sync(), E_ABORT);
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 3"));
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "end 3"));
     EXPECT_THAT(s.logText(), Not(HasSubstr("cancelled by the user")));
     EXPECT_THAT(s.logText(), HasSubstr("The program that started the synchronization stopped it before anything was written"));
 }
@@ -210,8 +215,8 @@ TEST_F(RunReport, ARefusedRunTellsWhy)
     ASSERT_EQ(sync(), S_OK);
     while (!s.one().order.empty()) s.one().remove(std::u16string(s.one().order.front()));
     EXPECT_EQ(sync(), static_cast<HRESULT>(0x80040240));
-    ASSERT_EQ(sink->runs.size(), 2u);
-    EXPECT_THAT(sink->runs[1], HasSubstr("end 4 First no longer has 4 of the 4 records"));
+    ASSERT_EQ(sink->runs.size(), 3u);
+    EXPECT_THAT(sink->runs[2], HasSubstr("end 4 First no longer has 4 of the 4 records"));
     EXPECT_THAT(sink->lines, IsEmpty());
     EXPECT_THAT(s.logText(), Not(HasSubstr("cancelled by the user")));
 }
@@ -221,7 +226,7 @@ TEST_F(RunReport, ARunThatStartsOverStaysOneRun)
     s.one().add(person(u"Ada", u"Lovelace"));
     s.log().failOn("2 GetRecordCount", 1, static_cast<HRESULT>(0x80040212));
     EXPECT_EQ(sync(), S_OK);
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 1"));
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "contacts", "end 1"));
     LONG items = 0;
     ASSERT_EQ(sink->last->GetItemCount(&items), S_OK);
     EXPECT_EQ(items, 1);
@@ -291,5 +296,5 @@ TEST_F(RunReport, AFailureNamesTheOneOfTwoStoresOfOneName)
     s.one().add(person(u"Ada", u"Lovelace"));
     s.log().failOn("2 SaveRecord", 1, static_cast<HRESULT>(0x8004020D));
     EXPECT_EQ(sync(), static_cast<HRESULT>(0x8004020D));
-    EXPECT_THAT(sink->runs, ElementsAre("begin", "end 5 An error occurred while saving a contact in vCard (bob/Contacts)"));
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "end 5 An error occurred while saving a contact in vCard (bob/Contacts)"));
 }
