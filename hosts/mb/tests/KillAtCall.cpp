@@ -58,6 +58,10 @@ int ftruncate(int file, off_t size) noexcept { BEFORE(ftruncate, file, size); }
 int ftruncate64(int file, off64_t size) noexcept { BEFORE(ftruncate64, file, size); }
 int rename(const char* from, const char* to) noexcept { BEFORE(rename, from, to); }
 int renameat(int folder1, const char* from, int folder2, const char* to) noexcept { BEFORE(renameat, folder1, from, folder2, to); }
+int renameat2(int folder1, const char* from, int folder2, const char* to, unsigned flags) noexcept
+{
+    BEFORE(renameat2, folder1, from, folder2, to, flags);
+}
 int unlink(const char* path) noexcept { BEFORE(unlink, path); }
 int unlinkat(int folder, const char* path, int flags) noexcept { BEFORE(unlinkat, folder, path, flags); }
 int remove(const char* path) noexcept { BEFORE(remove, path); }

@@ -164,6 +164,19 @@ std::string Card::bytes() const
     return all;
 }
 
+bool Card::readsBackFrom(std::string_view bytes) const
+{
+    const ScanResult scan = scanCards(bytes);
+    if (scan.error || scan.cards.size() != 1) return false;
+    const Card again = parse(bytes);
+    const auto alike = [](const Line& a, const Line& b) { return a.raw() == b.raw(); };
+    if (!std::equal(lines_.begin(), lines_.end(), again.lines_.begin(), again.lines_.end(), alike)) return false;
+    return std::ranges::all_of(fields(), [&](const Field& field) {
+        if (field.shape == Shape::Image || (lineOf(field) < 0 && again.lineOf(field) < 0)) return true;
+        return get(field.type) == again.get(field.type);
+    });
+}
+
 std::string Card::uid() const
 {
     for (const Line& line : lines_)

@@ -28,6 +28,9 @@ public:
     // Sets one field, an empty text clears it. Returns whether a byte changed: the value a field already has changes none.
     bool set(int type, std::u16string_view value);
 
+    // Whether these bytes, parsed anew, are the lines and the values of this card; bytes() of a card must be, before they are written.
+    bool readsBackFrom(std::string_view bytes) const;
+
     // Finds out what the line of every field says, which get() else does at the first question.
     void decode() const;
 

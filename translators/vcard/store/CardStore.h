@@ -3,10 +3,13 @@
 // so none can lead out of the folder.
 //
 // What it promises. A file is replaced as a whole or not at all. A file that cannot be parsed is never written and never
-// missing. An edit is refused when another program changed the file after the edit began. In a batch single files are written
-// at once and a file of many cards is written once, at its end; the disk is flushed once, at its end.
+// missing. What is written is parsed first, and refused if it would not read back as it was meant. An edit or a deletion is refused when
+// another program changed the card since it was listed; in a file of many cards, where edits are written at the end of the batch, the
+// cards that only one of both changed are merged. In a batch single files are written at once and a file of many cards is written once, at
+// its end; the disk is flushed once, at its end. A batch whose end fails has written nothing to the file that it failed for.
 #pragma once
 #include "CardAhead.h"
+#include "CardEdits.h"
 #include "CardIndex.h"
 #include "DraftsAhead.h"
 #include "Folder.h"
@@ -63,14 +66,18 @@ private:
         FileText text;
         FileState state;
         std::vector<CardSpan> spans;
-        std::map<std::size_t, std::string> edited; // by card; an empty text is a deleted card
-        std::vector<std::string> added;            // cards behind those of the spans
-        std::uint64_t grown = 0;                   // octets that the edits add
+        CardEdits edits;
+        std::uint64_t grown = 0; // octets that the edits add
         std::unique_ptr<Folder::Draft> draft;
+        FileRecord before; // what was known of the file in front of the first edit
         bool dirty = false;
+
+        bool wide() const { return text.form == FileText::Form::Utf16Little || text.form == FileText::Form::Utf16Big; }
+        CardsText cards() const { return {text.text, spans}; }
     };
     struct Open : SingleCard { // of a card in a file of many, the state of that file
         std::string id;
+        std::string onDisk; // in an edit, the bytes of the card before it
         std::u16string nameBefore;
         bool isNew = false;
         bool displayNameWritten = false;
@@ -92,9 +99,16 @@ private:
     void addToContainer(Open& record);
     void touchContainer(Container& c, std::size_t file, std::int64_t growth, Step step);
     void stampCard(CardRecord& card, std::string_view bytes);
+    StoreError changedMeanwhile(const std::string& name, Step step) const;
+    void requireReadBack(const Open& record, const std::string& bytes, FileText::Form form) const;
+    void removeFile(const std::string& name, const FileState& state);
+    void merge(const FileRecord& record, Container& c);
     void commit(std::size_t file, Container& c);
-    std::string mergedText(std::size_t file, Container& c);
+    FileState writeContainer(const FileRecord& record, Container& c, EditedText& edited);
+    void describe(FileRecord& record, const EditedText& edited, const FileState& state);
     void commitAll(Step step);
+    void dropEdits();
+    void relist();
 
     std::unique_ptr<Folder> folder_;
     std::string singleFile_; // empty: every file of the folder

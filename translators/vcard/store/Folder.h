@@ -31,7 +31,8 @@ public:
         Failed,   // the system refused: this says nothing about whether the file exists
         Missing,  // there is no such name
         NotPlain, // the name is a folder, a link, a pipe or a device
-        TooLarge
+        TooLarge,
+        Changed // another program changed, renamed or deleted it; what it wrote is where it put it
     };
     explicit FileError(std::string text, Why why = Why::Failed) : text_(std::move(text)), why_(why) {}
     const char* what() const noexcept override { return text_.c_str(); }
@@ -59,7 +60,11 @@ public:
     std::optional<FileState> stateOf(const std::string& name) const;
     // Throws a FileError whose why() tells a missing file and one that is no plain file from a failure.
     std::string read(const std::string& name, FileState& state) const;
-    void remove(const std::string& name) const;
+    // Deletes the file if it still is in this state, and throws a FileError (Changed) otherwise: the file is taken aside, looked at, and
+    // put back if another program changed it.
+    void removeIfSame(const std::string& name, const FileState& before) const;
+    // Whether the folder's path leads to another folder by now, or to none.
+    bool isMoved() const;
     void flush() const; // all that was written in the folder reaches the disk
     std::string pathOf(const std::string& name) const;
 
@@ -73,8 +78,17 @@ public:
         void flush();
         FileState place(const std::string& name);   // a new file
         FileState replace(const std::string& name); // with the permissions of the file that was there
+        // Replaces the file if it still holds these bytes, and throws a FileError (Changed) otherwise. The two files change places at once,
+        // so what came out can be looked at, and is put back if another program changed it. Where the file system cannot exchange two
+        // files, the bytes are compared right before the file is replaced.
+        FileState replaceIfSame(const std::string& name, std::string_view before);
 
     private:
+        FileState finish(const std::string& name); // before the draft gets this name; on Windows it is flushed and closed
+        FileState renameTo(const std::string& name, unsigned flags);
+        void prepareToReplace(const std::string& name); // a file that may be written, with its permissions
+        void putBack(const std::string& name, const FileState& mine);
+
         const Folder& folder_;
         int file_ = -1;
         std::string name_;
@@ -83,6 +97,10 @@ public:
 
 private:
     std::vector<std::string> names() const; // of cards and of files in the making
+    std::string unusedName() const;         // of a file in the making
+    bool holds(const std::string& name, std::string_view bytes) const;
+    std::string keepAside(const std::string& aside, const std::string& name) const;
+    [[noreturn]] void failChanged(const std::string& name, const std::string& kept = {}) const;
 
     std::string path_;
     int folder_ = -1;

@@ -64,6 +64,23 @@ void removeIfStale(int folder, const char* draft)
         unlinkat(folder, draft, 0);
 }
 
+// Whether the last call failed because the file system has no such kind of renaming.
+bool isUnsupported() { return errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP; }
+
+// Gives a file its name back, unless another file has it by now.
+bool moveBack(int folder, const std::string& aside, const std::string& name)
+{
+    if (renameat2(folder, aside.c_str(), folder, name.c_str(), RENAME_NOREPLACE) == 0) return true;
+    if (!isUnsupported()) return false;
+    return linkat(folder, aside.c_str(), folder, name.c_str(), 0) == 0 && unlinkat(folder, aside.c_str(), 0) == 0;
+}
+
+// Lets two files exchange their names; false where the file system cannot.
+bool exchangeNames(int folder, const std::string& a, const std::string& b)
+{
+    return renameat2(folder, a.c_str(), folder, b.c_str(), RENAME_EXCHANGE) == 0;
+}
+
 class Descriptor {
 public:
     explicit Descriptor(int file) : file_(file) {}
@@ -207,9 +224,51 @@ std::string Folder::read(const std::string& name, FileState& state) const
     throw FileError("the file \"" + pathOf(name) + "\" is being changed by another program");
 }
 
-void Folder::remove(const std::string& name) const
+// Whether the name is a plain file of these bytes.
+bool Folder::holds(const std::string& name, std::string_view bytes) const
 {
-    if (unlinkat(folder_, name.c_str(), 0) != 0) fail("cannot delete the file", pathOf(name));
+    const Descriptor file(openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    struct stat s;
+    return file.get() >= 0 && fstat(file.get(), &s) == 0 && S_ISREG(s.st_mode) && static_cast<std::uint64_t>(s.st_size) == bytes.size() &&
+           readWhole(file.get(), bytes.size(), pathOf(name)) == bytes;
+}
+
+// Gives a file that was taken aside a name that nobody uses; for what another program wrote and then wrote over.
+std::string Folder::keepAside(const std::string& aside, const std::string& name) const
+{
+    for (int i = 1;; ++i) {
+        std::string kept = name + ".kept-" + std::to_string(i);
+        if (renameat2(folder_, aside.c_str(), folder_, kept.c_str(), RENAME_NOREPLACE) == 0) return kept;
+        if (errno != EEXIST) return aside;
+    }
+}
+
+void Folder::removeIfSame(const std::string& name, const FileState& before) const
+{
+    const std::string aside = unusedName();
+    struct stat s;
+    if (renameat(folder_, name.c_str(), folder_, aside.c_str()) != 0) {
+        if (errno == ENOENT) failChanged(name);
+        fail("cannot delete the file", pathOf(name));
+    }
+    if (fstatat(folder_, aside.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(s.st_mode) && stateFrom(s) == before) {
+        if (unlinkat(folder_, aside.c_str(), 0) != 0) {
+            const int error = errno;
+            moveBack(folder_, aside, name);
+            errno = error;
+            fail("cannot delete the file", pathOf(name));
+        }
+        return;
+    }
+    if (moveBack(folder_, aside, name)) failChanged(name);
+    failChanged(name, keepAside(aside, name)); // the name was taken in between
+}
+
+bool Folder::isMoved() const
+{
+    struct stat held, there;
+    if (fstat(folder_, &held) != 0) fail("cannot read the folder", path_);
+    return stat(path_.c_str(), &there) != 0 || held.st_dev != there.st_dev || held.st_ino != there.st_ino;
 }
 
 void Folder::flush() const
@@ -217,13 +276,18 @@ void Folder::flush() const
     if (syncfs(folder_) != 0) fail("cannot write the files to disk in", path_);
 }
 
-Folder::Draft::Draft(const Folder& folder) : folder_(folder)
+std::string Folder::unusedName() const
 {
     static std::atomic<unsigned> count = 0;
     static const std::string start = std::string(kDraftPrefix) + std::to_string(getpid()) + '-';
+    std::string name = start + std::to_string(++count);
+    return name += kDraftSuffix;
+}
+
+Folder::Draft::Draft(const Folder& folder) : folder_(folder)
+{
     do {
-        name_ = start + std::to_string(++count);
-        name_ += kDraftSuffix;
+        name_ = folder_.unusedName();
         file_ = openat(folder_.folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) fail("cannot make a file in", folder_.path_);
@@ -266,16 +330,27 @@ void Folder::Draft::flush()
     if (fsync(file_) != 0) fail("cannot write a file to disk in", folder_.path_);
 }
 
-FileState Folder::Draft::place(const std::string& name)
+FileState Folder::Draft::place(const std::string& name) { return renameTo(name, RENAME_NOREPLACE); }
+
+FileState Folder::Draft::renameTo(const std::string& name, unsigned flags)
+{
+    const FileState state = finish(name);
+    const int folder = folder_.folder_;
+    bool done = renameat2(folder, name_.c_str(), folder, name.c_str(), flags) == 0;
+    if (!done && flags != 0 && isUnsupported()) done = renameat(folder, name_.c_str(), folder, name.c_str()) == 0;
+    if (!done) fail("cannot write the file", folder_.pathOf(name));
+    close(std::exchange(file_, -1));
+    return state;
+}
+
+FileState Folder::Draft::finish(const std::string& name)
 {
     struct stat s;
-    if (fstat(file_, &s) != 0 || renameat(folder_.folder_, name_.c_str(), folder_.folder_, name.c_str()) != 0)
-        fail("cannot write the file", folder_.pathOf(name));
-    close(std::exchange(file_, -1));
+    if (fstat(file_, &s) != 0) fail("cannot write the file", folder_.pathOf(name));
     return stateFrom(s);
 }
 
-FileState Folder::Draft::replace(const std::string& name)
+void Folder::Draft::prepareToReplace(const std::string& name)
 {
     struct stat s;
     if (fstatat(folder_.folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0) {
@@ -284,7 +359,48 @@ FileState Folder::Draft::replace(const std::string& name)
     } else if (errno != ENOENT) {
         fail("cannot write the file", folder_.pathOf(name));
     }
-    return place(name);
+}
+
+FileState Folder::Draft::replace(const std::string& name)
+{
+    prepareToReplace(name);
+    return renameTo(name, 0);
+}
+
+FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view before)
+{
+    prepareToReplace(name);
+    const FileState mine = finish(name);
+    if (!exchangeNames(folder_.folder_, name_, name)) {
+        if (errno == ENOENT) folder_.failChanged(name);
+        if (!isUnsupported()) fail("cannot write the file", folder_.pathOf(name));
+        if (!folder_.holds(name, before)) folder_.failChanged(name);
+        return renameTo(name, 0);
+    }
+    close(std::exchange(file_, -1));
+    bool same = false;
+    try {
+        same = folder_.holds(name_, before);
+    } catch (const FileError&) { // what cannot be read is put back
+    }
+    if (!same) putBack(name, mine);
+    unlinkat(folder_.folder_, name_.c_str(), 0);
+    return mine;
+}
+
+// After an exchange: the draft's name is that of a file that another program changed.
+void Folder::Draft::putBack(const std::string& name, const FileState& mine)
+{
+    const int folder = folder_.folder_;
+    if (exchangeNames(folder, name_, name)) {
+        struct stat s;
+        const bool isMine = fstatat(folder, name_.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(s.st_mode) && stateFrom(s) == mine;
+        if (isMine) unlinkat(folder, name_.c_str(), 0);
+        if (isMine || !exchangeNames(folder, name_, name)) folder_.failChanged(name);
+    } else if (moveBack(folder, name_, name)) {
+        folder_.failChanged(name);
+    }
+    folder_.failChanged(name, folder_.keepAside(name_, name)); // it changed the file once more in between
 }
 
 PathKind kindOf(const std::string& path)

@@ -94,6 +94,22 @@ private:
 
 HANDLE handleOf(int file) { return reinterpret_cast<HANDLE>(_get_osfhandle(file)); }
 
+void requireWritable(const std::string& path, const std::string& failure)
+{
+    const DWORD attributes = GetFileAttributesW(wide(path).c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_READONLY)) return;
+    SetLastError(ERROR_ACCESS_DENIED);
+    fail(failure, path);
+}
+
+[[noreturn]] void deleteAndFail(const std::wstring& draft, const std::string& target)
+{
+    const DWORD error = GetLastError();
+    DeleteFileW(draft.c_str());
+    SetLastError(error);
+    fail("cannot write the file", target);
+}
+
 // Shorter than the size if the file was cut off meanwhile.
 std::string readWhole(HANDLE file, std::uint64_t size, const std::string& path)
 {
@@ -198,19 +214,62 @@ std::string Folder::read(const std::string& name, FileState& state) const
     throw FileError("the file \"" + pathOf(name) + "\" is being changed by another program");
 }
 
-void Folder::remove(const std::string& name) const
+// Whether the name is a plain file of these bytes.
+bool Folder::holds(const std::string& name, std::string_view bytes) const
 {
-    if (!DeleteFileW(wide(pathOf(name)).c_str())) fail("cannot delete the file", pathOf(name));
+    const Handle file(CreateFileW(wide(pathOf(name)).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                                  FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    BY_HANDLE_FILE_INFORMATION data;
+    return file && GetFileInformationByHandle(file.get(), &data) && notPlain(data.dwFileAttributes).empty() &&
+           stateFrom(data).size == bytes.size() && readWhole(file.get(), bytes.size(), pathOf(name)) == bytes;
 }
+
+// Gives a file that was taken aside a name that nobody uses; for what another program wrote and then wrote over.
+std::string Folder::keepAside(const std::string& aside, const std::string& name) const
+{
+    for (int i = 1;; ++i) {
+        std::string kept = name + ".kept-" + std::to_string(i);
+        if (MoveFileExW(wide(pathOf(aside)).c_str(), wide(pathOf(kept)).c_str(), 0)) return kept;
+        if (GetLastError() != ERROR_ALREADY_EXISTS && GetLastError() != ERROR_FILE_EXISTS) return aside;
+    }
+}
+
+void Folder::removeIfSame(const std::string& name, const FileState& before) const
+{
+    requireWritable(pathOf(name), "cannot delete the file");
+    const std::string aside = unusedName();
+    const std::wstring path = wide(pathOf(name)), asidePath = wide(pathOf(aside));
+    if (!MoveFileExW(path.c_str(), asidePath.c_str(), 0)) {
+        if (GetLastError() == ERROR_FILE_NOT_FOUND) failChanged(name);
+        fail("cannot delete the file", pathOf(name));
+    }
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (GetFileAttributesExW(asidePath.c_str(), GetFileExInfoStandard, &data) && notPlain(data.dwFileAttributes).empty() &&
+        stateFrom(data) == before) {
+        if (DeleteFileW(asidePath.c_str())) return;
+        const DWORD error = GetLastError();
+        MoveFileExW(asidePath.c_str(), path.c_str(), 0);
+        SetLastError(error);
+        fail("cannot delete the file", pathOf(name));
+    }
+    if (MoveFileExW(asidePath.c_str(), path.c_str(), 0)) failChanged(name);
+    failChanged(name, keepAside(aside, name)); // the name was taken in between
+}
+
+bool Folder::isMoved() const { return false; } // every file is found by the folder's path, so what was written is where that leads
 
 void Folder::flush() const {} // every file was flushed when it was put in place: there is no flushing of a folder here
 
-Folder::Draft::Draft(const Folder& folder) : folder_(folder)
+std::string Folder::unusedName() const
 {
     static std::atomic<unsigned> count = 0;
+    return std::string(kDraftPrefix) + std::to_string(GetCurrentProcessId()) + '-' + std::to_string(++count) + std::string(kDraftSuffix);
+}
+
+Folder::Draft::Draft(const Folder& folder) : folder_(folder)
+{
     do {
-        name_ =
-            std::string(kDraftPrefix) + std::to_string(GetCurrentProcessId()) + '-' + std::to_string(++count) + std::string(kDraftSuffix);
+        name_ = folder_.unusedName();
         file_ =
             _wopen(wide(folder_.pathOf(name_)).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
     } while (file_ < 0 && errno == EEXIST);
@@ -252,30 +311,84 @@ void Folder::Draft::flush()
     if (!FlushFileBuffers(handleOf(file_))) fail("cannot write a file to disk in", folder_.path_);
 }
 
+void Folder::Draft::prepareToReplace(const std::string& name) { requireWritable(folder_.pathOf(name), "cannot write the file"); }
+
 FileState Folder::Draft::replace(const std::string& name)
 {
-    const DWORD attributes = GetFileAttributesW(wide(folder_.pathOf(name)).c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY) {
-        SetLastError(ERROR_ACCESS_DENIED);
-        fail("cannot write the file", folder_.pathOf(name));
-    }
-    return place(name);
+    prepareToReplace(name);
+    return renameTo(name, MOVEFILE_REPLACE_EXISTING);
 }
 
-FileState Folder::Draft::place(const std::string& name)
+FileState Folder::Draft::place(const std::string& name) { return renameTo(name, 0); }
+
+FileState Folder::Draft::finish(const std::string& name)
 {
-    const std::wstring target = wide(folder_.pathOf(name));
     flush();
     BY_HANDLE_FILE_INFORMATION data;
-    const bool told = GetFileInformationByHandle(handleOf(file_), &data);
-    const std::wstring draft = wide(folder_.pathOf(name_));
-    if (!told || _close(std::exchange(file_, -1)) != 0 || !MoveFileExW(draft.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) {
-        const DWORD error = GetLastError();
-        DeleteFileW(draft.c_str());
-        SetLastError(error);
-        fail("cannot write the file", folder_.pathOf(name));
-    }
+    if (!GetFileInformationByHandle(handleOf(file_), &data)) fail("cannot write the file", folder_.pathOf(name));
+    if (_close(std::exchange(file_, -1)) != 0) deleteAndFail(wide(folder_.pathOf(name_)), folder_.pathOf(name));
     return stateFrom(data);
+}
+
+FileState Folder::Draft::renameTo(const std::string& name, unsigned flags)
+{
+    const FileState state = finish(name);
+    const std::wstring draft = wide(folder_.pathOf(name_));
+    if (!MoveFileExW(draft.c_str(), wide(folder_.pathOf(name)).c_str(), flags)) deleteAndFail(draft, folder_.pathOf(name));
+    return state;
+}
+
+FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view before)
+{
+    prepareToReplace(name);
+    const std::optional<FileState> old = folder_.stateOf(name);
+    if (!old) folder_.failChanged(name);
+    const FileState mine = finish(name);
+    const std::wstring draft = wide(folder_.pathOf(name_)), target = wide(folder_.pathOf(name));
+    const std::string aside = folder_.unusedName();
+    const std::wstring asidePath = wide(folder_.pathOf(aside));
+    if (!ReplaceFileW(target.c_str(), draft.c_str(), asidePath.c_str(), REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) {
+        const DWORD error = GetLastError();
+        // The file may bear the name of the backup already while the new one could not take its place.
+        if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) MoveFileExW(asidePath.c_str(), target.c_str(), 0);
+        const bool unsupported = error == ERROR_NOT_SUPPORTED || error == ERROR_INVALID_FUNCTION || error == ERROR_CALL_NOT_IMPLEMENTED;
+        const bool same = unsupported && folder_.holds(name, before);
+        if (same && MoveFileExW(draft.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING)) return mine;
+        if (!same) SetLastError(error);
+        if (error != ERROR_FILE_NOT_FOUND && (same || !unsupported)) deleteAndFail(draft, folder_.pathOf(name));
+        DeleteFileW(draft.c_str());
+        folder_.failChanged(name);
+    }
+    bool same = false;
+    try {
+        same = folder_.holds(aside, before);
+    } catch (const FileError&) { // what cannot be read is put back
+    }
+    if (!same) {
+        name_ = aside;
+        putBack(name, mine);
+    }
+    DeleteFileW(asidePath.c_str());
+    // Some systems give the new file the date of the old one.
+    const std::optional<FileState> now = folder_.stateOf(name);
+    return now && now->size == mine.size && now->modified == old->modified ? *now : mine;
+}
+
+// After a replacement: the draft's name is that of a file that another program changed.
+void Folder::Draft::putBack(const std::string& name, const FileState& mine)
+{
+    const std::string out = folder_.unusedName();
+    const std::wstring target = wide(folder_.pathOf(name)), aside = wide(folder_.pathOf(name_)), outPath = wide(folder_.pathOf(out));
+    if (!ReplaceFileW(target.c_str(), aside.c_str(), outPath.c_str(), REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) {
+        if (MoveFileExW(aside.c_str(), target.c_str(), 0)) folder_.failChanged(name);
+        folder_.failChanged(name, folder_.keepAside(name_, name));
+    }
+    const std::optional<FileState> state = folder_.stateOf(out);
+    if (!state || state->size == mine.size) {
+        DeleteFileW(outPath.c_str());
+        folder_.failChanged(name);
+    }
+    folder_.failChanged(name, folder_.keepAside(out, name)); // it changed the file once more in between
 }
 
 PathKind kindOf(const std::string& path)

@@ -357,24 +357,6 @@ TEST_F(ManyCardFile, AChangeByAnotherProgramFailsTheNextSave)
     expectFailure(Step::Save, "another program", [&] { store.save("all.vcf#u1"); });
 }
 
-TEST_F(ManyCardFile, SavesBeforeAChangeByAnotherProgramAreMerged)
-{
-    put("all.vcf", cardText("1", "u1") + cardText("2", "u2"));
-    auto store = open(folder / "all.vcf");
-    store.beginBatch();
-    edit(store, "all.vcf#u1", kTitle, u"mine");
-    edit(store, "all.vcf#u2", kTitle, u"mine too");
-    const std::string id = add(store, u"New");
-    put("all.vcf", cardText("2 of theirs", "u2") + cardText("1", "u1"));
-    age("all.vcf", 5);
-    store.endBatch(false);
-    auto again = open(folder / "all.vcf");
-    EXPECT_EQ(ids(again), (std::vector<std::string>{"all.vcf#u2", "all.vcf#u1", id}));
-    EXPECT_EQ(read(again, "all.vcf#u1", kTitle), u"mine");
-    EXPECT_EQ(read(again, "all.vcf#u2", kLastName), u"2 of theirs");
-    EXPECT_EQ(read(again, "all.vcf#u2", kTitle), u"");
-}
-
 TEST_F(ManyCardFile, ThatCannotBeParsedIsNotOpened)
 {
     put("all.vcf", cardText("1", "u1") + "BEGIN:VCARD\nN:2\n");
