@@ -10,7 +10,7 @@
 
 namespace mb {
 
-class CTrManager final : public com::Object<ITrManager, ITrMapEntry, ITrMap, com::Dual<IFidemarkSupport>, com::Dual<IFidemarkFilter>> {
+class CTrManager final : public com::Object<ITrManager, ITrMapEntry, ITrMap, com::Dual<IFidemarkSupport>, com::Dual<IFidemarkFilter>, IStoreMove> {
 public:
     explicit CTrManager(IUnknown* outer) noexcept;
 
@@ -84,6 +84,10 @@ public:
     HRESULT STDMETHODCALLTYPE EnumerateEntries(BSTR lpFile, ULONG ulIndex, BSTR* lpRecID) override;
     HRESULT STDMETHODCALLTYPE DeleteEntry(BSTR lpFile, BSTR lpRecID) override;
     HRESULT STDMETHODCALLTYPE CloseStore() override;
+
+    // IStoreMove (TrMapMove.cpp)
+    HRESULT STDMETHODCALLTYPE MoveStore(REFGUID guid, _TransIds transId, BSTR lpDatabase, VARIANT_BOOL force, LONG* pKnown, LONG* pMissing,
+                                        BSTR* ppMessage) override;
 
 private:
     ~CTrManager() override;
