@@ -20,6 +20,14 @@ DeleteLimit::DeleteLimit(const std::string& text) : smallStore_(0)
     kind_ = percent ? Kind::Percent : Kind::Number;
 }
 
+DeleteLimit DeleteLimit::ofMap(std::int32_t percent) noexcept
+{
+    DeleteLimit limit;
+    limit.value_ = percent;
+    if (percent <= 0) limit.kind_ = Kind::None;
+    return limit;
+}
+
 bool DeleteLimit::allows(std::int64_t records, std::int64_t deletions) const noexcept
 {
     switch (kind_) {

@@ -12,6 +12,8 @@ class DeleteLimit {
 public:
     // Half of a store that holds more than three contacts.
     DeleteLimit() = default;
+    // What a map's option allows: a percentage of a store of more than three, 0 for no limit.
+    static DeleteLimit ofMap(std::int32_t percent) noexcept;
     // "none", a number of contacts, or a percentage of a store as "20%". Throws a Failure of wrong usage for anything else.
     explicit DeleteLimit(const std::string& text);
     [[nodiscard]] bool allows(std::int64_t records, std::int64_t deletions) const noexcept;

@@ -4,6 +4,7 @@
 #include "MapName.h"
 #include "Options.h"
 #include "Output.h"
+#include "RunRecord.h"
 #include "StoreName.h"
 #include "text.h"
 
@@ -128,12 +129,54 @@ void setOption(const std::string& name, const std::string& optionName, const std
     print(std::string(option.name) + " is " + optionValueName(option, wanted) + "\n");
 }
 
+// The side that an option of mb set names: 0 or 1, or -1 for an option of the map.
+int sideNamed(const std::string& option)
+{
+    if (option == "first") return 0;
+    return option == "second" ? 1 : -1;
+}
+
+// A store that is not there would be made by some plug-ins, and then it misses everything.
+void expectStore(const MapInfo& map, int side, const std::string& database)
+{
+    if (isNothing(database)) throw Failure("The store " + quote(database) + " does not exist; nothing was changed.");
+    const auto isSame = [&](const std::string& other) { return platform::equalNoCase(platform::utf16(other), platform::utf16(database)); };
+    if (isSame(map.databases[1 - side]))
+        throw Failure("The store " + quote(database) + " is the map's other side; a map needs two.", exitUsage);
+}
+
+void moveStore(const std::string& name, int side, const std::string& given, bool force)
+{
+    const Engine engine;
+    const auto maps = engine.maps();
+    const MapInfo map = describeMap(maps.get(), resolveMap(listMaps(engine), name));
+    const std::string database = absolutePath(given);
+    expectStore(map, side, database);
+    LONG known = 0, missing = 0;
+    com::Bstr message;
+    const HRESULT hr =
+        maps.as<IStoreMove>()->MoveStore(map.guid, side == 0 ? idTrans1 : idTrans2, com::Bstr(platform::utf16(database)).get(),
+                                         force ? VARIANT_TRUE : VARIANT_FALSE, &known, &missing, message.put());
+    if (FAILED(hr))
+        throw Failure("The store " + quote(database) +
+                      " cannot be used, and nothing was changed: " + (message.empty() ? describe(hr) : printable(message.view())));
+    const std::string lacks = std::to_string(missing) + " of the " + std::to_string(known) + " contacts that the map knows";
+    if (hr == S_FALSE)
+        throw Failure("The store " + quote(database) + " lacks " + lacks +
+                      ", so it may be another one; nothing was changed. If it is the " +
+                      "right one, say --force: the next mb sync deletes those contacts in the other store.");
+    print("The " + std::string(side == 0 ? "first" : "second") + " store is " + quote(database) +
+          (missing > 0 ? ", which lacks " + lacks : ", which has all of the " + std::to_string(known) + " contacts that the map knows") +
+          ".\n");
+}
+
 void removeMap(const std::string& name)
 {
     const Engine engine;
     const GUID map = resolveMap(listMaps(engine), name);
     const HRESULT hr = engine.manager()->DeleteMap(map);
     if (FAILED(hr)) throw Failure("The history of the map " + guidName(map) + " could not be removed: " + reasonFor(hr));
+    removeRunRecord(map);
     print("removed " + guidName(map) + "; both stores are untouched\n");
 }
 
@@ -146,9 +189,11 @@ std::string optionHelp()
             if (value.value != option.byDefault) text += std::string(" ") + value.name;
         text += "\n      " + std::string(option.meaning) + "\n";
     }
+    text += "  first, second: DATABASE\n      where the store was moved to; it must hold the contacts that the map knows, or say --force\n";
     return text + "\nmb sync --silent asks nothing: where \"ask\" is set, both contacts of a conflict are kept, or the one that was not\n"
                   "deleted; \"merge\" leaves both as they are.\n\n"
-                  "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second";
+                  "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second\n  mb set 5F49 max-delete 80%\n"
+                  "  mb set 5F49 second /media/phone/Contacts";
 }
 
 } // namespace
@@ -157,7 +202,7 @@ void addMapCommands(CLI::App& app)
 {
     struct Arguments {
         std::string first, second, map, option, value;
-        bool json = false;
+        bool json = false, force = false;
     };
     const auto given = std::make_shared<Arguments>();
     auto* add = app.add_subcommand("add", "Make a map of two stores and print its identifier");
@@ -178,12 +223,17 @@ void addMapCommands(CLI::App& app)
     show->add_flag("--json", given->json, jsonHelp);
     show->callback([given] { showMap(given->map, given->json); });
 
-    auto* set = app.add_subcommand("set", "Set an option of a map");
+    auto* set = app.add_subcommand("set", "Set an option of a map, or tell where one of its stores was moved to");
     set->footer(optionHelp());
     set->add_option("MAP", given->map, mapHelp)->required();
     set->add_option("OPTION", given->option, "One of the names below")->required();
-    set->add_option("VALUE", given->value, "One of the option's values")->required();
-    set->callback([given] { setOption(given->map, given->option, given->value); });
+    set->add_option("VALUE", given->value, "One of the option's values, or the store's new place")->required();
+    set->add_flag("--force", given->force, "Take the store even if it lacks contacts that the map knows");
+    set->callback([given] {
+        if (const int side = sideNamed(given->option); side >= 0) return moveStore(given->map, side, given->value, given->force);
+        if (given->force) throw Failure("--force goes with first or second alone.", exitUsage);
+        setOption(given->map, given->option, given->value);
+    });
 
     auto* remove = app.add_subcommand("remove", "Remove a map with its options and history; the stores stay as they are");
     remove->footer("Example:\n  mb remove 5F49");

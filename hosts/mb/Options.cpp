@@ -1,8 +1,10 @@
 #include "Options.h"
 
+#include "DeleteLimit.h"
 #include "Failure.h"
 #include "Output.h"
 #include "text.h"
+#include <charconv>
 
 namespace mbhost {
 namespace {
@@ -11,6 +13,7 @@ constexpr OptionValue yesNo[] = {{"yes", 1}, {"no", 0}};
 constexpr OptionValue directions[] = {{"both", stSynchronize}, {"to-first", stImportToTrans1}, {"to-second", stExportFromTrans1}};
 constexpr OptionValue changeConflicts[] = {{"ask", croNotify},       {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins},
                                            {"keep-both", croAddAll}, {"merge", croMerge},           {"delete-both", croDeleteAll}};
+constexpr OptionValue noLimit[] = {{"none", 0}};
 constexpr OptionValue deleteConflicts[] = {
     {"ask", croNotify}, {"keep", croAddAll}, {"delete", croDeleteAll}, {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins}};
 
@@ -24,9 +27,20 @@ constexpr Option allOptions[] = {
     {"verified-only", soSyncVerified, "leave out new contacts that are not verified", 0, yesNo},
     {"images", soSyncImages, "take pictures along", 1, yesNo},
     {"compare-images", soSyncImageOptionChanged, "compare all pictures once in the next run", 0, yesNo},
+    {"max-delete", soDeletionLimit, "largest share of a store's contacts that a run may delete", halfOfAStore, noLimit, true},
 };
 
 std::string lowerName(const std::string& text) { return platform::utf8(platform::lowered(platform::utf16(text))); }
+
+// A whole number from 1 to 100 with a percent sign behind it; 0 for anything else.
+LONG percentOf(std::string_view text)
+{
+    LONG value = 0;
+    if (!text.ends_with('%')) return 0;
+    const char* const end = text.data() + text.size() - 1;
+    const auto [stop, wrong] = std::from_chars(text.data(), end, value);
+    return wrong == std::errc() && stop == end && value >= 1 && value <= 100 ? value : 0;
+}
 
 bool isFlag(const Option& option) { return option.values.data() == yesNo; }
 
@@ -42,7 +56,7 @@ const Option& optionNamed(const std::string& name)
         if (wanted == option.name) return option;
         known += std::string(" ") + option.name;
     }
-    throw Failure("There is no option " + quote(name) + ". The options are:" + known + ".", exitUsage);
+    throw Failure("There is no option " + quote(name) + ". The options are:" + known + " first second.", exitUsage);
 }
 
 LONG optionValueNamed(const Option& option, const std::string& name)
@@ -53,6 +67,10 @@ LONG optionValueNamed(const Option& option, const std::string& name)
         if (wanted == value.name) return value.value;
         known += std::string(" ") + value.name;
     }
+    if (option.isPercentage) {
+        known += " 1% to 100%";
+        if (const LONG percent = percentOf(wanted); percent > 0) return percent;
+    }
     throw Failure("The option " + std::string(option.name) + " has no value " + quote(name) + ". Its values are:" + known + ".", exitUsage);
 }
 
@@ -60,7 +78,7 @@ std::string optionValueName(const Option& option, LONG value)
 {
     for (const OptionValue& known : option.values)
         if (known.value == value) return known.name;
-    return std::to_string(value);
+    return std::to_string(value) + (option.isPercentage ? "%" : "");
 }
 
 LONG readOption(ITrMap* maps, const GUID& map, const Option& option)

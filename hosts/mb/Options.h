@@ -1,4 +1,4 @@
-// The nine options of a map by readable names and values.
+// The options of a map by readable names and values.
 #pragma once
 #include "interfaces.h"
 #include <span>
@@ -17,6 +17,7 @@ struct Option {
     const char* meaning;
     LONG byDefault;
     std::span<const OptionValue> values;
+    bool isPercentage = false; // takes 1% to 100% besides its named values
 };
 
 std::span<const Option> options();

@@ -1,36 +1,78 @@
 #include "Outcome.h"
 
 #include "Failure.h"
+#include "Options.h"
 #include <cstdio>
 
 namespace mbhost {
 namespace {
 
-std::string sideSentence(const std::string& store, const SideCounts& counts)
+std::string countsText(const SideCounts& counts)
 {
-    return "  " + store + ": " + std::to_string(counts.created) + " created, " + std::to_string(counts.updated) + " updated, " +
-           std::to_string(counts.deleted) + " deleted\n";
+    return std::to_string(counts.created) + " created, " + std::to_string(counts.updated) + " updated, " + std::to_string(counts.deleted) +
+           " deleted";
+}
+
+std::string sideText(const std::string& store, const RunEvents& events, int side)
+{
+    std::string line = "  " + store + ": " + countsText(events.counts(false, side)) + "\n";
+    if (const SideCounts categories = events.counts(true, side); !categories.nothing())
+        line += "  " + store + ", categories: " + countsText(categories) + "\n";
+    return line;
 }
 
 Json sideJson(const SideCounts& counts) { return {{"created", counts.created}, {"updated", counts.updated}, {"deleted", counts.deleted}}; }
 
-constexpr std::size_t shownLines = 10;
+const char* storeOf(const RunEvent& event) { return event.side == 0 ? "first" : "second"; }
 
-void tellLeftOut(const std::vector<std::string>& lines)
+// The words of mb set for the same answers.
+std::string settlementName(LONG resolution) { return optionValueName(optionNamed("conflicts"), resolution); }
+
+std::string settlementText(const StoreNames& stores, LONG resolution)
 {
-    for (std::size_t i = 0; i < std::min(lines.size(), shownLines); ++i) print("  " + printable(lines[i]) + "\n");
-    if (lines.size() > shownLines) print("  and " + std::to_string(lines.size() - shownLines) + " more left out; mb log names them\n");
+    switch (resolution) {
+    case croAddAll: return "both are kept";
+    case croDeleteAll: return "both are deleted";
+    case croTrans1Wins: return stores[0] + " wins";
+    case croTrans2Wins: return stores[1] + " wins";
+    case croMerge: return "they are merged";
+    default: return "both stay as they are";
+    }
 }
 
-void tellConflicts(const std::vector<SettledConflict>& conflicts)
+Json eventJson(const RunEvent& event)
 {
-    for (std::size_t i = 0; i < std::min(conflicts.size(), shownLines); ++i) {
-        const auto& [contact, settled] = conflicts[i];
-        print("  in conflict: " + (contact.empty() ? "a contact without a name" : printable(contact)) +
-              (settled.empty() ? "\n" : "; " + printable(settled) + "\n"));
+    constexpr const char* actions[] = {"", "created", "updated", "deleted", "linked"};
+    Json json{{"pass", event.ofCategories ? "categories" : "contacts"},
+              {"store", storeOf(event)},
+              {"action", actions[event.action]},
+              {"id", printable(event.id)},
+              {"partner", printable(event.partner)},
+              {"name", printable(event.name)}};
+    if (event.action == raUpdated) {
+        json["fields"] = Json::array();
+        for (const std::string& field : event.fields) json["fields"].push_back(printable(field));
     }
+    if (event.conflict != 0) json["conflict"] = settlementName(event.conflict);
+    return json;
+}
+
+constexpr std::size_t shownLines = 10;
+
+void tellLeftOut(const std::vector<RunEvent>& events)
+{
+    for (std::size_t i = 0; i < std::min(events.size(), shownLines); ++i) print("  " + printable(events[i].text) + "\n");
+    if (events.size() > shownLines)
+        print("  and " + std::to_string(events.size() - shownLines) + " more left out; mb sync --json lists them all\n");
+}
+
+void tellConflicts(const StoreNames& stores, const std::vector<RunEvent>& conflicts)
+{
+    for (std::size_t i = 0; i < std::min(conflicts.size(), shownLines); ++i)
+        print("  in conflict: " + (conflicts[i].name.empty() ? "a contact without a name" : printable(conflicts[i].name)) + "; " +
+              settlementText(stores, conflicts[i].conflict) + "\n");
     if (conflicts.size() > shownLines)
-        print("  and " + std::to_string(conflicts.size() - shownLines) + " more in conflict; mb log names them\n");
+        print("  and " + std::to_string(conflicts.size() - shownLines) + " more in conflict; mb sync --json lists them all\n");
 }
 
 } // namespace
@@ -48,43 +90,62 @@ void Outcome::settle(HRESULT hr, const std::function<std::string()>& lastError, 
 Json outcomeJson(const Outcome& outcome)
 {
     constexpr const char* ends[] = {"done", "planned", "failed", "cancelled", "refused", "unanswered"};
-    Json json{{"result", ends[static_cast<int>(outcome.end)]}, {"seconds", outcome.seconds}};
-    if (outcome.counts) {
-        json["first"] = sideJson(outcome.counts->sides[0]);
-        json["second"] = sideJson(outcome.counts->sides[1]);
-        json["matched"] = outcome.counts->matched;
-        json["leftOut"] = Json::array();
-        for (const std::string& line : outcome.counts->leftOut) json["leftOut"].push_back(printable(line));
-        json["conflicts"] = Json::array();
-        for (const auto& [contact, settled] : outcome.counts->conflicts)
-            json["conflicts"].push_back({{"contact", printable(contact)}, {"settled", printable(settled)}});
+    const RunEvents& events = outcome.events;
+    Json json{{"result", ends[static_cast<int>(outcome.end)]},
+              {"seconds", outcome.seconds},
+              {"first", sideJson(events.counts(false, 0))},
+              {"second", sideJson(events.counts(false, 1))},
+              {"matched", events.linked(false)},
+              {"categories", {{"first", sideJson(events.counts(true, 0))}, {"second", sideJson(events.counts(true, 1))}}}};
+    for (const char* list : {"records", "failures", "leftOut", "conflicts"}) json[list] = Json::array();
+    for (const RunEvent& event : events.all()) {
+        switch (event.action) {
+        case raFailed:
+            json["failures"].push_back({{"store", storeOf(event)},
+                                        {"id", printable(event.id)},
+                                        {"partner", printable(event.partner)},
+                                        {"name", printable(event.name)},
+                                        {"code", static_cast<std::uint32_t>(event.code)},
+                                        {"message", printable(event.text)}});
+            break;
+        case raLeftOut: json["leftOut"].push_back(printable(event.text)); break;
+        case raConflict:
+            json["conflicts"].push_back({{"contact", printable(event.name)}, {"settled", settlementName(event.conflict)}});
+            break;
+        default: json["records"].push_back(eventJson(event));
+        }
     }
     if (!outcome.message.empty()) json["message"] = outcome.message;
     return json;
 }
 
-void tellCounts(const std::string& title, const std::array<std::string, 2>& stores, const Outcome& outcome)
+void tellCounts(const std::string& title, const StoreNames& stores, const Outcome& outcome)
 {
+    const RunEvents& events = outcome.events;
     const bool done = outcome.end == Outcome::End::Done;
-    const bool idle = done && outcome.counts && outcome.counts->nothing();
+    const int linked = events.linked(false) + events.linked(true);
+    const bool idle = done && events.nothing();
     char time[32];
     std::snprintf(time, sizeof time, " (%.1f s)\n", outcome.seconds);
     print(title + (idle ? ": nothing to do" : done ? ": done" : ": stopped") + time);
-    if (!outcome.counts) return print("  What was written is not counted: the engine's log is switched off.\n");
-    if (!outcome.counts->nothing())
-        for (const std::size_t side : {0u, 1u}) print(sideSentence(stores[side], outcome.counts->sides[side]));
-    if (outcome.counts->matched > 0) print("  " + std::to_string(outcome.counts->matched) + " found on both sides and linked\n");
-    tellNotes(outcome);
+    if (!events.nothing())
+        for (const int side : {0, 1}) print(sideText(stores[static_cast<std::size_t>(side)], events, side));
+    if (linked > 0) print("  " + std::to_string(linked) + " found on both sides and linked\n");
+    tellNotes(stores, outcome);
 }
 
-void tellNotes(const Outcome& outcome)
+void tellNotes(const StoreNames& stores, const Outcome& outcome)
 {
-    if (!outcome.counts) return;
-    tellConflicts(outcome.counts->conflicts);
-    tellLeftOut(outcome.counts->leftOut);
+    tellConflicts(stores, outcome.events.of(raConflict));
+    tellLeftOut(outcome.events.of(raLeftOut));
 }
 
-void throwCancelled() { throw Failure("Cancelled. What was written before is kept, and the next run goes on from there.", exitCancelled); }
+void throwCancelled(const Outcome& outcome)
+{
+    throw Failure(outcome.events.nothing() ? "Cancelled. Nothing was written."
+                                           : "Cancelled. What was written before is kept, and the next run goes on from there.",
+                  exitCancelled);
+}
 
 std::string joined(const com::Bstr& message1, const com::Bstr& message2)
 {

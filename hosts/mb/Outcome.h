@@ -3,7 +3,7 @@
 #include "Engine.h"
 #include "EngineMessages.h"
 #include "Output.h"
-#include "RunLog.h"
+#include "RunEvents.h"
 #include <array>
 #include <functional>
 
@@ -12,19 +12,22 @@ namespace mbhost {
 struct Outcome {
     enum class End { Done, Planned, Failed, Cancelled, Refused, Unanswered } end = End::Done;
     double seconds = 0.0;
-    std::optional<RunCounts> counts; // empty if the log does not tell
-    std::string message;             // of a failure or a refusal
+    RunEvents events;
+    std::string message; // of a failure or a refusal
 
     // Takes the end from the run's result, and for a failure the engine's message; where it has none, the system's sentence serves.
     void settle(HRESULT hr, const std::function<std::string()>& lastError, const EngineMessages& told);
 };
 
+using StoreNames = std::array<std::string, 2>;
+
 Json outcomeJson(const Outcome& outcome);
 // A line for the run as a whole, and one for each store.
-void tellCounts(const std::string& title, const std::array<std::string, 2>& stores, const Outcome& outcome);
+void tellCounts(const std::string& title, const StoreNames& stores, const Outcome& outcome);
 // The contacts in conflict, and what the plug-ins left out.
-void tellNotes(const Outcome& outcome);
-[[noreturn]] void throwCancelled();
+void tellNotes(const StoreNames& stores, const Outcome& outcome);
+// Ends the command with the sentence of a cancelled run, which says whether anything was written.
+[[noreturn]] void throwCancelled(const Outcome& outcome);
 
 // The two messages behind a failure as one sentence.
 std::string joined(const com::Bstr& message1, const com::Bstr& message2);

@@ -1,5 +1,7 @@
 #include "PlanOutput.h"
 
+#include "Refusal.h"
+
 #include <sstream>
 
 namespace mbhost {
@@ -69,6 +71,7 @@ std::string planText(const MapInfo& map, const RunPlan& plan)
         out += "\nThe lists of categories\n" + summaryText(plan.categorySummary) + listText(map, plan.categoryNames);
     if (!plan.categoryNames.empty() && !plan.contacts.empty()) out += "\nThe contacts\n";
     if (!plan.contacts.empty()) out += summaryText(plan.summary) + listText(map, plan.contacts);
+    if (plan.refused) out += "\n" + plannedRefusal(map, *plan.refused) + "\n";
     return out + "\nNothing was written.\n";
 }
 
@@ -88,10 +91,18 @@ Json planJson(const RunPlan& plan)
     Json categories = Json::array();
     for (const PlannedContact& category : plan.categoryNames)
         categories.push_back({{"store", storeOf(category)}, {"action", category.action}, {"name", category.name}});
+    Json refused = nullptr;
+    if (plan.refused)
+        refused = {{"store", plan.refused->side == 0 ? "first" : "second"},
+                   {"pass", plan.refused->ofCategories ? "categories" : "contacts"},
+                   {"contacts", plan.refused->records},
+                   {"deletions", plan.refused->deletions},
+                   {"limit", plan.refused->limit}};
     return {{"first", countsJson(plan.sides[0])},
             {"second", countsJson(plan.sides[1])},
             {"contacts", std::move(contacts)},
-            {"categories", std::move(categories)}};
+            {"categories", std::move(categories)},
+            {"refused", std::move(refused)}};
 }
 
 } // namespace mbhost

@@ -6,16 +6,7 @@ namespace mbhost {
 
 HRESULT STDMETHODCALLTYPE RunSink::OnProgress(_SyncProgress progress, DOUBLE fPercent) { return progress_->OnProgress(progress, fPercent); }
 
-// A pass begins with the stage of this name, and nothing else tells which of the two passes a plan belongs to.
-HRESULT STDMETHODCALLTYPE RunSink::OnProgress2(BSTR label, DOUBLE fPercent)
-{
-    return com::guarded([&] {
-        const std::string stage = printable(com::viewOf(label));
-        if (stage == categoriesBegin_) plan.ofCategories = true;
-        if (stage == contactsBegin_) plan.ofCategories = false;
-        return progress_->OnProgress2(label, fPercent);
-    });
-}
+HRESULT STDMETHODCALLTYPE RunSink::OnProgress2(BSTR label, DOUBLE fPercent) { return progress_->OnProgress2(label, fPercent); }
 
 // A look at the plan shows too many deletions as well.
 HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG additions, LONG changes, LONG deletions,
@@ -23,24 +14,66 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG add
 {
     if (!pDetails) return E_POINTER;
     *pDetails = planOnly ? VARIANT_TRUE : VARIANT_FALSE;
-    const int index = side == idTrans1 ? 0 : 1;
-    (plan.ofCategories ? plan.categories : plan.sides)[index] = {records, additions, changes, deletions};
-    if (limit.allows(records, deletions)) return S_OK;
-    refusedSide = index;
-    return planOnly ? S_OK : E_ABORT;
+    return com::guarded([&] {
+        const int index = side == idTrans1 ? 0 : 1;
+        (plan.ofCategories ? plan.categories : plan.sides)[index] = {records, additions, changes, deletions};
+        return allows(index, records, deletions) || planOnly ? S_OK : E_ABORT;
+    });
 }
 
 // The limit of this run stands in place of the map's own.
 HRESULT STDMETHODCALLTYPE RunSink::OnDeletionLimit(_TransIds side, LONG linked, LONG deletions, LONG, VARIANT_BOOL* pAllow)
 {
     if (!pAllow) return E_POINTER;
-    const int index = side == idTrans1 ? 0 : 1;
-    const bool allowed = limit.allows(linked, deletions);
-    *pAllow = allowed || planOnly ? VARIANT_TRUE : VARIANT_FALSE;
-    if (allowed) return S_OK;
-    refusedSide = index;
-    (plan.ofCategories ? plan.categories : plan.sides)[index] = {linked, 0, 0, deletions};
+    *pAllow = VARIANT_FALSE;
+    return com::guarded([&] {
+        const bool allowed = allows(side == idTrans1 ? 0 : 1, linked, deletions);
+        *pAllow = allowed || planOnly ? VARIANT_TRUE : VARIANT_FALSE;
+    });
+}
+
+bool RunSink::allows(int side, LONG records, LONG deletions)
+{
+    if (confirmed_ || limit.allows(records, deletions)) return true;
+    const TooManyDeletions tooMany{plan.ofCategories, side, records, deletions, limit.text()};
+    confirmed_ = !planOnly && confirmDeletions && confirmDeletions(tooMany);
+    if (confirmed_) return true;
+    if (!plan.refused) plan.refused = tooMany;
+    return false;
+}
+
+HRESULT STDMETHODCALLTYPE RunSink::OnRunBegin(ISyncRunReport*) { return S_OK; }
+
+HRESULT STDMETHODCALLTYPE RunSink::OnPassBegin(_SyncPass pass)
+{
+    plan.ofCategories = pass == passCategories;
+    if (plan.ofCategories) { // a run that starts over tells its plan anew
+        plan.categoryNames.clear();
+        plan.categorySummary.clear();
+    } else {
+        plan.contacts.clear();
+        plan.summary.clear();
+    }
     return S_OK;
+}
+
+HRESULT STDMETHODCALLTYPE RunSink::OnItem(ISyncReportItem*) { return S_OK; }
+
+// The report as it is at the end: what a run found out before it started over is told anew and stands there once.
+HRESULT STDMETHODCALLTYPE RunSink::OnRunEnd(ISyncRunReport* pReport)
+{
+    return com::guarded([&] {
+        LONG how = 0, code = 0, count = 0;
+        com::Bstr text;
+        com::check(pReport->GetEnd(&how, &code, text.put()));
+        end = static_cast<_RunEnd>(how);
+        com::check(pReport->GetItemCount(&count));
+        for (LONG i = 0; i < count; ++i) {
+            com::Ptr<ISyncReportItem> item;
+            com::check(pReport->GetItem(i, item.put()));
+            events.add(item.get());
+        }
+    });
 }
 
 HRESULT STDMETHODCALLTYPE RunSink::OnPlannedContact(_TransIds side, BSTR action, BSTR firstName, BSTR lastName, BSTR company)

@@ -1,9 +1,11 @@
-// What mb hears from a run: its progress, and before anything is written what it is about to do. Here the host refuses a run that
-// deletes too much, accepts the summary in the user's place, or looks at the plan and lets nothing of it be done.
+// What mb hears from a run: its progress, before anything is written what it is about to do, and then what it does. Here the host refuses
+// a run that deletes too much, accepts the summary in the user's place, or looks at the plan and lets nothing of it be done.
 #pragma once
 #include "DeleteLimit.h"
 #include "Progress.h"
-#include "RunLog.h"
+#include "RunEvents.h"
+#include <functional>
+#include <optional>
 #include <vector>
 
 namespace mbhost {
@@ -22,29 +24,43 @@ struct PlannedCounts {
     LONG records = 0, additions = 0, changes = 0, deletions = 0;
 };
 
+// Too many deletions for the limit of the run.
+struct TooManyDeletions {
+    bool ofCategories = false;
+    int side = 0; // whose records would be deleted
+    LONG records = 0, deletions = 0;
+    std::string limit; // as the user would write it
+};
+
 struct RunPlan {
     PlannedCounts sides[2], categories[2];
     std::vector<PlannedContact> contacts, categoryNames;
     std::u16string summary, categorySummary; // lines as the confirmation shows them
     bool ofCategories = false;               // the pass that is told last is the one over the lists of categories
+    std::optional<TooManyDeletions> refused; // the first that were
 
     [[nodiscard]] bool nothing() const noexcept { return contacts.empty() && categoryNames.empty(); }
 };
 
-class RunSink final : public com::Object<ISyncEvents, ISyncReview, IDeletionGuard> {
+class RunSink final : public com::Object<ISyncEvents, ISyncReview, IDeletionGuard, ISyncReport> {
 public:
     explicit RunSink(IUnknown* outer) : Object(outer), progress_(com::make<Progress>()) {}
 
     bool acceptSummary = false, planOnly = false;
     DeleteLimit limit;
+    // Asks the user whether so many deletions are meant; null where nobody is asked.
+    std::function<bool(const TooManyDeletions&)> confirmDeletions;
     // Of the last run.
     RunPlan plan;
-    int refusedSide = -1; // whose deletions were too many
+    RunEvents events;
+    _RunEnd end = reDone;
 
     void begin()
     {
         plan = {};
-        refusedSide = -1;
+        events = {};
+        confirmed_ = false;
+        end = reDone;
     }
     void finish() { progress_->finish(); }
 
@@ -57,10 +73,15 @@ public:
     HRESULT STDMETHODCALLTYPE OnPlanEnd(BSTR summary) override;
     HRESULT STDMETHODCALLTYPE OnDeletionLimit(_TransIds side, LONG linked, LONG deletions, LONG limitPercent,
                                               VARIANT_BOOL* pAllow) override;
+    HRESULT STDMETHODCALLTYPE OnRunBegin(ISyncRunReport* pReport) override;
+    HRESULT STDMETHODCALLTYPE OnPassBegin(_SyncPass pass) override;
+    HRESULT STDMETHODCALLTYPE OnItem(ISyncReportItem* pItem) override;
+    HRESULT STDMETHODCALLTYPE OnRunEnd(ISyncRunReport* pReport) override;
 
 private:
+    bool allows(int side, LONG records, LONG deletions);
     com::Ptr<Progress> progress_;
-    const std::string contactsBegin_ = engineText(194), categoriesBegin_ = engineText(221);
+    bool confirmed_ = false; // the user accepted the deletions of this run
 };
 
 } // namespace mbhost

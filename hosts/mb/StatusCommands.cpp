@@ -3,7 +3,7 @@
 #include "Failure.h"
 #include "MapName.h"
 #include "Output.h"
-#include "RunLog.h"
+#include "RunRecord.h"
 #include "StoreName.h"
 #include <chrono>
 #include <cmath>
@@ -26,9 +26,13 @@ std::string dateName(DATE date)
     return text;
 }
 
+std::filesystem::path logPath() { return dataFolder() / "MBSync.log"; }
+
 struct LastRun {
-    std::string state;  // never, good, failed, or unreadable
+    std::string state;  // never, good, failed, or unreadable; of a run by mb also cancelled, refused and unanswered
     std::string reason; // why it is unreadable
+    DATE when = 0.0;
+    std::string message; // why it failed or was refused, where that is known
 };
 
 // How the last run of a history ended. A history without a run answers E_FAIL and no more; one that cannot be opened leaves a sentence.
@@ -37,9 +41,9 @@ LastRun lastRunOf(ITrMap* maps, const GUID& history)
     VARIANT_BOOL good = VARIANT_TRUE;
     (void)platform::takeErrorText(); // what an earlier call may have left
     const HRESULT hr = maps->GetLastSyncStatus(history, &good);
-    if (SUCCEEDED(hr)) return {good ? "good" : "failed", {}};
+    if (SUCCEEDED(hr)) return {good ? "good" : "failed", {}, 0.0, {}};
     const std::string reason = printable(platform::takeErrorText());
-    return {reason.empty() ? "never" : "unreadable", reason};
+    return {reason.empty() ? "never" : "unreadable", reason, 0.0, {}};
 }
 
 // The lists of categories are brought into step before the contacts, and have a history of their own.
@@ -52,6 +56,17 @@ LastRun lastRunOfMap(ITrMap* maps, const GUID& map)
     return lists.state == "never" ? contacts : lists;
 }
 
+// The engine stamps a run that it completed or failed, mb's record tells of every run of mb: the later one is the last.
+LastRun lastRun(ITrMap* maps, const GUID& map)
+{
+    LastRun run = lastRunOfMap(maps, map);
+    (void)maps->GetLastSyncTime(map, &run.when);
+    const auto record = loadRunRecord(map);
+    constexpr DATE second = 1.0 / 86400; // the engine's stamps are exact to the second
+    if (run.state == "unreadable" || !record || record->when + second < run.when) return run;
+    return {record->end, {}, record->when, record->message};
+}
+
 void status(bool json)
 {
     const Engine engine;
@@ -61,13 +76,12 @@ void status(bool json)
     std::string unreadable; // the first reason
     for (const GUID& guid : listMaps(engine)) {
         const MapInfo map = describeMap(maps.get(), guid);
-        DATE last = 0.0;
-        (void)maps->GetLastSyncTime(guid, &last);
-        const LastRun run = lastRunOfMap(maps.get(), guid);
+        const LastRun run = lastRun(maps.get(), guid);
         if (unreadable.empty()) unreadable = run.reason;
-        out.push_back({{"map", guidName(guid)}, {"last_run", dateName(last)}, {"status", run.state}});
-        if (!run.reason.empty()) out.back()["message"] = run.reason;
-        rows.push_back({guidName(guid), run.state, last == 0.0 ? "-" : dateName(last), storeName(map, 0) + "  " + storeName(map, 1)});
+        out.push_back({{"map", guidName(guid)}, {"last_run", dateName(run.when)}, {"status", run.state}});
+        if (!run.reason.empty() || !run.message.empty()) out.back()["message"] = run.reason.empty() ? run.message : run.reason;
+        rows.push_back(
+            {guidName(guid), run.state, run.when == 0.0 ? "-" : dateName(run.when), storeName(map, 0) + "  " + storeName(map, 1)});
     }
     if (json)
         printJson(out);
@@ -100,7 +114,8 @@ void addStatusCommands(CLI::App& app)
     };
     const auto given = std::make_shared<Arguments>();
     auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended");
-    state->footer("LAST RUN is never, good, failed, or unreadable where the map's history cannot be opened; the code is 1 then.\n\n"
+    state->footer("LAST RUN is never, good, failed, cancelled, refused, unanswered where a question found nobody to answer, or unreadable\n"
+                  "where the map's history cannot be opened; the code is 1 then. --json tells why a run failed or was refused.\n\n"
                   "Examples:\n  mb status\n  mb status --json");
     state->add_flag("--json", given->json, jsonHelp);
     state->callback([given] { status(given->json); });

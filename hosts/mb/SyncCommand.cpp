@@ -8,6 +8,8 @@
 #include "Output.h"
 #include "PlanOutput.h"
 #include "Progress.h"
+#include "Refusal.h"
+#include "RunRecord.h"
 #include "RunSink.h"
 #include <chrono>
 
@@ -17,7 +19,7 @@ namespace {
 // How the user wants to be asked, and what is answered for him.
 struct SyncOptions {
     bool resync = false, json = false, silent = false, yes = false, dryRun = false;
-    DeleteLimit limit;
+    std::optional<DeleteLimit> limit; // without one that of the map holds
 };
 
 // A Synchronizer that reports to a sink, for the length of the command.
@@ -28,7 +30,6 @@ public:
     {
         sink_->acceptSummary = options.yes;
         sink_->planOnly = options.dryRun;
-        sink_->limit = options.limit;
         com::check(synchronizer_.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point_.put()));
         com::check(point_->Advise(com::Ptr<ISyncEvents>(sink_).get(), &cookie_));
         com::check(synchronizer_->Initialize(nullptr, VARIANT_FALSE));
@@ -42,12 +43,16 @@ public:
     }
     // A look at the plan asks nothing: conflicts are shown as a silent run settles them.
     [[nodiscard]] bool asks() const noexcept { return !options_.silent && !options_.dryRun; }
-    HRESULT run(const GUID& map)
+    HRESULT run(const MapInfo& map, const DeleteLimit& limit)
     {
         sink_->begin();
+        sink_->limit = limit;
+        sink_->confirmDeletions = nullptr;
+        if (asks() && !options_.yes)
+            sink_->confirmDeletions = [&](const TooManyDeletions& tooMany) { return confirmDeletions(map, tooMany); };
         const VARIANT_BOOL silent = asks() ? VARIANT_FALSE : VARIANT_TRUE;
-        const HRESULT hr =
-            options_.resync ? synchronizer_.as<IReSynchronizer>()->ReSynchronize(map, silent) : synchronizer_->Synchronize(map, silent);
+        const HRESULT hr = options_.resync ? synchronizer_.as<IReSynchronizer>()->ReSynchronize(map.guid, silent)
+                                           : synchronizer_->Synchronize(map.guid, silent);
         sink_->finish();
         return hr;
     }
@@ -69,33 +74,13 @@ private:
     DWORD cookie_ = 0;
 };
 
-// The engine writes the second store first, and with one direction only one of them.
-std::vector<int> writtenSides(ITrMap* maps, const GUID& map)
-{
-    switch (readOption(maps, map, optionNamed("direction"))) {
-    case stImportToTrans1: return {0};
-    case stExportFromTrans1: return {1};
-    default: return {1, 0};
-    }
-}
-
-std::string refusalSentence(const Runner& runner, const MapInfo& map)
-{
-    const int side = runner.sink().refusedSide;
-    const RunPlan& plan = runner.sink().plan;
-    const PlannedCounts& counts = (plan.ofCategories ? plan.categories : plan.sides)[side];
-    return "The run would delete " + std::to_string(counts.deletions) + " of the " + std::to_string(counts.records) +
-           (plan.ofCategories ? " categories of " : " contacts of ") + storeName(map, side) + ", and --max-delete " +
-           runner.options().limit.text() +
-           " is the limit; nothing of it was written. Look at the stores, and if the deletions are meant, set --max-delete higher.";
-}
-
 // Why a run ended that was stopped before its end.
 Outcome::End endOfStopped(const Runner& runner)
 {
     if (interrupted()) return Outcome::End::Cancelled;
-    if (runner.options().dryRun) return Outcome::End::Planned;
-    if (runner.sink().refusedSide >= 0) return Outcome::End::Refused;
+    const _RunEnd end = runner.sink().end;
+    if (end == reStopped && runner.options().dryRun) return Outcome::End::Planned;
+    if ((end == reStopped || end == reRefused) && runner.sink().plan.refused) return Outcome::End::Refused;
     return runner.asks() && !platform::someoneAnswers() ? Outcome::End::Unanswered : Outcome::End::Cancelled;
 }
 
@@ -121,16 +106,16 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
         return outcome;
     }
     requireDeletionLimit(maps, map.guid);
-    const RunLog log;
+    const DeleteLimit limit = runner.options().limit.value_or(DeleteLimit::ofMap(readOption(maps, map.guid, optionNamed("max-delete"))));
     const auto start = std::chrono::steady_clock::now();
     const EngineMessages told;
-    const HRESULT hr = runner.run(map.guid);
+    const HRESULT hr = runner.run(map, limit);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    outcome.counts = countRun(log.lines(), writtenSides(maps, map.guid));
+    outcome.events = runner.sink().events;
     outcome.settle(
         hr, [&] { return runner.lastError(); }, told);
     if (hr == E_ABORT || hr == deletionsRefused) outcome.end = endOfStopped(runner);
-    if (outcome.end == Outcome::End::Refused) outcome.message = refusalSentence(runner, map);
+    if (outcome.end == Outcome::End::Refused) outcome.message = refusalSentence(map, *runner.sink().plan.refused);
     return outcome;
 }
 
@@ -141,24 +126,37 @@ Json mapJson(const MapInfo& map, const Outcome& outcome)
     return json;
 }
 
-void tellMap(const MapInfo& map, const Outcome& outcome)
+StoreNames storeNames(const MapInfo& map) { return {storeName(map, 0), storeName(map, 1)}; }
+
+// A failure of a record names the record.
+std::string failureSentence(const MapInfo& map, const Outcome& outcome)
 {
-    tellCounts(guidName(map.guid), {storeName(map, 0), storeName(map, 1)}, outcome);
+    const auto failures = outcome.events.of(raFailed);
+    std::string where;
+    if (!failures.empty() && !failures.back().name.empty())
+        where = " at " + quote(failures.back().name) + " in " + storeName(map, failures.back().side);
+    return "The map " + guidName(map.guid) + " failed" + where + ": " + outcome.message;
+}
+
+// A look at the plan is no run.
+void keepRecord(const GUID& map, const Outcome& outcome)
+{
+    constexpr const char* words[] = {"good", "", "failed", "cancelled", "refused", "unanswered"};
+    if (outcome.end == Outcome::End::Planned) return;
+    saveRunRecord(map, {words[static_cast<int>(outcome.end)], platform::localNow(), outcome.message});
 }
 
 [[noreturn]] void failWith(const MapInfo& map, const Outcome& outcome)
 {
     switch (outcome.end) {
-    case Outcome::End::Cancelled:
-        if (outcome.counts && outcome.counts->nothing()) throw Failure("Cancelled. Nothing was written.", exitCancelled);
-        throwCancelled();
+    case Outcome::End::Cancelled: throwCancelled(outcome);
     case Outcome::End::Unanswered:
         throw Failure("The map " + guidName(map.guid) + " has changes to confirm or conflicts to settle, and there is no terminal to ask " +
                           "on; nothing of it was written. Say --yes to accept the changes, --silent to have conflicts settled too, or " +
                           "--dry-run to see them.",
                       exitCancelled);
     case Outcome::End::Refused: throw Failure(outcome.message);
-    default: throw Failure("The map " + guidName(map.guid) + " failed: " + outcome.message);
+    default: throw Failure(failureSentence(map, outcome));
     }
 }
 
@@ -171,13 +169,13 @@ std::vector<GUID> resolveMaps(const Engine& engine, const std::vector<std::strin
     return wanted;
 }
 
-void tell(const MapInfo& map, const Outcome& outcome, const RunPlan& plan)
+void tell(const MapInfo& map, const Outcome& outcome, const RunSink& sink)
 {
     if (outcome.end == Outcome::End::Planned) {
-        print(planText(map, plan));
-        tellNotes(outcome);
-    } else if (outcome.end == Outcome::End::Done || (outcome.counts && !outcome.counts->nothing())) {
-        tellMap(map, outcome);
+        print(planText(map, sink.plan));
+        tellNotes(storeNames(map), outcome);
+    } else if (outcome.end == Outcome::End::Done || !outcome.events.nothing()) {
+        tellCounts(guidName(map.guid), storeNames(map), outcome);
     }
 }
 
@@ -198,11 +196,12 @@ void sync(const std::vector<std::string>& names, const SyncOptions& options)
             outcome.end = Outcome::End::Cancelled;
         else
             outcome = runMap(runner, maps.get(), map);
+        keepRecord(guid, outcome);
         if (options.json) {
             out.push_back(mapJson(map, outcome));
             if (outcome.end == Outcome::End::Planned) out.back()["plan"] = planJson(runner.sink().plan);
         } else {
-            tell(map, outcome, runner.sink().plan);
+            tell(map, outcome, runner.sink());
         }
         if (outcome.end == Outcome::End::Done || outcome.end == Outcome::End::Planned) continue;
         if (options.json) printJson(out);
@@ -228,7 +227,8 @@ void addSyncCommand(CLI::App& app)
         "the options of the map say. With no terminal to ask on, a run that has a question ends with code 3 and writes\n"
         "nothing. --silent asks nothing: both contacts of a conflict are kept, and a contact that was changed on one side and\n"
         "deleted on the other is kept.\n"
-        "--max-delete is a number, a percentage such as 20%, or none; without it, half of a store of more than three.\n"
+        "--max-delete is a number, a percentage such as 20%, or none; without it, the limit of the map holds: half of a store of\n"
+        "more than three, unless mb set changed it. On a terminal a run over the limit is asked about, but not with --yes.\n"
         "Maps run one after the other; the first that fails is the last. Ctrl-C stops cleanly: what was written stays, and\n"
         "the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"

@@ -4,7 +4,7 @@
 #include "files.h"
 #include "MapName.h"
 #include "Outcome.h"
-#include "Progress.h"
+#include "RunSink.h"
 #include "StoreName.h"
 #include "text.h"
 #include <chrono>
@@ -108,20 +108,19 @@ public:
     {
         catchInterrupts();
         const auto transferer = engine_.create<ISyncTransfer>(__uuidof(SyncTransfer));
-        const auto progress = com::make<Progress>();
+        const auto sink = com::make<RunSink>();
+        sink->limit = DeleteLimit("none");
         com::Ptr<IConnectionPoint> point;
         DWORD cookie = 0;
         com::check(transferer.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point.put()));
-        com::check(point->Advise(com::Ptr<ISyncEvents>(progress).get(), &cookie));
+        com::check(point->Advise(com::Ptr<ISyncEvents>(sink).get(), &cookie));
         const EngineMessages told;
-        const RunLog log;
         const auto start = std::chrono::steady_clock::now();
         const HRESULT hr = call(transferer.get());
         outcome_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        progress->finish();
+        sink->finish();
         (void)point->Unadvise(cookie);
-        const int written = given_.reverse() ? 0 : 1;
-        outcome_.counts = countRun(log.lines(), std::span(&written, 1));
+        outcome_.events = sink->events;
         outcome_.settle(
             hr, [&] { return lastError(transferer.get()); }, told);
     }
@@ -136,11 +135,11 @@ public:
             if (!given_.reverse()) json["cards"] = cardNames();
             json.update(outcomeJson(outcome_));
             printJson(json);
-        } else if (outcome_.end == Outcome::End::Done || (outcome_.counts && !outcome_.counts->nothing())) {
+        } else if (outcome_.end == Outcome::End::Done || !outcome_.events.nothing()) {
             tellCounts((given_.reverse() ? "from " : "to ") + target,
                        {"Mirabook=" + printable(cardFile_), target + "=" + printable(database_)}, outcome_);
         }
-        if (outcome_.end == Outcome::End::Cancelled) throwCancelled();
+        if (outcome_.end == Outcome::End::Cancelled) throwCancelled(outcome_);
         if (outcome_.end == Outcome::End::Failed)
             throw Failure("The transfer " + std::string(given_.reverse() ? "from " : "to ") + quote(target_.name) +
                           " failed: " + outcome_.message + (database_.empty() ? " It has no database yet: give it as NAME=DATABASE." : ""));

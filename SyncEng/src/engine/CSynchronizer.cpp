@@ -136,7 +136,6 @@ HRESULT CSynchronizer::runMaps(const GUID& guid)
 template <class Run> HRESULT CSynchronizer::runReported(const GUID& map, Run&& run)
 {
     run_.Report.begin(run_.EventSink, map);
-    run_.StoppedByHost = false;
     HRESULT hr = com::guarded(run);
     while (runsAgain(hr)) {
         run_.Report.startOver();

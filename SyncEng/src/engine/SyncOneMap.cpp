@@ -36,7 +36,7 @@ public:
     HRESULT run()
     {
         run_.ImagesAvailable = true;
-        run_.HistoryVoid = false;
+        run_.HistoryVoid = run_.StoppedByHost = false;
         for (const Side side : bothSides) {
             run_.side(side).Database.clear();
             run_.side(side).DatabaseKnown = false;

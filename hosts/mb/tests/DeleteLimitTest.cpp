@@ -42,3 +42,12 @@ TEST(DeleteLimitTest, AnythingElseIsWrongUsage)
         }
     }
 }
+
+TEST(DeleteLimitTest, TheLimitOfAMapIsAPercentageOfAStoreOfMoreThanThree)
+{
+    EXPECT_TRUE(DeleteLimit::ofMap(80).allows(10, 8));
+    EXPECT_FALSE(DeleteLimit::ofMap(80).allows(10, 9));
+    EXPECT_TRUE(DeleteLimit::ofMap(80).allows(3, 3));
+    EXPECT_TRUE(DeleteLimit::ofMap(0).allows(1000, 1000));
+    EXPECT_EQ(DeleteLimit::ofMap(80).text(), "80%");
+}

@@ -6,7 +6,7 @@
 
 using namespace mbhost;
 
-TEST(OptionsTest, TheNineOptionsOfAMapAreThereOnceEach)
+TEST(OptionsTest, TheOptionsOfAMapAreThereOnceEach)
 {
     std::set<LONG> ids;
     std::set<std::string> names;
@@ -14,8 +14,8 @@ TEST(OptionsTest, TheNineOptionsOfAMapAreThereOnceEach)
         ids.insert(option.id);
         names.insert(option.name);
     }
-    EXPECT_EQ(ids, (std::set<LONG>{1, 2, 3, 4, 5, 6, 7, 8, 9}));
-    EXPECT_EQ(names.size(), 9u);
+    EXPECT_EQ(ids, (std::set<LONG>{1, 2, 3, 4, 5, 6, 7, 8, 9, 100}));
+    EXPECT_EQ(names.size(), 10u);
 }
 
 TEST(OptionsTest, EveryValueIsFoundByItsNameAndNamedByItsNumber)
@@ -60,3 +60,14 @@ TEST(OptionsTest, AnUnknownValueIsWrongUsageAndListsWhatThereIs)
 }
 
 TEST(OptionsTest, AValueThatAnotherProgramStoredIsShownAsANumber) { EXPECT_EQ(optionValueName(optionNamed("conflicts"), 42), "42"); }
+
+TEST(OptionsTest, TheDeletionLimitTakesAPercentageOrNone)
+{
+    const Option& limit = optionNamed("max-delete");
+    EXPECT_EQ(optionValueNamed(limit, "none"), 0);
+    EXPECT_EQ(optionValueNamed(limit, "80%"), 80);
+    EXPECT_EQ(optionValueName(limit, 80), "80%");
+    EXPECT_EQ(optionValueName(limit, 0), "none");
+    for (const char* wrong : {"0%", "101%", "80", "%", "-5%", "half"}) EXPECT_THROW((void)optionValueNamed(limit, wrong), Failure) << wrong;
+    EXPECT_THROW((void)optionValueNamed(optionNamed("images"), "80%"), Failure);
+}

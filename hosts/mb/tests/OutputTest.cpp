@@ -106,3 +106,22 @@ TEST(PlanTextTest, EachContactHasANameToShow)
     EXPECT_NE(text.find("  Add: Ada Lovelace\n  Add: Analytical Ltd.\n"), std::string::npos) << text;
     EXPECT_NE(text.find("  Delete: Ada (Analytical Ltd.)\n  Add: (no name)\n"), std::string::npos) << text;
 }
+
+TEST(PlanTextTest, TooManyDeletionsAreToldWithTheStoreThatLostThem)
+{
+    MapInfo map;
+    map.translators[0].name = "Card";
+    map.translators[1].name = "vCard";
+    map.databases[0] = "/a.db";
+    map.databases[1] = "/b";
+    RunPlan plan;
+    plan.contacts = {{0, "Delete", "Ada", "", {}}};
+    EXPECT_EQ(planText(map, plan).find("would refuse"), std::string::npos);
+    EXPECT_EQ(planJson(plan).at("refused"), nullptr);
+    plan.refused = {false, 0, 12, 7, "50%"};
+    EXPECT_NE(planText(map, plan).find("mb sync would refuse this: it would delete 7 of the 12 contacts of Card=/a.db, since vCard=/b no "
+                                       "longer has them, and --max-delete 50% is the limit."),
+              std::string::npos)
+        << planText(map, plan);
+    EXPECT_EQ(planJson(plan).at("refused").at("limit"), "50%");
+}

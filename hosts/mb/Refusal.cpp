@@ -1,0 +1,53 @@
+#include "Refusal.h"
+
+#include "console.h"
+#include "text.h"
+
+namespace mbhost {
+namespace {
+
+std::string countText(const TooManyDeletions& tooMany)
+{
+    return std::to_string(tooMany.deletions) + " of the " + std::to_string(tooMany.records) +
+           (tooMany.ofCategories ? " categories of " : " contacts of ");
+}
+
+// The store that lost its records is the other one.
+int emptiedSide(const TooManyDeletions& tooMany) { return 1 - tooMany.side; }
+
+std::string wouldDelete(const MapInfo& map, const TooManyDeletions& tooMany)
+{
+    return "would delete " + countText(tooMany) + storeName(map, tooMany.side) + ", since " + storeName(map, emptiedSide(tooMany)) +
+           " no longer has them";
+}
+
+} // namespace
+
+std::string refusalSentence(const MapInfo& map, const TooManyDeletions& tooMany)
+{
+    const std::string name = guidName(map.guid), side = emptiedSide(tooMany) == 0 ? "first" : "second";
+    return "The run " + wouldDelete(map, tooMany) + ", and --max-delete " + tooMany.limit +
+           " is the limit; nothing of it was written. If that store was moved, type mb set \"" + name + "\" " + side +
+           " DATABASE with its new place; if the deletions are meant, type mb sync \"" + name + "\" --max-delete none.";
+}
+
+std::string plannedRefusal(const MapInfo& map, const TooManyDeletions& tooMany)
+{
+    return "mb sync would refuse this: it " + wouldDelete(map, tooMany) + ", and --max-delete " + tooMany.limit + " is the limit.";
+}
+
+bool confirmDeletions(const MapInfo& map, const TooManyDeletions& tooMany)
+{
+    const auto console = platform::openConsole();
+    if (!console) return false;
+    console->write(platform::utf16("The run " + wouldDelete(map, tooMany) + ".\n"));
+    for (std::u16string answer;;) {
+        console->write(u"Delete them? Type n and Enter to stop with nothing written, y and Enter to delete them: ");
+        if (!console->readLine(answer)) return false;
+        const std::u16string word = platform::lowered(answer);
+        if (word == u"y" || word == u"yes") return true;
+        if (word == u"n" || word == u"no" || word.empty()) return false;
+    }
+}
+
+} // namespace mbhost

@@ -1,0 +1,40 @@
+// What a run did, as the engine's report tells it.
+#pragma once
+#include "interfaces.h"
+#include <string>
+#include <vector>
+
+namespace mbhost {
+
+struct RunEvent {
+    bool ofCategories = false;
+    int side = 0;
+    _ReportAction action = raCreated;
+    std::string id, partner, name; // names as they are; printable() before they go to a terminal
+    std::vector<std::string> fields;
+    LONG conflict = 0; // a value of _ConflictResolutionOptions; 0 for a record that was in none
+    HRESULT code = S_OK;
+    std::string text;
+};
+
+struct SideCounts {
+    int created = 0, updated = 0, deleted = 0;
+    [[nodiscard]] bool nothing() const noexcept { return created + updated + deleted == 0; }
+};
+
+class RunEvents {
+public:
+    void add(ISyncReportItem* item);
+    [[nodiscard]] const std::vector<RunEvent>& all() const noexcept { return events_; }
+    [[nodiscard]] std::vector<RunEvent> of(_ReportAction action) const;
+    [[nodiscard]] SideCounts counts(bool ofCategories, int side) const;
+    [[nodiscard]] int linked(bool ofCategories) const;
+    // No record of either pass was written or linked.
+    [[nodiscard]] bool nothing() const noexcept;
+
+private:
+    [[nodiscard]] int count(bool ofCategories, int side, _ReportAction action) const;
+    std::vector<RunEvent> events_;
+};
+
+} // namespace mbhost

@@ -1,0 +1,21 @@
+// How the last run of a map ended, as mb keeps it beside the map's history. The engine's own status knows good and failed runs alone.
+#pragma once
+#include "interfaces.h"
+#include <optional>
+#include <string>
+
+namespace mbhost {
+
+struct RunRecord {
+    std::string end;     // a word of mb status: good, failed, cancelled, refused, unanswered
+    DATE when = 0.0;     // local time
+    std::string message; // why it failed or was refused; empty else
+};
+
+// A record that cannot be written is none: the run itself is not harmed.
+void saveRunRecord(const GUID& map, const RunRecord& record);
+// Nothing where there is none, or where it cannot be read.
+std::optional<RunRecord> loadRunRecord(const GUID& map);
+void removeRunRecord(const GUID& map);
+
+} // namespace mbhost

@@ -1,0 +1,296 @@
+// What mb says of its runs: the counts, how each ended, which store lost its contacts, and where a store went.
+#include "EndToEndFixture.h"
+
+#include <cerrno>
+#include <fstream>
+
+using namespace mbtest;
+namespace fs = std::filesystem;
+
+namespace {
+
+class ToldRunsTest : public EndToEnd {
+protected:
+    Result talk(const std::vector<std::string>& arguments, const Conversation& conversation)
+    {
+        return talkToProgram(MB_PROGRAM, arguments, run_, conversation);
+    }
+    static bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+    std::string status() { return json({"status"}).at(0).at("status"); }
+    void removeCards(int count)
+    {
+        for (const fs::directory_entry& entry : fs::directory_iterator(folder()))
+            if (count > 0 && entry.path().extension() == ".vcf" && fs::remove(entry.path())) --count;
+        ASSERT_EQ(count, 0);
+    }
+    void setRegistry(const std::string& key, const std::string& value)
+    {
+        std::ofstream(home_ / "registry.reg", std::ios::app) << "\r\n[" << key << "]\r\n" << value << "\r\n";
+    }
+    // A file of one contact at that place, as another program would write it.
+    void putContact(const fs::path& file, const std::string& first, const std::string& last)
+    {
+        fs::create_directories(file.parent_path());
+        putText(file, "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + first + last + "\r\nFN:" + first + " " + last + "\r\nN:" + last + ";" + first +
+                          ";;;\r\nEND:VCARD\r\n");
+    }
+};
+
+} // namespace
+
+TEST_F(ToldRunsTest, EachRecordStandsInTheJsonWithWhatWasDone)
+{
+    (void)makeMap(3);
+    const Json first = json({"sync", "--silent"}).at(0);
+    ASSERT_EQ(first.at("records").size(), 3u) << first;
+    EXPECT_EQ(first.at("records").at(0).at("store"), "second");
+    EXPECT_EQ(first.at("records").at(0).at("action"), "created");
+    EXPECT_EQ(first.at("records").at(0).at("pass"), "contacts");
+
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
+    const Json second = json({"sync", "--silent"}).at(0);
+    ASSERT_EQ(second.at("records").size(), 1u) << second;
+    const Json& record = second.at("records").at(0);
+    EXPECT_EQ(record.at("name"), "Anna Lindqvist");
+    EXPECT_EQ(record.at("action"), "updated");
+    EXPECT_EQ(record.at("fields"), (Json{"Mobile phone"}));
+    EXPECT_EQ(second.at("failures"), Json::array());
+}
+
+TEST_F(ToldRunsTest, AnotherLanguageChangesNoCount)
+{
+    setRegistry("HKEY_CURRENT_USER\\Software\\Zorel\\Mirabook\\Locale", "\"DefaultLanguage\"=\"de\"");
+    setRegistry("HKEY_LOCAL_MACHINE\\Software\\Zorel\\MBSyncEng", "\"InstallPath\"=\"" + home_.string() + "\"");
+    fs::create_directories(home_ / "locale" / "de");
+    putText(home_ / "locale" / "de" / "mbsync.dat",
+            "147\tIn beide Richtungen\n152\tKONFLIKT: %s\n157\tNEU in %s: %s\n158\tGEAENDERT in %s: %s\n231\tKopieren ab %s %s\n");
+    (void)makeMap(2);
+    const Result run = mb({"sync", "--silent"});
+    EXPECT_TRUE(has(run.out, "2 created, 0 updated, 0 deleted")) << run.out << run.error;
+    EXPECT_TRUE(has(mb({"log"}).out, "NEU in vCard: Anna Lindqvist")) << "the language was not used";
+}
+
+TEST_F(ToldRunsTest, TwoMapsAtOnceTellTheirOwnCounts)
+{
+    const std::string map = makeMap(400);
+    ASSERT_EQ(samples({"fill", home_ / "few.db", "--count", "3"}).code, 0);
+    fs::create_directories(home_ / "Few");
+    const std::string few = addMap("Mirabook=" + (home_ / "few.db").string(), "vCard=" + (home_ / "Few").string());
+    Json fewRun;
+    run_.whileRuns = [&](int) {
+        RunOptions options = run_;
+        options.whileRuns = nullptr;
+        fewRun = Json::parse(runProgram(MB_PROGRAM, {"sync", few, "--silent", "--json"}, options).out).at(0);
+    };
+    const Json run = Json::parse(mb({"sync", map, "--silent", "--json"}).out).at(0);
+    run_.whileRuns = nullptr;
+    EXPECT_EQ(run.at("second").at("created"), 400);
+    EXPECT_EQ(fewRun.at("second").at("created"), 3);
+}
+
+TEST_F(ToldRunsTest, StatusTellsHowTheLastRunEnded)
+{
+    (void)makeMap(12);
+    EXPECT_EQ(status(), "never");
+    EXPECT_EQ(mb({"sync", "--dry-run"}).code, 0);
+    EXPECT_EQ(status(), "never") << "a look is no run";
+    EXPECT_EQ(mb({"sync"}).code, 3);
+    EXPECT_EQ(status(), "unanswered");
+    EXPECT_EQ(talk({"sync"}, {{"] ", "\x04"}}).code, 3);
+    EXPECT_EQ(status(), "cancelled");
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_EQ(status(), "good");
+    removeCards(7);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 1);
+    const Json refused = json({"status"}).at(0);
+    EXPECT_EQ(refused.at("status"), "refused");
+    EXPECT_TRUE(has(refused.at("message"), "7 of the 12 contacts")) << refused;
+    EXPECT_NE(refused.at("last_run"), "");
+    EXPECT_EQ(mb({"sync", "--silent", "--max-delete", "none"}).code, 0);
+    EXPECT_EQ(status(), "good");
+    fs::rename(folder(), home_ / "away");
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 1);
+    EXPECT_EQ(status(), "failed");
+}
+
+TEST_F(ToldRunsTest, TheRecordOfAMapGoesWithTheMap)
+{
+    const std::string map = makeMap(1);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    ASSERT_TRUE(fs::exists(dataFolder() / (map + ".lastrun.json")));
+    ASSERT_EQ(mb({"remove", map}).code, 0);
+    EXPECT_FALSE(fs::exists(dataFolder() / (map + ".lastrun.json")));
+}
+
+TEST_F(ToldRunsTest, ARefusalAndADryRunAreNoCancelOfTheUsersInTheLog)
+{
+    (void)makeMap(12);
+    EXPECT_EQ(mb({"sync", "--dry-run"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    removeCards(7);
+    EXPECT_EQ(mb({"sync", "--silent", "--max-delete", "6"}).code, 1);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 1);
+    const std::string log = mb({"log", "--lines", "0"}).out;
+    EXPECT_FALSE(has(log, "cancelled by the user")) << log;
+    EXPECT_TRUE(has(log, "stopped it before anything was written")) << log;
+}
+
+TEST_F(ToldRunsTest, ACancelThatFollowsAWrittenListOfCategoriesDoesNotSayThatNothingWasWritten)
+{
+    (void)makeMap(1);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Harbour"}).code, 0);
+    const Result cancelled = talk({"sync"}, {{"] ", "\x04"}});
+    EXPECT_EQ(cancelled.code, 3) << cancelled.out;
+    EXPECT_FALSE(has(cancelled.out, "Nothing was written")) << cancelled.out;
+    EXPECT_TRUE(has(cancelled.out, "What was written before is kept")) << cancelled.out;
+    EXPECT_TRUE(has(cancelled.out, "categories: 2 created")) << cancelled.out;
+    const Result again = talk({"sync"}, {{"] ", "\x04"}});
+    EXPECT_TRUE(has(again.out, "Cancelled. Nothing was written.")) << again.out;
+}
+
+TEST_F(ToldRunsTest, ARefusalNamesTheStoreThatLostItsContactsAndWhatToType)
+{
+    const std::string map = makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    removeCards(12);
+    const Result refused = mb({"sync", "--silent"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(isOneSentence(refused.error)) << refused.error;
+    for (const std::string& part :
+         {"12 of the 12 contacts of Mirabook=" + cards(), "since vCard=" + folder().string() + " no longer has them",
+          "mb set \"" + map + "\" second DATABASE", "mb sync \"" + map + "\" --max-delete none", std::string("nothing of it was written")})
+        EXPECT_TRUE(has(refused.error, part)) << part << "\n" << refused.error;
+}
+
+TEST_F(ToldRunsTest, OnATerminalARunOverTheLimitIsAskedAbout)
+{
+    (void)makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    removeCards(7);
+    const Result no = talk({"sync"}, {{"delete them: ", "n\n"}});
+    EXPECT_EQ(no.code, 1) << no.out;
+    EXPECT_TRUE(has(no.out, "since vCard=" + folder().string() + " no longer has them")) << no.out;
+    EXPECT_EQ(json({"status"}).at(0).at("status"), "refused");
+    const Result nobody = talk({"sync", "--yes"}, {});
+    EXPECT_EQ(nobody.code, 1) << "accepting the summary is no word on that";
+    const Result yes = talk({"sync"}, {{"delete them: ", "y\n"}, {"] ", "\n"}});
+    EXPECT_EQ(yes.code, 0) << yes.out;
+    EXPECT_TRUE(has(yes.out, "7 deleted")) << yes.out;
+}
+
+TEST_F(ToldRunsTest, ADryRunSaysThatTheLimitWouldRefuse)
+{
+    (void)makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_FALSE(has(mb({"sync", "--dry-run"}).out, "would refuse"));
+    removeCards(7);
+    const Result plan = mb({"sync", "--dry-run"});
+    EXPECT_EQ(plan.code, 0) << plan.error;
+    EXPECT_TRUE(has(plan.out, "mb sync would refuse this: it would delete 7 of the 12 contacts of Mirabook=" + cards())) << plan.out;
+    EXPECT_TRUE(has(plan.out, "--max-delete 50% is the limit")) << plan.out;
+    EXPECT_EQ(json({"sync", "--dry-run"}).at(0).at("plan").at("refused").at("deletions"), 7);
+    EXPECT_EQ(json({"sync", "--dry-run", "--max-delete", "7"}).at(0).at("plan").at("refused"), nullptr);
+}
+
+TEST_F(ToldRunsTest, TheLimitOfTheMapHoldsWhereTheRunGivesNone)
+{
+    const std::string map = makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    ASSERT_EQ(mb({"set", map, "max-delete", "20%"}).code, 0);
+    removeCards(3);
+    const Result refused = mb({"sync", "--silent"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(has(refused.error, "--max-delete 20% is the limit")) << refused.error;
+    ASSERT_EQ(mb({"set", map, "max-delete", "none"}).code, 0);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_EQ(cardCount(), 9u);
+}
+
+TEST_F(ToldRunsTest, AMovedFolderGoesOnFromItsHistory)
+{
+    const std::string map = makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const fs::path moved = home_ / "Moved";
+    fs::rename(folder(), moved);
+    const Result set = mb({"set", map, "second", moved});
+    EXPECT_EQ(set.code, 0) << set.error;
+    EXPECT_TRUE(has(set.out, "has all of the 12 contacts")) << set.out;
+    EXPECT_EQ(json({"show", map}).at("second").at("database"), moved.string());
+    EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
+    EXPECT_EQ(json({"sync", "--silent"}).at(0).at("second").at("updated"), 1);
+}
+
+TEST_F(ToldRunsTest, ARenamedFileOfManyCardsGoesOnFromItsHistory)
+{
+    registerPlugins();
+    ASSERT_EQ(samples({"fill", cards(), "--count", "5"}).code, 0);
+    putText(home_ / "old.vcf", "");
+    const std::string map = addMap("Mirabook=" + cards(), "vCard=" + (home_ / "old.vcf").string());
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    fs::rename(home_ / "old.vcf", home_ / "new.vcf");
+    const Result set = mb({"set", map, "second", home_ / "new.vcf"});
+    EXPECT_EQ(set.code, 0) << set.error;
+    EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
+}
+
+TEST_F(ToldRunsTest, AStoreThatLacksContactsIsTakenWithForceAlone)
+{
+    const std::string map = makeMap(12);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    fs::create_directories(home_ / "Other");
+    const Result refused = mb({"set", map, "second", home_ / "Other"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(isOneSentence(refused.error)) << refused.error;
+    EXPECT_TRUE(has(refused.error, "lacks 12 of the 12 contacts")) << refused.error;
+    EXPECT_EQ(json({"show", map}).at("second").at("database"), folder().string());
+    EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
+    EXPECT_EQ(mb({"set", map, "second", home_ / "Other", "--force"}).code, 0);
+    EXPECT_EQ(json({"show", map}).at("second").at("database"), (home_ / "Other").string());
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 1) << "and the limit still holds";
+}
+
+TEST_F(ToldRunsTest, AStoreThatIsNotThereIsNotMade)
+{
+    const std::string map = makeMap(1);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const Result absent = mb({"set", map, "first", home_ / "absent.db", "--force"});
+    EXPECT_EQ(absent.code, 1);
+    EXPECT_TRUE(has(absent.error, "does not exist")) << absent.error;
+    EXPECT_FALSE(fs::exists(home_ / "absent.db"));
+    EXPECT_EQ(mb({"set", map, "first", folder()}).code, 2) << "the other side";
+    EXPECT_EQ(mb({"set", map, "images", "no", "--force"}).code, 2);
+    EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
+}
+
+TEST_F(ToldRunsTest, TwoStoresOfOneKindAreToldApartByTheirPlaces)
+{
+    ASSERT_EQ(mb({"register", vCardPlugin()}).code, 0);
+    putContact(home_ / "Phone" / "ada.vcf", "Ada", "Lovelace");
+    (void)addMap("vCard=" + folder().string(), "vCard=" + (home_ / "Phone").string());
+    const Result plan = mb({"sync", "--dry-run"});
+    EXPECT_TRUE(has(plan.out, "The following changes from vCard (Phone) will be applied to vCard (Contacts):")) << plan.out;
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_TRUE(has(mb({"log"}).out, "CREATED in vCard (Contacts): Ada Lovelace"));
+}
+
+TEST_F(ToldRunsTest, AFailedRecordIsNamed)
+{
+    (void)makeMap(2);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
+    run_.environment["LD_PRELOAD"] = FAIL_CALL_LIBRARY;
+    run_.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0";
+    run_.environment["FAIL_CALL"] = "openat";
+    run_.environment["FAIL_NAME"] = ".tmp";
+    run_.environment["FAIL_ERROR"] = std::to_string(ENOSPC);
+    const Result failed = mb({"sync", "--silent", "--json"});
+    const Result told = mb({"sync", "--silent"});
+    EXPECT_EQ(told.code, 1);
+    EXPECT_TRUE(has(told.error, "failed at \"Anna Lindqvist\" in vCard=" + folder().string() + ": ")) << told.error;
+    const Json failures = Json::parse(failed.out).at(0).at("failures");
+    ASSERT_EQ(failures.size(), 1u) << failed.out;
+    EXPECT_EQ(failures.at(0).at("name"), "Anna Lindqvist");
+    EXPECT_EQ(failures.at(0).at("store"), "second");
+    EXPECT_NE(failures.at(0).at("message"), "");
+}
