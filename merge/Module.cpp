@@ -1,14 +1,14 @@
 // The plug-in's one class, found by its ProgID, and its four entry points.
 #include "host.h"
+#include "MergeComponent.h"
 #include "server_registration.h"
-#include "TerminalMerge.h"
 
 namespace {
 
-constexpr CLSID CLSID_TerminalMerge{0x5b1d2c0e, 0x7a34, 0x4c61, {0x9f, 0x0b, 0x2d, 0x86, 0x3e, 0x51, 0xc4, 0xa7}};
+constexpr CLSID CLSID_MergeComponent{0x5b1d2c0e, 0x7a34, 0x4c61, {0x9f, 0x0b, 0x2d, 0x86, 0x3e, 0x51, 0xc4, 0xa7}};
 
 constexpr com::ClassEntry classes[] = {
-    {&CLSID_TerminalMerge, u"TwinWiz.CMergeDialog", u"Merging contacts in the terminal", com::create<mb::merge::TerminalMerge>}};
+    {&CLSID_MergeComponent, u"TwinWiz.CMergeDialog", u"Merging two versions of a contact", com::create<mb::merge::MergeComponent>}};
 
 platform::ServerRegistration registration() { return {classes, platform::modulePathOf(classes), nullptr, nullptr, nullptr}; }
 

@@ -2,6 +2,7 @@
 #include "autotest/CSyncAutoTest.h"
 #include "categories.h"
 #include "dialogs/CFieldMappingDlg.h"
+#include "dialogs/MergeConflict.h"
 #include "engine/CSynchronizer.h"
 #include "foundation/ClassTable.h"
 #include "foundation/CLogFile.h"
@@ -9,6 +10,8 @@
 #include "foundation/Log.h"
 #include "foundation/StartUp.h"
 #include "host.h"
+#include "library.h"
+#include "product_server.h"
 #include "server_registration.h"
 #include "store/CDataStream.h"
 #include "store/ConfigStore.h"
@@ -113,14 +116,24 @@ platform::ServerRegistration registration()
             mb::translatorCategoryName};
 }
 
+// The merge component lies beside the engine and comes and goes with it.
+std::filesystem::path mergeLibrary() { return registration().library.parent_path() / platform::pluginFileName("merge"); }
+
 } // namespace
 
 STDAPI DllRegisterServer()
 {
-    return com::guarded([] { return platform::registerServer(registration()); });
+    return com::guarded([] {
+        const HRESULT hr = platform::registerServer(registration());
+        if (SUCCEEDED(hr)) platform::registerUnlessTaken(mb::mergeProgId, mergeLibrary());
+        return hr;
+    });
 }
 
 STDAPI DllUnregisterServer()
 {
-    return com::guarded([] { return platform::unregisterServer(registration()); });
+    return com::guarded([] {
+        platform::unregisterOwn(mb::mergeProgId, mergeLibrary());
+        return platform::unregisterServer(registration());
+    });
 }

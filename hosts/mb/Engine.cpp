@@ -5,6 +5,7 @@
 #include "files.h"
 #include "host.h"
 #include "Output.h"
+#include "product_server.h"
 #include "StoreName.h"
 #include "text.h"
 
@@ -31,7 +32,10 @@ Engine::Engine() : library_(loadEngine()), getClassObject_(library_.function<HRE
     library_.release(); // it stays to the end of the process: its own end writes the log's last line
     expectConfiguration();
     offerToPlugins();
+    platform::registerUnlessTaken(u"TwinWiz.CMergeDialog", enginePath().parent_path() / platform::pluginFileName("merge"));
 }
+
+std::filesystem::path Engine::enginePath() const { return platform::modulePathOf(reinterpret_cast<const void*>(getClassObject_)); }
 
 com::Ptr<IClassFactory> Engine::factoryOf(REFCLSID clsid) const
 {

@@ -2,6 +2,7 @@
 #pragma once
 #include "interfaces.h"
 #include "library.h"
+#include <filesystem>
 #include <optional>
 #include <string>
 
@@ -27,6 +28,7 @@ private:
     [[nodiscard]] com::Ptr<IClassFactory> factoryOf(REFCLSID clsid) const;
     void expectConfiguration() const;
     void offerToPlugins();
+    [[nodiscard]] std::filesystem::path enginePath() const;
     platform::Library library_;
     HRESULT (*getClassObject_)(REFCLSID, REFIID, void**) = nullptr;
     std::optional<com::ClassObject> manager_, fieldMaps_;

@@ -45,11 +45,11 @@ HRESULT currentValue(const TranslatorFields& fields, IImageSupport* images, cons
 void CChangeDetailsDlg::prepare()
 {
     const TranslatorFields fields(change_.translator);
-    const std::u16string contact = ReadContactName(fields, change_.recordId, ftFirstName, ftLastName).joined();
+    contact_ = ReadContactName(fields, change_.recordId, ftFirstName, ftLastName);
     model_.layout = DialogLayout::ChangeDetails;
     model_.caption = u"Contact Changes";
     model_.help = LoadText(314);
-    model_.add(idMessage, ControlKind::Text, Format(LoadText(176), contact, StoreNameOf(change_.storeName, change_.clsid)));
+    model_.add(idMessage, ControlKind::Text, Format(LoadText(176), contact_.joined(), StoreNameOf(change_.storeName, change_.clsid)));
     model_.add(idList, ControlKind::List).columns = {{LoadText(107)}, {LoadText(177)}, {LoadText(178)}};
     model_.addButton(idOk, u"OK", ButtonRole::Default);
     model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel).visible = false;

@@ -1,6 +1,7 @@
 // Shows of one changed contact the value that each field has now and the one it will get.
 #pragma once
 #include "dialogs/Dialog.h"
+#include "dialogs/DialogTexts.h"
 #include "interfaces.h"
 #include "store/FieldData.h"
 
@@ -15,6 +16,7 @@ struct ContactChange {
     const FieldTypeMap* FieldTypes = nullptr; // from those to the types of this side
     bool SyncImages = false;
     std::u16string storeName{}; // as the run calls the store; the translator's short name where the run gives none
+    std::u16string database{};
 };
 
 class CChangeDetailsDlg final : public Dialog {
@@ -23,11 +25,13 @@ public:
 
     explicit CChangeDetailsDlg(ContactChange change) noexcept : change_(std::move(change)) {}
     void prepare() override;
+    Question question() override;
 
 private:
     void onPress(int button) override;
-    void fillList(const class TranslatorFields& fields);
+    void fillList(const TranslatorFields& fields);
     ContactChange change_;
+    ContactName contact_;
 };
 
 } // namespace mb

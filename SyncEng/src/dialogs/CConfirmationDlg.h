@@ -13,6 +13,7 @@ public:
 
     explicit CConfirmationDlg(const PlannedChanges& changes) noexcept : changes_(changes) {}
     void prepare() override;
+    Question question() override;
 
 private:
     void onPress(int button) override;

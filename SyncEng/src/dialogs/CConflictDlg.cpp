@@ -16,21 +16,16 @@ namespace {
 
 constexpr LONG noType = -1; // 0 is what a store may answer for a field that was not loaded
 
-bool namesDiffer(const ContactName& a, const ContactName& b)
-{
-    return !platform::equalNoCase(a.last, b.last) || !platform::equalNoCase(a.first, b.first);
-}
-
 } // namespace
 
 void CConflictDlg::prepare()
 {
     const TranslatorFields fields1(question_.side1.translator), fields2(question_.side2.translator);
-    const ContactName contact1 = ReadContactName(fields1, question_.side1.recordId, ftFirstName, ftLastName);
-    const ContactName contact2 = nameOnSide2(fields2);
+    contact1_ = ReadContactName(fields1, question_.side1.recordId, ftFirstName, ftLastName);
+    contact2_ = nameOnSide2(fields2);
     name1_ = StoreNameOf(question_.side1.name, question_.side1.clsid);
     name2_ = StoreNameOf(question_.side2.name, question_.side2.clsid);
-    addControls(message(contact1, contact2));
+    addControls(message());
     preselect();
     fillList(fields1, fields2);
     fields1.throwIfCancelled();
@@ -47,10 +42,10 @@ ContactName CConflictDlg::nameOnSide2(const TranslatorFields& fields) const
     return ReadContactName(fields, question_.side2.recordId, mapped(ftFirstName), mapped(ftLastName));
 }
 
-std::u16string CConflictDlg::message(const ContactName& contact1, const ContactName& contact2) const
+std::u16string CConflictDlg::message() const
 {
-    const std::u16string shown1 = contact1.shortened(), shown2 = contact2.shortened();
-    const bool differ = namesDiffer(contact1, contact2);
+    const std::u16string shown1 = contact1_.shortened(), shown2 = contact2_.shortened();
+    const bool differ = !contact1_.sameAs(contact2_);
     if (question_.FieldMapChanged)
         return differ ? Format(LoadText(182), shown1, name1_, shown2, name2_) : Format(LoadText(172), shown1, name1_, name2_);
     return differ ? Format(LoadText(181), shown1, name1_, shown2, name2_, name2_) : Format(LoadText(105), shown1, name1_, name2_, name2_);

@@ -2,10 +2,10 @@
 #pragma once
 #include "dialogs/ConflictPrompt.h"
 #include "dialogs/Dialog.h"
+#include "dialogs/DialogTexts.h"
 
 namespace mb {
 
-struct ContactName;
 class TranslatorFields;
 
 class CConflictDlg final : public Dialog {
@@ -25,18 +25,21 @@ public:
     // The answer goes into the question if the dialog ends with OK; its lists of conflicting fields are filled when it opens.
     explicit CConflictDlg(ConflictQuestion& question) noexcept : question_(question) {}
     void prepare() override;
+    Question question() override;
 
 private:
     void onPress(int button) override;
     void onChoose(int radio) override;
     [[nodiscard]] ContactName nameOnSide2(const TranslatorFields& fields) const;
-    [[nodiscard]] std::u16string message(const ContactName& contact1, const ContactName& contact2) const;
+    [[nodiscard]] std::u16string message() const;
+    [[nodiscard]] std::u16string heading() const;
     void addControls(std::u16string_view messageText);
     void preselect();
     void fillList(const TranslatorFields& fields1, const TranslatorFields& fields2);
     void accept();
     ConflictQuestion& question_;
-    std::u16string name1_, name2_; // the short names of the two translators
+    std::u16string name1_, name2_; // of the two stores
+    ContactName contact1_, contact2_;
 };
 
 } // namespace mb

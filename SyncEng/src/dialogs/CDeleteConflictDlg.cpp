@@ -12,32 +12,32 @@ void CDeleteConflictDlg::prepare()
 {
     const ConflictSide& survivor = question_.survivor;
     const TranslatorFields fields(survivor.translator);
-    const std::u16string changedName = StoreNameOf(survivor.name, survivor.clsid),
-                         deletedName = StoreNameOf(question_.deletedName, question_.deletedClsid);
-    const std::u16string contact = ReadContactName(fields, survivor.recordId, ftFirstName, ftLastName).shortened();
+    changedName_ = StoreNameOf(survivor.name, survivor.clsid);
+    deletedName_ = StoreNameOf(question_.deletedName, question_.deletedClsid);
+    contact_ = ReadContactName(fields, survivor.recordId, ftFirstName, ftLastName);
 
     model_.layout = DialogLayout::DeleteConflict;
     model_.caption = u"Resolve Contact's Change and Deletion";
     model_.help = LoadText(311);
     model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
-    model_.add(idMessage, ControlKind::Text, Format(LoadText(108), contact, changedName, deletedName));
+    model_.add(idMessage, ControlKind::Text, Format(LoadText(108), contact_.shortened(), changedName_, deletedName_));
     model_.add(idList, ControlKind::List);
-    model_.add(idAdd, ControlKind::Radio, Format(LoadText(109), deletedName));
-    model_.add(idDelete, ControlKind::Radio, Format(LoadText(110), changedName));
+    model_.add(idAdd, ControlKind::Radio, Format(LoadText(109), deletedName_));
+    model_.add(idDelete, ControlKind::Radio, Format(LoadText(110), changedName_));
     model_.add(idApplyToAll, ControlKind::CheckBox, u"A&pply the selected resolution to all conflicts").checked = question_.ApplyToAll;
     model_.addButton(idOk, u"OK", ButtonRole::Default);
     model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel);
     model_.addButton(idHelp, u"&Help", ButtonRole::Help);
     model_.checkRadio(idAdd);
     model_.focus = idAdd;
-    fillList(fields, changedName, deletedName);
+    fillList(fields);
     fields.throwIfCancelled();
 }
 
-void CDeleteConflictDlg::fillList(const TranslatorFields& fields, std::u16string_view changedName, std::u16string_view deletedName)
+void CDeleteConflictDlg::fillList(const TranslatorFields& fields)
 {
     Control& list = model_[idList];
-    list.columns = {{LoadText(107)}, {std::u16string(changedName)}, {std::u16string(deletedName)}};
+    list.columns = {{LoadText(107)}, {changedName_}, {deletedName_}};
     const std::u16string gone = LoadText(139);
     const RecordReading record(fields, question_.survivor.recordId);
     if (!record) return;

@@ -2,10 +2,9 @@
 #pragma once
 #include "dialogs/ConflictPrompt.h"
 #include "dialogs/Dialog.h"
+#include "dialogs/DialogTexts.h"
 
 namespace mb {
-
-class TranslatorFields;
 
 class CDeleteConflictDlg final : public Dialog {
 public:
@@ -14,12 +13,15 @@ public:
     // The answer goes into the question if the dialog ends with OK.
     explicit CDeleteConflictDlg(DeleteConflictQuestion& question) noexcept : question_(question) {}
     void prepare() override;
+    Question question() override;
 
 private:
     void onPress(int button) override;
-    void fillList(const TranslatorFields& fields, std::u16string_view changedName, std::u16string_view deletedName);
+    void fillList(const TranslatorFields& fields);
     void takeAnswer();
     DeleteConflictQuestion& question_;
+    std::u16string changedName_, deletedName_; // of the store that changed the contact, and of the store that deleted it
+    ContactName contact_;
 };
 
 } // namespace mb

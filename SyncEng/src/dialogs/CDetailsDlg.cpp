@@ -127,7 +127,7 @@ void CDetailsDlg::viewChanges()
     const int list = model_[idList1].selection >= 0 ? idList1 : idList2;
     const PlannedTask* task = taskOf(list, static_cast<std::size_t>(model_[list].selection));
     CChangeDetailsDlg changes({targetOf(list).translator, targetOf(list).clsid, *task->MappedId, task->Changes, &typesFor(list),
-                               changes_.SyncImages, targetOf(list).name});
+                               changes_.SyncImages, targetOf(list).name, targetOf(list).database});
     (void)ShowDialog(changes, window);
 }
 

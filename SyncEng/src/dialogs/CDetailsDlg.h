@@ -1,11 +1,10 @@
 // Lists each contact that a run will touch, one list a side, sortable by any column; of a changed one the fields can be seen.
 #pragma once
 #include "dialogs/Dialog.h"
+#include "dialogs/DialogTexts.h"
 #include "dialogs/PlannedChanges.h"
 
 namespace mb {
-
-class TranslatorFields;
 
 class CDetailsDlg final : public Dialog {
 public:
@@ -13,6 +12,7 @@ public:
 
     explicit CDetailsDlg(const PlannedChanges& changes) noexcept : changes_(changes) {}
     void prepare() override;
+    Question question() override;
     // The task of a row; null for a record that is not verified.
     [[nodiscard]] const PlannedTask* taskOf(int list, std::size_t row) const;
     // The side that the list's changes go to.

@@ -21,6 +21,7 @@ public:
 
     CFieldMappingDlg(TrMapRecord map, bool setFlagForHistory) : map_(std::move(map)), SetFlagForHistory(setFlagForHistory) {}
     void prepare() override;
+    Question question() override;
     // Of what OK or Cancel wrote.
     [[nodiscard]] HRESULT result() const noexcept { return result_; }
 

@@ -10,7 +10,7 @@ namespace mb {
 struct ConflictSide {
     ITranslator* translator = nullptr;
     GUID clsid{};
-    std::u16string recordId{}, name{};
+    std::u16string recordId{}, name{}, database{};
 };
 
 // A contact that was changed on both sides.
@@ -19,6 +19,7 @@ struct ConflictQuestion {
     FieldValueMap ChangeMap1, ChangeMap2; // read, and rewritten by a merge
     const FieldTypeMap* FieldTypes = nullptr;
     bool FieldMapChanged = false; // the conflict arises because the field map was changed
+    bool FirstMeeting = false;    // neither side knew of the other's record: the two were found to be the same contact
     LONG ConflictIndex = 0, ConflictTotal = 0;
     bool SyncImages = false;
     HWND parent = nullptr;
@@ -32,7 +33,7 @@ struct ConflictQuestion {
 struct DeleteConflictQuestion {
     ConflictSide survivor; // the side that still has it
     GUID deletedClsid{};   // the class of the other side's translator
-    std::u16string deletedName{};
+    std::u16string deletedName{}, deletedDatabase{};
     _TransIds DeletedSide = idTrans1;
     LONG ConflictIndex = 0, ConflictTotal = 0;
     HWND parent = nullptr;

@@ -3,6 +3,7 @@
 #pragma once
 #include "com.h"
 #include "dialogs/DialogModel.h"
+#include "dialogs/Question.h"
 #include "ui.h"
 #include <optional>
 
@@ -19,6 +20,8 @@ public:
 
     // Fills the model. A dialog that has nothing to ask ends here and is never shown.
     virtual void prepare() = 0;
+    // The dialog in words, as it stands now; made anew after each act. Requires: prepare() was called. The answers act on this dialog.
+    virtual Question question() = 0;
 
     // The user's acts.
     void press(int button);

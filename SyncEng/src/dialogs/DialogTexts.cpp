@@ -3,6 +3,7 @@
 #include "foundation/ClassTable.h"
 #include "foundation/FieldValue.h"
 #include "foundation/RegisteredClass.h"
+#include "text.h"
 
 namespace mb {
 
@@ -22,6 +23,11 @@ std::u16string CellText(std::u16string_view value) { return ReplaceLineBreaks(Tr
 std::u16string ContactName::joined() const { return first.empty() || last.empty() ? first + last : first + u" " + last; }
 
 std::u16string ContactName::shortened() const { return ContactName{TruncateText(first, 20, true), TruncateText(last, 20, true)}.joined(); }
+
+bool ContactName::sameAs(const ContactName& other) const
+{
+    return platform::equalNoCase(last, other.last) && platform::equalNoCase(first, other.first);
+}
 
 ContactName ReadContactName(const TranslatorFields& fields, std::u16string_view recordId, LONG firstType, LONG lastType)
 {

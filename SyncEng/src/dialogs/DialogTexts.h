@@ -18,6 +18,8 @@ struct ContactName {
     [[nodiscard]] std::u16string joined() const;
     // Each part cut to what a message holds.
     [[nodiscard]] std::u16string shortened() const;
+    // Ignoring case.
+    [[nodiscard]] bool sameAs(const ContactName& other) const;
 };
 
 // The two names, by the types of their fields; what cannot be read is empty.

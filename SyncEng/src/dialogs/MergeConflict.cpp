@@ -16,7 +16,7 @@
 namespace mb {
 namespace {
 
-constexpr char16_t mergeProgId[] = u"TwinWiz.CMergeDialog", helpFile[] = u"Mirabook.chm";
+constexpr char16_t helpFile[] = u"Mirabook.chm";
 
 com::Ptr<IMergeDialog> createComponent()
 {
@@ -250,6 +250,12 @@ private:
 };
 
 } // namespace
+
+bool MergeIsAvailable(const ConflictQuestion& question)
+{
+    const TranslatorFields fields1(question.side1.translator), fields2(question.side2.translator);
+    return fields1.usable() && fields2.usable() && SUCCEEDED(com::guarded([] { (void)createComponent(); }));
+}
 
 HRESULT MergeConflict(ConflictQuestion& question, HWND parent, const MergeNames& names, ImageConverter convert)
 {

@@ -5,6 +5,9 @@
 
 namespace mb {
 
+// The name of the merge component.
+inline constexpr char16_t mergeProgId[] = u"TwinWiz.CMergeDialog";
+
 struct MergeNames {
     std::u16string name1, name2; // the short names of the two translators
 };
@@ -15,5 +18,8 @@ using ImageConverter = std::int64_t (*)(com::Variant& value, ULONG sourceCaps, U
 // 0 if the user accepted, and the change maps then hold what is to be written; what else the component answered otherwise, and a
 // failure where it could not be asked: the maps are as they were. Without a converter images take no part.
 HRESULT MergeConflict(ConflictQuestion& question, HWND parent, const MergeNames& names, ImageConverter convert);
+
+// Whether the merge component can be made and both translators tell their fields.
+bool MergeIsAvailable(const ConflictQuestion& question);
 
 } // namespace mb

@@ -39,6 +39,7 @@ struct PlannedChanges {
     const FieldTypeMap* FieldTypes = nullptr;                       // from side 1 to side 2
     const std::vector<std::u16string>* UnverifiedRecords = nullptr; // left out, since they are not verified
     bool SyncImages = false;
+    bool Categories = false; // the records are categories
 };
 
 } // namespace mb

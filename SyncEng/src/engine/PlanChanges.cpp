@@ -81,8 +81,8 @@ private:
         const PlannedTask* task = details.taskOf(list, row);
         if (FAILED(hr) || !task || !task->isChange()) return hr;
         const PlannedSide& target = details.targetOf(list);
-        CChangeDetailsDlg change(
-            {target.translator, target.clsid, *task->MappedId, task->Changes, &details.typesFor(list), all.SyncImages, target.name});
+        CChangeDetailsDlg change({target.translator, target.clsid, *task->MappedId, task->Changes, &details.typesFor(list), all.SyncImages,
+                                  target.name, target.database});
         change.prepare();
         for (const ListRow& field : change.model().find(CChangeDetailsDlg::idList)->rows) {
             const com::Bstr name(field.cells[0]), current(field.cells[1]), value(field.cells[2]);
@@ -114,6 +114,7 @@ Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).Tasks
     changes.FieldTypes = &run.FieldTypes;
     changes.UnverifiedRecords = &run.UnverifiedRecords;
     changes.SyncImages = run.Options.SyncImages;
+    changes.Categories = run.CategoryPass;
 }
 
 HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes)

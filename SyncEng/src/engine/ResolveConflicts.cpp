@@ -99,7 +99,8 @@ private:
 
     ConflictSide sideOf(Side side, std::u16string recordId)
     {
-        return {pass_.side(side).store.translator(), run_.side(side).Id, std::move(recordId), run_.side(side).Name};
+        return {pass_.side(side).store.translator(), run_.side(side).Id, std::move(recordId), run_.side(side).Name,
+                run_.side(side).Database};
     }
 
     Asked askDelete(const ConflictPair& pair, LONG& resolution)
@@ -110,6 +111,7 @@ private:
         question.survivor = goneOnOne ? sideOf(Side::Two, pair.e2->first) : sideOf(Side::One, pair.e1->first);
         question.deletedClsid = run_.side(goneOnOne ? Side::One : Side::Two).Id;
         question.deletedName = run_.side(goneOnOne ? Side::One : Side::Two).Name;
+        question.deletedDatabase = run_.side(goneOnOne ? Side::One : Side::Two).Database;
         question.DeletedSide = goneOnOne ? idTrans1 : idTrans2;
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;
@@ -135,6 +137,7 @@ private:
         question.ChangeMap2 = *e2.Changes;
         question.FieldTypes = &run_.FieldTypes;
         question.FieldMapChanged = run_.FieldMapUpdated;
+        question.FirstMeeting = e1.Kind == TaskNew && e2.Kind == TaskNew;
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;
         question.SyncImages = run_.imagesUsable();

@@ -13,6 +13,7 @@ public:
     // False when the input has ended, or when a signal came in between: nobody answers any more.
     virtual bool readLine(std::u16string& line) = 0;
     [[nodiscard]] virtual std::size_t columns() const = 0;
+    [[nodiscard]] virtual std::size_t lines() const = 0;
     [[nodiscard]] virtual bool coloured() const = 0;
 };
 

@@ -7,6 +7,8 @@ namespace platform {
 
 // The file name of a library that comes with the product, by its bare name: CAT.DLL, or libCAT.so.
 std::string libraryFileName(const char* name);
+// The file name of a plug-in that comes with the product: cat.dll, or cat.so.
+std::string pluginFileName(const char* name);
 
 class Library {
 public:

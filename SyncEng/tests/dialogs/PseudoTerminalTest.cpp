@@ -66,17 +66,18 @@ Ended askOnTerminal(const std::string& typed, unsigned short columns, bool noCol
 
 } // namespace
 
-TEST(PseudoTerminalTest, EnterTakesTheDefault)
+TEST(PseudoTerminalTest, EnterTakesTheSafeAnswer)
 {
     const Ended ended = askOnTerminal("\n", 80, false);
     EXPECT_EQ(ended.code, croTrans2Wins) << ended.output;
-    EXPECT_THAT(ended.output, HasSubstr("Conflict 1 of 1"));
+    EXPECT_THAT(ended.output, HasSubstr("A contact without a name was changed in "));
+    EXPECT_THAT(ended.output, HasSubstr("[k] keep"));
     EXPECT_THAT(ended.output, HasSubstr("\x1b[1m"));
 }
 
 TEST(PseudoTerminalTest, NoColorIsHonoured) { EXPECT_THAT(askOnTerminal("\n", 80, true).output, Not(HasSubstr("\x1b"))); }
 
-TEST(PseudoTerminalTest, AChoiceIsTypedByItsNumber) { EXPECT_EQ(askOnTerminal("2\n\n", 80, true).code, croTrans1Wins); }
+TEST(PseudoTerminalTest, AnAnswerIsTypedByItsKey) { EXPECT_EQ(askOnTerminal("d\n", 80, true).code, croTrans1Wins); }
 
 TEST(PseudoTerminalTest, TheEndOfTheInputIsACancel) { EXPECT_EQ(askOnTerminal("\x04", 80, true).code, 99); }
 
@@ -84,7 +85,7 @@ TEST(PseudoTerminalTest, CtrlCIsACancel) { EXPECT_EQ(askOnTerminal("", 80, true,
 
 TEST(PseudoTerminalTest, ATerminalOf20ColumnsIsEnough)
 {
-    const Ended ended = askOnTerminal("?\n\n", 20, true);
+    const Ended ended = askOnTerminal("?\n\n\n", 20, true);
     EXPECT_EQ(ended.code, croTrans2Wins);
-    EXPECT_THAT(ended.output, HasSubstr("Conflict 1 of 1"));
+    EXPECT_THAT(ended.output, HasSubstr("A contact without a"));
 }

@@ -2,67 +2,60 @@
 #include "dialogs/terminal/TerminalFrontEnd.h"
 #include "console_text.h"
 #include "text.h"
+#include "TypedConsole.h"
 
-#include <deque>
+#include <algorithm>
 #include <gmock/gmock.h>
 
 namespace {
 
+using mbtest::Screen;
+using mbtest::TypedConsole;
 using testing::HasSubstr;
 using testing::Not;
 
-struct Screen {
-    std::deque<std::u16string> input;
-    std::u16string output;
-    std::size_t width = 80;
-    bool colour = false;
-};
-
-class ScreenConsole final : public platform::Console {
-public:
-    explicit ScreenConsole(Screen& screen) : screen_(screen) {}
-    void write(std::u16string_view text) override { screen_.output += text; }
-    bool readLine(std::u16string& line) override
-    {
-        if (screen_.input.empty()) return false;
-        line = screen_.input.front();
-        screen_.input.pop_front();
-        screen_.output += u'\n'; // a terminal shows what is typed
-        return true;
-    }
-    [[nodiscard]] std::size_t columns() const override { return screen_.width; }
-    [[nodiscard]] bool coloured() const override { return screen_.colour; }
-
-private:
-    Screen& screen_;
-};
-
-// A dialog with one of each kind of control.
+// A dialog with a list and answers of each kind.
 class SampleDialog final : public mb::Dialog {
 public:
-    enum ControlId { idText = 10, idRadio1 = 11, idRadio2 = 12, idBox = 13, idList = 14, idMore = 15, idHelp = 16 };
-    std::u16string text = u"What is to be done?";
+    enum ControlId { idList = 14, idMore = 15 };
+    std::u16string text = u"What is to be done?", value = u"Paris";
     std::size_t rowCount = 3;
+    bool hasRowAnswers = false;
     std::vector<std::string> acts;
     void prepare() override
     {
-        model_.caption = u"Sample";
-        model_.help = u"Say what becomes of it.";
-        model_.add(idText, mb::ControlKind::Text, text);
         mb::Control& list = model_.add(idList, mb::ControlKind::List);
         list.columns = {{u"Field"}, {u"First"}, {u"Second"}};
-        list.selectable = list.sortable = list.checkBoxes = list.draggable = true;
+        list.checkBoxes = hasRowAnswers;
         for (std::size_t i = 0; i < rowCount; ++i) list.rows.push_back({{u"City", value, u"Rome"}});
-        model_.add(idRadio1, mb::ControlKind::Radio, u"&One").checked = true;
-        model_.add(idRadio2, mb::ControlKind::Radio, u"&Two");
-        model_.add(idBox, mb::ControlKind::CheckBox, u"&All").enabled = boxEnabled;
+        list.rows.push_back({{u"Fax", u"", u""}});
         model_.addButton(mb::idOk, u"OK", mb::ButtonRole::Default);
         model_.addButton(idMore, u"&More");
-        model_.addButton(mb::idCancel, u"Cancel", mb::ButtonRole::Cancel);
-        model_.addButton(idHelp, u"&Help", mb::ButtonRole::Help);
     }
-    std::u16string value = u"Paris";
-    bool boxEnabled = true;
+    mb::Question question() override
+    {
+        mb::Question question;
+        question.text = text;
+        question.help = u"Say what becomes of it.";
+        question.tables.push_back({idList, {}, {u"", u"~/one", u"~/two"}, true, 2});
+        question.ask = u"Keep:";
+        question.answers.push_back({u'b', u"both", u"nothing is lost", [this] { press(mb::idOk); }});
+        question.answers.push_back({u'2', u"~/two", u"it replaces ~/one", [this] { press(idMore); }});
+        question.answers.push_back({u'q', u"stop", u"ends the run", [this] { press(mb::idCancel); }});
+        if (!hasRowAnswers) return question;
+        question.chooseRow = [this](int, int row) {
+            acts.push_back("row " + std::to_string(row));
+            return row != 1;
+        };
+        question.rowEffect = u"look at row 3";
+        question.rowRefusal = u"That row has nothing to look at.";
+        question.moveRow = [this](int, int from, int to) {
+            acts.push_back("move " + std::to_string(from) + " " + std::to_string(to));
+            return from != 2;
+        };
+        question.sortBy = [this](int column) { acts.push_back("sort " + std::to_string(column)); };
+        return question;
+    }
 
 private:
     void onPress(int button) override
@@ -70,16 +63,6 @@ private:
         acts.push_back("press " + std::to_string(button));
         if (button == mb::idOk || button == mb::idCancel) end(button);
     }
-    void onChoose(int radio) override { acts.push_back("choose " + std::to_string(radio)); }
-    void onSelect(int, int row) override { acts.push_back("select " + std::to_string(row)); }
-    void onClickHeader(int, int column) override { acts.push_back("sort " + std::to_string(column)); }
-    void onCheckRow(int, int row, bool on) override { acts.push_back((on ? "check " : "uncheck ") + std::to_string(row)); }
-    bool onBeginDrag(int, int row) override
-    {
-        acts.push_back("drag " + std::to_string(row));
-        return row != 2;
-    }
-    void onDrop(int row) override { acts.push_back("drop " + std::to_string(row)); }
 };
 
 class TerminalFrontEndTest : public testing::Test {
@@ -87,7 +70,7 @@ protected:
     int show(std::deque<std::u16string> input)
     {
         screen.input = std::move(input);
-        mb::TerminalFrontEnd frontEnd([this] { return std::make_unique<ScreenConsole>(screen); });
+        mb::TerminalFrontEnd frontEnd([this] { return std::make_unique<TypedConsole>(screen); });
         dialog.prepare();
         frontEnd.run(dialog, nullptr);
         return dialog.ending().value_or(-1);
@@ -109,46 +92,55 @@ protected:
 
 } // namespace
 
-TEST_F(TerminalFrontEndTest, ADialogIsWrittenAsTextWithNumberedChoices)
+TEST_F(TerminalFrontEndTest, AQuestionHasItsRowsAndALineForEachAnswer)
 {
     EXPECT_EQ(show({u""}), mb::idOk);
-    EXPECT_EQ(output(), "\nSample\nWhat is to be done?\n\n"
-                        "          Field  First  Second\n"
-                        "  1 [ ]   City   Paris  Rome\n"
-                        "  2 [ ]   City   Paris  Rome\n"
-                        "  3 [ ]   City   Paris  Rome\n\n"
-                        "  1 (*) One\n  2 ( ) Two\n  3 [ ] All\n  4 OK\n  5 More\n  6 Cancel\n  7 Help\n"
-                        "[Enter: OK, r1: select row 1, x1: check row 1, ?: help] \n");
+    EXPECT_EQ(output(), "\nWhat is to be done?\n\n"
+                        "        ~/one  ~/two\n"
+                        "  City  Paris  Rome\n"
+                        "  City  Paris  Rome\n"
+                        "  City  Paris  Rome\n\n"
+                        "Keep:\n"
+                        "  [b] both   nothing is lost (Enter)\n"
+                        "  [2] ~/two  it replaces ~/one\n"
+                        "  [q] stop   ends the run\n"
+                        "[Type b, 2 or q and Enter; Enter alone: b; ?: help] \n")
+        << "a row without values is not shown";
 }
 
-TEST_F(TerminalFrontEndTest, NumbersChooseCheckAndPress)
+TEST_F(TerminalFrontEndTest, OneKeyIsAnAnswer)
 {
-    EXPECT_EQ(show({u"2", u"3", u"5", u"4"}), mb::idOk);
-    EXPECT_THAT(dialog.acts, testing::ElementsAre("choose 12", "press 15", "press 1"));
-    EXPECT_TRUE(dialog.model().find(SampleDialog::idBox)->checked);
-    EXPECT_TRUE(dialog.model().find(SampleDialog::idRadio2)->checked);
+    EXPECT_EQ(show({u"2", u"Q"}), mb::idCancel);
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("press 15", "press 2"));
+    EXPECT_EQ(output().find("What is", output().find("What is") + 1) != std::string::npos, true) << "what did not end it asks again";
 }
 
-TEST_F(TerminalFrontEndTest, LettersActOnRowsAndColumns)
+TEST_F(TerminalFrontEndTest, NumbersAndLettersActOnRowsAndColumns)
 {
-    EXPECT_EQ(show({u"r2", u"x 3", u"s1", u"m1 2", u"M3 1", u"6"}), mb::idCancel);
-    EXPECT_THAT(dialog.acts, testing::ElementsAre("select 1", "check 2", "sort 0", "drag 0", "drop 1", "drag 2", "press 2"));
-    EXPECT_THAT(output(), HasSubstr("That row cannot be moved."));
+    dialog.hasRowAnswers = true;
+    EXPECT_EQ(show({u"1", u"2", u"m1 2", u"M 3 1", u"s1", u"q"}), mb::idCancel);
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("row 0", "row 1", "move 0 1", "move 2 0", "sort 0", "press 2"));
+    EXPECT_THAT(output(), HasSubstr("  1  [ ] City  Paris  Rome\n  2  [ ] City"));
+    EXPECT_THAT(output(), HasSubstr("That row has nothing to look at.\n[Type a row's number, b, 2 or q"));
+    EXPECT_THAT(output(), HasSubstr("That row cannot be moved.\n"));
 }
 
-TEST_F(TerminalFrontEndTest, WhatIsNoChoiceIsSaidAndDoesNothing)
+TEST_F(TerminalFrontEndTest, WhatIsNoAnswerIsSaidAndDoesNothing)
 {
-    dialog.boxEnabled = false;
-    EXPECT_EQ(show({u"99", u"x", u"r9", u"m1", u"zz", u"1 2", u"99999999999", u"s7", u"\x1b[A", u"3", u""}), mb::idOk);
+    EXPECT_EQ(show({u"99", u"1", u"x", u"bb", u"r9", u"m1 2", u"s1", u"1 2", u"99999999999", u"\x1b[A", u"b"}), mb::idOk);
     EXPECT_THAT(dialog.acts, testing::ElementsAre("press 1"));
-    EXPECT_THAT(output(), HasSubstr("? tells what can be typed"));
-    EXPECT_THAT(output(), HasSubstr("That cannot be chosen now."));
-    EXPECT_THAT(output(), HasSubstr("All (not now)"));
+    EXPECT_THAT(output(), HasSubstr("That is no answer here. Type one of the keys in brackets and press Enter"));
 }
 
 TEST_F(TerminalFrontEndTest, TheEndOfTheInputClosesTheDialog)
 {
     EXPECT_EQ(show({}), mb::idCancel);
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("press 2"));
+}
+
+TEST_F(TerminalFrontEndTest, TheEndOfTheInputInTheHelpClosesTheDialogToo)
+{
+    EXPECT_EQ(show({u"?"}), mb::idCancel);
     EXPECT_THAT(dialog.acts, testing::ElementsAre("press 2"));
 }
 
@@ -160,25 +152,15 @@ TEST_F(TerminalFrontEndTest, WithoutATerminalEveryDialogIsClosed)
     EXPECT_EQ(dialog.ending(), mb::idCancel);
 }
 
-TEST_F(TerminalFrontEndTest, AQuestionMarkTellsWhatCanBeTyped)
+TEST_F(TerminalFrontEndTest, AQuestionMarkTellsWhatCanBeTypedAndAsksAgain)
 {
-    (void)show({u"?", u""});
+    dialog.hasRowAnswers = true;
+    EXPECT_EQ(show({u"?", u"", u"?", u"q"}), mb::idCancel);
     EXPECT_THAT(output(), HasSubstr("Say what becomes of it."));
-    EXPECT_THAT(output(), HasSubstr("r3 selects row 3."));
-    EXPECT_THAT(output(), HasSubstr("Ctrl-D"));
-}
-
-TEST_F(TerminalFrontEndTest, TheHelpButtonTellsTheSameAsAQuestionMark)
-{
-    (void)show({u"?", u""});
-    const std::string asked = output().substr(output().find("Say what"));
-    screen.output.clear();
-    SampleDialog again;
-    again.prepare();
-    screen.input = {u"7", u""};
-    mb::TerminalFrontEnd([this] { return std::make_unique<ScreenConsole>(screen); }).run(again, nullptr);
-    EXPECT_EQ(output().substr(output().find("Say what")), asked);
-    EXPECT_THAT(again.acts, testing::ElementsAre("press 1")) << "there is no help file to open";
+    EXPECT_THAT(output(), HasSubstr("Type 2 and Enter: ~/two, it replaces ~/one."));
+    EXPECT_THAT(output(), HasSubstr("Type 3 and Enter: look at row 3."));
+    EXPECT_THAT(output(), HasSubstr("Ctrl-D cancels."));
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("press 2")) << "Enter goes back to the question, and answers nothing";
 }
 
 TEST_F(TerminalFrontEndTest, NoValueSteersTheTerminal)
@@ -199,33 +181,71 @@ TEST_F(TerminalFrontEndTest, ColourIsUsedOnlyWhereItIsWanted)
     screen.colour = true;
     SampleDialog again;
     again.prepare();
-    mb::TerminalFrontEnd([this] { return std::make_unique<ScreenConsole>(screen); }).run(again, nullptr);
-    EXPECT_THAT(output(), HasSubstr("\x1b[1mSample\n\x1b[0m"));
+    mb::TerminalFrontEnd([this] { return std::make_unique<TypedConsole>(screen); }).run(again, nullptr);
+    EXPECT_THAT(output(), HasSubstr("\x1b[1mWhat is to be done?\x1b[0m\n"));
+    EXPECT_EQ(output().find("\x1b[1m", output().find("\x1b[1m") + 1), std::string::npos) << "the question alone is bold";
 }
 
 TEST_F(TerminalFrontEndTest, EverythingFitsATerminalOf20Columns)
 {
     screen.width = 20;
-    dialog.value = std::u16string(10000, u'x');
+    dialog.value = std::u16string(200, u'x');
     dialog.text = u"A sentence that is much longer than the terminal is wide, with a wordthatislongerthanthewholeline.";
     (void)show({u"?", u""});
-    EXPECT_LE(widestLine(), 21u) << "the prompt may be wider by its blank";
-    EXPECT_THAT(output(), HasSubstr("Field: City"));
+    EXPECT_LE(widestLine(), 20u) << output();
+    EXPECT_THAT(output(), HasSubstr("~/two: Rome"));
 }
 
-TEST_F(TerminalFrontEndTest, LongNamesAreCutToFitTheTable)
+TEST_F(TerminalFrontEndTest, ALongValueTakesTwoLinesAndIsThenCutBesideTheOther)
 {
-    dialog.value = std::u16string(10000, u'漢');
+    dialog.value = std::u16string(60, u'a') + u" " + std::u16string(10000, u'漢');
     (void)show({u""});
     EXPECT_LE(widestLine(), 80u);
-    EXPECT_THAT(output(), HasSubstr("\u2026"));
-    EXPECT_THAT(output(), HasSubstr("Rome"));
+    EXPECT_THAT(output(), HasSubstr(std::string(60, 'a') + "       Rome\n        \u6F22"));
+    EXPECT_THAT(output(), HasSubstr("\u2026\n"));
 }
 
-TEST_F(TerminalFrontEndTest, LongListsAreShownPageByPage)
+TEST_F(TerminalFrontEndTest, LongListsAreShownPageByPageWithTheWholeQuestion)
 {
-    dialog.rowCount = 1000;
-    (void)show({u"+", u"-", u""});
-    EXPECT_THAT(output(), HasSubstr("rows 1 to 40 of 1000"));
-    EXPECT_THAT(output(), HasSubstr("rows 41 to 80 of 1000"));
+    dialog.rowCount = 100;
+    EXPECT_EQ(show({u"", u"+", u"-", u"2", u"q"}), mb::idCancel);
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("press 15", "press 2")) << "Enter turned the page";
+    EXPECT_THAT(output(), HasSubstr("Rows 1 to 13 of 100; + and - turn the page."));
+    EXPECT_THAT(output(), HasSubstr("Enter alone: next page"));
+    EXPECT_THAT(output(), HasSubstr("Rows 14 to 26 of 100"));
+    EXPECT_THAT(output(), HasSubstr("Rows 27 to 39 of 100"));
+}
+
+TEST_F(TerminalFrontEndTest, NoPageIsHigherThanTheTerminal)
+{
+    for (const std::size_t height : {14u, 24u, 50u}) {
+        for (const std::size_t rows : {0u, 1u, 3u, 12u, 13u, 14u, 15u, 16u, 40u, 200u}) {
+            SampleDialog asked;
+            asked.rowCount = rows;
+            asked.value = std::u16string(70, u'v');
+            asked.prepare();
+            screen = {std::deque<std::u16string>(100, u"+"), {}, 80, height};
+            mb::TerminalFrontEnd([this] { return std::make_unique<TypedConsole>(screen); }).run(asked, nullptr);
+            const std::string all = output();
+            for (std::size_t at = all.find("\nWhat is"); at != std::string::npos;) {
+                const std::size_t next = all.find("\nWhat is", at + 1), prompt = all.find("help] ", at);
+                EXPECT_LE(
+                    std::count(all.begin() + static_cast<std::ptrdiff_t>(at), all.begin() + static_cast<std::ptrdiff_t>(prompt), '\n'),
+                    static_cast<std::ptrdiff_t>(height) - 1)
+                    << rows << " rows on " << height << " lines\n"
+                    << all.substr(at, prompt - at);
+                at = next;
+            }
+        }
+    }
+}
+
+TEST_F(TerminalFrontEndTest, ARowOfAnotherPageBringsThatPage)
+{
+    dialog.hasRowAnswers = true;
+    dialog.rowCount = 60;
+    EXPECT_EQ(show({u"55", u"q"}), mb::idCancel);
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("row 54", "press 2"));
+    EXPECT_THAT(output(), HasSubstr("Rows 1 to 13 of 60"));
+    EXPECT_THAT(output(), HasSubstr("Rows 53 to 60 of 60"));
 }

@@ -1,5 +1,6 @@
 #include "foundation/StoreNames.h"
 
+#include "host.h"
 #include <gtest/gtest.h>
 
 namespace {
@@ -36,4 +37,34 @@ TEST(StoreNames, WithoutPlacesThatDifferTheNamesStay)
     EXPECT_EQ(told(u"vCard", u"", u"vCard", u"/b"), Names(u"vCard", u"vCard"));
     EXPECT_EQ(told(u"vCard", u"/b/", u"vCard", u"/b"), Names(u"vCard", u"vCard"));
     EXPECT_EQ(told(u"vCard", u"/", u"vCard", u"/b"), Names(u"vCard (/)", u"vCard (b)"));
+}
+
+TEST(ShortPlaces, TheLastPartsTellTwoPlacesApart)
+{
+    EXPECT_EQ(mb::ShortPlaces(u"/home/me/Contacts/", u"/media/phone/export.vcf"), Names(u"Contacts", u"export.vcf"));
+    EXPECT_EQ(mb::ShortPlaces(u"/a/work/cards", u"/a/home/cards"), Names(u"work/cards", u"home/cards"));
+    EXPECT_EQ(mb::ShortPlaces(u"", u"/b/cards"), Names(u"", u"cards"));
+}
+
+TEST(ShortPlaces, EqualPlacesGiveEqualTexts)
+{
+    EXPECT_EQ(mb::ShortPlaces(u"/a/cards", u"/a/cards/"), Names(u"cards", u"cards"));
+    EXPECT_EQ(mb::ShortPlaces(u"", u""), Names(u"", u""));
+}
+
+TEST(PlaceOf, ASeparatorAtTheEndIsNoPartOfAPlace)
+{
+    EXPECT_EQ(mb::PlaceOf(u"/media/phone/"), u"/media/phone");
+    EXPECT_EQ(mb::PlaceOf(u"/"), u"/");
+    EXPECT_EQ(mb::PlaceOf(u"Server of the office"), u"Server of the office");
+}
+
+TEST(PlaceOf, TheHomeFolderIsATilde)
+{
+    const auto former = platform::environment(u"HOME");
+    platform::setEnvironment(u"HOME", u"/home/me/");
+    EXPECT_EQ(mb::PlaceOf(u"/home/me/Contacts/"), u"~/Contacts");
+    EXPECT_EQ(mb::PlaceOf(u"/home/me"), u"~");
+    EXPECT_EQ(mb::PlaceOf(u"/home/meadow/Contacts"), u"/home/meadow/Contacts");
+    platform::setEnvironment(u"HOME", former.value_or(u""));
 }

@@ -564,12 +564,13 @@ TEST_F(EndToEndTest, ARunThatDeletesTooMuchIsRefusedWithBothCounts)
 TEST_F(EndToEndTest, OnATerminalTheSummaryIsAskedFor)
 {
     const std::string map = makeMap(3);
-    const Result cancelled = talk({"sync"}, {{"help] ", "\x04"}});
-    EXPECT_EQ(cancelled.code, 3) << cancelled.out;
-    EXPECT_NE(cancelled.out.find("Confirm Changes"), std::string::npos) << cancelled.out;
-    EXPECT_NE(cancelled.out.find("3 Additions"), std::string::npos) << cancelled.out;
-    EXPECT_EQ(cardCount(), 0u);
-    const Result done = talk({"sync"}, {{"help] ", "1\n"}, {"Details", ""}, {"help] ", "\n"}, {"help] ", "\n"}});
+    for (const char* answer : {"\x04", "\n", "n\n"}) {
+        const Result cancelled = talk({"sync"}, {{"help] ", answer}});
+        EXPECT_EQ(cancelled.code, 3) << cancelled.out;
+        EXPECT_NE(cancelled.out.find("~/Contacts: 3 new"), std::string::npos) << cancelled.out;
+        EXPECT_EQ(cardCount(), 0u);
+    }
+    const Result done = talk({"sync"}, {{"help] ", "d\n"}, {"What would be written", ""}, {"help] ", "b\n"}, {"help] ", "y\n"}});
     EXPECT_EQ(done.code, 0) << done.out;
     EXPECT_NE(done.out.find("Anna"), std::string::npos) << "the details name the contacts";
     EXPECT_EQ(cardCount(), 3u);
@@ -578,9 +579,10 @@ TEST_F(EndToEndTest, OnATerminalTheSummaryIsAskedFor)
 TEST_F(EndToEndTest, OnATerminalAConflictIsAskedForAndSettled)
 {
     const std::string map = makeConflict();
-    const Result done = talk({"sync", "--yes"}, {{"help] ", "4\n"}, {"help] ", "\n"}});
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "2\n"}});
     EXPECT_EQ(done.code, 0) << done.out;
-    EXPECT_NE(done.out.find("Resolve Conflicting Changes"), std::string::npos) << done.out;
+    EXPECT_NE(done.out.find("Anna Lindqvist was changed in both stores"), std::string::npos) << done.out;
+    EXPECT_NE(done.out.find("1: ~/cards.db"), std::string::npos) << done.out;
     EXPECT_NE(done.out.find("+1 202 555 0111"), std::string::npos) << done.out;
     EXPECT_NE(done.out.find("1 updated"), std::string::npos) << done.out;
     EXPECT_NE(textOf(cardWith(":Anna Lindqvist")).find("+1 202 555 0122"), std::string::npos) << done.out;
@@ -588,25 +590,45 @@ TEST_F(EndToEndTest, OnATerminalAConflictIsAskedForAndSettled)
     EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
 }
 
+TEST_F(EndToEndTest, EnterAloneAtAConflictKeepsBothContacts)
+{
+    (void)makeConflict();
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}});
+    EXPECT_EQ(done.code, 0) << done.out;
+    EXPECT_EQ(done.out.find("Error"), std::string::npos) << done.out;
+    EXPECT_EQ(cardCount(), 13u);
+}
+
+TEST_F(EndToEndTest, ATerminalThatIsClosedAtAQuestionWritesNothing)
+{
+    const std::string map = makeConflict();
+    const auto before = everything(map);
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{{"sync"}, {"sync", "--yes"}}) {
+        const Result gone = talkToProgram(MB_PROGRAM, arguments, run_, {{"help] ", closeTerminal}});
+        EXPECT_NE(gone.code, 0) << gone.out;
+        EXPECT_EQ(everything(map), before);
+    }
+}
+
 TEST_F(EndToEndTest, TheFieldMapIsEditedOnATerminal)
 {
     const std::string map = makeMap(1);
     EXPECT_EQ(mb({"fields", map, "--edit"}).code, 3) << "no terminal";
     const Json before = json({"fields", map});
-    EXPECT_EQ(talk({"fields", map, "--edit"}, {{"help] ", "x1\n"}, {"help] ", "\x04"}}).code, 3);
+    EXPECT_EQ(talk({"fields", map, "--edit"}, {{"help] ", "1\n"}, {"help] ", "\x04"}}).code, 3);
+    EXPECT_EQ(talk({"fields", map, "--edit"}, {{"help] ", "1\n"}, {"help] ", "q\n"}}).code, 3);
     EXPECT_EQ(json({"fields", map}), before);
-    const Result edited = talk({"fields", map, "--edit"}, {{"help] ", "x1\n"}, {"help] ", "\n"}});
+    const Result edited = talk({"fields", map, "--edit"}, {{"help] ", "1\n"}, {"help] ", "s\n"}});
     EXPECT_EQ(edited.code, 0) << edited.out;
     EXPECT_EQ(json({"fields", map}).size(), before.size() - 1);
 }
 
-TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHand)
+TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHandWithoutAnyRegistration)
 {
     const std::string map = makeConflict();
-    ASSERT_EQ(mb({"register", binFolder() / "merge.so"}).code, 0);
-    const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}, {"help] ", "=+1 202 555 0133\n"}});
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "m\n"}, {"help] ", "t\n"}, {"empty): ", "+1 202 555 0133\n"}});
     EXPECT_EQ(done.code, 0) << done.out;
-    EXPECT_NE(done.out.find("Resolve Conflict Manually"), std::string::npos) << done.out;
+    EXPECT_NE(done.out.find("Mobile phone (field 1 of 1)"), std::string::npos) << done.out;
     EXPECT_NE(textOf(cardWith(":Anna Lindqvist")).find("+1 202 555 0133"), std::string::npos) << done.out;
     EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
 }
@@ -614,9 +636,25 @@ TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHand)
 TEST_F(EndToEndTest, AMergeThatIsGivenUpGoesBackToTheConflict)
 {
     const std::string map = makeConflict();
-    ASSERT_EQ(mb({"register", binFolder() / "merge.so"}).code, 0);
     const auto before = everything(map);
-    const Result done = talk({"sync", "--yes"}, {{"help] ", "\n"}, {"help] ", "\x04"}, {"Resolve Conflicting", ""}, {"help] ", "\x04"}});
+    const Result done = talk({"sync", "--yes"}, {{"help] ", "m\n"}, {"help] ", "\x04"}, {"was changed in both", ""}, {"help] ", "\x04"}});
     EXPECT_EQ(done.code, 3) << done.out;
     EXPECT_EQ(everything(map), before);
+}
+
+TEST_F(EndToEndTest, AMergeComponentThatWasMovedAwayIsFoundAgainAndAnotherOneStays)
+{
+    const auto registered = [&] { return textOf(home_ / "registry.reg"); };
+    registerPlugins();
+    const std::string own = "@=\"" + (binFolder() / "merge.so").string() + "\"";
+    ASSERT_NE(registered().find(own), std::string::npos) << registered();
+    fs::copy_file(binFolder() / "merge.so", home_ / "other.so");
+    ASSERT_EQ(mb({"register", home_ / "other.so"}).code, 0);
+    const std::string other = "@=\"" + (home_ / "other.so").string() + "\"";
+    EXPECT_EQ(mb({"maps"}).code, 0);
+    EXPECT_NE(registered().find(other), std::string::npos) << "a component that is there stays";
+    fs::remove(home_ / "other.so");
+    EXPECT_EQ(mb({"maps"}).code, 0);
+    EXPECT_EQ(registered().find(other), std::string::npos);
+    EXPECT_NE(registered().find(own), std::string::npos);
 }

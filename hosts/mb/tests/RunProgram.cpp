@@ -103,7 +103,7 @@ Result runProgram(const std::filesystem::path& program, const std::vector<std::s
 Result talkToProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
                      const Conversation& conversation)
 {
-    winsize size{24, 100, 0, 0};
+    winsize size{24, 80, 0, 0};
     int terminal = -1;
     const pid_t pid = ::forkpty(&terminal, nullptr, nullptr, &size);
     if (pid < 0) throw std::runtime_error("no process");
@@ -117,6 +117,11 @@ Result talkToProgram(const std::filesystem::path& program, const std::vector<std
              ++step) {
             seen = at + conversation[step].first.size();
             const std::string& answer = conversation[step].second;
+            if (answer == closeTerminal) {
+                ::close(terminal);
+                result.code = exitCodeOf(pid);
+                return result;
+            }
             if (::write(terminal, answer.data(), answer.size()) != static_cast<ssize_t>(answer.size())) break;
         }
         // One question too many must not hang the test.

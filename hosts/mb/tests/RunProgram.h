@@ -21,6 +21,9 @@ struct RunOptions {
     std::function<void(int pid)> whileRuns; // called once it runs
 };
 
+// Typed in a conversation it closes the terminal instead.
+inline constexpr char closeTerminal[] = "\x1c close";
+
 // A text that is waited for, and what is typed then.
 using Conversation = std::vector<std::pair<std::string, std::string>>;
 

@@ -173,7 +173,7 @@ TEST_F(ToldRunsTest, OnATerminalARunOverTheLimitIsAskedAbout)
     EXPECT_EQ(json({"status"}).at(0).at("status"), "refused");
     const Result nobody = talk({"sync", "--yes"}, {});
     EXPECT_EQ(nobody.code, 1) << "accepting the summary is no word on that";
-    const Result yes = talk({"sync"}, {{"delete them: ", "y\n"}, {"] ", "\n"}});
+    const Result yes = talk({"sync"}, {{"delete them: ", "y\n"}, {"help] ", "y\n"}});
     EXPECT_EQ(yes.code, 0) << yes.out;
     EXPECT_TRUE(has(yes.out, "7 deleted")) << yes.out;
 }

@@ -1,5 +1,5 @@
-// Dialogs as a conversation: the model is written out as text, and what the user types becomes acts. The end of the input closes the
-// dialog as the cross of a window does. No text of a contact can steer the terminal.
+// Dialogs as questions: each is asked in words, and the key that the user types acts on the dialog. The end of the input closes the
+// dialog as the cross of a window does: a cancel. No text of a contact can steer the terminal.
 #pragma once
 #include "console.h"
 #include "dialogs/Dialog.h"

@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t maxLine = 65536, usualColumns = 80, fewestColumns = 20;
+constexpr std::size_t maxLine = 65536, usualColumns = 80, fewestColumns = 20, usualLines = 24, fewestLines = 8;
 
 class TerminalConsole final : public Console {
 public:
@@ -49,6 +49,13 @@ public:
         winsize size{};
         if (::ioctl(out_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0) return usualColumns;
         return std::max<std::size_t>(size.ws_col, fewestColumns);
+    }
+
+    [[nodiscard]] std::size_t lines() const override
+    {
+        winsize size{};
+        if (::ioctl(out_, TIOCGWINSZ, &size) != 0 || size.ws_row == 0) return usualLines;
+        return std::max<std::size_t>(size.ws_row, fewestLines);
     }
 
     [[nodiscard]] bool coloured() const override

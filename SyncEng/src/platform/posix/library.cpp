@@ -6,6 +6,8 @@ namespace platform {
 
 std::string libraryFileName(const char* name) { return std::string("lib") + name + ".so"; }
 
+std::string pluginFileName(const char* name) { return std::string(name) + ".so"; }
+
 Library::Library(const std::filesystem::path& file) noexcept : handle_(dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {}
 
 Library& Library::operator=(Library&& o) noexcept

@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t maxLine = 65536, usualColumns = 80, fewestColumns = 20;
+constexpr std::size_t maxLine = 65536, usualColumns = 80, fewestColumns = 20, usualLines = 24, fewestLines = 8;
 
 class WindowsConsole final : public Console {
 public:
@@ -43,6 +43,13 @@ public:
         CONSOLE_SCREEN_BUFFER_INFO info{};
         if (!GetConsoleScreenBufferInfo(out_, &info)) return usualColumns;
         return std::max(static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1), fewestColumns);
+    }
+
+    [[nodiscard]] std::size_t lines() const override
+    {
+        CONSOLE_SCREEN_BUFFER_INFO info{};
+        if (!GetConsoleScreenBufferInfo(out_, &info)) return usualLines;
+        return std::max(static_cast<std::size_t>(info.srWindow.Bottom - info.srWindow.Top + 1), fewestLines);
     }
 
     [[nodiscard]] bool coloured() const override { return false; }

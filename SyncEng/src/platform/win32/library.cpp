@@ -23,6 +23,8 @@ private:
 
 std::string libraryFileName(const char* name) { return std::string(name) + ".dll"; }
 
+std::string pluginFileName(const char* name) { return std::string(name) + ".dll"; }
+
 Library::Library(const std::filesystem::path& file) noexcept
 {
     const Silence silence;

@@ -331,6 +331,7 @@ public:
         model_.layout = layout_;
         model_.addButton(mb::idOk, u"OK", mb::ButtonRole::Default);
     }
+    mb::Question question() override { return {}; }
 
 private:
     void onPress(int button) override

@@ -1,0 +1,51 @@
+#include "product_server.h"
+
+#include "com.h"
+#include "files.h"
+#include "library.h"
+#include "registry.h"
+#include <optional>
+
+namespace platform {
+namespace {
+
+// What has a ProgID: nothing, a library, or (with an empty path) a server of another kind.
+std::optional<std::filesystem::path> serverOf(std::u16string_view progId)
+{
+    const auto name = RegistryKey::open(Root::ClassesRoot, std::u16string(progId) + u"\\CLSID");
+    const auto clsid = name ? name->text(u"") : std::nullopt;
+    const auto known = clsid ? RegistryKey::open(Root::ClassesRoot, u"CLSID\\" + *clsid) : std::nullopt;
+    if (!known) return std::nullopt;
+    const auto key = RegistryKey::open(Root::ClassesRoot, u"CLSID\\" + *clsid + u"\\InprocServer32");
+    const auto file = key ? key->text(u"") : std::nullopt;
+    return file ? pathOf(*file) : std::filesystem::path();
+}
+
+void call(const char* function, const std::filesystem::path& library)
+{
+    Library server(library);
+    if (const auto entry = server.function<HRESULT()>(function)) (void)entry();
+    (void)server.release(); // its objects and static data stay valid to the end of the process
+}
+
+} // namespace
+
+void registerUnlessTaken(std::u16string_view progId, const std::filesystem::path& library) noexcept
+{
+    (void)com::guarded([&] {
+        if (!fileExists(library)) return;
+        const auto server = serverOf(progId);
+        if (!server || (!server->empty() && !fileExists(*server))) call("DllRegisterServer", library);
+    });
+}
+
+void unregisterOwn(std::u16string_view progId, const std::filesystem::path& library) noexcept
+{
+    (void)com::guarded([&] {
+        const auto server = serverOf(progId);
+        std::error_code unknown;
+        if (server && std::filesystem::equivalent(*server, library, unknown)) call("DllUnregisterServer", library);
+    });
+}
+
+} // namespace platform

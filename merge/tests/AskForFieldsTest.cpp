@@ -1,0 +1,114 @@
+// Merging in the terminal, over a console of the test's own.
+#include "terminal/AskForFields.h"
+#include "TypedConsole.h"
+#include <algorithm>
+#include <gmock/gmock.h>
+
+namespace {
+
+using mb::merge::AskForFields;
+using mb::merge::MergeField;
+using mb::merge::MergeQuestion;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class AskForFieldsTest : public testing::Test {
+protected:
+    bool ask(std::deque<std::u16string> typed)
+    {
+        mbtest::Screen screen{std::move(typed), {}};
+        mbtest::TypedConsole console(screen);
+        const bool done = AskForFields(console, question);
+        output = screen.text();
+        return done;
+    }
+    std::vector<std::u16string> merged() const
+    {
+        std::vector<std::u16string> values;
+        for (const MergeField& field : question.fields) values.push_back(field.merged);
+        return values;
+    }
+    MergeQuestion question{nullptr,
+                           u"Resolve Conflict Manually",
+                           u"Mirabook",
+                           u"vCard",
+                           {{u"First name", u"Ada", u"Ada", {}},
+                            {u"Title", u"Boss", u"Chief", {}},
+                            {u"City", u"Paris", u"Rome", {}},
+                            {u"Fax", u"", u"12", {}}}};
+    std::string output;
+};
+
+} // namespace
+
+TEST_F(AskForFieldsTest, AFieldIsAskedWithBothValuesAndWhatEachKeyDoes)
+{
+    EXPECT_FALSE(ask({u"q"}));
+    EXPECT_EQ(output, "\nTitle (field 1 of 3)\n"
+                      "  [1] Mirabook          Boss (Enter)\n"
+                      "  [2] vCard             Chief\n"
+                      "  [t] type              a value of your own, or none\n"
+                      "  [f] first for all     this and all fields after it from Mirabook\n"
+                      "  [s] second for all    this and all fields after it from vCard\n"
+                      "  [q] give up           back to the question before, with nothing changed\n"
+                      "[Type 1, 2, t, f, s or q and Enter; Enter alone: 1; ?: help] \n");
+}
+
+TEST_F(AskForFieldsTest, EachFieldTakesTheValueOfEitherStoreOrATypedOne)
+{
+    EXPECT_TRUE(ask({u"2", u"t", u"Oslo", u"1"}));
+    EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Chief", u"Oslo", u""));
+    EXPECT_THAT(output, Not(HasSubstr("First name"))) << "equal values are not asked about";
+}
+
+TEST_F(AskForFieldsTest, EnterAloneTakesTheFirst)
+{
+    EXPECT_TRUE(ask({u"", u"", u""}));
+    EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Boss", u"Paris", u""));
+}
+
+TEST_F(AskForFieldsTest, TheRestIsTakenFromOneStore)
+{
+    EXPECT_TRUE(ask({u"1", u"S"}));
+    EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Boss", u"Rome", u"12"));
+    EXPECT_TRUE(ask({u"2", u"f"}));
+    EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Chief", u"Paris", u""));
+}
+
+TEST_F(AskForFieldsTest, TheLastFieldHasNoRest)
+{
+    EXPECT_FALSE(ask({u"", u"", u"f"})) << "the input ends after an answer that is none";
+    EXPECT_THAT(output.substr(output.find("Fax")), Not(HasSubstr("for all")));
+    EXPECT_THAT(output, HasSubstr("That is no answer here."));
+}
+
+TEST_F(AskForFieldsTest, TheEndOfTheInputGivesUpAlsoWhileAValueIsTyped)
+{
+    EXPECT_FALSE(ask({}));
+    EXPECT_FALSE(ask({u"1", u"2"}));
+    EXPECT_FALSE(ask({u"t"}));
+}
+
+TEST_F(AskForFieldsTest, AFieldMayBeTypedEmpty)
+{
+    EXPECT_TRUE(ask({u"t", u"", u"f"}));
+    EXPECT_EQ(merged()[1], u"");
+}
+
+TEST_F(AskForFieldsTest, AQuestionOfLongValuesFitsTheTerminal)
+{
+    question.fields = {{u"Notes", std::u16string(5000, u'a'), std::u16string(300, u'b') + u" end", {}}, {u"City", u"a", u"b", {}}};
+    EXPECT_FALSE(ask({}));
+    EXPECT_LE(std::ranges::count(output, '\n'), 24) << output;
+    EXPECT_THAT(output, HasSubstr(" end")) << "what fits is whole";
+    EXPECT_THAT(output, HasSubstr("\u2026")) << "what is cut says so";
+}
+
+TEST_F(AskForFieldsTest, NoValueSteersTheTerminal)
+{
+    question.fields = {{u"a\x1b[2J", u"b\x1b]0;x\x07", u"c\r\nd", {}}};
+    EXPECT_TRUE(ask({u"t", u"e\x1b[A"}));
+    EXPECT_THAT(output, Not(HasSubstr("\x1b")));
+    EXPECT_EQ(merged()[0], u"e\uFFFD[A");
+}
