@@ -3,6 +3,7 @@
 #include "foundation/ClassTable.h"
 #include "foundation/FieldValue.h"
 #include "foundation/StartUp.h"
+#include "foundation/StoreNames.h"
 #include "host.h"
 #include "store/ConfigStore.h"
 #include "translators/Cancelled.h"
@@ -117,6 +118,7 @@ HRESULT EditFieldMapping(HWND parent, REFGUID map, bool setFlagForHistory)
     record.name2 = name2.text();
     record.database1 = database1.text();
     record.database2 = database2.text();
+    TellStoresApart(record.name1, record.database1, record.name2, record.database2);
     CFieldMappingDlg dialog(std::move(record), setFlagForHistory);
     try {
         const int ending = ShowDialog(dialog, parent);

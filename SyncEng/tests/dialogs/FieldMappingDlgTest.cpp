@@ -77,6 +77,18 @@ TEST_F(FieldMappingDlgTest, EveryFieldStandsInExactlyOneRow)
               S_FALSE);
 }
 
+TEST_F(FieldMappingDlgTest, TwoStoresOfOneNameAreToldApartByTheirPlaces)
+{
+    s.one().options.shortName = s.two().options.shortName = u"vCard";
+    s.one().options.database = u"/home/ada/Contacts";
+    s.two().options.database = u"/home/ada/phone.vcf";
+    EXPECT_EQ(edit([](Dialog& dialog) {
+                  EXPECT_EQ(list(dialog).columns.at(0).header, u"vCard (Contacts)");
+                  EXPECT_EQ(list(dialog).columns.at(1).header, u"vCard (phone.vcf)");
+              }),
+              S_FALSE);
+}
+
 TEST_F(FieldMappingDlgTest, ARowWithoutALeftFieldCannotBeDragged)
 {
     (void)edit([](Dialog& dialog) {

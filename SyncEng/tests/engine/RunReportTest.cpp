@@ -232,6 +232,15 @@ TEST_F(RunReport, ARunThatStartsOverStaysOneRun)
     EXPECT_EQ(items, 1);
 }
 
+TEST_F(RunReport, WhatARunThatStartsOverFoundOutStandsInTheReportOnce)
+{
+    s.two().options.leavesOut = u"a card, line 3";
+    s.log().failOn("2 GetRecordCount", 1, static_cast<HRESULT>(0x80040212));
+    ASSERT_EQ(sync(), S_OK);
+    EXPECT_EQ(sink->lines.size(), 2u) << "told by each of the two";
+    EXPECT_EQ(sink->count(passContacts, idTrans2, raLeftOut), 1);
+}
+
 TEST_F(RunReport, TheReportListsWhatWasToldAndBelongsToItsMap)
 {
     s.one().add(person(u"Ada", u"Lovelace"));

@@ -63,6 +63,25 @@ TEST_F(VbScriptTest, ASecondRunTestsReusesTheScriptControlWithTheFirstScriptStil
     EXPECT_EQ(message, said(2, "Invalid procedure call or argument", "fourth.vbs"));
 }
 
+TEST_F(VbScriptTest, AScriptReadsWhatTheLastRunDid)
+{
+    scenario.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+    EXPECT_EQ(run(inMain("Dim map, count, report, how, code, text, created, item, name, side\r\n"
+                         "auto.AddTrMap \"Notebook\", \"vCard\", map\r\n"
+                         "auto.Synchronize map, False, True\r\n"
+                         "auto.GetReportCount count\r\n"
+                         "auto.GetReport 0, report\r\n"
+                         "report.GetEnd how, code, text\r\n"
+                         "report.GetCount 2, 2, 1, created\r\n"
+                         "report.GetItem 0, item\r\n"
+                         "item.GetName name\r\n"
+                         "item.GetSide side\r\n"
+                         "If count <> 1 Or how <> 1 Or created <> 1 Then Err.Raise 5\r\n"
+                         "If name <> \"Ada Lovelace\" Or side <> 2 Then Err.Raise 6")),
+              S_OK)
+        << message;
+}
+
 TEST_F(VbScriptTest, AnotherObjectHasAScriptControlOfItsOwn)
 {
     ASSERT_EQ(run("Sub Main()\r\nEnd Sub"), S_OK);
