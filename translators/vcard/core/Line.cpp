@@ -234,6 +234,8 @@ std::u16string onOneLine(std::u16string escaped)
     return text;
 }
 
+bool hasControls(std::string_view bytes) { return bytes.find_first_of(std::string_view("\0\n\r", 3)) != npos; }
+
 } // namespace
 
 void Line::setValue(std::u16string escaped, const Context& context)
@@ -250,22 +252,30 @@ void Line::setValue(std::u16string escaped, const Context& context)
     }
     const bool ascii = isAscii(utf8);
     std::optional<std::string> bytes = encode(escaped, declared ? *declared : context.charset);
+    if (bytes && hasControls(*bytes) != hasControls(utf8)) bytes.reset(); // as of UTF-16: the line would end in the middle
     // Text of version 2.1 is ASCII unless the line or the bytes of the card say otherwise.
     const bool undeclared = v21 && !declared && !ascii && sameCharset(context.charset, kUtf8) && !base64();
     const bool needsEncoding = v21 && (undeclared || !bytes || utf8.find('\n') != npos || endsInLoneBackslash(utf8));
-    if (undeclared || !bytes) {
-        removeParam("CHARSET");
-        addParam("CHARSET", kUtf8);
-        bytes = std::move(utf8);
-    }
+    if (undeclared || !bytes) setParam("CHARSET", kUtf8);
     if (needsEncoding && !quotedPrintable() && !base64()) addParam("ENCODING", "QUOTED-PRINTABLE");
+    setBytes(undeclared || !bytes ? utf8 : *bytes, v21);
+    if (withPlainNewlines(decoded(context)) != escaped) { // a charset that has one code for two characters, or bytes that pass for UTF-8
+        setParam("CHARSET", kUtf8);
+        setBytes(utf8, v21);
+    }
+    text_ = std::move(escaped);
+    textKnown_ = true;
+}
+
+void Line::setBytes(const std::string& bytes, bool v21)
+{
     if (quotedPrintable()) {
         std::string plain;
-        for (const char c : *bytes) plain += c == '\n' ? std::string("\r\n") : std::string(1, c);
+        for (const char c : bytes) plain += c == '\n' ? std::string("\r\n") : std::string(1, c);
         setQuotedPrintable(plain);
     } else {
         // Version 2.1 folds at blanks only, and its readers disagree on what becomes of the blank: such a line stays whole.
-        setBody(base64() ? encodeBase64(*bytes) : std::move(*bytes), !v21 || base64());
+        setBody(base64() ? encodeBase64(bytes) : bytes, !v21 || base64());
     }
 }
 
@@ -324,6 +334,12 @@ void Line::addParam(std::string_view name, std::string_view value)
 {
     header_.append(";").append(name).append("=").append(value);
     parseHeader();
+}
+
+void Line::setParam(std::string_view name, std::string_view value)
+{
+    removeParam(name);
+    addParam(name, value);
 }
 
 void Line::removeParam(std::string_view name)

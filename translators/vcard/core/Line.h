@@ -58,7 +58,9 @@ private:
     bool encoded() const { return encoding_ != Encoding::Plain; }
     std::u16string decoded(const Context& context) const;
     void setBody(std::string body, bool folds);
+    void setBytes(const std::string& bytes, bool v21);
     void setQuotedPrintable(std::string_view plain);
+    void setParam(std::string_view name, std::string_view value);
 
     // A value that is set part by part is put into its final form once, when the bytes are asked for.
     mutable std::string raw_;

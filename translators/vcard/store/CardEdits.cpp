@@ -75,11 +75,19 @@ EditedText applied(const CardEdits& edits, const CardsText& before)
 
 std::size_t firstMisread(const EditedText& written, const ScanResult& scan)
 {
-    const auto differs = [](const CardSpan& a, const CardSpan& b) { return a.begin != b.begin || a.end != b.end; };
-    const std::size_t both = std::min(written.spans.size(), scan.cards.size());
-    std::size_t i = 0;
-    while (i < both && !differs(written.spans[i], scan.cards[i])) ++i;
-    return i;
+    const std::vector<CardSpan>& spans = written.spans;
+    if (scan.error && !spans.empty()) { // the last card that begins in front of the error, or on its line
+        const char lineEnd = written.text.find('\n') == std::string::npos ? '\r' : '\n';
+        std::size_t line = 1, at = 0, card = 0;
+        for (std::size_t i = 0; i < spans.size(); ++i) {
+            for (; at < spans[i].begin; ++at) line += written.text[at] == lineEnd;
+            if (line <= scan.error->line) card = i;
+        }
+        return card;
+    }
+    const auto same = [](const CardSpan& a, const CardSpan& b) { return a.begin == b.begin && a.end == b.end; };
+    const auto differing = std::mismatch(spans.begin(), spans.end(), scan.cards.begin(), scan.cards.end(), same).first;
+    return static_cast<std::size_t>(differing - spans.begin());
 }
 
 } // namespace mb::vcard

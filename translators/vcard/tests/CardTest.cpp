@@ -467,6 +467,21 @@ TEST(Card, AnEditChangesTheCharsetOfNoOtherLine)
     }
 }
 
+TEST(Card, AValueThatTheCharsetOfItsLineDoesNotReadBackIsWrittenInUtf8)
+{
+    const std::string latin = "FN:M\xFCller\r\n";
+    for (const auto& [lines, value] : std::initializer_list<std::pair<std::string, std::u16string>>{
+             {"NOTE;CHARSET=SHIFT_JIS:x\r\n", u"¥ 5"},                           // one code for two characters
+             {"NOTE;CHARSET=UTF-16LE:x\r\n", u"ĊčĀ"},                            // bytes that would end the line
+             {latin + "NOTE;ENCODING=QUOTED-PRINTABLE:x\r\n", u"\u00C3\u00BC"}}) // bytes that pass for UTF-8
+        for (const std::string& before : {v21("N:x\r\n" + lines), v30("N:x;;;;\r\n" + lines)}) {
+            Card card = Card::parse(before);
+            card.set(18, value);
+            EXPECT_TRUE(card.readsBackFrom(card.bytes())) << card.bytes();
+            expectFields(Card::parse(card.bytes()), {{18, value}});
+        }
+}
+
 TEST(Card, AnEditOfACardInOneCharsetKeepsTheBytesOfItsOtherLines)
 {
     const std::string before = v30("N:x;;;;\r\nFN:M\xFCller\r\nNOTE:gr\xFCn\r\n");

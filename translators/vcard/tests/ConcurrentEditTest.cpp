@@ -294,6 +294,21 @@ TEST_F(SharedFile, IsNotMadeAnewAfterItWasDeletedOrRenamed)
     }
 }
 
+// A card with the line ends that the file had when it was read is no card in a file of other line ends.
+TEST_F(SharedFile, IsNotWrittenWhereACardOfItsWouldNotReadBack)
+{
+    std::string old = one;
+    std::erase(old, '\n');
+    put("all.vcf", old);
+    CardStore store = open(folder / "all.vcf");
+    store.beginBatch();
+    add(store, u"New");
+    put("all.vcf", one);
+    age("all.vcf", 5);
+    expectFailure(Step::Update, "(New) would not read back", [&] { store.endBatch(false); });
+    EXPECT_EQ(get("all.vcf"), one);
+}
+
 // Cards without UID are known by their names, and those of one name by their order.
 TEST_F(SharedFile, FindsACardWithoutUidThatMoved)
 {
