@@ -346,9 +346,9 @@ std::vector<std::u16string> idsOf(const std::vector<platform::XmlElement>& eleme
     return ids;
 }
 
-using Question = RecordIndex::Question;
+using IndexQuestion = RecordIndex::Question;
 
-std::vector<std::u16string> idsOf(RecordIndex& index, Question question, const std::u16string& last, const std::u16string& first,
+std::vector<std::u16string> idsOf(RecordIndex& index, IndexQuestion question, const std::u16string& last, const std::u16string& first,
                                   const std::u16string& email, const std::u16string& digest)
 {
     const std::string l = platform::utf8(last), f = platform::utf8(first), e = platform::utf8(email), d = platform::utf8(digest);
@@ -388,17 +388,17 @@ TEST(RecordIndexTest, TheBucketsAnswerWhatTheExpressionsAnswer)
             const auto root = index.document().root();
             const std::string l = "@LastName=" + literal(last), f = "@FirstName=" + literal(first), e = "@Email=" + literal(email),
                               open = "@MappedID=\"\"", v = "]/Value[.=" + literal(digest) + "]";
-            EXPECT_EQ(idsOf(index, Question::ContentAlone, u"", u"", u"", digest),
+            EXPECT_EQ(idsOf(index, IndexQuestion::ContentAlone, u"", u"", u"", digest),
                       idsOf(root.select("Record[@LastName=\"\" and @FirstName=\"\" and @Email=\"\" and " + open + v), true));
-            EXPECT_EQ(idsOf(index, Question::NameAndContent, last, first, email, digest),
+            EXPECT_EQ(idsOf(index, IndexQuestion::NameAndContent, last, first, email, digest),
                       idsOf(root.select("Record[" + l + " and " + f + " and " + open + v), true));
-            EXPECT_EQ(idsOf(index, Question::EmailAndContent, last, first, email, digest),
+            EXPECT_EQ(idsOf(index, IndexQuestion::EmailAndContent, last, first, email, digest),
                       idsOf(root.select("Record[" + l + " and " + e + " and " + open + v), true));
-            EXPECT_EQ(idsOf(index, Question::NameAndEmail, last, first, email, digest),
+            EXPECT_EQ(idsOf(index, IndexQuestion::NameAndEmail, last, first, email, digest),
                       idsOf(root.select("Record[" + l + " and " + f + " and " + e + " and " + open + "]"), false));
-            EXPECT_EQ(idsOf(index, Question::Name, last, first, email, digest),
+            EXPECT_EQ(idsOf(index, IndexQuestion::Name, last, first, email, digest),
                       idsOf(root.select("Record[" + l + " and " + f + " and " + open + "]"), false));
-            EXPECT_EQ(idsOf(index, Question::Email, last, first, email, digest),
+            EXPECT_EQ(idsOf(index, IndexQuestion::Email, last, first, email, digest),
                       idsOf(root.select("Record[" + l + " and " + e + " and " + open + "]"), false));
             index.MarkRecordMapped(any(ids), u"partner");
             if (random() % 4 == 0) add();
