@@ -187,6 +187,7 @@ std::string optionHelp()
         text += "  " + std::string(option.name) + ": " + optionValueName(option, option.byDefault);
         for (const OptionValue& value : option.values)
             if (value.value != option.byDefault) text += std::string(" ") + value.name;
+        if (option.isPercentage) text += " or 1% to 100%";
         text += "\n      " + std::string(option.meaning) + "\n";
     }
     text += "  first, second: DATABASE\n      where the store was moved to; it must hold the contacts that the map knows, or say --force\n";

@@ -7,7 +7,7 @@
 namespace mbhost {
 
 struct RunRecord {
-    std::string end;     // a word of mb status: good, failed, cancelled, refused, unanswered
+    std::string end;     // a word of mb status: good, failed, cancelled, refused, unanswered, unfinished
     DATE when = 0.0;     // local time
     std::string message; // why it failed or was refused; empty else
 };

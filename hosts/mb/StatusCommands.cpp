@@ -29,7 +29,7 @@ std::string dateName(DATE date)
 std::filesystem::path logPath() { return dataFolder() / "MBSync.log"; }
 
 struct LastRun {
-    std::string state;  // never, good, failed, or unreadable; of a run by mb also cancelled, refused and unanswered
+    std::string state;  // never, good, failed, or unreadable; of a run by mb also cancelled, refused, unanswered and unfinished
     std::string reason; // why it is unreadable
     DATE when = 0.0;
     std::string message; // why it failed or was refused, where that is known
@@ -114,9 +114,11 @@ void addStatusCommands(CLI::App& app)
     };
     const auto given = std::make_shared<Arguments>();
     auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended");
-    state->footer("LAST RUN is never, good, failed, cancelled, refused, unanswered where a question found nobody to answer, or unreadable\n"
-                  "where the map's history cannot be opened; the code is 1 then. --json tells why a run failed or was refused.\n\n"
-                  "Examples:\n  mb status\n  mb status --json");
+    state->footer(
+        "LAST RUN is never, good, failed, cancelled, refused, unanswered where a question found nobody to answer, unfinished where\n"
+        "the run still goes on or was killed, or unreadable where the map's history cannot be opened; the code is 1 then.\n"
+        "--json tells why a run failed or was refused.\n\n"
+        "Examples:\n  mb status\n  mb status --json");
     state->add_flag("--json", given->json, jsonHelp);
     state->callback([given] { status(given->json); });
 

@@ -109,6 +109,7 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     const DeleteLimit limit = runner.options().limit.value_or(DeleteLimit::ofMap(readOption(maps, map.guid, optionNamed("max-delete"))));
     const auto start = std::chrono::steady_clock::now();
     const EngineMessages told;
+    if (!runner.options().dryRun) saveRunRecord(map.guid, {"unfinished", platform::localNow(), {}});
     const HRESULT hr = runner.run(map, limit);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     outcome.events = runner.sink().events;

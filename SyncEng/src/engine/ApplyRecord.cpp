@@ -42,7 +42,7 @@ const std::u16string* valueIn(const FieldValueMap* values, LONG type)
 class RecordApply {
 public:
     RecordApply(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<GUID>& writtenFields)
+                std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<std::size_t>& writtenFields)
         : pass_(pass), run_(pass.run), sourceSide_(source), targetSide_(otherSide(source)), source_(pass.side(source)),
           target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), guard_(guard),
           writtenFields_(writtenFields), sourceKey_(recordId), isNew_(!targetId), matched_(task.Kind == TaskMatched)
@@ -75,6 +75,7 @@ public:
 private:
     // One mapped pair on its way.
     struct FieldStep {
+        std::size_t index = 0; // of the mapped pair
         GUID sourceField{}, targetField{};
         LONG S = 0, T = 0; // the field types
         bool WriteIt = false, written = false;
@@ -93,6 +94,7 @@ private:
         SourceData.reserve(sourceFields.size());
         for (std::size_t i = 0; i < sourceFields.size(); ++i) {
             FieldStep step;
+            step.index = i;
             step.sourceField = sourceFields[i];
             step.targetField = targetFields[i];
             if (FAILED(source_.fieldType(i, step.S))) continue;
@@ -165,7 +167,7 @@ private:
         hr = target_.store.write(targetKey_.get(), step.targetField, *value);
         if (FAILED(hr)) return;
         step.written = true;
-        writtenFields_.push_back(step.targetField);
+        writtenFields_.push_back(step.index);
         written_.insert(step.T);
         if (isImageType(step.T)) written_.insert(sizeTypeOf(step.T));
         if (isImageType(step.T)) targetImageStates_[step.T].has = !step.text().empty();
@@ -299,7 +301,7 @@ private:
     const RecordTask& task_;
     std::optional<std::u16string>& targetIdOut_;
     LinkGuard& guard_;
-    std::vector<GUID>& writtenFields_;
+    std::vector<std::size_t>& writtenFields_;
     com::Bstr sourceKey_, targetKey_;
     bool isNew_, matched_, hostUpdate_ = false;
     std::optional<ULONG> sourceCaps_, targetCaps_;
@@ -315,7 +317,7 @@ private:
 } // namespace
 
 HRESULT ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                    std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<GUID>& writtenFields)
+                    std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<std::size_t>& writtenFields)
 {
     return RecordApply(pass, source, recordId, task, targetId, guard, writtenFields).run();
 }

@@ -69,7 +69,7 @@ private:
         const bool created = !task.MappedId;
         std::optional<std::u16string> targetId = task.MappedId;
         LinkGuard guard(source().store, target().store);
-        std::vector<GUID> written;
+        std::vector<std::size_t> written;
         const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId, guard, written);
         if (FAILED(hr)) return fail(hr, entryOf(task, task.MappedId.value_or(std::u16string()), id, name));
         if (task.MappedId && !task.MappedId->empty() && !targetId->empty() && *task.MappedId != *targetId)
@@ -114,15 +114,18 @@ private:
         return hr;
     }
 
-    std::vector<ReportedField> describeFields(const std::vector<GUID>& written)
+    std::vector<ReportedField> describeFields(const std::vector<std::size_t>& written)
     {
-        std::vector<ReportedField> fields;
-        for (const GUID& field : written) {
-            ReportedField& described = fields.emplace_back();
-            (void)target().store.fieldType(field, described.type);
-            (void)target().store.fieldName(field, described.name);
+        const auto fields = pass_.fields(targetSide_);
+        fieldNames_.resize(fields.size());
+        std::vector<ReportedField> described;
+        for (const std::size_t i : written) {
+            ReportedField& field = described.emplace_back();
+            (void)target().fieldType(i, field.type);
+            if (!fieldNames_[i]) (void)target().store.fieldName(fields[i], fieldNames_[i].emplace());
+            field.name = *fieldNames_[i];
         }
-        return fields;
+        return described;
     }
 
     HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
@@ -155,6 +158,7 @@ private:
     PipelinePass& pass_;
     RunState& run_;
     Side targetSide_, sourceSide_;
+    std::vector<std::optional<std::u16string>> fieldNames_; // of the target's mapped fields, as far as they were asked for
 };
 
 } // namespace

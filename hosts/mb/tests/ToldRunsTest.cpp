@@ -2,7 +2,10 @@
 #include "EndToEndFixture.h"
 
 #include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <fstream>
+#include <thread>
 
 using namespace mbtest;
 namespace fs = std::filesystem;
@@ -111,6 +114,21 @@ TEST_F(ToldRunsTest, StatusTellsHowTheLastRunEnded)
     fs::rename(folder(), home_ / "away");
     EXPECT_EQ(mb({"sync", "--silent"}).code, 1);
     EXPECT_EQ(status(), "failed");
+}
+
+TEST_F(ToldRunsTest, ARunThatWasKilledIsUnfinished)
+{
+    (void)makeMap(3000);
+    run_.whileRuns = [&](int pid) {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        ::kill(pid, SIGKILL);
+    };
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 128 + SIGKILL);
+    run_.whileRuns = nullptr;
+    EXPECT_EQ(status(), "unfinished");
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_EQ(status(), "good");
 }
 
 TEST_F(ToldRunsTest, TheRecordOfAMapGoesWithTheMap)
