@@ -13,14 +13,20 @@ VARIANT* variableOf(const VARIANT& argument) noexcept
     return variable;
 }
 
-bool isEnumeration(const Ptr<ITypeInfo>& info, HREFTYPE reference) noexcept
+bool isOfKind(const Ptr<ITypeInfo>& info, HREFTYPE reference, TYPEKIND kind) noexcept
 {
     Ptr<ITypeInfo> named;
     TYPEATTR* attributes = nullptr;
     if (FAILED(info->GetRefTypeInfo(reference, named.put())) || FAILED(named->GetTypeAttr(&attributes))) return false;
-    const bool found = attributes->typekind == TKIND_ENUM;
+    const bool found = attributes->typekind == kind;
     named->ReleaseTypeAttr(attributes);
     return found;
+}
+
+// An object that scripts can drive, by the interface that the method names.
+bool isDispatch(const Ptr<ITypeInfo>& info, const TYPEDESC& type) noexcept
+{
+    return type.vt == VT_USERDEFINED && isOfKind(info, type.hreftype, TKIND_DISPATCH);
 }
 
 // What a parameter gives back; VT_EMPTY if it gives nothing, or something that no variable has to be turned into.
@@ -39,7 +45,8 @@ VARTYPE typeGivenBack(const Ptr<ITypeInfo>& info, const ELEMDESC& parameter) noe
     case VT_UI4:
     case VT_UNKNOWN: return type.vt;
     case VT_SAFEARRAY: return static_cast<VARTYPE>(VT_ARRAY | type.lptdesc->vt);
-    case VT_USERDEFINED: return isEnumeration(info, type.hreftype) ? VT_I4 : VT_EMPTY;
+    case VT_USERDEFINED: return isOfKind(info, type.hreftype, TKIND_ENUM) ? VT_I4 : VT_EMPTY;
+    case VT_PTR: return isDispatch(info, *type.lptdesc) ? VT_DISPATCH : VT_EMPTY;
     default: return VT_EMPTY;
     }
 }
