@@ -25,8 +25,7 @@ HRESULT applicationDataFolder(fs::path& path)
 {
     path = platform::userDataFolder();
     if (path.empty()) return E_FAIL;
-    std::error_code error;
-    fs::create_directories(path, error); // the system's own folder; a fresh account may lack it
+    (void)platform::createFolders(path); // the system's own folder; a fresh account may lack it
     return ensureEach(path, {"Zorel", "MBSync"});
 }
 

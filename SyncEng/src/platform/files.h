@@ -20,11 +20,15 @@ std::u16string textOf(const std::filesystem::path& path);
 std::filesystem::path userDataFolder();
 std::filesystem::path machineDataFolder();
 
+// What is made here is for its owner alone where the system has rights of files: files 0600, folders 0700, whatever the process's mask
+// leaves of that. A file that is replaced keeps its rights, its owner and its group, as far as the user may give them.
 bool fileExists(const std::filesystem::path& file) noexcept;
 // Whether the file can be opened for reading; a missing one is made, empty, if its folder is there.
 bool openOrCreate(const std::filesystem::path& file) noexcept;
 // Makes one level; true if the folder exists afterwards.
 bool createFolder(const std::filesystem::path& folder) noexcept;
+// Makes the folder with all that lead to it.
+bool createFolders(const std::filesystem::path& folder);
 std::error_code copyReplacing(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
 // errc::file_exists if there is a target.
 std::error_code copyFailingIfExists(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
@@ -32,7 +36,7 @@ std::error_code copyFailingIfExists(const std::filesystem::path& from, const std
 std::string readFile(const std::filesystem::path& file, std::error_code& error, std::uint64_t limit = UINT64_MAX);
 
 // A new content for a file. It is written beside the target, and commit() flushes it to disk and renames it over the target; without
-// commit nothing has changed and the temporary file is gone. The target's permissions are kept.
+// commit nothing has changed and the temporary file is gone.
 class AtomicFile {
 public:
     explicit AtomicFile(const std::filesystem::path& target) noexcept;

@@ -258,14 +258,26 @@ TEST_F(Files, ACopyThatFailsLeavesItsTarget)
     EXPECT_THAT(listed(), UnorderedElementsAre("from", "to"));
 }
 
-TEST_F(Files, ACopyOfAPrivateFileIsPrivate)
+TEST_F(Files, ACopyIsForItsOwnerAlone)
 {
     write("from", "secret");
-    ASSERT_EQ(::chmod(at("from").c_str(), 0600), 0);
-    EXPECT_FALSE(copyReplacing(at("from"), at("one")));
-    EXPECT_FALSE(copyFailingIfExists(at("from"), at("two")));
-    EXPECT_EQ(permissionsOf(at("one")), 0600u);
-    EXPECT_EQ(permissionsOf(at("two")), 0600u);
+    for (const mode_t mode : {0600u, 0644u}) {
+        ASSERT_EQ(::chmod(at("from").c_str(), mode), 0);
+        EXPECT_FALSE(copyReplacing(at("from"), at("one")));
+        EXPECT_FALSE(copyFailingIfExists(at("from"), at("two")));
+        EXPECT_EQ(permissionsOf(at("one")), 0600u);
+        EXPECT_EQ(permissionsOf(at("two")), 0600u);
+        ASSERT_TRUE(fs::remove(at("one")) && fs::remove(at("two")));
+    }
+}
+
+TEST_F(Files, ACopyOverAFileKeepsThatFilesPermissions)
+{
+    write("from", "new");
+    write("to", "old");
+    ASSERT_EQ(::chmod(at("to").c_str(), 0640), 0);
+    EXPECT_FALSE(copyReplacing(at("from"), at("to")));
+    EXPECT_EQ(permissionsOf(at("to")), 0640u);
 }
 
 TEST_F(Files, ACopyFailsWhereThereIsATarget)
@@ -448,13 +460,29 @@ TEST_F(Files, TheTargetsPermissionsAreKept)
     }
 }
 
-TEST_F(Files, ANewFileHasThePermissionsOfTheMask)
+TEST_F(Files, WhatIsMadeIsForItsOwnerAlone)
 {
-    EXPECT_FALSE(replace(at("a"), "new"));
-    EXPECT_EQ(permissionsOf(at("a")), 0644u);
-    ::umask(077);
-    EXPECT_FALSE(replace(at("b"), "new"));
-    EXPECT_EQ(permissionsOf(at("b")), 0600u);
+    for (const mode_t unwanted : {022u, 0u, 077u}) {
+        ::umask(unwanted);
+        EXPECT_FALSE(replace(at("replaced"), "new"));
+        EXPECT_TRUE(openOrCreate(at("opened")));
+        EXPECT_TRUE(AppendFile(at("log")).write("line"));
+        EXPECT_TRUE(createFolder(at("one")));
+        EXPECT_TRUE(createFolders(at("some") / "more" / "levels"));
+        for (const char* file : {"replaced", "opened", "log"}) EXPECT_EQ(permissionsOf(at(file)), 0600u) << file;
+        for (const char* made : {"one", "some", "some/more", "some/more/levels"}) EXPECT_EQ(permissionsOf(at(made)), 0700u) << made;
+        for (const auto& entry : fs::directory_iterator(home())) fs::remove_all(entry.path());
+    }
+}
+
+TEST_F(Files, FoldersThatAreThereStayAsTheyAre)
+{
+    ASSERT_EQ(::chmod(home().c_str(), 0755), 0);
+    EXPECT_TRUE(createFolders(home() / "a"));
+    EXPECT_TRUE(createFolders(home() / "a"));
+    EXPECT_EQ(permissionsOf(home()), 0755u);
+    write("file", "");
+    EXPECT_FALSE(createFolders(at("file") / "a"));
 }
 
 TEST_F(Files, APrivateContentIsPrivateWhileItIsWritten)
@@ -495,6 +523,19 @@ TEST_F(Files, TheSuperuserLeavesAFileToItsOwner)
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
     EXPECT_EQ(permissionsOf(at("a")), 0600u);
+}
+
+TEST_F(Files, AReplacedFileStaysInItsGroup)
+{
+    write("a", "old");
+    if (::geteuid() == 0) { ASSERT_EQ(::chown(at("a").c_str(), ::geteuid(), 65534), 0); }
+    struct stat before {};
+    ASSERT_EQ(::stat(at("a").c_str(), &before), 0);
+    EXPECT_FALSE(replace(at("a"), "new"));
+    struct stat after {};
+    ASSERT_EQ(::stat(at("a").c_str(), &after), 0);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+    EXPECT_EQ(after.st_uid, before.st_uid);
 }
 
 TEST_F(Files, ALinkSurvivesAndItsTargetChanges)

@@ -80,7 +80,6 @@ struct Source {
             return 0;
         }
     }
-    [[nodiscard]] mode_t permissions() const noexcept { return info.st_mode & 0777; }
     Descriptor file;
     struct stat info {};
     std::error_code error;
@@ -121,6 +120,7 @@ void flushFolder(const fs::path& folder) noexcept
 }
 
 constexpr std::size_t bufferSize = 1 << 16;
+constexpr mode_t ownerOnly = 0600; // names, addresses and birthdays are nobody else's business
 
 // A history is read into one buffer that may be hundreds of megabytes: a page fault for each 4 KB of it costs more than the reading.
 void wantLargePages(char* memory, std::size_t size) noexcept
@@ -134,8 +134,7 @@ void wantLargePages(char* memory, std::size_t size) noexcept
 // A new content beside its target; the temporary file goes with it, unless it became the target.
 class Draft {
 public:
-    // A target that is not there yet gets `permissions`, as far as the process's mask lets it.
-    explicit Draft(const fs::path& wanted, mode_t permissions = 0666) : target_(followed(wanted, error_)), folder_(target_.parent_path())
+    explicit Draft(const fs::path& wanted) : target_(followed(wanted, error_)), folder_(target_.parent_path())
     {
         buffer_.reserve(bufferSize);
         struct stat info {};
@@ -144,8 +143,7 @@ public:
             error_ = std::make_error_code(S_ISDIR(info.st_mode) ? std::errc::is_a_directory : std::errc::operation_not_supported);
         else if (there && ::faccessat(AT_FDCWD, target_.c_str(), W_OK, AT_EACCESS) != 0)
             error_ = lastError();
-        // A private content is at no moment readable by others.
-        if (!error_) open(there ? 0600 : permissions);
+        if (!error_) open();
         if (!error_ && there) takeOver(info);
     }
     Draft(const Draft&) = delete;
@@ -177,12 +175,12 @@ public:
     }
 
 private:
-    void open(mode_t permissions)
+    void open()
     {
         // A forked process draws the same numbers as its parent.
         for (int attempt = 0; attempt < 16 && !file_; ++attempt) {
             temporary_ = folder_ / temporaryName();
-            file_.open(fileCalls.open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
+            file_.open(fileCalls.open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
             if (!file_ && errno != EEXIST) break;
         }
         if (file_) return;
@@ -192,9 +190,14 @@ private:
 
     void takeOver(const struct stat& info) noexcept
     {
-        // Only the superuser can give a file away, and must, or its owner would lose it.
+        struct stat made {};
+        if (::fstat(file_.get(), &made) != 0) error_ = lastError();
+        // Only the superuser can give a file away, and must, or its owner would lose it. A user can give it to a group of theirs.
         const uid_t user = fileCalls.user();
-        if (info.st_uid != user && fileCalls.giveTo(file_.get(), info.st_uid, info.st_gid) != 0 && user == 0) error_ = lastError();
+        const bool given =
+            (info.st_uid == user && info.st_gid == made.st_gid) || fileCalls.giveTo(file_.get(), info.st_uid, info.st_gid) == 0;
+        if (!given && user == 0 && !error_) error_ = lastError();
+        if (!given && user != 0 && info.st_gid != made.st_gid) (void)fileCalls.giveTo(file_.get(), user, info.st_gid);
         if (!error_ && ::fchmod(file_.get(), info.st_mode & 07777) != 0) error_ = lastError();
     }
 
@@ -240,14 +243,21 @@ bool fileExists(const fs::path& file) noexcept
 
 bool openOrCreate(const fs::path& file) noexcept
 {
-    return static_cast<bool>(Descriptor(::open(file.c_str(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0666)));
+    return static_cast<bool>(Descriptor(::open(file.c_str(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, ownerOnly)));
 }
 
 bool createFolder(const fs::path& folder) noexcept
 {
-    if (::mkdir(folder.c_str(), 0777) == 0) return true;
+    if (::mkdir(folder.c_str(), 0700) == 0) return true;
     struct stat info {};
     return ::stat(folder.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool createFolders(const fs::path& folder)
+{
+    const fs::path parent = folder.parent_path();
+    if (!parent.empty() && parent != folder && !createFolders(parent)) return false;
+    return createFolder(folder);
 }
 
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
@@ -255,7 +265,7 @@ std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
     try {
         Source source(from);
         if (source.error) return source.error;
-        Draft copy(to, source.permissions());
+        Draft copy(to);
         char piece[bufferSize];
         while (const std::size_t n = source.read(piece, sizeof piece)) copy.write({piece, n});
         return source.error ? source.error : copy.commit();
@@ -268,7 +278,7 @@ std::error_code copyFailingIfExists(const fs::path& from, const fs::path& to) no
 {
     Source source(from);
     if (source.error) return source.error;
-    Descriptor file(fileCalls.open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, source.permissions()));
+    Descriptor file(fileCalls.open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
     if (!file) return lastError();
     std::error_code error;
     char piece[bufferSize];
@@ -320,7 +330,9 @@ void AtomicFile::write(std::string_view bytes) noexcept
 
 std::error_code AtomicFile::commit() noexcept { return state_ ? state_->commit() : std::make_error_code(std::errc::not_enough_memory); }
 
-AppendFile::AppendFile(const fs::path& file) noexcept : handle_(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666)) {}
+AppendFile::AppendFile(const fs::path& file) noexcept : handle_(::open(file.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, ownerOnly))
+{
+}
 AppendFile::AppendFile(AppendFile&& o) noexcept : handle_(std::exchange(o.handle_, -1)) {}
 
 AppendFile& AppendFile::operator=(AppendFile&& o) noexcept

@@ -121,6 +121,13 @@ bool createFolder(const fs::path& folder) noexcept
     return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
+bool createFolders(const fs::path& folder)
+{
+    const fs::path parent = folder.parent_path();
+    if (!parent.empty() && parent != folder && !createFolders(parent)) return false;
+    return createFolder(folder);
+}
+
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
 {
     std::error_code error;
