@@ -195,10 +195,10 @@ private:
                       exitUsage);
     }
 
-    // A mistyped name would be made into an empty card file. A transfer from a target may begin with one.
-    std::string expectFile(const std::string& file) const
+    // Only mb add makes a card file.
+    static std::string expectFile(const std::string& file)
     {
-        if (!given_.reverse() && !platform::fileExists(pathOf(file))) throw Failure("The card file " + quote(file) + " does not exist.");
+        if (!platform::fileExists(pathOf(file))) throw Failure("The card file " + quote(file) + " does not exist; mb add makes one.");
         return file;
     }
 

@@ -144,18 +144,25 @@ bool StoreTranslator::offers(REFIID riid) const noexcept
     return true;
 }
 
-HRESULT StoreTranslator::start(ITrServices* services, OpenStore openStore)
+HRESULT StoreTranslator::start(ITrServices* services, OpenStore openStore, bool make)
 {
     return run([&] {
         const std::u16string database = databaseOf(services, info_);
         if (!services && database.empty()) throw com::Error(E_POINTER);
+        if (make && info_.make) info_.make(platform::utf8(database));
         open(services, database, openStore);
     });
 }
 
-HRESULT StoreTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL) { return start(pServices, info_.open); }
+HRESULT StoreTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL bReconfig)
+{
+    return start(pServices, info_.open, bReconfig != VARIANT_FALSE);
+}
 
-HRESULT StoreTranslator::InitializeCategories(ITrServices* pServices, HWND, VARIANT_BOOL) { return start(pServices, info_.openCategories); }
+HRESULT StoreTranslator::InitializeCategories(ITrServices* pServices, HWND, VARIANT_BOOL)
+{
+    return start(pServices, info_.openCategories, false);
+}
 
 HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription)
 {

@@ -31,6 +31,9 @@ struct PluginInfo {
     std::unique_ptr<RecordStore> (*openCategories)(const std::string& database, Report report) = nullptr;
     // Whether the store looks for equal records in front of the engine's own search; see EqualRecordFinder.
     bool findsEqualRecords = false;
+    // Makes an empty store where there is none and leaves one that is there; called where the store is set up, and never by a run. Null
+    // for a plug-in whose stores others make.
+    void (*make)(const std::string& database) = nullptr;
 };
 
 class StoreTranslator
@@ -124,7 +127,7 @@ private:
     [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
     RecordStore& store(Step step);
     bool offers(REFIID riid) const noexcept override;
-    HRESULT start(ITrServices* services, OpenStore openStore);
+    HRESULT start(ITrServices* services, OpenStore openStore, bool make);
     void open(ITrServices* services, std::u16string_view database, OpenStore openStore);
     template <class F> HRESULT begin(F&& body) noexcept; // an addition or an edit
     const Picture& picture() const;

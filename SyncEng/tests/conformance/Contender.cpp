@@ -21,8 +21,11 @@ public:
     {
         const fs::path path = folder.path() / database;
         fs::create_directories(isFolder ? path : path.parent_path());
-        if (path.extension() == ".vcf") folder.write(database, ""); // the others are made at their first use
+        if (path.extension() == ".vcf") folder.write(database, ""); // the others are made where they are set up
         services->values[u"Database"] = path.u16string();
+        const com::Ptr<ITranslator> translator = plugin_.create();
+        EXPECT_EQ(translator->Initialize(services.get(), nullptr, VARIANT_TRUE), S_OK);
+        EXPECT_EQ(translator->Cleanup(), S_OK);
     }
     com::Ptr<ITranslator> create() override { return plugin_.create(); }
     bool allReturned() const override { return plugin_.allReturned(); }

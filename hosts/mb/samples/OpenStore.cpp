@@ -11,7 +11,7 @@ constexpr GUID cardFileClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9
 
 } // namespace
 
-OpenStore::OpenStore(const std::string& database) : library_(platform::executablePath().parent_path() / "cardfile.so")
+OpenStore::OpenStore(const std::string& database, IfMissing ifMissing) : library_(platform::executablePath().parent_path() / "cardfile.so")
 {
     const auto getClassObject = library_ ? library_.function<HRESULT(REFCLSID, REFIID, void**)>("DllGetClassObject") : nullptr;
     if (!getClassObject) throw Problem("The plug-in cardfile.so is not beside this program.");
@@ -29,6 +29,11 @@ OpenStore::OpenStore(const std::string& database) : library_(platform::executabl
         com::check(list_->GetFieldByIndex(i, &guid));
         com::check(field_->GetFieldType(guid, &type));
         byType_.emplace_back(type, guid);
+    }
+    if (ifMissing == IfMissing::Make) {
+        platform::setEnvironment(u"MB_STORE_MIRABOOK", platform::utf16(database)); // by which a store without settings is named
+        check(translator_->Initialize(nullptr, nullptr, VARIANT_TRUE));
+        check(translator_->Cleanup());
     }
     const com::Bstr none;
     check(translator_.as<ITranslatorTest>()->InitializeDatabase(com::Bstr(platform::utf16(database)).get(), none.get(), none.get()));

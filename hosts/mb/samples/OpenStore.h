@@ -14,8 +14,9 @@ class Problem : public std::runtime_error {
 
 class OpenStore {
 public:
+    enum class IfMissing { Fail, Make };
     // The plug-in lies beside this program. A Problem says what is wrong with the database.
-    explicit OpenStore(const std::string& database);
+    explicit OpenStore(const std::string& database, IfMissing ifMissing = IfMissing::Fail);
     OpenStore(const OpenStore&) = delete;
     OpenStore& operator=(const OpenStore&) = delete;
     ~OpenStore();

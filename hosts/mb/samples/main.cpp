@@ -11,7 +11,7 @@ using namespace mbsamples;
 
 void fill(const std::string& file, std::size_t count)
 {
-    OpenStore store(file);
+    OpenStore store(file, OpenStore::IfMissing::Make);
     store.beginUpdate();
     for (const SampleContact& c : sampleContacts(count))
         store.add({{ftFirstName, c.first},
@@ -51,7 +51,7 @@ int main(int argc, char** argv)
     std::size_t count = listedContacts();
     const auto command = [&](const char* title, const char* meaning) {
         auto* sub = app.add_subcommand(title, meaning);
-        sub->add_option("CARDFILE", file, "The card file; it is made if there is none")->required();
+        sub->add_option("CARDFILE", file, "The card file; fill makes it if there is none")->required();
         return sub;
     };
     auto* fillCommand = command("fill", "Add the sample contacts");

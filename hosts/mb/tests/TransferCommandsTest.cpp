@@ -148,10 +148,14 @@ TEST_F(TransferCommandsTest, ATargetWithoutADatabaseSaysHowToGiveOne)
     expectFailure({"transfer", "--to", "vCard", "--all", "--cards", cards()}, 1, "NAME=DATABASE");
 }
 
-TEST_F(TransferCommandsTest, ATransferFromATargetMayBeginACardFile)
+TEST_F(TransferCommandsTest, ATransferMakesNoCardFileInEitherDirection)
 {
     registerPlugins();
     putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
+    expectFailure({"transfer", "--from", target(), "--cards", "fresh.db"}, 1, "fresh.db");
+    expectFailure({"transfer", "--to", target(), "--cards", "fresh.db", "--all"}, 1, "fresh.db");
+    EXPECT_FALSE(fs::exists(home_ / "fresh.db"));
+    EXPECT_EQ(samples({"fill", home_ / "fresh.db", "--count", "0"}).code, 0);
     const Json run = json({"transfer", "--from", target(), "--cards", "fresh.db", "--all"});
     EXPECT_EQ(run.at("first").at("created"), 1);
     EXPECT_NE(samples({"list", home_ / "fresh.db"}).out.find("New Person"), std::string::npos);

@@ -21,10 +21,15 @@ std::unique_ptr<plugin::RecordStore> openCategories(const std::string& database,
     return std::make_unique<plugin::CategoryStore>(file->categories(), [file](const plugin::Names& names) { file->keepCategories(names); });
 }
 
-constexpr plugin::PluginInfo info{u"Mirabook",          u"Mirabook 6.0.4 or later",
-                                  u"Mirabook file",     {0x2B9D6C40, 0, 0x4D1E, {0x8A, 0x57, 0x1C, 0x93, 0x6F, 0x0E, 0xB2, 0x48}},
-                                  cardfile::cardFields, openStore,
-                                  openCategories,       true};
+constexpr plugin::PluginInfo info{u"Mirabook",
+                                  u"Mirabook 6.0.4 or later",
+                                  u"Mirabook file",
+                                  {0x2B9D6C40, 0, 0x4D1E, {0x8A, 0x57, 0x1C, 0x93, 0x6F, 0x0E, 0xB2, 0x48}},
+                                  cardfile::cardFields,
+                                  openStore,
+                                  openCategories,
+                                  true,
+                                  cardfile::CardFile::make};
 
 class CardFileTranslator final : public plugin::StoreTranslator {
 public:

@@ -9,6 +9,7 @@
 namespace mb::cardfile {
 namespace {
 
+namespace fs = std::filesystem;
 using plugin::Step;
 using plugin::StoreError;
 
@@ -32,14 +33,14 @@ std::string fullPath(const std::string& path)
     if (path.empty()) throw StoreError(Step::Open, "No card file is chosen.");
     if (path.find('\0') != path.npos) throw StoreError(Step::Open, "The name of the card file is damaged. Choose the file again.");
     std::error_code error;
-    const auto full = std::filesystem::absolute(platform::pathOf(platform::utf16(path)), error); // ":memory:" is a file as any other
+    const auto full = fs::absolute(platform::pathOf(platform::utf16(path)), error); // ":memory:" is a file as any other
     return error ? path : platform::utf8(platform::textOf(full));
 }
 
 std::uintmax_t spaceBeside(const std::string& path)
 {
     std::error_code error;
-    const auto space = std::filesystem::space(platform::pathOf(platform::utf16(path)).parent_path(), error);
+    const auto space = fs::space(platform::pathOf(platform::utf16(path)).parent_path(), error);
     return error ? UINTMAX_MAX : space.available;
 }
 
@@ -64,9 +65,9 @@ std::string sentence(const std::string& path, const DatabaseError& e)
     switch (e.code() & 0xFF) {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT: return file + "is no card file, or is damaged. Choose another file, or restore this one from a copy.";
-    case SQLITE_CANTOPEN: return file + "cannot be opened. Check that its folder exists and that you may write there.";
+    case SQLITE_CANTOPEN: return file + "cannot be opened. Check that its folder exists and that you may read and write there.";
     case SQLITE_READONLY:
-    case SQLITE_PERM: return file + "cannot be written. Check who may write it and its folder.";
+    case SQLITE_PERM: return file + "cannot be written. Check who may write it, its folder, and its files of the endings -wal and -shm.";
     case SQLITE_FULL: return file + "cannot grow: the disk is full. Make room and try again.";
     case SQLITE_IOERR: return file + "cannot be read or written: " + e.what() + ". Check the disk, and whether it has room.";
     case SQLITE_BUSY:
@@ -75,6 +76,37 @@ std::string sentence(const std::string& path, const DatabaseError& e)
     case SQLITE_NOMEM: throw std::bad_alloc();
     default: return file + "failed: " + e.what() + ".";
     }
+}
+
+void requireCardFile(FileKind kind, const std::string& path)
+{
+    switch (kind) {
+    case FileKind::Card: return;
+    case FileKind::Blank:
+        throw StoreError(Step::Open, "The card file \"" + path +
+                                         "\" is empty, as one that was cut off is. Restore it from a copy, or choose another file.");
+    case FileKind::Foreign: throw StoreError(Step::Open, "The file \"" + path + "\" is a database, but no card file. Choose another file.");
+    case FileKind::Later:
+        throw StoreError(Step::Open,
+                         "The card file \"" + path + "\" was written by a later version of this program. Update the program to use it.");
+    }
+}
+
+bool isMissing(const fs::path& path)
+{
+    std::error_code error;
+    return fs::status(path, error).type() == fs::file_type::not_found;
+}
+
+void requirePresence(const std::string& path)
+{
+    const fs::path file = platform::pathOf(platform::utf16(path));
+    if (!isMissing(file)) return;
+    const bool folderToo = isMissing(file.parent_path());
+    throw StoreError(
+        Step::Open,
+        "The card file \"" + path + "\" is missing" + (folderToo ? ", and so is its folder" : "") +
+            ". Put it back, connect the drive that it is on, or choose the place where it is now. No new one is made in a run.");
 }
 
 } // namespace
@@ -113,17 +145,57 @@ CardFile::~CardFile()
     }
 }
 
+void CardFile::make(const std::string& path)
+{
+    const std::string full = fullPath(path);
+    try {
+        (void)platform::openOrCreate(platform::pathOf(platform::utf16(full))); // for its owner alone; SQLite tells what fails
+        Database database(full);
+        requireCardFile(makeFile(database), full);
+    } catch (const DatabaseError& e) {
+        throw StoreError(Step::Open, sentence(full, e));
+    }
+}
+
+CardFile::FileState CardFile::fileState() const
+{
+    const fs::path file = platform::pathOf(platform::utf16(path_));
+    std::error_code error;
+    FileState state;
+    state.size = fs::file_size(file, error);
+    state.changed = fs::last_write_time(file, error);
+    return state;
+}
+
+// Beside a file that cannot be written SQLite would make one of the same rights, which its owner could not write later on. Where that
+// file is missing nobody else has the card file open.
+void CardFile::openSnapshot()
+{
+    std::error_code error;
+    const fs::path file = fs::canonical(platform::pathOf(platform::utf16(path_)), error);
+    fs::path shared = file, log = file;
+    if (error || fs::exists(shared += "-shm", error)) return;
+    const FileState before = fileState();
+    if (const auto waiting = fs::file_size(log += "-wal", error); !error && waiting > 0)
+        throw StoreError(Step::Open, "The card file \"" + path_ + "\" cannot be written, and \"" + platform::utf8(platform::textOf(log)) +
+                                         "\" holds changes that a killed program left. Make both writable, or open the file once as "
+                                         "somebody who may write it.");
+    database_.emplace(path_, Access::Snapshot);
+    snapshot_ = before;
+}
+
+void CardFile::requireSnapshot(Step step) const
+{
+    if (snapshot_ && fileState() != *snapshot_)
+        throw StoreError(step, "The card file \"" + path_ + "\" was changed by another program while it was read. Try again.");
+}
+
 void CardFile::open()
 {
-    database_.emplace(path_);
-    switch (prepareFile(*database_)) {
-    case FileKind::Card: break;
-    case FileKind::Foreign:
-        throw StoreError(Step::Open, "The file \"" + path_ + "\" is a database, but no card file. Choose another file.");
-    case FileKind::Later:
-        throw StoreError(Step::Open,
-                         "The card file \"" + path_ + "\" was written by a later version of this program. Update the program to use it.");
-    }
+    requirePresence(path_);
+    database_.emplace(path_, Access::Existing);
+    if (database_->readOnly()) openSnapshot();
+    requireCardFile(prepareFile(*database_), path_);
     database_->execute(cacheSize);
     readCard_ = database_->prepare("SELECT c.key, c.modified, f.type, f.value FROM card c LEFT JOIN field f ON f.card = c.key"
                                    " WHERE c.id = ?1");
@@ -150,6 +222,7 @@ void CardFile::listCards()
         byId_[folded(query.text(0))] = cards_.size();
         cards_.push_back({query.text(0), query.number(1), query.number(2)});
     }
+    requireSnapshot(Step::Open);
 }
 
 const CardFile::Card* CardFile::find(const std::string& id) const
@@ -178,6 +251,7 @@ CardFile::Open CardFile::load(const Card& card, Step step)
             record.modified = readCard_.number(1);
             if (!readCard_.isNull(2)) record.fields[static_cast<int>(readCard_.number(2))] = platform::utf16(readCard_.text(3));
         }
+        requireSnapshot(step);
         // Another program deleted it: no card, and by no means one whose fields are all empty.
         if (record.key == 0) throw gone(card.id, step);
         return record;

@@ -1,11 +1,13 @@
-// The host's card file: contacts in one SQLite file, made at its first use. A card is a row of its own with its dates, and one row for
+// The host's card file: contacts in one SQLite file, which only make() makes. A card is a row of its own with its dates, and one row for
 // each field that is not empty. Identifiers are GUIDs and are found whatever their case; a card's date moves with every change and
 // never back. A batch is one transaction. Cards are listed once, when the file is opened; a card that another program changed since
-// then is not written over.
+// then is not written over. A file that cannot be written is read without locks and leaves nothing beside it; once another program
+// changed it, no further card is read.
 #pragma once
 #include "CategoryStore.h"
 #include "Database.h"
 #include "RecordStore.h"
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <unordered_map>
@@ -18,7 +20,9 @@ using FreeSpace = std::function<std::uintmax_t()>;
 
 class CardFile final : public plugin::RecordStore {
 public:
-    // Throws a StoreError that names the file if it is no card file, of a later version, or cannot be opened.
+    // Makes a card file of no cards where there is no file or an empty one; leaves a card file as it is. Throws as the constructor.
+    static void make(const std::string& path);
+    // Throws a StoreError that names the file if it is missing, is no card file, is of a later version, or cannot be opened.
     CardFile(const std::string& path, plugin::Report report, FreeSpace freeSpace = {});
     ~CardFile() override;
 
@@ -61,7 +65,17 @@ private:
         std::map<int, std::string> images; // those that are to be changed
     };
 
+    // What tells one state of a file from another.
+    struct FileState {
+        std::uintmax_t size = 0;
+        std::filesystem::file_time_type changed;
+        bool operator==(const FileState&) const = default;
+    };
+
     void open();
+    void openSnapshot();
+    void requireSnapshot(plugin::Step step) const;
+    [[nodiscard]] FileState fileState() const;
     void listCards();
     [[nodiscard]] const Card* find(const std::string& id) const;
     [[nodiscard]] const Card& cardOf(const std::string& id, plugin::Step step) const;
@@ -88,6 +102,7 @@ private:
     plugin::Report report_;
     FreeSpace freeSpace_;
     std::optional<Database> database_;
+    std::optional<FileState> snapshot_; // the state of a file that is read without locks
     Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_, readImage_, measureImage_, putImage_, dropImage_;
     std::vector<Card> cards_;
     std::unordered_map<std::string, std::size_t> byId_; // folded identifier to position
@@ -100,6 +115,7 @@ template <class F> auto CardFile::guarded(plugin::Step step, F&& work) const
     try {
         return work();
     } catch (const DatabaseError& e) {
+        requireSnapshot(step); // what was changed in the middle may look damaged
         throw failed(e, step);
     }
 }

@@ -15,7 +15,9 @@ std::string CardFile::readImage(const std::string& id, int type)
     return guarded(Step::ReadField, [&] {
         readImage_.bind(1, record.key).bind(2, std::int64_t{type});
         Rows rows(readImage_);
-        return rows.next() ? readImage_.bytes(0) : std::string();
+        std::string bytes = rows.next() ? readImage_.bytes(0) : std::string();
+        requireSnapshot(Step::ReadField);
+        return bytes;
     });
 }
 

@@ -10,6 +10,29 @@ constexpr int busyMilliseconds = 5000;
     throw DatabaseError(code, database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
 }
 
+// A path as SQLite reads it in a URI.
+std::string uriOf(const std::string& path)
+{
+    std::string uri = "file:";
+    for (const char c : path) {
+        constexpr char digits[] = "0123456789ABCDEF";
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '%' || c == '?' || c == '#')
+            uri += {'%', digits[byte >> 4], digits[byte & 15]};
+        else
+            uri += c;
+    }
+    return uri;
+}
+
+int openWith(const std::string& path, Access access, sqlite3** opened)
+{
+    if (access == Access::Snapshot)
+        return sqlite3_open_v2((uriOf(path) + "?immutable=1").c_str(), opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
+    const int create = access == Access::Create ? SQLITE_OPEN_CREATE : 0;
+    return sqlite3_open_v2(path.c_str(), opened, SQLITE_OPEN_READWRITE | create, nullptr);
+}
+
 } // namespace
 
 Statement::Statement(sqlite3* database, const char* sql)
@@ -80,10 +103,10 @@ std::string Statement::bytes(int column) const
 
 std::int64_t Statement::number(int column) const { return sqlite3_column_int64(statement_.get(), column); }
 
-Database::Database(const std::string& path)
+Database::Database(const std::string& path, Access access)
 {
     sqlite3* opened = nullptr;
-    const int code = sqlite3_open_v2(path.c_str(), &opened, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, nullptr);
+    const int code = openWith(path, access, &opened);
     database_.reset(opened);
     if (code != SQLITE_OK) fail(opened, code);
     sqlite3_busy_timeout(opened, busyMilliseconds);

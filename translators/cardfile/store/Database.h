@@ -44,10 +44,15 @@ private:
     std::unique_ptr<sqlite3_stmt, Close> statement_;
 };
 
+enum class Access {
+    Create,   // reads and writes; a missing file is made
+    Existing, // reads and writes, or only reads where the file cannot be written
+    Snapshot, // reads without locks and without the files that SQLite keeps beside a database: the file must not change meanwhile
+};
+
 class Database {
 public:
-    // Made if it is missing.
-    explicit Database(const std::string& path);
+    explicit Database(const std::string& path, Access access = Access::Create);
     void execute(const char* sql);
     [[nodiscard]] Statement prepare(const char* sql) { return {database_.get(), sql}; }
     [[nodiscard]] std::int64_t number(const char* sql);

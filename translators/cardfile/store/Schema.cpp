@@ -28,7 +28,8 @@ FileKind kindOf(Database& database)
 {
     const std::int64_t owner = database.number("PRAGMA application_id"), version = database.number("PRAGMA user_version");
     const bool used = owner != 0 || version != 0 || database.number("SELECT count(*) FROM sqlite_master") != 0;
-    if (used && owner != applicationId) return FileKind::Foreign;
+    if (!used) return FileKind::Blank;
+    if (owner != applicationId) return FileKind::Foreign;
     return version > presentVersion ? FileKind::Later : FileKind::Card;
 }
 
@@ -58,7 +59,8 @@ void useWriteAheadLog(Database& database)
 void bringUpToDate(Database& database)
 {
     Transaction transaction(database);
-    if (kindOf(database) != FileKind::Card) return; // another program was quicker; the next look tells
+    const FileKind kind = kindOf(database);
+    if (kind != FileKind::Card && kind != FileKind::Blank) return; // another program was quicker; the next look tells
     for (std::int64_t version = database.number("PRAGMA user_version"); version < presentVersion; ++version)
         database.execute(steps[version]);
     database.execute(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());
@@ -66,17 +68,20 @@ void bringUpToDate(Database& database)
     transaction.commit();
 }
 
-} // namespace
-
-FileKind prepareFile(Database& database)
+FileKind prepare(Database& database, bool make)
 {
     const FileKind kind = kindNow(database);
-    if (kind != FileKind::Card) return kind;
-    useWriteAheadLog(database);
+    if (kind != FileKind::Card && !(make && kind == FileKind::Blank)) return kind;
+    if (!database.readOnly()) useWriteAheadLog(database);
     database.execute("PRAGMA synchronous = FULL");
     database.execute("PRAGMA foreign_keys = ON");
     if (database.number("PRAGMA user_version") < presentVersion) bringUpToDate(database);
     return kindNow(database);
 }
+
+} // namespace
+
+FileKind prepareFile(Database& database) { return prepare(database, false); }
+FileKind makeFile(Database& database) { return prepare(database, true); }
 
 } // namespace mb::cardfile

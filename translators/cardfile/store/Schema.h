@@ -1,12 +1,14 @@
-// The tables of a card file, made at its first use and brought up to date by one step a version.
+// The tables of a card file, made on request and brought up to date by one step a version.
 #pragma once
 #include "Database.h"
 
 namespace mb::cardfile {
 
-enum class FileKind { Card, Foreign, Later };
+enum class FileKind { Card, Blank, Foreign, Later };
 
-// Makes the file a card file of the present version, if it is empty or an older card file; leaves any other as it is.
+// Brings an older card file up to the present version; leaves any other file as it is.
 [[nodiscard]] FileKind prepareFile(Database& database);
+// Makes an empty file a card file, too.
+[[nodiscard]] FileKind makeFile(Database& database);
 
 } // namespace mb::cardfile

@@ -10,19 +10,40 @@ namespace {
 
 using plugin::Step;
 
-TEST_F(CardFileTest, IsMadeAtItsFirstUse)
+TEST_F(CardFileTest, IsMadeOnlyOnRequest)
 {
+    ASSERT_TRUE(fs::remove(file));
+    EXPECT_NE(failureOf(Step::Open, [&] { (void)open(); }).find(file.string() + "\" is missing"), std::string::npos);
     EXPECT_FALSE(fs::exists(file));
-    EXPECT_EQ(open()->count(), 0u);
-    EXPECT_TRUE(fs::exists(file));
+    CardFile::make(file.string());
     EXPECT_EQ(sqlText("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(sqlText("PRAGMA user_version"), "2");
     EXPECT_EQ(open()->count(), 0u);
 }
 
-TEST_F(CardFileTest, AnEmptyFileBecomesACardFile)
+TEST_F(CardFileTest, MakingOneThatIsThereKeepsItsCards)
 {
-    std::ofstream(file).close();
+    const std::string id = addCard(*open(), u"Lovelace");
+    CardFile::make(file.string());
+    EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
+}
+
+TEST_F(CardFileTest, IsForItsOwnerAlone)
+{
+    EXPECT_EQ(fs::status(file).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+    const auto cards = open();
+    addCard(*cards, u"Lovelace");
+    for (const auto& entry : fs::directory_iterator(folder))
+        EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write) << entry.path();
+}
+
+// A file of no bytes was made by hand or cut off. Nobody said that it is to hold no cards.
+TEST_F(CardFileTest, AnEmptyFileBecomesACardFileOnlyOnRequest)
+{
+    std::ofstream(file, std::ios::trunc).close();
+    EXPECT_NE(failureOf(Step::Open, [&] { (void)open(); }).find("is empty"), std::string::npos);
+    EXPECT_EQ(fs::file_size(file), 0u);
+    CardFile::make(file.string());
     const std::string id = addCard(*open(), u"Lovelace");
     EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
 }
@@ -40,6 +61,7 @@ TEST_F(CardFileTest, ANameThatSqliteTakesSpeciallyIsAFileAsAnyOther)
     const fs::path before = fs::current_path();
     fs::current_path(folder);
     for (const char* name : {":memory:", "file:x?mode=memory"}) {
+        CardFile::make(name);
         const std::string id = addCard(*std::make_unique<CardFile>(name, nullptr), u"Kept");
         EXPECT_TRUE(fs::exists(folder / name));
         EXPECT_TRUE(CardFile(name, nullptr).exists(id));

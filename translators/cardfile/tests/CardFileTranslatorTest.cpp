@@ -22,7 +22,11 @@ constexpr HRESULT failure(std::uint32_t code) { return static_cast<HRESULT>(code
 
 class CardFileTranslatorTest : public mbtest::PluginTest {
 protected:
-    CardFileTranslatorTest() : PluginTest(CARDFILE_PLUGIN, cardFileClass) { services->values[u"Database"] = file.u16string(); }
+    CardFileTranslatorTest() : PluginTest(CARDFILE_PLUGIN, cardFileClass)
+    {
+        services->values[u"Database"] = file.u16string();
+        CardFile::make(file.string());
+    }
     void TearDown() override
     {
         PluginTest::TearDown();
@@ -49,6 +53,7 @@ protected:
 
 TEST_F(CardFileTranslatorTest, FieldsAreKnownWithoutAnOpenStore)
 {
+    fs::remove(file);
     const auto list = translator.as<IFieldList>();
     const auto properties = translator.as<IField>();
     const std::set<LONG> phones{ftPhone,    ftFax,        ftHomePhone,      ftDirectPhone,  ftMobile,     ftMainPhone,
@@ -341,6 +346,23 @@ TEST_F(CardFileTranslatorTest, WithoutAnOpenStoreEveryStepFailsAndCleanupDoesNot
     EXPECT_EQ(translator->EndUpdate(VARIANT_FALSE), failure(0x8004020F));
     EXPECT_EQ(translator->Cleanup(), S_OK);
     EXPECT_EQ(translator->Cleanup(), S_OK);
+}
+
+TEST_F(CardFileTranslatorTest, OnlyASetUpMakesTheFile)
+{
+    const HRESULT notOpened = failure(0x80040202);
+    fs::remove(file);
+    EXPECT_EQ(initialize(), notOpened);
+    EXPECT_NE(lastError().find(file.string() + "\" is missing"), std::string::npos) << lastError();
+    EXPECT_EQ(translator.as<ICategories>()->InitializeCategories(services.get(), nullptr, VARIANT_FALSE), notOpened);
+    EXPECT_EQ(translator.as<ITranslatorTest>()->InitializeDatabase(Bstr(file.u16string()).get(), nullptr, nullptr), notOpened);
+    EXPECT_FALSE(fs::exists(file));
+    EXPECT_EQ(translator->Initialize(services.get(), nullptr, VARIANT_TRUE), S_OK) << lastError();
+    EXPECT_EQ(count(), 0);
+    const Bstr id = add({{ftLastName, u"Lovelace"}});
+    reopen();
+    EXPECT_EQ(translator->Initialize(services.get(), nullptr, VARIANT_TRUE), S_OK) << lastError();
+    EXPECT_EQ(read(id, ftLastName), u"Lovelace") << "a second set-up keeps what is there";
 }
 
 TEST_F(CardFileTranslatorTest, AFileThatIsNoCardFileFailsTheStartWithAText)

@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <fstream>
+#include <set>
 #include <sys/resource.h>
 
 namespace mb::cardfile {
@@ -23,7 +24,23 @@ protected:
     void put(const std::string& content) const { std::ofstream(file, std::ios::binary) << content; }
     std::string openFailure()
     {
-        const std::string message = failureOf(Step::Open, [&] { (void)open(); });
+        return failureNaming([&] { (void)open(); });
+    }
+    std::string makeFailure()
+    {
+        return failureNaming([&] { CardFile::make(file.string()); });
+    }
+    [[nodiscard]] std::set<std::string> namesInFolder() const
+    {
+        std::set<std::string> names;
+        for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename().string());
+        return names;
+    }
+
+private:
+    std::string failureNaming(const std::function<void()>& work)
+    {
+        const std::string message = failureOf(Step::Open, work);
         EXPECT_NE(message.find(file.string()), std::string::npos) << message;
         return message;
     }
@@ -41,6 +58,7 @@ TEST_F(CardFileTroubleTest, AFileOfAnotherKindIsRefusedAndKeepsItsBytes)
 
 TEST_F(CardFileTroubleTest, ADatabaseOfAnotherProgramIsRefusedAndKeepsItsBytes)
 {
+    fs::remove(file);
     sql("CREATE TABLE theirs (a); INSERT INTO theirs VALUES (1)");
     std::string before = bytes();
     EXPECT_NE(openFailure().find("is a database, but no card file"), std::string::npos);
@@ -138,10 +156,12 @@ TEST_F(CardFileTroubleTest, AnyCutOfACardFileIsReadOrRefused)
 TEST_F(CardFileTroubleTest, AMissingFolderAndAFolderInPlaceOfTheFileAreSaidClearly)
 {
     file = folder / "none" / "cards";
-    EXPECT_NE(openFailure().find("Check that its folder exists"), std::string::npos);
+    EXPECT_NE(openFailure().find("is missing, and so is its folder"), std::string::npos);
+    EXPECT_NE(makeFailure().find("Check that its folder exists"), std::string::npos);
     EXPECT_FALSE(fs::exists(folder / "none"));
     file = folder;
     EXPECT_NE(openFailure().find("cannot be opened"), std::string::npos);
+    EXPECT_NE(makeFailure().find("cannot be opened"), std::string::npos);
 }
 
 TEST_F(CardFileTroubleTest, NoNameAndADamagedNameAreSaidClearly)
@@ -149,18 +169,21 @@ TEST_F(CardFileTroubleTest, NoNameAndADamagedNameAreSaidClearly)
     EXPECT_NE(failureOf(Step::Open, [] { CardFile("", nullptr); }).find("No card file is chosen"), std::string::npos);
     const std::string damaged = file.string() + std::string("\0.txt", 5);
     EXPECT_NE(failureOf(Step::Open, [&] { CardFile(damaged, nullptr); }).find("name"), std::string::npos);
+    fs::remove(file);
+    EXPECT_NE(failureOf(Step::Open, [&] { CardFile::make(damaged); }).find("name"), std::string::npos);
     EXPECT_FALSE(fs::exists(file)) << "the part in front of the damage is another file";
 }
 
 TEST_F(CardFileTroubleTest, AFolderThatMayNotBeWrittenIsSaidClearly)
 {
     const std::string id = addCard(*open(), u"Lovelace");
+    fs::permissions(file, static_cast<fs::perms>(0666));
     fs::permissions(folder, static_cast<fs::perms>(0555));
     EXPECT_TRUE(start([&] {
         if (!dropRights()) return false;
         EXPECT_NE(openFailure().find("who may write"), std::string::npos) << openFailure();
         file = folder / "new";
-        EXPECT_NE(openFailure().find("you may write there"), std::string::npos) << openFailure();
+        EXPECT_NE(makeFailure().find("write there"), std::string::npos) << makeFailure();
         return true;
     })());
     fs::permissions(folder, fs::perms::owner_all);
@@ -170,6 +193,7 @@ TEST_F(CardFileTroubleTest, AFolderThatMayNotBeWrittenIsSaidClearly)
 TEST_F(CardFileTroubleTest, AFileThatMayNotBeWrittenIsReadAndNotChanged)
 {
     const std::string id = addCard(*open(), u"Lovelace");
+    const std::set<std::string> before = namesInFolder();
     fs::permissions(folder, fs::perms::all);
     fs::permissions(file, static_cast<fs::perms>(0444));
     EXPECT_TRUE(start([&] {
@@ -181,10 +205,81 @@ TEST_F(CardFileTroubleTest, AFileThatMayNotBeWrittenIsReadAndNotChanged)
         cards->write(id, ftLastName, u"x");
         EXPECT_NE(failureOf(Step::Save, [&] { cards->save(id); }).find("cannot be written"), std::string::npos);
         EXPECT_NE(failureOf(Step::Delete, [&] { cards->remove(id); }).find("cannot be written"), std::string::npos);
+        EXPECT_EQ(namesInFolder(), before) << "while it is open";
         return true;
     })());
+    EXPECT_EQ(namesInFolder(), before);
     fs::permissions(file, static_cast<fs::perms>(0644));
     EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
+}
+
+TEST_F(CardFileTroubleTest, AFileThatWasReadOnlyForAWhileCanBeWrittenAgain)
+{
+    const std::string id = addCard(*open(), u"Lovelace");
+    fs::permissions(folder, fs::perms::all);
+    ASSERT_TRUE(geteuid() != 0 || chown(file.c_str(), 65534, 65534) == 0);
+    EXPECT_TRUE(start([&] {
+        if (!dropRights()) return false;
+        fs::permissions(file, static_cast<fs::perms>(0444));
+        EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
+        fs::permissions(file, static_cast<fs::perms>(0600));
+        const auto cards = open();
+        cards->beginBatch();
+        cards->beginEdit(id);
+        cards->write(id, ftLastName, u"King");
+        cards->save(id);
+        cards->endBatch(false);
+        return true;
+    })());
+    EXPECT_EQ(readValue(*open(), id, ftLastName), u"King");
+}
+
+// A file that is read without a lock is read as it was when it was opened, or not at all.
+TEST_F(CardFileTroubleTest, AReadOnlyFileThatAnotherProgramChangesMeanwhileIsNotReadOn)
+{
+    const std::string id = addCard(*open(), u"Lovelace");
+    fs::permissions(folder, fs::perms::all);
+    fs::permissions(file, static_cast<fs::perms>(0444));
+    int toParent[2], toChild[2];
+    ASSERT_EQ(pipe(toParent), 0);
+    ASSERT_EQ(pipe(toChild), 0);
+    char byte = 0;
+    const auto child = start([&] {
+        if (!dropRights()) return false;
+        const auto cards = open();
+        if (write(toParent[1], &byte, 1) != 1 || read(toChild[0], &byte, 1) != 1) return false;
+        EXPECT_NE(failureOf(Step::BeginRead, [&] { cards->beginRead(id); }).find("changed by another program"), std::string::npos);
+        return true;
+    });
+    ASSERT_EQ(read(toParent[0], &byte, 1), 1);
+    fs::permissions(file, static_cast<fs::perms>(0644)); // a plain user has to, before it may write
+    addCard(*open(), u"Hopper", std::u16string(10'000, u'x'));
+    fs::permissions(file, static_cast<fs::perms>(0444));
+    ASSERT_EQ(write(toChild[1], &byte, 1), 1);
+    EXPECT_TRUE(child());
+    for (const int end : {toParent[0], toParent[1], toChild[0], toChild[1]}) close(end);
+}
+
+TEST_F(CardFileTroubleTest, ChangesThatAKilledProgramLeftAreReadOrRefusedButNeverPassedOver)
+{
+    std::string id;
+    std::string log;
+    {
+        const auto cards = open();
+        id = addCard(*cards, u"Lovelace");
+        std::ifstream in(file.string() + "-wal", std::ios::binary);
+        log.assign(std::istreambuf_iterator<char>(in), {});
+        ASSERT_FALSE(log.empty());
+    }
+    std::ofstream(file.string() + "-wal", std::ios::binary) << log;
+    fs::permissions(folder, fs::perms::all);
+    fs::permissions(file, static_cast<fs::perms>(0444));
+    EXPECT_TRUE(start([&] {
+        if (!dropRights()) return false;
+        EXPECT_NE(openFailure().find("-wal"), std::string::npos);
+        return true;
+    })());
+    EXPECT_FALSE(fs::exists(file.string() + "-shm"));
 }
 
 TEST_F(CardFileTroubleTest, ADiskThatFillsUpLosesTheBatchAndSaysSo)
@@ -250,13 +345,15 @@ TEST_F(CardFileTroubleTest, ADiskThatIsNearlyFullRefusesTheNextCardAndKeepsThose
 
 TEST_F(CardFileTroubleTest, AFullDiskAtCreationLeavesAFileThatCanBeMadeLater)
 {
+    fs::remove(file);
     EXPECT_TRUE(start([&] {
         std::signal(SIGXFSZ, SIG_IGN);
         const rlimit limit{1000, RLIM_INFINITY};
         if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return false;
-        openFailure();
+        makeFailure();
         return true;
     })());
+    CardFile::make(file.string());
     EXPECT_EQ(open()->count(), 0u);
 }
 
@@ -275,9 +372,11 @@ TEST_F(CardFileTroubleTest, AFileThatAnotherProgramIsWritingIsSaidToBeInUse)
 
 TEST_F(CardFileTroubleTest, ManyProcessesMayMakeTheFileAtOnce)
 {
+    fs::remove(file);
     std::vector<std::function<bool()>> children;
     for (int i = 0; i < 8; ++i)
         children.push_back(start([&] {
+            CardFile::make(file.string());
             addCard(*open(), u"x");
             return true;
         }));

@@ -75,6 +75,7 @@ TEST_F(CardImageTest, APictureThatDoesNotFitOnTheDiskIsRefusedAndTheBatchKept)
 
 TEST_F(CardImageTest, AFileOfTheFirstVersionGetsItsNewTablesAndKeepsItsCards)
 {
+    fs::remove(file);
     {
         Database old(file.string());
         old.execute("CREATE TABLE card (key INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE COLLATE NOCASE,"

@@ -20,6 +20,7 @@ namespace fs = std::filesystem;
 
 class CardFileTest : public testing::Test {
 protected:
+    CardFileTest() { CardFile::make(file.string()); }
     [[nodiscard]] std::unique_ptr<CardFile> open(FreeSpace space = {}) const
     {
         return std::make_unique<CardFile>(file.string(), nullptr, std::move(space));
