@@ -30,12 +30,17 @@ DeleteLimit DeleteLimit::ofMap(std::int32_t percent) noexcept
 
 bool DeleteLimit::allows(std::int64_t records, std::int64_t deletions) const noexcept
 {
+    return (kind_ == Kind::Percent && records <= smallStore_) || allowsOfAnySize(records, deletions);
+}
+
+bool DeleteLimit::allowsOfAnySize(std::int64_t records, std::int64_t deletions) const noexcept
+{
     switch (kind_) {
     case Kind::None: return true;
     case Kind::Number: return deletions <= value_;
     case Kind::Percent: break;
     }
-    return records <= smallStore_ || deletions * 100 <= records * value_;
+    return deletions * 100 <= records * value_;
 }
 
 std::string DeleteLimit::text() const

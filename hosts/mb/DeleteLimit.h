@@ -17,6 +17,8 @@ public:
     // "none", a number of contacts, or a percentage of a store as "20%". Throws a Failure of wrong usage for anything else.
     explicit DeleteLimit(const std::string& text);
     [[nodiscard]] bool allows(std::int64_t records, std::int64_t deletions) const noexcept;
+    // The same for a store whose other side is empty: of a small store, too.
+    [[nodiscard]] bool allowsOfAnySize(std::int64_t records, std::int64_t deletions) const noexcept;
     // As the user would write it.
     [[nodiscard]] std::string text() const;
 

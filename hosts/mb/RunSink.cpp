@@ -17,7 +17,7 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG add
     return com::guarded([&] {
         const int index = side == idTrans1 ? 0 : 1;
         (plan.ofCategories ? plan.categories : plan.sides)[index] = {records, additions, changes, deletions};
-        return allows(index, records, deletions) || planOnly ? S_OK : E_ABORT;
+        return allows(index, records, deletions, limit.allows(records, deletions)) || planOnly ? S_OK : E_ABORT;
     });
 }
 
@@ -27,14 +27,15 @@ HRESULT STDMETHODCALLTYPE RunSink::OnDeletionLimit(_TransIds side, LONG linked, 
     if (!pAllow) return E_POINTER;
     *pAllow = VARIANT_FALSE;
     return com::guarded([&] {
-        const bool allowed = allows(side == idTrans1 ? 0 : 1, linked, deletions);
+        // The engine asks about a small store only where the other one is empty.
+        const bool allowed = allows(side == idTrans1 ? 0 : 1, linked, deletions, limit.allowsOfAnySize(linked, deletions));
         *pAllow = allowed || planOnly ? VARIANT_TRUE : VARIANT_FALSE;
     });
 }
 
-bool RunSink::allows(int side, LONG records, LONG deletions)
+bool RunSink::allows(int side, LONG records, LONG deletions, bool withinLimit)
 {
-    if (confirmed_ || limit.allows(records, deletions)) return true;
+    if (confirmed_ || withinLimit) return true;
     const TooManyDeletions tooMany{plan.ofCategories, side, records, deletions, limit.text()};
     confirmed_ = !planOnly && confirmDeletions && confirmDeletions(tooMany);
     if (confirmed_) return true;

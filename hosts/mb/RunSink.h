@@ -79,7 +79,7 @@ public:
     HRESULT STDMETHODCALLTYPE OnRunEnd(ISyncRunReport* pReport) override;
 
 private:
-    bool allows(int side, LONG records, LONG deletions);
+    bool allows(int side, LONG records, LONG deletions, bool withinLimit);
     com::Ptr<Progress> progress_;
     bool confirmed_ = false; // the user accepted the deletions of this run
 };

@@ -7,7 +7,7 @@
 namespace mb {
 namespace {
 
-constexpr LONG smallStore = 3; // a store of no more linked records has no limit
+constexpr LONG smallStore = 3; // a store of no more linked records has no limit, unless the other one is empty
 
 // A record that its store no longer has cannot be lost.
 LONG countDeletions(const TaskList& tasks)
@@ -27,6 +27,20 @@ bool hostAllows(const RunState& run, Side side, LONG linked, LONG deletions)
            allowed != VARIANT_FALSE;
 }
 
+// A store that lists nothing at all is rather one whose drive or folder is missing than one whose last contacts were deleted by hand. The
+// list of categories is short, and its last one is deleted by hand often enough.
+bool isEmptied(const PipelinePass& pass, Side side) { return !pass.run.CategoryPass && pass.sides[side].Counted == 0; }
+
+std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletions, bool emptied)
+{
+    const SideState &kept = run.side(side), &lost = run.side(otherSide(side));
+    const std::u16string what =
+        Format(u"%s no longer has %d of the %d records that it shared with %s (%s), so the run would delete them there too. ", lost.Name,
+               deletions, linked, kept.Name, lost.Database);
+    if (emptied) return what + u"It has no record at all, as if its drive or folder were missing; nothing was written.";
+    return what + Format(u"The limit is %d percent; nothing was written.", run.Options.DeletionLimit);
+}
+
 } // namespace
 
 HRESULT LimitDeletions(PipelinePass& pass)
@@ -36,17 +50,13 @@ HRESULT LimitDeletions(PipelinePass& pass)
     for (const Side side : {Side::One, Side::Two}) {
         const auto linked = static_cast<LONG>(pass.side(side).HistoryList.size());
         const LONG deletions = countDeletions(pass.side(side).Tasks);
-        if (linked <= smallStore ||
-            static_cast<std::int64_t>(deletions) * 100 <= static_cast<std::int64_t>(linked) * run.Options.DeletionLimit)
-            continue;
-        if (hostAllows(run, side, linked, deletions)) continue;
-        const SideState& emptied = run.side(otherSide(side));
+        const bool emptied = deletions > 0 && isEmptied(pass, otherSide(side));
+        const bool many = linked > smallStore &&
+                          static_cast<std::int64_t>(deletions) * 100 > static_cast<std::int64_t>(linked) * run.Options.DeletionLimit;
+        if (!(many || emptied) || hostAllows(run, side, linked, deletions)) continue;
         run.Error = {};
         chargeTo(run, otherSide(side));
-        run.Error.LastErrorMessage1 = Format(
-            u"%s no longer has %d of the %d records that it shared with %s (%s), so the run would delete them there too. The limit is %d "
-            u"percent; nothing was written.",
-            emptied.Name, deletions, linked, run.side(side).Name, emptied.Database, run.Options.DeletionLimit);
+        run.Error.LastErrorMessage1 = refusal(run, side, linked, deletions, emptied);
         return codeDeletionsRefused;
     }
     return S_OK;

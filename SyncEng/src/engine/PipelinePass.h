@@ -38,6 +38,7 @@ struct PassSide {
     ExactIdentifiers Gone;                         // and those that were not when asked for; another one may differ in case alone
     com::TaskArray<GUID> Fields;                   // the mapped fields; entry i goes with entry i of the other side
     std::map<std::u16string, UnreadRecord> Unread; // by identifier
+    LONG Counted = -1;                             // records of the store when it was scanned
     bool ListedAll = false;                        // the scan was given as many identifiers as the store counted
     NameFields names;                              // where its records' names are, once they were looked for
 

@@ -72,6 +72,7 @@ public:
         if (transferSide_) readSelectedCards();
         HRESULT hr = own_.store.count(recordCount_);
         if (FAILED(hr)) return hr;
+        own_.Counted = recordCount_;
         if (transferSide_) scanned_ = recordCount_;
         const bool hasPast = !own_.HistoryList.empty();
         if (transferSide_) {

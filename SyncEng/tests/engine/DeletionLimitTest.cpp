@@ -89,9 +89,54 @@ TEST_F(DeletionLimit, AllowsTheShareThatItNames)
 TEST_F(DeletionLimit, DoesNotHoldAStoreOfThreeRecords)
 {
     fill(3, 50);
-    removeFromOne(3);
+    removeFromOne(2);
     EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.two().records, SizeIs(1));
+}
+
+// As a folder where no drive is mounted, or a file of contacts that was made anew.
+TEST_F(DeletionLimit, HoldsWhereAStoreHasNoRecordAnyMoreHoweverFewItHad)
+{
+    fill(1, 50);
+    removeFromOne(1);
+    EXPECT_EQ(s.sync(), refused);
+    EXPECT_THAT(s.writes(), IsEmpty());
+    EXPECT_THAT(s.two().records, SizeIs(1));
+    EXPECT_NE(s.lastError().first.find(u"has no record at all"), std::u16string::npos);
+}
+
+TEST_F(DeletionLimit, AnEmptiedStoreIsPutToTheHost)
+{
+    fill(2, 50);
+    removeFromOne(2);
+    const auto review = com::make<LimitReview>();
+    EXPECT_EQ(syncWith(review.get()), refused);
+    review->allow = true;
+    EXPECT_EQ(syncWith(review.get()), S_OK);
     EXPECT_THAT(s.two().records, IsEmpty());
+    EXPECT_THAT(review->asked, ElementsAre("2: 2 of 2, 50", "2: 2 of 2, 50"));
+}
+
+TEST_F(DeletionLimit, AStoreThatBothSidesEmptiedIsNoReasonToRefuse)
+{
+    fill(2, 50);
+    removeFromOne(2);
+    while (!s.two().order.empty()) s.two().remove(std::u16string(s.two().order.front()));
+    EXPECT_EQ(s.sync(), S_OK);
+    s.expectInStep();
+}
+
+TEST_F(DeletionLimit, TheLastCategoryMayBeDeleted)
+{
+    s.one().options.categories = s.two().options.categories = true;
+    s.one().addCategory(u"Friends");
+    setLimit(50);
+    ASSERT_EQ(s.sync(), S_OK);
+    ASSERT_THAT(s.two().categories, SizeIs(1));
+    s.one().categories.clear();
+    s.one().categoryOrder.clear();
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.two().categories, IsEmpty());
 }
 
 TEST_F(DeletionLimit, IsOffForAMapThatDoesNotSetIt)

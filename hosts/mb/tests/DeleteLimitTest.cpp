@@ -18,6 +18,16 @@ TEST(DeleteLimitTest, WithoutOneHalfOfAStoreOfMoreThanThreeMayGo)
     EXPECT_TRUE(limit.allows(0, 0));
 }
 
+TEST(DeleteLimitTest, BesideAnEmptyStoreASmallOneIsHeldToItToo)
+{
+    EXPECT_FALSE(DeleteLimit().allowsOfAnySize(3, 3));
+    EXPECT_FALSE(DeleteLimit().allowsOfAnySize(1, 1));
+    EXPECT_TRUE(DeleteLimit().allowsOfAnySize(4, 2));
+    EXPECT_TRUE(DeleteLimit("3").allowsOfAnySize(3, 3));
+    EXPECT_TRUE(DeleteLimit("100%").allowsOfAnySize(1, 1));
+    EXPECT_TRUE(DeleteLimit("none").allowsOfAnySize(2, 2));
+}
+
 TEST(DeleteLimitTest, ANumberAndAPercentageHoldForStoresOfAnySize)
 {
     EXPECT_TRUE(DeleteLimit("3").allows(4, 3));
