@@ -6,6 +6,7 @@
 #include "host.h"
 #include "Output.h"
 #include "product_server.h"
+#include "registry.h"
 #include "StoreName.h"
 #include "text.h"
 
@@ -28,6 +29,8 @@ platform::Library loadEngine()
 
 Engine::Engine() : library_(loadEngine()), getClassObject_(library_.function<HRESULT(REFCLSID, REFIID, void**)>("DllGetClassObject"))
 {
+    // The engine and the plug-ins take a registry that cannot be read for an empty one.
+    if (const std::string why = platform::registryFailure(); !why.empty()) throw Failure(why);
     if (!getClassObject_) throw Failure("The library beside this program is not the engine; install both together.");
     library_.release(); // it stays to the end of the process: its own end writes the log's last line
     expectConfiguration();

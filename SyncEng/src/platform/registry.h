@@ -42,4 +42,8 @@ bool createKeyPath(Root root, std::u16string_view path);
 // Windows, which has an editor for them.
 std::filesystem::path registryFile();
 
+// Why the registry cannot be read, as a sentence that names its file; empty where it can, or where there is none yet. While it cannot
+// be read, no key is found and none is written.
+std::string registryFailure();
+
 } // namespace platform

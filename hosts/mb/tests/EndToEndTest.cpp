@@ -67,6 +67,21 @@ TEST_F(EndToEndTest, ARegistryThatCannotBeWrittenIsNamed)
     EXPECT_EQ(json({"translators"}).size(), 2u);
 }
 
+TEST_F(EndToEndTest, ARegistryThatCannotBeReadIsNamedAndKeepsItsBytes)
+{
+    registerPlugins();
+    const std::string damaged = textOf(home_ / "registry.reg") + std::string(1, '\0');
+    putText(home_ / "registry.reg", damaged);
+    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
+             {"register", vCardPlugin()}, {"unregister", vCardPlugin()}, {"translators"}, {"maps"}, {"sync", "--silent"}}) {
+        const Result result = mb(arguments);
+        EXPECT_EQ(result.code, 1) << arguments[0] << result.out;
+        EXPECT_EQ(result.out, "");
+        EXPECT_NE(result.error.find((home_ / "registry.reg").string() + "\" cannot be read"), std::string::npos) << result.error;
+    }
+    EXPECT_EQ(textOf(home_ / "registry.reg"), damaged);
+}
+
 TEST_F(EndToEndTest, AFileThatIsNoPluginIsNamed)
 {
     putText(home_ / "junk.so", "no library");

@@ -2,10 +2,11 @@
 #include "registry.h"
 #include <cstdlib>
 #include <fcntl.h>
-#include <fstream>
 #include <functional>
 #include <iterator>
 #include <map>
+#include <sstream>
+#include <stdexcept>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
@@ -106,10 +107,64 @@ void readValue(const std::string& line, Values& values)
         values[name] = text;
 }
 
+// What cannot be read. The text names the file.
+class Unreadable : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+[[noreturn]] void fail(const fs::path& file, const std::string& reason)
+{
+    throw Unreadable("The registry file \"" + file.native() + "\" cannot be read: " + reason +
+                     ". It is left as it is. Correct it, or move it away to begin a new one.");
+}
+
+// Empty where there is no file.
+std::string bytesOf(const fs::path& file)
+{
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0 && (errno == ENOENT || errno == ENOTDIR)) return {};
+    std::string bytes;
+    char piece[1 << 14];
+    ssize_t n = fd < 0 ? -1 : 1;
+    while (n > 0 || (n < 0 && fd >= 0 && errno == EINTR)) {
+        n = ::read(fd, piece, sizeof piece);
+        if (n > 0) bytes.append(piece, static_cast<std::size_t>(n));
+    }
+    const int error = errno;
+    if (fd >= 0) ::close(fd);
+    if (n < 0) fail(file, std::generic_category().message(error));
+    return bytes;
+}
+
+// The text in UTF-8. An editor, or an export of another system, may have saved it as UTF-16 with a mark.
+std::string textOf(const fs::path& file)
+{
+    std::string bytes = bytesOf(file);
+    const bool little = bytes.starts_with("\xFF\xFE"), big = bytes.starts_with("\xFE\xFF");
+    if (bytes.starts_with("\xEF\xBB\xBF")) bytes.erase(0, 3);
+    if (little || big) {
+        std::u16string units;
+        for (std::size_t i = 2; i + 1 < bytes.size(); i += 2) {
+            const auto first = static_cast<unsigned char>(bytes[i]), second = static_cast<unsigned char>(bytes[i + 1]);
+            units += static_cast<char16_t>(little ? second << 8 | first : first << 8 | second);
+        }
+        bool whole = bytes.size() % 2 == 0;
+        for (std::size_t i = 0; whole && i < units.size(); ++i)
+            if ((units[i] & 0xF800) == 0xD800) {
+                whole = (units[i] & 0x0400) == 0 && i + 1 < units.size() && (units[i + 1] & 0xFC00) == 0xDC00;
+                ++i;
+            }
+        if (!whole) fail(file, "it begins as UTF-16 and is not");
+        bytes = utf8(units);
+    }
+    if (bytes.find('\0') != bytes.npos) fail(file, "it is no text");
+    return bytes;
+}
+
 Keys load(const fs::path& file)
 {
     Keys keys;
-    std::ifstream in(file, std::ios::binary);
+    std::istringstream in(textOf(file));
     std::string line;
     Values* current = nullptr;
     while (std::getline(in, line)) {
@@ -133,8 +188,14 @@ bool writeAll(int fd, const std::string& text)
     return true;
 }
 
-bool save(const fs::path& file, const Keys& keys)
+// A file that is replaced keeps its rights and its owner, and stays where a link to it leads.
+bool save(const fs::path& given, const Keys& keys)
 {
+    std::error_code noFile;
+    const fs::path real = fs::canonical(given, noFile);
+    const fs::path& file = noFile ? given : real;
+    struct stat before {};
+    const bool there = ::stat(file.c_str(), &before) == 0;
     std::string text = "Windows Registry Editor Version 5.00\n";
     for (const auto& [path, values] : keys) {
         text += "\n[" + path + "]\n";
@@ -151,6 +212,7 @@ bool save(const fs::path& file, const Keys& keys)
     const fs::path temporary = file.native() + ".new";
     const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (fd < 0) return false;
+    if (there && (::fchown(fd, before.st_uid, before.st_gid) == 0 || ::geteuid() != 0)) (void)::fchmod(fd, before.st_mode & 07777);
     const bool written = writeAll(fd, text) && ::fsync(fd) == 0;
     const bool closed = ::close(fd) == 0;
     if (written && closed && ::rename(temporary.c_str(), file.c_str()) == 0) return true;
@@ -158,13 +220,21 @@ bool save(const fs::path& file, const Keys& keys)
     return false;
 }
 
+// With all folders that lead to it, for the owner alone. What fails shows where a file in the folder is opened.
+void makeFolders(const fs::path& folder)
+{
+    std::error_code error;
+    if (folder.empty() || fs::exists(folder, error)) return;
+    makeFolders(folder.parent_path());
+    (void)::mkdir(folder.c_str(), 0700);
+}
+
 // Holds the lock file while a change is made; the data file itself is replaced and so cannot carry the lock.
 class Lock {
 public:
     explicit Lock(const fs::path& file)
     {
-        std::error_code ignored;
-        fs::create_directories(file.parent_path(), ignored);
+        makeFolders(file.parent_path());
         fd_ = ::open((file.native() + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
         while (fd_ >= 0 && ::flock(fd_, LOCK_EX) != 0)
             if (errno != EINTR) {
@@ -184,13 +254,28 @@ private:
     int fd_ = -1;
 };
 
+// A registry that cannot be read is not written: the other registrations would be lost.
 bool change(const std::function<bool(Keys&)>& edit)
 {
     const fs::path file = registryFile();
     const Lock lock(file);
     if (!lock) return false;
-    Keys keys = load(file);
-    return edit(keys) && save(file, keys);
+    try {
+        Keys keys = load(file);
+        return edit(keys) && save(file, keys);
+    } catch (const Unreadable&) {
+        return false;
+    }
+}
+
+// No keys where the registry cannot be read; registryFailure() tells of it.
+Keys present()
+{
+    try {
+        return load(registryFile());
+    } catch (const Unreadable&) {
+        return {};
+    }
 }
 
 bool isBelow(const std::string& path, const std::string& key)
@@ -236,9 +321,19 @@ std::filesystem::path registryFile()
     return fs::path(home && *home ? home : "/") / ".config" / "zorel" / "mbsync.reg";
 }
 
+std::string registryFailure()
+{
+    try {
+        (void)load(registryFile());
+        return {};
+    } catch (const Unreadable& e) {
+        return e.what();
+    }
+}
+
 std::optional<RegistryKey> RegistryKey::open(Root root, std::u16string_view path)
 {
-    if (!exists(load(registryFile()), fullPath(root, path))) return std::nullopt;
+    if (!exists(present(), fullPath(root, path))) return std::nullopt;
     return RegistryKey(root, std::u16string(path));
 }
 
@@ -266,7 +361,7 @@ bool RegistryKey::remove(Root root, std::u16string_view path)
 
 std::optional<std::u16string> RegistryKey::text(std::u16string_view name) const
 {
-    const Keys keys = load(registryFile());
+    const Keys keys = present();
     const auto key = keys.find(fullPath(root_, path_));
     if (key == keys.end()) return std::nullopt;
     const auto value = key->second.find(utf8(name));
@@ -276,7 +371,7 @@ std::optional<std::u16string> RegistryKey::text(std::u16string_view name) const
 
 std::optional<std::uint32_t> RegistryKey::number(std::u16string_view name) const
 {
-    const Keys keys = load(registryFile());
+    const Keys keys = present();
     const auto key = keys.find(fullPath(root_, path_));
     if (key == keys.end()) return std::nullopt;
     const auto value = key->second.find(utf8(name));
@@ -286,7 +381,7 @@ std::optional<std::uint32_t> RegistryKey::number(std::u16string_view name) const
 
 std::vector<std::u16string> RegistryKey::subkeys() const
 {
-    const Keys keys = load(registryFile());
+    const Keys keys = present();
     const std::string key = fullPath(root_, path_);
     std::vector<std::u16string> names;
     for (auto at = keys.upper_bound(key + "\\"); at != keys.end() && isBelow(at->first, key); ++at) {

@@ -147,5 +147,6 @@ bool createKeyPath(Root root, std::u16string_view path)
 }
 
 std::filesystem::path registryFile() { return {}; }
+std::string registryFailure() { return {}; }
 
 } // namespace platform
