@@ -45,6 +45,20 @@ const std::string& syncInfoName()
     return name;
 }
 
+// The first of NAME.ending, NAME.ending.2, NAME.ending.3 that is free: what was kept before is as worth keeping.
+std::filesystem::path freeNameBeside(const std::filesystem::path& path, const char* ending)
+{
+    std::filesystem::path first = path;
+    first += ending;
+    std::filesystem::path name = first;
+    std::error_code unknown;
+    for (int i = 2; std::filesystem::exists(std::filesystem::symlink_status(name, unknown)); ++i) {
+        name = first;
+        name += "." + std::to_string(i);
+    }
+    return name;
+}
+
 } // namespace
 
 std::u16string EscapeTypeName(std::u16string_view type, bool encode)
@@ -158,8 +172,7 @@ StoreFile::Found StoreFile::load()
 HRESULT StoreFile::createEmpty(bool damaged)
 {
     std::error_code error;
-    std::filesystem::path kept = path_;
-    kept += ".damaged";
+    const std::filesystem::path kept = freeNameBeside(path_, ".damaged");
     const bool inTheWay = damaged && platform::fileExists(path_) && std::filesystem::file_size(path_, error) != 0;
     if (inTheWay) {
         std::filesystem::rename(path_, kept, error);

@@ -99,6 +99,7 @@ TEST_F(LaterVersion, IsOnlyWhatIsGreaterThanThePresentOne)
 TEST_F(LaterVersion, IsNotWhatADamagedFileOfThePresentOneIsTakenFor)
 {
     for (const std::string bytes : {"<Scs Version=\"4\"><Sc>", "<Scs Version=", "<Scs Version=\"", "<Scs NoVersion><Sc a=\"5\">"}) {
+        std::filesystem::remove(file.string() + ".damaged");
         put(file, bytes);
         EXPECT_EQ(StoreFile().Open(file, true), S_OK) << bytes;
         EXPECT_EQ(folder.read(file.string() + ".damaged"), bytes);

@@ -119,12 +119,26 @@ TEST_F(StoreFileTest, ADamagedStoreIsReplacedAndItsBytesAreKept)
 {
     for (const std::string bad : {"<Scs><Sc></Scs>", "no xml", "<!DOCTYPE a><Scs/>"}) {
         folder.write("store.xml", bad);
+        std::filesystem::remove(file.string() + ".damaged");
         StoreFile opened;
         EXPECT_EQ(opened.Open(file, true), S_OK) << bad;
         EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>");
         EXPECT_EQ(folder.read(file.string() + ".damaged"), bad);
         EXPECT_EQ(StoreFile().Open(folder.path() / "none.xml", false), S_OK);
     }
+}
+
+TEST_F(StoreFileTest, WhatWasKeptOfEarlierDamageIsNeverOverwritten)
+{
+    folder.write("store.xml.damaged.2", "another program's");
+    for (const char* bad : {"first", "second", "third"}) {
+        folder.write("store.xml", bad);
+        EXPECT_EQ(StoreFile().Open(file, true), S_OK);
+    }
+    EXPECT_EQ(folder.read(file.string() + ".damaged"), "first");
+    EXPECT_EQ(folder.read(file.string() + ".damaged.2"), "another program's");
+    EXPECT_EQ(folder.read(file.string() + ".damaged.3"), "second");
+    EXPECT_EQ(folder.read(file.string() + ".damaged.4"), "third");
 }
 
 TEST_F(StoreFileTest, AStoreOfZeroBytesBecomesAnEmptyOne)
