@@ -1,12 +1,14 @@
 #include "foundation/CLogFile.h"
 
+#include "console_text.h"
 #include "foundation/Log.h"
 
 namespace mb {
 
 HRESULT STDMETHODCALLTYPE CLogFile::AppendString(BSTR pString)
 {
-    return com::guarded([&] { WriteLogText(8, com::viewOf(pString)); });
+    // One call is one line: another one of a translator's making could pass for the engine's.
+    return com::guarded([&] { WriteLogText(8, platform::harmless(com::viewOf(pString))); });
 }
 
 } // namespace mb

@@ -1,5 +1,6 @@
 #include "foundation/Log.h"
 
+#include "console_text.h"
 #include "files.h"
 #include "foundation/Strings.h"
 #include "host.h"
@@ -49,6 +50,7 @@ bool isWritten(DWORD levelMask) { return (levelMask & LogLevelMask) != 0 && LogF
 void writeLine(std::u16string line)
 {
     if (line.size() >= longestLine) line.resize(longestLine - 1);
+    line = platform::harmlessInFile(line);
     std::string bytes = platform::narrow(line);
     // Wanted: as many bytes as the text has characters, so a line with wider ones loses its tail.
     bytes.resize(std::min(bytes.size(), line.size()));

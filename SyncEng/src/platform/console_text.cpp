@@ -53,6 +53,14 @@ std::u16string harmless(std::u16string_view text)
     return safe;
 }
 
+std::u16string harmlessInFile(std::u16string_view text)
+{
+    std::u16string safe(text);
+    for (char16_t& c : safe)
+        if (!isBreak(c) && isControl(c)) c = u'?'; // one byte, as the log keeps no more bytes than characters
+    return safe;
+}
+
 std::size_t columnsOf(std::u16string_view text) noexcept
 {
     std::size_t columns = 0;

@@ -8,6 +8,9 @@ namespace platform {
 // One line: a line break is a blank, and what moves the cursor or turns the direction of the text around is U+FFFD.
 std::u16string harmless(std::u16string_view text);
 
+// The same for a file: line breaks and tabs stay, and a question mark stands for what would steer a terminal that shows the file.
+std::u16string harmlessInFile(std::u16string_view text);
+
 // Columns of a terminal that the text takes; marks that combine with a letter take none, wide letters two.
 std::size_t columnsOf(std::u16string_view text) noexcept;
 

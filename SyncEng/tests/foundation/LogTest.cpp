@@ -198,6 +198,24 @@ TEST_F(Log, AVeryLongLineIsCut)
     EXPECT_EQ(lines(), std::string(32767, 'x') + "\r\n");
 }
 
+TEST_F(Log, CharactersThatSteerATerminalAreQuestionMarks)
+{
+    open();
+    WriteLogText(1, u"\tRecord: %s", u"\u001B[2J\u0007\u009B31m\u202Egnp.exe\u007F\b");
+    WriteLogText(1, u"\r");
+    EXPECT_EQ(lines(), "\tRecord: ?[2J??31m?gnp.exe??\r\n\r\r\n");
+}
+
+TEST_F(Log, TextOfOthersIsOneLineThatSteersNoTerminal)
+{
+    const auto log = com::make<CLogFile>();
+    open();
+    EXPECT_EQ(log->AppendString(com::Bstr(u"a\r\nCreated: nobody\n\u001B[1mb").get()), S_OK);
+    const std::string written = lines();
+    EXPECT_EQ(std::count(written.begin(), written.end(), '\n'), 1) << written;
+    EXPECT_EQ(written.find('\x1B'), std::string::npos) << written;
+}
+
 TEST_F(Log, TextOfOthersGoesInAtLevel8AsAFormat)
 {
     const auto log = com::make<CLogFile>();
