@@ -58,6 +58,7 @@ void ModuleStart::ensureStarted(const OpenStore& openConfigStore, const std::fil
     std::filesystem::path folder;
     if (FAILED(GetUserDataFolder(folder))) return;
     moveLegacyFiles(folder);
+    platform::removeStaleTemporaries(folder);
 
     const bool tool = hostIsConfigurationTool(host);
     const std::filesystem::path store = folder / (tool ? "MBookCfg.xml" : "MBSync.xml");

@@ -52,6 +52,10 @@ private:
     std::unique_ptr<State> state_;
 };
 
+// Removes what AtomicFile left in the folder in processes that were killed: its temporary files of more than a day ago. A younger one may
+// be that of a process at work.
+void removeStaleTemporaries(const std::filesystem::path& folder);
+
 // A file that grows at its end, for the log: made if missing; every write goes to the system at once, none is flushed to disk.
 class AppendFile {
 public:

@@ -57,6 +57,29 @@ protected:
 
 } // namespace
 
+TEST_F(StartUp, RemovesWhatKilledRunsLeftMoreThanADayAgoAndNothingElse)
+{
+    const auto now = fs::file_time_type::clock::now();
+    const auto put = [&](const std::string& name, int hours) {
+        folder.write("data/Zorel/MBSync/" + name, "x");
+        fs::last_write_time(folder.data() / name, now - std::chrono::hours(hours));
+    };
+    const std::vector<std::string> others{"MBSync.xml.damaged", ".mbsync-0123456789abcdef.tmp.vcf", ".mbsync-notes.tmp",
+                                          "0123456789abcdef.tmp", "MBSync.xml.0123456789abcdeX.tmp"};
+    put(".mbsync-0123456789abcdef.tmp", 25);
+    put("MBSync.xml.fedcba9876543210.tmp", 25);
+    put(".mbsync-1123456789abcdef.tmp", 23);
+    for (const std::string& other : others) put(other, 1000);
+    fs::create_directory(folder.data() / ".mbsync-2123456789abcdef.tmp");
+    fs::last_write_time(folder.data() / ".mbsync-2123456789abcdef.tmp", now - std::chrono::hours(1000));
+    start();
+    EXPECT_FALSE(exists(".mbsync-0123456789abcdef.tmp"));
+    EXPECT_FALSE(exists("MBSync.xml.fedcba9876543210.tmp"));
+    EXPECT_TRUE(exists(".mbsync-1123456789abcdef.tmp")) << "it may be that of a run at work";
+    EXPECT_TRUE(exists(".mbsync-2123456789abcdef.tmp"));
+    for (const std::string& other : others) EXPECT_TRUE(exists(other.c_str())) << other;
+}
+
 TEST_F(StartUp, TheFirstStartWritesTheSettingsAndOpensLogAndStore)
 {
     start();
