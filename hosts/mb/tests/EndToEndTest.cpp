@@ -426,7 +426,8 @@ TEST_F(EndToEndTest, AContactCannotSteerTheTerminal)
     ASSERT_NE(textOf(dataFolder() / "MBSync.log").find("[2Jna"), std::string::npos) << "the log tells of the contact";
     for (const auto& arguments : std::vector<std::vector<std::string>>{{"log"}, {"log", "--json"}, {"status"}, {"maps"}})
         EXPECT_EQ(mb(arguments).out.find('\x1b'), std::string::npos);
-    EXPECT_NE(mb({"log", "--lines", "0"}).out.find("An\uFFFD[2Jna"), std::string::npos);
+    EXPECT_EQ(textOf(dataFolder() / "MBSync.log").find('\x1b'), std::string::npos) << "nor where the log is shown by another program";
+    EXPECT_NE(mb({"log", "--lines", "0"}).out.find("An?[2Jna"), std::string::npos);
 }
 
 TEST_F(EndToEndTest, WithTheLogSwitchedOffARunIsCountedAllTheSame)
