@@ -32,6 +32,12 @@ bool createFolders(const std::filesystem::path& folder);
 std::error_code copyReplacing(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
 // errc::file_exists if there is a target.
 std::error_code copyFailingIfExists(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
+// The one spelling of a place: absolute, without links, dots and doubled or trailing separators; on Windows also with the names as the
+// file system has them, and by its own volume. What is not there is taken as it is given, behind the folder that is.
+std::filesystem::path canonicalPath(const std::filesystem::path& path);
+// Whether two databases are one place: the same file or folder where both are absolute paths that lead to one, else the same text in any
+// case of its letters.
+bool isSamePlace(std::u16string_view a, std::u16string_view b);
 // The whole file; an error in `error`, also where it is larger than `limit` (errc::file_too_large).
 std::string readFile(const std::filesystem::path& file, std::error_code& error, std::uint64_t limit = UINT64_MAX);
 

@@ -4,7 +4,9 @@
 #include "posix/file_calls.h"
 #include "TestFolder.h"
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <fstream>
@@ -89,6 +91,23 @@ int recordingGiveTo(int file, uid_t user, gid_t group)
 {
     givenTo.emplace_back(user, group);
     return ::fchown(file, user, group);
+}
+
+// The next calls fail by this error.
+int heldCalls = 0, heldError = 0;
+int heldRename(const char* from, const char* to)
+{
+    if (heldCalls == 0) return std::rename(from, to);
+    --heldCalls;
+    errno = heldError;
+    return -1;
+}
+int heldOpen(const char* path, int flags, mode_t mode)
+{
+    if (heldCalls == 0) return ::open(path, flags, mode);
+    --heldCalls;
+    errno = heldError;
+    return -1;
 }
 
 class Files : public testing::Test {
@@ -536,6 +555,86 @@ TEST_F(Files, AReplacedFileStaysInItsGroup)
     ASSERT_EQ(::stat(at("a").c_str(), &after), 0);
     EXPECT_EQ(after.st_gid, before.st_gid);
     EXPECT_EQ(after.st_uid, before.st_uid);
+}
+
+TEST_F(Files, APlaceHasOneSpelling)
+{
+    const fs::path real = fs::canonical(home()) / "real";
+    fs::create_directory(real);
+    write("real/a", "x");
+    fs::create_directory_symlink("real", at("link"));
+    for (const fs::path& spelling :
+         {real, real / "", real / ".", real / "" / ".", home() / "." / "link", at("link") / "", at("none") / ".." / "real"})
+        EXPECT_EQ(canonicalPath(spelling), real) << spelling;
+    EXPECT_EQ(canonicalPath(at("link") / "a"), real / "a");
+    EXPECT_EQ(canonicalPath(at("link") / "new" / "b.db"), real / "new" / "b.db") << "what is not there yet";
+    EXPECT_EQ(canonicalPath(at("link") / "new" / ""), real / "new");
+    const fs::path before = fs::current_path();
+    fs::current_path(at("link"));
+    EXPECT_EQ(canonicalPath("a"), real / "a");
+    EXPECT_EQ(canonicalPath("b"), real / "b");
+    fs::current_path(before);
+    EXPECT_EQ(canonicalPath(""), "");
+    EXPECT_EQ(canonicalPath("/"), "/");
+}
+
+TEST_F(Files, TwoPlacesAreOneWhereTheyLeadToOneFile)
+{
+    write("a", "x");
+    write("A", "y");
+    fs::create_symlink("a", at("link"));
+    const auto text = [&](const char* name) { return textOf(at(name)); };
+    EXPECT_TRUE(isSamePlace(text("a"), text("a")));
+    EXPECT_TRUE(isSamePlace(text("a"), text("link")));
+    EXPECT_FALSE(isSamePlace(text("a"), text("A"))) << "the file system tells them apart";
+    EXPECT_TRUE(isSamePlace(text("none"), text("NONE"))) << "names of no file";
+    EXPECT_FALSE(isSamePlace(text("none"), text("other")));
+    EXPECT_TRUE(isSamePlace(u"Contacts", u"contacts"));
+}
+
+TEST_F(Files, AFileThatIsHeldForAMomentIsWrittenAllTheSame)
+{
+    write("a", "old");
+    for (const int error : {EBUSY, ETXTBSY}) {
+        heldCalls = 3;
+        heldError = error;
+        fileCalls.rename = heldRename;
+        EXPECT_FALSE(replace(at("a"), "new"));
+        EXPECT_EQ(heldCalls, 0);
+        EXPECT_EQ(read("a"), "new");
+        heldCalls = 3;
+        fileCalls.open = heldOpen;
+        std::error_code failure;
+        EXPECT_EQ(readFile(at("a"), failure), "new");
+        EXPECT_FALSE(failure);
+        EXPECT_EQ(heldCalls, 0);
+    }
+}
+
+TEST_F(Files, AFileThatStaysHeldFailsAfterTwoSeconds)
+{
+    write("a", "old");
+    heldCalls = 1'000'000;
+    heldError = EBUSY;
+    fileCalls.rename = heldRename;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(replace(at("a"), "new"), std::errc::device_or_resource_busy);
+    const auto waited = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(waited, std::chrono::seconds(2));
+    EXPECT_LT(waited, std::chrono::seconds(20));
+    EXPECT_LT(1'000'000 - heldCalls, 20) << "the pauses grow";
+    EXPECT_EQ(read("a"), "old");
+    EXPECT_THAT(listed(), ElementsAre("a"));
+}
+
+TEST_F(Files, WhatIsNoHoldFailsAtOnce)
+{
+    write("a", "old");
+    heldCalls = 1'000'000;
+    heldError = EACCES;
+    fileCalls.rename = heldRename;
+    EXPECT_EQ(replace(at("a"), "new"), std::errc::permission_denied);
+    EXPECT_EQ(1'000'000 - heldCalls, 1);
 }
 
 TEST_F(Files, ALinkSurvivesAndItsTargetChanges)

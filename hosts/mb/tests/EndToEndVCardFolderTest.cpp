@@ -80,6 +80,20 @@ TEST_F(VCardFolderStory, AFailedFileCallFailsTheRunAndDeletesNothing)
         }
 }
 
+TEST_F(VCardFolderStory, ACardThatIsHeldForAMomentIsReadAndWritten)
+{
+    run_.environment["FAIL_TIMES"] = "4";
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Title", "Boss"}).code, 0);
+    for (const char* call : {"openat", "renameat2"}) {
+        ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Title", call}).code, 0);
+        const Result run = failingSync(call, anyCard().filename(), EBUSY);
+        EXPECT_EQ(run.code, 0) << call << run.error;
+        EXPECT_NE(textOf(anyCard()).find(std::string("TITLE:") + call), std::string::npos);
+    }
+    run_.environment.erase("FAIL_TIMES");
+    expectNothingToDo();
+}
+
 TEST_F(VCardFolderStory, ACardWhosePlaceIsTakenByALinkAPipeOrAFolderIsKeptOnTheOtherSide)
 {
     const std::string before = shown();

@@ -1,7 +1,9 @@
 // Loaded in front of a program, it makes one file call fail as a broken disk or a server that is gone does. FAIL_CALL is the name of the
-// call, FAIL_NAME a part of the file's path, FAIL_ERROR the error number.
+// call, FAIL_NAME a part of the file's path, FAIL_ERROR the error number, FAIL_TIMES how often it fails: always if it is not set.
 #include <array>
+#include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdlib>
 #include <dirent.h>
@@ -24,6 +26,8 @@ bool fails(const char* call, const std::string& path)
 {
     static const std::string failingCall = setting("FAIL_CALL"), failingName = setting("FAIL_NAME");
     if (failingCall != call || path.find(failingName) == std::string::npos) return false;
+    static std::atomic<int> left = setting("FAIL_TIMES").empty() ? INT_MAX : std::atoi(setting("FAIL_TIMES").c_str());
+    if (left-- <= 0) return false;
     errno = std::atoi(setting("FAIL_ERROR").c_str());
     return true;
 }
@@ -55,6 +59,12 @@ int openat(int folder, const char* path, int flags, ...)
     va_end(rest);
     static auto* const next = real(&openat, "openat");
     return fails("openat", path) ? -1 : next(folder, path, flags, mode);
+}
+
+int renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags)
+{
+    static auto* const next = real(&renameat2, "renameat2");
+    return fails("renameat2", to) ? -1 : next(fromFolder, from, toFolder, to, flags);
 }
 
 ssize_t pread(int file, void* bytes, size_t size, off_t at)

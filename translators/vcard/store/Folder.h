@@ -76,8 +76,8 @@ public:
         void reserve(std::uint64_t size); // fails now rather than later if the disk is full
         void write(std::string_view bytes);
         void flush();
-        FileState place(const std::string& name);   // a new file
-        FileState replace(const std::string& name); // with the permissions of the file that was there
+        FileState place(const std::string& name);   // a new file, with the permissions of most of the cards beside it
+        FileState replace(const std::string& name); // with the owner and permissions of the file that was there
         // Replaces the file if it still holds these bytes, and throws a FileError (Changed) otherwise. The two files change places at once,
         // so what came out can be looked at, and is put back if another program changed it. Where the file system cannot exchange two
         // files, the bytes are compared right before the file is replaced.
@@ -97,6 +97,7 @@ public:
 
 private:
     std::vector<std::string> names() const; // of cards and of files in the making
+    unsigned modeOfCards() const;           // what most cards of the folder have
     std::string unusedName() const;         // of a file in the making
     bool holds(const std::string& name, std::string_view bytes) const;
     std::string keepAside(const std::string& aside, const std::string& name) const;
@@ -104,6 +105,7 @@ private:
 
     std::string path_;
     int folder_ = -1;
+    mutable unsigned modeOfCards_ = 0; // 0 until it is known
 };
 
 // Whether the path leads to a folder, to a file or to nothing; links are followed. Throws a FileError if the system does not tell.

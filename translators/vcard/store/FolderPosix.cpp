@@ -2,6 +2,7 @@
 
 #include "Ascii.h"
 #include "Charset.h"
+#include "held.h"
 #include "LineReader.h"
 #include "Parallel.h"
 
@@ -15,6 +16,7 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
+#include <map>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <thread>
@@ -25,6 +27,7 @@ namespace mb::vcard {
 namespace {
 
 constexpr std::string_view kDraftPrefix = ".mbsync-", kDraftSuffix = ".tmp";
+constexpr mode_t kOwnerOnly = 0600;                            // what a file has that is made here and stands beside no other
 constexpr std::time_t kStaleDraft = std::time_t{24} * 60 * 60; // seconds
 
 [[noreturn]] void fail(const std::string& what, const std::string& path)
@@ -54,6 +57,12 @@ std::string notPlain(mode_t mode)
     throw FileError("cannot read \"" + path + "\": " + notPlain, FileError::Why::NotPlain);
 }
 
+// Makes a call that renames or deletes, and again while another program holds the file.
+template <class F> bool done(F&& call)
+{
+    return platform::whileHeld(platform::Purpose::Replace, call, [](int result) { return result == 0; }) == 0;
+}
+
 bool isDraft(std::string_view name) { return name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix); }
 
 // A file in the making that a run left behind which was killed.
@@ -78,7 +87,17 @@ bool moveBack(int folder, const std::string& aside, const std::string& name)
 // Lets two files exchange their names; false where the file system cannot.
 bool exchangeNames(int folder, const std::string& a, const std::string& b)
 {
-    return renameat2(folder, a.c_str(), folder, b.c_str(), RENAME_EXCHANGE) == 0;
+    return done([&] { return renameat2(folder, a.c_str(), folder, b.c_str(), RENAME_EXCHANGE); });
+}
+
+// Only the superuser can give a file away, and must, or its owner would lose it. A user can give it to a group of theirs.
+void keepOwner(int file, const struct stat& before, const std::string& path)
+{
+    struct stat made;
+    if (fstat(file, &made) != 0) fail("cannot write the file", path);
+    if ((made.st_uid == before.st_uid && made.st_gid == before.st_gid) || fchown(file, before.st_uid, before.st_gid) == 0) return;
+    if (geteuid() == 0) fail("cannot write the file", path);
+    (void)!fchown(file, static_cast<uid_t>(-1), before.st_gid);
 }
 
 class Descriptor {
@@ -201,7 +220,9 @@ std::optional<FileState> Folder::stateOf(const std::string& name) const
 
 std::string Folder::read(const std::string& name, FileState& state) const
 {
-    const Descriptor file(openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    const Descriptor file(platform::whileHeld(
+        platform::Purpose::Open, [&] { return openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC); },
+        [](int opened) { return opened >= 0; }));
     struct stat s;
     if (file.get() < 0) {
         const int error = errno; // ELOOP of a link, ENXIO of a socket or a device
@@ -247,12 +268,12 @@ void Folder::removeIfSame(const std::string& name, const FileState& before) cons
 {
     const std::string aside = unusedName();
     struct stat s;
-    if (renameat(folder_, name.c_str(), folder_, aside.c_str()) != 0) {
+    if (!done([&] { return renameat(folder_, name.c_str(), folder_, aside.c_str()); })) {
         if (errno == ENOENT) failChanged(name);
         fail("cannot delete the file", pathOf(name));
     }
     if (fstatat(folder_, aside.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(s.st_mode) && stateFrom(s) == before) {
-        if (unlinkat(folder_, aside.c_str(), 0) != 0) {
+        if (!done([&] { return unlinkat(folder_, aside.c_str(), 0); })) {
             const int error = errno;
             moveBack(folder_, aside, name);
             errno = error;
@@ -288,7 +309,7 @@ Folder::Draft::Draft(const Folder& folder) : folder_(folder)
 {
     do {
         name_ = folder_.unusedName();
-        file_ = openat(folder_.folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        file_ = openat(folder_.folder_, name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerOnly);
     } while (file_ < 0 && errno == EEXIST);
     if (file_ < 0) fail("cannot make a file in", folder_.path_);
 }
@@ -330,15 +351,20 @@ void Folder::Draft::flush()
     if (fsync(file_) != 0) fail("cannot write a file to disk in", folder_.path_);
 }
 
-FileState Folder::Draft::place(const std::string& name) { return renameTo(name, RENAME_NOREPLACE); }
+FileState Folder::Draft::place(const std::string& name)
+{
+    if (const mode_t mode = folder_.modeOfCards(); mode != kOwnerOnly && fchmod(file_, mode) != 0)
+        fail("cannot write the file", folder_.pathOf(name));
+    return renameTo(name, RENAME_NOREPLACE);
+}
 
 FileState Folder::Draft::renameTo(const std::string& name, unsigned flags)
 {
     const FileState state = finish(name);
     const int folder = folder_.folder_;
-    bool done = renameat2(folder, name_.c_str(), folder, name.c_str(), flags) == 0;
-    if (!done && flags != 0 && isUnsupported()) done = renameat(folder, name_.c_str(), folder, name.c_str()) == 0;
-    if (!done) fail("cannot write the file", folder_.pathOf(name));
+    bool renamed = done([&] { return renameat2(folder, name_.c_str(), folder, name.c_str(), flags); });
+    if (!renamed && flags != 0 && isUnsupported()) renamed = renameat(folder, name_.c_str(), folder, name.c_str()) == 0;
+    if (!renamed) fail("cannot write the file", folder_.pathOf(name));
     close(std::exchange(file_, -1));
     return state;
 }
@@ -355,6 +381,7 @@ void Folder::Draft::prepareToReplace(const std::string& name)
     struct stat s;
     if (fstatat(folder_.folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0) {
         if (faccessat(folder_.folder_, name.c_str(), W_OK, 0) != 0) fail("cannot write the file", folder_.pathOf(name));
+        keepOwner(file_, s, folder_.pathOf(name));
         if (fchmod(file_, s.st_mode & 07777) != 0) fail("cannot write the file", folder_.pathOf(name));
     } else if (errno != ENOENT) {
         fail("cannot write the file", folder_.pathOf(name));
@@ -401,6 +428,29 @@ void Folder::Draft::putBack(const std::string& name, const FileState& mine)
         folder_.failChanged(name);
     }
     folder_.failChanged(name, folder_.keepAside(name_, name)); // it changed the file once more in between
+}
+
+// Asked for at the first new card, and of the first hundred cards.
+unsigned Folder::modeOfCards() const
+{
+    constexpr std::size_t kEnough = 100;
+    if (modeOfCards_ != 0) return modeOfCards_;
+    std::map<mode_t, std::size_t> modes;
+    std::size_t seen = 0;
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(opendir(path_.c_str()), closedir);
+    for (const dirent* entry = nullptr; entries && seen < kEnough && (entry = readdir(entries.get()));) {
+        struct stat s;
+        const std::string_view name = entry->d_name;
+        if (name.starts_with('.') || !endsWithFold(name, ".vcf") || fstatat(folder_, entry->d_name, &s, AT_SYMLINK_NOFOLLOW) != 0 ||
+            !S_ISREG(s.st_mode))
+            continue;
+        ++modes[(s.st_mode & 0666) | kOwnerOnly];
+        ++seen;
+    }
+    // Of two that are as frequent the stricter one.
+    const auto most = std::max_element(modes.begin(), modes.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+    modeOfCards_ = most == modes.end() ? kOwnerOnly : most->first;
+    return modeOfCards_;
 }
 
 PathKind kindOf(const std::string& path)

@@ -2,6 +2,7 @@
 
 #include "Ascii.h"
 #include "Charset.h"
+#include "held.h"
 #include "host.h"
 #include "LineReader.h"
 
@@ -21,6 +22,12 @@
 
 namespace mb::vcard {
 namespace {
+
+// Makes a call that renames or deletes, and again while another program holds the file.
+template <class F> bool done(F&& call)
+{
+    return platform::whileHeld(platform::Purpose::Replace, call, [](BOOL result) { return result != FALSE; }) != FALSE;
+}
 
 constexpr std::string_view kDraftPrefix = ".mbsync-", kDraftSuffix = ".tmp";
 constexpr std::int64_t kStaleDraft = std::int64_t{24} * 60 * 60 * 1'000'000'000; // nanoseconds
@@ -191,8 +198,11 @@ std::optional<FileState> Folder::stateOf(const std::string& name) const
 std::string Folder::read(const std::string& name, FileState& state) const
 {
     const std::wstring path = wide(pathOf(name));
-    const Handle file(CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
-                                  FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+    const auto open = [&] {
+        return CreateFileW(path.c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
+                           FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr);
+    };
+    const Handle file(platform::whileHeld(platform::Purpose::Open, open, [](HANDLE opened) { return opened != INVALID_HANDLE_VALUE; }));
     if (!file) {
         const DWORD error = GetLastError(), attributes = GetFileAttributesW(path.c_str());
         if (attributes != INVALID_FILE_ATTRIBUTES && !notPlain(attributes).empty()) refuse(pathOf(name), notPlain(attributes));
@@ -239,14 +249,14 @@ void Folder::removeIfSame(const std::string& name, const FileState& before) cons
     requireWritable(pathOf(name), "cannot delete the file");
     const std::string aside = unusedName();
     const std::wstring path = wide(pathOf(name)), asidePath = wide(pathOf(aside));
-    if (!MoveFileExW(path.c_str(), asidePath.c_str(), 0)) {
+    if (!done([&] { return MoveFileExW(path.c_str(), asidePath.c_str(), 0); })) {
         if (GetLastError() == ERROR_FILE_NOT_FOUND) failChanged(name);
         fail("cannot delete the file", pathOf(name));
     }
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (GetFileAttributesExW(asidePath.c_str(), GetFileExInfoStandard, &data) && notPlain(data.dwFileAttributes).empty() &&
         stateFrom(data) == before) {
-        if (DeleteFileW(asidePath.c_str())) return;
+        if (done([&] { return DeleteFileW(asidePath.c_str()); })) return;
         const DWORD error = GetLastError();
         MoveFileExW(asidePath.c_str(), path.c_str(), 0);
         SetLastError(error);
@@ -333,8 +343,8 @@ FileState Folder::Draft::finish(const std::string& name)
 FileState Folder::Draft::renameTo(const std::string& name, unsigned flags)
 {
     const FileState state = finish(name);
-    const std::wstring draft = wide(folder_.pathOf(name_));
-    if (!MoveFileExW(draft.c_str(), wide(folder_.pathOf(name)).c_str(), flags)) deleteAndFail(draft, folder_.pathOf(name));
+    const std::wstring draft = wide(folder_.pathOf(name_)), target = wide(folder_.pathOf(name));
+    if (!done([&] { return MoveFileExW(draft.c_str(), target.c_str(), flags); })) deleteAndFail(draft, folder_.pathOf(name));
     return state;
 }
 
@@ -347,7 +357,10 @@ FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view
     const std::wstring draft = wide(folder_.pathOf(name_)), target = wide(folder_.pathOf(name));
     const std::string aside = folder_.unusedName();
     const std::wstring asidePath = wide(folder_.pathOf(aside));
-    if (!ReplaceFileW(target.c_str(), draft.c_str(), asidePath.c_str(), REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr)) {
+    const auto replace = [&] {
+        return ReplaceFileW(target.c_str(), draft.c_str(), asidePath.c_str(), REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr);
+    };
+    if (!done(replace)) {
         const DWORD error = GetLastError();
         // The file may bear the name of the backup already while the new one could not take its place.
         if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) MoveFileExW(asidePath.c_str(), target.c_str(), 0);

@@ -1,6 +1,7 @@
 #include "files.h"
 
 #include "file_calls.h"
+#include "held.h"
 #include "text.h"
 #include <algorithm>
 #include <cerrno>
@@ -60,9 +61,21 @@ std::error_code writeAll(int file, std::string_view bytes) noexcept
     return {};
 }
 
+int openHeld(const fs::path& path, int flags, mode_t mode = 0)
+{
+    return whileHeld(
+        Purpose::Open, [&] { return fileCalls.open(path.c_str(), flags, mode); }, [](int file) { return file >= 0; });
+}
+
+int renameHeld(const fs::path& from, const fs::path& to)
+{
+    return whileHeld(
+        Purpose::Replace, [&] { return fileCalls.rename(from.c_str(), to.c_str()); }, [](int result) { return result == 0; });
+}
+
 // A file opened for reading, with what is known of it.
 struct Source {
-    explicit Source(const fs::path& path) noexcept : file(::open(path.c_str(), O_RDONLY | O_CLOEXEC))
+    explicit Source(const fs::path& path) noexcept : file(openHeld(path, O_RDONLY | O_CLOEXEC))
     {
         if (!file || ::fstat(file.get(), &info) != 0)
             error = lastError();
@@ -165,7 +178,7 @@ public:
         if (!error_) writeBuffer();
         if (!error_ && fileCalls.flush(file_.get()) != 0) error_ = lastError();
         if (!error_ && file_.close() != 0) error_ = lastError();
-        if (!error_ && fileCalls.rename(temporary_.c_str(), target_.c_str()) != 0) error_ = lastError();
+        if (!error_ && renameHeld(temporary_, target_) != 0) error_ = lastError();
         if (!error_) {
             temporary_.clear();
             flushFolder(folder_);
@@ -180,7 +193,7 @@ private:
         // A forked process draws the same numbers as its parent.
         for (int attempt = 0; attempt < 16 && !file_; ++attempt) {
             temporary_ = folder_ / temporaryName();
-            file_.open(fileCalls.open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
+            file_.open(openHeld(temporary_, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
             if (!file_ && errno != EEXIST) break;
         }
         if (file_) return;
@@ -222,6 +235,8 @@ private:
 
 } // namespace
 
+bool lastErrorIsHold(Purpose) noexcept { return errno == EBUSY || errno == ETXTBSY; }
+
 fs::path pathOf(std::u16string_view text) { return fs::path(utf8(text)); }
 std::u16string textOf(const fs::path& path) { return utf16(path.native()); }
 
@@ -258,6 +273,16 @@ bool createFolders(const fs::path& folder)
     const fs::path parent = folder.parent_path();
     if (!parent.empty() && parent != folder && !createFolders(parent)) return false;
     return createFolder(folder);
+}
+
+fs::path canonicalPath(const fs::path& path)
+{
+    std::error_code error;
+    const fs::path real = fs::canonical(path, error);
+    if (!error) return real;
+    const fs::path full = fs::absolute(path, error).lexically_normal();
+    if (error || !full.has_relative_path()) return path;
+    return full.has_filename() ? canonicalPath(full.parent_path()) / full.filename() : canonicalPath(full.parent_path());
 }
 
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept

@@ -1,5 +1,7 @@
 #include "files.h"
 
+#include "held.h"
+
 #include <windows.h>
 
 #include <shlobj.h>
@@ -22,7 +24,9 @@ constexpr std::size_t bufferSize = 1 << 16;
 class File {
 public:
     File(const fs::path& path, DWORD access, DWORD share, DWORD disposition) noexcept
-        : handle_(CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr))
+        : handle_(whileHeld(
+              Purpose::Open, [&] { return CreateFileW(path.c_str(), access, share, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr); },
+              [](HANDLE opened) { return opened != INVALID_HANDLE_VALUE; }))
     {
     }
     File(const File&) = delete;
@@ -95,6 +99,14 @@ void copyAccessRights(const fs::path& from, const fs::path& to)
 
 } // namespace
 
+bool lastErrorIsHold(Purpose purpose) noexcept
+{
+    const DWORD error = GetLastError();
+    return error == ERROR_SHARING_VIOLATION || error == ERROR_LOCK_VIOLATION ||
+           (purpose == Purpose::Replace &&
+            (error == ERROR_ACCESS_DENIED || error == ERROR_UNABLE_TO_REMOVE_REPLACED || error == ERROR_UNABLE_TO_MOVE_REPLACEMENT));
+}
+
 fs::path pathOf(std::u16string_view text) { return fs::path(text.begin(), text.end()); }
 std::u16string textOf(const fs::path& path) { return {path.native().begin(), path.native().end()}; }
 
@@ -126,6 +138,25 @@ bool createFolders(const fs::path& folder)
     const fs::path parent = folder.parent_path();
     if (!parent.empty() && parent != folder && !createFolders(parent)) return false;
     return createFolder(folder);
+}
+
+fs::path canonicalPath(const fs::path& path)
+{
+    std::error_code error;
+    const fs::path full = fs::absolute(path, error).lexically_normal();
+    if (error || path.empty()) return path;
+    const HANDLE opened = CreateFileW(full.c_str(), 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (opened != INVALID_HANDLE_VALUE) {
+        std::wstring name(32'768, L'\0');
+        const DWORD length = GetFinalPathNameByHandleW(opened, name.data(), static_cast<DWORD>(name.size()), FILE_NAME_NORMALIZED);
+        CloseHandle(opened);
+        if (length == 0 || length >= name.size()) return full;
+        name.resize(length);
+        if (name.starts_with(L"\\\\?\\UNC\\")) return L"\\\\" + name.substr(8);
+        return name.starts_with(L"\\\\?\\") ? name.substr(4) : name;
+    }
+    if (!full.has_relative_path()) return full;
+    return full.has_filename() ? canonicalPath(full.parent_path()) / full.filename() : canonicalPath(full.parent_path());
 }
 
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
@@ -227,8 +258,10 @@ std::error_code AtomicFile::commit() noexcept
     } catch (...) {
         s.error = std::make_error_code(std::errc::not_enough_memory);
     }
-    if (!s.error && !MoveFileExW(s.temporary.c_str(), s.target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
-        s.error = lastError();
+    const auto move = [&] {
+        return MoveFileExW(s.temporary.c_str(), s.target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
+    };
+    if (!s.error && !whileHeld(Purpose::Replace, move, [](BOOL moved) { return moved != FALSE; })) s.error = lastError();
     if (s.error) DeleteFileW(s.temporary.c_str());
     return s.error;
 }

@@ -107,6 +107,52 @@ TEST_F(VCardFolder, AnEditKeepsThePermissions)
     EXPECT_EQ(fs::status(folder / "a.vcf").permissions(), fs::perms(0640));
 }
 
+TEST_F(VCardFolder, ANewCardTakesThePermissionsOfItsNeighbours)
+{
+    const mode_t before = ::umask(022);
+    const auto permissionsOfNew = [&] {
+        auto store = open();
+        const std::string id = add(store, u"New");
+        const fs::perms given = fs::status(folder / id).permissions();
+        store.remove(id);
+        return given;
+    };
+    EXPECT_EQ(permissionsOfNew(), fs::perms(0600)) << "beside no other card";
+    for (const char* name : {"a.vcf", "b.vcf", "c.vcf"}) put(name, cardText(name));
+    for (const unsigned mode : {0644u, 0664u, 0640u, 0600u}) {
+        for (const char* name : {"a.vcf", "b.vcf"}) fs::permissions(folder / name, fs::perms(mode));
+        fs::permissions(folder / "c.vcf", fs::perms(0444));
+        EXPECT_EQ(permissionsOfNew(), fs::perms(mode));
+    }
+    fs::remove(folder / "c.vcf");
+    fs::permissions(folder / "a.vcf", fs::perms(0644));
+    EXPECT_EQ(permissionsOfNew(), fs::perms(0600)) << "the stricter of two";
+    ::umask(before);
+}
+
+TEST_F(VCardFolder, TheListOfCategoriesIsForItsOwnerAlone)
+{
+    const mode_t before = ::umask(022);
+    put("a.vcf", cardText("A"));
+    CardCategories(folder.string(), (root / "cache").string(), [](const std::string&) {}).keep({u"Friends"});
+    EXPECT_EQ(fs::status(folder / ".mbsync-categories").permissions(), fs::perms(0600));
+    ::umask(before);
+}
+
+TEST_F(VCardFolder, AnEditKeepsTheOwner)
+{
+    put("a.vcf", cardText("A"));
+    ASSERT_TRUE(::geteuid() != 0 || ::chown((folder / "a.vcf").c_str(), 65534, 65534) == 0);
+    struct stat before {
+    }, after{};
+    ASSERT_EQ(::stat((folder / "a.vcf").c_str(), &before), 0);
+    auto store = open();
+    edit(store, "a.vcf", kTitle, u"Boss");
+    ASSERT_EQ(::stat((folder / "a.vcf").c_str(), &after), 0);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+}
+
 TEST_F(VCardFolder, ADeviceIsNeitherAFolderNorAFile)
 {
     expectFailure(Step::Open, "neither a folder", [&] { open("/dev/null"); });
