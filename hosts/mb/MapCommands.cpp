@@ -30,7 +30,7 @@ void refuseSecondMap(const Engine& engine, ITrMap* maps, const GUID (&ids)[2], c
     for (const GUID& guid : listMaps(engine)) {
         const MapInfo map = describeMap(maps, guid);
         const auto isSide = [&](int side, int given) {
-            return map.translators[side].clsid == ids[given] && map.databases[side] == databases[given];
+            return map.translators[side].clsid == ids[given] && isSameStore(map.databases[side], databases[given]);
         };
         if ((isSide(0, 0) && isSide(1, 1)) || (isSide(0, 1) && isSide(1, 0)))
             throw Failure("These two stores have a map already: " + guidName(guid) + ". mb sync brings them into step.");
@@ -52,7 +52,7 @@ void addMap(const std::string& first, const std::string& second)
     const GUID ids[2] = {resolveTranslator(translators, names[0].translator).clsid,
                          resolveTranslator(translators, names[1].translator).clsid};
     const std::string databases[2] = {absolutePath(names[0].database), absolutePath(names[1].database)};
-    if (platform::equalNoCase(platform::utf16(databases[0]), platform::utf16(databases[1])))
+    if (isSameStore(databases[0], databases[1]))
         throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two.", exitUsage);
     const auto maps = engine.maps();
     refuseSecondMap(engine, maps.get(), ids, databases);

@@ -27,6 +27,12 @@ std::string absolutePath(const std::string& database)
     return error ? database : textOf(absolute.lexically_normal());
 }
 
+bool isSameStore(const std::string& a, const std::string& b)
+{
+    const auto canonical = [](const std::string& database) { return platform::textOf(platform::canonicalPath(pathOf(database))); };
+    return platform::isSamePlace(canonical(a), canonical(b));
+}
+
 std::filesystem::path pathOf(const std::string& text) { return platform::pathOf(platform::utf16(text)); }
 std::string textOf(const std::filesystem::path& path) { return platform::utf8(platform::textOf(path)); }
 

@@ -15,6 +15,9 @@ StoreName parseStore(const std::string& text);
 // Databases of the plug-ins here are paths: the shell does not resolve what stands behind the '='.
 std::string absolutePath(const std::string& database);
 
+// Whether two databases are one, by whatever links, drive letters or spellings they are named.
+bool isSameStore(const std::string& a, const std::string& b);
+
 // A path is UTF-8 wherever it is a text, on every platform.
 std::filesystem::path pathOf(const std::string& text);
 std::string textOf(const std::filesystem::path& path);

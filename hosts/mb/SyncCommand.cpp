@@ -101,6 +101,10 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     // A map whose first plug-in is missing would end well to the engine, and nothing would have been done.
     for (const TranslatorInfo& translator : map.translators)
         if (outcome.message.empty()) outcome.message = missingPlugin(maps, translator);
+    // To the engine such a map has nothing to do.
+    if (outcome.message.empty() && !map.databases[0].empty() && isSameStore(map.databases[0], map.databases[1]))
+        outcome.message =
+            "both of its sides are the store " + quote(map.databases[0]) + " by now, maybe by a link; point one to another store.";
     if (!outcome.message.empty()) {
         outcome.end = Outcome::End::Failed;
         return outcome;

@@ -1,5 +1,6 @@
 #include "StoreTranslator.h"
 
+#include "files.h"
 #include "host.h"
 #include "text.h"
 #include <algorithm>
@@ -169,7 +170,8 @@ HRESULT StoreTranslator::GetSyncParams(ITrServices* pServices, BSTR* lpDatabase,
     if (!pServices || !lpDatabase || !lpDescription) return E_POINTER;
     *lpDatabase = *lpDescription = nullptr;
     return run([&] {
-        com::Bstr database(databaseOf(pServices, info_));
+        const std::u16string given = databaseOf(pServices, info_);
+        com::Bstr database(given.empty() ? given : platform::textOf(platform::canonicalPath(platform::pathOf(given))));
         com::give(lpDescription, info_.longName);
         *lpDatabase = database.detach();
     });

@@ -2,6 +2,7 @@
 
 #include "engine/HistoryLinks.h"
 #include "engine/StageProgress.h"
+#include "files.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
@@ -18,7 +19,7 @@ bool beginsAnew(const RunState& run, const PerSide<std::u16string>& last)
     if (last.one.empty() && last.two.empty()) return true;
     const auto exchanged = [&](Side side) {
         const std::u16string& recorded = last[side];
-        return run.side(side).DatabaseKnown && !recorded.empty() && !platform::equalNoCase(run.side(side).Database, recorded);
+        return run.side(side).DatabaseKnown && !recorded.empty() && !platform::isSamePlace(run.side(side).Database, recorded);
     };
     return exchanged(Side::One) || exchanged(Side::Two);
 }
@@ -70,6 +71,27 @@ HRESULT loadKnownRecords(PipelinePass& pass)
     return hr;
 }
 
+// The database as the map's settings have it. Translators of former versions told it as it was given, which may be by another spelling.
+std::u16string givenDatabase(const PassSide& side)
+{
+    com::Bstr given;
+    const auto settings = side.services.tryAs<IDataStream>();
+    if (settings) (void)com::call(settings, &IDataStream::GetString, com::Bstr(u"Database").get(), given.put());
+    return given.text();
+}
+
+// A transfer's records stand under the names of both databases. Those of a former version go on under the names that they have.
+void chooseTransferSections(PipelinePass& pass)
+{
+    CSyncHistory& history = *pass.run.History;
+    const std::u16string &told1 = pass.run.side(Side::One).Database, &told2 = pass.run.side(Side::Two).Database;
+    const std::u16string given1 = givenDatabase(pass.side(Side::One)), given2 = givenDatabase(pass.side(Side::Two));
+    for (const auto& [first, second] :
+         {std::pair(&told1, &told2), std::pair(&given1, &told2), std::pair(&told1, &given2), std::pair(&given1, &given2)})
+        if (history.HasSuffix(*first, *second)) return history.SetSectionSuffix(*first, *second);
+    history.SetSectionSuffix(told1, told2);
+}
+
 } // namespace
 
 HRESULT AnalyzeHistory(PipelinePass& pass)
@@ -77,7 +99,7 @@ HRESULT AnalyzeHistory(PipelinePass& pass)
     RunState& run = pass.run;
     StageProgress progress(run.EventSink, LoadText(run.CategoryPass ? 221 : 194));
     if (progress.advance(0.0) == E_ABORT) return E_ABORT;
-    if (run.transferring()) run.History->SetSectionSuffix(run.side(Side::One).Database, run.side(Side::Two).Database);
+    if (run.transferring()) chooseTransferSections(pass);
 
     PerSide<std::u16string> last; // the recorded names
     for (const Side side : bothSides) (void)run.History->GetDatabase(sectionOf(side), last[side]);

@@ -8,6 +8,7 @@
 #include "engine/ResolveConflicts.h"
 #include "engine/ScanSide.h"
 #include "engine/WriteSide.h"
+#include "files.h"
 #include "foundation/Log.h"
 #include "host.h"
 #include "text.h"
@@ -80,7 +81,7 @@ private:
     bool isOneStore() const
     {
         const std::u16string &database1 = run_.side(Side::One).Database, &database2 = run_.side(Side::Two).Database;
-        return !database1.empty() && platform::equalNoCase(database1, database2);
+        return !database1.empty() && platform::isSamePlace(database1, database2);
     }
 
     void logHeader() const

@@ -203,10 +203,26 @@ HRESULT CSyncHistory::raiseVersion()
     return store_.SetVersion(currentStoreVersion);
 }
 
+namespace {
+
+std::u16string suffixOf(std::u16string_view first, std::u16string_view second)
+{
+    return platform::lowered(std::u16string(first) + std::u16string(second));
+}
+
+} // namespace
+
+bool CSyncHistory::HasSuffix(std::u16string_view first, std::u16string_view second) const
+{
+    if (first.empty() || second.empty()) return false;
+    std::u16string database;
+    return SUCCEEDED(store_.ReadValue(type1_ + suffixOf(first, second), syncInfo, databaseKey, database));
+}
+
 void CSyncHistory::SetSectionSuffix(std::u16string_view first, std::u16string_view second)
 {
     if (first.empty() || second.empty()) return;
-    const std::u16string suffix = platform::lowered(std::u16string(first) + std::u16string(second));
+    const std::u16string suffix = suffixOf(first, second);
     type1_ += suffix;
     type2_ += suffix;
 }

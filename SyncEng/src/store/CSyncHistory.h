@@ -55,6 +55,8 @@ public:
     HRESULT SetVersion(LONG version) { return store_.SetVersion(version); }
 
     // Both sides' sections get the two texts, lower-cased, behind their names; nothing happens if either is empty.
+    // Whether a run under this suffix was recorded. Requires: no suffix was set.
+    [[nodiscard]] bool HasSuffix(std::u16string_view first, std::u16string_view second) const;
     void SetSectionSuffix(std::u16string_view first, std::u16string_view second);
     [[nodiscard]] const std::u16string& SectionFor(std::u16string_view side) const;
 

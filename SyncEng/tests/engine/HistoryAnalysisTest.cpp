@@ -1,5 +1,6 @@
 // What the history tells a run: whether it may serve, which identifiers moved, and what two dates mean.
 #include "dialogs/CConfirmationDlg.h"
+#include "files.h"
 #include "FrontEndFake.h"
 #include "SyncScenario.h"
 
@@ -100,6 +101,24 @@ TEST_F(HistoryAnalysis, ADateThatIsLaterByTheSmallestStepIsAChangeAndAnEqualOneI
     changeCity(std::nextafter(known, known + 1.0));
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_EQ(s.two().get(ada2, ftCity1), u"Paris");
+}
+
+// A history of a former version has the database as it was given.
+TEST_F(HistoryAnalysis, AnotherSpellingOfTheSameFolderIsNoOtherStore)
+{
+    namespace fs = std::filesystem;
+    const fs::path cards = s.folder.path() / "cards";
+    fs::create_directory(cards);
+    for (const fs::path& spelling : {cards / "", cards / "." / "", cards / ".." / "cards"}) {
+        s.one().options.database = platform::textOf(cards);
+        ASSERT_EQ(s.sync(), S_OK);
+        s.one().options.database = platform::textOf(spelling);
+        EXPECT_THAT(logOfARun(), Not(HasSubstr("Database has been changed"))) << spelling;
+        EXPECT_EQ(s.two().records.size(), 1u);
+    }
+    fs::create_directory(s.folder.path() / "others");
+    s.one().options.database = platform::textOf(s.folder.path() / "others");
+    EXPECT_THAT(logOfARun(), HasSubstr("Database has been changed"));
 }
 
 TEST_F(HistoryAnalysis, AnExchangedDatabaseBeginsAnewAfterAFailedRunToo)

@@ -70,6 +70,17 @@ TEST_F(TransferRunTest, ASecondTransferOfUnchangedCardsWritesNothing)
     EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"}));
 }
 
+// As where a translator comes to tell a path without the links in it.
+TEST_F(TransferRunTest, ADatabaseThatIsToldByAnotherSpellingGoesOnWithItsHistory)
+{
+    const auto cards = addCards({u"Lovelace", u"Hopper"});
+    ASSERT_EQ(transfer(cards), S_OK);
+    scenario.one().options.database = u"D:\\Real\\Mine.mbk";
+    EXPECT_EQ(transfer(cards), S_OK);
+    EXPECT_EQ(scenario.two().records.size(), 2u);
+    EXPECT_THAT(scenario.writes(), IsEmpty());
+}
+
 TEST_F(TransferRunTest, AChangedCardIsUpdatedAndANewOneAdded)
 {
     auto ids = addCards({u"Adams", u"Brown", u"Clark"});
