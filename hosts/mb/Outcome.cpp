@@ -26,7 +26,10 @@ Json sideJson(const SideCounts& counts) { return {{"created", counts.created}, {
 const char* storeOf(const RunEvent& event) { return event.side == 0 ? "first" : "second"; }
 
 // The words of mb set for the same answers.
-std::string settlementName(LONG resolution) { return optionValueName(optionNamed("conflicts"), resolution); }
+std::string settlementName(LONG resolution)
+{
+    return resolution == croNotify ? "none" : optionValueName(optionNamed("conflicts"), resolution);
+}
 
 std::string settlementText(const StoreNames& stores, LONG resolution)
 {

@@ -37,6 +37,7 @@ bool RunSink::allows(int side, LONG records, LONG deletions, bool withinLimit)
 {
     if (confirmed_ || withinLimit) return true;
     const TooManyDeletions tooMany{plan.ofCategories, side, records, deletions, limit.text()};
+    progress_->finish(); // a question may follow
     confirmed_ = !planOnly && confirmDeletions && confirmDeletions(tooMany);
     if (confirmed_) return true;
     if (!plan.refused) plan.refused = tooMany;

@@ -74,7 +74,7 @@ void logSettlement(LONG resolution, const std::u16string& winner)
     case croTrans1Wins: return WriteLogResource(1, 302, winner, 1);
     case croTrans2Wins: return WriteLogResource(1, 302, winner, 2);
     case croMerge: return WriteLogResource(1, 303);
-    default: return; // answered for all already: nothing becomes of this one
+    default: return WriteLogResource(1, 341); // nothing becomes of this one
     }
 }
 

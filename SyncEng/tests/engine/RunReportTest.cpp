@@ -163,6 +163,19 @@ TEST_F(RunReport, AConflictIsToldWithHowItWasSettledAndSoIsWhatItWrote)
                                          "contacts 1 updated Ada Lovelace [A000001 B000001] City=9 conflict 5"));
 }
 
+TEST_F(RunReport, AMergeThatNobodyMadeIsToldAsNone)
+{
+    const auto ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}});
+    ASSERT_EQ(sync(), S_OK);
+    s.setOption(soConflictResolution, croMerge);
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().set(s.two().order.front(), ftCity1, u"Rome");
+    ASSERT_EQ(sync(), S_OK);
+    EXPECT_THAT(sink->lines, ElementsAre("contacts 1 conflict Ada Lovelace [A000001 B000001] conflict 3"));
+    EXPECT_THAT(s.lastLog(), HasSubstr("SETTLED: both stay as they are"));
+    EXPECT_THAT(s.lastLog(), Not(HasSubstr("merged")));
+}
+
 TEST_F(RunReport, TheTwoPassesAreToldApart)
 {
     s.one().options.categories = s.two().options.categories = true;

@@ -60,6 +60,30 @@ TEST_F(ToldRunsTest, EachRecordStandsInTheJsonWithWhatWasDone)
     EXPECT_EQ(second.at("failures"), Json::array());
 }
 
+TEST_F(ToldRunsTest, AConflictIsToldWithWhatBecameOfItInBothForms)
+{
+    const std::string map = makeMap(3);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const auto conflict = [&](const std::string& title, const std::string& option) {
+        ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Title", title}).code, 0);
+        const fs::path card = cardWith(":Anna Lindqvist");
+        const std::string text = textOf(card);
+        const auto at = text.find("TITLE");
+        putText(card, text.substr(0, at) + "TITLE:Own " + title + text.substr(text.find("\r\n", at)));
+        ASSERT_EQ(mb({"set", map, "conflicts", option}).code, 0);
+    };
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Title", "Chief"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    conflict("Boss", "merge");
+    const std::string told = mb({"sync", "--dry-run"}).out;
+    EXPECT_TRUE(has(told, "in conflict: Anna Lindqvist; both stay as they are")) << told;
+    EXPECT_EQ(json({"sync", "--dry-run"}).at(0).at("conflicts"), (Json{{{"contact", "Anna Lindqvist"}, {"settled", "none"}}}));
+    ASSERT_EQ(mb({"set", map, "conflicts", "second-wins"}).code, 0);
+    const Result run = mb({"sync", "--silent"});
+    EXPECT_TRUE(has(run.out, "in conflict: Anna Lindqvist; vCard=" + folder().string() + " wins")) << run.out;
+    EXPECT_TRUE(has(run.out, "Mirabook=" + cards() + ": 0 created, 1 updated, 0 deleted")) << run.out;
+}
+
 TEST_F(ToldRunsTest, AnotherLanguageChangesNoCount)
 {
     setRegistry("HKEY_CURRENT_USER\\Software\\Zorel\\Mirabook\\Locale", "\"DefaultLanguage\"=\"de\"");
