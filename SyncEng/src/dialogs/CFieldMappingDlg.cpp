@@ -5,7 +5,6 @@
 #include "foundation/Format.h"
 #include "foundation/GuidLess.h"
 #include "foundation/HelpTopic.h"
-#include "foundation/StoreNames.h"
 #include "foundation/Strings.h"
 #include "translators/SideSettings.h"
 #include "ui.h"
@@ -50,7 +49,6 @@ void CFieldMappingDlg::prepare()
                u"Drag the fields in the left column up or down to align them with matching fields in the right column. Toggle the "
                u"checkboxes to map or unmap fields. Click \"Reset\" to restore the default field mapping.");
     Control& list = model_.add(idList, ControlKind::List);
-    TellStoresApart(map_.name1, map_.database1, map_.name2, map_.database2);
     list.columns = {{map_.name1, false}, {map_.name2, false}};
     list.checkBoxes = list.draggable = list.selectable = true;
     model_.addButton(idOk, u"OK", ButtonRole::Default);

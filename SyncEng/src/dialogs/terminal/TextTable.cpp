@@ -1,7 +1,9 @@
 #include "dialogs/terminal/TextTable.h"
 
+#include "column_widths.h"
 #include "console_text.h"
 #include <algorithm>
+#include <utility>
 
 namespace mb {
 namespace {
@@ -59,18 +61,9 @@ private:
                 if (column < row.cells.size()) width = std::max(width, columnsOf(row.cells[column]));
             widths_.push_back(width);
         }
-        std::vector<std::size_t> ascending = widths_;
-        std::ranges::sort(ascending);
-        std::size_t left = room, columns = widths_.size(), common = room;
-        for (const std::size_t width : ascending) {
-            common = left / columns;
-            if (width > common) break;
-            left -= width;
-            --columns;
-            common = room;
-        }
-        if (common < narrowestColumn) return widths_.clear();
-        for (std::size_t& width : widths_) width = std::min(width, common);
+        const std::vector<std::size_t> wanted = std::exchange(widths_, platform::narrowed(widths_, room));
+        for (std::size_t i = 0; i < wanted.size(); ++i)
+            if (widths_[i] < wanted[i] && widths_[i] < narrowestColumn) return widths_.clear();
     }
 
     TextLines aligned(const TextRow& row) const

@@ -72,6 +72,10 @@ INT_PTR DialogWindow::take(UINT message, WPARAM wParam, LPARAM lParam)
     switch (message) {
     case WM_INITDIALOG: guard([&] { open(); }); return FALSE; // the focus is set
     case WM_COMMAND: command(LOWORD(wParam), HIWORD(wParam)); return TRUE;
+    case WM_SIZE: guard([&] { resize(); }); return TRUE;
+    case WM_GETMINMAXINFO:
+        if (layout_) layout_->limit(*reinterpret_cast<MINMAXINFO*>(lParam));
+        return TRUE;
     case WM_CLOSE: act([&] { dialog_.close(); }); return TRUE;
     case WM_HELP: pressHelp(); return TRUE;
     case WM_NOTIFY: return notify(*reinterpret_cast<NMHDR*>(lParam));
@@ -90,13 +94,23 @@ void DialogWindow::open()
 {
     dialog_.window = window_;
     drawing_ = true;
+    std::vector<HWND> growing;
     for (const Control& control : dialog_.model().controls()) {
         HWND part = GetDlgItem(window_, control.id);
         if (part && control.kind == ControlKind::List) lists_.push_back(std::make_unique<ListControl>(part, control));
+        if (part && (control.kind == ControlKind::List || control.kind == ControlKind::Edit)) growing.push_back(part);
     }
+    layout_.emplace(window_, std::move(growing));
     for (const auto& list : lists_) list->open();
     draw();
     SetFocus(GetDlgItem(window_, dialog_.model().focus));
+}
+
+void DialogWindow::resize()
+{
+    if (!layout_) return; // the window is being made
+    layout_->resize();
+    for (const auto& list : lists_) list->resized();
 }
 
 void DialogWindow::draw()

@@ -3,8 +3,10 @@
 #include "dialogs/Dialog.h"
 #include "dialogs/win32/ListControl.h"
 #include "dialogs/win32/RowDrag.h"
+#include "win32/window_layout.h"
 #include <exception>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace mb {
@@ -24,6 +26,7 @@ private:
     template <class F> void act(F&& f) noexcept;
 
     void open();
+    void resize();
     void draw();
     void drawControl(const Control& control);
     void command(int id, int notification);
@@ -38,6 +41,7 @@ private:
     HWND window_ = nullptr;
     std::vector<std::unique_ptr<ListControl>> lists_;
     std::unique_ptr<RowDrag> drag_;
+    std::optional<platform::WindowLayout> layout_;
     bool drawing_ = false; // what controls report meanwhile is no act of the user
     std::exception_ptr failure_;
 };

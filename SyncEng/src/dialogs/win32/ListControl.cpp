@@ -2,13 +2,14 @@
 
 #include "console_text.h"
 #include "dialogs/win32/OwnModule.h"
+#include "win32/window_layout.h"
 #include <algorithm>
 
 namespace mb {
 namespace {
 
 constexpr int arrowsBitmap = 204, arrowWidth = 11;
-constexpr int cellPadding = 14;   // what the list view leaves free around a text
+constexpr int arrowGap = 14;      // between a header's text and its arrow
 constexpr int columnGap = 10;     // that columns of one width leave free
 constexpr std::size_t most = 259; // characters that a list view shows of a text
 
@@ -92,23 +93,29 @@ void ListControl::addColumns()
     }
 }
 
-// As wide as header and texts need, or each the same share of the list. Done once: later the user has widths of his own.
+std::vector<int> ListControl::columnWidths() const
+{
+    std::vector<int> widths;
+    for (std::size_t i = 0; i < list_.columns.size(); ++i) widths.push_back(ListView_GetColumnWidth(window_, static_cast<int>(i)));
+    return widths;
+}
+
+// As wide as header and texts need and the list has room for, or each the same share of the list.
 void ListControl::sizeColumns()
 {
     RECT client{};
     GetClientRect(window_, &client);
-    for (std::size_t i = 0; i < list_.columns.size(); ++i) {
-        const int column = static_cast<int>(i);
-        if (!list_.columns[i].fitsContent) {
+    if (std::ranges::all_of(list_.columns, &ListColumn::fitsContent))
+        platform::fitListColumns(window_, list_.sortable ? arrowWidth + arrowGap : 0);
+    else
+        for (int column = 0; column < static_cast<int>(list_.columns.size()); ++column)
             ListView_SetColumnWidth(window_, column, client.right / static_cast<int>(list_.columns.size()) - columnGap);
-            continue;
-        }
-        std::u16string header = platform::harmless(list_.columns[i].header);
-        const int wanted =
-            static_cast<int>(send(LVM_GETSTRINGWIDTHW, 0, header.c_str())) + cellPadding + (list_.sortable ? arrowWidth + cellPadding : 0);
-        ListView_SetColumnWidth(window_, column, LVSCW_AUTOSIZE);
-        if (ListView_GetColumnWidth(window_, column) < wanted) ListView_SetColumnWidth(window_, column, wanted);
-    }
+    sized_ = columnWidths();
+}
+
+void ListControl::resized()
+{
+    if (columnWidths() == sized_) sizeColumns();
 }
 
 void ListControl::draw()

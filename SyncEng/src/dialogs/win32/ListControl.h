@@ -18,6 +18,8 @@ public:
     void open();
     // Shows the list as it is now.
     void draw();
+    // The list view has a new size. Columns whose widths the user set keep them.
+    void resized();
     // What the list view asks for.
     void giveText(NMLVDISPINFOW& wanted) const;
     [[nodiscard]] int selectedRow() const;
@@ -30,6 +32,7 @@ private:
     LRESULT send(UINT message, WPARAM wParam = 0, const void* lParam = nullptr) const;
     void addColumns();
     void sizeColumns();
+    [[nodiscard]] std::vector<int> columnWidths() const;
     void drawRows();
     void drawSelection();
     void drawSortArrow();
@@ -38,6 +41,7 @@ private:
     HWND window_;
     const Control& list_;
     HIMAGELIST arrows_ = nullptr;
+    std::vector<int> sized_; // the widths that sizeColumns set
 };
 
 } // namespace mb

@@ -5,6 +5,7 @@
 #include "dialogs/CDetailsDlg.h"
 #include "WindowsFixture.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
@@ -43,11 +44,32 @@ protected:
         EXPECT_EQ(list.headers(), headers);
         EXPECT_TRUE(list.extendedStyle() & LVS_EX_FULLROWSELECT);
         EXPECT_EQ((list.extendedStyle() & LVS_EX_CHECKBOXES) != 0, control.checkBoxes);
-        for (int i = 0; i < static_cast<int>(headers.size()); ++i) {
-            EXPECT_GE(list.widths()[static_cast<std::size_t>(i)], list.widthWanted(i)) << "a text is cut off";
-        }
+        expectColumnsInSight(list);
         ASSERT_EQ(static_cast<std::size_t>(list.rowCount()), control.rows.size());
         for (int i = 0; i < list.rowCount(); ++i) EXPECT_EQ(list.row(i), control.rows[static_cast<std::size_t>(i)].cells);
+    }
+    // A text is cut off only where the list has no room for all columns, and then in the widest columns alone.
+    static void expectColumnsInSight(const List& list)
+    {
+        const std::vector<int> widths = list.widths();
+        const int widest = *std::ranges::max_element(widths);
+        int total = 0;
+        bool cut = false;
+        for (std::size_t i = 0; i < widths.size(); ++i) {
+            total += widths[i];
+            const bool whole = widths[i] >= list.widthWanted(static_cast<int>(i));
+            EXPECT_TRUE(whole || widths[i] >= widest - 1) << "column " << i << " is cut though another one is wider";
+            cut = cut || !whole;
+        }
+        EXPECT_LE(total, clientWidth(list));
+        EXPECT_TRUE(!cut || total >= clientWidth(list) - GetSystemMetrics(SM_CXVSCROLL) - static_cast<int>(widths.size()))
+            << "a text is cut off though there is room";
+    }
+    static int clientWidth(const List& list)
+    {
+        RECT client{};
+        GetClientRect(list.window(), &client);
+        return static_cast<int>(client.right);
     }
     static std::u16string classOf(mb::ControlKind kind)
     {
@@ -316,6 +338,68 @@ TEST_F(DialogWindowTest, AListOf10000RowsOpensAtOnce)
                        EXPECT_EQ(window.list(205).rowCount(), 10001);
                        window.list(205).clickHeader(2);
                        EXPECT_EQ(window.list(205).cell(0, 2), u"Adams");
+                       window.press(1);
+                   }),
+              mb::idOk);
+}
+
+TEST_F(DialogWindowTest, ALargerWindowShowsMoreOfItsLists)
+{
+    mb::ConflictQuestion question = conflict();
+    mb::CConflictDlg dialog(question);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Resolve Conflicting Changes");
+                       const List list = window.list(216);
+                       const auto placeOf = [&](int id) {
+                           RECT rect{};
+                           GetWindowRect(window.part(id), &rect);
+                           MapWindowPoints(nullptr, window.handle(), reinterpret_cast<POINT*>(&rect), 2);
+                           return rect;
+                       };
+                       RECT frame{};
+                       GetWindowRect(window.handle(), &frame);
+                       const RECT listBefore = placeOf(216), radioBefore = placeOf(214), okBefore = placeOf(1);
+                       const int cutBefore = list.widths()[2];
+                       SetWindowPos(window.handle(), nullptr, 0, 0, static_cast<int>(frame.right - frame.left) + 300,
+                                    static_cast<int>(frame.bottom - frame.top) + 90, SWP_NOZORDER | SWP_NOMOVE);
+                       EXPECT_EQ(placeOf(216).right, listBefore.right + 300);
+                       EXPECT_EQ(placeOf(216).bottom, listBefore.bottom + 90);
+                       EXPECT_EQ(placeOf(214).top, radioBefore.top + 90);
+                       EXPECT_EQ(placeOf(214).left, radioBefore.left);
+                       EXPECT_EQ(placeOf(1).left, okBefore.left + 300);
+                       EXPECT_EQ(placeOf(1).top, okBefore.top + 90);
+                       EXPECT_GT(list.widths()[2], cutBefore);
+                       expectColumnsInSight(list);
+                       window.keepPicture("conflict-enlarged");
+                       ListView_SetColumnWidth(list.window(), 1, 50);
+                       SetWindowPos(window.handle(), nullptr, 0, 0, 10, 10, SWP_NOZORDER | SWP_NOMOVE);
+                       EXPECT_EQ(placeOf(216).right, listBefore.right) << "never smaller than its template";
+                       EXPECT_EQ(list.widths()[1], 50) << "a width that the user set stays";
+                       window.close();
+                   }),
+              mb::idCancel);
+}
+
+TEST_F(DialogWindowTest, TwoListsShareTheHeightThatIsAdded)
+{
+    const mb::PlannedChanges planned = changes();
+    mb::CDetailsDlg dialog(planned);
+    EXPECT_EQ(show(dialog,
+                   [&](WindowUser& actor) {
+                       const Window window = actor.window(u"Details");
+                       const auto heightOf = [&](int id) {
+                           RECT rect{};
+                           GetWindowRect(window.part(id), &rect);
+                           return static_cast<int>(rect.bottom - rect.top);
+                       };
+                       const int first = heightOf(205), second = heightOf(208);
+                       RECT frame{};
+                       GetWindowRect(window.handle(), &frame);
+                       SetWindowPos(window.handle(), nullptr, 0, 0, static_cast<int>(frame.right - frame.left),
+                                    static_cast<int>(frame.bottom - frame.top) + 100, SWP_NOZORDER | SWP_NOMOVE);
+                       EXPECT_EQ(heightOf(205), first + 50);
+                       EXPECT_EQ(heightOf(208), second + 50);
                        window.press(1);
                    }),
               mb::idOk);
