@@ -7,6 +7,8 @@
 #include "foundation/Strings.h"
 #include "text.h"
 #include "translators/TranslatorIds.h"
+#include <algorithm>
+#include <unordered_set>
 
 namespace mb {
 namespace {
@@ -29,22 +31,72 @@ HRESULT loadLists(PipelinePass& pass)
     return pass.run.History->LoadBothSides(pass.side(Side::One).HistoryList, pass.side(Side::Two).HistoryList, pass.run.CategoryPass);
 }
 
-// Follows the identifiers that the store changed outside of the engine; true if there were any.
-bool ApplyRecordIdUpdates(PipelinePass& pass, Side side)
+struct Renaming {
+    std::u16string from, to;
+};
+
+std::vector<Renaming> askOnce(PassSide& side)
 {
-    StoreClient& store = pass.side(side).store;
-    if (!store.hasUpdater()) return false;
-    bool changed = false;
-    for (const HistoryEntry& entry : pass.side(side).HistoryList) {
+    std::vector<Renaming> renamings;
+    for (const HistoryEntry& entry : side.HistoryList) {
         com::Bstr newId;
         const com::Bstr id(entry.Id);
-        if (FAILED(store.updatedId(id.get(), newId))) continue;
-        if (newId.empty() || newId.view() == entry.Id) continue;
-        (void)RekeyHistoryEntry(*pass.run.History, side, entry.Id, newId.text(), otherSide(side));
-        changed = true;
+        if (FAILED(side.store.updatedId(id.get(), newId))) continue;
+        if (!newId.empty() && newId.view() != entry.Id) renamings.push_back({entry.Id, newId.text()});
     }
-    if (changed) store.saveUpdatedIds();
-    return changed;
+    return renamings;
+}
+
+// The identifiers that the store changed outside of the engine, in the order of the history list. If any did, all known ones are asked for
+// once more and the second answers count: whether a new record is a known one may depend on which others are known, and the store has heard
+// of all of them only then.
+std::vector<Renaming> askForRenamings(PassSide& side)
+{
+    std::vector<Renaming> renamings = askOnce(side);
+    return renamings.empty() ? renamings : askOnce(side);
+}
+
+// Leaves out what would give two records one identifier: the first that asked for it has it, and a record that keeps it has it before that.
+void dropCollisions(std::vector<Renaming>& renamings, const std::vector<HistoryEntry>& known)
+{
+    std::size_t before = 0;
+    do {
+        before = renamings.size();
+        std::unordered_set<std::u16string> taken, leaving;
+        for (const Renaming& each : renamings) leaving.insert(each.from);
+        for (const HistoryEntry& entry : known)
+            if (!leaving.contains(entry.Id)) taken.insert(entry.Id);
+        std::erase_if(renamings, [&](const Renaming& each) { return !taken.insert(each.to).second; });
+    } while (renamings.size() != before);
+}
+
+// Two records may have swapped their identifiers: where the new one is another record's old one, it is given in a second step.
+void rename(CSyncHistory& history, Side side, const std::vector<Renaming>& renamings)
+{
+    std::unordered_set<std::u16string> leaving;
+    for (const Renaming& each : renamings) leaving.insert(each.from);
+    std::vector<Renaming> second;
+    for (const Renaming& each : renamings) {
+        if (!leaving.contains(each.to)) continue;
+        second.push_back({com::guidText(com::newGuid()), each.to});
+        (void)RekeyHistoryEntry(history, side, each.from, second.back().from, otherSide(side));
+    }
+    for (const Renaming& each : renamings)
+        if (!leaving.contains(each.to)) (void)RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
+    for (const Renaming& each : second) (void)RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
+}
+
+// True if the store changed any identifier.
+bool ApplyRecordIdUpdates(PipelinePass& pass, Side side)
+{
+    PassSide& own = pass.side(side);
+    if (!own.store.hasUpdater()) return false;
+    std::vector<Renaming> renamings = askForRenamings(own);
+    dropCollisions(renamings, own.HistoryList);
+    if (renamings.empty()) return false;
+    rename(*pass.run.History, side, renamings);
+    own.store.saveUpdatedIds();
+    return true;
 }
 
 bool updateRecordIds(PipelinePass& pass)
@@ -67,7 +119,9 @@ HRESULT loadKnownRecords(PipelinePass& pass)
     const auto sink = pass.run.History->exchangeSink(nullptr);
     hr = loadLists(pass);
     (void)pass.run.History->exchangeSink(sink);
-    (void)pass.run.History->SetVersion(3);
+    // A history of version 4 stays one: of a lower version the next run would compare no pictures, and could write an old one over a new
+    // one.
+    if (pass.run.HistoryVersion < 3) (void)pass.run.History->SetVersion(3);
     return hr;
 }
 

@@ -140,19 +140,6 @@ TEST_F(HistoryAnalysis, AnExchangedDatabaseIsAFirstTimeWhereOneOfThemHadNoName)
     EXPECT_THAT(s.logText(), Not(HasSubstr("Database has been changed")));
 }
 
-TEST_F(HistoryAnalysis, FollowedIdentifiersMakeTheHistoryOneOfVersionThreeUntilTheNextGoodRun)
-{
-    EXPECT_EQ(s.sync(), S_OK);
-    s.one().options.updater = true;
-    s.one().rename(false, ada, u"A999999");
-    s.one().options.changedIds[ada] = u"A999999";
-    EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(s.folder.read(s.historyFile()), HasSubstr("Version=\"3\""));
-    EXPECT_EQ(s.sync(), S_OK);
-    EXPECT_THAT(s.folder.read(s.historyFile()), HasSubstr("Version=\"4\""));
-    EXPECT_THAT(s.two().records, SizeIs(1));
-}
-
 TEST_F(HistoryAnalysis, AHistoryWithoutRecordsOffersNoReSync)
 {
     s.one().remove(ada);
