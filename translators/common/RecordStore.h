@@ -46,6 +46,10 @@ public:
     [[nodiscard]] virtual std::size_t count() const = 0;
     [[nodiscard]] virtual const std::string& idAt(std::size_t index) const = 0; // index below count()
     [[nodiscard]] virtual bool exists(const std::string& id) const = 0;
+    // The identifier that a record known as id has now; empty if that is id still, or if there is no such record. The engine asks for all
+    // known identifiers before any other question. If an answer is not empty, it asks for all of them once more and takes the second answers,
+    // so that a store may need to know all of them to tell.
+    [[nodiscard]] virtual std::string updatedId(const std::string&) { return {}; }
     // Nanoseconds since 1970, UTC.
     [[nodiscard]] virtual std::int64_t created(const std::string& id) const = 0;
     [[nodiscard]] virtual std::int64_t modified(const std::string& id) const = 0;

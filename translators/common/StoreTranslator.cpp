@@ -140,6 +140,7 @@ bool StoreTranslator::offers(REFIID riid) const noexcept
 {
     if (riid == __uuidof(ICategories)) return info_.openCategories != nullptr;
     if (riid == __uuidof(IDuplicateFinder)) return info_.findsEqualRecords && !ofCategories_;
+    if (riid == __uuidof(IRecordUpdater)) return info_.followsRecords;
     if (riid == __uuidof(IImageSupport))
         return std::ranges::any_of(info_.fields, [](const PluginField& field) { return field.type == ftImage1 || field.type == ftImage2; });
     return true;
@@ -431,6 +432,18 @@ HRESULT StoreTranslator::RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified)
     const HRESULT hr = FindRecord(recordId);
     if (SUCCEEDED(hr)) *pVerified = VARIANT_TRUE;
     return hr;
+}
+
+HRESULT StoreTranslator::GetUpdatedRecordId(BSTR resourceId, BSTR* updatedId)
+{
+    if (!updatedId) return E_POINTER;
+    *updatedId = nullptr;
+    return run([&] { com::give(updatedId, platform::utf16(store(Step::Find).updatedId(idOf(resourceId)))); });
+}
+
+HRESULT StoreTranslator::InitializeWithProgress(ISyncEvents*, ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig)
+{
+    return Initialize(pServices, hwndParent, bReconfig);
 }
 
 HRESULT StoreTranslator::IsPIMAvailable(VARIANT_BOOL* pAvailable)

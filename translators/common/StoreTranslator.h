@@ -34,11 +34,13 @@ struct PluginInfo {
     // Makes an empty store where there is none and leaves one that is there; called where the store is set up, and never by a run. Null
     // for a plug-in whose stores others make.
     void (*make)(const std::string& database) = nullptr;
+    // Whether the store follows records whose identifiers changed between two runs; see RecordStore::updatedId.
+    bool followsRecords = false;
 };
 
-class StoreTranslator
-    : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>, com::Dual<IPIMSetUp>,
-                         com::Dual<ITranslatorTest>, com::Dual<ICategories>, com::Dual<IImageSupport>, com::Dual<IDuplicateFinder>> {
+class StoreTranslator : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>,
+                                           com::Dual<IPIMSetUp>, com::Dual<ITranslatorTest>, com::Dual<ICategories>,
+                                           com::Dual<IImageSupport>, com::Dual<IDuplicateFinder>, com::Dual<IRecordUpdater>> {
 public:
     StoreTranslator(IUnknown* outer, const PluginInfo& info) noexcept : Object(outer), info_(info) {}
 
@@ -87,6 +89,12 @@ public:
 
     // IRecordVerifier: a record in the store counts as verified
     HRESULT STDMETHODCALLTYPE RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified) override;
+
+    // IRecordUpdater: categories keep their identifiers
+    HRESULT STDMETHODCALLTYPE GetUpdatedRecordId(BSTR resourceId, BSTR* updatedId) override;
+    HRESULT STDMETHODCALLTYPE SaveUpdatedRecordIds() override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE InitializeWithProgress(ISyncEvents* pSyncEvent, ITrServices* pServices, HWND hwndParent,
+                                                     VARIANT_BOOL bReconfig) override;
 
     // IPIMSetUp
     HRESULT STDMETHODCALLTYPE IsPIMAvailable(VARIANT_BOOL* pAvailable) override;

@@ -133,4 +133,96 @@ TEST_F(VCardFolderStory, ACardWithALineThatIsNoPropertyIsSynchronisedAndTheLineT
     expectNothingToDo();
 }
 
+// Two folders of vCards in step. The cards of the second one hold something that no field is made of.
+class TwoFoldersStory : public EndToEnd {
+protected:
+    static std::string card(const std::string& name, const std::string& uid)
+    {
+        return "BEGIN:VCARD\r\nVERSION:3.0\r\n" + (uid.empty() ? std::string() : "UID:" + uid + "\r\n") + "N:" + name +
+               ";;;;\r\nFN:" + name + "\r\nCATEGORIES:Friends\r\nEND:VCARD\r\n";
+    }
+    fs::path other() const { return home_ / "Other"; }
+    fs::path otherCardWith(const std::string& text) const { return mbtest::cardWith(other(), text); }
+    void makeMapOf(const std::vector<std::pair<std::string, std::string>>& namesAndUids)
+    {
+        registerPlugins();
+        fs::create_directory(other());
+        for (const auto& [name, uid] : namesAndUids) putText(folder() / (name + ".vcf"), card(name, uid));
+        (void)addMap("vCard=" + folder().string(), "vCard=" + other().string());
+        ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+        for (const auto& [name, uid] : namesAndUids)
+            replaceIn(otherCardWith("FN:" + name), "END:VCARD", "X-OTHER:of " + name + "\r\nEND:VCARD");
+        sync();
+    }
+    void sync()
+    {
+        const Result result = mb({"sync", "--silent"});
+        EXPECT_EQ(result.code, 0) << result.error;
+    }
+    void rename(const char* from, const char* to) const { fs::rename(folder() / from, folder() / to); }
+    // The cards of the second folder are the very ones that they were, and an edit of the first one's reaches them.
+    void expectFollowed(const std::vector<std::string>& names)
+    {
+        EXPECT_EQ(mbtest::cardCount(other()), names.size());
+        EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
+        for (const std::string& name : names) replaceIn(cardWith("FN:" + name), "END:VCARD", "TITLE:Title of " + name + "\r\nEND:VCARD");
+        sync();
+        EXPECT_EQ(mbtest::cardCount(other()), names.size());
+        for (const std::string& name : names) {
+            const std::string text = textOf(otherCardWith("FN:" + name));
+            EXPECT_NE(text.find("X-OTHER:of " + name + "\r\n"), text.npos) << text;
+            EXPECT_NE(text.find("TITLE:Title of " + name + "\r\n"), text.npos) << text;
+            EXPECT_NE(text.find("CATEGORIES:Friends\r\n"), text.npos) << text;
+        }
+    }
+};
+
+TEST_F(TwoFoldersStory, ARenamedCardIsTheSameContact)
+{
+    makeMapOf({{"Ada", "u1"}, {"Bea", "u2"}, {"Cleo", "Cleo"}});
+    rename("Ada.vcf", "Ada Lovelace.vcf");
+    rename("Cleo.vcf", "0.vcf");
+    fs::remove_all(home_ / "cache");
+    sync();
+    expectFollowed({"Ada", "Bea", "Cleo"});
+    rename("0.vcf", "Cleo.vcf");
+    sync();
+    EXPECT_NE(textOf(otherCardWith("FN:Cleo")).find("X-OTHER:of Cleo"), std::string::npos);
+}
+
+TEST_F(TwoFoldersStory, TwoCardsThatSwappedTheirNamesAreTheSameContacts)
+{
+    makeMapOf({{"Ada", "u1"}, {"Bea", "u2"}});
+    rename("Ada.vcf", "between");
+    rename("Bea.vcf", "Ada.vcf");
+    rename("between", "Bea.vcf");
+    sync();
+    expectFollowed({"Ada", "Bea"});
+}
+
+TEST_F(TwoFoldersStory, ARenamedAndEditedCardBringsItsEdit)
+{
+    makeMapOf({{"Ada", "u1"}, {"Bea", "u2"}});
+    replaceIn(folder() / "Ada.vcf", "END:VCARD", "NOTE:edited\r\nEND:VCARD");
+    rename("Ada.vcf", "Z.vcf");
+    sync();
+    EXPECT_NE(textOf(otherCardWith("FN:Ada")).find("NOTE:edited"), std::string::npos);
+    expectFollowed({"Ada", "Bea"});
+}
+
+TEST_F(TwoFoldersStory, ANewCardWhoseNameDiffersInCaseFromAKnownOneIsSynchronised)
+{
+    makeMapOf({{"c1", ""}, {"d1", ""}});
+    putText(folder() / "C1.vcf", card("Newcomer", ""));
+    sync();
+    EXPECT_FALSE(otherCardWith("FN:Newcomer").empty());
+    replaceIn(otherCardWith("FN:Newcomer"), "END:VCARD", "X-OTHER:of Newcomer\r\nEND:VCARD");
+    expectFollowed({"c1", "d1", "Newcomer"});
+    fs::remove(folder() / "c1.vcf");
+    sync();
+    EXPECT_TRUE(otherCardWith("FN:c1").empty());
+    EXPECT_NE(textOf(otherCardWith("FN:Newcomer")).find("X-OTHER:of Newcomer"), std::string::npos);
+    EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
+}
+
 } // namespace

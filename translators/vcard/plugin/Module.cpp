@@ -39,7 +39,8 @@ const plugin::PluginInfo& info()
     static const plugin::PluginInfo made{u"vCard",        u"vCard folder or file",
                                          u"vCard folder", {0x38344600, 0, 0x459C, {0xB1, 0xEC, 0xFF, 0x40, 0xD8, 0xC0, 0xDF, 0x27}},
                                          fields,          openStore,
-                                         openCategories,  true};
+                                         openCategories,  true,
+                                         nullptr,         true};
     return made;
 }
 

@@ -17,15 +17,14 @@
 namespace mb::vcard {
 namespace {
 
-constexpr std::string_view kHeader = "vcard index 2";
+constexpr std::string_view kHeader = "vcard index 3";
 constexpr int kCategories = 19;
 constexpr std::int64_t kTick = 1'000'000; // the least step of a date, 1 ms
 
-std::string hex(std::uint64_t n)
+bool holdsFold(std::string_view text, std::string_view upperWord)
 {
-    char buffer[17];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, n, 16);
-    return {buffer, end.ptr};
+    const auto same = [](char a, char b) { return upper(a) == b; };
+    return std::search(text.begin(), text.end(), upperWord.begin(), upperWord.end(), same) != text.end();
 }
 
 // A UID as part of an identifier: nothing in it may be taken for a path or a line end.
@@ -104,12 +103,43 @@ std::map<std::string, LeftIndex> leftIndexes; // by folder
 
 } // namespace
 
+std::string hex(std::uint64_t n)
+{
+    char buffer[17];
+    const auto end = std::to_chars(buffer, buffer + sizeof buffer, n, 16);
+    return {buffer, end.ptr};
+}
+
 std::uint64_t hashOf(std::string_view bytes)
 {
     std::uint64_t h = 14695981039346656037u; // FNV-1a
     for (const char c : bytes) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211u;
     return h;
 }
+
+std::string uidTokenOf(std::string_view card)
+{
+    if (!holdsFold(card, "UID")) return {};
+    return safeToken(Card::parse(card).uid());
+}
+
+std::array<std::string, 2> uidsOfName(std::string_view fileName)
+{
+    const std::string_view stem = fileName.substr(0, fileName.rfind('.'));
+    return {safeToken(stem), safeToken("urn:uuid:" + std::string(stem))};
+}
+
+namespace {
+
+bool isUidOfName(const std::string& token, const std::string& fileName)
+{
+    // Most UIDs are told apart by their ends, without making an identifier of the name.
+    return fileName.size() > 4 && token.ends_with(fileName[fileName.size() - 5]) && std::ranges::count(uidsOfName(fileName), token) > 0;
+}
+
+} // namespace
+
+std::string FileRecord::id() const { return uid.empty() || isUidOfName(uid, name) ? name : name + '#' + uid; }
 
 std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans)
 {
@@ -132,11 +162,10 @@ std::vector<CardRecord> describeCards(std::string_view text, const std::vector<C
 std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans)
 {
     constexpr std::string_view name = "CATEGORIES";
-    const auto same = [](char a, char b) { return upper(a) == b; };
     std::string all;
     for (const CardSpan& span : spans) {
         const std::string_view bytes = text.substr(span.begin, span.end - span.begin);
-        if (std::search(bytes.begin(), bytes.end(), name.begin(), name.end(), same) == bytes.end()) continue;
+        if (!holdsFold(bytes, name)) continue;
         const std::string found = toUtf8(Card::parse(bytes).get(kCategories));
         if (!found.empty()) all.append(all.empty() ? "" : ",").append(found);
     }
@@ -162,12 +191,16 @@ void CardIndex::noteWritten(FileRecord& file, const FileState& state)
 
 FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
 {
-    FileRecord file{entry.name, entry.state, nextStamp(entry.state.modified, known ? known->stamp : 0), {}, {}, 0, {}};
+    FileRecord file;
+    file.name = entry.name;
+    file.state = entry.state;
+    file.stamp = nextStamp(entry.state.modified, known ? known->stamp : 0);
     const auto bad = [&](std::size_t line, std::string text) {
         file.badLine = line;
         file.badText = std::move(text);
         if (!known) return file;
         file.categories = known->categories;
+        file.uid = known->uid;
         file.stamp = known->stamp; // what its cards were known by, for when it is mended
         file.cards = std::move(known->cards);
         return file;
@@ -190,19 +223,28 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
     if (scan.error) return bad(scan.error->line, scan.error->message);
     file.noProperty = scan.noProperty;
     file.categories = categoriesIn(opened->text, scan.cards);
-    if (scan.cards.size() == 1 && singleFile_.empty() && (!known || known->cards.empty())) return file;
+    if (scan.cards.size() == 1 && singleFile_.empty() && (!known || known->cards.empty())) {
+        file.uid = uidTokenOf(opened->text);
+        return file;
+    }
 
     file.cards = describeCards(opened->text, scan.cards);
     std::unordered_map<std::string_view, const CardRecord*> before;
     if (known)
         for (const CardRecord& card : known->cards) before[card.token] = &card;
+    bool nameTaken = !singleFile_.empty(); // there the name alone is no identifier
+    for (CardRecord& card : file.cards) {
+        card.plain = singleFile_.empty() && isUidOfName(card.token, file.name);
+        nameTaken = nameTaken || card.plain;
+    }
     for (std::size_t i = 0; i < file.cards.size(); ++i) {
         CardRecord& card = file.cards[i];
         const auto found = before.find(card.token);
         const CardRecord* old = found == before.end() ? nullptr : found->second;
-        card.plain = old ? old->plain : before.empty() && i == 0 && singleFile_.empty();
+        if (!nameTaken && card.token.starts_with('~')) card.plain = old ? old->plain : before.empty() && i == 0;
+        const bool wasAlone = known && before.empty() && file.idOf(card) == known->id();
         const bool same = old && old->hash == card.hash;
-        const std::int64_t last = old ? old->stamp : known && card.plain ? known->stamp : 0;
+        const std::int64_t last = old ? old->stamp : wasAlone ? known->stamp : 0;
         card.stamp = same ? old->stamp : nextStamp(file.state.modified, last);
     }
     return file;
@@ -267,6 +309,9 @@ bool CardIndex::compareOnce()
             missing[i] = 1;
         }
     });
+    std::vector<FileRecord*> examined;
+    for (const auto& [at, old] : unknown) examined.push_back(&found[at]);
+    keepDatesOfRenamed(examined);
     const bool settled = !listing.unsettled && std::ranges::find(missing, 1) == missing.end();
     for (std::size_t i = unknown.size(); i-- > 0;) {
         const auto [at, old] = unknown[i];
@@ -281,6 +326,21 @@ bool CardIndex::compareOnce()
     changed_ = changed_ || !unknown.empty() || files_.size() != found.size();
     files_ = std::move(found);
     return settled;
+}
+
+// A card in a file of another name is the one that had its UID. It keeps its date, or gets a later one if it was changed too. What is left
+// in files_ now are the files that are gone or changed.
+void CardIndex::keepDatesOfRenamed(const std::vector<FileRecord*>& examined) const
+{
+    std::unordered_map<std::string_view, const FileRecord*> byUid;
+    for (const FileRecord& file : files_)
+        if (!file.uid.empty() && !byUid.emplace(file.uid, &file).second) byUid[file.uid] = nullptr; // two cards of one UID: neither
+    for (FileRecord* file : examined) {
+        const auto found = file->uid.empty() || file->bad() ? byUid.end() : byUid.find(file->uid);
+        if (found == byUid.end() || !found->second || found->second->name == file->name) continue;
+        const FileRecord& before = *found->second;
+        file->stamp = file->state == before.state ? before.stamp : nextStamp(file->state.modified, before.stamp);
+    }
 }
 
 void CardIndex::leave()
@@ -304,8 +364,8 @@ bool CardIndex::takeLeft()
     return true;
 }
 
-// The cache: a header, for each file "size modified stamp badLine bad cards ,categories name", for a bad file a line with the reason, for
-// each card "hash stamp plain token", and a last line with the number of files, which tells a file that was cut off.
+// The cache: a header, for each file "size modified number stamp badLine bad cards ,categories ,uid name", for a bad file a line with the
+// reason, for each card "hash stamp plain token", and a last line with the number of files, which tells a file that was cut off.
 void CardIndex::save()
 {
     if (!changed_ || cachePath_.empty()) return;
@@ -326,11 +386,18 @@ void CardIndex::save()
         const FileRecord& file = *each;
         word(file.state.size);
         word(file.state.modified);
+        word(file.state.number);
         word(file.stamp);
         word(file.badLine);
         word(file.bad() ? 1 : 0);
         word(file.cards.size());
-        text.append(",").append(safeToken(file.categories)).append(" ").append(safeToken(file.name)).append("\n");
+        text.append(",")
+            .append(safeToken(file.categories))
+            .append(" ,")
+            .append(file.uid)
+            .append(" ")
+            .append(safeToken(file.name))
+            .append("\n");
         if (file.bad()) text.append(safeToken(file.badText)).append("\n");
         for (const CardRecord& card : file.cards) {
             word(card.hash, 16);
@@ -381,12 +448,13 @@ bool CardIndex::parse(std::string_view text)
         FileRecord file;
         int bad = 0;
         std::size_t cards = 0;
-        if (!words.number(file.state.size) || !words.number(file.state.modified) || !words.number(file.stamp) ||
-            !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || cards > text.size())
+        if (!words.number(file.state.size) || !words.number(file.state.modified) || !words.number(file.state.number) ||
+            !words.number(file.stamp) || !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || cards > text.size())
             return false;
-        const std::string_view categories = words.next();
-        if (!categories.starts_with(',') || words.rest().empty()) return false;
+        const std::string_view categories = words.next(), uid = words.next();
+        if (!categories.starts_with(',') || !uid.starts_with(',') || words.rest().empty()) return false;
         file.categories = fromSafeToken(categories.substr(1));
+        file.uid = uid.substr(1);
         file.name = fromSafeToken(words.rest());
         if (bad) file.badText = fromSafeToken(line());
         file.cards.resize(cards);

@@ -2,13 +2,16 @@
 // each card that moves when the card changes and only then. Kept between runs in a small file in the user's cache folder;
 // without that file the next run opens every card once and knows it all again.
 //
-// Identifiers. In a folder a card is known by its file's name. In a file of several cards it is the file's name, "#" and the
-// card's UID; a card without UID has "~" and a number made from its name, and a second card that would get the same identifier
-// a "~2" behind it. In a folder, the first card of such a file keeps the bare file name, because it had it while it was alone.
+// Identifiers. A card is known by its file's name, "#" and its UID, so that a card is found again under another file name: what was known
+// of the card is in whoever remembers the identifier. In a folder the name alone is the identifier of a card without UID that has its file
+// for itself, and of a card whose UID is the name, as new cards have it. In a file of several cards a card without UID has "~" and a number
+// made from its contact's name instead of the UID, and a second card that would get the same identifier a "~2" behind it. In a folder, the
+// first card of such a file keeps the bare file name if it has no UID, because it had it while it was alone.
 #pragma once
 #include "Folder.h"
 #include "LineReader.h"
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -28,6 +31,7 @@ struct FileRecord {
     std::string name;
     FileState state;
     std::int64_t stamp = 0;        // of a file with one card
+    std::string uid;               // of a file with one card, as part of an identifier; empty for none
     std::vector<CardRecord> cards; // in the order of the file; empty for a file that is one record
     std::string categories;        // of all its cards, separated by commas
     std::size_t badLine = 0;       // with badText: why the file cannot be read
@@ -38,10 +42,16 @@ struct FileRecord {
     bool bad() const { return !badText.empty(); }
     // The name, with the line of the fault if the fault has one.
     std::string faultyPlace() const { return badLine ? name + ", line " + std::to_string(badLine) : name; }
+    std::string id() const; // of a file that is one record
     std::string idOf(const CardRecord& card) const { return card.plain ? name : name + '#' + card.token; }
 };
 
 std::uint64_t hashOf(std::string_view bytes);
+std::string hex(std::uint64_t n);
+// The UID of a card as part of an identifier; empty for none.
+std::string uidTokenOf(std::string_view card);
+// The two UIDs, as parts of identifiers, that say no more than the name of their file.
+std::array<std::string, 2> uidsOfName(std::string_view fileName);
 // The identity of the cards of a text, in the order of the spans.
 std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans);
 // What the cards of a text bear as categories, separated by commas.
@@ -74,6 +84,7 @@ private:
     void load();
     bool parse(std::string_view text);
     FileRecord examine(const FileEntry& entry, FileRecord* known) const;
+    void keepDatesOfRenamed(const std::vector<FileRecord*>& examined) const;
 
     const Folder& folder_;
     std::string singleFile_, cachePath_;

@@ -1,23 +1,13 @@
 #include "CardStore.h"
 
 #include "Charset.h"
-#include "text.h"
 
-#include <unordered_set>
 #include <utility>
 
 namespace mb::vcard {
 namespace {
 
 constexpr int kDisplayName = 79;
-
-// The engine takes identifiers that differ only in case for one, whatever the alphabet.
-std::string folded(const std::string& id) { return toUtf8(platform::lowered(fromUtf8(id))); }
-
-bool leavesFolder(const std::string& id)
-{
-    return id.empty() || id[0] == '.' || id.find_first_of("/\\") != id.npos || id.find('\0') != id.npos;
-}
 
 } // namespace
 
@@ -39,58 +29,9 @@ CardStore::~CardStore()
     }
 }
 
-void CardStore::listRecords()
-{
-    const std::vector<FileRecord>& files = index_->files();
-    order_.reserve(files.size());
-    places_.reserve(files.size());
-    std::unordered_set<std::string> seen;
-    seen.reserve(files.size());
-    const auto add = [&](const std::string& id, Place place) {
-        places_.emplace(id, place);
-        if (files[place.file].bad()) return;
-        if (seen.insert(folded(id)).second)
-            order_.push_back(id);
-        else
-            report_(folder_->pathOf(id) + ": left out, another record's name differs only in upper and lower case");
-    };
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        if (files[i].gone) continue;
-        if (files[i].cards.empty() && singleFile_.empty()) add(files[i].name, {i, -1});
-        for (std::size_t k = 0; k < files[i].cards.size(); ++k) add(files[i].idOf(files[i].cards[k]), {i, static_cast<std::ptrdiff_t>(k)});
-    }
-}
-
-const CardStore::Place& CardStore::placeOf(const std::string& id, Step step) const
-{
-    const auto found = places_.find(id);
-    if (found == places_.end() && leavesFolder(id))
-        throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is no identifier of a record: it could lead out of the folder.");
-    if (found == places_.end()) throw StoreError(step, "There is no card \"" + id + "\" in " + folder_->pathOf(singleFile_) + ".");
-    return found->second;
-}
-
-const std::vector<std::string>& CardStore::order() const
-{
-    if (std::exchange(listStale_, false)) std::erase_if(order_, [&](const std::string& id) { return !places_.contains(id); });
-    return order_;
-}
-
-bool CardStore::exists(const std::string& id) const
-{
-    if (places_.contains(id)) return true;
-    if (leavesFolder(id)) return false;
-    // A card of a file that cannot be parsed at present is not gone.
-    for (std::size_t at = id.find('#'); at != id.npos; at = id.find('#', at + 1)) {
-        const auto file = places_.find(id.substr(0, at));
-        if (file != places_.end() && index_->files()[file->second.file].bad()) return true;
-    }
-    return false;
-}
-
 std::int64_t CardStore::modified(const std::string& id) const
 {
-    const Place& place = placeOf(id, Step::Find);
+    const Place place = placeOf(id, Step::Find);
     const FileRecord& file = index_->files()[place.file];
     if (file.bad()) throw StoreError(Step::Find, folder_->pathOf(file.faultyPlace()) + ": " + file.badText + ".");
     return place.card < 0 ? file.stamp : file.cards[static_cast<std::size_t>(place.card)].stamp;
@@ -210,7 +151,7 @@ std::string CardStore::beginAdd()
 
 void CardStore::beginEdit(const std::string& id)
 {
-    const Place& place = placeOf(id, Step::Edit);
+    const Place place = placeOf(id, Step::Edit);
     // What was read last may be stale by now; the date of the file tells.
     const bool fresh =
         last_ && last_->id == id && fileStep(Step::Edit, [&] { return folder_->stateOf(fileOf(place).name); }) == last_->state;

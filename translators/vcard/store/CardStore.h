@@ -23,6 +23,8 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace mb::vcard {
@@ -36,6 +38,7 @@ public:
     std::size_t count() const override { return order().size(); }
     const std::string& idAt(std::size_t index) const override { return order().at(index); }
     bool exists(const std::string& id) const override; // also a record whose file cannot be parsed
+    std::string updatedId(const std::string& id) override;
     // The files do not tell when a card was made; the date of its last change is the nearest there is.
     std::int64_t created(const std::string& id) const override { return modified(id); }
     std::int64_t modified(const std::string& id) const override;
@@ -84,9 +87,17 @@ private:
     };
 
     void listRecords();
+    void makeDistinct(std::vector<std::pair<std::string, Place>>& listed);
+    std::optional<Place> badFileOf(const std::string& id) const;
+    void remember(const std::string& id);
+    void indexUids() const;
+    std::vector<std::string> newCardsOf(const std::string& id) const;
+    using Names = std::unordered_map<std::string, std::string>; // the identifier of a file's only or first card, by the file's name
+    Names::const_iterator inOtherCase(const std::string& name) const;
+    std::optional<std::string> changedInPlace(const std::string& id) const;
     const Card& openFor(const std::string& id) const;
     const std::vector<std::string>& order() const;
-    const Place& placeOf(const std::string& id, Step step) const;
+    Place placeOf(const std::string& id, Step step) const;
     FileRecord& fileOf(const Place& place) { return index_->files()[place.file]; }
     Container& container(std::size_t file, Step step);
     Open load(const std::string& id, Step step);
@@ -117,6 +128,14 @@ private:
     mutable std::vector<std::string> order_;
     mutable bool listStale_ = false; // order_ still holds records that are gone
     std::unordered_map<std::string, Place> places_;
+    // What the identifiers of records that were found in an earlier run say; see CardStoreIds.cpp.
+    std::unordered_set<std::string> known_, knownUids_;
+    std::unordered_set<std::string> ambiguous_; // identifiers of more than one card, whatever the case
+    std::unordered_set<std::string> marks_;     // identifiers with a mark that this store gave
+    bool anyMarkKnown_ = false;
+    mutable bool uidsIndexed_ = false;
+    mutable std::unordered_map<std::string, std::vector<std::string>> byUid_; // identifiers
+    mutable Names byName_;
     std::map<std::size_t, Container> containers_;
     std::optional<Open> reading_, writing_;
     std::optional<Open> last_; // read or saved last: read again without opening its file

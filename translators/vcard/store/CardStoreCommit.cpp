@@ -34,7 +34,13 @@ void CardStore::saveFile(Open& record)
     record.state = record.isNew ? writeNew(record.id, record.bytes) : rewrite(record);
     unflushed_ = true;
     if (record.isNew) {
-        index_->files().push_back({record.id, record.state, record.state.modified, {}, categories, 0, {}, false});
+        FileRecord file;
+        file.name = record.id;
+        file.state = record.state;
+        file.stamp = record.state.modified;
+        file.uid = uidTokenOf(record.bytes);
+        file.categories = categories;
+        index_->files().push_back(std::move(file));
         places_.emplace(record.id, Place{index_->files().size() - 1, -1});
         order_.push_back(record.id);
         index_->noteChanged();
@@ -57,11 +63,12 @@ FileState CardStore::writeNew(const std::string& name, std::string_view bytes)
 
 FileState CardStore::rewrite(const Open& record)
 {
-    if (folder_->stateOf(record.id) != record.state) throw changedMeanwhile(record.id, Step::Save);
+    const std::string& name = fileOf(placeOf(record.id, Step::Save)).name;
+    if (folder_->stateOf(name) != record.state) throw changedMeanwhile(name, Step::Save);
     Folder::Draft draft(*folder_);
     draft.write(closeText(record.file, record.bytes));
     try {
-        return draft.replaceIfSame(record.id, closeText(record.file, record.onDisk));
+        return draft.replaceIfSame(name, closeText(record.file, record.onDisk));
     } catch (const FileError& e) {
         if (e.why() != FileError::Why::Changed) throw;
         throw StoreError(Step::Save, std::string(e.what()) + ". Synchronize again.");
@@ -291,8 +298,6 @@ void CardStore::dropEdits()
 
 void CardStore::relist()
 {
-    order_.clear();
-    places_.clear();
     listStale_ = false;
     listRecords();
 }

@@ -14,6 +14,7 @@ namespace mb::vcard {
 struct FileState {
     std::uint64_t size = 0;
     std::int64_t modified = 0; // nanoseconds since 1970, UTC
+    std::uint64_t number = 0;  // by which the system tells two files of one size and date apart; 0 where it has none
     bool operator==(const FileState&) const = default;
 };
 

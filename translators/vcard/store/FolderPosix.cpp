@@ -39,7 +39,7 @@ constexpr std::time_t kStaleDraft = std::time_t{24} * 60 * 60; // seconds
 
 FileState stateFrom(const struct stat& s)
 {
-    return {static_cast<std::uint64_t>(s.st_size), std::int64_t{s.st_mtim.tv_sec} * 1'000'000'000 + s.st_mtim.tv_nsec};
+    return {static_cast<std::uint64_t>(s.st_size), std::int64_t{s.st_mtim.tv_sec} * 1'000'000'000 + s.st_mtim.tv_nsec, s.st_ino};
 }
 
 // Why a name is no plain file; empty for a plain file.

@@ -59,7 +59,7 @@ std::int64_t nanosecondsOf(const FILETIME& time)
 // What the system tells of a file in several shapes, alike in these fields.
 template <class Data> FileState stateFrom(const Data& data)
 {
-    return {joined(data.nFileSizeHigh, data.nFileSizeLow), nanosecondsOf(data.ftLastWriteTime)};
+    return {joined(data.nFileSizeHigh, data.nFileSizeLow), nanosecondsOf(data.ftLastWriteTime), 0};
 }
 
 // Why a name is no plain file; empty for a plain file.

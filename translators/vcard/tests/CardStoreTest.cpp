@@ -219,7 +219,7 @@ TEST_F(VCardFolder, ADamagedCacheIsMadeAnew)
     for (std::size_t n = 0; n + 1 < whole.size(); ++n) {
         writeBytes(file, whole.substr(0, n));
         auto store = open();
-        ASSERT_EQ(ids(store), (std::vector<std::string>{"a.vcf", "m.vcf", "m.vcf#u2"})) << n;
+        ASSERT_EQ(ids(store), (std::vector<std::string>{"a.vcf", "m.vcf#u1", "m.vcf#u2"})) << n;
         ASSERT_EQ(readBytes(file), whole) << n;
     }
     writeBytes(file, "vcard index 1\n1 2 3 4 5 99999999999999999 a\n");
@@ -238,22 +238,37 @@ TEST_F(VCardFolder, UnchangedFilesAreNotOpened)
     EXPECT_EQ(open().count(), 1u);
 }
 
-TEST_F(VCardFolder, CardsBehindTheFirstOfAFileHaveItsNameAndTheirUid)
+TEST_F(VCardFolder, CardsHaveTheNameOfTheirFileAndTheirUid)
 {
     put("m.vcf", cardText("1", "u1"));
-    EXPECT_EQ(ids(open()), std::vector<std::string>{"m.vcf"});
+    EXPECT_EQ(ids(open()), std::vector<std::string>{"m.vcf#u1"});
     put("m.vcf", cardText("1", "u1") + cardText("2", "http://x/../y#z") + cardText("3"));
     auto store = open();
     ASSERT_EQ(store.count(), 3u);
-    EXPECT_EQ(store.idAt(0), "m.vcf");
+    EXPECT_EQ(store.idAt(0), "m.vcf#u1");
     EXPECT_EQ(store.idAt(1), "m.vcf#http:%2f%2fx%2f..%2fy%23z");
     EXPECT_EQ(store.idAt(2).substr(0, 7), "m.vcf#~");
     EXPECT_EQ(read(store, store.idAt(1), kLastName), u"2");
     const std::string third = store.idAt(2);
-    store.remove("m.vcf");
+    store.remove("m.vcf#u1");
     EXPECT_EQ(get("m.vcf"), cardText("2", "http://x/../y#z") + cardText("3"));
     auto again = open();
     EXPECT_EQ(ids(again), (std::vector<std::string>{"m.vcf#http:%2f%2fx%2f..%2fy%23z", third})) << "the others keep their identifiers";
+}
+
+TEST_F(VCardFolder, ACardWithoutUidOrNamedByItsUidHasTheNameOfItsFile)
+{
+    put("a.vcf", cardText("A"));
+    put("b.vcf", cardText("B", "b"));
+    put("c.vcf", cardText("C", "urn:uuid:c"));
+    EXPECT_EQ(ids(open()), (std::vector<std::string>{"a.vcf", "b.vcf", "c.vcf"}));
+    const auto date = open().modified("a.vcf");
+    for (const char* name : {"a.vcf", "b.vcf", "c.vcf"}) put(name, get(name) + cardText("More", std::string("more ") + name));
+    age("a.vcf", -1000);
+    auto store = open();
+    EXPECT_EQ(ids(store),
+              (std::vector<std::string>{"a.vcf", "a.vcf#more%20a.vcf", "b.vcf", "b.vcf#more%20b.vcf", "c.vcf", "c.vcf#more%20c.vcf"}));
+    EXPECT_GT(store.modified("a.vcf"), date) << "an older date of the file must not hide the change";
 }
 
 TEST_F(VCardFolder, KeepsTheFormOfAUtf16File)

@@ -128,7 +128,7 @@ TEST_F(VCardFolder, ThatLosesTheLastCardOfAFileOfManyLosesTheFile)
     put("m.vcf", cardText("1", "u1") + cardText("2", "u2"));
     auto store = open();
     store.beginBatch();
-    store.remove("m.vcf");
+    store.remove("m.vcf#u1");
     store.remove("m.vcf#u2");
     store.endBatch(false);
     EXPECT_TRUE(fs::is_empty(folder));
@@ -153,13 +153,13 @@ TEST_F(VCardFolder, ACardThatWouldNotReadBackIsRefusedAndNamed)
     expectFailure(Step::Save, "\"many.vcf#u2\" (Jane Doe)", [&] { edit(store, "many.vcf#u2", kNote, u"grün"); });
     const std::u16string huge(kMaxLine, u'x');
     expectFailure(Step::Save, "\"a.vcf\" (A)", [&] { edit(store, "a.vcf", kNote, huge); });
-    edit(store, "many.vcf", kTitle, u"written");
+    edit(store, "many.vcf#u1", kTitle, u"written");
     store.endBatch(false);
     EXPECT_EQ(get("wide.vcf"), wide);
     EXPECT_EQ(get("a.vcf"), cardText("A"));
     EXPECT_EQ(strayFiles(), 0u);
     auto again = open();
-    EXPECT_EQ(read(again, "many.vcf", kTitle), u"written");
+    EXPECT_EQ(read(again, "many.vcf#u1", kTitle), u"written");
     EXPECT_EQ(read(again, "many.vcf#u2", kNote), u"old");
     EXPECT_EQ(reports, "");
 }

@@ -13,5 +13,16 @@ TEST_F(VCardFolder, ANameInOtherCaseIsTheSameFile)
     EXPECT_EQ(read(store, "A.vcf", kLastName), u"2");
 }
 
+TEST_F(VCardFolder, AFileRenamedToItsNameInOtherCaseIsTheSameRecord)
+{
+    put("ada.vcf", cardText("Ada"));
+    ASSERT_EQ(ids(open()), std::vector<std::string>{"ada.vcf"});
+    fs::rename(folder / "ada.vcf", folder / "between.vcf");
+    fs::rename(folder / "between.vcf", folder / "Ada.vcf");
+    auto store = open();
+    EXPECT_TRUE(store.exists("ada.vcf"));
+    EXPECT_EQ(store.updatedId("ada.vcf"), "Ada.vcf");
+}
+
 } // namespace
 } // namespace mb::vcard

@@ -1,0 +1,230 @@
+// How the cards of a store are called, and under which identifiers they are found again.
+//
+// Two things change between runs. Another program renames a file: the identifier names the UID, by which the card is found under its new
+// name. Or a card arrives whose identifier differs from another one's only in upper and lower case, which the engine takes for one: one of
+// the two gets a mark behind its identifier. Both are decided by the identifiers that the caller knows. updatedId() is asked for each of
+// them before any other record is asked for; it answers right once it has heard them all.
+#include "CardStore.h"
+
+#include "Ascii.h"
+#include "Charset.h"
+#include "text.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace mb::vcard {
+namespace {
+
+constexpr std::string_view kMark = "##"; // no UID holds "#", and no file name ends in what follows
+
+std::string folded(const std::string& id) { return toUtf8(platform::lowered(fromUtf8(id))); }
+
+std::string marked(const std::string& id) { return id + std::string(kMark) + hex(hashOf(id)); }
+
+// The identifier without its mark.
+std::string unmarked(const std::string& id)
+{
+    const std::size_t mark = id.rfind(kMark);
+    return mark != id.npos && marked(id.substr(0, mark)) == id ? id.substr(0, mark) : id;
+}
+
+bool leavesFolder(const std::string& id)
+{
+    return id.empty() || id[0] == '.' || id.find_first_of("/\\") != id.npos || id.find('\0') != id.npos;
+}
+
+struct Parts {
+    std::string name, token; // of the file; behind the "#", empty for none
+    std::vector<std::string> uids() const
+    {
+        if (token.starts_with('~')) return {}; // a card without UID
+        if (!token.empty()) return {token};
+        const auto uids = uidsOfName(name);
+        return {uids.begin(), uids.end()};
+    }
+};
+
+Parts partsOf(const std::string& id)
+{
+    const std::string plain = unmarked(id);
+    const std::size_t at = plain.rfind('#');
+    if (at == plain.npos || !endsWithFold(std::string_view(plain).substr(0, at), ".vcf")) return {plain, {}};
+    return {plain.substr(0, at), plain.substr(at + 1)};
+}
+
+} // namespace
+
+void CardStore::listRecords()
+{
+    const std::vector<FileRecord>& files = index_->files();
+    order_.clear();
+    places_.clear();
+    uidsIndexed_ = false;
+    order_.reserve(files.size());
+    places_.reserve(files.size());
+    std::vector<std::pair<std::string, Place>> listed;
+    listed.reserve(files.size());
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const FileRecord& file = files[i];
+        if (file.gone) continue;
+        const auto add = [&](std::string id, std::ptrdiff_t card) {
+            if (file.bad())
+                places_.emplace(std::move(id), Place{i, card}); // found, and not listed
+            else
+                listed.emplace_back(std::move(id), Place{i, card});
+        };
+        if (file.cards.empty() && singleFile_.empty()) add(file.id(), -1);
+        for (std::size_t k = 0; k < file.cards.size(); ++k) add(file.idOf(file.cards[k]), static_cast<std::ptrdiff_t>(k));
+    }
+    makeDistinct(listed);
+    for (auto& [id, place] : listed) {
+        if (!places_.emplace(id, place).second) continue;
+        order_.push_back(std::move(id));
+    }
+}
+
+// The identifier that is known already stays as it is, and else the first one; the others of its like get a mark. A mark that is known or
+// was given by this store stays too.
+void CardStore::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
+{
+    std::unordered_map<std::string, std::size_t> first;
+    std::unordered_map<std::string, std::vector<std::size_t>> alike;
+    first.reserve(listed.size());
+    for (std::size_t i = 0; i < listed.size(); ++i) {
+        std::string key = folded(listed[i].first);
+        const auto [found, isNew] = first.emplace(std::move(key), i);
+        if (isNew) continue;
+        std::vector<std::size_t>& members = alike[found->first];
+        if (members.empty()) members.push_back(found->second);
+        members.push_back(i);
+    }
+    const auto isKnown = [&](std::size_t i) { return known_.contains(listed[i].first); };
+    const auto isMarked = [&](std::size_t i) {
+        const std::string mark = marked(listed[i].first);
+        return known_.contains(mark) || marks_.contains(mark);
+    };
+    ambiguous_.clear();
+    std::vector<std::size_t> toMark;
+    for (const auto& [key, members] : alike) {
+        ambiguous_.insert(key);
+        auto owner = std::ranges::find_if(members, isKnown);
+        if (owner == members.end()) owner = std::ranges::find_if_not(members, isMarked);
+        for (const std::size_t i : members)
+            if (owner == members.end() || i != *owner) toMark.push_back(i);
+    }
+    if (anyMarkKnown_ || !marks_.empty())
+        for (std::size_t i = 0; i < listed.size(); ++i)
+            if (!isKnown(i) && isMarked(i) && std::ranges::find(toMark, i) == toMark.end()) toMark.push_back(i);
+    for (const std::size_t i : toMark) {
+        listed[i].first = marked(listed[i].first);
+        marks_.insert(listed[i].first);
+    }
+}
+
+CardStore::Place CardStore::placeOf(const std::string& id, Step step) const
+{
+    const auto found = places_.find(id);
+    if (found != places_.end()) return found->second;
+    if (leavesFolder(id))
+        throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is no identifier of a record: it could lead out of the folder.");
+    if (const auto bad = badFileOf(id)) return *bad;
+    throw StoreError(step, "There is no card \"" + id + "\" in " + folder_->pathOf(singleFile_) + ".");
+}
+
+const std::vector<std::string>& CardStore::order() const
+{
+    if (std::exchange(listStale_, false)) std::erase_if(order_, [&](const std::string& id) { return !places_.contains(id); });
+    return order_;
+}
+
+// The file of a card that cannot be read at present.
+std::optional<CardStore::Place> CardStore::badFileOf(const std::string& id) const
+{
+    const std::vector<FileRecord>& files = index_->files();
+    for (std::size_t i = 0; i < files.size(); ++i)
+        if (files[i].bad() && id.starts_with(files[i].name) && (id.size() == files[i].name.size() || id[files[i].name.size()] == '#'))
+            return Place{i, -1};
+    return std::nullopt;
+}
+
+bool CardStore::exists(const std::string& id) const
+{
+    if (places_.contains(id)) return true;
+    return !leavesFolder(id) && (badFileOf(id) || (newCardsOf(id).empty() && changedInPlace(id)));
+}
+
+std::string CardStore::updatedId(const std::string& id)
+{
+    const bool again = known_.contains(id);
+    if (!again) remember(id);
+    if (places_.contains(id) || leavesFolder(id) || badFileOf(id)) return {};
+    const std::vector<std::string> cards = newCardsOf(id);
+    if (!cards.empty()) return cards.size() == 1 || !again ? cards.front() : std::string();
+    return changedInPlace(id).value_or(std::string());
+}
+
+void CardStore::remember(const std::string& id)
+{
+    known_.insert(id);
+    const Parts parts = partsOf(id);
+    for (std::string& uid : parts.uids()) knownUids_.insert(std::move(uid));
+    const std::string plain = unmarked(id);
+    anyMarkKnown_ = anyMarkKnown_ || plain != id;
+    if (plain == id && (ambiguous_.empty() || !ambiguous_.contains(folded(id)))) return;
+    marks_.clear(); // nobody was told of them yet
+    listRecords();
+}
+
+void CardStore::indexUids() const
+{
+    if (std::exchange(uidsIndexed_, true)) return;
+    byUid_.clear();
+    byName_.clear();
+    for (const std::string& id : order()) {
+        const Place& place = places_.at(id);
+        const FileRecord& file = index_->files()[place.file];
+        const std::string& uid = place.card < 0 ? file.uid : file.cards[static_cast<std::size_t>(place.card)].token;
+        if (!uid.empty()) byUid_[uid].push_back(id);
+        if (singleFile_.empty()) byName_.emplace(file.name, id);
+    }
+}
+
+// The identifiers with the UID of a card that is not known by them.
+std::vector<std::string> CardStore::newCardsOf(const std::string& id) const
+{
+    indexUids();
+    std::vector<std::string> found;
+    for (const std::string& uid : partsOf(id).uids()) {
+        const auto cards = byUid_.find(uid);
+        if (cards == byUid_.end()) continue;
+        std::ranges::copy_if(cards->second, std::back_inserter(found), [&](const std::string& card) { return !known_.contains(card); });
+    }
+    return found;
+}
+
+// Where the file system takes upper and lower case for one, a file may have been renamed to its own name.
+CardStore::Names::const_iterator CardStore::inOtherCase(const std::string& name) const
+{
+    if (!singleFile_.empty() || !fileStep(Step::Open, [&] { return folder_->stateOf(name); })) return byName_.end();
+    return std::find_if(byName_.cbegin(), byName_.cend(), [key = folded(name)](const auto& file) { return folded(file.first) == key; });
+}
+
+// The card in the file that an identifier of no present card names, if nothing says that the card is another one: its UID was changed, or
+// the identifier is of a version that did not name UIDs.
+std::optional<std::string> CardStore::changedInPlace(const std::string& id) const
+{
+    indexUids();
+    const Parts parts = partsOf(id);
+    Names::const_iterator found = byName_.find(parts.name);
+    if (found == byName_.end()) found = inOtherCase(parts.name);
+    if (found == byName_.end() || known_.contains(found->second)) return std::nullopt;
+    const Place& place = places_.at(found->second);
+    const FileRecord& file = index_->files()[place.file];
+    if (place.card >= 0 && !parts.token.empty()) return std::nullopt; // one card of several is gone
+    const std::string& uid = place.card < 0 ? file.uid : file.cards[static_cast<std::size_t>(place.card)].token;
+    if (knownUids_.contains(uid)) return std::nullopt; // another card was moved to its place
+    return found->second;
+}
+
+} // namespace mb::vcard
