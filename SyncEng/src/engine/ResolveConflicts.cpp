@@ -77,7 +77,7 @@ private:
         // Without a dialog nothing is merged: both contacts stay as they are.
         const bool unmerged = resolution == croMerge && pair.Scratch1.empty() && pair.Scratch2.empty();
         SettleConflict(pass_, pair, resolution);
-        entry.conflict = unmerged ? croNotify : resolution;
+        entry.conflict = unmerged ? LONG{croNotify} : resolution;
         const bool oneWins = resolution == croTrans1Wins, twoWins = resolution == croTrans2Wins;
         run_.Report.settled(std::move(entry), oneWins ? run_.side(Side::One).Name : twoWins ? run_.side(Side::Two).Name : std::u16string());
         return Asked::Answered;
