@@ -123,7 +123,7 @@ TEST_F(ToldRunsTest, StatusTellsHowTheLastRunEnded)
     EXPECT_EQ(status(), "never") << "a look is no run";
     EXPECT_EQ(mb({"sync"}).code, 3);
     EXPECT_EQ(status(), "unanswered");
-    EXPECT_EQ(talk({"sync"}, {{"] ", "\x04"}}).code, 3);
+    EXPECT_EQ(talk({"sync"}, {{"help] ", "\x04"}}).code, 3);
     EXPECT_EQ(status(), "cancelled");
     EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
     EXPECT_EQ(status(), "good");
@@ -181,12 +181,12 @@ TEST_F(ToldRunsTest, ACancelThatFollowsAWrittenListOfCategoriesDoesNotSayThatNot
 {
     (void)makeMap(1);
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Harbour"}).code, 0);
-    const Result cancelled = talk({"sync"}, {{"] ", "\x04"}});
+    const Result cancelled = talk({"sync"}, {{"help] ", "\x04"}});
     EXPECT_EQ(cancelled.code, 3) << cancelled.out;
     EXPECT_FALSE(has(cancelled.out, "Nothing was written")) << cancelled.out;
     EXPECT_TRUE(has(cancelled.out, "What was written before is kept")) << cancelled.out;
     EXPECT_TRUE(has(cancelled.out, "categories: 2 created")) << cancelled.out;
-    const Result again = talk({"sync"}, {{"] ", "\x04"}});
+    const Result again = talk({"sync"}, {{"help] ", "\x04"}});
     EXPECT_TRUE(has(again.out, "Cancelled. Nothing was written.")) << again.out;
 }
 
