@@ -129,6 +129,13 @@ StoreError CardFile::lostBatch(Step step) const
     return {step, "The card file \"" + path_ + "\" could not be written, and nothing of this batch was kept."};
 }
 
+// What is written to a file that another one has replaced is lost to whoever opens the path next.
+void CardFile::requireInPlace(Step step) const
+{
+    if (!database_->hasMoved()) return;
+    throw StoreError(step, "The card file \"" + path_ + "\" was moved, replaced or deleted by another program. Synchronize again.");
+}
+
 CardFile::CardFile(const std::string& path, plugin::Report report, FreeSpace freeSpace)
     : path_(fullPath(path)), report_(std::move(report)), freeSpace_(std::move(freeSpace))
 {
@@ -311,13 +318,17 @@ void CardFile::endBatch(bool abort)
         if (abort) return dropBatch();
         const bool lost = !database_->inTransaction();
         try {
-            if (!lost) batch_->commit();
-        } catch (const DatabaseError&) {
+            if (!lost) {
+                requireInPlace(Step::Update);
+                batch_->commit();
+            }
+        } catch (const std::exception&) {
             dropBatch();
             throw;
         }
         batch_.reset();
         if (lost) throw lostBatch(Step::Update);
+        requireInPlace(Step::Update); // a file that was replaced during the commit has none of it
     });
 }
 

@@ -93,6 +93,7 @@ private:
     [[nodiscard]] plugin::StoreError gone(const std::string& id, plugin::Step step) const;
     [[nodiscard]] plugin::StoreError overtaken(const std::string& id, plugin::Step step) const;
     [[nodiscard]] plugin::StoreError lostBatch(plugin::Step step) const;
+    void requireInPlace(plugin::Step step) const;
     // Runs work whose failure in SQLite is the step's.
     template <class F> auto guarded(plugin::Step step, F&& work) const;
     // Runs one change whole or not at all, in a transaction of its own where no batch is open.
@@ -127,6 +128,7 @@ template <class F> void CardFile::change(plugin::Step step, F&& work)
         try {
             Transaction transaction(*database_);
             work();
+            if (!batch_) requireInPlace(step);
             transaction.commit();
         } catch (const DatabaseError&) {
             if (batch_ && !database_->inTransaction()) listCards();

@@ -135,6 +135,12 @@ std::string Database::text(const char* sql)
     return query.step() ? query.text(0) : std::string();
 }
 
+bool Database::hasMoved() const noexcept
+{
+    int moved = 0;
+    return sqlite3_file_control(database_.get(), "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK && moved != 0;
+}
+
 Transaction::Transaction(Database& database) : database_(database), inner_(database.inTransaction())
 {
     if (database_.readOnly()) throw DatabaseError(SQLITE_READONLY, "the file is read-only");

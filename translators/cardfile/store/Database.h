@@ -60,6 +60,8 @@ public:
     // Rows that the last statement changed.
     [[nodiscard]] std::int64_t changes() const noexcept { return sqlite3_changes(database_.get()); }
     [[nodiscard]] bool readOnly() const noexcept { return sqlite3_db_readonly(database_.get(), "main") == 1; }
+    // Whether the path leads to another file by now, or to none; the connection stays with the file that it opened.
+    [[nodiscard]] bool hasMoved() const noexcept;
     [[nodiscard]] bool inTransaction() const noexcept { return sqlite3_get_autocommit(database_.get()) == 0; }
 
 private:

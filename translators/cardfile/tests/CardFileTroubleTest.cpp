@@ -83,6 +83,30 @@ TEST_F(CardFileTroubleTest, AFileOfALaterVersionIsRefusedAndKeepsItsBytes)
     EXPECT_EQ(sqlText("SELECT count(*) FROM card"), "1");
 }
 
+// What is written then is lost to whoever opens the path next.
+TEST_F(CardFileTroubleTest, AFileThatIsReplacedOrDeletedWhileItIsOpenFailsTheBatchAndTheSave)
+{
+    addCard(*open(), u"Lovelace");
+    const fs::path backup = folder / "backup";
+    fs::copy_file(file, backup);
+    for (const bool batch : {true, false})
+        for (const bool deleted : {true, false}) {
+            const auto cards = open();
+            if (batch) {
+                cards->beginBatch();
+                addCard(*cards, u"Hopper");
+            }
+            fs::remove(file);
+            if (!deleted) fs::copy_file(backup, file);
+            const std::string message = batch ? failureOf(Step::Update, [&] { cards->endBatch(false); })
+                                              : failureOf(Step::Save, [&] { addCard(*cards, u"Hopper"); });
+            EXPECT_NE(message.find(file.string()), std::string::npos) << message;
+            EXPECT_EQ(cards->count(), 1u) << "nothing of it was kept";
+            for (const char* part : {"", "-wal", "-shm"}) fs::remove(file.string() + part);
+            fs::copy_file(backup, file);
+        }
+}
+
 // A later version may store its journal otherwise, too.
 TEST_F(CardFileTroubleTest, ALaterFileInAnotherJournalModeKeepsIt)
 {

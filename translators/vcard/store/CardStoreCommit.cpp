@@ -271,9 +271,9 @@ void CardStore::commitAll(Step step)
                 c.dirty = false;
             }
             containers_.clear();
-            if (unflushed_ && folder_->isMoved())
+            if (unflushed_) folder_->flush();
+            if (std::exchange(unflushed_, false) && folder_->isMoved())
                 throw FileError("The folder \"" + folder_->pathOf({}) + "\" was moved or replaced by another program. Synchronize again");
-            if (std::exchange(unflushed_, false)) folder_->flush();
             index_->save();
         });
     } catch (const StoreError&) {
