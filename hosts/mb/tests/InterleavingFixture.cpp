@@ -1,0 +1,112 @@
+#include "InterleavingFixture.h"
+
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace mbtest {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void copyAll(const fs::path& from, const fs::path& to)
+{
+    fs::remove_all(to);
+    ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // with the files' times
+}
+
+bool isRunning(int pid)
+{
+    siginfo_t info{};
+    return ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == 0;
+}
+
+} // namespace
+
+Interleaving::Interleaving() { fs::create_directory(kept_); }
+
+Interleaving::~Interleaving()
+{
+    std::error_code error;
+    fs::remove_all(kept_, error);
+}
+
+std::string Interleaving::stoppedRun(int call, const std::string& files, const std::function<void()>& work)
+{
+    const fs::path ask = home_ / "ask", go = home_ / "go";
+    fs::remove(ask);
+    fs::remove(go);
+    EXPECT_EQ(::mkfifo(ask.c_str(), 0600), 0);
+    EXPECT_EQ(::mkfifo(go.c_str(), 0600), 0);
+    const int asked = ::open(ask.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    std::string at;
+    run_.whileRuns = [&](int pid) {
+        pollfd wanted{asked, POLLIN, 0};
+        while (at.empty() && isRunning(pid)) {
+            if (::poll(&wanted, 1, 5) <= 0) continue;
+            std::array<char, 4096> text{};
+            const ssize_t n = ::read(asked, text.data(), text.size());
+            if (n > 0) at.assign(text.data(), static_cast<std::size_t>(n));
+        }
+        if (at.empty()) return;
+        work();
+        const int leave = ::open(go.c_str(), O_WRONLY | O_CLOEXEC);
+        EXPECT_EQ(::write(leave, "x", 1), 1);
+        ::close(leave);
+    };
+    const std::map<std::string, std::string> stop = {{"LD_PRELOAD", STOP_AT_CALL_LIBRARY},
+                                                     {"STOP_AT_CALL", std::to_string(call)},
+                                                     {"STOP_FILES", files},
+                                                     {"STOP_ASK", ask},
+                                                     {"STOP_GO", go},
+                                                     {"ASAN_OPTIONS", "verify_asan_link_order=0"}};
+    for (const auto& [name, value] : stop) run_.environment[name] = value;
+    stopped_ = mb({"sync", "--silent"});
+    for (const auto& [name, value] : stop) run_.environment.erase(name);
+    run_.whileRuns = nullptr;
+    ::close(asked);
+    return at;
+}
+
+// The table of all places, for whoever wants to read it.
+void Interleaving::tell(const std::string& line)
+{
+    if (const char* file = std::getenv("INTERLEAVING_TABLE")) std::ofstream(file, std::ios::app) << line << '\n';
+}
+
+void Interleaving::atEveryCall(const std::string& files, const Work& work)
+{
+    copyAll(home_, kept_);
+    const std::string test = testing::UnitTest::GetInstance()->current_test_info()->name();
+    int call = 1, acted = 0;
+    for (;; ++call) {
+        copyAll(kept_, home_);
+        acted_ = false;
+        const std::string at = stoppedRun(call, files, [&] { acted_ = work.act(); });
+        if (at.empty()) break;
+        SCOPED_TRACE(work.name + " in front of call " + std::to_string(call) + ", " + at);
+        acted += acted_ ? 1 : 0;
+        work.undo();
+        const Result next = mb({"sync", "--silent"});
+        EXPECT_EQ(next.code, 0) << next.out << next.error;
+        work.check();
+        const Result last = mb({"sync", "--silent"});
+        EXPECT_NE(last.out.find("nothing to do"), std::string::npos) << last.out << last.error;
+        std::string said = stopped_.error.substr(0, stopped_.error.find('\n'));
+        tell(test + " | " + std::to_string(call) + " | " + at.substr(0, at.find(' ')) + ' ' + fs::path(at).filename().string() + " | " +
+             work.name + " | " + (acted_ ? "" : "refused to the other program, ") + "run ended with " + std::to_string(stopped_.code) +
+             " " + said + " | " + (HasFailure() ? "FAILED" : "both kept"));
+        if (HasFailure()) FAIL() << stopped_.out << stopped_.error << "then\n" << next.out << next.error;
+    }
+    EXPECT_GT(call, 5) << "the calls were not counted";
+    EXPECT_GT(acted, 0);
+    RecordProperty("stopped_runs", call - 1);
+}
+
+} // namespace mbtest
