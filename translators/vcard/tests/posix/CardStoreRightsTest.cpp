@@ -221,6 +221,38 @@ TEST_F(VCardFolder, ACardWhosePlaceIsTakenByALinkAFolderAPipeOrASocketIsLeftOutA
         }
 }
 
+// A link to a card beside it would be that contact twice, and a save replaces a link by a file.
+TEST_F(VCardFolder, ALinkToACardIsLeftOutWhereverTheCardIs)
+{
+    put("b.vcf", cardText("B"));
+    writeBytes(root / "own.vcf", cardText("Own"));
+    fs::create_symlink("b.vcf", folder / "inside.vcf");
+    fs::create_symlink(root / "own.vcf", folder / "outside.vcf");
+    auto store = open();
+    EXPECT_EQ(ids(store), std::vector<std::string>{"b.vcf"});
+    for (const std::string name : {"inside.vcf", "outside.vcf"}) {
+        EXPECT_TRUE(store.exists(name));
+        EXPECT_NE(reports.find(name + ": left out, it is a symbolic link"), std::string::npos) << reports;
+        expectFailure(Step::Edit, "it is a symbolic link", [&] { store.beginEdit(name); });
+    }
+    EXPECT_EQ(readBytes(root / "own.vcf"), cardText("Own"));
+}
+
+TEST_F(VCardFolder, AFolderOrOneFileMayBeReachedByALink)
+{
+    put("b.vcf", cardText("B"));
+    fs::create_directory_symlink(folder, root / "linked");
+    fs::create_symlink(folder / "b.vcf", root / "linked.vcf");
+    auto store = open(root / "linked");
+    edit(store, "b.vcf", kTitle, u"Boss");
+    EXPECT_TRUE(fs::is_symlink(root / "linked"));
+    auto file = open(root / "linked.vcf");
+    ASSERT_EQ(file.count(), 1u);
+    edit(file, std::string(file.idAt(0)), kTitle, u"Chief");
+    EXPECT_TRUE(fs::is_symlink(root / "linked.vcf"));
+    EXPECT_NE(get("b.vcf").find("TITLE:Chief"), std::string::npos);
+}
+
 TEST_F(VCardFolder, AListOfCategoriesThatIsNoFileFailsTheOpening)
 {
     const auto categories = [&] { return CardCategories(folder.string(), {}, [](const std::string&) {}).takeNames(); };
