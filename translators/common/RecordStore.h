@@ -59,6 +59,8 @@ public:
     [[nodiscard]] virtual std::u16string read(const std::string& id, int type) const = 0;
     virtual void endRead(const std::string& id) = 0;
 
+    // Throws where the system tells that the record can be neither changed nor deleted; an empty identifier asks for a new record.
+    virtual void expectWritable(const std::string& /*id*/) {}
     virtual void beginBatch() = 0;
     virtual void endBatch(bool abort) = 0;
     virtual std::string beginAdd() = 0;

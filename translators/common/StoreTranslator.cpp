@@ -257,6 +257,11 @@ HRESULT StoreTranslator::EndReadRecord(BSTR lpRecID)
     return run([&] { store(Step::BeginRead).endRead(idOf(lpRecID)); });
 }
 
+HRESULT StoreTranslator::ExpectWritable(BSTR recordId)
+{
+    return run([&] { store(Step::Update).expectWritable(idOf(recordId)); });
+}
+
 HRESULT StoreTranslator::BeginUpdate()
 {
     return run([&] { store(Step::Update).beginBatch(); });

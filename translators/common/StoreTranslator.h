@@ -4,6 +4,7 @@
 #include "interfaces.h"
 
 #include "EqualRecordFinder.h"
+#include "record_access.h"
 #include "RecordStore.h"
 #include "text.h"
 #include <memory>
@@ -38,9 +39,10 @@ struct PluginInfo {
     bool followsRecords = false;
 };
 
-class StoreTranslator : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>,
-                                           com::Dual<IPIMSetUp>, com::Dual<ITranslatorTest>, com::Dual<ICategories>,
-                                           com::Dual<IImageSupport>, com::Dual<IDuplicateFinder>, com::Dual<IRecordUpdater>> {
+class StoreTranslator
+    : public com::Object<ITranslator, com::Dual<ITranslatorInfo>, IFieldList, IField, com::Dual<IRecordVerifier>, com::Dual<IPIMSetUp>,
+                         com::Dual<ITranslatorTest>, com::Dual<ICategories>, com::Dual<IImageSupport>, com::Dual<IDuplicateFinder>,
+                         com::Dual<IRecordUpdater>, IRecordAccess> {
 public:
     StoreTranslator(IUnknown* outer, const PluginInfo& info) noexcept : Object(outer), info_(info) {}
 
@@ -122,6 +124,9 @@ public:
     HRESULT STDMETHODCALLTYPE FindDuplicate(ITranslator* pOtherTranslator, BSTR recordIdOther, SAFEARRAY* synchedRecordsGuid,
                                             BSTR* pDuplicateRecordId) override;
     HRESULT STDMETHODCALLTYPE EndFindDuplicate() override;
+
+    // IRecordAccess
+    HRESULT STDMETHODCALLTYPE ExpectWritable(BSTR recordId) override;
 
 private:
     struct Picture {

@@ -5,6 +5,7 @@
 #include "engine/FindDuplicates.h"
 #include "engine/HistoryLinks.h"
 #include "engine/LimitDeletions.h"
+#include "engine/RequireWritable.h"
 #include "engine/ResolveConflicts.h"
 #include "engine/ScanSide.h"
 #include "engine/WriteSide.h"
@@ -168,6 +169,7 @@ private:
         if (SUCCEEDED(hr)) hr = FindDuplicates(pass_);
         if (SUCCEEDED(hr)) hr = LimitDeletions(pass_);
         if (SUCCEEDED(hr)) hr = ConfirmChanges(pass_);
+        if (SUCCEEDED(hr)) hr = RequireWritable(pass_);
         if (SUCCEEDED(hr) && pass_.Send[Side::Two]) LoadTargetFields(pass_);
         for (const Side side : bothSides) pass_.side(side).store.throwIfCancelled();
         return hr;

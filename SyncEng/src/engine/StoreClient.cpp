@@ -20,7 +20,8 @@ template <class Ask> HRESULT askTwice(Ask&& ask)
 
 StoreClient::StoreClient(const com::Ptr<ITranslator>& translator)
     : translator_(translator), field_(translator.tryAs<IField>()), fieldList_(translator.tryAs<IFieldList>()),
-      images_(translator.tryAs<IImageSupport>()), access_(translator.tryAs<IPIMUserAccess>()), updater_(translator.tryAs<IRecordUpdater>()),
+      images_(translator.tryAs<IImageSupport>()), access_(translator.tryAs<IPIMUserAccess>()),
+      recordAccess_(translator.tryAs<IRecordAccess>()), updater_(translator.tryAs<IRecordUpdater>()),
       verifier_(translator.tryAs<IRecordVerifier>()), categories_(translator.tryAs<ICategories>()),
       dynamicFields_(translator.tryAs<IDynamicFieldLoader>()), finder_(translator.tryAs<IDuplicateFinder>())
 {
@@ -205,6 +206,8 @@ HRESULT StoreClient::askToWrite(ITrServices* services, HWND parent, VARIANT_BOOL
     const HRESULT hr = call(access_, &IPIMUserAccess::CanWrite, services, parent, silent, &allowed);
     return SUCCEEDED(hr) && allowed == VARIANT_FALSE ? E_FAIL : hr;
 }
+
+HRESULT StoreClient::expectWritable(BSTR id) { return call(recordAccess_, &IRecordAccess::ExpectWritable, id); }
 
 HRESULT StoreClient::beginUpdate()
 {

@@ -6,6 +6,7 @@
 #pragma once
 #include "com.h"
 #include "interfaces.h"
+#include "record_access.h"
 #include "translators/Cancelled.h"
 #include <cstdint>
 #include <optional>
@@ -32,6 +33,7 @@ public:
     [[nodiscard]] bool hasVerifier() const noexcept { return static_cast<bool>(verifier_); }
     [[nodiscard]] bool hasCategories() const noexcept { return static_cast<bool>(categories_); }
     [[nodiscard]] bool hasFinder() const noexcept { return static_cast<bool>(finder_); }
+    [[nodiscard]] bool tellsAccess() const noexcept { return static_cast<bool>(recordAccess_); }
     [[nodiscard]] bool hasDynamicFields() const noexcept { return static_cast<bool>(dynamicFields_); }
 
     // ---- Starting
@@ -76,6 +78,9 @@ public:
     HRESULT hasImage(BSTR id, const GUID& field, bool& has);
     ImageSize imageSize(BSTR id, const GUID& field);
 
+    // Fails where the record cannot be written; an empty identifier asks for a new one. Requires: tellsAccess().
+    HRESULT expectWritable(BSTR id);
+
     // ---- Writing. Requires: beginUpdate() succeeded.
     // E_FAIL where the store refuses to be written.
     HRESULT askToWrite(ITrServices* services, HWND parent, VARIANT_BOOL silent);
@@ -112,6 +117,7 @@ private:
     com::Ptr<IFieldList> fieldList_;
     com::Ptr<IImageSupport> images_;
     com::Ptr<IPIMUserAccess> access_;
+    com::Ptr<IRecordAccess> recordAccess_;
     com::Ptr<IRecordUpdater> updater_;
     com::Ptr<IRecordVerifier> verifier_;
     com::Ptr<ICategories> categories_;

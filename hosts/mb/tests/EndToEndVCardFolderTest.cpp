@@ -94,6 +94,28 @@ TEST_F(VCardFolderStory, ACardThatIsHeldForAMomentIsReadAndWritten)
     expectNothingToDo();
 }
 
+TEST_F(VCardFolderStory, ACardThatMayNotBeWrittenIsNamedBeforeAnythingIsWritten)
+{
+    const fs::path card = anyCard(), alsoEdited = cardWith("Ødegård");
+    fs::path other;
+    for (const auto& entry : fs::directory_iterator(folder()))
+        if (entry.path().extension() == ".vcf" && entry.path() != card && entry.path() != alsoEdited) other = entry.path();
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Title", "Boss"}).code, 0);
+    ASSERT_EQ(samples({"edit", cards(), "Bjørn Ødegård", "Title", "Chief"}).code, 0);
+    replaceIn(other, "END:VCARD", "NICKNAME:Con\r\nEND:VCARD");
+    std::map<fs::path, std::string> before;
+    for (const auto& entry : fs::directory_iterator(folder())) before[entry.path()] = textOf(entry.path());
+    const std::string shownBefore = shown();
+    const Result run = failingSync("faccessat", card.filename(), EACCES);
+    EXPECT_EQ(run.code, 1) << run.out;
+    EXPECT_NE(run.error.find("\"" + card.string() + "\" is read-only. Make it writable"), std::string::npos) << run.error;
+    for (const auto& [path, bytes] : before) EXPECT_EQ(textOf(path), bytes) << path;
+    EXPECT_EQ(shown(), shownBefore);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_NE(textOf(card).find("TITLE:Boss"), std::string::npos);
+    expectNothingToDo();
+}
+
 TEST_F(VCardFolderStory, ACardWhosePlaceIsTakenByALinkAPipeOrAFolderIsKeptOnTheOtherSide)
 {
     const std::string before = shown();

@@ -51,6 +51,12 @@ int fstatat(int folder, const char* path, struct stat* state, int flags) noexcep
     return fails("fstatat", path) ? -1 : next(folder, path, state, flags);
 }
 
+int faccessat(int folder, const char* path, int rights, int flags) noexcept
+{
+    static auto* const next = real(&faccessat, "faccessat");
+    return fails("faccessat", path) ? -1 : next(folder, path, rights, flags);
+}
+
 int openat(int folder, const char* path, int flags, ...)
 {
     va_list rest;

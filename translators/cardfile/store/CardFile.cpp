@@ -298,6 +298,11 @@ const CardFile::Open& CardFile::openFor(const std::string& id) const
     throw StoreError(Step::ReadField, "The card " + shown(id) + " is not open for reading.");
 }
 
+void CardFile::expectWritable(const std::string&)
+{
+    if (database_->readOnly()) throw failed(DatabaseError(SQLITE_READONLY, "the file is read-only"), Step::Update);
+}
+
 void CardFile::beginBatch()
 {
     if (batch_) throw StoreError(Step::Update, "A batch is open already.");

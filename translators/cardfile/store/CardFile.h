@@ -34,6 +34,7 @@ public:
     void beginRead(const std::string& id) override;
     std::u16string read(const std::string& id, int type) const override;
     void endRead(const std::string& id) override;
+    void expectWritable(const std::string& id) override;
     void beginBatch() override;
     void endBatch(bool abort) override;
     std::string beginAdd() override;

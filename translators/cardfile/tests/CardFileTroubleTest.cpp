@@ -224,6 +224,7 @@ TEST_F(CardFileTroubleTest, AFileThatMayNotBeWrittenIsReadAndNotChanged)
         if (!dropRights()) return false;
         const auto cards = open();
         EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace");
+        EXPECT_NE(failureOf(Step::Update, [&] { cards->expectWritable(id); }).find("cannot be written"), std::string::npos);
         EXPECT_NE(failureOf(Step::Update, [&] { cards->beginBatch(); }).find("cannot be written"), std::string::npos);
         cards->beginEdit(id);
         cards->write(id, ftLastName, u"x");
@@ -235,6 +236,7 @@ TEST_F(CardFileTroubleTest, AFileThatMayNotBeWrittenIsReadAndNotChanged)
     EXPECT_EQ(namesInFolder(), before);
     fs::permissions(file, static_cast<fs::perms>(0644));
     EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
+    EXPECT_NO_THROW(open()->expectWritable(id));
 }
 
 TEST_F(CardFileTroubleTest, AFileThatWasReadOnlyForAWhileCanBeWrittenAgain)

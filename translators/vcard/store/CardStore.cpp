@@ -129,6 +129,13 @@ void CardStore::endRead(const std::string& id)
 
 void CardStore::close() { commitAll(Step::Close); }
 
+void CardStore::expectWritable(const std::string& id)
+{
+    const auto place = places_.find(id);
+    if (!id.empty() && place == places_.end()) return; // the write tells what is wrong
+    fileStep(Step::Update, [&] { folder_->expectWritable(id.empty() ? singleFile_ : fileOf(place->second).name); });
+}
+
 void CardStore::beginBatch() { batch_ = true; }
 
 void CardStore::endBatch(bool abort)

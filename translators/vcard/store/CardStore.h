@@ -47,6 +47,7 @@ public:
     std::u16string read(const std::string& id, int type) const override;
     void endRead(const std::string& id) override;
 
+    void expectWritable(const std::string& id) override;
     void beginBatch() override;
     void endBatch(bool abort) override;
     std::string beginAdd() override;

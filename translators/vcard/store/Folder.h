@@ -66,6 +66,9 @@ public:
     void removeIfSame(const std::string& name, const FileState& before) const;
     // Whether the folder's path leads to another folder by now, or to none.
     bool isMoved() const;
+    // Throws a FileError that says what to do, if the system tells that the file cannot be replaced or deleted; for an empty name, that
+    // none can be made.
+    void expectWritable(const std::string& name) const;
     void flush() const; // all that was written in the folder reaches the disk
     std::string pathOf(const std::string& name) const;
 

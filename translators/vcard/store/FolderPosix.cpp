@@ -292,6 +292,17 @@ bool Folder::isMoved() const
     return stat(path_.c_str(), &there) != 0 || held.st_dev != there.st_dev || held.st_ino != there.st_ino;
 }
 
+void Folder::expectWritable(const std::string& name) const
+{
+    const auto refused = [&](const char* what, int rights) {
+        return faccessat(folder_, what, rights, AT_EACCESS) != 0 && (errno == EACCES || errno == EPERM || errno == EROFS);
+    };
+    const bool folderToo = refused(".", W_OK | X_OK);
+    if (folderToo || (!name.empty() && refused(name.c_str(), W_OK)))
+        throw FileError((folderToo ? "the folder \"" + path_ : "the file \"" + pathOf(name)) +
+                        "\" is read-only. Make it writable and synchronize again; nothing was written");
+}
+
 void Folder::flush() const
 {
     if (syncfs(folder_) != 0) fail("cannot write the files to disk in", path_);

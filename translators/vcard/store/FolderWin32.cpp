@@ -268,6 +268,14 @@ void Folder::removeIfSame(const std::string& name, const FileState& before) cons
 
 bool Folder::isMoved() const { return false; } // every file is found by the folder's path, so what was written is where that leads
 
+void Folder::expectWritable(const std::string& name) const
+{
+    if (name.empty()) return; // the read-only mark of a folder means something else here
+    const DWORD attributes = GetFileAttributesW(wide(pathOf(name)).c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY)
+        throw FileError("the file \"" + pathOf(name) + "\" is read-only. Make it writable and synchronize again; nothing was written");
+}
+
 void Folder::flush() const {} // every file was flushed when it was put in place: there is no flushing of a folder here
 
 std::string Folder::unusedName() const

@@ -3,6 +3,7 @@
 #include "com.h"
 #include "TestFolder.h"
 #include <gtest/gtest.h>
+#include <thread>
 
 using namespace platform;
 namespace fs = std::filesystem;
@@ -45,6 +46,43 @@ TEST_F(Files, TheUsersDataLiesWhereTheSystemSays)
     wchar_t windows[MAX_PATH];
     ASSERT_GT(GetWindowsDirectoryW(windows, MAX_PATH), 0u);
     EXPECT_EQ(machineDataFolder(), std::filesystem::path(windows)) << "where earlier versions kept theirs";
+}
+
+TEST_F(Files, APlaceHasOneSpelling)
+{
+    fs::create_directory(at("Real"));
+    folder.write("Real/a", "x");
+    const fs::path real = canonicalPath(at("Real"));
+    EXPECT_FALSE(real.native().starts_with(L"\\\\")) << real;
+    for (const fs::path& spelling : {at("Real") / "", at("Real") / ".", at("REAL"), at("none") / ".." / "real"})
+        EXPECT_EQ(canonicalPath(spelling), real) << spelling;
+    EXPECT_EQ(canonicalPath(L"\\\\?\\" + at("Real").make_preferred().native()), real);
+    EXPECT_EQ(canonicalPath(at("REAL") / "A"), real / "a");
+    EXPECT_EQ(canonicalPath(at("REAL") / "new.db"), real / "new.db") << "what is not there yet";
+    EXPECT_TRUE(isSamePlace(textOf(at("Real")), textOf(at("REAL") / "")));
+    EXPECT_FALSE(isSamePlace(textOf(at("Real")), textOf(at("Real") / "a")));
+}
+
+TEST_F(Files, AFileThatIsHeldForAMomentIsReadAndReplacedAllTheSame)
+{
+    folder.write("a", "old");
+    for (const bool reads : {true, false}) {
+        const HANDLE held = CreateFileW(at("a").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+        ASSERT_NE(held, INVALID_HANDLE_VALUE);
+        std::thread other([&] {
+            Sleep(300);
+            CloseHandle(held);
+        });
+        std::error_code error;
+        if (reads) {
+            EXPECT_EQ(readFile(at("a"), error), "old");
+        } else {
+            error = put(at("a"), "new");
+        }
+        EXPECT_FALSE(error) << error.message();
+        other.join();
+    }
+    EXPECT_EQ(read("a"), "new");
 }
 
 TEST_F(Files, OnlyAFileIsAFile)

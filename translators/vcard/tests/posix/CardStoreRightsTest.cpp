@@ -153,6 +153,23 @@ TEST_F(VCardFolder, AnEditKeepsTheOwner)
     EXPECT_EQ(after.st_gid, before.st_gid);
 }
 
+TEST_F(VCardFolder, WhatIsReadOnlyIsKnownBeforeItIsWritten)
+{
+    put("a.vcf", cardText("A"));
+    put("b.vcf", cardText("B"));
+    fs::permissions(folder / "a.vcf", fs::perms(0444));
+    const Unprivileged user(root);
+    auto store = open();
+    expectFailure(Step::Update, "a.vcf\" is read-only. Make it writable", [&] { store.expectWritable("a.vcf"); });
+    EXPECT_NO_THROW(store.expectWritable("b.vcf"));
+    EXPECT_NO_THROW(store.expectWritable(""));
+    EXPECT_NO_THROW(store.expectWritable("none.vcf"));
+    fs::permissions(folder, fs::perms(0555));
+    for (const char* id : {"", "b.vcf"})
+        expectFailure(Step::Update, "the folder \"" + folder.string() + "\" is read-only", [&] { store.expectWritable(id); });
+    fs::permissions(folder, fs::perms::owner_all);
+}
+
 TEST_F(VCardFolder, ADeviceIsNeitherAFolderNorAFile)
 {
     expectFailure(Step::Open, "neither a folder", [&] { open("/dev/null"); });
