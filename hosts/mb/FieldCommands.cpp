@@ -4,6 +4,7 @@
 #include "MapName.h"
 #include "Output.h"
 #include "text.h"
+#include <optional>
 
 namespace mbhost {
 namespace {
@@ -24,13 +25,14 @@ public:
         if (field_ && SUCCEEDED(field_->GetName(field, name.put())) && !name.empty()) return printable(name.view());
         return guidName(field); // of a store that no longer has it
     }
-    [[nodiscard]] GUID named(const std::string& text) const
+    [[nodiscard]] std::optional<GUID> find(const std::string& text) const
     {
         const std::u16string wanted = platform::utf16(text);
         for (const GUID& field : fields())
             if (platform::equalNoCase(platform::utf16(nameOf(field)), wanted)) return field;
-        throw Failure("The " + side_ + " store has no field " + quote(text) + "; see mb fields MAP --available.");
+        return std::nullopt;
     }
+    [[nodiscard]] std::string lacks(const std::string& text) const { return "the " + side_ + " store has no field " + quote(text); }
     [[nodiscard]] std::vector<std::string> all() const
     {
         std::vector<std::string> names;
@@ -66,6 +68,7 @@ public:
         : maps_(engine_.maps()), map_(resolveMap(listMaps(engine_), mapName)), fieldMaps_(engine_.fieldMaps()),
           first(maps_.get(), map_, idTrans1), second(maps_.get(), map_, idTrans2)
     {
+        expectPlugins(maps_.get(), describeMap(maps_.get(), map_));
         const HRESULT hr = maps_->GetFieldMap(map_, &fieldMap_);
         if (FAILED(hr)) throw Failure("The map " + guidName(map_) + " has no field map: " + describe(hr));
     }
@@ -86,8 +89,19 @@ public:
         wanted.push_back({field1, field2});
         replaceWith(wanted);
     }
-    void remove(const GUID& field1)
+    void add(const std::string& name1, const std::string& name2)
     {
+        const auto field1 = first.find(name1), field2 = second.find(name2);
+        if (!field1 && !field2) throwUnknown(first.lacks(name1) + ", and " + second.lacks(name2));
+        if (!field1) throwUnknown(first.lacks(name1));
+        if (!field2) throwUnknown(second.lacks(name2));
+        add(*field1, *field2);
+    }
+    void remove(const std::string& name1)
+    {
+        const auto named = first.find(name1);
+        if (!named) throwUnknown(first.lacks(name1));
+        const GUID field1 = *named;
         std::vector<Pair> kept = pairs();
         if (std::erase_if(kept, [&](const Pair& pair) { return pair.first == field1; }) == 0)
             throw Failure("The field " + quote(first.nameOf(field1)) + " is not mapped.");
@@ -110,6 +124,11 @@ public:
     }
 
 private:
+    [[noreturn]] static void throwUnknown(std::string what)
+    {
+        what.front() = 'T';
+        throw Failure(what + "; see mb fields MAP --available.");
+    }
     static void expect(HRESULT hr)
     {
         if (FAILED(hr)) throw Failure("The field map could not be saved: " + describe(hr));
@@ -200,11 +219,11 @@ void addFieldCommands(CLI::App& app)
         if (given->available) return listAvailable(given->map, given->json);
         if (!given->pair.empty()) {
             FieldEditor editor(given->map);
-            editor.add(editor.first.named(given->pair[0]), editor.second.named(given->pair[1]));
+            editor.add(given->pair[0], given->pair[1]);
         }
         if (!given->removed.empty()) {
             FieldEditor editor(given->map);
-            editor.remove(editor.first.named(given->removed));
+            editor.remove(given->removed);
         }
         if (given->reset) FieldEditor(given->map).reset();
         if (given->edit) FieldEditor(given->map).edit();

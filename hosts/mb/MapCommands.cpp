@@ -186,13 +186,13 @@ std::string optionHelp()
     for (const Option& option : options()) {
         text += "  " + std::string(option.name) + ": " + optionValueName(option, option.byDefault);
         for (const OptionValue& value : option.values)
-            if (value.value != option.byDefault) text += std::string(" ") + value.name;
+            if (value.isOffered && value.value != option.byDefault) text += std::string(" ") + value.name;
         if (option.isPercentage) text += " or 1% to 100%";
         text += "\n      " + std::string(option.meaning) + "\n";
     }
     text += "  first, second: DATABASE\n      where the store was moved to; it must hold the contacts that the map knows, or say --force\n";
     return text + "\nmb sync --silent asks nothing: where \"ask\" is set, both contacts of a conflict are kept, or the one that was not\n"
-                  "deleted; \"merge\" leaves both as they are.\n\n"
+                  "deleted.\n\n"
                   "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second\n  mb set 5F49 max-delete 80%\n"
                   "  mb set 5F49 second /media/phone/Contacts";
 }

@@ -1,7 +1,10 @@
 #include "MapName.h"
 
 #include "Failure.h"
+#include "files.h"
 #include "Output.h"
+#include "registry.h"
+#include "StoreName.h"
 #include "text.h"
 
 namespace mbhost {
@@ -19,6 +22,21 @@ std::string barePart(std::string_view text)
 
 std::string textOf(const com::Bstr& text) { return platform::utf8(text.view()); }
 
+// The library that serves the class; empty if none is registered.
+std::filesystem::path libraryOf(const GUID& clsid)
+{
+    const std::u16string path = u"CLSID\\" + com::guidText(clsid) + u"\\InprocServer32";
+    const auto key = platform::RegistryKey::open(platform::Root::ClassesRoot, path);
+    const auto file = key ? key->text(u"") : std::nullopt;
+    return file ? platform::pathOf(*file) : std::filesystem::path();
+}
+
+bool isLibraryGone(const GUID& clsid)
+{
+    const std::filesystem::path library = libraryOf(clsid);
+    return !library.empty() && !platform::fileExists(library);
+}
+
 } // namespace
 
 std::string guidName(const GUID& guid) { return platform::utf8(com::guidText(guid)); }
@@ -27,6 +45,7 @@ std::string storeName(const MapInfo& map, int side)
 {
     const TranslatorInfo& translator = map.translators[side];
     if (translator.name == guidName(translator.clsid)) return translator.name + " (no plug-in is registered)";
+    if (!translator.available && map.databases[side].empty()) return printable(translator.name) + " (its plug-in cannot be loaded)";
     return printable(translator.name + "=" + map.databases[side]);
 }
 
@@ -104,8 +123,10 @@ TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators,
         if (lowerName(t.name) == wanted || lowerName(t.longName) == wanted || barePart(guidName(t.clsid)) == barePart(text)) return t;
     std::string sentence = "There is no plug-in " + quote(text) + ".";
     if (translators.empty()) throw Failure(sentence + " None is registered yet; see mb register --help.");
-    sentence += " Registered are:";
-    for (const TranslatorInfo& t : translators) sentence += " " + printable(t.name);
+    sentence += " Registered are: ";
+    for (const TranslatorInfo& t : translators)
+        sentence +=
+            (&t == &translators.front() ? "" : ", ") + printable(t.name) + (isLibraryGone(t.clsid) ? " (its library is missing)" : "");
     throw Failure(sentence + ".");
 }
 
@@ -114,7 +135,19 @@ std::string missingPlugin(ITrMap* maps, const TranslatorInfo& info)
     com::Ptr<ITranslator> translator;
     const auto loader = com::Ptr<ITrMap>(maps).as<ITrMapEntry>();
     if (SUCCEEDED(loader->Load(info.clsid, translator.put())) && translator) return {};
-    return "The plug-in " + quote(info.name) + " cannot be loaded. Register it again with mb register.";
+    if (info.name == guidName(info.clsid))
+        return "No plug-in is registered for the kind of store " + info.name + "; mb register PLUGIN registers one.";
+    const std::filesystem::path library = libraryOf(info.clsid);
+    if (isLibraryGone(info.clsid))
+        return "The plug-in " + quote(info.name) + " is missing: there is no library " + quote(textOf(library)) +
+               ". Register it where it is now, with mb register.";
+    return "The plug-in " + quote(info.name) + " cannot be loaded from " + quote(textOf(library)) + ". Register it again with mb register.";
+}
+
+void expectPlugins(ITrMap* maps, const MapInfo& map)
+{
+    for (const TranslatorInfo& translator : map.translators)
+        if (const std::string missing = missingPlugin(maps, translator); !missing.empty()) throw Failure(missing);
 }
 
 } // namespace mbhost

@@ -32,6 +32,8 @@ TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators,
 
 // A sentence for the user if the plug-in cannot be loaded; empty if it can.
 std::string missingPlugin(ITrMap* maps, const TranslatorInfo& translator);
+// Throws that sentence as a Failure if a plug-in of the map cannot be loaded.
+void expectPlugins(ITrMap* maps, const MapInfo& map);
 
 std::string guidName(const GUID& guid);
 // One side of a map as the user gave it, NAME=DATABASE, fit to be shown.

@@ -11,8 +11,9 @@ namespace {
 
 constexpr OptionValue yesNo[] = {{"yes", 1}, {"no", 0}};
 constexpr OptionValue directions[] = {{"both", stSynchronize}, {"to-first", stImportToTrans1}, {"to-second", stExportFromTrans1}};
+// A merge is made by answering "field by field" when a run asks; set as an option it leaves both contacts as they are.
 constexpr OptionValue changeConflicts[] = {{"ask", croNotify},       {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins},
-                                           {"keep-both", croAddAll}, {"merge", croMerge},           {"delete-both", croDeleteAll}};
+                                           {"keep-both", croAddAll}, {"merge", croMerge, false},    {"delete-both", croDeleteAll}};
 constexpr OptionValue noLimit[] = {{"none", 0}};
 constexpr OptionValue deleteConflicts[] = {
     {"ask", croNotify}, {"keep", croAddAll}, {"delete", croDeleteAll}, {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins}};
@@ -65,7 +66,7 @@ LONG optionValueNamed(const Option& option, const std::string& name)
     std::string known;
     for (const OptionValue& value : option.values) {
         if (wanted == value.name) return value.value;
-        known += std::string(" ") + value.name;
+        if (value.isOffered) known += std::string(" ") + value.name;
     }
     if (option.isPercentage) {
         known += " 1% to 100%";

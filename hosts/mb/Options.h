@@ -9,6 +9,7 @@ namespace mbhost {
 struct OptionValue {
     const char* name;
     LONG value;
+    bool isOffered = true; // else it is taken, but lists of values leave it out
 };
 
 struct Option {

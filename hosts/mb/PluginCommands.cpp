@@ -82,6 +82,10 @@ void listPlugins(bool json)
     std::vector<std::vector<std::string>> rows;
     for (const auto& t : translators) rows.push_back({printable(t.name), t.available ? "yes" : "no", printable(t.longName)});
     print(table({"NAME", "READY", "STORE"}, rows));
+    const auto maps = engine.maps();
+    for (const auto& t : translators)
+        if (!t.available)
+            if (const std::string missing = missingPlugin(maps.get(), t); !missing.empty()) print(missing + "\n");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "Commands.h"
 #include "Failure.h"
+#include "files.h"
 #include "MapName.h"
 #include "Output.h"
 #include "text.h"
@@ -47,14 +48,22 @@ struct RecordArguments {
 class RecordView {
 public:
     explicit RecordView(const RecordArguments& given)
-        : side_(given.second ? idTrans2 : idTrans1), support_(engine_.create<IFidemarkSupport>(__uuidof(TrManager)))
+        : map_(resolveMap(listMaps(engine_), given.map)), side_(given.second ? idTrans2 : idTrans1),
+          support_(engine_.create<IFidemarkSupport>(__uuidof(TrManager)))
     {
-        const HRESULT hr = support_->Initialize(resolveMap(listMaps(engine_), given.map));
+        const HRESULT hr = ran_ ? support_->Initialize(map_) : S_OK; // it would make a history
         if (FAILED(hr)) throw Failure("The history of the map cannot be read: " + reasonFor(hr));
     }
 
+    // What to tell of a map that never ran; empty if it has a history.
+    [[nodiscard]] std::string lacksHistory() const
+    {
+        if (ran_) return {};
+        return "The map " + guidName(map_) + " never ran, so it has no history; mb sync runs it.";
+    }
     [[nodiscard]] std::vector<std::u16string> list(const std::string& status) const
     {
+        if (!ran_) return {};
         SAFEARRAY* array = nullptr;
         const HRESULT hr = status.empty() ? support_->GetHistoryRecords(side_, &array)
                                           : support_->GetHistoryRecordsWithFMStatus(side_, statusNamed(status), &array);
@@ -81,6 +90,8 @@ public:
 
 private:
     Engine engine_;
+    GUID map_;
+    bool ran_ = platform::fileExists(dataFolder() / (guidName(map_) + ".xml"));
     _TransIds side_;
     com::Ptr<IFidemarkSupport> support_;
 };
@@ -98,6 +109,9 @@ void recordStatus(const RecordArguments& given)
 {
     if (given.record.empty() && !given.set.empty()) throw Failure("Name the record whose status is to be set.", exitUsage);
     const RecordView view(given);
+    const std::string lacking = view.lacksHistory();
+    if (!lacking.empty() && !given.set.empty()) throw Failure(lacking);
+    if (!lacking.empty() && !given.json) return print(lacking + "\n");
     if (!given.set.empty()) view.set(given.record, given.set);
     Json records = Json::array();
     if (given.record.empty())

@@ -4,24 +4,10 @@
 #include "Commands.h"
 #include "Engine.h"
 #include "Failure.h"
+#include "HelpText.h"
 #include "Output.h"
 #include <algorithm>
 #include <cstdio>
-
-namespace {
-
-// What was typed wrongly, and whose help tells more.
-std::string usageSentence(const CLI::App* app, const CLI::Error& error)
-{
-    const auto used = app->get_subcommands();
-    if (used.empty() && !app->remaining().empty())
-        return "mb: There is no command " + mbhost::quote(app->remaining().front()) + "; mb --help lists the commands.\n";
-    std::string what = mbhost::printable(error.what());
-    if (!what.ends_with('.')) what += '.';
-    return "mb: " + what + " mb " + (used.empty() ? "" : used.front()->get_name() + " ") + "--help tells more.\n";
-}
-
-} // namespace
 
 int main(int argc, char** argv)
 {
@@ -47,11 +33,12 @@ int main(int argc, char** argv)
         addRecordCommands(app);
         addHistoryCommand(app);
         addScriptCommand(app);
+        formatHelp(app);
         if (argc == 1) {
             std::fputs(app.help().c_str(), stderr);
             return exitUsage;
         }
-        auto arguments = platform::arguments(argc, argv);
+        auto arguments = commandLine(app, platform::arguments(argc, argv));
         std::ranges::reverse(arguments); // as CLI11 wants them
         app.parse(std::move(arguments));
         finishOutput();

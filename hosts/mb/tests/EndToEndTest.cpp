@@ -3,6 +3,7 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace {
@@ -244,7 +245,8 @@ TEST_F(EndToEndTest, WrongUsageIsToldInOneSentenceThatNamesWhatIsWrong)
         return result.error;
     };
     EXPECT_EQ(told({"snyc\x1b"}), "mb: There is no command \"snyc\uFFFD\"; mb --help lists the commands.\n");
-    EXPECT_EQ(told({"sync", "--dryrun"}), "mb: The following argument was not expected: --dryrun. mb sync --help tells more.\n");
+    EXPECT_EQ(told({"sync", "--dryrun"}),
+              "mb: There is no option \"--dryrun\" of mb sync. Did you mean --dry-run? mb sync --help tells more.\n");
     EXPECT_EQ(told({"set", map, "images"}), "mb: VALUE is required. mb set --help tells more.\n");
     for (const char* lines : {"x", "-3", "1.5", "", "99999999999"})
         EXPECT_EQ(told({"log", "--lines", lines}),
@@ -575,6 +577,95 @@ TEST_F(EndToEndTest, ARunThatDeletesTooMuchIsRefusedWithBothCounts)
     EXPECT_EQ(mb({"sync", "--max-delete", "many"}).code, 2);
     EXPECT_EQ(mb({"sync", "--silent", "--max-delete", "7"}).code, 0);
     EXPECT_EQ(cardCount(), 5u);
+}
+
+TEST_F(EndToEndTest, HelpIsACommandToo)
+{
+    EXPECT_EQ(mb({"help"}).out, mb({"--help"}).out);
+    EXPECT_EQ(mb({"help", "sync"}).out, mb({"sync", "--help"}).out);
+    EXPECT_NE(mb({"help", "sync"}).out.find("--dry-run"), std::string::npos);
+    EXPECT_EQ(mb({"help"}).code, 0);
+    EXPECT_EQ(mb({"help", "snyc"}).code, 2);
+    EXPECT_EQ(mb({"help", "snyc"}).error, mb({"snyc"}).error);
+}
+
+TEST_F(EndToEndTest, AMistypedCommandOrOptionIsAnsweredWithTheNearestOne)
+{
+    EXPECT_EQ(mb({"snyc"}).error, "mb: There is no command \"snyc\". Did you mean sync? mb --help lists the commands.\n");
+    EXPECT_EQ(mb({"snyc", "--help"}).error, mb({"snyc"}).error);
+    EXPECT_EQ(mb({"paint"}).error, "mb: There is no command \"paint\"; mb --help lists the commands.\n");
+    EXPECT_EQ(mb({"sync", "--sillent"}).error,
+              "mb: There is no option \"--sillent\" of mb sync. Did you mean --silent? mb sync --help tells more.\n");
+    EXPECT_EQ(mb({"sync", "--max-delet=3"}).error,
+              "mb: There is no option \"--max-delet\" of mb sync. Did you mean --max-delete? mb sync --help tells more.\n");
+    EXPECT_EQ(mb({"--versoin"}).error, "mb: There is no option \"--versoin\" of mb. Did you mean --version? mb --help tells more.\n");
+    for (const std::vector<std::string>& typed : std::vector<std::vector<std::string>>{{"snyc"}, {"sync", "--sillent"}, {"--versoin"}})
+        EXPECT_EQ(mb(typed).code, 2);
+}
+
+TEST_F(EndToEndTest, HelpBreaksAtBlanksOnATerminalOf80Columns)
+{
+    for (const char* command : {"sync", "set", "fields", "record-status", "transfer", "add"}) {
+        const Result help = talk({command, "--help"}, {});
+        EXPECT_EQ(help.code, 0);
+        std::istringstream lines(help.out);
+        for (std::string line; std::getline(lines, line);)
+            EXPECT_TRUE(line.size() <= 81 || line.starts_with("  mb ")) << command << ": " << line;
+    }
+}
+
+TEST_F(EndToEndTest, BothUnknownFieldsAreNamed)
+{
+    const std::string map = makeMap(1);
+    EXPECT_EQ(mb({"fields", map, "--map", "Foo", "Bar"}).error,
+              "mb: The first store has no field \"Foo\", and the second store has no field \"Bar\"; see mb fields MAP --available.\n");
+    EXPECT_EQ(mb({"fields", map, "--map", "Title", "Bar"}).error,
+              "mb: The second store has no field \"Bar\"; see mb fields MAP --available.\n");
+    EXPECT_EQ(mb({"fields", map, "--unmap", "Foo"}).error, "mb: The first store has no field \"Foo\"; see mb fields MAP --available.\n");
+}
+
+TEST_F(EndToEndTest, AMapWithoutHistorySaysSoToWhoeverAsksForItsRecords)
+{
+    const std::string map = makeMap(1), sentence = "The map " + map + " never ran, so it has no history; mb sync runs it.\n";
+    EXPECT_EQ(mb({"record-status", map}).out, sentence);
+    EXPECT_EQ(json({"record-status", map}), Json::array());
+    const Result set = mb({"record-status", map, "x", "--set", "excluded"});
+    EXPECT_EQ(set.code, 1);
+    EXPECT_EQ(set.error, "mb: " + sentence);
+}
+
+TEST_F(EndToEndTest, AMissingPluginIsNamedAsMissing)
+{
+    const std::string map = makeMap(1);
+    const fs::path moved = home_ / "plugins" / "vcard.so";
+    fs::create_directory(moved.parent_path());
+    fs::copy_file(vCardPlugin(), moved);
+    ASSERT_EQ(mb({"register", moved}).code, 0);
+    fs::remove(moved);
+    const std::string missing = "there is no library \"" + moved.string() + "\"";
+    for (const std::vector<std::string>& typed : std::vector<std::vector<std::string>>{{"sync"},
+                                                                                       {"sync", "--dry-run"},
+                                                                                       {"fields", map},
+                                                                                       {"fields", map, "--available"},
+                                                                                       {"fields", map, "--map", "Title", "Title"},
+                                                                                       {"fields", map, "--reset"}}) {
+        const Result result = mb(typed);
+        EXPECT_EQ(result.code, 1) << typed[0];
+        EXPECT_NE(result.error.find(missing), std::string::npos) << typed.back() << ": " << result.error;
+    }
+    EXPECT_NE(mb({"translators"}).out.find(missing), std::string::npos) << mb({"translators"}).out;
+    EXPECT_NE(mb({"maps"}).out.find("(its plug-in cannot be loaded)"), std::string::npos) << mb({"maps"}).out;
+    EXPECT_NE(mb({"add", "vCard=" + folder().string(), "Mirabook=" + cards()}).error.find("(its library is missing)"), std::string::npos);
+    ASSERT_EQ(mb({"unregister", vCardPlugin()}).code, 0);
+    EXPECT_NE(mb({"fields", map}).error.find("No plug-in is registered for the kind of store {"), std::string::npos)
+        << mb({"fields", map}).error;
+}
+
+TEST_F(EndToEndTest, AMergeIsNoSettingThatIsOffered)
+{
+    const std::string map = makeMap(1);
+    EXPECT_EQ(mb({"set", "--help"}).out.find("merge"), std::string::npos);
+    EXPECT_EQ(mb({"set", map, "conflicts", "x"}).error.find("merge"), std::string::npos);
 }
 
 TEST_F(EndToEndTest, OnATerminalTheSummaryIsAskedFor)

@@ -1,0 +1,50 @@
+#include "HelpText.h"
+
+#include "Failure.h"
+#include <gtest/gtest.h>
+#include <sstream>
+
+using namespace mbhost;
+namespace {
+using Names = std::vector<std::string>;
+} // namespace
+
+TEST(HelpTextTest, TheNearestNameIsFoundUnlessNoneIsNear)
+{
+    const Names names{"sync", "set", "status", "show", "transfer", "translators"};
+    EXPECT_EQ(nearestName("snyc", names), "sync");
+    EXPECT_EQ(nearestName("sycn", names), "sync");
+    EXPECT_EQ(nearestName("sttus", names), "status");
+    EXPECT_EQ(nearestName("transfers", names), "transfer");
+    EXPECT_EQ(nearestName("x", names), "");
+    EXPECT_EQ(nearestName("paint", names), "");
+    EXPECT_EQ(nearestName("", names), "");
+}
+
+TEST(HelpTextTest, HelpIsAskedForByACommandOrAnOption)
+{
+    CLI::App app;
+    app.add_subcommand("sync");
+    EXPECT_EQ(commandLine(app, {"help"}), Names{"--help"});
+    EXPECT_EQ(commandLine(app, {"help", "sync"}), (Names{"sync", "--help"}));
+    EXPECT_EQ(commandLine(app, {"help", "sync", "--yes"}), (Names{"sync", "--help"}));
+    EXPECT_EQ(commandLine(app, {"help", "--help"}), Names{"--help"});
+    EXPECT_EQ(commandLine(app, {"sync", "help"}), (Names{"sync", "help"}));
+    EXPECT_THROW((void)commandLine(app, {"help", "sink"}), Failure);
+    EXPECT_THROW((void)commandLine(app, {"sink"}), Failure);
+}
+
+TEST(HelpTextTest, AWordLongerThanItsColumnIsTheOnlyOneThatIsBroken)
+{
+    CLI::App app{
+        "A description of a program that has so many words that no terminal shows them in one line, unless it is a very wide one.\n"
+        "  mb example"};
+    app.add_option("--limit", "An option with a description that is so long that it has to go on in a second line, below its first one");
+    formatHelp(app);
+    std::istringstream lines(app.help());
+    bool example = false;
+    for (std::string line; std::getline(lines, line); example = example || line == "  mb example") EXPECT_LE(line.size(), 100u) << line;
+    EXPECT_TRUE(example) << app.help();
+    EXPECT_NE(app.help().find("--limit VALUE"), std::string::npos) << app.help();
+    EXPECT_NE(app.help().find("\n                            "), std::string::npos) << app.help();
+}
