@@ -140,10 +140,21 @@ bool createFolders(const fs::path& folder)
     return createFolder(folder);
 }
 
+namespace {
+
+// Without the prefix that stands for a path as the file system takes it.
+std::wstring withoutPrefix(const std::wstring& name)
+{
+    if (name.starts_with(L"\\\\?\\UNC\\")) return L"\\\\" + name.substr(8);
+    return name.starts_with(L"\\\\?\\") ? name.substr(4) : name;
+}
+
+} // namespace
+
 fs::path canonicalPath(const fs::path& path)
 {
     std::error_code error;
-    const fs::path full = fs::absolute(path, error).lexically_normal();
+    const fs::path full = fs::absolute(withoutPrefix(path.native()), error).lexically_normal();
     if (error || path.empty()) return path;
     const HANDLE opened = CreateFileW(full.c_str(), 0, shareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (opened != INVALID_HANDLE_VALUE) {
@@ -152,8 +163,7 @@ fs::path canonicalPath(const fs::path& path)
         CloseHandle(opened);
         if (length == 0 || length >= name.size()) return full;
         name.resize(length);
-        if (name.starts_with(L"\\\\?\\UNC\\")) return L"\\\\" + name.substr(8);
-        return name.starts_with(L"\\\\?\\") ? name.substr(4) : name;
+        return withoutPrefix(name);
     }
     if (!full.has_relative_path()) return full;
     return full.has_filename() ? canonicalPath(full.parent_path()) / full.filename() : canonicalPath(full.parent_path());
