@@ -187,6 +187,25 @@ TEST_P(KilledRunTest, WithoutAWordOnConflictsNothingIsLostAndWhatWasEditedMayBeK
     expectEveryKilledRunToBeMadeGood(true);
 }
 
+class KilledFolderRunTest : public KilledRunTest {};
+
+TEST_P(KilledFolderRunTest, ARunThatFollowsRenamedCardsIsMadeGoodByTheNext)
+{
+    const std::string map = makeStores();
+    ASSERT_EQ(mb({"set", map, "conflicts", "first-wins"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    const fs::path one = cardWith("paivi.makela@example.org"), other = cardWith("gudrun@example.org"), third = cardWith("Lindqvist");
+    fs::rename(one, folder() / "between");
+    fs::rename(other, one);
+    fs::rename(folder() / "between", other);
+    fs::rename(third, folder() / "Anna.vcf");
+    changeCard("paivi.makela@example.org", "paivi@example.net");
+    addCard("Arrival");
+    expectEveryKilledRunToBeMadeGood();
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, KilledFolderRunTest, testing::Values(Second::Folder), [](const auto&) { return "Folder"; });
+
 INSTANTIATE_TEST_SUITE_P(Stores, KilledRunTest, testing::Values(Second::Folder, Second::File),
                          [](const auto& second) { return second.param == Second::Folder ? "Folder" : "File"; });
 
