@@ -240,6 +240,7 @@ bool hasControls(std::string_view bytes) { return bytes.find_first_of(std::strin
 
 void Line::setValue(std::u16string escaped, const Context& context)
 {
+    isSet_ = true;
     const bool v21 = context.version == Version::V21;
     if (!v21) escaped = onOneLine(std::move(escaped));
     std::string utf8 = toUtf8(escaped);

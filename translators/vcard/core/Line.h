@@ -35,7 +35,8 @@ public:
     const std::string& group() const { return group_; } // upper-case
     const std::string* param(std::string_view name) const;
     bool hasType(std::string_view type) const;
-    bool openEnded() const; // a soft line break at its end would swallow a line put behind it
+    bool isSet() const { return isSet_; } // its value was set since it was parsed or made
+    bool openEnded() const;               // a soft line break at its end would swallow a line put behind it
 
     // The value as text, with its escapes still in it: what separators are looked for in.
     const std::u16string& value(const Context& context) const;
@@ -67,6 +68,7 @@ private:
     mutable bool rawIsOld_ = false;
     bool folds_ = true;
     mutable bool textKnown_ = false;
+    bool isSet_ = false;
     mutable std::u16string text_; // the value, once it was asked for
     std::string header_;          // unfolded, in front of the colon
     std::string body_;            // unfolded, behind the colon, still encoded
