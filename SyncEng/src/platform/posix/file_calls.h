@@ -12,6 +12,7 @@ struct FileCalls {
     int (*rename)(const char* from, const char* to);
     uid_t (*user)();
     int (*giveTo)(int file, uid_t user, gid_t group);
+    int (*lock)(int file, int operation);
 };
 
 extern FileCalls fileCalls;

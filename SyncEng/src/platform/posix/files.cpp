@@ -9,14 +9,20 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <random>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace platform {
 
-FileCalls fileCalls{
-    [](const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); }, ::write, ::fsync, std::rename, ::geteuid, ::fchown};
+FileCalls fileCalls{[](const char* path, int flags, mode_t mode) { return ::open(path, flags, mode); },
+                    ::write,
+                    ::fsync,
+                    std::rename,
+                    ::geteuid,
+                    ::fchown,
+                    ::flock};
 
 namespace {
 

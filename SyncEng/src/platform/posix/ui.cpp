@@ -2,6 +2,7 @@
 
 #include "message_reader.h"
 #include "text.h"
+#include "unattended.h"
 #include <cstdio>
 
 namespace platform {
@@ -28,6 +29,8 @@ void showMessage(HWND, std::u16string_view text, std::u16string_view caption, Me
 }
 
 bool showHelp(HWND, const std::filesystem::path&, unsigned) noexcept { return false; }
+
+bool showsWindows() noexcept { return false; }
 
 void silenceSystemErrorBoxes() noexcept {}
 void prepareListViews() noexcept {}

@@ -1,6 +1,7 @@
 #include "ui.h"
 
 #include "library.h"
+#include "unattended.h"
 #include <atomic>
 #include <commctrl.h>
 #include <string>
@@ -28,7 +29,7 @@ void showMessage(HWND parent, std::u16string_view text, std::u16string_view capt
 {
     try {
         if (const MessageReader reader = messageReader) return reader(text);
-        MessageBoxW(parent, wide(text).c_str(), wide(caption).c_str(), MB_OK | iconOf(kind));
+        if (!isUnattended()) MessageBoxW(parent, wide(text).c_str(), wide(caption).c_str(), MB_OK | iconOf(kind));
     } catch (...) { // there is no one else to tell
     }
 }
@@ -43,6 +44,13 @@ bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) no
     static const Library viewer = Library(std::filesystem::path(L"hhctrl.ocx"));
     auto* const open = viewer.function<HtmlHelp>("HtmlHelpW");
     return open && open(parent, file.c_str(), helpContext, topic) != nullptr;
+}
+
+bool showsWindows() noexcept
+{
+    USEROBJECTFLAGS flags{};
+    return GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &flags, sizeof flags, nullptr) &&
+           (flags.dwFlags & WSF_VISIBLE) != 0;
 }
 
 void silenceSystemErrorBoxes() noexcept { SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX); }
