@@ -18,7 +18,7 @@ StoreFile& ConfigStore()
 
 HRESULT OpenConfigStore(const std::filesystem::path& path)
 {
-    const HRESULT hr = ConfigStore().Open(path, true);
+    const HRESULT hr = ConfigStore().OpenShared(path);
     storeIsOpen = SUCCEEDED(hr);
     return hr;
 }

@@ -126,18 +126,26 @@ HRESULT StoreFile::Open(const std::filesystem::path& path, bool create)
     openFailure_.clear();
     if (path.empty()) return E_FAIL;
     path_ = path;
-    const std::u16string name = platform::textOf(path);
-    const Found found = load();
+    Found found = load();
+    if (found.state != FileState::missing && found.state != FileState::damaged) return openFound(found);
+    if (!create) return found.state == FileState::damaged ? E_FAIL : S_OK;
+    const Change change(*this);
+    if (FAILED(change.result())) return failToOpen(change.result(), lock_.failure());
+    if (shared_) found = load(); // another process may have made it by now
+    if (found.state != FileState::missing && found.state != FileState::damaged) return openFound(found);
+    const HRESULT hr = createEmpty(found.state == FileState::damaged);
+    return SUCCEEDED(hr) ? hr : failToOpen(hr, Format(LoadText(306), platform::textOf(path_), platform::systemMessage(hr)));
+}
+
+HRESULT StoreFile::openFound(const Found& found)
+{
+    const std::u16string name = platform::textOf(path_);
     switch (found.state) {
-    case FileState::loaded: return S_OK;
     case FileState::later: return failToOpen(storeOfLaterVersion, Format(LoadText(304), name, found.version, currentStoreVersion));
     case FileState::unreadable: return failToOpen(found.reason, Format(LoadText(305), name, platform::systemMessage(found.reason)));
-    default: break;
+    case FileState::damaged: return E_FAIL;
+    default: return S_OK;
     }
-    const bool damaged = found.state == FileState::damaged;
-    if (!create) return damaged ? E_FAIL : S_OK;
-    const HRESULT hr = createEmpty(damaged);
-    return SUCCEEDED(hr) ? hr : failToOpen(hr, Format(LoadText(306), name, platform::systemMessage(hr)));
 }
 
 HRESULT StoreFile::failToOpen(HRESULT hr, std::u16string sentence)
@@ -157,15 +165,22 @@ StoreFile::Found StoreFile::load()
     if (error == std::errc::no_such_file_or_directory) return {FileState::missing};
     if (error == std::errc::file_too_large) return {FileState::damaged};
     if (error) return {FileState::unreadable, readingResultOf(error)};
-    const LONG announced = announcedVersion(bytes);
-    platform::XmlDocument read;
-    const bool parsed = read.load(std::move(bytes));
-    const LONG version = parsed ? versionOf(read.root()) : announced;
-    if (version > currentStoreVersion) return {FileState::later, S_OK, version};
-    if (!parsed) return {FileState::damaged};
-    document_ = std::move(read);
+    platform::XmlDocument document;
+    const Found found = read(std::move(bytes), document);
+    if (found.state != FileState::loaded) return found;
+    document_ = std::move(document);
     rebuildIndex();
-    return {FileState::loaded};
+    return found;
+}
+
+StoreFile::Found StoreFile::read(std::string bytes, platform::XmlDocument& document)
+{
+    const LONG announced = announcedVersion(bytes);
+    if (shared_) lastBytes_ = bytes;
+    const bool parsed = document.load(std::move(bytes));
+    const LONG version = parsed ? versionOf(document.root()) : announced;
+    if (version > currentStoreVersion) return {FileState::later, S_OK, version};
+    return {parsed ? FileState::loaded : FileState::damaged};
 }
 
 // A damaged file is moved aside, and moved back if the empty store cannot be written.
@@ -204,13 +219,26 @@ HRESULT StoreFile::Save(bool release)
         saveWanted_ = true;
         return S_OK;
     }
-    if (dirty_ || (document_->root() && !platform::fileExists(path_))) {
-        platform::AtomicFile file(path_);
-        document_->write([&](std::string_view piece) { file.write(piece); });
-        hr = resultOf(file.commit());
-        if (SUCCEEDED(hr)) dirty_ = false;
-    }
+    if (dirty_ || (document_->root() && !platform::fileExists(path_))) hr = write();
     if (release) document_.reset();
+    return hr;
+}
+
+HRESULT StoreFile::write()
+{
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
+    if (!dirty_ && platform::fileExists(path_)) return S_OK; // what was not saved gave way to what another process has saved
+    platform::AtomicFile file(path_);
+    std::string bytes;
+    document_->write([&](std::string_view piece) {
+        file.write(piece);
+        if (shared_) bytes += piece;
+    });
+    const HRESULT hr = resultOf(file.commit());
+    if (FAILED(hr)) return hr;
+    dirty_ = false;
+    lastBytes_ = std::move(bytes);
     return hr;
 }
 
@@ -239,8 +267,8 @@ HRESULT StoreFile::saved(bool save)
 
 HRESULT SaveScope::finish() noexcept
 {
-    if (std::exchange(finished_, true) || --store_.scopes_ > 0) return S_OK;
-    if (!std::exchange(store_.saveWanted_, false)) return S_OK;
+    if (std::exchange(finished_, true) || --store_.scopes_ > 0) return change_.result();
+    if (!std::exchange(store_.saveWanted_, false)) return change_.result();
     return com::guarded([&] { return store_.Save(); });
 }
 
@@ -263,6 +291,8 @@ HRESULT StoreFile::GetVersion(LONG& version) const
 HRESULT StoreFile::SetVersion(LONG version)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     const XmlElement root = document_->root();
     if (!root || !root.isNamed("Scs")) return E_FAIL;
     const std::string text = std::to_string(version);
@@ -430,6 +460,8 @@ HRESULT StoreFile::WriteValues(std::u16string_view type, std::u16string_view sec
                                bool save)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     if (values.size() > mostAtOnce) return E_INVALIDARG;
     const SectionKey place = sectionKey(type, section);
     StoreIndex::Match found = index_.match(place.type, place.name);
@@ -494,6 +526,8 @@ HRESULT StoreFile::WriteGuid(std::u16string_view type, std::u16string_view secti
 HRESULT StoreFile::RemoveKey(std::u16string_view type, std::u16string_view section, std::u16string_view key)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     const auto entries = findEntries(sectionKey(type, section), encodeBase64(key));
     if (!entries.empty()) entries_.forget();
     for (const XmlElement& entry : entries) entry.parent().removeChild(entry);
@@ -525,6 +559,8 @@ void StoreFile::releaseRemoved()
 HRESULT StoreFile::RemoveSection(std::u16string_view type, std::u16string_view section, bool save)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     const SectionKey place = sectionKey(type, section);
     removeSections(index_.all(place.type, place.name));
     return save ? Save() : S_OK;
@@ -533,6 +569,8 @@ HRESULT StoreFile::RemoveSection(std::u16string_view type, std::u16string_view s
 HRESULT StoreFile::RemoveType(std::u16string_view type)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     removeSections(sectionsOfType(type));
     return Save();
 }
@@ -540,6 +578,8 @@ HRESULT StoreFile::RemoveType(std::u16string_view type)
 HRESULT StoreFile::RenameSection(std::u16string_view type, std::u16string_view oldSection, std::u16string_view newSection, bool save)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     const SectionKey from = sectionKey(type, oldSection);
     const XmlElement section = index_.first(from.type, from.name);
     const XmlElement name = section ? section.firstChild("SN") : XmlElement();
@@ -553,6 +593,8 @@ HRESULT StoreFile::RenameSection(std::u16string_view type, std::u16string_view o
 HRESULT StoreFile::SetFlagInAllSections(std::u16string_view type, LONG flag, bool save)
 {
     if (!isOpen()) return E_POINTER;
+    const Change change(*this);
+    if (FAILED(change.result())) return change.result();
     const std::string key = encodeBase64(u"FieldMapChanged"), value = encodeBase64(flag == 1 ? u"1" : u"0");
     for (const XmlElement& section : sectionsOfType(type)) {
         std::string buffer;

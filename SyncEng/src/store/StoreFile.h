@@ -5,6 +5,7 @@
 #include "com.h"
 #include "store/EntryFinder.h"
 #include "store/StoreIndex.h"
+#include "store/StoreLock.h"
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
@@ -33,6 +34,12 @@ public:
     // A file that cannot be read, and one of a later version (storeOfLaterVersion), are a failure with the flag and without it, and are
     // left as they are: what they hold must neither read as nothing nor be replaced.
     HRESULT Open(const std::filesystem::path& path, bool create);
+    // As Open with the flag, for a file that several processes change. From then on each change, and each SaveScope as a whole, takes the
+    // lock of the file, reads the file again if it is another one than was read or saved last, and saves before it releases the lock. A
+    // change that cannot do so fails and changes nothing.
+    HRESULT OpenShared(const std::filesystem::path& path);
+    // Takes over what other processes have saved in a shared file. What this one has not saved is dropped if there is any of theirs.
+    HRESULT Refresh();
     // Why the last Open failed: a sentence for the user that names the file, also written to the log. Empty where the failure is the
     // caller's, or where there was none.
     [[nodiscard]] const std::u16string& openFailure() const noexcept { return openFailure_; }
@@ -99,6 +106,21 @@ public:
 
 private:
     friend class SaveScope;
+    // A change of a shared file, from its lock on; of another file, nothing. Changes may be nested. Requires of each writer: result() is
+    // success.
+    class Change {
+    public:
+        explicit Change(StoreFile& store) noexcept : store_(store) { store_.beginChange(); }
+        Change(const Change&) = delete;
+        Change& operator=(const Change&) = delete;
+        ~Change() { store_.endChange(); }
+        [[nodiscard]] HRESULT result() const noexcept { return store_.changeResult_; }
+
+    private:
+        StoreFile& store_;
+    };
+    void beginChange() noexcept;
+    void endChange() noexcept;
     static constexpr std::size_t mostAtOnce = 4;
     enum class FileState { loaded, missing, unreadable, later, damaged };
     struct Found {
@@ -120,6 +142,9 @@ private:
     void removeSections(const std::vector<platform::XmlElement>& sections);
     void releaseRemoved();
     Found load();
+    Found read(std::string bytes, platform::XmlDocument& document);
+    HRESULT openFound(const Found& found);
+    HRESULT write();
     HRESULT createEmpty(bool damaged);
     HRESULT failToOpen(HRESULT hr, std::u16string sentence);
     HRESULT saved(bool save); // the end of an operation that changed the document
@@ -133,6 +158,12 @@ private:
     bool dirty_ = false; // the document is ahead of the file
     int scopes_ = 0;
     bool saveWanted_ = false;
+
+    bool shared_ = false;
+    std::string lastBytes_; // of a shared file: what was read or saved last
+    StoreLock lock_;
+    int changes_ = 0;
+    HRESULT changeResult_ = S_OK; // of the change that is open
 };
 
 // A type as it stands in the document, where no text holds a zero.
@@ -144,7 +175,7 @@ std::u16string fixedPoint(double value);
 // Puts the saves of a store off to its own end: many writes, one file written.
 class SaveScope {
 public:
-    explicit SaveScope(StoreFile& store) noexcept : store_(store) { ++store_.scopes_; }
+    explicit SaveScope(StoreFile& store) noexcept : store_(store), change_(store) { ++store_.scopes_; }
     SaveScope(const SaveScope&) = delete;
     SaveScope& operator=(const SaveScope&) = delete;
     ~SaveScope() { (void)finish(); }
@@ -153,6 +184,7 @@ public:
 
 private:
     StoreFile& store_;
+    StoreFile::Change change_;
     bool finished_ = false;
 };
 

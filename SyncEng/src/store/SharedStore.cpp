@@ -1,0 +1,56 @@
+// The part of StoreFile for a file that several processes change.
+#include "files.h"
+#include "foundation/Log.h"
+#include "foundation/Strings.h"
+#include "host.h"
+#include "store/FileResult.h"
+#include "store/StoreFile.h"
+
+namespace mb {
+
+HRESULT StoreFile::OpenShared(const std::filesystem::path& path)
+{
+    shared_ = true;
+    return Open(path, true);
+}
+
+void StoreFile::beginChange() noexcept
+{
+    if (!shared_ || changes_++ > 0) return;
+    changeResult_ = com::guarded([&] {
+        const HRESULT hr = lock_.takeConfiguration(path_);
+        if (SUCCEEDED(hr)) return Refresh();
+        WriteLogText(4, u"%s", lock_.failure());
+        return hr;
+    });
+}
+
+void StoreFile::endChange() noexcept
+{
+    if (!shared_ || --changes_ > 0) return;
+    lock_.release();
+    changeResult_ = S_OK;
+}
+
+HRESULT StoreFile::Refresh()
+{
+    if (!shared_ || !isOpen()) return S_OK;
+    std::error_code error;
+    std::string bytes = platform::readFile(path_, error);
+    if (error == std::errc::no_such_file_or_directory) return S_OK; // the next save makes it again
+    if (error) return openFound({FileState::unreadable, readingResultOf(error)});
+    if (bytes == lastBytes_) return S_OK;
+    platform::XmlDocument document;
+    const std::string former = lastBytes_;
+    const Found found = read(std::move(bytes), document);
+    if (found.state != FileState::loaded) {
+        lastBytes_ = former; // so that the next change looks again
+        return openFound(found);
+    }
+    document_ = std::move(document);
+    dirty_ = false;
+    rebuildIndex();
+    return S_OK;
+}
+
+} // namespace mb
