@@ -6,6 +6,7 @@
 #include "foundation/ClassTable.h"
 #include "foundation/SilentMode.h"
 #include "registry.h"
+#include "store/ConfigStore.h"
 #include "translators/TranslatorIds.h"
 #include "ui.h"
 #include <cstdlib>
@@ -127,9 +128,23 @@ HRESULT CSynchronizer::runMaps(const GUID& guid)
     hr = createClass(__uuidof(TrManager), trMap);
     if (FAILED(hr)) return hr;
     for (const GUID& map : maps) {
+        StoreLock lock; // from before the map's settings are read to behind the last repetition of the run, questions included
+        hr = lockMap(lock, map);
+        if (FAILED(hr)) break;
         hr = runReported(map, [&] { return runMap(trMap.get(), map); });
         if (FAILED(hr)) break;
     }
+    return hr;
+}
+
+HRESULT CSynchronizer::lockMap(StoreLock& lock, const GUID& map)
+{
+    const HRESULT hr = lock.takeMap(map);
+    if (SUCCEEDED(hr)) return ConfigStore().Refresh();
+    run_.ResyncRequested = false;
+    run_.Error = {};
+    run_.Error.LastErrorCode = com::Variant(LONG{hr});
+    run_.Error.LastErrorMessage1 = lock.failure();
     return hr;
 }
 
@@ -213,6 +228,9 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     HRESULT hr = createClass(__uuidof(TrManager), trMap);
     if (FAILED(hr)) return hr;
     if (!run_.FieldMap) hr = createFieldMap();
+    if (FAILED(hr)) return hr;
+    StoreLock lock;
+    hr = lockMap(lock, target);
     if (FAILED(hr)) return hr;
 
     GUID id1{}, id2{};

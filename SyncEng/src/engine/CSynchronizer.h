@@ -4,6 +4,7 @@
 #pragma once
 #include "com_events.h"
 #include "engine/RunState.h"
+#include "store/StoreLock.h"
 
 namespace mb {
 
@@ -21,7 +22,9 @@ public:
 
 private:
     HRESULT runMaps(const GUID& guid);
+    // Requires: the map is locked.
     HRESULT runMap(ITrMap* trMap, const GUID& map);
+    HRESULT lockMap(StoreLock& lock, const GUID& map);
     HRESULT transfer(const GUID& target, bool reverse);
     HRESULT createFieldMap();
     // Runs the map until it need not be run again, and reports it as one run.

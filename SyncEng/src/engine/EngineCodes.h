@@ -1,6 +1,6 @@
 // The engine's own result codes that change its course. Translators use the same numbers.
 #pragma once
-#include "com.h"
+#include "store/StoreLock.h"
 
 namespace mb {
 
@@ -16,6 +16,7 @@ inline constexpr HRESULT codeReSync = engineCode(0x16);        // Re-Sync was ch
 inline constexpr HRESULT codeNotInstalled = engineCode(0x18);  // a translator could not be loaded, a text was composed
 
 // Of our own, outside of the codes that translators use.
-inline constexpr HRESULT codeDeletionsRefused = engineCode(0x40); // a store would lose more records than the map allows
+inline constexpr HRESULT codeDeletionsRefused = engineCode(0x40);                // a store would lose more records than the map allows
+static_assert(codeInUse == engineCode(0x41) && codeNoLocks == engineCode(0x42)); // a map or the configuration is locked, or cannot be
 
 } // namespace mb

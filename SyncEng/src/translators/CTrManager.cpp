@@ -60,6 +60,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMaps(LONG* pCount, GUID** ppGuids
     *ppGuids = nullptr;
     return com::guarded([&] {
         std::vector<std::u16string> sections;
+        (void)ConfigStore().Refresh(); // maps that other processes have made since
         const HRESULT hr = ConfigStore().ListSections(trMapType, sections);
         if (FAILED(hr)) {
             platform::leaveErrorText(ConfigStore().openFailure()); // the start-up step fails no request, so this is where it is told
@@ -79,6 +80,11 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMapsEx(LONG* pCount, GUID** ppGui
 HRESULT STDMETHODCALLTYPE CTrManager::DeleteMap(REFGUID guid)
 {
     return com::guarded([&] {
+        StoreLock lock;
+        if (const HRESULT locked = lock.takeMap(guid); FAILED(locked)) {
+            platform::leaveErrorText(lock.failure());
+            return locked;
+        }
         GUID fieldMapId{};
         com::Ptr<IFieldMap> fieldMap;
         if (SUCCEEDED(GetFieldMap(guid, &fieldMapId)) && SUCCEEDED(createClass(__uuidof(FieldMap), fieldMap)))

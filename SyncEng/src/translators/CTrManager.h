@@ -91,10 +91,13 @@ public:
 
 private:
     ~CTrManager() override;
+    HRESULT openHistory();
 
-    std::unique_ptr<CSyncHistory> history_;  // between Initialize and Cleanup
-    std::optional<FieldValueMap> fieldData_; // between BeginGetFieldData and EndGetFieldData
-    std::unique_ptr<FilterStore> filter_;    // between OpenStore and CloseStore
+    std::unique_ptr<CSyncHistory> history_; // between Initialize and Cleanup
+    GUID historyMap_{};
+    std::filesystem::file_time_type historyTime_; // of the file when it was read or written last
+    std::optional<FieldValueMap> fieldData_;      // between BeginGetFieldData and EndGetFieldData
+    std::unique_ptr<FilterStore> filter_;         // between OpenStore and CloseStore
 };
 
 } // namespace mb

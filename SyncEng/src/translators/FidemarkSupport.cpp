@@ -20,6 +20,13 @@ HRESULT giveIds(const std::vector<HistoryEntry>& entries, SAFEARRAY** out)
     return S_OK;
 }
 
+// Tells a file that was written since from the one that was read.
+std::filesystem::file_time_type timeOf(CSyncHistory& history)
+{
+    std::error_code error;
+    return std::filesystem::last_write_time(history.store().path(), error);
+}
+
 } // namespace
 
 HRESULT STDMETHODCALLTYPE CTrManager::Initialize(REFGUID gTrMap)
@@ -27,10 +34,17 @@ HRESULT STDMETHODCALLTYPE CTrManager::Initialize(REFGUID gTrMap)
     return com::guarded([&] {
         (void)Cleanup();
         history_ = std::make_unique<CSyncHistory>(nullptr);
-        const HRESULT hr = history_->Open(gTrMap);
-        if (FAILED(hr)) platform::leaveErrorText(history_->openFailure());
-        return hr;
+        historyMap_ = gTrMap;
+        return openHistory();
     });
+}
+
+HRESULT CTrManager::openHistory()
+{
+    const HRESULT hr = history_->Open(historyMap_);
+    if (FAILED(hr)) platform::leaveErrorText(history_->openFailure());
+    historyTime_ = timeOf(*history_);
+    return hr;
 }
 
 HRESULT STDMETHODCALLTYPE CTrManager::GetMappedRecordId(_TransIds transId, BSTR lpRecID, BSTR* ppMappedId)
@@ -68,12 +82,21 @@ HRESULT STDMETHODCALLTYPE CTrManager::SetRecordStatus(_TransIds transId, BSTR lp
     return com::guarded([&] {
         const auto side = historySideOf(transId);
         FieldValueMap fields;
-        const HRESULT hr = history_->ReadFieldData(side, com::viewOf(lpRecID), fields);
+        StoreLock lock;
+        HRESULT hr = lock.takeMap(historyMap_);
+        if (FAILED(hr)) {
+            platform::leaveErrorText(lock.failure());
+            return hr;
+        }
+        // A run since then has written another history, which this one must not overwrite.
+        if (timeOf(*history_) != historyTime_) hr = openHistory();
+        if (SUCCEEDED(hr)) hr = history_->ReadFieldData(side, com::viewOf(lpRecID), fields);
         if (FAILED(hr)) return hr;
         fields[ftRecordStatus] = Format(u"%d", status);
         SaveScope scope(history_->store()); // both places of the status with one file written
         const HRESULT written = history_->WriteFieldData(side, com::viewOf(lpRecID), fields, false, true);
         const HRESULT saved = scope.finish();
+        historyTime_ = timeOf(*history_);
         return FAILED(written) ? written : saved;
     });
 }

@@ -20,6 +20,18 @@ template <class F> HRESULT withHistory(REFGUID map, F&& work)
     });
 }
 
+// The same for a change, which a run of the map would overwrite.
+template <class F> HRESULT changeHistory(REFGUID map, F&& work)
+{
+    return com::guarded([&] {
+        StoreLock lock;
+        const HRESULT hr = lock.takeMap(map);
+        if (SUCCEEDED(hr)) return withHistory(map, work);
+        platform::leaveErrorText(lock.failure());
+        return hr;
+    });
+}
+
 } // namespace
 
 HRESULT STDMETHODCALLTYPE CTrManager::GetLastSyncDatabase(REFGUID guid, BSTR* ppDatabase1, BSTR* ppDatabase2)
@@ -37,7 +49,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetLastSyncDatabase(REFGUID guid, BSTR* pp
 
 HRESULT STDMETHODCALLTYPE CTrManager::SetLastSyncDatabases(REFGUID guid, BSTR database1, BSTR database2)
 {
-    return withHistory(guid, [&](CSyncHistory& history) {
+    return changeHistory(guid, [&](CSyncHistory& history) {
         const HRESULT first = history.SetDatabase(side1, com::viewOf(database1)),
                       second = history.SetDatabase(side2, com::viewOf(database2));
         return FAILED(first) ? first : second;
@@ -53,7 +65,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetLastSyncTime(REFGUID guid, DATE* lpLast
 
 HRESULT STDMETHODCALLTYPE CTrManager::SetLastSyncTime(REFGUID guid, DATE lastSync)
 {
-    return withHistory(guid, [&](CSyncHistory& history) {
+    return changeHistory(guid, [&](CSyncHistory& history) {
         const HRESULT first = history.SetLastSyncTime(side1, lastSync), second = history.SetLastSyncTime(side2, lastSync);
         return FAILED(first) ? first : second;
     });
@@ -99,7 +111,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetHistoryCategories(REFGUID guid, _TransI
 
 HRESULT STDMETHODCALLTYPE CTrManager::SetFieldMapStatusForHistRecs(REFGUID guid, BSTR transTypeSection, VARIANT_BOOL fieldMapChanged)
 {
-    return withHistory(guid, [&](CSyncHistory& history) {
+    return changeHistory(guid, [&](CSyncHistory& history) {
         return history.SetFieldMapChangedForAll(com::viewOf(transTypeSection), fieldMapChanged != VARIANT_FALSE, true);
     });
 }
