@@ -5,8 +5,9 @@
 
 namespace mbhost {
 
-enum ExitCode : int { exitDone = 0, exitFailed = 1, exitUsage = 2, exitCancelled = 3 };
+enum ExitCode : int { exitDone = 0, exitFailed = 1, exitUsage = 2, exitCancelled = 3, exitInUse = 4 };
 
+// An empty sentence ends the program without another word: the failure was told before.
 class Failure final : public std::runtime_error {
 public:
     explicit Failure(const std::string& sentence, ExitCode code = exitFailed) : std::runtime_error(sentence), code_(code) {}

@@ -4,6 +4,7 @@
 #include "MapName.h"
 #include "Output.h"
 #include "text.h"
+#include "unattended.h"
 #include <optional>
 
 namespace mbhost {
@@ -107,10 +108,10 @@ public:
             throw Failure("The field " + quote(first.nameOf(field1)) + " is not mapped.");
         replaceWith(kept);
     }
-    // Asks the user in the terminal.
+    // Asks the user in a window, or in the terminal where dialogs are no windows.
     void edit()
     {
-        if (!platform::someoneAnswers())
+        if (!platform::showsWindows() && !platform::someoneAnswers())
             throw Failure("--edit needs a terminal to ask on; --map, --unmap and --reset do not.", exitCancelled);
         const HRESULT hr = maps_->ConfigureFieldMapping(nullptr, map_, VARIANT_TRUE);
         expect(hr);
@@ -209,7 +210,7 @@ void addFieldCommands(CLI::App& app)
     auto* remove = fields->add_option("--unmap", given->removed, "Take a field of the first store out of the list");
     auto* reset = fields->add_flag("--reset", given->reset, "Map all fields that mean the same, and no others");
     auto* available = fields->add_flag("--available", given->available, "List the fields that the stores have");
-    auto* edit = fields->add_flag("--edit", given->edit, "Go through all fields in the terminal");
+    auto* edit = fields->add_flag("--edit", given->edit, "Go through all fields in a window, on Linux in the terminal");
     add->excludes(remove, reset, available, edit);
     remove->excludes(reset, available, edit);
     reset->excludes(available, edit);

@@ -83,7 +83,7 @@ void tellConflicts(const StoreNames& stores, const std::vector<RunEvent>& confli
 void Outcome::settle(HRESULT hr, const std::function<std::string()>& lastError, const EngineMessages& told)
 {
     if (SUCCEEDED(hr)) return;
-    end = hr == E_ABORT ? End::Cancelled : End::Failed;
+    end = hr == E_ABORT ? End::Cancelled : hr == mapInUse ? End::InUse : End::Failed;
     if (end == End::Cancelled) return;
     message = lastError();
     if (message.empty()) message = told.last();
@@ -92,7 +92,7 @@ void Outcome::settle(HRESULT hr, const std::function<std::string()>& lastError, 
 
 Json outcomeJson(const Outcome& outcome)
 {
-    constexpr const char* ends[] = {"done", "planned", "failed", "cancelled", "refused", "unanswered"};
+    constexpr const char* ends[] = {"done", "planned", "failed", "cancelled", "refused", "unanswered", "in-use"};
     const RunEvents& events = outcome.events;
     Json json{{"result", ends[static_cast<int>(outcome.end)]},
               {"seconds", outcome.seconds},
@@ -143,12 +143,13 @@ void tellNotes(const StoreNames& stores, const Outcome& outcome)
     tellLeftOut(outcome.events.of(raLeftOut));
 }
 
-void throwCancelled(const Outcome& outcome)
+std::string cancelledSentence(const Outcome& outcome)
 {
-    throw Failure(outcome.events.nothing() ? "Cancelled. Nothing was written."
-                                           : "Cancelled. What was written before is kept, and the next run goes on from there.",
-                  exitCancelled);
+    return outcome.events.nothing() ? "Cancelled. Nothing was written."
+                                    : "Cancelled. What was written before is kept, and the next run goes on from there.";
 }
+
+void throwCancelled(const Outcome& outcome) { throw Failure(cancelledSentence(outcome), exitCancelled); }
 
 std::string joined(const com::Bstr& message1, const com::Bstr& message2)
 {

@@ -9,11 +9,14 @@
 
 namespace mbhost {
 
+// The engine's result where another run has the map.
+inline constexpr HRESULT mapInUse = static_cast<HRESULT>(0x80040241);
+
 struct Outcome {
-    enum class End { Done, Planned, Failed, Cancelled, Refused, Unanswered } end = End::Done;
+    enum class End { Done, Planned, Failed, Cancelled, Refused, Unanswered, InUse } end = End::Done;
     double seconds = 0.0;
     RunEvents events;
-    std::string message; // of a failure or a refusal
+    std::string message; // of a failure or a refusal, and who has a map that is in use
 
     // Takes the end from the run's result, and for a failure the engine's message; where it has none, the system's sentence serves.
     void settle(HRESULT hr, const std::function<std::string()>& lastError, const EngineMessages& told);
@@ -26,7 +29,9 @@ Json outcomeJson(const Outcome& outcome);
 void tellCounts(const std::string& title, const StoreNames& stores, const Outcome& outcome);
 // The contacts in conflict, and what the plug-ins left out.
 void tellNotes(const StoreNames& stores, const Outcome& outcome);
-// Ends the command with the sentence of a cancelled run, which says whether anything was written.
+// The sentence of a cancelled run, which says whether anything was written.
+std::string cancelledSentence(const Outcome& outcome);
+// Ends the command with it.
 [[noreturn]] void throwCancelled(const Outcome& outcome);
 
 // The two messages behind a failure as one sentence.

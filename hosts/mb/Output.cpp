@@ -41,6 +41,11 @@ std::string table(const std::vector<std::string>& head, const std::vector<std::v
 }
 
 void print(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+void tellFailure(const std::string& sentence)
+{
+    if (!sentence.empty()) std::fprintf(stderr, "mb: %s\n", sentence.c_str());
+}
+
 void printJson(const Json& json) { print(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"); }
 
 void finishOutput()

@@ -19,6 +19,8 @@ std::string quote(std::string_view text);
 std::string table(const std::vector<std::string>& head, const std::vector<std::vector<std::string>>& rows);
 
 void print(std::string_view text);
+// A sentence about what went wrong, at once; nothing for an empty one.
+void tellFailure(const std::string& sentence);
 void printJson(const Json& json);
 // Throws a Failure if what was printed did not reach its end, as on a full disk.
 void finishOutput();

@@ -44,7 +44,12 @@ bool RunSink::allows(int side, LONG records, LONG deletions, bool withinLimit)
     return false;
 }
 
-HRESULT STDMETHODCALLTYPE RunSink::OnRunBegin(ISyncRunReport*) { return S_OK; }
+HRESULT STDMETHODCALLTYPE RunSink::OnRunBegin(ISyncRunReport*)
+{
+    return com::guarded([&] {
+        if (onRunBegin) onRunBegin();
+    });
+}
 
 HRESULT STDMETHODCALLTYPE RunSink::OnPassBegin(_SyncPass pass)
 {

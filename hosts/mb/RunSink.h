@@ -50,6 +50,7 @@ public:
     DeleteLimit limit;
     // Asks the user whether so many deletions are meant; null where nobody is asked.
     std::function<bool(const TooManyDeletions&)> confirmDeletions;
+    std::function<void()> onRunBegin; // the map is this run's from here on
     // Of the last run.
     RunPlan plan;
     RunEvents events;

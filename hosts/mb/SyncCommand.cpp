@@ -11,7 +11,10 @@
 #include "Refusal.h"
 #include "RunRecord.h"
 #include "RunSink.h"
+#include "terminal.h"
+#include "unattended.h"
 #include <chrono>
+#include <thread>
 
 namespace mbhost {
 namespace {
@@ -20,6 +23,7 @@ namespace {
 struct SyncOptions {
     bool resync = false, json = false, silent = false, yes = false, dryRun = false;
     std::optional<DeleteLimit> limit; // without one that of the map holds
+    int wait = 10;                    // seconds, for another run of the map to end
 };
 
 // A Synchronizer that reports to a sink, for the length of the command.
@@ -43,11 +47,26 @@ public:
     }
     // A look at the plan asks nothing: conflicts are shown as a silent run settles them.
     [[nodiscard]] bool asks() const noexcept { return !options_.silent && !options_.dryRun; }
+    // Another run of the map is waited for; the map is free once it has ended.
+    HRESULT runWhenFree(const MapInfo& map, const DeleteLimit& limit)
+    {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(options_.wait);
+        for (bool told = false;; told = true) {
+            const HRESULT hr = run(map, limit);
+            if (hr != mapInUse || std::chrono::steady_clock::now() >= giveUp) return hr;
+            if (interrupted()) return E_ABORT;
+            if (!told && platform::errorIsTerminal()) std::fprintf(stderr, "mb: Waiting. %s\n", lastError().c_str());
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
     HRESULT run(const MapInfo& map, const DeleteLimit& limit)
     {
         sink_->begin();
         sink_->limit = limit;
         sink_->confirmDeletions = nullptr;
+        sink_->onRunBegin = [&] {
+            if (!options_.dryRun) saveRunRecord(map.guid, {"unfinished", platform::localNow(), {}});
+        };
         if (asks() && !options_.yes)
             sink_->confirmDeletions = [&](const TooManyDeletions& tooMany) { return confirmDeletions(map, tooMany); };
         const VARIANT_BOOL silent = asks() ? VARIANT_FALSE : VARIANT_TRUE;
@@ -81,7 +100,7 @@ Outcome::End endOfStopped(const Runner& runner)
     const _RunEnd end = runner.sink().end;
     if (end == reStopped && runner.options().dryRun) return Outcome::End::Planned;
     if ((end == reStopped || end == reRefused) && runner.sink().plan.refused) return Outcome::End::Refused;
-    return runner.asks() && !platform::someoneAnswers() ? Outcome::End::Unanswered : Outcome::End::Cancelled;
+    return runner.asks() && platform::isUnattended() ? Outcome::End::Unanswered : Outcome::End::Cancelled;
 }
 
 // The engine's refusal of a run that would delete too much.
@@ -113,8 +132,7 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     const DeleteLimit limit = runner.options().limit.value_or(DeleteLimit::ofMap(readOption(maps, map.guid, optionNamed("max-delete"))));
     const auto start = std::chrono::steady_clock::now();
     const EngineMessages told;
-    if (!runner.options().dryRun) saveRunRecord(map.guid, {"unfinished", platform::localNow(), {}});
-    const HRESULT hr = runner.run(map, limit);
+    const HRESULT hr = runner.runWhenFree(map, limit);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     outcome.events = runner.sink().events;
     outcome.settle(
@@ -143,26 +161,45 @@ std::string failureSentence(const MapInfo& map, const Outcome& outcome)
     return "The map " + guidName(map.guid) + " failed" + where + ": " + outcome.message;
 }
 
-// A look at the plan is no run.
+// A look at the plan is no run, nor is one that another run kept from starting.
 void keepRecord(const GUID& map, const Outcome& outcome)
 {
     constexpr const char* words[] = {"good", "", "failed", "cancelled", "refused", "unanswered"};
-    if (outcome.end == Outcome::End::Planned) return;
+    if (outcome.end == Outcome::End::Planned || outcome.end == Outcome::End::InUse) return;
     saveRunRecord(map, {words[static_cast<int>(outcome.end)], platform::localNow(), outcome.message});
 }
 
-[[noreturn]] void failWith(const MapInfo& map, const Outcome& outcome)
+struct Told {
+    std::string sentence;
+    ExitCode code = exitDone;
+};
+
+// What is said of a run that did not end well.
+Told failureOf(const MapInfo& map, const Outcome& outcome)
 {
+    const std::string name = "The map " + guidName(map.guid);
     switch (outcome.end) {
-    case Outcome::End::Cancelled: throwCancelled(outcome);
+    case Outcome::End::Done:
+    case Outcome::End::Planned: return {};
+    case Outcome::End::Cancelled: return {cancelledSentence(outcome), exitCancelled};
     case Outcome::End::Unanswered:
-        throw Failure("The map " + guidName(map.guid) + " has changes to confirm or conflicts to settle, and there is no terminal to ask " +
-                          "on; nothing of it was written. Say --yes to accept the changes, --silent to have conflicts settled too, or " +
-                          "--dry-run to see them.",
-                      exitCancelled);
-    case Outcome::End::Refused: throw Failure(outcome.message);
-    default: throw Failure(failureSentence(map, outcome));
+        return {name + " has changes to confirm or conflicts to settle, and there is no terminal to ask " +
+                    "on; nothing of it was written. Say --yes to accept the changes, --silent to have conflicts settled too, or " +
+                    "--dry-run to see them.",
+                exitCancelled};
+    case Outcome::End::InUse: return {name + " was not run. " + outcome.message, exitInUse};
+    case Outcome::End::Refused: return {outcome.message, exitFailed};
+    case Outcome::End::Failed: break;
     }
+    return {failureSentence(map, outcome), exitFailed};
+}
+
+// A failure is worse than a map that is in use, and that is worse than a cancel.
+ExitCode worse(ExitCode a, ExitCode b)
+{
+    for (const ExitCode code : {exitFailed, exitInUse, exitCancelled})
+        if (a == code || b == code) return code;
+    return exitDone;
 }
 
 std::vector<GUID> resolveMaps(const Engine& engine, const std::vector<std::string>& names)
@@ -191,28 +228,28 @@ void sync(const std::vector<std::string>& names, const SyncOptions& options)
     if (wanted.empty() && !options.json) return print(noMapYet);
 
     catchInterrupts();
+    if (!platform::someoneAnswers()) platform::setUnattended();
     Runner runner(engine, options);
     const auto maps = engine.maps();
     Json out = Json::array();
-    for (const GUID& guid : wanted) {
-        const MapInfo map = describeMap(maps.get(), guid);
-        Outcome outcome;
-        if (interrupted())
-            outcome.end = Outcome::End::Cancelled;
-        else
-            outcome = runMap(runner, maps.get(), map);
-        keepRecord(guid, outcome);
+    ExitCode worst = exitDone;
+    // A map that fails does not keep the others from their run; an interrupt is meant for all of them.
+    for (std::size_t i = 0; i < wanted.size() && !interrupted(); ++i) {
+        const MapInfo map = describeMap(maps.get(), wanted[i]);
+        const Outcome outcome = runMap(runner, maps.get(), map);
+        keepRecord(wanted[i], outcome);
         if (options.json) {
             out.push_back(mapJson(map, outcome));
             if (outcome.end == Outcome::End::Planned) out.back()["plan"] = planJson(runner.sink().plan);
         } else {
             tell(map, outcome, runner.sink());
         }
-        if (outcome.end == Outcome::End::Done || outcome.end == Outcome::End::Planned) continue;
-        if (options.json) printJson(out);
-        failWith(map, outcome);
+        const Told failed = failureOf(map, outcome);
+        tellFailure(failed.sentence);
+        worst = worse(worst, failed.code);
     }
     if (options.json) printJson(out);
+    if (worst != exitDone) throw Failure({}, worst);
 }
 
 } // namespace
@@ -234,8 +271,9 @@ void addSyncCommand(CLI::App& app)
         "deleted on the other is kept.\n"
         "--max-delete is a number, a percentage such as 20%, or none; without it, the limit of the map holds: half of a store of\n"
         "more than three, unless mb set changed it. On a terminal a run over the limit is asked about, but not with --yes.\n"
-        "Maps run one after the other; the first that fails is the last. Ctrl-C stops cleanly: what was written stays, and\n"
-        "the next run goes on from there.\n\n"
+        "Maps run one after the other, also after one that failed; the exit code is that of the worst: 1 before 4 before 3.\n"
+        "A map has one run at a time. Another run of it is waited for, then mb names it and the exit code is 4.\n"
+        "Ctrl-C stops all cleanly: what was written stays, and the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"
         "  mb sync 5F49 --resync\n  mb sync --silent --json");
     command->add_option("MAP", given->maps, "The maps' identifiers, or beginnings of them; all maps if none is given");
@@ -245,6 +283,9 @@ void addSyncCommand(CLI::App& app)
     auto* dryRun = command->add_flag("--dry-run", options.dryRun,
                                      "Show what would be done, field by field, with conflicts settled as by --silent; write nothing");
     command->add_option("--max-delete", given->limit, "Refuse a run that would delete more contacts of a store than this");
+    command->add_option("--wait", options.wait, "How long to wait for another run of the map to end; 10 seconds if not given")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0, 86400));
     command->add_flag("--json", options.json, jsonHelp);
     dryRun->excludes(resync, silent, yes);
     silent->excludes(yes);

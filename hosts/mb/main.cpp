@@ -5,6 +5,7 @@
 #include "Engine.h"
 #include "Failure.h"
 #include "HelpText.h"
+#include "host.h"
 #include "Output.h"
 #include <algorithm>
 #include <cstdio>
@@ -22,7 +23,11 @@ int main(int argc, char** argv)
     app.require_subcommand(1);
     app.failure_message(usageSentence);
     app.set_version_flag("--version", "mb 1.0");
-    app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 cancelled. mb COMMAND --help tells more about a command.");
+    app.add_flag_callback(
+        "--without-locks", [] { platform::setEnvironment(u"MB_WITHOUT_LOCKS", u"1"); },
+        "Work where the file system of the data folder has no locks; see to it yourself that nothing else runs");
+    app.footer(
+        "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 cancelled, 4 in use by another run. mb COMMAND --help tells more about a command.");
     try {
         addPluginCommands(app);
         addMapCommands(app);
@@ -46,7 +51,7 @@ int main(int argc, char** argv)
     } catch (const CLI::ParseError& e) {
         return app.exit(e) == 0 ? exitDone : exitUsage;
     } catch (const Failure& e) {
-        std::fprintf(stderr, "mb: %s\n", e.what());
+        tellFailure(e.what());
         return e.code();
     } catch (const com::Error& e) {
         std::fprintf(stderr, "mb: The engine could not do this: %s\n", describe(e.code()).c_str());

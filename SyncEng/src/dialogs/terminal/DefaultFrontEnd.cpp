@@ -1,11 +1,12 @@
 #include "dialogs/DefaultFrontEnd.h"
 #include "dialogs/terminal/TerminalFrontEnd.h"
+#include "unattended.h"
 
 namespace mb {
 
 DialogFrontEnd& DefaultFrontEnd()
 {
-    static TerminalFrontEnd frontEnd(platform::openConsole);
+    static TerminalFrontEnd frontEnd([] { return platform::isUnattended() ? nullptr : platform::openConsole(); });
     return frontEnd;
 }
 

@@ -4,6 +4,7 @@
 #include "dialogs/win32/DialogWindow.h"
 #include "dialogs/win32/OwnModule.h"
 #include "foundation/LanguageModule.h"
+#include "unattended.h"
 
 namespace mb {
 namespace {
@@ -36,6 +37,7 @@ private:
 
 void WindowFrontEnd::run(Dialog& dialog, HWND parent)
 {
+    if (platform::isUnattended()) return dialog.close();
     platform::prepareListViews();
     const Templates templates(dialog.model().layout);
     DialogWindow(dialog).run(templates.module(), IsWindow(parent) ? parent : nullptr);

@@ -1,0 +1,209 @@
+// Several runs of mb at once: of one map, of maps that share a store, and changes of the configuration.
+#include "EndToEndFixture.h"
+
+#include <chrono>
+#include <csignal>
+#include <sys/wait.h>
+#include <thread>
+
+namespace {
+
+using namespace mbtest;
+namespace fs = std::filesystem;
+using std::chrono::steady_clock;
+
+class RunLockTest : public EndToEnd {
+protected:
+    // Starts them together, and gives what each came to.
+    std::vector<Result> together(const std::vector<std::vector<std::string>>& commands)
+    {
+        std::vector<Result> results(commands.size());
+        std::vector<std::thread> threads;
+        for (std::size_t i = 0; i < commands.size(); ++i) threads.emplace_back([&, i] { results[i] = mb(commands[i]); });
+        for (std::thread& each : threads) each.join();
+        return results;
+    }
+    // Does this while a run of the map stands still after its first writes.
+    Result whileARunStands(const std::string& map, const std::function<void(int pid)>& work)
+    {
+        RunOptions running = run_;
+        running.whileRuns = [&](int pid) {
+            const auto giveUp = steady_clock::now() + std::chrono::seconds(60);
+            while (cardCount() == 0 && steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            ::kill(pid, SIGSTOP);
+            work(pid);
+            ::kill(pid, SIGCONT);
+        };
+        return runProgram(MB_PROGRAM, {"sync", map, "--silent"}, running);
+    }
+    std::size_t contactCount()
+    {
+        const std::string listed = samples({"list", cards()}).out;
+        return static_cast<std::size_t>(std::count(listed.begin(), listed.end(), '\n'));
+    }
+    void makeFolders(const std::vector<std::string>& names) const
+    {
+        for (const std::string& name : names) fs::create_directory(home_ / name);
+    }
+    void putPerson(const std::string& in, const std::string& name) const
+    {
+        putText(home_ / in / (name + ".vcf"),
+                "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + ";Ada;;;\r\nFN:Ada " + name + "\r\nEND:VCARD\r\n");
+    }
+    std::string store(const std::string& name) const { return "vCard=" + (home_ / name).string(); }
+};
+
+} // namespace
+
+TEST_F(RunLockTest, ThreeRunsThatAreStartedTogetherLeaveEachContactOnce)
+{
+    const std::string map = makeMap(3000);
+    const std::size_t contacts = contactCount();
+    for (const Result& result : together(std::vector(3, std::vector<std::string>{"sync", map, "--silent", "--wait", "300"})))
+        EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_EQ(cardCount(), 3000u);
+    EXPECT_EQ(contactCount(), contacts);
+    EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
+}
+
+TEST_F(RunLockTest, ASecondRunWaitsAsLongAsItIsToldAndNamesTheProcessThatHasTheMap)
+{
+    const std::string map = makeMap(500);
+    const Result first = whileARunStands(map, [&](int pid) {
+        const auto start = steady_clock::now();
+        const Result second = mb({"sync", map, "--silent", "--wait", "1"});
+        EXPECT_GE(steady_clock::now() - start, std::chrono::seconds(1));
+        EXPECT_EQ(second.code, 4) << second.error;
+        EXPECT_TRUE(isOneSentence(second.error)) << second.error;
+        EXPECT_NE(second.error.find("mb, process " + std::to_string(pid)), std::string::npos) << second.error;
+        const Result third = mb({"sync", map, "--silent", "--wait", "0", "--json"});
+        EXPECT_EQ(third.code, 4);
+        EXPECT_EQ(Json::parse(third.out).at(0).at("result"), "in-use");
+        EXPECT_EQ(mb({"remove", map}).code, 1) << "the map has a run";
+    });
+    EXPECT_EQ(first.code, 0) << first.error;
+    EXPECT_EQ(cardCount(), 500u);
+    EXPECT_EQ(mb({"sync", "--wait", "-1"}).code, 2);
+}
+
+TEST_F(RunLockTest, ARunThatIsKilledFreesItsMap)
+{
+    const std::string map = makeMap(500);
+    EXPECT_EQ(whileARunStands(map, [](int pid) { ::kill(pid, SIGKILL); }).code, 128 + SIGKILL);
+    EXPECT_EQ(mb({"sync", map, "--silent", "--wait", "0"}).code, 0);
+    EXPECT_EQ(cardCount(), 500u);
+}
+
+TEST_F(RunLockTest, MapsThatAreMadeAndSetAtOneTimeAreAllKept)
+{
+    registerPlugins();
+    std::vector<std::vector<std::string>> commands;
+    for (const char* name : {"A", "B", "C", "D", "E", "F", "G", "H"}) {
+        makeFolders({name});
+        commands.push_back({"add", "Mirabook=" + (home_ / name).string() + ".db", store(name)});
+    }
+    commands.push_back({"register", vCardPlugin()});
+    for (const Result& result : together(commands)) EXPECT_EQ(result.code, 0) << result.error;
+    const Json maps = json({"maps"});
+    EXPECT_EQ(maps.size(), 8u);
+
+    commands.clear();
+    for (const Json& map : maps) commands.push_back({"set", map.at("map"), "conflicts", "first-wins"});
+    for (const Result& result : together(commands)) EXPECT_EQ(result.code, 0) << result.error;
+    for (const Json& map : maps) EXPECT_EQ(json({"show", map.at("map")}).at("options").at("conflicts"), "first-wins");
+}
+
+// A chain: the folder in the middle is in both maps.
+TEST_F(RunLockTest, MapsThatShareAStoreRunTogetherAndConverge)
+{
+    registerPlugins();
+    const std::vector<std::string> names{"A", "B", "C"};
+    makeFolders(names);
+    std::vector<std::string> maps;
+    for (const auto& [first, second] : {std::pair{"A", "B"}, {"B", "C"}}) maps.push_back(addMap(store(first), store(second)));
+    constexpr std::size_t each = 40;
+    for (const std::string& name : names)
+        for (std::size_t i = 0; i < each; ++i) putPerson(name, name + "-" + std::to_string(i));
+
+    std::vector<std::vector<std::string>> commands;
+    for (const std::string& map : maps) commands.push_back({"sync", map, "--silent"});
+    for (int round = 0; round < 3; ++round) (void)together(commands);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+    for (const std::string& name : names) {
+        EXPECT_EQ(mbtest::cardCount(home_ / name), names.size() * each) << name;
+        for (const std::string& from : names)
+            for (std::size_t i = 0; i < each; ++i)
+                EXPECT_FALSE(mbtest::cardWith(home_ / name, ":Ada " + from + "-" + std::to_string(i) + "\r").empty()) << name << from << i;
+    }
+}
+
+TEST_F(RunLockTest, AMapThatFailsDoesNotKeepTheOthersFromTheirRun)
+{
+    registerPlugins();
+    makeFolders({"A", "B", "C", "D"});
+    const std::string failing = addMap(store("A"), store("B")), good = addMap(store("C"), store("D"));
+    putPerson("A", "One");
+    putPerson("C", "Two");
+    fs::rename(home_ / "B", home_ / "away");
+    const Result both = mb({"sync", failing, good, "--silent"});
+    EXPECT_EQ(both.code, 1);
+    EXPECT_TRUE(isOneSentence(both.error)) << both.error;
+    EXPECT_NE(both.error.find(failing), std::string::npos) << both.error;
+    EXPECT_NE(both.out.find(good), std::string::npos) << both.out;
+    EXPECT_EQ(mbtest::cardCount(home_ / "D"), 1u);
+
+    const Result asJson = mb({"sync", failing, good, "--silent", "--json"});
+    EXPECT_EQ(asJson.code, 1);
+    const Json told = Json::parse(asJson.out);
+    ASSERT_EQ(told.size(), 2u);
+    EXPECT_EQ(told.at(0).at("result"), "failed");
+    EXPECT_EQ(told.at(1).at("result"), "done");
+}
+
+TEST_F(RunLockTest, TheExitCodeIsThatOfTheWorstMap)
+{
+    const std::string busy = makeMap(500);
+    makeFolders({"A", "B", "C", "D", "E", "F"});
+    const std::string failing = addMap(store("A"), store("B")), asking = addMap(store("C"), store("D")),
+                      good = addMap(store("E"), store("F"));
+    putPerson("C", "One");
+    fs::rename(home_ / "B", home_ / "away");
+    (void)whileARunStands(busy, [&](int) {
+        const auto code = [&](const std::vector<std::string>& maps) {
+            std::vector<std::string> command{"sync", "--wait", "0"};
+            command.insert(command.end(), maps.begin(), maps.end());
+            return mb(command).code;
+        };
+        EXPECT_EQ(code({good}), 0);
+        EXPECT_EQ(code({asking, good}), 3);
+        EXPECT_EQ(code({asking, busy, good}), 4);
+        EXPECT_EQ(code({busy, asking}), 4);
+        EXPECT_EQ(code({busy, failing, asking, good}), 1);
+        EXPECT_EQ(code({failing, busy}), 1);
+    });
+    EXPECT_EQ(mbtest::cardCount(home_ / "D"), 0u) << "nobody answered";
+}
+
+TEST_F(RunLockTest, OnAFileSystemWithoutLocksNothingRunsUnlessTheUserSaysSo)
+{
+    const std::string map = makeMap(3);
+    run_.environment["LD_PRELOAD"] = NO_LOCKS_LIBRARY;
+    run_.environment["ASAN_OPTIONS"] = "verify_asan_link_order=0";
+    const Result refused = mb({"sync", map, "--silent"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(isOneSentence(refused.error)) << refused.error;
+    EXPECT_NE(refused.error.find("MB_WITHOUT_LOCKS"), std::string::npos) << refused.error;
+    EXPECT_EQ(cardCount(), 0u);
+    const Result ran = mb({"--without-locks", "sync", map, "--silent"});
+    EXPECT_EQ(ran.code, 0) << ran.error;
+    EXPECT_EQ(cardCount(), 3u);
+}
+
+TEST_F(RunLockTest, NoLockIsLeftBehind)
+{
+    const std::string map = makeMap(3);
+    ASSERT_EQ(mb({"sync", map, "--silent"}).code, 0);
+    for (const fs::directory_entry& entry : fs::directory_iterator(dataFolder()))
+        EXPECT_NE(entry.path().extension(), ".lock") << entry.path();
+}
