@@ -3,8 +3,10 @@
 #include "error_text.h"
 #include "files.h"
 #include "foundation/ClassTable.h"
+#include "host.h"
 #include "store/ExportDecoded.h"
 #include "text.h"
+#include <cmath>
 
 namespace mb {
 namespace {
@@ -27,7 +29,7 @@ HRESULT giveMapGuid(ITrMap* maps, REFGUID translator1, REFGUID translator2, BSTR
     return hr;
 }
 
-// Keeps the report of each map that a synchronizer runs, for as long as this lives.
+// Keeps the report of each map that a synchronizer runs, for as long as this lives, and ends its run once the script is to be cancelled.
 class ReportCollector {
 public:
     ReportCollector(const com::Ptr<ISynchronizer>& synchronizer, std::vector<com::Ptr<ISyncRunReport>>& reports) : sink_(com::make<Sink>())
@@ -52,8 +54,8 @@ private:
     public:
         explicit Sink(IUnknown* outer) noexcept : Object(outer) {}
         std::vector<com::Ptr<ISyncRunReport>>* reports = nullptr;
-        HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress, DOUBLE) override { return S_OK; }
-        HRESULT STDMETHODCALLTYPE OnProgress2(BSTR, DOUBLE) override { return S_OK; }
+        HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress, DOUBLE) override { return unlessCancelled(); }
+        HRESULT STDMETHODCALLTYPE OnProgress2(BSTR, DOUBLE) override { return unlessCancelled(); }
         HRESULT STDMETHODCALLTYPE OnRunBegin(ISyncRunReport* pReport) override
         {
             return com::guarded([&] {
@@ -63,12 +65,63 @@ private:
         HRESULT STDMETHODCALLTYPE OnPassBegin(_SyncPass) override { return S_OK; }
         HRESULT STDMETHODCALLTYPE OnItem(ISyncReportItem*) override { return S_OK; }
         HRESULT STDMETHODCALLTYPE OnRunEnd(ISyncRunReport*) override { return S_OK; }
+
+    private:
+        static HRESULT unlessCancelled() noexcept { return CoTestCancel() == RPC_E_CALL_CANCELED ? E_ABORT : S_OK; }
     };
 
     com::Ptr<Sink> sink_;
     com::Ptr<IConnectionPoint> point_;
     DWORD cookie_ = 0;
 };
+
+// The maps of transfers have the identifier of their target.
+HRESULT mapsToRun(const GUID& wanted, std::vector<GUID>& maps)
+{
+    maps = {wanted};
+    if (wanted != GUID_NULL) return S_OK;
+    com::Ptr<ITrManager> manager;
+    com::Ptr<ITrMap> store;
+    com::TaskArray<GUID> listed;
+    HRESULT hr = createClass(__uuidof(TrManager), manager);
+    if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), store);
+    if (SUCCEEDED(hr)) hr = com::call(manager, &ITrManager::EnumerateMaps, listed.putCount(), listed.put());
+    if (FAILED(hr)) return hr;
+    maps.clear();
+    for (const GUID& map : listed.items()) {
+        GUID ids[2]{};
+        const bool ofTransfer = SUCCEEDED(com::call(store, &ITrMap::GetTranslators, map, &ids[0], &ids[1])) && ids[1] == map;
+        if (!ofTransfer) maps.push_back(map);
+    }
+    return S_OK;
+}
+
+// The sentence of a failed run, as a host tells it.
+std::u16string failureSentence(const com::Ptr<ISynchronizer>& synchronizer, const GUID& map, HRESULT hr)
+{
+    if (hr == E_ABORT) return u"The run was cancelled.";
+    com::Variant code;
+    com::Bstr message1, message2;
+    (void)com::call(synchronizer, &ISynchronizer::GetLastError, code.put(), message1.put(), message2.put());
+    std::u16string reason = message1.text();
+    if (!message2.empty()) reason += (reason.empty() ? u"" : u" ") + message2.text();
+    if (reason.empty()) reason = platform::systemMessage(hr);
+    return u"The map " + com::guidText(map) + u" failed: " + reason;
+}
+
+// What Main returned, if that can be an exit code.
+LONG exitCodeOf(const VARIANT& value)
+{
+    double number = 0;
+    switch (value.vt) {
+    case VT_UI1: number = value.bVal; break;
+    case VT_I2: number = value.iVal; break;
+    case VT_I4: number = value.lVal; break;
+    case VT_R8: number = value.dblVal; break;
+    default: return 0;
+    }
+    return number > 0 && number <= 255 && std::floor(number) == number ? static_cast<LONG>(number) : 0;
+}
 
 } // namespace
 
@@ -84,21 +137,40 @@ HRESULT ParseMapGuid(BSTR text, GUID& map)
     return hr;
 }
 
+HRESULT CSyncAutoTest::runScript(const std::u16string& name, const std::vector<std::u16string>& arguments, com::Variant& result)
+{
+    if (!ScriptControl) {
+        const HRESULT hr = platform::createScriptRunner(createClassByName, ScriptControl);
+        if (FAILED(hr)) return hr;
+    }
+    std::error_code failed;
+    const std::string bytes = platform::readFile(platform::pathOf(name), failed);
+    if (failed) return bareNumber(failed);
+    platform::ScriptError error;
+    HRESULT hr = ScriptControl->setArguments(arguments);
+    if (SUCCEEDED(hr)) hr = ScriptControl->addCode(platform::widen(bytes.c_str()), name, error); // a zero ends the text
+    if (SUCCEEDED(hr)) hr = ScriptControl->run(u"Main", error, result);
+    if (FAILED(hr)) platform::leaveErrorText(describe(error));
+    return hr;
+}
+
 HRESULT STDMETHODCALLTYPE CSyncAutoTest::RunTests(BSTR lpScriptFile)
 {
-    return com::guarded([&]() -> HRESULT {
-        if (!ScriptControl) {
-            const HRESULT hr = platform::createScriptRunner(createClassByName, ScriptControl);
-            if (FAILED(hr)) return hr;
-        }
-        const std::u16string name = com::textOf(lpScriptFile);
-        std::error_code failed;
-        const std::string bytes = platform::readFile(platform::pathOf(name), failed);
-        if (failed) return bareNumber(failed);
-        platform::ScriptError error;
-        HRESULT hr = ScriptControl->addCode(platform::widen(bytes.c_str()), name, error); // a zero ends the text
-        if (SUCCEEDED(hr)) hr = ScriptControl->run(u"Main", error);
-        if (FAILED(hr)) platform::leaveErrorText(describe(error));
+    return com::guarded([&] {
+        com::Variant result;
+        return runScript(com::textOf(lpScriptFile), {}, result);
+    });
+}
+
+HRESULT STDMETHODCALLTYPE CSyncAutoTest::Run(BSTR lpScriptFile, SAFEARRAY* lpsaArguments, LONG* pResult)
+{
+    if (!pResult) return E_POINTER;
+    *pResult = 0;
+    return com::guarded([&] {
+        com::Variant result;
+        const std::vector<std::u16string> arguments = lpsaArguments ? com::textArray(lpsaArguments) : std::vector<std::u16string>();
+        const HRESULT hr = runScript(com::textOf(lpScriptFile), arguments, result);
+        if (hr == S_OK) *pResult = exitCodeOf(result);
         return hr;
     });
 }
@@ -150,20 +222,31 @@ HRESULT STDMETHODCALLTYPE CSyncAutoTest::DeleteTrMap(BSTR lpMapGuid)
     });
 }
 
+// A map that fails does not keep the others from their run.
 HRESULT STDMETHODCALLTYPE CSyncAutoTest::Synchronize(BSTR lpMapGuid, VARIANT_BOOL bReconfig, VARIANT_BOOL bSilent)
 {
     return com::guarded([&] {
         GUID map{};
+        std::vector<GUID> maps;
         com::Ptr<ISynchronizer> synchronizer;
         reports_.clear();
         HRESULT hr = ParseMapGuid(lpMapGuid, map);
+        if (SUCCEEDED(hr)) hr = mapsToRun(map, maps);
         if (SUCCEEDED(hr)) hr = createClass(__uuidof(Synchronizer), synchronizer);
         if (FAILED(hr)) return hr;
         const ReportCollector collector(synchronizer, reports_);
         hr = com::call(synchronizer, &ISynchronizer::Initialize, nullptr, bReconfig);
-        if (SUCCEEDED(hr)) hr = com::call(synchronizer, &ISynchronizer::Synchronize, map, bSilent);
+        HRESULT first = hr;
+        std::u16string told;
+        for (std::size_t i = 0; SUCCEEDED(hr) && i < maps.size() && first != E_ABORT; ++i) {
+            const HRESULT ran = com::call(synchronizer, &ISynchronizer::Synchronize, maps[i], bSilent);
+            if (SUCCEEDED(ran) || FAILED(first)) continue;
+            first = ran;
+            told = failureSentence(synchronizer, maps[i], ran);
+        }
         const HRESULT cleaned = com::call(synchronizer, &ISynchronizer::Cleanup);
-        return FAILED(hr) ? hr : FAILED(cleaned) ? cleaned : S_OK;
+        platform::leaveErrorText(told);
+        return FAILED(first) ? first : FAILED(cleaned) ? cleaned : S_OK;
     });
 }
 

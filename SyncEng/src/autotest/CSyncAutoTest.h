@@ -1,5 +1,6 @@
 // Drives the engine from scripts: the class SyncAutoTest. It makes maps, runs them, and reads and writes a translator's records one step
-// at a time; it can also run such a script. Every method but RunTests is a thin wrapper: failures are handed back as they are.
+// at a time; it can also run such a script. Every other method is a thin wrapper: failures are handed back as they are, with the
+// sentence that tells them as error information.
 #pragma once
 #include "interfaces.h"
 #include "script.h"
@@ -7,11 +8,12 @@
 
 namespace mb {
 
-class CSyncAutoTest final : public com::Object<com::Dual<ISyncAutoTest>> {
+class CSyncAutoTest final : public com::Object<com::Dual<ISyncAutoTest>, IScriptRun> {
 public:
     explicit CSyncAutoTest(IUnknown* outer) noexcept : Object(outer) {}
 
     HRESULT STDMETHODCALLTYPE RunTests(BSTR lpScriptFile) override;
+    HRESULT STDMETHODCALLTYPE Run(BSTR lpScriptFile, SAFEARRAY* lpsaArguments, LONG* pResult) override;
 
     // Maps and runs
     HRESULT STDMETHODCALLTYPE AddTrMap(BSTR lpTrans1, BSTR lpTrans2, BSTR* lpGuidMap) override;
@@ -38,6 +40,8 @@ public:
     HRESULT STDMETHODCALLTYPE EndUpdate(IUnknown* pTrans, VARIANT_BOOL bAbort) override;
 
 private:
+    HRESULT runScript(const std::u16string& name, const std::vector<std::u16string>& arguments, com::Variant& result);
+
     std::vector<com::Ptr<ISyncRunReport>> reports_;        // of the last Synchronize, one a map
     std::unique_ptr<platform::ScriptRunner> ScriptControl; // made by the first RunTests; its code stays loaded
 };

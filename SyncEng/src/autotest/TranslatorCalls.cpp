@@ -1,15 +1,32 @@
 // The records of one side of a map: each call goes to the translator that the script holds.
 #include "autotest/CSyncAutoTest.h"
+#include "error_text.h"
 #include "foundation/ClassTable.h"
+#include "translators/SideSettings.h"
 
 namespace mb {
 namespace {
+
+// Leaves what the translator says of its failure, for the script.
+HRESULT withReason(const com::Ptr<ITranslator>& translator, HRESULT hr)
+{
+    const auto info = FAILED(hr) ? translator.tryAs<ITranslatorInfo>() : com::Ptr<ITranslatorInfo>();
+    com::Variant code;
+    com::Bstr message1, message2;
+    if (!info || FAILED(com::call(info, &ITranslatorInfo::GetLastError, code.put(), message1.put(), message2.put()))) return hr;
+    if (message1.empty()) return hr;
+    platform::leaveErrorText(message2.empty() ? message1.text() : message1.text() + u" " + message2.text());
+    return hr;
+}
 
 // A call of the translator's, once it is there.
 template <class F> HRESULT withTranslator(IUnknown* pTrans, F&& body) noexcept
 {
     if (!pTrans) return E_POINTER;
-    return com::guarded([&] { return body(com::Ptr<IUnknown>(pTrans).as<ITranslator>()); });
+    return com::guarded([&] {
+        const auto translator = com::Ptr<IUnknown>(pTrans).as<ITranslator>();
+        return withReason(translator, body(translator));
+    });
 }
 
 // A store without batches says so, and that is no failure.
@@ -40,8 +57,16 @@ HRESULT openSide(REFGUID map, _TransIds side, com::Ptr<ITranslator>& translator)
     if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), loader);
     if (SUCCEEDED(hr)) hr = com::call(maps, &ITrMap::GetTranslators, map, &ids[0], &ids[1]);
     if (SUCCEEDED(hr)) hr = com::call(loader, &ITrMapEntry::Load, ids[side - idTrans1], translator.put());
-    if (SUCCEEDED(hr)) hr = com::call(translator, &ITranslator::Initialize, nullptr, nullptr, VARIANT_TRUE);
-    return SUCCEEDED(hr) ? ofBatch(com::call(translator, &ITranslator::BeginUpdate)) : hr;
+    // The store of the map's side. One that a script has made has no settings, and its translator finds its store in another way.
+    com::Ptr<ITrServices> services;
+    if (SUCCEEDED(hr)) hr = MakeServices(map, side, services);
+    if (FAILED(hr)) return hr;
+    com::Bstr database;
+    const bool configured =
+        SUCCEEDED(com::call(services.as<IDataStream>(), &IDataStream::GetString, com::Bstr(u"Database").get(), database.put())) &&
+        !database.empty();
+    hr = com::call(translator, &ITranslator::Initialize, services.get(), nullptr, configured ? VARIANT_FALSE : VARIANT_TRUE);
+    return withReason(translator, SUCCEEDED(hr) ? ofBatch(com::call(translator, &ITranslator::BeginUpdate)) : hr);
 }
 
 } // namespace

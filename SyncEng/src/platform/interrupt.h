@@ -14,6 +14,9 @@ void takeInterrupts(InterruptHandler handler) noexcept;
 // there.
 bool cancelScript() noexcept;
 
+// Calls this when so many seconds have passed, from there as well; once a process.
+void endLater(unsigned seconds, InterruptHandler end) noexcept;
+
 // Ends the process from there: the text goes to standard error, nothing is flushed or destroyed while other threads are at work.
 [[noreturn]] void endAtOnce(std::string_view text, int code) noexcept;
 

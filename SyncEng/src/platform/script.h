@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace platform {
 
@@ -25,7 +26,10 @@ public:
     ScriptRunner& operator=(const ScriptRunner&) = delete;
     // The file's name is for messages only. A failure fills `error`, also that of a script which was cancelled: E_ABORT.
     virtual HRESULT addCode(std::u16string_view text, std::u16string_view file, ScriptError& error) = 0;
-    virtual HRESULT run(std::u16string_view procedure, ScriptError& error) = 0;
+    // The result is what the procedure returned: a number in Lua, any value in VBScript; else empty.
+    virtual HRESULT run(std::u16string_view procedure, ScriptError& error, com::Variant& result) = 0;
+    // What the code that is added from now on finds in the table arg of Lua, from 1 on, and in the array Arguments of VBScript, from 0 on.
+    virtual HRESULT setArguments(const std::vector<std::u16string>& arguments) = 0;
 
 protected:
     ScriptRunner() = default;

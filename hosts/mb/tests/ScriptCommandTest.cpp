@@ -142,3 +142,110 @@ TEST_F(ScriptCommandTest, ADecodedHistoryThatCannotBeWrittenIsNamed)
     EXPECT_NE(result.error.find("no folder/out.xml"), std::string::npos) << result.error;
     EXPECT_EQ(mb({"history", "zz"}).code, 1);
 }
+
+TEST_F(ScriptCommandTest, AScriptGetsItsArgumentsAndItsResultIsTheExitCode)
+{
+    const std::string script = "function Main()\n  local n = tonumber(arg[1]) or arg[1]\n  print(#arg, arg[2])\n  return n\nend";
+    const Result seven = runScript(script, {"--", "7", "--two words--"});
+    EXPECT_EQ(seven.code, 7);
+    EXPECT_EQ(seven.out, "2\t--two words--\n");
+    EXPECT_EQ(seven.error, "");
+    for (const auto& [returned, code] : std::vector<std::pair<std::string, int>>{
+             {"0", 0}, {"255", 255}, {"3.0", 3}, {"256", 0}, {"-1", 0}, {"1.5", 0}, {"text", 0}, {"1e300", 0}})
+        EXPECT_EQ(runScript(script, {"--", returned}).code, code) << returned;
+    EXPECT_EQ(runScript("function Main() return '7' end").code, 0) << "a text is no number";
+    EXPECT_EQ(runScript("function Main() if arg[1] then error('given') end end").code, 0) << "none are given";
+}
+
+TEST_F(ScriptCommandTest, AScriptReachesBothStoresOfAMapOfTheUsers)
+{
+    registerPlugins();
+    fs::create_directory(home_ / "Other");
+    const std::string map = addMap("vCard=" + folder().string(), "vCard=" + (home_ / "Other").string());
+    const Result result = runScript("function Main()\n"
+                                    "  local test = CreateObject('MBSync.SyncAutoTest.1')\n"
+                                    "  for side = 1, 2 do\n"
+                                    "    local store = test:BeginUpdate(arg[1], side, Out)\n"
+                                    "    local id = test:AddRecord(store, Out)\n"
+                                    "    test:WriteField(store, id, 2, 'Side' .. side)\n"
+                                    "    test:SaveRecord(store, Out(id))\n"
+                                    "    test:EndUpdate(store, false)\n"
+                                    "  end\n"
+                                    "  test:Synchronize(arg[1], false, true)\n"
+                                    "end",
+                                    {"--", map});
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_EQ(cardCount(), 2u);
+    EXPECT_EQ(mbtest::cardCount(home_ / "Other"), 2u);
+    for (const fs::path& in : {folder(), home_ / "Other"})
+        for (const char* name : {"Side1", "Side2"}) EXPECT_FALSE(mbtest::cardWith(in, name).empty()) << in << name;
+}
+
+TEST_F(ScriptCommandTest, AFailureInAScriptIsTheSentenceThatMbGives)
+{
+    const std::string map = makeMap(3);
+    fs::rename(folder(), home_ / "away");
+    const std::string sentence = mb({"sync", "--silent"}).error.substr(4); // behind "mb: "
+    const Result synchronised = runScript("function Main()\n"
+                                          "  CreateObject('MBSync.SyncAutoTest.1'):Synchronize(arg[1], false, true)\n"
+                                          "end",
+                                          {"--", map});
+    EXPECT_EQ(synchronised.code, 1);
+    EXPECT_TRUE(synchronised.error.ends_with(sentence)) << synchronised.error << sentence;
+    const Result opened = runScript("function Main()\n"
+                                    "  CreateObject('MBSync.SyncAutoTest.1'):BeginUpdate(arg[1], 2, Out)\n"
+                                    "end",
+                                    {"--", map});
+    EXPECT_EQ(opened.code, 1);
+    EXPECT_NE(opened.error.find(folder().string()), std::string::npos) << opened.error;
+}
+
+TEST_F(ScriptCommandTest, AScriptThatNamesNoMapRunsAllButThoseOfTransfers)
+{
+    const std::string map = makeMap(3);
+    fs::create_directory(home_ / "Copies");
+    ASSERT_EQ(mb({"transfer", "--to", "vCard=" + (home_ / "Copies").string(), "Anna Lindqvist"}).code, 0);
+    fs::remove_all(home_ / "Copies");
+    const Result result = runScript("function Main()\n"
+                                    "  CreateObject('MBSync.SyncAutoTest.1'):Synchronize('', false, true)\n"
+                                    "end");
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_EQ(cardCount(), 3u);
+}
+
+TEST_F(ScriptCommandTest, CtrlCEndsOneLongCallOfTheScriptsLibrary)
+{
+    run_.whileRuns = [&](int pid) {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (!fs::exists(home_ / "running") && std::chrono::steady_clock::now() < giveUp)
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        ::kill(pid, SIGINT);
+    };
+    const auto start = std::chrono::steady_clock::now();
+    const Result result = runScript("function Main()\n  io.open('running', 'w'):close()\n"
+                                    "  string.find(('a'):rep(400000), ('.-'):rep(9) .. 'b')\nend");
+    EXPECT_EQ(result.code, 3);
+    EXPECT_EQ(result.error, "mb: The script was cancelled.\n");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
+TEST_F(ScriptCommandTest, CtrlCStopsARunOfAScriptCleanly)
+{
+    constexpr int contacts = 3000;
+    const std::string map = makeMap(contacts);
+    run_.whileRuns = [&](int pid) {
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+        while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        ::kill(pid, SIGINT);
+    };
+    const Result result = runScript("function Main()\n"
+                                    "  CreateObject('MBSync.SyncAutoTest.1'):Synchronize(arg[1], false, true)\n"
+                                    "end",
+                                    {"--", map});
+    run_.whileRuns = nullptr;
+    EXPECT_EQ(result.code, 3) << result.error;
+    const std::size_t written = cardCount();
+    EXPECT_LT(written, static_cast<std::size_t>(contacts));
+    const Json run = json({"sync", map, "--silent"}).at(0);
+    EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written)) << "the history knows what was written";
+}

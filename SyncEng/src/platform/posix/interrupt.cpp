@@ -10,7 +10,10 @@ namespace {
 
 std::atomic<InterruptHandler> taker = nullptr;
 
+std::atomic<InterruptHandler> ender = nullptr;
+
 extern "C" void onSignal(int) { taker.load()(); }
+extern "C" void onAlarm(int) { ender.load()(); }
 
 } // namespace
 
@@ -22,6 +25,13 @@ void takeInterrupts(InterruptHandler handler) noexcept
 }
 
 bool cancelScript() noexcept { return SUCCEEDED(CoCancelCall(0, 0)); }
+
+void endLater(unsigned seconds, InterruptHandler end) noexcept
+{
+    ender = end;
+    std::signal(SIGALRM, onAlarm);
+    ::alarm(seconds);
+}
 
 void endAtOnce(std::string_view text, int code) noexcept
 {

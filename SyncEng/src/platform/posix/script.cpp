@@ -84,12 +84,24 @@ public:
         return call(error);
     }
 
-    HRESULT run(std::u16string_view procedure, ScriptError& error) override
+    HRESULT run(std::u16string_view procedure, ScriptError& error, com::Variant& result) override
     {
-        if (lua_getglobal(state_.get(), utf8(procedure).c_str()) == LUA_TFUNCTION) return call(error);
+        result = com::Variant();
+        if (lua_getglobal(state_.get(), utf8(procedure).c_str()) == LUA_TFUNCTION) return call(error, &result);
         lua_pop(state_.get(), 1);
         error.message = u"The script has no function " + std::u16string(procedure) + u".";
         return DISP_E_UNKNOWNNAME;
+    }
+
+    HRESULT setArguments(const std::vector<std::u16string>& arguments) override
+    {
+        std::vector<std::string> texts;
+        for (const std::u16string& argument : arguments) texts.push_back(utf8(argument));
+        lua_pushcfunction(state_.get(), giveArguments);
+        lua_pushlightuserdata(state_.get(), &texts);
+        const int outcome = lua_pcall(state_.get(), 1, 0, 0);
+        lua_settop(state_.get(), 0);
+        return outcome == LUA_OK ? S_OK : E_OUTOFMEMORY;
     }
 
 private:
@@ -100,16 +112,33 @@ private:
         return 0;
     }
 
+    // As Lua's own interpreter does it.
+    static int giveArguments(lua_State* state)
+    {
+        const auto& texts = *static_cast<const std::vector<std::string>*>(lua_touserdata(state, 1));
+        lua_createtable(state, static_cast<int>(texts.size()), 0);
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            lua_pushlstring(state, texts[i].data(), texts[i].size());
+            lua_rawseti(state, -2, static_cast<lua_Integer>(i + 1));
+        }
+        lua_setglobal(state, "arg");
+        return 0;
+    }
+
     // Calls the function on top of the stack.
-    HRESULT call(ScriptError& error)
+    HRESULT call(ScriptError& error, com::Variant* result = nullptr)
     {
         const Cancellable cancellable;
         lua_State* state = state_.get();
         lua_sethook(state, lookForCancel, LUA_MASKCOUNT, instructionsBetweenLooks);
         lua_pushcfunction(state, describeError);
         lua_insert(state, -2);
-        const int outcome = lua_pcall(state, 0, 0, -2);
+        const int outcome = lua_pcall(state, 0, result ? 1 : 0, -2);
         const HRESULT hr = outcome == LUA_OK ? S_OK : fail(error);
+        if (outcome == LUA_OK && result && lua_type(state, -1) == LUA_TNUMBER) {
+            result->vt = VT_R8;
+            result->dblVal = lua_tonumber(state, -1);
+        }
         lua_settop(state, 0);
         return hr;
     }

@@ -25,6 +25,13 @@ void takeInterrupts(InterruptHandler handler) noexcept
 // The Script Control ends a script only when its time is up and the user says so to a question, and it does not leave its thread before.
 bool cancelScript() noexcept { return false; }
 
+// The events come in a thread of their own, so it may wait.
+void endLater(unsigned seconds, InterruptHandler end) noexcept
+{
+    Sleep(seconds * 1000);
+    end();
+}
+
 // Not ExitProcess: it runs the end of every library, which may wait for a lock of a thread that was stopped in its midst.
 void endAtOnce(std::string_view text, int code) noexcept
 {

@@ -3,6 +3,7 @@
 
 #include "text.h"
 #include "win32/script_control.h"
+#include <utility>
 
 namespace platform {
 namespace {
@@ -24,16 +25,37 @@ public:
         return observe(error, [&] { return control_->AddCode(com::Bstr(text).get()); });
     }
 
-    HRESULT run(std::u16string_view procedure, ScriptError& error) override
+    HRESULT run(std::u16string_view procedure, ScriptError& error, com::Variant& result) override
     {
         Arguments none;
-        com::Variant result;
+        result = com::Variant();
         const HRESULT hr = observe(error, [&] { return control_->Run(com::Bstr(procedure).get(), none.put(), result.put()); });
         if (hr == DISP_E_UNKNOWNNAME) error.message = u"The script has no procedure " + std::u16string(procedure) + u".";
         return hr;
     }
 
+    HRESULT setArguments(const std::vector<std::u16string>& arguments) override
+    {
+        std::u16string code = std::exchange(declared_, true) ? u"" : u"Dim Arguments\r\n";
+        code += u"Arguments = Array(";
+        for (std::size_t i = 0; i < arguments.size(); ++i) code += (i ? u", " : u"") + literal(arguments[i]);
+        return com::call(control_, &IScriptControl::AddCode, com::Bstr(code + u")\r\n").get());
+    }
+
 private:
+    // As VBScript writes a text: a quotation mark is doubled, and a control character is a call.
+    static std::u16string literal(std::u16string_view text)
+    {
+        std::u16string out = u"\"";
+        for (const char16_t c : text) {
+            if (c < 0x20)
+                out += u"\" & ChrW(" + utf16(std::to_string(static_cast<unsigned>(c))) + u") & \"";
+            else
+                out.append(c == u'"' ? 2 : 1, c);
+        }
+        return out + u'"';
+    }
+
     // An empty array of values; the callee may change it.
     class Arguments {
     public:
@@ -70,6 +92,7 @@ private:
 
     com::Ptr<IScriptControl> control_;
     std::u16string file_;
+    bool declared_ = false; // the variable of the arguments is there
 };
 
 HRESULT prepare(const com::Ptr<IScriptControl>& control)
