@@ -8,6 +8,7 @@
 #include "StoreName.h"
 #include "text.h"
 #include <chrono>
+#include <optional>
 #include <set>
 
 namespace mbhost {
@@ -92,10 +93,28 @@ struct TransferArguments {
     [[nodiscard]] bool reverse() const noexcept { return !from.empty(); }
 };
 
+// The hidden map of a target's first transfer. It goes again unless the transfer wrote something: its settings must not serve the next one.
+class FirstMap {
+public:
+    explicit FirstMap(const Engine& engine) : engine_(engine) {}
+    FirstMap(const FirstMap&) = delete;
+    FirstMap& operator=(const FirstMap&) = delete;
+    ~FirstMap()
+    {
+        if (made_) (void)com::guarded([&] { return engine_.manager()->DeleteMap(*made_); });
+    }
+    void made(const GUID& map) { made_ = map; }
+    void keep() noexcept { made_.reset(); }
+
+private:
+    const Engine& engine_;
+    std::optional<GUID> made_;
+};
+
 // One transfer: the target, its hidden map with both databases set, and the cards.
 class Transfer {
 public:
-    explicit Transfer(const TransferArguments& given) : given_(given), maps_(engine_.maps())
+    explicit Transfer(const TransferArguments& given) : given_(given), maps_(engine_.maps()), firstMap_(engine_)
     {
         resolveTarget();
         expectPlugin(describeTranslator(maps_.get(), hostClass));
@@ -123,6 +142,7 @@ public:
         outcome_.events = sink->events;
         outcome_.settle(
             hr, [&] { return lastError(transferer.get()); }, told);
+        if (outcome_.end == Outcome::End::Done || !outcome_.events.nothing()) firstMap_.keep();
     }
 
     void tell() const
@@ -140,6 +160,7 @@ public:
                        {"Mirabook=" + printable(cardFile_), target + "=" + printable(database_)}, outcome_);
         }
         if (outcome_.end == Outcome::End::Cancelled) throwCancelled(outcome_);
+        if (outcome_.end == Outcome::End::InUse) throw Failure(outcome_.message, exitInUse);
         if (outcome_.end == Outcome::End::Failed)
             throw Failure("The transfer " + std::string(given_.reverse() ? "from " : "to ") + quote(target_.name) +
                           " failed: " + outcome_.message + (database_.empty() ? " It has no database yet: give it as NAME=DATABASE." : ""));
@@ -167,9 +188,11 @@ private:
     {
         const GUID& map = target_.clsid;
         GUID first{}, second{};
-        if (FAILED(maps_->GetTranslators(map, &first, &second)))
+        if (FAILED(maps_->GetTranslators(map, &first, &second))) {
+            firstMap_.made(map);
             if (const HRESULT hr = maps_->CreateEx(map, hostClass, map); FAILED(hr))
                 throw Failure("The transfer could not be set up: " + describe(hr));
+        }
         if (!database_.empty())
             if (const HRESULT hr = maps_->SetDatabase(map, idTrans2, com::Bstr(platform::utf16(database_)).get()); FAILED(hr))
                 throw Failure("The store " + quote(database_) + " cannot be used: " + describe(hr));
@@ -235,6 +258,7 @@ private:
     const TransferArguments& given_;
     Engine engine_;
     com::Ptr<ITrMap> maps_;
+    FirstMap firstMap_;
     TranslatorInfo target_;
     std::string database_, formerCardFile_, cardFile_;
     std::vector<std::u16string> cards_;

@@ -7,6 +7,7 @@
 #include "foundation/SilentMode.h"
 #include "registry.h"
 #include "store/ConfigStore.h"
+#include "store/CSyncHistory.h"
 #include "translators/TranslatorIds.h"
 #include "ui.h"
 #include <cstdlib>
@@ -234,20 +235,44 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     if (FAILED(hr)) return hr;
 
     GUID id1{}, id2{};
-    if (FAILED(com::call(trMap, &ITrMap::GetTranslators, target, &id1, &id2))) {
+    const bool isFirst = FAILED(com::call(trMap, &ITrMap::GetTranslators, target, &id1, &id2));
+    if (isFirst) {
         id2 = target;
         hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
-        if (FAILED(hr)) return hr;
     }
+    if (SUCCEEDED(hr)) hr = runTransfer(trMap.get(), target, id2, reverse);
+    // The settings of a first transfer that came to nothing must not serve the next one. What it linked would be copied twice without its
+    // map.
+    if (FAILED(hr) && isFirst && !linksAny(target)) removeMap(target);
+    return hr;
+}
+
+bool CSynchronizer::linksAny(const GUID& map)
+{
+    CSyncHistory history(nullptr);
+    if (FAILED(history.Open(map))) return true; // it is not known
+    history.SetSectionSuffix(run_.side(Side::One).Database, run_.side(Side::Two).Database);
+    std::vector<std::u16string> ids;
+    return FAILED(history.ListRecords(sectionOf(Side::One), ids)) || !ids.empty();
+}
+
+void CSynchronizer::removeMap(const GUID& map)
+{
+    com::Ptr<ITrManager> manager;
+    if (SUCCEEDED(createClass(__uuidof(TrManager), manager))) (void)com::call(manager, &ITrManager::DeleteMap, map);
+}
+
+HRESULT CSynchronizer::runTransfer(ITrMap* trMap, const GUID& target, const GUID& id2, bool reverse)
+{
     VARIANT direction;
     VariantInit(&direction);
     direction.vt = VT_I4;
     direction.lVal = reverse ? stImportToTrans1 : stExportFromTrans1;
-    hr = com::call(trMap, &ITrMap::SetOption, target, static_cast<LONG>(soSyncType), direction);
+    const HRESULT hr = com::call(trMap, &ITrMap::SetOption, target, static_cast<LONG>(soSyncType), direction);
     if (FAILED(hr)) return hr;
 
     std::u16string database2;
-    if (FAILED(currentDatabase2(trMap.get(), target, database2)) || database2.empty()) run_.side(Side::Two).Reconfigure = VARIANT_TRUE;
+    if (FAILED(currentDatabase2(trMap, target, database2)) || database2.empty()) run_.side(Side::Two).Reconfigure = VARIANT_TRUE;
     StoreOutlookExpressDatabase(id2, database2);
     return runReported(target, [&] {
         forgetFailedSide();

@@ -26,6 +26,10 @@ private:
     HRESULT runMap(ITrMap* trMap, const GUID& map);
     HRESULT lockMap(StoreLock& lock, const GUID& map);
     HRESULT transfer(const GUID& target, bool reverse);
+    HRESULT runTransfer(ITrMap* trMap, const GUID& target, const GUID& id2, bool reverse);
+    // Whether the history of the map that ran last links a record.
+    bool linksAny(const GUID& map);
+    static void removeMap(const GUID& map);
     HRESULT createFieldMap();
     // Runs the map until it need not be run again, and reports it as one run.
     template <class Run> HRESULT runReported(const GUID& map, Run&& run);

@@ -52,6 +52,40 @@ TEST_F(TransferRunTest, AFirstTransferMakesTheHiddenMapAndCopiesTheSelectedCards
     EXPECT_THAT(scenario.log().starting("1 BeginUpdate"), IsEmpty()) << "the card file is not written";
 }
 
+TEST_F(TransferRunTest, AFirstTransferThatFailsLeavesNoHiddenMap)
+{
+    const auto ids = addCards({u"Adams"});
+    for (const char* method : {"2 Initialize", "1 Initialize", "2 BeginUpdate"}) {
+        scenario.log().failOn(method, scenario.log().count(method) + 1, refused);
+        EXPECT_EQ(transfer(ids), refused) << method;
+        EXPECT_THAT(listedMaps(), IsEmpty()) << method;
+        EXPECT_EQ(setting(u"Database"), u"") << method;
+        EXPECT_FALSE(std::filesystem::exists(scenario.folder.data() / (com::guidText(fakeClass2) + u".xml"))) << method;
+    }
+    ASSERT_EQ(transfer(ids), S_OK);
+    EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
+}
+
+TEST_F(TransferRunTest, AFirstTransferThatFailsAfterItWroteKeepsItsMapAndCopiesNothingTwice)
+{
+    const auto ids = addCards({u"Adams", u"Brown"});
+    scenario.log().failOn("2 BeginAddRecord", 2, E_ABORT);
+    EXPECT_EQ(transfer(ids), E_ABORT);
+    ASSERT_EQ(namesIn(scenario.two()), (Names{u"Adams"}));
+    EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
+    ASSERT_EQ(transfer(ids), S_OK);
+    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"}));
+}
+
+TEST_F(TransferRunTest, ALaterTransferThatFailsKeepsTheMap)
+{
+    const auto ids = addCards({u"Adams"});
+    ASSERT_EQ(transfer({}), S_OK);
+    scenario.log().failOn("2 Initialize", scenario.log().count("2 Initialize") + 1, refused);
+    EXPECT_EQ(transfer(ids), refused);
+    EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
+}
+
 TEST_F(TransferRunTest, TheCardFileAndItsPasswordReachTheHostsTranslatorBeforeItStarts)
 {
     ASSERT_EQ(transfer({}), S_OK);

@@ -250,4 +250,25 @@ TEST_F(RecordCommandsTest, TheNewCommandsHaveHelpWithAnExample)
     }
 }
 
+TEST_F(TransferCommandsTest, AFirstTransferThatFailsLeavesNoTrace)
+{
+    fillCards(3);
+    const auto registered = [&] { return textOf(dataFolder() / "MBSync.xml"); };
+    ASSERT_EQ(json({"maps"}), Json::array());
+    const std::string before = registered();
+    const std::vector<std::vector<std::string>> failing{
+        {"transfer", "--to", "vCard=" + (home_ / "nowhere" / "deep").string(), "--cards", cards(), "--all"},
+        {"transfer", "--to", target(), "--cards", home_ / "absent.db", "--all"},
+        {"transfer", "--to", target(), "--cards", cards(), "Nobody Atall"},
+        {"transfer", "--to", "vCard", "--cards", cards(), "--all"}};
+    for (const auto& arguments : failing) {
+        const Result result = mb(arguments);
+        EXPECT_NE(result.code, 0) << testing::PrintToString(arguments);
+        EXPECT_TRUE(isOneSentence(result.error)) << result.error;
+        EXPECT_TRUE(registered() == before) << testing::PrintToString(arguments);
+    }
+    ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "--all"}).code, 0);
+    EXPECT_NE(mb({"transfer", "--to", "vCard", "--all"}).out.find("nothing to do"), std::string::npos) << "this one is remembered";
+}
+
 } // namespace
