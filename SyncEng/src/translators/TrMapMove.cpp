@@ -164,8 +164,14 @@ HRESULT STDMETHODCALLTYPE CTrManager::MoveStore(REFGUID guid, _TransIds transId,
     *pKnown = *pMissing = 0;
     *ppMessage = nullptr;
     return com::guarded([&] {
+        StoreLock lock; // a run would overwrite the history that is rewritten here
+        HRESULT hr = lock.takeMap(guid);
+        if (FAILED(hr)) {
+            com::give(ppMessage, lock.failure());
+            return hr;
+        }
         Move move(*this, guid, transId);
-        HRESULT hr = move.open(lpDatabase);
+        hr = move.open(lpDatabase);
         if (SUCCEEDED(hr)) hr = move.compare(*pKnown, *pMissing);
         if (SUCCEEDED(hr) && *pMissing > 0 && force == VARIANT_FALSE) return S_FALSE;
         if (SUCCEEDED(hr)) hr = move.keep();

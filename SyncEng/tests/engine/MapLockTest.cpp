@@ -144,6 +144,12 @@ TEST(MapLock, WhatARunRemembersIsNotChangedWhileItRuns)
         EXPECT_EQ(s.maps()->SetLastSyncDatabases(s.map(), name.get(), name.get()), codeInUse);
         EXPECT_EQ(s.maps()->SetFieldMapStatusForHistRecs(s.map(), section.get(), VARIANT_TRUE), codeInUse);
         EXPECT_EQ(view->SetRecordStatus(idTrans1, id.get(), 1), codeInUse);
+        LONG known = 0, missing = 0;
+        com::Bstr message;
+        EXPECT_EQ(s.create<IStoreMove>(__uuidof(TrManager))
+                      ->MoveStore(s.map(), idTrans1, name.get(), VARIANT_TRUE, &known, &missing, message.put()),
+                  codeInUse);
+        EXPECT_THAT(platform::utf8(message.view()), HasSubstr(", process "));
     });
     EXPECT_EQ(view->SetRecordStatus(idTrans1, id.get(), 1), S_OK);
 }
