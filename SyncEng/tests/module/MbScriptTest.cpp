@@ -83,6 +83,30 @@ TEST_F(MbScript, AFailingScriptIsToldInOneSentenceWithFileAndLine)
     EXPECT_THAT(absent.output, HasSubstr("absent.vbs"));
 }
 
+TEST_F(MbScript, AScriptGetsItsArgumentsAndItsResultIsTheExitCode)
+{
+    putText(script, "Function Main()\r\n  If Arguments(1) <> \"two \"\"words\"\"\" Then Err.Raise vbObjectError + 1, \"\", Arguments(1)\r\n"
+                    "  Main = CLng(Arguments(0)) + UBound(Arguments)\r\nEnd Function");
+    const Ended seven = mb({L"run", script.native(), L"--", L"6", L"two \\\"words\\\""});
+    EXPECT_EQ(seven.code, 7u) << seven.output;
+    EXPECT_EQ(seven.output, "");
+    EXPECT_EQ(mb({L"run", script.native(), L"--", L"-1", L"two \\\"words\\\""}).code, 0u);
+    EXPECT_EQ(runScript("Function Main()\r\n  Main = UBound(Arguments) + 1\r\nEnd Function").code, 0u) << "none are given";
+}
+
+TEST_F(MbScript, AScriptReachesBothStoresOfAMapOfTheUsers)
+{
+    const std::wstring map = addMap();
+    putText(script, "Sub Main()\r\n  Dim test, side, store, id\r\n  Set test = CreateObject(\"MBSync.SyncAutoTest.1\")\r\n"
+                    "  For side = 1 To 2\r\n    test.BeginUpdate Arguments(0), side, store\r\n    test.AddRecord store, id\r\n"
+                    "    test.WriteField store, id, 2, \"Side\" & side\r\n    test.SaveRecord store, id\r\n"
+                    "    test.EndUpdate store, False\r\n  Next\r\nEnd Sub");
+    const Ended ended = mb({L"run", script.native(), L"--", map});
+    EXPECT_EQ(ended.code, 0u) << ended.output;
+    EXPECT_FALSE(cardWith(one, "Side1").empty());
+    EXPECT_FALSE(cardWith(two, "Side2").empty());
+}
+
 TEST_F(MbScript, AHistoryIsDecodedOnlyWhereTheUserAllowsIt)
 {
     const std::wstring map = makeMap();

@@ -1,6 +1,8 @@
 // Days in the life of two folders of cards that mb keeps in step, told by exit codes, by --json, and by the cards themselves.
 #include "MbFixture.h"
 
+#include <thread>
+
 using namespace mbtest;
 using testing::HasSubstr;
 namespace fs = std::filesystem;
@@ -99,6 +101,33 @@ TEST_F(MbStory, ARunThatDeletesTooMuchIsRefusedWithBothCounts)
     EXPECT_EQ(mb({L"sync", L"--max-delete", L"many"}).code, 2u);
     EXPECT_EQ(mb({L"sync", L"--silent", L"--max-delete", L"7"}).code, 0u);
     EXPECT_EQ(cardCount(one), 5u);
+}
+
+TEST_F(MbStory, RunsThatAreStartedTogetherLeaveEachContactOnce)
+{
+    constexpr int contacts = 300;
+    const std::wstring map = makeMap(contacts);
+    std::vector<Ended> ended(3);
+    std::vector<std::thread> runs;
+    for (Ended& each : ended) runs.emplace_back([&] { each = mb({L"sync", map, L"--silent", L"--wait", L"100"}); });
+    for (std::thread& each : runs) each.join();
+    for (const Ended& each : ended) EXPECT_EQ(each.code, 0u) << each.output;
+    EXPECT_EQ(cardCount(one), static_cast<std::size_t>(contacts));
+    EXPECT_EQ(cardCount(two), static_cast<std::size_t>(contacts));
+    EXPECT_FALSE(fs::exists(installation.data() / (map + L".lock")));
+}
+
+TEST_F(MbStory, AMapThatIsInUseEndsTheRunWithACodeOfItsOwnAndNamesTheProcess)
+{
+    const std::wstring map = makeMap(3000);
+    const Ended first = mb({L"sync", map, L"--silent"}, [&](unsigned long process) {
+        while (cardCount(two) == 0) Sleep(2);
+        const Ended second = mb({L"sync", map, L"--silent", L"--wait", L"0"});
+        EXPECT_EQ(second.code, 4u) << second.output;
+        EXPECT_THAT(second.output, HasSubstr("mb, process " + std::to_string(process)));
+    });
+    EXPECT_EQ(first.code, 0u) << first.output;
+    EXPECT_EQ(cardCount(two), 3000u);
 }
 
 TEST_F(MbStory, WithoutAConsoleAQuestionEndsTheRunAndNothingIsWritten)
