@@ -1,6 +1,7 @@
 // Days in the life of two folders of cards that mb keeps in step, told by exit codes, by --json, and by the cards themselves.
 #include "MbFixture.h"
 
+#include <chrono>
 #include <thread>
 
 using namespace mbtest;
@@ -121,7 +122,7 @@ TEST_F(MbStory, AMapThatIsInUseEndsTheRunWithACodeOfItsOwnAndNamesTheProcess)
 {
     const std::wstring map = makeMap(3000);
     const Ended first = mb({L"sync", map, L"--silent"}, [&](unsigned long process) {
-        while (cardCount(two) == 0) Sleep(2);
+        while (cardCount(two) == 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
         const Ended second = mb({L"sync", map, L"--silent", L"--wait", L"0"});
         EXPECT_EQ(second.code, 4u) << second.output;
         EXPECT_THAT(second.output, HasSubstr("mb, process " + std::to_string(process)));
