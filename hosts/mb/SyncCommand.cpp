@@ -2,6 +2,7 @@
 #include "console.h"
 #include "EngineMessages.h"
 #include "Failure.h"
+#include "host.h"
 #include "MapName.h"
 #include "Options.h"
 #include "Outcome.h"
@@ -11,6 +12,7 @@
 #include "Refusal.h"
 #include "RunRecord.h"
 #include "RunSink.h"
+#include "StoreName.h"
 #include "terminal.h"
 #include "unattended.h"
 #include <chrono>
