@@ -241,10 +241,15 @@ HRESULT StoreTranslator::GetModifiedDate(BSTR lpRecID, DATE* lpModDate)
 
 HRESULT StoreTranslator::FindRecord(BSTR strRecID)
 {
-    return run([&] {
-        const std::string& id = idOf(strRecID);
-        if (!store(Step::Find).exists(id)) throw StoreError(Step::Find, "There is no record \"" + std::string(id.c_str()) + "\".");
+    const std::string* id = nullptr;
+    bool found = false;
+    const HRESULT hr = run([&] {
+        id = &idOf(strRecID);
+        found = store(Step::Open).exists(*id);
     });
+    // These two codes mean that the record is gone, and a store that could not look does not know that.
+    if (FAILED(hr)) return hr == static_cast<HRESULT>(Step::Find) || hr == E_FAIL ? E_UNEXPECTED : hr;
+    return found ? S_OK : run([&] { throw StoreError(Step::Find, "There is no record \"" + std::string(id->c_str()) + "\"."); });
 }
 
 HRESULT StoreTranslator::BeginReadRecord(BSTR lpRecID)

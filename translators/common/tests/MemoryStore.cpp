@@ -11,6 +11,7 @@ void MemoryStore::add(const std::string& id, std::map<int, std::u16string> value
 
 bool MemoryStore::exists(const std::string& id) const
 {
+    if (cannotLook) throw StoreError(Step::Find, "the disk fails");
     return std::ranges::any_of(records, [&](const MemoryRecord& record) { return record.id == id; });
 }
 

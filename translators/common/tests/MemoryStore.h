@@ -21,6 +21,7 @@ public:
     std::vector<MemoryRecord> records;
     std::set<std::string> unreadable;           // beginRead fails
     std::map<std::string, int> unreadableField; // read fails for the field of the record
+    bool cannotLook = false;                    // exists fails
     std::map<std::string, int> begun;           // how often each record was begun to be read
 
     void add(const std::string& id, std::map<int, std::u16string> values, std::map<int, std::string> images = {});

@@ -205,5 +205,18 @@ TEST_F(StoreDuplicates, NullPointersAreRefused)
     EXPECT_EQ(finder->FindDuplicate(translator1_.get(), id.get(), nullptr, nullptr), E_POINTER);
 }
 
+TEST_F(StoreDuplicates, ARecordIsGoneOnlyWhereTheStoreCouldLookForIt)
+{
+    auto translator = make<Translator>();
+    EXPECT_EQ(translator->FindRecord(com::Bstr(u"A1").get()), static_cast<HRESULT>(Step::Open)) << "no store is open";
+    MemoryStore* store = opened = new MemoryStore;
+    store->add("A1", {});
+    ASSERT_EQ(translator->Initialize(services_.get(), nullptr, VARIANT_FALSE), S_OK);
+    EXPECT_EQ(translator->FindRecord(com::Bstr(u"A1").get()), S_OK);
+    EXPECT_EQ(translator->FindRecord(com::Bstr(u"A2").get()), static_cast<HRESULT>(Step::Find));
+    store->cannotLook = true;
+    EXPECT_EQ(translator->FindRecord(com::Bstr(u"A1").get()), E_UNEXPECTED);
+}
+
 } // namespace
 } // namespace mb::plugin

@@ -65,6 +65,14 @@ template <class F> bool done(F&& call)
 
 bool isDraft(std::string_view name) { return name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix); }
 
+// In a deleted folder no file is found, and that says nothing about the files.
+void expectNotDeleted(int folder, const std::string& path)
+{
+    struct stat s;
+    if (fstat(folder, &s) != 0) fail("cannot read the folder", path);
+    if (s.st_nlink == 0) throw FileError("the folder \"" + path + "\" was deleted");
+}
+
 // A file in the making that a run left behind which was killed.
 void removeIfStale(int folder, const char* draft)
 {
@@ -163,9 +171,7 @@ std::vector<std::string> Folder::names() const
         if (isDraft(name) || (!name.starts_with('.') && endsWithFold(name, ".vcf"))) names.emplace_back(name);
     }
     if (errno != 0) fail("cannot read the folder", path_);
-    struct stat s;
-    if (fstat(folder_, &s) != 0) fail("cannot read the folder", path_);
-    if (s.st_nlink == 0) throw FileError("the folder \"" + path_ + "\" was deleted");
+    expectNotDeleted(folder_, path_);
     return names;
 }
 
@@ -211,8 +217,9 @@ std::optional<FileState> Folder::stateOf(const std::string& name) const
 {
     struct stat s;
     if (fstatat(folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) != 0) {
-        if (errno == ENOENT) return std::nullopt;
-        fail("cannot read the file", pathOf(name));
+        if (errno != ENOENT) fail("cannot read the file", pathOf(name));
+        expectNotDeleted(folder_, path_);
+        return std::nullopt;
     }
     if (!S_ISREG(s.st_mode)) refuse(pathOf(name), notPlain(s.st_mode));
     return stateFrom(s);

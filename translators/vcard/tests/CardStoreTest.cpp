@@ -174,10 +174,23 @@ TEST_F(VCardFolder, AFolderThatIsGoneFailsTheSave)
     store.beginEdit("a.vcf");
     store.write("a.vcf", kTitle, u"x");
     fs::remove_all(folder);
-    expectFailure(Step::Save, "a.vcf", [&] { store.save("a.vcf"); });
+    expectFailure(Step::Save, folder.string(), [&] { store.save("a.vcf"); });
     expectFailure(Step::Save, folder.string(), [&] { add(store, u"x"); });
     fs::create_directory(folder);
 }
+
+#ifndef _WIN32
+TEST_F(VCardFolder, ThatWasDeletedDoesNotSayThatACardIsGone)
+{
+    put("a.vcf", cardText("A"));
+    const Folder opened(folder.string());
+    EXPECT_TRUE(opened.stateOf("a.vcf"));
+    EXPECT_FALSE(opened.stateOf("b.vcf"));
+    fs::remove_all(folder);
+    EXPECT_THROW((void)opened.stateOf("a.vcf"), FileError);
+    fs::create_directory(folder);
+}
+#endif
 
 TEST_F(VCardFolder, AnEditOfAnotherProgramIsNotOverwritten)
 {
