@@ -38,6 +38,15 @@ std::filesystem::path canonicalPath(const std::filesystem::path& path);
 // Whether two databases are one place: the same file or folder where both are absolute paths that lead to one, else the same text in any
 // case of its letters.
 bool isSamePlace(std::u16string_view a, std::u16string_view b);
+// Tells two versions of a file apart that AtomicFile wrote one after the other; on Windows only if their sizes differ or the clock has
+// moved on. All missing files have the same.
+struct FileStamp {
+    std::uint64_t file = 0; // its number in the file system; 0 on Windows
+    std::int64_t written = 0;
+    std::uint64_t size = 0;
+    bool operator==(const FileStamp&) const = default;
+};
+FileStamp stampOf(const std::filesystem::path& file) noexcept;
 // The whole file; an error in `error`, also where it is larger than `limit` (errc::file_too_large).
 std::string readFile(const std::filesystem::path& file, std::error_code& error, std::uint64_t limit = UINT64_MAX);
 

@@ -2,6 +2,7 @@
 // with their options (ITrMap) in the configuration store, one section a map, and gives hosts a view of a map's history
 // (IFidemarkSupport) and lists of record identifiers by file (IFidemarkFilter).
 #pragma once
+#include "files.h"
 #include "interfaces.h"
 #include "store/CSyncHistory.h"
 #include "translators/FilterStore.h"
@@ -10,7 +11,8 @@
 
 namespace mb {
 
-class CTrManager final : public com::Object<ITrManager, ITrMapEntry, ITrMap, com::Dual<IFidemarkSupport>, com::Dual<IFidemarkFilter>, IStoreMove> {
+class CTrManager final
+    : public com::Object<ITrManager, ITrMapEntry, ITrMap, com::Dual<IFidemarkSupport>, com::Dual<IFidemarkFilter>, IStoreMove> {
 public:
     explicit CTrManager(IUnknown* outer) noexcept;
 
@@ -95,9 +97,9 @@ private:
 
     std::unique_ptr<CSyncHistory> history_; // between Initialize and Cleanup
     GUID historyMap_{};
-    std::filesystem::file_time_type historyTime_; // of the file when it was read or written last
-    std::optional<FieldValueMap> fieldData_;      // between BeginGetFieldData and EndGetFieldData
-    std::unique_ptr<FilterStore> filter_;         // between OpenStore and CloseStore
+    platform::FileStamp historyStamp_;       // of the file when it was read or written last
+    std::optional<FieldValueMap> fieldData_; // between BeginGetFieldData and EndGetFieldData
+    std::unique_ptr<FilterStore> filter_;    // between OpenStore and CloseStore
 };
 
 } // namespace mb

@@ -1,6 +1,7 @@
 // The part of CTrManager that shows hosts the records of a map's history with their status. A record that the history does not know
 // reads as one that is not there, and not as a failure.
 #include "error_text.h"
+#include "files.h"
 #include "foundation/Format.h"
 #include "text.h"
 #include "translators/CTrManager.h"
@@ -20,13 +21,6 @@ HRESULT giveIds(const std::vector<HistoryEntry>& entries, SAFEARRAY** out)
     return S_OK;
 }
 
-// Tells a file that was written since from the one that was read.
-std::filesystem::file_time_type timeOf(CSyncHistory& history)
-{
-    std::error_code error;
-    return std::filesystem::last_write_time(history.store().path(), error);
-}
-
 } // namespace
 
 HRESULT STDMETHODCALLTYPE CTrManager::Initialize(REFGUID gTrMap)
@@ -43,7 +37,7 @@ HRESULT CTrManager::openHistory()
 {
     const HRESULT hr = history_->Open(historyMap_);
     if (FAILED(hr)) platform::leaveErrorText(history_->openFailure());
-    historyTime_ = timeOf(*history_);
+    historyStamp_ = platform::stampOf(history_->store().path());
     return hr;
 }
 
@@ -89,14 +83,14 @@ HRESULT STDMETHODCALLTYPE CTrManager::SetRecordStatus(_TransIds transId, BSTR lp
             return hr;
         }
         // A run since then has written another history, which this one must not overwrite.
-        if (timeOf(*history_) != historyTime_) hr = openHistory();
+        if (platform::stampOf(history_->store().path()) != historyStamp_) hr = openHistory();
         if (SUCCEEDED(hr)) hr = history_->ReadFieldData(side, com::viewOf(lpRecID), fields);
         if (FAILED(hr)) return hr;
         fields[ftRecordStatus] = Format(u"%d", status);
         SaveScope scope(history_->store()); // both places of the status with one file written
         const HRESULT written = history_->WriteFieldData(side, com::viewOf(lpRecID), fields, false, true);
         const HRESULT saved = scope.finish();
-        historyTime_ = timeOf(*history_);
+        historyStamp_ = platform::stampOf(history_->store().path());
         return FAILED(written) ? written : saved;
     });
 }

@@ -1,4 +1,5 @@
 // A map has one run at a time, and nobody else changes its history meanwhile.
+#include "apartment.h"
 #include "dialogs/Dialog.h"
 #include "FrontEndFake.h"
 #include "People.h"
@@ -25,7 +26,10 @@ void whileInUse(const GUID& map, const std::function<void()>& work)
     std::thread([&] {
         StoreLock lock;
         ASSERT_EQ(lock.takeMap(map), S_OK);
-        std::thread(work).join();
+        std::thread([&] {
+            const platform::Apartment apartment;
+            work();
+        }).join();
     }).join();
 }
 

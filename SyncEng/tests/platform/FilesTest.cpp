@@ -557,6 +557,22 @@ TEST_F(Files, AReplacedFileStaysInItsGroup)
     EXPECT_EQ(after.st_uid, before.st_uid);
 }
 
+TEST_F(Files, TwoVersionsOfAFileHaveDifferentStamps)
+{
+    const fs::path file = at("versions");
+    EXPECT_EQ(stampOf(file), FileStamp());
+    FileStamp before;
+    for (int i = 0; i < 20; ++i) {
+        AtomicFile version(file);
+        version.write(i % 2 == 0 ? "one" : "two more");
+        ASSERT_FALSE(version.commit());
+        const FileStamp now = stampOf(file);
+        EXPECT_NE(now, before) << i;
+        EXPECT_EQ(now, stampOf(file));
+        before = now;
+    }
+}
+
 TEST_F(Files, APlaceHasOneSpelling)
 {
     const fs::path real = fs::canonical(home()) / "real";

@@ -291,6 +291,13 @@ fs::path canonicalPath(const fs::path& path)
     return full.has_filename() ? canonicalPath(full.parent_path()) / full.filename() : canonicalPath(full.parent_path());
 }
 
+FileStamp stampOf(const fs::path& file) noexcept
+{
+    struct stat s;
+    if (::stat(file.c_str(), &s) != 0) return {};
+    return {s.st_ino, std::int64_t{s.st_mtim.tv_sec} * 1'000'000'000 + s.st_mtim.tv_nsec, static_cast<std::uint64_t>(s.st_size)};
+}
+
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
 {
     try {

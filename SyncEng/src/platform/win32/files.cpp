@@ -169,6 +169,15 @@ fs::path canonicalPath(const fs::path& path)
     return full.has_filename() ? canonicalPath(full.parent_path()) / full.filename() : canonicalPath(full.parent_path());
 }
 
+FileStamp stampOf(const fs::path& file) noexcept
+{
+    WIN32_FILE_ATTRIBUTE_DATA data;
+    if (!GetFileAttributesExW(file.c_str(), GetFileExInfoStandard, &data)) return {};
+    const auto whole = [](DWORD high, DWORD low) { return std::uint64_t{high} << 32 | low; };
+    return {0, static_cast<std::int64_t>(whole(data.ftLastWriteTime.dwHighDateTime, data.ftLastWriteTime.dwLowDateTime)),
+            whole(data.nFileSizeHigh, data.nFileSizeLow)};
+}
+
 std::error_code copyReplacing(const fs::path& from, const fs::path& to) noexcept
 {
     std::error_code error;
