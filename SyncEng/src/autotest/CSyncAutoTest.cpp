@@ -4,6 +4,7 @@
 #include "files.h"
 #include "foundation/ClassTable.h"
 #include "host.h"
+#include "script.h"
 #include "store/ExportDecoded.h"
 #include "text.h"
 #include <cmath>
@@ -67,7 +68,7 @@ private:
         HRESULT STDMETHODCALLTYPE OnRunEnd(ISyncRunReport*) override { return S_OK; }
 
     private:
-        static HRESULT unlessCancelled() noexcept { return CoTestCancel() == RPC_E_CALL_CANCELED ? E_ABORT : S_OK; }
+        static HRESULT unlessCancelled() noexcept { return platform::isScriptCancelled() ? E_ABORT : S_OK; }
     };
 
     com::Ptr<Sink> sink_;

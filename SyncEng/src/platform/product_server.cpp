@@ -4,6 +4,7 @@
 #include "files.h"
 #include "library.h"
 #include "registry.h"
+#include "server_scope.h"
 #include <optional>
 
 namespace platform {
@@ -21,6 +22,13 @@ std::optional<std::filesystem::path> serverOf(std::u16string_view progId)
     return file ? pathOf(*file) : std::filesystem::path();
 }
 
+// What the scope of a registration has: the user's classes or the machine's.
+std::optional<std::filesystem::path> serverInScope(std::u16string_view progId)
+{
+    const ServerScope scope;
+    return serverOf(progId);
+}
+
 void call(const char* function, const std::filesystem::path& library)
 {
     Library server(library);
@@ -34,7 +42,8 @@ void registerUnlessTaken(std::u16string_view progId, const std::filesystem::path
 {
     (void)com::guarded([&] {
         if (!fileExists(library)) return;
-        const auto server = serverOf(progId);
+        auto server = serverInScope(progId);
+        if (!server) server = serverOf(progId);
         if (!server || (!server->empty() && !fileExists(*server))) call("DllRegisterServer", library);
     });
 }
@@ -42,7 +51,7 @@ void registerUnlessTaken(std::u16string_view progId, const std::filesystem::path
 void unregisterOwn(std::u16string_view progId, const std::filesystem::path& library) noexcept
 {
     (void)com::guarded([&] {
-        const auto server = serverOf(progId);
+        const auto server = serverInScope(progId);
         std::error_code unknown;
         if (server && std::filesystem::equivalent(*server, library, unknown)) call("DllUnregisterServer", library);
     });

@@ -35,6 +35,10 @@ protected:
     ScriptRunner() = default;
 };
 
+// Whether the script that runs on this thread was cancelled, for a method that it called. Never on Windows, where a script cannot be
+// interrupted.
+bool isScriptCancelled() noexcept;
+
 HRESULT createScriptRunner(ScriptRunner::Maker maker, std::unique_ptr<ScriptRunner>& runner);
 
 } // namespace platform

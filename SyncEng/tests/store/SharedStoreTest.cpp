@@ -1,6 +1,7 @@
 // A store file that several processes change. Here each process is a StoreFile of its own.
 #include "store/StoreFile.h"
 
+#include "apartment.h"
 #include "TestFolder.h"
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -79,6 +80,7 @@ TEST_F(SharedStores, LetNobodyInWhileASaveScopeLasts)
         SaveScope scope(first);
         EXPECT_EQ(write(first, u"A", u"one"), S_OK);
         waiting = std::thread([&] {
+            const platform::Apartment apartment;
             other = write(second, u"B", u"two");
             done = true;
         });

@@ -120,7 +120,7 @@ TextLines QuestionPages::answerLines(const Question& question) const
         std::u16string effect = platform::harmless(answer.effect);
         if (&answer == &question.answers.front()) effect += effect.empty() ? u"(Enter)" : u" (Enter)";
         if (columns_ < lead + 24) {
-            append(found, lines(key + u": " + effect));
+            append(found, lines(std::u16string(key).append(u": ").append(effect)));
             continue;
         }
         const std::u16string broken = platform::wrapped(effect, columns_ - lead);

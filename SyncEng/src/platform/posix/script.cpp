@@ -119,7 +119,7 @@ private:
         lua_createtable(state, static_cast<int>(texts.size()), 0);
         for (std::size_t i = 0; i < texts.size(); ++i) {
             lua_pushlstring(state, texts[i].data(), texts[i].size());
-            lua_rawseti(state, -2, static_cast<lua_Integer>(i + 1));
+            lua_rawseti(state, -2, static_cast<lua_Integer>(i) + 1);
         }
         lua_setglobal(state, "arg");
         return 0;
@@ -169,6 +169,8 @@ private:
 };
 
 } // namespace
+
+bool isScriptCancelled() noexcept { return CoTestCancel() == RPC_E_CALL_CANCELED; }
 
 HRESULT createScriptRunner(ScriptRunner::Maker maker, std::unique_ptr<ScriptRunner>& runner)
 {

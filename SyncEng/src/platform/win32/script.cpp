@@ -105,6 +105,8 @@ HRESULT prepare(const com::Ptr<IScriptControl>& control)
 
 } // namespace
 
+bool isScriptCancelled() noexcept { return false; }
+
 // Scripts make their objects by the control's own CreateObject, which asks the registry.
 HRESULT createScriptRunner(ScriptRunner::Maker, std::unique_ptr<ScriptRunner>& runner)
 {
