@@ -1,5 +1,4 @@
 // A map has one run at a time, and nobody else changes its history meanwhile.
-#include "apartment.h"
 #include "dialogs/Dialog.h"
 #include "FrontEndFake.h"
 #include "People.h"
@@ -8,6 +7,7 @@
 #include "text.h"
 
 #include <functional>
+#include <future>
 #include <gmock/gmock.h>
 #include <thread>
 
@@ -23,14 +23,17 @@ using testing::SizeIs;
 // Does this while another thread holds the map's lock.
 void whileInUse(const GUID& map, const std::function<void()>& work)
 {
-    std::thread([&] {
+    std::promise<HRESULT> taken;
+    std::promise<void> done;
+    std::thread holder([&] {
         StoreLock lock;
-        ASSERT_EQ(lock.takeMap(map), S_OK);
-        std::thread([&] {
-            const platform::Apartment apartment;
-            work();
-        }).join();
-    }).join();
+        taken.set_value(lock.takeMap(map));
+        done.get_future().wait();
+    });
+    EXPECT_EQ(taken.get_future().get(), S_OK);
+    work();
+    done.set_value();
+    holder.join();
 }
 
 // What another thread gets that wants to run the map now.

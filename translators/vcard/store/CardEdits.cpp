@@ -37,7 +37,7 @@ CardEdits carriedOver(const CardEdits& edits, const CardsText& before, const Car
         const auto [first, last] = byBytes.equal_range(before.card(k));
         const bool bothDeleted =
             bytes.empty() && (first == last ? same == byToken.end() : std::distance(first, last) < copiesOf(k, before));
-        const auto take = [&](const auto& other) { return carried.changed.emplace(other.second, bytes).second; };
+        const auto take = [&carried, &bytes = bytes](const auto& other) { return carried.changed.emplace(other.second, bytes).second; };
         if (!bothDeleted && std::any_of(first, last, take)) continue;
         const bool bothAlike = same != byToken.end() && theirs.card(same->second) == bytes;
         if (!bothDeleted && !bothAlike) throw ChangedByBoth{k};
