@@ -75,10 +75,11 @@ protected:
     }
     HRESULT find(const com::Ptr<ITranslator>& translator, const std::u16string& id, std::u16string& found)
     {
-        com::Bstr named(u"left over");
-        const HRESULT hr =
-            translator.as<IDuplicateFinder>()->FindDuplicate(translator1_.get(), com::Bstr(id).get(), nullptr, named.inOut());
-        found = named.text();
+        const com::Bstr leftOver(u"left over"); // stays the caller's: what comes out replaces it unseen
+        BSTR named = leftOver.get();
+        const HRESULT hr = translator.as<IDuplicateFinder>()->FindDuplicate(translator1_.get(), com::Bstr(id).get(), nullptr, &named);
+        found = com::textOf(named);
+        if (named != leftOver.get()) SysFreeString(named);
         return hr;
     }
     std::u16string find(const com::Ptr<ITranslator>& translator, const std::u16string& id)
