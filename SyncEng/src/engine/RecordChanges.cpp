@@ -152,15 +152,15 @@ bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force
 
 } // namespace
 
-bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread)
+Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread)
 {
     unread.clear();
-    if (!pass.side(side).store.hasFields()) return true;
+    if (!pass.side(side).store.hasFields()) return Compared::Changed;
     bool changed = false, storedFixed = false;
     FieldValueMap corrected;
     {
         OpenRecord record(pass, side, recordId);
-        if (!record) return true;
+        if (!record) return FAILED(record.failure) ? Compared::Unreadable : Compared::Changed;
         const auto fields = pass.fields(side);
         for (std::size_t i = 0; i < fields.size(); ++i) {
             LONG type = 0;
@@ -173,7 +173,7 @@ bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16stri
         unread = std::move(record.unread);
     }
     if (!changed && storedFixed) (void)pass.run.History->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
-    return changed;
+    return changed ? Compared::Changed : Compared::Same;
 }
 
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,

@@ -5,10 +5,12 @@
 
 namespace mb {
 
-// True at the first field that differs, and where there is nothing to compare with. An image that is gone is not a change:
-// the history is corrected instead.
-// `unread` receives the types of the fields that could not be read: "no change" says nothing about those.
-bool RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread);
+enum class Compared { Same, Changed, Unreadable };
+
+// Changed at the first field that differs, and where the history has nothing to compare with; Unreadable where the translator cannot open
+// the record. An image that is gone is not a change: the history is corrected instead.
+// `unread` receives the types of the fields that could not be read: Same says nothing about those.
+Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread);
 
 enum class ReadErrors { SkipField, GiveUp };
 

@@ -136,7 +136,7 @@ private:
             TaskAt(own_.Tasks, entry.Id) = newTask();
         else if (entry.FieldMapChanged)
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry, true);
-        else if (changedByDate(com::Bstr(card), entry))
+        else if (compare(com::Bstr(card), entry) != Compared::Same)
             TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
         return S_OK;
     }
@@ -178,13 +178,24 @@ private:
         if (!ownGone && own_.Gone.contains(entry.Id)) return contradicts(side_, entry.Id);
         if (otherGone && other_.Seen.containsExactly(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
         if (!ownGone) {
-            if (changedByDate(com::Bstr(entry.Id), entry)) storeChange(pass_, side_, entry, otherGone);
+            scanPresent(entry, otherGone);
         } else if (otherGone) {
             pass_.GoneOnBoth[side_].push_back(entry.Id);
         } else if (FindTask(other_.Tasks, entry.MappedId) == other_.Tasks.end()) {
             storeDeletion(pass_, otherSide(side_), entry, false);
         }
         return S_OK;
+    }
+
+    // A record that cannot be read is sent as a change, so that the run ends with its name. Against a deletion on the other side it is none:
+    // the deletion would be undone because of a failure.
+    void scanPresent(HistoryEntry& entry, bool otherGone)
+    {
+        const Compared found = compare(com::Bstr(entry.Id), entry);
+        if (found == Compared::Unreadable && otherGone)
+            own_.Unread[entry.Id] = {&entry, true, {}};
+        else if (found != Compared::Same)
+            storeChange(pass_, side_, entry, otherGone);
     }
 
     // A store that has a record which it did not find a moment ago does not know what it holds: nothing is deleted by its word.
@@ -194,36 +205,37 @@ private:
     }
 
     // A record whose date cannot be read is unchanged for this run, unless the run has something to do to it: see CompareUnread.
-    bool changedByDate(const com::Bstr& id, HistoryEntry& entry)
+    Compared compare(const com::Bstr& id, HistoryEntry& entry)
     {
         const std::optional<DATE> date = own_.store.modified(id.get());
         if (!date) {
             own_.Unread[entry.Id] = {&entry, true, {}};
-            return false;
+            return Compared::Same;
         }
         const DATE now = *date, then = entry.ModifiedTime;
         const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable;
-        if (now == 0.0 || then == 0.0) return changedByFields(entry);
-        if (now == then && !imagePass) return false;
+        if (now == 0.0 || then == 0.0) return compareFields(entry);
+        if (now == then && !imagePass) return Compared::Same;
         if (now > 0.0 && then > 0.0 && now > then) {
-            if (changedByFields(entry)) return true;
+            const Compared found = compareFields(entry);
             // The date moved but no field did: remember the date, so that the next run need not read the record. A record with an unread
             // field keeps its old date, or the change of that field would never be seen.
-            if (own_.Unread.contains(entry.Id)) return false;
-            entry.ModifiedTime = now;
-            (void)run_.History->WriteEntry(sectionOf(side_), entry);
-            return false;
+            if (found == Compared::Same && !own_.Unread.contains(entry.Id)) {
+                entry.ModifiedTime = now;
+                (void)run_.History->WriteEntry(sectionOf(side_), entry);
+            }
+            return found;
         }
         // Quirk kept on purpose: a date that went backwards is no change, whatever the fields hold.
-        return imagePass && changedByFields(entry);
+        return imagePass ? compareFields(entry) : Compared::Same;
     }
 
-    bool changedByFields(HistoryEntry& entry)
+    Compared compareFields(HistoryEntry& entry)
     {
         std::vector<LONG> unread;
-        const bool changed = RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
+        const Compared found = RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
         if (!unread.empty()) own_.Unread[entry.Id] = {&entry, false, std::move(unread)};
-        return changed;
+        return found;
     }
 
     HRESULT findNewRecords(double share)
@@ -299,6 +311,14 @@ bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, co
     return changes.empty(); // without a change set all fields are written
 }
 
+// Its partner stays gone, so the next run finds the deletion again.
+void holdDeletion(PipelinePass& pass, Side side, TaskList::iterator deletion)
+{
+    PassSide& own = pass.side(side);
+    WriteLogText(4, u"%s could not read the record %s. Its deletion waits for the next run.", pass.run.side(side).Name, deletion->first);
+    own.Tasks.erase(deletion);
+}
+
 } // namespace
 
 void CompareUnread(PipelinePass& pass)
@@ -314,10 +334,11 @@ void CompareUnread(PipelinePass& pass)
             const bool toChange = FindTask(other.Tasks, entry.MappedId) != other.Tasks.end();
             if (!toDelete && !toChange) continue;
             std::vector<LONG> unread;
-            if (RecordChangedSinceHistory(pass, side, entry.Id, unread))
+            const Compared found = RecordChangedSinceHistory(pass, side, entry.Id, unread);
+            if (toDelete && found != Compared::Changed && (found == Compared::Unreadable || !unread.empty()))
+                holdDeletion(pass, side, deletion);
+            else if (found != Compared::Same)
                 storeChange(pass, side, entry, toDelete);
-            else if (toDelete && !unread.empty())
-                own.Tasks.erase(deletion); // its partner stays gone, so the next run finds the deletion again
             else if (toChange && wouldOverwrite(pass, side, entry, unread))
                 other.Tasks.erase(entry.MappedId); // its date stays as it was, so the next run finds the change again
         }

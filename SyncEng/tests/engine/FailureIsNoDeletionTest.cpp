@@ -205,6 +205,31 @@ TEST_F(KnownContacts, OfWhichOneHasNoReadableDateAreNotDeletedWithTheirEdit)
     s.expectInStep();
 }
 
+// A store that vanishes in the middle of a run can read nothing any more: that is no change against the deletion of the other side.
+TEST_F(KnownContacts, OfWhichOneIsDeletedWhileItsPartnerCannotBeReadKeepTheDeletionForTheNextRun)
+{
+    s.one().remove(ids[0]);
+    s.two().touch(ids2[0]);
+    failAll("2 BeginReadRecord", E_FAIL, 3);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.writes(), IsEmpty());
+    EXPECT_THAT(s.two().records, SizeIs(3)) << "the partner may have been edited";
+    EXPECT_THAT(s.logText(), HasSubstr("could not read the record")) << "and the log tells why the contact is still there";
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(2)) << "it is not brought back";
+    s.expectInStep();
+}
+
+TEST_F(KnownContacts, OfWhichOneIsEditedWhileItsPartnerIsDeletedStandsAgainstTheDeletionOnceItCanBeRead)
+{
+    s.one().remove(ids[0]);
+    s.two().set(ids2[0], ftCity1, u"Paris");
+    failNext("2 BeginReadRecord", E_FAIL);
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.one().records, SizeIs(3)) << "looked at once more, it was edited";
+    s.expectInStep();
+}
+
 TEST(UnreadPicture, WhoseSizeCannotBeReadDoesNotOverwriteTheOtherSide)
 {
     SyncScenario pictures;
