@@ -62,11 +62,11 @@ Json eventJson(const RunEvent& event)
 
 constexpr std::size_t shownLines = 10;
 
-void tellLeftOut(const std::vector<RunEvent>& events)
+void tellFound(const std::vector<RunEvent>& events, const std::string& what)
 {
     for (std::size_t i = 0; i < std::min(events.size(), shownLines); ++i) print("  " + printable(events[i].text) + "\n");
     if (events.size() > shownLines)
-        print("  and " + std::to_string(events.size() - shownLines) + " more left out; mb sync --json lists them all\n");
+        print("  and " + std::to_string(events.size() - shownLines) + " more " + what + "; mb sync --json lists them all\n");
 }
 
 void tellConflicts(const StoreNames& stores, const std::vector<RunEvent>& conflicts)
@@ -100,7 +100,7 @@ Json outcomeJson(const Outcome& outcome)
               {"second", sideJson(events.counts(false, 1))},
               {"matched", events.linked(false)},
               {"categories", {{"first", sideJson(events.counts(true, 0))}, {"second", sideJson(events.counts(true, 1))}}}};
-    for (const char* list : {"records", "failures", "leftOut", "conflicts"}) json[list] = Json::array();
+    for (const char* list : {"records", "failures", "leftOut", "notes", "conflicts"}) json[list] = Json::array();
     for (const RunEvent& event : events.all()) {
         switch (event.action) {
         case raFailed:
@@ -112,6 +112,7 @@ Json outcomeJson(const Outcome& outcome)
                                         {"message", printable(event.text)}});
             break;
         case raLeftOut: json["leftOut"].push_back(printable(event.text)); break;
+        case raNoted: json["notes"].push_back(printable(event.text)); break;
         case raConflict:
             json["conflicts"].push_back({{"contact", printable(event.name)}, {"settled", settlementName(event.conflict)}});
             break;
@@ -140,13 +141,19 @@ void tellCounts(const std::string& title, const StoreNames& stores, const Outcom
 void tellNotes(const StoreNames& stores, const Outcome& outcome)
 {
     tellConflicts(stores, outcome.events.of(raConflict));
-    tellLeftOut(outcome.events.of(raLeftOut));
+    tellFound(outcome.events.of(raLeftOut), "left out");
+    tellFound(outcome.events.of(raNoted), "such notes");
 }
 
 std::string cancelledSentence(const Outcome& outcome)
 {
     return outcome.events.nothing() ? "Cancelled. Nothing was written."
                                     : "Cancelled. What was written before is kept, and the next run goes on from there.";
+}
+
+std::string writtenBeforeContacts(const Outcome& outcome)
+{
+    return outcome.events.nothing() ? "nothing of it was written" : "only its categories were written";
 }
 
 void throwCancelled(const Outcome& outcome) { throw Failure(cancelledSentence(outcome), exitCancelled); }

@@ -27,11 +27,13 @@ using StoreNames = std::array<std::string, 2>;
 Json outcomeJson(const Outcome& outcome);
 // A line for the run as a whole, and one for each store.
 void tellCounts(const std::string& title, const StoreNames& stores, const Outcome& outcome);
-// The contacts in conflict, and what the plug-ins left out.
+// The contacts in conflict, what the plug-ins left out, and what they noted.
 void tellNotes(const StoreNames& stores, const Outcome& outcome);
 // The sentence of a cancelled run, which says whether anything was written.
 std::string cancelledSentence(const Outcome& outcome);
-// Ends the command with it.
+// What a run wrote that ended before its contacts were written: the lists of categories come first.
+std::string writtenBeforeContacts(const Outcome& outcome);
+// Ends the command with the sentence of a cancelled run.
 [[noreturn]] void throwCancelled(const Outcome& outcome);
 
 // The two messages behind a failure as one sentence.

@@ -23,11 +23,11 @@ std::string wouldDelete(const MapInfo& map, const TooManyDeletions& tooMany)
 
 } // namespace
 
-std::string refusalSentence(const MapInfo& map, const TooManyDeletions& tooMany)
+std::string refusalSentence(const MapInfo& map, const TooManyDeletions& tooMany, const std::string& written)
 {
     const std::string name = guidName(map.guid), side = emptiedSide(tooMany) == 0 ? "first" : "second";
-    return "The run " + wouldDelete(map, tooMany) + ", and --max-delete " + tooMany.limit +
-           " is the limit; nothing of it was written. If that store was moved, type mb set \"" + name + "\" " + side +
+    return "The run " + wouldDelete(map, tooMany) + ", and --max-delete " + tooMany.limit + " is the limit; " + written +
+           ". If that store was moved, type mb set \"" + name + "\" " + side +
            " DATABASE with its new place; if the deletions are meant, type mb sync \"" + name + "\" --max-delete none.";
 }
 

@@ -5,8 +5,8 @@
 
 namespace mbhost {
 
-// Why the run was refused, and what to type next.
-std::string refusalSentence(const MapInfo& map, const TooManyDeletions& tooMany);
+// Why the run was refused, and what to type next; `written` says what it wrote before that.
+std::string refusalSentence(const MapInfo& map, const TooManyDeletions& tooMany, const std::string& written);
 // The same of a look at the plan, which is not refused.
 std::string plannedRefusal(const MapInfo& map, const TooManyDeletions& tooMany);
 // Asks on the terminal; false where nobody answers.

@@ -102,7 +102,7 @@ Outcome::End endOfStopped(const Runner& runner)
     const _RunEnd end = runner.sink().end;
     if (end == reStopped && runner.options().dryRun) return Outcome::End::Planned;
     if ((end == reStopped || end == reRefused) && runner.sink().plan.refused) return Outcome::End::Refused;
-    return runner.asks() && platform::isUnattended() ? Outcome::End::Unanswered : Outcome::End::Cancelled;
+    return end == reUnanswered ? Outcome::End::Unanswered : Outcome::End::Cancelled;
 }
 
 // The engine's refusal of a run that would delete too much.
@@ -140,7 +140,8 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     outcome.settle(
         hr, [&] { return runner.lastError(); }, told);
     if (hr == E_ABORT || hr == deletionsRefused) outcome.end = endOfStopped(runner);
-    if (outcome.end == Outcome::End::Refused) outcome.message = refusalSentence(map, *runner.sink().plan.refused);
+    if (outcome.end == Outcome::End::Refused)
+        outcome.message = refusalSentence(map, *runner.sink().plan.refused, writtenBeforeContacts(outcome));
     return outcome;
 }
 
@@ -185,10 +186,12 @@ Told failureOf(const MapInfo& map, const Outcome& outcome)
     case Outcome::End::Planned: return {};
     case Outcome::End::Cancelled: return {cancelledSentence(outcome), exitCancelled};
     case Outcome::End::Unanswered:
-        return {name + " has changes to confirm or conflicts to settle, and there is no terminal to ask " +
-                    "on; nothing of it was written. Say --yes to accept the changes, --silent to have conflicts settled too, or " +
-                    "--dry-run to see them.",
-                exitCancelled};
+        return {
+            name + " has changes to confirm or conflicts to settle, and " +
+                (platform::someoneAnswers() ? "the environment variable MB_UNATTENDED forbids to ask" : "there is no terminal to ask on") +
+                "; " + writtenBeforeContacts(outcome) + ". Say --yes to accept the changes, --silent to have conflicts settled too, or " +
+                "--dry-run to see them.",
+            exitCancelled};
     case Outcome::End::InUse: return {name + " was not run. " + outcome.message, exitInUse};
     case Outcome::End::Refused: return {outcome.message, exitFailed};
     case Outcome::End::Failed: break;
@@ -275,6 +278,7 @@ void addSyncCommand(CLI::App& app)
         "more than three, unless mb set changed it. On a terminal a run over the limit is asked about, but not with --yes.\n"
         "Maps run one after the other, also after one that failed; the exit code is that of the worst: 1 before 4 before 3.\n"
         "A map has one run at a time. Another run of it is waited for, then mb names it and the exit code is 4.\n"
+        "--json lists each record that was written, each failure and conflict, and what a plug-in left out or noted.\n"
         "Ctrl-C stops all cleanly: what was written stays, and the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"
         "  mb sync 5F49 --resync\n  mb sync --silent --json");

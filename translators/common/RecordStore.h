@@ -35,8 +35,9 @@ private:
     Step step_;
 };
 
-// Where a store tells of what it passed over.
-using Report = std::function<void(const std::string&)>;
+// What a store tells the user of: a record or a part of one that it leaves out, or something that it found and leaves nothing out for.
+enum class Finding { LeftOut, Note };
+using Report = std::function<void(Finding, const std::string&)>;
 
 // The default of a picture is that the store has none and takes none.
 class RecordStore {
@@ -47,8 +48,8 @@ public:
     [[nodiscard]] virtual const std::string& idAt(std::size_t index) const = 0; // index below count()
     [[nodiscard]] virtual bool exists(const std::string& id) const = 0;
     // The identifier that a record known as id has now; empty if that is id still, or if there is no such record. The engine asks for all
-    // known identifiers before any other question. If an answer is not empty, it asks for all of them once more and takes the second answers,
-    // so that a store may need to know all of them to tell.
+    // known identifiers before any other question. If an answer is not empty, it asks for all of them once more and takes the second
+    // answers, so that a store may need to know all of them to tell.
     [[nodiscard]] virtual std::string updatedId(const std::string&) { return {}; }
     // Nanoseconds since 1970, UTC.
     [[nodiscard]] virtual std::int64_t created(const std::string& id) const = 0;

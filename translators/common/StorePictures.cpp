@@ -34,7 +34,7 @@ void StoreTranslator::writePicture(const std::string& id, const PluginField& fie
     if (path.empty()) return records.writeImage(id, field.type, {});
     const std::string bytes = readPictureFile(platform::pathOf(path));
     if (!bytes.empty()) return records.writeImage(id, field.type, bytes);
-    leaveOut("record \"" + id + "\": its new picture is no JPEG file, or is too large, and is left out");
+    tell(Finding::LeftOut, "record \"" + id + "\": its new picture is no JPEG file, or is too large, and is left out");
 }
 
 const StoreTranslator::Picture& StoreTranslator::picture() const

@@ -112,12 +112,13 @@ RecordStore& StoreTranslator::store(Step step)
 }
 
 // The text is a format to the log, so a percent sign is doubled there.
-void StoreTranslator::leaveOut(const std::string& text) noexcept
+void StoreTranslator::tell(Finding finding, const std::string& text) noexcept
 {
-    if (!log_ && !report_) return;
     (void)com::guarded([&] {
         const std::u16string told = std::u16string(info_.shortName) + u": " + platform::utf16(text);
-        if (report_) return report_->LeftOut(com::Bstr(told).get());
+        if (finding == Finding::LeftOut && report_) return report_->LeftOut(com::Bstr(told).get());
+        if (finding == Finding::Note && notes_) return notes_->Note(com::Bstr(told).get());
+        if (!log_) return S_OK;
         std::u16string line;
         for (const char16_t c : told) line.append(c == u'%' ? 2 : 1, c);
         return log_->AppendString(com::Bstr(line).get());
@@ -131,8 +132,9 @@ void StoreTranslator::open(ITrServices* services, std::u16string_view database, 
     store_.reset();
     log_ = com::Ptr<ITrServices>(services).tryAs<ILogFile>();
     report_ = com::Ptr<ITrServices>(services).tryAs<ITranslatorReport>();
+    notes_ = com::Ptr<ITrServices>(services).tryAs<ITranslatorNotes>();
     ofCategories_ = openStore == info_.openCategories;
-    store_ = openStore(platform::utf8(database), [this](const std::string& text) { leaveOut(text); });
+    store_ = openStore(platform::utf8(database), [this](Finding finding, const std::string& text) { tell(finding, text); });
     database_ = database;
 }
 

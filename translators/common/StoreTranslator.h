@@ -146,7 +146,7 @@ private:
     const Picture& picture() const;
     std::u16string readPicture(const std::string& id, const PluginField& field);
     void writePicture(const std::string& id, const PluginField& field, const VARIANT& value);
-    void leaveOut(const std::string& text) noexcept;
+    void tell(Finding finding, const std::string& text) noexcept;
 
     const PluginInfo& info_;
     std::unique_ptr<RecordStore> store_;
@@ -155,6 +155,7 @@ private:
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     com::Ptr<ITranslatorReport> report_; // null with an older engine
+    com::Ptr<ITranslatorNotes> notes_;   // null with an older engine
     std::u16string lastError_;
     std::string notBegun_; // why the last addition or edit could not begin; its caller may go on to write, and hears of it then
     // The identifier of the last call and its UTF-8: most calls are about the same record as the one before.

@@ -12,7 +12,9 @@ ConflictPrompt* installed = nullptr;
 template <class Dlg, class Question> bool askUser(Question& question)
 {
     Dlg dialog(question);
-    return ShowDialog(dialog, question.parent) == idOk;
+    const int ending = ShowDialog(dialog, question.parent);
+    question.Unanswered = dialog.unanswered();
+    return ending == idOk;
 }
 
 } // namespace

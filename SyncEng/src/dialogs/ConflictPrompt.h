@@ -26,6 +26,7 @@ struct ConflictQuestion {
     // The answer.
     LONG Resolution = croMerge; // may be preset
     bool ApplyToAll = false;
+    bool Unanswered = false;                            // there was nobody to ask
     std::vector<LONG> ConflictFields1, ConflictFields2; // in step, the fields that the list of the question walked
 };
 
@@ -39,6 +40,7 @@ struct DeleteConflictQuestion {
     HWND parent = nullptr;
     LONG Resolution = croTrans1Wins;
     bool ApplyToAll = false;
+    bool Unanswered = false; // there was nobody to ask
 };
 
 class ConflictPrompt {

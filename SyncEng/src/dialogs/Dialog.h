@@ -26,6 +26,12 @@ public:
     // The user's acts.
     void press(int button);
     void close() { press(idCancel); } // the cross of the window, or the end of the input
+    // In place of the user's acts: the dialog could not be shown to anybody. It ends as a closed one does.
+    void closeUnanswered()
+    {
+        unanswered_ = true;
+        close();
+    }
     void choose(int radio);
     void check(int box, bool on);
     void select(int list, int row); // -1 takes the selection away
@@ -39,6 +45,8 @@ public:
     [[nodiscard]] std::optional<int> ending() const noexcept { return ending_; }
     // Whether a translator reported the user's cancel while the dialog was shown.
     [[nodiscard]] bool cancelledByTranslator() const noexcept { return cancelledByTranslator_; }
+    // Whether there was nobody to show the dialog to.
+    [[nodiscard]] bool unanswered() const noexcept { return unanswered_; }
     HWND window = nullptr; // set by the front end while it shows the dialog; owns messages and inner dialogs
 
 protected:
@@ -58,7 +66,7 @@ private:
     Control* active(int id, ControlKind kind) noexcept;
     Control* activeList(int id, int row) noexcept;
     std::optional<int> ending_;
-    bool cancelledByTranslator_ = false;
+    bool cancelledByTranslator_ = false, unanswered_ = false;
 };
 
 // How dialogs reach the user.

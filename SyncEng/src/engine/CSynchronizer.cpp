@@ -160,7 +160,7 @@ template <class Run> HRESULT CSynchronizer::runReported(const GUID& map, Run&& r
     if (SUCCEEDED(hr))
         run_.Report.end(reDone, hr, {});
     else if (hr == E_ABORT)
-        run_.Report.end(run_.StoppedByHost ? reStopped : reCancelled, hr, {});
+        run_.Report.end(run_.Abort, hr, {});
     else
         run_.Report.end(hr == codeDeletionsRefused ? reRefused : reFailed, hr, FailureText(run_, hr));
     return hr;

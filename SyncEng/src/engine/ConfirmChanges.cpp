@@ -37,7 +37,9 @@ bool wantsConfirmation(PipelinePass& pass)
 HRESULT askUser(RunState& run, const PlannedChanges& changes)
 {
     CConfirmationDlg dialog(changes);
-    switch (ShowDialog(dialog, run.ParentWindow)) {
+    const int ending = ShowDialog(dialog, run.ParentWindow);
+    if (dialog.unanswered()) run.Abort = reUnanswered;
+    switch (ending) {
     case idOk: return S_OK;
     case idReSync: run.ResyncRequested = true; return codeReSync;
     default: return E_ABORT;

@@ -122,7 +122,7 @@ HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes)
     const auto review = pass.run.EventSink.tryAs<ISyncReview>();
     if (!review) return S_OK;
     const HRESULT hr = PlanTeller(pass, changes, review.get()).tell();
-    pass.run.StoppedByHost = hr == E_ABORT;
+    if (hr == E_ABORT) pass.run.Abort = reStopped;
     return hr;
 }
 

@@ -105,6 +105,12 @@ private:
                 run_.side(side).Database};
     }
 
+    Asked notAnswered(bool nobodyAsked)
+    {
+        if (nobodyAsked) run_.Abort = reUnanswered;
+        return Asked::Cancelled;
+    }
+
     Asked askDelete(const ConflictPair& pair, LONG& resolution)
     {
         if (ApplyAllDelete) return Asked::Answered;
@@ -118,7 +124,7 @@ private:
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;
         question.parent = run_.ParentWindow;
-        if (!AskConflict(question)) return Asked::Cancelled;
+        if (!AskConflict(question)) return notAnswered(question.Unanswered);
         resolution = question.Resolution;
         if (question.ApplyToAll) {
             ApplyAllDelete = true;
@@ -145,7 +151,7 @@ private:
         question.SyncImages = run_.imagesUsable();
         question.parent = run_.ParentWindow;
         if (run_.FieldMapRebuilt) question.Resolution = croTrans1Wins;
-        if (!AskConflict(question)) return Asked::Cancelled;
+        if (!AskConflict(question)) return notAnswered(question.Unanswered);
         resolution = question.Resolution;
         pair.Scratch1 = std::move(question.ChangeMap1);
         pair.Scratch2 = std::move(question.ChangeMap2);

@@ -134,7 +134,7 @@ RunReport::~RunReport() = default;
 void RunReport::begin(const com::Ptr<ISyncEvents>& sink, const GUID& map)
 {
     report_.reset();
-    leftOut_.clear();
+    told_.clear();
     sink_ = sink.tryAs<ISyncReport>();
     if (!sink_) return;
     report_ = com::make<CRunReport>();
@@ -144,7 +144,7 @@ void RunReport::begin(const com::Ptr<ISyncEvents>& sink, const GUID& map)
 
 void RunReport::startOver()
 {
-    leftOut_.clear();
+    told_.clear();
     if (report_) std::erase_if(report_->items, [](const auto& item) { return !isWrite(item->entry.action); });
 }
 
@@ -187,14 +187,14 @@ void RunReport::failed(ReportEntry entry)
     add(std::move(entry));
 }
 
-void RunReport::leftOut(Side side, const std::u16string& text)
+void RunReport::tellOnce(Side side, _ReportAction action, const std::u16string& text)
 {
     WriteLogText(8, u"%s", text);
     if (!report_) return;
-    if (!leftOut_.emplace(side, text).second) return;
+    if (!told_.emplace(side, text).second) return;
     ReportEntry entry;
     entry.side = side;
-    entry.action = raLeftOut;
+    entry.action = action;
     entry.text = text;
     add(std::move(entry));
 }

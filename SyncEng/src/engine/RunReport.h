@@ -55,15 +55,18 @@ public:
     // A record could not be written. The log tells the failure once, when the run ends.
     void failed(ReportEntry entry);
     // A translator leaves something out; the text stands in the log each time, and in the report once.
-    void leftOut(Side side, const std::u16string& text);
+    void leftOut(Side side, const std::u16string& text) { tellOnce(side, raLeftOut, text); }
+    // A translator found something and leaves nothing out for it; told in the same way.
+    void noted(Side side, const std::u16string& text) { tellOnce(side, raNoted, text); }
 
 private:
+    void tellOnce(Side side, _ReportAction action, const std::u16string& text);
     void add(ReportEntry&& entry);
 
     com::Ptr<ISyncReport> sink_;
     com::Ptr<CRunReport> report_;
     _SyncPass pass_ = passContacts;
-    std::set<std::pair<Side, std::u16string>> leftOut_; // what was told
+    std::set<std::pair<Side, std::u16string>> told_; // by the translators
 };
 
 } // namespace mb

@@ -22,6 +22,13 @@ HRESULT STDMETHODCALLTYPE CRunServices::LeftOut(BSTR text)
     });
 }
 
+HRESULT STDMETHODCALLTYPE CRunServices::Note(BSTR text)
+{
+    return com::guarded([&] {
+        if (report_) report_->noted(side_, com::textOf(text));
+    });
+}
+
 // The part answers with a pointer that counts on this object; that count is given back, since the caller takes its own.
 IUnknown* CRunServices::findOther(REFIID riid) noexcept
 {

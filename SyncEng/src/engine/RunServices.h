@@ -4,7 +4,7 @@
 
 namespace mb {
 
-class CRunServices final : public com::Object<ITrServices, ITranslatorReport> {
+class CRunServices final : public com::Object<ITrServices, ITranslatorReport, ITranslatorNotes> {
 public:
     explicit CRunServices(IUnknown* outer);
     // The report must outlive the run; leave() is called before it goes, since a translator may keep this object.
@@ -12,6 +12,7 @@ public:
     void leave() noexcept { report_ = nullptr; }
 
     HRESULT STDMETHODCALLTYPE LeftOut(BSTR text) override;
+    HRESULT STDMETHODCALLTYPE Note(BSTR text) override;
 
 private:
     IUnknown* findOther(REFIID riid) noexcept override;

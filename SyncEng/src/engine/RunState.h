@@ -68,7 +68,7 @@ struct RunState {
     bool ContactPassPending = false; // this run of SyncOneMap follows a category pass
     bool CategoriesBarred = false;   // no category pass may happen
     bool OnlyPlanned = false;        // the host was told of this pass and wants nothing of it written
-    bool StoppedByHost = false;      // the host's ISyncReview ended this run
+    _RunEnd Abort = reCancelled;     // what an E_ABORT of this run means: reCancelled, reStopped or reUnanswered
 
     std::u16string TransferFile, TransferPassword;
     SAFEARRAY* TransferCards = nullptr; // borrowed while a transfer runs; set is the test for a transfer

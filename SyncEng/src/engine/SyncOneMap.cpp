@@ -36,7 +36,8 @@ public:
     HRESULT run()
     {
         run_.ImagesAvailable = true;
-        run_.HistoryVoid = run_.StoppedByHost = false;
+        run_.HistoryVoid = false;
+        run_.Abort = reCancelled;
         for (const Side side : bothSides) {
             run_.side(side).Database.clear();
             run_.side(side).DatabaseKnown = false;
@@ -213,7 +214,7 @@ private:
 
     HRESULT logCancel() const
     {
-        WriteLogResource(1, run_.StoppedByHost ? 340 : 155);
+        WriteLogResource(1, run_.Abort == reStopped ? 340 : run_.Abort == reUnanswered ? 342 : 155);
         return E_ABORT;
     }
 

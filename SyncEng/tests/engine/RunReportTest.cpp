@@ -1,5 +1,6 @@
 // What a run tells its host of itself, event by event, as data: through ISyncReport on the host's sink.
 #include "foundation/Log.h"
+#include "FrontEndFake.h"
 #include "People.h"
 #include "SyncScenario.h"
 #include "text.h"
@@ -21,7 +22,7 @@ std::string textOf(const com::Bstr& text) { return platform::utf8(text.view()); 
 std::string lineOf(ISyncReportItem* item)
 {
     static constexpr const char* passes[] = {"", "categories", "contacts"};
-    static constexpr const char* actions[] = {"", "created", "updated", "deleted", "linked", "conflict", "failed", "left out"};
+    static constexpr const char* actions[] = {"", "created", "updated", "deleted", "linked", "conflict", "failed", "left out", "noted"};
     LONG pass = 0, side = 0, action = 0, count = 0, conflict = 0, code = 0;
     com::Bstr name, id, partner, text;
     EXPECT_EQ(item->GetPass(&pass), S_OK);
@@ -104,7 +105,7 @@ public:
 
 class RunReport : public testing::Test {
 protected:
-    HRESULT sync(bool again = false)
+    HRESULT sync(bool again = false, bool silent = true)
     {
         s.makeMap();
         sink->lines.clear();
@@ -116,12 +117,14 @@ protected:
         com::check(synchronizer.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point.put()));
         com::check(point->Advise(static_cast<ISyncEvents*>(sink.get()), &cookie));
         com::check(synchronizer->Initialize(nullptr, VARIANT_FALSE));
-        const HRESULT hr = again ? synchronizer.as<IReSynchronizer>()->ReSynchronize(s.map(), VARIANT_TRUE)
-                                 : synchronizer->Synchronize(s.map(), VARIANT_TRUE);
+        const VARIANT_BOOL asksNothing = silent ? VARIANT_TRUE : VARIANT_FALSE;
+        const HRESULT hr = again ? synchronizer.as<IReSynchronizer>()->ReSynchronize(s.map(), asksNothing)
+                                 : synchronizer->Synchronize(s.map(), asksNothing);
         (void)point->Unadvise(cookie);
         return hr;
     }
     SyncScenario s;
+    mbtest::FrontEndFake user; // says no
     com::Ptr<ReportSink> sink = com::make<ReportSink>();
 };
 
@@ -220,6 +223,39 @@ TEST_F(RunReport, ARunThatItsHostStopsIsNoCancelOfTheUsers)
     EXPECT_THAT(s.logText(), HasSubstr("The program that started the synchronization stopped it before anything was written"));
 }
 
+TEST_F(RunReport, ASummaryThatNobodyCouldBeShownIsNoCancelOfTheUsers)
+{
+    user.nobody = true;
+    s.one().add(person(u"Ada", u"Lovelace"));
+    EXPECT_EQ(sync(false, false), E_ABORT);
+    EXPECT_THAT(sink->runs, ElementsAre("begin", "contacts", "end 6"));
+    EXPECT_THAT(s.logText(), Not(HasSubstr("cancelled by the user")));
+    EXPECT_THAT(s.logText(), HasSubstr("A question could not be asked"));
+    user.nobody = false;
+    EXPECT_EQ(sync(false, false), E_ABORT);
+    EXPECT_EQ(sink->runs.back(), "end 2") << "a user who says no";
+    EXPECT_THAT(s.lastLog(), HasSubstr("cancelled by the user"));
+}
+
+TEST_F(RunReport, AConflictThatNobodyCouldBeAskedAboutIsNoCancelOfTheUsers)
+{
+    const auto ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}});
+    const auto grace = s.one().add({{ftFirstName, u"Grace"}, {ftLastName, u"Hopper"}, {ftCity1, u"London"}});
+    ASSERT_EQ(sync(), S_OK);
+    user.nobody = true;
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().set(s.two().order.front(), ftCity1, u"Rome");
+    EXPECT_EQ(sync(false, false), E_ABORT);
+    EXPECT_EQ(sink->runs.back(), "end 6");
+    s.one().set(ada, ftCity1, u"Rome");
+    s.one().remove(grace);
+    s.two().set(s.two().order.back(), ftCity1, u"Oslo");
+    EXPECT_EQ(sync(false, false), E_ABORT);
+    EXPECT_EQ(sink->runs.back(), "end 6") << "changed on one side, deleted on the other";
+    EXPECT_THAT(s.logText(), Not(HasSubstr("cancelled by the user")));
+    EXPECT_EQ(user.captions.size(), 2u);
+}
+
 TEST_F(RunReport, ARefusedRunTellsWhy)
 {
     for (const char16_t* last : {u"One", u"Two", u"Three", u"Four"}) s.one().add(person(u"A", last));
@@ -285,6 +321,15 @@ TEST_F(RunReport, WhatATranslatorLeavesOutIsToldOnceAndLoggedAsItStands)
     ASSERT_EQ(sync(), S_OK);
     EXPECT_THAT(sink->lines, ElementsAre("categories 2 left out  [ ] a card of 100%s, line 3"));
     EXPECT_THAT(s.logText(), HasSubstr("a card of 100%s, line 3"));
+}
+
+TEST_F(RunReport, WhatATranslatorNotesIsNotToldAsLeftOut)
+{
+    s.two().options.notes = u"a line of 100%s";
+    s.one().options.categories = s.two().options.categories = true;
+    ASSERT_EQ(sync(), S_OK);
+    EXPECT_THAT(sink->lines, ElementsAre("categories 2 noted  [ ] a line of 100%s"));
+    EXPECT_THAT(s.logText(), HasSubstr("a line of 100%s"));
 }
 
 // ---- Two stores of one kind are told apart --------------------------------------------------------------------------------------------

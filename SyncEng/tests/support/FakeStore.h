@@ -65,6 +65,7 @@ struct FakeOptions {
     std::u16string database, shortName = u"Fake", longName = u"Fake store", description = u"A store of the tests";
     std::u16string errorMessage1, errorMessage2;
     std::u16string leavesOut; // told through ITranslatorReport each time that the translator is started
+    std::u16string notes;     // and this through ITranslatorNotes
     std::optional<LONG> errorCode;
     // The n-th identifier of the store, n from 1; without it the prefix and six digits.
     std::function<std::u16string(int)> makeId;

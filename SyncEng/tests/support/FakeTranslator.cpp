@@ -96,6 +96,8 @@ void FakeTranslator::tellLeftOut(ITrServices* services)
 {
     const auto report = com::Ptr<ITrServices>(services).tryAs<ITranslatorReport>();
     if (report && !options().leavesOut.empty()) com::check(report->LeftOut(com::Bstr(options().leavesOut).get()));
+    const auto notes = com::Ptr<ITrServices>(services).tryAs<ITranslatorNotes>();
+    if (notes && !options().notes.empty()) com::check(notes->Note(com::Bstr(options().notes).get()));
 }
 
 HRESULT STDMETHODCALLTYPE FakeTranslator::Initialize(ITrServices* pServices, HWND, VARIANT_BOOL bReconfig)

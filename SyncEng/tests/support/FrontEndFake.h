@@ -17,6 +17,7 @@ public:
 
     // What is done to the dialogs, one entry each; with none left this is pressed. A dialog that is still open then is closed.
     int byDefault = mb::idCancel;
+    bool nobody = false; // there is no user
     std::deque<std::function<void(mb::Dialog&)>> script;
     std::vector<std::u16string> captions, messages;
 
@@ -27,6 +28,7 @@ public:
     void run(mb::Dialog& dialog, HWND) override
     {
         captions.push_back(dialog.model().caption);
+        if (nobody) return dialog.closeUnanswered();
         if (!script.empty()) {
             const auto act = script.front();
             script.pop_front();

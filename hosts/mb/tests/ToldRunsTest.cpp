@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
+#include <set>
 #include <thread>
 
 using namespace mbtest;
@@ -138,6 +139,58 @@ TEST_F(ToldRunsTest, StatusTellsHowTheLastRunEnded)
     fs::rename(folder(), home_ / "away");
     EXPECT_EQ(mb({"sync", "--silent"}).code, 1);
     EXPECT_EQ(status(), "failed");
+}
+
+TEST_F(ToldRunsTest, AQuestionThatNobodyCouldBeAskedIsNoCancelOfTheUsersInTheLog)
+{
+    const std::string map = makeMap(3);
+    ASSERT_EQ(mb({"sync"}).code, 3);
+    const std::string log = textOf(dataFolder() / "MBSync.log");
+    EXPECT_FALSE(has(log, "cancelled by the user")) << log;
+    EXPECT_TRUE(has(log, "A question could not be asked")) << log;
+    run_.environment["MB_UNATTENDED"] = "1";
+    const Result run = talk({"sync"}, {});
+    EXPECT_EQ(run.code, 3);
+    EXPECT_TRUE(has(run.out + run.error, "MB_UNATTENDED forbids to ask")) << "there is a terminal: " << run.out << run.error;
+    EXPECT_EQ(status(), "unanswered");
+}
+
+TEST_F(ToldRunsTest, AnUnansweredRunSaysThatItsCategoriesWereWritten)
+{
+    (void)makeMap(1);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir"}).code, 0);
+    const Result run = mb({"sync"});
+    EXPECT_EQ(run.code, 3);
+    EXPECT_TRUE(has(run.out, "categories: 1 created")) << run.out;
+    EXPECT_FALSE(has(run.error, "nothing of it was written")) << run.error;
+    EXPECT_TRUE(has(run.error, "only its categories were written")) << run.error;
+}
+
+// The names of all members, of inner objects too.
+static void collectMembers(const Json& value, std::set<std::string>& names)
+{
+    if (value.is_object())
+        for (const auto& [name, inner] : value.items()) names.insert(name);
+    if (value.is_structured())
+        for (const Json& inner : value) collectMembers(inner, names);
+}
+
+TEST_F(ToldRunsTest, EveryMemberOfTheJsonOfARunIsDocumented)
+{
+    (void)makeMap(3);
+    const std::string document = textOf(fs::path(EXAMPLES_FOLDER).parent_path() / "json.md");
+    std::set<std::string> names;
+    collectMembers(json({"sync", "--dry-run"}), names);
+    collectMembers(json({"sync", "--silent"}), names);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Title", "Boss"}).code, 0);
+    collectMembers(json({"sync", "--dry-run"}), names);
+    removeCards(3);
+    collectMembers(Json::parse(mb({"sync", "--silent", "--json"}).out), names);
+    collectMembers(json({"sync", "--dry-run"}), names);
+    fs::create_directories(home_ / "Copies");
+    collectMembers(json({"transfer", "--to", "vCard=" + (home_ / "Copies").string(), "--all"}), names);
+    for (const char* member : {"notes", "fields", "limit", "card_file", "message"}) EXPECT_TRUE(names.contains(member)) << member;
+    for (const std::string& name : names) EXPECT_TRUE(has(document, "`" + name + "`")) << name;
 }
 
 TEST_F(ToldRunsTest, ARunThatWasKilledIsUnfinished)

@@ -148,7 +148,7 @@ CardFile::~CardFile()
     try {
         close();
     } catch (const std::exception& e) {
-        if (report_) report_(e.what());
+        if (report_) report_(plugin::Finding::LeftOut, e.what());
     }
 }
 

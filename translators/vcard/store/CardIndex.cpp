@@ -250,14 +250,16 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
     return file;
 }
 
-void CardIndex::refresh(const std::function<void(const std::string&)>& report)
+void CardIndex::refresh(const plugin::Report& report)
 {
     if (!takeLeft()) compare();
-    for (const std::string& name : leftOut_) report(folder_.pathOf(name) + ": left out, the name of a card is valid UTF-8");
+    for (const std::string& name : leftOut_)
+        report(plugin::Finding::LeftOut, folder_.pathOf(name) + ": left out, the name of a card is valid UTF-8");
     for (FileRecord& file : files_) {
-        if (file.bad()) report(folder_.pathOf(file.faultyPlace()) + ": left out, " + file.badText);
+        if (file.bad()) report(plugin::Finding::LeftOut, folder_.pathOf(file.faultyPlace()) + ": left out, " + file.badText);
         if (const std::size_t line = std::exchange(file.noProperty, 0))
-            report(folder_.pathOf(file.name) + ", line " + std::to_string(line) + ": no property of a card, the line is kept as it is");
+            report(plugin::Finding::Note,
+                   folder_.pathOf(file.name) + ", line " + std::to_string(line) + ": no property of a card, the line is kept as it is");
     }
 }
 

@@ -10,6 +10,7 @@
 #pragma once
 #include "Folder.h"
 #include "LineReader.h"
+#include "RecordStore.h"
 
 #include <array>
 #include <cstdint>
@@ -65,7 +66,7 @@ public:
     // Compares the folder with what is known and opens what is new. Reports every file that is left out, and once each
     // changed file with a line that is no property. Throws a FileError if the
     // folder or a file cannot be read: nothing is known of its cards then, and absent cards would pass for deleted ones.
-    void refresh(const std::function<void(const std::string&)>& report);
+    void refresh(const plugin::Report& report);
     void save(); // the cache, if anything changed
     // Leaves what is known to the next index of the same folder, if that is made at once and the folder's names are the same; this one
     // knows of no file any more. A run opens a folder twice, for its categories and for its cards.

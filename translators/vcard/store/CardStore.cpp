@@ -25,7 +25,7 @@ CardStore::~CardStore()
     try {
         close();
     } catch (const std::exception& e) {
-        report_(e.what());
+        report_(plugin::Finding::LeftOut, e.what());
     }
 }
 

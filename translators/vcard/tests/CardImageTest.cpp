@@ -103,11 +103,11 @@ protected:
     }
     CardStore open(const char* name = "cards")
     {
-        return {(root / name).string(), (root / "cache").string(), [](const std::string&) {}};
+        return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}};
     }
     CardCategories categories(const char* name = "cards")
     {
-        return {(root / name).string(), (root / "cache").string(), [](const std::string&) {}};
+        return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}};
     }
     // A listing is left to the next opening only where the names have been at rest.
     static void rest() { std::this_thread::sleep_for(std::chrono::milliseconds(150)); }

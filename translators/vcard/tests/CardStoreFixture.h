@@ -38,7 +38,8 @@ protected:
     CardStore open(const fs::path& database)
     {
         reports.clear();
-        return CardStore(database.string(), (root / "cache").string(), [this](const std::string& text) { reports += text + "\n"; });
+        return CardStore(database.string(), (root / "cache").string(),
+                         [this](plugin::Finding, const std::string& text) { reports += text + "\n"; });
     }
     void put(const std::string& name, const std::string& bytes) { writeBytes(folder / name, bytes); }
     std::string get(const std::string& name) { return readBytes(folder / name); }

@@ -144,7 +144,9 @@ TEST_F(VCardFolder, ALineThatIsNoPropertyIsKeptAndToldOnce)
     put("a.vcf", card);
     put("many.vcf", cardText("1", "u1") + "# between\r\n" + cardText("2", "u2"));
     std::this_thread::sleep_for(std::chrono::milliseconds(150)); // then the next opening takes over what this one finds out
-    CardCategories(folder.string(), (root / "cache").string(), [this](const std::string& text) { reports += text + "\n"; }).takeNames();
+    CardCategories(folder.string(), (root / "cache").string(), [this](plugin::Finding, const std::string& text) {
+        reports += text + "\n";
+    }).takeNames();
     EXPECT_NE(reports.find((folder / "a.vcf").string() + ", line 1: no property"), std::string::npos) << reports;
     EXPECT_NE(reports.find((folder / "many.vcf").string() + ", line 8: no property"), std::string::npos) << reports;
     for (int run = 0; run < 2; ++run) {

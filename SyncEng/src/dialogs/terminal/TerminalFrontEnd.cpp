@@ -168,7 +168,7 @@ void TerminalFrontEnd::run(Dialog& dialog, HWND)
 {
     const bool outermost = !console_;
     if (outermost) console_ = open_();
-    if (!console_) return dialog.close();
+    if (!console_) return dialog.closeUnanswered();
     try {
         Conversation(dialog, *console_).run();
     } catch (...) {

@@ -12,7 +12,7 @@ class TerminalFrontEnd final : public DialogFrontEnd {
 public:
     using OpenConsole = std::function<std::unique_ptr<platform::Console>()>;
 
-    // Opened at the first dialog. None means that nobody answers: every dialog is then closed at once.
+    // Opened at the first dialog. None means that nobody answers: every dialog is then closed unanswered.
     explicit TerminalFrontEnd(OpenConsole open) : open_(std::move(open)) {}
     void run(Dialog& dialog, HWND parent) override;
     void tell(HWND parent, std::u16string_view text, std::u16string_view caption, platform::MessageKind kind) override;

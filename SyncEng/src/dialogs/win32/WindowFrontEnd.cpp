@@ -37,11 +37,11 @@ private:
 
 void WindowFrontEnd::run(Dialog& dialog, HWND parent)
 {
-    if (platform::isUnattended()) return dialog.close();
+    if (platform::isUnattended()) return dialog.closeUnanswered();
     platform::prepareListViews();
     const Templates templates(dialog.model().layout);
     DialogWindow(dialog).run(templates.module(), IsWindow(parent) ? parent : nullptr);
-    if (!dialog.ending()) dialog.close(); // there was no window to ask in, or it was destroyed
+    if (!dialog.ending()) dialog.closeUnanswered(); // there was no window to ask in, or it was destroyed
 }
 
 DialogFrontEnd& DefaultFrontEnd()

@@ -134,7 +134,7 @@ TEST_F(VCardFolder, TheListOfCategoriesIsForItsOwnerAlone)
 {
     const mode_t before = ::umask(022);
     put("a.vcf", cardText("A"));
-    CardCategories(folder.string(), (root / "cache").string(), [](const std::string&) {}).keep({u"Friends"});
+    CardCategories(folder.string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}).keep({u"Friends"});
     EXPECT_EQ(fs::status(folder / ".mbsync-categories").permissions(), fs::perms(0600));
     ::umask(before);
 }
@@ -272,7 +272,7 @@ TEST_F(VCardFolder, AFolderOrOneFileMayBeReachedByALink)
 
 TEST_F(VCardFolder, AListOfCategoriesThatIsNoFileFailsTheOpening)
 {
-    const auto categories = [&] { return CardCategories(folder.string(), {}, [](const std::string&) {}).takeNames(); };
+    const auto categories = [&] { return CardCategories(folder.string(), {}, [](plugin::Finding, const std::string&) {}).takeNames(); };
     put(".mbsync-categories", "Friends\n");
     EXPECT_EQ(categories().size(), 1u);
     fs::remove(folder / ".mbsync-categories");
