@@ -322,7 +322,7 @@ bool CardIndex::compareOnce()
             found.erase(found.begin() + static_cast<std::ptrdiff_t>(at));
             continue;
         }
-        found[at] = std::move(*old); // what is known of it stays, in case its name comes back
+        found[at] = std::move(*old); // keeps the cached record: a file of that name may reappear
         found[at].state.modified = -1;
     }
     changed_ = changed_ || !unknown.empty() || files_.size() != found.size();

@@ -283,7 +283,7 @@ void CardStore::commitAll(Step step)
     if (rewritten) relist();
 }
 
-// Forgets the edits that were not written: what is known of their files is what was known before them.
+// Discards the unsaved edits and restores the cached records of their files.
 void CardStore::dropEdits()
 {
     bool any = false;
