@@ -56,6 +56,9 @@ std::u16string textOf(const VARIANT& value, const PluginField& field)
     return text;
 }
 
+// The result of a question about a record that the store could not answer: 0x80040207 and E_FAIL would say that the record is gone.
+HRESULT couldNotLook(HRESULT hr) { return hr == static_cast<HRESULT>(Step::Find) || hr == E_FAIL ? E_UNEXPECTED : hr; }
+
 com::Ptr<IDataStream> settingsOf(ITrServices* services) { return com::Ptr<ITrServices>(services).as<IDataStream>(); }
 
 // A script opens stores that have no settings; its host names them in the environment, as in MB_STORE_VCARD.
@@ -249,8 +252,7 @@ HRESULT StoreTranslator::FindRecord(BSTR strRecID)
         id = &idOf(strRecID);
         found = store(Step::Open).exists(*id);
     });
-    // These two codes mean that the record is gone, and a store that could not look does not know that.
-    if (FAILED(hr)) return hr == static_cast<HRESULT>(Step::Find) || hr == E_FAIL ? E_UNEXPECTED : hr;
+    if (FAILED(hr)) return couldNotLook(hr);
     return found ? S_OK : run([&] { throw StoreError(Step::Find, "There is no record \"" + std::string(id->c_str()) + "\"."); });
 }
 
@@ -450,7 +452,8 @@ HRESULT StoreTranslator::GetUpdatedRecordId(BSTR resourceId, BSTR* updatedId)
 {
     if (!updatedId) return E_POINTER;
     *updatedId = nullptr;
-    return run([&] { com::give(updatedId, platform::utf16(store(Step::Find).updatedId(idOf(resourceId)))); });
+    const HRESULT hr = run([&] { com::give(updatedId, platform::utf16(store(Step::Open).updatedId(idOf(resourceId)))); });
+    return FAILED(hr) ? couldNotLook(hr) : hr;
 }
 
 HRESULT StoreTranslator::InitializeWithProgress(ISyncEvents*, ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig)

@@ -1,8 +1,10 @@
 #include "engine/AnalyzeHistory.h"
 
+#include "engine/FailureReport.h"
 #include "engine/HistoryLinks.h"
 #include "engine/StageProgress.h"
 #include "files.h"
+#include "foundation/Format.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
 #include "text.h"
@@ -38,22 +40,27 @@ struct Renaming {
 std::vector<Renaming> askOnce(PassSide& side)
 {
     std::vector<Renaming> renamings;
+    side.RenamingUnknown.clear();
     for (const HistoryEntry& entry : side.HistoryList) {
         com::Bstr newId;
         const com::Bstr id(entry.Id);
-        if (FAILED(side.store.updatedId(id.get(), newId))) continue;
-        if (!newId.empty() && newId.view() != entry.Id) renamings.push_back({entry.Id, newId.text()});
+        if (FAILED(side.store.updatedId(id.get(), newId)))
+            side.RenamingUnknown.insert(entry.Id);
+        else if (!newId.empty() && newId.view() != entry.Id)
+            renamings.push_back({entry.Id, newId.text()});
     }
     return renamings;
 }
 
-// The identifiers that the store changed outside of the engine, in the order of the history list. If any did, all known ones are asked for
-// once more and the second answers count: whether a new record is a known one may depend on which others are known, and the store has heard
-// of all of them only then.
+// The identifiers that the store changed outside of the engine, in the order of the history list. If any changed or any question failed,
+// all known identifiers are asked for again and the later answers count: whether a new record is a known one may depend on which others are
+// known, and the store has heard of all of them only then. A question that failed in the second round gets a third.
 std::vector<Renaming> askForRenamings(PassSide& side)
 {
     std::vector<Renaming> renamings = askOnce(side);
-    return renamings.empty() ? renamings : askOnce(side);
+    if (renamings.empty() && side.RenamingUnknown.empty()) return renamings;
+    renamings = askOnce(side);
+    return side.RenamingUnknown.empty() ? renamings : askOnce(side);
 }
 
 // Leaves out what would give two records one identifier: the first that asked for it has it, and a record that keeps it has it before that.
@@ -86,35 +93,42 @@ void rename(CSyncHistory& history, Side side, const std::vector<Renaming>& renam
     for (const Renaming& each : second) (void)RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
 }
 
-// True if the store changed any identifier.
-bool ApplyRecordIdUpdates(PipelinePass& pass, Side side)
+// Follows the identifiers that the store changed, and sets `changed` if there were any. Where a record took the identifier of another one
+// whose renaming is unknown, that other one was renamed too, and nobody knows to what.
+HRESULT ApplyRecordIdUpdates(PipelinePass& pass, Side side, bool& changed)
 {
     PassSide& own = pass.side(side);
-    if (!own.store.hasUpdater()) return false;
+    if (!own.store.hasUpdater()) return S_OK;
     std::vector<Renaming> renamings = askForRenamings(own);
+    for (const Renaming& each : renamings)
+        if (own.RenamingUnknown.contains(each.to)) return failUnknownRenaming(pass, side, each.to);
     dropCollisions(renamings, own.HistoryList);
-    if (renamings.empty()) return false;
+    if (renamings.empty()) return S_OK;
+    changed = true;
     rename(*pass.run.History, side, renamings);
-    own.store.saveUpdatedIds();
-    return true;
+    // A store may forget the renamings that it saved, so they stay unsaved until it could tell all of them.
+    if (own.RenamingUnknown.empty()) own.store.saveUpdatedIds();
+    return S_OK;
 }
 
-bool updateRecordIds(PipelinePass& pass)
+HRESULT updateRecordIds(PipelinePass& pass, bool& changed)
 {
-    bool changed = false;
     for (const Side side : bothSides) {
         const GUID& id = pass.run.side(side).Id;
         // These two stores changed their identifiers once, which a history of version 3 has seen.
         if (pass.run.HistoryVersion >= 3 && (id == goldMineTranslator || id == goldMineCorporateTranslator)) continue;
-        if (ApplyRecordIdUpdates(pass, side)) changed = true;
+        const HRESULT hr = ApplyRecordIdUpdates(pass, side, changed);
+        if (FAILED(hr)) return hr;
     }
-    return changed;
+    return S_OK;
 }
 
 HRESULT loadKnownRecords(PipelinePass& pass)
 {
+    bool changed = false;
     HRESULT hr = loadLists(pass);
-    if (FAILED(hr) || !updateRecordIds(pass)) return hr;
+    if (SUCCEEDED(hr)) hr = updateRecordIds(pass, changed);
+    if (FAILED(hr) || !changed) return hr;
     // The second time without progress.
     const auto sink = pass.run.History->exchangeSink(nullptr);
     hr = loadLists(pass);
@@ -147,6 +161,13 @@ void chooseTransferSections(PipelinePass& pass)
 }
 
 } // namespace
+
+HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id)
+{
+    return failStore(
+        pass, side,
+        Format(u"%s could not tell whether the record %s has another identifier now. Nothing was written.", pass.run.side(side).Name, id));
+}
 
 HRESULT AnalyzeHistory(PipelinePass& pass)
 {

@@ -128,6 +128,14 @@ void chargeFailure(PipelinePass& pass, Side side)
                          {pass.side(other).store.translator(), pass.run.side(other).Id, other});
 }
 
+HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence)
+{
+    WriteLogText(4, u"%s", sentence);
+    chargeFailure(pass, side);
+    if (pass.run.Error.LastErrorMessage1.empty()) pass.run.Error.LastErrorMessage1 = sentence;
+    return E_FAIL;
+}
+
 void chargeTo(RunState& run, Side side)
 {
     run.Error.FailedTranslator = run.side(side).Id;

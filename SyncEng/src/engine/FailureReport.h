@@ -20,6 +20,10 @@ void chargeTo(RunState& run, Side side);
 // A failure of a translator's during the pass: charged to this side, which is asked first.
 void chargeFailure(PipelinePass& pass, Side side);
 
+// Ends the run because of what a store answered: writes the sentence to the log, charges the failure to the store, and gives the user the
+// sentence where the store tells no error of its own. Returns E_FAIL.
+HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence);
+
 // The message of a failed run, as the user gets it; empty for a code without one.
 std::u16string FailureText(const RunState& run, HRESULT hr);
 

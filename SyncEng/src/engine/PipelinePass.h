@@ -38,9 +38,11 @@ struct PassSide {
     ExactIdentifiers Gone;                         // and those that were not when asked for; another one may differ in case alone
     com::TaskArray<GUID> Fields;                   // the mapped fields; entry i goes with entry i of the other side
     std::map<std::u16string, UnreadRecord> Unread; // by identifier
-    LONG Counted = -1;                             // records of the store when it was scanned
-    bool ListedAll = false;                        // the scan was given as many identifiers as the store counted
-    NameFields names;                              // where its records' names are, once they were looked for
+    // Known records of which the store could not tell whether it renamed them. Such a record may be there under another identifier.
+    std::unordered_set<std::u16string> RenamingUnknown;
+    LONG Counted = -1;      // records of the store when it was scanned
+    bool ListedAll = false; // the scan was given as many identifiers as the store counted
+    NameFields names;       // where its records' names are, once they were looked for
 
     // The type of the i-th mapped field, which the translator is asked once; a question that failed is asked again.
     HRESULT fieldType(std::size_t i, LONG& type);

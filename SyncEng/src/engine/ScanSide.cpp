@@ -1,5 +1,6 @@
 #include "engine/ScanSide.h"
 
+#include "engine/AnalyzeHistory.h"
 #include "engine/DescribeRecord.h"
 #include "engine/FailureReport.h"
 #include "engine/HistoryLinks.h"
@@ -47,16 +48,6 @@ void storeChange(PipelinePass& pass, Side side, const HistoryEntry& entry, bool 
 {
     TaskAt(pass.side(side).Tasks, entry.Id) = changeTask(entry);
     if (otherGone) storeDeletion(pass, otherSide(side), entry, true);
-}
-
-// Ends the run by the word of a store: the failure is charged to it, and the user reads the sentence where the store tells no error of its
-// own.
-HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence)
-{
-    WriteLogText(4, u"%s", sentence);
-    chargeFailure(pass, side);
-    if (pass.run.Error.LastErrorMessage1.empty()) pass.run.Error.LastErrorMessage1 = sentence;
-    return E_FAIL;
 }
 
 class SideScan {
@@ -141,12 +132,14 @@ private:
         return S_OK;
     }
 
-    // Whether a known record is gone from its side. A store that cannot tell ends the run: its failure must not read as a deletion.
+    // Whether a known record is gone from its side. A store that cannot tell ends the run: its failure must not read as a deletion. So does
+    // a missing record that the store may have renamed: it would be deleted on the other side, and its new identifier added there.
     HRESULT lookFor(Side side, const std::u16string& id, bool& gone)
     {
         HRESULT failure = S_OK;
         const Presence presence = pass_.side(side).store.contains(id, &failure);
         gone = presence == Presence::Absent;
+        if (gone && pass_.side(side).RenamingUnknown.contains(id)) return failUnknownRenaming(pass_, side, id);
         if (presence != Presence::Failed) return S_OK;
         failStore(pass_, side, Format(u"%s could not tell whether it has the record %s.", run_.side(side).Name, id));
         return failure;
@@ -187,8 +180,8 @@ private:
         return S_OK;
     }
 
-    // A record that cannot be read is sent as a change, so that the run ends with its name. Against a deletion on the other side it is none:
-    // the deletion would be undone because of a failure.
+    // A record that cannot be read is sent as a change, so that the run ends with its name. Against a deletion on the other side it is
+    // none: the deletion would be undone because of a failure.
     void scanPresent(HistoryEntry& entry, bool otherGone)
     {
         const Compared found = compare(com::Bstr(entry.Id), entry);

@@ -238,7 +238,11 @@ HRESULT StoreClient::remove(BSTR id) { return call(translator_, &ITranslator::De
 
 // ---- Identifiers that the store changed by itself
 
-HRESULT StoreClient::updatedId(BSTR id, com::Bstr& newId) { return call(updater_, &IRecordUpdater::GetUpdatedRecordId, id, newId.put()); }
+HRESULT StoreClient::updatedId(BSTR id, com::Bstr& newId)
+{
+    const HRESULT hr = call(updater_, &IRecordUpdater::GetUpdatedRecordId, id, newId.put());
+    return hr == codeNotFound ? S_OK : unlessNotImplemented(hr);
+}
 
 void StoreClient::saveUpdatedIds() { (void)call(updater_, &IRecordUpdater::SaveUpdatedRecordIds); }
 

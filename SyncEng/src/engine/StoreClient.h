@@ -96,6 +96,7 @@ public:
     HRESULT remove(BSTR id);
 
     // ---- Identifiers that the store changed by itself. Requires: hasUpdater().
+    // A failure says that the store could not tell; a store that renames nothing, or does not have the record, succeeds without a new one.
     HRESULT updatedId(BSTR id, com::Bstr& newId);
     void saveUpdatedIds();
 

@@ -49,6 +49,23 @@ protected:
         for (const std::u16string& id : before) EXPECT_EQ(other().get(id, ftCity1), other().get(id, ftLastName));
         s.expectInStep();
     }
+    // Every question for the new identifier of `id` fails in the next run; the other questions are answered.
+    void failQuestion(const std::u16string& id, HRESULT hr) { own().options.unansweredIds = {{id, hr}}; }
+    // Ends the run before it writes, and once the store answers again, the next run follows the identifiers.
+    void expectRefusedAndThenFollowed(HRESULT hr = accessDenied)
+    {
+        failQuestion(ids[0], hr);
+        const auto before = other().order;
+        EXPECT_EQ(s.sync(), E_FAIL);
+        EXPECT_THAT(s.writes(), IsEmpty());
+        EXPECT_EQ(other().order, before);
+        const std::u16string name = GetParam() ? u"First" : u"Second";
+        EXPECT_EQ(s.lastError().first,
+                  name + u" could not tell whether the record " + ids[0] + u" has another identifier now. Nothing was written.");
+        own().options.unansweredIds.clear();
+        expectFollowed();
+    }
+    static constexpr HRESULT accessDenied = static_cast<HRESULT>(0x80070005);
     SyncScenario s;
     Ids ids;
 };
@@ -118,6 +135,76 @@ TEST_P(FollowedIdentifiers, RaiseAnOlderHistoryToVersionThreeAndLowerNone)
     s.log().failOn("1 GetRecordCount", s.log().count("1 GetRecordCount") + 1, E_FAIL);
     EXPECT_EQ(s.sync(), E_FAIL);
     EXPECT_THAT(s.folder.read(s.historyFile()), HasSubstr("Version=\"3\""));
+}
+
+TEST_P(FollowedIdentifiers, OfARecordThatIsGoneAreNotTakenForUnchangedWhereTheStoreCouldNotTell)
+{
+    rename({{ids[0], u"new"}});
+    expectRefusedAndThenFollowed();
+}
+
+// A store may forget the changes once they are saved.
+TEST_P(FollowedIdentifiers, AreNotSavedWhileTheStoreCouldNotTellAllOfThem)
+{
+    rename({{ids[0], u"new"}, {ids[1], u"newer"}});
+    expectRefusedAndThenFollowed();
+}
+
+TEST_P(FollowedIdentifiers, AreNotTakenForUnchangedWhereTheStoreAnswersWithAPlainFailure)
+{
+    rename({{ids[0], u"new"}});
+    expectRefusedAndThenFollowed(E_FAIL);
+}
+
+TEST_P(FollowedIdentifiers, AreNotFollowedToTheIdentifierOfARecordThatTheStoreCouldNotTellOf)
+{
+    rename({{ids[0], ids[1]}, {ids[1], ids[0]}});
+    expectRefusedAndThenFollowed();
+}
+
+TEST_P(FollowedIdentifiers, OfARecordThatIsGoneEndARunInOneDirectionToo)
+{
+    s.setOption(soSyncType, GetParam() ? stImportToTrans1 : stExportFromTrans1);
+    for (const std::u16string& id : Ids(other().order)) other().set(id, ftCity1, u"Paris");
+    rename({{ids[0], u"new"}});
+    failQuestion(ids[0], accessDenied);
+    EXPECT_EQ(s.sync(), E_FAIL);
+    EXPECT_THAT(s.writes(), IsEmpty());
+    EXPECT_THAT(own().records, SizeIs(3));
+}
+
+TEST_P(FollowedIdentifiers, ThatTheStoreCouldNotTellCostNothingWhileTheRecordIsThere)
+{
+    failQuestion(ids[0], accessDenied);
+    own().set(ids[0], ftCity1, u"Paris");
+    EXPECT_EQ(s.sync(), S_OK);
+    s.expectInStep();
+}
+
+TEST_P(FollowedIdentifiers, AreAskedForAgainWhereAQuestionFailed)
+{
+    const std::string question = GetParam() ? "1 GetUpdatedRecordId" : "2 GetUpdatedRecordId";
+    own().remove(ids[0]);
+    s.log().failNext(question, accessDenied);
+    s.log().failOn(question, s.log().count(question) + 4, E_FAIL); // the same question of the second round
+    EXPECT_EQ(s.sync(), S_OK);
+    EXPECT_THAT(s.log().starting(question), SizeIs(9));
+    EXPECT_THAT(other().records, SizeIs(2));
+    s.expectInStep();
+}
+
+// 0x80040207 is the code of a record that the store does not have.
+TEST_P(FollowedIdentifiers, AreUnchangedWhereTheStoreRenamesNoneOrDoesNotHaveTheRecord)
+{
+    for (const HRESULT hr : {E_NOTIMPL, static_cast<HRESULT>(0x80040207)}) {
+        const std::u16string gone = own().order.front();
+        failQuestion(gone, hr);
+        own().remove(gone);
+        EXPECT_EQ(s.sync(), S_OK);
+        EXPECT_EQ(other().records.size(), own().records.size());
+        s.expectInStep();
+    }
+    EXPECT_THAT(other().records, SizeIs(1));
 }
 
 INSTANTIATE_TEST_SUITE_P(Sides, FollowedIdentifiers, testing::Values(true, false),

@@ -198,6 +198,8 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::GetUpdatedRecordId(BSTR resourceId, BS
     *updatedId = nullptr;
     return guarded([&] {
         noteOpen("GetUpdatedRecordId", resourceId);
+        const auto unanswered = options().unansweredIds.find(com::textOf(resourceId));
+        if (unanswered != options().unansweredIds.end()) throw com::Error(unanswered->second);
         const auto at = options().changedIds.find(com::textOf(resourceId));
         com::give(updatedId, at == options().changedIds.end() ? std::u16string_view() : std::u16string_view(at->second));
     });

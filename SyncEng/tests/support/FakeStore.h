@@ -72,6 +72,7 @@ struct FakeOptions {
     // Called on each text as it is saved: a store that rewrites values.
     std::function<std::u16string(LONG, const std::u16string&)> rewrite;
     std::map<std::u16string, std::u16string> changedIds;  // what IRecordUpdater tells
+    std::map<std::u16string, HRESULT> unansweredIds;      // for which IRecordUpdater fails, and how
     std::map<std::u16string, std::u16string> duplicateOf; // what IDuplicateFinder tells: a record of the other store, and one of this
     std::filesystem::path imageFolder;                    // where image files are kept, for capBMPFile and capJPEGFile
 };

@@ -15,6 +15,12 @@ bool MemoryStore::exists(const std::string& id) const
     return std::ranges::any_of(records, [&](const MemoryRecord& record) { return record.id == id; });
 }
 
+std::string MemoryStore::updatedId(const std::string&)
+{
+    if (cannotLook) throw StoreError(Step::Find, "the disk fails");
+    return {};
+}
+
 void MemoryStore::beginRead(const std::string& id)
 {
     ++begun[id];

@@ -21,7 +21,7 @@ public:
     std::vector<MemoryRecord> records;
     std::set<std::string> unreadable;           // beginRead fails
     std::map<std::string, int> unreadableField; // read fails for the field of the record
-    bool cannotLook = false;                    // exists fails
+    bool cannotLook = false;                    // exists and updatedId fail
     std::map<std::string, int> begun;           // how often each record was begun to be read
 
     void add(const std::string& id, std::map<int, std::u16string> values, std::map<int, std::string> images = {});
@@ -30,6 +30,7 @@ public:
     [[nodiscard]] std::size_t count() const override { return records.size(); }
     [[nodiscard]] const std::string& idAt(std::size_t index) const override { return records.at(index).id; }
     [[nodiscard]] bool exists(const std::string& id) const override;
+    [[nodiscard]] std::string updatedId(const std::string& id) override;
     [[nodiscard]] std::int64_t created(const std::string&) const override { return 0; }
     [[nodiscard]] std::int64_t modified(const std::string&) const override { return 0; }
     void beginRead(const std::string& id) override;

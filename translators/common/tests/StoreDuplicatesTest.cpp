@@ -19,7 +19,7 @@ std::unique_ptr<RecordStore> takeCategories(const std::string& database, Report 
 
 constexpr GUID fieldBase{0x51D60000, 0, 0x4E1B, {0x9A, 0x10, 0x3C, 0x55, 0x7E, 0x20, 0x61, 0x0B}};
 
-constexpr PluginInfo finding{u"Memory", u"Memory", u"Memory", fieldBase, memoryFields, takeStore, takeCategories, true};
+constexpr PluginInfo finding{u"Memory", u"Memory", u"Memory", fieldBase, memoryFields, takeStore, takeCategories, true, nullptr, true};
 constexpr PluginInfo notFinding{u"Memory", u"Memory", u"Memory", fieldBase, memoryFields, takeStore};
 
 class Translator final : public StoreTranslator {
@@ -217,6 +217,21 @@ TEST_F(StoreDuplicates, ARecordIsGoneOnlyWhereTheStoreCouldLookForIt)
     EXPECT_EQ(translator->FindRecord(com::Bstr(u"A2").get()), static_cast<HRESULT>(Step::Find));
     store->cannotLook = true;
     EXPECT_EQ(translator->FindRecord(com::Bstr(u"A1").get()), E_UNEXPECTED);
+}
+
+TEST_F(StoreDuplicates, ARecordIsNotRenamedOnlyWhereTheStoreCouldLookForIt)
+{
+    auto translator = make<Translator>();
+    const auto updater = translator.as<IRecordUpdater>();
+    const com::Bstr id(u"A1");
+    com::Bstr renamed;
+    EXPECT_EQ(updater->GetUpdatedRecordId(id.get(), renamed.put()), static_cast<HRESULT>(Step::Open)) << "no store is open";
+    MemoryStore* store = opened = new MemoryStore;
+    ASSERT_EQ(translator->Initialize(services_.get(), nullptr, VARIANT_FALSE), S_OK);
+    EXPECT_EQ(updater->GetUpdatedRecordId(id.get(), renamed.put()), S_OK);
+    EXPECT_TRUE(renamed.empty());
+    store->cannotLook = true;
+    EXPECT_EQ(updater->GetUpdatedRecordId(id.get(), renamed.put()), E_UNEXPECTED);
 }
 
 } // namespace
