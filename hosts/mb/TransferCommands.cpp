@@ -188,10 +188,13 @@ private:
     {
         const GUID& map = target_.clsid;
         GUID first{}, second{};
-        if (FAILED(maps_->GetTranslators(map, &first, &second))) {
+        const HRESULT read = maps_->GetTranslators(map, &first, &second);
+        if (read == E_FAIL) { // there is none; any other failure must not make the map anew
             firstMap_.made(map);
             if (const HRESULT hr = maps_->CreateEx(map, hostClass, map); FAILED(hr))
                 throw Failure("The transfer could not be set up: " + describe(hr));
+        } else if (FAILED(read)) {
+            throw Failure("The settings of the transfer cannot be read: " + describe(read));
         }
         if (!database_.empty())
             if (const HRESULT hr = maps_->SetDatabase(map, idTrans2, com::Bstr(platform::utf16(database_)).get()); FAILED(hr))

@@ -8,6 +8,7 @@
 #include "registry.h"
 #include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
+#include "translators/FindMap.h"
 #include "translators/TranslatorIds.h"
 #include "ui.h"
 #include <cstdlib>
@@ -142,10 +143,15 @@ HRESULT CSynchronizer::lockMap(StoreLock& lock, const GUID& map)
 {
     const HRESULT hr = lock.takeMap(map);
     if (SUCCEEDED(hr)) return ConfigStore().Refresh();
+    return failBeforeRun(hr, lock.failure());
+}
+
+HRESULT CSynchronizer::failBeforeRun(HRESULT hr, std::u16string message)
+{
     run_.ResyncRequested = false;
     run_.Error = {};
     run_.Error.LastErrorCode = com::Variant(LONG{hr});
-    run_.Error.LastErrorMessage1 = lock.failure();
+    run_.Error.LastErrorMessage1 = std::move(message);
     return hr;
 }
 
@@ -234,13 +240,12 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     hr = lockMap(lock, target);
     if (FAILED(hr)) return hr;
 
-    GUID id1{}, id2{};
-    const bool isFirst = FAILED(com::call(trMap, &ITrMap::GetTranslators, target, &id1, &id2));
-    if (isFirst) {
-        id2 = target;
-        hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
-    }
-    if (SUCCEEDED(hr)) hr = runTransfer(trMap.get(), target, id2, reverse);
+    std::optional<MapTranslators> found;
+    hr = FindMap(trMap.get(), target, found);
+    if (FAILED(hr)) return failBeforeRun(hr, u"The settings of the transfer could not be read. Nothing was transferred.");
+    const bool isFirst = !found;
+    if (isFirst) hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
+    if (SUCCEEDED(hr)) hr = runTransfer(trMap.get(), target, isFirst ? target : found->two, reverse);
     // The settings of a first transfer that came to nothing must not serve the next one. What it linked would be copied twice without its
     // map.
     if (FAILED(hr) && isFirst && !linksAny(target)) removeMap(target);
@@ -250,7 +255,7 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
 bool CSynchronizer::linksAny(const GUID& map)
 {
     CSyncHistory history(nullptr);
-    if (FAILED(history.Open(map))) return true; // it is not known
+    if (FAILED(history.Open(map))) return true; // an unreadable history may hold links
     history.SetSectionSuffix(run_.side(Side::One).Database, run_.side(Side::Two).Database);
     std::vector<std::u16string> ids;
     return FAILED(history.ListRecords(sectionOf(Side::One), ids)) || !ids.empty();

@@ -5,6 +5,7 @@
 #include "transfer/HiddenMap.h"
 #include "transfer/InstallChecks.h"
 #include "transfer/TargetList.h"
+#include "translators/FindMap.h"
 #include "translators/TranslatorIds.h"
 #include "ui.h"
 
@@ -246,8 +247,10 @@ HRESULT STDMETHODCALLTYPE CSyncTransfer::GetSyncImages(BSTR lpTransGUID, VARIANT
         com::Ptr<ITrMap> maps;
         com::check(ParseTarget(lpTransGUID, target));
         com::check(createClass(__uuidof(TrManager), maps));
+        std::optional<MapTranslators> found;
+        com::check(FindMap(maps.get(), target, found));
         com::Variant stored;
-        if (HasHiddenMap(maps, target) && SUCCEEDED(com::call(maps, &ITrMap::GetOption, target, LONG{soSyncImages}, stored.put())))
+        if (found && SUCCEEDED(com::call(maps, &ITrMap::GetOption, target, LONG{soSyncImages}, stored.put())))
             *bSyncImages = stored.boolVal;
     });
     return S_OK;

@@ -1,6 +1,7 @@
 #include "transfer/HiddenMap.h"
 
 #include "foundation/ClassTable.h"
+#include "translators/FindMap.h"
 #include "translators/TranslatorIds.h"
 
 namespace mb {
@@ -11,17 +12,12 @@ HRESULT ParseTarget(BSTR text, GUID& target)
     return SUCCEEDED(hr) && target == GUID_NULL ? E_INVALIDARG : hr;
 }
 
-bool HasHiddenMap(const com::Ptr<ITrMap>& maps, const GUID& target)
-{
-    GUID id1{}, id2{};
-    return SUCCEEDED(com::call(maps, &ITrMap::GetTranslators, target, &id1, &id2));
-}
-
 HRESULT EnsureHiddenMap(const GUID& target, com::Ptr<ITrMap>& maps)
 {
-    const HRESULT hr = createClass(__uuidof(TrManager), maps);
-    if (FAILED(hr) || HasHiddenMap(maps, target)) return hr;
-    return com::call(maps, &ITrMap::CreateEx, target, hostTranslator, target);
+    HRESULT hr = createClass(__uuidof(TrManager), maps);
+    std::optional<MapTranslators> found;
+    if (SUCCEEDED(hr)) hr = FindMap(maps.get(), target, found);
+    return FAILED(hr) || found ? hr : com::call(maps, &ITrMap::CreateEx, target, hostTranslator, target);
 }
 
 } // namespace mb

@@ -2,6 +2,7 @@
 #include "foundation/ClassTable.h"
 #include "foundation/SilentMode.h"
 #include "registry.h"
+#include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
 #include "TransferFixture.h"
 
@@ -84,6 +85,35 @@ TEST_F(TransferRunTest, ALaterTransferThatFailsKeepsTheMap)
     scenario.log().failOn("2 Initialize", scenario.log().count("2 Initialize") + 1, refused);
     EXPECT_EQ(transfer(ids), refused);
     EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
+}
+
+// A map that is made anew loses its history, and the next transfer copies every card once more.
+TEST_F(TransferRunTest, AMapWhoseTranslatorsCannotBeReadIsNotMadeAnew)
+{
+    const auto ids = addCards({u"Adams"});
+    ASSERT_EQ(transfer(ids), S_OK);
+    const std::u16string section = com::guidText(fakeClass2);
+    const auto write = [&](const char16_t* key, std::u16string_view text) {
+        ASSERT_EQ(mb::ConfigStore().WriteValue(u"TrMap", section, key, text, false, true), S_OK);
+    };
+    for (const char16_t* key : {u"Trans1", u"Trans2"}) {
+        std::u16string before, after;
+        ASSERT_EQ(mb::ConfigStore().ReadValue(u"TrMap", section, key, before), S_OK);
+        write(key, u"damaged");
+        GUID none{};
+        const HRESULT unreadable = com::parseGuid(u"damaged", &none);
+        EXPECT_EQ(transfer(ids), unreadable);
+        EXPECT_EQ(takeError().message1, u"The settings of the transfer could not be read. Nothing was transferred.");
+        EXPECT_EQ(transferer->ConfigureTranslator(0, com::Bstr(targetText()).get()), unreadable);
+        EXPECT_EQ(transferer->SetSyncImages(com::Bstr(targetText()).get(), VARIANT_FALSE), S_OK) << "it never fails";
+        EXPECT_EQ(mb::ConfigStore().ReadValue(u"TrMap", section, key, after), S_OK);
+        EXPECT_EQ(after, u"damaged");
+        write(key, before);
+    }
+    EXPECT_EQ(knownCards(true), ids);
+    EXPECT_EQ(setting(u"Database"), u"C:\\Cards\\Mine.mbk");
+    ASSERT_EQ(transfer(ids), S_OK);
+    EXPECT_THAT(scenario.writes(), IsEmpty());
 }
 
 TEST_F(TransferRunTest, TheCardFileAndItsPasswordReachTheHostsTranslatorBeforeItStarts)

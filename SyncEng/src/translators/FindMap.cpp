@@ -1,0 +1,14 @@
+#include "translators/FindMap.h"
+
+namespace mb {
+
+HRESULT FindMap(ITrMap* maps, const GUID& map, std::optional<MapTranslators>& found)
+{
+    found.reset();
+    MapTranslators ids;
+    const HRESULT hr = com::call(maps, &ITrMap::GetTranslators, map, &ids.one, &ids.two);
+    if (SUCCEEDED(hr)) found = ids;
+    return hr == E_FAIL ? S_OK : hr; // E_FAIL is the configuration's answer for a key that it does not have
+}
+
+} // namespace mb
