@@ -250,6 +250,23 @@ TEST_F(RecordCommandsTest, TheNewCommandsHaveHelpWithAnExample)
     }
 }
 
+TEST_F(TransferCommandsTest, AMapWhoseSettingsCannotBeReadIsNotMadeAnew)
+{
+    fillCards(3);
+    ASSERT_EQ(json({"transfer", "--to", target(), "--cards", cards(), "--all"}).at("result"), "done");
+    const fs::path settings = dataFolder() / "MBSync.xml";
+    const std::string before = textOf(settings), pair = "<KN>VHJhbnMx</KN><KV>"; // the encoded name of the value Trans1
+    const std::size_t value = before.find(pair) + pair.size();
+    ASSERT_GT(value, pair.size());
+    std::string damaged = before;
+    damaged.replace(value, 4, "AAAA");
+    std::ofstream(settings, std::ios::binary) << damaged;
+    expectFailure({"transfer", "--to", "vCard", "--all"}, 1, "The settings of the transfer cannot be read");
+    EXPECT_TRUE(textOf(settings) == damaged);
+    std::ofstream(settings, std::ios::binary) << before;
+    EXPECT_NE(mb({"transfer", "--to", "vCard", "--all"}).out.find("nothing to do"), std::string::npos);
+}
+
 TEST_F(TransferCommandsTest, AFirstTransferThatFailsLeavesNoTrace)
 {
     fillCards(3);
