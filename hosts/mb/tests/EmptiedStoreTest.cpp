@@ -92,7 +92,8 @@ TEST_P(EmptiedStore, AFolderWithoutAnyCardTakesNoneFromTheCardFile)
 TEST_P(EmptiedStore, AFolderThatIsGoneIsNamed)
 {
     fs::rename(folder(), home_ / "moved");
-    expectRefusal("\"" + folder().string() + "\" does not exist");
+    expectRefusal("\"" + folder().string() +
+                  "\" does not exist. Put it back, connect the drive that it is on, or choose the place where it is now.");
     EXPECT_FALSE(fs::exists(folder()));
     EXPECT_EQ(linesOfCardFile(), contacts());
 }

@@ -21,7 +21,9 @@ OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFo
     const PathKind kind = fileStep(Step::Open, [&] { return kindOf(path); });
     if (database.empty()) throw StoreError(Step::Open, "No vCard folder is set. Choose a folder of .vcf files, or one .vcf file.");
     if (kind == PathKind::Nothing)
-        throw StoreError(Step::Open, "The vCard folder or file \"" + database + "\" does not exist. Create it, or choose another one.");
+        throw StoreError(Step::Open, "The vCard folder or file \"" + database +
+                                         "\" does not exist. Put it back, connect the drive that it is on, or choose the place where it is "
+                                         "now. No new one is made.");
     if (kind == PathKind::Other)
         throw StoreError(Step::Open,
                          "\"" + database + "\" is neither a folder nor a plain file. Choose a folder of .vcf files, or one .vcf file.");
