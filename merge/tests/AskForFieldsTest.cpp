@@ -105,6 +105,53 @@ TEST_F(AskForFieldsTest, AQuestionOfLongValuesFitsTheTerminal)
     EXPECT_THAT(output, HasSubstr("\u2026")) << "what is cut says so";
 }
 
+TEST_F(AskForFieldsTest, AValueThatIsCutCanBeSeenWholeBeforeTheChoice)
+{
+    std::u16string notes;
+    for (int line = 1; line <= 100; ++line) notes += u"line " + std::u16string(1, char16_t(u'a' + line % 26)) + u" of the notes\r\n";
+    question.fields = {{u"Notes", notes + u"the very end", u"short", {}}, {u"City", u"a", u"b", {}}};
+    EXPECT_FALSE(ask({u"q"}));
+    EXPECT_THAT(output, HasSubstr("  [v] view              both values whole"));
+    EXPECT_THAT(output, HasSubstr("[Type 1, 2, t, v, f, s or q and Enter; Enter alone: 1; ?: help] "));
+    EXPECT_THAT(output, Not(HasSubstr("the very end")));
+    EXPECT_FALSE(ask({u"v", u"", u"", u"", u"", u"", u"2", u"q"})) << "five pages, one field, and given up at the next";
+    EXPECT_EQ(merged()[0], u"short");
+    const std::size_t end = output.find("the very end\n");
+    ASSERT_NE(end, output.npos) << output;
+    EXPECT_THAT(output.substr(end), HasSubstr("\nvCard:\n  short\n")) << "both values";
+    EXPECT_THAT(output.substr(end), HasSubstr("City (field 2 of 2)")) << "the question came again, and was answered";
+    for (std::size_t at = 0, prompt; (prompt = output.find('[', at)) != output.npos; at = output.find('\n', prompt) + 1)
+        if (output.compare(prompt, 12, "[Enter alone") == 0) {
+            const std::string page = output.substr(at, prompt - at);
+            EXPECT_LE(std::ranges::count(page, '\n'), 23) << "a page fits the terminal: " << page;
+        }
+}
+
+TEST_F(AskForFieldsTest, AViewIsLeftAtOnceWhereTheUserWants)
+{
+    question.fields = {{u"Notes", std::u16string(9000, u'a'), u"short", {}}};
+    EXPECT_TRUE(ask({u"v", u"q", u"2"}));
+    EXPECT_THAT(merged(), ElementsAre(u"short"));
+    EXPECT_FALSE(ask({u"v"})) << "the end of the input gives up here too";
+}
+
+TEST_F(AskForFieldsTest, NoViewIsOfferedWhereNothingIsCut)
+{
+    EXPECT_FALSE(ask({u"v", u"q"}));
+    EXPECT_THAT(output, Not(HasSubstr("[v]")));
+    EXPECT_THAT(output, HasSubstr("That is no answer here."));
+}
+
+TEST_F(AskForFieldsTest, LongNamesThatDifferAtTheirEndAreShownWhole)
+{
+    question.name1 = u"Contacts of the choir and its friends/2023";
+    question.name2 = u"Contacts of the choir and its friends/2024";
+    EXPECT_FALSE(ask({u"q"}));
+    EXPECT_THAT(output, HasSubstr("  [1] Contacts of the choir and its friends/2023\n                        Boss (Enter)\n"));
+    EXPECT_THAT(output, HasSubstr("  [2] Contacts of the choir and its friends/2024\n"));
+    EXPECT_THAT(output, HasSubstr("  [s] second for all    this and all fields after it from [2]\n"));
+}
+
 TEST_F(AskForFieldsTest, NoValueSteersTheTerminal)
 {
     question.fields = {{u"a\x1b[2J", u"b\x1b]0;x\x07", u"c\r\nd", {}}};

@@ -23,8 +23,8 @@ void CConflictDlg::prepare()
     const TranslatorFields fields1(question_.side1.translator), fields2(question_.side2.translator);
     contact1_ = ReadContactName(fields1, question_.side1.recordId, ftFirstName, ftLastName);
     contact2_ = nameOnSide2(fields2);
-    name1_ = StoreNameOf(question_.side1.name, question_.side1.clsid);
-    name2_ = StoreNameOf(question_.side2.name, question_.side2.clsid);
+    mergeName1_ = name1_ = StoreNameOf(question_.side1.name, question_.side1.clsid);
+    mergeName2_ = name2_ = StoreNameOf(question_.side2.name, question_.side2.clsid);
     addControls(message());
     preselect();
     fillList(fields1, fields2);
@@ -124,7 +124,7 @@ void CConflictDlg::accept()
         bool cancelled = false;
         const HRESULT hr = com::guarded([&] {
             try {
-                return MergeConflict(question_, window, {name1_, name2_}, ConvertImageValue);
+                return MergeConflict(question_, window, {mergeName1_, mergeName2_}, ConvertImageValue);
             } catch (const Cancelled&) {
                 cancelled = true;
                 return E_ABORT;

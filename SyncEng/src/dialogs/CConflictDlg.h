@@ -38,7 +38,8 @@ private:
     void fillList(const TranslatorFields& fields1, const TranslatorFields& fields2);
     void accept();
     ConflictQuestion& question_;
-    std::u16string name1_, name2_; // of the two stores
+    std::u16string name1_, name2_;           // of the two stores
+    std::u16string mergeName1_, mergeName2_; // what the merge calls them
     ContactName contact1_, contact2_;
 };
 

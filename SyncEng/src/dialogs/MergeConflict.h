@@ -9,7 +9,7 @@ namespace mb {
 inline constexpr char16_t mergeProgId[] = u"TwinWiz.CMergeDialog";
 
 struct MergeNames {
-    std::u16string name1, name2; // the short names of the two translators
+    std::u16string name1, name2; // what the user is told the two stores as: the names of a run, in a terminal the places
 };
 
 // Turns an image from the form of one translator into that of another; see the foundation's image values.

@@ -145,6 +145,13 @@ TEST_F(QuestionWordsTest, AMergeIsOfferedOnlyWhereItWorks)
     EXPECT_THAT(ask({u"q"}), Not(HasSubstr("[m]")));
 }
 
+TEST_F(QuestionWordsTest, AMergeNamesTheStoresAsTheQuestionBeforeItDoes)
+{
+    const mbtest::RegisteredMerge merge;
+    (void)ask({u"m"});
+    EXPECT_EQ(mbtest::told.names, u"export.vcf\t/srv/Contacts");
+}
+
 TEST_F(QuestionWordsTest, AMergeIsMadeForOneContactOnly)
 {
     const mbtest::RegisteredMerge merge;

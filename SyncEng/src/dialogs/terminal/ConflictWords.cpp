@@ -76,7 +76,12 @@ Question CConflictDlg::question()
     question.ask = askText(u"Keep", forAll, rest);
     question.answers.push_back({u'b', u"both", u"as two contacts in each store; nothing is lost", settle(idDuplicate)});
     if (!forAll && MergeIsAvailable(question_))
-        question.answers.push_back({u'm', u"field by field", u"you choose the value of each field", settle(idMerge)});
+        question.answers.push_back({u'm', u"field by field", u"you choose the value of each field",
+                                    [this, name1 = one.shortPlace, name2 = two.shortPlace, merge = settle(idMerge)] {
+                                        mergeName1_ = name1;
+                                        mergeName2_ = name2;
+                                        merge();
+                                    }});
     question.answers.push_back({u'1', one.shortPlace, u"its values replace those in " + two.shortPlace, settle(idTrans1Wins)});
     question.answers.push_back({u'2', two.shortPlace, u"its values replace those in " + one.shortPlace, settle(idTrans2Wins)});
     addCommonAnswers(question, *this, idApplyToAll, rest, [this] { choose(idDuplicate); });
