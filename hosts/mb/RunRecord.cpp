@@ -2,6 +2,7 @@
 
 #include "Engine.h"
 #include "files.h"
+#include "host.h"
 #include "MapName.h"
 #include "Output.h"
 
@@ -12,14 +13,23 @@ constexpr std::uint64_t largestRecord = 1 << 20;
 
 std::filesystem::path fileOf(const GUID& map) { return dataFolder() / (guidName(map) + ".lastrun.json"); }
 
-} // namespace
-
-void saveRunRecord(const GUID& map, const RunRecord& record)
+void save(const GUID& map, const RunRecord& record)
 {
     const Json json{{"end", record.end}, {"when", record.when}, {"message", record.message}};
     platform::AtomicFile file(fileOf(map));
     file.write(json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
     (void)file.commit();
+}
+
+} // namespace
+
+void recordStart(const GUID& map) { save(map, {"unfinished", platform::localNow(), {}}); }
+
+void recordEnd(const GUID& map, const Outcome& outcome)
+{
+    constexpr const char* words[] = {"good", "", "failed", "cancelled", "refused", "unanswered"};
+    if (outcome.end == Outcome::End::Planned || outcome.end == Outcome::End::InUse) return;
+    save(map, {words[static_cast<int>(outcome.end)], platform::localNow(), outcome.message});
 }
 
 std::optional<RunRecord> loadRunRecord(const GUID& map)

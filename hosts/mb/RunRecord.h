@@ -1,6 +1,7 @@
-// How the last run of a map ended, as mb keeps it beside the map's history. The engine's own status knows good and failed runs alone.
+// How the last run of a map ended, as mb keeps it beside the map's history. The engine's own status knows good and failed runs alone. The
+// map of a transfer is its target's class.
 #pragma once
-#include "interfaces.h"
+#include "Outcome.h"
 #include <optional>
 #include <string>
 
@@ -13,7 +14,9 @@ struct RunRecord {
 };
 
 // A record that cannot be written is none: the run itself is not harmed.
-void saveRunRecord(const GUID& map, const RunRecord& record);
+void recordStart(const GUID& map); // unfinished, until the end is recorded
+// A look at the plan is no run, nor is one that another run kept from starting.
+void recordEnd(const GUID& map, const Outcome& outcome);
 // Nothing where there is none, or where it cannot be read.
 std::optional<RunRecord> loadRunRecord(const GUID& map);
 void removeRunRecord(const GUID& map);

@@ -83,6 +83,17 @@ void status(bool json)
         rows.push_back(
             {guidName(guid), run.state, run.when == 0.0 ? "-" : dateName(run.when), storeName(map, 0) + "  " + storeName(map, 1)});
     }
+    // Transfers have no map that the user knows; mb's record of the last one stands under the class of its target.
+    for (const TranslatorInfo& target : listTranslators(engine)) {
+        const auto record = loadRunRecord(target.clsid);
+        if (!record) continue;
+        out.push_back({{"transfer", target.name}, {"last_run", dateName(record->when)}, {"status", record->end}});
+        if (!record->message.empty()) out.back()["message"] = record->message;
+        const MapInfo map = describeMap(maps.get(), target.clsid);
+        const bool known = !map.databases[1].empty();
+        rows.push_back({"transfer " + printable(target.name), record->end, dateName(record->when),
+                        known ? storeName(map, 0) + "  " + storeName(map, 1) : "-"});
+    }
     if (json)
         printJson(out);
     else
@@ -113,7 +124,7 @@ void addStatusCommands(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* state = app.add_subcommand("status", "Tell when each map last ran, and how it ended");
+    auto* state = app.add_subcommand("status", "Tell when each map and transfer last ran, and how it ended");
     state->footer(
         "LAST RUN is never, good, failed, cancelled, refused, unanswered where a question found nobody to answer, unfinished where\n"
         "the run still goes on or was killed, or unreadable where the map's history cannot be opened; the code is 1 then.\n"

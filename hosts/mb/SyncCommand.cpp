@@ -67,7 +67,7 @@ public:
         sink_->limit = limit;
         sink_->confirmDeletions = nullptr;
         sink_->onRunBegin = [&] {
-            if (!options_.dryRun) saveRunRecord(map.guid, {"unfinished", platform::localNow(), {}});
+            if (!options_.dryRun) recordStart(map.guid);
         };
         if (asks() && !options_.yes)
             sink_->confirmDeletions = [&](const TooManyDeletions& tooMany) { return confirmDeletions(map, tooMany); };
@@ -164,14 +164,6 @@ std::string failureSentence(const MapInfo& map, const Outcome& outcome)
     return "The map " + guidName(map.guid) + " failed" + where + ": " + outcome.message;
 }
 
-// A look at the plan is no run, nor is one that another run kept from starting.
-void keepRecord(const GUID& map, const Outcome& outcome)
-{
-    constexpr const char* words[] = {"good", "", "failed", "cancelled", "refused", "unanswered"};
-    if (outcome.end == Outcome::End::Planned || outcome.end == Outcome::End::InUse) return;
-    saveRunRecord(map, {words[static_cast<int>(outcome.end)], platform::localNow(), outcome.message});
-}
-
 struct Told {
     std::string sentence;
     ExitCode code = exitDone;
@@ -242,7 +234,7 @@ void sync(const std::vector<std::string>& names, const SyncOptions& options)
     for (std::size_t i = 0; i < wanted.size() && !interrupted(); ++i) {
         const MapInfo map = describeMap(maps.get(), wanted[i]);
         const Outcome outcome = runMap(runner, maps.get(), map);
-        keepRecord(wanted[i], outcome);
+        recordEnd(wanted[i], outcome);
         if (options.json) {
             out.push_back(mapJson(map, outcome));
             if (outcome.end == Outcome::End::Planned) out.back()["plan"] = planJson(runner.sink().plan);

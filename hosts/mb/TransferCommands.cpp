@@ -4,12 +4,14 @@
 #include "files.h"
 #include "MapName.h"
 #include "Outcome.h"
+#include "RunRecord.h"
 #include "RunSink.h"
 #include "StoreName.h"
 #include "text.h"
 #include <chrono>
 #include <optional>
 #include <set>
+#include <tuple>
 
 namespace mbhost {
 namespace {
@@ -69,20 +71,25 @@ void showTargets(bool json)
     const Engine engine;
     Json out = Json::array();
     std::vector<std::vector<std::string>> rows;
-    for (const Target& t : listTargets(engine)) {
+    const std::vector<Target> targets = listTargets(engine);
+    for (const Target& t : targets) {
         const TranslatorInfo& info = t.translator;
         out.push_back({{"name", info.name},
                        {"long_name", info.longName},
                        {"class", guidName(info.clsid)},
+                       {"available", info.available},
                        {"program", t.program},
                        {"configurable", t.configurable},
                        {"images", t.images}});
-        rows.push_back(
-            {printable(info.name), t.images ? "yes" : "no", t.program.empty() ? "-" : printable(t.program), printable(info.longName)});
+        rows.push_back({printable(info.name), info.available ? "yes" : "no", t.images ? "yes" : "no",
+                        t.program.empty() ? "-" : printable(t.program), printable(info.longName)});
     }
     if (json) return printJson(out);
     if (rows.empty()) return print("There is no target yet. mb register PLUGIN registers one.\n");
-    print(table({"NAME", "IMAGES", "PROGRAM", "STORE"}, rows));
+    print(table({"NAME", "READY", "IMAGES", "PROGRAM", "STORE"}, rows));
+    const auto maps = engine.maps();
+    for (const Target& t : targets)
+        if (const std::string missing = missingPlugin(maps.get(), t.translator); !missing.empty()) print(missing + "\n");
 }
 
 struct TransferArguments {
@@ -93,28 +100,43 @@ struct TransferArguments {
     [[nodiscard]] bool reverse() const noexcept { return !from.empty(); }
 };
 
-// The hidden map of a target's first transfer. It goes again unless the transfer wrote something: its settings must not serve the next one.
-class FirstMap {
+// The settings of a target's hidden map, which serve the next transfer too. Unless this one wrote something, they go back to what they
+// were: the map of a first transfer goes again, and another one has its former stores.
+class KeptSettings {
 public:
-    explicit FirstMap(const Engine& engine) : engine_(engine) {}
-    FirstMap(const FirstMap&) = delete;
-    FirstMap& operator=(const FirstMap&) = delete;
-    ~FirstMap()
+    explicit KeptSettings(const Engine& engine) : engine_(engine) {}
+    KeptSettings(const KeptSettings&) = delete;
+    KeptSettings& operator=(const KeptSettings&) = delete;
+    ~KeptSettings()
     {
-        if (made_) (void)com::guarded([&] { return engine_.manager()->DeleteMap(*made_); });
+        if (map_) (void)com::guarded([&] { restore(); });
     }
-    void made(const GUID& map) { made_ = map; }
-    void keep() noexcept { made_.reset(); }
+    void ofNewMap(const GUID& map) { map_ = map; }
+    void ofMap(const GUID& map, const std::string& cardFile, const std::string& database)
+    {
+        map_ = map;
+        former_ = {cardFile, database};
+    }
+    void keep() noexcept { map_.reset(); }
 
 private:
+    void restore() const
+    {
+        if (!former_) return com::check(engine_.manager()->DeleteMap(*map_));
+        const auto maps = engine_.maps();
+        (void)maps->SetDatabase(*map_, idTrans1, com::Bstr(platform::utf16(former_->first)).get());
+        (void)maps->SetDatabase(*map_, idTrans2, com::Bstr(platform::utf16(former_->second)).get());
+    }
+
     const Engine& engine_;
-    std::optional<GUID> made_;
+    std::optional<GUID> map_;                                   // while there is something to take back
+    std::optional<std::pair<std::string, std::string>> former_; // card file and database of a map that was there
 };
 
 // One transfer: the target, its hidden map with both databases set, and the cards.
 class Transfer {
 public:
-    explicit Transfer(const TransferArguments& given) : given_(given), maps_(engine_.maps()), firstMap_(engine_)
+    explicit Transfer(const TransferArguments& given) : given_(given), maps_(engine_.maps()), settings_(engine_)
     {
         resolveTarget();
         expectPlugin(describeTranslator(maps_.get(), hostClass));
@@ -129,6 +151,7 @@ public:
         const auto transferer = engine_.create<ISyncTransfer>(__uuidof(SyncTransfer));
         const auto sink = com::make<RunSink>();
         sink->limit = DeleteLimit("none");
+        sink->onRunBegin = [&] { recordStart(target_.clsid); };
         com::Ptr<IConnectionPoint> point;
         DWORD cookie = 0;
         com::check(transferer.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point.put()));
@@ -142,7 +165,8 @@ public:
         outcome_.events = sink->events;
         outcome_.settle(
             hr, [&] { return lastError(transferer.get()); }, told);
-        if (outcome_.end == Outcome::End::Done || !outcome_.events.nothing()) firstMap_.keep();
+        if (outcome_.end == Outcome::End::Done || !outcome_.events.nothing()) settings_.keep();
+        recordEnd(target_.clsid, outcome_);
     }
 
     void tell() const
@@ -190,19 +214,27 @@ private:
         GUID first{}, second{};
         const HRESULT read = maps_->GetTranslators(map, &first, &second);
         if (read == E_FAIL) { // there is none; any other failure must not make the map anew
-            firstMap_.made(map);
+            settings_.ofNewMap(map);
             if (const HRESULT hr = maps_->CreateEx(map, hostClass, map); FAILED(hr))
                 throw Failure("The transfer could not be set up: " + describe(hr));
         } else if (FAILED(read)) {
             throw Failure("The settings of the transfer cannot be read: " + describe(read));
+        } else {
+            const auto [cardFile, database] = databases();
+            settings_.ofMap(map, cardFile, database);
         }
         if (!database_.empty())
             if (const HRESULT hr = maps_->SetDatabase(map, idTrans2, com::Bstr(platform::utf16(database_)).get()); FAILED(hr))
                 throw Failure("The store " + quote(database_) + " cannot be used: " + describe(hr));
+        std::tie(formerCardFile_, database_) = databases();
+    }
+
+    // Of both sides of the map.
+    std::pair<std::string, std::string> databases() const
+    {
         com::Bstr database1, database2;
-        (void)maps_->GetCurrentDatabase(map, database1.put(), database2.put());
-        formerCardFile_ = platform::utf8(database1.view());
-        database_ = platform::utf8(database2.view());
+        (void)maps_->GetCurrentDatabase(target_.clsid, database1.put(), database2.put());
+        return {platform::utf8(database1.view()), platform::utf8(database2.view())};
     }
 
     std::string chooseCardFile() const
@@ -261,7 +293,7 @@ private:
     const TransferArguments& given_;
     Engine engine_;
     com::Ptr<ITrMap> maps_;
-    FirstMap firstMap_;
+    KeptSettings settings_;
     TranslatorInfo target_;
     std::string database_, formerCardFile_, cardFile_;
     std::vector<std::u16string> cards_;
@@ -291,7 +323,8 @@ void addTransferCommands(CLI::App& app)
 
     auto* command = app.add_subcommand("transfer", "Copy cards between the card file and a target, without a map");
     command->footer("A target is named as in mb targets, the first time with its database: NAME=DATABASE. It is remembered, and so is the\n"
-                    "card file. Cards that were transferred before are updated there if they changed. Nothing is asked.\n\n"
+                    "card file, unless the transfer fails with nothing written. Cards that were transferred before are updated there if\n"
+                    "they changed. Nothing is asked. mb status tells how the last transfer ended.\n\n"
                     "Examples:\n  mb transfer --to vCard=$HOME/Contacts --cards $HOME/cards.db \"Anna Lindqvist\" \"Jürgen Weiß\"\n"
                     "  mb transfer --to vCard --all\n  mb transfer --from vCard");
     command->add_option("--to", given->to, "The target, NAME or NAME=DATABASE");

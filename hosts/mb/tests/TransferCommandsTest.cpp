@@ -44,6 +44,20 @@ TEST_F(TransferCommandsTest, TargetsAreAllPluginsButTheCardFileItself)
     EXPECT_NE(mb({"targets"}).out.find("vCard"), std::string::npos);
 }
 
+TEST_F(TransferCommandsTest, ATargetWhosePluginIsGoneIsMarkedAsMissing)
+{
+    fs::copy_file(vCardPlugin(), home_ / "vcard.so");
+    ASSERT_EQ(mb({"register", cardFilePlugin(), home_ / "vcard.so"}).code, 0);
+    EXPECT_EQ(json({"targets"}).at(0).at("available"), true);
+    EXPECT_NE(mb({"targets"}).out.find("vCard  yes"), std::string::npos) << mb({"targets"}).out;
+    fs::remove(home_ / "vcard.so");
+    ASSERT_EQ(json({"targets"}).size(), 1u);
+    EXPECT_EQ(json({"targets"}).at(0).at("available"), false);
+    const std::string shown = mb({"targets"}).out;
+    EXPECT_NE(shown.find("vCard folder or file  no "), std::string::npos) << shown;
+    EXPECT_NE(shown.find((home_ / "vcard.so").string()), std::string::npos) << "which file is missing: " << shown;
+}
+
 TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
 {
     fillCards(48);
@@ -54,7 +68,6 @@ TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
     EXPECT_EQ(run.at("second").at("created"), 2);
     EXPECT_EQ(cardCount(), 2u);
     EXPECT_EQ(json({"maps"}), Json::array()) << "the map behind it is never seen";
-    EXPECT_EQ(json({"status"}), Json::array());
     EXPECT_NE(mb({"sync", "--silent"}).out.find("There is no map yet"), std::string::npos);
 
     replaceIn(cardWith(":Jürgen Weiß"), "juergen.weiss@example.org", "j.weiss@example.net");
@@ -112,6 +125,42 @@ TEST_F(TransferCommandsTest, ACardThatIsNotThereOrNotTheOnlyOneIsNamedAndNothing
     expectFailure({"transfer", "--to", "vCard", "Nobody At All"}, 1, "\"Nobody At All\"");
     expectFailure({"transfer", "--to", "vCard", "Jürgen Weiß", ""}, 1, "\"\"");
     EXPECT_EQ(cardCount(), 0u);
+}
+
+TEST_F(TransferCommandsTest, StatusTellsHowTheLastTransferEnded)
+{
+    fillCards(3);
+    EXPECT_EQ(json({"status"}), Json::array());
+    EXPECT_EQ(mb({"transfer", "--to", "vCard=" + (home_ / "Nowhere").string(), "--cards", cards(), "--all"}).code, 1);
+    const Json failed = json({"status"}).at(0);
+    EXPECT_EQ(failed.at("transfer"), "vCard");
+    EXPECT_EQ(failed.at("status"), "failed");
+    EXPECT_NE(failed.at("message").get<std::string>().find("Nowhere"), std::string::npos) << failed;
+    EXPECT_FALSE(failed.contains("map")) << "mb sync takes no transfer";
+    ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "--all"}).code, 0);
+    const Json good = json({"status"});
+    ASSERT_EQ(good.size(), 1u) << good;
+    EXPECT_EQ(good.at(0).at("status"), "good");
+    EXPECT_NE(good.at(0).at("last_run"), "");
+    const std::string shown = mb({"status"}).out;
+    EXPECT_NE(shown.find("transfer vCard"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("vCard=" + folder().string()), std::string::npos) << shown;
+    EXPECT_EQ(json({"maps"}), Json::array());
+}
+
+TEST_F(TransferCommandsTest, AFailedTransferLeavesTheSettingsOfTheOneBefore)
+{
+    fillCards(3);
+    ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "Anna Lindqvist"}).code, 0);
+    expectFailure({"transfer", "--to", "vCard=" + (home_ / "Nowhere").string(), "--all"}, 1, "Nowhere");
+    expectFailure({"transfer", "--to", "vCard=" + (home_ / "Nowhere").string(), "Nobody At All"}, 1, "Nobody");
+    putText(home_ / "other.db", "no card file at all, whatever it is called");
+    EXPECT_EQ(mb({"transfer", "--from", "vCard", "--cards", home_ / "other.db"}).code, 1);
+    const Json run = json({"transfer", "--to", "vCard", "--all"});
+    EXPECT_EQ(run.at("database"), folder().string());
+    EXPECT_EQ(run.at("card_file"), cards());
+    EXPECT_EQ(run.at("second").at("created"), 2);
+    EXPECT_EQ(cardCount(), 3u);
 }
 
 TEST_F(TransferCommandsTest, WrongUsageIsTwo)
