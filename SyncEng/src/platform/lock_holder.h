@@ -1,4 +1,4 @@
-// What the file of a lock tells of its holder.
+// What the file of a lock tells of its holder: a line for its name, and one for its note.
 #pragma once
 #include "files.h"
 #include "host.h"
@@ -7,5 +7,7 @@
 namespace platform {
 
 inline std::string ownHolderText() { return utf8(textOf(executablePath().stem())) + ", process " + std::to_string(processId()); }
+
+inline std::string lockFileText(std::string_view note) { return ownHolderText() + '\n' + std::string(note); }
 
 } // namespace platform

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace platform {
@@ -18,8 +19,10 @@ public:
 
     // Waits up to `patience` for another holder. The thread that holds the lock may take it again; each taker releases it once, on the
     // same thread. errc::device_or_resource_busy if another thread or process holds it, errc::no_lock_available if the file system has
-    // no locks; other errors are those of making the file.
-    [[nodiscard]] std::error_code take(const std::filesystem::path& file, std::chrono::milliseconds patience = {});
+    // no locks; other errors are those of making the file. The note is what others are told of the holder; a thread that takes its lock
+    // again leaves the first note. Requires: the note has no line break.
+    [[nodiscard]] std::error_code take(const std::filesystem::path& file, std::chrono::milliseconds patience = {},
+                                       std::string_view note = {});
     void release() noexcept;
     explicit operator bool() const noexcept { return held_ != nullptr; }
 
@@ -30,5 +33,7 @@ private:
 
 // Who holds the lock of this file: "PROGRAM, process NUMBER". Empty if nobody does, or if that is not known yet.
 std::u16string lockHolder(const std::filesystem::path& file);
+// The note that the holder gave; empty where lockHolder is.
+std::u16string lockNote(const std::filesystem::path& file);
 
 } // namespace platform

@@ -98,6 +98,21 @@ TEST_F(ProcessLocks, NameTheirHolderWhileTheyAreHeldAndLeaveNoFile)
     EXPECT_FALSE(fs::exists(file));
 }
 
+TEST_F(ProcessLocks, TellTheFirstNoteOfTheirHolder)
+{
+    ProcessLock lock, again;
+    ASSERT_FALSE(lock.take(file));
+    EXPECT_EQ(platform::lockNote(file), u"");
+    lock.release();
+    ASSERT_FALSE(lock.take(file, {}, "may ask"));
+    ASSERT_FALSE(again.take(file, {}, "asks nothing"));
+    EXPECT_EQ(platform::lockNote(file), u"may ask");
+    EXPECT_TRUE(lockHolder(file).ends_with(platform::utf16(std::to_string(platform::processId()))));
+    again.release();
+    lock.release();
+    EXPECT_EQ(platform::lockNote(file), u"");
+}
+
 TEST_F(ProcessLocks, AreTakenWhereAnEndedProcessLeftTheFile)
 {
     folder.write("map.lock", "mb, process 1");

@@ -75,10 +75,10 @@ int lockOnce(const fs::path& name, std::error_code& error)
     }
 }
 
-void writeHolder(int file) noexcept
+void writeHolder(int file, std::string_view note) noexcept
 {
     try {
-        const std::string text = ownHolderText();
+        const std::string text = lockFileText(note);
         if (::ftruncate(file, 0) == 0) (void)!::pwrite(file, text.data(), text.size(), 0);
     } catch (...) { // it is told to people only
     }
@@ -91,7 +91,7 @@ ProcessLock::ProcessLock(ProcessLock&&) noexcept = default;
 ProcessLock& ProcessLock::operator=(ProcessLock&&) noexcept = default;
 ProcessLock::~ProcessLock() { release(); }
 
-std::error_code ProcessLock::take(const fs::path& file, std::chrono::milliseconds patience)
+std::error_code ProcessLock::take(const fs::path& file, std::chrono::milliseconds patience, std::string_view note)
 {
     // The locks that threads of this process hold.
     static std::mutex guard;
@@ -112,7 +112,7 @@ std::error_code ProcessLock::take(const fs::path& file, std::chrono::millisecond
                 }
                 error = std::make_error_code(std::errc::device_or_resource_busy);
             } else if (const int opened = lockOnce(file, error); opened >= 0) {
-                writeHolder(opened);
+                writeHolder(opened, note);
                 all[file] = held_ = std::make_shared<Held>(file, opened);
                 return {};
             }
@@ -123,11 +123,5 @@ std::error_code ProcessLock::take(const fs::path& file, std::chrono::millisecond
 }
 
 void ProcessLock::release() noexcept { held_.reset(); }
-
-std::u16string lockHolder(const fs::path& file)
-{
-    std::error_code error;
-    return utf16(readFile(file, error, 4096));
-}
 
 } // namespace platform

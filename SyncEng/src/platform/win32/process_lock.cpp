@@ -38,13 +38,13 @@ std::wstring mutexName(const fs::path& file)
 
 std::error_code lastError() noexcept { return {static_cast<int>(GetLastError()), std::system_category()}; }
 
-void writeHolder(const fs::path& file) noexcept
+void writeHolder(const fs::path& file, std::string_view note) noexcept
 {
     try {
         const HANDLE opened = CreateFileW(file.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                           CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
         if (opened == INVALID_HANDLE_VALUE) return;
-        const std::string text = ownHolderText();
+        const std::string text = lockFileText(note);
         DWORD written = 0;
         (void)WriteFile(opened, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
         CloseHandle(opened);
@@ -59,7 +59,7 @@ ProcessLock::ProcessLock(ProcessLock&&) noexcept = default;
 ProcessLock& ProcessLock::operator=(ProcessLock&&) noexcept = default;
 ProcessLock::~ProcessLock() { release(); }
 
-std::error_code ProcessLock::take(const fs::path& file, std::chrono::milliseconds patience)
+std::error_code ProcessLock::take(const fs::path& file, std::chrono::milliseconds patience, std::string_view note)
 {
     release();
     const HANDLE mutex = CreateMutexW(nullptr, FALSE, mutexName(file).c_str());
@@ -74,16 +74,10 @@ std::error_code ProcessLock::take(const fs::path& file, std::chrono::millisecond
     const std::string own = ownHolderText();
     held_ = std::make_shared<Held>(file, mutex);
     held_->again = lockHolder(file) == utf16(own);
-    if (!held_->again) writeHolder(file);
+    if (!held_->again) writeHolder(file, note);
     return {};
 }
 
 void ProcessLock::release() noexcept { held_.reset(); }
-
-std::u16string lockHolder(const fs::path& file)
-{
-    std::error_code error;
-    return utf16(readFile(file, error, 4096));
-}
 
 } // namespace platform
