@@ -9,14 +9,17 @@
 
 namespace mbhost {
 
-// The engine's result where another run has the map.
+// The engine's result where another run has the map or one of its stores.
 inline constexpr HRESULT mapInUse = static_cast<HRESULT>(0x80040241);
+// The code of its last error where that is the run of another map which uses a store and asks nothing.
+inline constexpr HRESULT storeInUseSilently = static_cast<HRESULT>(0x80040243);
 
 struct Outcome {
     enum class End { Done, Planned, Failed, Cancelled, Refused, Unanswered, InUse } end = End::Done;
     double seconds = 0.0;
+    bool recorded = false; // its start stands in the record of the map's last run
     RunEvents events;
-    std::string message; // of a failure or a refusal, and who has a map that is in use
+    std::string message; // of a failure or a refusal, and who has a map or store that is in use
 
     // Takes the end from the run's result, and for a failure the engine's message; where it has none, the system's sentence serves.
     void settle(HRESULT hr, const std::function<std::string()>& lastError, const EngineMessages& told);

@@ -27,8 +27,8 @@ void recordStart(const GUID& map) { save(map, {"unfinished", platform::localNow(
 
 void recordEnd(const GUID& map, const Outcome& outcome)
 {
-    constexpr const char* words[] = {"good", "", "failed", "cancelled", "refused", "unanswered"};
-    if (outcome.end == Outcome::End::Planned || outcome.end == Outcome::End::InUse) return;
+    constexpr const char* words[] = {"good", "", "failed", "cancelled", "refused", "unanswered", "failed"};
+    if (outcome.end == Outcome::End::Planned || (outcome.end == Outcome::End::InUse && !outcome.recorded)) return;
     save(map, {words[static_cast<int>(outcome.end)], platform::localNow(), outcome.message});
 }
 

@@ -15,7 +15,8 @@ struct RunRecord {
 
 // A record that cannot be written is none: the run itself is not harmed.
 void recordStart(const GUID& map); // unfinished, until the end is recorded
-// A look at the plan is no run, nor is one that another run kept from starting.
+// A look at the plan is no run, nor is one that another run kept from starting. A store whose name only its translator knows is found in
+// use after the start: that run failed.
 void recordEnd(const GUID& map, const Outcome& outcome);
 // Nothing where there is none, or where it cannot be read.
 std::optional<RunRecord> loadRunRecord(const GUID& map);

@@ -25,7 +25,13 @@ namespace {
 struct SyncOptions {
     bool resync = false, json = false, silent = false, yes = false, dryRun = false;
     std::optional<DeleteLimit> limit; // without one that of the map holds
-    int wait = 10;                    // seconds, for another run of the map to end
+    std::optional<int> wait;          // seconds, for another run of the map, or of a map that shares a store, to end
+
+    // A silent run of another map ends by itself, and its length is that of its stores; one that asks may wait for its user for ever.
+    [[nodiscard]] std::chrono::seconds patience(bool forSilentRun) const
+    {
+        return std::chrono::seconds(wait.value_or(forSilentRun ? 3600 : 10));
+    }
 };
 
 // A Synchronizer that reports to a sink, for the length of the command.
@@ -49,15 +55,20 @@ public:
     }
     // A look at the plan asks nothing: conflicts are shown as a silent run settles them.
     [[nodiscard]] bool asks() const noexcept { return !options_.silent && !options_.dryRun; }
-    // Another run of the map is waited for; the map is free once it has ended.
+    // Waits for another run of the map, and for runs of other maps that use a store of it. Each new reason to wait is told once.
     HRESULT runWhenFree(const MapInfo& map, const DeleteLimit& limit)
     {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(options_.wait);
-        for (bool told = false;; told = true) {
+        const auto start = std::chrono::steady_clock::now();
+        std::string told;
+        recorded_ = false;
+        for (;;) {
             const HRESULT hr = run(map, limit);
-            if (hr != mapInUse || std::chrono::steady_clock::now() >= giveUp) return hr;
+            if (hr != mapInUse) return hr;
+            const auto [code, why] = lastError();
+            if (std::chrono::steady_clock::now() - start >= options_.patience(code == storeInUseSilently)) return hr;
             if (interrupted()) return E_ABORT;
-            if (!told && platform::errorIsTerminal()) std::fprintf(stderr, "mb: Waiting. %s\n", lastError().c_str());
+            if (why != told && platform::errorIsTerminal()) std::fprintf(stderr, "mb: Waiting. %s\n", why.c_str());
+            told = why;
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
     }
@@ -67,7 +78,9 @@ public:
         sink_->limit = limit;
         sink_->confirmDeletions = nullptr;
         sink_->onRunBegin = [&] {
-            if (!options_.dryRun) recordStart(map.guid);
+            if (options_.dryRun) return;
+            recordStart(map.guid);
+            recorded_ = true;
         };
         if (asks() && !options_.yes)
             sink_->confirmDeletions = [&](const TooManyDeletions& tooMany) { return confirmDeletions(map, tooMany); };
@@ -77,14 +90,20 @@ public:
         sink_->finish();
         return hr;
     }
+    // Whether the record of the last map says that its run is unfinished.
+    [[nodiscard]] bool recorded() const noexcept { return recorded_; }
     [[nodiscard]] const RunSink& sink() const noexcept { return *sink_.get(); }
     [[nodiscard]] const SyncOptions& options() const noexcept { return options_; }
-    std::string lastError() const
+    struct Error {
+        HRESULT code = S_OK; // where it is a number
+        std::string message;
+    };
+    Error lastError() const
     {
         com::Variant code;
         com::Bstr message1, message2;
         if (FAILED(synchronizer_->GetLastError(code.put(), message1.put(), message2.put()))) return {};
-        return joined(message1, message2);
+        return {code.vt == VT_I4 ? static_cast<HRESULT>(code.lVal) : S_OK, joined(message1, message2)};
     }
 
 private:
@@ -93,6 +112,7 @@ private:
     com::Ptr<RunSink> sink_;
     com::Ptr<IConnectionPoint> point_;
     DWORD cookie_ = 0;
+    bool recorded_ = false;
 };
 
 // Why a run ended that was stopped before its end.
@@ -137,8 +157,9 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     const HRESULT hr = runner.runWhenFree(map, limit);
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     outcome.events = runner.sink().events;
+    outcome.recorded = runner.recorded();
     outcome.settle(
-        hr, [&] { return runner.lastError(); }, told);
+        hr, [&] { return runner.lastError().message; }, told);
     if (hr == E_ABORT || hr == deletionsRefused) outcome.end = endOfStopped(runner);
     if (outcome.end == Outcome::End::Refused)
         outcome.message = refusalSentence(map, *runner.sink().plan.refused, writtenBeforeContacts(outcome));
@@ -269,7 +290,9 @@ void addSyncCommand(CLI::App& app)
         "--max-delete is a number, a percentage such as 20%, or none; without it, the limit of the map holds: half of a store of\n"
         "more than three, unless mb set changed it. On a terminal a run over the limit is asked about, but not with --yes.\n"
         "Maps run one after the other, also after one that failed; the exit code is that of the worst: 1 before 4 before 3.\n"
-        "A map has one run at a time. Another run of it is waited for, then mb names it and the exit code is 4.\n"
+        "A map has one run at a time, and a store is in one run at a time. mb waits ten seconds for another run of the map, and for\n"
+        "a run of another map that shares a store and asks its user; for one that asks nothing it waits until that ends, an hour\n"
+        "at the most. --wait says otherwise for all of them. Then mb names the process that it waited for, and the exit code is 4.\n"
         "--json lists each record that was written, each failure and conflict, and what a plug-in left out or noted.\n"
         "Ctrl-C stops all cleanly: what was written stays, and the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"
@@ -281,7 +304,7 @@ void addSyncCommand(CLI::App& app)
     auto* dryRun = command->add_flag("--dry-run", options.dryRun,
                                      "Show what would be done, field by field, with conflicts settled as by --silent; write nothing");
     command->add_option("--max-delete", given->limit, "Refuse a run that would delete more contacts of a store than this");
-    command->add_option("--wait", options.wait, "How long to wait for another run of the map to end; 10 seconds if not given")
+    command->add_option("--wait", options.wait, "How long to wait for another run of the map or of a map that shares a store; see below")
         ->type_name("SECONDS")
         ->check(CLI::Range(0, 86400));
     command->add_flag("--json", options.json, jsonHelp);

@@ -151,7 +151,10 @@ public:
         const auto transferer = engine_.create<ISyncTransfer>(__uuidof(SyncTransfer));
         const auto sink = com::make<RunSink>();
         sink->limit = DeleteLimit("none");
-        sink->onRunBegin = [&] { recordStart(target_.clsid); };
+        sink->onRunBegin = [&] {
+            recordStart(target_.clsid);
+            outcome_.recorded = true;
+        };
         com::Ptr<IConnectionPoint> point;
         DWORD cookie = 0;
         com::check(transferer.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(ISyncEvents), point.put()));

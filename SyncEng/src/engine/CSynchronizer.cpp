@@ -2,6 +2,7 @@
 
 #include "engine/EngineCodes.h"
 #include "engine/FailureReport.h"
+#include "engine/LockStores.h"
 #include "engine/SyncOneMap.h"
 #include "foundation/ClassTable.h"
 #include "foundation/SilentMode.h"
@@ -13,6 +14,7 @@
 #include "ui.h"
 #include <cstdlib>
 #include <ctime>
+#include <utility>
 
 namespace mb {
 namespace {
@@ -36,6 +38,19 @@ void StoreOutlookExpressDatabase(const GUID& translatorId, std::u16string_view d
         key = platform::RegistryKey::open(platform::Root::CurrentUser, path);
     if (key && !database.empty()) key->setText(u"OutlookExpressDB", database);
 }
+
+// The locks of the stores of one map's run, released at its end. A run in the midst of another one, of the same thread, has its own.
+class OwnLocks {
+public:
+    explicit OwnLocks(RunState& run) noexcept : run_(run), outer_(std::exchange(run.Locks, {})) {}
+    OwnLocks(const OwnLocks&) = delete;
+    OwnLocks& operator=(const OwnLocks&) = delete;
+    ~OwnLocks() { run_.Locks = std::move(outer_); }
+
+private:
+    RunState& run_;
+    RunLocks outer_;
+};
 
 HRESULT currentDatabase2(ITrMap* trMap, const GUID& map, std::u16string& database)
 {
@@ -131,7 +146,9 @@ HRESULT CSynchronizer::runMaps(const GUID& guid)
     if (FAILED(hr)) return hr;
     for (const GUID& map : maps) {
         StoreLock lock; // from before the map's settings are read to behind the last repetition of the run, questions included
+        const OwnLocks stores(run_);
         hr = lockMap(lock, map);
+        if (SUCCEEDED(hr)) hr = LockConfiguredStores(run_, trMap.get(), map);
         if (FAILED(hr)) break;
         hr = runReported(map, [&] { return runMap(trMap.get(), map); });
         if (FAILED(hr)) break;
@@ -143,15 +160,7 @@ HRESULT CSynchronizer::lockMap(StoreLock& lock, const GUID& map)
 {
     const HRESULT hr = lock.takeMap(map);
     if (SUCCEEDED(hr)) return ConfigStore().Refresh();
-    return failBeforeRun(hr, lock.failure());
-}
-
-HRESULT CSynchronizer::failBeforeRun(HRESULT hr, std::u16string message)
-{
-    run_.ResyncRequested = false;
-    run_.Error = {};
-    run_.Error.LastErrorCode = com::Variant(LONG{hr});
-    run_.Error.LastErrorMessage1 = std::move(message);
+    RefuseRun(run_, hr, lock.failure());
     return hr;
 }
 
@@ -237,12 +246,16 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     if (!run_.FieldMap) hr = createFieldMap();
     if (FAILED(hr)) return hr;
     StoreLock lock;
+    const OwnLocks stores(run_);
     hr = lockMap(lock, target);
     if (FAILED(hr)) return hr;
 
     std::optional<MapTranslators> found;
     hr = FindMap(trMap.get(), target, found);
-    if (FAILED(hr)) return failBeforeRun(hr, u"The settings of the transfer could not be read. Nothing was transferred.");
+    if (FAILED(hr)) {
+        RefuseRun(run_, hr, u"The settings of the transfer could not be read. Nothing was transferred.");
+        return hr;
+    }
     const bool isFirst = !found;
     if (isFirst) hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
     if (SUCCEEDED(hr)) hr = runTransfer(trMap.get(), target, isFirst ? target : found->two, reverse);
@@ -273,12 +286,16 @@ HRESULT CSynchronizer::runTransfer(ITrMap* trMap, const GUID& target, const GUID
     VariantInit(&direction);
     direction.vt = VT_I4;
     direction.lVal = reverse ? stImportToTrans1 : stExportFromTrans1;
-    const HRESULT hr = com::call(trMap, &ITrMap::SetOption, target, static_cast<LONG>(soSyncType), direction);
+    HRESULT hr = com::call(trMap, &ITrMap::SetOption, target, static_cast<LONG>(soSyncType), direction);
     if (FAILED(hr)) return hr;
 
     std::u16string database2;
     if (FAILED(currentDatabase2(trMap, target, database2)) || database2.empty()) run_.side(Side::Two).Reconfigure = VARIANT_TRUE;
     StoreOutlookExpressDatabase(id2, database2);
+    run_.side(Side::One).Id = hostTranslator;
+    run_.side(Side::Two).Id = id2;
+    hr = LockStores(run_, {run_.TransferFile, database2});
+    if (FAILED(hr)) return hr;
     return runReported(target, [&] {
         forgetFailedSide();
         run_.CurrentMap = target;

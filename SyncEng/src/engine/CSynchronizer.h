@@ -22,11 +22,9 @@ public:
 
 private:
     HRESULT runMaps(const GUID& guid);
-    // Requires: the map is locked.
+    // Requires: the map and its stores are locked.
     HRESULT runMap(ITrMap* trMap, const GUID& map);
     HRESULT lockMap(StoreLock& lock, const GUID& map);
-    // Leaves the error of a run that could not begin, and returns its code.
-    HRESULT failBeforeRun(HRESULT hr, std::u16string message);
     HRESULT transfer(const GUID& target, bool reverse);
     HRESULT runTransfer(ITrMap* trMap, const GUID& target, const GUID& id2, bool reverse);
     // Whether the history of the map that ran last links a record.

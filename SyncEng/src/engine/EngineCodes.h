@@ -16,7 +16,10 @@ inline constexpr HRESULT codeReSync = engineCode(0x16);        // Re-Sync was ch
 inline constexpr HRESULT codeNotInstalled = engineCode(0x18);  // a translator could not be loaded, a text was composed
 
 // Of our own, outside of the codes that translators use.
-inline constexpr HRESULT codeDeletionsRefused = engineCode(0x40);                // a store would lose more records than the map allows
-static_assert(codeInUse == engineCode(0x41) && codeNoLocks == engineCode(0x42)); // a map or the configuration is locked, or cannot be
+inline constexpr HRESULT codeDeletionsRefused = engineCode(0x40); // a store would lose more records than the map allows
+// What GetLastError gives for codeInUse where the run that holds a store asks nothing: it ends by itself, and is worth a long wait.
+inline constexpr HRESULT codeInUseSilently = engineCode(0x43);
+static_assert(codeInUse == engineCode(0x41) &&
+              codeNoLocks == engineCode(0x42)); // a map, a store or the configuration is locked, or cannot be
 
 } // namespace mb

@@ -2,6 +2,7 @@
 // CSynchronizer owns it from its creation to its end; the stages of a run read and write it.
 #pragma once
 #include "engine/RecordTask.h"
+#include "engine/RunLocks.h"
 #include "engine/RunReport.h"
 #include "engine/Side.h"
 #include "interfaces.h"
@@ -56,6 +57,7 @@ struct RunState {
     MapOptions Options;
     ErrorState Error;
     RunReport Report; // of the map that runs
+    RunLocks Locks;   // of its stores
 
     bool ResyncRequested = false;    // a new run of this map must start from an empty history
     bool FieldMapRebuilt = false;    // the field map was made anew because a translator asked for it

@@ -2,6 +2,7 @@
 
 #include "engine/EngineCodes.h"
 #include "engine/FailureReport.h"
+#include "engine/LockStores.h"
 #include "engine/MapOptions.h"
 #include "engine/RunPipeline.h"
 #include "engine/RunServices.h"
@@ -51,13 +52,14 @@ public:
             if (!ensureFieldMap()) return end(recordFailure(codeInitialize));
             hr = prepareSides();
         }
+        if (SUCCEEDED(hr)) hr = lockRecordedStores();
         if (SUCCEEDED(hr)) {
             hr = loadTranslators();
             if (!anyLoadFailed()) {
                 hr = startAndRun();
                 if (leftAtOnce_) return hr;
             }
-            if (isReported(hr)) ReportFailure(run_, hr);
+            if (!refused_ && isReported(hr)) ReportFailure(run_, hr);
             cleanUp();
             // What the analysis learned, and what was written and linked before a failure, stays known whatever ended the run.
             if (FAILED(hr) && !run_.HistoryVoid) (void)history_->store().Save();
@@ -152,6 +154,22 @@ private:
         return database.text();
     }
 
+    // A side whose settings tell no database had one in the last run, and mostly still has.
+    HRESULT lockRecordedStores()
+    {
+        PerSide<std::u16string> recorded;
+        for (const Side side : bothSides)
+            if (storedDatabase(side).empty()) (void)history_->GetDatabase(sectionOf(side), recorded[side]);
+        return lockStores(recorded);
+    }
+
+    HRESULT lockStores(const PerSide<std::u16string>& databases)
+    {
+        const HRESULT hr = LockStores(run_, databases);
+        refused_ = FAILED(hr);
+        return hr;
+    }
+
     // Two stores of one kind are named with their places.
     void nameStores(std::u16string_view database1, std::u16string_view database2)
     {
@@ -202,7 +220,9 @@ private:
             }
         }
         if (readSyncParams() == E_ABORT) return logCancel();
-        const HRESULT hr = RunPipeline(run_, translators_, services_);
+        HRESULT hr = lockStores({run_.side(Side::One).Database, run_.side(Side::Two).Database});
+        if (FAILED(hr)) return hr;
+        hr = RunPipeline(run_, translators_, services_);
         if (hr == E_ABORT) {
             (void)logCancel();
         } else if (FAILED(hr) && run_.Error.FailedTranslator == GUID_NULL) {
@@ -352,7 +372,8 @@ private:
         }
         if (SUCCEEDED(hr))
             settleSuccess();
-        else if (hr != E_ABORT && hr != codeSilentStop && hr != codeRunAgain && hr != codeRebuildFields && hr != codeDeletionsRefused)
+        else if (!refused_ && hr != E_ABORT && hr != codeSilentStop && hr != codeRunAgain && hr != codeRebuildFields &&
+                 hr != codeDeletionsRefused)
             hr = recordFailure(hr);
         return end(hr);
     }
@@ -405,6 +426,7 @@ private:
     LONG openedVersion_ = -1;
     bool wroteImageFlag_ = false; // this run set the stored text, or found it set
     bool leftAtOnce_ = false;
+    bool refused_ = false; // a store is locked, or cannot be
 };
 
 } // namespace

@@ -6,11 +6,14 @@
 #include "foundation/Strings.h"
 #include "host.h"
 #include "store/FileResult.h"
+#include "text.h"
+#include <cstdio>
 
 namespace mb {
 namespace {
 
 constexpr std::chrono::milliseconds longestChange = std::chrono::seconds(10);
+constexpr char mayAskNote[] = "may ask";
 
 std::u16string holderOf(const std::filesystem::path& file)
 {
@@ -26,6 +29,18 @@ bool mayGoWithout()
 
 } // namespace
 
+std::u16string LockFileName(const ContactStore& store)
+{
+    const std::filesystem::path path = platform::pathOf(store.database);
+    const std::u16string place = platform::lowered(path.is_absolute() ? platform::textOf(platform::canonicalPath(path))
+                                                                      : com::guidText(store.translator) + store.database);
+    std::uint64_t hash = 14695981039346656037u; // FNV-1a
+    for (const char16_t c : place) hash = (hash ^ c) * 1099511628211u;
+    char digits[20];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+    return u"store-" + platform::utf16(digits) + u".lock";
+}
+
 HRESULT StoreLock::takeMap(const GUID& map)
 {
     std::filesystem::path file;
@@ -34,6 +49,18 @@ HRESULT StoreLock::takeMap(const GUID& map)
     file /= platform::pathOf(com::guidText(map) + u".lock");
     const std::error_code error = lock_.take(file);
     return settle(error, file, error == std::errc::device_or_resource_busy ? Format(LoadText(320), holderOf(file)) : std::u16string());
+}
+
+HRESULT StoreLock::takeStore(const ContactStore& store, bool mayAsk)
+{
+    std::filesystem::path file;
+    const HRESULT hr = GetUserDataFolder(file);
+    if (FAILED(hr)) return hr;
+    file /= platform::pathOf(LockFileName(store));
+    const std::error_code error = lock_.take(file, {}, mayAsk ? mayAskNote : "");
+    const bool busy = error == std::errc::device_or_resource_busy;
+    holderMayAsk_ = busy && platform::lockNote(file) == platform::utf16(mayAskNote);
+    return settle(error, file, busy ? Format(LoadText(325), store.database, holderOf(file)) : std::u16string());
 }
 
 HRESULT StoreLock::takeConfiguration(const std::filesystem::path& store)

@@ -4,7 +4,12 @@
 #include "registry.h"
 #include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
+#include "store/StoreLock.h"
+#include "text.h"
 #include "TransferFixture.h"
+
+#include <future>
+#include <thread>
 
 namespace {
 
@@ -76,6 +81,27 @@ TEST_F(TransferRunTest, AFirstTransferThatFailsAfterItWroteKeepsItsMapAndCopiesN
     EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
     ASSERT_EQ(transfer(ids), S_OK);
     EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"}));
+}
+
+TEST_F(TransferRunTest, AFirstTransferWhoseCardFileIsInUseIsRefusedAndLeavesNoHiddenMap)
+{
+    const auto ids = addCards({u"Adams"});
+    std::promise<HRESULT> taken;
+    std::promise<void> done;
+    std::thread holder([&] {
+        mb::StoreLock lock;
+        taken.set_value(lock.takeStore({hostClass, u"C:\\Cards\\Mine.mbk"}, false));
+        done.get_future().wait();
+    });
+    EXPECT_EQ(taken.get_future().get(), S_OK);
+    scenario.log().clear();
+    EXPECT_EQ(transfer(ids), mb::codeInUse);
+    EXPECT_THAT(scenario.log().starting("1 Initialize"), IsEmpty());
+    EXPECT_THAT(listedMaps(), IsEmpty());
+    EXPECT_THAT(platform::utf8(takeError().message1), HasSubstr("Mine.mbk"));
+    done.set_value();
+    holder.join();
+    EXPECT_EQ(transfer(ids), S_OK);
 }
 
 TEST_F(TransferRunTest, ALaterTransferThatFailsKeepsTheMap)

@@ -50,7 +50,51 @@ protected:
         putText(home_ / in / (name + ".vcf"),
                 "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + ";Ada;;;\r\nFN:Ada " + name + "\r\nEND:VCARD\r\n");
     }
+    // A map of the folder of makeMap and one more folder.
+    std::string addNeighbour()
+    {
+        makeFolders({"Neighbour"});
+        return addMap("vCard=" + folder().string(), store("Neighbour"));
+    }
     std::string store(const std::string& name) const { return "vCard=" + (home_ / name).string(); }
+};
+
+// Maps that share stores: each contact is put into one folder and must come to stand in all of them once.
+class SharedStoreRuns : public RunLockTest {
+protected:
+    void makeStores(const std::vector<std::string>& names, const std::vector<std::pair<std::string, std::string>>& maps)
+    {
+        registerPlugins();
+        makeFolders(names);
+        names_ = names;
+        for (const auto& [first, second] : maps) commands_.push_back({"sync", addMap(store(first), store(second)), "--silent"});
+    }
+    // New contacts in each folder.
+    void putPeople(std::size_t each)
+    {
+        for (const std::string& name : names_)
+            for (std::size_t i = 0; i < each; ++i) {
+                people_.push_back(name + "-" + std::to_string(people_.size()));
+                putPerson(name, people_.back());
+            }
+    }
+    void expectAllDoneTogether()
+    {
+        for (const Result& result : together(commands_)) EXPECT_EQ(result.code, 0) << result.out << result.error;
+    }
+    void expectEachPersonOnce()
+    {
+        for (int round = 0; round < 2; ++round) ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+        const std::string last = mb({"sync", "--silent"}).out;
+        EXPECT_EQ(last.find("created"), std::string::npos) << last;
+        for (const std::string& name : names_) {
+            EXPECT_EQ(mbtest::cardCount(home_ / name), people_.size()) << name;
+            for (const std::string& person : people_)
+                EXPECT_FALSE(mbtest::cardWith(home_ / name, ":Ada " + person + "\r").empty()) << person << " is not in " << name;
+        }
+    }
+    std::vector<std::string> names_, people_;
+    std::vector<std::vector<std::string>> commands_;
 };
 
 } // namespace
@@ -94,6 +138,81 @@ TEST_F(RunLockTest, ARunThatIsKilledFreesItsMap)
     EXPECT_EQ(cardCount(), 500u);
 }
 
+TEST_F(RunLockTest, ARunThatIsKilledFreesItsStores)
+{
+    const std::string map = makeMap(500), neighbour = addNeighbour();
+    EXPECT_EQ(whileARunStands(map,
+                              [&](int pid) {
+                                  EXPECT_EQ(mb({"sync", neighbour, "--silent", "--wait", "0"}).code, 4);
+                                  ::kill(pid, SIGKILL);
+                              })
+                  .code,
+              128 + SIGKILL);
+    const Result next = mb({"sync", neighbour, "--silent", "--wait", "0"});
+    EXPECT_EQ(next.code, 0) << next.error;
+    EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), cardCount());
+}
+
+TEST_F(RunLockTest, AMapThatSharesAStoreWithARunIsRefusedWithTheNamesOfTheStoreAndOfTheProcess)
+{
+    const std::string map = makeMap(500), neighbour = addNeighbour();
+    makeFolders({"Apart", "AsWell"});
+    const std::string apart = addMap(store("Apart"), store("AsWell"));
+    const Result first = whileARunStands(map, [&](int pid) {
+        for (const char* how : {"--silent", "--dry-run", "--yes"}) {
+            const Result second = mb({"sync", neighbour, how, "--wait", "0"});
+            EXPECT_EQ(second.code, 4) << how;
+            EXPECT_TRUE(isOneSentence(second.error)) << second.error;
+            EXPECT_NE(second.error.find("\"" + folder().string() + "\""), std::string::npos) << second.error;
+            EXPECT_NE(second.error.find("mb, process " + std::to_string(pid)), std::string::npos) << second.error;
+        }
+        EXPECT_EQ(mb({"sync", apart, "--silent", "--wait", "0"}).code, 0) << "it shares no store";
+        EXPECT_EQ(json({"status"}).size(), 3u);
+    });
+    EXPECT_EQ(first.code, 0) << first.error;
+    EXPECT_EQ(mb({"sync", neighbour, "--silent", "--wait", "0"}).code, 0);
+    EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), 500u);
+}
+
+// Its settings name no database, so the plug-in takes that of the environment, and only the started run learns of it.
+TEST_F(RunLockTest, ARunThatFindsItsStoreInUseAfterItsStartIsToldAsFailed)
+{
+    const std::string map = makeMap(500);
+    makeFolders({"Neighbour"});
+    const std::string neighbour = addMap(store("Neighbour"), "vCard=" + folder().string());
+    const fs::path configuration = dataFolder() / "MBSync.xml";
+    std::string text = textOf(configuration);
+    const std::size_t key = text.rfind("RGF0YWJhc2U="); // "Database" of side 2
+    ASSERT_NE(key, std::string::npos);
+    putText(configuration, text.replace(key, 12, "WGF0YWJhc2U="));
+    run_.environment["MB_STORE_VCARD"] = folder().string();
+    (void)whileARunStands(map, [&](int pid) {
+        const Result second = mb({"sync", neighbour, "--silent", "--wait", "0"});
+        EXPECT_EQ(second.code, 4) << second.error;
+        EXPECT_NE(second.error.find("mb, process " + std::to_string(pid)), std::string::npos) << second.error;
+        EXPECT_EQ(json({"status"}).at(1).at("status"), "failed");
+    });
+    EXPECT_EQ(mb({"sync", neighbour, "--silent", "--wait", "0"}).code, 0);
+    EXPECT_EQ(json({"status"}).at(1).at("status"), "good");
+    EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), 500u);
+}
+
+// Longer than a second run of the same map waits.
+TEST_F(RunLockTest, ASilentRunOfAMapThatSharesAStoreIsWaitedForToItsEnd)
+{
+    const std::string map = makeMap(500), neighbour = addNeighbour();
+    Result second;
+    std::thread waiting;
+    const Result first = whileARunStands(map, [&](int) {
+        waiting = std::thread([&] { second = mb({"sync", neighbour, "--silent"}); });
+        std::this_thread::sleep_for(std::chrono::seconds(11));
+    });
+    waiting.join();
+    EXPECT_EQ(first.code, 0) << first.error;
+    EXPECT_EQ(second.code, 0) << second.error;
+    EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), 500u);
+}
+
 TEST_F(RunLockTest, MapsThatAreMadeAndSetAtOneTimeAreAllKept)
 {
     registerPlugins();
@@ -114,28 +233,23 @@ TEST_F(RunLockTest, MapsThatAreMadeAndSetAtOneTimeAreAllKept)
 }
 
 // A chain: the folder in the middle is in both maps.
-TEST_F(RunLockTest, MapsThatShareAStoreRunTogetherAndConverge)
+TEST_F(SharedStoreRuns, OfAChainAllEndWellAndConverge)
 {
-    registerPlugins();
-    const std::vector<std::string> names{"A", "B", "C"};
-    makeFolders(names);
-    std::vector<std::string> maps;
-    for (const auto& [first, second] : {std::pair{"A", "B"}, {"B", "C"}}) maps.push_back(addMap(store(first), store(second)));
-    constexpr std::size_t each = 40;
-    for (const std::string& name : names)
-        for (std::size_t i = 0; i < each; ++i) putPerson(name, name + "-" + std::to_string(i));
+    makeStores({"A", "B", "C"}, {{"A", "B"}, {"B", "C"}});
+    putPeople(40);
+    for (int round = 0; round < 3; ++round) expectAllDoneTogether();
+    expectEachPersonOnce();
+}
 
-    std::vector<std::vector<std::string>> commands;
-    for (const std::string& map : maps) commands.push_back({"sync", map, "--silent"});
-    for (int round = 0; round < 3; ++round) (void)together(commands);
-    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
-    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
-    for (const std::string& name : names) {
-        EXPECT_EQ(mbtest::cardCount(home_ / name), names.size() * each) << name;
-        for (const std::string& from : names)
-            for (std::size_t i = 0; i < each; ++i)
-                EXPECT_FALSE(mbtest::cardWith(home_ / name, ":Ada " + from + "-" + std::to_string(i) + "\r").empty()) << name << from << i;
+// A ring: each map copies new contacts of its folders that the third map finds in one of its own folders already.
+TEST_F(SharedStoreRuns, OfARingAllEndWellAndDoubleNobody)
+{
+    makeStores({"A", "B", "C"}, {{"A", "B"}, {"B", "C"}, {"A", "C"}});
+    for (int round = 0; round < 4; ++round) {
+        putPeople(10);
+        expectAllDoneTogether();
     }
+    expectEachPersonOnce();
 }
 
 TEST_F(RunLockTest, AMapThatFailsDoesNotKeepTheOthersFromTheirRun)

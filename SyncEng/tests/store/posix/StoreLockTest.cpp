@@ -48,6 +48,25 @@ TEST_F(WithoutLocks, AMapIsNotRunUnlessTheUserSaysSo)
     EXPECT_TRUE(std::filesystem::is_empty(folder.data()));
 }
 
+TEST_F(WithoutLocks, AStoreIsNotSynchronizedUnlessTheUserSaysSo)
+{
+    StoreLock lock;
+    EXPECT_EQ(lock.takeStore({map, u"/Contacts"}, false), codeNoLocks);
+    EXPECT_NE(lock.failure().find(u"MB_WITHOUT_LOCKS"), std::u16string::npos);
+    ::setenv("MB_WITHOUT_LOCKS", "1", 1);
+    EXPECT_EQ(lock.takeStore({map, u"/Contacts"}, false), S_OK);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.data()));
+}
+
+TEST(LockFileNamesOfLinks, AreThoseOfWhatTheyLeadTo)
+{
+    const mbtest::TestFolder folder;
+    std::filesystem::create_directory(folder.path() / "Contacts");
+    std::filesystem::create_directory_symlink(folder.path() / "Contacts", folder.path() / "link");
+    const auto nameOf = [&](const char* name) { return LockFileName({{}, (folder.path() / name).u16string()}); };
+    EXPECT_EQ(nameOf("link"), nameOf("Contacts"));
+}
+
 TEST_F(WithoutLocks, TheConfigurationIsReadAndNotChanged)
 {
     StoreFile store;
