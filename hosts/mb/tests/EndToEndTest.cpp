@@ -1,10 +1,8 @@
 #include "EndToEndFixture.h"
 
-#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <sstream>
-#include <thread>
 
 namespace {
 
@@ -448,11 +446,7 @@ TEST_F(EndToEndTest, CtrlCStopsTheRunAndTheNextOneGoesOn)
 {
     constexpr int contacts = 3000;
     const std::string map = makeMap(contacts);
-    run_.whileRuns = [&](int pid) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        ::kill(pid, SIGINT);
-    };
+    run_.whileRuns = signalOnce([&] { return cardCount() > 0; }, SIGINT);
     const Result cancelled = mb({"sync", "--silent"});
     run_.whileRuns = nullptr;
     EXPECT_EQ(cancelled.code, 3) << cancelled.out;

@@ -28,8 +28,7 @@ protected:
     {
         RunOptions running = run_;
         running.whileRuns = [&](int pid) {
-            const auto giveUp = steady_clock::now() + std::chrono::seconds(60);
-            while (cardCount() == 0 && steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            waitFor([&] { return cardCount() > 0; });
             ::kill(pid, SIGSTOP);
             work(pid);
             ::kill(pid, SIGCONT);

@@ -1,12 +1,15 @@
 #include "RunProgram.h"
 
 #include <array>
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
 #include <stdexcept>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace mbtest {
@@ -77,6 +80,20 @@ void readAll(int out, int error, Result& result)
 }
 
 } // namespace
+
+void waitFor(const std::function<bool()>& reached)
+{
+    const auto giveUp = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    while (!reached() && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+}
+
+std::function<void(int pid)> signalOnce(std::function<bool()> reached, int signal)
+{
+    return [reached = std::move(reached), signal](int pid) {
+        waitFor(reached);
+        ::kill(pid, signal);
+    };
+}
 
 Result runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options)
 {

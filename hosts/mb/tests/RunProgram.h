@@ -21,6 +21,12 @@ struct RunOptions {
     std::function<void(int pid)> whileRuns; // called once it runs
 };
 
+// Waits until `reached` is true, but for a minute at most.
+void waitFor(const std::function<bool()>& reached);
+
+// For whileRuns: sends the signal to the program as soon as `reached` is true.
+std::function<void(int pid)> signalOnce(std::function<bool()> reached, int signal);
+
 // Typed in a conversation it closes the terminal instead.
 inline constexpr char closeTerminal[] = "\x1c close";
 

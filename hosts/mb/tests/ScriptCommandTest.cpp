@@ -4,7 +4,6 @@
 #include <chrono>
 #include <csignal>
 #include <fstream>
-#include <thread>
 
 using namespace mbtest;
 namespace fs = std::filesystem;
@@ -96,12 +95,7 @@ TEST_F(ScriptCommandTest, AStoreForAnUnknownPluginIsNamed)
 
 TEST_F(ScriptCommandTest, CtrlCStopsALoopWithoutEnd)
 {
-    run_.whileRuns = [&](int pid) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!fs::exists(home_ / "running") && std::chrono::steady_clock::now() < giveUp)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        ::kill(pid, SIGINT);
-    };
+    run_.whileRuns = signalOnce([&] { return fs::exists(home_ / "running"); }, SIGINT);
     const Result result = runScript("function Main()\n  io.open('running', 'w'):close()\n  while true do end\nend");
     EXPECT_EQ(result.code, 3);
     EXPECT_EQ(result.error, "mb: " + (home_ / "script.lua").string() + ":3: The script was cancelled.\n");
@@ -215,12 +209,7 @@ TEST_F(ScriptCommandTest, AScriptThatNamesNoMapRunsAllButThoseOfTransfers)
 
 TEST_F(ScriptCommandTest, CtrlCEndsOneLongCallOfTheScriptsLibrary)
 {
-    run_.whileRuns = [&](int pid) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (!fs::exists(home_ / "running") && std::chrono::steady_clock::now() < giveUp)
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        ::kill(pid, SIGINT);
-    };
+    run_.whileRuns = signalOnce([&] { return fs::exists(home_ / "running"); }, SIGINT);
     const auto start = std::chrono::steady_clock::now();
     const Result result = runScript("function Main()\n  io.open('running', 'w'):close()\n"
                                     "  string.find(('a'):rep(400000), ('.-'):rep(9) .. 'b')\nend");
@@ -233,11 +222,7 @@ TEST_F(ScriptCommandTest, CtrlCStopsARunOfAScriptCleanly)
 {
     constexpr int contacts = 3000;
     const std::string map = makeMap(contacts);
-    run_.whileRuns = [&](int pid) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        ::kill(pid, SIGINT);
-    };
+    run_.whileRuns = signalOnce([&] { return cardCount() > 0; }, SIGINT);
     const Result result = runScript("function Main()\n"
                                     "  CreateObject('MBSync.SyncAutoTest.1'):Synchronize(arg[1], false, true)\n"
                                     "end",

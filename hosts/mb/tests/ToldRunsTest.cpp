@@ -2,11 +2,9 @@
 #include "EndToEndFixture.h"
 
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <fstream>
 #include <set>
-#include <thread>
 
 using namespace mbtest;
 namespace fs = std::filesystem;
@@ -196,11 +194,7 @@ TEST_F(ToldRunsTest, EveryMemberOfTheJsonOfARunIsDocumented)
 TEST_F(ToldRunsTest, ARunThatWasKilledIsUnfinished)
 {
     (void)makeMap(3000);
-    run_.whileRuns = [&](int pid) {
-        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-        while (cardCount() == 0 && std::chrono::steady_clock::now() < giveUp) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        ::kill(pid, SIGKILL);
-    };
+    run_.whileRuns = signalOnce([&] { return cardCount() > 0; }, SIGKILL);
     EXPECT_EQ(mb({"sync", "--silent"}).code, 128 + SIGKILL);
     run_.whileRuns = nullptr;
     EXPECT_EQ(status(), "unfinished");
