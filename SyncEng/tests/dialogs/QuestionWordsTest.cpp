@@ -32,14 +32,24 @@ protected:
         changes.FieldTypes = &types;
     }
     // What the terminal shows while these lines are typed.
-    std::string show(mb::Dialog& dialog, std::deque<std::u16string> typed)
+    template <class Work> std::string shownDuring(std::deque<std::u16string> typed, Work&& work)
     {
         screen = {std::move(typed), {}};
         mb::TerminalFrontEnd frontEnd([this] { return std::make_unique<mbtest::TypedConsole>(screen); });
         mb::DialogFrontEnd* const former = mb::SetFrontEnd(&frontEnd);
-        (void)mb::ShowDialog(dialog, nullptr);
+        work();
         mb::SetFrontEnd(former);
         return screen.text();
+    }
+    std::string show(mb::Dialog& dialog, std::deque<std::u16string> typed)
+    {
+        return shownDuring(std::move(typed), [&] { (void)mb::ShowDialog(dialog, nullptr); });
+    }
+    // The dialog of a map's fields, ended by cancel.
+    std::string mapFields(std::deque<std::u16string> typed)
+    {
+        s.makeMap();
+        return shownDuring(std::move(typed), [&] { EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_FALSE); });
     }
     std::string ask(std::deque<std::u16string> typed)
     {
@@ -118,7 +128,7 @@ TEST_F(QuestionWordsTest, TheSameForAllHoldsForTheAnswerThatFollows)
 
 TEST_F(QuestionWordsTest, TheSameForAllCanBeTakenBack)
 {
-    (void)ask({u"a", u"a", u"1"});
+    EXPECT_THAT(ask({u"a", u"a", u"1"}), HasSubstr("[a] only this one  you are asked about each conflict again\n"));
     EXPECT_EQ(conflict.Resolution, croTrans1Wins);
     EXPECT_FALSE(conflict.ApplyToAll);
 }
@@ -318,13 +328,7 @@ TEST_F(QuestionWordsTest, FieldsAreMappedByTheNumbersOfTheirRows)
 {
     s.one().fields = {{ftFirstName, u"Given"}, {ftCity1, u"Town"}, {ftPhone, u"Phone"}, {ftBirthday, u"Born", 0, 0, dtDateTime}};
     s.two().fields = {{ftFirstName, u"First"}, {ftCity1, u"City"}, {ftFax, u"Fax"}};
-    s.makeMap();
-    screen = {{u"2", u"3", u"m4 3", u"q"}, {}};
-    mb::TerminalFrontEnd frontEnd([this] { return std::make_unique<mbtest::TypedConsole>(screen); });
-    mb::DialogFrontEnd* const former = mb::SetFrontEnd(&frontEnd);
-    EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_FALSE);
-    mb::SetFrontEnd(former);
-    const std::string shown = screen.text();
+    const std::string shown = mapFields({u"2", u"3", u"m4 3", u"q"});
     EXPECT_THAT(shown, HasSubstr("\nWhich field goes with which: [x] is copied, [ ] is not.\n"));
     EXPECT_THAT(shown, HasSubstr("  1  [x] Given"));
     EXPECT_THAT(shown, HasSubstr("  2  [ ] Town"));
@@ -333,4 +337,29 @@ TEST_F(QuestionWordsTest, FieldsAreMappedByTheNumbersOfTheirRows)
     EXPECT_THAT(shown, HasSubstr("  [s] save     keeps the fields as they stand here (Enter)\n"
                                  "  [d] default  puts the fields that mean the same side by side\n"
                                  "  [q] cancel   leaves the map as it was\n"));
+}
+
+TEST_F(QuestionWordsTest, ARowWithoutAFieldOnOneSideCannotBeChecked)
+{
+    s.one().fields = {{ftFirstName, u"Given"}, {ftBirthday, u"Born", 0, 0, dtDateTime}};
+    s.two().fields = {{ftFirstName, u"First"}};
+    constexpr const char* refusal = "A row is mapped only if it has a field on each side, of the same type.\n";
+    EXPECT_THAT(mapFields({u"2", u"q"}), HasSubstr(refusal));
+    EXPECT_THAT(mapFields({u"1", u"q"}), Not(HasSubstr(refusal)));
+}
+
+TEST_F(QuestionWordsTest, TheHelpOfEachQuestionIsItsOwn)
+{
+    EXPECT_THAT(ask({u"?", u"", u"q"}), HasSubstr("The two stores hold different values"));
+    mb::DeleteConflictQuestion deletion;
+    deletion.survivor = conflict.side1;
+    deletion.deletedClsid = mbtest::fakeClass2;
+    deletion.DeletedSide = idTrans2;
+    deletion.ConflictIndex = deletion.ConflictTotal = 1;
+    EXPECT_THAT(askDeletion(deletion, {u"?", u"", u"q"}), HasSubstr("One store changed a contact that the other one deleted."));
+    const std::u16string fresh = u"n1";
+    plan(2, mb::PlannedNew, fresh, nullptr);
+    EXPECT_THAT(confirm({u"?", u"", u"n"}), HasSubstr("This tells how many contacts of each store will be changed"));
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->fields = {{ftFirstName, u"Given"}}; // a list of one page
+    EXPECT_THAT(mapFields({u"?", u"", u"q"}), HasSubstr("A row that is checked copies the field on its left"));
 }

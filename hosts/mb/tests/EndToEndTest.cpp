@@ -1,5 +1,6 @@
 #include "EndToEndFixture.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fstream>
 #include <sstream>
@@ -257,6 +258,13 @@ TEST_F(EndToEndTest, WithoutACommandItShowsItsHelp)
     EXPECT_EQ(result.code, 2);
     EXPECT_EQ(result.error, mb({"--help"}).out);
     EXPECT_EQ(result.out, "");
+}
+
+TEST_F(EndToEndTest, TheHelpNamesTheExitCodes)
+{
+    std::string help = mb({"--help"}).out;
+    std::ranges::replace(help, '\n', ' ');
+    EXPECT_NE(help.find("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 cancelled, 4 in use by another run."), std::string::npos) << help;
 }
 
 TEST_F(EndToEndTest, EveryCommandHasHelpWithAnExample)

@@ -48,3 +48,24 @@ TEST(HelpTextTest, AWordLongerThanItsColumnIsTheOnlyOneThatIsBroken)
     EXPECT_NE(app.help().find("--limit VALUE"), std::string::npos) << app.help();
     EXPECT_NE(app.help().find("\n                            "), std::string::npos) << app.help();
 }
+
+// Examples are copied to a command line.
+TEST(HelpTextTest, AnExampleIsNotBrokenHoweverLongItIs)
+{
+    std::string words;
+    for (int i = 0; i < 30; ++i) words += " word";
+    CLI::App app{"A description.\n  mb example" + words + "\n  no example" + words};
+    formatHelp(app);
+    EXPECT_NE(app.help().find("\n  mb example" + words + "\n"), std::string::npos) << app.help();
+    EXPECT_EQ(app.help().find("\n  no example" + words + "\n"), std::string::npos) << app.help();
+}
+
+TEST(HelpTextTest, WhatIsRequiredIsMarked)
+{
+    CLI::App app;
+    app.add_option("--from", "Where it comes from")->required();
+    app.add_option("--to", "Where it goes");
+    formatHelp(app);
+    EXPECT_NE(app.help().find("--from VALUE (required)"), std::string::npos) << app.help();
+    EXPECT_EQ(app.help().find("--to VALUE (required)"), std::string::npos) << app.help();
+}

@@ -62,9 +62,7 @@ Question CConflictDlg::question()
     const bool forAll = model_[idApplyToAll].checked;
     const auto settle = [this](int radio) {
         return [this, radio] {
-            const bool all = model_[idApplyToAll].checked;
             choose(radio);
-            check(idApplyToAll, all);
             press(idOk);
         };
     };
