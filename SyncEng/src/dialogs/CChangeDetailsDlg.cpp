@@ -48,9 +48,11 @@ void CChangeDetailsDlg::prepare()
     contact_ = ReadContactName(fields, change_.recordId, ftFirstName, ftLastName);
     model_.layout = DialogLayout::ChangeDetails;
     model_.caption = u"Contact Changes";
-    model_.help = LoadText(314);
-    model_.add(idMessage, ControlKind::Text, Format(LoadText(176), contact_.joined(), StoreNameOf(change_.storeName, change_.clsid)));
-    model_.add(idList, ControlKind::List).columns = {{LoadText(107)}, {LoadText(177)}, {LoadText(178)}};
+    model_.help = LoadText(Text::HelpChangeDetails);
+    model_.add(idMessage, ControlKind::Text,
+               Format(LoadText(Text::ChangeDetailsMessage), contact_.joined(), StoreNameOf(change_.storeName, change_.clsid)));
+    model_.add(idList, ControlKind::List).columns = {
+        {LoadText(Text::FieldNameColumn)}, {LoadText(Text::CurrentValueColumn)}, {LoadText(Text::NewValueColumn)}};
     model_.addButton(idOk, u"OK", ButtonRole::Default);
     model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel).visible = false;
     model_.focus = idOk;
@@ -66,7 +68,8 @@ void CChangeDetailsDlg::fillList(const TranslatorFields& fields)
     for (const auto& [type, value] : *change_.values) {
         if (isImageType(type) && (!change_.SyncImages || !images)) continue;
         const LONG target = mappedType(change_.FieldTypes, type);
-        const std::u16string name = isImageSize(type) ? LoadText(type == ftImageSize1 ? 234 : 235) : fields.nameOfType(target);
+        const std::u16string name =
+            isImageSize(type) ? LoadText(type == ftImageSize1 ? Text::FrontImageSize : Text::BackImageSize) : fields.nameOfType(target);
         std::u16string current;
         if (FAILED(currentValue(fields, images.get(), record, target, current))) continue;
         if (isImageType(type) && value == current) continue;

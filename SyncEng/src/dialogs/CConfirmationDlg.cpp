@@ -37,13 +37,13 @@ Counts countsFor(const PlannedChanges& changes, const Counts& own, const Counts&
 std::u16string blockText(std::u16string_view from, std::u16string_view to, const Counts& counts)
 {
     if (!counts.any()) return {};
-    std::u16string text = Format(LoadText(102), from, to) + u"\r\n";
-    const auto addLine = [&](int count, int one, int many) {
+    std::u16string text = Format(LoadText(Text::ChangesWillBeApplied), from, to) + u"\r\n";
+    const auto addLine = [&](int count, Text one, Text many) {
         if (count > 0) text += u"\t" + Format(LoadText(count == 1 ? one : many), count) + u"\r\n";
     };
-    addLine(counts.adds, 188, 103);
-    addLine(counts.changes, 189, 104);
-    addLine(counts.deletes, 191, 190);
+    addLine(counts.adds, Text::Addition, Text::Additions);
+    addLine(counts.changes, Text::Change, Text::Changes);
+    addLine(counts.deletes, Text::Deletion, Text::Deletions);
     return text;
 }
 
@@ -51,7 +51,8 @@ std::u16string unverifiedText(const PlannedChanges& changes, std::u16string_view
 {
     if (!changes.ConfirmAdds || !changes.UnverifiedRecords || changes.UnverifiedRecords->empty()) return {};
     const std::size_t count = changes.UnverifiedRecords->size();
-    return Format(LoadText(186), name1, name2) + u"\r\n\t" + Format(LoadText(count == 1 ? 187 : 184), count);
+    return Format(LoadText(Text::ChangesNotApplied), name1, name2) + u"\r\n\t" +
+           Format(LoadText(count == 1 ? Text::UnverifiedAddition : Text::UnverifiedAdditions), count);
 }
 
 // What the translator calls its database.
@@ -61,7 +62,8 @@ std::u16string databaseLabel(const PlannedSide& side, std::u16string_view name)
     const auto info = com::Ptr<ITranslator>(side.translator).tryAs<ITranslatorInfo>();
     if (info && SUCCEEDED(unlessCancelled(com::call(info, &ITranslatorInfo::GetInfo, shortName.put(), longName.put(), label.put()))))
         return label.text();
-    return Format(LoadText(200), name.empty() && side.clsid == lotusNotesTranslator ? LoadText(209) : std::u16string(name));
+    return Format(LoadText(Text::DatabaseLabel),
+                  name.empty() && side.clsid == lotusNotesTranslator ? LoadText(Text::NameNotes) : std::u16string(name));
 }
 
 } // namespace
@@ -76,8 +78,9 @@ std::u16string SummaryText(const PlannedChanges& changes)
     const std::u16string second = blockText(name1, name2, countsFor(changes, tasks2, tasks1));
     if (first.empty() && unverified.empty() && second.empty()) return {};
 
-    std::u16string text = Format(LoadText(199), databaseLabel(changes.side1, name1), changes.side1.database) +
-                          Format(LoadText(199), databaseLabel(changes.side2, name2), changes.side2.database) + u"\r\n" + first;
+    std::u16string text = Format(LoadText(Text::DatabaseLine), databaseLabel(changes.side1, name1), changes.side1.database) +
+                          Format(LoadText(Text::DatabaseLine), databaseLabel(changes.side2, name2), changes.side2.database) + u"\r\n" +
+                          first;
     if (!unverified.empty()) text += (first.empty() ? u"" : u"\r\n") + unverified;
     if (!second.empty()) text += (first.empty() && unverified.empty() ? u"" : u"\r\n\r\n") + second;
     return text;
@@ -89,8 +92,8 @@ void CConfirmationDlg::prepare()
     if (summary.empty()) return end(idOk);
     model_.layout = DialogLayout::Confirmation;
     model_.caption = u"Confirm Changes";
-    model_.help = LoadText(312);
-    model_.add(idInstructions, ControlKind::Text, LoadText(141));
+    model_.help = LoadText(Text::HelpSummary);
+    model_.add(idInstructions, ControlKind::Text, LoadText(Text::SummaryInstructions));
     model_.add(idSummary, ControlKind::Edit, summary);
     model_.addButton(idViewDetails, u"&View Details");
     model_.addButton(idOk, u"OK", ButtonRole::Default);

@@ -47,22 +47,24 @@ std::u16string CConflictDlg::message() const
     const std::u16string shown1 = contact1_.shortened(), shown2 = contact2_.shortened();
     const bool differ = !contact1_.sameAs(contact2_);
     if (question_.FieldMapChanged)
-        return differ ? Format(LoadText(182), shown1, name1_, shown2, name2_) : Format(LoadText(172), shown1, name1_, name2_);
-    return differ ? Format(LoadText(181), shown1, name1_, shown2, name2_, name2_) : Format(LoadText(105), shown1, name1_, name2_, name2_);
+        return differ ? Format(LoadText(Text::FieldMapDuplicateMessage), shown1, name1_, shown2, name2_)
+                      : Format(LoadText(Text::FieldMapConflictMessage), shown1, name1_, name2_);
+    return differ ? Format(LoadText(Text::DuplicateConflictMessage), shown1, name1_, shown2, name2_, name2_)
+                  : Format(LoadText(Text::ConflictMessage), shown1, name1_, name2_, name2_);
 }
 
 void CConflictDlg::addControls(std::u16string_view messageText)
 {
     model_.layout = DialogLayout::Conflict;
     model_.caption = u"Resolve Conflicting Changes";
-    model_.help = LoadText(310);
-    model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
+    model_.help = LoadText(Text::HelpConflict);
+    model_.add(idCounter, ControlKind::Text, Format(LoadText(Text::ConflictCounter), question_.ConflictIndex, question_.ConflictTotal));
     model_.add(idMessage, ControlKind::Text, messageText);
     model_.add(idList, ControlKind::List);
     model_.add(idMerge, ControlKind::Radio, u"Let me resolve the conflicts &manually");
     model_.add(idDuplicate, ControlKind::Radio, u"Create a &duplicate contact");
-    model_.add(idTrans1Wins, ControlKind::Radio, Format(LoadText(106), name1_, name2_));
-    model_.add(idTrans2Wins, ControlKind::Radio, Format(LoadText(198), name2_, name1_));
+    model_.add(idTrans1Wins, ControlKind::Radio, Format(LoadText(Text::FirstOverwritesSecond), name1_, name2_));
+    model_.add(idTrans2Wins, ControlKind::Radio, Format(LoadText(Text::SecondOverwritesFirst), name2_, name1_));
     model_.add(idApplyToAll, ControlKind::CheckBox, u"&Apply the selected resolution to all conflicts");
     model_.addButton(idOk, u"OK", ButtonRole::Default);
     model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel);
@@ -87,7 +89,7 @@ void CConflictDlg::onChoose(int radio) { model_[idApplyToAll].enabled = radio !=
 void CConflictDlg::fillList(const TranslatorFields& fields1, const TranslatorFields& fields2)
 {
     Control& list = model_[idList];
-    list.columns = {{LoadText(107)}, {name1_}, {name2_}};
+    list.columns = {{LoadText(Text::FieldNameColumn)}, {name1_}, {name2_}};
     question_.ConflictFields1.clear();
     question_.ConflictFields2.clear();
     for (const auto& [type, value1] : question_.ChangeMap1) {
@@ -131,7 +133,8 @@ void CConflictDlg::accept()
             }
         });
         if (cancelled) throw Cancelled{};
-        if (FAILED(hr)) return ShowWarning(window, Format(LoadText(173), Format(u"%x", hr), platform::systemMessage(hr)));
+        if (FAILED(hr))
+            return ShowWarning(window, Format(LoadText(Text::MergeFailedWithCode), Format(u"%x", hr), platform::systemMessage(hr)));
         if (hr == S_FALSE) return; // given up: the other ways stay open
     }
     end(idOk);

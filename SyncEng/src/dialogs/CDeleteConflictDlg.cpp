@@ -18,12 +18,13 @@ void CDeleteConflictDlg::prepare()
 
     model_.layout = DialogLayout::DeleteConflict;
     model_.caption = u"Resolve Contact's Change and Deletion";
-    model_.help = LoadText(311);
-    model_.add(idCounter, ControlKind::Text, Format(LoadText(183), question_.ConflictIndex, question_.ConflictTotal));
-    model_.add(idMessage, ControlKind::Text, Format(LoadText(108), contact_.shortened(), changedName_, deletedName_));
+    model_.help = LoadText(Text::HelpDeleteConflict);
+    model_.add(idCounter, ControlKind::Text, Format(LoadText(Text::ConflictCounter), question_.ConflictIndex, question_.ConflictTotal));
+    model_.add(idMessage, ControlKind::Text,
+               Format(LoadText(Text::DeleteConflictMessage), contact_.shortened(), changedName_, deletedName_));
     model_.add(idList, ControlKind::List);
-    model_.add(idAdd, ControlKind::Radio, Format(LoadText(109), deletedName_));
-    model_.add(idDelete, ControlKind::Radio, Format(LoadText(110), changedName_));
+    model_.add(idAdd, ControlKind::Radio, Format(LoadText(Text::AddContactTo), deletedName_));
+    model_.add(idDelete, ControlKind::Radio, Format(LoadText(Text::DeleteContactFrom), changedName_));
     model_.add(idApplyToAll, ControlKind::CheckBox, u"A&pply the selected resolution to all conflicts").checked = question_.ApplyToAll;
     model_.addButton(idOk, u"OK", ButtonRole::Default);
     model_.addButton(idCancel, u"Cancel", ButtonRole::Cancel);
@@ -37,8 +38,8 @@ void CDeleteConflictDlg::prepare()
 void CDeleteConflictDlg::fillList(const TranslatorFields& fields)
 {
     Control& list = model_[idList];
-    list.columns = {{LoadText(107)}, {changedName_}, {deletedName_}};
-    const std::u16string gone = LoadText(139);
+    list.columns = {{LoadText(Text::FieldNameColumn)}, {changedName_}, {deletedName_}};
+    const std::u16string gone = LoadText(Text::ContactDeleted);
     const RecordReading record(fields, question_.survivor.recordId);
     if (!record) return;
     for (const TranslatorFields::Item& item : fields.items()) {

@@ -17,11 +17,14 @@ void CDetailsDlg::prepare()
 
     model_.layout = DialogLayout::Details;
     model_.caption = u"Details";
-    model_.help = LoadText(313);
+    model_.help = LoadText(Text::HelpDetails);
     const auto addList = [&](int title, int list, const PlannedSide& side) {
-        model_.add(title, ControlKind::Text, Format(LoadText(111), StoreNameOf(side.name, side.clsid)));
+        model_.add(title, ControlKind::Text, Format(LoadText(Text::ChangesAppliedTo), StoreNameOf(side.name, side.clsid)));
         Control& control = model_.add(list, ControlKind::List);
-        control.columns = {{LoadText(115)}, {LoadText(116)}, {LoadText(117)}, {LoadText(118)}};
+        control.columns = {{LoadText(Text::ActionColumn)},
+                           {LoadText(Text::FirstNameColumn)},
+                           {LoadText(Text::LastNameColumn)},
+                           {LoadText(Text::CompanyColumn)}};
         control.selectable = control.sortable = true;
         control.sortColumn = 0;
     };
@@ -46,12 +49,13 @@ void CDetailsDlg::fillList(int list, const PlannedSide& own, const PlannedSide& 
                            const TranslatorFields& otherFields)
 {
     for (const PlannedTask& task : own.tasks)
-        if (task.isAddition() || task.isChange()) addRow(list, otherFields, *task.recordId, task.isAddition() ? 112 : 113, &task);
+        if (task.isAddition() || task.isChange())
+            addRow(list, otherFields, *task.recordId, task.isAddition() ? Text::ActionAdd : Text::ActionChange, &task);
     for (const PlannedTask& task : other.tasks)
-        if (task.isDeletion()) addRow(list, ownFields, *task.recordId, 114, &task);
+        if (task.isDeletion()) addRow(list, ownFields, *task.recordId, Text::ActionDelete, &task);
 }
 
-void CDetailsDlg::addRow(int list, const TranslatorFields& source, const std::u16string& recordId, int action, const PlannedTask* task)
+void CDetailsDlg::addRow(int list, const TranslatorFields& source, const std::u16string& recordId, Text action, const PlannedTask* task)
 {
     if (!source.usable()) return;
     const RecordReading record(source, recordId);
@@ -72,7 +76,7 @@ void CDetailsDlg::addUnverified(const TranslatorFields& fields1, const Translato
     if (!changes_.UnverifiedRecords) return;
     for (const std::u16string& id : *changes_.UnverifiedRecords) {
         const bool on1 = SUCCEEDED(unlessCancelled(com::call(changes_.side1.translator, &ITranslator::FindRecord, com::Bstr(id).get())));
-        addRow(idList1, on1 ? fields1 : fields2, id, 185, nullptr);
+        addRow(idList1, on1 ? fields1 : fields2, id, Text::ActionNoneUnverified, nullptr);
     }
 }
 

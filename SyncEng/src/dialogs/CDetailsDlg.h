@@ -3,6 +3,7 @@
 #include "dialogs/Dialog.h"
 #include "dialogs/DialogTexts.h"
 #include "dialogs/PlannedChanges.h"
+#include "foundation/Strings.h"
 
 namespace mb {
 
@@ -26,7 +27,7 @@ private:
     void onClickHeader(int list, int column) override;
     void fillList(int list, const PlannedSide& own, const PlannedSide& other, const TranslatorFields& ownFields,
                   const TranslatorFields& otherFields);
-    void addRow(int list, const TranslatorFields& source, const std::u16string& recordId, int action, const PlannedTask* task);
+    void addRow(int list, const TranslatorFields& source, const std::u16string& recordId, Text action, const PlannedTask* task);
     void addUnverified(const TranslatorFields& fields1, const TranslatorFields& fields2);
     void sort(Control& list) const;
     void viewChanges();

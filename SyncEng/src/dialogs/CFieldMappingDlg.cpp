@@ -29,22 +29,22 @@ void loadDynamicFields(IFieldMap* fieldMaps, REFGUID fieldMap, ITranslator* tran
 std::u16string DataTypeText(LONG dataType)
 {
     switch (dataType) {
-    case dtInteger: return LoadText(240);
-    case dtString: return LoadText(241);
-    case dtDouble: return LoadText(242);
-    case dtDateTime: return LoadText(243);
-    case dtBinary: return LoadText(244);
-    case dtImage: return LoadText(245);
+    case dtInteger: return LoadText(Text::TypeInteger);
+    case dtString: return LoadText(Text::TypeString);
+    case dtDouble: return LoadText(Text::TypeDouble);
+    case dtDateTime: return LoadText(Text::TypeDateTime);
+    case dtBinary: return LoadText(Text::TypeBinary);
+    case dtImage: return LoadText(Text::TypeImage);
     default: return Format(u"%d", dataType);
     }
 }
 
 void CFieldMappingDlg::prepare()
 {
-    NoFieldText = LoadText(238);
+    NoFieldText = LoadText(Text::NoField);
     model_.layout = DialogLayout::FieldMapping;
     model_.caption = u"Edit Field Mapping";
-    model_.help = LoadText(315);
+    model_.help = LoadText(Text::HelpFieldMapping);
     model_.add(idInstructions, ControlKind::Text,
                u"Drag the fields in the left column up or down to align them with matching fields in the right column. Toggle the "
                u"checkboxes to map or unmap fields. Click \"Reset\" to restore the default field mapping.");
@@ -149,7 +149,8 @@ void CFieldMappingDlg::showRow(std::size_t row, bool checked)
 
 void CFieldMappingDlg::refuse(const Field& one, const Field& other)
 {
-    ShowWarning(window, Format(LoadText(239), one.name, DataTypeText(one.dataType), other.name, DataTypeText(other.dataType)));
+    ShowWarning(window,
+                Format(LoadText(Text::FieldTypesDiffer), one.name, DataTypeText(one.dataType), other.name, DataTypeText(other.dataType)));
 }
 
 bool CFieldMappingDlg::canMap(const Row& row) const

@@ -103,6 +103,9 @@ int ShowDialog(Dialog& dialog, HWND parent)
     return dialog.ending().value_or(idCancel);
 }
 
-void ShowWarning(HWND parent, std::u16string_view text) { FrontEnd().tell(parent, text, LoadText(137), platform::MessageKind::Warning); }
+void ShowWarning(HWND parent, std::u16string_view text)
+{
+    FrontEnd().tell(parent, text, LoadText(Text::ProductCaption), platform::MessageKind::Warning);
+}
 
 } // namespace mb

@@ -168,8 +168,8 @@ private:
     LONG ask() const
     {
         const auto folder = GetHelpFolder();
-        const com::Bstr title(LoadText(175)), names(names_.name2 + u"\t" + names_.name1), help(folder ? *folder + helpFile : u""),
-            none(u"");
+        const com::Bstr title(LoadText(Text::MergeTitle)), names(names_.name2 + u"\t" + names_.name1),
+            help(folder ? *folder + helpFile : u""), none(u"");
         const VARIANT_BOOL images = front_.takesPart || back_.takesPart ? VARIANT_TRUE : VARIANT_FALSE;
         LONG result = 1;
         com::check(com::call(component_, &IMergeDialog::ShowMergeDialog, static_cast<LONG>(reinterpret_cast<intptr_t>(parent_)),

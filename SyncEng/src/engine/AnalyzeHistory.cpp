@@ -172,7 +172,7 @@ HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string&
 HRESULT AnalyzeHistory(PipelinePass& pass)
 {
     RunState& run = pass.run;
-    StageProgress progress(run.EventSink, LoadText(run.CategoryPass ? 221 : 194));
+    StageProgress progress(run.EventSink, LoadText(run.CategoryPass ? Text::AnalyzingCategoryHistory : Text::AnalyzingHistory));
     if (progress.advance(0.0) == E_ABORT) return E_ABORT;
     if (run.transferring()) chooseTransferSections(pass);
 
@@ -182,7 +182,7 @@ HRESULT AnalyzeHistory(PipelinePass& pass)
     pass.FirstSync = run.HistoryVoid = beginsAnew(run, last);
     if (pass.FirstSync) {
         pass.HasHistory = false;
-        WriteLogResource(1, last.one.empty() || last.two.empty() ? 149 : 150);
+        WriteLogResource(logProgress, last.one.empty() || last.two.empty() ? Text::FirstSync : Text::DatabaseChanged);
     } else {
         hr = loadKnownRecords(pass);
     }

@@ -14,13 +14,32 @@
 namespace mb {
 namespace {
 
-constexpr unsigned firstCode = 0x80040200u, firstMessageCode = 0x80040201u, lastCode = 0x80040218u;
+constexpr unsigned firstMessageCode = 0x80040201u, lastCode = 0x80040218u;
 
-// The message of each engine code, by its low part; 0 for none.
-constexpr std::array<int, 25> messageIds{0,   121, 122, 123, 124, 125, 126, 127, 128, 133, 129, 130, 134,
-                                         131, 132, 135, 136, 0,   0,   0,   0,   0,   0,   0,   121};
-
-constexpr int captionId = 137;
+// The message of an engine code, where it has one.
+std::optional<Text> messageOf(HRESULT hr)
+{
+    switch (static_cast<unsigned>(hr)) {
+    case 0x80040201: return Text::InitializeFailed;
+    case 0x80040202: return Text::OpenFailed;
+    case 0x80040203: return Text::CloseFailed;
+    case 0x80040204: return Text::SaveFailed;
+    case 0x80040205: return Text::ReadConfigurationFailed;
+    case 0x80040206: return Text::WriteConfigurationFailed;
+    case 0x80040207: return Text::FindRecordFailed;
+    case 0x80040208: return Text::ReadRecordFailed;
+    case 0x80040209: return Text::ReadFieldFailed;
+    case 0x8004020A: return Text::AddRecordFailed;
+    case 0x8004020B: return Text::EditRecordFailed;
+    case 0x8004020C: return Text::WriteFieldFailed;
+    case 0x8004020D: return Text::SaveRecordFailed;
+    case 0x8004020E: return Text::DeleteRecordFailed;
+    case 0x8004020F: return Text::BeginUpdateFailed;
+    case 0x80040210: return Text::EndUpdateFailed;
+    case 0x80040218: return Text::InitializeFailed;
+    default: return std::nullopt;
+    }
+}
 
 bool hasEngineMessage(HRESULT hr)
 {
@@ -100,8 +119,8 @@ std::u16string failureText(const ErrorState& error, HRESULT hr, std::u16string_v
         return text;
     }
     if (!ours) return platform::systemMessage(hr);
-    const int id = messageIds[static_cast<unsigned>(hr) - firstCode];
-    return id ? Format(LoadText(id), name) + codeText : std::u16string();
+    const std::optional<Text> id = messageOf(hr);
+    return id ? Format(LoadText(*id), name) + codeText : std::u16string();
 }
 
 void stopSchedule()
@@ -130,7 +149,7 @@ void chargeFailure(PipelinePass& pass, Side side)
 
 HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence)
 {
-    WriteLogText(4, u"%s", sentence);
+    WriteLogText(logFailures, u"%s", sentence);
     chargeFailure(pass, side);
     if (pass.run.Error.LastErrorMessage1.empty()) pass.run.Error.LastErrorMessage1 = sentence;
     return E_FAIL;
@@ -146,7 +165,7 @@ std::u16string FailureText(const RunState& run, HRESULT hr)
 {
     const GUID& failed = run.Error.FailedTranslator;
     const std::optional<Side> side = run.Error.FailedSide;
-    if (failed == GUID_NULL) return failureText(run.Error, hr, LoadText(captionId));
+    if (failed == GUID_NULL) return failureText(run.Error, hr, LoadText(Text::ProductCaption));
     // Two stores of one translator are told apart by the name that the run gives them.
     const bool named = side && run.side(*side).Id == failed && !run.side(*side).Name.empty();
     return failureText(run.Error, hr, named ? run.side(*side).Name : translatorName(failed, false));
@@ -154,9 +173,9 @@ std::u16string FailureText(const RunState& run, HRESULT hr)
 
 void ReportFailure(const RunState& run, HRESULT hr)
 {
-    const std::u16string caption = LoadText(captionId);
+    const std::u16string caption = LoadText(Text::ProductCaption);
     const std::u16string text = FailureText(run, hr);
-    WriteLogText(4, u"%s", text);
+    WriteLogText(logFailures, u"%s", text);
     if (SilentMode && hr != codeStopSchedule) return;
     if (hr == codeStopSchedule) stopSchedule();
     platform::showMessage(run.ParentWindow, text, caption, platform::MessageKind::Warning);
@@ -174,7 +193,7 @@ HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<IT
             (void)com::call(trMap, &ITrMap::GetName, run.side(culprit).Id, VARIANT_TRUE, longName.put());
             name = longName.text();
         }
-        run.Error.LastErrorMessage1 = Format(LoadText(168), name, name);
+        run.Error.LastErrorMessage1 = Format(LoadText(Text::TranslatorInitializeFailed), name, name);
         hr = codeNotInstalled;
     }
     SaveScope scope(run.History->store());

@@ -47,7 +47,7 @@ bool nothingToSearch(const PipelinePass& pass)
 
 HRESULT closeSearch(PipelinePass& pass, HRESULT hr, bool foundAny)
 {
-    if (!foundAny) WriteLogResource(1, 153);
+    if (!foundAny) WriteLogResource(logProgress, Text::NoDuplicates);
     if (SUCCEEDED(hr)) HoldBackUnreadable(pass);
     if (SUCCEEDED(hr)) hr = ResolveConflicts(pass);
     pass.run.FieldMapRebuilt = false;
@@ -67,7 +67,7 @@ public:
 
     HRESULT run()
     {
-        WriteLogText(1, u"\r");
+        WriteLogText(logProgress, u"\r");
         HRESULT hr = indexSideOne();
         if (SUCCEEDED(hr)) hr = findExact();
         if (SUCCEEDED(hr)) hr = findConflicting();
@@ -81,14 +81,14 @@ private:
         bool complete = true, lastNameRead = true; // every field could be read; that of the last name could
     };
 
-    StageProgress progressOf(int contactId, int categoryId) const
+    StageProgress progressOf(Text contacts, Text categories) const
     {
-        return {run_.EventSink, LoadText(run_.CategoryPass ? categoryId : contactId)};
+        return {run_.EventSink, LoadText(run_.CategoryPass ? categories : contacts)};
     }
 
     HRESULT indexSideOne()
     {
-        StageProgress progress = progressOf(192, 222);
+        StageProgress progress = progressOf(Text::PreparingDuplicates, Text::PreparingCategoryDuplicates);
         LONG count = 0;
         (void)one_.store.count(count);
         for (LONG i = 0; i < count; ++i) {
@@ -216,7 +216,7 @@ private:
 
     HRESULT findExact()
     {
-        StageProgress progress = progressOf(196, 223);
+        StageProgress progress = progressOf(Text::FindingExactDuplicates, Text::FindingExactCategoryDuplicates);
         const double step = 100.0 / static_cast<double>(two_.Tasks.size());
         for (auto at = two_.Tasks.begin(); at != two_.Tasks.end();) {
             const auto e2 = at++;
@@ -235,7 +235,7 @@ private:
 
     HRESULT findConflicting()
     {
-        StageProgress progress = progressOf(197, 224);
+        StageProgress progress = progressOf(Text::FindingConflictingDuplicates, Text::FindingConflictingCategoryDuplicates);
         const std::vector<std::size_t> open = index2_.open();
         if (open.empty()) return S_OK;
         // One step for both rounds: each record is found at most once, so that the two never pass 100 together.
@@ -334,7 +334,7 @@ HRESULT FindDuplicates(PipelinePass& pass)
     RecordIndex index1, index2;
     if (!index1.create() || !index2.create()) return FindDuplicatesInMemory(pass);
     if (nothingToSearch(pass)) {
-        WriteLogResource(1, 153);
+        WriteLogResource(logProgress, Text::NoDuplicates);
         return S_OK;
     }
     DuplicateSearch search(pass, index1, index2);
@@ -345,7 +345,7 @@ HRESULT FindDuplicates(PipelinePass& pass)
 HRESULT FindDuplicatesInMemory(PipelinePass& pass)
 {
     if (nothingToSearch(pass)) {
-        WriteLogResource(1, 153);
+        WriteLogResource(logProgress, Text::NoDuplicates);
         return S_OK;
     }
     const MatchRows rows = BuildMatchRows(pass);
@@ -394,7 +394,7 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
     // A record that the store did not list this time is known by its task.
     for (auto at = one.Tasks.begin(); at != one.Tasks.end(); ++at) addCandidate(at);
 
-    StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? 225 : 164));
+    StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? Text::FindingCategoryDuplicates : Text::FindingDuplicates));
     const double step = 100.0 / static_cast<double>(two.Tasks.size());
     bool foundAny = false;
     HRESULT hr = S_OK;

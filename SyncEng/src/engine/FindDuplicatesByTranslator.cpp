@@ -38,8 +38,8 @@ public:
 
     HRESULT run()
     {
-        WriteLogText(1, u"\r");
-        WriteLogResource(1, 156);
+        WriteLogText(logProgress, u"\r");
+        WriteLogResource(logProgress, Text::FindingDuplicatesByTranslator);
         const FindEnd end(two_.store);
         return SUCCEEDED(two_.store.beginFind(run_.CurrentMap, one_.store.translator(), synched_.get())) ? walk() : S_OK;
     }
@@ -63,7 +63,7 @@ private:
 
     HRESULT walk()
     {
-        StageProgress progress(run_.EventSink, LoadText(156));
+        StageProgress progress(run_.EventSink, LoadText(Text::FindingDuplicatesByTranslator));
         const double step = 100.0 / static_cast<double>(one_.Tasks.size());
         for (auto at = one_.Tasks.begin(); at != one_.Tasks.end();) {
             const auto current = at++; // a match may take it out
@@ -150,7 +150,8 @@ private:
         const bool send1 = pass_.Send[Side::One], send2 = pass_.Send[Side::Two];
         if (send1 && send2 && e1->second.Changes) {
             if (LogLevelMask & 1)
-                WriteLogResource(1, 154, DescribeRecord(e1->second.Values.get(), one_.store.translator(), one_.names, e1->first));
+                WriteLogResource(logProgress, Text::PossibleDuplicate,
+                                 DescribeRecord(e1->second.Values.get(), one_.store.translator(), one_.names, e1->first));
             e1->second.MappedId = e2->first;
             e2->second.MappedId = e1->first;
         } else if (send1) {

@@ -44,7 +44,7 @@ void HoldBackUnreadable(PipelinePass& pass)
         const Side other = otherSide(unreadable.side);
         const auto partners = mayBeSame(pass, unreadable, other == Side::One ? LONG{ftLastName} : lastName2);
         if (partners.empty()) continue;
-        WriteLogText(1,
+        WriteLogText(logProgress,
                      u"\tThe new record %s of %s could not be read. It waits for the next run, with the new records of %s that may be the "
                      u"same contact: %d.",
                      unreadable.id, pass.run.side(unreadable.side).Name, pass.run.side(other).Name, static_cast<LONG>(partners.size()));

@@ -17,22 +17,22 @@ class ConflictStage {
 public:
     explicit ConflictStage(PipelinePass& pass)
         : pass_(pass), run_(pass.run), tasks1_(pass.side(Side::One).Tasks), tasks2_(pass.side(Side::Two).Tasks),
-          progress_(run_.EventSink, LoadText(run_.CategoryPass ? 226 : 169))
+          progress_(run_.EventSink, LoadText(run_.CategoryPass ? Text::ResolvingCategoryConflicts : Text::ResolvingConflicts))
     {
     }
 
     HRESULT run()
     {
         if (tasks1_.empty() || tasks2_.empty()) {
-            WriteLogResource(1, 151);
+            WriteLogResource(logProgress, Text::NoConflicts);
             return S_OK;
         }
         FillFieldTypes(pass_);
-        WriteLogText(1, u"\r");
+        WriteLogText(logProgress, u"\r");
         const HRESULT hr = DetectConflicts(pass_, progress_, conflicts_);
         if (FAILED(hr)) return hr;
         if (conflicts_.empty()) {
-            WriteLogResource(1, 151);
+            WriteLogResource(logProgress, Text::NoConflicts);
             return progress_.reach(100.0);
         }
         return decideAll();
@@ -65,7 +65,7 @@ private:
         if (run_.Report.wantsNames())
             entry.name = DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).store.translator(), pass_.side(Side::One).names,
                                         pair.e1->first);
-        WriteLogResource(1, 152, entry.name);
+        WriteLogResource(logProgress, Text::Conflict, entry.name);
         if (resolution == croNotify) {
             if (SilentMode) {
                 resolution = silentChoice(pair, conflict);

@@ -88,19 +88,19 @@ private:
     void logHeader() const
     {
         WriteLogText(LogLevelMask, u"\r");
-        WriteLogResource(LogLevelMask, run_.CategoryPass ? 201 : 202);
+        WriteLogResource(LogLevelMask, run_.CategoryPass ? Text::CategoryPassStarted : Text::ContactPassStarted);
         WriteLogText(LogLevelMask, u"\r");
-        WriteLogResource(LogLevelMask, 144, run_.side(Side::One).Name, run_.side(Side::One).Database);
-        WriteLogResource(LogLevelMask, 145, run_.side(Side::Two).Name, run_.side(Side::Two).Database);
+        WriteLogResource(LogLevelMask, Text::DatabaseOfSide1, run_.side(Side::One).Name, run_.side(Side::One).Database);
+        WriteLogResource(LogLevelMask, Text::DatabaseOfSide2, run_.side(Side::Two).Name, run_.side(Side::Two).Database);
     }
 
     void chooseDirection()
     {
         const std::u16string &name1 = run_.side(Side::One).Name, &name2 = run_.side(Side::Two).Name;
         switch (run_.Options.SyncType) {
-        case stImportToTrans1: pass_.Send[Side::One] = false; return WriteLogResource(1, 146, name2, name1);
-        case stExportFromTrans1: pass_.Send[Side::Two] = false; return WriteLogResource(1, 146, name1, name2);
-        default: return WriteLogResource(1, 147);
+        case stImportToTrans1: pass_.Send[Side::One] = false; return WriteLogResource(logProgress, Text::OneWay, name2, name1);
+        case stExportFromTrans1: pass_.Send[Side::Two] = false; return WriteLogResource(logProgress, Text::OneWay, name1, name2);
+        default: return WriteLogResource(logProgress, Text::TwoWay);
         }
     }
 
@@ -177,7 +177,7 @@ private:
 
     HRESULT write()
     {
-        logWithTime(231);
+        logWithTime(Text::CopyingStarted);
         // Only now, so that a cancelled first run leaves the old history in place.
         if (pass_.FirstSync && !run_.transferring()) (void)run_.History->Clear();
         run_.HistoryVoid = false;
@@ -196,7 +196,7 @@ private:
             if (SUCCEEDED(hr) && pass_.Send[Side::Two]) hr = WriteSide(pass_, Side::One);
             saveHistoryOnce(hr, [&] { completeSide(Side::One, hr); });
         }
-        logWithTime(232);
+        logWithTime(Text::CopyingEnded);
         return hr;
     }
 
@@ -246,7 +246,7 @@ private:
         (void)run_.History->SetLastSyncStatus(sectionOf(side), 1);
     }
 
-    void logWithTime(int id) const
+    void logWithTime(Text id) const
     {
         if (!run_.CategoryPass)
             WriteLogResource(LogLevelMask, id, platform::dateText(platform::localTime()), platform::timeText(platform::localTime()));
@@ -262,7 +262,7 @@ private:
         }
         run_.UnverifiedRecords.clear();
         WriteLogText(LogLevelMask, u"\r");
-        WriteLogResource(LogLevelMask, run_.CategoryPass ? 217 : 218);
+        WriteLogResource(LogLevelMask, run_.CategoryPass ? Text::CategoryPassEnded : Text::ContactPassEnded);
         WriteLogText(LogLevelMask, u"\r");
     }
 

@@ -58,10 +58,12 @@ void logWrite(const ReportEntry& entry, const std::u16string& storeName)
 {
     const bool category = entry.pass == passCategories;
     switch (entry.action) {
-    case raCreated: return WriteLogResource(1, category ? 204 : 157, storeName, entry.name);
-    case raUpdated: return WriteLogResource(1, category ? 205 : 158, storeName, entry.name);
-    case raDeleted: return WriteLogResource(1, category ? 206 : 159, storeName, entry.name);
-    case raLinked: return category ? WriteLogResource(1, 205, storeName, entry.name) : WriteLogResource(1, 230, entry.name);
+    case raCreated: return WriteLogResource(logProgress, category ? Text::CategoryCreated : Text::RecordCreated, storeName, entry.name);
+    case raUpdated: return WriteLogResource(logProgress, category ? Text::CategoryUpdated : Text::RecordUpdated, storeName, entry.name);
+    case raDeleted: return WriteLogResource(logProgress, category ? Text::CategoryDeleted : Text::RecordDeleted, storeName, entry.name);
+    case raLinked:
+        return category ? WriteLogResource(logProgress, Text::CategoryUpdated, storeName, entry.name)
+                        : WriteLogResource(logProgress, Text::RecordMatched, entry.name);
     default: return;
     }
 }
@@ -69,12 +71,12 @@ void logWrite(const ReportEntry& entry, const std::u16string& storeName)
 void logSettlement(LONG resolution, const std::u16string& winner)
 {
     switch (resolution) {
-    case croAddAll: return WriteLogResource(1, 300);
-    case croDeleteAll: return WriteLogResource(1, 301);
-    case croTrans1Wins: return WriteLogResource(1, 302, winner, 1);
-    case croTrans2Wins: return WriteLogResource(1, 302, winner, 2);
-    case croMerge: return WriteLogResource(1, 303);
-    default: return WriteLogResource(1, 341); // nothing becomes of this one
+    case croAddAll: return WriteLogResource(logProgress, Text::SettledBothKept);
+    case croDeleteAll: return WriteLogResource(logProgress, Text::SettledBothDeleted);
+    case croTrans1Wins: return WriteLogResource(logProgress, Text::SettledOneWins, winner, 1);
+    case croTrans2Wins: return WriteLogResource(logProgress, Text::SettledOneWins, winner, 2);
+    case croMerge: return WriteLogResource(logProgress, Text::SettledMerged);
+    default: return WriteLogResource(logProgress, Text::SettledUnchanged); // nothing becomes of this one
     }
 }
 
@@ -189,7 +191,7 @@ void RunReport::failed(ReportEntry entry)
 
 void RunReport::tellOnce(Side side, _ReportAction action, const std::u16string& text)
 {
-    WriteLogText(8, u"%s", text);
+    WriteLogText(logHostText, u"%s", text);
     if (!report_) return;
     if (!told_.emplace(side, text).second) return;
     ReportEntry entry;

@@ -54,7 +54,8 @@ class SideScan {
 public:
     SideScan(PipelinePass& pass, Side side)
         : pass_(pass), run_(pass.run), side_(side), own_(pass.side(side)), other_(pass.side(otherSide(side))),
-          transferSide_(run_.transferring() && side == Side::One), progress_(run_.EventSink, LoadText(run_.CategoryPass ? 220 : 195))
+          transferSide_(run_.transferring() && side == Side::One),
+          progress_(run_.EventSink, LoadText(run_.CategoryPass ? Text::LoadingCategoryTasks : Text::LoadingTasks))
     {
     }
 
@@ -74,7 +75,7 @@ public:
         }
         if (FAILED(hr)) return hr;
         own_.ListedAll = !transferSide_ && scanned_ == recordCount_;
-        WriteLogResource(1, run_.CategoryPass ? 203 : 148, state().Name, scanned_);
+        WriteLogResource(logProgress, run_.CategoryPass ? Text::CategoryCount : Text::RecordCount, state().Name, scanned_);
         return hr;
     }
 
@@ -250,8 +251,8 @@ private:
     {
         if (!heldBack(id)) return addNew(id);
         run_.UnverifiedRecords.push_back(id);
-        WriteLogResource(1, 171, DescribeRecord(nullptr, own_.store.translator(), own_.names, id), run_.side(Side::One).Name,
-                         run_.side(Side::Two).Name);
+        WriteLogResource(logProgress, Text::NotVerified, DescribeRecord(nullptr, own_.store.translator(), own_.names, id),
+                         run_.side(Side::One).Name, run_.side(Side::Two).Name);
     }
 
     bool heldBack(const std::u16string& id)
@@ -308,7 +309,8 @@ bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, co
 void holdDeletion(PipelinePass& pass, Side side, TaskList::iterator deletion)
 {
     PassSide& own = pass.side(side);
-    WriteLogText(4, u"%s could not read the record %s. Its deletion waits for the next run.", pass.run.side(side).Name, deletion->first);
+    WriteLogText(logFailures, u"%s could not read the record %s. Its deletion waits for the next run.", pass.run.side(side).Name,
+                 deletion->first);
     own.Tasks.erase(deletion);
 }
 

@@ -45,7 +45,7 @@ public:
             run_.side(side).BatchOpen = false;
         }
         // Wanted: only a contact pass that follows a category pass tells of its start; every one tells of its end.
-        if (run_.ContactPassPending) logWithTime(142);
+        if (run_.ContactPassPending) logWithTime(Text::RunStarted);
 
         HRESULT hr = openMap();
         if (SUCCEEDED(hr)) {
@@ -116,7 +116,7 @@ private:
         if (SUCCEEDED(hr) && run_.FieldMap) return true;
         std::filesystem::path folder;
         (void)GetUserDataFolder(folder);
-        run_.Error.LastErrorMessage1 = Format(LoadText(227), platform::textOf(folder));
+        run_.Error.LastErrorMessage1 = Format(LoadText(Text::FieldMapLoadFailed), platform::textOf(folder));
         return false;
     }
 
@@ -234,7 +234,9 @@ private:
 
     HRESULT logCancel() const
     {
-        WriteLogResource(1, run_.Abort == reStopped ? 340 : run_.Abort == reUnanswered ? 342 : 155);
+        WriteLogResource(logProgress, run_.Abort == reStopped      ? Text::StoppedByHost
+                                      : run_.Abort == reUnanswered ? Text::QuestionUnanswered
+                                                                   : Text::CancelledByUser);
         return E_ABORT;
     }
 
@@ -401,11 +403,11 @@ private:
 
     HRESULT end(HRESULT hr)
     {
-        if (!run_.CategoryPass) logWithTime(143);
+        if (!run_.CategoryPass) logWithTime(Text::RunEnded);
         return hr;
     }
 
-    static void logWithTime(int id)
+    static void logWithTime(Text id)
     {
         const platform::ClockTime now = platform::localTime();
         WriteLogResource(LogLevelMask, id, platform::dateText(now), platform::timeText(now));

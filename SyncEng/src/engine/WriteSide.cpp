@@ -20,7 +20,7 @@ public:
         if (SUCCEEDED(hr)) hr = target().store.beginUpdate();
         if (FAILED(hr)) return hr;
         run_.side(targetSide_).BatchOpen = target().store.batchOpen();
-        WriteLogText(1, u"\r");
+        WriteLogText(logProgress, u"\r");
         hr = writeLoop();
         if (SUCCEEDED(hr) && run_.side(targetSide_).HasDeletions) hr = deleteLoop();
         return hr;

@@ -8,7 +8,7 @@ namespace mb {
 HRESULT STDMETHODCALLTYPE CLogFile::AppendString(BSTR pString)
 {
     // One call is one line: another one of a translator's making could pass for the engine's.
-    return com::guarded([&] { WriteLogText(8, platform::harmless(com::viewOf(pString))); });
+    return com::guarded([&] { WriteLogText(logHostText, platform::harmless(com::viewOf(pString))); });
 }
 
 } // namespace mb

@@ -31,10 +31,10 @@ std::u16string calendarText(const platform::ClockTime& t)
     return {buffer, buffer + n};
 }
 
-void writeStamp(int stringId)
+void writeStamp(Text id)
 {
     const platform::ClockTime now = platform::localTime();
-    WriteLogResource(LogLevelMask, stringId, calendarText(now), clockText(now));
+    WriteLogResource(LogLevelMask, id, calendarText(now), clockText(now));
 }
 
 void writeHeaderOnce()
@@ -42,7 +42,7 @@ void writeHeaderOnce()
     if (LogHeaderWritten) return;
     LogHeaderWritten = true; // first, so that the lines below do not come here again
     WriteLogText(LogLevelMask, headerLine);
-    writeStamp(165);
+    writeStamp(Text::LogStarted);
 }
 
 bool isWritten(DWORD levelMask) { return (levelMask & LogLevelMask) != 0 && LogFileHandle; }
@@ -75,10 +75,10 @@ void WriteLogList(DWORD levelMask, std::u16string_view format, std::initializer_
     if (isWritten(levelMask)) writeLine(FormatList(format, arguments));
 }
 
-void WriteLogResourceList(DWORD levelMask, int stringId, std::initializer_list<FormatArgument> arguments)
+void WriteLogResourceList(DWORD levelMask, Text id, std::initializer_list<FormatArgument> arguments)
 {
     writeHeaderOnce();
-    if (isWritten(levelMask)) writeLine(FormatList(LoadText(stringId), arguments));
+    if (isWritten(levelMask)) writeLine(FormatList(LoadText(id), arguments));
 }
 
 void OpenLog(const std::filesystem::path& file, DWORD maxLogFileSize)
@@ -92,7 +92,7 @@ void OpenLog(const std::filesystem::path& file, DWORD maxLogFileSize)
 
 void CloseLog()
 {
-    if (LogHeaderWritten) writeStamp(166);
+    if (LogHeaderWritten) writeStamp(Text::LogStopped);
     LogFileHandle = platform::AppendFile();
 }
 

@@ -3,24 +3,28 @@
 #pragma once
 #include "com.h"
 #include "foundation/Format.h"
+#include "foundation/Strings.h"
 #include <filesystem>
 
 namespace mb {
 
-// Bits: 1 progress, 4 failures, 8 text of ILogFile, 16 enumeration diagnostics. 0 until the start-up step has read it: log off.
+// The levels of a line.
+inline constexpr DWORD logProgress = 1, logFailures = 4, logHostText = 8, logEnumeration = 16;
+
+// The levels that are written; 0, which turns the log off, until the start-up step has read the setting.
 inline DWORD LogLevelMask = 0;
 
 void WriteLogList(DWORD levelMask, std::u16string_view format, std::initializer_list<FormatArgument> arguments);
-void WriteLogResourceList(DWORD levelMask, int stringId, std::initializer_list<FormatArgument> arguments);
+void WriteLogResourceList(DWORD levelMask, Text id, std::initializer_list<FormatArgument> arguments);
 
 template <class... Args> void WriteLogText(DWORD levelMask, std::u16string_view format, const Args&... args)
 {
     WriteLogList(levelMask, format, {FormatArgument(args)...});
 }
 
-template <class... Args> void WriteLogResource(DWORD levelMask, int stringId, const Args&... args)
+template <class... Args> void WriteLogResource(DWORD levelMask, Text id, const Args&... args)
 {
-    WriteLogResourceList(levelMask, stringId, {FormatArgument(args)...});
+    WriteLogResourceList(levelMask, id, {FormatArgument(args)...});
 }
 
 // Opens the log at its end, in place of the one that was open. A log that has reached the limit (in units of 1,024 bytes) is first

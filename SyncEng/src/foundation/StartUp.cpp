@@ -69,7 +69,7 @@ void ModuleStart::ensureStarted(const OpenStore& openConfigStore, const std::fil
     if (SUCCEEDED(hr))
         ModuleStarted = true;
     else
-        WriteLogResource(4, 160, hr, platform::textOf(store));
+        WriteLogResource(logFailures, Text::ConfigurationOpenFailed, hr, platform::textOf(store));
 }
 
 void ModuleStart::stop(const std::function<void()>& closeConfigStore)

@@ -5,10 +5,11 @@
 
 namespace mb {
 
-std::u16string LoadText(int id)
+std::u16string LoadText(Text id)
 {
-    if (auto translated = TextOfLanguageModule(id)) return *std::move(translated);
-    return platform::ownText(id).value_or(u"");
+    const int number = static_cast<int>(id);
+    if (auto translated = TextOfLanguageModule(number)) return *std::move(translated);
+    return platform::ownText(number).value_or(u"");
 }
 
 } // namespace mb

@@ -1,10 +1,16 @@
-// The system's texts by number: from the language module where one is loaded and has the text, else the English ones.
+// The system's texts by name. Their numbers, which language modules use, stand in SyncEng/res/strings.inc.
 #pragma once
 #include <string>
 
 namespace mb {
 
-// The empty text for a number that no table knows.
-std::u16string LoadText(int id);
+enum class Text : int {
+#define STRING(id, name, text) name = id,
+#include "strings.inc"
+#undef STRING
+};
+
+// Returns the text of the loaded language module if it has one, else the English text; the empty text for a number outside the table.
+std::u16string LoadText(Text id);
 
 } // namespace mb

@@ -290,18 +290,18 @@ HRESULT CSyncHistory::LoadEntries(std::u16string_view side, std::vector<HistoryE
 {
     const std::u16string& type = SectionFor(side);
     Rows rows(store_.sectionsOfType(type));
-    return take(type, rows, entries, category ? 219 : 193, validate);
+    return take(type, rows, entries, category ? Text::LoadingCategoryHistory : Text::LoadingHistory, validate);
 }
 
 HRESULT CSyncHistory::LoadBothSides(std::vector<HistoryEntry>& entries1, std::vector<HistoryEntry>& entries2, bool category)
 {
-    const int labelId = category ? 219 : 193;
+    const Text label = category ? Text::LoadingCategoryHistory : Text::LoadingHistory;
     Rows rows1(store_.sectionsOfType(type1_)), rows2(store_.sectionsOfType(type2_));
     rows1.seeTwins(rows2);
-    const HRESULT hr = take(type1_, rows1, entries1, labelId, true);
+    const HRESULT hr = take(type1_, rows1, entries1, label, true);
     if (FAILED(hr)) return hr;
     if (!rows1.dead.empty()) rows2 = Rows(store_.sectionsOfType(type2_)); // they may have been the twins
-    return take(type2_, rows2, entries2, labelId, true);
+    return take(type2_, rows2, entries2, label, true);
 }
 
 HRESULT CSyncHistory::LoadEntriesWithStatus(std::u16string_view side, LONG status, std::vector<HistoryEntry>& entries, bool validate)
@@ -310,11 +310,11 @@ HRESULT CSyncHistory::LoadEntriesWithStatus(std::u16string_view side, LONG statu
     const std::u16string& type = SectionFor(side);
     const std::string digits = std::to_string(status);
     Rows rows(store_.sectionsWithValue(type, fieldStatusKey, std::u16string(digits.begin(), digits.end())));
-    return take(type, rows, entries, 193, validate);
+    return take(type, rows, entries, Text::LoadingHistory, validate);
 }
 
 // Gives the entries out and removes the dead.
-HRESULT CSyncHistory::take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, int labelId, bool validate)
+HRESULT CSyncHistory::take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, Text labelId, bool validate)
 {
     entries.clear();
     const std::string opposite = encodedType(oppositeOf(type));

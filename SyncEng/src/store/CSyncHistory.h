@@ -3,6 +3,7 @@
 // A side is named by a text: one that begins with Trans1, ignoring case, is side 1, any other is side 2.
 // The writers of records do not save; the ones of the last run's data do.
 #pragma once
+#include "foundation/Strings.h"
 #include "interfaces.h"
 #include "store/FieldData.h"
 #include "store/StoreFile.h"
@@ -87,7 +88,7 @@ public:
 
 private:
     struct Rows;
-    HRESULT take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, int labelId, bool validate);
+    HRESULT take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, Text labelId, bool validate);
     HRESULT raiseVersion();
 
     com::Ptr<ISyncEvents> sink_;

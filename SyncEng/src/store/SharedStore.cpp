@@ -20,7 +20,7 @@ void StoreFile::beginChange() noexcept
     changeResult_ = com::guarded([&] {
         const HRESULT hr = lock_.takeConfiguration(path_);
         if (SUCCEEDED(hr)) return Refresh();
-        WriteLogText(4, u"%s", lock_.failure());
+        WriteLogText(logFailures, u"%s", lock_.failure());
         return hr;
     });
 }

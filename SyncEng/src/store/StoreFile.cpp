@@ -134,15 +134,18 @@ HRESULT StoreFile::Open(const std::filesystem::path& path, bool create)
     if (shared_) found = load(); // another process may have made it by now
     if (found.state != FileState::missing && found.state != FileState::damaged) return openFound(found);
     const HRESULT hr = createEmpty(found.state == FileState::damaged);
-    return SUCCEEDED(hr) ? hr : failToOpen(hr, Format(LoadText(306), platform::textOf(path_), platform::systemMessage(hr)));
+    return SUCCEEDED(hr) ? hr
+                         : failToOpen(hr, Format(LoadText(Text::StoreNotCreated), platform::textOf(path_), platform::systemMessage(hr)));
 }
 
 HRESULT StoreFile::openFound(const Found& found)
 {
     const std::u16string name = platform::textOf(path_);
     switch (found.state) {
-    case FileState::later: return failToOpen(storeOfLaterVersion, Format(LoadText(304), name, found.version, currentStoreVersion));
-    case FileState::unreadable: return failToOpen(found.reason, Format(LoadText(305), name, platform::systemMessage(found.reason)));
+    case FileState::later:
+        return failToOpen(storeOfLaterVersion, Format(LoadText(Text::StoreOfLaterVersion), name, found.version, currentStoreVersion));
+    case FileState::unreadable:
+        return failToOpen(found.reason, Format(LoadText(Text::StoreUnreadable), name, platform::systemMessage(found.reason)));
     case FileState::damaged: return E_FAIL;
     default: return S_OK;
     }
@@ -150,7 +153,7 @@ HRESULT StoreFile::openFound(const Found& found)
 
 HRESULT StoreFile::failToOpen(HRESULT hr, std::u16string sentence)
 {
-    WriteLogText(4, u"%s", sentence);
+    WriteLogText(logFailures, u"%s", sentence);
     openFailure_ = std::move(sentence);
     return hr;
 }

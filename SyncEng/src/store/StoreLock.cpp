@@ -18,7 +18,7 @@ constexpr char mayAskNote[] = "may ask";
 std::u16string holderOf(const std::filesystem::path& file)
 {
     std::u16string holder = platform::lockHolder(file);
-    return holder.empty() ? LoadText(321) : holder;
+    return holder.empty() ? LoadText(Text::AnotherProgram) : holder;
 }
 
 bool mayGoWithout()
@@ -48,7 +48,8 @@ HRESULT StoreLock::takeMap(const GUID& map)
     if (FAILED(hr)) return hr;
     file /= platform::pathOf(com::guidText(map) + u".lock");
     const std::error_code error = lock_.take(file);
-    return settle(error, file, error == std::errc::device_or_resource_busy ? Format(LoadText(320), holderOf(file)) : std::u16string());
+    return settle(error, file,
+                  error == std::errc::device_or_resource_busy ? Format(LoadText(Text::MapBusy), holderOf(file)) : std::u16string());
 }
 
 HRESULT StoreLock::takeStore(const ContactStore& store, bool mayAsk)
@@ -60,7 +61,7 @@ HRESULT StoreLock::takeStore(const ContactStore& store, bool mayAsk)
     const std::error_code error = lock_.take(file, {}, mayAsk ? mayAskNote : "");
     const bool busy = error == std::errc::device_or_resource_busy;
     holderMayAsk_ = busy && platform::lockNote(file) == platform::utf16(mayAskNote);
-    return settle(error, file, busy ? Format(LoadText(325), store.database, holderOf(file)) : std::u16string());
+    return settle(error, file, busy ? Format(LoadText(Text::StoreBusy), store.database, holderOf(file)) : std::u16string());
 }
 
 HRESULT StoreLock::takeConfiguration(const std::filesystem::path& store)
@@ -69,8 +70,9 @@ HRESULT StoreLock::takeConfiguration(const std::filesystem::path& store)
     file.replace_extension(".lock");
     const std::error_code error = lock_.take(file, longestChange);
     return settle(error, file,
-                  error == std::errc::device_or_resource_busy ? Format(LoadText(322), platform::textOf(store), holderOf(file))
-                                                              : std::u16string());
+                  error == std::errc::device_or_resource_busy
+                      ? Format(LoadText(Text::ConfigurationBusy), platform::textOf(store), holderOf(file))
+                      : std::u16string());
 }
 
 HRESULT StoreLock::settle(const std::error_code& error, const std::filesystem::path& file, std::u16string busy)
@@ -83,11 +85,11 @@ HRESULT StoreLock::settle(const std::error_code& error, const std::filesystem::p
     }
     if (error == std::errc::no_lock_available) {
         if (mayGoWithout()) return S_OK;
-        failure_ = Format(LoadText(323), platform::textOf(file));
+        failure_ = Format(LoadText(Text::NoFileLocks), platform::textOf(file));
         return codeNoLocks;
     }
     const HRESULT hr = resultOf(error);
-    failure_ = Format(LoadText(324), platform::textOf(file), platform::systemMessage(hr));
+    failure_ = Format(LoadText(Text::LockFailed), platform::textOf(file), platform::systemMessage(hr));
     return hr;
 }
 

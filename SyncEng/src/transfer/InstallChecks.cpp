@@ -10,9 +10,8 @@ namespace mb {
 namespace {
 
 constexpr HRESULT noProduct = static_cast<HRESULT>(0x80040201);
-constexpr int actMissing = 237, notesMissing = 246, goldMineMissing = 247;
 
-InstallCheck missing(int stringId) { return {false, LoadText(stringId)}; }
+InstallCheck missing(Text id) { return {false, LoadText(id)}; }
 
 com::Ptr<ITranslator> created(const GUID& target)
 {
@@ -35,7 +34,7 @@ std::u16string messageOf(const com::Ptr<ITranslator>& translator)
 InstallCheck checkProduct(const GUID& target)
 {
     const auto translator = created(target);
-    if (!translator) return missing(actMissing);
+    if (!translator) return missing(Text::ActMissing);
     const auto matcher = translator.tryAs<IProductMatcher>();
     if (!matcher) return {false, {}};
     VARIANT_BOOL match = VARIANT_FALSE;
@@ -54,13 +53,13 @@ bool isGoldMine(const GUID& target)
 
 InstallCheck CheckTranslatorInstalled(const GUID& target, bool lotusNotesAvailable)
 {
-    if (target == lotusNotesTranslator) return lotusNotesAvailable ? InstallCheck{} : missing(notesMissing);
+    if (target == lotusNotesTranslator) return lotusNotesAvailable ? InstallCheck{} : missing(Text::NotesMissing);
     if (isGoldMine(target)) {
         std::u16string program;
-        return FindGoldMine(program) ? InstallCheck{} : missing(goldMineMissing);
+        return FindGoldMine(program) ? InstallCheck{} : missing(Text::GoldMineMissing);
     }
     if (target == actTranslator) return checkProduct(target);
-    if (target == secondActTranslator) return created(target) ? InstallCheck{} : missing(actMissing);
+    if (target == secondActTranslator) return created(target) ? InstallCheck{} : missing(Text::ActMissing);
     return {};
 }
 

@@ -13,7 +13,6 @@ namespace mb {
 namespace {
 
 constexpr std::u16string_view hostName = u"Mirabook";
-constexpr int notesNameId = 1;
 
 HRESULT askName(const com::Ptr<ITrMap>& maps, const GUID& id, bool withImages, TransferTarget& target)
 {
@@ -33,7 +32,7 @@ void offerNotes(const std::u16string& library, std::vector<TransferTarget>& targ
     const std::u16string guid = com::guidText(lotusNotesTranslator);
     if (std::ranges::any_of(targets, [&](const TransferTarget& t) { return platform::equalNoCase(t.guid, guid); })) return;
     if (library.empty() || !FileHasContent(platform::pathOf(library))) return;
-    targets.push_back({guid, LoadText(notesNameId), {}, true, true});
+    targets.push_back({guid, LoadText(Text::SourceNotes), {}, true, true});
 }
 
 } // namespace

@@ -31,7 +31,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateTranslators(LONG* pCount, GUID** 
         platform::CategoryClasses classes;
         const HRESULT opened = classes.open(translatorCategory);
         if (FAILED(opened)) {
-            WriteLogResource(4, 163, opened);
+            WriteLogResource(logFailures, Text::ModuleEnumerationFailed, opened);
             return opened;
         }
         std::vector<GUID> ids;
@@ -39,14 +39,14 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateTranslators(LONG* pCount, GUID** 
             CLSID clsid{};
             const HRESULT hr = classes.next(&clsid);
             if (FAILED(hr)) {
-                WriteLogText(16, u"pEnum->Next failed. Error code 0x%x. Enum number: %d", hr, number);
+                WriteLogText(logEnumeration, u"pEnum->Next failed. Error code 0x%x. Enum number: %d", hr, number);
                 break;
             }
             if (hr == S_FALSE) {
-                WriteLogText(16, u"pEnum->Next returns S_FALSE. Enum number: %d", number);
+                WriteLogText(logEnumeration, u"pEnum->Next returns S_FALSE. Enum number: %d", number);
                 break;
             }
-            WriteLogText(16, u"pEnum->Next succeeded. Enum number: %d. Class id: %s", number, com::guidText(clsid));
+            WriteLogText(logEnumeration, u"pEnum->Next succeeded. Enum number: %d. Class id: %s", number, com::guidText(clsid));
             ids.push_back(clsid);
         }
         return com::giveArray<GUID>(ids, pCount, ppIds);
@@ -137,7 +137,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::Load(REFGUID rClsId, ITranslator** ppTrans
         if (SUCCEEDED(hr))
             *ppTrans = translator.detach();
         else
-            WriteLogResource(4, 161, hr, com::guidText(rClsId));
+            WriteLogResource(logFailures, Text::ModuleLoadFailed, hr, com::guidText(rClsId));
         return hr;
     });
 }

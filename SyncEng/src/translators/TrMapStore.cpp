@@ -55,7 +55,7 @@ HRESULT finishPair(const GUID& map, REFGUID id1, REFGUID id2, HRESULT hr)
     if (SUCCEEDED(hr))
         (void)CSyncHistory::DeleteHistoryFile(map); // a stale one must not speak for the new map
     else
-        WriteLogResource(4, 162, hr, com::guidText(id1), com::guidText(id2));
+        WriteLogResource(logFailures, Text::ModuleMapFailed, hr, com::guidText(id1), com::guidText(id2));
     return hr;
 }
 

@@ -10,28 +10,28 @@ namespace {
 
 struct NameRow {
     GUID clsid;
-    int shortId, longId;
+    Text shortName, longName;
 };
 
 // Names of translators that cannot be created or give none.
 constexpr NameRow nameRows[] = {
-    {hostTranslator, 207, 138},
-    {outlookTranslator, 208, 3},
-    {lotusNotesTranslator, 209, 1},
-    {formerActTranslator, 210, 2},
-    {goldMineTranslator, 211, 4},
-    {goldMineOtherTranslator, 211, 4},
-    {goldMineCorporateTranslator, 212, 180},
-    {goldMineCorporateOtherTranslator, 212, 180},
-    {outlookExpressTranslator, 214, 140},
-    {actTranslator, 215, 167},
-    {laterActTranslator, 216, 179},
+    {hostTranslator, Text::NameHost, Text::SourceHost},
+    {outlookTranslator, Text::NameOutlook, Text::SourceOutlook},
+    {lotusNotesTranslator, Text::NameNotes, Text::SourceNotes},
+    {formerActTranslator, Text::NameFormerAct, Text::SourceFormerAct},
+    {goldMineTranslator, Text::NameGoldMine, Text::SourceGoldMine},
+    {goldMineOtherTranslator, Text::NameGoldMine, Text::SourceGoldMine},
+    {goldMineCorporateTranslator, Text::NameGoldMineCorporate, Text::SourceGoldMineCorporate},
+    {goldMineCorporateOtherTranslator, Text::NameGoldMineCorporate, Text::SourceGoldMineCorporate},
+    {outlookExpressTranslator, Text::NameOutlookExpress, Text::SourceOutlookExpress},
+    {actTranslator, Text::NameAct, Text::SourceAct},
+    {laterActTranslator, Text::NameLaterAct, Text::SourceLaterAct},
 };
 
 std::u16string fallbackName(REFGUID clsid, bool longName)
 {
     for (const NameRow& row : nameRows)
-        if (row.clsid == clsid) return LoadText(longName ? row.longId : row.shortId);
+        if (row.clsid == clsid) return LoadText(longName ? row.longName : row.shortName);
     return GetRegisteredClassName(clsid);
 }
 

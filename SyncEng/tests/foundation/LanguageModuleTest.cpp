@@ -37,7 +37,7 @@ protected:
     {
         mbtest::writeLanguageModule(folder.path() / where / "mbsync.dat", {texts.begin(), texts.size()});
     }
-    std::u16string loadedText(int id) const
+    std::u16string loadedText(Text id) const
     {
         LoadLocalizedModule(u"mbsync.dat");
         return LoadText(id);
@@ -51,7 +51,7 @@ TEST_F(LanguageModule, WithoutASettingTheLanguageIsEnglish)
 {
     EXPECT_EQ(GetUserLanguage(), u"en");
     EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
-    EXPECT_EQ(loadedText(112), u"Add");
+    EXPECT_EQ(loadedText(Text::ActionAdd), u"Add");
 }
 
 TEST_F(LanguageModule, EnglishInAnyCaseLoadsNoModule)
@@ -61,7 +61,7 @@ TEST_F(LanguageModule, EnglishInAnyCaseLoadsNoModule)
     for (const auto* code : {u"EN", u"en", u"eN", u""}) {
         setLanguage(code);
         EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
-        EXPECT_EQ(loadedText(112), u"Add");
+        EXPECT_EQ(loadedText(Text::ActionAdd), u"Add");
     }
 }
 
@@ -70,11 +70,11 @@ TEST_F(LanguageModule, TheModuleOfTheInstallationReplacesTheTextsItHas)
     setLanguage(u"de");
     installIn(folder.path() / "install");
     writeModule("install/locale/de", {{112, u"Hinzuf\u00FCgen"}, {165, u"Begonnen %s\n\\\t"}});
-    EXPECT_EQ(loadedText(112), u"Hinzuf\u00FCgen");
-    EXPECT_EQ(LoadText(165), u"Begonnen %s\n\\\t");
-    EXPECT_EQ(LoadText(113), u"Change"); // the module lacks it
+    EXPECT_EQ(loadedText(Text::ActionAdd), u"Hinzuf\u00FCgen");
+    EXPECT_EQ(LoadText(Text::LogStarted), u"Begonnen %s\n\\\t");
+    EXPECT_EQ(LoadText(Text::ActionChange), u"Change"); // the module lacks it
     FreeLocalizedModule();
-    EXPECT_EQ(LoadText(112), u"Add");
+    EXPECT_EQ(LoadText(Text::ActionAdd), u"Add");
 }
 
 TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeDoNotCount)
@@ -83,7 +83,7 @@ TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeDoNotCount)
     writeModule("install/locale/de", {{112, u"Hinzu"}});
     for (const auto* code : {u"  de ", u"\r\nde\r\n", u" de"}) {
         setLanguage(code);
-        EXPECT_EQ(loadedText(112), u"Hinzu");
+        EXPECT_EQ(loadedText(Text::ActionAdd), u"Hinzu");
     }
 }
 
@@ -93,7 +93,7 @@ TEST_F(LanguageModule, ALanguageOfTheMachineAloneIsHonoured)
     installIn(folder.path() / "install");
     writeModule("install/locale/de", {{112, u"Hinzu"}});
     EXPECT_EQ(GetUserLanguage(), u"de");
-    EXPECT_EQ(loadedText(112), u"Hinzu");
+    EXPECT_EQ(loadedText(Text::ActionAdd), u"Hinzu");
 }
 
 TEST_F(LanguageModule, TheKeyOfTheUserHidesThatOfTheMachineEvenWithoutTheValue)
@@ -109,14 +109,14 @@ TEST_F(LanguageModule, AnInstallationWithoutTheModuleIsNotHelpedByTheHostsFolder
     setLanguage(u"de");
     putHostIn("host");
     installIn(folder.path() / "install");
-    EXPECT_EQ(loadedText(112), u"Add");
+    EXPECT_EQ(loadedText(Text::ActionAdd), u"Add");
 }
 
 TEST_F(LanguageModule, WithoutAnInstallationTheModuleBesideTheHostIsTaken)
 {
     setLanguage(u"de");
     putHostIn("Host");
-    EXPECT_EQ(loadedText(112), u"Hinzu (App Paths)");
+    EXPECT_EQ(loadedText(Text::ActionAdd), u"Hinzu (App Paths)");
 }
 
 TEST_F(LanguageModule, AHostOfAnotherNameHasNoModule)

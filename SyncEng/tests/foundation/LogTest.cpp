@@ -51,9 +51,9 @@ TEST_F(Log, TheFirstLineIsPrecededByTheHeader)
 {
     open();
     EXPECT_EQ(text(), "");
-    WriteLogText(1, u"line %d", 1);
+    WriteLogText(logProgress, u"line %d", 1);
     EXPECT_TRUE(std::regex_match(text(), std::regex(separator + "Logging started at " + stamp + "\r\n\r\nline 1\r\n")));
-    WriteLogResource(1, 148, u"Outlook", 3);
+    WriteLogResource(logProgress, Text::RecordCount, u"Outlook", 3);
     EXPECT_EQ(lines(), "line 1\r\nOutlook has 3 records\r\n");
 }
 
@@ -61,7 +61,7 @@ TEST_F(Log, TheHeaderNamesTheDateFirstAndThenTheTime)
 {
     open();
     const platform::ClockTime before = platform::localTime();
-    WriteLogText(1, u"x");
+    WriteLogText(logProgress, u"x");
     std::smatch found;
     const std::string all = text();
     ASSERT_TRUE(std::regex_search(all, found, std::regex("started at (\\d\\d)/(\\d\\d)/(\\d\\d) ")));
@@ -76,7 +76,7 @@ TEST_F(Log, TheHeaderNamesTheDateFirstAndThenTheTime)
 TEST_F(Log, ALineWithoutASharedBitIsNotWrittenButTheHeaderIs)
 {
     open();
-    WriteLogText(16, u"diagnostics");
+    WriteLogText(logEnumeration, u"diagnostics");
     EXPECT_EQ(lines(), "");
     WriteLogText(16 | 4, u"failure");
     EXPECT_EQ(lines(), "failure\r\n");
@@ -86,8 +86,8 @@ TEST_F(Log, ALevelOf16WritesTheDiagnosticsAndTheHeaderAndNoProgress)
 {
     LogLevelMask = 16;
     open();
-    WriteLogText(1, u"progress");
-    WriteLogText(16, u"diagnostics");
+    WriteLogText(logProgress, u"progress");
+    WriteLogText(logEnumeration, u"diagnostics");
     WriteLogText(LogLevelMask, u"always");
     EXPECT_EQ(lines(), "diagnostics\r\nalways\r\n");
 }
@@ -97,16 +97,16 @@ TEST_F(Log, ALevelOf0WritesNothingAtAll)
     LogLevelMask = 0;
     open();
     WriteLogText(0xFFFFFFFF, u"line");
-    WriteLogResource(LogLevelMask, 147);
+    WriteLogResource(LogLevelMask, Text::TwoWay);
     CloseLog();
     EXPECT_EQ(text(), "");
 }
 
 TEST_F(Log, AWriteBeforeTheLogIsOpenLosesTheHeaderOfTheProcess)
 {
-    WriteLogText(1, u"lost");
+    WriteLogText(logProgress, u"lost");
     open();
-    WriteLogText(1, u"line");
+    WriteLogText(logProgress, u"line");
     EXPECT_EQ(text(), "line\r\n");
 }
 
@@ -116,12 +116,12 @@ TEST_F(Log, ClosingWritesTheFooterOnlyIfSomethingWasTried)
     CloseLog();
     EXPECT_EQ(text(), "");
     open();
-    WriteLogText(1, u"line");
+    WriteLogText(logProgress, u"line");
     CloseLog();
     EXPECT_TRUE(std::regex_match(lines(), std::regex("line\r\n\r\nLogging stopped at " + stamp + "\r\n"))) << lines();
     const std::string before = text();
     CloseLog();
-    WriteLogText(1, u"after");
+    WriteLogText(logProgress, u"after");
     EXPECT_EQ(text(), before);
 }
 
@@ -129,7 +129,7 @@ TEST_F(Log, AnOpenLogGoesOnAtItsEnd)
 {
     folder.write("MBSync.log", "earlier\r\n");
     open();
-    WriteLogText(1, u"x");
+    WriteLogText(logProgress, u"x");
     EXPECT_THAT(text(), testing::StartsWith("earlier\r\n\r\n\r\n---"));
     EXPECT_FALSE(fs::exists(rolled));
 }
@@ -145,7 +145,7 @@ TEST_F(Log, ALogOfExactlyTheLimitIsRolledAndOneByteLessIsNot)
     open(2);
     EXPECT_EQ(folder.read(rolled), std::string(2048, 'b'));
     EXPECT_EQ(text(), "");
-    WriteLogText(1, u"new");
+    WriteLogText(logProgress, u"new");
     EXPECT_EQ(lines(), "new\r\n");
 }
 
@@ -165,7 +165,7 @@ TEST_F(Log, ALogThatCannotBeCopiedIsNotEmptied)
     folder.write("MBSync.log", std::string(1024, 'a'));
     open(1);
     EXPECT_EQ(text().size(), 1024u);
-    WriteLogText(1, u"on it goes");
+    WriteLogText(logProgress, u"on it goes");
     EXPECT_THAT(text(), HasSubstr("on it goes"));
 }
 
@@ -179,7 +179,7 @@ TEST_F(Log, ALimitIsTakenIn32Bits)
 TEST_F(Log, ALogThatCannotBeOpenedIsSilent)
 {
     OpenLog(folder.path() / "missing" / "MBSync.log", 1024);
-    WriteLogText(1, u"line");
+    WriteLogText(logProgress, u"line");
     CloseLog();
     EXPECT_FALSE(fs::exists(folder.path() / "missing"));
 }
@@ -187,22 +187,22 @@ TEST_F(Log, ALogThatCannotBeOpenedIsSilent)
 TEST_F(Log, ALineOfWiderCharactersLosesAsManyBytesAsItHasMoreThanCharacters)
 {
     open();
-    WriteLogText(1, u"\u00E4\u00F6x");
+    WriteLogText(logProgress, u"\u00E4\u00F6x");
     EXPECT_EQ(lines(), platform::narrow(u"\u00E4\u00F6x").substr(0, 3) + "\r\n");
 }
 
 TEST_F(Log, AVeryLongLineIsCut)
 {
     open();
-    WriteLogText(1, u"%s", std::u16string(100'000, u'x'));
+    WriteLogText(logProgress, u"%s", std::u16string(100'000, u'x'));
     EXPECT_EQ(lines(), std::string(32767, 'x') + "\r\n");
 }
 
 TEST_F(Log, CharactersThatSteerATerminalAreQuestionMarks)
 {
     open();
-    WriteLogText(1, u"\tRecord: %s", u"\u001B[2J\u0007\u009B31m\u202Egnp.exe\u007F\b");
-    WriteLogText(1, u"\r");
+    WriteLogText(logProgress, u"\tRecord: %s", u"\u001B[2J\u0007\u009B31m\u202Egnp.exe\u007F\b");
+    WriteLogText(logProgress, u"\r");
     EXPECT_EQ(lines(), "\tRecord: ?[2J??31m?gnp.exe??\r\n\r\r\n");
 }
 
@@ -232,7 +232,7 @@ TEST_F(Log, TheOtherMethodsOfILogFileAreNotImplementedAndChangeNothing)
 {
     const auto log = com::make<CLogFile>();
     open();
-    WriteLogText(1, u"line");
+    WriteLogText(logProgress, u"line");
     const std::string before = text();
     EXPECT_EQ(log->Flush(), E_NOTIMPL);
     EXPECT_EQ(log->ClearLog(), E_NOTIMPL);

@@ -235,8 +235,8 @@ TEST_F(StartUp, AFailedStartRepeatsTheRollingOfTheLog)
 TEST_F(StartUp, StoppingClosesTheStoreAndThenWritesTheFooter)
 {
     start();
-    WriteLogText(1, u"line");
-    module.stop([&] { WriteLogText(1, u"store closed"); });
+    WriteLogText(logProgress, u"line");
+    module.stop([&] { WriteLogText(logProgress, u"store closed"); });
     EXPECT_FALSE(module.started());
     const std::string log = read("MBSync.log");
     ASSERT_THAT(log, HasSubstr("store closed\r\n\r\nLogging stopped at "));

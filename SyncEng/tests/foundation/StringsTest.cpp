@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-using mb::LoadText;
+using mb::LoadText, mb::Text;
 
 namespace {
 
@@ -14,7 +14,7 @@ struct Row {
 };
 
 constexpr Row rows[] = {
-#define STRING(id, text) {id, text},
+#define STRING(id, name, text) {id, text},
 #include "strings.inc"
 #undef STRING
 };
@@ -24,7 +24,7 @@ constexpr Row rows[] = {
 TEST(Strings, EveryRowOfTheListIsFoundByItsNumber)
 {
     for (const Row& row : rows) {
-        const std::u16string text = LoadText(row.id);
+        const std::u16string text = LoadText(static_cast<Text>(row.id));
         EXPECT_EQ(std::string(text.begin(), text.end()), row.text) << row.id; // all ASCII
     }
 }
@@ -41,12 +41,12 @@ TEST(Strings, NoNumberStandsTwiceAndNoTextIsEmpty)
 
 TEST(Strings, AnUnknownNumberHasTheEmptyText)
 {
-    for (const int id : {-1, 0, 99, 213, 100'000}) EXPECT_EQ(LoadText(id), u"") << id;
+    for (const int id : {-1, 0, 99, 213, 100'000}) EXPECT_EQ(LoadText(static_cast<Text>(id)), u"") << id;
 }
 
 TEST(Strings, WantedOdditiesAreKept)
 {
-    EXPECT_NE(LoadText(172).find(u"sycnhronization"), std::u16string::npos);
-    EXPECT_NE(LoadText(182).find(u"\"\"%s\"\""), std::u16string::npos);
-    EXPECT_EQ(LoadText(135), LoadText(136));
+    EXPECT_NE(LoadText(Text::FieldMapConflictMessage).find(u"sycnhronization"), std::u16string::npos);
+    EXPECT_NE(LoadText(Text::FieldMapDuplicateMessage).find(u"\"\"%s\"\""), std::u16string::npos);
+    EXPECT_EQ(LoadText(Text::BeginUpdateFailed), LoadText(Text::EndUpdateFailed));
 }

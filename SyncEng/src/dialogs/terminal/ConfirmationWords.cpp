@@ -71,7 +71,7 @@ Question CConfirmationDlg::question()
     if (const auto counts = countsText(changes_.side2, changes_.side1); !counts.empty()) addLine(of + two.place + u": " + counts);
     if (changes_.UnverifiedRecords && !changes_.UnverifiedRecords->empty())
         addLine(Format(u"Left out, since not verified: %d new", changes_.UnverifiedRecords->size()));
-    question.help = LoadText(312);
+    question.help = LoadText(Text::HelpSummary);
     question.ask = u"Write?";
     question.answers.push_back({u'n', u"no", u"ends the run; no contact is written", [this] { press(idCancel); }});
     question.answers.push_back({u'y', u"yes", u"writes this", [this] { press(idOk); }});
@@ -84,10 +84,11 @@ Question CConfirmationDlg::question()
 Question CDetailsDlg::question()
 {
     const auto [one, two] = labelsOf(changes_);
-    const std::vector<std::u16string> headers{LoadText(115), LoadText(116), LoadText(117), LoadText(118)};
+    const std::vector<std::u16string> headers{LoadText(Text::ActionColumn), LoadText(Text::FirstNameColumn), LoadText(Text::LastNameColumn),
+                                              LoadText(Text::CompanyColumn)};
     Question question;
     question.text = u"What would be written";
-    question.help = LoadText(313);
+    question.help = LoadText(Text::HelpDetails);
     question.tables.push_back({idList1, one.place, headers});
     question.tables.push_back({idList2, two.place, headers});
     question.answers.push_back({u'b', u"back", {}, [this] { press(idOk); }});
@@ -98,7 +99,7 @@ Question CDetailsDlg::question()
         return true;
     };
     question.rowEffect = u"compare the fields of the contact in row 3";
-    question.rowRefusal = u"Only a contact with the action \"" + LoadText(113) + u"\" has fields to compare.";
+    question.rowRefusal = u"Only a contact with the action \"" + LoadText(Text::ActionChange) + u"\" has fields to compare.";
     question.sortBy = [this](int column) {
         for (const int list : {idList1, idList2}) clickHeader(list, column);
     };
@@ -111,7 +112,7 @@ Question CChangeDetailsDlg::question()
     Question question;
     question.text = (name.empty() ? u"A contact without a name" : name) + u" in " +
                     (change_.database.empty() ? StoreNameOf(change_.storeName, change_.clsid) : PlaceOf(change_.database));
-    question.help = LoadText(314);
+    question.help = LoadText(Text::HelpChangeDetails);
     question.tables.push_back({idList, {}, {u"", u"Now", u"New"}, true, valueLines});
     question.answers.push_back({u'b', u"back", {}, [this] { press(idOk); }});
     return question;

@@ -69,7 +69,7 @@ Question CConflictDlg::question()
 
     Question question;
     question.text = heading();
-    question.help = LoadText(310);
+    question.help = LoadText(Text::HelpConflict);
     question.tables.push_back({idList, {}, {u"", u"1: " + one.place, u"2: " + two.place}, true, valueLines});
     question.ask = askText(u"Keep", forAll, rest);
     question.answers.push_back({u'b', u"both", u"as two contacts in each store; nothing is lost", settle(idDuplicate)});
@@ -101,7 +101,7 @@ Question CDeleteConflictDlg::question()
     Question question;
     question.text = subject(contact_) + u" was changed in " + changed.shortPlace + u" and deleted in " + deleted.shortPlace +
                     countText(question_.ConflictIndex, question_.ConflictTotal);
-    question.help = LoadText(311);
+    question.help = LoadText(Text::HelpDeleteConflict);
     question.tables.push_back({idList, {}, {u"", changed.place}, true, valueLines});
     question.ask = askText(u"Keep or delete", forAll, rest);
     question.answers.push_back({u'k', u"keep", u"the contact is added to " + deleted.shortPlace + u" again", settle(idAdd)});

@@ -10,7 +10,7 @@ Question CFieldMappingDlg::question()
     const auto [one, two] = LabelStores(map_.name1, map_.database1, map_.name2, map_.database2);
     Question question;
     question.text = u"Which field goes with which: [x] is copied, [ ] is not.";
-    question.help = LoadText(315);
+    question.help = LoadText(Text::HelpFieldMapping);
     question.tables.push_back({idList, {}, {one.place, two.place}});
     question.ask = u"A row's number checks the row, or takes its check away. m 3 5 moves the left field of row 3 to row 5.";
     question.answers.push_back({u's', u"save", u"keeps the fields as they stand here", [this] { press(idOk); }});

@@ -15,7 +15,7 @@ struct Entry {
 
 // In ascending order of number, as the list is.
 constexpr Entry entries[] = {
-#define STRING(id, text) {id, u"" text},
+#define STRING(id, name, text) {id, u"" text},
 #include "strings.inc"
 #undef STRING
 };

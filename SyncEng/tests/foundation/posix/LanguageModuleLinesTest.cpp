@@ -18,9 +18,9 @@ TEST(LanguageModuleLines, LinesThatAreNoTextsArePassedOver)
     folder.write("install/locale/de/mbsync.dat",
                  "no number\n112\n113 no tab\n\n99999999999999\tbig\n114\tL\\\\\xC3\xB6schen\n115\ta\\n\\r\\tb");
     LoadLocalizedModule(u"mbsync.dat");
-    EXPECT_EQ(LoadText(112), u"Add");
-    EXPECT_EQ(LoadText(113), u"Change");
-    EXPECT_EQ(LoadText(114), u"L\\\u00F6schen");
-    EXPECT_EQ(LoadText(115), u"a\n\r\tb");
+    EXPECT_EQ(LoadText(Text::ActionAdd), u"Add");
+    EXPECT_EQ(LoadText(Text::ActionChange), u"Change");
+    EXPECT_EQ(LoadText(Text::ActionDelete), u"L\\\u00F6schen");
+    EXPECT_EQ(LoadText(Text::ActionColumn), u"a\n\r\tb");
     FreeLocalizedModule();
 }

@@ -29,18 +29,18 @@ TEST_F(LanguageLibrary, ItsTextsComeFirstAndWhatItLacksFromTheModuleItself)
     std::filesystem::create_directories(folder.path() / "locale/de");
     std::filesystem::copy_file(LANGUAGE_MODULE, folder.path() / "locale/de/mbsync.dat");
     LoadLocalizedModule(u"mbsync.dat");
-    EXPECT_EQ(LoadText(112), u"Hinzuf\u00FCgen");
-    EXPECT_EQ(LoadText(165), u"Aufzeichnung begonnen am %s um %s\r\n");
-    EXPECT_EQ(LoadText(113), u"Change");
-    EXPECT_EQ(LoadText(1), u"Lotus Notes 4.6 or later");
-    EXPECT_EQ(LoadText(99999), u"");
+    EXPECT_EQ(LoadText(Text::ActionAdd), u"Hinzuf\u00FCgen");
+    EXPECT_EQ(LoadText(Text::LogStarted), u"Aufzeichnung begonnen am %s um %s\r\n");
+    EXPECT_EQ(LoadText(Text::ActionChange), u"Change");
+    EXPECT_EQ(LoadText(Text::SourceNotes), u"Lotus Notes 4.6 or later");
+    EXPECT_EQ(LoadText(static_cast<Text>(99999)), u"");
     FreeLocalizedModule();
-    EXPECT_EQ(LoadText(112), u"Add");
+    EXPECT_EQ(LoadText(Text::ActionAdd), u"Add");
 }
 
 TEST_F(LanguageLibrary, AFileThatIsNoLibraryLeavesTheEnglishTexts)
 {
     folder.write("locale/de/mbsync.dat", "no library");
     LoadLocalizedModule(u"mbsync.dat");
-    EXPECT_EQ(LoadText(112), u"Add");
+    EXPECT_EQ(LoadText(Text::ActionAdd), u"Add");
 }
