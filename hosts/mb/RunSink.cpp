@@ -35,11 +35,14 @@ HRESULT STDMETHODCALLTYPE RunSink::OnDeletionLimit(_TransIds side, LONG linked, 
 
 bool RunSink::allows(int side, LONG records, LONG deletions, bool withinLimit)
 {
-    if (confirmed_ || withinLimit) return true;
+    const std::pair asked{plan.ofCategories, side};
+    if (withinLimit || confirmed_.contains(asked)) return true;
     const TooManyDeletions tooMany{plan.ofCategories, side, records, deletions, limit.text()};
     progress_->finish(); // a question may follow
-    confirmed_ = !planOnly && confirmDeletions && confirmDeletions(tooMany);
-    if (confirmed_) return true;
+    if (!planOnly && confirmDeletions && confirmDeletions(tooMany)) {
+        confirmed_.insert(asked);
+        return true;
+    }
     if (!plan.refused) plan.refused = tooMany;
     return false;
 }

@@ -6,6 +6,8 @@
 #include "RunEvents.h"
 #include <functional>
 #include <optional>
+#include <set>
+#include <utility>
 #include <vector>
 
 namespace mbhost {
@@ -60,7 +62,7 @@ public:
     {
         plan = {};
         events = {};
-        confirmed_ = false;
+        confirmed_.clear();
         end = reDone;
     }
     void finish() { progress_->finish(); }
@@ -82,7 +84,8 @@ public:
 private:
     bool allows(int side, LONG records, LONG deletions, bool withinLimit);
     com::Ptr<Progress> progress_;
-    bool confirmed_ = false; // the user accepted the deletions of this run
+    // The deletions that the user accepted in this run: whether of categories, and of which side. One answer says nothing about the others.
+    std::set<std::pair<bool, int>> confirmed_;
 };
 
 } // namespace mbhost

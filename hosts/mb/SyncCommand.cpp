@@ -285,7 +285,8 @@ void addSyncCommand(CLI::App& app)
     command->footer(
         "On a terminal it asks: what becomes of contacts that both sides changed, and whether the changes are to be written, as\n"
         "the options of the map say. With no terminal to ask on, a run that has a question ends with code 3 and writes\n"
-        "nothing. --silent asks nothing: both contacts of a conflict are kept, and a contact that was changed on one side and\n"
+        "no contact; the lists of categories come first, and are not asked about. --silent asks nothing: both contacts of a conflict are "
+        "kept, and a contact that was changed on one side and\n"
         "deleted on the other is kept.\n"
         "--max-delete is a number, a percentage such as 20%, or none; without it, the limit of the map holds: half of a store of\n"
         "more than three, unless mb set changed it. On a terminal a run over the limit is asked about, but not with --yes.\n"

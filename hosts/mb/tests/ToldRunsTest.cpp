@@ -1,6 +1,7 @@
 // What mb says of its runs: the counts, how each ended, which store lost its contacts, and where a store went.
 #include "EndToEndFixture.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fstream>
@@ -189,6 +190,20 @@ TEST_F(ToldRunsTest, EveryMemberOfTheJsonOfARunIsDocumented)
     collectMembers(json({"transfer", "--to", "vCard=" + (home_ / "Copies").string(), "--all"}), names);
     for (const char* member : {"notes", "fields", "limit", "card_file", "message"}) EXPECT_TRUE(names.contains(member)) << member;
     for (const std::string& name : names) EXPECT_TRUE(has(document, "`" + name + "`")) << name;
+}
+
+TEST_F(ToldRunsTest, ToDeleteTheCategoriesIsNoAnswerAboutTheContacts)
+{
+    (void)makeMap(6);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Family, Harbour, Work"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    fs::remove_all(folder());
+    fs::create_directory(folder());
+    const Result run = talk({"sync"}, {{"delete them: ", "y\n"}, {"delete them: ", "n\n"}});
+    EXPECT_TRUE(has(run.out, "4 of the 4 categories")) << run.out;
+    EXPECT_TRUE(has(run.out, "6 of the 6 contacts")) << "asked anew: " << run.out;
+    EXPECT_EQ(run.code, 1) << run.out;
+    EXPECT_EQ(std::ranges::count(samples({"list", cards()}).out, '\n'), 6);
 }
 
 TEST_F(ToldRunsTest, ARunThatWasKilledIsUnfinished)
