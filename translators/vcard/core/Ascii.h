@@ -1,4 +1,4 @@
-// Letter case of the names in a vCard: property names, parameters and keywords are ASCII and count without case.
+// ASCII case helpers: property names, parameters and keywords of a vCard are ASCII and case-insensitive.
 #pragma once
 #include <string>
 #include <string_view>

@@ -51,7 +51,7 @@ bool isSex(std::u16string_view text)
     return text.size() == 1 && std::u16string_view(u"MFONU").find(text[0]) != std::u16string_view::npos;
 }
 
-// A text of the form scheme:address, as IMPP wants it.
+// Returns whether the text is scheme:address, the form of an IMPP value.
 bool hasScheme(std::u16string_view text)
 {
     const std::size_t colon = text.find(u':');
@@ -104,7 +104,7 @@ Card Card::parse(std::string_view text)
     return card;
 }
 
-// The first charset besides UTF-8 that a line declares; empty for none.
+// Returns the first charset besides UTF-8 that a line declares; empty for none.
 std::string Card::declaredCharset() const
 {
     for (const Line& line : lines_)
@@ -112,7 +112,7 @@ std::string Card::declaredCharset() const
     return {};
 }
 
-// The charset of the lines that declare none.
+// Returns the charset of the lines that declare none.
 std::string Card::charsetOf(std::string_view text) const
 {
     if (isUtf8(text)) return std::string(kUtf8);
@@ -120,7 +120,7 @@ std::string Card::charsetOf(std::string_view text) const
     return declared.empty() ? std::string(kWindows1252) : declared;
 }
 
-// After an edit: where the card, read again, would be taken for one of another charset, the lines that this concerns name theirs.
+// An edit may change the charset that readers assume for the card. Lines that would then be decoded differently get a CHARSET parameter.
 void Card::keepCharset()
 {
     if (!mayChangeCharset_) return;
@@ -130,7 +130,7 @@ void Card::keepCharset()
     for (Line& line : lines_) line.keepCharset(context_, assumed);
 }
 
-// As many lines as most cards have.
+// Reserves memory for as many lines as most cards have.
 void Card::reserve()
 {
     constexpr std::size_t kMostLines = 32;
@@ -172,7 +172,7 @@ bool Card::readsBackFrom(std::string_view bytes) const
     const auto alike = [](const Line& a, const Line& b) { return a.raw() == b.raw(); };
     if (!std::equal(lines_.begin(), lines_.end(), again.lines_.begin(), again.lines_.end(), alike)) return false;
     if (slots_ == again.slots_ && version() == again.version() && context_.charset == again.context_.charset) {
-        for (std::size_t i = 0; i < lines_.size(); ++i) // equal bytes are read alike: only what was meant can differ
+        for (std::size_t i = 0; i < lines_.size(); ++i) // equal bytes decode equally, so only values that were set can differ
             if (lines_[i].isSet() && lines_[i].value(context_) != again.lines_[i].value(again.context_)) return false;
         return true;
     }
@@ -218,20 +218,20 @@ void Card::claimAll()
     slots_ = resolve(lines_.size());
 }
 
-// After a line got a new value: only its own claim can be another one.
+// Updates the claims after a line got a new value, which can change no other line's claim.
 void Card::claimAgain(std::size_t at)
 {
     claims_[at] = claimOf(lines_[at], labelOf(lines_[at]), context_);
     slots_ = resolve(lines_.size());
 }
 
-// Gives every slot its line: the marked lines first, then by property, then by other programs' names; in each round in the
-// order of the file. A line takes the first of its slots that is free.
+// Assigns lines to slots by rank: marked lines, then standard properties, then alternative ones; in file order within a rank. A line takes
+// the first of its slots that is free. The line `without` is ignored.
 Card::Slots Card::resolve(std::size_t without) const
 {
     Slots slots;
     slots.fill(-1);
-    bool more = true; // claims of a higher rank
+    bool more = true; // claims of a higher rank follow
     for (std::uint8_t rank = 0; more; ++rank) {
         more = false;
         for (std::size_t i = 0; i < claims_.size(); ++i) {
@@ -280,7 +280,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     case Shape::Chat: {
         const std::u16string text = unescape(value, version, false);
         const std::u16string_view prefix = chatPrefix(text);
-        const bool ofSlot = field.slot != kAnyChat || prefix.size() == 3; // "im:"; any other scheme is part of a general address
+        const bool ofSlot = field.slot != kAnyChat || prefix.size() == 3; // "im:"; any other scheme is part of the address
         return line.name() == "IMPP" && ofSlot ? text.substr(prefix.size()) : text;
     }
     case Shape::Image:
@@ -289,7 +289,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     return unescape(value, version, false);
 }
 
-// The new value of a line, its escapes in it.
+// Returns the new value of a line, escaped.
 std::u16string Card::compose(const Field& field, Line& line, std::u16string_view text) const
 {
     const Version version = context_.version;
@@ -309,7 +309,7 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
         return escape(date, version, false);
     }
     case Shape::Phone:
-        if (isUri(line)) line.removeParam("VALUE"); // any text may be a number, a tel: address may not hold any text
+        if (isUri(line)) line.removeParam("VALUE"); // a plain value may be any text, a tel: URI may not
         break;
     case Shape::Gender:
         if (line.name() != "GENDER" || text.empty() || isSex(text)) break;
@@ -357,7 +357,7 @@ void Card::replace(const Field& field, const std::u16string& text)
     if (!claimsByValue(line)) return;
     claimAgain(at);
     if (slots_ == before) return;
-    line.addParam(kPinParam, std::to_string(field.type)); // the new value made the line another field's
+    line.addParam(kPinParam, std::to_string(field.type)); // with its new value the line would hold another field
     line.setValue(compose(field, line, text), context_);
     claimAgain(at);
 }
@@ -376,7 +376,7 @@ std::string Card::newHeader(const Field& field) const
         words.remove_prefix(std::min(comma + 1, words.size()));
         if (v40)
             for (char& c : word) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-        if (v21 && word == "MAIN") continue; // no word of version 2.1
+        if (v21 && word == "MAIN") continue; // not a TYPE word of version 2.1
         if (v21)
             header += (word.starts_with("X-") ? ";TYPE=" : ";") + word;
         else
@@ -386,11 +386,11 @@ std::string Card::newHeader(const Field& field) const
     return header;
 }
 
-// In front of END, or of a line that would swallow a new one.
+// Returns where to insert a line: before END, and before a line whose soft line break would join the new one.
 std::size_t Card::endOfLines() const
 {
     std::size_t at = lines_.size() - 1;
-    while (at > 1 && !isEnd(lines_[at])) --at; // blank lines and comments may stand behind END
+    while (at > 1 && !isEnd(lines_[at])) --at; // blank lines and comments may follow END
     while (at > 1 && lines_[at - 1].openEnded()) --at;
     return at;
 }

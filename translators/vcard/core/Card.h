@@ -1,7 +1,8 @@
-// One vCard: its lines as they stand in the file, read and written by field. A line that no edit touches keeps its bytes.
+// One vCard, read and written by field. A line that no edit touches keeps its bytes.
 //
-// Fields that a line cannot say by property and type are marked with an X-MB-FIELD parameter, and a line whose removal would
-// make another line slip into its field is emptied instead: so a field, once written, is read back from the same line.
+// A field, once written, is always read back from the same line:
+// - If property and TYPE do not determine the field, the line gets an X-MB-FIELD parameter.
+// - If removing a line would move another line into its field, the line is emptied instead.
 #pragma once
 #include "FieldTable.h"
 #include "Line.h"
@@ -15,39 +16,40 @@ namespace mb::vcard {
 
 class Card {
 public:
-    static Card parse(std::string_view text);                               // the text of one card, as scanCards cuts it
-    static Card make(std::string_view uuid, std::string_view eol = "\r\n"); // a new card of version 4.0
+    // Requires: `text` is one card, as delimited by scanCards.
+    static Card parse(std::string_view text);
+    static Card make(std::string_view uuid, std::string_view eol = "\r\n"); // of version 4.0
 
     std::string bytes() const;
-    std::string uid() const;     // empty for none
-    std::string nameKey() const; // FN and N as they stand: what tells a card without UID from another
+    std::string uid() const;     // empty if the card has none
+    std::string nameKey() const; // the values of FN and N, which identify a card without UID
     Version version() const { return context_.version; }
 
-    // The value of a field of the table; line breaks are LF. An unknown or absent field is empty.
+    // Returns the value of a text field, with LF as line break; empty for an unknown field, an absent one, or a derived display name.
     std::u16string get(int type) const;
-    // Sets one field, an empty text clears it. Returns whether a byte changed: the value a field already has changes none.
+    // Sets a field; an empty value clears it. Returns whether the card changed: writing the present value changes no byte.
     bool set(int type, std::u16string_view value);
 
-    // Whether these bytes, parsed anew, are the lines and the values of this card; bytes() of a card must be, before they are written.
+    // Returns whether parsing `bytes` gives the lines and values of this card. Stores check this before they write a card.
     bool readsBackFrom(std::string_view bytes) const;
 
-    // Finds out what the line of every field says, which get() else does at the first question.
+    // Decodes and caches all text fields, which get() otherwise decodes on first use.
     void decode() const;
 
-    // A picture of the table: the bytes of the first JPEG file that the card holds in itself. One of another format, or one that stands
-    // somewhere else, is none, and stays what it is.
+    // A picture field holds the first JPEG file that is embedded in the card. Pictures in other formats and linked pictures count as absent
+    // and are left unchanged. setImage() with no bytes removes the picture.
     std::string image(int type) const;
     std::uint64_t imageSize(int type) const;
     bool setImage(int type, std::string_view jpeg);
 
-    // "Dr. John Q. Doe Jr." from the parts of the name.
+    // Returns the parts of the name as one text, such as "Dr. John Q. Doe Jr.".
     std::u16string composedName() const;
-    // FN must stand in every card from version 3.0 on. Where the contact has no display name, FN is made from what the card
-    // holds and marked as derived, and so reads as no display name; one made before follows its sources.
+    // FN is mandatory from version 3.0 on. For a contact without display name, FN is derived from other fields and marked as derived. A
+    // derived FN reads as no display name; later calls update it from its sources.
     void completeName();
 
 private:
-    using Slots = std::array<int, kSlots>; // line number, -1 for none
+    using Slots = std::array<int, kSlots>; // index into lines_ by slot, -1 for none
 
     void reserve();
     std::string declaredCharset() const;
@@ -71,7 +73,7 @@ private:
     void addImage(const Field& field, std::string_view jpeg);
 
     Context context_;
-    bool mayChangeCharset_ = false; // the card is not all UTF-8, or a line declares another charset
+    bool mayChangeCharset_ = false; // the card is not valid UTF-8, or a line declares another charset
     std::vector<Line> lines_;
     std::vector<Claim> claims_;
     Slots slots_{};

@@ -4,7 +4,7 @@
 
 namespace mb::vcard {
 
-// The line of the picture, or the number of lines if the card has none.
+// Returns the index of the picture's line, or the number of lines if the card has none.
 std::size_t Card::imageLine(const Field& field) const
 {
     std::size_t at = 0;
@@ -12,7 +12,7 @@ std::size_t Card::imageLine(const Field& field) const
     return at;
 }
 
-// Null if the card has no such picture.
+// Returns nullptr if the card has no such picture.
 const Line* Card::lineOfImage(int type) const
 {
     const Field* field = findField(type);
@@ -39,7 +39,7 @@ void Card::addImage(const Field& field, std::string_view jpeg)
     Line line = Line::make(std::string(field.property), context_.eol);
     line.setJpeg(jpeg, context_.version);
     std::vector<Line> added{std::move(line)};
-    if (context_.version == Version::V21) added.push_back(Line::opaque(context_.eol)); // an empty line ends such a value
+    if (context_.version == Version::V21) added.push_back(Line::opaque(context_.eol)); // a blank line ends a base64 value
     claims_.insert(claims_.begin() + at, added.size(), Claim{});
     lines_.insert(lines_.begin() + at, std::make_move_iterator(added.begin()), std::make_move_iterator(added.end()));
 }

@@ -11,12 +11,12 @@
 namespace mb::vcard {
 namespace {
 
-// Bytes 0x80 to 0x9F of Windows-1252; the five it leaves open stand for the control of the same number, so every byte has a place.
+// Bytes 0x80 to 0x9F of Windows-1252. The five undefined ones map to the control character of the same number, so that any byte decodes.
 constexpr std::array<char16_t, 32> kHigh1252 = {0x20AC, 0x0081, 0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
                                                 0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
                                                 0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-// How many ASCII characters the bytes begin with; eight are looked at at once.
+// Returns the number of leading ASCII characters; tests eight at a time.
 std::size_t asciiLength(std::string_view bytes)
 {
     std::size_t length = 0;
@@ -30,7 +30,7 @@ std::size_t asciiLength(std::string_view bytes)
 
 struct CodePoint {
     char32_t value;
-    std::size_t length; // 0: no UTF-8 here
+    std::size_t length; // 0 if the bytes are not UTF-8
 };
 
 CodePoint nextUtf8(std::string_view bytes, std::size_t at)

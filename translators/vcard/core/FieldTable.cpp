@@ -115,7 +115,7 @@ struct NamedSlot {
     std::uint8_t slot;
 };
 
-// Other programs' names of a property.
+// Property names of other programs.
 constexpr auto kAliases = std::to_array<NamedSlot>({
     {"X-EVOLUTION-SPOUSE", 67},
     {"X-KADDRESSBOOK-X-SPOUSESNAME", 67},
@@ -133,7 +133,7 @@ constexpr auto kAliases = std::to_array<NamedSlot>({
     {"X-SKYPE", 50},
 });
 
-// TYPE words that say by themselves what a phone is for; looked for in this order.
+// TYPE words that determine the kind of a phone by themselves, in order of precedence.
 constexpr auto kPhoneTypes = std::to_array<NamedSlot>({
     {"PAGER", 27},
     {"CELL", 24},
@@ -192,7 +192,7 @@ constexpr auto kChatSchemes = std::to_array<ChatScheme>({
     {u"im:", 50},
 });
 
-// "_$!<HomeFAX>!$_" and "home fax" are both homefax.
+// Normalises a label: "_$!<HomeFAX>!$_" and "home fax" both become "homefax".
 std::u16string plainLabel(std::u16string_view label)
 {
     if (label.starts_with(u"_$!<") && label.ends_with(u">!$_")) label = label.substr(4, label.size() - 8);
@@ -231,7 +231,7 @@ Claim claim(std::initializer_list<std::uint8_t> slots, std::uint8_t rank = 1)
     return c;
 }
 
-// The field that a line was written for where its property and types cannot say it.
+// Returns the slot of the field that the line is marked with; 0 if it is not marked.
 std::uint8_t pinnedSlot(const Line& line)
 {
     const std::string* pin = line.param(kPinParam);

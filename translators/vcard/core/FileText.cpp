@@ -33,7 +33,7 @@ FileText::Form formOf(std::string_view bytes)
     if (bytes.starts_with(kUtf8Mark)) return Form::Utf8Mark;
     if (bytes.starts_with("\xFF\xFE")) return Form::Utf16Little;
     if (bytes.starts_with("\xFE\xFF")) return Form::Utf16Big;
-    // Without a mark: a card begins with an ASCII character, of which UTF-16 makes two bytes, and a text of bytes holds no NUL.
+    // No mark: a card begins with an ASCII character, which has one NUL byte in UTF-16, and 8-bit text contains no NUL.
     if (bytes.size() >= 2 && bytes[0] != '\0' && bytes[1] == '\0') return Form::Utf16Little;
     if (bytes.size() >= 2 && bytes[0] == '\0' && bytes[1] != '\0') return Form::Utf16Big;
     return Form::Bytes;

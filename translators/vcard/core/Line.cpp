@@ -18,14 +18,14 @@ bool isFold(std::string_view text, std::size_t lineEnd)
     return lineEnd + 1 < text.size() && (text[lineEnd + 1] == ' ' || text[lineEnd + 1] == '\t');
 }
 
-// Joins the physical lines. Version 2.1 folds in front of a blank that belongs to the text; later ones put the blank in.
-// A line that is joined only because the one before it ends in a backslash stays a line of the text.
+// Joins the physical lines. Version 2.1 folds in front of a blank of the text; later versions insert the blank. If a line was joined only
+// because the one before it ends in a backslash, the backslash becomes a line break of the text.
 std::string unfold(std::string_view text, Version version, bool keepSoftBreaks)
 {
     std::string joined;
     joined.reserve(text.size());
-    const bool bareReturns = text.find('\n') == npos; // an old file that ends its lines with CR alone
-    std::size_t lineStart = 0;                        // in the joined text: of the physical line and what it is folded to
+    const bool bareReturns = text.find('\n') == npos; // an old file whose lines end in CR alone
+    std::size_t lineStart = 0;                        // in `joined`: begin of the current physical line with its folds
     for (std::size_t i = 0; i < text.size(); ++i) {
         std::size_t end = i;
         while (end < text.size() && text[end] == '\r') ++end;
@@ -57,7 +57,7 @@ std::string fold(std::string_view line, std::string_view eol)
     while (line.size() > room) {
         std::size_t cut = room;
         while (cut > room - 4 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
-        if (endsInLoneBackslash(line.substr(0, cut))) --cut; // an escape stays on one line
+        if (endsInLoneBackslash(line.substr(0, cut))) --cut; // never split an escape sequence
         folded.append(line.substr(0, cut)).append(eol).append(" ");
         line.remove_prefix(cut);
         room = kFoldAt - 1;
@@ -197,7 +197,7 @@ std::u16string Line::decoded(const Context& context) const
     const std::string* declared = param("CHARSET");
     if (declared)
         if (auto text = decode(bytes, *declared)) return std::move(*text);
-    // Encoded bytes do not count when the charset of the card is guessed, so they are guessed on their own.
+    // The charset of the card is guessed from its raw bytes, so the charset of an encoded value is guessed separately.
     const std::string_view charset = encoded() && isUtf8(bytes) ? kUtf8 : std::string_view(context.charset);
     if (auto text = decode(bytes, charset)) return std::move(*text);
     return *decode(bytes, kWindows1252);
@@ -213,8 +213,8 @@ void Line::setBody(std::string body, bool folds)
 
 namespace {
 
-// The escaped text on one line. A value that came from several lines holds their breaks as they were; a backslash in front of one, or at
-// the end of the value, is a character of the text.
+// Returns the escaped text on one line. Line breaks of a value that was joined from several lines are escaped. A backslash in front of one,
+// or at the end of the value, is a literal character and is escaped too.
 std::u16string onOneLine(std::u16string escaped)
 {
     if (escaped.find(u'\n') == escaped.npos && !escaped.ends_with(u'\\')) return escaped;
@@ -253,14 +253,14 @@ void Line::setValue(std::u16string escaped, const Context& context)
     }
     const bool ascii = isAscii(utf8);
     std::optional<std::string> bytes = encode(escaped, declared ? *declared : context.charset);
-    if (bytes && hasControls(*bytes) != hasControls(utf8)) bytes.reset(); // as of UTF-16: the line would end in the middle
-    // Text of version 2.1 is ASCII unless the line or the bytes of the card say otherwise.
+    if (bytes && hasControls(*bytes) != hasControls(utf8)) bytes.reset(); // as in UTF-16, where a byte could end the line
+    // Version 2.1 is ASCII by default: a non-ASCII value declares UTF-8 unless the line or the other bytes of the card determine a charset.
     const bool undeclared = v21 && !declared && !ascii && sameCharset(context.charset, kUtf8) && !base64();
     const bool needsEncoding = v21 && (undeclared || !bytes || utf8.find('\n') != npos || endsInLoneBackslash(utf8));
     if (undeclared || !bytes) setParam("CHARSET", kUtf8);
     if (needsEncoding && !quotedPrintable() && !base64()) addParam("ENCODING", "QUOTED-PRINTABLE");
     setBytes(undeclared || !bytes ? utf8 : *bytes, v21);
-    if (withPlainNewlines(decoded(context)) != escaped) { // a charset that has one code for two characters, or bytes that pass for UTF-8
+    if (withPlainNewlines(decoded(context)) != escaped) { // the charset has one code for two characters, or the bytes look like UTF-8
         setParam("CHARSET", kUtf8);
         setBytes(utf8, v21);
     }
@@ -275,7 +275,7 @@ void Line::setBytes(const std::string& bytes, bool v21)
         for (const char c : bytes) plain += c == '\n' ? std::string("\r\n") : std::string(1, c);
         setQuotedPrintable(plain);
     } else {
-        // Version 2.1 folds at blanks only, and its readers disagree on what becomes of the blank: such a line stays whole.
+        // Version 2.1 folds at blanks only, and its readers disagree on whether the blank is kept, so such a line is not folded.
         setBody(base64() ? encodeBase64(bytes) : bytes, !v21 || base64());
     }
 }
@@ -300,7 +300,7 @@ namespace {
 
 constexpr std::string_view kJpegAddress = "data:image/jpeg;base64,";
 
-// What stands in front of the data of a base64 value, and where there is none of a JPEG file, everything.
+// Returns the base64 text of a JPEG file that the value holds; empty if it holds none.
 std::string_view jpegData(std::string_view body, bool encoded)
 {
     if (const std::size_t first = body.find_first_not_of(" \t"); first != npos) body.remove_prefix(first);
@@ -311,7 +311,7 @@ std::string_view jpegData(std::string_view body, bool encoded)
             return {};
         body.remove_prefix(comma + 1);
     }
-    constexpr std::string_view jpegStart = "/9j/"; // FF D8 FF
+    constexpr std::string_view jpegStart = "/9j/"; // base64 of FF D8 FF
     return body.starts_with(jpegStart) ? body : std::string_view();
 }
 

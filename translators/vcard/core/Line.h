@@ -1,4 +1,4 @@
-// One line of a card: its bytes as they stand in the file, and what they say. The bytes change only when the value is set.
+// One logical line of a card: its bytes in the file and what they mean. The bytes change only when a value is set.
 #pragma once
 #include "LineHeader.h"
 
@@ -10,24 +10,24 @@ namespace mb::vcard {
 
 enum class Version { V21, V30, V40 };
 
-// What the bytes of a card mean where a line does not say it.
+// The defaults of a card for lines that do not declare their own.
 struct Context {
     Version version = Version::V30;
     std::string charset;           // of lines without CHARSET
-    std::string_view eol = "\r\n"; // of lines that are added
+    std::string_view eol = "\r\n"; // of new lines
 };
 
 struct Param {
-    std::string name;  // upper-case; the bare words of vCard 2.1 are named TYPE or ENCODING
-    std::string value; // without its quotes
+    std::string name;  // upper-case; a bare word of vCard 2.1 is named TYPE or ENCODING
+    std::string value; // without quotes
 };
 
 class Line {
 public:
-    // A line of the file. Lines that are no property of the card itself (BEGIN, END, blank ones, a card inside) are opaque.
+    // Returns a property line of the file. BEGIN, END, blank lines and the lines of a nested card are opaque: they have bytes but no name.
     static Line parse(std::string_view raw, Version version);
     static Line opaque(std::string_view raw);
-    // A line that is not in the file yet: everything in front of the colon.
+    // Returns a new line without a value. `header` is everything in front of the colon.
     static Line make(std::string header, std::string_view eol);
 
     const std::string& raw() const;
@@ -35,20 +35,21 @@ public:
     const std::string& group() const { return group_; } // upper-case
     const std::string* param(std::string_view name) const;
     bool hasType(std::string_view type) const;
-    bool isSet() const { return isSet_; } // its value was set since it was parsed or made
-    bool openEnded() const;               // a soft line break at its end would swallow a line put behind it
+    bool isSet() const { return isSet_; } // setValue() was called
+    bool openEnded() const;               // ends in a soft line break, which would join the next line to this one
 
-    // The value as text, with its escapes still in it: what separators are looked for in.
+    // Returns the decoded value with its escapes, so that separators can be told from escaped characters.
     const std::u16string& value(const Context& context) const;
-    // Writes the value in the line's own encoding. Where that cannot hold it, the line gets CHARSET and ENCODING parameters.
+    // Encodes the value in the line's own charset and encoding. If they cannot represent it, the line gets CHARSET and ENCODING parameters.
     void setValue(std::u16string escaped, const Context& context);
-    // A JPEG file that the value holds in base64, in a parameter's form or as a data: address; empty for anything else.
+    // Returns the JPEG file that the value holds in base64, with an ENCODING parameter or as a data: URI; empty if it holds none.
     std::string jpeg() const;
     std::uint64_t jpegSize() const; // without decoding it
     bool hasJpeg() const;
     void setJpeg(std::string_view bytes, Version version);
-    // Names the charset that the value is read in, if it would be read otherwise once the card's own charset is taken for another one.
+    // Adds a CHARSET parameter with the charset of `read` if the value would decode differently with `assumed`.
     void keepCharset(const Context& read, const Context& assumed);
+    // Both reach the bytes of the line with the next setValue().
     void addParam(std::string_view name, std::string_view value);
     void removeParam(std::string_view name);
 
@@ -63,15 +64,15 @@ private:
     void setQuotedPrintable(std::string_view plain);
     void setParam(std::string_view name, std::string_view value);
 
-    // A value that is set part by part is put into its final form once, when the bytes are asked for.
+    // raw_ is rebuilt on demand, so that a value that is set part by part is folded only once.
     mutable std::string raw_;
     mutable bool rawIsOld_ = false;
     bool folds_ = true;
     mutable bool textKnown_ = false;
     bool isSet_ = false;
-    mutable std::u16string text_; // the value, once it was asked for
-    std::string header_;          // unfolded, in front of the colon
-    std::string body_;            // unfolded, behind the colon, still encoded
+    mutable std::u16string text_; // the decoded value, if textKnown_
+    std::string header_;          // in front of the colon, unfolded
+    std::string body_;            // behind the colon, unfolded, still encoded
     std::string eol_;
     std::string name_, group_;
     Encoding encoding_ = Encoding::Plain;

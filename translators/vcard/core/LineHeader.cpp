@@ -9,7 +9,7 @@
 namespace mb::vcard {
 namespace {
 
-// A part of a header without its quotes, its blanks and the folds in it.
+// Returns a part of a header without quotes, blanks and folds.
 std::string packed(std::string_view part)
 {
     std::string text;

@@ -17,12 +17,12 @@ std::string_view trimmed(std::string_view text)
     return text;
 }
 
-// BEGIN:VCARD and END:VCARD may have a group, or blanks around, as some programs write them.
+// Some programs write BEGIN:VCARD and END:VCARD with a group or blanks around them.
 RawLine::Kind kindOf(std::string_view content)
 {
     content = trimmed(content);
     if (content.empty()) return RawLine::Kind::Blank;
-    if (upper(content.back()) != 'D') return RawLine::Kind::Property; // most lines are told apart by this
+    if (upper(content.back()) != 'D') return RawLine::Kind::Property; // most lines differ here
     const std::size_t colon = content.find(':');
     if (colon == npos || !equalFold(trimmed(content.substr(colon + 1)), "VCARD")) return RawLine::Kind::Property;
     const std::string_view head = trimmed(content.substr(0, colon)), name = head.substr(head.rfind('.') + 1);
@@ -30,14 +30,14 @@ RawLine::Kind kindOf(std::string_view content)
     return equalFold(name, "END") ? RawLine::Kind::End : RawLine::Kind::Property;
 }
 
-// Whether a colon stands in the line, and in front of it a name that is no comment.
+// Returns whether the line has a colon, and in front of it a name that is not a comment.
 bool hasName(std::string_view line)
 {
     const std::string_view name = trimmed(line.substr(0, line.find_first_of(":;")));
     return !name.empty() && name.front() != '#' && line.find(':') != npos;
 }
 
-// Whether a line is what is left of BEGIN:VCARD in a file that was cut off there.
+// Returns whether the line is a prefix of BEGIN:VCARD, as at the end of a truncated file.
 bool isCutBegin(std::string_view line)
 {
     constexpr std::string_view begin = "BEGIN:VCARD";
@@ -46,8 +46,8 @@ bool isCutBegin(std::string_view line)
     return equalFold(line, begin.substr(0, line.size()));
 }
 
-// Whether the physical line, taken with what it is folded to, ends in a backslash that is not escaped.
-bool leavesBackslash(std::string_view physical, bool isFold, bool before)
+// Returns whether the logical line ends in an unescaped backslash after `physical`. `before` is the answer for the part in front of a fold.
+bool endsLogicalLineInBackslash(std::string_view physical, bool isFold, bool before)
 {
     const std::string_view text = isFold ? physical.substr(1) : physical;
     const bool lone = endsInLoneBackslash(text);
@@ -88,7 +88,7 @@ Encoding LineReader::encodingOf(Head& head) const
     if (head.encoding) return *head.encoding;
     const std::string_view soFar = text_.substr(head.begin, head.end - head.begin);
     const std::size_t colon = findOutsideQuotes(soFar, ':', 0);
-    if (colon == npos) return Encoding::Plain; // the header goes on
+    if (colon == npos) return Encoding::Plain; // the header continues on the next line
     head.encoding = vcard::encodingOf(soFar.substr(0, colon));
     return *head.encoding;
 }
@@ -100,7 +100,7 @@ bool LineReader::continues(Head& head, std::string_view last, std::string_view f
     if (const RawLine::Kind kind = kindOf(following); kind == RawLine::Kind::Begin || kind == RawLine::Kind::End) return false;
     if (last.ends_with('=') && encodingOf(head) == Encoding::QuotedPrintable) return true;
     if (following.find(':') != npos) return false;
-    // A line of base64 holds no semicolon; a header that is folded in front of its colon mostly does.
+    // A line of base64 contains no semicolon; a header whose colon is on a later line usually does.
     return head.backslash || (encodingOf(head) == Encoding::Base64 && following.find(';') == npos);
 }
 
@@ -119,7 +119,7 @@ bool LineReader::next(RawLine& line)
         current = following;
         content = followingContent;
         head.end = current.contentEnd;
-        head.backslash = leavesBackslash(content, isBlank(content.front()), head.backslash);
+        head.backslash = endsLogicalLineInBackslash(content, isBlank(content.front()), head.backslash);
         ++number_;
     }
     at_ = current.end;
@@ -142,12 +142,12 @@ ScanResult scanCards(std::string_view text)
     int depth = 0;
     while (reader.next(line)) {
         const auto offset = static_cast<std::size_t>(line.bytes.data() - text.data());
-        if (line.bytes.find('\0') != npos) return fail(line.number, "a NUL byte stands in the text");
+        if (line.bytes.find('\0') != npos) return fail(line.number, "the text contains a NUL byte");
         if (line.bytes.size() > kMaxLine) return fail(line.number, "the line is longer than 32 MiB");
         switch (line.kind) {
         case RawLine::Kind::Begin:
             if (depth == 0) card = {offset, 0, line.number};
-            if (++depth > kMaxDepth) return fail(line.number, "cards stand in each other more than 32 deep");
+            if (++depth > kMaxDepth) return fail(line.number, "cards are nested more than 32 deep");
             break;
         case RawLine::Kind::End:
             if (depth == 0) return fail(line.number, "END:VCARD without BEGIN:VCARD");

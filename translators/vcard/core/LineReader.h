@@ -1,5 +1,5 @@
-// Cuts the text of a vCard file into logical lines and cards, and says what is wrong with it and where.
-// Every byte of the text belongs to exactly one line, so the lines put together are the text again.
+// Splits the text of a vCard file into logical lines and cards, and locates errors. Every byte belongs to exactly one line, so the
+// concatenated lines are the original text.
 #pragma once
 #include "LineHeader.h"
 
@@ -13,9 +13,9 @@ namespace mb::vcard {
 
 inline constexpr std::size_t kMaxFile = 256u << 20; // octets
 inline constexpr std::size_t kMaxLine = 32u << 20;  // octets of one logical line
-inline constexpr int kMaxDepth = 32;                // cards inside cards
+inline constexpr int kMaxDepth = 32;                // nested cards
 
-// The line end of the first line; CR LF if there is none.
+// Returns the line end of the first line; CR LF if there is none.
 std::string_view lineEndOf(std::string_view text);
 
 struct RawLine {
@@ -24,14 +24,14 @@ struct RawLine {
         Begin,
         End,
         Blank,
-        NoProperty // has no colon, or no name in front of it: a comment, or a line that another program broke
+        NoProperty // no colon, or no name in front of it: a comment, or a line that another program broke
     };
     Kind kind = Kind::Blank;
     std::string_view bytes; // with folds and line end
-    std::size_t number = 0; // of its first physical line, from 1
+    std::size_t number = 0; // of its first physical line, counted from 1
 };
 
-// One logical line: a physical line with what folding, a soft line break, base64 or a trailing backslash joins to it.
+// Reads logical lines: a physical line with those that folding, a soft line break, base64 or a trailing backslash joins to it.
 class LineReader {
 public:
     explicit LineReader(std::string_view text, std::size_t firstNumber = 1);
@@ -42,11 +42,11 @@ private:
         std::size_t begin, contentEnd, end;
     };
     Physical physicalAt(std::size_t at) const;
-    // The logical line so far.
+    // The logical line as read so far.
     struct Head {
         std::size_t begin, end;
-        bool backslash;                   // ends in a backslash that is not escaped
-        std::optional<Encoding> encoding; // once it was asked for and the header has ended
+        bool backslash;                   // ends in an unescaped backslash
+        std::optional<Encoding> encoding; // known once it was asked for and the header is complete
     };
     Encoding encodingOf(Head& head) const;
     bool continues(Head& head, std::string_view last, std::string_view following) const;
@@ -54,7 +54,7 @@ private:
     std::string_view text_;
     std::size_t at_ = 0;
     std::size_t number_;
-    char lineEnd_; // LF; CR in a file that has no LF
+    char lineEnd_; // LF; CR in a file without LF
 };
 
 struct ParseError {
@@ -63,18 +63,18 @@ struct ParseError {
 };
 
 struct CardSpan {
-    std::size_t begin, end; // offsets in the text: from BEGIN to the line end behind END
+    std::size_t begin, end; // offsets in the text: BEGIN, and behind the line end of END
     std::size_t line;
 };
 
 struct ScanResult {
     std::vector<CardSpan> cards;
     std::optional<ParseError> error;
-    std::size_t noProperty = 0; // the number of the first line that is no property, 0 for none
+    std::size_t noProperty = 0; // number of the first line that is not a property, 0 for none
 };
 
-// The cards of a whole file. An error means that the bounds of its cards are uncertain, so no part of the file is to be trusted.
-// Lines that are no properties do not count as errors, inside of a card or outside: a card keeps them as they stand.
+// Finds the cards of a whole file. An error means that the bounds of the cards are uncertain; no cards are returned then. Lines that are
+// not properties are no error, inside or outside of a card: they are kept unchanged.
 ScanResult scanCards(std::string_view text);
 
 } // namespace mb::vcard

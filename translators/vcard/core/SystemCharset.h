@@ -1,5 +1,5 @@
-// Charsets that only the system knows, named as a CHARSET parameter names them. Nothing is returned for an unknown charset,
-// or where a character has no place on the other side. One source file a platform.
+// Charset conversion by the operating system. `charset` is named as in a CHARSET parameter. Returns nullopt if the charset is unknown or a
+// character cannot be converted. One source file per platform.
 #pragma once
 #include <optional>
 #include <string>

@@ -24,7 +24,7 @@ public:
     std::optional<std::string> convert(std::string_view in)
     {
         std::string out;
-        char* from = const_cast<char*>(in.data()); // iconv reads only
+        char* from = const_cast<char*>(in.data()); // iconv only reads it
         std::size_t left = in.size();
         std::array<char, 1024> buffer;
         for (bool flushing = false;; flushing = left == 0) {
@@ -44,7 +44,7 @@ private:
     iconv_t handle_;
 };
 
-// What mail programs call Shift_JIS is the Windows code page in practice; the strict table lacks characters in daily use.
+// What mail programs call Shift_JIS is in practice the Windows code page; the strict table lacks common characters.
 std::string systemName(std::string_view charset)
 {
     std::string name(charset);

@@ -12,13 +12,13 @@ struct NamedPage {
     UINT page;
 };
 
-// Names that do not tell their number.
+// Names that do not contain the number of their code page.
 constexpr NamedPage kNamed[] = {{"US-ASCII", 20127}, {"ASCII", 20127},       {"SHIFT_JIS", 932}, {"SHIFT-JIS", 932}, {"SJIS", 932},
                                 {"EUC-JP", 20932},   {"ISO-2022-JP", 50220}, {"GB2312", 936},    {"GBK", 936},       {"GB18030", 54936},
                                 {"BIG5", 950},       {"EUC-KR", 949},        {"KOI8-R", 20866},  {"KOI8-U", 21866},  {"MACINTOSH", 10000},
                                 {"LATIN1", 28591},   {"UTF-8", CP_UTF8},     {"UTF8", CP_UTF8},  {"TIS-620", 874}};
 
-// Names of a kind with their number: WINDOWS-1250, ISO-8859-2.
+// Prefixes of names that end in a number, such as WINDOWS-1250 and ISO-8859-2, and what to add to the number.
 constexpr NamedPage kNumbered[] = {{"ISO-8859-", 28590}, {"ISO8859-", 28590}, {"WINDOWS-", 0}, {"CP", 0}, {"IBM", 0}};
 
 UINT pageOf(std::string_view charset)
@@ -42,7 +42,7 @@ UINT pageOf(std::string_view charset)
 std::optional<std::u16string> decodePage(std::string_view bytes, UINT page)
 {
     if (bytes.empty()) return std::u16string();
-    const DWORD flags = page >= 50220 && page <= 50229 ? 0 : MB_ERR_INVALID_CHARS; // those with shift sequences know no flags
+    const DWORD flags = page >= 50220 && page <= 50229 ? 0 : MB_ERR_INVALID_CHARS; // code pages with shift sequences accept no flags
     const int size = static_cast<int>(bytes.size());
     const int length = MultiByteToWideChar(page, flags, bytes.data(), size, nullptr, 0);
     if (length <= 0) return std::nullopt;
@@ -70,7 +70,7 @@ std::optional<std::string> systemEncode(std::u16string_view text, std::string_vi
     if (length <= 0) return std::nullopt;
     std::string bytes(static_cast<std::size_t>(length), '\0');
     WideCharToMultiByte(page, 0, wide, size, bytes.data(), length, nullptr, nullptr);
-    // A character without a place became another one. Not every page tells of it, but on the way back it shows in each.
+    // A character that the code page lacks is replaced. Not every code page reports that, so the result is decoded and compared.
     return decodePage(bytes, page) == text ? std::optional(bytes) : std::nullopt;
 }
 

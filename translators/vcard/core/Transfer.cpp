@@ -19,7 +19,7 @@ int hexValue(char c)
     return -1;
 }
 
-// The length of a line end at the position: CRs and an LF; 0 for none.
+// Returns the length of the line end at `at`, which is any number of CRs and an LF; 0 for none.
 std::size_t lineEndAt(std::string_view text, std::size_t at)
 {
     std::size_t i = at;
@@ -66,11 +66,11 @@ std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, st
 {
     std::string text;
     for (std::size_t i = 0; i < bytes.size();) {
-        // A unit is one octet as it stands, or a whole multi-byte sequence in hexadecimal.
+        // A unit is one octet, or a whole multi-byte sequence in hexadecimal, which no soft line break may split.
         std::string unit;
         do {
             const auto b = static_cast<unsigned char>(bytes[i]);
-            const bool atEnd = i + 1 == bytes.size(); // a blank there may be cut off, a backslash may join the next line
+            const bool atEnd = i + 1 == bytes.size(); // a trailing blank may be cut off, a trailing backslash may join the next line
             if (b > 32 && b < 127 && b != '=' && !(atEnd && b == '\\'))
                 unit += static_cast<char>(b);
             else if (b == ' ' && !atEnd)

@@ -11,7 +11,7 @@ bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 
 bool hasEscapes(Version version, bool structured) { return version != Version::V21 || structured; }
 
-// Whether the text is eight digits in the places of a date.
+// Returns whether the text is yyyymmdd with a possible month and day.
 bool isDate(std::u16string_view digits)
 {
     if (digits.size() != 8 || !std::all_of(digits.begin(), digits.end(), isDigit)) return false;
@@ -74,7 +74,7 @@ std::u16string escape(std::u16string_view text, Version version, bool structured
 
 namespace {
 
-// Where the part that begins at the offset ends.
+// Returns the end of the part that begins at `at`.
 std::size_t endOfPart(std::u16string_view text, char16_t separator, std::size_t at)
 {
     while (at < text.size() && text[at] != separator) at += text[at] == u'\\' ? 2 : 1;
@@ -102,9 +102,9 @@ std::vector<std::u16string> splitEscaped(std::u16string_view text, char16_t sepa
 
 std::u16string withPart(std::u16string_view text, char16_t separator, std::size_t part, std::u16string_view value, std::size_t least)
 {
-    std::u16string ended; // a backslash at the end would protect a separator that is put behind it
+    std::u16string ended; // a trailing backslash would escape the separator appended to it
     if (endsInLoneBackslash(text)) text = ended = std::u16string(text) + u'\\';
-    std::size_t begin = 0, end = endOfPart(text, separator, 0), count = 0; // `count` parts stand in front of the one from begin to end
+    std::size_t begin = 0, end = endOfPart(text, separator, 0), count = 0; // `count` parts precede [begin, end)
     for (; count < part && end < text.size(); ++count) {
         begin = end + 1;
         end = endOfPart(text, separator, begin);
