@@ -51,7 +51,7 @@ void CardAhead::run()
         try {
             card = readCard(folder_, wanted->name);
             card->card.decode();
-        } catch (...) { // found out anew by who asks for it
+        } catch (...) { // the caller of take() reads the file itself and meets the fault again
         }
         lock.lock();
         wanted->card = std::move(card);

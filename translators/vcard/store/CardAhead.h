@@ -1,5 +1,5 @@
-// Reads the card files that it is told of on a thread of its own, while the engine is busy with the card before. It only reads: whoever
-// changes a file of the folder gives it up first, or it would tell of a card that is no more.
+// Prefetches cards on a thread while the engine processes earlier ones. Requires: this program changes no file of the folder while this
+// object lives; otherwise take() may return an outdated card.
 #pragma once
 #include "SingleCard.h"
 
@@ -21,10 +21,11 @@ public:
     CardAhead& operator=(const CardAhead&) = delete;
     ~CardAhead();
 
-    std::size_t waiting() const { return wanted_.size(); } // how many of those told of were not taken
+    std::size_t waiting() const { return wanted_.size(); } // number of queued files that were not taken yet
+    // Queues files to be read.
     void want(const std::vector<std::string>& names);
-    // The card of a file that was told of; those told of before it are forgotten. Nothing if it is not at hand and best read at once, and
-    // for a file with a fault, which is told by who reads it then.
+    // Returns the card of a queued file and drops the files queued before it. Returns nullopt if the file was not queued, its reading has
+    // not started, or the reading failed; the caller then reads the file itself and reports the fault.
     std::optional<SingleCard> take(const std::string& name);
 
 private:
@@ -39,7 +40,7 @@ private:
     std::mutex mutex_;
     std::condition_variable told_, read_;
     std::deque<std::shared_ptr<Wanted>> wanted_;
-    std::size_t next_ = 0; // of wanted_, the first that is not begun
+    std::size_t next_ = 0; // index in wanted_ of the next file to read
     bool ended_ = false;
     std::thread thread_;
 };

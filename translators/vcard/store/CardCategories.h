@@ -1,5 +1,5 @@
-// The categories of a folder or a file of cards: those that are kept in a list beside the cards, and those that cards bear. The list is a
-// text file of one name a line, hidden among the cards; it holds what no card bears yet, too.
+// The categories of a folder or a file of cards: those in the cards, and those in a category list. The list is a hidden text file beside
+// the cards with one name per line; it also keeps categories that no card has yet.
 #pragma once
 #include "CategoryStore.h"
 #include "OpenedCards.h"
@@ -12,12 +12,12 @@ class CardCategories {
 public:
     CardCategories(const std::string& database, const std::string& cacheFolder, const plugin::Report& report);
 
-    // What was found out of the files is left to the pass over the cards, which follows; so the names are asked for once.
+    // Returns all categories. Requires: called only once, because it hands the index over to the CardStore of the contact pass.
     plugin::Names takeNames();
     void keep(const plugin::Names& names);
 
 private:
-    std::string list() const; // the name of its file
+    std::string list() const; // the file name of the category list
 
     OpenedCards opened_;
 };

@@ -33,7 +33,7 @@ CardEdits carriedOver(const CardEdits& edits, const CardsText& before, const Car
         const auto same = byToken.find(known[k].token);
         if (same != byToken.end() && theirs.card(same->second) == before.card(k) && carried.changed.emplace(same->second, bytes).second)
             continue;
-        // Cards without UID are numbered by their place where they have one name.
+        // Cards without UID that have the same name are numbered in file order, so their tokens may have changed.
         const auto [first, last] = byBytes.equal_range(before.card(k));
         const bool bothDeleted =
             bytes.empty() && (first == last ? same == byToken.end() : std::distance(first, last) < copiesOf(k, before));
@@ -76,7 +76,7 @@ EditedText applied(const CardEdits& edits, const CardsText& before)
 std::size_t firstMisread(const EditedText& written, const ScanResult& scan)
 {
     const std::vector<CardSpan>& spans = written.spans;
-    if (scan.error && !spans.empty()) { // the last card that begins in front of the error, or on its line
+    if (scan.error && !spans.empty()) { // the last card that begins before the error or on its line
         const char lineEnd = written.text.find('\n') == std::string::npos ? '\r' : '\n';
         std::size_t line = 1, at = 0, card = 0;
         for (std::size_t i = 0; i < spans.size(); ++i) {

@@ -1,5 +1,5 @@
-// Changes of the cards of one file that are written later, all at once: as a text, checked before it is written, and carried over to what
-// another program made of the file in between.
+// Edits of one file of many cards, collected in a batch and written together. If another program changed the file meanwhile, the edits are
+// applied to its version of the file.
 #pragma once
 #include "LineReader.h"
 
@@ -11,7 +11,7 @@
 
 namespace mb::vcard {
 
-// The cards of a text, and where they stand in it.
+// A text, and the positions of its cards.
 struct CardsText {
     std::string_view text;
     const std::vector<CardSpan>& spans;
@@ -20,26 +20,26 @@ struct CardsText {
 };
 
 struct CardEdits {
-    std::map<std::size_t, std::string> changed; // by card; an empty text deletes the card
-    std::vector<std::string> added;             // behind all others; an empty text is no card
+    std::map<std::size_t, std::string> changed; // by index of the card; an empty text deletes the card
+    std::vector<std::string> added;             // appended to the file; an empty text is a new card that was deleted again
 };
 
-// A card that this program and another one changed.
+// Thrown for a card that this program and another one changed differently.
 struct ChangedByBoth {
-    std::size_t card; // of the text before both changes
+    std::size_t card; // index in the text before both changes
 };
 
-// The same edits for the text that another program made of `before`. A card is the same by its UID, or by its bytes. Equal changes of both
-// are one. Throws ChangedByBoth.
+// Returns the edits for `theirs`, which another program made of `before`. Cards are matched by UID, or by their bytes. A change that both
+// made is made once. Throws ChangedByBoth.
 CardEdits carriedOver(const CardEdits& edits, const CardsText& before, const CardsText& theirs);
 
 struct EditedText {
     std::string text;
-    std::vector<CardSpan> spans; // where its cards must be found when the text is read again
+    std::vector<CardSpan> spans; // where parsing the text must find the cards
 };
 EditedText applied(const CardEdits& edits, const CardsText& before);
 
-// The number of the first card that is not read again where it was written; the number of cards if all are.
+// Returns the index of the first card that parsing did not find where it was written; the number of cards if all were found.
 std::size_t firstMisread(const EditedText& written, const ScanResult& scan);
 
 } // namespace mb::vcard

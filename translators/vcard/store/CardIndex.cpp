@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::string_view kHeader = "vcard index 3";
 constexpr int kCategories = 19;
-constexpr std::int64_t kTick = 1'000'000; // the least step of a date, 1 ms
+constexpr std::int64_t kTick = 1'000'000; // smallest step of a date: 1 ms
 
 bool holdsFold(std::string_view text, std::string_view upperWord)
 {
@@ -27,7 +27,7 @@ bool holdsFold(std::string_view text, std::string_view upperWord)
     return std::search(text.begin(), text.end(), upperWord.begin(), upperWord.end(), same) != text.end();
 }
 
-// A UID as part of an identifier: nothing in it may be taken for a path or a line end.
+// Escapes a UID for use in an identifier, which must not look like a path or contain a line end.
 std::string safeToken(std::string_view uid)
 {
     std::string token;
@@ -60,7 +60,7 @@ std::string fromSafeToken(std::string_view token)
 
 bool isBlankText(std::string_view text) { return text.find_first_not_of(" \t\r\n") == text.npos; }
 
-// One line of the cache: words by blanks, and a rest that may hold blanks.
+// Reads one line of the cache: words separated by blanks, and a rest that may contain blanks.
 class Words {
 public:
     explicit Words(std::string_view line) : rest_(line) {}
@@ -133,7 +133,7 @@ namespace {
 
 bool isUidOfName(const std::string& token, const std::string& fileName)
 {
-    // Most UIDs are told apart by their ends, without making an identifier of the name.
+    // Comparing the last character rules out most UIDs without building tokens of the file name.
     return fileName.size() > 4 && token.ends_with(fileName[fileName.size() - 5]) && std::ranges::count(uidsOfName(fileName), token) > 0;
 }
 
@@ -158,7 +158,7 @@ std::vector<CardRecord> describeCards(std::string_view text, const std::vector<C
     return cards;
 }
 
-// Most cards bear none, and need not be taken apart to know it.
+// Only cards that contain the word are parsed: most cards have no categories.
 std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans)
 {
     constexpr std::string_view name = "CATEGORIES";
@@ -177,7 +177,6 @@ CardIndex::CardIndex(const Folder& folder, std::string singleFile, std::string c
 {
 }
 
-// A date for a state of a file: its own, unless that would not be later than the date the card had before.
 std::int64_t CardIndex::nextStamp(std::int64_t modified, std::int64_t before) const
 {
     return modified > before ? modified : before + kTick;
@@ -201,21 +200,21 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
         if (!known) return file;
         file.categories = known->categories;
         file.uid = known->uid;
-        file.stamp = known->stamp; // what its cards were known by, for when it is mended
+        file.stamp = known->stamp; // kept together with the cards until the file can be read again
         file.cards = std::move(known->cards);
         return file;
     };
     const auto badUntilLater = [&](std::string text) {
-        file.state.modified = -1; // looked at again in the next run
+        file.state.modified = -1; // so that the next run examines the file again
         return bad(0, std::move(text));
     };
-    if (!entry.notPlain.empty()) return badUntilLater(entry.notPlain + ", and a card is a plain file");
+    if (!entry.notPlain.empty()) return badUntilLater(entry.notPlain + ", not a plain file");
     std::optional<FileText> opened;
     try {
         opened = openText(folder_.read(entry.name, file.state));
     } catch (const FileError& e) {
         if (e.why() == FileError::Why::NotPlain || e.why() == FileError::Why::TooLarge) return badUntilLater(e.what());
-        throw; // a missing file is for the caller; any other failure says nothing about the card
+        throw; // the caller handles a missing file; other failures say nothing about the card
     }
     if (!opened) return bad(1, "the file is not valid UTF-16");
     if (!singleFile_.empty() && isBlankText(opened->text)) return file;
@@ -232,7 +231,7 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
     std::unordered_map<std::string_view, const CardRecord*> before;
     if (known)
         for (const CardRecord& card : known->cards) before[card.token] = &card;
-    bool nameTaken = !singleFile_.empty(); // there the name alone is no identifier
+    bool nameTaken = !singleFile_.empty(); // in a single file a bare name is no identifier
     for (CardRecord& card : file.cards) {
         card.plain = singleFile_.empty() && isUidOfName(card.token, file.name);
         nameTaken = nameTaken || card.plain;
@@ -254,7 +253,7 @@ void CardIndex::refresh(const plugin::Report& report)
 {
     if (!takeLeft()) compare();
     for (const std::string& name : leftOut_)
-        report(plugin::Finding::LeftOut, folder_.pathOf(name) + ": left out, the name of a card is valid UTF-8");
+        report(plugin::Finding::LeftOut, folder_.pathOf(name) + ": left out, the file name is not valid UTF-8");
     for (FileRecord& file : files_) {
         if (file.bad()) report(plugin::Finding::LeftOut, folder_.pathOf(file.faultyPlace()) + ": left out, " + file.badText);
         if (const std::size_t line = std::exchange(file.noProperty, 0))
@@ -270,7 +269,7 @@ void CardIndex::compare()
     for (int i = 1; !compareOnce() && i < kTries; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
 
-// Returns false if another program renamed or removed files meanwhile: a renamed file may be missing under both of its names.
+// Returns false if another program renamed or removed files meanwhile: a renamed file may then be missing under both of its names.
 bool CardIndex::compareOnce()
 {
     Folder::Listing listing;
@@ -286,7 +285,7 @@ bool CardIndex::compareOnce()
     leftOut_ = std::move(listing.unreadable);
 
     struct Unknown {
-        std::size_t at; // in both lists
+        std::size_t at; // index in `found` and `listing.files`
         FileRecord* old;
     };
     std::vector<FileRecord> found(listing.files.size());
@@ -330,13 +329,13 @@ bool CardIndex::compareOnce()
     return settled;
 }
 
-// A card in a file of another name is the one that had its UID. It keeps its date, or gets a later one if it was changed too. What is left
-// in files_ now are the files that are gone or changed.
+// A file with the UID that a file of another name had is that file, renamed: it keeps the date, or gets a later one if it was also changed.
+// Requires: files_ holds only the records of files that are gone or changed.
 void CardIndex::keepDatesOfRenamed(const std::vector<FileRecord*>& examined) const
 {
     std::unordered_map<std::string_view, const FileRecord*> byUid;
     for (const FileRecord& file : files_)
-        if (!file.uid.empty() && !byUid.emplace(file.uid, &file).second) byUid[file.uid] = nullptr; // two cards of one UID: neither
+        if (!file.uid.empty() && !byUid.emplace(file.uid, &file).second) byUid[file.uid] = nullptr; // a UID of two cards matches neither
     for (FileRecord* file : examined) {
         const auto found = file->uid.empty() || file->bad() ? byUid.end() : byUid.find(file->uid);
         if (found == byUid.end() || !found->second || found->second->name == file->name) continue;
@@ -347,7 +346,7 @@ void CardIndex::keepDatesOfRenamed(const std::vector<FileRecord*>& examined) con
 
 void CardIndex::leave()
 {
-    constexpr std::int64_t kGrain = 100'000'000; // a change right in front of the listing cannot be told from one right behind it
+    constexpr std::int64_t kGrain = 100'000'000; // a change just before the listing cannot be told from one just after it
     if (!singleFile_.empty() || folderChange_ == 0 || listed_ - folderChange_ < kGrain) return;
     const std::lock_guard lock(leftMutex);
     std::erase_if(leftIndexes, [&](const auto& left) { return isOld(left.second.listed); });
@@ -366,8 +365,8 @@ bool CardIndex::takeLeft()
     return true;
 }
 
-// The cache: a header, for each file "size modified number stamp badLine bad cards ,categories ,uid name", for a bad file a line with the
-// reason, for each card "hash stamp plain token", and a last line with the number of files, which tells a file that was cut off.
+// Format of the cache: a header; for each file "size modified number stamp badLine bad cards ,categories ,uid name", for a bad file a line
+// with the reason, for each card "hash stamp plain token"; a last line with the number of files, which reveals a truncated cache.
 void CardIndex::save()
 {
     if (!changed_ || cachePath_.empty()) return;
@@ -379,7 +378,7 @@ void CardIndex::save()
     std::vector<const FileRecord*> sorted;
     for (const FileRecord& file : files_)
         if (!file.gone) sorted.push_back(&file);
-    // Listed by name, with those that were added behind them.
+    // Files are sorted by name, except for added ones at the end.
     const auto byName = [](const FileRecord* a, const FileRecord* b) { return a->name < b->name; };
     const auto added = std::is_sorted_until(sorted.begin(), sorted.end(), byName);
     std::sort(added, sorted.end(), byName);
@@ -417,7 +416,7 @@ void CardIndex::save()
         draft.replace(cache.name);
         changed_ = false;
     } catch (const FileError&) {
-        // Without a cache the next run opens every card once: slower, and as right.
+        // Harmless: without a cache the next run opens every card once.
     }
 }
 
@@ -429,7 +428,7 @@ void CardIndex::load()
         const Folder cacheFolder(cache.folder);
         if (parse(cacheFolder.read(cache.name, state))) return;
     } catch (const FileError&) {
-        // none yet
+        // no cache yet
     }
     files_.clear();
 }

@@ -73,9 +73,9 @@ CardStore::Open CardStore::load(const std::string& id, Step step)
 std::optional<SingleCard> CardStore::takeAhead(std::size_t file)
 {
     constexpr std::size_t kFew = 8, kAhead = 64;               // cards
-    constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024; // octets: many of those would take too much memory
+    constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024; // octets; larger files would take too much memory
     const std::vector<FileRecord>& files = index_->files();
-    const bool next = file > lastRead_ && file < lastRead_ + kFew; // files that are no card of their own stand in between
+    const bool next = file > lastRead_ && file < lastRead_ + kFew; // files that are not a single card may lie in between
     lastRead_ = file;
     inARow_ = next ? inARow_ + 1 : 0;
     if (inARow_ == 0) ahead_.reset();
@@ -95,7 +95,7 @@ std::optional<SingleCard> CardStore::takeAhead(std::size_t file)
     return ahead_->take(files[file].name);
 }
 
-// In front of every change of a file, and of the list of them.
+// Called before any file, or the list of files, changes.
 void CardStore::giveUpAhead()
 {
     ahead_.reset();
@@ -132,7 +132,7 @@ void CardStore::close() { commitAll(Step::Close); }
 void CardStore::expectWritable(const std::string& id)
 {
     const auto place = places_.find(id);
-    if (!id.empty() && place == places_.end()) return; // the write tells what is wrong
+    if (!id.empty() && place == places_.end()) return; // the write will report the fault
     fileStep(Step::Update, [&] { folder_->expectWritable(id.empty() ? singleFile_ : fileOf(place->second).name); });
 }
 
@@ -159,11 +159,11 @@ std::string CardStore::beginAdd()
 void CardStore::beginEdit(const std::string& id)
 {
     const Place place = placeOf(id, Step::Edit);
-    // What was read last may be stale by now; the date of the file tells.
+    // last_ may be outdated: compare the state of the file.
     const bool fresh =
         last_ && last_->id == id && fileStep(Step::Edit, [&] { return folder_->stateOf(fileOf(place).name); }) == last_->state;
     writing_ = fresh ? *last_ : load(id, Step::Edit);
-    if (place.card < 0 && writing_->state != fileOf(place).state) { // its reader was told the date of another state
+    if (place.card < 0 && writing_->state != fileOf(place).state) { // the file changed since it was listed
         writing_.reset();
         throw changedMeanwhile(fileOf(place).name, Step::Edit);
     }
@@ -192,7 +192,7 @@ std::string CardStore::save(const std::string& id)
     last_.reset();
     giveUpAhead();
     if (!record.isNew && !record.displayNameWritten && !record.nameBefore.empty() && record.card.get(kDisplayName) == record.nameBefore)
-        record.card.set(kDisplayName, record.card.composedName()); // a display name made of the name follows it
+        record.card.set(kDisplayName, record.card.composedName()); // a display name that equals the composed name follows it
     if (record.isNew || record.card.bytes() != record.bytes) record.card.completeName();
     std::string bytes = record.card.bytes();
     if (bytes != record.bytes) {

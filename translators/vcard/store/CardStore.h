@@ -1,12 +1,13 @@
-// A folder of cards, or one file of many cards, as a list of records with identifiers and dates; read, added, edited and
-// deleted one record at a time. Identifiers are those of CardIndex, as UTF-8; only identifiers of the list are ever acted on,
-// so none can lead out of the folder.
+// The records of a folder of cards, or of one file of many cards. Identifiers are those of CardIndex, in UTF-8. Only identifiers of listed
+// records are used, so none can lead out of the folder.
 //
-// What it promises. A file is replaced as a whole or not at all. A file that cannot be parsed is never written and never
-// missing. What is written is parsed first, and refused if it would not read back as it was meant. An edit or a deletion is refused when
-// another program changed the card since it was listed; in a file of many cards, where edits are written at the end of the batch, the
-// cards that only one of both changed are merged. In a batch single files are written at once and a file of many cards is written once, at
-// its end; the disk is flushed once, at its end. A batch whose end fails has written nothing to the file that it failed for.
+// Promises:
+// - A file is replaced as a whole or not at all. A file that cannot be parsed is never written, and its cards count as existing.
+// - A card is parsed before it is written, and refused if it would not read back unchanged.
+// - An edit or a deletion is refused if another program changed the card since it was listed. In a file of many cards, edits of different
+//   cards are merged.
+// - In a batch a file of one card is written at once, a file of many cards at the end of the batch. The disk is flushed once, at the end.
+// - If the end of a batch fails for a file of many cards, that file is unchanged.
 #pragma once
 #include "CardAhead.h"
 #include "CardEdits.h"
@@ -31,15 +32,15 @@ namespace mb::vcard {
 
 class CardStore final : public plugin::RecordStore {
 public:
-    // database is the path of a folder or of a file. cacheFolder may be empty.
+    // `database` is the path of a folder or of a file. `cacheFolder` may be empty.
     CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report);
     ~CardStore() override;
 
     std::size_t count() const override { return order().size(); }
     const std::string& idAt(std::size_t index) const override { return order().at(index); }
-    bool exists(const std::string& id) const override; // also a record whose file cannot be parsed
+    bool exists(const std::string& id) const override; // also true if the file of the record cannot be parsed
     std::string updatedId(const std::string& id) override;
-    // The files do not tell when a card was made; the date of its last change is the nearest there is.
+    // Files do not record when a card was created, so this is the date of its last change.
     std::int64_t created(const std::string& id) const override { return modified(id); }
     std::int64_t modified(const std::string& id) const override;
 
@@ -53,12 +54,12 @@ public:
     std::string beginAdd() override;
     void beginEdit(const std::string& id) override;
     void write(const std::string& id, int type, std::u16string_view text) override;
-    std::string save(const std::string& id) override; // the identifier that the record has from now on
+    std::string save(const std::string& id) override; // returns the record's identifier, which may be a new one
     void remove(const std::string& id) override;
     std::string readImage(const std::string& id, int type) override { return openFor(id).image(type); }
     std::uint64_t imageSize(const std::string& id, int type) override { return openFor(id).imageSize(type); }
     void writeImage(const std::string& id, int type, std::string_view bytes) override;
-    void close() override; // what was saved in a batch that was not ended is kept
+    void close() override; // commits what was saved in an unfinished batch
 
 private:
     struct Place {
@@ -73,15 +74,15 @@ private:
         CardEdits edits;
         std::uint64_t grown = 0; // octets that the edits add
         std::unique_ptr<Folder::Draft> draft;
-        FileRecord before; // what was known of the file in front of the first edit
+        FileRecord before; // the file's record before the first edit
         bool dirty = false;
 
         bool wide() const { return text.form == FileText::Form::Utf16Little || text.form == FileText::Form::Utf16Big; }
         CardsText cards() const { return {text.text, spans}; }
     };
-    struct Open : SingleCard { // of a card in a file of many, the state of that file
+    struct Open : SingleCard { // for a card in a file of many, the state of that file
         std::string id;
-        std::string onDisk; // in an edit, the bytes of the card before it
+        std::string onDisk; // while an edit is saved, the bytes of the card before it
         std::u16string nameBefore;
         bool isNew = false;
         bool displayNameWritten = false;
@@ -93,7 +94,7 @@ private:
     void remember(const std::string& id);
     void indexUids() const;
     std::vector<std::string> newCardsOf(const std::string& id) const;
-    using Names = std::unordered_map<std::string, std::string>; // the identifier of a file's only or first card, by the file's name
+    using Names = std::unordered_map<std::string, std::string>; // identifier of a file's only or first card, by file name
     Names::const_iterator inOtherCase(const std::string& name) const;
     std::optional<std::string> changedInPlace(const std::string& id) const;
     const Card& openFor(const std::string& id) const;
@@ -127,27 +128,27 @@ private:
     plugin::Report report_;
     std::unique_ptr<CardIndex> index_;
     mutable std::vector<std::string> order_;
-    mutable bool listStale_ = false; // order_ still holds records that are gone
+    mutable bool listStale_ = false; // order_ still contains deleted records
     std::unordered_map<std::string, Place> places_;
-    // What the identifiers of records that were found in an earlier run say; see CardStoreIds.cpp.
+    // Identifiers that the caller knows from an earlier run, and their UIDs; see CardStoreIds.cpp.
     std::unordered_set<std::string> known_, knownUids_;
-    std::unordered_set<std::string> ambiguous_; // identifiers of more than one card, whatever the case
-    std::unordered_set<std::string> marks_;     // identifiers with a mark that this store gave
+    std::unordered_set<std::string> ambiguous_; // case-folded identifiers that more than one card has
+    std::unordered_set<std::string> marks_;     // identifiers to which this store appended a mark
     bool anyMarkKnown_ = false;
     mutable bool uidsIndexed_ = false;
-    mutable std::unordered_map<std::string, std::vector<std::string>> byUid_; // identifiers
+    mutable std::unordered_map<std::string, std::vector<std::string>> byUid_; // identifiers by UID
     mutable Names byName_;
     std::map<std::size_t, Container> containers_;
     std::optional<Open> reading_, writing_;
-    std::optional<Open> last_; // read or saved last: read again without opening its file
+    std::optional<Open> last_; // the record read or saved last, cached to be read again without opening its file
     bool batch_ = false;
     bool unflushed_ = false;
 
-    // Cards are read in the order of the list where all are: after a few in a row the next ones are read ahead.
-    std::size_t lastRead_ = 0, inARow_ = 0, aheadTo_ = 0; // by file
+    // Prefetch: after a few cards were read in list order, the next ones are read on a thread.
+    std::size_t lastRead_ = 0, inARow_ = 0, aheadTo_ = 0; // lastRead_ and aheadTo_ are indexes of files
     std::unique_ptr<CardAhead> ahead_;
 
-    // After a few added cards in a batch, the files of the next ones are opened ahead.
+    // After many added cards in a batch, temporary files for the next ones are opened on a thread.
     std::size_t added_ = 0;
     std::unique_ptr<DraftsAhead> drafts_;
 };

@@ -1,4 +1,4 @@
-// The writing half of CardStore: single cards at once, files of many cards at the end of their batch.
+// The write operations of CardStore: a file of one card is written at once, a file of many cards at the end of the batch.
 #include "CardStore.h"
 
 #include "Charset.h"
@@ -17,7 +17,7 @@ std::int64_t present()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// A card as its user knows it, and its identifier.
+// Returns the card's identifier and the contact's name, for messages.
 std::string shown(const std::string& id, const Card& card)
 {
     constexpr int kName = 79;
@@ -80,21 +80,21 @@ StoreError CardStore::changedMeanwhile(const std::string& name, Step step) const
     return {step, "The file \"" + folder_->pathOf(name) + "\" was changed by another program. Synchronize again."};
 }
 
-// Before anything is written: a text that reads as something else would be a change that nobody made, and one that cannot be read would
-// cost every card of its file.
+// Called before a card is written. A card that reads back differently would be a change that nobody made, and one that cannot be parsed
+// would make every card of its file unreadable.
 void CardStore::requireReadBack(const Open& record, const std::string& bytes, FileText::Form form) const
 {
-    const bool wide = form == FileText::Form::Utf16Little || form == FileText::Form::Utf16Big; // holds no bytes but those of a text
+    const bool wide = form == FileText::Form::Utf16Little || form == FileText::Form::Utf16Big; // UTF-16 can only contain valid text
     if (record.card.readsBackFrom(bytes) && (!wide || isUtf8(bytes))) return;
     throw StoreError(Step::Save, shown(record.id, record.card) + " is not written to " + folder_->pathOf(singleFile_) +
-                                     ": it would not read back as it was meant. The file is left as it is.");
+                                     ": it would not read back unchanged. The file is left as it is.");
 }
 
 CardStore::Container& CardStore::container(std::size_t file, Step step)
 {
     const auto held = containers_.find(file);
     if (held != containers_.end()) return held->second;
-    std::erase_if(containers_, [](const auto& c) { return !c.second.dirty; }); // only one clean file is held at a time
+    std::erase_if(containers_, [](const auto& c) { return !c.second.dirty; }); // hold at most one file without edits
     const FileRecord& record = index_->files()[file];
     Container c;
     auto text = openText(fileStep(step, [&] { return folder_->read(record.name, c.state); }));
@@ -105,7 +105,8 @@ CardStore::Container& CardStore::container(std::size_t file, Step step)
     return containers_.emplace(file, std::move(c)).first->second;
 }
 
-// Announces a change. Room on the disk is taken at once: a save that was reported as done must not fail at the end of the batch.
+// Prepares a change of the file. Disk space is reserved now, because a save that was reported as done must not fail at the end of the
+// batch.
 void CardStore::touchContainer(Container& c, std::size_t file, std::int64_t growth, Step step)
 {
     const FileRecord& record = index_->files()[file];
@@ -143,7 +144,7 @@ void CardStore::saveInContainer(Open& record)
     CardRecord& card = file.cards[k];
     stampCard(card, record.bytes);
     if (!record.card.uid().empty() || card.plain) return;
-    // A card without UID is known by its name, which may be another one now.
+    // A card without UID is identified by its name, which may have changed.
     CardRecord renamed = describeCards(record.bytes, {{0, record.bytes.size(), 1}})[0];
     const std::string id = file.name + '#' + renamed.token;
     if (card.token.starts_with(renamed.token) || places_.contains(id)) return;
@@ -157,7 +158,7 @@ void CardStore::saveInContainer(Open& record)
 
 void CardStore::addToContainer(Open& record)
 {
-    constexpr std::size_t file = 0; // new cards go into the one file only
+    constexpr std::size_t file = 0; // cards are added only to a single-file store
     Container& c = container(file, Step::Save);
     touchContainer(c, file, static_cast<std::int64_t>(record.bytes.size()) + 2, Step::Save);
     FileRecord& owner = index_->files()[file];
@@ -180,8 +181,8 @@ void CardStore::removeFile(const std::string& name, const FileState& state)
     unflushed_ = true;
 }
 
-// Takes what another program made of the file as the text that is edited. A card that both changed ends it: nothing is written, and the
-// next run sees both changes.
+// Applies the edits to the other program's version of the file. Throws if both changed the same card: nothing is written, and the next run
+// sees both changes.
 void CardStore::merge(const FileRecord& record, Container& c)
 {
     FileState state;
@@ -204,7 +205,7 @@ void CardStore::merge(const FileRecord& record, Container& c)
     c.state = state;
 }
 
-// Returns the state of the written file, and in `edited` what it holds.
+// Returns the state of the written file, and its content in `edited`.
 FileState CardStore::writeContainer(const FileRecord& record, Container& c, EditedText& edited)
 {
     constexpr int kTries = 5;
@@ -215,7 +216,7 @@ FileState CardStore::writeContainer(const FileRecord& record, Container& c, Edit
         if (const std::size_t misread = firstMisread(edited, scan); misread < std::max(edited.spans.size(), scan.cards.size())) {
             const CardsText written{edited.text, edited.spans};
             const std::string_view card = written.spans.empty() ? edited.text : written.card(std::min(misread, written.spans.size() - 1));
-            throw FileError(shown(record.name, Card::parse(card)) + " would not read back as it was meant. Nothing is written to \"" +
+            throw FileError(shown(record.name, Card::parse(card)) + " would not read back unchanged. Nothing is written to \"" +
                             folder_->pathOf(record.name) + "\"");
         }
         c.draft->write(closeText(c.text, edited.text));
@@ -226,7 +227,7 @@ FileState CardStore::writeContainer(const FileRecord& record, Container& c, Edit
             if (e.why() != FileError::Why::Changed || i == kTries) throw;
         }
         c.draft = std::make_unique<Folder::Draft>(*folder_);
-        c.state = {}; // whatever its date says, it holds something else
+        c.state = {}; // forces a merge: the content changed even if the date did not
     }
 }
 
@@ -238,11 +239,11 @@ void CardStore::commit(std::size_t file, Container& c)
     unflushed_ = true;
     describe(record, edited, state);
     if (!edited.spans.empty() || !singleFile_.empty()) return;
-    folder_->removeIfSame(record.name, state); // in a folder, a file without any card is a damaged one
+    folder_->removeIfSame(record.name, state); // in a folder, a file without cards would count as damaged
     record.gone = true;
 }
 
-// The dates given at each save stay; what the file holds now is described anew, in its order.
+// Updates the index after the file was written. The cards keep the dates that they got when they were saved.
 void CardStore::describe(FileRecord& record, const EditedText& edited, const FileState& state)
 {
     std::unordered_map<std::string, CardRecord> before;

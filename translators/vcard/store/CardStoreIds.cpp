@@ -1,9 +1,12 @@
-// How the cards of a store are called, and under which identifiers they are found again.
+// The identifiers of CardStore's records, and how known records are found again.
 //
-// Two things change between runs. Another program renames a file: the identifier names the UID, by which the card is found under its new
-// name. Or a card arrives whose identifier differs from another one's only in upper and lower case, which the engine takes for one: one of
-// the two gets a mark behind its identifier. Both are decided by the identifiers that the caller knows. updatedId() is asked for each of
-// them before any other record is asked for; it answers right once it has heard them all.
+// Two changes between runs need care:
+// - Another program renames a file. The card is found by the UID in its identifier.
+// - A card arrives whose identifier differs from another one only in case. The engine ignores case, so one of the two identifiers gets a
+//   mark appended.
+//
+// Both depend on which identifiers the caller knows. Requires: updatedId() is called for all known identifiers before any other record is
+// asked for. Its answers are final when it is called for all of them a second time.
 #include "CardStore.h"
 
 #include "Ascii.h"
@@ -16,13 +19,13 @@
 namespace mb::vcard {
 namespace {
 
-constexpr std::string_view kMark = "##"; // no UID holds "#", and no file name ends in what follows
+constexpr std::string_view kMark = "##"; // a token contains no "#", and no file name ends in "##" and a hash
 
 std::string folded(const std::string& id) { return toUtf8(platform::lowered(fromUtf8(id))); }
 
 std::string marked(const std::string& id) { return id + std::string(kMark) + hex(hashOf(id)); }
 
-// The identifier without its mark.
+// Returns the identifier without its mark.
 std::string unmarked(const std::string& id)
 {
     const std::size_t mark = id.rfind(kMark);
@@ -35,7 +38,7 @@ bool leavesFolder(const std::string& id)
 }
 
 struct Parts {
-    std::string name, token; // of the file; behind the "#", empty for none
+    std::string name, token; // the file name; the part behind "#", empty for none
     std::vector<std::string> uids() const
     {
         if (token.starts_with('~')) return {}; // a card without UID
@@ -70,7 +73,7 @@ void CardStore::listRecords()
         if (file.gone) continue;
         const auto add = [&](std::string id, std::ptrdiff_t card) {
             if (file.bad())
-                places_.emplace(std::move(id), Place{i, card}); // found, and not listed
+                places_.emplace(std::move(id), Place{i, card}); // can be found but is not listed
             else
                 listed.emplace_back(std::move(id), Place{i, card});
         };
@@ -84,8 +87,8 @@ void CardStore::listRecords()
     }
 }
 
-// The identifier that is known already stays as it is, and else the first one; the others of its like get a mark. A mark that is known or
-// was given by this store stays too.
+// Makes identifiers that differ only in case distinct. The known one, or else the first without a mark, stays as it is; the others get a
+// mark. A mark that the caller knows or that this store gave stays.
 void CardStore::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
 {
     std::unordered_map<std::string, std::size_t> first;
@@ -127,7 +130,7 @@ CardStore::Place CardStore::placeOf(const std::string& id, Step step) const
     const auto found = places_.find(id);
     if (found != places_.end()) return found->second;
     if (leavesFolder(id))
-        throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is no identifier of a record: it could lead out of the folder.");
+        throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is not a valid record identifier: it could lead out of the folder.");
     if (const auto bad = badFileOf(id)) return *bad;
     throw StoreError(step, "There is no card \"" + id + "\" in " + folder_->pathOf(singleFile_) + ".");
 }
@@ -138,7 +141,7 @@ const std::vector<std::string>& CardStore::order() const
     return order_;
 }
 
-// The file of a card that cannot be read at present.
+// Returns the place of a card whose file cannot be read at present.
 std::optional<CardStore::Place> CardStore::badFileOf(const std::string& id) const
 {
     const std::vector<FileRecord>& files = index_->files();
@@ -172,7 +175,7 @@ void CardStore::remember(const std::string& id)
     const std::string plain = unmarked(id);
     anyMarkKnown_ = anyMarkKnown_ || plain != id;
     if (plain == id && (ambiguous_.empty() || !ambiguous_.contains(folded(id)))) return;
-    marks_.clear(); // nobody was told of them yet
+    marks_.clear(); // no caller has seen them yet
     listRecords();
 }
 
@@ -190,7 +193,7 @@ void CardStore::indexUids() const
     }
 }
 
-// The identifiers with the UID of a card that is not known by them.
+// Returns the identifiers with the same UID that the caller does not know.
 std::vector<std::string> CardStore::newCardsOf(const std::string& id) const
 {
     indexUids();
@@ -203,15 +206,15 @@ std::vector<std::string> CardStore::newCardsOf(const std::string& id) const
     return found;
 }
 
-// Where the file system takes upper and lower case for one, a file may have been renamed to its own name.
+// On a case-insensitive file system a file may have been renamed to its own name in another case.
 CardStore::Names::const_iterator CardStore::inOtherCase(const std::string& name) const
 {
     if (!singleFile_.empty() || !fileStep(Step::Open, [&] { return folder_->stateOf(name); })) return byName_.end();
     return std::find_if(byName_.cbegin(), byName_.cend(), [key = folded(name)](const auto& file) { return folded(file.first) == key; });
 }
 
-// The card in the file that an identifier of no present card names, if nothing says that the card is another one: its UID was changed, or
-// the identifier is of a version that did not name UIDs.
+// Returns the card in the file that `id` names, for an `id` that no card has: its UID was changed, or `id` is from a version whose
+// identifiers had no UID. Returns nullopt if it is known to be another card.
 std::optional<std::string> CardStore::changedInPlace(const std::string& id) const
 {
     indexUids();
@@ -221,9 +224,9 @@ std::optional<std::string> CardStore::changedInPlace(const std::string& id) cons
     if (found == byName_.end() || known_.contains(found->second)) return std::nullopt;
     const Place& place = places_.at(found->second);
     const FileRecord& file = index_->files()[place.file];
-    if (place.card >= 0 && !parts.token.empty()) return std::nullopt; // one card of several is gone
+    if (place.card >= 0 && !parts.token.empty()) return std::nullopt; // a card of several was deleted
     const std::string& uid = place.card < 0 ? file.uid : file.cards[static_cast<std::size_t>(place.card)].token;
-    if (knownUids_.contains(uid)) return std::nullopt; // another card was moved to its place
+    if (knownUids_.contains(uid)) return std::nullopt; // another card took its place
     return found->second;
 }
 

@@ -6,7 +6,7 @@
 namespace mb::vcard {
 namespace {
 
-// As many as can be had: why one cannot be made is found out anew by who needs it.
+// Opens as many files as possible. A failure is ignored: take() meets it again.
 std::vector<std::unique_ptr<Folder::Draft>> openSome(const Folder& folder)
 {
     constexpr std::size_t kAhead = 64;
@@ -25,7 +25,7 @@ std::unique_ptr<Folder::Draft> DraftsAhead::take()
 {
     using namespace std::chrono_literals;
     if (ready_.empty() && next_.valid() && next_.wait_for(0s) == std::future_status::ready) ready_ = next_.get();
-    // Deferred, and so never ready, where no thread can be had.
+    // If no thread can be started, the task is deferred and never gets ready.
     if (!next_.valid()) next_ = std::async(std::launch::async | std::launch::deferred, [this] { return openSome(folder_); });
     if (ready_.empty()) return std::make_unique<Folder::Draft>(folder_);
     auto draft = std::move(ready_.back());

@@ -1,5 +1,4 @@
-// Files in the making for cards that are added one after the other: while they are written into some, a second thread opens the next. Those
-// that nobody takes vanish with this object.
+// Opens temporary files for added cards ahead of time, on a second thread. Files that were not taken are deleted with this object.
 #pragma once
 #include "Folder.h"
 
@@ -13,7 +12,7 @@ class DraftsAhead {
 public:
     explicit DraftsAhead(const Folder& folder) : folder_(folder) {}
 
-    // One that is open, or else a new one: nothing is waited for. Throws a FileError where none can be made.
+    // Returns a file that is open already, or opens one; never waits for the thread. Throws a FileError if no file can be created.
     std::unique_ptr<Folder::Draft> take();
 
 private:

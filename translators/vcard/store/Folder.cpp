@@ -1,4 +1,4 @@
-// What a folder says on every platform.
+// The part of Folder that is the same on every platform.
 #include "Folder.h"
 
 namespace mb::vcard {
@@ -6,7 +6,7 @@ namespace mb::vcard {
 void Folder::failChanged(const std::string& name, const std::string& kept) const
 {
     throw FileError("the file \"" + pathOf(name) + "\" was changed by another program" +
-                        (kept.empty() ? "" : ", twice; what it held in between is kept as \"" + pathOf(kept) + "\""),
+                        (kept.empty() ? "" : ", twice; its content in between is kept as \"" + pathOf(kept) + "\""),
                     FileError::Why::Changed);
 }
 

@@ -27,7 +27,7 @@ namespace mb::vcard {
 namespace {
 
 constexpr std::string_view kDraftPrefix = ".mbsync-", kDraftSuffix = ".tmp";
-constexpr mode_t kOwnerOnly = 0600;                            // what a file has that is made here and stands beside no other
+constexpr mode_t kOwnerOnly = 0600;                            // permissions of a draft, and of a card in a folder without others
 constexpr std::time_t kStaleDraft = std::time_t{24} * 60 * 60; // seconds
 
 [[noreturn]] void fail(const std::string& what, const std::string& path)
@@ -42,7 +42,7 @@ FileState stateFrom(const struct stat& s)
     return {static_cast<std::uint64_t>(s.st_size), std::int64_t{s.st_mtim.tv_sec} * 1'000'000'000 + s.st_mtim.tv_nsec, s.st_ino};
 }
 
-// Why a name is no plain file; empty for a plain file.
+// Returns why a name is not a plain file; empty for a plain file.
 std::string notPlain(mode_t mode)
 {
     if (S_ISREG(mode)) return {};
@@ -57,7 +57,7 @@ std::string notPlain(mode_t mode)
     throw FileError("cannot read \"" + path + "\": " + notPlain, FileError::Why::NotPlain);
 }
 
-// Makes a call that renames or deletes, and again while another program holds the file.
+// Makes a call that renames or deletes, and repeats it while another program holds the file.
 template <class F> bool done(F&& call)
 {
     return platform::whileHeld(platform::Purpose::Replace, call, [](int result) { return result == 0; }) == 0;
@@ -65,7 +65,7 @@ template <class F> bool done(F&& call)
 
 bool isDraft(std::string_view name) { return name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix); }
 
-// In a deleted folder no file is found, and that says nothing about the files.
+// No file is found in a deleted folder, which says nothing about the files.
 void expectNotDeleted(int folder, const std::string& path)
 {
     struct stat s;
@@ -73,7 +73,7 @@ void expectNotDeleted(int folder, const std::string& path)
     if (s.st_nlink == 0) throw FileError("the folder \"" + path + "\" was deleted");
 }
 
-// A file in the making that a run left behind which was killed.
+// Deletes a draft that a killed run left behind.
 void removeIfStale(int folder, const char* draft)
 {
     struct stat s;
@@ -81,10 +81,10 @@ void removeIfStale(int folder, const char* draft)
         unlinkat(folder, draft, 0);
 }
 
-// Whether the last call failed because the file system has no such kind of renaming.
+// Returns whether the last call failed because the file system does not support this kind of renaming.
 bool isUnsupported() { return errno == EINVAL || errno == ENOSYS || errno == EOPNOTSUPP; }
 
-// Gives a file its name back, unless another file has it by now.
+// Gives a file its name back, unless another file has the name now.
 bool moveBack(int folder, const std::string& aside, const std::string& name)
 {
     if (renameat2(folder, aside.c_str(), folder, name.c_str(), RENAME_NOREPLACE) == 0) return true;
@@ -92,13 +92,14 @@ bool moveBack(int folder, const std::string& aside, const std::string& name)
     return linkat(folder, aside.c_str(), folder, name.c_str(), 0) == 0 && unlinkat(folder, aside.c_str(), 0) == 0;
 }
 
-// Lets two files exchange their names; false where the file system cannot.
+// Exchanges the names of two files. Returns false with errno set if that fails.
 bool exchangeNames(int folder, const std::string& a, const std::string& b)
 {
     return done([&] { return renameat2(folder, a.c_str(), folder, b.c_str(), RENAME_EXCHANGE); });
 }
 
-// Only the superuser can give a file away, and must, or its owner would lose it. A user can give it to a group of theirs.
+// Gives `file` the owner of the file that it replaces. Only root can change an owner, and must not fail to, or the owner would lose the
+// file. Other users change the group if they may.
 void keepOwner(int file, const struct stat& before, const std::string& path)
 {
     struct stat made;
@@ -123,7 +124,7 @@ private:
     int file_;
 };
 
-// Shorter than the size if the file was cut off meanwhile.
+// Returns fewer bytes than `size` if the file was truncated meanwhile.
 std::string readWhole(int file, std::uint64_t size, const std::string& path)
 {
     std::string bytes(size, '\0');
@@ -152,7 +153,7 @@ std::string Folder::pathOf(const std::string& name) const { return path_ + (path
 
 std::vector<std::string> Folder::names() const
 {
-    // Of the folder that is open, whatever its path leads to by now.
+    // Reads the folder that is open, even if its path leads elsewhere by now.
     const int own = openat(folder_, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     DIR* entries = own < 0 ? nullptr : fdopendir(own);
     if (!entries) {
@@ -232,7 +233,7 @@ std::string Folder::read(const std::string& name, FileState& state) const
         [](int opened) { return opened >= 0; }));
     struct stat s;
     if (file.get() < 0) {
-        const int error = errno; // ELOOP of a link, ENXIO of a socket or a device
+        const int error = errno; // ELOOP for a link, ENXIO for a socket or a device
         if (error != ENOENT && fstatat(folder_, name.c_str(), &s, AT_SYMLINK_NOFOLLOW) == 0 && !S_ISREG(s.st_mode))
             refuse(pathOf(name), notPlain(s.st_mode));
         errno = error;
@@ -247,12 +248,12 @@ std::string Folder::read(const std::string& name, FileState& state) const
         std::string bytes = readWhole(file.get(), state.size, pathOf(name));
         if (fstat(file.get(), &s) != 0) fail("cannot read the file", pathOf(name));
         if (bytes.size() == state.size && stateFrom(s) == state) return bytes;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // another program writes it at this moment
+        std::this_thread::sleep_for(std::chrono::milliseconds(20)); // another program is writing the file
     }
     throw FileError("the file \"" + pathOf(name) + "\" is being changed by another program");
 }
 
-// Whether the name is a plain file of these bytes.
+// Returns whether the name is a plain file with these bytes.
 bool Folder::holds(const std::string& name, std::string_view bytes) const
 {
     const Descriptor file(openat(folder_, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
@@ -261,7 +262,7 @@ bool Folder::holds(const std::string& name, std::string_view bytes) const
            readWhole(file.get(), bytes.size(), pathOf(name)) == bytes;
 }
 
-// Gives a file that was taken aside a name that nobody uses; for what another program wrote and then wrote over.
+// Renames a file that was set aside to an unused name. For a version that another program wrote and then overwrote.
 std::string Folder::keepAside(const std::string& aside, const std::string& name) const
 {
     for (int i = 1;; ++i) {
@@ -289,7 +290,7 @@ void Folder::removeIfSame(const std::string& name, const FileState& before) cons
         return;
     }
     if (moveBack(folder_, aside, name)) failChanged(name);
-    failChanged(name, keepAside(aside, name)); // the name was taken in between
+    failChanged(name, keepAside(aside, name)); // another file took the name meanwhile
 }
 
 bool Folder::isMoved() const
@@ -347,7 +348,7 @@ void Folder::Draft::reserve(std::uint64_t size)
     const int error = posix_fallocate(file_, 0, static_cast<off_t>(wanted));
     if (error != 0 && error != EOPNOTSUPP && error != EINVAL) {
         errno = error;
-        fail("cannot make room for a file in", folder_.path_);
+        fail("cannot reserve disk space for a file in", folder_.path_);
     }
     reserved_ = wanted;
 }
@@ -426,14 +427,14 @@ FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view
     bool same = false;
     try {
         same = folder_.holds(name_, before);
-    } catch (const FileError&) { // what cannot be read is put back
+    } catch (const FileError&) { // a file that cannot be read is put back
     }
     if (!same) putBack(name, mine);
     unlinkat(folder_.folder_, name_.c_str(), 0);
     return mine;
 }
 
-// After an exchange: the draft's name is that of a file that another program changed.
+// After an exchange: name_ is the other program's version of the file.
 void Folder::Draft::putBack(const std::string& name, const FileState& mine)
 {
     const int folder = folder_.folder_;
@@ -445,10 +446,10 @@ void Folder::Draft::putBack(const std::string& name, const FileState& mine)
     } else if (moveBack(folder, name_, name)) {
         folder_.failChanged(name);
     }
-    folder_.failChanged(name, folder_.keepAside(name_, name)); // it changed the file once more in between
+    folder_.failChanged(name, folder_.keepAside(name_, name)); // the other program changed the file again meanwhile
 }
 
-// Asked for at the first new card, and of the first hundred cards.
+// Determined at the first new card, from the first hundred cards.
 unsigned Folder::modeOfCards() const
 {
     constexpr std::size_t kEnough = 100;
@@ -465,7 +466,7 @@ unsigned Folder::modeOfCards() const
         ++modes[(s.st_mode & 0666) | kOwnerOnly];
         ++seen;
     }
-    // Of two that are as frequent the stricter one.
+    // If two are equally frequent, the stricter one wins.
     const auto most = std::max_element(modes.begin(), modes.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
     modeOfCards_ = most == modes.end() ? kOwnerOnly : most->first;
     return modeOfCards_;
@@ -516,7 +517,7 @@ std::string userCacheFolder()
 std::string newUuid()
 {
     unsigned char bytes[16];
-    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) throw FileError("the system gives no random numbers");
+    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) throw FileError("the system provides no random numbers");
     bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40); // version 4, variant 1
     bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
     std::string text;

@@ -23,7 +23,7 @@
 namespace mb::vcard {
 namespace {
 
-// Makes a call that renames or deletes, and again while another program holds the file.
+// Makes a call that renames or deletes, and repeats it while another program holds the file.
 template <class F> bool done(F&& call)
 {
     return platform::whileHeld(platform::Purpose::Replace, call, [](BOOL result) { return result != FALSE; }) != FALSE;
@@ -56,13 +56,13 @@ std::int64_t nanosecondsOf(const FILETIME& time)
     return (static_cast<std::int64_t>(joined(time.dwHighDateTime, time.dwLowDateTime)) - ticksTo1970) * 100;
 }
 
-// What the system tells of a file in several shapes, alike in these fields.
+// For every structure of the system with these fields.
 template <class Data> FileState stateFrom(const Data& data)
 {
     return {joined(data.nFileSizeHigh, data.nFileSizeLow), nanosecondsOf(data.ftLastWriteTime), 0};
 }
 
-// Why a name is no plain file; empty for a plain file.
+// Returns why a name is not a plain file; empty for a plain file.
 std::string notPlain(DWORD attributes)
 {
     if (attributes & FILE_ATTRIBUTE_REPARSE_POINT) return "it is a link";
@@ -82,7 +82,6 @@ bool isStale(const FileState& state)
     return nanosecondsOf(now) - state.modified > kStaleDraft;
 }
 
-// A handle that closes itself.
 class Handle {
 public:
     explicit Handle(HANDLE file) : file_(file) {}
@@ -117,7 +116,7 @@ void requireWritable(const std::string& path, const std::string& failure)
     fail("cannot write the file", target);
 }
 
-// Shorter than the size if the file was cut off meanwhile.
+// Returns fewer bytes than `size` if the file was truncated meanwhile.
 std::string readWhole(HANDLE file, std::uint64_t size, const std::string& path)
 {
     if (SetFilePointer(file, 0, nullptr, FILE_BEGIN) == INVALID_SET_FILE_POINTER) fail("cannot read the file", path);
@@ -164,7 +163,7 @@ Folder::Listing Folder::list() const
         const bool draft = name.starts_with(kDraftPrefix) && name.ends_with(kDraftSuffix);
         if (!draft && (name.starts_with('.') || !endsWithFold(name, ".vcf"))) continue;
         const FileState state = stateFrom(found);
-        if (draft) { // left behind by a run that was killed
+        if (draft) { // a killed run left it behind
             anyDraftRemoved |= isStale(state) && DeleteFileW(wide(pathOf(name)).c_str());
         } else if (wide(name) == given) {
             listing.files.push_back({name, state, notPlain(found.dwFileAttributes)});
@@ -219,12 +218,12 @@ std::string Folder::read(const std::string& name, FileState& state) const
         std::string bytes = readWhole(file.get(), state.size, pathOf(name));
         if (!GetFileInformationByHandle(file.get(), &data)) fail("cannot read the file", pathOf(name));
         if (bytes.size() == state.size && stateFrom(data) == state) return bytes;
-        Sleep(20); // another program writes it at this moment
+        Sleep(20); // another program is writing the file
     }
     throw FileError("the file \"" + pathOf(name) + "\" is being changed by another program");
 }
 
-// Whether the name is a plain file of these bytes.
+// Returns whether the name is a plain file with these bytes.
 bool Folder::holds(const std::string& name, std::string_view bytes) const
 {
     const Handle file(CreateFileW(wide(pathOf(name)).c_str(), GENERIC_READ, kShareAll, nullptr, OPEN_EXISTING,
@@ -234,7 +233,7 @@ bool Folder::holds(const std::string& name, std::string_view bytes) const
            stateFrom(data).size == bytes.size() && readWhole(file.get(), bytes.size(), pathOf(name)) == bytes;
 }
 
-// Gives a file that was taken aside a name that nobody uses; for what another program wrote and then wrote over.
+// Renames a file that was set aside to an unused name. For a version that another program wrote and then overwrote.
 std::string Folder::keepAside(const std::string& aside, const std::string& name) const
 {
     for (int i = 1;; ++i) {
@@ -263,20 +262,20 @@ void Folder::removeIfSame(const std::string& name, const FileState& before) cons
         fail("cannot delete the file", pathOf(name));
     }
     if (MoveFileExW(asidePath.c_str(), path.c_str(), 0)) failChanged(name);
-    failChanged(name, keepAside(aside, name)); // the name was taken in between
+    failChanged(name, keepAside(aside, name)); // another file took the name meanwhile
 }
 
-bool Folder::isMoved() const { return false; } // every file is found by the folder's path, so what was written is where that leads
+bool Folder::isMoved() const { return false; } // files are found by the folder's path, so they were written where it leads
 
 void Folder::expectWritable(const std::string& name) const
 {
-    if (name.empty()) return; // the read-only mark of a folder means something else here
+    if (name.empty()) return; // the read-only attribute of a folder does not forbid writing into it
     const DWORD attributes = GetFileAttributesW(wide(pathOf(name)).c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && attributes & FILE_ATTRIBUTE_READONLY)
         throw FileError("the file \"" + pathOf(name) + "\" is read-only. Make it writable and synchronize again; nothing was written");
 }
 
-void Folder::flush() const {} // every file was flushed when it was put in place: there is no flushing of a folder here
+void Folder::flush() const {} // each file was flushed when it was put in place; Windows cannot flush a folder
 
 std::string Folder::unusedName() const
 {
@@ -309,7 +308,7 @@ void Folder::Draft::reserve(std::uint64_t size)
     FILE_ALLOCATION_INFO room{};
     room.AllocationSize.QuadPart = static_cast<LONGLONG>(wanted);
     if (!SetFileInformationByHandle(handleOf(file_), FileAllocationInfo, &room, sizeof room) && GetLastError() == ERROR_DISK_FULL)
-        fail("cannot make room for a file in", folder_.path_);
+        fail("cannot reserve disk space for a file in", folder_.path_);
     reserved_ = wanted;
 }
 
@@ -370,7 +369,7 @@ FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view
     };
     if (!done(replace)) {
         const DWORD error = GetLastError();
-        // The file may bear the name of the backup already while the new one could not take its place.
+        // The old file may have the backup's name already although the new file could not take its place.
         if (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) MoveFileExW(asidePath.c_str(), target.c_str(), 0);
         const bool unsupported = error == ERROR_NOT_SUPPORTED || error == ERROR_INVALID_FUNCTION || error == ERROR_CALL_NOT_IMPLEMENTED;
         const bool same = unsupported && folder_.holds(name, before);
@@ -383,7 +382,7 @@ FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view
     bool same = false;
     try {
         same = folder_.holds(aside, before);
-    } catch (const FileError&) { // what cannot be read is put back
+    } catch (const FileError&) { // a file that cannot be read is put back
     }
     if (!same) {
         name_ = aside;
@@ -395,7 +394,7 @@ FileState Folder::Draft::replaceIfSame(const std::string& name, std::string_view
     return now && now->size == mine.size && now->modified == old->modified ? *now : mine;
 }
 
-// After a replacement: the draft's name is that of a file that another program changed.
+// After a replacement: name_ is the other program's version of the file.
 void Folder::Draft::putBack(const std::string& name, const FileState& mine)
 {
     const std::string out = folder_.unusedName();
@@ -409,7 +408,7 @@ void Folder::Draft::putBack(const std::string& name, const FileState& mine)
         DeleteFileW(outPath.c_str());
         folder_.failChanged(name);
     }
-    folder_.failChanged(name, folder_.keepAside(out, name)); // it changed the file once more in between
+    folder_.failChanged(name, folder_.keepAside(out, name)); // the other program changed the file again meanwhile
 }
 
 PathKind kindOf(const std::string& path)
@@ -454,7 +453,7 @@ std::string userCacheFolder()
 std::string newUuid()
 {
     GUID id;
-    if (FAILED(CoCreateGuid(&id))) throw FileError("the system gives no random numbers");
+    if (FAILED(CoCreateGuid(&id))) throw FileError("the system provides no random numbers");
     char text[40];
     const unsigned char* b = id.Data4;
     const int length =

@@ -1,4 +1,4 @@
-// The folder that a database names, opened, with what is known of its files.
+// The open folder of a database, and the index of its files.
 #pragma once
 #include "CardIndex.h"
 #include "Folder.h"
@@ -10,7 +10,7 @@
 namespace mb::vcard {
 
 struct OpenedCards {
-    // database is the path of a folder or of a file. cacheFolder may be empty. Throws a StoreError.
+    // `database` is the path of a folder or of a file. `cacheFolder` may be empty. Throws a StoreError.
     OpenedCards(const std::string& database, const std::string& cacheFolder, const plugin::Report& report);
 
     std::unique_ptr<Folder> folder;

@@ -1,4 +1,4 @@
-// Work on many things that do not depend on each other, spread over the processor's cores.
+// Runs independent work on several processor cores.
 #pragma once
 #include <algorithm>
 #include <atomic>
@@ -9,10 +9,10 @@
 
 namespace mb::vcard {
 
-// Calls body(i) for each i below count, some at the same time and in no order. What a call throws is thrown here, at the end.
+// Calls body(i) for each i below count, on several threads and in any order. Rethrows an exception of body.
 template <class F> void forEachIndex(std::size_t count, const F& body)
 {
-    constexpr std::size_t kAtOnce = 64, kMostThreads = 4; // less than that is not worth a thread
+    constexpr std::size_t kAtOnce = 64, kMostThreads = 4; // fewer than 64 are not worth a thread
     std::atomic<std::size_t> next{0};
     const auto work = [&] {
         for (std::size_t begin; (begin = next.fetch_add(kAtOnce)) < count;)

@@ -1,4 +1,4 @@
-// A file that holds one card, read and taken apart.
+// A file of one card, read and parsed.
 #pragma once
 #include "Card.h"
 #include "FileText.h"
@@ -12,17 +12,17 @@ namespace mb::vcard {
 struct SingleCard {
     Card card;
     FileState state;
-    std::string bytes; // the card as it stands on disk, with the blank lines around it
-    FileText file;     // the form of the file, without the text
+    std::string bytes; // the card in the file, with the blank lines around it
+    FileText file;     // the form of the file, without its text
 };
 
-// Why a file is not one card.
+// Thrown if a file does not contain exactly one card.
 struct CardFault {
     std::size_t line;
     std::string text;
 };
 
-// Throws a FileError for a file that cannot be read, and a CardFault.
+// Throws a FileError if the file cannot be read, or a CardFault.
 SingleCard readCard(const Folder& folder, const std::string& name);
 
 } // namespace mb::vcard

@@ -1,4 +1,4 @@
-// The store's errors are those of every record store.
+// The errors of the vCard store are those of every record store.
 #pragma once
 #include "Folder.h"
 #include "RecordStore.h"
@@ -10,7 +10,7 @@ namespace mb::vcard {
 using plugin::Step;
 using plugin::StoreError;
 
-// Runs a file operation; what the system refuses becomes the failure of the step.
+// Runs a file operation and turns a FileError into a StoreError of the step.
 template <class F> auto fileStep(Step step, F&& body)
 {
     try {
