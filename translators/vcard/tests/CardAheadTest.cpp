@@ -1,4 +1,4 @@
-// Cards that are read one after the other are read ahead of the engine; nobody may be able to tell, but by the clock.
+// Prefetching must change nothing but the speed.
 #include "CardAhead.h"
 #include "CardStoreFixture.h"
 
@@ -30,14 +30,14 @@ protected:
         CardStoreTest::SetUp();
         for (int i = 0; i < kCards; ++i) put(nameOf(i), cardText("Name" + std::to_string(i)));
     }
-    // Reads from the first card on, so that those behind are read ahead.
+    // Reads the first cards in order, which starts the prefetching of the following ones.
     static void readUpTo(CardStore& store, int end)
     {
         for (int i = 0; i < end; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
     }
 };
 
-TEST_F(CardAheadTest, EveryCardIsTheOneThatWasAskedFor)
+TEST_F(CardAheadTest, ReadsTheRequestedCardInAnyOrder)
 {
     CardStore store = open();
     ASSERT_EQ(store.count(), static_cast<std::size_t>(kCards)) << reports;
@@ -46,7 +46,7 @@ TEST_F(CardAheadTest, EveryCardIsTheOneThatWasAskedFor)
     for (int i = 0; i < kCards; i += 3) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i)) << "with gaps";
 }
 
-TEST_F(CardAheadTest, AnEditOfACardThatWasReadAheadIsSeen)
+TEST_F(CardAheadTest, AnEditOfAPrefetchedCardIsRead)
 {
     CardStore store = open();
     readUpTo(store, 20);
@@ -64,11 +64,11 @@ TEST_F(CardAheadTest, ADeletedCardIsNotRead)
     for (int i = 22; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
 }
 
-TEST_F(CardAheadTest, AnotherProgramsChangeOfACardThatWasReadAheadIsNotOverwritten)
+TEST_F(CardAheadTest, AnotherProgramsChangeOfAPrefetchedCardIsNotOverwritten)
 {
     CardStore store = open();
     readUpTo(store, 20);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the next ones are read by now
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the next cards are prefetched by now
     put(nameOf(20), cardText("Somebody else"));
     age(nameOf(20), 5);
     store.beginRead(nameOf(20));
@@ -77,7 +77,7 @@ TEST_F(CardAheadTest, AnotherProgramsChangeOfACardThatWasReadAheadIsNotOverwritt
     EXPECT_EQ(get(nameOf(20)), cardText("Somebody else"));
 }
 
-TEST_F(CardAheadTest, AFileThatWentBadIsNamedWhenItIsAskedFor)
+TEST_F(CardAheadTest, AFileThatBecameUnreadableIsNamedWhenItIsRead)
 {
     CardStore store = open();
     put(nameOf(100), "no card");
@@ -88,25 +88,25 @@ TEST_F(CardAheadTest, AFileThatWentBadIsNamedWhenItIsAskedFor)
     for (int i = 102; i < 200; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
 }
 
-TEST_F(CardAheadTest, WhatWasNotToldOfIsNotAtHand)
+TEST_F(CardAheadTest, OnlyQueuedFilesAreReturned)
 {
     const Folder cards(folder.string());
     CardAhead ahead(cards);
     EXPECT_FALSE(ahead.take(nameOf(0)));
     ahead.want({nameOf(1), nameOf(2), nameOf(3), "missing.vcf", nameOf(4)});
-    while (ahead.waiting() > 0 && !ahead.take(nameOf(2))) ahead.want({nameOf(2)}); // taken before it was begun: told of once more
-    EXPECT_FALSE(ahead.take(nameOf(1))) << "it stood in front of the one that was taken";
+    while (ahead.waiting() > 0 && !ahead.take(nameOf(2))) ahead.want({nameOf(2)}); // taken before its reading began: queue it again
+    EXPECT_FALSE(ahead.take(nameOf(1))) << "it was queued before the card that was taken";
     EXPECT_FALSE(ahead.take("missing.vcf"));
 }
 
-TEST_F(CardAheadTest, ManyNewFilesAreLookedAtAtTheSameTimeAndListedInOrder)
+TEST_F(CardAheadTest, ManyNewFilesAreExaminedInParallelAndListedInOrder)
 {
     put(nameOf(7), "no card");
     put(nameOf(250), cardText("One", "1") + cardText("Two", "2"));
     CardStore store = open();
     EXPECT_NE(reports.find(nameOf(7)), std::string::npos);
     const std::vector<std::string> all = ids(store);
-    ASSERT_EQ(all.size(), static_cast<std::size_t>(kCards)); // one less, one more
+    ASSERT_EQ(all.size(), static_cast<std::size_t>(kCards)); // file 7 has no card, file 250 has two
     EXPECT_TRUE(std::is_sorted(all.begin(), all.end()));
     EXPECT_EQ(read(store, nameOf(250) + "#2", kLastName), u"Two");
 }

@@ -1,4 +1,4 @@
-// Pictures of a card in the forms of the three versions, and the list of categories beside the cards.
+// Pictures in the forms of the three vCard versions, and the category list beside the cards.
 #include "CardCategories.h"
 #include "CardStore.h"
 
@@ -35,7 +35,7 @@ TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
     Card card = Card::parse(cardOf(GetParam()));
     EXPECT_TRUE(card.setImage(kFront, front));
     EXPECT_TRUE(card.setImage(kBack, back));
-    EXPECT_FALSE(card.setImage(kBack, back)) << "it has that one";
+    EXPECT_FALSE(card.setImage(kBack, back)) << "the card has this picture already";
     const std::string bytes = card.bytes();
     const Card again = Card::parse(bytes);
     EXPECT_EQ(again.image(kFront), front);
@@ -59,7 +59,7 @@ TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
 INSTANTIATE_TEST_SUITE_P(All, VersionTest, testing::Values("2.1", "3.0", "4.0"),
                          [](const auto& version) { return "Version" + version.param.substr(0, 1); });
 
-TEST(CardImage, TheFormsOfOtherProgramsAreRead)
+TEST(CardImage, PicturesInTheFormsOfOtherProgramsAreRead)
 {
     const std::string picture = jpeg(100, 'x'), data = encodeBase64(picture);
     for (const std::string& line : {"PHOTO;ENCODING=b;TYPE=JPEG:" + data, "PHOTO;TYPE=JPEG;ENCODING=BASE64:" + data,
@@ -68,7 +68,7 @@ TEST(CardImage, TheFormsOfOtherProgramsAreRead)
         EXPECT_EQ(Card::parse(cardOf("3.0", line + "\r\n")).image(kFront), picture) << line.substr(0, 40);
 }
 
-TEST(CardImage, WhatIsNoJpegFileInTheCardIsNoPictureAndStays)
+TEST(CardImage, APictureThatIsNotAnEmbeddedJpegCountsAsAbsentAndIsKept)
 {
     const std::string png = encodeBase64("\x89PNG\r\n\x1A\n");
     for (const std::string& line :
@@ -81,12 +81,12 @@ TEST(CardImage, WhatIsNoJpegFileInTheCardIsNoPictureAndStays)
         EXPECT_FALSE(card.setImage(kFront, {}));
         EXPECT_FALSE(card.set(kFront, u"x"));
         EXPECT_TRUE(card.setImage(kFront, jpeg(10, 'n')));
-        EXPECT_NE(card.bytes().find(line), std::string::npos) << "beside the new one";
+        EXPECT_NE(card.bytes().find(line), std::string::npos) << "kept beside the new picture";
         EXPECT_EQ(Card::parse(card.bytes()).image(kFront), jpeg(10, 'n'));
     }
 }
 
-TEST(CardImage, OtherFieldsLeaveAPicturesBytesAlone)
+TEST(CardImage, AnEditOfAnotherFieldKeepsThePicturesBytes)
 {
     const std::string line = "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ\r\n  SkZJRg==\r\n";
     Card card = Card::parse(cardOf("3.0", line));
@@ -109,7 +109,7 @@ protected:
     {
         return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}};
     }
-    // A listing is left to the next opening only where the names have been at rest.
+    // The index is handed over only if the names in the folder did not change shortly before the listing.
     static void rest() { std::this_thread::sleep_for(std::chrono::milliseconds(150)); }
     void put(const std::string& name, const std::string& categories)
     {
@@ -119,7 +119,7 @@ protected:
     const fs::path root = home.path();
 };
 
-TEST_F(CategoryListTest, ItHoldsWhatWasKeptAndWhatCardsBear)
+TEST_F(CategoryListTest, ItListsKeptCategoriesAndThoseOfTheCards)
 {
     put("a.vcf", "Friends,Work");
     put("b.vcf", "work");
@@ -127,7 +127,7 @@ TEST_F(CategoryListTest, ItHoldsWhatWasKeptAndWhatCardsBear)
     categories().keep({u"Choir", u"Mr. X, Ltd."});
     EXPECT_EQ(categories().takeNames(), (plugin::Names{u"Choir", u"Mr. X, Ltd.", u"Friends", u"Work"}));
     EXPECT_EQ(readBytes(root / "cards" / ".mbsync-categories"), "Choir\nMr. X, Ltd.\n");
-    EXPECT_EQ(open().count(), 3u) << "the list is no card";
+    EXPECT_EQ(open().count(), 3u) << "the category list is not a card";
 }
 
 TEST_F(CategoryListTest, AnUnchangedFolderIsKnownWithoutOpeningACard)
@@ -135,12 +135,12 @@ TEST_F(CategoryListTest, AnUnchangedFolderIsKnownWithoutOpeningACard)
     put("a.vcf", "Friends");
     const auto stamp = inWholeSeconds(root / "cards" / "a.vcf");
     EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
-    put("a.vcf", "Enemies"); // of the same size, and dated back: who looks inside is found out
+    put("a.vcf", "Enemies"); // equal size and date: only opening the file would tell
     fs::last_write_time(root / "cards" / "a.vcf", stamp);
     EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
 }
 
-TEST_F(CategoryListTest, ItFollowsWhatARunWrites)
+TEST_F(CategoryListTest, ItListsTheCategoriesThatARunWrote)
 {
     put("a.vcf", "Friends");
     {
@@ -154,17 +154,17 @@ TEST_F(CategoryListTest, ItFollowsWhatARunWrites)
     EXPECT_EQ(categories().takeNames(), plugin::Names{});
 }
 
-TEST_F(CategoryListTest, TheCardsAreOpenedByTheSameListingOnce)
+TEST_F(CategoryListTest, TheNextStoreAloneTakesOverTheIndex)
 {
     put("a.vcf", "Friends");
     rest();
     EXPECT_EQ(categories().takeNames(), plugin::Names{u"Friends"});
-    put("a.vcf", "Friends,Work"); // written in place, so that the list of names does not tell
+    put("a.vcf", "Friends,Work"); // written in place, so that the list of names does not change
     const std::int64_t first = open().modified("a.vcf");
-    EXPECT_LT(first, open().modified("a.vcf")) << "the first one knows the file as the categories found it";
+    EXPECT_LT(first, open().modified("a.vcf")) << "the first store uses the index that the categories read";
 }
 
-TEST_F(CategoryListTest, ANameThatCameAfterTheListingIsSeen)
+TEST_F(CategoryListTest, AFileAddedAfterTheListingIsFound)
 {
     put("a.vcf", "Friends");
     rest();

@@ -1,4 +1,4 @@
-// A folder of cards that lives for one test, and what the tests do with a store over it.
+// A folder of cards for one test, and helpers for the tests of CardStore.
 #pragma once
 #include "CardStore.h"
 #include "Samples.h"
@@ -43,7 +43,7 @@ protected:
     }
     void put(const std::string& name, const std::string& bytes) { writeBytes(folder / name, bytes); }
     std::string get(const std::string& name) { return readBytes(folder / name); }
-    // Moves the file's date, as an edit does; seconds may be negative.
+    // Moves the date of the file, as an edit does; `seconds` may be negative.
     void age(const std::string& name, int seconds)
     {
         fs::last_write_time(folder / name, fs::last_write_time(folder / name) + std::chrono::seconds(seconds));
@@ -77,7 +77,7 @@ protected:
     {
         try {
             body();
-            ADD_FAILURE() << "no failure: " << words;
+            ADD_FAILURE() << "expected a failure: " << words;
         } catch (const StoreError& e) {
             EXPECT_EQ(e.step(), step) << e.what();
             EXPECT_NE(std::string(e.what()).find(words), std::string::npos) << e.what();

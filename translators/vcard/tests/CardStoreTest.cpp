@@ -26,7 +26,7 @@ TEST_F(VCardFolder, AnEmptyFolderIsAnEmptyStore)
     EXPECT_EQ(store.count(), 0u);
 }
 
-TEST_F(VCardFolder, WhatCannotBeOpenedIsNamed)
+TEST_F(VCardFolder, ADatabaseThatCannotBeOpenedIsNamed)
 {
     expectFailure(Step::Open, "No vCard folder is set", [&] { open(""); });
     expectFailure(Step::Open, (root / "none").string(), [&] { open(root / "none"); });
@@ -52,7 +52,7 @@ TEST_F(VCardFolder, ASaveWithoutAChangeWritesNothing)
     EXPECT_EQ(store.modified("a.vcf"), date);
 }
 
-TEST_F(VCardFolder, ADisplayNameMadeOfTheNameFollowsIt)
+TEST_F(VCardFolder, ADisplayNameThatEqualsTheNameFollowsIt)
 {
     put("a.vcf", "BEGIN:VCARD\nVERSION:3.0\nN:Doe;Jane;;;\nFN:Jane Doe\nEND:VCARD\n");
     put("b.vcf", "BEGIN:VCARD\nVERSION:3.0\nN:Doe;Jane;;;\nFN:The Boss\nEND:VCARD\n");
@@ -115,11 +115,11 @@ TEST_F(VCardFolder, IdentifiersThatLeaveTheFolderAreRefused)
     EXPECT_TRUE(fs::exists(root / "outside.vcf"));
 }
 
-TEST_F(VCardFolder, AFileThatCannotBeParsedIsLeftOutAndNotGone)
+TEST_F(VCardFolder, AFileThatCannotBeParsedIsLeftOutButExists)
 {
     put("bad.vcf", "BEGIN:VCARD\nEND:VCARD\nEND:VCARD\n");
     put("good.vcf", cardText("G"));
-    for (int run = 0; run < 2; ++run) { // the second run knows it from the cache
+    for (int run = 0; run < 2; ++run) { // the second run knows the file from the cache
         auto store = open();
         EXPECT_EQ(ids(store), std::vector<std::string>{"good.vcf"});
         EXPECT_TRUE(store.exists("bad.vcf"));
@@ -137,22 +137,22 @@ TEST_F(VCardFolder, AFileThatCannotBeParsedIsLeftOutAndNotGone)
     EXPECT_EQ(reports, "");
 }
 
-TEST_F(VCardFolder, ALineThatIsNoPropertyIsKeptAndToldOnce)
+TEST_F(VCardFolder, ALineThatIsNotAPropertyIsKeptAndReportedOnce)
 {
     const std::string card = "# my cards\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nFN\r\n# a comment: with a colon\r\nN:A;;;;\r\nFN:A\r\n:1\r\n"
                              "END:VCARD\r\n# the end\r\n";
     put("a.vcf", card);
     put("many.vcf", cardText("1", "u1") + "# between\r\n" + cardText("2", "u2"));
-    std::this_thread::sleep_for(std::chrono::milliseconds(150)); // then the next opening takes over what this one finds out
+    std::this_thread::sleep_for(std::chrono::milliseconds(150)); // so that the next store takes over this index
     CardCategories(folder.string(), (root / "cache").string(), [this](plugin::Finding, const std::string& text) {
         reports += text + "\n";
     }).takeNames();
     EXPECT_NE(reports.find((folder / "a.vcf").string() + ", line 1: no property"), std::string::npos) << reports;
     EXPECT_NE(reports.find((folder / "many.vcf").string() + ", line 8: no property"), std::string::npos) << reports;
     for (int run = 0; run < 2; ++run) {
-        auto store = open(); // which clears the reports
+        auto store = open(); // clears the reports
         EXPECT_EQ(store.count(), 3u);
-        EXPECT_EQ(reports, "") << "told by the pass over the categories";
+        EXPECT_EQ(reports, "") << "the category pass reported it already";
         EXPECT_EQ(read(store, "a.vcf", kDisplay), u"A");
     }
     auto store = open();
@@ -169,7 +169,7 @@ TEST_F(VCardFolder, ALineThatIsNoPropertyIsKeptAndToldOnce)
     EXPECT_EQ(get("many.vcf"), cardText("1", "u1") + "# between\r\n");
 }
 
-TEST_F(VCardFolder, AFolderThatIsGoneFailsTheSave)
+TEST_F(VCardFolder, ADeletedFolderFailsTheSave)
 {
     put("a.vcf", cardText("A"));
     auto store = open();
@@ -182,7 +182,7 @@ TEST_F(VCardFolder, AFolderThatIsGoneFailsTheSave)
 }
 
 #ifndef _WIN32
-TEST_F(VCardFolder, ThatWasDeletedDoesNotSayThatACardIsGone)
+TEST_F(VCardFolder, ADeletedFolderDoesNotReportItsCardsAsDeleted)
 {
     put("a.vcf", cardText("A"));
     const Folder opened(folder.string());
@@ -208,7 +208,7 @@ TEST_F(VCardFolder, AnEditOfAnotherProgramIsNotOverwritten)
     EXPECT_EQ(get("a.vcf"), cardText("theirs"));
 }
 
-TEST_F(VCardFolder, TheDateMovesWithTheFileAndOnlyThen)
+TEST_F(VCardFolder, TheDateMovesOnlyWithTheFile)
 {
     put("a.vcf", cardText("A"));
     put("b.vcf", cardText("B"));
@@ -223,7 +223,7 @@ TEST_F(VCardFolder, TheDateMovesWithTheFileAndOnlyThen)
     EXPECT_EQ(open().modified("b.vcf"), open().modified("b.vcf"));
 }
 
-TEST_F(VCardFolder, ADamagedCacheIsMadeAnew)
+TEST_F(VCardFolder, ADamagedCacheIsRebuilt)
 {
     put("a.vcf", cardText("A"));
     put("m.vcf", cardText("1", "u1") + cardText("2", "u2"));
@@ -247,13 +247,13 @@ TEST_F(VCardFolder, UnchangedFilesAreNotOpened)
     const auto date = inWholeSeconds(folder / "a.vcf");
     open();
     std::string other = cardText("A");
-    other.replace(other.find("END:VCARD"), 9, "NOT:VCARD"); // same size, same date: only opening the file would tell
+    other.replace(other.find("END:VCARD"), 9, "NOT:VCARD"); // equal size and date: only opening the file would tell
     put("a.vcf", other);
     fs::last_write_time(folder / "a.vcf", date);
     EXPECT_EQ(open().count(), 1u);
 }
 
-TEST_F(VCardFolder, CardsHaveTheNameOfTheirFileAndTheirUid)
+TEST_F(VCardFolder, CardsAreIdentifiedByFileNameAndUid)
 {
     put("m.vcf", cardText("1", "u1"));
     EXPECT_EQ(ids(open()), std::vector<std::string>{"m.vcf#u1"});
@@ -271,7 +271,7 @@ TEST_F(VCardFolder, CardsHaveTheNameOfTheirFileAndTheirUid)
     EXPECT_EQ(ids(again), (std::vector<std::string>{"m.vcf#http:%2f%2fx%2f..%2fy%23z", third})) << "the others keep their identifiers";
 }
 
-TEST_F(VCardFolder, ACardWithoutUidOrNamedByItsUidHasTheNameOfItsFile)
+TEST_F(VCardFolder, ACardWithoutUidOrNamedByItsUidIsIdentifiedByItsFileName)
 {
     put("a.vcf", cardText("A"));
     put("b.vcf", cardText("B", "b"));
@@ -334,7 +334,7 @@ TEST_F(ManyCardFile, IsWrittenOnceAtTheEndOfTheBatch)
     auto again = open(folder / "all.vcf");
     EXPECT_EQ(ids(again), (std::vector<std::string>{"all.vcf#u2", "all.vcf#u3", id}));
     EXPECT_GE(again.modified(id), stamp);
-    EXPECT_EQ(again.modified("all.vcf#u2"), edited) << "the date given after the save is the date of the next run";
+    EXPECT_EQ(again.modified("all.vcf#u2"), edited) << "the next run sees the date that the save gave";
     EXPECT_EQ(again.modified("all.vcf#u3"), untouched);
 }
 
@@ -350,7 +350,7 @@ TEST_F(ManyCardFile, OnlyTheDateOfAChangedCardMoves)
     EXPECT_EQ(second.modified("all.vcf#u2"), two);
 }
 
-TEST_F(ManyCardFile, WhatWasSavedIsKeptWhenTheBatchIsNotEnded)
+TEST_F(ManyCardFile, SavedCardsAreKeptIfTheBatchIsNotEnded)
 {
     put("all.vcf", cardText("1", "u1"));
     {
@@ -361,7 +361,7 @@ TEST_F(ManyCardFile, WhatWasSavedIsKeptWhenTheBatchIsNotEnded)
     EXPECT_EQ(open(folder / "all.vcf").count(), 2u);
 }
 
-TEST_F(ManyCardFile, AnAbortedBatchLeavesTheFile)
+TEST_F(ManyCardFile, AnAbortedBatchLeavesTheFileUnchanged)
 {
     put("all.vcf", cardText("1", "u1"));
     {
@@ -387,7 +387,7 @@ TEST_F(ManyCardFile, AChangeByAnotherProgramFailsTheNextSave)
     expectFailure(Step::Save, "another program", [&] { store.save("all.vcf#u1"); });
 }
 
-TEST_F(ManyCardFile, ThatCannotBeParsedIsNotOpened)
+TEST_F(ManyCardFile, IsNotOpenedIfItCannotBeParsed)
 {
     put("all.vcf", cardText("1", "u1") + "BEGIN:VCARD\nN:2\n");
     expectFailure(Step::Open, "line 8", [&] { open(folder / "all.vcf"); });
@@ -405,7 +405,7 @@ TEST_F(ManyCardFile, MayBeEmpty)
     EXPECT_EQ(open(folder / "all.vcf").count(), 0u);
 }
 
-TEST_F(ManyCardFile, ACardWithoutUidFollowsItsName)
+TEST_F(ManyCardFile, TheIdentifierOfACardWithoutUidFollowsItsName)
 {
     put("all.vcf", cardText("A") + cardText("B"));
     auto store = open(folder / "all.vcf");

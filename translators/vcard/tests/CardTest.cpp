@@ -52,7 +52,7 @@ std::vector<std::string> logicalLines(const std::string& text)
     return lines;
 }
 
-// The lines of before that are gone, and those of after that are new; all others stand in the same order.
+// Returns the removed and the added lines. All other lines must be equal and in the same order.
 std::pair<std::string, std::string> difference(const std::string& before, const std::string& after)
 {
     const auto a = logicalLines(before), b = logicalLines(after);
@@ -85,7 +85,7 @@ TEST(Card, KeepsEverySampleByteForByte)
         for (const std::string& text : cardTexts(bytes)) EXPECT_EQ(Card::parse(text).bytes(), text) << name;
 }
 
-TEST(Card, SettingWhatIsThereChangesNoByte)
+TEST(Card, SettingThePresentValueChangesNoByte)
 {
     for (const auto& [name, bytes] : samples())
         for (const std::string& text : cardTexts(bytes)) {
@@ -180,7 +180,7 @@ TEST(Card, ReadsRepeatedPropertiesInTheirOrder)
                  {{29, u"a"}, {30, u"b"}, {31, u"c"}, {36, u"u1"}, {78, u"u2"}, {24, u"1"}, {89, u"2"}, {8, u"w"}, {13, u"h"}, {51, u"o"}});
 }
 
-TEST(Card, ReadsOtherProgramsNames)
+TEST(Card, ReadsPropertyNamesOfOtherPrograms)
 {
     expectFields(
         Card::parse(v40("GENDER:M\r\nX-GENDER:male\r\nIMPP:aim:joe\r\nIMPP:xmpp:joe@x.org\r\nRELATED;TYPE=spouse;VALUE=text:Ann\r\n"
@@ -289,7 +289,7 @@ TEST(Card, AGapBetweenFieldsIsKept)
     expectFields(again, {{29, u""}, {30, u""}, {31, u"third@x.org"}, {36, u""}, {78, u"http://second"}, {65, u"sales"}, {28, u""}});
 }
 
-TEST(Card, WhatAVersionRequiresStays)
+TEST(Card, PropertiesThatAVersionRequiresAreNotRemoved)
 {
     EXPECT_EQ(changeOf(Card::parse(v30("FN:x\r\nN:a;;;;\r\n")), 79, u""), Change("FN:x\r\n", "FN:\r\n"));
     EXPECT_EQ(changeOf(Card::parse(v30("FN:x\r\nN:a;;;;\r\n")), 4, u""), Change("N:a;;;;\r\n", "N:;;;;\r\n"));
@@ -304,7 +304,7 @@ TEST(Card, NestedCardsAreKeptAndNotRead)
     EXPECT_EQ(changeOf(card, 20, u"1"), Change("", "TEL;WORK;VOICE:1\n"));
 }
 
-TEST(Card, ANewLineIsNotSwallowedByASoftBreak)
+TEST(Card, ANewLineIsNotJoinedByASoftBreak)
 {
     Card card = Card::parse("BEGIN:VCARD\nVERSION:2.1\nTITLE:t\nNOTE;ENCODING=QUOTED-PRINTABLE:x=\nEND:VCARD\n");
     card.set(20, u"1");
@@ -313,12 +313,12 @@ TEST(Card, ANewLineIsNotSwallowedByASoftBreak)
               Card::parse("BEGIN:VCARD\nVERSION:2.1\nNOTE;ENCODING=QUOTED-PRINTABLE:x=\nEND:VCARD\n").get(18));
 }
 
-TEST(Card, ANewLineStandsBeforeEndAlsoWhereBlankLinesFollow)
+TEST(Card, ANewLineIsInsertedBeforeEndEvenIfBlankLinesFollow)
 {
     EXPECT_EQ(changeOf(Card::parse("\nBEGIN:VCARD\nVERSION:3.0\nEND:VCARD\n\n  \n"), 6, u"t"), Change("", "TITLE:t\n"));
 }
 
-TEST(Card, ControlCharactersAndHalvesOfPairsAreNotWritten)
+TEST(Card, ControlCharactersAndUnpairedSurrogatesAreNotWritten)
 {
     Card card = Card::make("u");
     card.set(6, std::u16string_view(u"a\0b\x0001"
@@ -328,7 +328,7 @@ TEST(Card, ControlCharactersAndHalvesOfPairsAreNotWritten)
     EXPECT_FALSE(scanCards(card.bytes()).error);
 }
 
-TEST(Card, ANewCardIsWholeVersion40)
+TEST(Card, ANewCardIsACompleteCardOfVersion40)
 {
     Card card = Card::make("4fbe8971-0bc3-424c-9c26-36c3e1eff6b1");
     card.set(2, u"Jane");
@@ -337,7 +337,7 @@ TEST(Card, ANewCardIsWholeVersion40)
     EXPECT_EQ(card.bytes(), v40("UID:urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1\r\nN:Doe;Jane;;;\r\nFN;DERIVED=true:Jane Doe\r\n"));
 }
 
-TEST(Card, ADerivedNameReadsAsNoneFollowsItsSourcesAndGivesWayToARealOne)
+TEST(Card, ADerivedNameReadsAsEmptyFollowsItsSourcesAndYieldsToARealName)
 {
     Card card = Card::parse(v40("FN;DERIVED=true:Jane Doe\r\nN:Doe;Jane;;;\r\n"));
     EXPECT_EQ(card.get(79), u"");
@@ -354,16 +354,16 @@ TEST(Card, ADerivedNameReadsAsNoneFollowsItsSourcesAndGivesWayToARealOne)
     EXPECT_EQ(card.get(79), u"");
     Card old = Card::parse(v21("N:Doe;Jane;;;\r\n"));
     old.completeName();
-    EXPECT_EQ(old.bytes(), v21("N:Doe;Jane;;;\r\n")) << "version 2.1 needs none";
+    EXPECT_EQ(old.bytes(), v21("N:Doe;Jane;;;\r\n")) << "version 2.1 does not require FN";
 }
 
-TEST(Card, EveryFieldIsHeldByEveryVersion)
+TEST(Card, EveryVersionHoldsEveryField)
 {
     for (const std::string& start : {v21("N:x\r\n"), v30("N:x;;;;\r\nFN:y\r\n"), v40("FN:y\r\n"), v21("N:\xFC\r\n"), v30("FN:\xFC\r\n")}) {
         Card card = Card::parse(start);
         std::map<int, std::u16string> wanted;
         for (const Field& f : fields()) {
-            if (f.shape == Shape::Image) continue; // no text
+            if (f.shape == Shape::Image) continue; // not a text
             wanted[f.type] = f.type == 43   ? u"1980-03-21"
                              : f.type == 19 ? u"Ä, b"
                                             : u"value; of, " + std::u16string(1, u'é') + u"\\ " + std::u16string(f.type, u'z');
@@ -376,7 +376,7 @@ TEST(Card, EveryFieldIsHeldByEveryVersion)
     }
 }
 
-// One part of a structured value is written: the parts beside it were joined from several lines, or end in a backslash.
+// Writes one part of a structured value whose other parts were joined from several lines, or end in a backslash.
 TEST(Card, ALineBreakInAnotherPartOfTheValueStaysALineBreak)
 {
     struct Case {
@@ -398,15 +398,15 @@ TEST(Card, ALineBreakInAnotherPartOfTheValueStaysALineBreak)
     }
 }
 
-TEST(Card, ABackslashAtTheEndOfAValueDoesNotReachThePartsBehindIt)
+TEST(Card, ATrailingBackslashDoesNotEscapeTheNextSeparator)
 {
     Card card = Card::parse(v30("ORG:Acme\\\r\nFN:x\r\nN:x;;;;\r\n"));
     card.set(68, u"Sales");
     expectFields(Card::parse(card.bytes()), {{7, u"Acme\\"}, {68, u"Sales"}});
 }
 
-// The line behind the value has its colon only behind a fold, so a backslash at the end of the value must be no continuation.
-TEST(Card, AValueThatEndsInABackslashLeavesTheNextLineAlone)
+// The colon of the next line is behind a fold, so a backslash at the end of the value must not join that line.
+TEST(Card, AValueThatEndsInABackslashDoesNotJoinTheNextLine)
 {
     const std::string next = "X-LONG;NAME=first\r\n second:1\r\n";
     for (const std::string& before : {v21("NOTE:old\r\n" + next), v21("NOTE;ENCODING=QUOTED-PRINTABLE:old\r\n" + next),
@@ -419,14 +419,14 @@ TEST(Card, AValueThatEndsInABackslashLeavesTheNextLineAlone)
             EXPECT_NE(after.find(next), after.npos) << after;
             expectFields(Card::parse(after), {{18, value}});
         }
-    for (std::size_t size = 60; size < 80; ++size) { // wherever the line is folded
+    for (std::size_t size = 60; size < 80; ++size) { // for any position of the fold
         Card card = Card::parse(v30("NOTE:old\r\n" + next));
         const std::u16string value = std::u16string(size, u'x') + u"\\\\";
         card.set(18, value);
         EXPECT_EQ(logicalLines(card.bytes()).size(), 5u) << card.bytes();
         for (const std::string& line : physicalLines(card.bytes())) {
             const std::size_t end = line.find_last_not_of("\r\n\\");
-            EXPECT_EQ((line.find_last_not_of("\r\n") - end) % 2, 0u) << "an escape is folded in two: " << line;
+            EXPECT_EQ((line.find_last_not_of("\r\n") - end) % 2, 0u) << "an escape is split by a fold: " << line;
         }
         expectFields(Card::parse(card.bytes()), {{18, value}});
     }
@@ -445,8 +445,8 @@ void expectOthersUnmoved(const std::string& before, int type, std::u16string_vie
         }
 }
 
-// A card in which some lines are UTF-8 and some are not is read in one charset. An edit that takes the last line which is no UTF-8, or the
-// line that declared the charset, leaves the others as they were read.
+// A card with lines in UTF-8 and lines in another charset is read in one charset. An edit of the last line that is not UTF-8, or of the
+// line that declares the charset, must not change how the other lines are read.
 TEST(Card, AnEditChangesTheCharsetOfNoOtherLine)
 {
     for (const bool old : {true, false}) {
@@ -461,19 +461,19 @@ TEST(Card, AnEditChangesTheCharsetOfNoOtherLine)
             expectOthersUnmoved(card(name + title + declared), 18, value);
             expectOthersUnmoved(card(name + undeclared + declared), 18, value);
         }
-        // The charset of the line is its own: the card stays UTF-8.
+        // The charset belongs to this line only: the card stays UTF-8.
         expectOthersUnmoved(card(name + "NOTE;CHARSET=ISO-8859-1:plain\r\n"), 18, u"grün");
         expectOthersUnmoved(card("FN;ENCODING=QUOTED-PRINTABLE:=BF=E0\r\n" + declared), 18, u"plain");
     }
 }
 
-TEST(Card, AValueThatTheCharsetOfItsLineDoesNotReadBackIsWrittenInUtf8)
+TEST(Card, AValueThatWouldNotReadBackInTheCharsetOfItsLineIsWrittenInUtf8)
 {
     const std::string latin = "FN:M\xFCller\r\n";
     for (const auto& [lines, value] : std::initializer_list<std::pair<std::string, std::u16string>>{
              {"NOTE;CHARSET=SHIFT_JIS:x\r\n", u"¥ 5"},                           // one code for two characters
-             {"NOTE;CHARSET=UTF-16LE:x\r\n", u"ĊčĀ"},                            // bytes that would end the line
-             {latin + "NOTE;ENCODING=QUOTED-PRINTABLE:x\r\n", u"\u00C3\u00BC"}}) // bytes that pass for UTF-8
+             {"NOTE;CHARSET=UTF-16LE:x\r\n", u"ĊčĀ"},                            // a byte would end the line
+             {latin + "NOTE;ENCODING=QUOTED-PRINTABLE:x\r\n", u"\u00C3\u00BC"}}) // the bytes look like UTF-8
         for (const std::string& before : {v21("N:x\r\n" + lines), v30("N:x;;;;\r\n" + lines)}) {
             Card card = Card::parse(before);
             card.set(18, value);
@@ -489,8 +489,8 @@ TEST(Card, AnEditOfACardInOneCharsetKeepsTheBytesOfItsOtherLines)
     EXPECT_EQ(changeOf(Card::parse(v30("N:x;;;;\r\nFN:M\xC3\xBCller\r\n")), 79, u"Müller"), Change("", ""));
 }
 
-// Random edits: the field reads back what was set, every other field and every line of another slot stays as it was.
-TEST(Card, RandomEditsTouchNothingElse)
+// After a random edit the field reads back what was set, and every other field and line is unchanged.
+TEST(Card, RandomEditsChangeNothingElse)
 {
     std::mt19937 random(20240521);
     const auto files = samples();
@@ -529,7 +529,7 @@ TEST(Card, RandomEditsTouchNothingElse)
     }
 }
 
-// Each of these would take minutes if a scan stood inside a scan.
+// An algorithm that is not linear would take minutes for each of these cards.
 TEST(Card, HugeCardsTakeLinearTime)
 {
     constexpr int kMany = 100000;

@@ -1,4 +1,4 @@
-// Another program edits, deletes or replaces what a store is about to write; and what the store refuses to write.
+// Another program edits, deletes or replaces what a store is about to write. Also: what the store refuses to write.
 #include "CardStoreFixture.h"
 
 #include "Charset.h"
@@ -8,7 +8,7 @@ namespace {
 
 constexpr int kNote = 18;
 
-// Puts other bytes of the same length in the file, and keeps its date: only its bytes tell that it changed.
+// Writes other bytes of the same length and restores the date, so that only the bytes show the change.
 void changeUnseen(const fs::path& file, const std::string& bytes)
 {
     const auto date = fs::last_write_time(file);
@@ -21,7 +21,7 @@ template <class F> void expectChanged(const std::string& name, F&& body)
 {
     try {
         body();
-        ADD_FAILURE() << "no failure";
+        ADD_FAILURE() << "expected a failure";
     } catch (const FileError& e) {
         EXPECT_EQ(e.why(), FileError::Why::Changed) << e.what();
         EXPECT_NE(std::string(e.what()).find(name), std::string::npos) << e.what();
@@ -37,7 +37,7 @@ FileState replaceIfSame(const Folder& folder, const std::string& name, const std
 
 using FolderReplace = CardStoreTest;
 
-TEST_F(FolderReplace, ReplacesAFileThatHoldsWhatWasRead)
+TEST_F(FolderReplace, ReplacesAFileThatContainsWhatWasRead)
 {
     put("a.vcf", "before");
     const Folder cards(folder.string());
@@ -60,7 +60,7 @@ TEST_F(FolderReplace, PutsBackWhatAnotherProgramWrote)
     }
 }
 
-TEST_F(FolderReplace, MakesNoFileAnewThatAnotherProgramDeleted)
+TEST_F(FolderReplace, DoesNotRecreateAFileThatAnotherProgramDeleted)
 {
     const Folder cards(folder.string());
     expectChanged("a.vcf", [&] { replaceIfSame(cards, "a.vcf", "before", "new"); });
@@ -76,7 +76,7 @@ TEST_F(FolderReplace, PutsBackAFolder)
     EXPECT_EQ(strayFiles(), 0u);
 }
 
-TEST_F(FolderReplace, DeletesAFileOnlyInTheStateThatWasSeen)
+TEST_F(FolderReplace, DeletesAFileOnlyInTheKnownState)
 {
     put("a.vcf", "before");
     const Folder cards(folder.string());
@@ -89,7 +89,7 @@ TEST_F(FolderReplace, DeletesAFileOnlyInTheStateThatWasSeen)
     EXPECT_TRUE(fs::is_empty(folder));
 }
 
-TEST_F(FolderReplace, ANewFileTakesTheNameOfNoOther)
+TEST_F(FolderReplace, ANewFileDoesNotReplaceAnother)
 {
     put("a.vcf", "theirs");
     const Folder cards(folder.string());
@@ -99,7 +99,7 @@ TEST_F(FolderReplace, ANewFileTakesTheNameOfNoOther)
     EXPECT_EQ(get("a.vcf"), "theirs");
 }
 
-TEST_F(VCardFolder, AnEditThatNoDateTellsIsNotOverwritten)
+TEST_F(VCardFolder, AnEditThatKeptTheDateIsNotOverwritten)
 {
     put("a.vcf", cardText("A"));
     auto store = open();
@@ -111,7 +111,7 @@ TEST_F(VCardFolder, AnEditThatNoDateTellsIsNotOverwritten)
     EXPECT_EQ(strayFiles(), 0u);
 }
 
-// The engine decided by the date that the store told, so it has not seen what the file holds now.
+// The engine decided by the date that the store reported, so it does not know what the file contains now.
 TEST_F(VCardFolder, ACardThatChangedSinceItWasListedIsNotEdited)
 {
     put("a.vcf", cardText("A"));
@@ -123,7 +123,7 @@ TEST_F(VCardFolder, ACardThatChangedSinceItWasListedIsNotEdited)
     EXPECT_EQ(get("a.vcf"), cardText("theirs"));
 }
 
-TEST_F(VCardFolder, ThatLosesTheLastCardOfAFileOfManyLosesTheFile)
+TEST_F(VCardFolder, AFileWhoseLastCardIsDeletedIsDeleted)
 {
     put("m.vcf", cardText("1", "u1") + cardText("2", "u2"));
     auto store = open();
@@ -136,7 +136,7 @@ TEST_F(VCardFolder, ThatLosesTheLastCardOfAFileOfManyLosesTheFile)
     EXPECT_EQ(reports, "");
 }
 
-// What is written is read first: a card that would be read as another one, or not at all, is refused and named.
+// A card is parsed before it is written: one that would not read back is refused, and the message names it.
 TEST_F(VCardFolder, ACardThatWouldNotReadBackIsRefusedAndNamed)
 {
     const std::string wide = utf16("BEGIN:VCARD\r\nVERSION:2.1\r\nN:Doe;Jane\r\nNOTE;CHARSET=ISO-8859-1:old\r\nEND:VCARD\r\n", false);
@@ -148,7 +148,7 @@ TEST_F(VCardFolder, ACardThatWouldNotReadBackIsRefusedAndNamed)
     const std::string many = get("many.vcf");
     auto store = open();
     store.beginBatch();
-    // Text of UTF-16 has no bytes of another charset.
+    // A UTF-16 file cannot contain bytes of another charset.
     expectFailure(Step::Save, "\"wide.vcf\" (Jane Doe)", [&] { edit(store, "wide.vcf", kNote, u"grün"); });
     expectFailure(Step::Save, "\"many.vcf#u2\" (Jane Doe)", [&] { edit(store, "many.vcf#u2", kNote, u"grün"); });
     const std::u16string huge(kMaxLine, u'x');
@@ -164,7 +164,7 @@ TEST_F(VCardFolder, ACardThatWouldNotReadBackIsRefusedAndNamed)
     EXPECT_EQ(reports, "");
 }
 
-TEST(CardReadBack, TellsACardFromBytesThatSaySomethingElse)
+TEST(CardReadBack, IsFalseForBytesOfAnotherCard)
 {
     const Card card = Card::parse(cardText("A", "u1"));
     EXPECT_TRUE(card.readsBackFrom(cardText("A", "u1")));
@@ -174,7 +174,7 @@ TEST(CardReadBack, TellsACardFromBytesThatSaySomethingElse)
 }
 
 #ifndef _WIN32
-// The cards that were written are in the folder that was moved, and not where the next run looks.
+// The cards were written to the folder that was moved, and the next run would not find them.
 TEST_F(VCardFolder, ThatWasMovedOrReplacedFailsTheBatch)
 {
     for (const bool replaced : {false, true}) {
@@ -193,7 +193,7 @@ TEST_F(VCardFolder, ThatWasMovedOrReplacedFailsTheBatch)
 
 class SharedFile : public CardStoreTest {
 protected:
-    // A store with cards 1, 2 and 3, and a batch in which 1 was edited, 2 deleted and a new card added; then another program writes.
+    // In a store with cards 1, 2 and 3, a batch edits 1, deletes 2 and adds a card; then another program writes the file.
     void expectMerged(const std::string& theirs, const std::string& wanted)
     {
         CardStore store = opened();
@@ -204,11 +204,11 @@ protected:
         store.endBatch(false);
         const std::string written = get("all.vcf");
         EXPECT_EQ(written.substr(0, wanted.size()), wanted);
-        EXPECT_EQ(scanCards(written).cards.size(), scanCards(wanted).cards.size() + 1) << "and the new card";
+        EXPECT_EQ(scanCards(written).cards.size(), scanCards(wanted).cards.size() + 1) << "with the new card";
         EXPECT_EQ(strayFiles(), 0u);
         const std::vector<std::string> listed = ids(store);
         EXPECT_EQ(listed.back(), id);
-        EXPECT_EQ(ids(open(folder / "all.vcf")), listed) << "what the store lists is what it wrote";
+        EXPECT_EQ(ids(open(folder / "all.vcf")), listed) << "the store lists what it wrote";
     }
     void expectRefused(const std::string& theirs, const std::string& card)
     {
@@ -223,7 +223,7 @@ protected:
             EXPECT_EQ(ids(store), (std::vector<std::string>{"all.vcf#u1", "all.vcf#u2", "all.vcf#u3"})) << "as before the batch";
             store.close();
         }
-        EXPECT_EQ(get("all.vcf"), theirs) << "nor when the store is closed";
+        EXPECT_EQ(get("all.vcf"), theirs) << "closing the store must not write either";
         EXPECT_EQ(strayFiles(), 0u);
     }
     CardStore opened()
@@ -245,7 +245,7 @@ protected:
     const std::string one = cardText("1", "u1"), two = cardText("2", "u2"), three = cardText("3", "u3");
 };
 
-TEST_F(SharedFile, KeepsTheEditsOfBothWhereTheyAreOfDifferentCards)
+TEST_F(SharedFile, MergesEditsOfDifferentCards)
 {
     const std::string edited = titled(one, "mine"), four = cardText("4", "u4");
     expectMerged(one + two + titled(three, "theirs"), edited + titled(three, "theirs"));
@@ -254,13 +254,13 @@ TEST_F(SharedFile, KeepsTheEditsOfBothWhereTheyAreOfDifferentCards)
     expectMerged(four + "\r\n" + three + two + one, four + "\r\n" + three + edited);
 }
 
-TEST_F(SharedFile, TakesEqualChangesOfBothForOne)
+TEST_F(SharedFile, MakesEqualChangesOnce)
 {
     expectMerged(titled(one, "mine") + two + three, titled(one, "mine") + three);
     expectMerged(one + three, titled(one, "mine") + three);
 }
 
-TEST_F(SharedFile, IsNotWrittenWhereBothChangedOneCard)
+TEST_F(SharedFile, IsNotWrittenIfBothChangedTheSameCard)
 {
     expectRefused(titled(one, "theirs") + two + three, "\"all.vcf#u1\" (1)");
     expectRefused(two + three, "\"all.vcf#u1\" (1)");
@@ -269,7 +269,7 @@ TEST_F(SharedFile, IsNotWrittenWhereBothChangedOneCard)
     expectRefused(one + two + "BEGIN:VCARD\r\n", "all.vcf");
 }
 
-TEST_F(SharedFile, IsMergedThoughNoDateTellsThatItChanged)
+TEST_F(SharedFile, IsMergedEvenIfItsDateDidNotChange)
 {
     CardStore store = opened();
     begin(store);
@@ -280,7 +280,7 @@ TEST_F(SharedFile, IsMergedThoughNoDateTellsThatItChanged)
     EXPECT_EQ(get("all.vcf"), titled(one, "mine") + theirs);
 }
 
-TEST_F(SharedFile, IsNotMadeAnewAfterItWasDeletedOrRenamed)
+TEST_F(SharedFile, IsNotRecreatedAfterItWasDeletedOrRenamed)
 {
     for (const bool renamed : {false, true}) {
         CardStore store = opened();
@@ -294,8 +294,8 @@ TEST_F(SharedFile, IsNotMadeAnewAfterItWasDeletedOrRenamed)
     }
 }
 
-// A card with the line ends that the file had when it was read is no card in a file of other line ends.
-TEST_F(SharedFile, IsNotWrittenWhereACardOfItsWouldNotReadBack)
+// The new card has the line ends that the file had when it was read, and cannot be parsed in a file with other line ends.
+TEST_F(SharedFile, IsNotWrittenIfACardWouldNotReadBack)
 {
     std::string old = one;
     std::erase(old, '\n');
@@ -309,7 +309,7 @@ TEST_F(SharedFile, IsNotWrittenWhereACardOfItsWouldNotReadBack)
     EXPECT_EQ(get("all.vcf"), one);
 }
 
-// Cards without UID are known by their names, and those of one name by their order.
+// Cards without UID are identified by name; those with the same name are numbered in file order.
 TEST_F(SharedFile, FindsACardWithoutUidThatMoved)
 {
     const std::string a = cardText("A"), other = titled(a, "other");
@@ -323,7 +323,7 @@ TEST_F(SharedFile, FindsACardWithoutUidThatMoved)
     EXPECT_EQ(get("all.vcf"), other.substr(0, other.find("END:")) + "TEL;TYPE=WORK,VOICE:1\r\nEND:VCARD\r\n" + a + three);
 }
 
-TEST_F(SharedFile, LosesOneOfTwoEqualCardsWhereBothDeleteOne)
+TEST_F(SharedFile, LosesOneOfTwoEqualCardsIfBothDeleteOne)
 {
     const std::string a = cardText("A");
     put("all.vcf", a + a + three);

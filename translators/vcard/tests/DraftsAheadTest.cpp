@@ -1,4 +1,4 @@
-// The files of cards that are added one after the other are opened ahead; nobody may be able to tell, but by the clock.
+// Opening files ahead of time must change nothing but the speed.
 #include "DraftsAhead.h"
 #include "CardStoreFixture.h"
 
@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(DraftsAheadTest, EveryAddedCardStandsInItsOwnFileWhenItsSaveReturns)
+TEST_F(DraftsAheadTest, EveryAddedCardIsInItsOwnFileWhenItsSaveReturns)
 {
     auto store = open();
     store.beginBatch();
@@ -40,7 +40,7 @@ TEST_F(DraftsAheadTest, EveryAddedCardStandsInItsOwnFileWhenItsSaveReturns)
     store.endBatch(false);
 }
 
-TEST_F(DraftsAheadTest, FilesThatNobodyTookVanishAtTheEndOfTheBatch)
+TEST_F(DraftsAheadTest, UnusedFilesAreDeletedAtTheEndOfTheBatch)
 {
     auto store = open();
     store.beginBatch();
@@ -48,7 +48,7 @@ TEST_F(DraftsAheadTest, FilesThatNobodyTookVanishAtTheEndOfTheBatch)
     addMany(store, added);
     const auto patience = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (strayFiles() == 0 && std::chrono::steady_clock::now() < patience) std::this_thread::yield();
-    EXPECT_GT(strayFiles(), 0u); // they are there while the batch is open
+    EXPECT_GT(strayFiles(), 0u); // while the batch is open
     store.endBatch(false);
     EXPECT_EQ(strayFiles(), 0u);
     EXPECT_EQ(added.size(), static_cast<std::size_t>(kCards));
@@ -56,7 +56,7 @@ TEST_F(DraftsAheadTest, FilesThatNobodyTookVanishAtTheEndOfTheBatch)
     EXPECT_EQ(std::set<std::string>(listed.begin(), listed.end()), added);
 }
 
-TEST_F(DraftsAheadTest, FilesThatNobodyTookVanishWithAStoreThatIsNotClosed)
+TEST_F(DraftsAheadTest, UnusedFilesAreDeletedWithAStoreThatIsNotClosed)
 {
     std::set<std::string> added;
     {
@@ -68,7 +68,7 @@ TEST_F(DraftsAheadTest, FilesThatNobodyTookVanishWithAStoreThatIsNotClosed)
     EXPECT_EQ(open().count(), added.size());
 }
 
-TEST_F(DraftsAheadTest, OnesThatCannotBeOpenedAreRefusedToWhoAsks)
+TEST_F(DraftsAheadTest, TakeThrowsIfNoFileCanBeOpened)
 {
     const Folder cards(folder.string());
     DraftsAhead drafts(cards);

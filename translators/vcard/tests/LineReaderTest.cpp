@@ -26,7 +26,7 @@ void expectError(std::string_view text, std::size_t line, std::string_view words
     EXPECT_TRUE(result.cards.empty());
 }
 
-TEST(LineReader, LinesPutTogetherAreTheText)
+TEST(LineReader, ConcatenatedLinesAreTheText)
 {
     for (const auto& [name, bytes] : samples()) {
         const auto file = openText(bytes);
@@ -42,10 +42,10 @@ TEST(LineReader, JoinsFoldsSoftBreaksBase64AndBackslashes)
     EXPECT_EQ(linesOf("A:1\n 2\n\t3\nB:4\n").size(), 2u);
     EXPECT_EQ(linesOf("A;ENCODING=QUOTED-PRINTABLE:1=\r\n2=\r\n3\r\nB:4\r\n").size(), 2u);
     EXPECT_EQ(linesOf("A;QUOTED-PRINTABLE:1=\nB:=32\nC:4\n").size(), 2u);
-    EXPECT_EQ(linesOf("A:1=\nB:2\n").size(), 2u) << "no quoted-printable, no soft break";
+    EXPECT_EQ(linesOf("A:1=\nB:2\n").size(), 2u) << "only quoted-printable has soft breaks";
     EXPECT_EQ(linesOf("PHOTO;BASE64:\nAAAA\nBBBB\n\nB:1\n").size(), 3u);
     EXPECT_EQ(linesOf("ADR:;;one\\\ntwo\\\nthree;c\nB:1\n").size(), 2u);
-    EXPECT_EQ(linesOf("A;ENCODING=QUOTED-PRINTABLE:1=\nEND:VCARD\n").size(), 2u) << "a soft break does not swallow the end";
+    EXPECT_EQ(linesOf("A;ENCODING=QUOTED-PRINTABLE:1=\nEND:VCARD\n").size(), 2u) << "a soft break does not join END";
     EXPECT_EQ(linesOf("A:1\r\r\nB:2\r\r\n").size(), 2u);
     EXPECT_EQ(linesOf("A:1\rB:2\r").size(), 2u);
 }
@@ -54,19 +54,19 @@ TEST(LineReader, AnEscapedBackslashAtTheEndOfALineJoinsNothing)
 {
     EXPECT_EQ(linesOf("NOTE:C:\\\\\nX-LONG;NAME=first\n second:1\n"),
               (std::vector<std::string>{"NOTE:C:\\\\\n", "X-LONG;NAME=first\n second:1\n"}));
-    EXPECT_EQ(linesOf("NOTE:C:\\\n \\\nX-LONG;NAME=first\n second:1\n").size(), 2u) << "the pair is folded in two";
-    EXPECT_EQ(linesOf("NOTE:C:\\\\\n \\\nmore\nB:1\n").size(), 2u) << "an escaped backslash and one that is not";
+    EXPECT_EQ(linesOf("NOTE:C:\\\n \\\nX-LONG;NAME=first\n second:1\n").size(), 2u) << "a fold splits the escaped backslash";
+    EXPECT_EQ(linesOf("NOTE:C:\\\\\n \\\nmore\nB:1\n").size(), 2u) << "an escaped backslash and an unescaped one";
     EXPECT_EQ(linesOf("NOTE:C:\\\\\\\nmore\nB:1\n").size(), 2u);
 }
 
-TEST(LineReader, AFoldedHeaderBehindBase64IsNoPartOfIt)
+TEST(LineReader, AFoldedHeaderAfterBase64IsANewLine)
 {
     EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nX-LONG;NAME=first\n second:1\n").size(), 2u);
     EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nBBBB\nX-LONG;NAME=first\n second:1\n").size(), 2u);
 }
 
-// A soft line break is one for both, or for none: else a line put behind the value would become part of it.
-TEST(LineReader, AgreesWithTheLineOnWhatIsQuotedPrintable)
+// LineReader and Line must agree on soft line breaks; otherwise a line added behind the value would become part of it.
+TEST(LineReader, AgreesWithLineOnWhatIsQuotedPrintable)
 {
     for (const char* header : {"NOTE;ENCODING=QUOTED-PRINTABLE", "NOTE;QUOTED-PRINTABLE", "NOTE;X-ENC=QUOTED-PRINTABLE",
                                "NOTE;ENCODING=\"QUOTED-PRINTABLE\"", "NOTE; ENCODING = quoted-printable", "NOTE; QUOTED-PRINTABLE",
@@ -80,7 +80,7 @@ TEST(LineReader, AgreesWithTheLineOnWhatIsQuotedPrintable)
     EXPECT_FALSE(Line::parse("NOTE;X-ENC=QUOTED-PRINTABLE:1=\r\n", Version::V30).openEnded());
 }
 
-TEST(LineReader, CutsFilesIntoCards)
+TEST(LineReader, SplitsFilesIntoCards)
 {
     const ScanResult two = scanCards("BEGIN:VCARD\nN:1\nEND:VCARD\n\nbegin:vcard\nN:2\nend:vCard");
     ASSERT_FALSE(two.error);
@@ -105,7 +105,7 @@ TEST(LineReader, CountsTheCardsOfTheSamples)
     }
 }
 
-TEST(LineReader, NamesTheLineOfWhatIsWrong)
+TEST(LineReader, ReportsTheLineOfAnError)
 {
     expectError("", 1, "no card");
     expectError("\n\n", 1, "no card");
@@ -117,7 +117,7 @@ TEST(LineReader, NamesTheLineOfWhatIsWrong)
     expectError(std::string_view("BEGIN:VCARD\nN:\0\nEND:VCARD\n", 27), 2, "NUL");
 }
 
-TEST(LineReader, TellsTheFirstLineThatIsNoPropertyAndReadsTheCards)
+TEST(LineReader, ReportsTheFirstLineThatIsNotAPropertyAndFindsTheCards)
 {
     const auto expectNoProperty = [](std::string_view text, std::size_t line, std::size_t cards = 1) {
         const ScanResult result = scanCards(text);
@@ -141,7 +141,7 @@ TEST(LineReader, RefusesAFileWhoseCardsHaveUncertainBounds)
     expectError("BEGIN VCARD\nN:1\nEND:VCARD\n", 2, "outside");
     expectError("#BEGIN:VCARD\n#N:1\nEND:VCARD\n", 3, "END:VCARD");
     expectError("BEGIN:VCARD\nN:1\nEND VCARD\n" + card, 1, "no END");
-    for (std::size_t n = 1; n < std::string_view("BEGIN:VCARD").size(); ++n) { // a file that was cut off
+    for (std::size_t n = 1; n < std::string_view("BEGIN:VCARD").size(); ++n) { // a truncated file
         EXPECT_TRUE(scanCards(card + card.substr(0, n)).error) << n;
         EXPECT_TRUE(scanCards(card + std::string("begin:vcard").substr(0, n) + "\r\n").error) << n;
     }

@@ -1,4 +1,4 @@
-// Files that another program renamed between two runs: by the identifiers that are known the cards are found again.
+// Another program renamed files between two runs: the cards are found again by their known identifiers.
 #include "CardStoreFixture.h"
 
 #include <map>
@@ -8,7 +8,7 @@ namespace {
 
 class RenamedCard : public CardStoreTest {
 protected:
-    // What the store answers for each known identifier when it has heard them all.
+    // Returns the non-empty answers for the known identifiers after the store was asked for all of them once.
     static std::map<std::string, std::string> updated(CardStore& store, const std::vector<std::string>& known)
     {
         std::map<std::string, std::string> answers;
@@ -44,7 +44,7 @@ TEST_F(RenamedCard, IsTheSameRecordUnderItsNewName)
     }
 }
 
-TEST_F(RenamedCard, TwoThatSwappedTheirNamesAreTwoSuchRecords)
+TEST_F(RenamedCard, TwoThatSwappedTheirNamesAreBothFollowed)
 {
     put("a.vcf", cardText("A", "u1"));
     put("b.vcf", cardText("B", "u2"));
@@ -77,7 +77,7 @@ TEST_F(RenamedCard, IsADeletionAndNewCardsIfMoreThanOneNewFileHasItsUid)
     ASSERT_EQ(known.size(), 2u);
     rename("a.vcf", "y.vcf");
     auto one = open();
-    EXPECT_EQ(updated(one, known), (Answers{{"a.vcf#u1", "y.vcf#u1"}})) << "the copy is known and no new file";
+    EXPECT_EQ(updated(one, known), (Answers{{"a.vcf#u1", "y.vcf#u1"}})) << "the copy is known, so it is not a new file";
     put("z.vcf", cardText("A", "u1"));
     auto two = open();
     EXPECT_EQ(updated(two, known), Answers());
@@ -86,7 +86,7 @@ TEST_F(RenamedCard, IsADeletionAndNewCardsIfMoreThanOneNewFileHasItsUid)
     fs::remove(folder / "y.vcf");
     fs::remove(folder / "z.vcf");
     auto three = open();
-    EXPECT_EQ(updated(three, known), Answers()) << "the copy was moved to the name of a known card";
+    EXPECT_EQ(updated(three, known), Answers()) << "the copy took the file name of a known card";
     EXPECT_FALSE(three.exists("copy.vcf#u1"));
 }
 
@@ -100,7 +100,7 @@ TEST_F(RenamedCard, WithoutUidIsADeletionAndANewCard)
     EXPECT_FALSE(store.exists("a.vcf"));
 }
 
-TEST_F(RenamedCard, ThatTookThePlaceOfAnotherLeavesThatOneGone)
+TEST_F(RenamedCard, ThatReplacedAnotherCardIsFollowedAndTheOtherIsDeleted)
 {
     put("a.vcf", cardText("A", "u1"));
     put("b.vcf", cardText("B", "u2"));
@@ -111,7 +111,7 @@ TEST_F(RenamedCard, ThatTookThePlaceOfAnotherLeavesThatOneGone)
     EXPECT_FALSE(store.exists("a.vcf#u1"));
 }
 
-TEST_F(RenamedCard, WhoseUidWasChangedAddedOrTakenAwayInItsFileIsTheSameRecord)
+TEST_F(RenamedCard, IsTheSameRecordIfItsUidWasChangedAddedOrRemoved)
 {
     put("a.vcf", cardText("A", "u1"));
     put("b.vcf", cardText("B"));
@@ -125,7 +125,7 @@ TEST_F(RenamedCard, WhoseUidWasChangedAddedOrTakenAwayInItsFileIsTheSameRecord)
     EXPECT_EQ(updated(store, known), (Answers{{"a.vcf#u1", "a.vcf#u9"}, {"b.vcf", "b.vcf#u2"}, {"c.vcf#u3", "c.vcf"}}));
 }
 
-TEST_F(RenamedCard, IsFollowedFromIdentifiersThatNamedTheFileOnly)
+TEST_F(RenamedCard, IsFollowedFromIdentifiersWithoutUid)
 {
     put("a.vcf", cardText("A", "u1"));
     put("many.vcf", cardText("B", "u2") + cardText("C", "u3"));
@@ -146,10 +146,10 @@ TEST_F(RenamedCard, IsFollowedInAFileOfManyAndIntoOne)
     EXPECT_FALSE(store.exists("many.vcf#u3"));
     auto file = open(folder / "All.vcf");
     EXPECT_EQ(updated(file, {"old.vcf#u1", "old.vcf#u2"}), (Answers{{"old.vcf#u1", "All.vcf#u1"}, {"old.vcf#u2", "All.vcf#u2"}}))
-        << "the one file of a store was renamed";
+        << "the only file of the store was renamed";
 }
 
-TEST_F(RenamedCard, WhoseFileCannotBeParsedAnyMoreIsWaitedFor)
+TEST_F(RenamedCard, ExistsEvenIfItsFileCanNoLongerBeParsed)
 {
     put("a.vcf", cardText("A", "u1"));
     const std::vector<std::string> known = ids(open());

@@ -1,4 +1,4 @@
-// Cards for the tests: the collected sample files where they are at hand, and small ones of every version and encoding always.
+// Cards for the tests: small ones of every version and encoding, and the sample files of the folder VCARD_DATA if it exists.
 #pragma once
 #include <chrono>
 #include <cstdlib>
@@ -21,7 +21,7 @@ inline void writeBytes(const std::filesystem::path& path, const std::string& byt
     std::ofstream(path, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
 }
 
-// Dates the file to a whole second, which every system can set again.
+// Sets the date of the file to a whole second, which every file system can restore.
 inline std::filesystem::file_time_type inWholeSeconds(const std::filesystem::path& file)
 {
     const std::filesystem::file_time_type date = std::chrono::floor<std::chrono::seconds>(std::filesystem::last_write_time(file));
@@ -36,7 +36,7 @@ inline std::string utf16(const std::string& ascii, bool big)
     return wide;
 }
 
-// File name and bytes.
+// Returns the bytes of the samples by file name.
 inline std::map<std::string, std::string> samples()
 {
     const std::string plain =

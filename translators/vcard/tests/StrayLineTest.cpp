@@ -1,4 +1,4 @@
-// Lines of a card that are no properties: they say nothing and stay where they are, whatever else is written.
+// Lines that are not properties have no meaning and stay in place, whatever else is written.
 #include "Card.h"
 
 #include "Samples.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* kStray = "# a comment\r\n";
 
-TEST(StrayLine, IsNoFieldOfTheCard)
+TEST(StrayLine, IsNotAFieldOfTheCard)
 {
     const Card card =
         Card::parse("# N:Wrong;;;;\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nFN\r\nUID\r\n:TEL\r\nN:Doe;Jane;;;\r\nFN:Jane Doe\r\nEND:VCARD\r\n");
@@ -19,7 +19,7 @@ TEST(StrayLine, IsNoFieldOfTheCard)
     EXPECT_EQ(card.uid(), "");
 }
 
-TEST(StrayLine, StaysWhereverItStandsWhenAnyFieldIsSetOrCleared)
+TEST(StrayLine, StaysInPlaceWhenAnyFieldIsSetOrCleared)
 {
     const std::vector<std::string> lines = {"BEGIN:VCARD\r\n",
                                             "VERSION:3.0\r\n",

@@ -1,4 +1,4 @@
-// The plug-in as the engine loads it: by its library and its class object, with services that remember what they are told.
+// The plug-in as the engine loads it: by library and class object, with services that record calls.
 #include "com.h"
 
 #include "categories.h"
@@ -88,7 +88,7 @@ TEST_F(VCardTranslatorTest, FieldsAreKnownWithoutInitialize)
     EXPECT_EQ(properties->SetFlags(field(ftPhone), 0), E_NOTIMPL);
 }
 
-TEST_F(VCardTranslatorTest, FieldPropertiesTellPhonesAndDates)
+TEST_F(VCardTranslatorTest, FieldPropertiesMarkPhonesAndDates)
 {
     const auto properties = translator.as<IField>();
     ULONG flags = 0, length = 1;
@@ -136,7 +136,7 @@ TEST_F(VCardTranslatorTest, TheDatabaseIsKeptInTheServices)
     EXPECT_TRUE(database.empty());
 }
 
-TEST_F(VCardTranslatorTest, AMissingDatabaseIsSaidClearly)
+TEST_F(VCardTranslatorTest, AMissingDatabaseIsReportedClearly)
 {
     services->values[u"Database"] = (folder.path() / "none").u16string();
     EXPECT_EQ(initialize(), kFailure(0x80040202));
@@ -187,7 +187,7 @@ TEST_F(VCardTranslatorTest, ListsReadsEditsAddsAndDeletes)
     EXPECT_EQ(verified, VARIANT_TRUE);
 }
 
-TEST_F(VCardTranslatorTest, ValuesOfOtherKindsAreTaken)
+TEST_F(VCardTranslatorTest, ValuesOfOtherTypesAreConverted)
 {
     put("a.vcf", cardText("A", "TITLE:x\r\n"));
     ASSERT_EQ(initialize(), S_OK);
@@ -211,7 +211,7 @@ TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
     ASSERT_EQ(initialize(), S_OK);
     EXPECT_EQ(ids(), std::vector<std::string>{"good.vcf"});
     EXPECT_THAT(services->logged, Contains(Holds(u"bad%%d.vcf, line 4")));
-    EXPECT_THAT(services->logged, Not(Contains(Holds(u"100% ")))) << "the log takes the text for a format";
+    EXPECT_THAT(services->logged, Not(Contains(Holds(u"100% ")))) << "the log uses the text as a format";
     const Bstr id(u"bad%d.vcf");
     DATE date = 0;
     EXPECT_EQ(translator->FindRecord(id.get()), S_OK);
@@ -222,7 +222,7 @@ TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
     EXPECT_EQ(translator->DeleteRecord(id.get()), kFailure(0x8004020E));
 }
 
-TEST_F(VCardTranslatorTest, AWriteAfterAnEditThatCouldNotBeginTellsWhy)
+TEST_F(VCardTranslatorTest, AWriteAfterAnEditThatCouldNotBeginReportsWhy)
 {
     put("bad.vcf", "BEGIN:VCARD\nVERSION:3.0\nEND:VCARD\nEND:VCARD\n");
     put("good.vcf", cardText("G"));

@@ -1,4 +1,4 @@
-// Names where the file system tells upper and lower case apart, and the engine does not.
+// Names that differ only in case: different for the file system, equal for the engine.
 #include "CardStoreFixture.h"
 
 #include "Charset.h"
@@ -55,7 +55,7 @@ TEST_F(VCardFolder, TheKnownOneOfTwoNamesThatDifferInCaseKeepsItsIdentifierForAs
 {
     put("c1.vcf", cardText("old"));
     ASSERT_EQ(ids(open()), std::vector<std::string>{"c1.vcf"});
-    put("C1.vcf", cardText("new")); // listed in front of the known one
+    put("C1.vcf", cardText("new")); // listed before the known file
     std::string newcomer;
     {
         auto store = open();
@@ -78,11 +78,11 @@ TEST_F(VCardFolder, TheKnownOneOfTwoNamesThatDifferInCaseKeepsItsIdentifierForAs
     auto store = open();
     EXPECT_EQ(store.updatedId("c1.vcf"), "");
     EXPECT_EQ(store.updatedId(newcomer), "");
-    EXPECT_EQ(ids(store), std::vector<std::string>{newcomer}) << "a mark stays though nothing needs it any more";
+    EXPECT_EQ(ids(store), std::vector<std::string>{newcomer}) << "a mark stays even if it is no longer needed";
     EXPECT_FALSE(store.exists("c1.vcf"));
 }
 
-TEST_F(VCardFolder, ACardRenamedToItsNameInOtherCaseIsFollowedByItsUid)
+TEST_F(VCardFolder, ACardRenamedToItsNameInAnotherCaseIsFollowedByItsUid)
 {
     put("ada.vcf", cardText("Ada", "u1"));
     ASSERT_EQ(ids(open()), std::vector<std::string>{"ada.vcf#u1"});

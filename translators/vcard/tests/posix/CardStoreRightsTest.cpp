@@ -1,4 +1,4 @@
-// What the user may not do, and what a folder can hold here beside files and folders.
+// Missing permissions, and names that are not plain files.
 #include "CardCategories.h"
 #include "CardStoreFixture.h"
 
@@ -10,7 +10,7 @@
 namespace mb::vcard {
 namespace {
 
-// Nothing is forbidden to root: a test that needs a refusal runs as another user.
+// Root may do everything: a test that needs a refusal runs as another user.
 class Unprivileged {
 public:
     explicit Unprivileged(const fs::path& owned) : wasRoot_(geteuid() == 0)
@@ -29,7 +29,7 @@ private:
     bool wasRoot_;
 };
 
-TEST_F(VCardFolder, AFileThatMayNotBeReadFailsTheOpeningUntilItMay)
+TEST_F(VCardFolder, AFileWithoutReadPermissionFailsTheOpening)
 {
     put("a.vcf", cardText("A"));
     const Unprivileged user(root);
@@ -54,7 +54,7 @@ TEST_F(VCardFolder, AFolderWhoseFilesMayNotBeLookedAtIsNotAnEmptyOne)
     EXPECT_EQ(ids(open()), std::vector<std::string>{"a.vcf"});
 }
 
-TEST_F(VCardFolder, APathThatMayNotBeFollowedIsNotSaidToBeMissing)
+TEST_F(VCardFolder, APathWithoutPermissionIsNotReportedAsMissing)
 {
     const Unprivileged user(root);
     fs::permissions(root, fs::perms::none);
@@ -62,7 +62,7 @@ TEST_F(VCardFolder, APathThatMayNotBeFollowedIsNotSaidToBeMissing)
     fs::permissions(root, fs::perms::owner_all);
 }
 
-TEST_F(VCardFolder, AFolderThatIsDeletedDuringTheListingIsNotAnEmptyOne)
+TEST_F(VCardFolder, AFolderThatIsDeletedDuringTheListingIsNotListedAsEmpty)
 {
     put("a.vcf", cardText("A"));
     const Folder opened(folder.string());
@@ -71,7 +71,7 @@ TEST_F(VCardFolder, AFolderThatIsDeletedDuringTheListingIsNotAnEmptyOne)
     fs::create_directory(folder);
 }
 
-TEST_F(VCardFolder, AFolderThatMayNotBeWrittenFailsTheSave)
+TEST_F(VCardFolder, AReadOnlyFolderFailsTheSave)
 {
     put("a.vcf", cardText("A"));
     const Unprivileged user(root);
@@ -83,19 +83,19 @@ TEST_F(VCardFolder, AFolderThatMayNotBeWrittenFailsTheSave)
     EXPECT_EQ(get("a.vcf"), cardText("A"));
 }
 
-TEST_F(VCardFolder, AFolderThatMayNoLongerBeWrittenFailsTheSaveInTheMiddleOfABatch)
+TEST_F(VCardFolder, AFolderThatBecomesReadOnlyInABatchFailsTheSave)
 {
     const Unprivileged user(root);
     auto store = open();
     store.beginBatch();
-    constexpr std::size_t kCards = 100; // the files of the next ones are open already
+    constexpr std::size_t kCards = 100; // enough for files to be opened ahead
     for (std::size_t i = 0; i < kCards; ++i) add(store, u"x");
     fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
     expectFailure(Step::Save, folder.string(), [&] { add(store, u"Lost"); });
     fs::permissions(folder, fs::perms::owner_all);
     store.endBatch(false);
     EXPECT_EQ(open().count(), kCards);
-    EXPECT_LE(strayFiles(), 1u); // the lost one's could not be deleted either; a later run does that
+    EXPECT_LE(strayFiles(), 1u); // the refused card's file could not be deleted either; a later run deletes it
 }
 
 TEST_F(VCardFolder, AnEditKeepsThePermissions)
@@ -117,7 +117,7 @@ TEST_F(VCardFolder, ANewCardTakesThePermissionsOfItsNeighbours)
         store.remove(id);
         return given;
     };
-    EXPECT_EQ(permissionsOfNew(), fs::perms(0600)) << "beside no other card";
+    EXPECT_EQ(permissionsOfNew(), fs::perms(0600)) << "in a folder without cards";
     for (const char* name : {"a.vcf", "b.vcf", "c.vcf"}) put(name, cardText(name));
     for (const unsigned mode : {0644u, 0664u, 0640u, 0600u}) {
         for (const char* name : {"a.vcf", "b.vcf"}) fs::permissions(folder / name, fs::perms(mode));
@@ -126,11 +126,11 @@ TEST_F(VCardFolder, ANewCardTakesThePermissionsOfItsNeighbours)
     }
     fs::remove(folder / "c.vcf");
     fs::permissions(folder / "a.vcf", fs::perms(0644));
-    EXPECT_EQ(permissionsOfNew(), fs::perms(0600)) << "the stricter of two";
+    EXPECT_EQ(permissionsOfNew(), fs::perms(0600)) << "the stricter of two equally frequent modes";
     ::umask(before);
 }
 
-TEST_F(VCardFolder, TheListOfCategoriesIsForItsOwnerAlone)
+TEST_F(VCardFolder, TheCategoryListIsReadableByItsOwnerOnly)
 {
     const mode_t before = ::umask(022);
     put("a.vcf", cardText("A"));
@@ -175,7 +175,7 @@ TEST_F(VCardFolder, ADeviceIsNeitherAFolderNorAFile)
     expectFailure(Step::Open, "neither a folder", [&] { open("/dev/null"); });
 }
 
-// What can take the place of a file.
+// What can have the name of a card in place of a file.
 struct NoFile {
     const char* why;
     void (*make)(const fs::path& path);
@@ -192,7 +192,7 @@ const NoFile kNoFiles[] = {
          sockaddr_un address{AF_UNIX, {}};
          const std::string name = path.filename();
          name.copy(address.sun_path, sizeof address.sun_path - 1);
-         const fs::path before = fs::current_path(); // a socket's path may be 107 characters long
+         const fs::path before = fs::current_path(); // a socket's path has at most 107 characters
          fs::current_path(path.parent_path());
          EXPECT_EQ(bind(made, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
          fs::current_path(before);
@@ -238,7 +238,7 @@ TEST_F(VCardFolder, ACardWhosePlaceIsTakenByALinkAFolderAPipeOrASocketIsLeftOutA
         }
 }
 
-// A link to a card beside it would be that contact twice, and a save replaces a link by a file.
+// A followed link would list the contact twice, and a save would replace the link by a file.
 TEST_F(VCardFolder, ALinkToACardIsLeftOutWhereverTheCardIs)
 {
     put("b.vcf", cardText("B"));
@@ -270,7 +270,7 @@ TEST_F(VCardFolder, AFolderOrOneFileMayBeReachedByALink)
     EXPECT_NE(get("b.vcf").find("TITLE:Chief"), std::string::npos);
 }
 
-TEST_F(VCardFolder, AListOfCategoriesThatIsNoFileFailsTheOpening)
+TEST_F(VCardFolder, ACategoryListThatIsNotAFileFailsTheOpening)
 {
     const auto categories = [&] { return CardCategories(folder.string(), {}, [](plugin::Finding, const std::string&) {}).takeNames(); };
     put(".mbsync-categories", "Friends\n");

@@ -1,10 +1,10 @@
-// Names where neither the file system nor the engine tells upper and lower case apart.
+// Names that differ only in case: equal for the file system and for the engine.
 #include "CardStoreFixture.h"
 
 namespace mb::vcard {
 namespace {
 
-TEST_F(VCardFolder, ANameInOtherCaseIsTheSameFile)
+TEST_F(VCardFolder, ANameInAnotherCaseIsTheSameFile)
 {
     put("A.vcf", cardText("1"));
     put("a.vcf", cardText("2"));
@@ -13,7 +13,7 @@ TEST_F(VCardFolder, ANameInOtherCaseIsTheSameFile)
     EXPECT_EQ(read(store, "A.vcf", kLastName), u"2");
 }
 
-TEST_F(VCardFolder, AFileRenamedToItsNameInOtherCaseIsTheSameRecord)
+TEST_F(VCardFolder, AFileRenamedToItsNameInAnotherCaseIsTheSameRecord)
 {
     put("ada.vcf", cardText("Ada"));
     ASSERT_EQ(ids(open()), std::vector<std::string>{"ada.vcf"});

@@ -1,4 +1,4 @@
-// Files that another program holds, and files that may only be read.
+// Files that another program holds open, and read-only files.
 #include "CardStoreFixture.h"
 
 #include <windows.h>
@@ -6,7 +6,7 @@
 namespace mb::vcard {
 namespace {
 
-TEST_F(VCardFolder, AFileThatAnotherProgramHoldsFailsTheOpeningUntilItIsFree)
+TEST_F(VCardFolder, AFileThatAnotherProgramHoldsOpenFailsTheOpening)
 {
     put("a.vcf", cardText("A"));
     const HANDLE held = CreateFileW((folder / "a.vcf").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -16,7 +16,7 @@ TEST_F(VCardFolder, AFileThatAnotherProgramHoldsFailsTheOpeningUntilItIsFree)
     EXPECT_EQ(open().count(), 1u);
 }
 
-TEST_F(VCardFolder, ACardWhosePlaceIsTakenByAFolderIsLeftOutAndNotGone)
+TEST_F(VCardFolder, ACardReplacedByAFolderIsLeftOutButExists)
 {
     put("one.vcf", cardText("1"));
     put("two.vcf", cardText("2", "u1") + cardText("3", "u2"));
@@ -31,7 +31,7 @@ TEST_F(VCardFolder, ACardWhosePlaceIsTakenByAFolderIsLeftOutAndNotGone)
     EXPECT_NE(reports.find("one.vcf: left out, it is a folder"), std::string::npos) << reports;
 }
 
-TEST_F(VCardFolder, AFileThatMayOnlyBeReadFailsTheSave)
+TEST_F(VCardFolder, AReadOnlyFileFailsTheSave)
 {
     put("a.vcf", cardText("A"));
     auto store = open();
