@@ -8,7 +8,7 @@
 namespace mb::plugin {
 namespace {
 
-// What a list of one name a line can hold.
+// Returns the name in the form that a list with one name per line can hold.
 std::u16string plainName(std::u16string_view text)
 {
     std::u16string name;
@@ -45,7 +45,7 @@ CategoryStore::~CategoryStore()
     try {
         close();
     } catch (const std::exception&) {
-        // The next run finds the list as it was, and brings it into step again.
+        // The list was not saved: the next run finds the old list and synchronizes it again.
     }
 }
 
@@ -137,7 +137,7 @@ std::string CategoryStore::save(const std::string& id)
         ids_.push_back(platform::utf8(saved.name));
     } else {
         const std::size_t position = positionOf(id, Step::Save);
-        if (same != byName_.end() && same->second != position) { // it came to bear the name of another one: the two are one now
+        if (same != byName_.end() && same->second != position) { // the category got the name of another one: the two become one
             remove(id);
             return ids_[positionOf(platform::utf8(saved.name), Step::Save)];
         }

@@ -1,5 +1,5 @@
-// A list of category names as records of one field, the name, which travels as a last name. A category is known by its name, whatever
-// its case, so a list needs no more than its names to be kept; one that is renamed has another identifier from then on.
+// A list of category names as a RecordStore. A record has one field, the name, which is passed as the last name. The name is also the
+// identifier, case-insensitive, so only names need to be stored; a renamed category gets a new identifier.
 #pragma once
 #include "RecordStore.h"
 #include <optional>
@@ -10,21 +10,21 @@ namespace mb::plugin {
 
 using Names = std::vector<std::u16string>;
 
-// The names of a text as contacts hold them, separated by commas.
+// Appends the names of a comma-separated text, which is the form that contacts have.
 void splitCategories(std::u16string_view text, Names& names);
-// Each name once, whatever its case; the first one stands.
+// Returns each name once, ignoring case; the first spelling wins.
 Names withoutDoubles(const Names& names);
 
 class CategoryStore final : public RecordStore {
 public:
-    // keep is given the whole list once a batch, or once a change outside of one.
+    // `keep` is called with the whole list: once per batch that changes it, or after each change outside of a batch.
     CategoryStore(const Names& names, std::function<void(const Names&)> keep);
     ~CategoryStore() override;
 
     [[nodiscard]] std::size_t count() const override { return ids_.size(); }
     [[nodiscard]] const std::string& idAt(std::size_t index) const override { return ids_.at(index); }
     [[nodiscard]] bool exists(const std::string& id) const override { return byName_.contains(folded(id)); }
-    // A name has no date of its own: it never changes.
+    // Names have no dates: modified() is always 0.
     [[nodiscard]] std::int64_t created(const std::string& id) const override { return modified(id); }
     [[nodiscard]] std::int64_t modified(const std::string& id) const override;
     void beginRead(const std::string& id) override;
@@ -57,7 +57,7 @@ private:
     std::unordered_map<std::u16string, std::size_t> byName_;
     std::optional<std::string> reading_;
     std::optional<Writing> writing_;
-    std::optional<Names> before_; // the list at the begin of the batch that is open
+    std::optional<Names> before_; // the list at the begin of the open batch
     bool dirty_ = false;
 };
 

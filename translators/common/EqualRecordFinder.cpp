@@ -5,18 +5,18 @@
 namespace mb::plugin {
 namespace {
 
-// What a record holds, as one text that is the same for equal records and differs for all others.
+// The content of a record as one text, which is equal for equal records only.
 class Content {
 public:
     Content() { text_.reserve(usualLength); }
 
-    // Adds the field of the number. An empty field leaves no trace, as most fields of a contact are empty.
+    // Empty fields add nothing, because most fields of a contact are empty.
     void addText(std::size_t field, std::u16string_view text)
     {
         if (text.empty()) return;
         const std::u16string folded = platform::foldedAlnum(text);
         if (folded.empty()) return;
-        // A character that is neither letter nor digit keeps the fields apart.
+        // A line feed separates the fields, as it is neither letter nor digit.
         text_ += u'\n';
         text_ += static_cast<char16_t>(field);
         text_ += folded;
@@ -54,7 +54,7 @@ private:
     const std::string& id_;
 };
 
-// 0 for no image. An image whose size cannot be told equals no other one, so that is a failure.
+// Returns 0 for no image. Fails if the size is unknown, because the image could not be compared.
 std::uint64_t readImageSize(const com::Ptr<IImageSupport>& images, BSTR id, REFGUID field)
 {
     VARIANT_BOOL has = VARIANT_FALSE;
@@ -107,7 +107,7 @@ void EqualRecordFinder::readStore()
     }
     known_.clear();
     byContent_.reserve(entries_.size());
-    // From the last to the first, so that equal records are named in the order of the store.
+    // In reverse order, so that equal records are returned in the order of the store.
     for (std::size_t i = entries_.size(); i-- > 0;) {
         const auto [first, isNew] = byContent_.try_emplace(hashes[i], i);
         if (!isNew) entries_[i].next = std::exchange(first->second, i);

@@ -1,9 +1,9 @@
 // Finds the record of a store that equals a record of another translator. Two records are equal if the letters and digits of every mapped
-// text are the same, ignoring case, and if every mapped image is absent from both or has the same size. The engine links such a pair
-// without writing a field; pairs that differ are left to its own search.
+// text are the same, ignoring case, and every mapped image is absent from both or has the same size. The engine links such a pair without
+// writing a field, and searches for partners of the other records itself.
 //
-// The store's records are read once, at the first question, and only their hashes are kept. Requires: the store does not change, and no
-// record of it is being read, between the first question and the end of this object.
+// The store's records are read once, at the first call of take(), and only their hashes are kept. Requires: from then on the store does not
+// change, and none of its records is being read, until this object is destroyed.
 #pragma once
 #include "KeyedHash.h"
 #include "MappedFields.h"
@@ -20,12 +20,13 @@ using KnownRecords = std::unordered_set<std::u16string, platform::HashNoCase, pl
 
 class EqualRecordFinder {
 public:
-    // The store must outlive this object. The known records are never named. Throws a com::Error of E_FAIL if no field is left to compare.
+    // The store must outlive this object. Known records are never returned. Throws a com::Error of E_FAIL if there is no text field to
+    // compare.
     EqualRecordFinder(RecordStore& store, std::vector<MappedField> fields, KnownRecords known);
 
-    // The first record in the order of the store that equals the other translator's record and was not named before; none if there is no
-    // such record. A record of the store that cannot be read is never named. Throws a com::Error with the result of a call of the other
-    // translator that failed.
+    // Returns the first record, in the order of the store, that equals the other translator's record and was not returned before; nullopt
+    // for none. Records of the store that cannot be read are never returned. Throws a com::Error with the result of a failed call of the
+    // other translator.
     std::optional<std::string> take(ITranslator* other, BSTR id);
 
 private:
@@ -37,20 +38,20 @@ private:
     };
 
     void readStore();
-    // Of a record of the store, whose key is added to the keys; none if the record cannot be read.
+    // Hashes a record of the store and adds its key to keys_. Returns nullopt if the record cannot be read.
     std::optional<KeyedHash::Value> hashOf(const std::string& id);
-    // Of a record of the other translator; none if no record of the store has the same key.
+    // Hashes a record of the other translator. Returns nullopt if no record of the store has the same key.
     [[nodiscard]] std::optional<KeyedHash::Value> hashOf(ITranslator* other, BSTR id) const;
 
     RecordStore& store_;
-    std::vector<MappedField> fields_; // those of the key first
+    std::vector<MappedField> fields_; // key fields first
     std::size_t keyCount_ = 0;
     KnownRecords known_;
     bool storeRead_ = false;
     KeyedHash hash_;
-    std::unordered_set<std::uint64_t> keys_; // hashes of the key fields, by which most records without a partner are told apart early
+    std::unordered_set<std::uint64_t> keys_; // hashes of the key fields, which rule out most records without a partner early
     std::vector<Entry> entries_;
-    std::unordered_map<KeyedHash::Value, std::size_t, KeyedHash::Bucket> byContent_; // the first entry that was not named yet
+    std::unordered_map<KeyedHash::Value, std::size_t, KeyedHash::Bucket> byContent_; // the first entry that was not returned yet
 };
 
 } // namespace mb::plugin

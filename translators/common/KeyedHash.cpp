@@ -8,7 +8,7 @@ namespace {
 constexpr std::uint64_t prime = (std::uint64_t{1} << 61) - 1;
 __extension__ using Wide = unsigned __int128;
 
-// Below the prime, as both factors are.
+// Returns the product modulo the prime. Requires: both factors are below the prime.
 std::uint64_t product(std::uint64_t a, std::uint64_t b) noexcept
 {
     const Wide whole = Wide{a} * b;
@@ -16,7 +16,7 @@ std::uint64_t product(std::uint64_t a, std::uint64_t b) noexcept
     return sum < prime ? sum : sum - prime;
 }
 
-// Adds a block of up to 60 bits to the value of a polynomial at the point.
+// Appends a coefficient of up to 60 bits to a polynomial whose value at `point` is `value`.
 void append(std::uint64_t& value, std::uint64_t point, std::uint64_t block) noexcept
 {
     value = product(value, point) + block;
@@ -33,7 +33,8 @@ std::uint64_t randomPoint()
 
 KeyedHash::KeyedHash() : first_(randomPoint()), second_(randomPoint()) {}
 
-// The text is a polynomial whose coefficients are its blocks and its length. Two different ones agree at no more points than their degree.
+// The text is a polynomial whose coefficients are its blocks and its length. Two different polynomials agree at no more points than their
+// degree.
 KeyedHash::Value KeyedHash::operator()(std::u16string_view text) const noexcept
 {
     constexpr std::size_t blockUnits = 3;

@@ -1,4 +1,4 @@
-// A 128-bit hash of a text under a random key. Whoever wrote the texts cannot know the key, so two different texts of a few thousand
+// A 128-bit hash of a text under a random key. The author of a text cannot know the key, so two different texts of a few thousand
 // characters have the same hash with a probability below 2^-90.
 #pragma once
 #include <cstddef>

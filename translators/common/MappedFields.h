@@ -1,4 +1,4 @@
-// The field pairs of a map, as the plug-in on side 2 sees them.
+// The field pairs of a map, as seen by the plug-in on side 2.
 #pragma once
 #include "interfaces.h"
 #include <vector>
@@ -6,13 +6,13 @@
 namespace mb::plugin {
 
 struct MappedField {
-    GUID other{}; // the field of the translator on side 1
-    LONG own = 0; // the type of the field of the translator on side 2
+    GUID other{}; // field of the translator on side 1
+    LONG own = 0; // field type of the translator on side 2
     bool image = false;
 };
 
-// Asks the engine for the field map of the map, through the component runtime, and leaves out pairs with a field that a side does not
-// know. Throws a com::Error with the result of the call that failed; E_FAIL for a map that pairs an image with a text.
+// Asks the engine for the field pairs of the map, through the component runtime. Pairs with a field that its side does not know are left
+// out. Throws a com::Error with the result of a failed call, or with E_FAIL for a map that pairs an image with a text.
 std::vector<MappedField> mappedFields(REFGUID map, ITranslator* side1, ITranslator* side2);
 
 } // namespace mb::plugin

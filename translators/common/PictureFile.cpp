@@ -20,7 +20,7 @@ fs::path writePictureFile(std::string_view bytes)
     const fs::path file = fs::temp_directory_path() / platform::pathOf(u"MBSync " + com::guidText(com::newGuid()) + u".JPG");
     std::ofstream out(file, std::ios::binary);
     std::error_code error;
-    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, error); // before anything is in it
+    fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, error); // before it has any content
     if (!error) out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();
     if (!error && out.good()) return file;

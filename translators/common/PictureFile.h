@@ -1,5 +1,5 @@
-// A picture on its way between a store and the engine: a JPEG file of its own in the folder for temporary files, which nobody else can
-// read and whose name nobody can guess. Who is given the file deletes it.
+// A picture is passed between a store and the engine as a JPEG file in the folder for temporary files. Nobody else can read the file or
+// guess its name. The receiver deletes it.
 #pragma once
 #include <filesystem>
 #include <string>
@@ -7,12 +7,12 @@
 
 namespace mb::plugin {
 
-// More than any contact's picture needs, and what a line of a vCard can hold.
+// More than the picture of a contact needs, and less than the limit of a line in a vCard.
 inline constexpr std::uintmax_t mostPictureBytes = 20u << 20;
 
-// Throw a StoreError that names the file.
+// Both functions throw a StoreError that names the file.
 std::filesystem::path writePictureFile(std::string_view bytes);
-// Empty for a file that is no JPEG file, or larger than that.
+// Returns an empty text if the file is not a JPEG file or is larger than mostPictureBytes.
 std::string readPictureFile(const std::filesystem::path& file);
 
 } // namespace mb::plugin

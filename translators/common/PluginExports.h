@@ -1,4 +1,4 @@
-// The four entry points of a plug-in over its table of classes. A macro, since each module exports functions of its own.
+// Defines the four entry points of a plug-in from its table of classes. A macro, because each module exports its own functions.
 #pragma once
 #include "host.h"
 #include "server_registration.h"

@@ -1,5 +1,5 @@
-// A store of contacts as plain records: what a plug-in of ours has to write, and all that it has to know. Identifiers and messages are
-// UTF-8, values are 16-bit text, fields are numbers of _FieldTypes. What goes wrong is thrown as a StoreError.
+// A store of contacts, which is all that a plug-in has to implement. Identifiers and messages are UTF-8, values are UTF-16, fields are
+// numbers of _FieldTypes. Methods throw a StoreError on failure.
 #pragma once
 #include <cstddef>
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace mb::plugin {
 
-// A step of the store that can fail, as the result code of the interface.
+// A step of the store that can fail. The value is the result code of the translator's interface.
 enum class Step : std::uint32_t {
     Open = 0x80040202,
     Close = 0x80040203,
@@ -25,7 +25,7 @@ enum class Step : std::uint32_t {
     Update = 0x8004020F,
 };
 
-// A text for the user that names the file or record and says what to do.
+// The text is for the user: it names the file or record and says what to do.
 class StoreError : public std::runtime_error {
 public:
     StoreError(Step step, const std::string& text) : std::runtime_error(text), step_(step) {}
@@ -35,44 +35,45 @@ private:
     Step step_;
 };
 
-// What a store tells the user of: a record or a part of one that it leaves out, or something that it found and leaves nothing out for.
+// LeftOut: the store leaves out a record or a part of one. Note: the store found something, and leaves nothing out.
 enum class Finding { LeftOut, Note };
+// Receives what a store reports to the user.
 using Report = std::function<void(Finding, const std::string&)>;
 
-// The default of a picture is that the store has none and takes none.
+// Without an override, a store has no pictures and ignores those that are written.
 class RecordStore {
 public:
     virtual ~RecordStore() = default;
 
     [[nodiscard]] virtual std::size_t count() const = 0;
-    [[nodiscard]] virtual const std::string& idAt(std::size_t index) const = 0; // index below count()
+    [[nodiscard]] virtual const std::string& idAt(std::size_t index) const = 0; // requires: index < count()
     [[nodiscard]] virtual bool exists(const std::string& id) const = 0;
-    // The identifier that a record known as id has now; empty if that is id still, or if there is no such record. The engine asks for all
-    // known identifiers before any other question. If an answer is not empty, it asks for all of them once more and takes the second
-    // answers, so that a store may need to know all of them to tell.
+    // Returns the new identifier of the record that was known as `id`; empty if it is unchanged or the record does not exist. The engine
+    // calls this for all known identifiers before anything else. If an answer is not empty, it calls this for all of them once more and
+    // uses the second answers, so an answer may depend on all known identifiers.
     [[nodiscard]] virtual std::string updatedId(const std::string&) { return {}; }
     // Nanoseconds since 1970, UTC.
     [[nodiscard]] virtual std::int64_t created(const std::string& id) const = 0;
     [[nodiscard]] virtual std::int64_t modified(const std::string& id) const = 0;
 
     virtual void beginRead(const std::string& id) = 0;
-    // Of the record being read, else of the one being written.
+    // Reads a field of the record being read, or else of the record being written.
     [[nodiscard]] virtual std::u16string read(const std::string& id, int type) const = 0;
     virtual void endRead(const std::string& id) = 0;
 
-    // Throws where the system tells that the record can be neither changed nor deleted; an empty identifier asks for a new record.
+    // Throws if the record is known to be read-only; with an empty identifier, if no record can be added.
     virtual void expectWritable(const std::string& /*id*/) {}
     virtual void beginBatch() = 0;
     virtual void endBatch(bool abort) = 0;
     virtual std::string beginAdd() = 0;
     virtual void beginEdit(const std::string& id) = 0;
     virtual void write(const std::string& id, int type, std::u16string_view text) = 0;
-    virtual std::string save(const std::string& id) = 0; // the identifier that the record has from now on
+    virtual std::string save(const std::string& id) = 0; // returns the identifier of the record from now on
     virtual void remove(const std::string& id) = 0;
-    // What was saved in a batch that was not ended is kept: the engine's history tells of it.
+    // Commits what was saved in an unfinished batch, because the engine's history already contains it.
     virtual void close() = 0;
 
-    // A picture of a record that is being read or written: the bytes of a JPEG file, empty for none, and how many they are.
+    // A picture of the record being read or written, as the bytes of a JPEG file; empty for none.
     [[nodiscard]] virtual std::string readImage(const std::string&, int) { return {}; }
     [[nodiscard]] virtual std::uint64_t imageSize(const std::string& id, int type) { return readImage(id, type).size(); }
     virtual void writeImage(const std::string&, int, std::string_view) {}

@@ -1,4 +1,4 @@
-// The search of a StoreTranslator for records that equal those of another translator.
+// IDuplicateFinder of StoreTranslator.
 #include "StoreTranslator.h"
 
 namespace mb::plugin {
@@ -11,7 +11,7 @@ HRESULT StoreTranslator::BeginFindDuplicate(REFGUID syncTrMapGuid, ITranslator* 
         if (ofCategories_) throw com::Error(E_NOTIMPL);
         RecordStore& records = store(Step::Find);
         std::vector<MappedField> fields = mappedFields(syncTrMapGuid, pOtherTranslator, this);
-        // Where one of the stores takes no images, the run has none.
+        // A run has no images if one of the stores does not support them.
         if (!imagesAllowed_ || !com::Ptr(pOtherTranslator).tryAs<IImageSupport>())
             std::erase_if(fields, [](const MappedField& field) { return field.image; });
         KnownRecords known;
@@ -26,7 +26,7 @@ HRESULT StoreTranslator::FindDuplicate(ITranslator* pOtherTranslator, BSTR recor
     *pDuplicateRecordId = nullptr;
     if (!pOtherTranslator) return E_POINTER;
     return run([&] {
-        if (!finder_) throw StoreError(Step::Find, "No search for equal records was begun.");
+        if (!finder_) throw StoreError(Step::Find, "No search for equal records was started.");
         if (const auto id = finder_->take(pOtherTranslator, recordIdOther)) com::give(pDuplicateRecordId, platform::utf16(*id));
     });
 }

@@ -1,4 +1,4 @@
-// The pictures of a StoreTranslator. A run without pictures sees none and changes none.
+// The pictures of StoreTranslator. A run without pictures reads none and changes none.
 #include "PictureFile.h"
 #include "StoreTranslator.h"
 
@@ -25,7 +25,7 @@ std::u16string StoreTranslator::readPicture(const std::string& id, const PluginF
     return bytes.empty() ? std::u16string() : platform::textOf(writePictureFile(bytes));
 }
 
-// What is no picture is not taken: the record keeps the one it has.
+// A file that is not a picture is ignored: the record keeps its picture.
 void StoreTranslator::writePicture(const std::string& id, const PluginField& field, const VARIANT& value)
 {
     RecordStore& records = store(Step::WriteField);
@@ -34,7 +34,7 @@ void StoreTranslator::writePicture(const std::string& id, const PluginField& fie
     if (path.empty()) return records.writeImage(id, field.type, {});
     const std::string bytes = readPictureFile(platform::pathOf(path));
     if (!bytes.empty()) return records.writeImage(id, field.type, bytes);
-    tell(Finding::LeftOut, "record \"" + id + "\": its new picture is no JPEG file, or is too large, and is left out");
+    tell(Finding::LeftOut, "record \"" + id + "\": its new picture is not a JPEG file or is too large, and is left out");
 }
 
 const StoreTranslator::Picture& StoreTranslator::picture() const

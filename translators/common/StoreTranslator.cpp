@@ -13,7 +13,7 @@
 namespace mb::plugin {
 namespace {
 
-// Days since 1899-12-30, in UTC all over.
+// Returns a date in UTC as days since 1899-12-30.
 DATE dateOf(std::int64_t nanoseconds)
 {
     constexpr double kDay = 86'400e9, kUnixEpoch = 25'569;
@@ -35,7 +35,7 @@ bool looksIso(std::u16string_view text)
     return text.size() >= 8 && text.find_first_not_of(u"0123456789-T:Z+. ") == text.npos && text.find(u'/') == text.npos;
 }
 
-// The text of a value. A birthday comes as a date or as a text in whatever form the other store shows dates.
+// Returns the text of a value. A birthday is a date, or a text in any form in which the other store shows dates.
 std::u16string textOf(const VARIANT& value, const PluginField& field)
 {
     if (value.vt == VT_EMPTY || value.vt == VT_NULL) return {};
@@ -56,12 +56,12 @@ std::u16string textOf(const VARIANT& value, const PluginField& field)
     return text;
 }
 
-// The result of a question about a record that the store could not answer: 0x80040207 and E_FAIL would say that the record is gone.
+// Returns the result for a store that failed to look for a record: 0x80040207 and E_FAIL would mean that the record is gone.
 HRESULT couldNotLook(HRESULT hr) { return hr == static_cast<HRESULT>(Step::Find) || hr == E_FAIL ? E_UNEXPECTED : hr; }
 
 com::Ptr<IDataStream> settingsOf(ITrServices* services) { return com::Ptr<ITrServices>(services).as<IDataStream>(); }
 
-// A script opens stores that have no settings; its host names them in the environment, as in MB_STORE_VCARD.
+// A script opens stores without settings: its host names the database in an environment variable such as MB_STORE_VCARD.
 std::u16string databaseOfHost(const PluginInfo& info)
 {
     std::u16string name = u"MB_STORE_";
@@ -89,7 +89,7 @@ GUID StoreTranslator::guidOf(const PluginField& field) const noexcept
 const std::string& StoreTranslator::idOf(BSTR id)
 {
     const std::u16string_view given = com::viewOf(id);
-    // Not ==, by which the library compares 16-bit texts unit by unit.
+    // Not operator==, which the standard library implements as a slow loop for 16-bit texts.
     if (given.size() == lastId_.size() && std::equal(given.begin(), given.end(), lastId_.data())) return lastIdUtf8_;
     std::string bytes = platform::utf8(given);
     lastId_ = given;
@@ -102,7 +102,7 @@ const PluginField* StoreTranslator::fieldOf(REFGUID guid) const noexcept
     GUID base = guid;
     base.Data2 = 0;
     if (std::memcmp(&base, &info_.fieldBase, sizeof base) != 0) return nullptr;
-    // Fields are listed in ascending order of type from 1 on with hardly a gap, so a field stands at its number or a little before.
+    // The fields are sorted by type, from 1 on and almost without gaps, so a field is at the index of its type or a little before it.
     std::size_t at = std::min<std::size_t>(guid.Data2, info_.fields.size());
     while (at > 0 && info_.fields[at - 1].type > guid.Data2) --at;
     return at > 0 && info_.fields[at - 1].type == guid.Data2 ? &info_.fields[at - 1] : nullptr;
@@ -114,7 +114,7 @@ RecordStore& StoreTranslator::store(Step step)
     return *store_;
 }
 
-// The text is a format to the log, so a percent sign is doubled there.
+// The log uses the text as a format, so percent signs are doubled.
 void StoreTranslator::tell(Finding finding, const std::string& text) noexcept
 {
     (void)com::guarded([&] {
@@ -225,7 +225,7 @@ HRESULT StoreTranslator::GetRecordID(LONG nIndex, BSTR* lpRecID)
     return run([&] {
         RecordStore& records = store(Step::Find);
         if (nIndex < 0 || static_cast<std::size_t>(nIndex) >= records.count())
-            throw StoreError(Step::Find, "There is no record of that number.");
+            throw StoreError(Step::Find, "There is no record with that number.");
         com::give(lpRecID, platform::utf16(records.idAt(static_cast<std::size_t>(nIndex))));
     });
 }
@@ -301,7 +301,7 @@ HRESULT StoreTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarV
             *lpvarValue = com::Variant(text).detach();
             return;
         }
-        lpvarValue->vt = VT_BSTR; // as most fields of a contact are: a BSTR of no text needs no memory
+        lpvarValue->vt = VT_BSTR; // most fields of a contact are empty, and a null BSTR needs no memory
         lpvarValue->bstrVal = nullptr;
     });
 }
@@ -356,7 +356,7 @@ HRESULT StoreTranslator::GetInfo(BSTR* ppShortName, BSTR* ppLongName, BSTR* ppDB
 HRESULT StoreTranslator::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2)
 {
     if (!lpvtCode || !ppMessage1 || !ppMessage2) return E_POINTER;
-    VariantInit(lpvtCode); // the text says it all, a number would only stand behind it
+    VariantInit(lpvtCode); // the text says everything; a number would only be appended to it
     *ppMessage1 = *ppMessage2 = nullptr;
     return com::guarded([&] {
         com::Bstr message(lastError_);
@@ -468,7 +468,7 @@ HRESULT StoreTranslator::IsPIMAvailable(VARIANT_BOOL* pAvailable)
     return S_OK;
 }
 
-// There is no database to guess: it stays what it is, and a run without one says so.
+// There is no default database: the setting stays unchanged, and a run without a database reports that.
 HRESULT StoreTranslator::InitializeDefault(ITrServices* pServices, HWND) { return pServices ? S_OK : E_POINTER; }
 
 HRESULT StoreTranslator::InitializeDatabase(BSTR dataBase, BSTR, BSTR)

@@ -1,5 +1,5 @@
-// A RecordStore as the engine sees it: the translator's interfaces, the same for all plug-ins of ours.
-// IFieldList, IField, GetSyncParams and SetDatabase work on an object that is not initialised.
+// Implements a translator on top of a RecordStore; the common base of our plug-ins. IFieldList, IField, GetSyncParams and SetDatabase work
+// before Initialize.
 #pragma once
 #include "interfaces.h"
 
@@ -15,27 +15,27 @@
 namespace mb::plugin {
 
 struct PluginField {
-    LONG type;             // a value of _FieldTypes, and what the field's GUID is made of
-    const char16_t* label; // its display name
+    LONG type;             // a value of _FieldTypes, and part of the field's GUID
+    const char16_t* label; // display name
     LONG dataType = dtString;
     ULONG flags = 0;
 };
 
-// What makes one plug-in differ from another.
+// The properties of a plug-in.
 struct PluginInfo {
     const char16_t *shortName, *longName;
-    const char16_t* databaseLabel; // stands in front of a database and a colon, as in "Card file"
-    GUID fieldBase;                // a field's GUID is this one with the field type as its second part; field maps of users name them
+    const char16_t* databaseLabel; // precedes the database and a colon, as in "Card file"
+    GUID fieldBase; // a field's GUID is this one with the field type as Data2; must not change, since users' field maps contain the GUIDs
     std::span<const PluginField> fields;
     std::unique_ptr<RecordStore> (*open)(const std::string& database, Report report);
-    // The list of categories that the same database holds, with the category's name as the last name; null for a store without one.
+    // Opens the category list of the same database, with the category's name as last name; null for a plug-in without categories.
     std::unique_ptr<RecordStore> (*openCategories)(const std::string& database, Report report) = nullptr;
-    // Whether the store looks for equal records in front of the engine's own search; see EqualRecordFinder.
+    // Whether the plug-in searches for equal records before the engine does; see EqualRecordFinder.
     bool findsEqualRecords = false;
-    // Makes an empty store where there is none and leaves one that is there; called where the store is set up, and never by a run. Null
-    // for a plug-in whose stores others make.
+    // Creates an empty store if none exists; keeps an existing one. Called when a store is set up, never by a run. Null for a plug-in that
+    // does not create stores.
     void (*make)(const std::string& database) = nullptr;
-    // Whether the store follows records whose identifiers changed between two runs; see RecordStore::updatedId.
+    // Whether the store follows records whose identifiers changed between runs; see RecordStore::updatedId.
     bool followsRecords = false;
 };
 
@@ -77,7 +77,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetFieldByIndex(LONG index, GUID* pGuid) override;
     HRESULT STDMETHODCALLTYPE GetFieldByName(BSTR lpName, GUID* pGuid) override;
 
-    // IField: the fields are fixed, so nothing of them can be set
+    // IField: the fields are fixed, so the setters fail
     HRESULT STDMETHODCALLTYPE GetName(REFGUID rField, BSTR* ppName) override;
     HRESULT STDMETHODCALLTYPE SetName(REFGUID rField, BSTR lpName) override;
     HRESULT STDMETHODCALLTYPE GetFieldType(REFGUID rField, LONG* pType) override;
@@ -89,7 +89,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetFlags(REFGUID rField, ULONG* pFlags) override;
     HRESULT STDMETHODCALLTYPE SetFlags(REFGUID rField, ULONG flags) override;
 
-    // IRecordVerifier: a record in the store counts as verified
+    // IRecordVerifier: a record that exists counts as verified
     HRESULT STDMETHODCALLTYPE RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified) override;
 
     // IRecordUpdater: categories keep their identifiers
@@ -110,7 +110,7 @@ public:
     // ICategories
     HRESULT STDMETHODCALLTYPE InitializeCategories(ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig) override;
 
-    // IImageSupport: a picture travels as a JPEG file of its own in the folder for temporary files; who reads it deletes it
+    // IImageSupport: a picture is passed as a JPEG file in the folder for temporary files; its reader deletes it
     HRESULT STDMETHODCALLTYPE HasFieldValue(BSTR lpRecID, REFGUID rField, VARIANT_BOOL* pHasValue) override;
     HRESULT STDMETHODCALLTYPE SetAllowImage(VARIANT_BOOL bAllowImage) override;
     HRESULT STDMETHODCALLTYPE BeginReadImageData(BSTR lpRecID, REFGUID rField) override;
@@ -134,7 +134,7 @@ private:
         int type;
     };
     using OpenStore = std::unique_ptr<RecordStore> (*)(const std::string& database, Report report);
-    template <class F> HRESULT run(F&& body) noexcept; // a method of the store: what goes wrong is kept for GetLastError
+    template <class F> HRESULT run(F&& body) noexcept; // runs a method of the store and keeps its error text for GetLastError
     const std::string& idOf(BSTR id);
     [[nodiscard]] const PluginField* fieldOf(REFGUID guid) const noexcept;
     [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
@@ -142,7 +142,7 @@ private:
     bool offers(REFIID riid) const noexcept override;
     HRESULT start(ITrServices* services, OpenStore openStore, bool make);
     void open(ITrServices* services, std::u16string_view database, OpenStore openStore);
-    template <class F> HRESULT begin(F&& body) noexcept; // an addition or an edit
+    template <class F> HRESULT begin(F&& body) noexcept; // runs the begin of an addition or edit
     const Picture& picture() const;
     std::u16string readPicture(const std::string& id, const PluginField& field);
     void writePicture(const std::string& id, const PluginField& field, const VARIANT& value);
@@ -150,19 +150,19 @@ private:
 
     const PluginInfo& info_;
     std::unique_ptr<RecordStore> store_;
-    bool ofCategories_ = false;               // the records are categories
-    std::optional<EqualRecordFinder> finder_; // of the store, between BeginFindDuplicate and EndFindDuplicate
+    bool ofCategories_ = false;               // the records of the store are categories
+    std::optional<EqualRecordFinder> finder_; // searches the store between BeginFindDuplicate and EndFindDuplicate
     std::u16string database_;
     com::Ptr<ILogFile> log_;
     com::Ptr<ITranslatorReport> report_; // null with an older engine
     com::Ptr<ITranslatorNotes> notes_;   // null with an older engine
     std::u16string lastError_;
-    std::string notBegun_; // why the last addition or edit could not begin; its caller may go on to write, and hears of it then
-    // The identifier of the last call and its UTF-8: most calls are about the same record as the one before.
+    std::string notBegun_; // why the last addition or edit could not begin; reported again if the caller writes nevertheless
+    // Cache of the last identifier and its UTF-8: most calls are about the same record as the call before.
     std::u16string lastId_;
     std::string lastIdUtf8_;
     bool imagesAllowed_ = true;
-    std::optional<Picture> picture_; // the one that was begun
+    std::optional<Picture> picture_; // set between BeginReadImageData and EndReadImageData
 };
 
 template <class F> HRESULT StoreTranslator::begin(F&& body) noexcept
@@ -188,7 +188,7 @@ template <class F> HRESULT StoreTranslator::run(F&& body) noexcept
             lastError_ = platform::utf16(e.what());
             return static_cast<HRESULT>(e.step());
         } catch (const com::Error&) {
-            lastError_.clear(); // the code says it all
+            lastError_.clear(); // the result code is the whole message
             throw;
         } catch (const std::bad_alloc&) {
             lastError_.clear();

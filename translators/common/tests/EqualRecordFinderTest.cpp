@@ -33,7 +33,7 @@ protected:
         EXPECT_FALSE(store_.isReading());
     }
 
-    // The fields of the types, in this order.
+    // Maps each of the types to itself, in this order.
     [[nodiscard]] std::vector<MappedField> map(const std::vector<LONG>& types) const
     {
         std::vector<MappedField> fields;
@@ -43,7 +43,7 @@ protected:
     [[nodiscard]] std::vector<MappedField> allTexts() const { return map({ftFirstName, ftLastName, ftTitle, ftNotes, ftPhone, ftEmail1}); }
     EqualRecordFinder finder(const std::vector<MappedField>& fields, KnownRecords known = {}) { return {store_, fields, std::move(known)}; }
     EqualRecordFinder finder() { return finder(allTexts()); }
-    // What is found for the other translator's record; "none" for nothing.
+    // Returns the record that is found for the other translator's record; "none" for none.
     std::string take(EqualRecordFinder& finder, const std::u16string& id)
     {
         return finder.take(translator_.get(), com::Bstr(id).get()).value_or("none");
@@ -60,7 +60,7 @@ protected:
     MemoryStore store_;
 };
 
-TEST_F(EqualRecordFinderTest, NamesTheRecordThatHoldsTheSame)
+TEST_F(EqualRecordFinderTest, FindsTheRecordWithEqualContent)
 {
     store_.add("1", {{ftLastName, u"Babbage"}, {ftFirstName, u"Charles"}});
     store_.add("2", {{ftLastName, u"Lovelace"}, {ftFirstName, u"Ada"}, {ftNotes, u"Countess\nof Lovelace"}});
@@ -109,7 +109,7 @@ TEST_F(EqualRecordFinderTest, FieldsThatAreNotMappedDoNotCount)
     EXPECT_EQ(take(equal, {{ftLastName, u"Lovelace"}, {ftNotes, u"there"}, {ftTitle, u"Countess"}}), "1");
 }
 
-TEST_F(EqualRecordFinderTest, TheMapSaysWhichFieldsGoTogether)
+TEST_F(EqualRecordFinderTest, TheMapDeterminesWhichFieldsAreCompared)
 {
     store_.add("1", {{ftTitle, u"first"}, {ftNotes, u"second"}});
     auto equal = finder({{other_->guidOf(ftNotes), ftTitle, false}, {other_->guidOf(ftTitle), ftNotes, false}});
@@ -117,7 +117,7 @@ TEST_F(EqualRecordFinderTest, TheMapSaysWhichFieldsGoTogether)
     EXPECT_EQ(take(equal, {{ftNotes, u"first"}, {ftTitle, u"second"}}), "1");
 }
 
-TEST_F(EqualRecordFinderTest, TheRecordStatusCountsAsAnyField)
+TEST_F(EqualRecordFinderTest, TheRecordStatusIsComparedLikeAnyField)
 {
     other_->fields.push_back({ftRecordStatus, u"Record status"});
     store_.add("1", {{ftLastName, u"Lovelace"}, {ftRecordStatus, u"1"}});
@@ -126,7 +126,7 @@ TEST_F(EqualRecordFinderTest, TheRecordStatusCountsAsAnyField)
     EXPECT_EQ(take(equal, {{ftLastName, u"Lovelace"}, {ftRecordStatus, u"1"}}), "1");
 }
 
-TEST_F(EqualRecordFinderTest, ContactsOfOneNameMeetByTheirMail)
+TEST_F(EqualRecordFinderTest, ContactsWithTheSameNameArePairedByEmail)
 {
     for (const char16_t* mail : {u"c@example.org", u"a@example.org", u"b@example.org"})
         store_.add(platform::utf8(mail), {{ftLastName, u"Smith"}, {ftFirstName, u"John"}, {ftEmail1, mail}});
@@ -167,7 +167,7 @@ TEST_F(EqualRecordFinderTest, ARecordOfTheStoreThatCannotBeReadIsNotNamed)
     EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}}), "none");
 }
 
-TEST_F(EqualRecordFinderTest, AFailureOfTheOtherTranslatorIsHandedOnAndUsesUpNoRecord)
+TEST_F(EqualRecordFinderTest, AFailureOfTheOtherTranslatorIsReturnedAndUsesUpNoRecord)
 {
     store_.add("1", {{ftLastName, u"Lovelace"}});
     const std::u16string id = other_->add({{ftLastName, u"Lovelace"}});
@@ -175,7 +175,7 @@ TEST_F(EqualRecordFinderTest, AFailureOfTheOtherTranslatorIsHandedOnAndUsesUpNoR
     for (const HRESULT code : {E_ABORT, anyFailure}) {
         log_->failOn("1 BeginReadRecord", log_->count("1 BeginReadRecord") + 1, code);
         EXPECT_EQ(failure(equal, id), code);
-        EXPECT_EQ(log_->lines.back(), "1 BeginReadRecord A000001") << "what was not begun is not ended";
+        EXPECT_EQ(log_->lines.back(), "1 BeginReadRecord A000001") << "a record whose reading did not begin must not be ended";
         for (int field = 1; field <= 6; ++field) {
             log_->failOn("1 ReadField", log_->count("1 ReadField") + field, code);
             EXPECT_EQ(failure(equal, id), code) << "field " << field;
@@ -188,7 +188,7 @@ TEST_F(EqualRecordFinderTest, AFailureOfTheOtherTranslatorIsHandedOnAndUsesUpNoR
     EXPECT_EQ(take(equal, id), "1");
 }
 
-TEST_F(EqualRecordFinderTest, ImagesAreEqualIfBothAreAbsentOrOfOneSize)
+TEST_F(EqualRecordFinderTest, ImagesAreEqualIfBothAreAbsentOrOfTheSameSize)
 {
     store_.add("none", {{ftLastName, u"Smith"}});
     store_.add("small", {{ftLastName, u"Smith"}}, {{ftImage1, "1234"}});
@@ -197,7 +197,7 @@ TEST_F(EqualRecordFinderTest, ImagesAreEqualIfBothAreAbsentOrOfOneSize)
     EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}, {ftImage1, u"abcd"}}), "large") << "four units are eight bytes";
     EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}, {ftImage1, u"abcd"}}), "none");
     EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}, {ftImage1, u"ab"}}), "small");
-    EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}}), "none") << "the record of that name, not the lack of one";
+    EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}}), "none") << "a record named none, not the absence of a record";
     EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}, {ftImage1, u"abc"}}), "none");
 }
 
@@ -216,7 +216,7 @@ TEST_F(EqualRecordFinderTest, AnImageThatCannotBeMeasuredIsAFailure)
     EXPECT_EQ(take(equal, id), "1");
 }
 
-TEST_F(EqualRecordFinderTest, WithoutATextToCompareNothingIsSearched)
+TEST_F(EqualRecordFinderTest, AMapWithoutATextFieldIsRefused)
 {
     store_.add("1", {});
     EXPECT_EQ(com::guarded([&] { (void)finder({}); }), E_FAIL);
@@ -234,10 +234,10 @@ TEST_F(EqualRecordFinderTest, EachRecordOfTheStoreIsReadOnce)
     EXPECT_THAT(store_.begun, Each(Pair(testing::_, 1)));
     EXPECT_EQ(log_->count("1 BeginReadRecord"), 50);
     EXPECT_EQ(take(equal, {{ftLastName, u"Smith"}}), "none");
-    EXPECT_EQ(log_->count("1 BeginReadRecord"), 50) << "once all are named, nothing is read any more";
+    EXPECT_EQ(log_->count("1 BeginReadRecord"), 50) << "nothing is read after all records were found";
 }
 
-TEST_F(EqualRecordFinderTest, ARecordOfAnotherNameIsReadNoFurtherThanItsName)
+TEST_F(EqualRecordFinderTest, OnlyTheKeyFieldsOfARecordWithoutAPartnerAreRead)
 {
     store_.add("1", {{ftLastName, u"Smith"}, {ftTitle, u"Dr."}});
     auto equal = finder();
@@ -246,8 +246,8 @@ TEST_F(EqualRecordFinderTest, ARecordOfAnotherNameIsReadNoFurtherThanItsName)
                 ElementsAre("1 ReadField A000001 First name", "1 ReadField A000001 Last name", "1 ReadField A000001 E-mail"));
 }
 
-// The comparison of the engine, which has to find no difference in what is named here, and no equal pair that was left out.
-TEST_F(EqualRecordFinderTest, RandomRecordsMeetExactlyIfTheEngineFindsNoDifference)
+// The engine must find no difference between the records of a found pair, and no equal pair that was not found.
+TEST_F(EqualRecordFinderTest, RandomRecordsArePairedExactlyIfTheEngineFindsNoDifference)
 {
     const auto reduced = [](std::u16string_view text) {
         std::u16string kept;

@@ -9,9 +9,9 @@ namespace {
 
 using namespace std::string_literals;
 
-TEST(KeyedHash, ATextHasOneHashAndEveryOtherTextAnother)
+TEST(KeyedHash, OnlyEqualTextsHaveEqualHashes)
 {
-    // Texts that a careless hash takes for one: of different lengths, padded with zeros, with their parts exchanged.
+    // Texts that a weak hash may confuse: of different lengths, padded with zeros, with parts swapped.
     std::vector<std::u16string> texts{u"",     u"\0"s,  u"\0\0"s, u"\0\0\0"s, u"\0\0\0\0"s, u"a",
                                       u"a\0"s, u"\0a"s, u"ab",    u"ba",      u"abc",       u"cba"};
     for (std::size_t length = 1; length < 40; ++length) {
@@ -27,7 +27,7 @@ TEST(KeyedHash, ATextHasOneHashAndEveryOtherTextAnother)
         for (std::size_t j = 0; j < texts.size(); ++j) EXPECT_EQ(hash(texts[i]) == hash(texts[j]), i == j) << i << " and " << j;
 }
 
-TEST(KeyedHash, BothHalvesTellTextsApart)
+TEST(KeyedHash, BothHalvesDifferForDifferentTexts)
 {
     const KeyedHash hash;
     EXPECT_NE(hash(u"Ada").first, hash(u"Bea").first);
@@ -35,7 +35,7 @@ TEST(KeyedHash, BothHalvesTellTextsApart)
     EXPECT_NE(hash(u"Ada").first, hash(u"Ada").second);
 }
 
-TEST(KeyedHash, EachObjectHasAKeyOfItsOwn)
+TEST(KeyedHash, EachObjectHasItsOwnKey)
 {
     const KeyedHash one, two;
     EXPECT_NE(one(u"Ada Lovelace").first, two(u"Ada Lovelace").first);

@@ -39,7 +39,7 @@ protected:
     com::Ptr<ITranslator> translator1_, translator2_;
 };
 
-TEST_F(MappedFieldsTest, ThePairsAreThoseOfTheMap)
+TEST_F(MappedFieldsTest, ReturnsTheFieldPairsOfTheMap)
 {
     const mbtest::RegisteredMap map(folder_.path(), {pair(ftTitle, ftNotes), pair(ftImage2, ftImage1), pair(ftLastName, ftLastName)});
     const auto fields = ask(map.id());
@@ -53,7 +53,7 @@ TEST_F(MappedFieldsTest, ThePairsAreThoseOfTheMap)
     EXPECT_EQ(fields[2].own, ftLastName);
 }
 
-TEST_F(MappedFieldsTest, APairOfWhichASideDoesNotKnowItsFieldIsLeftOut)
+TEST_F(MappedFieldsTest, APairWithAFieldThatItsSideDoesNotKnowIsLeftOut)
 {
     const mbtest::RegisteredMap map(folder_.path(), {pair(ftHobby, ftTitle), pair(ftTitle, ftTitle), pair(ftNotes, ftHobby)});
     const auto fields = ask(map.id());
@@ -63,7 +63,7 @@ TEST_F(MappedFieldsTest, APairOfWhichASideDoesNotKnowItsFieldIsLeftOut)
 
 TEST_F(MappedFieldsTest, OfTwoFieldsOfOneTypeOnSideOneTheLastIsCompared)
 {
-    // The engine keeps a record's values by type.
+    // The engine keeps a record's values by type, so the last field of a type wins.
     one_->fields.push_back({ftTitle, u"Another title", 0, 0, dtString, 1});
     const GUID another = one_->guidOf(one_->fields.back());
     const mbtest::RegisteredMap map(folder_.path(), {pair(ftTitle, ftTitle), {another, two_->guidOf(ftNotes)}});
@@ -75,20 +75,20 @@ TEST_F(MappedFieldsTest, OfTwoFieldsOfOneTypeOnSideOneTheLastIsCompared)
     EXPECT_EQ(fields[1].own, ftNotes);
 }
 
-TEST_F(MappedFieldsTest, AnImageThatIsMappedWithATextIsRefused)
+TEST_F(MappedFieldsTest, AnImageThatIsMappedToATextIsRefused)
 {
     const mbtest::RegisteredMap map(folder_.path(), {pair(ftLastName, ftLastName), pair(ftImage1, ftNotes)});
     EXPECT_EQ(failure(map.id()), E_FAIL);
 }
 
-TEST_F(MappedFieldsTest, AMapThatIsUnknownIsAFailureAndAnEmptyOneIsNone)
+TEST_F(MappedFieldsTest, AnUnknownMapIsAFailureAndAnEmptyMapIsNot)
 {
     const mbtest::RegisteredMap map(folder_.path(), {});
     EXPECT_THAT(ask(map.id()), IsEmpty());
     EXPECT_TRUE(FAILED(failure(com::newGuid())));
 }
 
-TEST_F(MappedFieldsTest, WithoutTheEngineNothingIsKnownOfAMap)
+TEST_F(MappedFieldsTest, FailsWithoutTheEngine)
 {
     GUID id;
     {
@@ -99,13 +99,13 @@ TEST_F(MappedFieldsTest, WithoutTheEngineNothingIsKnownOfAMap)
     EXPECT_EQ(failure(id), REGDB_E_CLASSNOTREG);
 }
 
-TEST_F(MappedFieldsTest, ATranslatorThatTellsNothingOfItsFieldsIsAFailure)
+TEST_F(MappedFieldsTest, FailsIfATranslatorDoesNotDescribeItsFields)
 {
     const mbtest::RegisteredMap map(folder_.path(), {pair(ftLastName, ftLastName)});
     one_->options.field = false;
     EXPECT_EQ(failure(map.id()), E_NOINTERFACE);
     one_->options.field = true;
-    // The first question for a type is the field map's own.
+    // The field map asks for each type first.
     log_->failOn("2 GetFieldType", 2, E_ABORT);
     EXPECT_EQ(failure(map.id()), E_ABORT);
 }

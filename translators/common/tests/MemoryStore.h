@@ -1,4 +1,4 @@
-// A RecordStore in memory, which counts its reads and fails where it is told to.
+// A RecordStore in memory that counts reads and fails on request.
 #pragma once
 #include "RecordStore.h"
 #include "StoreTranslator.h"
@@ -20,9 +20,9 @@ class MemoryStore final : public RecordStore {
 public:
     std::vector<MemoryRecord> records;
     std::set<std::string> unreadable;           // beginRead fails
-    std::map<std::string, int> unreadableField; // read fails for the field of the record
+    std::map<std::string, int> unreadableField; // read fails for this field of the record
     bool cannotLook = false;                    // exists and updatedId fail
-    std::map<std::string, int> begun;           // how often each record was begun to be read
+    std::map<std::string, int> begun;           // how often beginRead was called for each record
 
     void add(const std::string& id, std::map<int, std::u16string> values, std::map<int, std::string> images = {});
     [[nodiscard]] bool isReading() const { return reading_ != nullptr; }
@@ -38,7 +38,7 @@ public:
     void endRead(const std::string& id) override;
     [[nodiscard]] std::string readImage(const std::string& id, int type) override;
 
-    // Nothing is written to it.
+    // The store is read-only.
     void beginBatch() override {}
     void endBatch(bool) override {}
     std::string beginAdd() override { throw StoreError(Step::Add, "read-only"); }
@@ -52,7 +52,7 @@ private:
     const MemoryRecord* reading_ = nullptr;
 };
 
-// The fields of the stores of these tests.
+// The fields of the stores in these tests.
 inline constexpr PluginField memoryFields[] = {{ftFirstName, u"First name"},
                                                {ftLastName, u"Last name"},
                                                {ftTitle, u"Title"},

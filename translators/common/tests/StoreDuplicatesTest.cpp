@@ -11,10 +11,10 @@ namespace {
 
 using mbtest::FakeValues;
 
-MemoryStore* opened = nullptr; // filled by the test, given to the translator that opens it
+MemoryStore* opened = nullptr; // filled by the test, owned by the translator that opens it
 
 std::unique_ptr<RecordStore> takeStore(const std::string&, Report) { return std::unique_ptr<RecordStore>(std::exchange(opened, nullptr)); }
-// A function of its own, since the translator tells the two by it.
+// Not takeStore itself: the translator recognises categories by the function's address.
 std::unique_ptr<RecordStore> takeCategories(const std::string& database, Report report) { return takeStore(database, std::move(report)); }
 
 constexpr GUID fieldBase{0x51D60000, 0, 0x4E1B, {0x9A, 0x10, 0x3C, 0x55, 0x7E, 0x20, 0x61, 0x0B}};
@@ -50,7 +50,7 @@ protected:
     ~StoreDuplicates() override { delete std::exchange(opened, nullptr); }
 
     template <class T> com::Ptr<ITranslator> make() { return com::make<T>(); }
-    // A translator over a store of these records.
+    // Returns a translator whose store contains these records.
     com::Ptr<ITranslator> open(const std::vector<MemoryRecord>& records)
     {
         auto translator = make<Translator>();
@@ -59,7 +59,7 @@ protected:
         EXPECT_EQ(translator->Initialize(services_.get(), nullptr, VARIANT_FALSE), S_OK);
         return translator;
     }
-    // A map of these fields, each with that of its type.
+    // Returns a map in which each type is mapped to itself.
     mbtest::RegisteredMap map(const std::vector<LONG>& types)
     {
         std::vector<std::pair<GUID, GUID>> pairs;
@@ -75,7 +75,7 @@ protected:
     }
     HRESULT find(const com::Ptr<ITranslator>& translator, const std::u16string& id, std::u16string& found)
     {
-        const com::Bstr leftOver(u"left over"); // stays the caller's: what comes out replaces it unseen
+        const com::Bstr leftOver(u"left over"); // the caller keeps ownership: the method overwrites the pointer without freeing it
         BSTR named = leftOver.get();
         const HRESULT hr = translator.as<IDuplicateFinder>()->FindDuplicate(translator1_.get(), com::Bstr(id).get(), nullptr, &named);
         found = com::textOf(named);
@@ -97,7 +97,7 @@ protected:
     com::Ptr<ITranslator> translator1_;
 };
 
-TEST_F(StoreDuplicates, NamesEqualRecordsThatAreNotKnownUntilTheSearchEnds)
+TEST_F(StoreDuplicates, FindsUnknownEqualRecordsUntilTheSearchEnds)
 {
     const auto registered = map({ftLastName, ftEmail1});
     const auto id = other_->add({{ftLastName, u"Smith"}, {ftEmail1, u"b@example.org"}, {ftTitle, u"not mapped"}});
@@ -111,15 +111,15 @@ TEST_F(StoreDuplicates, NamesEqualRecordsThatAreNotKnownUntilTheSearchEnds)
     std::u16string found;
     EXPECT_TRUE(FAILED(find(translator, id, found)));
     EXPECT_EQ(found, u"");
-    EXPECT_EQ(end(translator), S_OK) << "an end without a begin is no failure";
+    EXPECT_EQ(end(translator), S_OK) << "an end without a begin is allowed";
 }
 
-TEST_F(StoreDuplicates, ASearchThatCouldNotBeginNamesNothing)
+TEST_F(StoreDuplicates, ASearchThatCouldNotBeginFindsNothing)
 {
     const auto id = other_->add({{ftLastName, u"Smith"}});
     const auto translator = open({{"1", {{ftLastName, u"Smith"}}, {}}});
     std::u16string found;
-    EXPECT_EQ(begin(translator, com::newGuid()), REGDB_E_CLASSNOTREG) << "the engine is not there to ask";
+    EXPECT_EQ(begin(translator, com::newGuid()), REGDB_E_CLASSNOTREG) << "the engine is not registered";
     EXPECT_TRUE(FAILED(find(translator, id, found)));
     {
         const auto images = map({ftImage1});
@@ -131,10 +131,10 @@ TEST_F(StoreDuplicates, ASearchThatCouldNotBeginNamesNothing)
     ASSERT_EQ(begin(translator, registered.id()), S_OK);
     EXPECT_EQ(find(translator, id), u"1");
     EXPECT_TRUE(FAILED(begin(translator, com::newGuid())));
-    EXPECT_TRUE(FAILED(find(translator, id, found))) << "the search before is over";
+    EXPECT_TRUE(FAILED(find(translator, id, found))) << "the previous search has ended";
 }
 
-TEST_F(StoreDuplicates, AnAbortOfTheOtherTranslatorIsHandedBack)
+TEST_F(StoreDuplicates, AnAbortOfTheOtherTranslatorIsReturned)
 {
     const auto registered = map({ftLastName});
     const auto id = other_->add({{ftLastName, u"Smith"}});
@@ -155,7 +155,7 @@ TEST_F(StoreDuplicates, ARunWithoutImagesComparesNone)
     const auto id = other_->add({{ftLastName, u"Smith"}, {ftImage1, u"ab"}});
     const auto translator = open({{"1", {{ftLastName, u"Smith"}}, {}}});
     ASSERT_EQ(begin(translator, registered.id()), S_OK);
-    EXPECT_EQ(find(translator, id), u"") << "the image has to travel";
+    EXPECT_EQ(find(translator, id), u"") << "only one of the records has an image";
     ASSERT_EQ(translator.as<IImageSupport>()->SetAllowImage(VARIANT_FALSE), S_OK);
     ASSERT_EQ(begin(translator, registered.id()), S_OK);
     EXPECT_EQ(find(translator, id), u"1");
@@ -165,13 +165,13 @@ TEST_F(StoreDuplicates, ARunWithoutImagesComparesNone)
     EXPECT_EQ(find(translator, id), u"1") << "translator 1 takes no images";
 }
 
-TEST_F(StoreDuplicates, IsOfferedOnlyByAStoreThatWantsIt)
+TEST_F(StoreDuplicates, IsOfferedOnlyIfThePluginEnablesIt)
 {
     EXPECT_TRUE(make<Translator>().tryAs<IDuplicateFinder>());
     EXPECT_FALSE(make<PlainTranslator>().tryAs<IDuplicateFinder>());
 }
 
-TEST_F(StoreDuplicates, IsNotOfferedWhereTheRecordsAreCategories)
+TEST_F(StoreDuplicates, IsNotOfferedForCategories)
 {
     const auto registered = map({ftLastName});
     const auto translator = make<Translator>();
@@ -183,7 +183,7 @@ TEST_F(StoreDuplicates, IsNotOfferedWhereTheRecordsAreCategories)
     EXPECT_EQ(early->BeginFindDuplicate(registered.id(), translator1_.get(), nullptr), E_NOTIMPL);
 }
 
-TEST_F(StoreDuplicates, TheEndOfTheStoreIsTheEndOfTheSearch)
+TEST_F(StoreDuplicates, ClosingTheStoreEndsTheSearch)
 {
     const auto registered = map({ftLastName});
     const auto id = other_->add({{ftLastName, u"Smith"}});
@@ -206,7 +206,7 @@ TEST_F(StoreDuplicates, NullPointersAreRefused)
     EXPECT_EQ(finder->FindDuplicate(translator1_.get(), id.get(), nullptr, nullptr), E_POINTER);
 }
 
-TEST_F(StoreDuplicates, ARecordIsGoneOnlyWhereTheStoreCouldLookForIt)
+TEST_F(StoreDuplicates, ARecordIsReportedAsMissingOnlyIfTheStoreCouldLookForIt)
 {
     auto translator = make<Translator>();
     EXPECT_EQ(translator->FindRecord(com::Bstr(u"A1").get()), static_cast<HRESULT>(Step::Open)) << "no store is open";
@@ -219,7 +219,7 @@ TEST_F(StoreDuplicates, ARecordIsGoneOnlyWhereTheStoreCouldLookForIt)
     EXPECT_EQ(translator->FindRecord(com::Bstr(u"A1").get()), E_UNEXPECTED);
 }
 
-TEST_F(StoreDuplicates, ARecordIsNotRenamedOnlyWhereTheStoreCouldLookForIt)
+TEST_F(StoreDuplicates, AFailedLookupOfANewIdentifierIsReported)
 {
     auto translator = make<Translator>();
     const auto updater = translator.as<IRecordUpdater>();
