@@ -1,4 +1,4 @@
-// The fields of a card, in ascending order of their type.
+// The fields of a card, sorted by type.
 #pragma once
 #include "StoreTranslator.h"
 

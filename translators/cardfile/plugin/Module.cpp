@@ -1,4 +1,4 @@
-// The plug-in's one class, and its four entry points.
+// The plug-in's only class and its entry points.
 #include "CardFields.h"
 #include "CardFile.h"
 #include "PluginExports.h"

@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 using plugin::Step;
 using plugin::StoreError;
 
-// What a batch may still hold in memory before SQLite writes it out, and what is kept free for it.
+// SQLite's page cache, and the disk space that is reserved for writing it out.
 constexpr char cacheSize[] = "PRAGMA cache_size = -16000"; // KiB
 constexpr std::uintmax_t reservedBytes = 24 << 20;
 
@@ -25,7 +25,7 @@ std::string folded(const std::string& id)
     return out;
 }
 
-// An identifier in a message: damaged ones may be of any length and hold anything.
+// Returns an identifier for a message. Damaged identifiers may have any length and content.
 std::string shown(const std::string& id) { return "\"" + std::string(id.substr(0, 100).c_str()) + "\""; }
 
 std::string fullPath(const std::string& path)
@@ -33,7 +33,7 @@ std::string fullPath(const std::string& path)
     if (path.empty()) throw StoreError(Step::Open, "No card file is chosen.");
     if (path.find('\0') != path.npos) throw StoreError(Step::Open, "The name of the card file is damaged. Choose the file again.");
     std::error_code error;
-    const auto full = fs::absolute(platform::pathOf(platform::utf16(path)), error); // ":memory:" is a file as any other
+    const auto full = fs::absolute(platform::pathOf(platform::utf16(path)), error); // SQLite must not take ":memory:" as a special name
     return error ? path : platform::utf8(platform::textOf(full));
 }
 
@@ -49,8 +49,8 @@ std::int64_t now()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
 }
 
-// Later than the one before, however quickly two changes follow each other or the clock is set back. The steps are those that an
-// automation date can tell apart.
+// Returns a date later than `former`, even if changes follow each other quickly or the clock is set back. An automation date can
+// distinguish these steps.
 std::int64_t nextStamp(std::int64_t former)
 {
     constexpr std::int64_t step = 1'000'000; // a millisecond
@@ -58,16 +58,16 @@ std::int64_t nextStamp(std::int64_t former)
     return present > former ? present : former + step;
 }
 
-// What SQLite may answer, and what to do about it.
+// Returns what happened and what the user can do about it.
 std::string sentence(const std::string& path, const DatabaseError& e)
 {
     const std::string file = "The card file \"" + path + "\" ";
     switch (e.code() & 0xFF) {
     case SQLITE_NOTADB:
-    case SQLITE_CORRUPT: return file + "is no card file, or is damaged. Choose another file, or restore this one from a copy.";
+    case SQLITE_CORRUPT: return file + "is not a card file, or is damaged. Choose another file, or restore this one from a copy.";
     case SQLITE_CANTOPEN: return file + "cannot be opened. Check that its folder exists and that you may read and write there.";
     case SQLITE_READONLY:
-    case SQLITE_PERM: return file + "cannot be written. Check who may write it, its folder, and its files of the endings -wal and -shm.";
+    case SQLITE_PERM: return file + "cannot be written. Check who may write the file, its folder, and its -wal and -shm files.";
     case SQLITE_FULL: return file + "cannot grow: the disk is full. Make room and try again.";
     case SQLITE_IOERR: return file + "cannot be read or written: " + e.what() + ". Check the disk, and whether it has room.";
     case SQLITE_BUSY:
@@ -83,9 +83,10 @@ void requireCardFile(FileKind kind, const std::string& path)
     switch (kind) {
     case FileKind::Card: return;
     case FileKind::Blank:
-        throw StoreError(Step::Open, "The card file \"" + path +
-                                         "\" is empty, as one that was cut off is. Restore it from a copy, or choose another file.");
-    case FileKind::Foreign: throw StoreError(Step::Open, "The file \"" + path + "\" is a database, but no card file. Choose another file.");
+        throw StoreError(Step::Open,
+                         "The card file \"" + path + "\" is empty, as if it was cut off. Restore it from a copy, or choose another file.");
+    case FileKind::Foreign:
+        throw StoreError(Step::Open, "The file \"" + path + "\" is a database, but not a card file. Choose another file.");
     case FileKind::Later:
         throw StoreError(Step::Open,
                          "The card file \"" + path + "\" was written by a later version of this program. Update the program to use it.");
@@ -106,7 +107,7 @@ void requirePresence(const std::string& path)
     throw StoreError(
         Step::Open,
         "The card file \"" + path + "\" is missing" + (folderToo ? ", and so is its folder" : "") +
-            ". Put it back, connect the drive that it is on, or choose the place where it is now. No new one is made in a run.");
+            ". Put it back, connect the drive that it is on, or choose the place where it is now. A run never creates a card file.");
 }
 
 } // namespace
@@ -129,7 +130,7 @@ StoreError CardFile::lostBatch(Step step) const
     return {step, "The card file \"" + path_ + "\" could not be written, and nothing of this batch was kept."};
 }
 
-// What is written to a file that another one has replaced is lost to whoever opens the path next.
+// What is written to a file that was replaced is lost: the path leads to the other file.
 void CardFile::requireInPlace(Step step) const
 {
     if (!database_->hasMoved()) return;
@@ -156,7 +157,7 @@ void CardFile::make(const std::string& path)
 {
     const std::string full = fullPath(path);
     try {
-        (void)platform::openOrCreate(platform::pathOf(platform::utf16(full))); // for its owner alone; SQLite tells what fails
+        (void)platform::openOrCreate(platform::pathOf(platform::utf16(full))); // only for its owner; SQLite reports a failure
         Database database(full);
         requireCardFile(makeFile(database), full);
     } catch (const DatabaseError& e) {
@@ -174,8 +175,8 @@ CardFile::FileState CardFile::fileState() const
     return state;
 }
 
-// Beside a file that cannot be written SQLite would make one of the same rights, which its owner could not write later on. Where that
-// file is missing nobody else has the card file open.
+// SQLite would create a -shm file with the permissions of a read-only card file, which its owner could not write later. If no -shm file
+// exists, no other program has the card file open, and it can be read without locks.
 void CardFile::openSnapshot()
 {
     std::error_code error;
@@ -184,9 +185,10 @@ void CardFile::openSnapshot()
     if (error || fs::exists(shared += "-shm", error)) return;
     const FileState before = fileState();
     if (const auto waiting = fs::file_size(log += "-wal", error); !error && waiting > 0)
-        throw StoreError(Step::Open, "The card file \"" + path_ + "\" cannot be written, and \"" + platform::utf8(platform::textOf(log)) +
-                                         "\" holds changes that a killed program left. Make both writable, or open the file once as "
-                                         "somebody who may write it.");
+        throw StoreError(Step::Open,
+                         "The card file \"" + path_ + "\" cannot be written, and \"" + platform::utf8(platform::textOf(log)) +
+                             "\" contains changes that a killed program left behind. Make both writable, or open the file once as "
+                             "a user who may write it.");
     database_.emplace(path_, Access::Snapshot);
     snapshot_ = before;
 }
@@ -259,7 +261,7 @@ CardFile::Open CardFile::load(const Card& card, Step step)
             if (!readCard_.isNull(2)) record.fields[static_cast<int>(readCard_.number(2))] = platform::utf16(readCard_.text(3));
         }
         requireSnapshot(step);
-        // Another program deleted it: no card, and by no means one whose fields are all empty.
+        // Another program deleted the card: it must not be taken for a card with empty fields.
         if (record.key == 0) throw gone(card.id, step);
         return record;
     });
@@ -333,7 +335,7 @@ void CardFile::endBatch(bool abort)
         }
         batch_.reset();
         if (lost) throw lostBatch(Step::Update);
-        requireInPlace(Step::Update); // a file that was replaced during the commit has none of it
+        requireInPlace(Step::Update); // a file that was replaced during the commit contains nothing of the batch
     });
 }
 
@@ -369,8 +371,8 @@ void CardFile::write(const std::string& id, int type, std::u16string_view text)
         record.changes[type] = text;
 }
 
-// A disk that fills up undoes the whole batch, and with it cards that the caller was told are saved. So a card that might not find
-// room any more is refused before it comes to that, and the batch can still be ended.
+// A full disk rolls back the whole batch, including cards that were reported as saved. So a card for which there may be no room is refused
+// in advance, and the batch can still be committed.
 void CardFile::requireSpace(const Open& record) const
 {
     std::uintmax_t needed = reservedBytes;
@@ -435,7 +437,7 @@ void CardFile::remove(const std::string& id)
         deleteCard_.bind(1, card.id).bind(2, card.modified).run();
         if (database_->changes() == 0 && isInFile(card)) throw overtaken(card.id, Step::Delete);
     });
-    // The last card takes the place of the one that is gone.
+    // Moves the last card to the free position.
     const std::size_t at = byId_.at(folded(id));
     byId_.erase(folded(id));
     if (at + 1 != cards_.size()) {

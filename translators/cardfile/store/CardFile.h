@@ -1,8 +1,9 @@
-// The host's card file: contacts in one SQLite file, which only make() makes. A card is a row of its own with its dates, and one row for
-// each field that is not empty. Identifiers are GUIDs and are found whatever their case; a card's date moves with every change and
-// never back. A batch is one transaction. Cards are listed once, when the file is opened; a card that another program changed since
-// then is not written over. A file that cannot be written is read without locks and leaves nothing beside it; once another program
-// changed it, no further card is read.
+// The host's card file: contacts in one SQLite file, which only make() creates.
+// - A card has a row with its dates, and a row for each field that is not empty. Identifiers are GUIDs, case-insensitive. Each change of a
+//   card increases its date.
+// - A batch is one transaction.
+// - Cards are listed when the file is opened. A card that another program changed since then is not overwritten.
+// - A read-only file is read without locks, and no files are created beside it. If another program changes it meanwhile, reading fails.
 #pragma once
 #include "CategoryStore.h"
 #include "Database.h"
@@ -15,14 +16,14 @@
 
 namespace mb::cardfile {
 
-// Bytes that are free on the disk of the card file.
+// Returns the free space on the disk of the card file, in bytes.
 using FreeSpace = std::function<std::uintmax_t()>;
 
 class CardFile final : public plugin::RecordStore {
 public:
-    // Makes a card file of no cards where there is no file or an empty one; leaves a card file as it is. Throws as the constructor.
+    // Creates a card file without cards if the file is missing or empty; keeps an existing card file. Throws like the constructor.
     static void make(const std::string& path);
-    // Throws a StoreError that names the file if it is missing, is no card file, is of a later version, or cannot be opened.
+    // Throws a StoreError that names the file if it is missing, is not a card file, has a later version, or cannot be opened.
     CardFile(const std::string& path, plugin::Report report, FreeSpace freeSpace = {});
     ~CardFile() override;
 
@@ -40,7 +41,7 @@ public:
     std::string beginAdd() override;
     void beginEdit(const std::string& id) override;
     void write(const std::string& id, int type, std::u16string_view text) override;
-    // A save that changes no value leaves card and date as they are.
+    // A save that changes no value keeps the card's date.
     std::string save(const std::string& id) override;
     void remove(const std::string& id) override;
     void close() override;
@@ -48,7 +49,7 @@ public:
     [[nodiscard]] std::uint64_t imageSize(const std::string& id, int type) override;
     void writeImage(const std::string& id, int type, std::string_view bytes) override;
 
-    // The categories that were kept, and those that cards bear.
+    // Returns the kept categories and those of the cards.
     [[nodiscard]] plugin::Names categories();
     void keepCategories(const plugin::Names& names);
 
@@ -63,10 +64,10 @@ private:
         std::int64_t key = 0, modified = 0; // of the row
         bool isNew = false;
         Fields fields, changes;
-        std::map<int, std::string> images; // those that are to be changed
+        std::map<int, std::string> images; // pictures to be changed
     };
 
-    // What tells one state of a file from another.
+    // A file counts as unchanged while its state is equal.
     struct FileState {
         std::uintmax_t size = 0;
         std::filesystem::file_time_type changed;
@@ -95,9 +96,9 @@ private:
     [[nodiscard]] plugin::StoreError overtaken(const std::string& id, plugin::Step step) const;
     [[nodiscard]] plugin::StoreError lostBatch(plugin::Step step) const;
     void requireInPlace(plugin::Step step) const;
-    // Runs work whose failure in SQLite is the step's.
+    // Runs work; a DatabaseError becomes a StoreError of the step.
     template <class F> auto guarded(plugin::Step step, F&& work) const;
-    // Runs one change whole or not at all, in a transaction of its own where no batch is open.
+    // Runs a change as a whole or not at all: in a savepoint of the batch, or in its own transaction.
     template <class F> void change(plugin::Step step, F&& work);
 
     std::string path_;
@@ -107,7 +108,7 @@ private:
     std::optional<FileState> snapshot_; // the state of a file that is read without locks
     Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_, readImage_, measureImage_, putImage_, dropImage_;
     std::vector<Card> cards_;
-    std::unordered_map<std::string, std::size_t> byId_; // folded identifier to position
+    std::unordered_map<std::string, std::size_t> byId_; // position in cards_ by folded identifier
     std::optional<Open> reading_, writing_;
     std::optional<Transaction> batch_;
 };
@@ -117,7 +118,7 @@ template <class F> auto CardFile::guarded(plugin::Step step, F&& work) const
     try {
         return work();
     } catch (const DatabaseError& e) {
-        requireSnapshot(step); // what was changed in the middle may look damaged
+        requireSnapshot(step); // a change during the reading may look like damage
         throw failed(e, step);
     }
 }

@@ -1,4 +1,4 @@
-// The pictures of the cards, and the list of categories. A picture's bytes are read only where they are asked for.
+// The pictures of the cards, and the category list. The bytes of a picture are read only on request.
 #include "CardFile.h"
 
 #include "interfaces.h"

@@ -10,7 +10,7 @@ constexpr int busyMilliseconds = 5000;
     throw DatabaseError(code, database ? sqlite3_errmsg(database) : sqlite3_errstr(code));
 }
 
-// A path as SQLite reads it in a URI.
+// Escapes a path for a URI of SQLite.
 std::string uriOf(const std::string& path)
 {
     std::string uri = "file:";
@@ -111,7 +111,7 @@ Database::Database(const std::string& path, Access access)
     if (code != SQLITE_OK) fail(opened, code);
     sqlite3_busy_timeout(opened, busyMilliseconds);
     sqlite3_extended_result_codes(opened, 1);
-    // A card file may come from anyone: what was put into its schema is not run.
+    // A card file may come from anyone: triggers, views and functions in its schema must not run.
     for (const int trust : {SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA})
         sqlite3_db_config(opened, trust, 0, nullptr);
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
@@ -149,10 +149,10 @@ Transaction::Transaction(Database& database) : database_(database), inner_(datab
 
 Transaction::~Transaction()
 {
-    if (!open_ || !database_.inTransaction()) return; // SQLite itself undoes the whole when the disk fails it
+    if (!open_ || !database_.inTransaction()) return; // SQLite rolls back itself if the disk fails
     try {
         database_.execute(inner_ ? "ROLLBACK TO change; RELEASE change" : "ROLLBACK");
-    } catch (const DatabaseError&) { // undone at the latest when the connection closes
+    } catch (const DatabaseError&) { // rolled back at the latest when the connection closes
     }
 }
 

@@ -1,4 +1,4 @@
-// SQLite as this plug-in uses it: a connection, prepared statements that are kept, transactions, and errors as texts.
+// A thin wrapper of SQLite: connection, prepared statements, transactions, and errors as exceptions.
 #pragma once
 #include <cstdint>
 #include <memory>
@@ -9,7 +9,7 @@
 
 namespace mb::cardfile {
 
-// What SQLite says went wrong.
+// An error that SQLite reported.
 class DatabaseError : public std::runtime_error {
 public:
     DatabaseError(int code, const std::string& text) : std::runtime_error(text), code_(code) {}
@@ -19,7 +19,7 @@ private:
     int code_;
 };
 
-// A prepared statement; bound, stepped and reset again and again.
+// A prepared statement, to be bound and stepped repeatedly.
 class Statement {
 public:
     Statement() noexcept = default;
@@ -27,7 +27,7 @@ public:
     Statement& bind(int index, std::string_view text);
     Statement& bind(int index, std::int64_t number);
     Statement& bindBytes(int index, std::string_view bytes);
-    // True while there is a row; a statement that is done is ready to be bound anew.
+    // Returns true while there is a row. After the last row the statement is reset and can be bound again.
     bool step();
     void run();
     void reset() noexcept;
@@ -45,9 +45,9 @@ private:
 };
 
 enum class Access {
-    Create,   // reads and writes; a missing file is made
-    Existing, // reads and writes, or only reads where the file cannot be written
-    Snapshot, // reads without locks and without the files that SQLite keeps beside a database: the file must not change meanwhile
+    Create,   // reads and writes; creates a missing file
+    Existing, // reads and writes, or only reads if the file is read-only
+    Snapshot, // reads without locks and without the files that SQLite creates beside a database; the file must not change meanwhile
 };
 
 class Database {
@@ -57,10 +57,10 @@ public:
     [[nodiscard]] Statement prepare(const char* sql) { return {database_.get(), sql}; }
     [[nodiscard]] std::int64_t number(const char* sql);
     [[nodiscard]] std::string text(const char* sql);
-    // Rows that the last statement changed.
+    // Returns the number of rows that the last statement changed.
     [[nodiscard]] std::int64_t changes() const noexcept { return sqlite3_changes(database_.get()); }
     [[nodiscard]] bool readOnly() const noexcept { return sqlite3_db_readonly(database_.get(), "main") == 1; }
-    // Whether the path leads to another file by now, or to none; the connection stays with the file that it opened.
+    // Returns whether the path now leads to another file or to none; the connection stays with the file that it opened.
     [[nodiscard]] bool hasMoved() const noexcept;
     [[nodiscard]] bool inTransaction() const noexcept { return sqlite3_get_autocommit(database_.get()) == 0; }
 
@@ -71,7 +71,7 @@ private:
     std::unique_ptr<sqlite3, Close> database_;
 };
 
-// Resets a statement whose rows are read, however the reading ends.
+// Steps through the rows of a statement, and resets it at the end of the scope.
 class Rows {
 public:
     explicit Rows(Statement& statement) noexcept : statement_(statement) {}
@@ -84,10 +84,10 @@ private:
     Statement& statement_;
 };
 
-// A transaction that may write, or inside of one a savepoint; undone if it is not committed.
+// A write transaction, or a savepoint inside of one; rolled back unless committed.
 class Transaction {
 public:
-    // Fails where the file cannot be written, before anything is tried.
+    // Throws at once if the file is read-only.
     explicit Transaction(Database& database);
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;

@@ -9,14 +9,15 @@ namespace {
 
 constexpr std::int64_t applicationId = 0x4D424331; // marks the file as a card file
 
-// The step at index n brings a file of version n to version n + 1. Keys are never given twice: a row of a card that is gone can not
-// come to belong to another.
+// steps[n] upgrades a file from version n to n + 1. AUTOINCREMENT keys are never reused, so a row of a deleted card cannot come to belong
+// to another card.
 constexpr const char* steps[] = {
     "CREATE TABLE card (key INTEGER PRIMARY KEY AUTOINCREMENT, id TEXT NOT NULL UNIQUE COLLATE NOCASE,"
     " created INTEGER NOT NULL, modified INTEGER NOT NULL) STRICT;"
     "CREATE TABLE field (card INTEGER NOT NULL REFERENCES card (key) ON DELETE CASCADE, type INTEGER NOT NULL, value TEXT NOT NULL,"
     " PRIMARY KEY (card, type)) WITHOUT ROWID, STRICT;",
-    // Pictures stand apart, so that a walk over the fields never meets them; categories are looked for in a few rows of very many.
+    // Pictures have their own table, so that reading the fields never loads them. Categories have an index,
+    // because they are few among the fields.
     "CREATE TABLE image (card INTEGER NOT NULL REFERENCES card (key) ON DELETE CASCADE, type INTEGER NOT NULL, bytes BLOB NOT NULL,"
     " PRIMARY KEY (card, type)) STRICT;"
     "CREATE TABLE category (name TEXT PRIMARY KEY) STRICT;"
@@ -33,7 +34,7 @@ FileKind kindOf(Database& database)
     return version > presentVersion ? FileKind::Later : FileKind::Card;
 }
 
-// The same, looked at in one moment: another program may be making the file.
+// Reads the kind in one transaction, because another program may be creating the file.
 FileKind kindNow(Database& database)
 {
     database.execute("BEGIN");
@@ -42,7 +43,7 @@ FileKind kindNow(Database& database)
     return kind;
 }
 
-// Of two programs that open a new file at the same moment one is told at once that it is busy, without the wait that all other work has.
+// If two programs open a new file at the same moment, SQLite reports "busy" to one of them at once, without its usual wait.
 void useWriteAheadLog(Database& database)
 {
     using namespace std::chrono_literals;
@@ -60,7 +61,7 @@ void bringUpToDate(Database& database)
 {
     Transaction transaction(database);
     const FileKind kind = kindOf(database);
-    if (kind != FileKind::Card && kind != FileKind::Blank) return; // another program was quicker; the next look tells
+    if (kind != FileKind::Card && kind != FileKind::Blank) return; // another program was faster; kindNow() will tell
     for (std::int64_t version = database.number("PRAGMA user_version"); version < presentVersion; ++version)
         database.execute(steps[version]);
     database.execute(("PRAGMA application_id = " + std::to_string(applicationId)).c_str());

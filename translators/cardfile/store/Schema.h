@@ -1,4 +1,4 @@
-// The tables of a card file, made on request and brought up to date by one step a version.
+// The tables of a card file, created on request and upgraded one version at a time.
 #pragma once
 #include "Database.h"
 
@@ -6,9 +6,9 @@ namespace mb::cardfile {
 
 enum class FileKind { Card, Blank, Foreign, Later };
 
-// Brings an older card file up to the present version; leaves any other file as it is.
+// Upgrades an older card file; leaves any other file unchanged. Returns the kind of the file.
 [[nodiscard]] FileKind prepareFile(Database& database);
-// Makes an empty file a card file, too.
+// As prepareFile(), but also turns an empty file into a card file.
 [[nodiscard]] FileKind makeFile(Database& database);
 
 } // namespace mb::cardfile

@@ -1,4 +1,4 @@
-// What a card file holds, and when.
+// What a card file contains, and when.
 #include "Support.h"
 
 #include "text.h"
@@ -10,7 +10,7 @@ namespace {
 
 using plugin::Step;
 
-TEST_F(CardFileTest, IsMadeOnlyOnRequest)
+TEST_F(CardFileTest, IsCreatedOnlyOnRequest)
 {
     ASSERT_TRUE(fs::remove(file));
     EXPECT_NE(failureOf(Step::Open, [&] { (void)open(); }).find(file.string() + "\" is missing"), std::string::npos);
@@ -21,7 +21,7 @@ TEST_F(CardFileTest, IsMadeOnlyOnRequest)
     EXPECT_EQ(open()->count(), 0u);
 }
 
-TEST_F(CardFileTest, MakingOneThatIsThereKeepsItsCards)
+TEST_F(CardFileTest, CreatingAnExistingFileKeepsItsCards)
 {
     const std::string id = addCard(*open(), u"Lovelace");
     CardFile::make(file.string());
@@ -37,7 +37,7 @@ TEST_F(CardFileTest, IsForItsOwnerAlone)
         EXPECT_EQ(entry.status().permissions(), fs::perms::owner_read | fs::perms::owner_write) << entry.path();
 }
 
-// A file of no bytes was made by hand or cut off. Nobody said that it is to hold no cards.
+// A file without bytes was created by hand or truncated. It must not count as a store without cards.
 TEST_F(CardFileTest, AnEmptyFileBecomesACardFileOnlyOnRequest)
 {
     std::ofstream(file, std::ios::trunc).close();
@@ -48,7 +48,7 @@ TEST_F(CardFileTest, AnEmptyFileBecomesACardFileOnlyOnRequest)
     EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
 }
 
-TEST_F(CardFileTest, LeavesOnlyTheFileItself)
+TEST_F(CardFileTest, LeavesNoOtherFileBehind)
 {
     addCard(*open(), u"Lovelace");
     std::set<fs::path> left;
@@ -56,7 +56,7 @@ TEST_F(CardFileTest, LeavesOnlyTheFileItself)
     EXPECT_EQ(left, std::set<fs::path>{file});
 }
 
-TEST_F(CardFileTest, ANameThatSqliteTakesSpeciallyIsAFileAsAnyOther)
+TEST_F(CardFileTest, ANameThatIsSpecialToSqliteIsAnOrdinaryFile)
 {
     const fs::path before = fs::current_path();
     fs::current_path(folder);
@@ -106,7 +106,7 @@ TEST_F(CardFileTest, HoldsValuesOfAllAlphabetsAndLengths)
     for (std::size_t i = 0; i < ids.size(); ++i) EXPECT_EQ(readValue(*cards, ids[i], ftNotes), values[i]) << i;
 }
 
-TEST_F(CardFileTest, HalfACharacterBecomesTheReplacementCharacter)
+TEST_F(CardFileTest, AnUnpairedSurrogateBecomesTheReplacementCharacter)
 {
     const auto cards = open();
     const std::string id = addCard(*cards, std::u16string{u'a', 0xD83D, u'b'}, std::u16string{0xDE00, u'c', 0xD83D});
@@ -114,7 +114,7 @@ TEST_F(CardFileTest, HalfACharacterBecomesTheReplacementCharacter)
     EXPECT_EQ(readValue(*cards, id, ftNotes), u"\uFFFDc\uFFFD");
 }
 
-TEST_F(CardFileTest, EveryFieldIsItsOwn)
+TEST_F(CardFileTest, EveryFieldIsStoredSeparately)
 {
     const auto cards = open();
     const std::string id = cards->beginAdd();
@@ -137,7 +137,7 @@ TEST_F(CardFileTest, AnEmptyValueClearsTheFieldAndTakesNoRow)
     EXPECT_EQ(sqlText("SELECT count(*) FROM field"), "1");
 }
 
-TEST_F(CardFileTest, IdentifiersAreGuidsAndFoundInAnyCase)
+TEST_F(CardFileTest, IdentifiersAreGuidsAndCaseInsensitive)
 {
     const auto cards = open();
     const std::string id = addCard(*cards, u"Lovelace");
@@ -151,12 +151,12 @@ TEST_F(CardFileTest, IdentifiersAreGuidsAndFoundInAnyCase)
     EXPECT_EQ(readValue(*cards, lower, ftLastName), u"Lovelace");
     cards->beginEdit(lower);
     cards->write(id, ftTitle, u"Countess");
-    EXPECT_EQ(cards->save(lower), id) << "the identifier as it was given out";
+    EXPECT_EQ(cards->save(lower), id) << "the case of the identifier is kept";
     cards->remove(lower);
     EXPECT_FALSE(cards->exists(id));
 }
 
-TEST_F(CardFileTest, EveryChangeMovesTheDateOn)
+TEST_F(CardFileTest, EveryChangeIncreasesTheDate)
 {
     const auto cards = open();
     const std::string id = addCard(*cards, u"0");
@@ -168,7 +168,7 @@ TEST_F(CardFileTest, EveryChangeMovesTheDateOn)
         cards->beginEdit(id);
         cards->write(id, ftLastName, platform::utf16(std::to_string(i)));
         cards->save(id);
-        // Days as a double, as the interface gives them.
+        // The interface reports days as a double.
         EXPECT_LT(25'569 + static_cast<double>(before) / 86'400e9, 25'569 + static_cast<double>(cards->modified(id)) / 86'400e9);
         before = cards->modified(id);
     }
@@ -178,10 +178,10 @@ TEST_F(CardFileTest, EveryChangeMovesTheDateOn)
     EXPECT_EQ(open()->created(id), made);
 }
 
-TEST_F(CardFileTest, TheDateGoesOnWhenTheClockIsSetBack)
+TEST_F(CardFileTest, TheDateIncreasesEvenIfTheClockIsSetBack)
 {
     const std::string id = addCard(*open(), u"Lovelace");
-    sql("UPDATE card SET modified = 9000000000000000000"); // in the year 2255
+    sql("UPDATE card SET modified = 9000000000000000000"); // the year 2255
     const auto cards = open();
     cards->beginEdit(id);
     cards->write(id, ftTitle, u"Countess");
@@ -202,7 +202,7 @@ TEST_F(CardFileTest, ASaveThatChangesNothingLeavesTheDate)
     EXPECT_EQ(cards->modified(id), before);
 }
 
-TEST_F(CardFileTest, ListsCardsInTheOrderInWhichTheyWereMade)
+TEST_F(CardFileTest, ListsCardsInTheOrderOfTheirCreation)
 {
     std::vector<std::string> ids;
     {
@@ -229,7 +229,7 @@ TEST_F(CardFileTest, ADeletedCardLeavesNoFieldAndTheOthersStay)
     EXPECT_NE(failureOf(Step::Delete, [&] { cards->remove(ids[0]); }).find(ids[0]), std::string::npos);
 }
 
-TEST_F(CardFileTest, ABatchShowsToOthersWhenItEnds)
+TEST_F(CardFileTest, ABatchIsVisibleToOthersWhenItEnds)
 {
     const auto cards = open();
     cards->beginBatch();
@@ -262,8 +262,8 @@ TEST_F(CardFileTest, AnAbortedBatchLeavesEverythingAsItWas)
     }
 }
 
-// The caller that never came to the end of its batch has noted each saved card as being there.
-TEST_F(CardFileTest, WhatWasSavedInABatchThatIsNeverEndedIsKept)
+// The caller has recorded each saved card as existing, even if it never ended its batch.
+TEST_F(CardFileTest, SavedCardsOfABatchThatIsNeverEndedAreKept)
 {
     std::string closed, dropped, unsaved;
     {
@@ -291,7 +291,7 @@ TEST_F(CardFileTest, ACrashInABatchLosesTheBatchAndNothingElse)
     EXPECT_FALSE(start([&]() -> bool {
         const auto cards = open();
         cards->beginBatch();
-        for (int i = 0; i < 2000; ++i) addCard(*cards, u"lost", std::u16string(2000, u'x')); // more than stays in memory
+        for (int i = 0; i < 2000; ++i) addCard(*cards, u"lost", std::u16string(2000, u'x')); // more than the cache holds
         _exit(7);
     })());
     const auto cards = open();
@@ -299,7 +299,7 @@ TEST_F(CardFileTest, ACrashInABatchLosesTheBatchAndNothingElse)
     EXPECT_EQ(readValue(*cards, before, ftLastName), u"before");
 }
 
-TEST_F(CardFileTest, BatchesDoNotNestAndEndingNoneIsNoFailure)
+TEST_F(CardFileTest, BatchesDoNotNestAndEndingNoBatchIsNoFailure)
 {
     const auto cards = open();
     cards->endBatch(false);

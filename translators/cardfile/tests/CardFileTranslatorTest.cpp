@@ -1,4 +1,4 @@
-// The plug-in as the engine loads it: by its library and its class object, and through its interfaces only.
+// The plug-in as the engine loads it: by library and class object, used only through its interfaces.
 #include "PluginTest.h"
 #include "registry.h"
 #include "Support.h"
@@ -126,7 +126,7 @@ TEST_F(CardFileTranslatorTest, NamesAndCapabilities)
     EXPECT_EQ(available, VARIANT_TRUE);
 }
 
-TEST_F(CardFileTranslatorTest, EveryFieldGoesThereAndBack)
+TEST_F(CardFileTranslatorTest, EveryFieldIsReadBackAsWritten)
 {
     ASSERT_EQ(initialize(), S_OK) << lastError();
     std::map<LONG, std::u16string> values;
@@ -146,7 +146,7 @@ TEST_F(CardFileTranslatorTest, EveryFieldGoesThereAndBack)
     EXPECT_EQ(translator->EndReadRecord(id.get()), S_OK);
 }
 
-TEST_F(CardFileTranslatorTest, ValuesOfOtherKindsAreTaken)
+TEST_F(CardFileTranslatorTest, ValuesOfOtherTypesAreConverted)
 {
     ASSERT_EQ(initialize(), S_OK);
     const Bstr id = add({{ftTitle, u"x"}, {ftNotes, u"y"}});
@@ -170,7 +170,7 @@ TEST_F(CardFileTranslatorTest, ValuesOfOtherKindsAreTaken)
     EXPECT_EQ(read(id, ftNotes), u"");
 }
 
-TEST_F(CardFileTranslatorTest, TheOrderOfARunAddsEditsAndDeletes)
+TEST_F(CardFileTranslatorTest, TheCallsOfARunAddEditAndDelete)
 {
     ASSERT_EQ(initialize(), S_OK);
     const Bstr old = add({{ftLastName, u"Hopper"}}), gone = add({{ftLastName, u"Gone"}});
@@ -198,7 +198,7 @@ TEST_F(CardFileTranslatorTest, TheOrderOfARunAddsEditsAndDeletes)
 
     reopen();
     EXPECT_EQ(count(), 2);
-    EXPECT_EQ(modified(old), after) << "what the history was told holds in the next run, to the last bit";
+    EXPECT_EQ(modified(old), after) << "the date is the same in the next run, to the last bit";
     EXPECT_EQ(read(old, ftLastName), u"Hopper");
     EXPECT_EQ(translator->FindRecord(gone.get()), failure(0x80040207));
     DATE created = 0;
@@ -362,10 +362,10 @@ TEST_F(CardFileTranslatorTest, OnlyASetUpMakesTheFile)
     const Bstr id = add({{ftLastName, u"Lovelace"}});
     reopen();
     EXPECT_EQ(translator->Initialize(services.get(), nullptr, VARIANT_TRUE), S_OK) << lastError();
-    EXPECT_EQ(read(id, ftLastName), u"Lovelace") << "a second set-up keeps what is there";
+    EXPECT_EQ(read(id, ftLastName), u"Lovelace") << "a second set-up keeps the cards";
 }
 
-TEST_F(CardFileTranslatorTest, AFileThatIsNoCardFileFailsTheStartWithAText)
+TEST_F(CardFileTranslatorTest, AFileThatIsNotACardFileFailsInitializeWithAMessage)
 {
     std::ofstream(file) << "BEGIN:VCARD\nEND:VCARD\n" << std::string(2000, ' ');
     EXPECT_EQ(initialize(), failure(0x80040202));
@@ -398,7 +398,7 @@ TEST_F(CardFileTranslatorTest, TheDatabaseIsKeptInTheServices)
     EXPECT_EQ(translator->GetSyncParams(services.get(), database.put(), description.put()), S_OK);
     EXPECT_EQ(database.view(), (fs::current_path() / "relative").u16string());
     EXPECT_EQ(description.view(), u"Mirabook 6.0.4 or later");
-    EXPECT_FALSE(fs::exists("relative")) << "setting a database makes none";
+    EXPECT_FALSE(fs::exists("relative")) << "setting a database does not create it";
     services->values.clear();
     EXPECT_EQ(translator->GetSyncParams(services.get(), database.put(), description.put()), S_OK);
     EXPECT_TRUE(database.empty());
@@ -456,7 +456,7 @@ TEST_F(CardFileTranslatorTest, RegistersItsClassAndCategoryAndLeavesNothing)
         EXPECT_TRUE(platform::RegistryKey::open(platform::Root::ClassesRoot,
                                                 key + u"\\Implemented Categories\\{DCCCC8B9-C75D-44A2-9D89-9E7C78169C12}"));
     }
-    EXPECT_EQ(call("DllRegisterServer"), S_OK) << "twice is as good as once";
+    EXPECT_EQ(call("DllRegisterServer"), S_OK) << "registering twice is allowed";
     EXPECT_EQ(call("DllUnregisterServer"), S_OK);
     for (const std::u16string& name :
          {key, std::u16string(u"MBCardFile.CardFileTranslator"), std::u16string(u"MBCardFile.CardFileTranslator.1")})

@@ -1,4 +1,4 @@
-// A card file whose disk, folder, neighbours or content are not as they should be.
+// Card files with trouble: full disks, missing permissions, other programs, damaged content.
 #include "Support.h"
 
 #include <csignal>
@@ -11,7 +11,7 @@ namespace {
 
 using plugin::Step;
 
-// Rights hold for all but the superuser; a plain user has none to drop.
+// Permissions do not bind root; another user has no rights to drop.
 bool dropRights() { return geteuid() != 0 || seteuid(65534) == 0; }
 
 class CardFileTroubleTest : public CardFileTest {
@@ -46,12 +46,12 @@ private:
     }
 };
 
-TEST_F(CardFileTroubleTest, AFileOfAnotherKindIsRefusedAndKeepsItsBytes)
+TEST_F(CardFileTroubleTest, AFileThatIsNotACardFileIsRefusedAndKeepsItsBytes)
 {
     for (const std::string& content : {std::string("BEGIN:VCARD\r\nVERSION:3.0\r\nEND:VCARD\r\n"), std::string(100'000, '\0'),
                                        std::string("SQLite format 3\0 and then nonsense", 34)}) {
         put(content);
-        EXPECT_NE(openFailure().find("is no card file, or is damaged"), std::string::npos);
+        EXPECT_NE(openFailure().find("is not a card file, or is damaged"), std::string::npos);
         EXPECT_EQ(bytes(), content);
     }
 }
@@ -61,12 +61,12 @@ TEST_F(CardFileTroubleTest, ADatabaseOfAnotherProgramIsRefusedAndKeepsItsBytes)
     fs::remove(file);
     sql("CREATE TABLE theirs (a); INSERT INTO theirs VALUES (1)");
     std::string before = bytes();
-    EXPECT_NE(openFailure().find("is a database, but no card file"), std::string::npos);
+    EXPECT_NE(openFailure().find("is a database, but not a card file"), std::string::npos);
     EXPECT_EQ(bytes(), before);
     fs::remove(file);
     sql("PRAGMA application_id = 77");
     before = bytes();
-    EXPECT_NE(openFailure().find("is a database, but no card file"), std::string::npos);
+    EXPECT_NE(openFailure().find("is a database, but not a card file"), std::string::npos);
     EXPECT_EQ(bytes(), before);
 }
 
@@ -83,7 +83,7 @@ TEST_F(CardFileTroubleTest, AFileOfALaterVersionIsRefusedAndKeepsItsBytes)
     EXPECT_EQ(sqlText("SELECT count(*) FROM card"), "1");
 }
 
-// What is written then is lost to whoever opens the path next.
+// What is written to a replaced file is lost: the path leads to another file.
 TEST_F(CardFileTroubleTest, AFileThatIsReplacedOrDeletedWhileItIsOpenFailsTheBatchAndTheSave)
 {
     addCard(*open(), u"Lovelace");
@@ -101,14 +101,14 @@ TEST_F(CardFileTroubleTest, AFileThatIsReplacedOrDeletedWhileItIsOpenFailsTheBat
             const std::string message = batch ? failureOf(Step::Update, [&] { cards->endBatch(false); })
                                               : failureOf(Step::Save, [&] { addCard(*cards, u"Hopper"); });
             EXPECT_NE(message.find(file.string()), std::string::npos) << message;
-            EXPECT_EQ(cards->count(), 1u) << "nothing of it was kept";
+            EXPECT_EQ(cards->count(), 1u) << "the failed save kept nothing";
             for (const char* part : {"", "-wal", "-shm"}) fs::remove(file.string() + part);
             fs::copy_file(backup, file);
         }
 }
 
-// A later version may store its journal otherwise, too.
-TEST_F(CardFileTroubleTest, ALaterFileInAnotherJournalModeKeepsIt)
+// A later version may also use another journal mode.
+TEST_F(CardFileTroubleTest, AFileOfALaterVersionKeepsItsJournalMode)
 {
     addCard(*open(), u"Lovelace");
     sql("PRAGMA journal_mode = DELETE; PRAGMA user_version = 5");
@@ -125,7 +125,7 @@ TEST_F(CardFileTroubleTest, ACardFileWithoutItsTablesIsRefused)
     EXPECT_NE(openFailure().find("no such table"), std::string::npos);
 }
 
-TEST_F(CardFileTroubleTest, WhatAStrangerPutIntoTheSchemaIsNotRun)
+TEST_F(CardFileTroubleTest, ATriggerInTheSchemaIsNotRun)
 {
     const std::string kept = addCard(*open(), u"Kept"), changed = addCard(*open(), u"Lovelace");
     sqlite3* database = nullptr;
@@ -153,7 +153,7 @@ TEST_F(CardFileTroubleTest, AViewInPlaceOfATableIsRefused)
     EXPECT_NE(openFailure().find(file.string()), std::string::npos);
 }
 
-TEST_F(CardFileTroubleTest, AnyCutOfACardFileIsReadOrRefused)
+TEST_F(CardFileTroubleTest, ATruncatedCardFileIsReadOrRefused)
 {
     std::string id;
     {
@@ -177,7 +177,7 @@ TEST_F(CardFileTroubleTest, AnyCutOfACardFileIsReadOrRefused)
     EXPECT_GT(refused, 30u);
 }
 
-TEST_F(CardFileTroubleTest, AMissingFolderAndAFolderInPlaceOfTheFileAreSaidClearly)
+TEST_F(CardFileTroubleTest, AMissingFolderAndAFolderInPlaceOfTheFileAreReportedClearly)
 {
     file = folder / "none" / "cards";
     EXPECT_NE(openFailure().find("is missing, and so is its folder"), std::string::npos);
@@ -188,17 +188,17 @@ TEST_F(CardFileTroubleTest, AMissingFolderAndAFolderInPlaceOfTheFileAreSaidClear
     EXPECT_NE(makeFailure().find("cannot be opened"), std::string::npos);
 }
 
-TEST_F(CardFileTroubleTest, NoNameAndADamagedNameAreSaidClearly)
+TEST_F(CardFileTroubleTest, AnEmptyNameAndADamagedNameAreReportedClearly)
 {
     EXPECT_NE(failureOf(Step::Open, [] { CardFile("", nullptr); }).find("No card file is chosen"), std::string::npos);
     const std::string damaged = file.string() + std::string("\0.txt", 5);
     EXPECT_NE(failureOf(Step::Open, [&] { CardFile(damaged, nullptr); }).find("name"), std::string::npos);
     fs::remove(file);
     EXPECT_NE(failureOf(Step::Open, [&] { CardFile::make(damaged); }).find("name"), std::string::npos);
-    EXPECT_FALSE(fs::exists(file)) << "the part in front of the damage is another file";
+    EXPECT_FALSE(fs::exists(file)) << "the name up to the NUL character is another file";
 }
 
-TEST_F(CardFileTroubleTest, AFolderThatMayNotBeWrittenIsSaidClearly)
+TEST_F(CardFileTroubleTest, AReadOnlyFolderIsReportedClearly)
 {
     const std::string id = addCard(*open(), u"Lovelace");
     fs::permissions(file, static_cast<fs::perms>(0666));
@@ -214,7 +214,7 @@ TEST_F(CardFileTroubleTest, AFolderThatMayNotBeWrittenIsSaidClearly)
     EXPECT_EQ(readValue(*open(), id, ftLastName), u"Lovelace");
 }
 
-TEST_F(CardFileTroubleTest, AFileThatMayNotBeWrittenIsReadAndNotChanged)
+TEST_F(CardFileTroubleTest, AReadOnlyFileIsReadAndNotChanged)
 {
     const std::string id = addCard(*open(), u"Lovelace");
     const std::set<std::string> before = namesInFolder();
@@ -260,7 +260,7 @@ TEST_F(CardFileTroubleTest, AFileThatWasReadOnlyForAWhileCanBeWrittenAgain)
     EXPECT_EQ(readValue(*open(), id, ftLastName), u"King");
 }
 
-// A file that is read without a lock is read as it was when it was opened, or not at all.
+// A file that is read without locks is read in the state in which it was opened, or not at all.
 TEST_F(CardFileTroubleTest, AReadOnlyFileThatAnotherProgramChangesMeanwhileIsNotReadOn)
 {
     const std::string id = addCard(*open(), u"Lovelace");
@@ -278,7 +278,7 @@ TEST_F(CardFileTroubleTest, AReadOnlyFileThatAnotherProgramChangesMeanwhileIsNot
         return true;
     });
     ASSERT_EQ(read(toParent[0], &byte, 1), 1);
-    fs::permissions(file, static_cast<fs::perms>(0644)); // a plain user has to, before it may write
+    fs::permissions(file, static_cast<fs::perms>(0644)); // without this, a user who is not root could not write
     addCard(*open(), u"Hopper", std::u16string(10'000, u'x'));
     fs::permissions(file, static_cast<fs::perms>(0444));
     ASSERT_EQ(write(toChild[1], &byte, 1), 1);
@@ -286,7 +286,7 @@ TEST_F(CardFileTroubleTest, AReadOnlyFileThatAnotherProgramChangesMeanwhileIsNot
     for (const int end : {toParent[0], toParent[1], toChild[0], toChild[1]}) close(end);
 }
 
-TEST_F(CardFileTroubleTest, ChangesThatAKilledProgramLeftAreReadOrRefusedButNeverPassedOver)
+TEST_F(CardFileTroubleTest, ChangesThatAKilledProgramLeftAreReadOrRefusedButNeverIgnored)
 {
     std::string id;
     std::string log;
@@ -308,7 +308,7 @@ TEST_F(CardFileTroubleTest, ChangesThatAKilledProgramLeftAreReadOrRefusedButNeve
     EXPECT_FALSE(fs::exists(file.string() + "-shm"));
 }
 
-TEST_F(CardFileTroubleTest, ADiskThatFillsUpLosesTheBatchAndSaysSo)
+TEST_F(CardFileTroubleTest, ADiskThatFillsUpLosesTheBatchAndReportsIt)
 {
     const std::string id = addCard(*open(), u"Lovelace");
     EXPECT_TRUE(start([&] {
@@ -325,7 +325,7 @@ TEST_F(CardFileTroubleTest, ADiskThatFillsUpLosesTheBatchAndSaysSo)
             failed = e.what();
         }
         EXPECT_NE(failed.find(file.string()), std::string::npos) << failed;
-        EXPECT_EQ(cards->count(), 1u) << "the list tells what is in the file";
+        EXPECT_EQ(cards->count(), 1u) << "the list matches the file";
         EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace");
         EXPECT_NE(failureOf(Step::Save, [&] { addCard(*cards, u"late"); }).find("nothing of this batch was kept"), std::string::npos);
         EXPECT_NE(failureOf(Step::Update, [&] { cards->endBatch(false); }).find("nothing of this batch was kept"), std::string::npos);
@@ -335,7 +335,7 @@ TEST_F(CardFileTroubleTest, ADiskThatFillsUpLosesTheBatchAndSaysSo)
     EXPECT_EQ(open()->count(), 1u);
 }
 
-TEST_F(CardFileTroubleTest, ADiskThatIsFullWhenTheBatchEndsLosesTheBatchAndSaysSo)
+TEST_F(CardFileTroubleTest, ADiskThatIsFullWhenTheBatchEndsLosesTheBatchAndReportsIt)
 {
     const std::string id = addCard(*open(), u"Lovelace");
     EXPECT_TRUE(start([&] {
@@ -383,20 +383,20 @@ TEST_F(CardFileTroubleTest, AFullDiskAtCreationLeavesAFileThatCanBeMadeLater)
     EXPECT_EQ(open()->count(), 0u);
 }
 
-TEST_F(CardFileTroubleTest, AFileThatAnotherProgramIsWritingIsSaidToBeInUse)
+TEST_F(CardFileTroubleTest, AFileThatAnotherProgramIsWritingIsReportedAsInUse)
 {
     const auto cards = open();
     const std::string id = addCard(*cards, u"Lovelace");
     Database other(file.string());
     other.execute("BEGIN IMMEDIATE");
-    EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace") << "reading waits for nobody";
+    EXPECT_EQ(readValue(*cards, id, ftLastName), u"Lovelace") << "reading does not wait";
     EXPECT_NE(failureOf(Step::Update, [&] { cards->beginBatch(); }).find("in use by another program"), std::string::npos);
     other.execute("COMMIT");
     cards->beginBatch();
     cards->endBatch(false);
 }
 
-TEST_F(CardFileTroubleTest, ManyProcessesMayMakeTheFileAtOnce)
+TEST_F(CardFileTroubleTest, ManyProcessesCanCreateTheFileAtOnce)
 {
     fs::remove(file);
     std::vector<std::function<bool()>> children;
@@ -430,7 +430,7 @@ TEST_F(CardFileTroubleTest, TwoProcessesWriteBatchAfterBatch)
     EXPECT_EQ(sqlText("SELECT group_concat(n) FROM (SELECT count(*) AS n FROM field GROUP BY value)"), "200,200");
 }
 
-TEST_F(CardFileTroubleTest, ACardThatAnotherProgramChangedIsNotWrittenOver)
+TEST_F(CardFileTroubleTest, ACardThatAnotherProgramChangedIsNotOverwritten)
 {
     const auto mine = open();
     const std::string id = addCard(*mine, u"before"), open1 = addCard(*mine, u"open");
@@ -456,7 +456,7 @@ TEST_F(CardFileTroubleTest, ACardThatAnotherProgramChangedIsNotWrittenOver)
     EXPECT_EQ(readValue(*later, id, ftLastName), u"again");
 }
 
-TEST_F(CardFileTroubleTest, ACardThatAnotherProgramDeletedIsGoneAndNotEmpty)
+TEST_F(CardFileTroubleTest, ACardThatAnotherProgramDeletedIsMissingAndNotEmpty)
 {
     const auto mine = open();
     const std::string id = addCard(*mine, u"Lovelace"), deletedByBoth = addCard(*mine, u"x");

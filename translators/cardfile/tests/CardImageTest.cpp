@@ -25,7 +25,7 @@ protected:
 
 } // namespace
 
-TEST_F(CardImageTest, ThePictureACardHasAlreadyIsNoChange)
+TEST_F(CardImageTest, WritingThePresentPictureIsNoChange)
 {
     auto cards = open();
     const std::string id = addCard(*cards, u"Lovelace");
@@ -39,7 +39,7 @@ TEST_F(CardImageTest, ThePictureACardHasAlreadyIsNoChange)
     EXPECT_EQ(image(*cards, id, ftImage1), other);
 }
 
-TEST_F(CardImageTest, ADeletedCardTakesItsPicturesAlong)
+TEST_F(CardImageTest, DeletingACardDeletesItsPictures)
 {
     auto cards = open();
     const std::string id = addCard(*cards, u"Lovelace");

@@ -1,4 +1,4 @@
-// A folder of its own for each test, a card file in it, and work done in another process.
+// A folder for each test with a card file in it, and work in another process.
 #pragma once
 #include "CardFile.h"
 
@@ -25,7 +25,7 @@ protected:
     {
         return std::make_unique<CardFile>(file.string(), nullptr, std::move(space));
     }
-    // Runs SQL on the file behind the card file's back.
+    // Runs SQL on the file, bypassing CardFile.
     void sql(const char* text) const { Database(file.string()).execute(text); }
     [[nodiscard]] std::string sqlText(const char* text) const { return Database(file.string()).text(text); }
 
@@ -49,7 +49,7 @@ inline std::u16string readValue(CardFile& cards, const std::string& id, int type
     return value;
 }
 
-// The message of the StoreError that the work throws, which must be of this step.
+// Returns the message of the StoreError that the work throws. Expects the error to be of this step.
 inline std::string failureOf(plugin::Step step, const std::function<void()>& work)
 {
     try {
@@ -65,7 +65,8 @@ inline std::string failureOf(plugin::Step step, const std::function<void()>& wor
     return {};
 }
 
-// Starts the work in another process; the answer waits for it and tells whether it ended well. No file may be open in this process.
+// Starts the work in another process. The returned function waits for it and returns whether it succeeded. Requires: no file is open in
+// this process.
 inline std::function<bool()> start(const std::function<bool()>& work)
 {
     const pid_t child = fork();
