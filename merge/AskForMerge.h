@@ -1,4 +1,4 @@
-// How the user merges two versions of a contact: in the terminal, or in a window. The build chooses the one that is linked.
+// Asks the user to merge two versions of a contact, in the terminal or in a window: the build links one of the two.
 #pragma once
 #include "com.h"
 #include <string>
@@ -17,8 +17,8 @@ struct MergeQuestion {
     std::vector<MergeField> fields;
 };
 
-// Fills `merged` of every field: a field of two equal values keeps its value, each other one is asked about. False if the user gave up or
-// nobody answers; `merged` then means nothing.
+// Sets `merged` of every field: a field with two equal values keeps the value, the user is asked about the others. Returns false if the
+// user gave up or nobody can answer; `merged` is then undefined.
 bool AskForMerge(MergeQuestion& question);
 
 } // namespace mb::merge

@@ -5,7 +5,7 @@
 namespace mb::merge {
 namespace {
 
-// The merged text is parted by tabs, so a value holds none.
+// Tabs separate the merged fields, so a value must not contain any.
 std::u16string withoutTabs(std::u16string_view text)
 {
     std::u16string plain(text);

@@ -1,4 +1,4 @@
-// The merge component: it takes the fields of a contact with both values, asks the user, and tells what each field became.
+// The merge component receives both values of each field of a contact, asks the user, and returns the merged values.
 #pragma once
 #include "AskForMerge.h"
 #include "interfaces.h"
@@ -22,7 +22,7 @@ public:
 
 private:
     MergeQuestion question_;
-    std::u16string front_, back_; // pictures are not asked about: that of side 1 is kept, or else that of side 2
+    std::u16string front_, back_; // pictures are not asked about: the one of side 1 is kept, or else that of side 2
 };
 
 } // namespace mb::merge

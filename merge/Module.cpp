@@ -1,4 +1,4 @@
-// The plug-in's one class, found by its ProgID, and its four entry points.
+// The merge component's class, which the engine finds by its ProgID, and the entry points of its library.
 #include "host.h"
 #include "MergeComponent.h"
 #include "server_registration.h"

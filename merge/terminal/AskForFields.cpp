@@ -13,7 +13,7 @@ std::u16string digits(std::size_t number)
     return {text.begin(), text.end()};
 }
 
-// The lines that a value has by its own line breaks.
+// Splits a value at its line breaks.
 std::vector<std::u16string> linesOf(std::u16string_view text)
 {
     std::vector<std::u16string> lines{{}};
@@ -29,7 +29,7 @@ std::vector<std::u16string> linesOf(std::u16string_view text)
 
 std::u16string shownValue(const std::u16string& text) { return text.empty() ? std::u16string(u"(empty)") : text; }
 
-// The questions about one contact.
+// Asks about the fields of one contact.
 class FieldQuestions {
 public:
     FieldQuestions(platform::Console& console, MergeQuestion& question) : console_(console), question_(question)
@@ -41,7 +41,7 @@ public:
         total_ = static_cast<std::size_t>(std::ranges::count_if(question.fields, differs));
     }
 
-    // False if the user gave up or the input ended.
+    // Returns false if the user gave up or the input ended.
     bool askAll()
     {
         for (MergeField& field : question_.fields) {
@@ -58,14 +58,14 @@ public:
 
 private:
     static constexpr std::size_t shortestNames = 16;
-    static constexpr std::size_t ownLines = 11; // of a question, without the two values
+    static constexpr std::size_t ownLines = 11; // lines of a question besides the two values
 
     static bool differs(const MergeField& field) { return field.value1 != field.value2; }
     [[nodiscard]] bool isLast() const { return number_ == total_; }
 
     void say(const std::u16string& text) { console_.write(platform::wrapped(text, console_.columns())); }
 
-    // The column in which the effects of the answers begin, and the columns that are left for them.
+    // The column in which the effects of the answers begin, and the number of columns from there on.
     [[nodiscard]] std::size_t lead() const { return nameWidth_ + 8; }
     [[nodiscard]] std::size_t room() const { return console_.columns() - std::min(lead(), console_.columns() / 2); }
     [[nodiscard]] std::u16string fitted(std::u16string_view effect, std::size_t mostLines) const
@@ -73,7 +73,8 @@ private:
         return platform::fitted(platform::harmless(effect), room() * mostLines - mostLines);
     }
 
-    // An answer: the key, a name, and what it does. Cut to a number of lines. A name that is too long for its column has a line of its own.
+    // Writes an answer: the key, a name, and what the answer does; the effect in at most `mostLines` lines. A name that is too long for its
+    // column gets its own line.
     void sayAnswer(char16_t key, std::u16string_view name, std::u16string_view effect, std::size_t mostLines)
     {
         const std::u16string shown = platform::harmless(name);
@@ -109,7 +110,7 @@ private:
             sayAnswer(u'f', u"first for all", u"this and all fields after it from " + (namesFit_ ? question_.name1 : u"[1]"), 1);
             sayAnswer(u's', u"second for all", u"this and all fields after it from " + (namesFit_ ? question_.name2 : u"[2]"), 1);
         }
-        sayAnswer(u'q', u"give up", u"back to the question before, with nothing changed", 1);
+        sayAnswer(u'q', u"give up", u"back to the previous question, with nothing changed", 1);
     }
 
     [[nodiscard]] std::u16string prompt() const
@@ -141,7 +142,7 @@ private:
         }
     }
 
-    // Both values whole, in pages that fit the terminal. False if the input ended.
+    // Shows both values whole, in pages that fit the terminal. Returns false if the input ended.
     bool view(const MergeField& field)
     {
         std::u16string text;
@@ -190,8 +191,8 @@ private:
     MergeQuestion& question_;
     std::size_t nameWidth_ = 0, total_ = 0, number_ = 0;
     bool namesFit_ = false; // the names of the stores fit the column of the answers
-    bool isCut_ = false;    // a value of the question is not shown whole
-    int rest_ = 0;          // the side that all further fields are taken from; 0 for none
+    bool isCut_ = false;    // the question shows a value only in part
+    int rest_ = 0;          // the side that all further fields are taken from; 0 to ask about each
 };
 
 } // namespace

@@ -5,7 +5,7 @@
 
 namespace mb::merge {
 
-// AskForMerge on this console. Each question fits the lines of the terminal.
+// Implements AskForMerge on a console. Each question fits the height of the terminal.
 bool AskForFields(platform::Console& console, MergeQuestion& question);
 
 } // namespace mb::merge

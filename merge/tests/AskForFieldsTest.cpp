@@ -1,4 +1,4 @@
-// Merging in the terminal, over a console of the test's own.
+// Merging in the terminal, on a console that the test controls.
 #include "terminal/AskForFields.h"
 #include "TypedConsole.h"
 #include <algorithm>
@@ -42,7 +42,7 @@ protected:
 
 } // namespace
 
-TEST_F(AskForFieldsTest, AFieldIsAskedWithBothValuesAndWhatEachKeyDoes)
+TEST_F(AskForFieldsTest, AQuestionShowsBothValuesAndTheMeaningOfEachKey)
 {
     EXPECT_FALSE(ask({u"q"}));
     EXPECT_EQ(output, "\nTitle (field 1 of 3)\n"
@@ -51,7 +51,7 @@ TEST_F(AskForFieldsTest, AFieldIsAskedWithBothValuesAndWhatEachKeyDoes)
                       "  [t] type              a value of your own, or none\n"
                       "  [f] first for all     this and all fields after it from Mirabook\n"
                       "  [s] second for all    this and all fields after it from vCard\n"
-                      "  [q] give up           back to the question before, with nothing changed\n"
+                      "  [q] give up           back to the previous question, with nothing changed\n"
                       "[Type 1, 2, t, f, s or q and Enter; Enter alone: 1; ?: help] \n");
 }
 
@@ -62,13 +62,13 @@ TEST_F(AskForFieldsTest, EachFieldTakesTheValueOfEitherStoreOrATypedOne)
     EXPECT_THAT(output, Not(HasSubstr("First name"))) << "equal values are not asked about";
 }
 
-TEST_F(AskForFieldsTest, EnterAloneTakesTheFirst)
+TEST_F(AskForFieldsTest, EnterAloneTakesTheFirstValue)
 {
     EXPECT_TRUE(ask({u"", u"", u""}));
     EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Boss", u"Paris", u""));
 }
 
-TEST_F(AskForFieldsTest, TheRestIsTakenFromOneStore)
+TEST_F(AskForFieldsTest, AllFurtherFieldsCanBeTakenFromOneStore)
 {
     EXPECT_TRUE(ask({u"1", u"S"}));
     EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Boss", u"Rome", u"12"));
@@ -76,14 +76,14 @@ TEST_F(AskForFieldsTest, TheRestIsTakenFromOneStore)
     EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Chief", u"Paris", u""));
 }
 
-TEST_F(AskForFieldsTest, TheLastFieldHasNoRest)
+TEST_F(AskForFieldsTest, TheLastFieldOffersNoAnswerForFurtherFields)
 {
-    EXPECT_FALSE(ask({u"", u"", u"f"})) << "the input ends after an answer that is none";
+    EXPECT_FALSE(ask({u"", u"", u"f"})) << "the input ends after an invalid answer";
     EXPECT_THAT(output.substr(output.find("Fax")), Not(HasSubstr("for all")));
     EXPECT_THAT(output, HasSubstr("That is no answer here."));
 }
 
-TEST_F(AskForFieldsTest, TheEndOfTheInputGivesUpAlsoWhileAValueIsTyped)
+TEST_F(AskForFieldsTest, TheEndOfTheInputGivesUpEvenWhileAValueIsTyped)
 {
     EXPECT_FALSE(ask({}));
     EXPECT_FALSE(ask({u"1", u"2"}));
@@ -101,11 +101,11 @@ TEST_F(AskForFieldsTest, AQuestionOfLongValuesFitsTheTerminal)
     question.fields = {{u"Notes", std::u16string(5000, u'a'), std::u16string(300, u'b') + u" end", {}}, {u"City", u"a", u"b", {}}};
     EXPECT_FALSE(ask({}));
     EXPECT_LE(std::ranges::count(output, '\n'), 24) << output;
-    EXPECT_THAT(output, HasSubstr(" end")) << "what fits is whole";
-    EXPECT_THAT(output, HasSubstr("\u2026")) << "what is cut says so";
+    EXPECT_THAT(output, HasSubstr(" end")) << "a value that fits is shown whole";
+    EXPECT_THAT(output, HasSubstr("\u2026")) << "a cut value is marked";
 }
 
-TEST_F(AskForFieldsTest, AValueThatIsCutCanBeSeenWholeBeforeTheChoice)
+TEST_F(AskForFieldsTest, AValueThatIsCutCanBeViewedWholeBeforeTheChoice)
 {
     std::u16string notes;
     for (int line = 1; line <= 100; ++line) notes += u"line " + std::u16string(1, char16_t(u'a' + line % 26)) + u" of the notes\r\n";
@@ -127,7 +127,7 @@ TEST_F(AskForFieldsTest, AValueThatIsCutCanBeSeenWholeBeforeTheChoice)
         }
 }
 
-TEST_F(AskForFieldsTest, AViewIsLeftAtOnceWhereTheUserWants)
+TEST_F(AskForFieldsTest, AViewCanBeLeftAtOnce)
 {
     question.fields = {{u"Notes", std::u16string(9000, u'a'), u"short", {}}};
     EXPECT_TRUE(ask({u"v", u"q", u"2"}));
@@ -135,7 +135,7 @@ TEST_F(AskForFieldsTest, AViewIsLeftAtOnceWhereTheUserWants)
     EXPECT_FALSE(ask({u"v"})) << "the end of the input gives up here too";
 }
 
-TEST_F(AskForFieldsTest, NoViewIsOfferedWhereNothingIsCut)
+TEST_F(AskForFieldsTest, NoViewIsOfferedIfNothingIsCut)
 {
     EXPECT_FALSE(ask({u"v", u"q"}));
     EXPECT_THAT(output, Not(HasSubstr("[v]")));
@@ -152,7 +152,7 @@ TEST_F(AskForFieldsTest, LongNamesThatDifferAtTheirEndAreShownWhole)
     EXPECT_THAT(output, HasSubstr("  [s] second for all    this and all fields after it from [2]\n"));
 }
 
-TEST_F(AskForFieldsTest, NoValueSteersTheTerminal)
+TEST_F(AskForFieldsTest, NoValueControlsTheTerminal)
 {
     question.fields = {{u"a\x1b[2J", u"b\x1b]0;x\x07", u"c\r\nd", {}}};
     EXPECT_TRUE(ask({u"t", u"e\x1b[A"}));

@@ -1,4 +1,4 @@
-// Merges in a window: a row for each field in which the two versions differ, with both values and what the field becomes.
+// Merges in a window with a row for each field that differs: both values and the merged value.
 #include "AskForMerge.h"
 #include "console_text.h"
 #include "ui.h"
@@ -9,19 +9,19 @@
 #include <exception>
 #include <optional>
 
-extern "C" IMAGE_DOS_HEADER __ImageBase; // the linker puts it where the module begins
+extern "C" IMAGE_DOS_HEADER __ImageBase; // the linker places it at the start of the module
 
 namespace mb::merge {
 namespace {
 
 enum Column : int { columnField, columnValue1, columnValue2, columnMerged };
 
-constexpr std::size_t longestCell = 259; // characters that a list view shows of a text
-constexpr std::size_t longestName = 30;  // of a store on a button
+constexpr std::size_t longestCell = 259; // characters of a text that a list view shows
+constexpr std::size_t longestName = 30;  // characters of a store's name on a button
 
 LPWSTR wide(std::u16string& text) noexcept { return reinterpret_cast<LPWSTR>(text.data()); }
 
-// A list view shows one line.
+// A list view shows a text on one line.
 std::u16string cellText(const std::u16string& text)
 {
     std::u16string line = platform::harmless(text);
@@ -41,7 +41,7 @@ std::u16string editText(const std::u16string& text)
     return lines;
 }
 
-// '&' marks the key of a button.
+// In a button's text '&' marks its key, so a literal '&' is doubled.
 std::u16string buttonText(std::u16string_view verb, const std::u16string& name)
 {
     std::u16string text(verb);
@@ -59,7 +59,7 @@ public:
         }
     }
 
-    // True if the user accepted.
+    // Returns true if the user accepted.
     bool run()
     {
         if (rows_.empty()) return true;
@@ -82,7 +82,7 @@ private:
         if (!self) return FALSE;
         try {
             return self->take(message, wParam, lParam);
-        } catch (...) { // no exception passes through the system's message loop
+        } catch (...) { // an exception must not leave a callback of the system
             self->failure_ = std::current_exception();
             EndDialog(window, IDCANCEL);
             return TRUE;
@@ -165,7 +165,7 @@ private:
         ListView_EnsureVisible(list_, row, FALSE);
     }
 
-    // Puts the value of the selected row where it can be typed over.
+    // Shows the merged value of the selected row in the edit control.
     void showSelected()
     {
         row_ = ListView_GetNextItem(list_, -1, LVNI_SELECTED);
@@ -204,7 +204,7 @@ private:
         HWND edit = GetDlgItem(window_, MERGE_VALUE);
         std::u16string typed(static_cast<std::size_t>(GetWindowTextLengthW(edit)) + 1, u'\0');
         typed.resize(static_cast<std::size_t>(GetWindowTextW(edit, wide(typed), static_cast<int>(typed.size()))));
-        if (typed == editText(field->merged)) return; // line ends that only the edit control changed
+        if (typed == editText(field->merged)) return; // only the edit control changed the line ends
         field->merged = std::move(typed);
         setCell(row_, columnMerged, field->merged);
     }
@@ -241,8 +241,8 @@ private:
     std::vector<MergeField*> rows_;
     HWND window_ = nullptr, list_ = nullptr;
     std::optional<platform::WindowLayout> layout_;
-    int row_ = -1;         // the selected one
-    bool filling_ = false; // what the edit control reports meanwhile was not typed
+    int row_ = -1;         // the selected row, -1 for none
+    bool filling_ = false; // the program fills the edit control: its notifications are not input
     std::exception_ptr failure_;
 };
 

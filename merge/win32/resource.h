@@ -1,4 +1,4 @@
-// The numbers of the merge window's parts.
+// The identifiers of the merge window and its controls.
 #pragma once
 
 #define MERGE_DIALOG 401

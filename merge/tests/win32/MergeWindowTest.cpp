@@ -1,4 +1,4 @@
-// The merge window, made by the component's ProgID as the engine makes it, and used as a user uses it.
+// The merge window, used as a user uses it.
 #include "interfaces.h"
 #include "library.h"
 #include "MergeComponent.h"
@@ -56,7 +56,7 @@ int rightEdge(HWND part)
 
 } // namespace
 
-TEST_F(MergeWindowTest, EachFieldThatDiffersHasARowWithBothValuesAndWhatItBecomes)
+TEST_F(MergeWindowTest, EachFieldThatDiffersHasARowWithBothValuesAndTheMergedValue)
 {
     EXPECT_FALSE(ask([](WindowUser& actor) {
         const Window window = actor.window(title);
@@ -91,7 +91,7 @@ TEST_F(MergeWindowTest, AFieldTakesTheValueOfEitherStoreOrATypedOne)
         window.press(IDOK);
     }));
     EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Chief", std::u16string(3000, u'n') + u"\nsecond line", u"99"))
-        << "a look at a value of several lines is no edit";
+        << "showing a value of several lines is not an edit";
 }
 
 TEST_F(MergeWindowTest, AllFieldsAreTakenFromOneStore)
@@ -106,7 +106,7 @@ TEST_F(MergeWindowTest, AllFieldsAreTakenFromOneStore)
     EXPECT_THAT(merged(), ElementsAre(u"Ada", u"Chief", u"short", u"12"));
 }
 
-TEST_F(MergeWindowTest, ALongValueLeavesEveryColumnInSightAndTheListGrowsWithTheWindow)
+TEST_F(MergeWindowTest, ALongValueHidesNoColumnAndTheListGrowsWithTheWindow)
 {
     EXPECT_FALSE(ask([](WindowUser& actor) {
         const Window window = actor.window(title);
@@ -138,7 +138,7 @@ TEST_F(MergeWindowTest, ALongValueLeavesEveryColumnInSightAndTheListGrowsWithThe
     }));
 }
 
-TEST_F(MergeWindowTest, WithNothingToDecideNoWindowComes)
+TEST_F(MergeWindowTest, WithoutDifferencesNoWindowOpens)
 {
     question.fields.resize(1);
     EXPECT_TRUE(AskForMerge(question));
