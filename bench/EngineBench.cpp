@@ -1,6 +1,6 @@
-// How long the engine takes over stores in memory, beside what pugixml alone needs to parse and write the resulting history file in the
-// same process. Of both the fastest of several tells; the counters are the time and the peak memory a record, and the ratio to the
-// yardstick.
+// Measures runs of the engine on stores in memory. The yardstick is the time that pugixml alone needs, in the same process, to parse and
+// write the history file of the run. Both times are the fastest of several; the counters are time and peak memory per record, and the ratio
+// to the yardstick.
 #include "SyncScenario.h"
 
 #include <algorithm>
@@ -51,7 +51,7 @@ void fill(FakeStore& store, std::size_t count, std::size_t from = 0)
     for (std::size_t i = 0; i < count; ++i) store.add(contact(from + i));
 }
 
-// The peak of the process's memory since the last reset, in bytes.
+// Resets the peak of the process's memory.
 void resetPeak() { std::ofstream("/proc/self/clear_refs") << "5"; }
 
 double memoryOf(const char* name)
@@ -82,7 +82,7 @@ public:
     BenchScenario() { log().enabled = false; }
 };
 
-// A run stamps the history with its time in whole seconds: within the second of the run before it would have nothing to write.
+// A run stamps the history with its time in seconds. A run in the same second as the previous one would have nothing to write.
 void awaitNextSecond()
 {
     using std::chrono::system_clock;
@@ -93,7 +93,7 @@ struct Measured {
     double seconds = 0, peakBytes = 0, yardstick = 0;
 };
 
-// Runs the map once under the clock.
+// Measures one run of the map.
 Measured measure(benchmark::State& state, SyncScenario& s)
 {
     awaitNextSecond();
@@ -106,8 +106,8 @@ Measured measure(benchmark::State& state, SyncScenario& s)
     return {seconds, memoryOf("VmHWM") - before, yardstick(s)};
 }
 
-// Several times anew, and the fastest is told, as for the yardstick: what else the machine does is in neither. It shows most in a short
-// run; those that show the growth are repeated alike.
+// Reports the fastest of several runs, each on new stores, to exclude what else the machine does. Short runs vary most and are repeated
+// more often.
 template <class Prepare> void run(benchmark::State& state, Prepare&& prepare)
 {
     const auto n = static_cast<std::size_t>(state.range(0));
@@ -163,7 +163,7 @@ void EqualSides(benchmark::State& state)
     });
 }
 
-// Last names in groups of fifty.
+// Groups of fifty contacts have the same last name.
 void SharedLastNames(benchmark::State& state)
 {
     run(state, [](SyncScenario& s, std::size_t n) {
@@ -188,7 +188,7 @@ void OneLastNameForAll(benchmark::State& state)
     });
 }
 
-// Every tenth contact differs in its title.
+// Every tenth contact has another title.
 void NearDuplicates(benchmark::State& state)
 {
     run(state, [](SyncScenario& s, std::size_t n) {

@@ -1,4 +1,4 @@
-// How long an image takes from a file to a bitmap and back, beside libjpeg-turbo's own tools on the same file where they are installed.
+// Measures the conversion of an image from a file to a bitmap and back, compared with libjpeg-turbo's own tools if they are installed.
 #include "bitmap.h"
 #include "image.h"
 
@@ -13,7 +13,7 @@ namespace {
 namespace fs = std::filesystem;
 using Clock = std::chrono::steady_clock;
 
-// Gentle waves with some noise, as a photograph has.
+// Smooth waves with some noise, like a photograph.
 std::u16string photograph(std::uint32_t width, std::uint32_t height)
 {
     platform::BitmapLayout layout;

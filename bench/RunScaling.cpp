@@ -1,5 +1,5 @@
-// How a run's time grows from 10,000 to 20,000 records, over stores in memory: the first run into an empty side, and one with nothing
-// changed. Needs no benchmark library, so that it runs on every platform. Each time is the least of three.
+// Measures how the time of a run grows from 10,000 to 20,000 records, on stores in memory: a first run into an empty side, and a run
+// without changes. Each time is the fastest of three. Uses no benchmark library, so that it runs on every platform.
 #include "apartment.h"
 #include "SyncScenario.h"
 
@@ -71,7 +71,7 @@ int main()
     const platform::Apartment apartment;
     try {
         Times few, many;
-        for (int turn = 0; turn < 3; ++turn) { // in turns, so that a busy machine slows both
+        for (int turn = 0; turn < 3; ++turn) { // alternating, so that a busy machine slows both
             measure(count, few);
             measure(2 * count, many);
         }

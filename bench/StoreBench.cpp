@@ -1,4 +1,4 @@
-// A keyed read of a store of 10,000 sections, beside the expression that defines it.
+// Compares a keyed read of a store of 10,000 sections with the XPath expression that defines it.
 #include "store/CBase64.h"
 #include "store/StoreFile.h"
 

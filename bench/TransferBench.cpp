@@ -1,5 +1,5 @@
-// What a transfer of ten cards costs by the size of the card file it takes them from, and what a filter list costs by its length. The
-// stores are in memory, so no opening of a file is measured but that of the engine's own.
+// Measures the transfer of ten cards from card files of different sizes, and filter lists of different lengths. The stores are in memory,
+// so no files are opened but the engine's own.
 #include "SyncScenario.h"
 
 #include <benchmark/benchmark.h>
@@ -16,7 +16,7 @@ std::u16string numbered(const char16_t* word, std::size_t n)
     return word + std::u16string(digits.begin(), digits.end());
 }
 
-// Ten cards, spread over the store.
+// The ten cards are spread over the store.
 class TransferScenario : public SyncScenario {
 public:
     explicit TransferScenario(std::size_t count) : SyncScenario(hostClass, mbtest::fakeClass2)
@@ -44,10 +44,10 @@ public:
 void TransferAnewOfTen(benchmark::State& state)
 {
     TransferScenario s(static_cast<std::size_t>(state.range(0)));
-    if (FAILED(s.transfer())) state.SkipWithError("the transfer failed"); // makes the hidden map
+    if (FAILED(s.transfer())) state.SkipWithError("the transfer failed"); // creates the hidden map
     std::size_t run = 0;
     for (auto _ : state) {
-        s.two().options.database = numbered(u"contacts ", ++run); // to which they were never transferred
+        s.two().options.database = numbered(u"contacts ", ++run); // a database to which the cards were never transferred
         if (FAILED(s.transfer())) state.SkipWithError("the transfer failed");
     }
 }
@@ -66,7 +66,7 @@ void TransferOfTenChangedCards(benchmark::State& state)
 }
 BENCHMARK(TransferOfTenChangedCards)->Arg(1000)->Arg(100000)->Iterations(30)->Unit(benchmark::kMillisecond);
 
-// Entries added and enumerated one by one, as a host does.
+// Adds and enumerates the entries one by one, as a host does.
 void FilterEntries(benchmark::State& state)
 {
     const auto count = static_cast<std::size_t>(state.range(0));

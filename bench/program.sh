@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# mb from vCard folder to vCard folder with 10,000 files, beside plain tools on the same files, on the file system of TMPDIR with a warm
-# cache. Each time is the best of several, and those that are compared take turns.
+# Compares runs of mb between two vCard folders of 10,000 files with plain tools on the same files, on the file system of TMPDIR with a
+# warm cache. Each time is the best of several, and compared commands alternate.
 # Usage: program.sh BIN [COUNT]
 set -euo pipefail
 bin=$(cd "$1" && pwd)
@@ -10,17 +10,17 @@ trap 'rm -rf "$work"' EXIT
 export XDG_DATA_HOME=$work/data XDG_CONFIG_HOME=$work/config XDG_CACHE_HOME=$work/cache MB_REGISTRY=$work/registry.reg
 
 declare -A least
-timed() { # name, command: keeps the least time of that name
+timed() { # name, command: keeps the shortest time of each name
     local name=$1 now
     shift
     now=$(/usr/bin/env TIMEFORMAT=%R bash -c 'time "$@" >/dev/null' _ "$@" 2>&1 | tail -n 1)
     if [ -z "${least[$name]:-}" ] || awk "BEGIN{exit !($now < ${least[$name]})}"; then least[$name]=$now; fi
 }
-row() { # text, name of its time, text and name of the measure, limit
+row() { # text and name of a time, text and name of the time to compare with, limit of the ratio
     awk -v t="$1" -v a="${least[$2]}" -v n="$3" -v b="${least[$4]}" -v l="$5" \
         'BEGIN{printf "%-38s %7.3f s   %-34s %7.3f s   ratio %5.2f (wanted: at most %s)\n", t, a, n, b, a/b, l}'
 }
-watched() { # arguments of mb: its peak memory in MB and what it read in MB; sampled, so a little may be missing at the end
+watched() { # arguments of mb: prints its peak memory and the data it read, in MB; sampled, so the end may be missing
     "$bin/mb" "$@" >/dev/null & local pid=$! peak=0 read=0 now
     while kill -0 $pid 2>/dev/null; do
         now=$(awk '/VmHWM/{print $2}' "/proc/$pid/status" 2>/dev/null || echo 0)
@@ -32,13 +32,13 @@ watched() { # arguments of mb: its peak memory in MB and what it read in MB; sam
     wait $pid
     echo "$((peak / 1024)) $((read / 1000000))"
 }
-begin() { # a map of the two folders, of which nothing is known yet
+begin() { # creates a map of the two folders, without history or cache
     rm -rf "$work/data" "$work/cache" "$work/registry.reg"
     mkdir -p "$work/data" "$work/cache"
     "$bin/mb" register "$bin/vcard.so" >/dev/null
     "$bin/mb" add "vCard=$1" "vCard=$2" >/dev/null
 }
-makeCards() { # folder, a line more for each card
+makeCards() { # folder, an extra line for each card
     mkdir "$1"
     seq "$count" | awk -v folder="$1" -v more="$2" '{
         file = folder "/card" $1 ".vcf"
@@ -83,7 +83,7 @@ done
 row "1 % edited on each side, 0.5 % deleted" changed "nothing changed" unchanged 2
 read -r peak plain <<<"$(watched sync --silent)"
 read -r resync _ <<<"$(watched sync --silent --resync)"
-echo "peak memory: nothing changed $peak MB, all anew $resync MB (wanted: under 80)"
+echo "peak memory: nothing changed $peak MB, with --resync $resync MB (wanted: under 80)"
 
 # The same again with a picture of 6 KB in each card.
 rm -rf "$work/source" "$work/target"
