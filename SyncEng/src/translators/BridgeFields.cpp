@@ -9,7 +9,7 @@ namespace mb {
 namespace {
 
 constexpr char16_t typeKey[] = u"FieldIDType", countKey[] = u"FieldIDCount", fieldKey[] = u"FieldID%d";
-constexpr LONG mostFields = 65536; // a larger count can only be a damaged one
+constexpr LONG mostFields = 65536; // a larger count is damaged data
 constexpr LCID userLocale = 1024;
 
 std::optional<LONG> numberOf(IDataStream* settings, const char16_t* key)
@@ -60,7 +60,7 @@ void BridgeFields::make(IDataStream* settings, IOldFieldList* list)
 {
     LONG count = 0;
     if (FAILED(com::call(list, &IOldFieldList::GetCount, &count))) return;
-    SaveScope scope(ConfigStore()); // one file written for all fields
+    SaveScope scope(ConfigStore()); // one save for all fields
     (void)settings->SetInt(com::Bstr(countKey).get(), count);
     for (LONG i = 0; i < std::min(count, mostFields); ++i) {
         com::Variant id, text;

@@ -1,5 +1,5 @@
-// The fields of a translator of the older contract: for each a GUID that was made up once and is kept in the configuration, and the
-// id by which the translator knows it. Field maps name the GUIDs, so a second load must find those of the first.
+// The fields of a translator of the older contract: for each field the translator's own id and a GUID that the engine generated. The GUIDs
+// are kept in the configuration, because field maps refer to them: every load of the translator must return the same GUIDs.
 #pragma once
 #include "foundation/GuidLess.h"
 #include "translators/OldContract.h"
@@ -10,12 +10,12 @@ namespace mb {
 
 class BridgeFields {
 public:
-    // Reads the table, or makes it where there is none yet. What cannot be read or fetched is left out.
+    // Reads the table from `settings`, or makes it from `list` and stores it if there is none. Fields that cannot be read are left out.
     void load(IDataStream* settings, IOldFieldList* list);
 
     [[nodiscard]] LONG count() const noexcept { return static_cast<LONG>(fields_.size()); }
     [[nodiscard]] const VARIANT* idOf(REFGUID guid) const noexcept;
-    // The field with this id; it is looked for at the index first, where it usually stands.
+    // Returns the GUID of the field with this id, or nullptr. Compares the field at `index` first, which usually matches.
     [[nodiscard]] const GUID* guidOf(const VARIANT& id, LONG index) const noexcept;
 
 private:

@@ -14,10 +14,10 @@ constexpr char16_t fieldMapType[] = u"FieldMap", trans1Key[] = u"Trans1", trans2
 std::u16string entryText(REFGUID field1, REFGUID field2) { return com::guidText(field1) + u":" + com::guidText(field2); }
 
 struct EntryTokens {
-    std::u16string first, second; // empty where the value holds none
+    std::u16string first, second; // empty if the value has no such token
 };
 
-// The first two runs of characters that are not ':'.
+// Returns the first two tokens of `value`. Tokens are separated by one or more ':'.
 EntryTokens tokensOf(std::u16string_view value)
 {
     const auto next = [&]() -> std::u16string {
@@ -45,7 +45,6 @@ struct FieldPairs {
     std::vector<GUID> first, second;
 };
 
-// Wanted: the count is that of the values, and one without any field leaves a hole at the end.
 HRESULT givePairs(const FieldPairs& pairs, LONG* count, GUID** guids1, GUID** guids2)
 {
     HRESULT hr = com::giveArray<GUID>(pairs.first, count, guids1);
@@ -63,6 +62,8 @@ HRESULT listValues(REFGUID map, std::vector<std::u16string>& values)
     return ConfigStore().ListValues(fieldMapType, com::guidText(map), entryKey, values);
 }
 
+// Quirk kept on purpose: EnumerateEntries reports as many entries as there are values. A value without a field is skipped but counted, so
+// a null GUID remains at the end.
 FieldPairs allPairs(const std::vector<std::u16string>& values)
 {
     FieldPairs pairs{std::vector<GUID>(values.size()), std::vector<GUID>(values.size())};
@@ -77,7 +78,7 @@ FieldPairs allPairs(const std::vector<std::u16string>& values)
     return pairs;
 }
 
-// A question that fails is asked once more: a field that is left out of a run loses what it holds of new records. A cancel ends the run.
+// Calls `ask` again if it fails, because a field that is left out of a run loses its values in new records. Throws on a cancel.
 HRESULT askTwice(auto&& ask)
 {
     HRESULT hr = ask();
@@ -97,7 +98,7 @@ bool isKnown(const com::Ptr<IField>& field, const std::u16string& token, GUID& g
     return SUCCEEDED(com::parseGuid(token, &guid)) && SUCCEEDED(typeOfField(field, guid, type));
 }
 
-// A pair that names a field the store no longer has is not seen, and stays in the map.
+// Returns the entries whose fields both translators know. The other entries stay in the field map.
 FieldPairs knownPairs(const std::vector<std::u16string>& values, const com::Ptr<IField>& field1, const com::Ptr<IField>& field2)
 {
     FieldPairs pairs;
@@ -113,7 +114,7 @@ FieldPairs knownPairs(const std::vector<std::u16string>& values, const com::Ptr<
 
 com::Ptr<IField> fieldOf(ITranslator* translator) { return com::Ptr<ITranslator>(translator).tryAs<IField>(); }
 
-// A translator may refresh its list of fields, with its settings at hand, before pairs are compared with it.
+// Lets a translator refresh its list of fields from its settings, before entries are compared with the list.
 void validateFields(ITranslator* translator, _TransIds side, REFGUID map)
 {
     const auto validator = com::Ptr<ITranslator>(translator).tryAs<IFieldValidator>();
@@ -122,7 +123,7 @@ void validateFields(ITranslator* translator, _TransIds side, REFGUID map)
     if (SUCCEEDED(MakeServices(map, side, services))) (void)com::call(validator, &IFieldValidator::ValidateFieldList, services.get());
 }
 
-// One translator of a map as far as its fields are concerned: it is loaded, not initialised.
+// The fields of one translator of a map. The translator is loaded but not initialised.
 struct FieldSource {
     com::Ptr<ITranslator> translator;
     com::Ptr<IFieldList> list;
@@ -145,7 +146,7 @@ struct FieldSource {
         return askTwice([&] { return com::call(list, &IFieldList::GetCount, &count); });
     }
 
-    // By field type; the last field of a type wins, and a field that cannot be asked is left out.
+    // Returns the fields by type. The last field of a type wins; a field whose type cannot be read is left out.
     [[nodiscard]] std::map<LONG, GUID> fieldsByType() const
     {
         std::map<LONG, GUID> fields;
@@ -159,7 +160,7 @@ struct FieldSource {
     }
 };
 
-// The two together, each step on both before the next.
+// Does each step for both translators before the next step.
 HRESULT loadSources(const com::Ptr<ITrMapEntry>& loader, const GUID& id1, const GUID& id2, FieldSource& source1, FieldSource& source2)
 {
     HRESULT hr = source1.load(loader, id1);
@@ -199,9 +200,9 @@ HRESULT STDMETHODCALLTYPE CFieldMap::CreateDefaultMap(REFGUID guid)
         if (SUCCEEDED(hr)) hr = loadSources(loader, id1, id2, source1, source2);
         if (FAILED(hr)) return hr;
         const auto fields1 = source1.fieldsByType(), fields2 = source2.fieldsByType();
-        if (source1.count <= 0 || source2.count <= 0) return hr; // the pairs at hand stay
+        if (source1.count <= 0 || source2.count <= 0) return hr; // keeps the existing entries
 
-        SaveScope scope(ConfigStore()); // one file written for all pairs
+        SaveScope scope(ConfigStore()); // one save for all entries
         hr = ConfigStore().RemoveKey(fieldMapType, com::guidText(guid), entryKey);
         for (const auto& [type, field1] : fields1) {
             const auto field2 = fields2.find(type);
@@ -254,7 +255,7 @@ HRESULT STDMETHODCALLTYPE CFieldMap::SetNextAvailableFieldType(REFGUID guid, LON
 
 namespace {
 
-// The out value is written only by a number that is not negative.
+// Sets `out` only if the stored number is not negative.
 HRESULT readNumber(REFGUID map, const char16_t* key, LONG* out)
 {
     if (!out) return E_POINTER;

@@ -1,4 +1,5 @@
-// Field maps: which field of translator 1 goes with which of translator 2. The class FieldMap; the maps lie in the configuration store.
+// The class FieldMap, which keeps field maps in the configuration store. Each entry of a field map names a field of translator 1 and the
+// corresponding field of translator 2.
 #pragma once
 #include "interfaces.h"
 

@@ -1,5 +1,5 @@
-// The class InteropDummy: it is there so that the type library keeps the optional interfaces and the enumerations for callers outside.
-// It does nothing: what would have something to tell answers E_NOTIMPL.
+// The class InteropDummy. It exists only so that the type library contains the optional interfaces and the enumerations. DummyMethod
+// returns S_OK, every other method E_NOTIMPL.
 #pragma once
 #include "com.h"
 #include "interfaces.h"

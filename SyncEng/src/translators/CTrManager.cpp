@@ -60,10 +60,10 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMaps(LONG* pCount, GUID** ppGuids
     *ppGuids = nullptr;
     return com::guarded([&] {
         std::vector<std::u16string> sections;
-        (void)ConfigStore().Refresh(); // maps that other processes have made since
+        (void)ConfigStore().Refresh(); // other processes may have created maps
         const HRESULT hr = ConfigStore().ListSections(trMapType, sections);
         if (FAILED(hr)) {
-            platform::leaveErrorText(ConfigStore().openFailure()); // the start-up step fails no request, so this is where it is told
+            platform::leaveErrorText(ConfigStore().openFailure()); // the start-up step does not report it
             return hr;
         }
         std::vector<GUID> maps(sections.size());
@@ -73,7 +73,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMaps(LONG* pCount, GUID** ppGuids
     });
 }
 
-// Wanted: it lists maps, not translators.
+// Quirk kept on purpose: it lists maps, not translators. A published method does not change its meaning.
 HRESULT STDMETHODCALLTYPE CTrManager::EnumerateTranslatorsEx(LONG* pCount, GUID** ppIds) { return EnumerateMaps(pCount, ppIds); }
 HRESULT STDMETHODCALLTYPE CTrManager::EnumerateMapsEx(LONG* pCount, GUID** ppGuids) { return EnumerateMaps(pCount, ppGuids); }
 
@@ -107,7 +107,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::UnInstall(REFGUID rClsId) { return platfor
 
 namespace {
 
-// A class that refuses ITranslator may be a translator of the older contract. Its settings lie in the section of its class.
+// Loads a class without ITranslator as a translator of the older contract. Its settings lie in a section named after the class.
 HRESULT loadOldTranslator(REFCLSID clsid, com::Ptr<ITranslator>& translator)
 {
     com::Ptr<ITrServices> services;
@@ -129,10 +129,10 @@ HRESULT STDMETHODCALLTYPE CTrManager::Load(REFGUID rClsId, ITranslator** ppTrans
         com::Ptr<ITranslator> translator;
         HRESULT hr = createClass(rClsId, translator);
         if (FAILED(hr)) {
-            (void)translator.detach(); // what a failed creation left there is no object
+            (void)translator.detach(); // after a failed creation the pointer may be invalid
             hr = loadOldTranslator(rClsId, translator);
         } else if (!translator) {
-            hr = E_FAIL; // a class that says success and gives nothing
+            hr = E_FAIL; // the class reported success without an object
         }
         if (SUCCEEDED(hr))
             *ppTrans = translator.detach();

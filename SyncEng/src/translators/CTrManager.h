@@ -1,6 +1,9 @@
-// Translators and maps: the class TrManager. Finds, registers and creates translators (ITrManager, ITrMapEntry), keeps the pairs of them
-// with their options (ITrMap) in the configuration store, one section a map, and gives hosts a view of a map's history
-// (IFidemarkSupport) and lists of record identifiers by file (IFidemarkFilter).
+// The class TrManager:
+// - finds, registers and creates translators, lists and deletes maps (ITrManager, ITrMapEntry);
+// - keeps each map and its options in a section of the configuration store (ITrMap);
+// - shows hosts the history of a map (IFidemarkSupport);
+// - keeps lists of record identifiers for hosts, one list for each file name (IFidemarkFilter);
+// - points a map at the new place of a moved store (IStoreMove).
 #pragma once
 #include "files.h"
 #include "interfaces.h"
@@ -28,7 +31,7 @@ public:
     HRESULT STDMETHODCALLTYPE Load(REFGUID rClsId, ITranslator** ppTrans) override;
     HRESULT STDMETHODCALLTYPE UnInstall(REFGUID rClsId) override;
 
-    // ITrMap: pairs and what is set for them (TrMapStore.cpp)
+    // ITrMap: maps and their options (TrMapStore.cpp)
     HRESULT STDMETHODCALLTYPE Create(REFGUID clsId1, REFGUID clsID2, GUID* pGuid) override;
     HRESULT STDMETHODCALLTYPE CreateEx(REFGUID gTrMap, REFGUID clsId1, REFGUID clsID2) override;
     HRESULT STDMETHODCALLTYPE GetTranslators(REFGUID guid, GUID* pTrans1, GUID* pTrans2) override;
@@ -40,7 +43,7 @@ public:
     HRESULT STDMETHODCALLTYPE SetCategoryGuid(REFGUID guid, REFGUID catGuid) override;
     HRESULT STDMETHODCALLTYPE ConfigureFieldMapping(HWND hwndParent, REFGUID gTrMap, VARIANT_BOOL bSetFlagForHistory) override;
 
-    // ITrMap: a map's translators as objects (TrMapTranslators.cpp)
+    // ITrMap: loads and configures a map's translators (TrMapTranslators.cpp)
     HRESULT STDMETHODCALLTYPE ConfigureTranslator(REFGUID guid, _TransIds transId, HWND hwndParent, BSTR* ppDatabase) override;
     HRESULT STDMETHODCALLTYPE ConfigureTranslator2(REFGUID guid, _TransIds transId, HWND hwndParent, BSTR* ppDatabase, VARIANT* lpvtErrCode,
                                                    BSTR* ppErrMessage1, BSTR* ppErrMessage2) override;
@@ -50,14 +53,14 @@ public:
                                              ITranslator** ppTrans) override;
     HRESULT STDMETHODCALLTYPE GetConfiguredTranslator(REFGUID guid, _TransIds transId, ITranslator** ppTrans) override;
 
-    // ITrMap: names and abilities of a translator's class (TranslatorNames.cpp)
+    // ITrMap: names and optional interfaces of a translator class (TranslatorNames.cpp)
     HRESULT STDMETHODCALLTYPE GetName(REFGUID clsId, VARIANT_BOOL bLongName, BSTR* ppName) override;
     HRESULT STDMETHODCALLTYPE GetShortLongNameDescription(REFGUID clsId, BSTR* ppName, BSTR* ppLongName, BSTR* ppDescription) override;
     HRESULT STDMETHODCALLTYPE GetNameAvailability(REFGUID clsId, VARIANT_BOOL bLongName, BSTR* ppName, LONG* pPimAvailability) override;
     HRESULT STDMETHODCALLTYPE GetNameImageSupport(REFGUID clsId, VARIANT_BOOL bLongName, BSTR* ppName,
                                                   VARIANT_BOOL* pSupportImage) override;
 
-    // ITrMap: what the history of a map tells (TrMapHistory.cpp)
+    // ITrMap: the history of a map (TrMapHistory.cpp)
     HRESULT STDMETHODCALLTYPE GetLastSyncDatabase(REFGUID guid, BSTR* ppDatabase1, BSTR* ppDatabase2) override;
     HRESULT STDMETHODCALLTYPE SetLastSyncDatabases(REFGUID guid, BSTR database1, BSTR database2) override;
     HRESULT STDMETHODCALLTYPE GetLastSyncTime(REFGUID guid, DATE* lpLastSync) override;
@@ -97,7 +100,7 @@ private:
 
     std::unique_ptr<CSyncHistory> history_; // between Initialize and Cleanup
     GUID historyMap_{};
-    platform::FileStamp historyStamp_;       // of the file when it was read or written last
+    platform::FileStamp historyStamp_;       // of the history file, when this object last read or saved it
     std::optional<FieldValueMap> fieldData_; // between BeginGetFieldData and EndGetFieldData
     std::unique_ptr<FilterStore> filter_;    // between OpenStore and CloseStore
 };

@@ -12,7 +12,7 @@ com::Ptr<IUnknown> createPart(REFCLSID clsid, IUnknown* outer)
     return part;
 }
 
-// An interface of a part, borrowed: the count that the question took on the whole object is given back.
+// Returns an interface of an aggregated part without adding a reference: QueryInterface adds one to the outer object, which is released.
 template <class I> IUnknown* interfaceOf(const com::Ptr<IUnknown>& part, IUnknown* outer) noexcept
 {
     void* found = nullptr;

@@ -1,5 +1,5 @@
-// What the engine hands to a translator: the class TrServices. It has no methods; translators and maps, the translator's own settings
-// and the log are reached by asking it for their interfaces.
+// The class TrServices, which the engine passes to a translator. It has no methods of its own: QueryInterface returns the translator
+// manager (ITrManager), the translator's own settings (IDataStream) and the log (ILogFile).
 #pragma once
 #include "interfaces.h"
 
@@ -11,7 +11,7 @@ public:
 
 private:
     IUnknown* findOther(REFIID riid) noexcept override;
-    com::Ptr<IUnknown> manager_, dataStream_, logFile_; // parts of this object: they count on it
+    com::Ptr<IUnknown> manager_, dataStream_, logFile_; // aggregated: they share this object's reference count
 };
 
 } // namespace mb

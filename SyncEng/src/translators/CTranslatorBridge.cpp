@@ -10,7 +10,7 @@ constexpr HRESULT notOpened = static_cast<HRESULT>(0x80040201);
 constexpr LCID userLocale = 1024;
 constexpr ULONG noUserOverride = 0x80000000;
 
-// Passes a call on, where there is someone to pass it to.
+// Forwards a call to `object`; returns REGDB_E_CLASSNOTREG if there is none.
 template <class I, class... Params, class... Args>
 HRESULT passOn(const com::Ptr<I>& object, HRESULT (STDMETHODCALLTYPE I::*method)(Params...), Args... args) noexcept
 {
@@ -22,7 +22,7 @@ HRESULT dateOf(const VARIANT& value, DATE* out)
     if (value.vt == VT_DATE) *out = value.date;
     if (value.vt == VT_DATE) return S_OK;
     if (value.vt != VT_BSTR || !value.bstrVal) return E_FAIL;
-    if (SysStringLen(value.bstrVal) == 0) return S_OK; // no date is known
+    if (SysStringLen(value.bstrVal) == 0) return S_OK; // the date is unknown
     DATE date = 0.0;
     const HRESULT hr = VarDateFromStr(value.bstrVal, userLocale, noUserOverride, &date);
     if (SUCCEEDED(hr)) *out = date;
@@ -270,7 +270,7 @@ HRESULT STDMETHODCALLTYPE CTranslatorBridge::InitializeDatabaseEx(ITrServices* p
     return oldTest_ ? com::call(oldTest_, &ITranslatorTest::InitializeDatabaseEx, pServices, dataBase, userName, password) : notOpened;
 }
 
-// The older contract knows no unverified records; a translator that tells of them all the same is heard.
+// The older contract has no unverified records, but an old translator may offer IRecordVerifier.
 HRESULT STDMETHODCALLTYPE CTranslatorBridge::RecordVerified(BSTR recordId, VARIANT_BOOL* pVerified)
 {
     if (!pVerified) return E_POINTER;

@@ -1,5 +1,5 @@
-// A translator of the older contract as ITranslator with GUID fields: the class TranslatorBridge. It is built where a class refuses
-// ITranslator, passes every call on, and puts the old id in the place of a field's GUID.
+// The class TranslatorBridge, which adapts a translator of the older contract to ITranslator. It forwards every call and replaces the GUID
+// of a field by the old translator's id. ITrMapEntry::Load uses it for a class without ITranslator.
 #pragma once
 #include "translators/BridgeFields.h"
 
@@ -10,7 +10,7 @@ class CTranslatorBridge final : public com::Object<ITranslator, com::Dual<ITrans
 public:
     explicit CTranslatorBridge(IUnknown* outer) noexcept : Object(outer) {}
 
-    // Creates the old translator and reads its fields. The settings of the services object are already those of the class.
+    // Creates the old translator and reads its fields. Requires: the settings of `services` are bound to the section of the class.
     HRESULT start(REFCLSID clsid, const com::Ptr<ITrServices>& services);
 
     // ITranslator
@@ -77,7 +77,7 @@ private:
     com::Ptr<IOldField> oldField_;
     com::Ptr<ITranslatorTest> oldTest_;
     BridgeFields fields_;
-    VARIANT_BOOL silent_ = VARIANT_FALSE; // as it stood when the bridge was built
+    VARIANT_BOOL silent_ = VARIANT_FALSE; // the value of SilentMode at start()
 };
 
 } // namespace mb

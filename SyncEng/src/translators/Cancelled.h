@@ -1,13 +1,13 @@
-// The user's cancel, as a translator reports it.
+// The user's cancel, reported by a translator.
 #pragma once
 #include "com.h"
 
 namespace mb {
 
-// Thrown after a translator answered E_ABORT. The pipeline ends the run with E_ABORT.
+// Thrown after a translator returned E_ABORT. The pipeline ends the run with E_ABORT.
 struct Cancelled {};
 
-// The result of a call of a translator. Throws Cancelled for E_ABORT.
+// Returns the result of a translator call unchanged; throws Cancelled for E_ABORT.
 inline HRESULT unlessCancelled(HRESULT result)
 {
     if (result == E_ABORT) throw Cancelled{};

@@ -1,4 +1,4 @@
-// The part of CTrManager that keeps lists of record identifiers by file for hosts.
+// Part of CTrManager: keeps lists of record identifiers for hosts, one list for each file name.
 #include "error_text.h"
 #include "translators/CTrManager.h"
 

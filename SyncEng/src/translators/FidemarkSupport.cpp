@@ -1,5 +1,5 @@
-// The part of CTrManager that shows hosts the records of a map's history with their status. A record that the history does not know
-// reads as one that is not there, and not as a failure.
+// Part of CTrManager: shows hosts the records of a map's history and their status. For an unknown record GetMappedRecordId returns an empty
+// identifier and GetRecordStatus rsNotPresent, both with S_OK.
 #include "error_text.h"
 #include "files.h"
 #include "foundation/Format.h"
@@ -10,7 +10,7 @@
 namespace mb {
 namespace {
 
-// No entries give a null array.
+// Leaves `out` null if there are no entries.
 HRESULT giveIds(const std::vector<HistoryEntry>& entries, SAFEARRAY** out)
 {
     if (entries.empty()) return S_OK;
@@ -82,12 +82,12 @@ HRESULT STDMETHODCALLTYPE CTrManager::SetRecordStatus(_TransIds transId, BSTR lp
             platform::leaveErrorText(lock.failure());
             return hr;
         }
-        // A run since then has written another history, which this one must not overwrite.
+        // Another process or a run has saved the history since it was read. Reading it again keeps those changes.
         if (platform::stampOf(history_->store().path()) != historyStamp_) hr = openHistory();
         if (SUCCEEDED(hr)) hr = history_->ReadFieldData(side, com::viewOf(lpRecID), fields);
         if (FAILED(hr)) return hr;
         fields[ftRecordStatus] = Format(u"%d", status);
-        SaveScope scope(history_->store()); // both places of the status with one file written
+        SaveScope scope(history_->store()); // the status lies in two places; one save for both
         const HRESULT written = history_->WriteFieldData(side, com::viewOf(lpRecID), fields, false, true);
         const HRESULT saved = scope.finish();
         historyStamp_ = platform::stampOf(history_->store().path());

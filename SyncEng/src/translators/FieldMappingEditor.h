@@ -1,4 +1,4 @@
-// Who lets the user edit a field map: a dialog above this layer. While there is none, the map cannot be edited.
+// The editor of field maps. It is a dialog in a higher layer, so the module installs it here at its start.
 #pragma once
 #include "com.h"
 
@@ -7,7 +7,7 @@ namespace mb {
 using FieldMappingEditor = HRESULT (*)(HWND parent, REFGUID map, bool setFlagForHistory);
 
 void SetFieldMappingEditor(FieldMappingEditor editor) noexcept;
-// E_NOTIMPL without an editor.
+// Returns E_NOTIMPL if no editor is installed.
 HRESULT RunFieldMappingEditor(HWND parent, REFGUID map, bool setFlagForHistory);
 
 } // namespace mb

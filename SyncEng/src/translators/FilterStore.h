@@ -1,4 +1,4 @@
-// Lists of record identifiers by file, in a store file of their own. Adding does not save; taking out and closing do.
+// Lists of record identifiers, one for each file name, in a store file of their own. add() does not save; the removals and close() do.
 #pragma once
 #include "store/StoreFile.h"
 
@@ -6,11 +6,11 @@ namespace mb {
 
 class FilterStore {
 public:
-    // Makes the folder and the file where they are missing.
+    // Creates the folder and the file if they are missing.
     HRESULT open();
     [[nodiscard]] const std::u16string& openFailure() const noexcept { return store_.openFailure(); }
     HRESULT add(std::u16string_view file, std::u16string_view recordId);
-    // The identifier at the index, in the order in which they came; E_FAIL past the end.
+    // Returns the identifier at `index`, in insertion order; E_FAIL past the end.
     HRESULT at(std::u16string_view file, ULONG index, std::u16string& recordId);
     HRESULT remove(std::u16string_view file, std::u16string_view recordId);
     HRESULT removeFile(std::u16string_view file);
@@ -18,8 +18,7 @@ public:
     HRESULT close() { return store_.Save(true); }
 
 private:
-    // The list that was enumerated last. It is as good as one read anew for as long as nothing is written, and spares a walk over all
-    // identifiers for each of them.
+    // Cache of the list that at() read last, so that an enumeration reads the list only once. Every change clears it.
     struct Listed {
         std::u16string file;
         std::vector<std::u16string> ids;

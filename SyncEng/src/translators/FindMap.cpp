@@ -8,7 +8,7 @@ HRESULT FindMap(ITrMap* maps, const GUID& map, std::optional<MapTranslators>& fo
     MapTranslators ids;
     const HRESULT hr = com::call(maps, &ITrMap::GetTranslators, map, &ids.one, &ids.two);
     if (SUCCEEDED(hr)) found = ids;
-    return hr == E_FAIL ? S_OK : hr; // E_FAIL is the configuration's answer for a key that it does not have
+    return hr == E_FAIL ? S_OK : hr; // the configuration returns E_FAIL for a missing key
 }
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// Whether a map is in the configuration.
+// Finds a map in the configuration.
 #pragma once
 #include "interfaces.h"
 #include <optional>
@@ -9,8 +9,8 @@ struct MapTranslators {
     GUID one{}, two{};
 };
 
-// Sets `found` to the translators of the map, or to nothing where the configuration has no such map. Fails where the configuration could
-// not be read, or the map's entry in it is damaged: a map must not be made anew in place of one that is there.
+// Sets `found` to the translators of the map, or to nullopt if the configuration has no such map. Fails if the configuration or the map's
+// entry cannot be read, so that the caller does not replace an existing map.
 HRESULT FindMap(ITrMap* maps, const GUID& map, std::optional<MapTranslators>& found);
 
 } // namespace mb

@@ -1,10 +1,10 @@
-// The history's name of a map's side.
+// The name of a side in the history.
 #pragma once
 #include "interfaces.h"
 
 namespace mb {
 
-// Whatever is not side 1 is side 2.
+// Any value but idTrans1 means side 2.
 inline constexpr const char16_t* historySideOf(_TransIds side) noexcept { return side == idTrans1 ? u"Trans1" : u"Trans2"; }
 
 } // namespace mb

@@ -1,12 +1,11 @@
-// The contract of older translators, as far as it is used: a field is named by a VARIANT, a number or a text, and not by a GUID.
-// It is known by these identifiers and slot orders alone and stands in no type library. ITranslatorInfo and ITranslatorTest are
-// those of today.
+// The interfaces of the older translator contract that the engine uses. They identify a field by a VARIANT (a number or a text) instead of
+// a GUID. No type library describes them, only these identifiers and slot orders. ITranslatorInfo and ITranslatorTest are unchanged.
 #pragma once
 #include "interfaces.h"
 
 namespace mb {
 
-// The slots of ITranslator behind IDispatch.
+// The slots of ITranslator, after those of IDispatch.
 struct IOldTranslator : IDispatch {
     virtual HRESULT STDMETHODCALLTYPE Initialize(ITrServices* pServices, HWND hwndParent, VARIANT_BOOL bReconfig, VARIANT_BOOL bSilent) = 0;
     virtual HRESULT STDMETHODCALLTYPE GetSyncParams(ITrServices* pServices, BSTR* lpDatabase, BSTR* lpDescription) = 0;

@@ -1,4 +1,4 @@
-// The text of a field, as it is taken from a translator.
+// Reads a field of a translator as text.
 #pragma once
 #include "com.h"
 #include "interfaces.h"
@@ -6,7 +6,7 @@
 
 namespace mb {
 
-// A value that is no text counts as the empty text. On failure the text is empty.
+// `text` becomes empty on failure and for a value that is not a text.
 inline HRESULT readText(ITranslator* translator, BSTR recordId, REFGUID field, std::u16string& text)
 {
     com::Variant value;

@@ -1,4 +1,4 @@
-// The part of CTrManager that tells what the history of a map holds.
+// Part of CTrManager: reads and changes the history of a map.
 #include "error_text.h"
 #include "translators/CTrManager.h"
 #include "translators/HistorySide.h"
@@ -8,7 +8,7 @@ namespace {
 
 constexpr const char16_t *side1 = historySideOf(idTrans1), *side2 = historySideOf(idTrans2);
 
-// Opens the map's history and works on it. A history that cannot be opened is named in the error's text.
+// Opens the map's history and calls `work` with it. If it cannot be opened, the error text names it.
 template <class F> HRESULT withHistory(REFGUID map, F&& work)
 {
     return com::guarded([&] {
@@ -20,7 +20,7 @@ template <class F> HRESULT withHistory(REFGUID map, F&& work)
     });
 }
 
-// The same for a change, which a run of the map would overwrite.
+// As withHistory, under the map's lock: a run of the map at the same time would overwrite the change.
 template <class F> HRESULT changeHistory(REFGUID map, F&& work)
 {
     return com::guarded([&] {

@@ -1,4 +1,4 @@
-// The part of CTrManager that points a map at the place that a store was moved to.
+// Part of CTrManager: points a map at the new place of a moved store.
 #include "translators/CTrManager.h"
 #include "translators/HistorySide.h"
 #include "translators/SideSettings.h"
@@ -19,7 +19,8 @@ std::u16string replaced(std::u16string_view text, std::size_t at, std::u16string
     return std::u16string(text.substr(0, at)) + std::u16string(now) + std::u16string(text.substr(at + old.size()));
 }
 
-// A record's identifier in the store's new place, where it contains the store's path or begins with the name of its file; empty else.
+// Returns the identifier of a record after the move: replaces the store's path inside `id`, or else the store's file name at the start of
+// `id`. Returns an empty text if `id` has neither.
 std::u16string movedId(std::u16string_view id, std::u16string_view former, std::u16string_view now)
 {
     if (const std::size_t at = former.empty() ? id.npos : id.find(former); at != id.npos) return replaced(id, at, former, now);
@@ -27,7 +28,8 @@ std::u16string movedId(std::u16string_view id, std::u16string_view former, std::
     return !file.empty() && id.starts_with(file) ? replaced(id, 0, file, lastPart(now)) : std::u16string();
 }
 
-// One move: the store is opened at its new place for as long as this lives. Unless it was kept, the settings go back to the former place.
+// One move. The store is open at its new place until this object is destroyed. The destructor restores the former place in the settings
+// unless keep() succeeded.
 class Move {
 public:
     Move(CTrManager& manager, const GUID& map, _TransIds transId) : manager_(manager), map_(map), transId_(transId) {}
@@ -55,7 +57,8 @@ public:
         return hr;
     }
 
-    // Counts the records that the history knows and the store has not, and notes those that have another identifier there.
+    // Sets `known` to the number of records in the history and `missing` to how many of them the store lacks. Remembers the records whose
+    // identifier changed with the place.
     HRESULT compare(LONG& known, LONG& missing)
     {
         HRESULT hr = history_.Open(map_);
@@ -79,7 +82,7 @@ public:
 
     HRESULT keep()
     {
-        HRESULT hr = keepCategories(); // first: where the history of the contacts cannot be saved, lists of names find themselves again
+        HRESULT hr = keepCategories(); // first: if the contacts' history cannot be saved afterwards, categories are still paired by name
         if (FAILED(hr)) return hr;
         SaveScope scope(history_.store());
         for (const auto& [before, now] : renamed_) {
@@ -132,7 +135,7 @@ private:
         return SUCCEEDED(history_.ReadEntry(other, partner, false)) ? history_.SetMappedId(other, partner, now, false) : S_OK;
     }
 
-    // Categories are known by their names, which do not change with the place.
+    // Categories are identified by name, which a move does not change; only the store's place is recorded.
     HRESULT keepCategories()
     {
         GUID categories{};
@@ -150,8 +153,8 @@ private:
     com::Ptr<ITrServices> services_;
     com::Ptr<ITranslator> translator_;
     CSyncHistory history_{nullptr};
-    std::u16string former_, now_;                                    // the database, as the translator tells it
-    std::vector<std::pair<std::u16string, std::u16string>> renamed_; // identifiers before and now
+    std::u16string former_, now_;                                    // the store's place, as the translator reports it
+    std::vector<std::pair<std::u16string, std::u16string>> renamed_; // former and new identifiers
     bool changed_ = false, kept_ = false;
 };
 
@@ -164,7 +167,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::MoveStore(REFGUID guid, _TransIds transId,
     *pKnown = *pMissing = 0;
     *ppMessage = nullptr;
     return com::guarded([&] {
-        StoreLock lock; // a run would overwrite the history that is rewritten here
+        StoreLock lock; // a run at the same time would overwrite the history
         HRESULT hr = lock.takeMap(guid);
         if (FAILED(hr)) {
             com::give(ppMessage, lock.failure());

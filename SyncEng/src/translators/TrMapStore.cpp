@@ -1,4 +1,4 @@
-// The part of CTrManager that keeps pairs and their options.
+// Part of CTrManager: keeps maps and their options.
 #include "foundation/ClassTable.h"
 #include "foundation/Log.h"
 #include "store/ConfigStore.h"
@@ -18,14 +18,14 @@ struct OptionRow {
     OptionKind kind;
 };
 
-// By _SyncOptions, from 1 on.
+// In the order of _SyncOptions, which begins at 1.
 constexpr OptionRow optionRows[] = {
     {u"ConfirmAdds", OptionKind::Boolean},    {u"ConfirmUpdates", OptionKind::Boolean},       {u"ConfirmDeletes", OptionKind::Boolean},
     {u"ConflictOptions", OptionKind::Number}, {u"DeleteConflictOptions", OptionKind::Number}, {u"SyncType", OptionKind::Number},
     {u"SyncVerified", OptionKind::Boolean},   {u"SyncImages", OptionKind::Boolean},           {u"SyncImageChanged", OptionKind::Boolean},
 };
 
-// An option of ours: the share of a side's linked records, in percent, that a run may delete. 0 is no limit.
+// The percentage of a side's linked records that a run may delete; 0 means no limit.
 constexpr OptionRow deletionLimitRow{u"DeletionLimit", OptionKind::Number};
 
 const OptionRow* rowOf(LONG option)
@@ -40,7 +40,7 @@ HRESULT writePair(const std::u16string& section, REFGUID id1, REFGUID id2)
     return SUCCEEDED(hr) ? ConfigStore().WriteGuid(trMapType, section, trMapTrans2Key, id2, false, true) : hr;
 }
 
-// A field map of its own for the pair, with the fields that go together.
+// Creates a field map with the default entries and assigns it to the map.
 HRESULT giveDefaultFieldMap(const std::u16string& section, const com::Ptr<IFieldMap>& fieldMap, REFGUID id1, REFGUID id2)
 {
     GUID fieldMapId{};
@@ -49,11 +49,11 @@ HRESULT giveDefaultFieldMap(const std::u16string& section, const com::Ptr<IField
     return SUCCEEDED(hr) ? ConfigStore().WriteGuid(trMapType, section, trMapFieldMapKey, fieldMapId, false, true) : hr;
 }
 
-// The end of a map's making. What was written stays in the store, whatever happened.
+// The last step of creating a map; `hr` is the result of the others. After a failure the part that was written stays in the store.
 HRESULT finishPair(const GUID& map, REFGUID id1, REFGUID id2, HRESULT hr)
 {
     if (SUCCEEDED(hr))
-        (void)CSyncHistory::DeleteHistoryFile(map); // a stale one must not speak for the new map
+        (void)CSyncHistory::DeleteHistoryFile(map); // a stale history must not be used for the new map
     else
         WriteLogResource(logFailures, Text::ModuleMapFailed, hr, com::guidText(id1), com::guidText(id2));
     return hr;
@@ -65,7 +65,7 @@ void announceImageOption()
     std::vector<std::u16string> sections;
     if (FAILED(ConfigStore().ListSections(trMapType, sections))) return;
     const com::Bstr key(imageOptionKey), value(u"1");
-    SaveScope scope(ConfigStore()); // one file written for all maps
+    SaveScope scope(ConfigStore()); // one save for all maps
     for (const std::u16string& section : sections) {
         GUID map{};
         com::Ptr<IDataStream> settings1, settings2;
@@ -99,7 +99,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::CreateEx(REFGUID gTrMap, REFGUID clsId1, R
     return com::guarded([&] {
         const std::u16string section = com::guidText(gTrMap);
         com::Ptr<IFieldMap> fieldMap;
-        HRESULT hr = writePair(section, clsId1, clsID2); // first: the pair stands even where no field map can be made
+        HRESULT hr = writePair(section, clsId1, clsID2); // first: the map exists even if no field map can be created
         if (SUCCEEDED(hr)) hr = createClass(__uuidof(FieldMap), fieldMap);
         if (SUCCEEDED(hr)) hr = giveDefaultFieldMap(section, fieldMap, clsId1, clsID2);
         return finishPair(gTrMap, clsId1, clsID2, hr);
@@ -149,7 +149,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetOption(REFGUID guid, LONG optId, VARIAN
     });
 }
 
-// The variant's kind is not looked at, only its value.
+// Ignores the variant's type: CSyncTransfer passes a value without one.
 HRESULT STDMETHODCALLTYPE CTrManager::SetOption(REFGUID guid, LONG optId, VARIANT varValue)
 {
     const OptionRow* row = rowOf(optId);

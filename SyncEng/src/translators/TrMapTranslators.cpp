@@ -1,4 +1,4 @@
-// The part of CTrManager that makes a map's translators.
+// Part of CTrManager: loads and configures a map's translators.
 #include "foundation/ClassTable.h"
 #include "translators/CTrManager.h"
 #include "translators/SideSettings.h"
@@ -32,7 +32,7 @@ std::u16string databaseOf(const MapSide& side, HRESULT& hr)
     return SUCCEEDED(hr) ? database.text() : std::u16string();
 }
 
-// Where a failure goes; nowhere for the plain form.
+// Where the translator's error goes; all null for ConfigureTranslator, which reports none.
 struct ErrorOut {
     VARIANT* code = nullptr;
     BSTR *message1 = nullptr, *message2 = nullptr;
@@ -143,7 +143,7 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetConfiguredTranslator(REFGUID guid, _Tra
         HRESULT hr = GetTranslators(guid, &id1, &id2);
         com::Ptr<ITranslator> translator;
         if (SUCCEEDED(hr)) hr = createClass(transId == idTrans1 ? id1 : id2, translator);
-        if (SUCCEEDED(hr) && !translator) hr = E_FAIL; // a class that says success and gives nothing
+        if (SUCCEEDED(hr) && !translator) hr = E_FAIL; // the class reported success without an object
         if (SUCCEEDED(hr)) *ppTrans = translator.detach();
         return hr;
     });

@@ -1,4 +1,4 @@
-// The translators that the system treats in a way of their own, or has names for.
+// The translators that the engine treats specially or has names for.
 #pragma once
 #include "com.h"
 

@@ -1,4 +1,4 @@
-// The part of CTrManager that names translators and tells what they can do.
+// Part of CTrManager: names of translators and their optional interfaces.
 #include "foundation/ClassTable.h"
 #include "foundation/RegisteredClass.h"
 #include "foundation/Strings.h"
@@ -13,7 +13,7 @@ struct NameRow {
     Text shortName, longName;
 };
 
-// Names of translators that cannot be created or give none.
+// Names for translators that cannot be created or return no name.
 constexpr NameRow nameRows[] = {
     {hostTranslator, Text::NameHost, Text::SourceHost},
     {outlookTranslator, Text::NameOutlook, Text::SourceOutlook},
@@ -35,7 +35,7 @@ std::u16string fallbackName(REFGUID clsid, bool longName)
     return GetRegisteredClassName(clsid);
 }
 
-// The name, and the object that was made to ask for it, if any.
+// Returns the name; `info` becomes the object that was created to ask for it, or null.
 std::u16string nameOf(REFGUID clsid, bool longName, com::Ptr<ITranslatorInfo>& info)
 {
     com::Bstr shortText, longText, label;
@@ -45,7 +45,7 @@ std::u16string nameOf(REFGUID clsid, bool longName, com::Ptr<ITranslatorInfo>& i
     return fallbackName(clsid, longName);
 }
 
-// What the class offers besides: by the object at hand, or a new one.
+// Returns an optional interface of the translator, from `info` or else from a new object; null if it has none.
 template <class I> com::Ptr<I> abilityOf(REFGUID clsid, const com::Ptr<ITranslatorInfo>& info)
 {
     if (info) return info.tryAs<I>();
