@@ -12,15 +12,15 @@
 namespace mb {
 namespace {
 
-// What a translator answers that was configured, or whose dialog was left: no failure to the host.
+// A translator returns this code after it was configured or its dialog was cancelled. The host gets S_OK.
 constexpr HRESULT codeConfigured = static_cast<HRESULT>(0x80040212);
 
 HRESULT unlessConfigured(HRESULT hr) { return hr == codeConfigured ? S_OK : hr; }
 
-// A window travels as a number of 32 bits, of which the system extends the sign.
+// A window handle is passed as 32 bits; the full handle is its sign extension.
 HWND windowOf(LONG handle) { return reinterpret_cast<HWND>(static_cast<std::intptr_t>(handle)); }
 
-// Wanted: the value alone is set, the kind stays empty.
+// Quirk kept on purpose: the variant has a value but no type. SetOption reads only the value.
 VARIANT flagValue(VARIANT_BOOL flag)
 {
     VARIANT value;
@@ -69,7 +69,7 @@ OwnedArray flagsOf(const std::vector<TransferTarget>& targets, bool TransferTarg
     return owned;
 }
 
-// Both listings; the one without images passes no place for them.
+// The out arguments of both listings; `images` is null for GetTranslators.
 struct TargetArrays {
     SAFEARRAY **guids, **names, **paths, **configurable, **images;
 };
@@ -94,7 +94,7 @@ HRESULT giveTargets(const TargetArrays& out, const std::u16string& notesTranslat
     });
 }
 
-// Hands a synchronizer's progress straight to the sink, for as long as this lives.
+// Forwards a synchronizer's progress to the sink while this object lives.
 class ForwardedProgress {
 public:
     ForwardedProgress(const com::Ptr<ISynchronizer>& synchronizer, ISyncEvents* sink)
@@ -210,7 +210,7 @@ HRESULT STDMETHODCALLTYPE CSyncTransfer::ConfigureTranslator(LONG lHWND, BSTR lp
     });
 }
 
-// Out arguments without a value to go there are left as they came.
+// Leaves an out argument unchanged if there is no value for it.
 HRESULT STDMETHODCALLTYPE CSyncTransfer::GetLastError(VARIANT* lpvtCode, BSTR* ppMessage1, BSTR* ppMessage2)
 {
     if (!lpvtCode || !ppMessage1 || !ppMessage2) return E_POINTER;

@@ -1,5 +1,5 @@
-// One-way transfer of selected cards between the host's card file and another store: the class SyncTransfer. It lists the targets, keeps
-// a hidden map for each, and lets a Synchronizer do the copying. Between calls it keeps nothing but the last failure.
+// The class SyncTransfer, which copies selected records one way between the host's card file and another store, the target. It lists the
+// targets and keeps a hidden map for each; a Synchronizer copies the records.
 #pragma once
 #include "com_events.h"
 #include "interfaces.h"
@@ -27,7 +27,7 @@ private:
     void findNotesTranslator();
     void forgetLastError();
 
-    std::u16string NotesTranslatorPath; // of its library; set only where this object had to register it
+    std::u16string NotesTranslatorPath; // of its library; set only if this object had to register it
     bool LotusNotesAvailable = false;
     com::Variant LastErrorCode;
     std::u16string LastErrorMessage1, LastErrorMessage2;

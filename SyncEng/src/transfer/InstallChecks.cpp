@@ -20,7 +20,7 @@ com::Ptr<ITranslator> created(const GUID& target)
     return translator;
 }
 
-// The translator's first message, or its second.
+// Returns the translator's first error message, or the second if the first is empty.
 std::u16string messageOf(const com::Ptr<ITranslator>& translator)
 {
     const auto info = translator.tryAs<ITranslatorInfo>();
@@ -30,7 +30,7 @@ std::u16string messageOf(const com::Ptr<ITranslator>& translator)
     return message1.empty() ? message2.text() : message1.text();
 }
 
-// The translator itself knows whether the product that is installed is the one it serves.
+// Asks the translator whether it supports the installed version of the product.
 InstallCheck checkProduct(const GUID& target)
 {
     const auto translator = created(target);

@@ -1,4 +1,4 @@
-// Whether the program behind a target is there, asked before the target may configure itself.
+// Checks that a target's program is installed, before the target may configure itself.
 #pragma once
 #include "com.h"
 
@@ -6,7 +6,7 @@ namespace mb {
 
 struct InstallCheck {
     bool installed = true;
-    std::u16string text; // for the user, when it is not; may be empty
+    std::u16string text; // the message for the user if it is not installed; may be empty
 };
 
 InstallCheck CheckTranslatorInstalled(const GUID& target, bool lotusNotesAvailable);

@@ -11,7 +11,7 @@ struct ProgramRow {
     const char16_t *first, *second;
 };
 
-// A target with two rows is tried on both.
+// For a target with two rows the second is the fallback.
 constexpr ProgramRow ProgramLocationTable[] = {
     {outlookTranslator, u"outlook.exe", u"outlook.exe"},
     {lotusNotesTranslator, u"notes.exe", u"notes.exe"},
@@ -35,7 +35,7 @@ std::optional<platform::RegistryKey> appPathsKey(std::u16string_view executable)
     return platform::RegistryKey::open(platform::Root::LocalMachine, folder + std::u16string(executable));
 }
 
-// What the row finds; nothing if the next row is to be tried.
+// Returns the program that the row finds; nullopt to try the next row.
 std::optional<std::u16string> programOf(const ProgramRow& row)
 {
     if (const auto key = appPathsKey(row.first)) {

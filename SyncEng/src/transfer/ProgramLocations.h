@@ -1,10 +1,10 @@
-// Where the program behind a target is installed, as the registry's App Paths tell.
+// Finds the program of a target in the registry's App Paths.
 #pragma once
 #include "com.h"
 
 namespace mb {
 
-// The program's path; its bare name if it is known and not installed; empty for a target that no row knows.
+// Returns the program's path, its bare file name if it is not installed, or an empty text for a target without a known program.
 std::u16string FindTranslatorProgram(const GUID& target);
 
 } // namespace mb

@@ -10,8 +10,9 @@ struct TransferTarget {
     bool configurable = true, images = false;
 };
 
-// The registered translators but the host's own, in the order of their registration. The Lotus Notes translator is among them even if it
-// is not registered, as long as its library is there. Without images nothing is asked about them. E_FAIL if there is none.
+// Lists the registered translators except the host's own, in registration order. Then adds the Lotus Notes translator if it is missing but
+// its library exists. `withImages`: also asks which translators support images. Returns E_FAIL if no translator but the host's is
+// registered.
 HRESULT ListTargets(bool withImages, const std::u16string& notesTranslatorPath, std::vector<TransferTarget>& targets);
 
 } // namespace mb
