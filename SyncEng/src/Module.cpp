@@ -1,4 +1,4 @@
-// The top of the house: the four exports, and the table of the module's classes.
+// The module's four exports and the table of its classes.
 #include "autotest/CSyncAutoTest.h"
 #include "categories.h"
 #include "dialogs/CFieldMappingDlg.h"
@@ -39,8 +39,8 @@ constexpr com::ClassEntry classTable[] = {
     {&__uuidof(SyncAutoTest), u"MBSync.SyncAutoTest", u"SyncAutoTest Class", com::create<mb::CSyncAutoTest>},
 };
 
-// What lives as long as the module: the language module and the class table from its load, the log and the configuration store from
-// the first request for a class object.
+// The state of the module. Its load sets the class table and opens the language module; the first request for a class object opens the log
+// and the configuration store.
 class Module {
 public:
     Module()
@@ -48,7 +48,7 @@ public:
         mb::SetClassTable(classTable);
         mb::SetFieldMappingEditor(mb::EditFieldMapping);
         (void)com::guarded([] { mb::LoadLocalizedModule(u"mbsync.dat"); });
-        (void)mb::ConfigStore(); // made before this is, so it is there until this is gone
+        (void)mb::ConfigStore(); // constructed before this object is complete, so destroyed after it
     }
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
@@ -86,11 +86,11 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID riid, void** out)
     return com::getClassObject(classTable, clsid, riid, out);
 }
 
-// For tests in one process: closes what the module has open, so that the next request for a class object starts it anew, with the
-// folders and settings of that moment. Not exported.
+// For tests, not exported: closes the log and the configuration store. The next request for a class object opens them again, with the
+// folders and settings of that moment.
 extern "C" void mbRestartModule() { module().restart(); }
 
-// The load of the module, where the loader tells of it: false keeps it out.
+// Called when the loader has loaded the module; false makes the load fail.
 extern "C" bool mbModuleLoaded()
 {
     return SUCCEEDED(com::guarded([] { (void)module(); }));
@@ -116,7 +116,7 @@ platform::ServerRegistration registration()
             mb::translatorCategoryName};
 }
 
-// The merge component lies beside the engine and comes and goes with it.
+// The merge component lies beside the engine and is registered with it.
 std::filesystem::path mergeLibrary() { return registration().library.parent_path() / platform::pluginFileName("merge"); }
 
 } // namespace

@@ -12,7 +12,7 @@
 namespace mb {
 namespace {
 
-// Wanted: the system's bare number, which is no failure by its sign.
+// Quirk kept on purpose: scripts get the system's bare error number. It is positive, so FAILED() is false for it.
 HRESULT bareNumber(const std::error_code& error) noexcept { return static_cast<HRESULT>(error.value()); }
 
 std::u16string describe(const platform::ScriptError& error)
@@ -30,7 +30,7 @@ HRESULT giveMapGuid(ITrMap* maps, REFGUID translator1, REFGUID translator2, BSTR
     return hr;
 }
 
-// Keeps the report of each map that a synchronizer runs, for as long as this lives, and ends its run once the script is to be cancelled.
+// While this object lives, collects the report of each map that the synchronizer runs, and cancels the run if the script is cancelled.
 class ReportCollector {
 public:
     ReportCollector(const com::Ptr<ISynchronizer>& synchronizer, std::vector<com::Ptr<ISyncRunReport>>& reports) : sink_(com::make<Sink>())
@@ -76,7 +76,7 @@ private:
     DWORD cookie_ = 0;
 };
 
-// The maps of transfers have the identifier of their target.
+// Returns the wanted map; for GUID_NULL all maps except the hidden maps of transfers, whose identifier is that of their target.
 HRESULT mapsToRun(const GUID& wanted, std::vector<GUID>& maps)
 {
     maps = {wanted};
@@ -97,7 +97,7 @@ HRESULT mapsToRun(const GUID& wanted, std::vector<GUID>& maps)
     return S_OK;
 }
 
-// The sentence of a failed run, as a host tells it.
+// Returns the message for a failed run.
 std::u16string failureSentence(const com::Ptr<ISynchronizer>& synchronizer, const GUID& map, HRESULT hr)
 {
     if (hr == E_ABORT) return u"The run was cancelled.";
@@ -110,7 +110,7 @@ std::u16string failureSentence(const com::Ptr<ISynchronizer>& synchronizer, cons
     return u"The map " + com::guidText(map) + u" failed: " + reason;
 }
 
-// What Main returned, if that can be an exit code.
+// Returns the result of Main if it is a whole number from 1 to 255, else 0.
 LONG exitCodeOf(const VARIANT& value)
 {
     double number = 0;
@@ -133,8 +133,8 @@ HRESULT ParseMapGuid(BSTR text, GUID& map)
     if (zeroEnded.empty()) return S_OK;
     GUID parsed{};
     HRESULT hr = CLSIDFromString(const_cast<OLECHAR*>(com::ole(zeroEnded.c_str())), &parsed);
-    if (hr == REGDB_E_WRITEREGDB) hr = S_OK; // the system says so of an identifier that is no registered class: it is understood
-    if (SUCCEEDED(hr)) map = parsed;         // a text that is none must not come to mean all maps
+    if (hr == REGDB_E_WRITEREGDB) hr = S_OK; // the identifier is well-formed but not a registered class
+    if (SUCCEEDED(hr)) map = parsed;
     return hr;
 }
 
@@ -149,7 +149,7 @@ HRESULT CSyncAutoTest::runScript(const std::u16string& name, const std::vector<s
     if (failed) return bareNumber(failed);
     platform::ScriptError error;
     HRESULT hr = ScriptControl->setArguments(arguments);
-    if (SUCCEEDED(hr)) hr = ScriptControl->addCode(platform::widen(bytes.c_str()), name, error); // a zero ends the text
+    if (SUCCEEDED(hr)) hr = ScriptControl->addCode(platform::widen(bytes.c_str()), name, error); // a zero byte ends the script
     if (SUCCEEDED(hr)) hr = ScriptControl->run(u"Main", error, result);
     if (FAILED(hr)) platform::leaveErrorText(describe(error));
     return hr;
@@ -223,7 +223,7 @@ HRESULT STDMETHODCALLTYPE CSyncAutoTest::DeleteTrMap(BSTR lpMapGuid)
     });
 }
 
-// A map that fails does not keep the others from their run.
+// A failed map does not prevent the others from running; a cancel does.
 HRESULT STDMETHODCALLTYPE CSyncAutoTest::Synchronize(BSTR lpMapGuid, VARIANT_BOOL bReconfig, VARIANT_BOOL bSilent)
 {
     return com::guarded([&] {

@@ -1,6 +1,6 @@
-// Drives the engine from scripts: the class SyncAutoTest. It makes maps, runs them, and reads and writes a translator's records one step
-// at a time; it can also run such a script. Every other method is a thin wrapper: failures are handed back as they are, with the
-// sentence that tells them as error information.
+// The class SyncAutoTest, by which scripts drive the engine: they create and run maps, and read and write a translator's records. RunTests
+// and Run execute such a script. The other methods are thin wrappers: a failure is returned unchanged, with its message as error
+// information.
 #pragma once
 #include "interfaces.h"
 #include "script.h"
@@ -42,11 +42,11 @@ public:
 private:
     HRESULT runScript(const std::u16string& name, const std::vector<std::u16string>& arguments, com::Variant& result);
 
-    std::vector<com::Ptr<ISyncRunReport>> reports_;        // of the last Synchronize, one a map
-    std::unique_ptr<platform::ScriptRunner> ScriptControl; // made by the first RunTests; its code stays loaded
+    std::vector<com::Ptr<ISyncRunReport>> reports_;        // of the last Synchronize, one for each map
+    std::unique_ptr<platform::ScriptRunner> ScriptControl; // created by the first script; later scripts see its code
 };
 
-// The map that a script names; empty or null for all maps.
+// Parses the map that a script names. A null or empty text gives GUID_NULL, which means all maps.
 HRESULT ParseMapGuid(BSTR text, GUID& map);
 
 } // namespace mb

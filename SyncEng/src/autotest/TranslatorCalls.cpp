@@ -1,4 +1,4 @@
-// The records of one side of a map: each call goes to the translator that the script holds.
+// Part of CSyncAutoTest: forwards each call to the translator that the script holds.
 #include "autotest/CSyncAutoTest.h"
 #include "error_text.h"
 #include "foundation/ClassTable.h"
@@ -7,7 +7,7 @@
 namespace mb {
 namespace {
 
-// Leaves what the translator says of its failure, for the script.
+// If `hr` is a failure, leaves the translator's error message for the script. Returns `hr`.
 HRESULT withReason(const com::Ptr<ITranslator>& translator, HRESULT hr)
 {
     const auto info = FAILED(hr) ? translator.tryAs<ITranslatorInfo>() : com::Ptr<ITranslatorInfo>();
@@ -19,7 +19,7 @@ HRESULT withReason(const com::Ptr<ITranslator>& translator, HRESULT hr)
     return hr;
 }
 
-// A call of the translator's, once it is there.
+// Calls `body` with the translator.
 template <class F> HRESULT withTranslator(IUnknown* pTrans, F&& body) noexcept
 {
     if (!pTrans) return E_POINTER;
@@ -29,10 +29,10 @@ template <class F> HRESULT withTranslator(IUnknown* pTrans, F&& body) noexcept
     });
 }
 
-// A store without batches says so, and that is no failure.
+// A translator without batches returns E_NOTIMPL, which is not a failure here.
 HRESULT ofBatch(HRESULT hr) noexcept { return hr == E_NOTIMPL ? S_OK : hr; }
 
-// The first field of that type; E_FAIL if there is none.
+// Finds the first field of the type; returns E_FAIL if there is none.
 HRESULT findField(const com::Ptr<ITranslator>& translator, _FieldTypes wanted, GUID& found)
 {
     const auto list = translator.as<IFieldList>();
@@ -57,7 +57,7 @@ HRESULT openSide(REFGUID map, _TransIds side, com::Ptr<ITranslator>& translator)
     if (SUCCEEDED(hr)) hr = createClass(__uuidof(TrManager), loader);
     if (SUCCEEDED(hr)) hr = com::call(maps, &ITrMap::GetTranslators, map, &ids[0], &ids[1]);
     if (SUCCEEDED(hr)) hr = com::call(loader, &ITrMapEntry::Load, ids[side - idTrans1], translator.put());
-    // The store of the map's side. One that a script has made has no settings, and its translator finds its store in another way.
+    // In a map that a script created, the side may have no store configured; its translator is then asked to choose one.
     com::Ptr<ITrServices> services;
     if (SUCCEEDED(hr)) hr = MakeServices(map, side, services);
     if (FAILED(hr)) return hr;
