@@ -11,7 +11,7 @@ namespace {
 
 bool isImageSize(LONG type) noexcept { return type == ftImageSize1 || type == ftImageSize2; }
 
-// A text, or a number that is 64 bits wide.
+// Reads a text, or a 64-bit number as decimal text.
 HRESULT readPlain(const TranslatorFields& fields, const RecordReading& record, const GUID& field, std::u16string& text)
 {
     com::Variant value;
@@ -22,7 +22,7 @@ HRESULT readPlain(const TranslatorFields& fields, const RecordReading& record, c
     return hr;
 }
 
-// A value of the record as the list shows it: of an image whether it is there and how large it is.
+// Reads a value as the list shows it. Of an image the list shows only its presence and size.
 HRESULT currentValue(const TranslatorFields& fields, IImageSupport* images, const RecordReading& record, LONG type, std::u16string& text)
 {
     const LONG imageType = type == ftImageSize1 ? LONG{ftImage1} : type == ftImageSize2 ? LONG{ftImage2} : type;

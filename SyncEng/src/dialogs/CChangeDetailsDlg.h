@@ -1,4 +1,4 @@
-// Shows of one changed contact the value that each field has now and the one it will get.
+// Shows the current and the new value of each field of a changed contact.
 #pragma once
 #include "dialogs/Dialog.h"
 #include "dialogs/DialogTexts.h"
@@ -7,15 +7,15 @@
 
 namespace mb {
 
-// The contact that will be changed, on the side where it is.
+// A contact that a run will change, on the side that is written.
 struct ContactChange {
     ITranslator* translator = nullptr;
     GUID clsid{};
     std::u16string recordId;
-    const FieldValueMap* values = nullptr;    // by the types of the side that they come from; may be null
-    const FieldTypeMap* FieldTypes = nullptr; // from those to the types of this side
+    const FieldValueMap* values = nullptr;    // the new values, by field types of the other side; may be null
+    const FieldTypeMap* FieldTypes = nullptr; // from field types of the other side to those of this side
     bool SyncImages = false;
-    std::u16string storeName{}; // as the run calls the store; the translator's short name where the run gives none
+    std::u16string storeName{}; // the run's name for the store; if empty, the translator's short name is shown
     std::u16string database{};
 };
 

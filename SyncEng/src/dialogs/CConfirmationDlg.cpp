@@ -27,8 +27,8 @@ Counts countTasks(std::span<const PlannedTask> tasks)
     return counts;
 }
 
-// What comes to a side: its own additions and changes, and the deletions that stand in the other list. What is not to be confirmed
-// is not told, though it will happen.
+// Returns the counts of a side: additions and changes from its own tasks, deletions from the tasks of the other side. What needs no
+// confirmation counts as 0, although it will be written.
 Counts countsFor(const PlannedChanges& changes, const Counts& own, const Counts& other)
 {
     return {changes.ConfirmAdds ? own.adds : 0, changes.ConfirmUpdates ? own.changes : 0, changes.ConfirmDeletes ? other.deletes : 0};
@@ -55,7 +55,7 @@ std::u16string unverifiedText(const PlannedChanges& changes, std::u16string_view
            Format(LoadText(count == 1 ? Text::UnverifiedAddition : Text::UnverifiedAdditions), count);
 }
 
-// What the translator calls its database.
+// Returns the translator's word for its kind of database.
 std::u16string databaseLabel(const PlannedSide& side, std::u16string_view name)
 {
     com::Bstr shortName, longName, label;

@@ -1,4 +1,4 @@
-// Shows in a few lines what a run is about to write, and lets the user go on, look at the details, start over or cancel.
+// Shows a summary of what a run is about to write. The user continues, views the details, starts the run over or cancels it.
 #pragma once
 #include "dialogs/Dialog.h"
 #include "dialogs/PlannedChanges.h"
@@ -20,7 +20,7 @@ private:
     const PlannedChanges& changes_;
 };
 
-// The text of the summary; empty if nothing that is to be confirmed is pending.
+// Returns the text of the summary; empty if nothing needs confirmation.
 std::u16string SummaryText(const PlannedChanges& changes);
 
 } // namespace mb

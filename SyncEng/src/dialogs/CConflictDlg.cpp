@@ -14,7 +14,7 @@
 namespace mb {
 namespace {
 
-constexpr LONG noType = -1; // 0 is what a store may answer for a field that was not loaded
+constexpr LONG noType = -1; // not 0: a translator may report 0 for a field that was not loaded
 
 } // namespace
 
@@ -83,7 +83,7 @@ void CConflictDlg::preselect()
     onChoose(radio);
 }
 
-// A merge is made for one contact, so it cannot be applied to all.
+// A merge applies to one contact only.
 void CConflictDlg::onChoose(int radio) { model_[idApplyToAll].enabled = radio != idMerge; }
 
 void CConflictDlg::fillList(const TranslatorFields& fields1, const TranslatorFields& fields2)
@@ -135,7 +135,7 @@ void CConflictDlg::accept()
         if (cancelled) throw Cancelled{};
         if (FAILED(hr))
             return ShowWarning(window, Format(LoadText(Text::MergeFailedWithCode), Format(u"%x", hr), platform::systemMessage(hr)));
-        if (hr == S_FALSE) return; // given up: the other ways stay open
+        if (hr == S_FALSE) return; // the user cancelled the merge: the dialog stays open
     }
     end(idOk);
 }

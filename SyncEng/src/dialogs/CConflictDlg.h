@@ -1,4 +1,4 @@
-// Asks what becomes of a contact that was changed on both sides: one side wins, both are kept, or the user merges them by hand.
+// Asks how to resolve a contact that was changed on both sides: one side wins, both contacts are kept, or the user merges them.
 #pragma once
 #include "dialogs/ConflictPrompt.h"
 #include "dialogs/Dialog.h"
@@ -22,7 +22,7 @@ public:
         idCounter = 221
     };
 
-    // The answer goes into the question if the dialog ends with OK; its lists of conflicting fields are filled when it opens.
+    // prepare() fills the question's lists of conflicting fields. OK stores the answer in it. Requires: `question` outlives the dialog.
     explicit CConflictDlg(ConflictQuestion& question) noexcept : question_(question) {}
     void prepare() override;
     Question question() override;
@@ -39,7 +39,7 @@ private:
     void accept();
     ConflictQuestion& question_;
     std::u16string name1_, name2_;           // of the two stores
-    std::u16string mergeName1_, mergeName2_; // what the merge calls them
+    std::u16string mergeName1_, mergeName2_; // of the two stores in the merge
     ContactName contact1_, contact2_;
 };
 

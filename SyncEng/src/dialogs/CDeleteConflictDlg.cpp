@@ -58,7 +58,7 @@ void CDeleteConflictDlg::onPress(int button)
     }
 }
 
-// To add means that the changed side wins, to delete that the deleting one does.
+// "Add" means that the side that changed the contact wins, "Delete" that the side that deleted it wins.
 void CDeleteConflictDlg::takeAnswer()
 {
     const bool add = model_[idAdd].checked, goneOnOne = question_.DeletedSide == idTrans1;

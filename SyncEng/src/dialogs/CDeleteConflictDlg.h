@@ -1,4 +1,4 @@
-// Asks what becomes of a contact that was changed on one side and deleted on the other: it is added again, or deleted.
+// Asks how to resolve a contact that was changed on one side and deleted on the other: it is added again, or deleted on both sides.
 #pragma once
 #include "dialogs/ConflictPrompt.h"
 #include "dialogs/Dialog.h"
@@ -10,7 +10,7 @@ class CDeleteConflictDlg final : public Dialog {
 public:
     enum ControlId { idHelp = 207, idMessage = 209, idAdd = 212, idDelete = 213, idApplyToAll = 215, idList = 216, idCounter = 221 };
 
-    // The answer goes into the question if the dialog ends with OK.
+    // OK stores the answer in the question. Requires: `question` outlives the dialog.
     explicit CDeleteConflictDlg(DeleteConflictQuestion& question) noexcept : question_(question) {}
     void prepare() override;
     Question question() override;

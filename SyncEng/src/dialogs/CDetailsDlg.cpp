@@ -44,7 +44,7 @@ void CDetailsDlg::prepare()
     fields2.throwIfCancelled();
 }
 
-// The values come from the other side's records; the deletions are of the side's own ones.
+// Additions and changes show records of the other side, deletions show records of the list's own side.
 void CDetailsDlg::fillList(int list, const PlannedSide& own, const PlannedSide& other, const TranslatorFields& ownFields,
                            const TranslatorFields& otherFields)
 {
@@ -70,7 +70,7 @@ void CDetailsDlg::addRow(int list, const TranslatorFields& source, const std::u1
     model_[list].rows.push_back(std::move(row));
 }
 
-// They may be of either side; the one that finds the record has it.
+// An unverified record belongs to side 1 if translator 1 finds it, else to side 2.
 void CDetailsDlg::addUnverified(const TranslatorFields& fields1, const TranslatorFields& fields2)
 {
     if (!changes_.UnverifiedRecords) return;

@@ -1,4 +1,4 @@
-// Lists each contact that a run will touch, one list a side, sortable by any column; of a changed one the fields can be seen.
+// Lists each contact that a run will write, in one list for each side, sortable by any column. A changed contact's fields can be viewed.
 #pragma once
 #include "dialogs/Dialog.h"
 #include "dialogs/DialogTexts.h"
@@ -14,11 +14,11 @@ public:
     explicit CDetailsDlg(const PlannedChanges& changes) noexcept : changes_(changes) {}
     void prepare() override;
     Question question() override;
-    // The task of a row; null for a record that is not verified.
+    // Returns the task of a row; null for an unverified record.
     [[nodiscard]] const PlannedTask* taskOf(int list, std::size_t row) const;
-    // The side that the list's changes go to.
+    // Returns the side that the list's changes are written to.
     [[nodiscard]] const PlannedSide& targetOf(int list) const noexcept { return list == idList1 ? changes_.side1 : changes_.side2; }
-    // From the types of the values that come to the list's side to those of its fields.
+    // Returns the map from field types of the other side to those of the list's side.
     [[nodiscard]] const FieldTypeMap& typesFor(int list) const noexcept { return list == idList1 ? types21_ : types12_; }
 
 private:
@@ -33,7 +33,7 @@ private:
     void viewChanges();
 
     const PlannedChanges& changes_;
-    std::vector<const PlannedTask*> tasks_; // by the tag of a row
+    std::vector<const PlannedTask*> tasks_; // indexed by ListRow::tag
     FieldTypeMap types12_, types21_;
 };
 

@@ -13,7 +13,7 @@
 namespace mb {
 namespace {
 
-// A translator may have fields beyond the fixed ones; their types are handed out from the map's next free number.
+// Loads the translator's dynamic fields, if it has any. They get field types from the field map's next free number on.
 void loadDynamicFields(IFieldMap* fieldMaps, REFGUID fieldMap, ITranslator* translator, ITrServices* services)
 {
     const auto loader = com::Ptr<ITranslator>(translator).tryAs<IDynamicFieldLoader>();
@@ -59,7 +59,7 @@ void CFieldMappingDlg::prepare()
     fill(true);
 }
 
-// A failure leaves the list as far as it got.
+// After a failure the list stays partly filled.
 void CFieldMappingDlg::fill(bool initial)
 {
     model_[idList].rows.clear();
@@ -108,7 +108,7 @@ std::vector<CFieldMappingDlg::Pair> CFieldMappingDlg::readPairs(ITranslator* tra
     return pairs;
 }
 
-// Each pair has a row; then the fields in no pair, those of side 2 beside those of side 1.
+// Each mapped pair gets a row. The unmapped fields follow, those of side 2 beside those of side 1.
 void CFieldMappingDlg::placeFields(const std::vector<Pair>& pairs)
 {
     const auto numbersOf = [](const std::vector<Field>& fields) {
@@ -120,7 +120,7 @@ void CFieldMappingDlg::placeFields(const std::vector<Pair>& pairs)
     std::vector<bool> placed1(Fields1.size()), placed2(Fields2.size());
     for (const auto& [guid1, guid2] : pairs) {
         const auto at1 = numbers1.find(guid1), at2 = numbers2.find(guid2);
-        if (at1 == numbers1.end() || at2 == numbers2.end()) continue; // a field that is no longer listed has no row
+        if (at1 == numbers1.end() || at2 == numbers2.end()) continue; // a translator no longer lists the field
         rows_.push_back({at1->second, at2->second});
         placed1[static_cast<std::size_t>(at1->second)] = placed2[static_cast<std::size_t>(at2->second)] = true;
     }

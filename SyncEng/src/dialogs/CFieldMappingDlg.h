@@ -1,5 +1,5 @@
-// Lets the user say which field of one translator goes with which of the other: a row a pair, checked if it is mapped. A field of the
-// left column is dragged to another row, and the two change places. The store changes on Reset and on OK; Cancel undoes Reset.
+// Lets the user edit a field map. Each row shows a field of each translator and is checked if they are mapped. Dragging a field of the left
+// column to another row swaps the two left fields. Reset and OK change the configuration store; Cancel undoes Reset.
 #pragma once
 #include "dialogs/Dialog.h"
 #include "interfaces.h"
@@ -9,7 +9,7 @@
 
 namespace mb {
 
-// The map that is edited, as far as the dialog needs it.
+// The map whose field map is edited.
 struct TrMapRecord {
     GUID guid{}, Translator1Clsid{}, Translator2Clsid{};
     std::u16string name1, name2, database1, database2;
@@ -22,7 +22,7 @@ public:
     CFieldMappingDlg(TrMapRecord map, bool setFlagForHistory) : map_(std::move(map)), SetFlagForHistory(setFlagForHistory) {}
     void prepare() override;
     Question question() override;
-    // Of what OK or Cancel wrote.
+    // The result of writing on OK or Cancel.
     [[nodiscard]] HRESULT result() const noexcept { return result_; }
 
 private:
@@ -31,7 +31,7 @@ private:
         std::u16string name;
         LONG dataType = 0;
     };
-    struct Row { // numbers of fields; -1 for none
+    struct Row { // indices of fields; -1 for none
         int left = -1, right = -1;
     };
     using Pair = std::pair<GUID, GUID>;
@@ -61,22 +61,23 @@ private:
     com::Ptr<ITrMap> maps_;
     com::Ptr<IFieldMap> fieldMaps_;
     std::vector<Field> Fields1, Fields2;
-    std::vector<Row> rows_; // in step with the list's
+    std::vector<Row> rows_; // parallel to the rows of the list
     std::vector<Pair> OpeningPairs;
     std::u16string NoFieldText;
     bool ResetDone = false;
-    bool loaded_ = false; // both sides' fields are known: else nothing may be written, for it would unmap what is not shown
+    bool loaded_ = false; // the fields of both sides were loaded; otherwise OK must not write, or it would unmap fields that are not shown
     int DragRow = -1;
     HRESULT result_ = S_OK;
 };
 
-// The sections of the map's history that learn of a changed field map. The contact program keeps its histories by database.
+// Returns the sections of the map's history to mark when the field map changed. If `host` is the contact program, the section is named
+// after the databases.
 std::vector<std::u16string> SectionsToMark(const TrMapRecord& map, const std::filesystem::path& host);
 
-// The label of a data type in messages: its name, or its number.
+// Returns the name of a data type for messages, or its number if it has no name.
 std::u16string DataTypeText(LONG dataType);
 
-// Shows the dialog for a map; S_FALSE if the user cancelled.
+// Shows the dialog for a map. Returns S_FALSE if the user cancelled it, E_ABORT if a translator reported a cancel.
 HRESULT EditFieldMapping(HWND parent, REFGUID map, bool setFlagForHistory);
 
 } // namespace mb

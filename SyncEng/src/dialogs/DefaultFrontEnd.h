@@ -1,4 +1,4 @@
-// The front end of the platform: windows, or a conversation in the terminal. The build chooses the one that is linked.
+// The front end of the platform: windows, or questions in the terminal. The build links one of them.
 #pragma once
 #include "dialogs/Dialog.h"
 

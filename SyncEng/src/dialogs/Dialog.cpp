@@ -26,12 +26,12 @@ Control* Dialog::activeList(int id, int row) noexcept
 
 void Dialog::press(int button)
 {
-    // A window can be closed whether or not it shows a button for that.
+    // A window can be closed even if it has no button for that.
     if (button == idCancel && !ending_) return act(button);
     if (active(button, ControlKind::Button)) act(button);
 }
 
-// No exception may cross the front end's window: a cancel is noted here, and thrown when the window is gone.
+// No exception may pass through the front end's window. A cancel is remembered here, and thrown by ShowDialog after the window has closed.
 void Dialog::act(int button)
 {
     try {

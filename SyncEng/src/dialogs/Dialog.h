@@ -1,5 +1,5 @@
-// A dialog without its window: it fills a model, takes the user's acts, and ends with a number. A front end draws the model and hands
-// in the acts; an act on a control that is absent, hidden or disabled is no act.
+// The logic of a dialog, without a window: it fills a model, reacts to user actions and ends with a number. A front end draws the model and
+// passes the actions on. An action on a missing, hidden or disabled control is ignored.
 #pragma once
 #include "com.h"
 #include "dialogs/DialogModel.h"
@@ -18,15 +18,16 @@ public:
     Dialog& operator=(const Dialog&) = delete;
     virtual ~Dialog() = default;
 
-    // Fills the model. A dialog that has nothing to ask ends here and is never shown.
+    // Fills the model. A dialog that has nothing to ask ends here and is not shown.
     virtual void prepare() = 0;
-    // The dialog in words, as it stands now; made anew after each act. Requires: prepare() was called. The answers act on this dialog.
+    // Returns the dialog's present state as a question for the terminal; out of date after a user action. Its answers act on this dialog,
+    // which must outlive it. Requires: prepare() was called.
     virtual Question question() = 0;
 
-    // The user's acts.
+    // User actions.
     void press(int button);
-    void close() { press(idCancel); } // the cross of the window, or the end of the input
-    // In place of the user's acts: the dialog could not be shown to anybody. It ends as a closed one does.
+    void close() { press(idCancel); } // the window's close button, or the end of the input
+    // Called by the front end in place of user actions if nobody can be asked. Ends the dialog like close().
     void closeUnanswered()
     {
         unanswered_ = true;
@@ -34,20 +35,20 @@ public:
     }
     void choose(int radio);
     void check(int box, bool on);
-    void select(int list, int row); // -1 takes the selection away
+    void select(int list, int row); // -1 clears the selection
     void clickHeader(int list, int column);
     void checkRow(int list, int row, bool on);
-    // False if the row cannot be dragged.
+    // Returns false if the row cannot be dragged.
     bool beginDrag(int list, int row);
-    void drop(int row); // -1 for no row: the drag ends and nothing moves
+    void drop(int row); // -1 ends the drag without a move
 
     [[nodiscard]] const DialogModel& model() const noexcept { return model_; }
     [[nodiscard]] std::optional<int> ending() const noexcept { return ending_; }
     // Whether a translator reported the user's cancel while the dialog was shown.
     [[nodiscard]] bool cancelledByTranslator() const noexcept { return cancelledByTranslator_; }
-    // Whether there was nobody to show the dialog to.
+    // Whether nobody could be asked.
     [[nodiscard]] bool unanswered() const noexcept { return unanswered_; }
-    HWND window = nullptr; // set by the front end while it shows the dialog; owns messages and inner dialogs
+    HWND window = nullptr; // the parent of messages and inner dialogs; set by the front end while it shows the dialog
 
 protected:
     virtual void onPress(int button) = 0;
@@ -73,7 +74,7 @@ private:
 class DialogFrontEnd {
 public:
     virtual ~DialogFrontEnd() = default;
-    // Shows a prepared dialog and hands in acts until it has ended.
+    // Shows a prepared dialog and passes user actions to it until it has ended.
     virtual void run(Dialog& dialog, HWND parent) = 0;
     virtual void tell(HWND parent, std::u16string_view text, std::u16string_view caption, platform::MessageKind kind)
     {
@@ -81,14 +82,14 @@ public:
     }
 };
 
-// Takes the place of the platform's own front end until it is taken away with null; the caller keeps it alive, and gets the former.
+// Replaces the platform's front end; null restores it. Returns the former replacement. Requires: `frontEnd` lives until it is replaced.
 DialogFrontEnd* SetFrontEnd(DialogFrontEnd* frontEnd) noexcept;
 DialogFrontEnd& FrontEnd();
 
-// Prepares and shows, and gives the ending: cancel where there is nobody to ask. Throws Cancelled if a translator that the dialog read
-// reported the user's cancel; the dialog, and each dialog that opened it, has ended then.
+// Prepares and shows a dialog. Returns its ending, or idCancel if nobody can be asked. Throws Cancelled if a translator reported the user's
+// cancel; this also ends each dialog that opened this one.
 int ShowDialog(Dialog& dialog, HWND parent);
-// A message under the caption that all of the system's messages have.
+// Shows a warning under the caption of the engine's messages.
 void ShowWarning(HWND parent, std::u16string_view text);
 
 } // namespace mb

@@ -27,7 +27,7 @@ com::Ptr<IMergeDialog> createComponent()
     return component;
 }
 
-// An image file that was made to be shown, and lives as long as the merge.
+// A temporary image file that the merge shows; deleted with this object.
 class ShownImage {
 public:
     ShownImage() = default;
@@ -85,7 +85,7 @@ private:
         std::u16string value1, value2;
     };
 
-    // Both records stay open until their images are files too.
+    // Keeps both records open until their images have been written to files.
     void offerRecords()
     {
         const RecordReading record1(fields1_, question_.side1.recordId);
@@ -98,7 +98,7 @@ private:
 
     void addFields(const RecordReading& record1, const RecordReading& record2)
     {
-        std::optional<std::pair<std::u16string, Values>> notes, categories; // these two come last
+        std::optional<std::pair<std::u16string, Values>> notes, categories; // added last
         for (const TranslatorFields::Item& item : fields1_.items()) {
             if (!question_.FieldTypes || !question_.FieldTypes->contains(item.type)) continue;
             if (isImageType(item.type)) {
@@ -119,8 +119,8 @@ private:
         if (categories) addField(categories->first, categories->second);
     }
 
-    // A value that one side alone changed is offered for both; else both are read afresh. A value that cannot be read ends the merge: shown
-    // as empty, it could be taken and written.
+    // If only one side changed the value, the change is offered for both sides; otherwise both values are read again. A value that cannot
+    // be read fails the merge: shown as empty, it could be chosen and written.
     Values valuesOf(const TranslatorFields::Item& item, const RecordReading& record1, const RecordReading& record2) const
     {
         const LONG type2 = mappedType(question_.FieldTypes, item.type);
@@ -178,7 +178,7 @@ private:
         return result;
     }
 
-    // The maps change together at the end, so that a failure leaves them as they were.
+    // Replaces both change maps at the end, so that a failure leaves them unchanged.
     void apply()
     {
         FieldValueMap changes1 = question_.ChangeMap1, changes2 = question_.ChangeMap2;
@@ -193,10 +193,10 @@ private:
 
     void applyFields(MergedFields merged, FieldValueMap& changes1, FieldValueMap& changes2) const
     {
-        std::map<std::u16string, LONG> typeOf; // the first field of a label counts
+        std::map<std::u16string, LONG> typeOf; // the first field with a label counts
         for (const auto& [type, label] : labels_) {
             typeOf.emplace(label, type);
-            std::u16string& value = merged[label]; // a label that did not come back has no value any more
+            std::u16string& value = merged[label]; // a label that is missing from the result gets an empty value
             if (type == ftCategories) value = CategoriesFromDisplay(value);
         }
         if (merged.empty()) return;
@@ -217,7 +217,7 @@ private:
         }
     }
 
-    // A tab parts the merged texts, so a value that holds one comes back with blanks: that is no change of the user's.
+    // Tabs separate the merged texts, so the tabs inside a value come back as blanks. That is not a change by the user.
     static void restoreTabs(MergedField& field)
     {
         for (const std::u16string* value : {&field.value1, &field.value2}) {
@@ -245,7 +245,7 @@ private:
     TranslatorFields fields1_, fields2_;
     com::Ptr<IMergeDialog> component_;
     ULONG caps1_ = 0, caps2_ = 0;
-    std::map<LONG, std::u16string> labels_; // of side 1, images excepted
+    std::map<LONG, std::u16string> labels_; // of the fields of side 1, without images
     MergeImage front_, back_;
 };
 

@@ -1,25 +1,25 @@
-// Lets the user merge the two versions of a contact in the merge component, and turns what came back into what each side is to get.
+// Lets the user merge the two versions of a contact in the merge component, and puts the result into the question's change maps.
 #pragma once
 #include "dialogs/ConflictPrompt.h"
 #include <cstdint>
 
 namespace mb {
 
-// The name of the merge component.
+// The ProgID of the merge component.
 inline constexpr char16_t mergeProgId[] = u"TwinWiz.CMergeDialog";
 
 struct MergeNames {
-    std::u16string name1, name2; // what the user is told the two stores as: the names of a run, in a terminal the places
+    std::u16string name1, name2; // of the two stores, as the user sees them: names in a window, places in a terminal
 };
 
-// Turns an image from the form of one translator into that of another; see the foundation's image values.
+// Converts an image between the forms that two translators support; see foundation/ImageValue.h.
 using ImageConverter = std::int64_t (*)(com::Variant& value, ULONG sourceCaps, ULONG targetCaps, bool forceFlag);
 
-// 0 if the user accepted, and the change maps then hold what is to be written; what else the component answered otherwise, and a
-// failure where it could not be asked: the maps are as they were. Without a converter images take no part.
+// Returns 0 if the user accepted the merge; the change maps then hold the values to write. Otherwise the change maps are unchanged: it
+// returns the component's answer, or a failure is returned or thrown. Without a converter, images are not merged.
 HRESULT MergeConflict(ConflictQuestion& question, HWND parent, const MergeNames& names, ImageConverter convert);
 
-// Whether the merge component can be made and both translators tell their fields.
+// Whether the merge component can be created and both translators list their fields.
 bool MergeIsAvailable(const ConflictQuestion& question);
 
 } // namespace mb

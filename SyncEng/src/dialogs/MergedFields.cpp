@@ -38,7 +38,7 @@ void ApplyMergedField(const MergedField& field, FieldValueMap& changes1, FieldVa
 {
     const std::u16string merged = TrimFieldValue(field.merged);
     const bool as1 = merged == TrimFieldValue(field.value1), as2 = merged == TrimFieldValue(field.value2);
-    // Wanted: the value of side 2 alone is compared as it is, blanks at its edges and all.
+    // Quirk kept on purpose: here the value of side 2 is compared untrimmed.
     const bool only2 = !as1 && merged == field.value2;
     if (as1 && as2) {
         changes1.erase(field.type1);
@@ -60,7 +60,7 @@ void SettleMergedImage(const MergedImage& image, FieldValueMap& changes1, FieldV
     const auto flag1 = changes1.find(image.type1), flag2 = changes2.find(image.type2);
     if (flag1 == changes1.end() || flag2 == changes2.end() || !image.chosen.empty()) return;
     const bool has1 = flag1->second == u"1", gone1 = flag1->second == u"0", has2 = flag2->second == u"1", gone2 = flag2->second == u"0";
-    if (gone1) { // Wanted: also where side 2 has the image still.
+    if (gone1) { // Quirk kept on purpose: also if side 2 still has the image.
         changes2.erase(image.type2);
         changes1.erase(image.type1);
     } else if (has1 && gone2) {

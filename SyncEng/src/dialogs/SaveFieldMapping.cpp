@@ -1,4 +1,4 @@
-// The part of CFieldMappingDlg that writes: the new map on OK, the former pairs on Cancel after Reset.
+// Part of CFieldMappingDlg: writes the new field map on OK, and restores the former entries on Cancel after Reset.
 #include "dialogs/CFieldMappingDlg.h"
 #include "foundation/ClassTable.h"
 #include "foundation/FieldValue.h"
@@ -6,7 +6,6 @@
 #include "foundation/StoreNames.h"
 #include "host.h"
 #include "store/ConfigStore.h"
-#include "translators/Cancelled.h"
 #include "translators/Cancelled.h"
 #include "ui.h"
 #include <algorithm>
@@ -32,7 +31,7 @@ HRESULT CFieldMappingDlg::save()
 {
     const platform::WaitCursor wait;
     if (!loaded_) return E_FAIL;
-    SaveScope scope(ConfigStore()); // one file written for all pairs
+    SaveScope scope(ConfigStore()); // one save for all entries
     GUID fresh{};
     HRESULT hr = com::call(fieldMaps_, &IFieldMap::Create, map_.Translator1Clsid, map_.Translator2Clsid, &fresh);
     bool changed = wasUpdated(fieldMaps_.get(), FieldMapGuid);
@@ -73,7 +72,7 @@ HRESULT CFieldMappingDlg::writeRows(const GUID& fresh, bool& changed)
     return S_OK;
 }
 
-// The next run compares the records anew that the map's history knows.
+// Makes the next run compare all records in the map's history again.
 HRESULT CFieldMappingDlg::markHistory() const
 {
     HRESULT hr = S_OK;

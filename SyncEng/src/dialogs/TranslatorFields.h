@@ -1,5 +1,5 @@
-// A translator as the dialogs see it: its fields by type, and the values of the record that is open for reading. E_ABORT from the
-// translator is the user's cancel: it is thrown as Cancelled.
+// The fields of a translator by type, and the values of the record that is open for reading. If the translator returns E_ABORT, the user's
+// cancel, Cancelled is thrown.
 #pragma once
 #include "com.h"
 #include "interfaces.h"
@@ -11,10 +11,10 @@ namespace mb {
 
 class TranslatorFields;
 
-// A record open for reading for as long as this lives.
+// Keeps a record open for reading while this object lives.
 class RecordReading {
 public:
-    // The fields must outlive this object.
+    // Requires: `fields` outlives this object.
     RecordReading(const TranslatorFields& fields, std::u16string_view recordId);
     RecordReading(const RecordReading&) = delete;
     RecordReading& operator=(const RecordReading&) = delete;
@@ -37,26 +37,26 @@ public:
     };
 
     explicit TranslatorFields(ITranslator* translator);
-    // Whether the translator offers both of the interfaces that tell of fields.
+    // Whether the translator offers IFieldList and IField.
     [[nodiscard]] bool usable() const noexcept { return list_ && field_; }
     // In the order of the translator's list.
     [[nodiscard]] const std::vector<Item>& items() const noexcept { return items_; }
-    // The last field of the type; null if there is none.
+    // Returns the last field of the type; null if there is none.
     [[nodiscard]] const GUID* ofType(LONG type) const noexcept;
     [[nodiscard]] std::u16string nameOf(const GUID& field) const;
-    // The field's name, or the empty text.
+    // Returns the name of the type's field, or an empty text.
     [[nodiscard]] std::u16string nameOfType(LONG type) const;
-    // The value of the open record; on failure, and where no field has the type, the text is empty.
+    // Reads a value of the open record. `text` becomes empty on failure, or if no field has the type.
     HRESULT read(const RecordReading& record, LONG type, std::u16string& text) const;
     HRESULT read(const RecordReading& record, REFGUID field, std::u16string& text) const;
-    // A cancel that came when a record was closed waits for this call.
+    // Throws Cancelled if the translator reported a cancel when a record was closed.
     void throwIfCancelled() const;
     [[nodiscard]] ITranslator* translator() const noexcept { return translator_; }
 
 private:
     friend class RecordReading;
     ITranslator* translator_;
-    mutable bool cancelled_ = false; // by the end of a reading
+    mutable bool cancelled_ = false; // set by RecordReading::end()
     com::Ptr<IFieldList> list_;
     com::Ptr<IField> field_;
     std::vector<Item> items_;

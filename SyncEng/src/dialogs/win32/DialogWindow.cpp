@@ -16,7 +16,7 @@ void setText(HWND window, const std::u16string& text)
     if (shown != wanted) SetWindowTextW(window, wanted.c_str());
 }
 
-// Lines and their leading tabs are the dialog's own; what stands in them may come from a contact.
+// Keeps line ends and leading tabs, which the dialog wrote. The rest of a line may come from a contact.
 std::u16string harmlessLines(std::u16string_view text)
 {
     std::u16string lines;
@@ -70,7 +70,7 @@ template <class F> void DialogWindow::act(F&& f) noexcept
 INT_PTR DialogWindow::take(UINT message, WPARAM wParam, LPARAM lParam)
 {
     switch (message) {
-    case WM_INITDIALOG: guard([&] { open(); }); return FALSE; // the focus is set
+    case WM_INITDIALOG: guard([&] { open(); }); return FALSE; // open() has set the focus
     case WM_COMMAND: command(LOWORD(wParam), HIWORD(wParam)); return TRUE;
     case WM_SIZE: guard([&] { resize(); }); return TRUE;
     case WM_GETMINMAXINFO:
@@ -108,7 +108,7 @@ void DialogWindow::open()
 
 void DialogWindow::resize()
 {
-    if (!layout_) return; // the window is being made
+    if (!layout_) return; // the window is being created
     layout_->resize();
     for (const auto& list : lists_) list->resized();
 }
@@ -124,20 +124,20 @@ void DialogWindow::draw()
 void DialogWindow::drawControl(const Control& control)
 {
     HWND part = control.id < 0 ? nullptr : GetDlgItem(window_, control.id);
-    if (!part) return; // what has no number of its own stands as the template has it
+    if (!part) return; // a control without an id stays as it is in the template
     switch (control.kind) {
     case ControlKind::Text: setText(part, platform::harmless(control.text)); break;
     case ControlKind::Edit: setText(part, harmlessLines(control.text)); break;
     case ControlKind::Radio:
     case ControlKind::CheckBox: CheckDlgButton(window_, control.id, control.checked ? BST_CHECKED : BST_UNCHECKED); [[fallthrough]];
     case ControlKind::Button:
-        // A caption that the template has stands: it may be in another language.
+        // A caption from the template is kept: it may be translated.
         if (GetWindowTextLengthW(part) == 0) setText(part, platform::harmless(control.text));
         break;
     case ControlKind::List: break;
     }
     const bool losesFocus = (!control.enabled || !control.visible) && GetFocus() == part;
-    if (losesFocus) SendMessageW(window_, WM_NEXTDLGCTL, 0, FALSE); // or the keyboard would reach nothing
+    if (losesFocus) SendMessageW(window_, WM_NEXTDLGCTL, 0, FALSE); // otherwise the keyboard would reach no control
     if ((IsWindowEnabled(part) != FALSE) != control.enabled) EnableWindow(part, control.enabled);
     const bool shown = (GetWindowLongPtrW(part, GWL_STYLE) & WS_VISIBLE) != 0;
     if (shown != control.visible) ShowWindow(part, control.visible ? SW_SHOW : SW_HIDE);
@@ -146,7 +146,7 @@ void DialogWindow::drawControl(const Control& control)
 void DialogWindow::command(int id, int notification)
 {
     if (notification != BN_CLICKED) return;
-    if (drag_ && id == idCancel) return endDrag(false, {}); // Esc gives up the drag, not the dialog
+    if (drag_ && id == idCancel) return endDrag(false, {}); // Esc cancels the drag, not the dialog
     const Control* control = dialog_.model().find(id);
     if (control && control->kind == ControlKind::Radio) return act([&] { dialog_.choose(id); });
     if (control && control->kind == ControlKind::CheckBox) return act([&] { dialog_.check(id, isChecked(window_, id)); });
@@ -196,7 +196,7 @@ void DialogWindow::beginDrag(const ListControl& list, const NMLISTVIEW& start)
     });
 }
 
-// Only a captured mouse gets here, so its points may lie outside of the window.
+// The mouse is captured here, so a point may lie outside of the window.
 INT_PTR DialogWindow::takeMouse(UINT message, WPARAM wParam, LPARAM lParam)
 {
     POINT at{GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
@@ -212,7 +212,7 @@ INT_PTR DialogWindow::takeMouse(UINT message, WPARAM wParam, LPARAM lParam)
 
 void DialogWindow::endDrag(bool dropped, POINT at)
 {
-    auto drag = std::exchange(drag_, nullptr); // it gives the mouse back, which is reported to this window
+    auto drag = std::exchange(drag_, nullptr); // first: its destructor releases the mouse, which sends this window WM_CAPTURECHANGED
     const int row = dropped ? drag->rowAt(at) : -1;
     drag.reset();
     act([&] { dialog_.drop(row); });

@@ -1,4 +1,4 @@
-// One window over one dialog: lays the controls out by the dialog's template, draws the model into them, and hands the user's acts in.
+// The window of a dialog: lays the controls out by the dialog's template, draws the model into them, and passes user actions to the dialog.
 #pragma once
 #include "dialogs/Dialog.h"
 #include "dialogs/win32/ListControl.h"
@@ -14,15 +14,15 @@ namespace mb {
 class DialogWindow {
 public:
     explicit DialogWindow(Dialog& dialog) noexcept : dialog_(dialog) {}
-    // Modal, until the dialog has ended or the window cannot be had.
+    // Shows the window until the dialog has ended. If the window cannot be created, the dialog has not ended on return.
     void run(HINSTANCE templates, HWND parent);
 
 private:
     static INT_PTR CALLBACK receive(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     INT_PTR take(UINT message, WPARAM wParam, LPARAM lParam);
-    // No exception passes through the system's message loop: it ends the dialog and comes out of run().
+    // No exception may pass through the system's message loop: an exception ends the dialog, and run() throws it again.
     template <class F> void guard(F&& f) noexcept;
-    // An act of the user: afterwards the window shows what became of it.
+    // Performs a user action and redraws the window.
     template <class F> void act(F&& f) noexcept;
 
     void open();
@@ -42,7 +42,7 @@ private:
     std::vector<std::unique_ptr<ListControl>> lists_;
     std::unique_ptr<RowDrag> drag_;
     std::optional<platform::WindowLayout> layout_;
-    bool drawing_ = false; // what controls report meanwhile is no act of the user
+    bool drawing_ = false; // while true, notifications of the controls are not user actions
     std::exception_ptr failure_;
 };
 

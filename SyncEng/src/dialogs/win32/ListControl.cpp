@@ -10,12 +10,12 @@ namespace {
 
 constexpr int arrowsBitmap = 204, arrowWidth = 11;
 constexpr int arrowGap = 14;      // between a header's text and its arrow
-constexpr int columnGap = 10;     // that columns of one width leave free
-constexpr std::size_t most = 259; // characters that a list view shows of a text
+constexpr int columnGap = 10;     // subtracted from each of several columns of equal width
+constexpr std::size_t most = 259; // a list view shows no more characters of a text
 
 LPWSTR textOnDemand() noexcept { return LPSTR_TEXTCALLBACKW; }
 
-// Half a pair of surrogates is no character.
+// Returns the length of `text`, but at most `units`, or one less if that would split a surrogate pair.
 std::size_t wholeCharacters(std::u16string_view text, std::size_t units) noexcept
 {
     if (text.size() <= units) return text.size();
@@ -29,7 +29,7 @@ ListControl::ListControl(HWND window, const Control& list) : window_(window), li
     const DWORD style = LVS_EX_FULLROWSELECT | LVS_EX_LABELTIP | (list.checkBoxes ? LVS_EX_CHECKBOXES : 0);
     SendMessageW(window_, LVM_SETEXTENDEDLISTVIEWSTYLE, style, static_cast<LPARAM>(style));
     if (list.sortable) {
-        // The colour of the first point is the ground.
+        // The colour of the first pixel becomes transparent.
         arrows_ = ImageList_LoadImageW(ownModule(), MAKEINTRESOURCEW(arrowsBitmap), arrowWidth, 0, CLR_DEFAULT, IMAGE_BITMAP, 0);
         SendMessageW(ListView_GetHeader(window_), HDM_SETIMAGELIST, 0, reinterpret_cast<LPARAM>(arrows_));
     }
@@ -100,7 +100,7 @@ std::vector<int> ListControl::columnWidths() const
     return widths;
 }
 
-// As wide as header and texts need and the list has room for, or each the same share of the list.
+// Makes each column as wide as its header and texts need, if the list has room; or gives all columns the same width.
 void ListControl::sizeColumns()
 {
     RECT client{};
@@ -153,7 +153,7 @@ void ListControl::drawRows()
     }
 }
 
-// A list without selection of its own leaves it to the user where to stand.
+// In a list that is not selectable, the list view's own selection is left alone.
 void ListControl::drawSelection()
 {
     if (!list_.selectable) return;
@@ -165,7 +165,7 @@ void ListControl::drawSelection()
     ListView_EnsureVisible(window_, list_.selection, FALSE);
 }
 
-// Touches nothing of a column but the arrow, so widths stay.
+// Changes only the arrow of a column, so that its width stays.
 void ListControl::drawSortArrow()
 {
     HWND header = ListView_GetHeader(window_);

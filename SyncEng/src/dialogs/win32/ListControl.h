@@ -1,4 +1,4 @@
-// A list of a dialog in a list view. The list view holds no texts: it asks for those that it shows, so sorting moves nothing.
+// Shows a list of a dialog in a list view. The list view holds no texts but asks for those that it shows.
 #pragma once
 #include "com.h"
 #include "dialogs/DialogModel.h"
@@ -8,19 +8,19 @@ namespace mb {
 
 class ListControl {
 public:
-    // The list is read whenever the list view asks, so it must outlive this.
+    // Requires: `list` outlives this object.
     ListControl(HWND window, const Control& list);
     ListControl(const ListControl&) = delete;
     ListControl& operator=(const ListControl&) = delete;
     ~ListControl();
 
-    // Shows the list for the first time. From here on the list view must be given the texts that it asks for.
+    // Shows the list for the first time. From then on the owner must answer the list view's LVN_GETDISPINFO with giveText().
     void open();
-    // Shows the list as it is now.
+    // Shows the present state of the list.
     void draw();
-    // The list view has a new size. Columns whose widths the user set keep them.
+    // Fits the columns to a new size of the list view, unless the user has changed a width.
     void resized();
-    // What the list view asks for.
+    // Answers LVN_GETDISPINFO.
     void giveText(NMLVDISPINFOW& wanted) const;
     [[nodiscard]] int selectedRow() const;
 

@@ -1,8 +1,8 @@
-// The library or program that this code stands in, where its resources are.
+// The library or program that contains this code and its resources.
 #pragma once
 #include "com.h"
 
-extern "C" IMAGE_DOS_HEADER __ImageBase; // the linker puts it where the module begins
+extern "C" IMAGE_DOS_HEADER __ImageBase; // the linker places it at the start of the module
 
 namespace mb {
 

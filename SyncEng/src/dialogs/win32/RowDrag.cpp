@@ -7,7 +7,7 @@ namespace {
 
 constexpr int margin = 3;
 
-// What a picture is dragged over. A window that runs from right to left would show it as in a mirror.
+// Returns the window over which the picture is drawn. A right-to-left dialog would mirror the picture, so the desktop is used there.
 HWND groundOf(HWND dialog)
 {
     const bool mirrored = (GetWindowLongPtrW(dialog, GWL_EXSTYLE) & WS_EX_LAYOUTRTL) != 0;
@@ -37,7 +37,7 @@ RowDrag::~RowDrag()
     if (GetCapture() == dialog_) ReleaseCapture();
 }
 
-// The text in the list's font on the list's ground, which is then left out.
+// Draws the text in the list's font; the background is transparent.
 HIMAGELIST RowDrag::pictureOf(std::u16string_view text, int width) const
 {
     std::wstring shown(text.begin(), text.end());
@@ -67,7 +67,7 @@ HIMAGELIST RowDrag::pictureOf(std::u16string_view text, int width) const
     return picture;
 }
 
-// Of the whole window with its frame, which is how pictures that are dragged are placed.
+// Converts a point to coordinates of the whole window with its frame, which ImageList_DragEnter expects.
 POINT RowDrag::onGround(POINT at) const
 {
     RECT frame{};
@@ -84,7 +84,7 @@ RECT RowDrag::rectOf(int row) const
 
 void RowDrag::moveTo(POINT at)
 {
-    ImageList_DragLeave(ground_); // or what changes below it would be drawn over it
+    ImageList_DragLeave(ground_); // otherwise changes of the list would be drawn over the picture
     light(-1);
     scrollOrLight(at);
     UpdateWindow(list_);

@@ -1,5 +1,5 @@
-// A row of a list on its way to another: its text follows the mouse, the row that would take it is lit, and beyond the upper or lower
-// edge the list scrolls. Everything of it goes when this does.
+// Drags a row of a list: a picture of its text follows the mouse, the row below the mouse is highlighted, and the list scrolls when the
+// mouse is above or below it. The destructor removes the picture and the highlight, and releases the mouse.
 #pragma once
 #include "com.h"
 #include <commctrl.h>
@@ -9,14 +9,14 @@ namespace mb {
 
 class RowDrag {
 public:
-    // Points are of the screen. `dialog` is the window that the picture may move over; it takes the mouse.
+    // Captures the mouse for `dialog`, over which the picture moves. All points are in screen coordinates.
     RowDrag(HWND dialog, HWND list, int row, std::u16string_view text, POINT at);
     RowDrag(const RowDrag&) = delete;
     RowDrag& operator=(const RowDrag&) = delete;
     ~RowDrag();
 
     void moveTo(POINT at);
-    // The row under the point; -1 for none.
+    // Returns the row at the point; -1 for none.
     [[nodiscard]] int rowAt(POINT at) const;
 
 private:
@@ -24,7 +24,7 @@ private:
     [[nodiscard]] POINT onGround(POINT at) const;
     [[nodiscard]] RECT rectOf(int row) const;
     void scrollOrLight(POINT at);
-    void light(int row) const; // and no other; -1 for none
+    void light(int row) const; // highlights only this row; -1 for none
 
     HWND dialog_, ground_, list_;
     HIMAGELIST picture_ = nullptr;

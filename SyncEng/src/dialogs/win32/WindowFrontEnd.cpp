@@ -9,7 +9,7 @@
 namespace mb {
 namespace {
 
-// Where the template of a dialog is: in the module of the user's language, if there is one and it has the template.
+// Finds the template of a dialog: in the language module of the user's language if it has one, else in the engine's own resources.
 class Templates {
 public:
     explicit Templates(DialogLayout layout)
@@ -41,7 +41,7 @@ void WindowFrontEnd::run(Dialog& dialog, HWND parent)
     platform::prepareListViews();
     const Templates templates(dialog.model().layout);
     DialogWindow(dialog).run(templates.module(), IsWindow(parent) ? parent : nullptr);
-    if (!dialog.ending()) dialog.closeUnanswered(); // there was no window to ask in, or it was destroyed
+    if (!dialog.ending()) dialog.closeUnanswered(); // the window could not be created, or was destroyed
 }
 
 DialogFrontEnd& DefaultFrontEnd()

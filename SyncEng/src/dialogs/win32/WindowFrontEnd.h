@@ -1,4 +1,4 @@
-// Dialogs as windows, laid out by the templates of the user's language or else by the English ones.
+// Shows dialogs as windows, with the templates of the user's language or else the English ones.
 #pragma once
 #include "dialogs/Dialog.h"
 
