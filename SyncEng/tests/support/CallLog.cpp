@@ -15,7 +15,7 @@ void CallLog::note(const std::string& side, const std::string& method, const std
 void CallLog::meet(const std::string& side, const std::string& method)
 {
     if (!enabled) return;
-    // Both are counted before either may fail.
+    // Counts both before either of them may fail.
     const std::string ofSide = side + " " + method;
     ++counts_[method];
     ++counts_[ofSide];

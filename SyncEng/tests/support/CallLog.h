@@ -1,4 +1,4 @@
-// What was called on the fakes of a test, in order, and which call is to fail.
+// The calls on the fakes of a test, in order, and the failures that the test injects.
 #pragma once
 #include "com.h"
 #include <map>
@@ -10,22 +10,22 @@ namespace mbtest {
 
 class CallLog {
 public:
-    bool enabled = true; // off in benchmarks: nothing is noted, counted or failed
+    bool enabled = true; // false in benchmarks: calls are not logged or counted, and do not fail
     std::vector<std::string> lines;
-    std::vector<std::string> violations; // of the order of calls that a translator can rely on
+    std::vector<std::string> violations; // calls that broke the order on which a translator may rely
 
-    // The n-th call of the method, counted from 1 over all fakes of the log, answers the code; "1 SaveRecord" counts side 1 alone.
+    // Makes the n-th call of the method return `hr`, counted from 1 over all fakes of the log. "1 SaveRecord" counts only side 1.
     void failOn(const std::string& method, int n, HRESULT hr) { failures_[method][n] = hr; }
     void failNext(const std::string& method, HRESULT hr) { failOn(method, count(method) + 1, hr); }
     void throwOn(const std::string& method, int n) { throws_[method].insert(n); }
-    // Notes the call; throws what was ordered as a com::Error, or as something that no one expects.
+    // Logs the call. Throws com::Error for a call that must fail, or std::runtime_error for one that must throw.
     void note(const std::string& side, const std::string& method, const std::string& arguments = {});
-    // The same without a line: for questions that are asked often and in no fixed order, as those for the properties of a field.
+    // As note(), but without a line in the log: for calls that come often and in no fixed order, such as those for properties of a field.
     void meet(const std::string& side, const std::string& method);
     [[nodiscard]] int count(const std::string& method) const;
-    // Whether a call has failed by order: a run may then leave open what it opened.
+    // Whether an injected failure has happened. After that, a run may leave records open.
     [[nodiscard]] bool failed() const noexcept { return failed_; }
-    // The lines that begin with the text.
+    // Returns the lines that begin with the text.
     [[nodiscard]] std::vector<std::string> starting(const std::string& text) const;
     void clear() { lines.clear(); }
 

@@ -48,7 +48,7 @@ const FakeField& FakeTranslator::fieldOf(REFGUID guid) const
 LONG FakeTranslator::typeOf(const FakeField& field) const
 {
     if (!field.dynamicId || field.type) return field.type;
-    if (!firstDynamicType_) throw com::Error(E_FAIL); // it has no number before it was given one
+    if (!firstDynamicType_) throw com::Error(E_FAIL); // the field has no type before LoadDynamicFields
     return *firstDynamicType_ + field.dynamicId - 1;
 }
 
@@ -215,7 +215,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::SaveUpdatedRecordIds()
 
 // ---- Images
 
-// The giver of a file may delete it, and so may the taker: each has a copy of its own.
+// Copies an image file, because the translator and the engine may each delete their file.
 std::u16string FakeTranslator::imageCopy(const std::u16string& path) const
 {
     if (path.empty()) return {};
@@ -332,7 +332,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::MatchInstalledProduct(VARIANT_BOOL* pM
 {
     if (!pMatch) return E_POINTER;
     return guarded([&] {
-        *pMatch = boolOf(options().matches); // also where it fails
+        *pMatch = boolOf(options().matches); // also if the call fails
         meet("MatchInstalledProduct");
     });
 }
@@ -383,7 +383,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::FindDuplicate(ITranslator*, BSTR recor
 HRESULT STDMETHODCALLTYPE FakeTranslator::EndFindDuplicate()
 {
     return guarded([&] {
-        // Also after a begin that failed.
+        // Allowed after a failed BeginFindDuplicate too.
         noteOpen("EndFindDuplicate");
         findingDuplicates_ = false;
     });

@@ -1,4 +1,4 @@
-// The object behind createFake. Its own translator part is in FakeTranslator.cpp, what is optional in FakeFeatures.cpp.
+// The object that createFake makes. FakeTranslator.cpp implements ITranslator, FakeFeatures.cpp the optional interfaces.
 #pragma once
 #include "FakeTranslator.h"
 
@@ -120,10 +120,10 @@ private:
     std::u16string_view imageOf(BSTR id, REFGUID field) const;
     LONGLONG imageBytes(std::u16string_view image) const;
 
-    // Opening, in whichever of the four ways.
+    // Implements each of the methods that open the translator.
     HRESULT open(const char* method, VARIANT_BOOL reconfigure, bool categories);
     void tellLeftOut(ITrServices* services);
-    // A call in any state, a question that is counted without a line, and a call on an open translator.
+    // Logs a call (note), counts it without a line (meet), or logs a call that requires an open translator (noteOpen).
     void note(const char* method, BSTR id = nullptr, const std::string& more = {}) const;
     void meet(const char* method) const { side.log->meet(side.name, method); }
     void noteOpen(const char* method, BSTR id = nullptr, const std::string& more = {}) const;
@@ -134,11 +134,11 @@ private:
     bool categoryMode_ = false, batch_ = false, imagesAllowed_ = true, writeGranted_ = false, findingDuplicates_ = false;
     struct Reading {
         std::u16string id;
-        const FakeRecord* record; // it stays where it is: a record that is being read is not deleted
+        const FakeRecord* record; // stays valid: a record is not deleted while it is being read
     };
     std::optional<Reading> reading_;
     std::optional<Writing> writing_;
-    std::optional<std::u16string> image_; // the one that was begun
+    std::optional<std::u16string> image_; // between BeginReadImageData and EndReadImageData
     std::optional<LONG> firstDynamicType_;
 };
 

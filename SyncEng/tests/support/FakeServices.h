@@ -1,4 +1,4 @@
-// What the engine hands to a translator, in memory: its settings, and the log.
+// The services object for a translator, in memory: its settings and the log.
 #pragma once
 #include "interfaces.h"
 #include <map>

@@ -6,7 +6,8 @@
 namespace mbtest {
 namespace {
 
-// {7A110000-tttt-4C0D-9E55-2F00000000pp}: the field type, and a letter of the store's. Dynamic fields have the upper half of the range.
+// {7A110000-tttt-4C0D-9E55-2F00000000pp}: tttt is the field type, pp the first letter of the store's prefix. Dynamic fields have the upper
+// half of the range of tttt.
 constexpr GUID fieldBase{0x7A110000, 0, 0x4C0D, {0x9E, 0x55, 0x2F, 0, 0, 0, 0, 0}};
 constexpr std::uint16_t dynamicRange = 0x8000;
 
@@ -115,7 +116,7 @@ const FakeField* FakeStore::fieldOf(const GUID& wanted) const
     if (guid(wanted.Data2) != wanted) return nullptr;
     const bool dynamic = wanted.Data2 >= dynamicRange;
     const LONG key = dynamic ? -(wanted.Data2 - dynamicRange) : wanted.Data2;
-    // The place that it was found at before, as long as that still holds.
+    // Try the place where the field was found before.
     std::size_t& hint = hints_[static_cast<std::size_t>(key) % hints_.size()];
     if (hint < fields.size() && fields[hint].key() == key) return &fields[hint];
     const auto at = std::ranges::find(fields, key, &FakeField::key);
@@ -134,7 +135,7 @@ void FakeStore::put(bool ofCategories, const std::u16string& id, FakeValues chan
         known->second.modified = tick();
         return;
     }
-    closeGaps(); // an identifier that was erased and comes again stands at the end, once
+    closeGaps(); // an erased identifier that is added again must be listed only once, at the end
     (ofCategories ? categoryOrder : order).push_back(id);
     const DATE created = tick();
     all.emplace(id, FakeRecord{std::move(changes), created, tick()});

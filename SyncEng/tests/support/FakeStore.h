@@ -1,5 +1,5 @@
-// A contact store in memory, owned by the test: it outlives the translator objects that the engine makes of it.
-// Every look-up is by hash, so that a store of many thousand records measures the engine and not itself.
+// A contact store in memory. The test owns it; it outlives the translator objects that the engine creates over it.
+// Lookups use hash tables, so that a benchmark with many thousand records measures the engine and not the fake.
 #pragma once
 #include "FakeValues.h"
 #include "interfaces.h"
@@ -17,18 +17,18 @@
 namespace mbtest {
 
 struct FakeField {
-    LONG type; // 0 for a dynamic field whose type is only known once it was loaded
+    LONG type; // 0 for a dynamic field, whose type is known after LoadDynamicFields
     std::u16string name;
     ULONG flags = 0;
     ULONG maxLength = 0;
     LONG dataType = dtString;
     LONG dynamicId = 0; // the store's own number of a dynamic field, from 1
-    // Under what a record keeps the value: the type, or for a dynamic field the number below zero.
+    // The key of the field's value in a record: the type, or the negative number of a dynamic field.
     [[nodiscard]] LONG key() const noexcept { return dynamicId ? -dynamicId : type; }
 };
 
 struct FakeRecord {
-    // By FakeField::key. An image is a bitmap's bytes in the units of the text, or with capBMPFile and capJPEGFile the path of a file.
+    // By FakeField::key. An image is stored as the bytes of a bitmap; with capBMPFile or capJPEGFile as the path of a file.
     FakeValues values;
     DATE created = 0, modified = 0;
     bool verified = true;
@@ -36,10 +36,10 @@ struct FakeRecord {
 
 struct FakeIdHash {
     using is_transparent = void;
-    // Not noexcept: else the library thinks it cheap, keeps no hash with the records, and hashes a record's neighbours at each look-up.
+    // Not noexcept: otherwise the library does not cache the hashes, and computes those of neighbouring records at each lookup.
     std::size_t operator()(std::u16string_view id) const { return std::hash<std::u16string_view>{}(id); }
 };
-// The library compares 16-bit texts unit by unit.
+// Faster than the library's comparison, which compares 16-bit texts unit by unit.
 inline bool sameText(std::u16string_view a, std::u16string_view b) noexcept
 {
     return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
@@ -55,26 +55,26 @@ struct FakeOptions {
     bool fieldList = true, field = true, info = true, infoEx = false, updater = false, categories = false, dynamicFields = false,
          validator = false, images = false, userAccess = false, setUp = true, matcher = false, verifier = true, duplicates = false,
          test = false;
-    bool installed = true;    // else the class gives no translator, as one whose plug-in is missing
-    bool dates = true;        // GetModifiedDate answers; else 0
-    bool batches = true;      // else BeginUpdate and EndUpdate answer E_NOTIMPL
-    bool newIdOnSave = false; // SaveRecord gives a new identifier to an edited record
+    bool installed = true;    // if false, the class has no ITranslator, as if its plug-in were missing
+    bool dates = true;        // if false, GetModifiedDate returns 0
+    bool batches = true;      // if false, BeginUpdate and EndUpdate return E_NOTIMPL
+    bool newIdOnSave = false; // SaveRecord gives an edited record a new identifier
     bool newIdOnAdd = false;  // SaveRecord gives an added record another identifier than BeginAddRecord did
     bool canRead = true, canWrite = true, available = true, matches = true;
     ULONG caps = capTimestamps | capRecordGUIDs;
     std::u16string database, shortName = u"Fake", longName = u"Fake store", description = u"A store of the tests";
     std::u16string errorMessage1, errorMessage2;
-    std::u16string leavesOut; // told through ITranslatorReport each time that the translator is started
-    std::u16string notes;     // and this through ITranslatorNotes
+    std::u16string leavesOut; // reported through ITranslatorReport each time the translator is opened
+    std::u16string notes;     // reported through ITranslatorNotes each time the translator is opened
     std::optional<LONG> errorCode;
-    // The n-th identifier of the store, n from 1; without it the prefix and six digits.
+    // Makes the n-th identifier of the store, counted from 1. Without it, identifiers are the prefix and six digits.
     std::function<std::u16string(int)> makeId;
-    // Called on each text as it is saved: a store that rewrites values.
+    // Called on each text that is saved, to fake a store that rewrites values.
     std::function<std::u16string(LONG, const std::u16string&)> rewrite;
-    std::map<std::u16string, std::u16string> changedIds;  // what IRecordUpdater tells
-    std::map<std::u16string, HRESULT> unansweredIds;      // for which IRecordUpdater fails, and how
-    std::map<std::u16string, std::u16string> duplicateOf; // what IDuplicateFinder tells: a record of the other store, and one of this
-    std::filesystem::path imageFolder;                    // where image files are kept, for capBMPFile and capJPEGFile
+    std::map<std::u16string, std::u16string> changedIds;  // for IRecordUpdater: former to new identifier
+    std::map<std::u16string, HRESULT> unansweredIds;      // for IRecordUpdater: identifiers for which it fails, and the code
+    std::map<std::u16string, std::u16string> duplicateOf; // for IDuplicateFinder: record of the other store to record of this store
+    std::filesystem::path imageFolder;                    // the folder of the image files, for capBMPFile and capJPEGFile
 };
 
 class FakeStore {
@@ -82,9 +82,9 @@ public:
     explicit FakeStore(std::u16string idPrefix);
 
     FakeOptions options;
-    std::vector<FakeField> fields; // a usual set of text fields; tests may change it
+    std::vector<FakeField> fields; // at first a usual set of text fields
     FakeRecords records, categories;
-    std::vector<std::u16string> order, categoryOrder; // identifiers in the order in which the records came
+    std::vector<std::u16string> order, categoryOrder; // identifiers in insertion order
 
     std::u16string add(FakeValues values) { return add(newId(), std::move(values)); }
     std::u16string add(std::u16string id, FakeValues values);
@@ -94,29 +94,29 @@ public:
     [[nodiscard]] std::u16string get(std::u16string_view id, LONG key) const;
     [[nodiscard]] bool has(std::u16string_view id) const { return records.find(id) != records.end(); }
     std::u16string addCategory(std::u16string name);
-    // Two image fields in one of the three forms.
+    // Adds two image fields in one of the three forms.
     void addImageFields(ULONG form = capDIBImage);
-    // Gives the key of its values.
+    // Returns the key of the field's values.
     LONG addDynamicField(std::u16string name);
 
-    // Each change is later than the one before.
+    // Returns the date of the next change, later than all dates before.
     DATE tick() { return clock_ += 1.0 / 1024; }
     std::u16string newId();
     [[nodiscard]] GUID guidOf(LONG type) const { return guid(static_cast<std::uint16_t>(type)); }
     [[nodiscard]] GUID guidOf(const FakeField& field) const;
     [[nodiscard]] const FakeField* fieldOf(const GUID& guid) const;
 
-    // What a translator does to the list that its run works on.
+    // The changes that a translator makes, to the records or to the categories.
     void put(bool ofCategories, const std::u16string& id, FakeValues changes);
     void rename(bool ofCategories, const std::u16string& id, const std::u16string& newId);
     void erase(bool ofCategories, std::u16string_view id);
-    // Takes what was erased out of the lists, all at once: a run may erase many.
+    // Removes the erased identifiers from the lists, all at once because a run may erase many.
     void closeGaps();
 
 private:
     [[nodiscard]] GUID guid(std::uint16_t part) const;
 
-    mutable std::array<std::size_t, 128> hints_{}; // places in `fields`
+    mutable std::array<std::size_t, 128> hints_{}; // where fieldOf() last found a field in `fields`
     bool gaps_ = false;
     std::u16string prefix_;
     int next_ = 1;

@@ -9,7 +9,7 @@ using com::guarded;
 
 std::string printable(std::u16string_view text) { return platform::utf8(text); }
 
-// The class of one fake, as the component runtime sees it.
+// The class object of one fake.
 class FakeFactory final : public com::Object<IClassFactory> {
 public:
     explicit FakeFactory(IUnknown* outer) noexcept : Object(outer) {}
@@ -44,7 +44,7 @@ RegisteredFake::RegisteredFake(const GUID& clsid, const FakeSide& side)
 
 RegisteredFake::~RegisteredFake() { (void)CoRevokeClassObject(cookie_); }
 
-// ---- What every call notes and demands
+// ---- Logging and checking of each call
 
 void FakeTranslator::note(const char* method, BSTR id, const std::string& more) const
 {
@@ -165,7 +165,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::SetDatabase(ITrServices*, BSTR lpDatab
 HRESULT STDMETHODCALLTYPE FakeTranslator::Cleanup()
 {
     return guarded([&] {
-        // Also on a translator that could not be opened; the object is done with, whatever it answers.
+        // Allowed on a translator that could not be opened. The object is closed even if the log makes Cleanup fail.
         expect(state_ != State::Closed, "Cleanup twice");
         if (!side.log->failed()) {
             expect(!reading_, "Cleanup while a record is being read");
@@ -270,7 +270,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         if (isWritten && writing_->isNew) return;
         const FakeValues& values = isRead ? reading_->record->values : record(lpRecID).values;
         const auto at = values.find(key);
-        if (at == values.end()) return; // VT_EMPTY: the empty text
+        if (at == values.end()) return; // VT_EMPTY means an empty text
         const bool isFile = field.dataType == dtImage && imagesAreFiles();
         *lpvarValue = (isFile ? com::Variant(imageCopy(at->second)) : com::Variant(at->second)).detach();
     });
@@ -293,7 +293,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::EndUpdate(VARIANT_BOOL bAbort)
     return guarded([&] {
         noteOpen("EndUpdate", nullptr, bAbort ? "abort" : "");
         if (!options().batches) throw com::Error(E_NOTIMPL);
-        batch_ = false; // none may be open: a run cancelled before this side was begun ends it all the same
+        batch_ = false; // no check for an open batch: a run that is cancelled before BeginUpdate still calls EndUpdate
     });
 }
 

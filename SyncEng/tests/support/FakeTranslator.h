@@ -1,4 +1,4 @@
-// A translator over a FakeStore: logs every call, offers each optional interface by a switch, fails where it is told to, and records
+// A translator over a FakeStore. It logs every call, has a switch for each optional interface, fails where the test says so, and records
 // every call that breaks the order on which a translator may rely.
 #pragma once
 #include "CallLog.h"
@@ -7,17 +7,17 @@
 
 namespace mbtest {
 
-// What a translator of the test is made of.
+// One side of a test.
 struct FakeSide {
-    std::string name; // "1" or "2", in front of each line of the log
+    std::string name; // "1" or "2"; begins each line of the log
     std::shared_ptr<FakeStore> store;
     std::shared_ptr<CallLog> log;
 };
 
-// Makes the translator; E_NOINTERFACE and the like as any class.
+// Creates the translator, like IClassFactory::CreateInstance.
 HRESULT createFake(const FakeSide& side, IUnknown* outer, REFIID riid, void** out) noexcept;
 
-// The translator as a class of the component runtime, for as long as this lives.
+// Registers the translator as a class of the component runtime while this object lives.
 class RegisteredFake {
 public:
     RegisteredFake(const GUID& clsid, const FakeSide& side);

@@ -1,4 +1,4 @@
-// The values of one record of a fake store, in ascending order of key: a sorted array, since a record has few and a store many records.
+// The values of one record of a fake store, sorted by key. An array, because a record has few values but a store many records.
 #pragma once
 #include "com.h"
 #include <algorithm>

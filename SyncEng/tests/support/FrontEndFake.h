@@ -1,4 +1,4 @@
-// A user of a test: acts on each dialog that is shown as the script says, in turn, and remembers what was said to him.
+// A front end that plays the user: runs the next step of a script on each dialog that is shown, and records captions and messages.
 #pragma once
 #include "dialogs/Dialog.h"
 #include <deque>
@@ -15,9 +15,9 @@ public:
     FrontEndFake& operator=(const FrontEndFake&) = delete;
     ~FrontEndFake() override { mb::SetFrontEnd(former_); }
 
-    // What is done to the dialogs, one entry each; with none left this is pressed. A dialog that is still open then is closed.
+    // `script` has one step for each dialog. Without a step, the button `byDefault` is pressed. A dialog that is still open is then closed.
     int byDefault = mb::idCancel;
-    bool nobody = false; // there is no user
+    bool nobody = false; // if true, every dialog is closed unanswered
     std::deque<std::function<void(mb::Dialog&)>> script;
     std::vector<std::u16string> captions, messages;
 

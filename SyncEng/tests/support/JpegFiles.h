@@ -1,5 +1,5 @@
-// JPEG files of the kinds that other programs write and ours does not. Where a library can write them they are made, elsewhere they are
-// copies of files that were.
+// JPEG files of kinds that other programs write but ours does not. On Linux a library writes them; on Windows they are copied from files
+// in the source tree.
 #pragma once
 #include <filesystem>
 
@@ -7,15 +7,15 @@ namespace mbtest {
 
 struct JpegKind {
     bool grey = false, progressive = false;
-    bool inks = false, adobe = false; // four inks; as Adobe's programs write them, with the marker that says so
+    bool inks = false, adobe = false; // CMYK; with Adobe's marker and inverted values
 };
 
 inline constexpr unsigned jpegWidth = 80, jpegHeight = 60;
 
-// The pattern of makePicture.
+// Writes the pattern of makePicture.
 void writeJpeg(const std::filesystem::path& file, JpegKind kind = {});
 
-// The file of that kind among the test's data.
+// Returns the file of that kind in the source tree.
 inline std::filesystem::path keptJpeg(JpegKind kind)
 {
     const char* const name = kind.grey          ? "grey.jpg"

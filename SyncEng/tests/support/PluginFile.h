@@ -1,4 +1,4 @@
-// A plug-in's library as the engine uses it: objects are made by its class object. It stays loaded for the life of the process.
+// A plug-in's library, which creates objects through its class object as for the engine. It stays loaded until the process ends.
 #pragma once
 #include "com.h"
 
@@ -11,7 +11,7 @@ namespace mbtest {
 class PluginFile {
 public:
     PluginFile(const std::filesystem::path& file, const GUID& clsid);
-    // An object, not opened. Throws com::Error.
+    // Returns a new translator that is not opened. Throws com::Error.
     [[nodiscard]] com::Ptr<ITranslator> create() const;
     [[nodiscard]] bool allReturned() const;
     [[nodiscard]] const platform::Library& library() const noexcept { return library_; }

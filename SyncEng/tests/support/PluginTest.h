@@ -1,5 +1,5 @@
-// What the tests of a plug-in share: an object of it with services that remember what they are told, and the steps by which the engine
-// reads and writes a record.
+// Shared by the tests of a plug-in: a translator of the plug-in with fake services, and the steps by which the engine reads and writes a
+// record.
 #pragma once
 #include "FakeServices.h"
 #include "PluginFile.h"
@@ -19,7 +19,7 @@ protected:
     {
         translator.reset();
         services.reset();
-        EXPECT_TRUE(plugin.allReturned()) << "an object was not given back";
+        EXPECT_TRUE(plugin.allReturned()) << "an object of the plug-in was not released";
     }
     HRESULT call(const char* entry) const { return plugin.library().function<HRESULT()>(entry)(); }
     HRESULT initialize() { return translator->Initialize(services.get(), nullptr, VARIANT_FALSE); }
@@ -38,7 +38,7 @@ protected:
         EXPECT_EQ(translator->GetRecordCount(&n), S_OK);
         return n;
     }
-    // The field as the engine finds it: by its type.
+    // Finds a field by its type, as the engine does.
     GUID field(LONG type)
     {
         if (fields_.empty()) listFields();

@@ -1,5 +1,5 @@
-// A map of given field pairs, in a configuration store of its own, and the engine's classes for maps known to the component runtime, where
-// a plug-in asks for them. The translators of the map are not loaded.
+// A map with the given field map entries, in its own configuration store. Registers the engine's classes TrManager and FieldMap with the
+// component runtime, where a plug-in looks for them. The translators of the map are not loaded.
 #pragma once
 #include "interfaces.h"
 #include <filesystem>
@@ -11,7 +11,7 @@ namespace mbtest {
 
 class RegisteredMap {
 public:
-    // Each pair is a field of side 1 and one of side 2. The configuration store is made in the folder.
+    // Each pair is a field of side 1 and a field of side 2. The configuration store is created in the folder.
     RegisteredMap(const std::filesystem::path& folder, const std::vector<std::pair<GUID, GUID>>& pairs);
     RegisteredMap(const RegisteredMap&) = delete;
     RegisteredMap& operator=(const RegisteredMap&) = delete;

@@ -1,4 +1,4 @@
-// Writes single values into the registry of a test, making the keys.
+// Writes single values into the registry of a test; creates missing keys.
 #pragma once
 #include "registry.h"
 

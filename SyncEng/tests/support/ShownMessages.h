@@ -1,4 +1,4 @@
-// The messages that the module would show, one behind the other, for as long as this lives. One at a time.
+// Collects the messages that the module would show while this object lives. Only one object may exist at a time.
 #pragma once
 #include "text.h"
 #include "ui.h"

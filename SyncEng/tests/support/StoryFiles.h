@@ -1,4 +1,4 @@
-// The files of a story that is told with mb, and what it says upon a failure.
+// Files for tests that run mb, and a check of its error messages.
 #pragma once
 #include <filesystem>
 #include <string>
@@ -11,7 +11,7 @@ void replaceIn(const std::filesystem::path& file, const std::string& from, const
 bool isOneSentence(const std::string& text);
 
 std::size_t cardCount(const std::filesystem::path& folder);
-// The card that holds the text; empty if there is none.
+// Returns a card that contains the text; empty if there is none.
 std::filesystem::path cardWith(const std::filesystem::path& folder, const std::string& text);
 
 } // namespace mbtest

@@ -26,7 +26,7 @@ SyncScenario::~SyncScenario()
 {
     (void)synchronizer_->Cleanup();
     (void)point_->Unadvise(advised_);
-    mbRestartModule(); // the folder goes next, and a system may not let go of files that are open
+    mbRestartModule(); // closes its files: the folder is removed next, and Windows cannot delete open files
 }
 
 HRESULT SyncScenario::createObject(REFCLSID clsid, REFIID riid, void** out)
@@ -157,7 +157,7 @@ std::vector<std::u16string> SyncScenario::rememberedRecords(_TransIds side)
     const auto history = create<IFidemarkSupport>(__uuidof(TrManager));
     EXPECT_EQ(history->Initialize(map_), S_OK);
     SAFEARRAY* listed = nullptr;
-    if (FAILED(history->GetHistoryRecords(side, &listed))) return {}; // it knows none
+    if (FAILED(history->GetHistoryRecords(side, &listed))) return {}; // the history has no records
     std::vector<std::u16string> ids = com::textArray(listed);
     SafeArrayDestroy(listed);
     return ids;
@@ -191,7 +191,7 @@ void SyncScenario::expectInStep()
     EXPECT_EQ(contents(one()), contents(two()));
     EXPECT_EQ(log_->violations, std::vector<std::string>());
     ASSERT_EQ(sync(), S_OK);
-    EXPECT_EQ(writes(), std::vector<std::string>()) << "a second run has nothing to write";
+    EXPECT_EQ(writes(), std::vector<std::string>()) << "another run must have nothing to write";
 }
 
 std::string SyncScenario::logText() const { return folder.read(folder.data() / "MBSync.log"); }

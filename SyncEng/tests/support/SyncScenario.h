@@ -1,4 +1,4 @@
-// A map of two fakes, driven through the interfaces as a host does: edit both sides, sync, compare.
+// A map of two fake stores, used through the interfaces as a host does: edit both sides, sync, compare.
 #pragma once
 #include "FakeTranslator.h"
 #include "TestFolder.h"
@@ -13,7 +13,7 @@ inline constexpr GUID fakeClass2{0xFA4E0002, 0x2222, 0x4222, {0x82, 0x22, 0x22, 
 
 class SyncScenario {
 public:
-    // The class under which the first fake is known; the second is fakeClass2.
+    // The classes under which the two fakes are registered.
     explicit SyncScenario(const GUID& class1 = fakeClass1, const GUID& class2 = fakeClass2);
     SyncScenario(const SyncScenario&) = delete;
     SyncScenario& operator=(const SyncScenario&) = delete;
@@ -24,25 +24,25 @@ public:
     CallLog& log() { return *log_; }
     EventSinkFake& sink() { return *sink_.get(); }
 
-    // Makes the map if there is none, and runs it silently.
+    // Creates the map if there is none, and runs it silently.
     HRESULT sync();
-    // The same with a user, who is asked.
+    // As sync(), but the run may ask the user.
     HRESULT syncAsking();
     HRESULT resync();
     // Runs all maps.
     HRESULT syncAll();
-    // One more map of the same two stores.
+    // Creates another map of the same two stores.
     GUID addMap();
     HRESULT syncMap(const GUID& map);
     void makeMap();
     [[nodiscard]] const GUID& map() const { return map_; }
     void setOption(_SyncOptions option, LONG value);
-    // The map pairs these fields and no others: a type of side 1, and one of side 2.
+    // Replaces the field map's entries. Each pair is a field type of side 1 and a field type of side 2.
     void pairFields(const std::vector<std::pair<LONG, LONG>>& types);
     GUID fieldMapId();
-    // One more pair of fields, by their types on side 1 and side 2.
+    // Adds an entry to the field map.
     void mapFields(LONG type1, LONG type2);
-    // The engine's objects, as a host gets them.
+    // Creates an object of the engine as a host does.
     template <class I> com::Ptr<I> create(REFCLSID clsid)
     {
         com::Ptr<I> object;
@@ -53,20 +53,20 @@ public:
     [[nodiscard]] std::pair<std::u16string, std::u16string> lastError();
     [[nodiscard]] com::Variant lastCode();
 
-    // What the history of the map holds of a record's field, as a host may ask for it; "<none>" if nothing.
+    // Returns the history's value of a record's field, as a host gets it; "<none>" if there is none.
     [[nodiscard]] std::u16string remembered(_TransIds side, const std::u16string& id, LONG type);
-    // The records of a side that the history knows, in the order of the file.
+    // Returns the records of a side in the history, in the order of the file.
     [[nodiscard]] std::vector<std::u16string> rememberedRecords(_TransIds side);
     [[nodiscard]] std::filesystem::path historyFile() const;
 
-    // Each record by the values of the mapped fields, in no order: what must be equal on both sides.
+    // Returns the non-empty values of each record, without identifiers. After a sync these must be equal on both sides.
     [[nodiscard]] static std::multiset<FakeValues> contents(const FakeStore& store);
-    // Both sides hold the same, nothing was called out of order, and a further run writes nothing.
+    // Expects that both sides hold the same values, no call came out of order, and another run writes nothing.
     void expectInStep();
-    // The writes of the last run, as the fakes logged them.
+    // Returns the fakes' log lines for the writes of the last run.
     [[nodiscard]] std::vector<std::string> writes();
     [[nodiscard]] std::string logText() const;
-    // What the last run added to it.
+    // Returns what the last run added to logText().
     [[nodiscard]] std::string lastLog() const { return logText().substr(logBefore_); }
     TestFolder folder;
 

@@ -1,4 +1,5 @@
-// A folder of a test's own: the process's data, configuration and registry lie in it for as long as it lives, and it is removed at its end.
+// A temporary folder for a test. While this object lives, the process's data, configuration and registry lie in it. The destructor removes
+// the folder.
 #pragma once
 #include <filesystem>
 #include <memory>
@@ -15,9 +16,9 @@ public:
     TestFolder& operator=(const TestFolder&) = delete;
     ~TestFolder();
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
-    // DataFolder of the engine in here.
+    // The engine's DataFolder in this folder.
     [[nodiscard]] std::filesystem::path data() const { return path_ / "data" / "Zorel" / "MBSync"; }
-    // From here on none of the product's own keys can be read or written.
+    // Makes every later access to the product's registry keys fail.
     void refuseRegistry();
     void write(const std::string& name, std::string_view bytes) const;
     [[nodiscard]] std::string read(const std::filesystem::path& file) const;

@@ -1,5 +1,5 @@
-// Forwards every call to the module's translator manager. A test can replace the answers to GetOption, also by ones that the module never
-// gives. Installed with a ClassOverride of TrManager.
+// Forwards every call to the module's TrManager. A test can replace the results of GetOption, even by results that the module never
+// returns. Install it with a ClassOverride of TrManager.
 #pragma once
 #include "interfaces.h"
 

@@ -1,4 +1,4 @@
-// A terminal of a test: what is typed is given at the start, what is written is kept.
+// A terminal for tests: the input is given at the start, and the output is kept.
 #pragma once
 #include "console.h"
 #include "text.h"
@@ -7,7 +7,7 @@
 namespace mbtest {
 
 struct Screen {
-    std::deque<std::u16string> input; // a line each; then the input ends
+    std::deque<std::u16string> input; // lines; after the last one the input ends
     std::u16string output;
     std::size_t width = 80, height = 24;
     bool colour = false;
@@ -23,7 +23,7 @@ public:
         if (screen_.input.empty()) return false;
         line = screen_.input.front();
         screen_.input.pop_front();
-        screen_.output += u'\n'; // a terminal shows what is typed
+        screen_.output += u'\n'; // a terminal echoes the Enter key
         return true;
     }
     [[nodiscard]] std::size_t columns() const override { return screen_.width; }

@@ -1,4 +1,4 @@
-// A part of a test in a process of its own.
+// Runs a part of a test in another process.
 #pragma once
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 
 namespace mbtest {
 
-// The exit code of a process that does this with neither the superuser's rights nor a way to harm the tests.
+// Runs `body` in a child process and returns the child's exit code. `asNobody`: without the superuser's rights.
 template <class F> int inChild(bool asNobody, F&& body)
 {
     const pid_t child = fork();

@@ -38,9 +38,9 @@ void writeJpeg(const std::filesystem::path& file, JpegKind kind)
                 *to++ = static_cast<std::uint8_t>((c.red + c.green) / 2);
                 continue;
             }
-            const std::uint8_t invert = kind.inks && !kind.adobe ? 255 : 0; // an ink is what its light is not
+            const std::uint8_t invert = kind.inks && !kind.adobe ? 255 : 0; // Adobe writes CMYK values inverted
             for (const std::uint8_t light : rgb) *to++ = light ^ invert;
-            if (kind.inks) *to++ = 255 ^ invert; // no black
+            if (kind.inks) *to++ = 255 ^ invert; // no black ink
         }
         JSAMPROW line = row.data();
         jpeg_write_scanlines(&info, &line, 1);

@@ -1,4 +1,4 @@
-// How far a colour may be off after a JPEG file of the best quality.
+// The greatest difference of a colour value after saving as a JPEG file of the best quality.
 #pragma once
 
 namespace mbtest {

@@ -1,4 +1,4 @@
-// Writes a language module: here a text file of lines, each a number, a tab and the text.
+// Writes a language module, on Linux a text file. Each line is a number, a tab and a text.
 #pragma once
 #include "text.h"
 

@@ -1,4 +1,4 @@
-// Leads the process's data, configuration, cache and registry into a folder, until it is led elsewhere.
+// Redirects the process's data, configuration, cache and registry to a folder. The destructor does not undo this.
 #pragma once
 #include <cstdlib>
 #include <filesystem>

@@ -1,4 +1,4 @@
-// A plug-in's library that has registered itself in the test's registry, where the component runtime finds its classes.
+// Lets a plug-in's library register itself in the test's registry, where the component runtime finds its classes.
 #pragma once
 #include "com.h"
 

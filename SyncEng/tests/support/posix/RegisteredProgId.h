@@ -1,4 +1,4 @@
-// A ProgID that leads to a class for as long as this lives, where the component runtime looks for it: in the test's registry.
+// Registers a ProgID of a class in the test's registry, where the component runtime looks for it.
 #pragma once
 #include "com.h"
 

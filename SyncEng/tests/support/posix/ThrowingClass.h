@@ -1,4 +1,4 @@
-// What the component runtime keeps of a class that throws while it makes an object: nothing.
+// The number of references that the component runtime leaks if a class throws while it creates an object.
 #pragma once
 
 namespace mbtest {

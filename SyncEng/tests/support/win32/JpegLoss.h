@@ -1,4 +1,4 @@
-// How far a colour may be off after a JPEG file. Wine's encoder keeps to a middling quality, whichever it is asked for.
+// The greatest difference of a colour value after saving as a JPEG file. Wine's encoder always uses a medium quality.
 #pragma once
 
 namespace mbtest {

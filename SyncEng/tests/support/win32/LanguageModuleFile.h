@@ -1,4 +1,4 @@
-// Writes a language module: here a library whose only resource is a string table.
+// Writes a language module, on Windows a library whose only resource is a string table.
 #pragma once
 #include "com.h"
 
@@ -12,7 +12,7 @@ namespace mbtest {
 
 using NumberedText = std::pair<int, std::u16string>;
 
-// Sixteen texts that follow each other make one resource, each with its length before it.
+// A resource holds sixteen consecutive texts, each preceded by its length.
 inline void writeLanguageModule(const std::filesystem::path& file, std::span<const NumberedText> texts)
 {
     constexpr int blockSize = 16;

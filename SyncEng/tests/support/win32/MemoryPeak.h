@@ -1,4 +1,4 @@
-// The most memory that the process ever had, in kilobytes.
+// The process's peak memory use, in kilobytes.
 #pragma once
 #include <windows.h>
 

@@ -1,5 +1,5 @@
-// Leads the process's data, cache and registry into a folder and into keys of its own, for as long as this lives. The component runtime
-// itself goes on looking for classes in the system's keys.
+// While this object lives, redirects the process's data and cache to a folder, and its registry to separate keys. The component runtime
+// still looks for classes in the system's keys.
 #pragma once
 #include "com.h"
 #include "TranslatorClasses.h"
@@ -27,7 +27,7 @@ public:
     ProcessFolders& operator=(const ProcessFolders&) = delete;
     ~ProcessFolders()
     {
-        for (const HKEY key : refused_) { // only keys that let one in can be deleted
+        for (const HKEY key : refused_) { // a key without access cannot be deleted
             letIn(key, true);
             RegCloseKey(key);
         }
@@ -38,7 +38,7 @@ public:
         RegDeleteTreeW(HKEY_CURRENT_USER, path_.c_str());
     }
 
-    // Nobody may read or write the product's own keys; the system's are needed to find the folders.
+    // Denies access to the product's keys. The system's keys stay accessible, because the folders are found through them.
     void refuseRegistry()
     {
         for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE})
@@ -60,7 +60,7 @@ private:
         com::check(HRESULT_FROM_WIN32(status));
         return key;
     }
-    // An access list without entries keeps everyone out; none at all lets everyone in.
+    // An empty access list denies access to everyone; a missing one grants access to everyone.
     static void letIn(HKEY key, bool everyone)
     {
         ACL empty;

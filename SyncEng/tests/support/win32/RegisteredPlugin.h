@@ -1,5 +1,5 @@
-// A plug-in's library that has registered itself in the test's registry. The component runtime looks only in the system's, so it is given
-// the named class objects by hand for as long as this lives.
+// Lets a plug-in's library register itself in the test's registry. The component runtime looks only in the system's registry, so the given
+// classes are registered with the runtime while this object lives.
 #pragma once
 #include "com.h"
 
@@ -17,7 +17,7 @@ public:
         auto* const registerServer = library.function<HRESULT STDAPICALLTYPE()>("DllRegisterServer");
         auto* const getClassObject = library.function<HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**)>("DllGetClassObject");
         if (!registerServer || !getClassObject) throw com::Error(E_FAIL);
-        library.release(); // objects of a test may outlive this
+        library.release(); // stays loaded: objects of a test may outlive this object
         com::check(registerServer());
         for (const GUID& clsid : classes) {
             com::Ptr<IUnknown> classObject;

@@ -1,5 +1,5 @@
-// A ProgID that leads to a class for as long as this lives, where the component runtime looks for it: in the system's keys, which a test's
-// own folder of the registry would hide.
+// Registers a ProgID of a class while this object lives. It is registered in the system's keys, where the component runtime looks for it,
+// although the test's keys hide them.
 #pragma once
 #include "com.h"
 
@@ -30,7 +30,7 @@ public:
     }
 
 private:
-    // The test's own keys, put aside for a moment.
+    // Shows the process the system's keys in place of the test's while this object lives.
     class SystemKeys {
     public:
         SystemKeys()

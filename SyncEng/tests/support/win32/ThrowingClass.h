@@ -1,4 +1,4 @@
-// What the component runtime keeps of a class that throws while it makes an object: the reference to the class that it had just taken.
+// The number of references that the component runtime leaks if a class throws while it creates an object: that to the class object.
 #pragma once
 
 namespace mbtest {

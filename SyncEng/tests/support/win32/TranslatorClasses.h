@@ -1,5 +1,5 @@
-// The classes of the translators' category. The component runtime keeps them in the system's keys, whatever keys a test has of its own, so
-// those that a test entered are taken out at its end. To be made while the process still has those keys.
+// Removes the classes that a test added to the translators' category. The component runtime keeps the category in the system's keys, even
+// if the test has its own keys. Requires: the process sees the system's keys when this object is created and destroyed.
 #pragma once
 #include <windows.h>
 
@@ -13,7 +13,7 @@ class TranslatorClasses {
 public:
     TranslatorClasses()
     {
-        static const bool cleaned = (removeUnserved(), true); // what a test left that broke off
+        static const bool cleaned = (removeUnserved(), true); // classes of a test that was aborted
         (void)cleaned;
         entered_ = lastEntry();
     }
@@ -21,7 +21,7 @@ public:
     TranslatorClasses& operator=(const TranslatorClasses&) = delete;
     ~TranslatorClasses()
     {
-        if (lastEntry() != entered_) removeUnserved(); // the walk through every class of the system takes its time
+        if (lastEntry() != entered_) removeUnserved(); // only if needed: it enumerates every class of the system
     }
 
 private:
@@ -43,7 +43,7 @@ private:
         HKEY key_ = nullptr;
     };
 
-    // When a class was last entered or taken out.
+    // The time when a class was last added or removed.
     static std::uint64_t lastEntry()
     {
         FILETIME time{};
@@ -52,7 +52,7 @@ private:
         return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
     }
 
-    // A test's classes have no library in the system's keys, and no category but this or, taken out again, none.
+    // Removes the classes of tests: they have no library in the system's keys, and no category except this one.
     static void removeUnserved()
     {
         std::vector<std::wstring> unserved;
