@@ -1,5 +1,5 @@
-// A plug-in of the older contract as a stranger would have written it: three classes over one kind of file, which name their fields by
-// number, by text, and not at all.
+// A plug-in of the older translator contract. Its three classes use the same kind of file: one identifies fields by number, one by text,
+// and one has no fields.
 #include "OldStore.h"
 #include "PluginExports.h"
 #include "text.h"
