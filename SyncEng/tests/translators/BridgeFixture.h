@@ -1,4 +1,4 @@
-// The old plug-in, registered from its file and loaded as any other, over a store file of the test's own.
+// Fixture with the plug-in of the older contract, registered from its file, over a store file in the test's folder.
 #pragma once
 #include "RegisteredPlugin.h"
 #include "TranslatorsFixture.h"
@@ -13,11 +13,11 @@ class BridgeTest : public TranslatorsTest {
 protected:
     BridgeTest();
 
-    // The class's fields by index, as the bridge gives them.
+    // Returns the fields by index, as the bridge reports them.
     std::vector<GUID> fieldsOf(const com::Ptr<ITranslator>& translator);
-    // The class loaded and opened on a file of the given text.
+    // Returns a translator that is open on a file with the given text.
     com::Ptr<ITranslator> open(REFCLSID clsid, const std::string& text = {});
-    // The creation date of a record whose line says so.
+    // Reads the creation date of a record that has the given line in the file.
     HRESULT createDate(const std::string& line, DATE& date);
     static void store(const GUID& section, std::u16string_view key, std::u16string_view value);
 

@@ -23,7 +23,7 @@ TEST_F(BridgeTest, AClassThatRefusesITranslatorIsLoadedThroughABridge)
 {
     for (const GUID& clsid : {oldNumbers, oldTexts, oldBare}) {
         com::Ptr<ITranslator> direct;
-        EXPECT_EQ(com::createInstance(clsid, direct), E_NOINTERFACE) << "it is really one of the older contract";
+        EXPECT_EQ(com::createInstance(clsid, direct), E_NOINTERFACE) << "the class really has the older contract";
         const auto translator = load(clsid);
         ASSERT_TRUE(translator);
         EXPECT_TRUE(translator.tryAs<ITranslatorInfo>() && translator.tryAs<IFieldList>() && translator.tryAs<IField>() &&
@@ -41,13 +41,13 @@ TEST_F(BridgeTest, ASecondLoadYieldsTheGuidsOfTheFirst)
         EXPECT_EQ(fieldsOf(load(clsid)), first);
         com::check(mb::CloseConfigStore());
         com::check(mb::OpenConfigStore(folder.data() / "MBSync.xml"));
-        EXPECT_EQ(fieldsOf(load(clsid)), first) << "they are in the file";
+        EXPECT_EQ(fieldsOf(load(clsid)), first) << "the GUIDs are in the file";
         all.insert(first.begin(), first.end());
     }
-    EXPECT_THAT(all, SizeIs(12)) << "no GUID is given twice";
+    EXPECT_THAT(all, SizeIs(12)) << "all GUIDs differ";
 }
 
-TEST_F(BridgeTest, TheTableOfFieldsStandsInTheSectionOfTheClass)
+TEST_F(BridgeTest, TheTableOfFieldsIsInTheSectionOfTheClass)
 {
     const auto numbers = fieldsOf(load(oldNumbers)), texts = fieldsOf(load(oldTexts));
     EXPECT_EQ(stored(u"Trans1Cfg", oldNumbers, u"FieldIDType"), u"3");
@@ -100,7 +100,7 @@ TEST_F(BridgeTest, ADamagedCountNeitherHangsNorCrashes)
     store(oldNumbers, u"FieldIDCount", u"-5");
     EXPECT_THAT(fieldsOf(load(oldNumbers)), IsEmpty());
     store(oldNumbers, u"FieldIDCount", u"no number");
-    EXPECT_THAT(fieldsOf(load(oldNumbers)), SizeIs(6)) << "a count of zero is none, and the table is made anew";
+    EXPECT_THAT(fieldsOf(load(oldNumbers)), SizeIs(6)) << "a count of zero counts as missing, so the table is made again";
 }
 
 TEST_F(BridgeTest, ValuesAreReadAndWrittenByTheOldIds)
@@ -153,7 +153,7 @@ TEST_F(BridgeTest, PropertiesOfAFieldComeFromTheOldFieldObject)
         EXPECT_EQ(flags, static_cast<ULONG>(ffPhoneNumber));
         EXPECT_EQ(field->GetMaxLength(phone, &length), S_OK);
         EXPECT_EQ(length, 0u);
-        EXPECT_EQ(field->SetName(phone, name.get()), E_NOTIMPL) << "as the old object answers";
+        EXPECT_EQ(field->SetName(phone, name.get()), E_NOTIMPL) << "the old object's result";
         for (const HRESULT hr :
              {field->SetFieldType(phone, 1), field->SetDataType(phone, 1), field->SetMaxLength(phone, 1), field->SetFlags(phone, 1)})
             EXPECT_EQ(hr, E_NOTIMPL);
@@ -188,7 +188,7 @@ TEST_F(BridgeTest, FieldsAreNotFoundByName)
     GUID field = unknownClass;
     EXPECT_EQ(load(oldTexts).as<IFieldList>()->GetFieldByName(com::Bstr(u"Phone").get(), &field), E_NOTIMPL);
     EXPECT_EQ(field, GUID_NULL);
-    EXPECT_EQ(load(oldTexts).as<IFieldList>()->GetFieldByIndex(99, &field), E_INVALIDARG) << "as the old list answers";
+    EXPECT_EQ(load(oldTexts).as<IFieldList>()->GetFieldByIndex(99, &field), E_INVALIDARG) << "the old list's result";
 }
 
 TEST_F(BridgeTest, ATextDateIsParsed)
@@ -210,17 +210,17 @@ TEST_F(BridgeTest, TheModifiedDateIsReadInTheSameWay)
     EXPECT_EQ(date, 36925.0);
 }
 
-TEST_F(BridgeTest, ATextOfNoDateFailsAndTheDateIsZero)
+TEST_F(BridgeTest, ATextThatIsNotADateFailsAndTheDateIsZero)
 {
-    for (const char* text : {"text:yesterday", "text:2001-02-30", "text:99999999999-1-1", "text:2001-02-03 25:00",
-                             "text: ", "text:%s%n", "text:2001-02-03junk"}) {
+    for (const char* text : {"text:yesterday", "text:2001-02-30", "text:99999999999-1-1", "text:2001-02-03 25:00", "text: ", "text:%s%n",
+                             "text:2001-02-03junk"}) {
         DATE date = -1.0;
         EXPECT_TRUE(FAILED(createDate(text, date))) << text;
         EXPECT_EQ(date, 0.0) << text;
     }
 }
 
-TEST_F(BridgeTest, AnEmptyTextIsNoDateAndNoFailureButANullTextAndOtherKindsFail)
+TEST_F(BridgeTest, AnEmptyTextMeansNoDateButANullTextAndOtherTypesFail)
 {
     DATE date = -1.0;
     EXPECT_EQ(createDate("text:", date), S_OK);
@@ -233,7 +233,7 @@ TEST_F(BridgeTest, AnEmptyTextIsNoDateAndNoFailureButANullTextAndOtherKindsFail)
     EXPECT_EQ(date, 0.0);
 }
 
-TEST_F(BridgeTest, InitializePassesTheSilenceOnAsItStoodAtTheLoad)
+TEST_F(BridgeTest, InitializePassesTheSilentModeThatWasSetAtTheLoad)
 {
     com::Ptr<ITrServices> services;
     ASSERT_EQ(mb::createClass(__uuidof(TrServices), services), S_OK);
@@ -278,7 +278,7 @@ TEST_F(BridgeTest, ARecordOfAnOldTranslatorCountsAsVerified)
     EXPECT_EQ(verified, VARIANT_TRUE);
 }
 
-// A class that offers the old translator alone.
+// oldBare offers only IOldTranslator.
 TEST_F(BridgeTest, WithoutTheOldFieldInterfacesThereAreNoFieldsAndNothingIsStored)
 {
     const auto translator = load(oldBare);
@@ -295,7 +295,7 @@ TEST_F(BridgeTest, WithoutTheOldFieldInterfacesThereAreNoFieldsAndNothingIsStore
     EXPECT_EQ(stored(u"Trans1Cfg", oldBare, u"FieldIDCount"), u"<none>");
 }
 
-TEST_F(BridgeTest, WithoutAnOldTranslatorEveryCallSaysThatTheClassIsNotRegistered)
+TEST_F(BridgeTest, WithoutAnOldTranslatorEveryCallReturnsClassNotRegistered)
 {
     com::Ptr<ITranslator> bridge;
     ASSERT_EQ(com::create<mb::CTranslatorBridge>(nullptr, __uuidof(ITranslator), bridge.putVoid()), S_OK);

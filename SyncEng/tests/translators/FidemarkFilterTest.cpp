@@ -35,7 +35,7 @@ protected:
     std::filesystem::path storePath() const { return folder.data() / "CNFilter.xml"; }
 };
 
-TEST_F(FidemarkFilterTest, EntriesAreListedByFileInTheOrderOfTheirComing)
+TEST_F(FidemarkFilterTest, EntriesAreListedByFileInInsertionOrder)
 {
     const auto filter = opened();
     for (const char16_t* id : {u"c", u"a", u"b"}) EXPECT_EQ(add(filter, u"one.mbk", id), S_OK);
@@ -45,7 +45,7 @@ TEST_F(FidemarkFilterTest, EntriesAreListedByFileInTheOrderOfTheirComing)
     EXPECT_THAT(list(filter, u"unknown"), IsEmpty());
 }
 
-TEST_F(FidemarkFilterTest, TheIndexOfTheCountFails)
+TEST_F(FidemarkFilterTest, AnIndexEqualToTheCountFails)
 {
     const auto filter = opened();
     ASSERT_EQ(add(filter, u"f", u"a"), S_OK);
@@ -120,7 +120,7 @@ TEST_F(FidemarkFilterTest, AnEntryIsAKeyOfItsFileWithTheValue1)
     EXPECT_EQ(value, u"1");
 }
 
-TEST_F(FidemarkFilterTest, OpeningAnewClosesAndSavesTheFormer)
+TEST_F(FidemarkFilterTest, OpeningAgainSavesAndClosesTheFormerStore)
 {
     const auto filter = opened();
     ASSERT_EQ(add(filter, u"f", u"a"), S_OK);
@@ -128,7 +128,7 @@ TEST_F(FidemarkFilterTest, OpeningAnewClosesAndSavesTheFormer)
     EXPECT_THAT(list(filter, u"f"), ElementsAre(u"a"));
 }
 
-TEST_F(FidemarkFilterTest, AnObjectThatIsGivenBackClosesItsStore)
+TEST_F(FidemarkFilterTest, ReleasingTheObjectClosesItsStore)
 {
     {
         const auto filter = opened();
@@ -165,10 +165,10 @@ TEST_F(FidemarkFilterTest, WithoutAStoreOrAnArgumentNothingIsDone)
     EXPECT_EQ(filter->AddEntry(nullptr, file.get()), E_POINTER);
     EXPECT_EQ(filter->AddEntry(file.get(), nullptr), E_POINTER);
     EXPECT_EQ(filter->EnumerateEntries(file.get(), 0, nullptr), E_POINTER);
-    EXPECT_EQ(filter->EnumerateEntries(nullptr, 0, id.put()), E_FAIL) << "no file has no entries";
+    EXPECT_EQ(filter->EnumerateEntries(nullptr, 0, id.put()), E_FAIL) << "a null file has no entries";
 }
 
-TEST_F(FidemarkFilterTest, ADamagedFileIsKeptBesideAndTheStoreBeginsAnew)
+TEST_F(FidemarkFilterTest, ADamagedFileIsKeptAndReplacedByAnEmptyStore)
 {
     std::filesystem::create_directories(folder.data());
     std::ofstream(storePath()) << "<broken";
@@ -177,7 +177,5 @@ TEST_F(FidemarkFilterTest, ADamagedFileIsKeptBesideAndTheStoreBeginsAnew)
     EXPECT_EQ(filter->CloseStore(), S_OK);
     EXPECT_EQ(folder.read(storePath().string() + ".damaged"), "<broken");
 }
-
-// Ten times the entries may cost ten times as much, and some more for the machine; were each call a walk, it would be a hundred times.
 
 } // namespace

@@ -6,7 +6,7 @@ namespace {
 using namespace mbtest;
 using ::testing::ElementsAre;
 
-// A map whose history knows three pairs of records: two with values and a status, one without values.
+// A map with three pairs of records in its history: two with values and a status, one without values.
 class FidemarkSupportTest : public TranslatorsTest {
 protected:
     FidemarkSupportTest()
@@ -17,7 +17,7 @@ protected:
         link(history, u"a1", u"b1", values(u"Smith", u"0"));
         link(history, u"a2", u"b2", values(u"Jones", u"1"));
         link(history, u"a3", u"b3", std::nullopt);
-        com::check(history.SetDatabase(u"Trans1", u"left")); // saves
+        com::check(history.SetDatabase(u"Trans1", u"left")); // also saves the history
         support_ = create<IFidemarkSupport>(__uuidof(TrManager));
     }
     static mb::FieldValueMap values(const char16_t* lastName, const char16_t* status)
@@ -52,7 +52,7 @@ protected:
         if (array) SafeArrayDestroy(array);
         return ids;
     }
-    // What another reader of the file sees.
+    // Returns the status and the field data that the file holds.
     std::pair<std::u16string, std::u16string> storedStatus(const char16_t* id)
     {
         mb::StoreFile file;
@@ -75,7 +75,7 @@ TEST_F(FidemarkSupportTest, TheStatusOfARecordComesFromItsFieldData)
     EXPECT_EQ(statusOf(u"a2"), rsOutdated);
 }
 
-TEST_F(FidemarkSupportTest, ARecordWithoutFieldDataOrNotKnownAtAllIsNotPresentAndNoFailure)
+TEST_F(FidemarkSupportTest, AnUnknownRecordAndOneWithoutFieldDataAreNotPresent)
 {
     ASSERT_EQ(support_->Initialize(mapA), S_OK);
     EXPECT_EQ(statusOf(u"a3"), rsNotPresent);
@@ -105,7 +105,7 @@ TEST_F(FidemarkSupportTest, ARecordWithoutFieldDataStaysUnchanged)
     EXPECT_EQ(folder.read(historyFile(mapA)), before);
 }
 
-TEST_F(FidemarkSupportTest, PartnersAreFoundFromBothSidesAndAnythingButOneIsSideTwo)
+TEST_F(FidemarkSupportTest, PartnersAreFoundFromBothSidesAndAnyValueButOneMeansSideTwo)
 {
     ASSERT_EQ(support_->Initialize(mapA), S_OK);
     EXPECT_EQ(partnerOf(idTrans1, u"a1"), u"b1");
@@ -134,11 +134,11 @@ TEST_F(FidemarkSupportTest, RecordsAreListedByStatus)
     EXPECT_EQ(support_->SetRecordStatus(idTrans1, com::Bstr(u"a1").get(), rsOutdated), S_OK);
     EXPECT_EQ(support_->GetHistoryRecordsWithFMStatus(idTrans1, rsOutdated, &ids), S_OK);
     EXPECT_THAT(take(ids), ElementsAre(u"a1", u"a2"));
-    EXPECT_EQ(support_->GetHistoryRecordsWithFMStatus(idTrans1, rsExcluded, &ids), S_OK) << "none of that status is no failure";
+    EXPECT_EQ(support_->GetHistoryRecordsWithFMStatus(idTrans1, rsExcluded, &ids), S_OK) << "a status without records is not a failure";
     EXPECT_EQ(ids, nullptr);
 }
 
-TEST_F(FidemarkSupportTest, OnlyAHistoryOfVersionTwoOrLaterCanTellTheRecordsOfAStatus)
+TEST_F(FidemarkSupportTest, OnlyHistoriesSinceVersionTwoAreFilteredByStatus)
 {
     const auto outdated = [&] {
         SAFEARRAY* ids = nullptr;
@@ -151,7 +151,7 @@ TEST_F(FidemarkSupportTest, OnlyAHistoryOfVersionTwoOrLaterCanTellTheRecordsOfAS
     ASSERT_NE(text.find(version), std::string::npos);
     for (const std::string former : {"", " Version=\"0\"", " Version=\"1\""}) {
         folder.write(historyFile(mapA).string(), std::string(text).replace(text.find(version), version.size(), former));
-        EXPECT_THAT(outdated(), ElementsAre(u"a1", u"a2", u"a3")) << former << ": all of them, whatever their status";
+        EXPECT_THAT(outdated(), ElementsAre(u"a1", u"a2", u"a3")) << former << ": all records, whatever their status";
     }
     for (const std::string later : {" Version=\"2\"", " Version=\"3\"", " Version=\"4\""}) {
         folder.write(historyFile(mapA).string(), std::string(text).replace(text.find(version), version.size(), later));
@@ -173,20 +173,20 @@ TEST_F(FidemarkSupportTest, FieldDataAreHeldBetweenBeginAndEnd)
 {
     ASSERT_EQ(support_->Initialize(mapA), S_OK);
     com::Bstr text;
-    EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), E_FAIL) << "nothing was begun";
+    EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), E_FAIL) << "there was no BeginGetFieldData";
     ASSERT_EQ(support_->BeginGetFieldData(idTrans1, com::Bstr(u"a2").get()), S_OK);
     EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), S_OK);
     EXPECT_EQ(text.view(), u"Jones");
     EXPECT_EQ(support_->GetFieldData(ftCompany, text.put()), E_FAIL);
-    EXPECT_TRUE(text.get() && text.empty()) << "the empty text, and not none";
+    EXPECT_TRUE(text.get() && text.empty()) << "an empty text, not a null one";
     EXPECT_EQ(support_->BeginGetFieldData(idTrans1, com::Bstr(u"a1").get()), S_OK);
     EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), S_OK);
-    EXPECT_EQ(text.view(), u"Smith") << "the former record is dropped";
+    EXPECT_EQ(text.view(), u"Smith") << "the new record replaces the former one";
     EXPECT_EQ(support_->EndGetFieldData(), S_OK);
     EXPECT_EQ(support_->GetFieldData(ftLastName, text.put()), E_FAIL);
 }
 
-TEST_F(FidemarkSupportTest, AnotherRecordOrMapTakesThePlaceOfTheFormer)
+TEST_F(FidemarkSupportTest, AnotherRecordOrMapReplacesTheFormerOne)
 {
     ASSERT_EQ(support_->Initialize(mapA), S_OK);
     com::Bstr text;
@@ -200,7 +200,7 @@ TEST_F(FidemarkSupportTest, AnotherRecordOrMapTakesThePlaceOfTheFormer)
     EXPECT_EQ(partnerOf(idTrans1, u"a1"), u"");
 }
 
-TEST_F(FidemarkSupportTest, WithoutAHistoryListsFailAndReadsGiveNothing)
+TEST_F(FidemarkSupportTest, WithoutAHistoryListsFailAndReadsReturnNothing)
 {
     const auto expectClosed = [&] {
         SAFEARRAY* ids = nullptr;

@@ -57,14 +57,14 @@ TEST_F(FieldMapTest, CreateKeepsTheClassesAndStartsTheDynamicTypesAt3000)
     EXPECT_THAT(entries(), IsEmpty());
 }
 
-TEST_F(FieldMapTest, AnEntryIsTwoIdentifiersWithAColonBetween)
+TEST_F(FieldMapTest, AnEntryIsTwoIdentifiersSeparatedByAColon)
 {
     EXPECT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
     EXPECT_EQ(stored(u"FieldMap", id, u"MapEntry"), com::guidText(first1) + u":" + com::guidText(last2));
     EXPECT_EQ(stored(u"FieldMap", id, u"MapEntry").size(), 77u);
 }
 
-TEST_F(FieldMapTest, APairAddedTwiceIsThereTwice)
+TEST_F(FieldMapTest, AnEntryAddedTwiceIsListedTwice)
 {
     EXPECT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
     EXPECT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
@@ -82,12 +82,12 @@ TEST_F(FieldMapTest, EntriesSurviveTheClosingOfTheStore)
 {
     EXPECT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
     const auto path = mb::ConfigStore().path();
-    ASSERT_EQ(mb::ConfigStore().Revert(), S_OK) << "what is read now is what the file holds";
+    ASSERT_EQ(mb::ConfigStore().Revert(), S_OK) << "from here on the saved file is read";
     EXPECT_THAT(entries(), ElementsAre(Pair(first1, last2)));
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-TEST_F(FieldMapTest, AValueWithoutAnyFieldLeavesAHoleAtTheEnd)
+TEST_F(FieldMapTest, AValueWithoutAFieldLeavesANullFieldAtTheEnd)
 {
     writeEntry(u"");
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
@@ -99,7 +99,7 @@ TEST_F(FieldMapTest, AValueWithoutAnyFieldLeavesAHoleAtTheEnd)
     EXPECT_THAT(all[1], Pair(last1, last2));
 }
 
-TEST_F(FieldMapTest, AnEntryOfNonsenseIsNoFieldAndHarmsNoOther)
+TEST_F(FieldMapTest, AMalformedEntryHasNoFieldsAndDoesNotAffectTheOthers)
 {
     writeEntry(u"not a field:nor this");
     writeEntry(u"{half");
@@ -122,7 +122,7 @@ TEST_F(FieldMapTest, WithoutFieldObjectsAllEntriesAreKnown)
     EXPECT_THAT(known(load(pluginClass1).get(), load(pluginClass2).get()), ElementsAre(Pair(gone, gone)));
 }
 
-TEST_F(FieldMapTest, AnEntryWhoseFieldIsGoneIsNotSeenAndStaysInTheMap)
+TEST_F(FieldMapTest, AnEntryOfAnUnknownFieldIsNotListedButStaysInTheMap)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, gone), S_OK);
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
@@ -131,7 +131,7 @@ TEST_F(FieldMapTest, AnEntryWhoseFieldIsGoneIsNotSeenAndStaysInTheMap)
     EXPECT_THAT(entries(), ElementsAre(Pair(first1, gone), Pair(last1, last2), Pair(gone, notes2)));
 }
 
-TEST_F(FieldMapTest, WhenNoFieldIsKnownTheListIsEmptyAndNoFailure)
+TEST_F(FieldMapTest, IfNoFieldIsKnownAnEmptyListIsReturned)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, gone, gone), S_OK);
     EXPECT_THAT(known(load(pluginClass1).get(), load(pluginClass2).get()), IsEmpty());
@@ -141,11 +141,11 @@ TEST_F(FieldMapTest, ATranslatorThatThrowsLosesTheEntryNotTheProcess)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, last2), S_OK);
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
-    for (const int n : {1, 2}) calls->throwOn("1 GetFieldType", n); // it is asked twice
+    for (const int n : {1, 2}) calls->throwOn("1 GetFieldType", n); // a failed call is repeated once
     EXPECT_THAT(known(load(pluginClass1).get(), load(pluginClass2).get()), ElementsAre(Pair(last1, last2)));
 }
 
-TEST_F(FieldMapTest, TextArraysHoldTheSamePairs)
+TEST_F(FieldMapTest, TextArraysContainTheSameEntries)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, gone), S_OK);
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
@@ -160,7 +160,7 @@ TEST_F(FieldMapTest, TextArraysHoldTheSamePairs)
     SafeArrayDestroy(array2);
 }
 
-TEST_F(FieldMapTest, TextArraysOfNothingAreNull)
+TEST_F(FieldMapTest, WithoutEntriesTextArraysAreNull)
 {
     LONG count = -1;
     SAFEARRAY *array1 = nullptr, *array2 = nullptr;
@@ -186,7 +186,7 @@ TEST_F(FieldMapTest, ValidationLetsEachTranslatorRefreshItsFieldsWithItsOwnSetti
     EXPECT_EQ(stored(u"Trans2Cfg", mapA, u"Validated"), u"2");
 }
 
-TEST_F(FieldMapTest, AValidationThatFailsOrIsNotOfferedDoesNotMatter)
+TEST_F(FieldMapTest, AFailedOrMissingValidationIsIgnored)
 {
     plugin2->refuse<IFieldValidator>();
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
@@ -217,7 +217,7 @@ TEST_F(FieldMapTest, TheDefaultMapPairsFieldsOfEqualTypeByAscendingType)
     EXPECT_THAT(entries(), ElementsAre(Pair(last1, last2), Pair(notes1, notes2)));
 }
 
-TEST_F(FieldMapTest, TheDefaultMapReplacesWhatWasThere)
+TEST_F(FieldMapTest, TheDefaultMapReplacesTheFormerEntries)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, company2), S_OK);
     EXPECT_EQ(fieldMap->CreateDefaultMap(id), S_OK);
@@ -236,7 +236,7 @@ TEST_F(FieldMapTest, TheLastFieldOfATypeWins)
     EXPECT_THAT(entries(), ElementsAre(Pair(fieldId(1, 20), fieldId(2, 21)), Pair(notes1, notes2)));
 }
 
-TEST_F(FieldMapTest, WithoutACommonTypeTheDefaultMapIsEmptyAndTheOldEntriesAreGone)
+TEST_F(FieldMapTest, WithoutACommonTypeTheDefaultMapIsEmptyAndTheFormerEntriesAreRemoved)
 {
     plugin2->fields = {{company2, ftCompany}};
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, company2), S_OK);
@@ -245,7 +245,7 @@ TEST_F(FieldMapTest, WithoutACommonTypeTheDefaultMapIsEmptyAndTheOldEntriesAreGo
     EXPECT_EQ(stored(u"FieldMap", id, u"MapEntry"), u"<none>");
 }
 
-TEST_F(FieldMapTest, ATranslatorWithoutFieldsLeavesTheEntriesThatWereThere)
+TEST_F(FieldMapTest, ATranslatorWithoutFieldsKeepsTheFormerEntries)
 {
     plugin2->fields.clear();
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, company2), S_OK);
@@ -253,15 +253,15 @@ TEST_F(FieldMapTest, ATranslatorWithoutFieldsLeavesTheEntriesThatWereThere)
     EXPECT_THAT(entries(), ElementsAre(Pair(first1, company2)));
 }
 
-TEST_F(FieldMapTest, FieldsThatCannotBeAskedAreSkipped)
+TEST_F(FieldMapTest, FieldsThatCannotBeReadAreSkipped)
 {
-    for (const int n : {2, 3}) calls->failOn("1 GetFieldByIndex", n, E_FAIL); // each is asked twice
+    for (const int n : {2, 3}) calls->failOn("1 GetFieldByIndex", n, E_FAIL); // a failed call is repeated once
     for (const int n : {3, 4}) calls->throwOn("2 GetFieldByIndex", n);
     EXPECT_EQ(fieldMap->CreateDefaultMap(id), S_OK);
     EXPECT_THAT(entries(), ElementsAre(Pair(notes1, notes2)));
 }
 
-TEST_F(FieldMapTest, WhenNoFieldCanBeAskedTheOldEntriesAreGoneAllTheSame)
+TEST_F(FieldMapTest, IfNoFieldCanBeReadTheFormerEntriesAreStillRemoved)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, company2), S_OK);
     for (int n = 1; n <= 6; ++n) calls->failOn("1 GetFieldType", n, E_FAIL);
@@ -276,7 +276,7 @@ TEST_F(FieldMapTest, AFieldWhoseTypeFailsOnceIsAskedAgainAndStaysInTheMap)
     EXPECT_THAT(known(load(pluginClass1).get(), load(pluginClass2).get()), ElementsAre(Pair(last1, last2)));
 }
 
-TEST_F(FieldMapTest, ACancelWhileTheFieldsAreAskedIsHandedOn)
+TEST_F(FieldMapTest, ACancelWhileFieldsAreReadIsReturned)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
     calls->failOn("1 GetFieldType", 1, E_ABORT);
@@ -286,7 +286,7 @@ TEST_F(FieldMapTest, ACancelWhileTheFieldsAreAskedIsHandedOn)
               E_ABORT);
 }
 
-TEST_F(FieldMapTest, TheDefaultMapNeedsListAndFieldsOfBothBeforeItCounts)
+TEST_F(FieldMapTest, TheDefaultMapNeedsTheFieldInterfacesOfBothBeforeItCounts)
 {
     plugin2->refuse<IField>();
     EXPECT_EQ(fieldMap->CreateDefaultMap(id), E_NOINTERFACE);
@@ -297,7 +297,7 @@ TEST_F(FieldMapTest, TheDefaultMapNeedsListAndFieldsOfBothBeforeItCounts)
     EXPECT_THAT(entries(), IsEmpty());
 }
 
-TEST_F(FieldMapTest, TheDefaultMapLoadsAndAsksButInitialisesNothing)
+TEST_F(FieldMapTest, TheDefaultMapDoesNotInitialiseTheTranslators)
 {
     plugin1->fields.resize(1);
     plugin2->fields.resize(1);
@@ -321,7 +321,7 @@ TEST_F(FieldMapTest, TheDefaultMapFailsWithTheTranslatorThatCannotBeLoaded)
     EXPECT_EQ(fieldMap->CreateDefaultMap(other), REGDB_E_CLASSNOTREG);
 }
 
-TEST_F(FieldMapTest, MapEntryExistTellsWhetherThePairIsInTheMap)
+TEST_F(FieldMapTest, MapEntryExistReportsWhetherTheEntryExists)
 {
     ASSERT_EQ(fieldMap->AddMapEntry(id, first1, company2), S_OK);
     ASSERT_EQ(fieldMap->AddMapEntry(id, last1, last2), S_OK);
@@ -335,7 +335,7 @@ TEST_F(FieldMapTest, MapEntryExistTellsWhetherThePairIsInTheMap)
     ASSERT_EQ(mb::ConfigStore().WriteValue(u"FieldMap", com::guidText(id), u"Other", com::guidText(notes1) + u":" + com::guidText(notes2),
                                            false, true),
               S_OK);
-    EXPECT_EQ(exists(notes1, notes2), VARIANT_FALSE) << "the value stands under another key";
+    EXPECT_EQ(exists(notes1, notes2), VARIANT_FALSE) << "the value belongs to another key";
 }
 
 TEST_F(FieldMapTest, DeleteMapRemovesItsSectionAndNoOther)
@@ -346,7 +346,7 @@ TEST_F(FieldMapTest, DeleteMapRemovesItsSectionAndNoOther)
     EXPECT_EQ(fieldMap->DeleteMap(id), S_OK);
     EXPECT_EQ(stored(u"FieldMap", id, u"Trans1"), u"<none>");
     EXPECT_EQ(stored(u"FieldMap", other, u"Trans1"), com::guidText(pluginClass1));
-    EXPECT_EQ(fieldMap->DeleteMap(id), S_OK) << "a map that is not there is no error";
+    EXPECT_EQ(fieldMap->DeleteMap(id), S_OK) << "deleting a missing map is not an error";
 }
 
 TEST_F(FieldMapTest, NumbersAreReadOnlyIfThereAndNotNegative)
@@ -365,7 +365,7 @@ TEST_F(FieldMapTest, NumbersAreReadOnlyIfThereAndNotNegative)
     EXPECT_EQ(number, 3012);
 }
 
-TEST_F(FieldMapTest, WithoutAStoreNothingIsAnswered)
+TEST_F(FieldMapTest, WithoutAStoreEveryCallFails)
 {
     ASSERT_EQ(mb::CloseConfigStore(), S_OK);
     LONG count = 9;

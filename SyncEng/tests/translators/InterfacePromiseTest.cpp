@@ -1,4 +1,4 @@
-// The interfaces are a binary promise: plug-ins and hosts of other hands were built against these identifiers, slots and numbers.
+// The interfaces are a binary promise: plug-ins and hosts by others were compiled against these identifiers, slots and numbers.
 #include "interfaces.h"
 
 #include <cstring>
@@ -6,7 +6,7 @@
 
 namespace {
 
-// The place of a method in its interface's table; both platforms' compilers keep it in the method's pointer.
+// Returns a method's slot. The compilers of both platforms store it in the pointer to the virtual method.
 template <class Method> std::ptrdiff_t slotOf(Method method)
 {
     std::ptrdiff_t word = 0;
@@ -38,7 +38,7 @@ TEST(InterfacePromise, ATranslatorHasItsTwentyMethodsInTheirSlots)
     EXPECT_EQ(identifierOf<ITrServices>(), u"{5F497C97-BA47-4639-BC2C-244CCE6C7F5C}");
 }
 
-TEST(InterfacePromise, WhatATranslatorMayOfferHasItsSlots)
+TEST(InterfacePromise, OptionalInterfacesHaveTheirSlots)
 {
     expectSlots(behindIDispatch, &ITranslatorInfo::GetInfo, &ITranslatorInfo::GetLastError);
     expectSlots(behindIDispatch, &ITranslatorInfoEx::GetInfoEx);

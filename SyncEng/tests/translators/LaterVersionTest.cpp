@@ -1,5 +1,5 @@
-// Files of a later version of the program, as the manager of maps meets them: each call that needs one fails, the text left beside the
-// code names the file, and the file stays as it is.
+// TrManager with files that a later version of the program wrote: each call that needs such a file fails, the error text names the file,
+// and the file is not changed.
 #include "TranslatorsFixture.h"
 
 #include "error_text.h"
@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(LaterVersionTest, AHistoryAnswersNoQuestionAndTakesNothing)
+TEST_F(LaterVersionTest, AHistoryIsNeitherReadNorChanged)
 {
     const auto file = historyFile(mapA);
     put(file);
@@ -47,7 +47,7 @@ TEST_F(LaterVersionTest, AHistoryAnswersNoQuestionAndTakesNothing)
     EXPECT_EQ(folder.read(file), later);
 }
 
-TEST_F(LaterVersionTest, AHistoryOfCategoriesAnswersNoQuestion)
+TEST_F(LaterVersionTest, AHistoryOfCategoriesIsNotRead)
 {
     writePair(mapA);
     ASSERT_EQ(maps()->SetCategoryGuid(mapA, mapB), S_OK);
@@ -57,7 +57,7 @@ TEST_F(LaterVersionTest, AHistoryOfCategoriesAnswersNoQuestion)
     EXPECT_EQ(ids, nullptr);
 }
 
-TEST_F(LaterVersionTest, AHistoryOutlivesTheDeletionOfItsMapAndTheMakingOfOneUnderItsIdentifier)
+TEST_F(LaterVersionTest, AHistorySurvivesDeletingAndRecreatingItsMap)
 {
     const auto file = historyFile(mapA);
     writePair(mapA);
@@ -80,7 +80,7 @@ TEST_F(LaterVersionTest, AListOfRecordsByFileIsNotOpened)
     EXPECT_EQ(folder.read(file), later);
 }
 
-TEST_F(LaterVersionTest, WithoutItsConfigurationTheManagerTellsWhyThereAreNoMaps)
+TEST_F(LaterVersionTest, WithoutItsConfigurationTheManagerReportsWhyThereAreNoMaps)
 {
     const auto file = folder.data() / "later.xml";
     put(file);

@@ -13,7 +13,7 @@ public:
     PluginFake(IUnknown* outer, std::shared_ptr<Plugin> plugin) : Object(outer), plugin_(std::move(plugin)) { ++plugin_->objects; }
     ~PluginFake() override { --plugin_->objects; }
 
-    // Each leaves a mark in the settings that it was given, so that a test sees whose they are.
+    // Each of these methods leaves a mark in its settings, so that a test can see which settings it was given.
     HRESULT STDMETHODCALLTYPE Initialize(ITrServices* services, HWND, VARIANT_BOOL reconfig) override
     {
         mark(services, u"Initialized");
@@ -89,7 +89,7 @@ public:
         return note("ValidateFieldList");
     }
 
-    // Records, pictures and the rest of a field are never asked for here.
+    // This layer never calls the methods for records, images and other properties of fields.
     HRESULT STDMETHODCALLTYPE GetTranslatorCaps(ULONG*) override { return unexpected("GetTranslatorCaps"); }
     HRESULT STDMETHODCALLTYPE GetRecordCount(LONG*) override { return unexpected("GetRecordCount"); }
     HRESULT STDMETHODCALLTYPE GetRecordID(LONG, BSTR*) override { return unexpected("GetRecordID"); }

@@ -29,7 +29,7 @@ protected:
     static std::string utf8(REFGUID guid) { return platform::utf8(com::guidText(guid)); }
 };
 
-TEST_F(TrManagerTest, WithoutTranslatorsTheListIsEmptyAndTheLogSaysSoOnce)
+TEST_F(TrManagerTest, WithoutTranslatorsTheListIsEmptyAndTheLogHasOneLine)
 {
     EXPECT_THAT(list(&ITrManager::EnumerateTranslators), IsEmpty());
     EXPECT_THAT(logLines("pEnum->Next"), ElementsAre("pEnum->Next returns S_FALSE. Enum number: 0"));
@@ -40,7 +40,7 @@ TEST_F(TrManagerTest, InstalledTranslatorsAreListedWithALineEach)
     EXPECT_EQ(loader()->Install(pluginClass1), S_OK);
     EXPECT_EQ(loader()->Install(unknownClass), S_OK);
     const auto found = list(&ITrManager::EnumerateTranslators);
-    EXPECT_THAT(found, UnorderedElementsAre(pluginClass1, unknownClass)) << "none is created, so none is left out";
+    EXPECT_THAT(found, UnorderedElementsAre(pluginClass1, unknownClass)) << "no class is created, so none is left out";
     ASSERT_THAT(found, SizeIs(2));
     EXPECT_THAT(logLines("pEnum->Next"), ElementsAre("pEnum->Next succeeded. Enum number: 0. Class id: " + utf8(found[0]),
                                                      "pEnum->Next succeeded. Enum number: 1. Class id: " + utf8(found[1]),
@@ -70,7 +70,7 @@ TEST_F(TrManagerTest, ClassesOfOtherKindsAreNotListed)
     EXPECT_THAT(list(&ITrManager::EnumerateTranslators), IsEmpty());
 }
 
-TEST_F(TrManagerTest, MapsAreListedInTheOrderOfTheirMaking)
+TEST_F(TrManagerTest, MapsAreListedInCreationOrder)
 {
     EXPECT_THAT(list(&ITrManager::EnumerateMaps), IsEmpty());
     writePair(mapB);
@@ -111,7 +111,7 @@ TEST_F(TrManagerTest, LoadingAnUnregisteredClassFailsAndIsLogged)
     EXPECT_THAT(logLines("loading module"), ElementsAre("Error -2147221164 occurred while loading module " + utf8(unknownClass)));
 }
 
-TEST_F(TrManagerTest, AClassThatSaysSuccessAndGivesNothingFailsAndIsLogged)
+TEST_F(TrManagerTest, AClassThatSucceedsWithoutAnObjectFailsAndIsLogged)
 {
     plugin1->givesNothing = true;
     com::Ptr<ITranslator> translator;
@@ -130,7 +130,7 @@ TEST_F(TrManagerTest, AClassThatThrowsFailsAndIsLogged)
     keptByRuntime = mbtest::keptOfThrowingClass;
 }
 
-TEST_F(TrManagerTest, AClassThatIsNoTranslatorFails)
+TEST_F(TrManagerTest, AClassThatIsNotATranslatorFails)
 {
     plugin1->refuse<ITranslator>();
     com::Ptr<ITranslator> translator;
@@ -144,7 +144,7 @@ TEST_F(TrManagerTest, DeletingAnUnknownMapSucceedsAndLeavesNoFile)
     EXPECT_FALSE(std::filesystem::exists(historyFile(unknownClass)));
 }
 
-TEST_F(TrManagerTest, DeletingAMapTakesItsFieldMapSettingsAndHistoryAndNoOthers)
+TEST_F(TrManagerTest, DeletingAMapRemovesOnlyItsOwnFieldMapSettingsAndHistory)
 {
     GUID doomed{}, kept{};
     for (GUID* map : {&doomed, &kept}) {
@@ -158,7 +158,7 @@ TEST_F(TrManagerTest, DeletingAMapTakesItsFieldMapSettingsAndHistoryAndNoOthers)
     ASSERT_EQ(maps()->GetFieldMap(kept, &keptFields), S_OK);
 
     EXPECT_EQ(manager()->DeleteMap(doomed), S_OK);
-    ASSERT_EQ(mb::ConfigStore().Revert(), S_OK) << "what is read now is what the file holds";
+    ASSERT_EQ(mb::ConfigStore().Revert(), S_OK) << "from here on the saved file is read";
     EXPECT_THAT(list(&ITrManager::EnumerateMaps), ElementsAre(kept));
     EXPECT_EQ(stored(u"FieldMap", doomedFields, u"Trans1"), u"<none>");
     EXPECT_NE(stored(u"FieldMap", keptFields, u"Trans1"), u"<none>");
@@ -170,7 +170,7 @@ TEST_F(TrManagerTest, DeletingAMapTakesItsFieldMapSettingsAndHistoryAndNoOthers)
     EXPECT_TRUE(std::filesystem::exists(historyFile(kept)));
 }
 
-TEST_F(TrManagerTest, AMapWithoutFieldMapIsDeletedAllTheSame)
+TEST_F(TrManagerTest, AMapWithoutFieldMapCanBeDeleted)
 {
     writePair(mapA);
     writeHistory(mapA);
@@ -179,13 +179,13 @@ TEST_F(TrManagerTest, AMapWithoutFieldMapIsDeletedAllTheSame)
     EXPECT_FALSE(std::filesystem::exists(historyFile(mapA)));
 }
 
-TEST_F(TrManagerTest, DeletingAMapAnswersWhatTheOpeningOfItsHistoryDid)
+TEST_F(TrManagerTest, DeletingAMapReturnsTheResultOfOpeningItsHistory)
 {
     writePair(mapA);
     std::filesystem::create_directories(historyFile(mapA)); // a folder where the file should be
     EXPECT_TRUE(FAILED(manager()->DeleteMap(mapA)));
-    EXPECT_NE(platform::takeErrorText().find(com::guidText(mapA)), std::u16string::npos) << "its file is named";
-    EXPECT_THAT(list(&ITrManager::EnumerateMaps), IsEmpty()) << "the other steps are taken";
+    EXPECT_NE(platform::takeErrorText().find(com::guidText(mapA)), std::u16string::npos) << "the error text names the file";
+    EXPECT_THAT(list(&ITrManager::EnumerateMaps), IsEmpty()) << "the other steps are done";
 }
 
 TEST_F(TrManagerTest, MissingOutParametersAreRefused)
@@ -196,7 +196,7 @@ TEST_F(TrManagerTest, MissingOutParametersAreRefused)
     EXPECT_EQ(loader()->Load(pluginClass1, nullptr), E_POINTER);
 }
 
-// A real plug-in, from its file: it registers itself, is found by its category and loaded by its class.
+// With a real plug-in, loaded from its file.
 TEST_F(TrManagerTest, APluginFileThatRegistersItselfIsFoundLoadedAndMapped)
 {
     constexpr GUID vCardClass{0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};

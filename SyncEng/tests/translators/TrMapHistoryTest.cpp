@@ -39,7 +39,7 @@ protected:
     }
 };
 
-TEST_F(TrMapHistoryTest, AMapThatNeverRanHasNotFailedButTheCodeTells) { EXPECT_EQ(status(E_FAIL), VARIANT_TRUE); }
+TEST_F(TrMapHistoryTest, AMapThatNeverRanHasASuccessfulStatusAndAFailureCode) { EXPECT_EQ(status(E_FAIL), VARIANT_TRUE); }
 
 TEST_F(TrMapHistoryTest, TheLastStatusIsGoodOnlyIfItIsOne)
 {
@@ -103,7 +103,7 @@ TEST_F(TrMapHistoryTest, AllRecordsOfASideAreMarkedAndSaved)
         mb::HistoryEntry unmarked{id, 0, {}, false}, marked{id, 0, {}, false};
         EXPECT_EQ(history.ReadEntry(u"Trans2", marked, true), S_OK);
         EXPECT_TRUE(marked.FieldMapChanged);
-        (void)history.ReadEntry(u"Trans1", unmarked, true); // the flag was never written there
+        (void)history.ReadEntry(u"Trans1", unmarked, true); // this entry never had the flag
         EXPECT_FALSE(unmarked.FieldMapChanged);
     }
 }

@@ -47,7 +47,7 @@ TEST_F(TrMapStoreTest, AnOptionThatWasNeverSetFails)
     ASSERT_EQ(map->Create(pluginClass1, pluginClass2, &made), S_OK);
     for (const OptionCase& c : optionCases) {
         EXPECT_EQ(get(made, c.option, E_FAIL).vt, c.boolean ? VT_BOOL : VT_I4) << c.option;
-        EXPECT_EQ(stored(u"TrMap", made, c.key), u"<none>") << "the making of a map writes no options";
+        EXPECT_EQ(stored(u"TrMap", made, c.key), u"<none>") << "creating a map writes no options";
     }
 }
 
@@ -105,7 +105,7 @@ TEST_F(TrMapStoreTest, AChangedImageOptionIsAnnouncedToEveryMap)
     writePair(mapA);
     writePair(mapB);
     EXPECT_EQ(set(mapA, soSyncImageOptionChanged, true), S_OK);
-    ASSERT_EQ(mb::ConfigStore().Revert(), S_OK) << "what is read now is what the file holds";
+    ASSERT_EQ(mb::ConfigStore().Revert(), S_OK) << "from here on the saved file is read";
     EXPECT_EQ(stored(u"TrMap", mapA, u"SyncImageChanged"), u"1");
     EXPECT_EQ(stored(u"TrMap", mapB, u"SyncImageChanged"), u"<none>");
     for (const GUID& id : {mapA, mapB}) {
@@ -114,17 +114,17 @@ TEST_F(TrMapStoreTest, AChangedImageOptionIsAnnouncedToEveryMap)
     }
 }
 
-TEST_F(TrMapStoreTest, AnImageOptionTakenBackAnnouncesNothing)
+TEST_F(TrMapStoreTest, ClearingTheImageOptionAnnouncesNothing)
 {
     writePair(mapA);
     EXPECT_EQ(set(mapA, soSyncImageOptionChanged, false), S_OK);
     EXPECT_EQ(stored(u"TrMap", mapA, u"SyncImageChanged"), u"0");
     EXPECT_EQ(stored(u"Trans2Cfg", mapA, u"SyncImageOptionChanged"), u"<none>");
     EXPECT_EQ(set(mapA, soSyncImages, true), S_OK);
-    EXPECT_EQ(stored(u"Trans2Cfg", mapA, u"SyncImageOptionChanged"), u"<none>") << "only the one option announces";
+    EXPECT_EQ(stored(u"Trans2Cfg", mapA, u"SyncImageOptionChanged"), u"<none>") << "only soSyncImageOptionChanged is announced";
 }
 
-TEST_F(TrMapStoreTest, ANewMapHasItsPairAndAFieldMapWithTheCommonFields)
+TEST_F(TrMapStoreTest, ANewMapHasItsTranslatorsAndAFieldMapWithTheCommonFields)
 {
     GUID made{}, id1{}, id2{}, fields{};
     ASSERT_EQ(map->Create(pluginClass1, pluginClass2, &made), S_OK);
@@ -141,7 +141,7 @@ TEST_F(TrMapStoreTest, ANewMapHasItsPairAndAFieldMapWithTheCommonFields)
     EXPECT_THAT(calls->starting("1 Initialize"), IsEmpty());
 }
 
-TEST_F(TrMapStoreTest, AMapMadeUnderAGivenIdentifierStartsWithoutHistory)
+TEST_F(TrMapStoreTest, AMapCreatedUnderAGivenIdentifierStartsWithoutHistory)
 {
     writeHistory(mapA);
     ASSERT_EQ(map->CreateEx(mapA, pluginClass1, pluginClass2), S_OK);
@@ -152,7 +152,7 @@ TEST_F(TrMapStoreTest, AMapMadeUnderAGivenIdentifierStartsWithoutHistory)
     EXPECT_FALSE(std::filesystem::exists(historyFile(mapA)));
 }
 
-TEST_F(TrMapStoreTest, AMapThatCannotBeMadeIsLoggedAndLeavesWhatWasWritten)
+TEST_F(TrMapStoreTest, AMapThatCannotBeCreatedIsLoggedAndStaysPartlyWritten)
 {
     writeHistory(mapA);
     EXPECT_EQ(map->CreateEx(mapA, pluginClass1, unknownClass), REGDB_E_CLASSNOTREG);
@@ -164,7 +164,7 @@ TEST_F(TrMapStoreTest, AMapThatCannotBeMadeIsLoggedAndLeavesWhatWasWritten)
     EXPECT_EQ(id2, unknownClass);
     EXPECT_EQ(map->GetFieldMap(mapA, &fields), E_FAIL);
     EXPECT_EQ(fields, GUID_NULL);
-    EXPECT_TRUE(std::filesystem::exists(historyFile(mapA))) << "only a map that was made begins anew";
+    EXPECT_TRUE(std::filesystem::exists(historyFile(mapA))) << "the history is deleted only if the map was created";
 }
 
 TEST_F(TrMapStoreTest, ATranslatorWithoutFieldsCannotBeMapped)
@@ -184,7 +184,7 @@ HRESULT noFieldMap(IUnknown*, REFIID, void** out) noexcept
 
 constexpr com::ClassEntry withoutFieldMap[] = {{&__uuidof(FieldMap), u"", u"", noFieldMap}};
 
-TEST_F(TrMapStoreTest, WithoutFieldMapsAMapIsNotBegunUnlessItsIdentifierWasGiven)
+TEST_F(TrMapStoreTest, WithoutTheFieldMapClassOnlyCreateExWritesAMap)
 {
     const mb::ClassOverride override(withoutFieldMap);
     GUID made{};
@@ -197,7 +197,7 @@ TEST_F(TrMapStoreTest, WithoutFieldMapsAMapIsNotBegunUnlessItsIdentifierWasGiven
     EXPECT_THAT(logLines("mapping modules"), SizeIs(2));
 }
 
-TEST_F(TrMapStoreTest, AnUnknownMapHasNothing)
+TEST_F(TrMapStoreTest, AnUnknownMapHasNoData)
 {
     GUID id1 = mapA, id2 = mapA, other = mapA;
     EXPECT_EQ(map->GetTranslators(mapB, &id1, &id2), E_FAIL);

@@ -68,7 +68,7 @@ TEST_F(TrMapTranslatorsTest, AnUnknownMapHasNoTranslators)
     EXPECT_THAT(takeCalls(), IsEmpty());
 }
 
-TEST_F(TrMapTranslatorsTest, ConfiguringInitialisesAnewAsksForTheDatabaseAndCleansUp)
+TEST_F(TrMapTranslatorsTest, ConfiguringReinitialisesReadsTheDatabaseAndCleansUp)
 {
     const Configured c = configure(idTrans2);
     EXPECT_EQ(c.hr, S_OK);
@@ -77,7 +77,7 @@ TEST_F(TrMapTranslatorsTest, ConfiguringInitialisesAnewAsksForTheDatabaseAndClea
     EXPECT_EQ(stored(u"Trans2Cfg", mapA, u"Asked"), u"2");
 }
 
-TEST_F(TrMapTranslatorsTest, ATranslatorThatInitialisedAnewIsAcceptedAndSaysSo)
+TEST_F(TrMapTranslatorsTest, TheCodeOfAReinitialisedTranslatorIsAcceptedAndReturned)
 {
     calls->failOn("1 Initialize", 1, initializedAnew);
     const Configured c = configure(idTrans1);
@@ -101,7 +101,7 @@ TEST_F(TrMapTranslatorsTest, AConfigurationThatFailsGivesNoDatabaseAndCleansUp)
     EXPECT_EQ(takeCalls().back(), "1 Cleanup");
 }
 
-TEST_F(TrMapTranslatorsTest, AFailureTellsTheTranslatorsErrorBeforeItIsCleanedUp)
+TEST_F(TrMapTranslatorsTest, AFailureReadsTheTranslatorsErrorBeforeCleanup)
 {
     calls->failOn("1 Initialize", 1, E_ACCESSDENIED);
     const Configured c = configure2(idTrans1);
@@ -114,7 +114,7 @@ TEST_F(TrMapTranslatorsTest, AFailureTellsTheTranslatorsErrorBeforeItIsCleanedUp
     EXPECT_THAT(takeCalls(), ElementsAre("1 Create", "1 Initialize reconfig", "1 GetLastError", "1 Cleanup"));
 }
 
-TEST_F(TrMapTranslatorsTest, OneFailureAsksForNoErrorText)
+TEST_F(TrMapTranslatorsTest, TheSilentFailureReadsNoErrorText)
 {
     calls->failOn("1 Initialize", 1, noErrorText);
     const Configured c = configure2(idTrans1);
@@ -123,7 +123,7 @@ TEST_F(TrMapTranslatorsTest, OneFailureAsksForNoErrorText)
     EXPECT_THAT(takeCalls(), ElementsAre("1 Create", "1 Initialize reconfig", "1 Cleanup"));
 }
 
-TEST_F(TrMapTranslatorsTest, ASuccessAsksForNoErrorText)
+TEST_F(TrMapTranslatorsTest, ASuccessReadsNoErrorText)
 {
     const Configured c = configure2(idTrans1);
     EXPECT_EQ(c.hr, S_OK);
@@ -131,7 +131,7 @@ TEST_F(TrMapTranslatorsTest, ASuccessAsksForNoErrorText)
     EXPECT_EQ(calls->count("GetLastError"), 0);
 }
 
-TEST_F(TrMapTranslatorsTest, AnErrorThatCannotBeToldChangesNothingOfTheFailure)
+TEST_F(TrMapTranslatorsTest, AnErrorTextThatCannotBeReadDoesNotChangeTheFailure)
 {
     for (const int n : {1, 2}) calls->failOn("1 Initialize", n, E_ACCESSDENIED);
     calls->throwOn("1 GetLastError", 1);
@@ -152,7 +152,7 @@ TEST_F(TrMapTranslatorsTest, ATranslatorThatCannotBeLoadedIsNotAskedForItsError)
     EXPECT_THAT(takeCalls(), ElementsAre("1 Create"));
 }
 
-TEST_F(TrMapTranslatorsTest, TheCurrentDatabasesAreAskedOfUninitialisedTranslators)
+TEST_F(TrMapTranslatorsTest, TheCurrentDatabasesAreReadFromUninitialisedTranslators)
 {
     plugin2->database = u"The other";
     com::Bstr database1, database2;

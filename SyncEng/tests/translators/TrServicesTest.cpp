@@ -12,7 +12,7 @@ using ::testing::ElementsAre;
 
 class TrServicesTest : public TranslatorsTest {
 protected:
-    static inline std::vector<std::string> made; // the parts, in the order of their creation
+    static inline std::vector<std::string> made; // the parts in creation order
     static inline bool logFails = false;
     TrServicesTest()
     {
@@ -40,14 +40,14 @@ TEST_F(TrServicesTest, OffersTheManagerTheSettingsAndTheLog)
     EXPECT_TRUE(services.tryAs<ILogFile>());
 }
 
-TEST_F(TrServicesTest, OffersNothingElseOfItsParts)
+TEST_F(TrServicesTest, OffersNoOtherInterfaceOfItsParts)
 {
     const auto services = create<ITrServices>(__uuidof(TrServices));
     EXPECT_FALSE(services.tryAs<ITrMap>());
     EXPECT_FALSE(services.tryAs<ITranslator>());
 }
 
-TEST_F(TrServicesTest, IsOneObjectWithItsParts)
+TEST_F(TrServicesTest, HasOneIdentityWithItsParts)
 {
     const auto services = create<ITrServices>(__uuidof(TrServices));
     const auto identity = services.tryAs<IUnknown>();
@@ -56,7 +56,7 @@ TEST_F(TrServicesTest, IsOneObjectWithItsParts)
     EXPECT_EQ(services.tryAs<IDataStream>().tryAs<ITrServices>().get(), services.get());
 }
 
-TEST_F(TrServicesTest, APartKeepsTheWholeAlive)
+TEST_F(TrServicesTest, AnInterfaceOfAPartKeepsTheObjectAlive)
 {
     auto services = create<ITrServices>(__uuidof(TrServices));
     auto settings = services.tryAs<IDataStream>();
@@ -68,7 +68,7 @@ TEST_F(TrServicesTest, APartKeepsTheWholeAlive)
     EXPECT_TRUE(settings.tryAs<ITrServices>());
 }
 
-TEST_F(TrServicesTest, TwoServicesHoldTwoSettings)
+TEST_F(TrServicesTest, EachServicesObjectHasItsOwnSettings)
 {
     const auto first = create<ITrServices>(__uuidof(TrServices)).tryAs<IDataStream>();
     const auto second = create<ITrServices>(__uuidof(TrServices)).tryAs<IDataStream>();
@@ -81,7 +81,7 @@ TEST_F(TrServicesTest, TwoServicesHoldTwoSettings)
     EXPECT_EQ(stored(u"Trans2Cfg", mapA, u"Key"), u"two");
 }
 
-// The parts in place of the module's: they tell that they were made, and the log fails when told to.
+// Replacements for the module's classes: they record their creation in `made`, and creating the log fails if `logFails`.
 HRESULT createManager(IUnknown* outer, REFIID riid, void** out) noexcept
 {
     return createNoted<mb::CTrManager>(outer, riid, out, "manager");
@@ -108,14 +108,14 @@ constexpr com::ClassEntry notedRows[] = {
     {&__uuidof(TrManager), u"", u"", createManager},
 };
 
-TEST_F(TrServicesTest, MakesItsPartsInTheirOrder)
+TEST_F(TrServicesTest, CreatesItsPartsInOrder)
 {
     const mb::ClassOverride override(notedRows);
     EXPECT_TRUE(create<ITrServices>(__uuidof(TrServices)));
     EXPECT_THAT(made, ElementsAre("manager", "settings", "log"));
 }
 
-TEST_F(TrServicesTest, IsNotMadeWithoutOneOfItsParts)
+TEST_F(TrServicesTest, IsNotCreatedIfAPartCannotBeCreated)
 {
     const mb::ClassOverride override(notedRows);
     logFails = true;

@@ -13,7 +13,7 @@ protected:
     {
         com::Bstr text;
         EXPECT_EQ(map->GetName(clsid, longName ? VARIANT_TRUE : VARIANT_FALSE, text.put()), S_OK);
-        EXPECT_NE(text.get(), nullptr) << "an empty text is no null one";
+        EXPECT_NE(text.get(), nullptr) << "an empty text is not a null pointer";
         return text.text();
     }
     std::vector<std::u16string> names(const GUID& clsid)
@@ -94,7 +94,7 @@ TEST_F(TranslatorNamesTest, ATranslatorThatFailsOrGivesNoNameIsNamedByTheRegistr
     EXPECT_EQ(name(pluginClass1), u"Registered");
 }
 
-TEST_F(TranslatorNamesTest, TheDescriptionComesFromTheNewerInterfaceElseItIsTheLongName)
+TEST_F(TranslatorNamesTest, TheDescriptionComesFromTheNewerInterfaceOrIsTheLongName)
 {
     EXPECT_EQ(names(pluginClass1), (std::vector<std::u16string>{u"Short", u"Long", u"Described"}));
     EXPECT_EQ(calls->count("GetInfo"), 0);
@@ -106,7 +106,7 @@ TEST_F(TranslatorNamesTest, TheDescriptionComesFromTheNewerInterfaceElseItIsTheL
     EXPECT_EQ(names(pluginClass1), (std::vector<std::u16string>{u"", u"", u""}));
 }
 
-TEST_F(TranslatorNamesTest, AvailabilityIsWhatTheTranslatorTellsOfItsProgram)
+TEST_F(TranslatorNamesTest, AvailabilityIsReportedByTheTranslator)
 {
     const auto availability = [&](const GUID& clsid, std::u16string_view expectedName) {
         com::Bstr text;
@@ -116,14 +116,14 @@ TEST_F(TranslatorNamesTest, AvailabilityIsWhatTheTranslatorTellsOfItsProgram)
         return available;
     };
     EXPECT_EQ(availability(pluginClass1, u"Long"), 1);
-    EXPECT_EQ(calls->count("1 Create"), 1) << "the object made for the name is asked";
+    EXPECT_EQ(calls->count("1 Create"), 1) << "the object that was created for the name is asked";
     plugin1->available = false;
     EXPECT_EQ(availability(pluginClass1, u"Long"), 0);
     plugin1->available = true;
     calls->throwOn("1 IsPIMAvailable", 3);
     EXPECT_EQ(availability(pluginClass1, u"Long"), 0);
     plugin1->refuse<ITranslatorInfo>();
-    EXPECT_EQ(availability(pluginClass1, u""), 1) << "without one, a new object is";
+    EXPECT_EQ(availability(pluginClass1, u""), 1) << "without such an object a new one is created";
     plugin1->refuse<IPIMSetUp>();
     EXPECT_EQ(availability(pluginClass1, u""), 0);
     EXPECT_EQ(availability(unknownClass, u""), 0);

@@ -42,8 +42,8 @@ TranslatorsTest::~TranslatorsTest()
 {
     class1_.reset();
     class2_.reset();
-    EXPECT_EQ(plugin1->objects + plugin2->objects, 0) << "translators that nobody gave back";
-    EXPECT_EQ(com::moduleLocks, objectsBefore_ + keptByRuntime) << "objects that nobody gave back";
+    EXPECT_EQ(plugin1->objects + plugin2->objects, 0) << "translators were not released";
+    EXPECT_EQ(com::moduleLocks, objectsBefore_ + keptByRuntime) << "objects were not released";
     EXPECT_THAT(calls->violations, ::testing::IsEmpty());
     (void)mb::CloseConfigStore();
     mb::CloseLog();

@@ -1,5 +1,5 @@
-// A module of this layer and those below it, in a folder of the test's own: the class table, the open configuration store, the log,
-// and two plug-ins registered as classes. At its end nothing may be left alive.
+// Fixture with this layer and the layers below it: the class table, the open configuration store, the log, and two fake plug-ins registered
+// as classes, in a folder of the test. At the end it expects that every object was released.
 #pragma once
 #include "foundation/ClassTable.h"
 #include "PluginFake.h"
@@ -18,7 +18,7 @@ inline constexpr GUID mapB{0xBBBBBBBB, 0x0002, 0x4002, {0x80, 0, 0, 0, 0, 0, 0, 
 
 inline constexpr HRESULT initializedAnew = static_cast<HRESULT>(0x80040212), noErrorText = static_cast<HRESULT>(0x80040211);
 
-// A field of a plug-in: the number of the plug-in, and one of the field.
+// Returns the GUID of a plug-in's field.
 constexpr GUID fieldId(std::uint16_t plugin, std::uint16_t number)
 {
     return {0x7A110000, plugin, number, {0x9E, 0x55, 0x2F, 0, 0, 0, 0, 0}};
@@ -40,12 +40,12 @@ protected:
     com::Ptr<ITrMap> maps() { return create<ITrMap>(__uuidof(TrManager)); }
     com::Ptr<IFieldMap> fieldMaps() { return create<IFieldMap>(__uuidof(FieldMap)); }
     com::Ptr<ITranslator> load(REFCLSID clsid);
-    // A pair without field map or history, straight in the store.
+    // Writes a map without field map and history directly into the store.
     void writePair(const GUID& map);
 
     static std::u16string stored(std::u16string_view type, const GUID& section, std::u16string_view key); // "<none>" if absent
     std::vector<std::string> logLines(std::string_view containing);
-    std::vector<std::string> takeCalls(); // of the plug-ins, since the last time
+    std::vector<std::string> takeCalls(); // the calls on the plug-ins since the last takeCalls()
     std::filesystem::path historyFile(const GUID& map) const;
     void writeHistory(const GUID& map, LONG status = 1);
 
@@ -53,7 +53,7 @@ protected:
     std::shared_ptr<CallLog> calls = std::make_shared<CallLog>();
     std::shared_ptr<Plugin> plugin1 = std::make_shared<Plugin>(), plugin2 = std::make_shared<Plugin>();
 
-    int keptByRuntime = 0; // references to objects that stay for good
+    int keptByRuntime = 0; // references that the component runtime leaks
 
 private:
     LONG objectsBefore_;
