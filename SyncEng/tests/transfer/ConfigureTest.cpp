@@ -42,7 +42,7 @@ protected:
     void setImages(VARIANT_BOOL flag) { EXPECT_EQ(transferer->SetSyncImages(com::Bstr(targetText()).get(), flag), S_OK); }
 };
 
-TEST_F(ConfigureTest, TheTargetConfiguresItselfOnAMapThatIsMadeIfNeeded)
+TEST_F(ConfigureTest, TheTargetConfiguresItselfOnAMapThatIsCreatedIfNeeded)
 {
     EXPECT_EQ(configure(), S_OK);
     EXPECT_EQ(translatorsOf(fakeClass2), std::pair(hostClass, fakeClass2));
@@ -52,13 +52,13 @@ TEST_F(ConfigureTest, TheTargetConfiguresItselfOnAMapThatIsMadeIfNeeded)
     EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
 }
 
-TEST_F(ConfigureTest, ATargetThatWasConfiguredAnewIsASuccess)
+TEST_F(ConfigureTest, ATargetThatWasReconfiguredIsASuccess)
 {
     scenario.log().failOn("2 Initialize", 1, configured);
     EXPECT_EQ(configure(), S_OK);
 }
 
-TEST_F(ConfigureTest, AFailureIsReturnedAndItsTextsMovedOut)
+TEST_F(ConfigureTest, AFailureIsReturnedAndItsTextsCanBeReadOnce)
 {
     scenario.two().options.errorCode = 3;
     scenario.two().options.errorMessage1 = u"No database.";
@@ -72,7 +72,7 @@ TEST_F(ConfigureTest, AFailureIsReturnedAndItsTextsMovedOut)
     EXPECT_EQ(takeError().code.vt, VT_EMPTY);
 }
 
-TEST_F(ConfigureTest, LotusNotesThatIsNotThereIsNamedAndMakesNoMap)
+TEST_F(ConfigureTest, MissingLotusNotesIsReportedAndCreatesNoMap)
 {
     EXPECT_EQ(configure(com::guidText(notes)), E_FAIL);
     const LastError error = takeError();
@@ -81,7 +81,7 @@ TEST_F(ConfigureTest, LotusNotesThatIsNotThereIsNamedAndMakesNoMap)
     EXPECT_THAT(listedMaps(), IsEmpty());
 }
 
-TEST_F(ConfigureTest, AMissingProgramLeavesNothingOfAFormerFailure)
+TEST_F(ConfigureTest, AMissingProgramReplacesAFormerFailure)
 {
     scenario.two().options.errorCode = 3;
     scenario.two().options.errorMessage2 = u"Make one.";
@@ -92,7 +92,7 @@ TEST_F(ConfigureTest, AMissingProgramLeavesNothingOfAFormerFailure)
     EXPECT_EQ(error.message2, u"");
 }
 
-TEST_F(ConfigureTest, GoldMineThatIsNotThereIsNamedForAllFourOfIts)
+TEST_F(ConfigureTest, MissingGoldMineIsReportedForAllFourOfItsTranslators)
 {
     for (const char16_t* target : {u"{75391971-8D5D-4C27-9759-3A6C5EC9ABB6}", u"{2C0C63AE-10AA-4867-92A5-657DBB182E97}",
                                    u"{4F275941-3608-45D0-96DE-534BC61D1CA1}", u"{5C06CD02-1F21-46BC-AC38-63A9B0B73569}"}) {
@@ -113,7 +113,7 @@ TEST_F(ConfigureTest, TheActTranslatorMustBeThere)
     EXPECT_EQ(takeError().message1, actMissing);
 }
 
-// Stands in for the dialog of the field map.
+// Replaces the field mapping dialog.
 struct EditorFake {
     EditorFake()
     {
@@ -136,18 +136,18 @@ struct EditorFake {
     static inline HRESULT answer = S_OK;
 };
 
-TEST_F(ConfigureTest, TheFieldMapOfTheHiddenMapIsEditedAndItsHistoryIsToLearnOfIt)
+TEST_F(ConfigureTest, TheFieldMapOfTheHiddenMapIsEditedAndItsHistoryIsMarked)
 {
     EditorFake editor;
     EXPECT_EQ(editFields(), S_OK);
-    EXPECT_EQ(translatorsOf(fakeClass2), std::pair(hostClass, fakeClass2)) << "the map is made if needed";
+    EXPECT_EQ(translatorsOf(fakeClass2), std::pair(hostClass, fakeClass2)) << "the map is created if needed";
     ASSERT_EQ(editor.edited.size(), 1u);
     EXPECT_EQ(editor.edited[0].map, fakeClass2);
     EXPECT_TRUE(editor.edited[0].setFlagForHistory);
     EXPECT_EQ(editor.edited[0].parent, reinterpret_cast<HWND>(std::intptr_t{5}));
 }
 
-TEST_F(ConfigureTest, AFieldMapThatWasLeftAsItIsIsASuccessAndAFailureOfItsDialogIsReturned)
+TEST_F(ConfigureTest, AnUnchangedFieldMapIsASuccessAndAFailureOfItsDialogIsReturned)
 {
     EditorFake editor;
     editor.answer = configured;
@@ -178,7 +178,7 @@ TEST_F(ConfigureTest, EveryCallButTheListingsForgetsTheFormerFailure)
     EXPECT_EQ(takeError().message1, u"It broke.");
 }
 
-TEST_F(ConfigureTest, WithoutTheNotesTranslatorItsProgramsFolderJoinsTheSearchPathAndElseNot)
+TEST_F(ConfigureTest, OnlyWithoutTheNotesTranslatorIsItsFolderAddedToTheSearchPath)
 {
     setRegistryText(u"Software\\Microsoft\\Windows\\CurrentVersion\\App Paths\\notes.exe", u"", u"/opt/notes/notes.exe");
     const std::u16string path = platform::environment(u"PATH").value_or(u"");
@@ -195,7 +195,7 @@ protected:
     NotesTest() : ConfigureTest(notes) {}
 };
 
-TEST_F(NotesTest, LotusNotesThatCanBeMadeMayBeConfigured) { EXPECT_EQ(configure(), S_OK); }
+TEST_F(NotesTest, LotusNotesThatCanBeCreatedMayBeConfigured) { EXPECT_EQ(configure(), S_OK); }
 
 class GoldMineTest : public ConfigureTest {
 protected:
@@ -215,7 +215,7 @@ protected:
     SecondActTest() : ConfigureTest(secondAct) {}
 };
 
-TEST_F(SecondActTest, TheSecondActTranslatorThatCanBeMadeMayBeConfigured) { EXPECT_EQ(configure(), S_OK); }
+TEST_F(SecondActTest, TheSecondActTranslatorThatCanBeCreatedMayBeConfigured) { EXPECT_EQ(configure(), S_OK); }
 
 class ActTest : public ConfigureTest {
 protected:
@@ -251,25 +251,25 @@ TEST_F(ActTest, AProductThatDoesNotMatchIsReportedByTheTranslatorsFirstMessageOr
     EXPECT_EQ(takeError().message1, u"");
 }
 
-TEST_F(ActTest, AMatcherThatKnowsNoProductFails)
+TEST_F(ActTest, AMatcherThatFindsNoProductFails)
 {
     scenario.two().options.matcher = true;
     scenario.log().failOn("2 MatchInstalledProduct", 1, noProduct);
-    EXPECT_EQ(configure(), E_FAIL) << "whatever it says of the match";
+    EXPECT_EQ(configure(), E_FAIL) << "whatever the match flag";
     scenario.log().failOn("2 MatchInstalledProduct", 2, refused);
-    EXPECT_EQ(configure(), S_OK) << "any other failure leaves the match to count";
+    EXPECT_EQ(configure(), S_OK) << "after any other failure the match flag counts";
     scenario.two().options.matches = false;
     scenario.log().failOn("2 MatchInstalledProduct", 3, refused);
     EXPECT_EQ(configure(), E_FAIL);
 }
 
-TEST_F(ConfigureTest, ImagesAreTakenAlongUntilSomeoneSaysOtherwiseAndAskingMakesNoMap)
+TEST_F(ConfigureTest, ImagesAreTransferredByDefaultAndReadingTheOptionCreatesNoMap)
 {
     EXPECT_EQ(images(), VARIANT_TRUE);
     EXPECT_THAT(listedMaps(), IsEmpty());
     setImages(VARIANT_FALSE);
     EXPECT_EQ(images(), VARIANT_FALSE);
-    EXPECT_EQ(translatorsOf(fakeClass2), std::pair(hostClass, fakeClass2)) << "setting makes it";
+    EXPECT_EQ(translatorsOf(fakeClass2), std::pair(hostClass, fakeClass2)) << "setting the option creates the map";
     setImages(VARIANT_TRUE);
     EXPECT_EQ(images(), VARIANT_TRUE);
 }
@@ -277,7 +277,7 @@ TEST_F(ConfigureTest, ImagesAreTakenAlongUntilSomeoneSaysOtherwiseAndAskingMakes
 TEST_F(ConfigureTest, SettingImagesToANewValueRaisesTheMarkWhichStaysRaised)
 {
     setImages(VARIANT_TRUE);
-    EXPECT_FALSE(option(soSyncImageOptionChanged)) << "they were taken along before";
+    EXPECT_FALSE(option(soSyncImageOptionChanged)) << "images were already transferred";
     setImages(VARIANT_FALSE);
     EXPECT_EQ(option(soSyncImageOptionChanged), VARIANT_TRUE);
     setImages(VARIANT_FALSE);

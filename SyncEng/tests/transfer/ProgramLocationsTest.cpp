@@ -20,7 +20,7 @@ protected:
     mbtest::TestFolder folder;
 };
 
-TEST_F(ProgramLocationsTest, AProgramThatIsNotInstalledIsItsBareNameFromItsLastRow)
+TEST_F(ProgramLocationsTest, AProgramThatIsNotInstalledIsTheBareNameOfItsLastRow)
 {
     EXPECT_EQ(mb::FindTranslatorProgram(mb::outlookTranslator), u"outlook.exe");
     EXPECT_EQ(mb::FindTranslatorProgram(mb::lotusNotesTranslator), u"notes.exe");
@@ -33,7 +33,7 @@ TEST_F(ProgramLocationsTest, AProgramThatIsNotInstalledIsItsBareNameFromItsLastR
     EXPECT_EQ(mb::FindTranslatorProgram(mb::secondActTranslator), u"Act8.exe");
 }
 
-TEST_F(ProgramLocationsTest, ATargetThatNoRowKnowsHasNoPath)
+TEST_F(ProgramLocationsTest, AnUnknownTargetHasNoPath)
 {
     EXPECT_EQ(mb::FindTranslatorProgram(mb::hostTranslator), u"");
     EXPECT_EQ(mb::FindTranslatorProgram(mb::goldMineOtherTranslator), u"");
@@ -48,26 +48,26 @@ TEST_F(ProgramLocationsTest, TheFirstRowWhoseProgramIsInstalledWins)
     EXPECT_EQ(mb::FindTranslatorProgram(mb::goldMineTranslator), u"C:\\Six\\gmw6.exe");
 }
 
-TEST_F(ProgramLocationsTest, WithoutTheFirstKeyTheFolderOfTheSecondServes)
+TEST_F(ProgramLocationsTest, WithoutTheFirstKeyTheFolderOfTheSecondIsUsed)
 {
     install(u"Act8Diag.exe", u"Path", u"C:\\Act");
     EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"C:\\Act\\Act8.exe");
     install(u"Act7Diag.exe", u"Path", u"C:\\Act7\\");
     EXPECT_EQ(mb::FindTranslatorProgram(mb::secondActTranslator), u"C:\\Act7\\Act7.exe");
     install(u"Act7Diag.exe", u"Path", u"");
-    EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"C:\\Act\\Act8.exe") << "an empty folder is none";
+    EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"C:\\Act\\Act8.exe") << "an empty folder does not count";
 }
 
-TEST_F(ProgramLocationsTest, AFirstKeyWithoutAValueGoesOnToTheNextRow)
+TEST_F(ProgramLocationsTest, AFirstKeyWithoutAValueContinuesWithTheNextRow)
 {
     install(u"Act7.exe", u"Path", u"C:\\Act7");
     install(u"Act7Diag.exe", u"Path", u"C:\\Act7");
-    EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"Act8.exe") << "the second key is looked at only where the first is not there";
+    EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"Act8.exe") << "the second key is read only if the first does not exist";
     install(u"Act8.exe", u"", u"C:\\Act8\\Act8.exe");
     EXPECT_EQ(mb::FindTranslatorProgram(mb::actTranslator), u"C:\\Act8\\Act8.exe");
 }
 
-TEST_F(ProgramLocationsTest, AnEmptyPathIsAnAnswerAndEndsTheSearch)
+TEST_F(ProgramLocationsTest, AnEmptyPathIsAResultAndEndsTheSearch)
 {
     install(u"gmw6.exe", u"", u"");
     install(u"gmw5.exe", u"", u"C:\\Five\\gmw5.exe");

@@ -51,13 +51,13 @@ protected:
     }
     Listing list(bool withImages)
     {
-        auto* const garbage = reinterpret_cast<SAFEARRAY*>(this); // what a caller left there
+        auto* const garbage = reinterpret_cast<SAFEARRAY*>(this); // the caller's out arguments may be uninitialised
         SAFEARRAY* arrays[5]{garbage, garbage, garbage, garbage, withImages ? garbage : nullptr};
         Listing listing;
         listing.hr = withImages ? transferer->GetTranslatorsEx(&arrays[0], &arrays[1], &arrays[2], &arrays[3], &arrays[4])
                                 : transferer->GetTranslators(&arrays[0], &arrays[1], &arrays[2], &arrays[3]);
         if (FAILED(listing.hr)) {
-            EXPECT_THAT(arrays, Each(nullptr)) << "a failure gives no array";
+            EXPECT_THAT(arrays, Each(nullptr)) << "a failure sets all arrays to null";
             return listing;
         }
         listing.guids = texts(arrays[0]);
@@ -74,7 +74,7 @@ protected:
         com::check(scenario.create<ITrMapEntry>(__uuidof(TrManager))->Install(id));
     }
     void uninstallTarget() { com::check(scenario.create<ITrMapEntry>(__uuidof(TrManager))->UnInstall(fakeClass2)); }
-    // The library of Lotus Notes beside the host, with these bytes.
+    // Puts the Lotus Notes library with these bytes beside the host.
     void putNotesLibrary(const std::string& bytes)
     {
         const auto host = scenario.folder.path() / "host";
@@ -84,7 +84,7 @@ protected:
         ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
         const std::u16string program = platform::textOf(host / "mb.exe");
         ASSERT_TRUE(platform::RegistryKey::open(platform::Root::CurrentUser, path)->setText(u"Path", program));
-        transferer = scenario.create<ISyncTransfer>(__uuidof(SyncTransfer)); // what construction finds is kept
+        transferer = scenario.create<ISyncTransfer>(__uuidof(SyncTransfer)); // looks for the library only in its constructor
     }
 };
 
@@ -108,7 +108,7 @@ TEST_F(TargetListTest, WithOnlyTheHostsTranslatorTheListingFails)
     EXPECT_EQ(list(true).hr, E_FAIL);
 }
 
-TEST_F(TargetListTest, ANameThatBeginsWithTheHostsInAnyLetterCaseIsLeftOut)
+TEST_F(TargetListTest, ANameThatBeginsWithTheHostsNameIsLeftOutIgnoringCase)
 {
     for (const char16_t* name : {u"Mirabook", u"mIrAbOoK", u"MIRABOOKS of old"}) {
         scenario.two().options.longName = name;
@@ -120,14 +120,14 @@ TEST_F(TargetListTest, ANameThatBeginsWithTheHostsInAnyLetterCaseIsLeftOut)
     }
 }
 
-TEST_F(TargetListTest, TheImageFlagTellsWhetherATargetCarriesImages)
+TEST_F(TargetListTest, TheImageFlagTellsWhetherATargetSupportsImages)
 {
     EXPECT_THAT(list(true).images, ElementsAre(false));
     scenario.two().options.images = true;
     EXPECT_THAT(list(true).images, ElementsAre(true));
 }
 
-TEST_F(TargetListTest, OutlookExpressAloneIsNotConfigurable)
+TEST_F(TargetListTest, OnlyOutlookExpressIsNotConfigurable)
 {
     install(outlookExpress);
     install(outlook);
@@ -145,11 +145,11 @@ TEST_F(TargetListTest, ThePathIsThatOfTheTargetsProgram)
     EXPECT_THAT(list(false).paths, ElementsAre(u"C:\\Office\\outlook.exe"));
 }
 
-TEST_F(TargetListTest, TheLotusNotesTranslatorIsOfferedByItsLibraryAlone)
+TEST_F(TargetListTest, AnUnregisteredLotusNotesTranslatorIsOfferedIfItsLibraryExists)
 {
     EXPECT_THAT(list(true).guids, ElementsAre(com::guidText(fakeClass2)));
     putNotesLibrary("");
-    EXPECT_THAT(list(true).guids, ElementsAre(com::guidText(fakeClass2))) << "an empty library is none";
+    EXPECT_THAT(list(true).guids, ElementsAre(com::guidText(fakeClass2))) << "an empty library file does not count";
     putNotesLibrary("no library, but something");
     const Listing listing = list(true);
     EXPECT_THAT(listing.guids, ElementsAre(com::guidText(fakeClass2), notes));
@@ -166,18 +166,18 @@ TEST_F(TargetListTest, ALotusNotesTranslatorThatIsRegisteredIsNotOfferedTwice)
     EXPECT_EQ(list(false).guids.size(), 2u);
 }
 
-TEST_F(TargetListTest, TheLibraryAloneIsNoTarget)
+TEST_F(TargetListTest, TheLotusNotesLibraryAloneIsNotATarget)
 {
     putNotesLibrary("something");
     uninstallTarget();
     EXPECT_EQ(list(false).hr, E_FAIL);
 }
 
-// A translator manager whose translators give no name.
+// A translator manager that fails to name its translators.
 class NamelessManager final : public com::Object<ITrManager, ITrMap> {
 public:
     explicit NamelessManager(IUnknown* outer) noexcept : Object(outer) {}
-    static inline std::u16string named; // the one class that has a name
+    static inline std::u16string named; // the only class with a name
 
     HRESULT STDMETHODCALLTYPE EnumerateTranslators(LONG* count, GUID** ids) override
     {

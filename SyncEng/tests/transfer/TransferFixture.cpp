@@ -36,7 +36,7 @@ HRESULT TransferTest::transfer(const std::vector<std::u16string>& cards, VARIANT
 {
     SAFEARRAY* array = com::makeTextArray(cards);
     const HRESULT hr = transferTo(targetText(), array, reverse);
-    EXPECT_EQ(SafeArrayDestroy(array), S_OK) << "the array is the caller's again";
+    EXPECT_EQ(SafeArrayDestroy(array), S_OK) << "the caller owns the array again";
     return hr;
 }
 

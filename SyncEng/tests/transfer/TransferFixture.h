@@ -1,4 +1,4 @@
-// A host's card file and a target, both fakes, and a SyncTransfer over them as a host gets it.
+// Fixture with a SyncTransfer over two fakes: the host's card file and a target.
 #pragma once
 #include "SyncScenario.h"
 
@@ -17,16 +17,16 @@ class TransferTest : public ::testing::Test {
 protected:
     explicit TransferTest(const GUID& target = fakeClass2);
 
-    // Cards with identifiers card-1, card-2 and so on, as many as there are names.
+    // Adds a card for each name, with the identifiers card-1, card-2 and so on.
     std::vector<std::u16string> addCards(std::initializer_list<const char16_t*> lastNames);
     HRESULT transfer(const std::vector<std::u16string>& cards, VARIANT_BOOL reverse = VARIANT_FALSE);
     HRESULT transferTo(std::u16string_view target, SAFEARRAY* cards, VARIANT_BOOL reverse = VARIANT_FALSE);
     LastError takeError();
     [[nodiscard]] std::u16string targetText() const { return com::guidText(target_); }
-    // The last names in a store, in no order.
+    // Returns the last names in a store.
     static std::multiset<std::u16string> namesIn(const FakeStore& store);
     std::pair<GUID, GUID> translatorsOf(const GUID& map);
-    // The option as it is stored; nothing if it never was.
+    // Returns the stored option; nullopt if it was never stored.
     std::optional<LONG> option(_SyncOptions id);
     std::vector<GUID> listedMaps();
     static void setRegistryText(std::u16string_view path, std::u16string_view name, std::u16string_view value);

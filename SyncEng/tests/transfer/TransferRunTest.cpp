@@ -34,7 +34,7 @@ protected:
         (void)settings->GetString(com::Bstr(key).get(), value.put());
         return value.text();
     }
-    // The records that the history of the transfer knows on side 1, under a suffix or without.
+    // Returns the records of side 1 in the transfer's history, in the section with or without the suffix.
     std::vector<std::u16string> knownCards(bool suffixed)
     {
         mb::CSyncHistory history(nullptr);
@@ -46,7 +46,7 @@ protected:
     }
 };
 
-TEST_F(TransferRunTest, AFirstTransferMakesTheHiddenMapAndCopiesTheSelectedCardsOnly)
+TEST_F(TransferRunTest, AFirstTransferCreatesTheHiddenMapAndCopiesOnlyTheSelectedCards)
 {
     const auto ids = addCards({u"Adams", u"Brown", u"Clark"});
     ASSERT_EQ(transfer({ids[2], ids[0]}), S_OK);
@@ -113,7 +113,7 @@ TEST_F(TransferRunTest, ALaterTransferThatFailsKeepsTheMap)
     EXPECT_THAT(listedMaps(), ElementsAre(fakeClass2));
 }
 
-// A map that is made anew loses its history, and the next transfer copies every card once more.
+// A map that is created again loses its history, and the next transfer would copy every card again.
 TEST_F(TransferRunTest, AMapWhoseTranslatorsCannotBeReadIsNotMadeAnew)
 {
     const auto ids = addCards({u"Adams"});
@@ -131,7 +131,7 @@ TEST_F(TransferRunTest, AMapWhoseTranslatorsCannotBeReadIsNotMadeAnew)
         EXPECT_EQ(transfer(ids), unreadable);
         EXPECT_EQ(takeError().message1, u"The settings of the transfer could not be read. Nothing was transferred.");
         EXPECT_EQ(transferer->ConfigureTranslator(0, com::Bstr(targetText()).get()), unreadable);
-        EXPECT_EQ(transferer->SetSyncImages(com::Bstr(targetText()).get(), VARIANT_FALSE), S_OK) << "it never fails";
+        EXPECT_EQ(transferer->SetSyncImages(com::Bstr(targetText()).get(), VARIANT_FALSE), S_OK) << "SetSyncImages never fails";
         EXPECT_EQ(mb::ConfigStore().ReadValue(u"TrMap", section, key, after), S_OK);
         EXPECT_EQ(after, u"damaged");
         write(key, before);
@@ -156,11 +156,11 @@ TEST_F(TransferRunTest, ASecondTransferOfUnchangedCardsWritesNothing)
     ASSERT_EQ(transfer(ids), S_OK);
     ASSERT_EQ(transfer(ids), S_OK);
     EXPECT_THAT(scenario.writes(), IsEmpty());
-    EXPECT_THAT(scenario.log().starting("1 GetRecordID"), IsEmpty()) << "the store is not walked";
+    EXPECT_THAT(scenario.log().starting("1 GetRecordID"), IsEmpty()) << "the store's records are not listed";
     EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"}));
 }
 
-// As where a translator comes to tell a path without the links in it.
+// For example, a translator that now resolves symbolic links in its path.
 TEST_F(TransferRunTest, ADatabaseThatIsToldByAnotherSpellingGoesOnWithItsHistory)
 {
     const auto cards = addCards({u"Lovelace", u"Hopper"});
@@ -207,19 +207,19 @@ TEST_F(TransferRunTest, TheSameCardTwiceOrInAnotherCaseIsCopiedOnce)
     EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams"}));
 }
 
-TEST_F(TransferRunTest, AChangedFieldMapWritesEveryFieldOnceMoreAndClearsItsMark)
+TEST_F(TransferRunTest, AChangedFieldMapWritesEveryFieldAgainAndClearsItsMark)
 {
     const auto ids = addCards({u"Adams"});
     ASSERT_EQ(transfer(ids), S_OK);
     const std::u16string section = u"Trans1c:\\cards\\mine.mbktheir \"contacts\"";
     ASSERT_EQ(scenario.maps()->SetFieldMapStatusForHistRecs(fakeClass2, com::Bstr(section).get(), VARIANT_TRUE), S_OK);
     ASSERT_EQ(transfer(ids), S_OK);
-    EXPECT_THAT(scenario.log().starting("2 BeginEditRecord"), SizeIs(1)) << "though the card did not change";
+    EXPECT_THAT(scenario.log().starting("2 BeginEditRecord"), SizeIs(1)) << "although the card did not change";
     ASSERT_EQ(transfer(ids), S_OK);
     EXPECT_THAT(scenario.writes(), IsEmpty());
 }
 
-TEST_F(TransferRunTest, ATransferAsksForNoCardButTheSelectedOnesHoweverManyThereAre)
+TEST_F(TransferRunTest, ATransferReadsOnlyTheSelectedCardsHoweverManyThereAre)
 {
     const auto ids = addCards({u"Adams", u"Brown"});
     const auto callsTo = [&](const char16_t* database) {
@@ -242,13 +242,13 @@ TEST_F(TransferRunTest, TheHistoryOfATransferLiesUnderTheTwoDatabases)
     EXPECT_THAT(knownCards(false), IsEmpty());
     scenario.two().options.database = u"Another database";
     ASSERT_EQ(transfer(ids), S_OK);
-    EXPECT_THAT(scenario.log().starting("2 BeginAddRecord"), SizeIs(1)) << "to that database it was never transferred";
+    EXPECT_THAT(scenario.log().starting("2 BeginAddRecord"), SizeIs(1)) << "the card was never transferred to that database";
     scenario.two().options.database = u"Their \"Contacts\"";
     ASSERT_EQ(transfer(ids), S_OK);
-    EXPECT_THAT(scenario.writes(), IsEmpty()) << "and the first one is still remembered";
+    EXPECT_THAT(scenario.writes(), IsEmpty()) << "the history of the first database is still there";
 }
 
-TEST_F(TransferRunTest, ReverseTakesOverWhatTheTargetHoldsAndWritesItNothing)
+TEST_F(TransferRunTest, ReverseCopiesTheTargetsRecordsAndDoesNotWriteTheTarget)
 {
     const auto ids = addCards({u"Adams"});
     ASSERT_EQ(transfer(ids), S_OK);
@@ -290,14 +290,14 @@ TEST_F(TransferRunTest, ATargetThatAsksForAnotherRunGetsIt)
     EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams"}));
 }
 
-TEST_F(TransferRunTest, TheRunIsSilentAndNoCategoriesAreBroughtIntoStep)
+TEST_F(TransferRunTest, TheRunIsSilentAndDoesNotSynchroniseCategories)
 {
     for (FakeStore* store : {&scenario.one(), &scenario.two()}) store->options.categories = true;
     (void)scenario.one().addCategory(u"Friends");
     ASSERT_EQ(transfer(addCards({u"Adams"})), S_OK);
     EXPECT_TRUE(scenario.two().categories.empty());
     EXPECT_THAT(scenario.log().starting("2 InitializeCategories"), IsEmpty());
-    EXPECT_EQ(mb::SilentMode, VARIANT_FALSE) << "and silence ends with it";
+    EXPECT_EQ(mb::SilentMode, VARIANT_FALSE) << "the run ends silent mode";
 }
 
 TEST_F(TransferRunTest, ProgressGoesToTheFirstSinkOfTheTransfer)
@@ -328,10 +328,10 @@ TEST_F(TransferRunTest, TheSinkMayCancelAndWhatWasWrittenStays)
     EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams"}));
     EXPECT_EQ(point->Unadvise(cookie), S_OK);
     ASSERT_EQ(transfer(ids), S_OK);
-    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"})) << "the next one goes on from there";
+    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"})) << "the next transfer continues";
 }
 
-TEST_F(TransferRunTest, ATransferLeavesTheHistoriesOfOrdinaryMapsAlone)
+TEST_F(TransferRunTest, ATransferDoesNotChangeTheHistoriesOfOrdinaryMaps)
 {
     const auto ids = addCards({u"Adams", u"Brown"});
     ASSERT_EQ(scenario.sync(), S_OK);
@@ -343,7 +343,7 @@ TEST_F(TransferRunTest, ATransferLeavesTheHistoriesOfOrdinaryMapsAlone)
     EXPECT_EQ(scenario.folder.read(file), before);
 }
 
-TEST_F(TransferRunTest, AFailureOfTheTargetIsReturnedAndItsDetailsAreMovedOut)
+TEST_F(TransferRunTest, AFailureOfTheTargetIsReturnedAndItsDetailsCanBeReadOnce)
 {
     scenario.two().options.errorCode = 17;
     scenario.two().options.errorMessage1 = u"The target is locked.";
@@ -358,7 +358,7 @@ TEST_F(TransferRunTest, AFailureOfTheTargetIsReturnedAndItsDetailsAreMovedOut)
     com::Variant code(u"as it came");
     com::Bstr message1(u"one"), message2(u"two");
     EXPECT_EQ(transferer->GetLastError(&code, message1.inOut(), message2.inOut()), S_OK);
-    EXPECT_EQ(code.text(), u"as it came") << "a second call yields nothing";
+    EXPECT_EQ(code.text(), u"as it came") << "a second call returns nothing";
     EXPECT_EQ(message1.view(), u"one");
     EXPECT_EQ(message2.view(), u"two");
 }
@@ -374,8 +374,8 @@ TEST_F(TransferRunTest, ANewCallForgetsTheFormerFailure)
     EXPECT_EQ(error.message1, u"");
 }
 
-// As a card file that is locked, or whose password is wrong.
-TEST_F(TransferRunTest, ACardFileThatDoesNotOpenIsReportedAndNothingIsWritten)
+// For example, a locked card file or a wrong password.
+TEST_F(TransferRunTest, ACardFileThatCannotBeOpenedIsReportedAndNothingIsWritten)
 {
     scenario.one().options.errorMessage1 = u"The password is wrong.";
     scenario.log().failOn("1 Initialize", 1, refused);
@@ -383,21 +383,21 @@ TEST_F(TransferRunTest, ACardFileThatDoesNotOpenIsReportedAndNothingIsWritten)
     EXPECT_EQ(takeError().message1, u"The password is wrong.");
     EXPECT_THAT(scenario.log().starting("2 Initialize"), IsEmpty());
     EXPECT_TRUE(scenario.two().records.empty());
-    EXPECT_THAT(scenario.log().starting("1 Cleanup"), SizeIs(1)) << "both are cleaned up all the same";
+    EXPECT_THAT(scenario.log().starting("1 Cleanup"), SizeIs(1)) << "both translators are still cleaned up";
     EXPECT_THAT(scenario.log().starting("2 Cleanup"), SizeIs(1));
 }
 
-TEST_F(TransferRunTest, ACardThatDoesNotExistFailsAndLosesNothing)
+TEST_F(TransferRunTest, AMissingCardFailsTheTransferAndKeepsTheCopiedCards)
 {
     const auto ids = addCards({u"Adams", u"Brown"});
     EXPECT_TRUE(FAILED(transfer({ids[0], u"nobody", ids[1]})));
     EXPECT_EQ(namesIn(scenario.one()), (Names{u"Adams", u"Brown"}));
-    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"})) << "what came before it is there and linked";
+    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"})) << "the cards before it were copied and linked";
     ASSERT_EQ(transfer(ids), S_OK);
-    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"})) << "and is not there twice";
+    EXPECT_EQ(namesIn(scenario.two()), (Names{u"Adams", u"Brown"})) << "and are not copied twice";
 }
 
-TEST_F(TransferRunTest, ATargetThatRefusesACardFailsAndTheNextTransferGoesOn)
+TEST_F(TransferRunTest, ATargetThatRefusesACardFailsAndTheNextTransferContinues)
 {
     const auto ids = addCards({u"Adams", u"Brown"});
     scenario.log().failOn("2 SaveRecord", 2, refused);
@@ -415,7 +415,7 @@ TEST_F(TransferRunTest, ATargetThatMayNotBeWrittenFails)
     EXPECT_TRUE(scenario.two().records.empty());
 }
 
-TEST_F(TransferRunTest, ATextThatNamesNoTargetIsRefusedAndMakesNoMap)
+TEST_F(TransferRunTest, AMalformedTargetIsRefusedAndCreatesNoMap)
 {
     SAFEARRAY* none = com::makeTextArray({});
     for (const char16_t* text : {u"", u"nonsense", u"{FA4E0002-2222-4222-8222-22222222222}", u"{00000000-0000-0000-0000-000000000000}",
@@ -437,10 +437,10 @@ TEST_F(TransferRunTest, NullArgumentsAreAnEmptySelectionOrAreRefused)
 {
     (void)addCards({u"Adams"});
     EXPECT_EQ(transferTo(targetText(), nullptr), S_OK);
-    EXPECT_TRUE(scenario.two().records.empty()) << "no card is selected, and not all of them";
+    EXPECT_TRUE(scenario.two().records.empty()) << "a null array selects no card, not all cards";
     EXPECT_TRUE(FAILED(transferer->Transfer(0, nullptr, nullptr, nullptr, nullptr, VARIANT_FALSE)));
     const com::Bstr guid(targetText());
-    EXPECT_EQ(transferer->Transfer(0, guid.get(), nullptr, nullptr, nullptr, VARIANT_FALSE), S_OK) << "the file is the former one";
+    EXPECT_EQ(transferer->Transfer(0, guid.get(), nullptr, nullptr, nullptr, VARIANT_FALSE), S_OK) << "a null file means the former one";
     EXPECT_TRUE(FAILED(transferer->ConfigureTranslator(0, nullptr)));
     EXPECT_TRUE(FAILED(transferer->ConfigureFieldMapping(0, nullptr)));
     EXPECT_EQ(transferer->GetSyncImages(nullptr, nullptr), E_POINTER);
@@ -450,7 +450,7 @@ TEST_F(TransferRunTest, NullArgumentsAreAnEmptySelectionOrAreRefused)
     EXPECT_EQ(transferer->GetTranslatorsEx(nullptr, nullptr, nullptr, nullptr, nullptr), E_POINTER);
 }
 
-TEST_F(TransferRunTest, AnArrayOfSomethingElseIsRefused)
+TEST_F(TransferRunTest, AnArrayOfAnotherTypeIsRefused)
 {
     SAFEARRAY* numbers = SafeArrayCreateVector(VT_I4, 0, 3);
     ASSERT_NE(numbers, nullptr);
@@ -480,7 +480,7 @@ protected:
     }
 };
 
-TEST_F(OutlookExpressTransferTest, TheAddressBookThatIsMeantIsLeftInTheRegistry)
+TEST_F(OutlookExpressTransferTest, TheDatabaseIsWrittenToTheRegistryForTheTranslator)
 {
     scenario.two().options.database = u"C:\\Book.wab";
     ASSERT_EQ(transfer({}), S_OK);
