@@ -1,4 +1,4 @@
-// The test object over a map of two fakes, which are registered as translators under the names "Notebook" and "vCard".
+// Fixture with a SyncAutoTest object and two fakes, registered as translators with the names "Notebook" and "vCard".
 #pragma once
 #include "categories.h"
 #include "error_text.h"
@@ -40,7 +40,7 @@ protected:
         EXPECT_EQ(autoTest->BeginUpdate(bstr(map).get(), side, opened.put()), S_OK);
         return opened;
     }
-    // The next call of that method of a side fails.
+    // Makes the next call of a method fail; "1 SaveRecord" means the method of side 1.
     void failNext(const std::string& method, HRESULT hr) { scenario.log().failOn(method, scenario.log().count(method) + 1, hr); }
 
     SyncScenario scenario;

@@ -1,4 +1,4 @@
-// Scripts of the platform's language, run by the test object; what they say of their failures.
+// Fixture that runs scripts of the platform's language with SyncAutoTest and reads their failure messages.
 #pragma once
 #include "AutoTestFixture.h"
 
@@ -6,7 +6,7 @@ namespace mbtest {
 
 class ScriptFixture : public AutoTestFixture {
 protected:
-    // The name of a test's script, where it gives no other.
+    // `name`: the default file name of a test's script.
     explicit ScriptFixture(std::string name) : name_(std::move(name)) {}
 
     HRESULT run(const std::string& script, const std::string& name)
@@ -21,13 +21,13 @@ protected:
         message = platform::utf8(platform::takeErrorText());
         return hr;
     }
-    // What a failing script says of itself: its file and line, and the message.
+    // Returns the expected failure message of a script: file, line and text.
     [[nodiscard]] std::string said(int line, const std::string& text, const std::string& name) const
     {
         return (scenario.folder.path() / name).string() + ":" + std::to_string(line) + ": " + text;
     }
     [[nodiscard]] std::string said(int line, const std::string& text) const { return said(line, text, name_); }
-    // The same of one that has no line to name.
+    // The same without a line.
     [[nodiscard]] std::string said(const std::string& text) const { return (scenario.folder.path() / name_).string() + ": " + text; }
     static std::filesystem::path example(const char* name) { return std::filesystem::path(EXAMPLES_FOLDER) / name; }
 

@@ -10,7 +10,7 @@ constexpr char16_t unknownMap[] = u"{12345678-1234-1234-1234-123456789ABC}";
 
 } // namespace
 
-TEST_F(SyncAutoTestTest, AMapIsMadeOfNamesInAnyCaseAndDeletedAgain)
+TEST_F(SyncAutoTestTest, AMapIsCreatedFromNamesIgnoringCaseAndDeletedAgain)
 {
     com::Bstr made;
     ASSERT_EQ(autoTest->AddTrMap(bstr(u"NOTEBOOK").get(), bstr(u"vcard").get(), made.put()), S_OK);
@@ -23,7 +23,7 @@ TEST_F(SyncAutoTestTest, AMapIsMadeOfNamesInAnyCaseAndDeletedAgain)
     EXPECT_EQ(mapCount(), 0);
 }
 
-TEST_F(SyncAutoTestTest, AMapIsMadeOfClasses)
+TEST_F(SyncAutoTestTest, AMapIsCreatedFromClasses)
 {
     GUID class1 = fakeClass2, class2 = fakeClass1, map{}, first{}, second{};
     com::Bstr made;
@@ -47,7 +47,7 @@ TEST_F(SyncAutoTestTest, AddTrMapWithOneUnknownNameFailsAndCreatesNoMap)
     EXPECT_EQ(mapCount(), 0);
 }
 
-TEST_F(SyncAutoTestTest, ATranslatorMayStandOnBothSides)
+TEST_F(SyncAutoTestTest, ATranslatorMayBeUsedOnBothSides)
 {
     com::Bstr made;
     EXPECT_EQ(autoTest->AddTrMap(bstr(u"vCard").get(), bstr(u"vCard").get(), made.put()), S_OK);
@@ -68,9 +68,9 @@ TEST_F(SyncAutoTestTest, ARunSynchronizesTheNamedMapAndTheEmptyTextMeansAllMaps)
     EXPECT_EQ(scenario.one().records.size(), 3u);
 }
 
-TEST_F(SyncAutoTestTest, ARunIsSilentAndConfiguresOnlyIfItIsAsked)
+TEST_F(SyncAutoTestTest, ARunIsSilentOrReconfiguresOnlyOnRequest)
 {
-    FrontEndFake user; // cancels
+    FrontEndFake user; // cancels every dialog
     const auto map = makeMap();
     scenario.one().add({{ftFirstName, u"Ada"}});
     scenario.log().clear();
@@ -83,14 +83,14 @@ TEST_F(SyncAutoTestTest, ARunIsSilentAndConfiguresOnlyIfItIsAsked)
     EXPECT_EQ(scenario.log().starting("1 Initialize"), std::vector<std::string>{"1 Initialize"});
 }
 
-TEST_F(SyncAutoTestTest, TheFailureOfARunIsHandedBackUnchanged)
+TEST_F(SyncAutoTestTest, TheFailureOfARunIsReturnedUnchanged)
 {
     const auto map = makeMap();
     failNext("2 Initialize", static_cast<HRESULT>(0x80040202));
     EXPECT_EQ(autoTest->Synchronize(bstr(map).get(), VARIANT_FALSE, VARIANT_TRUE), static_cast<HRESULT>(0x80040202));
 }
 
-TEST_F(SyncAutoTestTest, ATextThatIsNoMapEndsTheCallWithTheCodeOfTheParser)
+TEST_F(SyncAutoTestTest, AMalformedMapReturnsTheCodeOfTheParser)
 {
     com::Ptr<IUnknown> opened;
     for (const char16_t* text : {u"{no map}", u"No.Such.Class"}) {
@@ -122,7 +122,8 @@ TEST_F(SyncAutoTestTest, WithoutEnableDecryptDecryptHistoryFileFailsAndWritesNoF
     ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, u"Software\\Zorel\\MBSyncEng"));
     const auto key = platform::RegistryKey::open(platform::Root::CurrentUser, u"Software\\Zorel\\MBSyncEng");
     ASSERT_TRUE(key && key->setText(u"EnableDecrypt", u"1"));
-    EXPECT_EQ(autoTest->DecryptHistoryFile(history.get(), bstr(target.u16string()).get()), E_FAIL) << "a text is no number";
+    EXPECT_EQ(autoTest->DecryptHistoryFile(history.get(), bstr(target.u16string()).get()), E_FAIL)
+        << "the registry value is a text, not a number";
     ASSERT_TRUE(key->setNumber(u"EnableDecrypt", 0));
     EXPECT_EQ(autoTest->DecryptHistoryFile(history.get(), bstr(target.u16string()).get()), E_FAIL);
     EXPECT_FALSE(std::filesystem::exists(target));
@@ -143,7 +144,7 @@ TEST_F(SyncAutoTestTest, NullOutArgumentsArePointerErrors)
     EXPECT_EQ(mapCount(), 0);
 }
 
-TEST_F(SyncAutoTestTest, AScriptFileThatCannotBeReadGivesTheBareNumberOfTheSystem)
+TEST_F(SyncAutoTestTest, AScriptFileThatCannotBeReadReturnsTheSystemsErrorNumber)
 {
     EXPECT_EQ(autoTest->RunTests(bstr((scenario.folder.path() / "absent").u16string()).get()), HRESULT{2});
     EXPECT_GT(autoTest->RunTests(nullptr), HRESULT{0});

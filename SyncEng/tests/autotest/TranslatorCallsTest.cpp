@@ -10,7 +10,7 @@ protected:
         scenario.one().add(u"r1", {{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
         map = makeMap();
     }
-    // The calls of the first fake since the last time.
+    // Returns the calls on both fakes since the last takeCalls().
     std::vector<std::string> takeCalls()
     {
         std::vector<std::string> calls = scenario.log().lines;
@@ -30,7 +30,7 @@ protected:
 
 } // namespace
 
-TEST_F(TranslatorCallsTest, BeginUpdateWithAnotherNumberThanTheSidesIsAnInvalidArgument)
+TEST_F(TranslatorCallsTest, BeginUpdateRefusesAnyNumberButThoseOfTheSides)
 {
     com::Ptr<IUnknown> opened;
     EXPECT_EQ(autoTest->BeginUpdate(bstr(map).get(), static_cast<_TransIds>(3), opened.put()), E_INVALIDARG);
@@ -38,7 +38,7 @@ TEST_F(TranslatorCallsTest, BeginUpdateWithAnotherNumberThanTheSidesIsAnInvalidA
     EXPECT_EQ(autoTest->BeginUpdate(bstr(map).get(), idTrans1, nullptr), E_POINTER);
 }
 
-TEST_F(TranslatorCallsTest, ASideIsOpenedWithoutServicesForConfigurationAndClosed)
+TEST_F(TranslatorCallsTest, ASideWithoutAConfiguredStoreIsOpenedWithReconfiguration)
 {
     (void)takeCalls();
     auto side = openSide(map, idTrans2);
@@ -51,7 +51,7 @@ TEST_F(TranslatorCallsTest, ASideIsOpenedWithoutServicesForConfigurationAndClose
     EXPECT_TRUE(calls[3].starts_with("2 Cleanup")) << calls[3];
 }
 
-TEST_F(TranslatorCallsTest, AFailingStepOfBeginUpdateGivesNoTranslator)
+TEST_F(TranslatorCallsTest, AFailingStepOfBeginUpdateReturnsNoTranslator)
 {
     const LONG alive = com::moduleLocks;
     for (const char* step : {"1 Initialize", "1 BeginUpdate"}) {
@@ -89,7 +89,7 @@ TEST_F(TranslatorCallsTest, AFailedEndUpdateLeavesTheStoreOpen)
     const auto calls = takeCalls();
     ASSERT_EQ(calls.size(), 2u);
     EXPECT_TRUE(calls[0].starts_with("1 EndUpdate"));
-    EXPECT_EQ(calls[1], "1 GetLastError") << "for the script";
+    EXPECT_EQ(calls[1], "1 GetLastError") << "the error message for the script";
     EXPECT_EQ(autoTest->EndUpdate(side.get(), VARIANT_FALSE), S_OK);
 }
 
@@ -129,7 +129,7 @@ TEST_F(TranslatorCallsTest, RecordsAreAddedEditedAndDeletedFieldByField)
     EXPECT_EQ(autoTest->WriteField(side.get(), id.get(), ftFirstName, bstr(u"Grace").get()), S_OK);
     EXPECT_EQ(autoTest->WriteField(side.get(), id.get(), ftLastName, nullptr), S_OK);
     ASSERT_EQ(autoTest->SaveRecord(side.get(), id.inOut()), S_OK);
-    EXPECT_NE(id.text(), first) << "the final identifier came back";
+    EXPECT_NE(id.text(), first) << "the new identifier is returned";
     EXPECT_EQ(read(side, id.text(), ftFirstName), u"Grace");
 
     EXPECT_EQ(autoTest->EditRecord(side.get(), id.get()), S_OK);
@@ -143,7 +143,7 @@ TEST_F(TranslatorCallsTest, RecordsAreAddedEditedAndDeletedFieldByField)
     EXPECT_EQ(scenario.one().records.size(), 1u);
 }
 
-TEST_F(TranslatorCallsTest, AFieldThatTheStoreLacksFails)
+TEST_F(TranslatorCallsTest, AFieldThatTheStoreDoesNotHaveFails)
 {
     const auto side = openSide(map, idTrans1);
     com::Bstr value;
@@ -152,7 +152,7 @@ TEST_F(TranslatorCallsTest, AFieldThatTheStoreLacksFails)
     EXPECT_EQ(autoTest->WriteField(side.get(), bstr(u"r1").get(), ftPrivateStatus, bstr(u"x").get()), E_FAIL);
 }
 
-TEST_F(TranslatorCallsTest, AStoreWithoutAListOfFieldsHasNone)
+TEST_F(TranslatorCallsTest, AStoreWithoutAFieldListHasNoFields)
 {
     scenario.one().options.fieldList = false;
     const auto side = openSide(map, idTrans1);
@@ -194,7 +194,7 @@ TEST_F(TranslatorCallsTest, NullOutArgumentsArePointerErrors)
     EXPECT_TRUE(takeCalls().empty());
 }
 
-TEST_F(TranslatorCallsTest, AnObjectThatIsNoTranslatorIsRefused)
+TEST_F(TranslatorCallsTest, AnObjectThatIsNotATranslatorIsRefused)
 {
     LONG count = 0;
     EXPECT_EQ(autoTest->GetRecordCount(autoTest.get(), &count), E_NOINTERFACE);

@@ -1,4 +1,4 @@
-// Scripts in Lua, run by the test object.
+// Lua scripts, run by SyncAutoTest.
 #include "ScriptFixture.h"
 
 #include <chrono>
@@ -10,7 +10,7 @@ namespace {
 class LuaTest : public ScriptFixture {
 protected:
     LuaTest() : ScriptFixture("script.lua") {}
-    // The code in a Main that has the test object as `auto`.
+    // Wraps the code in a function Main in which `auto` is a SyncAutoTest object.
     static std::string inMain(const std::string& code)
     {
         return "function Main() local auto = CreateObject('MBSync.SyncAutoTest.1')\n" + code + "\nend";
@@ -32,10 +32,10 @@ TEST_F(LuaTest, TheFirstSyncExampleIsGreen)
     EXPECT_EQ(mapCount(), 0);
     EXPECT_TRUE(scenario.one().records.empty());
     EXPECT_TRUE(scenario.two().records.empty());
-    EXPECT_GE(scenario.log().count("BeginAddRecord"), 6) << "two records and a conflict's two went through both sides";
+    EXPECT_GE(scenario.log().count("BeginAddRecord"), 6) << "two records and two of a conflict were added on both sides";
 }
 
-TEST_F(LuaTest, TheFirstSyncExampleLeavesStoresAloneThatAreNotEmpty)
+TEST_F(LuaTest, TheFirstSyncExampleRefusesStoresThatAreNotEmpty)
 {
     scenario.two().add(u"mine", {{ftFirstName, u"Own"}});
     EXPECT_EQ(runFile(example("first-sync.lua")), DISP_E_EXCEPTION);
@@ -49,7 +49,7 @@ TEST_F(LuaTest, ASecondRunTestsReusesTheScriptControlWithTheFirstScriptStillLoad
 {
     ASSERT_EQ(run("counter = 0\nfunction helper() counter = counter + 1 end\nfunction Main() helper() end", "first.lua"), S_OK) << message;
     ASSERT_EQ(run("function Main() helper() if counter ~= 2 then error('counter is '..counter) end end", "second.lua"), S_OK) << message;
-    EXPECT_EQ(run("counter = 1", "third.lua"), S_OK) << "the Main of the second is still there: " << message;
+    EXPECT_EQ(run("counter = 1", "third.lua"), S_OK) << "the Main of the second script is still loaded: " << message;
     EXPECT_EQ(run("function helper() error('broken') end function Main() helper() end", "fourth.lua"), DISP_E_EXCEPTION);
     EXPECT_EQ(message, said(1, "broken", "fourth.lua"));
 }
@@ -74,20 +74,20 @@ TEST_F(LuaTest, AScriptReadsWhatTheLastRunDid)
         << message;
 }
 
-TEST_F(LuaTest, AnotherObjectHasAScriptControlOfItsOwn)
+TEST_F(LuaTest, EachObjectHasItsOwnScriptControl)
 {
     ASSERT_EQ(run("function Main() end"), S_OK);
     autoTest = scenario.create<ISyncAutoTest>(__uuidof(SyncAutoTest));
     EXPECT_EQ(run(""), DISP_E_UNKNOWNNAME);
 }
 
-TEST_F(LuaTest, AScriptThatDoesNotParseIsNamedWithItsLine)
+TEST_F(LuaTest, ASyntaxErrorIsReportedWithFileAndLine)
 {
     EXPECT_EQ(run("function Main()\n  local x = = 3\nend"), DISP_E_EXCEPTION);
     EXPECT_EQ(message, said(2, "unexpected symbol near '='"));
 }
 
-TEST_F(LuaTest, AScriptWithoutMainAndAnEmptyOneSaySo)
+TEST_F(LuaTest, ScriptsWithoutMainAndEmptyScriptsAreReported)
 {
     for (const char* script : {"", "\n\n", "function main() end", "Main = 3"}) {
         EXPECT_EQ(run(script), DISP_E_UNKNOWNNAME) << script;
@@ -95,7 +95,7 @@ TEST_F(LuaTest, AScriptWithoutMainAndAnEmptyOneSaySo)
     }
 }
 
-TEST_F(LuaTest, AnErrorIsToldWithFileAndLineWhereverItIsRaised)
+TEST_F(LuaTest, EveryErrorIsReportedWithFileAndLine)
 {
     EXPECT_EQ(run("function Main()\n\n  error('stop here')\nend"), DISP_E_EXCEPTION);
     EXPECT_EQ(message, said(3, "stop here"));
@@ -124,9 +124,9 @@ TEST_F(LuaTest, ByteOrderMarksAndForeignLettersAreRead)
     EXPECT_EQ(message, said(1, "Jürgen Weiß"));
 }
 
-TEST_F(LuaTest, AZeroEndsTheText) { EXPECT_EQ(run(std::string("function Main() end\0 x = = 1", 29)), S_OK) << message; }
+TEST_F(LuaTest, AZeroByteEndsTheScript) { EXPECT_EQ(run(std::string("function Main() end\0 x = = 1", 29)), S_OK) << message; }
 
-TEST_F(LuaTest, BytesThatAreNoTextAreNotRun)
+TEST_F(LuaTest, BytesThatAreNotTextAreNotRun)
 {
     EXPECT_EQ(run("\x1bLua\x54\x19\x93"), DISP_E_EXCEPTION);
     EXPECT_NE(message.find("binary"), std::string::npos) << message;
@@ -146,7 +146,7 @@ TEST_F(LuaTest, ALoopUntilCancelledIsCancelled)
     EXPECT_EQ(run("x = = 1"), DISP_E_EXCEPTION);
 }
 
-TEST_F(LuaTest, ObjectsAreMadeByNameOrTheReasonIsTold)
+TEST_F(LuaTest, ObjectsAreCreatedByNameOrTheFailureIsReported)
 {
     EXPECT_EQ(run("function Main() CreateObject('mbsync.syncautotest') end"), S_OK) << message;
     EXPECT_EQ(run("function Main()\n  CreateObject('No.Such.Class')\nend"), DISP_E_EXCEPTION);
@@ -157,7 +157,7 @@ TEST_F(LuaTest, ObjectsAreMadeByNameOrTheReasonIsTold)
     EXPECT_EQ(message, said(2, "CreateObject needs the name of a class"));
 }
 
-TEST_F(LuaTest, TheCodesOfMethodsAreTold)
+TEST_F(LuaTest, TheCodesOfMethodsAreReported)
 {
     const std::string map = "'" + platform::utf8(makeMap()) + "'";
     const auto failed = [](const char* method, const char* code) { return std::string(method) + " failed with " + code; };
@@ -176,7 +176,7 @@ TEST_F(LuaTest, TheCodesOfMethodsAreTold)
     }
 }
 
-TEST_F(LuaTest, WrongCallsAreToldInWords)
+TEST_F(LuaTest, WrongCallsAreReportedInWords)
 {
     expectFailure("auto:NoSuchMethod()", "the component has no method NoSuchMethod");
     expectFailure("auto:AddTrMap('vCard')", "AddTrMap does not take 1 arguments");
@@ -204,7 +204,7 @@ TEST_F(LuaTest, ArgumentsAreGivenByNameAndOutValuesComeBackIntoTheTable)
     EXPECT_EQ(mapCount(), 0);
 }
 
-TEST_F(LuaTest, AScriptGivesEveryObjectBack)
+TEST_F(LuaTest, AScriptReleasesEveryObject)
 {
     const LONG alive = com::moduleLocks;
     ASSERT_EQ(run(inMain("map = auto:AddTrMap('Notebook', 'vCard', Out) side = auto:BeginUpdate(map, 1, Out) again = auto")), S_OK)
@@ -214,7 +214,7 @@ TEST_F(LuaTest, AScriptGivesEveryObjectBack)
     EXPECT_EQ(com::moduleLocks, alive - 1);
 }
 
-TEST_F(LuaTest, ARunInsideARunIsOneOfItsOwn)
+TEST_F(LuaTest, ANestedScriptRunsSeparately)
 {
     scenario.folder.write("inner.lua", "function Main() error('inner trouble', 0) end");
     const std::string inner = (scenario.folder.path() / "inner.lua").string();

@@ -1,5 +1,5 @@
-// A class of the tested module under its name in the system's registry, where the component runtime and so every script looks for it. The
-// objects come from the module that is linked into the test.
+// While this object lives, registers a class under its ProgID in the system's registry, where scripts look for it. The objects come from
+// the module that is linked into the test.
 #pragma once
 #include "com.h"
 
@@ -11,7 +11,7 @@ namespace mbtest {
 
 class NamedClass {
 public:
-    // To be made while the process still has the system's keys.
+    // Requires: the process still sees the system's keys.
     NamedClass(std::u16string_view progId, REFCLSID clsid) : path_(L"Software\\Classes\\" + std::wstring(progId.begin(), progId.end()))
     {
         const std::u16string text = com::guidText(clsid);

@@ -1,11 +1,11 @@
-// Scripts in VBScript, run by the test object through the Script Control.
+// VBScript scripts, run by SyncAutoTest through the Script Control.
 #include "NamedClass.h"
 #include "ScriptFixture.h"
 
 namespace mbtest {
 namespace {
 
-// Before the fixture, which gives the process keys of its own.
+// A base class, so that it is constructed before the fixture redirects the registry.
 struct NamedTestObject {
     NamedClass named{u"MBSync.SyncAutoTest.1", __uuidof(SyncAutoTest)};
 };
@@ -13,7 +13,7 @@ struct NamedTestObject {
 class VbScriptTest : NamedTestObject, public ScriptFixture {
 protected:
     VbScriptTest() : ScriptFixture("script.vbs") {}
-    // The code, from line 3 on, in a Main that has the test object as `auto`.
+    // Wraps the code in a procedure Main in which `auto` is a SyncAutoTest object. The code begins at line 3.
     static std::string inMain(const std::string& code)
     {
         return "Sub Main()\r\nDim auto: Set auto = CreateObject(\"MBSync.SyncAutoTest.1\")\r\n" + code + "\r\nEnd Sub";
@@ -30,10 +30,10 @@ TEST_F(VbScriptTest, TheFirstSyncExampleIsGreen)
     EXPECT_EQ(mapCount(), 0);
     EXPECT_TRUE(scenario.one().records.empty());
     EXPECT_TRUE(scenario.two().records.empty());
-    EXPECT_GE(scenario.log().count("BeginAddRecord"), 6) << "two records and a conflict's two went through both sides";
+    EXPECT_GE(scenario.log().count("BeginAddRecord"), 6) << "two records and two of a conflict were added on both sides";
 }
 
-TEST_F(VbScriptTest, TheFirstSyncExampleLeavesStoresAloneThatAreNotEmpty)
+TEST_F(VbScriptTest, TheFirstSyncExampleRefusesStoresThatAreNotEmpty)
 {
     scenario.two().add(u"mine", {{ftFirstName, u"Own"}});
     EXPECT_TRUE(FAILED(runFile(example("first-sync.vbs"))));
@@ -43,7 +43,7 @@ TEST_F(VbScriptTest, TheFirstSyncExampleLeavesStoresAloneThatAreNotEmpty)
     EXPECT_EQ(mapCount(), 0);
 }
 
-TEST_F(VbScriptTest, TheFirstSyncExampleTellsWhatFailedAndCleansUp)
+TEST_F(VbScriptTest, TheFirstSyncExampleReportsAFailureAndCleansUp)
 {
     failNext("2 SaveRecord", E_FAIL);
     EXPECT_TRUE(FAILED(runFile(example("first-sync.vbs"))));
@@ -58,7 +58,7 @@ TEST_F(VbScriptTest, ASecondRunTestsReusesTheScriptControlWithTheFirstScriptStil
     ASSERT_EQ(run("Dim counter\r\nSub Helper()\r\ncounter = counter + 1\r\nEnd Sub\r\nSub Main()\r\nHelper\r\nEnd Sub", "first.vbs"), S_OK)
         << message;
     ASSERT_EQ(run("Sub Main()\r\nHelper\r\nIf counter <> 2 Then Err.Raise 5\r\nEnd Sub", "second.vbs"), S_OK) << message;
-    EXPECT_EQ(run("counter = 1", "third.vbs"), S_OK) << "the Main of the second is still there: " << message;
+    EXPECT_EQ(run("counter = 1", "third.vbs"), S_OK) << "the Main of the second script is still loaded: " << message;
     EXPECT_TRUE(FAILED(run("Sub Helper()\r\nErr.Raise 5\r\nEnd Sub\r\nSub Main()\r\nHelper\r\nEnd Sub", "fourth.vbs")));
     EXPECT_EQ(message, said(2, "Invalid procedure call or argument", "fourth.vbs"));
 }
@@ -82,20 +82,20 @@ TEST_F(VbScriptTest, AScriptReadsWhatTheLastRunDid)
         << message;
 }
 
-TEST_F(VbScriptTest, AnotherObjectHasAScriptControlOfItsOwn)
+TEST_F(VbScriptTest, EachObjectHasItsOwnScriptControl)
 {
     ASSERT_EQ(run("Sub Main()\r\nEnd Sub"), S_OK);
     autoTest = scenario.create<ISyncAutoTest>(__uuidof(SyncAutoTest));
     EXPECT_EQ(run(""), DISP_E_UNKNOWNNAME);
 }
 
-TEST_F(VbScriptTest, AScriptThatDoesNotParseIsNamedWithItsLine)
+TEST_F(VbScriptTest, ASyntaxErrorIsReportedWithFileAndLine)
 {
     EXPECT_TRUE(FAILED(run("Sub Main()\r\n  Dim x = = 3\r\nEnd Sub")));
     EXPECT_EQ(message, said(2, "Microsoft VBScript compilation error"));
 }
 
-TEST_F(VbScriptTest, AScriptWithoutMainAndAnEmptyOneSaySo)
+TEST_F(VbScriptTest, ScriptsWithoutMainAndEmptyScriptsAreReported)
 {
     for (const char* script : {"", "\r\n\r\n", "Sub Mine()\r\nEnd Sub"}) {
         EXPECT_EQ(run(script), DISP_E_UNKNOWNNAME) << script;
@@ -103,14 +103,14 @@ TEST_F(VbScriptTest, AScriptWithoutMainAndAnEmptyOneSaySo)
     }
 }
 
-TEST_F(VbScriptTest, AnErrorIsToldWithFileAndLineWhereverItIsRaised)
+TEST_F(VbScriptTest, EveryErrorIsReportedWithFileAndLine)
 {
     EXPECT_EQ(run("Sub Main()\r\n\r\n  Err.Raise vbObjectError + 1, \"me\", \"stop here\"\r\nEnd Sub"), static_cast<HRESULT>(0x80040001));
     EXPECT_EQ(message, said(3, "stop here"));
     EXPECT_TRUE(FAILED(run("Option Explicit\r\nSub Main()\r\n  Helper\r\nEnd Sub\r\nSub Helper()\r\n  Err.Raise 13\r\nEnd Sub")));
     EXPECT_EQ(message, said(6, "Type mismatch"));
     EXPECT_TRUE(FAILED(run("Err.Raise 6")));
-    EXPECT_EQ(message, said(1, "Overflow")) << "while loading";
+    EXPECT_EQ(message, said(1, "Overflow")) << "the error happens while the script is loaded";
 }
 
 TEST_F(VbScriptTest, AFailureLeavesNothingBehindForTheNextScript)
@@ -119,18 +119,18 @@ TEST_F(VbScriptTest, AFailureLeavesNothingBehindForTheNextScript)
     autoTest = scenario.create<ISyncAutoTest>(__uuidof(SyncAutoTest));
     ASSERT_TRUE(FAILED(run("\r\nErr.Raise 11")));
     EXPECT_EQ(run(""), DISP_E_UNKNOWNNAME);
-    EXPECT_EQ(message, said("The script has no procedure Main.")) << "no line of the former";
+    EXPECT_EQ(message, said("The script has no procedure Main.")) << "the line of the former script's error is not repeated";
     EXPECT_EQ(run("Sub Main()\r\nEnd Sub"), S_OK);
     EXPECT_EQ(message, "");
 }
 
-TEST_F(VbScriptTest, AClassThatDoesNotExistIsTold)
+TEST_F(VbScriptTest, AMissingClassIsReported)
 {
     EXPECT_TRUE(FAILED(run("Sub Main()\r\n  CreateObject \"No.Such.Class\"\r\nEnd Sub")));
     EXPECT_EQ(message, said(2, "ActiveX component can't create object"));
 }
 
-// The language has numbers of its own for some of the system's codes; all others come as they are.
+// VBScript replaces some of the system's codes by its own numbers; the other codes stay unchanged.
 TEST_F(VbScriptTest, TheCodesOfMethodsReachTheScript)
 {
     constexpr auto invalidCall = static_cast<HRESULT>(0x800A0005), noObject = static_cast<HRESULT>(0x800A01AD),
@@ -147,7 +147,7 @@ TEST_F(VbScriptTest, TheCodesOfMethodsReachTheScript)
     }
 }
 
-TEST_F(VbScriptTest, WrongCallsAreToldInWords)
+TEST_F(VbScriptTest, WrongCallsAreReportedInWords)
 {
     for (const char* code : {"auto.NoSuchMethod", "auto.AddTrMap \"vCard\"", "auto.Synchronize \"\", \"perhaps\", True"}) {
         EXPECT_TRUE(FAILED(run(inMain(code)))) << code;
@@ -156,7 +156,7 @@ TEST_F(VbScriptTest, WrongCallsAreToldInWords)
     }
 }
 
-TEST_F(VbScriptTest, AVariableTakesWhatComesBackAlsoFromAFailure)
+TEST_F(VbScriptTest, AVariableReceivesOutValuesEvenAfterAFailure)
 {
     EXPECT_EQ(run(inMain(R"(
         Dim map, side, found, count
@@ -179,7 +179,7 @@ TEST_F(VbScriptTest, AVariableTakesWhatComesBackAlsoFromAFailure)
     EXPECT_EQ(mapCount(), 0);
 }
 
-TEST_F(VbScriptTest, AScriptGivesEveryObjectBack)
+TEST_F(VbScriptTest, AScriptReleasesEveryObject)
 {
     const LONG alive = com::moduleLocks;
     ASSERT_EQ(run("Dim auto, map, side\r\nSub Main()\r\nSet auto = CreateObject(\"MBSync.SyncAutoTest.1\")\r\n"
@@ -191,7 +191,7 @@ TEST_F(VbScriptTest, AScriptGivesEveryObjectBack)
     EXPECT_EQ(com::moduleLocks, alive - 1);
 }
 
-TEST_F(VbScriptTest, ARunInsideARunIsOneOfItsOwn)
+TEST_F(VbScriptTest, ANestedScriptRunsSeparately)
 {
     scenario.folder.write("inner.vbs", "Sub Main()\r\nErr.Raise vbObjectError + 9, \"\", \"inner trouble\"\r\nEnd Sub");
     const std::string inner = (scenario.folder.path() / "inner.vbs").string();
