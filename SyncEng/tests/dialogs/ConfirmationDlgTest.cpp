@@ -23,7 +23,7 @@ protected:
         changes.FieldTypes = &types;
         changes.UnverifiedRecords = &unverified;
     }
-    // A task of the values that come to the side; its record is the other side's, but for a deletion.
+    // Adds a task to a side. The task's record belongs to the other side.
     void add(int side, LONG kind, std::u16string record, std::u16string mapped = {}, mb::FieldValueMap fields = {})
     {
         Planned& planned = store_.emplace_back(Planned{std::move(record), std::move(mapped), std::move(fields)});
@@ -53,13 +53,13 @@ private:
 
 } // namespace
 
-TEST_F(ConfirmationDlgTest, TheSummaryTellsBothStoresAndBothDirections)
+TEST_F(ConfirmationDlgTest, TheSummaryShowsBothStoresAndBothDirections)
 {
     add(1, mb::PlannedNew, u"B1");
     add(1, mb::PlannedChange, u"B2", u"A2");
     add(2, mb::PlannedNew, u"A3");
     add(2, mb::PlannedNew, u"A4");
-    add(2, mb::PlannedDelete, u"A5"); // on side 1
+    add(2, mb::PlannedDelete, u"A5"); // deletes a record of side 1
     add(1, mb::PlannedMatch, u"B6", u"A6");
     EXPECT_EQ(summary(), u"Store:: left.db\r\nStore:: right.db\r\n\r\n"
                          u"The following changes from Second will be applied to First:\r\n\t1 Addition\r\n\t1 Change\r\n\t1 Deletion\r\n"
@@ -67,7 +67,7 @@ TEST_F(ConfirmationDlgTest, TheSummaryTellsBothStoresAndBothDirections)
                          u"The following changes from First will be applied to Second:\r\n\t2 Additions\r\n");
 }
 
-TEST_F(ConfirmationDlgTest, SeveralOfAKindHaveTheirPlural)
+TEST_F(ConfirmationDlgTest, SeveralTasksOfAKindUseThePlural)
 {
     for (const char16_t* id : {u"a", u"b"}) {
         add(1, mb::PlannedNew, id);
@@ -77,7 +77,7 @@ TEST_F(ConfirmationDlgTest, SeveralOfAKindHaveTheirPlural)
     EXPECT_THAT(summary(), Holds(u"\t2 Additions\r\n\t2 Changes\r\n\t2 Deletions\r\n"));
 }
 
-TEST_F(ConfirmationDlgTest, WithNothingToConfirmItNeverShows)
+TEST_F(ConfirmationDlgTest, WithNothingToConfirmItIsNotShown)
 {
     add(1, mb::PlannedNew, u"B1");
     add(2, mb::PlannedDelete, u"A1");
@@ -111,7 +111,7 @@ TEST_F(ConfirmationDlgTest, ChangesAndDeletionsThatAreNotConfirmedAreLeftOutToo)
     EXPECT_THAT(summary(), Not(Holds(u"Deletion")));
 }
 
-TEST_F(ConfirmationDlgTest, RecordsThatAreNotVerifiedAreTold)
+TEST_F(ConfirmationDlgTest, UnverifiedRecordsAreCounted)
 {
     unverified = {u"x"};
     EXPECT_THAT(summary(),
@@ -121,7 +121,7 @@ TEST_F(ConfirmationDlgTest, RecordsThatAreNotVerifiedAreTold)
     EXPECT_THAT(summary(), Holds(u"\t2 Additions ignored because the records are not verified"));
 }
 
-TEST_F(ConfirmationDlgTest, TheBlocksStandInOrderWithTheirLineEnds)
+TEST_F(ConfirmationDlgTest, TheBlocksAreInOrderWithTheirLineEnds)
 {
     const std::u16string stores = u"Store:: left.db\r\nStore:: right.db\r\n\r\n",
                          first = u"The following changes from Second will be applied to First:\r\n\t1 Addition\r\n",
@@ -145,7 +145,7 @@ TEST_F(ConfirmationDlgTest, ATranslatorWithoutInfoIsNamedByItsStore)
     EXPECT_THAT(summary(), Holds(u" file:: left.db\r\n"));
 }
 
-TEST_F(ConfirmationDlgTest, ItsButtonsEndItAndReSyncOnlyWhereItIsAllowed)
+TEST_F(ConfirmationDlgTest, ItsButtonsEndItAndReSyncOnlyIfAllowed)
 {
     add(1, mb::PlannedNew, u"B1");
     user.press(3);
@@ -177,7 +177,7 @@ TEST_F(ConfirmationDlgTest, ViewDetailsOpensTheDetailsAndTheSummaryStays)
     EXPECT_THAT(user.captions, ElementsAre(u"Confirm Changes", u"Details"));
 }
 
-TEST_F(ConfirmationDlgTest, TheDetailsListEachContactOfEachSideWithTheDeletionsCrossedOver)
+TEST_F(ConfirmationDlgTest, TheDetailsListEachContactOnTheSideThatIsWritten)
 {
     add(1, mb::PlannedNew, record(s.two(), u"Grace", u"Hopper", u"Navy"));
     add(2, mb::PlannedChange, record(s.one(), u"Ada", u"Lovelace"), record(s.two(), u"Ada", u"L"));
@@ -222,7 +222,7 @@ TEST_F(ConfirmationDlgTest, TwoClicksOnAHeaderSortUpAndThenDown)
     EXPECT_FALSE(control(dialog, 205).sortAscending);
     dialog.clickHeader(205, 1);
     EXPECT_TRUE(control(dialog, 205).sortAscending) << "another column begins ascending";
-    EXPECT_EQ(control(dialog, 208).sortColumn, 0) << "each list sorts for itself";
+    EXPECT_EQ(control(dialog, 208).sortColumn, 0) << "each list is sorted separately";
 }
 
 TEST_F(ConfirmationDlgTest, AnUnverifiedRecordOfEitherSideIsListedWithItsName)
@@ -245,7 +245,7 @@ TEST_F(ConfirmationDlgTest, TheSelectionStaysOnItsContactWhenTheListIsSorted)
     EXPECT_EQ(control(dialog, 205).rows[2].cells[2], u"c");
 }
 
-TEST_F(ConfirmationDlgTest, OnlyAChangeCanBeLookedAtAndOneListHoldsTheSelection)
+TEST_F(ConfirmationDlgTest, OnlyAChangeCanBeViewedAndOnlyOneListHasASelection)
 {
     add(1, mb::PlannedNew, record(s.two(), u"New", u"One"));
     add(2, mb::PlannedDelete, record(s.one(), u"Gone", u"One"));
@@ -264,7 +264,7 @@ TEST_F(ConfirmationDlgTest, OnlyAChangeCanBeLookedAtAndOneListHoldsTheSelection)
     EXPECT_FALSE(control(dialog, 218).enabled);
 }
 
-TEST_F(ConfirmationDlgTest, ATranslatorWithoutFieldsLeavesItsRowsOut)
+TEST_F(ConfirmationDlgTest, TheRowsOfATranslatorWithoutFieldsAreLeftOut)
 {
     add(1, mb::PlannedNew, record(s.two(), u"New", u"One"));
     add(2, mb::PlannedNew, record(s.one(), u"Other", u"One"));
@@ -275,7 +275,7 @@ TEST_F(ConfirmationDlgTest, ATranslatorWithoutFieldsLeavesItsRowsOut)
     EXPECT_EQ(control(dialog, 208).rows.size(), 1u);
 }
 
-TEST_F(ConfirmationDlgTest, AChangeToEitherSideShowsThatSidesFieldsAndValues)
+TEST_F(ConfirmationDlgTest, AChangeShowsTheFieldsAndValuesOfTheSideThatIsWritten)
 {
     types = {{ftCity1, ftState1}};
     const auto a = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"L"}, {ftCity1, u"old one"}});
@@ -315,7 +315,7 @@ protected:
 
 } // namespace
 
-TEST_F(ChangeDetailsTest, EachFieldIsShownWithItsTwoValues)
+TEST_F(ChangeDetailsTest, EachFieldIsShownWithBothValues)
 {
     fields = values({{ftCity1, u"a\r\nb"}, {ftNotes, std::u16string(101, u'n')}});
     const auto shown = rows();
@@ -325,7 +325,7 @@ TEST_F(ChangeDetailsTest, EachFieldIsShownWithItsTwoValues)
     EXPECT_THAT(shown[1].cells, ElementsAre(u"Notes", u"", std::u16string(100, u'n') + u"..."));
 }
 
-TEST_F(ChangeDetailsTest, ImagesAreShownByPresenceAndSizeWhereTheyTakePart)
+TEST_F(ChangeDetailsTest, ImagesAreShownByPresenceAndSizeIfTheyAreSynchronised)
 {
     fields = values({{ftImage1, u"1"}, {ftImageSize1, u"77"}});
     EXPECT_TRUE(rows().empty()) << "the store has no images";
@@ -336,7 +336,7 @@ TEST_F(ChangeDetailsTest, ImagesAreShownByPresenceAndSizeWhereTheyTakePart)
     EXPECT_THAT(shown[1].cells, ElementsAre(u"Image Size (front)", u"0", u"77"));
     s.two().set(id, ftImage1, u"picture");
     shown = rows();
-    ASSERT_EQ(shown.size(), 1u) << "it is there already: only its size is news";
+    ASSERT_EQ(shown.size(), 1u) << "the image already exists: only its size changes";
     EXPECT_EQ(shown[0].cells[1], u"14");
     EXPECT_EQ(rows(false).size(), 1u);
 }

@@ -68,7 +68,7 @@ TEST_F(ConflictDlgTest, NamesThatDifferOnlyInCaseGiveThePlainMessage)
     EXPECT_THAT(message(), mbtest::Begins(u"Conflicting changes were made to the contact \"Ada Lovelace\" in First and Second."));
 }
 
-TEST_F(ConflictDlgTest, NamesThatDifferAreBothTold)
+TEST_F(ConflictDlgTest, NamesThatDifferAreBothShown)
 {
     s.two().set(id2, ftFirstName, u"Augusta");
     EXPECT_THAT(message(),
@@ -81,7 +81,7 @@ TEST_F(ConflictDlgTest, NamesThatDifferAreBothTold)
               u"conflict.");
 }
 
-TEST_F(ConflictDlgTest, NamesAreComparedWholeThoughTheyAreShownCut)
+TEST_F(ConflictDlgTest, NamesAreComparedInFullAlthoughTheyAreShownCut)
 {
     s.one().set(id1, ftFirstName, std::u16string(20, u'x') + u"y");
     s.two().set(id2, ftFirstName, std::u16string(20, u'x') + u"z");
@@ -89,7 +89,7 @@ TEST_F(ConflictDlgTest, NamesAreComparedWholeThoughTheyAreShownCut)
     EXPECT_THAT(message(), mbtest::Holds(u"\"" + shown + u"\" in First and the matching contact \"" + shown + u"\""));
 }
 
-TEST_F(ConflictDlgTest, AChangedFieldMapIsTold)
+TEST_F(ConflictDlgTest, AChangedFieldMapIsMentioned)
 {
     question.FieldMapChanged = true;
     EXPECT_EQ(
@@ -105,7 +105,7 @@ TEST_F(ConflictDlgTest, AFirstNameOf21CharactersIsShownAs20AndAnEllipsis)
     EXPECT_THAT(message(), mbtest::Holds(u"\"" + name.substr(0, 20) + u"... Lovelace\""));
 }
 
-TEST_F(ConflictDlgTest, AValueOf100CharactersIsWholeAndOneOf101IsCut)
+TEST_F(ConflictDlgTest, AValueOf100CharactersIsKeptAndOneOf101IsCut)
 {
     question.ChangeMap1[ftCity1] = std::u16string(100, u'a');
     question.ChangeMap2[ftCity1] = std::u16string(101, u'b');
@@ -133,7 +133,7 @@ TEST_F(ConflictDlgTest, LineBreaksAreBlanks)
 
 TEST_F(ConflictDlgTest, ANameWithoutAMappedFieldStaysEmpty)
 {
-    s.two().fields.push_back({0, u"Nickname"}); // as a store may answer for a field that was not loaded
+    s.two().fields.push_back({0, u"Nickname"}); // a translator may report type 0 for a field that was not loaded
     s.two().set(id2, 0, u"Countess");
     types.erase(ftFirstName);
     EXPECT_THAT(message(), mbtest::Holds(u"and the matching contact \"Lovelace\" in Second."));
@@ -141,7 +141,7 @@ TEST_F(ConflictDlgTest, ANameWithoutAMappedFieldStaysEmpty)
     EXPECT_THAT(message(), mbtest::Holds(u"and the matching contact \"\" in Second."));
 }
 
-TEST_F(ConflictDlgTest, AnImageWithEqualValuesAddsNoRowButItsPair)
+TEST_F(ConflictDlgTest, AnImageWithEqualValuesAddsNoRowButIsListedAsAConflictField)
 {
     question.SyncImages = true;
     question.ChangeMap1[ftImage1] = question.ChangeMap2[ftImage1] = u"1";
@@ -167,7 +167,7 @@ TEST_F(ConflictDlgTest, ARemappedFieldIsNamedInBracketsInTheColumnOfSide2Only)
     EXPECT_THAT(question.ConflictFields2, ElementsAre(ftState1));
 }
 
-TEST_F(ConflictDlgTest, AFieldChangedOnOneSideAloneIsNotListed)
+TEST_F(ConflictDlgTest, AFieldChangedOnOnlyOneSideIsNotListed)
 {
     question.ChangeMap1[ftPhone] = u"1";
     CConflictDlg dialog(question);
@@ -175,7 +175,7 @@ TEST_F(ConflictDlgTest, AFieldChangedOnOneSideAloneIsNotListed)
     EXPECT_THAT(column(dialog, 216, 0), ElementsAre(u"City"));
 }
 
-TEST_F(ConflictDlgTest, EachChoiceIsItsResolution)
+TEST_F(ConflictDlgTest, EachChoiceSetsItsResolution)
 {
     const std::pair<int, LONG> choices[] = {{210, croAddAll}, {212, croTrans1Wins}, {213, croTrans2Wins}};
     for (const auto& [radio, resolution] : choices) {
@@ -213,12 +213,12 @@ TEST_F(ConflictDlgTest, ApplyToAllStaysFalseWithTheManualChoice)
     dialog.choose(214);
     EXPECT_FALSE(control(dialog, 215).enabled);
     EXPECT_TRUE(control(dialog, 215).checked);
-    dialog.press(1); // there is no merge component: the dialog stays
+    dialog.press(1); // the dialog stays open, because there is no merge component
     EXPECT_FALSE(question.ApplyToAll);
     EXPECT_EQ(dialog.ending(), std::nullopt);
 }
 
-TEST_F(ConflictDlgTest, AMissingMergeComponentIsToldAndTheDialogStaysOpen)
+TEST_F(ConflictDlgTest, AMissingMergeComponentIsReportedAndTheDialogStaysOpen)
 {
     CConflictDlg dialog(question);
     dialog.prepare();
@@ -244,7 +244,7 @@ TEST_F(ConflictDlgTest, ACancelFromAStoreThatItReadsIsNoAnswer)
         s.log().failNext(call, E_ABORT);
         CConflictDlg dialog(question);
         EXPECT_THROW((void)mb::ShowDialog(dialog, nullptr), mb::Cancelled) << call;
-        EXPECT_FALSE(dialog.ending()) << call << ": it was never shown";
+        EXPECT_FALSE(dialog.ending()) << call << ": the dialog was never shown";
     }
 }
 
@@ -314,7 +314,7 @@ TEST_F(DeleteConflictDlgTest, ItsControlsSayWhoChangedAndWhoDeleted)
     EXPECT_EQ(dialog.model().find(210), nullptr);
 }
 
-TEST_F(DeleteConflictDlgTest, LongNamesAreCutAndThePresetOfItsBoxIsShown)
+TEST_F(DeleteConflictDlgTest, LongNamesAreCutAndItsCheckBoxIsPreset)
 {
     s.one().set(id, ftFirstName, std::u16string(21, u'x'));
     question.ApplyToAll = true;
@@ -324,7 +324,7 @@ TEST_F(DeleteConflictDlgTest, LongNamesAreCutAndThePresetOfItsBoxIsShown)
     EXPECT_TRUE(control(dialog, 215).checked);
 }
 
-TEST_F(DeleteConflictDlgTest, TheListHoldsEachFieldButImages)
+TEST_F(DeleteConflictDlgTest, TheListShowsEachFieldExceptImages)
 {
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
@@ -337,13 +337,13 @@ TEST_F(DeleteConflictDlgTest, TheListHoldsEachFieldButImages)
 
 TEST_F(DeleteConflictDlgTest, AFieldThatCannotBeReadIsLeftOut)
 {
-    s.log().failOn("ReadField", 3, E_FAIL); // the first two are for the name
+    s.log().failOn("ReadField", 3, E_FAIL); // the first two calls read the name
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
     EXPECT_EQ(control(dialog, 216).rows.size(), s.one().fields.size() - 3);
 }
 
-TEST_F(DeleteConflictDlgTest, ToAddMeansTheChangedSideWinsAndToDeleteTheOther)
+TEST_F(DeleteConflictDlgTest, AddMeansTheChangedSideWinsAndDeleteTheOtherSide)
 {
     EXPECT_EQ(answer(212), croTrans1Wins);
     EXPECT_EQ(answer(213), croTrans2Wins);
@@ -352,7 +352,7 @@ TEST_F(DeleteConflictDlgTest, ToAddMeansTheChangedSideWinsAndToDeleteTheOther)
     EXPECT_EQ(answer(213), croTrans1Wins);
 }
 
-TEST_F(DeleteConflictDlgTest, ApplyToAllIsTheStateOfItsBoxAndCancelLeavesTheQuestion)
+TEST_F(DeleteConflictDlgTest, ApplyToAllComesFromItsCheckBoxAndCancelKeepsTheQuestion)
 {
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
@@ -360,7 +360,7 @@ TEST_F(DeleteConflictDlgTest, ApplyToAllIsTheStateOfItsBoxAndCancelLeavesTheQues
     dialog.press(2);
     EXPECT_EQ(dialog.ending(), 2);
     EXPECT_FALSE(question.ApplyToAll);
-    EXPECT_EQ(question.Resolution, croTrans1Wins) << "where it started";
+    EXPECT_EQ(question.Resolution, croTrans1Wins) << "unchanged";
     CDeleteConflictDlg again(question);
     again.prepare();
     again.check(215, true);

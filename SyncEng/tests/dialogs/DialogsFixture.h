@@ -1,4 +1,4 @@
-// Two open fakes and a front end that acts as the test says, for tests of dialogs through their models.
+// Fixture for tests of dialogs through their models: two open fakes, and a front end that acts as the test says.
 #pragma once
 #include "dialogs/Dialog.h"
 #include "FrontEndFake.h"
@@ -31,7 +31,7 @@ protected:
         if (!found) throw std::out_of_range("no such control");
         return *found;
     }
-    // The cells of one column.
+    // Returns the cells of one column.
     static std::vector<std::u16string> column(const mb::Dialog& dialog, int list, std::size_t number)
     {
         std::vector<std::u16string> cells;

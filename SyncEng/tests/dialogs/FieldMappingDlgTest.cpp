@@ -24,7 +24,7 @@ protected:
         return s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE);
     }
     static const mb::Control& list(const Dialog& dialog) { return *dialog.model().find(1038); }
-    // "left|right", with a star if it is checked.
+    // Returns each row as "left|right", with a star in front if the row is checked.
     static std::vector<std::u16string> rows(const Dialog& dialog)
     {
         std::vector<std::u16string> lines;
@@ -38,7 +38,7 @@ protected:
         EXPECT_EQ(s.maps()->GetFieldMap(s.map(), &id), S_OK);
         return id;
     }
-    // The stored pairs by the names of the fields.
+    // Returns the stored entries by the names of their fields.
     std::vector<std::u16string> pairs()
     {
         com::TaskArray<GUID> first, second;
@@ -67,7 +67,7 @@ protected:
 
 } // namespace
 
-TEST_F(FieldMappingDlgTest, EveryFieldStandsInExactlyOneRow)
+TEST_F(FieldMappingDlgTest, EveryFieldIsInExactlyOneRow)
 {
     EXPECT_EQ(edit([](Dialog& dialog) {
                   EXPECT_EQ(dialog.model().caption, u"Edit Field Mapping");
@@ -77,7 +77,7 @@ TEST_F(FieldMappingDlgTest, EveryFieldStandsInExactlyOneRow)
               S_FALSE);
 }
 
-TEST_F(FieldMappingDlgTest, TwoStoresOfOneNameAreToldApartByTheirPlaces)
+TEST_F(FieldMappingDlgTest, TwoStoresWithOneNameAreShownWithTheirPlaces)
 {
     s.one().options.shortName = s.two().options.shortName = u"vCard";
     s.one().options.database = u"/home/ada/Contacts";
@@ -112,7 +112,7 @@ TEST_F(FieldMappingDlgTest, DroppingARowOnItselfOrOutsideChangesNothing)
     });
 }
 
-TEST_F(FieldMappingDlgTest, DroppingSwapsTheLeftFieldsAndTheBoxesFollow)
+TEST_F(FieldMappingDlgTest, DroppingSwapsTheLeftFieldsAndUpdatesTheCheckBoxes)
 {
     (void)edit([](Dialog& dialog) {
         EXPECT_TRUE(dialog.beginDrag(1038, 2));
@@ -126,7 +126,7 @@ TEST_F(FieldMappingDlgTest, DroppingSwapsTheLeftFieldsAndTheBoxesFollow)
     });
 }
 
-TEST_F(FieldMappingDlgTest, DroppingAFieldOnOneOfAnotherTypeIsRefusedWithBothNames)
+TEST_F(FieldMappingDlgTest, DroppingAFieldOnAFieldOfAnotherTypeIsRefusedWithBothNames)
 {
     (void)edit([](Dialog& dialog) {
         const auto before = rows(dialog);
@@ -154,7 +154,7 @@ TEST_F(FieldMappingDlgTest, ARowWithoutTwoFieldsOrOfTwoTypesCannotBeChecked)
     EXPECT_THAT(user.messages, ElementsAre(u"Cannot map a field of type \"Born\" (Date/Time) to a field of type \"Pager\" (String)."));
 }
 
-TEST_F(FieldMappingDlgTest, OkWithNothingAlteredWritesANewMapOfTheSamePairs)
+TEST_F(FieldMappingDlgTest, OkWithoutAChangeWritesANewFieldMapWithTheSameEntries)
 {
     s.one().add({{ftFirstName, u"Ada"}});
     ASSERT_EQ(s.sync(), S_OK);
@@ -184,7 +184,7 @@ TEST_F(FieldMappingDlgTest, UncheckingAPairSetsChangedAndMarksTheHistory)
     EXPECT_NE(s.folder.read(file), history);
 }
 
-TEST_F(FieldMappingDlgTest, WithoutTheFlagTheHistoryStaysAsItIs)
+TEST_F(FieldMappingDlgTest, WithoutTheFlagTheHistoryIsNotMarked)
 {
     s.one().add({{ftFirstName, u"Ada"}});
     ASSERT_EQ(s.sync(), S_OK);
@@ -208,7 +208,7 @@ TEST_F(FieldMappingDlgTest, AMapThatWasNeverRunHasNoHistoryToMark)
               S_OK);
 }
 
-TEST_F(FieldMappingDlgTest, DynamicFieldsAreNumberedAnewAtTheOpening)
+TEST_F(FieldMappingDlgTest, DynamicFieldsAreNumberedAgainAtEachOpening)
 {
     s.one().options.dynamicFields = true;
     s.one().addDynamicField(u"Shoe size");
@@ -241,7 +241,7 @@ TEST_F(FieldMappingDlgTest, CancelWritesNothing)
     EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City"));
 }
 
-TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredMapAndCancelBringsTheOpeningPairsBack)
+TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredFieldMapAndCancelRestoresTheFormerEntries)
 {
     (void)edit([](Dialog& dialog) {
         dialog.checkRow(1038, 1, false);
@@ -259,7 +259,7 @@ TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredMapAndCancelBringsTheOpeningPa
                   dialog.press(2);
               }),
               S_FALSE);
-    EXPECT_EQ(fieldMapCount(), maps) << "one is made and one is deleted";
+    EXPECT_EQ(fieldMapCount(), maps) << "one field map is created and one is deleted";
     EXPECT_EQ(pairs(), opening);
     EXPECT_EQ(updated(), 1);
 }
@@ -278,7 +278,7 @@ TEST_F(FieldMappingDlgTest, DynamicFieldsHaveRowsToo)
     (void)edit([](Dialog& dialog) { EXPECT_THAT(rows(dialog), testing::Contains(mbtest::Holds(u"Shoe size|"))); });
 }
 
-TEST_F(FieldMappingDlgTest, AStoreThatDoesNotTellItsFieldsLeavesTheListEmptyAndTheMapAsItWas)
+TEST_F(FieldMappingDlgTest, ATranslatorThatListsNoFieldsLeavesTheListEmptyAndTheMapUnchanged)
 {
     const auto before = pairs();
     s.two().options.fieldList = false;
@@ -303,7 +303,7 @@ TEST_F(FieldMappingDlgTest, AMapThatCannotBeSavedIsAFailure)
     std::filesystem::rename(aside, file);
 }
 
-TEST_F(FieldMappingDlgTest, WithoutTheClassOfFieldMapsResetAndOkDoNothing)
+TEST_F(FieldMappingDlgTest, WithoutTheFieldMapClassResetAndOkDoNothing)
 {
     const auto before = pairs();
     static constexpr com::ClassEntry missing[] = {{&__uuidof(FieldMap), u"", u"", [](IUnknown*, REFIID, void** out) noexcept -> HRESULT {
@@ -332,7 +332,7 @@ TEST_F(FieldMappingDlgTest, TheContactProgramMarksItsHistoryByDatabaseAndOthersB
         EXPECT_THAT(mb::SectionsToMark(map, host), ElementsAre(u"Trans1", u"Trans2")) << host;
 }
 
-TEST_F(FieldMappingDlgTest, TheTypesOfValuesHaveNames)
+TEST_F(FieldMappingDlgTest, DataTypesHaveNames)
 {
     EXPECT_EQ(mb::DataTypeText(dtInteger), u"Integer");
     EXPECT_EQ(mb::DataTypeText(dtDouble), u"Double");

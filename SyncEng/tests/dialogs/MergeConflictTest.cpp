@@ -20,7 +20,7 @@ using testing::IsEmpty;
 
 std::int64_t keepPath(com::Variant&, ULONG, ULONG, bool) { return -1; }
 
-// Names a file after the value and the forms, in the folder of the test.
+// A converter that creates a file in shownFolder, named after the value and the source form.
 std::filesystem::path shownFolder;
 std::int64_t nameFile(com::Variant& value, ULONG source, ULONG target, bool force)
 {
@@ -55,7 +55,7 @@ protected:
         ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, path));
         platform::RegistryKey::open(platform::Root::CurrentUser, path)->setText(u"DefaultLanguage", language);
     }
-    // Everything as it is but the city.
+    // Merges to the given city and leaves the other fields unchanged.
     void mergeTo(const std::u16string& city)
     {
         told.merged = u"First name\tAda\tCity\t" + city + u"\tPhone\t1\tNotes\tn\tCategories\ta, b";
@@ -89,28 +89,28 @@ TEST_F(MergeConflictTest, AValueThatOneSideChangedIsOfferedForBoth)
     EXPECT_THAT(told.fields, testing::Contains(u"Phone|2|2"));
 }
 
-TEST_F(MergeConflictTest, AValueEqualToSide1GoesToSide2Alone)
+TEST_F(MergeConflictTest, AValueEqualToSide1GoesOnlyToSide2)
 {
     mergeTo(u"Paris");
     EXPECT_EQ(question.ChangeMap1, values({{ftCity1, u"Paris"}}));
     EXPECT_TRUE(question.ChangeMap2.empty());
 }
 
-TEST_F(MergeConflictTest, AValueEqualToSide2GoesToSide1Alone)
+TEST_F(MergeConflictTest, AValueEqualToSide2GoesOnlyToSide1)
 {
     mergeTo(u"Rome");
     EXPECT_TRUE(question.ChangeMap1.empty());
     EXPECT_EQ(question.ChangeMap2, values({{ftCity1, u"Rome"}}));
 }
 
-TEST_F(MergeConflictTest, AValueOfTheUsersOwnGoesToBothSides)
+TEST_F(MergeConflictTest, AValueThatTheUserTypedGoesToBothSides)
 {
     mergeTo(u"Oslo");
     EXPECT_EQ(question.ChangeMap1, values({{ftCity1, u"Oslo"}}));
     EXPECT_EQ(question.ChangeMap2, values({{ftCity1, u"Oslo"}}));
 }
 
-TEST_F(MergeConflictTest, AValueEqualToBothSidesLeavesBothMaps)
+TEST_F(MergeConflictTest, AValueEqualToBothSidesIsRemovedFromBothMaps)
 {
     s.two().set(id2, ftCity1, u"Paris ");
     mergeTo(u"Paris");
@@ -118,7 +118,7 @@ TEST_F(MergeConflictTest, AValueEqualToBothSidesLeavesBothMaps)
     EXPECT_TRUE(question.ChangeMap2.empty());
 }
 
-TEST_F(MergeConflictTest, AMergeThatIsGivenUpLeavesTheDialogOpenAndTheMapsUnchanged)
+TEST_F(MergeConflictTest, ACancelledMergeLeavesTheDialogOpenAndTheMapsUnchanged)
 {
     told.result = 1;
     told.merged = u"City\tOslo";
@@ -135,7 +135,7 @@ TEST_F(MergeConflictTest, AMergeThatIsGivenUpLeavesTheDialogOpenAndTheMapsUnchan
     EXPECT_EQ(question.Resolution, croMerge);
 }
 
-TEST_F(MergeConflictTest, AComponentThatFailsIsToldWithItsCode)
+TEST_F(MergeConflictTest, AFailureOfTheComponentIsShownWithItsCode)
 {
     told.shown = E_OUTOFMEMORY;
     mb::CConflictDlg dialog(question);
@@ -159,12 +159,12 @@ TEST_F(MergeConflictTest, AValueThatCannotBeReadIsNotOfferedAsEmpty)
         s.log().failNext(call, E_FAIL);
         told = {};
         EXPECT_EQ(merge(), E_FAIL) << call;
-        EXPECT_TRUE(told.title.empty()) << "nobody was asked";
+        EXPECT_TRUE(told.title.empty()) << "the merge dialog was not shown";
         EXPECT_EQ(question.ChangeMap1.size(), 1u);
     }
 }
 
-TEST_F(MergeConflictTest, AFieldThatDidNotComeBackIsEmptied)
+TEST_F(MergeConflictTest, AFieldThatIsMissingFromTheResultIsEmptied)
 {
     told.merged = u"First name\tAda\tCity\tParis\tNotes\tn\tCategories\ta, b"; // no phone
     EXPECT_EQ(merge(), S_OK);
@@ -173,7 +173,7 @@ TEST_F(MergeConflictTest, AFieldThatDidNotComeBackIsEmptied)
     EXPECT_TRUE(question.ChangeMap2.contains(ftPhone));
 }
 
-TEST_F(MergeConflictTest, AValueWithATabThatComesBackWithABlankIsNoChange)
+TEST_F(MergeConflictTest, AValueWhoseTabComesBackAsABlankIsNotChanged)
 {
     s.one().set(id1, ftNotes, u"a\tb");
     s.two().set(id2, ftNotes, u"a\tb");
@@ -183,7 +183,7 @@ TEST_F(MergeConflictTest, AValueWithATabThatComesBackWithABlankIsNoChange)
     EXPECT_FALSE(question.ChangeMap2.contains(ftNotes));
 }
 
-TEST_F(MergeConflictTest, ImagesTakePartWhereOneOfThemChanged)
+TEST_F(MergeConflictTest, AnImageIsMergedIfItChangedOnEitherSide)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
         store->addImageFields();
@@ -199,7 +199,7 @@ TEST_F(MergeConflictTest, ImagesTakePartWhereOneOfThemChanged)
     EXPECT_EQ(told.frontImages, u"|");
 }
 
-TEST_F(MergeConflictTest, EachImageIsShownAsAFileOfEachSideThatIsGoneAfterwards)
+TEST_F(MergeConflictTest, EachImageIsShownAsATemporaryFileOfEachSide)
 {
     s.one().addImageFields(capDIBImage);
     s.two().addImageFields(capBMPFile);
@@ -221,7 +221,7 @@ TEST_F(MergeConflictTest, EachImageIsShownAsAFileOfEachSideThatIsGoneAfterwards)
     for (const char* name : {"front1-512", "back1-512", "-1024"}) EXPECT_FALSE(std::filesystem::exists(shown(name))) << name;
 }
 
-TEST_F(MergeConflictTest, AnImageFileThatCannotBeReadIsShownAsNoneAndKept)
+TEST_F(MergeConflictTest, AnUnreadableImageFileIsNotShownAndNotDeleted)
 {
     const auto images = s.folder.path() / "images";
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
@@ -237,11 +237,11 @@ TEST_F(MergeConflictTest, AnImageFileThatCannotBeReadIsShownAsNoneAndKept)
     EXPECT_EQ(merge(mb::ConvertImageValue), S_OK);
     EXPECT_EQ(told.images, VARIANT_TRUE);
     EXPECT_EQ(told.frontImages, u"|");
-    ASSERT_EQ(std::distance(std::filesystem::directory_iterator(images), {}), 1) << "the file that the translator gave";
+    ASSERT_EQ(std::distance(std::filesystem::directory_iterator(images), {}), 1) << "the translator's file";
     EXPECT_EQ(s.folder.read(std::filesystem::directory_iterator(images)->path()), "no picture");
 }
 
-TEST_F(MergeConflictTest, WithoutTheOptionImagesTakeNoPart)
+TEST_F(MergeConflictTest, WithoutTheOptionImagesAreNotMerged)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->addImageFields();
     types[ftImage1] = ftImage1;
@@ -250,10 +250,10 @@ TEST_F(MergeConflictTest, WithoutTheOptionImagesTakeNoPart)
     EXPECT_EQ(merge(keepPath), S_OK);
     EXPECT_EQ(told.images, VARIANT_FALSE);
     EXPECT_EQ(told.frontImages, u"none");
-    EXPECT_EQ(question.ChangeMap1.size() + question.ChangeMap2.size(), 4u) << "and keep their place in the maps";
+    EXPECT_EQ(question.ChangeMap1.size() + question.ChangeMap2.size(), 4u) << "the images stay in the change maps";
 }
 
-TEST_F(MergeConflictTest, AValueThatBothSidesChangedIsReadAfresh)
+TEST_F(MergeConflictTest, AValueThatBothSidesChangedIsReadAgain)
 {
     question.ChangeMap1[ftCity1] = u"stale 1";
     question.ChangeMap2[ftCity1] = u"stale 2";
@@ -261,7 +261,7 @@ TEST_F(MergeConflictTest, AValueThatBothSidesChangedIsReadAfresh)
     EXPECT_THAT(told.fields, testing::Contains(u"City|Rome|Paris"));
 }
 
-TEST_F(MergeConflictTest, CategoriesAreShownAsAListOnTheSideThatHasThem)
+TEST_F(MergeConflictTest, CategoriesAreShownAsAListOnEachSideThatHasThem)
 {
     s.one().set(id1, ftPhone, u"1,2");
     types = {{ftPhone, ftCategories}};
@@ -269,7 +269,7 @@ TEST_F(MergeConflictTest, CategoriesAreShownAsAListOnTheSideThatHasThem)
     EXPECT_THAT(told.fields, ElementsAre(u"Phone|a, b|1,2"));
 }
 
-TEST_F(MergeConflictTest, TheHelpFileIsNamedWhereTheHostIsKnown)
+TEST_F(MergeConflictTest, TheHelpFileIsPassedIfTheHostIsKnown)
 {
     EXPECT_EQ(merge(), S_OK);
     EXPECT_EQ(told.help, u"");
@@ -282,7 +282,7 @@ TEST_F(MergeConflictTest, TheHelpFileIsNamedWhereTheHostIsKnown)
     EXPECT_TRUE(told.help.ends_with(u"Mirabook.chm")) << platform::utf8(told.help);
 }
 
-TEST_F(MergeConflictTest, ImagesAreHandedOverWhileBothRecordsAreOpen)
+TEST_F(MergeConflictTest, ImagesArePassedWhileBothRecordsAreOpen)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
         store->addImageFields();
@@ -298,7 +298,7 @@ TEST_F(MergeConflictTest, ImagesAreHandedOverWhileBothRecordsAreOpen)
     EXPECT_EQ(s.log().count("EndReadRecord"), 2);
 }
 
-TEST_F(MergeConflictTest, TheLanguageIsToldUnlessItIsEnglish)
+TEST_F(MergeConflictTest, TheLanguageIsPassedUnlessItIsEnglish)
 {
     EXPECT_EQ(merge(), S_OK);
     EXPECT_THAT(told.languages, IsEmpty());
@@ -307,7 +307,7 @@ TEST_F(MergeConflictTest, TheLanguageIsToldUnlessItIsEnglish)
     EXPECT_THAT(told.languages, ElementsAre(u"de"));
 }
 
-TEST_F(MergeConflictTest, AFailureAfterTheUserAcceptedLeavesBothMapsAsTheyWere)
+TEST_F(MergeConflictTest, AFailureAfterTheUserAcceptedLeavesBothMapsUnchanged)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->addImageFields();
     types[ftImage1] = ftImage1;
@@ -365,18 +365,18 @@ Flags settle(const char16_t* flag1, const char16_t* flag2, const char16_t* chose
 
 } // namespace
 
-TEST(MergedImageTest, AnImageThatWasTakenChangesNothing)
+TEST(MergedImageTest, AnImageThatWasChosenChangesNothing)
 {
     const Flags flags = settle(u"1", u"0", u"/some/file");
     EXPECT_EQ(flags.one + flags.two, u"10");
 }
 
-TEST(MergedImageTest, WithNoImageTakenTheFlagsDecide)
+TEST(MergedImageTest, WithNoImageChosenTheFlagsDecide)
 {
     EXPECT_EQ(settle(u"0", u"0", u"").one + settle(u"0", u"0", u"").two, u"--");
     EXPECT_EQ(settle(u"1", u"0", u"").one + settle(u"1", u"0", u"").two, u"1-");
     EXPECT_EQ(settle(u"0", u"1", u"").one, u"-");
-    EXPECT_EQ(settle(u"1", u"1", u"").one + settle(u"1", u"1", u"").two, u"--") << "neither has a size";
+    EXPECT_EQ(settle(u"1", u"1", u"").one + settle(u"1", u"1", u"").two, u"--") << "neither image file has a size";
 }
 
 TEST(MergedImageTest, TheSizesGoWithTheImagesOfBothSides)
@@ -389,7 +389,7 @@ TEST(MergedImageTest, TheSizesGoWithTheImagesOfBothSides)
     EXPECT_TRUE(b.empty());
 }
 
-TEST(MergedImageTest, AnImageOfOneMapAloneStays)
+TEST(MergedImageTest, AnImageInOnlyOneMapStays)
 {
     FieldValueMap a, b;
     a[ftImage1] = u"0";
@@ -406,7 +406,7 @@ TEST(MergedImageTest, AnImageOfSide1ThatHasASizeStays)
     EXPECT_EQ(settle(u"1", u"1", u"", (folder.path() / "image").u16string()).one, u"1");
 }
 
-TEST(MergedFieldTest, TheValueOfSide2AloneIsComparedWithTheBlanksAtItsEdges)
+TEST(MergedFieldTest, OnlyTheValueOfSide2IsComparedUntrimmed)
 {
     FieldValueMap a, b;
     const auto apply = [&](const char16_t* merged, const char16_t* value2) {
@@ -418,6 +418,6 @@ TEST(MergedFieldTest, TheValueOfSide2AloneIsComparedWithTheBlanksAtItsEdges)
     EXPECT_FALSE(a.contains(ftCity1));
     EXPECT_EQ(b[ftCity1], u"Rome ");
     apply(u"Rome", u"Rome ");
-    EXPECT_EQ(a[ftCity1], u"Rome") << "neither has it";
+    EXPECT_EQ(a[ftCity1], u"Rome") << "neither side has the merged value";
     EXPECT_EQ(b[ftCity1], u"Rome");
 }

@@ -1,4 +1,4 @@
-// A component that merges conflicts: it answers as the test says, and tells what it was told.
+// A fake merge component: it returns what the test says, and records what it is given.
 #pragma once
 #include "foundation/ClassTable.h"
 #include "interfaces.h"
@@ -13,7 +13,7 @@ namespace mbtest {
 
 inline constexpr GUID mergeClass{0xFA4E0009, 0x9999, 0x4999, {0x89, 0x99, 0x99, 0x99, 0x99, 0x99, 0x99, 0x99}};
 
-// What the component of the test was told, and what it answers.
+// What the fake component was given, and what it returns.
 struct MergeTold {
     std::vector<std::u16string> fields; // "label|value 2|value 1"
     std::u16string title, names, merged, front, frontImages, backImages, help;
@@ -84,7 +84,7 @@ private:
 
 inline constexpr com::ClassEntry mergeRows[] = {{&mergeClass, u"TwinWiz.CMergeDialog", u"", com::create<MergeFake>}};
 
-// The component under its name for as long as this lives, with nothing told yet.
+// Resets `told`, and registers the fake component under its ProgID while this object lives.
 class RegisteredMerge {
 public:
     RegisteredMerge() { told = {}; }

@@ -1,4 +1,4 @@
-// The terminal of the process itself: a child with a pseudo-terminal for its streams shows a dialog.
+// Dialogs on the terminal of the process: a child process shows a dialog on a pseudo-terminal.
 #include "dialogs/CDeleteConflictDlg.h"
 
 #include <chrono>
@@ -20,7 +20,7 @@ struct Ended {
     std::string output;
 };
 
-// What the child does: asks about a contact that no store has, and ends with what was decided.
+// Runs in the child: asks a question and returns the decision as the exit code.
 int askInChild()
 {
     mb::DeleteConflictQuestion question;
@@ -48,7 +48,7 @@ Ended askOnTerminal(const std::string& typed, unsigned short columns, bool noCol
         if (answered || ended.output.find("help] ") == std::string::npos) continue;
         answered = true;
         if (interrupt) {
-            // One that comes before the child waits is lost on it, and whoever sits there presses again.
+            // The child ignores a signal that comes before it waits for input, so the signal is sent again.
             while (!gone) {
                 ::kill(pid, SIGINT);
                 std::this_thread::sleep_for(std::chrono::milliseconds(20));

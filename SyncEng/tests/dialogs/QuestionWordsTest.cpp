@@ -1,4 +1,4 @@
-// The six dialogs as questions in a terminal of 80 by 24: their words, and what each key makes of them.
+// The six dialogs as questions in a terminal of 80 columns and 24 lines: their texts, and the effect of each key.
 #include "dialogs/CChangeDetailsDlg.h"
 #include "dialogs/CConfirmationDlg.h"
 #include "dialogs/CConflictDlg.h"
@@ -31,7 +31,7 @@ protected:
         changes.side2 = {translator2.get(), mbtest::fakeClass2, {}, u"/media/phone/export.vcf"};
         changes.FieldTypes = &types;
     }
-    // What the terminal shows while these lines are typed.
+    // Returns what the terminal shows while these lines are typed.
     template <class Work> std::string shownDuring(std::deque<std::u16string> typed, Work&& work)
     {
         screen = {std::move(typed), {}};
@@ -45,7 +45,7 @@ protected:
     {
         return shownDuring(std::move(typed), [&] { (void)mb::ShowDialog(dialog, nullptr); });
     }
-    // The dialog of a map's fields, ended by cancel.
+    // Returns what the field mapping dialog shows; the dialog must be cancelled.
     std::string mapFields(std::deque<std::u16string> typed)
     {
         s.makeMap();
@@ -93,7 +93,7 @@ private:
 
 } // namespace
 
-TEST_F(QuestionWordsTest, AConflictNamesTheContactTheStoresByTheirPlacesAndWhatEachKeyDoes)
+TEST_F(QuestionWordsTest, AConflictShowsTheContactThePlacesOfTheStoresAndEachKeysEffect)
 {
     EXPECT_EQ(ask({u"q"}), "\nAda Lovelace was changed in both stores (1 of 3)\n\n"
                            "         1: /srv/Contacts  2: /media/phone/export.vcf\n"
@@ -118,7 +118,7 @@ TEST_F(QuestionWordsTest, EachKeySettlesAConflict)
     }
 }
 
-TEST_F(QuestionWordsTest, TheSameForAllHoldsForTheAnswerThatFollows)
+TEST_F(QuestionWordsTest, TheSameForAllAppliesToTheNextAnswer)
 {
     const std::string shown = ask({u"a", u"2"});
     EXPECT_THAT(shown, HasSubstr("Keep, here and in the 2 conflicts after this:\n"));
@@ -126,14 +126,14 @@ TEST_F(QuestionWordsTest, TheSameForAllHoldsForTheAnswerThatFollows)
     EXPECT_TRUE(conflict.ApplyToAll);
 }
 
-TEST_F(QuestionWordsTest, TheSameForAllCanBeTakenBack)
+TEST_F(QuestionWordsTest, TheSameForAllCanBeUndone)
 {
     EXPECT_THAT(ask({u"a", u"a", u"1"}), HasSubstr("[a] only this one  you are asked about each conflict again\n"));
     EXPECT_EQ(conflict.Resolution, croTrans1Wins);
     EXPECT_FALSE(conflict.ApplyToAll);
 }
 
-TEST_F(QuestionWordsTest, TheLastConflictHasNoOthersToSettle)
+TEST_F(QuestionWordsTest, TheLastConflictOffersNoAnswerForAll)
 {
     conflict.ConflictIndex = 3;
     EXPECT_THAT(ask({u"a", u"q"}), HasSubstr("That is no answer here."));
@@ -141,7 +141,7 @@ TEST_F(QuestionWordsTest, TheLastConflictHasNoOthersToSettle)
     EXPECT_THAT(ask({u"q"}), HasSubstr("also settles the conflict after this\n"));
 }
 
-TEST_F(QuestionWordsTest, AMergeIsOfferedOnlyWhereItWorks)
+TEST_F(QuestionWordsTest, AMergeIsOfferedOnlyIfItIsAvailable)
 {
     EXPECT_THAT(ask({u"m", u"q"}), HasSubstr("That is no answer here."));
     const mbtest::RegisteredMerge merge;
@@ -151,25 +151,25 @@ TEST_F(QuestionWordsTest, AMergeIsOfferedOnlyWhereItWorks)
     EXPECT_EQ(ending, mb::idOk);
     EXPECT_EQ(conflict.Resolution, croMerge);
     EXPECT_EQ(conflict.ChangeMap1[ftTitle], u"Queen");
-    conflict.side2.translator = nullptr; // whose fields are not known
+    conflict.side2.translator = nullptr; // its fields are unknown
     EXPECT_THAT(ask({u"q"}), Not(HasSubstr("[m]")));
 }
 
-TEST_F(QuestionWordsTest, AMergeNamesTheStoresAsTheQuestionBeforeItDoes)
+TEST_F(QuestionWordsTest, AMergeNamesTheStoresLikeTheQuestion)
 {
     const mbtest::RegisteredMerge merge;
     (void)ask({u"m"});
     EXPECT_EQ(mbtest::told.names, u"export.vcf\t/srv/Contacts");
 }
 
-TEST_F(QuestionWordsTest, AMergeIsMadeForOneContactOnly)
+TEST_F(QuestionWordsTest, AMergeIsNotOfferedForAllConflicts)
 {
     const mbtest::RegisteredMerge merge;
     const std::string shown = ask({u"a", u"m", u"q"});
     EXPECT_THAT(shown, HasSubstr("That is no answer here."));
 }
 
-TEST_F(QuestionWordsTest, AMergeThatFailsIsToldAndTheQuestionComesAgain)
+TEST_F(QuestionWordsTest, AFailedMergeIsReportedAndTheQuestionIsAskedAgain)
 {
     const mbtest::RegisteredMerge merge;
     mbtest::told.shown = E_FAIL;
@@ -178,7 +178,7 @@ TEST_F(QuestionWordsTest, AMergeThatFailsIsToldAndTheQuestionComesAgain)
     EXPECT_EQ(conflict.Resolution, croTrans1Wins);
 }
 
-TEST_F(QuestionWordsTest, TwoNamesOfAContactAreBothTold)
+TEST_F(QuestionWordsTest, BothNamesOfAContactAreShown)
 {
     s.two().set(id2, ftFirstName, u"Augusta");
     EXPECT_THAT(ask({u"q"}), HasSubstr("Ada Lovelace in /srv/Contacts and Augusta Lovelace in export.vcf are one\n"
@@ -187,13 +187,13 @@ TEST_F(QuestionWordsTest, TwoNamesOfAContactAreBothTold)
     EXPECT_THAT(ask({u"q"}), HasSubstr("seem to be one\ncontact, with different values (1 of 3)\n"));
 }
 
-TEST_F(QuestionWordsTest, AContactThatNoRunKnewIsNotSaidToBeChanged)
+TEST_F(QuestionWordsTest, AContactThatIsNewOnBothSidesIsNotCalledChanged)
 {
     conflict.FirstMeeting = true;
     EXPECT_THAT(ask({u"q"}), HasSubstr("Ada Lovelace is in both stores, with different values (1 of 3)\n"));
 }
 
-TEST_F(QuestionWordsTest, TheEndOfTheInputIsACancelAndNoChoice)
+TEST_F(QuestionWordsTest, TheEndOfTheInputCancels)
 {
     for (const auto& typed : std::vector<std::deque<std::u16string>>{{}, {u"a"}, {u"?"}, {u"x"}}) {
         (void)ask(typed);
@@ -201,7 +201,7 @@ TEST_F(QuestionWordsTest, TheEndOfTheInputIsACancelAndNoChoice)
     }
 }
 
-TEST_F(QuestionWordsTest, AConflictOfFortyFieldsKeepsItsQuestionInSight)
+TEST_F(QuestionWordsTest, AConflictOfFortyFieldsKeepsItsQuestionVisible)
 {
     conflict.ChangeMap1.clear();
     conflict.ChangeMap2.clear();
@@ -217,10 +217,10 @@ TEST_F(QuestionWordsTest, AConflictOfFortyFieldsKeepsItsQuestionInSight)
             << shown.substr(at, end - at);
         at = shown.find("\nAda", end);
     }
-    EXPECT_EQ(ending, mb::idCancel) << "Enter turned a page and answered nothing";
+    EXPECT_EQ(ending, mb::idCancel) << "Enter turned a page and chose no answer";
 }
 
-TEST_F(QuestionWordsTest, StoresOfOneKindAndPlaceNameAreToldApart)
+TEST_F(QuestionWordsTest, StoresWithEqualNamesHaveDifferentLabels)
 {
     conflict.side1.database = u"/media/one/cards.vcf";
     conflict.side2.database = u"/media/two/cards.vcf";
@@ -229,7 +229,7 @@ TEST_F(QuestionWordsTest, StoresOfOneKindAndPlaceNameAreToldApart)
     EXPECT_THAT(ask({u"q"}), HasSubstr("1: First  2: Second\n"));
 }
 
-TEST_F(QuestionWordsTest, ADeletionNamesWhatEachKeyDoesAndShowsNoEmptyField)
+TEST_F(QuestionWordsTest, ADeletionShowsEachKeysEffectAndNoEmptyField)
 {
     mb::DeleteConflictQuestion question;
     question.survivor = conflict.side1;
@@ -261,7 +261,7 @@ TEST_F(QuestionWordsTest, TheConfirmationCountsBothStoresAndNamesTheDeletions)
     plan(1, mb::PlannedChange, id2, &id1);
     plan(1, mb::PlannedNew, fresh, nullptr);
     plan(1, mb::PlannedNew, fresh2, nullptr);
-    plan(1, mb::PlannedDelete, gone, nullptr); // a record of side 2
+    plan(1, mb::PlannedDelete, gone, nullptr); // deletes a record of side 2
     EXPECT_EQ(confirm({u""}), "\n/srv/Contacts: 1 changed, 2 new\n"
                               "/media/phone/export.vcf: 1 deleted (Jo Doe)\n\n"
                               "Write?\n"
@@ -288,7 +288,7 @@ TEST_F(QuestionWordsTest, ManyDeletionsAreNamedInPart)
     EXPECT_THAT(confirm({}), HasSubstr("5 deleted (A, B, Firm and 2 more)\n"));
 }
 
-TEST_F(QuestionWordsTest, TheDetailsListEachContactAndCompareAChangedOne)
+TEST_F(QuestionWordsTest, TheDetailsListEachContactAndShowTheFieldsOfAChangedOne)
 {
     const mb::FieldValueMap fields = values({{ftTitle, u"Chief"}});
     const std::u16string other = s.two().add({{ftFirstName, u"Jo"}, {ftLastName, u"Doe"}});
@@ -309,7 +309,7 @@ TEST_F(QuestionWordsTest, TheDetailsListEachContactAndCompareAChangedOne)
     EXPECT_EQ(ending, mb::idCancel);
 }
 
-TEST_F(QuestionWordsTest, CategoriesAreNamedAsSuch)
+TEST_F(QuestionWordsTest, CategoriesAreCalledCategories)
 {
     const std::u16string fresh = u"n1";
     plan(2, mb::PlannedNew, fresh, nullptr);
@@ -317,7 +317,7 @@ TEST_F(QuestionWordsTest, CategoriesAreNamedAsSuch)
     EXPECT_THAT(confirm({}), HasSubstr("\nCategories of /media/phone/export.vcf: 1 new\n"));
 }
 
-TEST_F(QuestionWordsTest, ContactsThatAreNotVerifiedAreTold)
+TEST_F(QuestionWordsTest, UnverifiedContactsAreCounted)
 {
     const std::vector<std::u16string> unverified{u"x", u"y"};
     changes.UnverifiedRecords = &unverified;
@@ -348,7 +348,7 @@ TEST_F(QuestionWordsTest, ARowWithoutAFieldOnOneSideCannotBeChecked)
     EXPECT_THAT(mapFields({u"1", u"q"}), Not(HasSubstr(refusal)));
 }
 
-TEST_F(QuestionWordsTest, TheHelpOfEachQuestionIsItsOwn)
+TEST_F(QuestionWordsTest, EachQuestionHasItsOwnHelp)
 {
     EXPECT_THAT(ask({u"?", u"", u"q"}), HasSubstr("The two stores hold different values"));
     mb::DeleteConflictQuestion deletion;

@@ -1,4 +1,4 @@
-// Dialogs in a terminal, over a console of the test's own.
+// Dialogs in a terminal, with a fake console.
 #include "dialogs/terminal/TerminalFrontEnd.h"
 #include "console_text.h"
 #include "text.h"
@@ -108,11 +108,12 @@ TEST_F(TerminalFrontEndTest, AQuestionHasItsRowsAndALineForEachAnswer)
         << "a row without values is not shown";
 }
 
-TEST_F(TerminalFrontEndTest, OneKeyIsAnAnswer)
+TEST_F(TerminalFrontEndTest, AnAnswerIsOneKey)
 {
     EXPECT_EQ(show({u"2", u"Q"}), mb::idCancel);
     EXPECT_THAT(dialog.acts, testing::ElementsAre("press 15", "press 2"));
-    EXPECT_EQ(output().find("What is", output().find("What is") + 1) != std::string::npos, true) << "what did not end it asks again";
+    EXPECT_EQ(output().find("What is", output().find("What is") + 1) != std::string::npos, true)
+        << "a key that does not end the dialog asks again";
 }
 
 TEST_F(TerminalFrontEndTest, NumbersAndLettersActOnRowsAndColumns)
@@ -125,7 +126,7 @@ TEST_F(TerminalFrontEndTest, NumbersAndLettersActOnRowsAndColumns)
     EXPECT_THAT(output(), HasSubstr("That row cannot be moved.\n"));
 }
 
-TEST_F(TerminalFrontEndTest, WhatIsNoAnswerIsSaidAndDoesNothing)
+TEST_F(TerminalFrontEndTest, AnUnknownCommandIsReportedAndDoesNothing)
 {
     EXPECT_EQ(show({u"99", u"1", u"x", u"bb", u"r9", u"m1 2", u"s1", u"1 2", u"99999999999", u"\x1b[A", u"b"}), mb::idOk);
     EXPECT_THAT(dialog.acts, testing::ElementsAre("press 1"));
@@ -152,7 +153,7 @@ TEST_F(TerminalFrontEndTest, WithoutATerminalEveryDialogIsClosed)
     EXPECT_EQ(dialog.ending(), mb::idCancel);
 }
 
-TEST_F(TerminalFrontEndTest, AQuestionMarkTellsWhatCanBeTypedAndAsksAgain)
+TEST_F(TerminalFrontEndTest, AQuestionMarkExplainsTheKeysAndAsksAgain)
 {
     dialog.hasRowAnswers = true;
     EXPECT_EQ(show({u"?", u"", u"?", u"q"}), mb::idCancel);
@@ -160,10 +161,10 @@ TEST_F(TerminalFrontEndTest, AQuestionMarkTellsWhatCanBeTypedAndAsksAgain)
     EXPECT_THAT(output(), HasSubstr("Type 2 and Enter: ~/two, it replaces ~/one."));
     EXPECT_THAT(output(), HasSubstr("Type 3 and Enter: look at row 3."));
     EXPECT_THAT(output(), HasSubstr("Ctrl-D cancels."));
-    EXPECT_THAT(dialog.acts, testing::ElementsAre("press 2")) << "Enter goes back to the question, and answers nothing";
+    EXPECT_THAT(dialog.acts, testing::ElementsAre("press 2")) << "Enter returns to the question and chooses no answer";
 }
 
-TEST_F(TerminalFrontEndTest, NoValueSteersTheTerminal)
+TEST_F(TerminalFrontEndTest, NoValueControlsTheTerminal)
 {
     dialog.text = u"\x1b]0;title\x07 \u009b2J \u202Eevil";
     dialog.value = u"a\x1b[2J\r\nb\tc\x08";
@@ -173,7 +174,7 @@ TEST_F(TerminalFrontEndTest, NoValueSteersTheTerminal)
     EXPECT_THAT(output(), HasSubstr("a\uFFFD[2J b c\uFFFD"));
 }
 
-TEST_F(TerminalFrontEndTest, ColourIsUsedOnlyWhereItIsWanted)
+TEST_F(TerminalFrontEndTest, ColourIsUsedOnlyIfTheConsoleHasIt)
 {
     (void)show({u""});
     EXPECT_THAT(output(), Not(HasSubstr("\x1b")));
@@ -183,7 +184,7 @@ TEST_F(TerminalFrontEndTest, ColourIsUsedOnlyWhereItIsWanted)
     again.prepare();
     mb::TerminalFrontEnd([this] { return std::make_unique<TypedConsole>(screen); }).run(again, nullptr);
     EXPECT_THAT(output(), HasSubstr("\x1b[1mWhat is to be done?\x1b[0m\n"));
-    EXPECT_EQ(output().find("\x1b[1m", output().find("\x1b[1m") + 1), std::string::npos) << "the question alone is bold";
+    EXPECT_EQ(output().find("\x1b[1m", output().find("\x1b[1m") + 1), std::string::npos) << "only the question is bold";
 }
 
 TEST_F(TerminalFrontEndTest, EverythingFitsATerminalOf20Columns)
@@ -196,7 +197,7 @@ TEST_F(TerminalFrontEndTest, EverythingFitsATerminalOf20Columns)
     EXPECT_THAT(output(), HasSubstr("~/two: Rome"));
 }
 
-TEST_F(TerminalFrontEndTest, ALongValueTakesTwoLinesAndIsThenCutBesideTheOther)
+TEST_F(TerminalFrontEndTest, ALongValueTakesTwoLinesAndIsThenCut)
 {
     dialog.value = std::u16string(60, u'a') + u" " + std::u16string(10000, u'漢');
     (void)show({u""});
@@ -205,7 +206,7 @@ TEST_F(TerminalFrontEndTest, ALongValueTakesTwoLinesAndIsThenCutBesideTheOther)
     EXPECT_THAT(output(), HasSubstr("\u2026\n"));
 }
 
-TEST_F(TerminalFrontEndTest, LongListsAreShownPageByPageWithTheWholeQuestion)
+TEST_F(TerminalFrontEndTest, LongListsAreShownInPagesWithTheWholeQuestion)
 {
     dialog.rowCount = 100;
     EXPECT_EQ(show({u"", u"+", u"-", u"2", u"q"}), mb::idCancel);
@@ -240,7 +241,7 @@ TEST_F(TerminalFrontEndTest, NoPageIsHigherThanTheTerminal)
     }
 }
 
-TEST_F(TerminalFrontEndTest, ARowOfAnotherPageBringsThatPage)
+TEST_F(TerminalFrontEndTest, ChoosingARowOfAnotherPageShowsThatPage)
 {
     dialog.hasRowAnswers = true;
     dialog.rowCount = 60;

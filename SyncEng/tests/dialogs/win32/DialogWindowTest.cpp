@@ -1,4 +1,4 @@
-// The dialogs in their windows: what the model says is what the controls show, and what the user does reaches the dialog.
+// The dialogs in their windows: the controls show the model, and user actions reach the dialog.
 #include "dialogs/CChangeDetailsDlg.h"
 #include "dialogs/CConflictDlg.h"
 #include "dialogs/CDeleteConflictDlg.h"
@@ -18,7 +18,7 @@ using testing::ElementsAre;
 
 class DialogWindowTest : public mbtest::WindowsTest {
 protected:
-    // Each control of the model stands in the window, of its kind, and shows what the model says.
+    // Expects that the window has each control of the model with the right kind and state.
     static void expectShown(const mb::Dialog& dialog, const Window& window)
     {
         EXPECT_EQ(window.caption(), dialog.model().caption);
@@ -48,7 +48,7 @@ protected:
         ASSERT_EQ(static_cast<std::size_t>(list.rowCount()), control.rows.size());
         for (int i = 0; i < list.rowCount(); ++i) EXPECT_EQ(list.row(i), control.rows[static_cast<std::size_t>(i)].cells);
     }
-    // A text is cut off only where the list has no room for all columns, and then in the widest columns alone.
+    // Expects that texts are cut only if the list has no room for all columns, and then only in the widest columns.
     static void expectColumnsInSight(const List& list)
     {
         const std::vector<int> widths = list.widths();
@@ -58,12 +58,12 @@ protected:
         for (std::size_t i = 0; i < widths.size(); ++i) {
             total += widths[i];
             const bool whole = widths[i] >= list.widthWanted(static_cast<int>(i));
-            EXPECT_TRUE(whole || widths[i] >= widest - 1) << "column " << i << " is cut though another one is wider";
+            EXPECT_TRUE(whole || widths[i] >= widest - 1) << "column " << i << " is cut although another column is wider";
             cut = cut || !whole;
         }
         EXPECT_LE(total, clientWidth(list));
         EXPECT_TRUE(!cut || total >= clientWidth(list) - GetSystemMetrics(SM_CXVSCROLL) - static_cast<int>(widths.size()))
-            << "a text is cut off though there is room";
+            << "a text is cut although the list has room";
     }
     static int clientWidth(const List& list)
     {
@@ -127,7 +127,7 @@ TEST_F(DialogWindowTest, TheManualChoiceDisablesApplyToAll)
               mb::idCancel);
 }
 
-TEST_F(DialogWindowTest, AFailedMergeIsToldAndTheDialogStaysOpen)
+TEST_F(DialogWindowTest, AFailedMergeIsReportedAndTheDialogStaysOpen)
 {
     mb::ConflictQuestion question = conflict();
     mb::CConflictDlg dialog(question);
@@ -142,7 +142,7 @@ TEST_F(DialogWindowTest, AFailedMergeIsToldAndTheDialogStaysOpen)
               mb::idCancel);
 }
 
-TEST_F(DialogWindowTest, TheCrossOfTheWindowCancels)
+TEST_F(DialogWindowTest, TheCloseButtonOfTheWindowCancels)
 {
     mb::DeleteConflictQuestion question = deleteConflict();
     mb::CDeleteConflictDlg dialog(question);
@@ -164,7 +164,7 @@ TEST_F(DialogWindowTest, AChangeAgainstADeletionIsShownAndAnswered)
                        window.press(1);
                    }),
               mb::idOk);
-    EXPECT_EQ(question.Resolution, croTrans2Wins) << "the deleting side";
+    EXPECT_EQ(question.Resolution, croTrans2Wins) << "the side that deleted the contact wins";
 }
 
 TEST_F(DialogWindowTest, TheSummaryIsShownAndConfirmed)
@@ -183,7 +183,7 @@ TEST_F(DialogWindowTest, TheSummaryIsShownAndConfirmed)
               mb::idOk);
 }
 
-TEST_F(DialogWindowTest, ReSyncEndsTheSummaryWhereItIsAllowed)
+TEST_F(DialogWindowTest, ReSyncEndsTheSummaryIfItIsAllowed)
 {
     mb::PlannedChanges planned = changes();
     planned.AllowReSync = true;
@@ -191,7 +191,7 @@ TEST_F(DialogWindowTest, ReSyncEndsTheSummaryWhereItIsAllowed)
     EXPECT_EQ(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(3); }), mb::idReSync);
 }
 
-TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOneListHoldsTheSelection)
+TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOnlyOneListHasASelection)
 {
     const mb::PlannedChanges planned = changes();
     mb::CDetailsDlg dialog(planned);
@@ -209,7 +209,7 @@ TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOneListHoldsTheSelection)
                        EXPECT_EQ(first.arrows(), " v  ");
                        EXPECT_THAT(first.column(1), ElementsAre(u"Zoe", u"Gone", u"Augusta", u"amy"));
                        EXPECT_EQ(first.widths(), widths);
-                       EXPECT_EQ(second.arrows(), "^   ") << "each list by itself";
+                       EXPECT_EQ(second.arrows(), "^   ") << "each list is sorted separately";
                        second.clickRow(0);
                        first.clickRow(2);
                        EXPECT_EQ(first.selection(), 2);
@@ -235,7 +235,7 @@ TEST_F(DialogWindowTest, TheChangesOfAContactOpenFromTheSummary)
                        const Window summary = actor.window(u"Confirm Changes");
                        summary.press(202);
                        const Window details = actor.window(u"Details");
-                       EXPECT_FALSE(IsWindowEnabled(summary.handle())) << "it waits for the inner one";
+                       EXPECT_FALSE(IsWindowEnabled(summary.handle())) << "disabled while the inner window is open";
                        details.list(205).clickRow(2);
                        details.press(218);
                        const Window contact = actor.window(u"Contact Changes");
@@ -298,7 +298,7 @@ TEST_F(DialogWindowTest, NoValueDisturbsTheWindow)
     (void)show(dialog, [&](WindowUser& actor) {
         const Window window = actor.window(u"Resolve Conflicting Changes");
         EXPECT_THAT(window.text(209), mbtest::Holds(u"\"Ada R&D \uFFFDevil\""));
-        EXPECT_TRUE(GetWindowLongPtrW(window.part(209), GWL_STYLE) & SS_NOPREFIX) << "an & is one";
+        EXPECT_TRUE(GetWindowLongPtrW(window.part(209), GWL_STYLE) & SS_NOPREFIX) << "an & is shown as it is";
         EXPECT_THAT(window.list(216).column(1), ElementsAre(std::u16string(100, u'\u6f22') + u"...", u"a\uFFFDb c\uFFFD[2J"));
         EXPECT_THAT(window.list(216).column(2), ElementsAre(u"A & B", u"\u05e9\u05dc\u05d5\u05dd (world)"));
         window.keepPicture("conflict-odd-texts");
@@ -315,7 +315,7 @@ TEST_F(DialogWindowTest, NamesOf10000CharactersAreShownAsFarAsTheyFit)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Details");
-                       EXPECT_EQ(window.list(205).cell(2, 1), std::u16string(258, u'x')) << "no half of a character";
+                       EXPECT_EQ(window.list(205).cell(2, 1), std::u16string(258, u'x')) << "a surrogate pair is not split";
                        window.list(205).clickRow(2);
                        window.press(218);
                        actor.window(u"Contact Changes").press(1);
@@ -374,8 +374,8 @@ TEST_F(DialogWindowTest, ALargerWindowShowsMoreOfItsLists)
                        window.keepPicture("conflict-enlarged");
                        ListView_SetColumnWidth(list.window(), 1, 50);
                        SetWindowPos(window.handle(), nullptr, 0, 0, 10, 10, SWP_NOZORDER | SWP_NOMOVE);
-                       EXPECT_EQ(placeOf(216).right, listBefore.right) << "never smaller than its template";
-                       EXPECT_EQ(list.widths()[1], 50) << "a width that the user set stays";
+                       EXPECT_EQ(placeOf(216).right, listBefore.right) << "the window is never smaller than its template";
+                       EXPECT_EQ(list.widths()[1], 50) << "a column keeps the width that the user set";
                        window.close();
                    }),
               mb::idCancel);
@@ -428,19 +428,19 @@ private:
 
 } // namespace
 
-TEST_F(DialogWindowTest, AnActThatFailsEndsTheWindowAndReachesTheCaller)
+TEST_F(DialogWindowTest, AnExceptionInAnActionClosesTheWindowAndReachesTheCaller)
 {
     FailingDialog dialog(mb::DialogLayout::Confirmation);
     EXPECT_THROW(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(1); }), std::runtime_error);
 }
 
-TEST_F(DialogWindowTest, ADialogThatNoWindowCanBeHadForIsCancelled)
+TEST_F(DialogWindowTest, ADialogWhoseWindowCannotBeCreatedIsCancelled)
 {
     FailingDialog dialog(mb::DialogLayout::None);
     EXPECT_EQ(mb::ShowDialog(dialog, nullptr), mb::idCancel);
 }
 
-TEST_F(DialogWindowTest, AParentThatIsGoneIsNone)
+TEST_F(DialogWindowTest, ADestroyedParentIsIgnored)
 {
     const mb::PlannedChanges planned = changes();
     mb::CDetailsDlg dialog(planned);

@@ -1,4 +1,4 @@
-// The field mapping in its window: rows are dragged with the mouse and checked by their boxes.
+// The field mapping dialog in its window: rows are dragged with the mouse and checked with their check boxes.
 #include "RegistryValues.h"
 #include "SyncScenario.h"
 #include "text.h"
@@ -24,7 +24,7 @@ protected:
         s.one().fields = {{ftFirstName, u"Given"}, {ftCity1, u"Town"}, {ftPhone, u"Phone"}, {ftBirthday, u"Born", 0, 0, dtDateTime}};
         s.two().fields = {{ftFirstName, u"First"}, {ftCity1, u"City"}, {ftFax, u"Fax"}, {ftPager, u"Pager"}, {ftMobile, u"Mobile"}};
     }
-    // Opens the dialog of the map and acts on it; S_FALSE if it is cancelled.
+    // Opens the dialog of the map and calls `acts`. Returns S_FALSE if the dialog is cancelled.
     HRESULT edit(std::function<void(WindowUser&, const Window&)> acts)
     {
         s.makeMap();
@@ -45,7 +45,7 @@ protected:
         mbtest::moveMouse(to);
         mbtest::releaseButton();
     }
-    // "left|right", with a star if it is checked.
+    // Returns each row as "left|right", with a star in front if the row is checked.
     static std::vector<std::u16string> rows(const List& list)
     {
         std::vector<std::u16string> lines;
@@ -58,7 +58,7 @@ protected:
 
 } // namespace
 
-TEST_F(FieldMappingWindowTest, FieldsStandInAListWithBoxesAndTwoEqualColumns)
+TEST_F(FieldMappingWindowTest, FieldsAreListedWithCheckBoxesAndTwoEqualColumns)
 {
     EXPECT_EQ(edit([](WindowUser&, const Window& window) {
                   const List list = window.list(idList);
@@ -101,7 +101,7 @@ TEST_F(FieldMappingWindowTest, ARowIsDraggedOntoAnother)
     LONG updated = 0;
     EXPECT_EQ(s.maps()->GetFieldMap(s.map(), &fieldMap), S_OK);
     EXPECT_EQ(pairs->GetFieldMapUpdated(fieldMap, &updated), S_OK);
-    EXPECT_EQ(updated, 1) << "what was dragged is stored";
+    EXPECT_EQ(updated, 1) << "the dragged row is stored";
 }
 
 TEST_F(FieldMappingWindowTest, ARowWithoutALeftFieldIsNotDragged)
@@ -118,7 +118,7 @@ TEST_F(FieldMappingWindowTest, ARowWithoutALeftFieldIsNotDragged)
     });
 }
 
-TEST_F(FieldMappingWindowTest, EscapeGivesUpTheDragAndNotTheDialog)
+TEST_F(FieldMappingWindowTest, EscapeCancelsTheDragButNotTheDialog)
 {
     (void)edit([](WindowUser&, const Window& window) {
         const List list = window.list(idList);
@@ -151,7 +151,7 @@ TEST_F(FieldMappingWindowTest, FieldsOfDifferentTypesAreRefusedWithAMessage)
     });
 }
 
-TEST_F(FieldMappingWindowTest, BoxesCheckWhatCanBeMapped)
+TEST_F(FieldMappingWindowTest, OnlyRowsThatCanBeMappedCanBeChecked)
 {
     EXPECT_EQ(edit([](WindowUser&, const Window& window) {
                   const List list = window.list(idList);
@@ -183,26 +183,26 @@ TEST_F(FieldMappingWindowTest, AListThatIsLongerThanItsWindowScrollsDuringADrag)
         for (int i = 0; i < 4; ++i) mbtest::moveMouse({x + i, box.bottom + 10});
         eventually("it scrolls down", [&] { return list.topRow() > 0; });
         const int top = list.topRow();
-        EXPECT_LE(top, 5) << "a row a move";
+        EXPECT_LE(top, 5) << "each mouse move scrolls by one row";
         EXPECT_EQ(list.litRow(), -1);
         mbtest::moveMouse({x, box.top - 10});
         eventually("it scrolls up", [&] { return list.topRow() == top - 1; });
         mbtest::releaseButton();
-        EXPECT_EQ(list.cell(0, 0), u"Given") << "dropped outside, nothing moves";
+        EXPECT_EQ(list.cell(0, 0), u"Given") << "a drop outside of the list moves nothing";
         window.press(idCancel);
     });
 }
 
-TEST_F(FieldMappingWindowTest, ALanguageModuleMayLayItOutFromRightToLeft)
+TEST_F(FieldMappingWindowTest, ALanguageModuleMayUseARightToLeftLayout)
 {
     mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"DefaultLanguage", u"he");
     mbtest::setText(platform::Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath", platform::utf16(LANGUAGE_FOLDER));
     caption = u"\u05de\u05d9\u05e4\u05d5\u05d9 \u05e9\u05d3\u05d5\u05ea";
     s.one().fields[2].name = u"\u05d8\u05dc\u05e4\u05d5\u05df (Phone)";
     (void)edit([](WindowUser&, const Window& window) {
-        EXPECT_EQ(window.text(idCancel), u"\u05d1\u05d9\u05d8\u05d5\u05dc") << "the module's captions stand";
-        EXPECT_NE(window.texts().front().substr(0, 4), u"Drag") << "the module's texts too";
-        EXPECT_EQ(window.text(1034), u"&Help") << "a caption that it lacks is English";
+        EXPECT_EQ(window.text(idCancel), u"\u05d1\u05d9\u05d8\u05d5\u05dc") << "the captions of the language module are kept";
+        EXPECT_NE(window.texts().front().substr(0, 4), u"Drag") << "and so are its texts";
+        EXPECT_EQ(window.text(1034), u"&Help") << "a caption that the language module lacks is English";
         const List list = window.list(idList);
         EXPECT_GT(list.middleOf(0).x, (list.onScreen().left + list.onScreen().right) / 2) << "the left column is at the right";
         startDrag(list, 2);

@@ -1,4 +1,4 @@
-// Help in the dialogs' windows: the button and F1 open the dialog's topic in the system's viewer, which a stand-in is here.
+// Help in the dialogs' windows: the help button and F1 open the dialog's topic in the help viewer, which is replaced by a fake.
 #include "dialogs/CChangeDetailsDlg.h"
 #include "dialogs/CConflictDlg.h"
 #include "dialogs/CDeleteConflictDlg.h"
@@ -32,7 +32,7 @@ protected:
         SetForegroundWindow(window.handle());
         mbtest::typeKey(VK_F1);
     }
-    // Asks for help in both ways; each shows the topic, and the dialog stays open.
+    // Asks for help by the button and by F1. Expects that both show the topic and that the dialog stays open.
     static void expectHelp(const Window& window, int button, unsigned topic)
     {
         window.press(button);
@@ -47,7 +47,7 @@ protected:
         }
         EXPECT_TRUE(IsWindow(window.handle()) && IsWindowEnabled(window.handle()));
     }
-    // The same, and then OK with the radio.
+    // Shows the dialog, calls expectHelp, chooses the radio if there is one, and presses OK.
     int showWithHelp(mb::Dialog& dialog, std::u16string_view caption, int button, unsigned topic, std::optional<int> radio = {})
     {
         return show(dialog, [=](WindowUser& actor) {
@@ -64,7 +64,7 @@ constexpr char16_t conflictCaption[] = u"Resolve Conflicting Changes";
 
 } // namespace
 
-TEST_F(HelpTest, OfAConflict)
+TEST_F(HelpTest, IsShownForAConflict)
 {
     setHelpFolder();
     mb::ConflictQuestion question = conflict();
@@ -73,7 +73,7 @@ TEST_F(HelpTest, OfAConflict)
     EXPECT_EQ(question.Resolution, croTrans2Wins);
 }
 
-TEST_F(HelpTest, OfAChangeAgainstADeletion)
+TEST_F(HelpTest, IsShownForAChangeAgainstADeletion)
 {
     setHelpFolder();
     mb::DeleteConflictQuestion question = deleteConflict();
@@ -82,7 +82,7 @@ TEST_F(HelpTest, OfAChangeAgainstADeletion)
     EXPECT_EQ(question.Resolution, croTrans2Wins);
 }
 
-TEST_F(HelpTest, OfTheSummary)
+TEST_F(HelpTest, IsShownForTheSummary)
 {
     setHelpFolder();
     const mb::PlannedChanges planned = changes();
@@ -90,7 +90,7 @@ TEST_F(HelpTest, OfTheSummary)
     EXPECT_EQ(showWithHelp(dialog, u"Confirm Changes", 201, 7005), mb::idOk);
 }
 
-TEST_F(HelpTest, OfTheFieldMapping)
+TEST_F(HelpTest, IsShownForTheFieldMapping)
 {
     setHelpFolder();
     s.makeMap();
@@ -102,8 +102,8 @@ TEST_F(HelpTest, OfTheFieldMapping)
     EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_OK);
 }
 
-// A key waits for the one before it: when the dialog has taken Return, it has taken F1.
-TEST_F(HelpTest, DialogsWithoutTheButtonHaveNone)
+// Keys are processed in order: once the dialog has reacted to Return, it has also processed F1.
+TEST_F(HelpTest, IsNotShownForDialogsWithoutTheButton)
 {
     setHelpFolder();
     const mb::PlannedChanges planned = changes();
@@ -126,7 +126,7 @@ TEST_F(HelpTest, DialogsWithoutTheButtonHaveNone)
     EXPECT_THAT(calls(), IsEmpty());
 }
 
-TEST_F(HelpTest, WithoutAHelpFolderNothingIsShownAndTheDialogGoesOn)
+TEST_F(HelpTest, WithoutAHelpFolderNothingIsShownAndTheDialogStaysOpen)
 {
     mb::ConflictQuestion question = conflict();
     mb::CConflictDlg dialog(question);

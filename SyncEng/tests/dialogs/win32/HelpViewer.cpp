@@ -7,7 +7,7 @@
 namespace mbtest {
 namespace {
 
-std::mutex mutex; // the dialog's thread writes, the user's reads
+std::mutex mutex; // the dialog's thread writes `all`, the thread of WindowUser reads it
 std::vector<HelpCall> all;
 
 HWND WINAPI remember(HWND window, LPCWSTR file, UINT command, DWORD_PTR topic)

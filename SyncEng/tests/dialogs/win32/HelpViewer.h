@@ -1,5 +1,5 @@
-// In the place of the system's help viewer in this process, for as long as it lives: it shows nothing and remembers what it is asked for.
-// Its entry point is turned here, since a library of the viewer's name would not be taken: Wine prefers its own to one of any folder.
+// While this object lives, replaces the system's help viewer in this process: it shows nothing and records the calls. It overwrites the
+// viewer's entry point with a jump, because Wine prefers its own library to any other of that name.
 #pragma once
 #include <array>
 #include <filesystem>

@@ -10,7 +10,7 @@
 namespace mbtest {
 namespace {
 
-// The points of a window, top row first, three bytes each.
+// The pixels of a window, top row first, three bytes for each pixel.
 struct Points {
     UINT width = 0, height = 0;
     std::vector<BYTE> bytes;
@@ -24,7 +24,7 @@ Points pointsOf(HWND window)
     Points points{static_cast<UINT>(frame.right - frame.left), static_cast<UINT>(frame.bottom - frame.top), {}};
     const int width = static_cast<int>(points.width), height = static_cast<int>(points.height);
     HDC source = GetWindowDC(window), memory = CreateCompatibleDC(source);
-    SetLayout(source, 0); // as it is seen, also where it runs from right to left
+    SetLayout(source, 0); // do not mirror a right-to-left window
     BITMAPINFO info{};
     info.bmiHeader = {sizeof info.bmiHeader, width, -height, 1, 24, BI_RGB, 0, 0, 0, 0, 0};
     void* bits = nullptr;
@@ -41,7 +41,7 @@ Points pointsOf(HWND window)
     return points;
 }
 
-// The encoder is asked for by its class: the tests hide the list of all encoders along with the registry.
+// Creates the encoder by its class, because the tests hide the registry's list of encoders.
 void writePng(Points points, const std::filesystem::path& file)
 {
     com::Ptr<IWICImagingFactory> factory;
@@ -72,7 +72,7 @@ void savePicture(HWND window, const std::string& name)
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const std::filesystem::path folder = SCREENSHOT_FOLDER;
     std::filesystem::create_directories(folder);
-    const platform::Apartment apartment; // the thread is the user's own
+    const platform::Apartment apartment; // WindowUser's thread has not entered the component runtime
     writePng(pointsOf(window), folder / (name + ".png"));
 }
 

@@ -1,11 +1,11 @@
-// Pictures of windows, kept beside the build for whoever wants to see them.
+// Saves screenshots of windows in the build folder.
 #pragma once
 #include "com.h"
 #include <string>
 
 namespace mbtest {
 
-// Writes the window as it is on the screen to NAME.png in the folder of screenshots; throws if it cannot.
+// Saves a screenshot of the window as NAME.png in the folder of screenshots. Throws com::Error or a file system error.
 void savePicture(HWND window, const std::string& name);
 
 } // namespace mbtest

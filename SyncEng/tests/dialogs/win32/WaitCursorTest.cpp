@@ -1,4 +1,4 @@
-// The wait cursor over work that may take long: it shows while the parts of the work are called, and then the former one again.
+// The wait cursor is shown during work that may take long, and the former cursor afterwards.
 #include "../MergeFake.h"
 #include "dialogs/MergeConflict.h"
 #include "foundation/ClassTable.h"
@@ -13,7 +13,7 @@ using testing::Each;
 using testing::IsEmpty;
 using testing::Not;
 
-std::vector<HCURSOR> seen; // by the parts of the work
+std::vector<HCURSOR> seen; // the cursors during the work, recorded by the fakes that it calls
 
 HCURSOR systemCursor(LPCWSTR name)
 {
@@ -48,12 +48,12 @@ class WaitCursorTest : public mbtest::DialogsTest {
 protected:
     WaitCursorTest() : former_(SetCursor(cross)) {}
     ~WaitCursorTest() override { SetCursor(former_); }
-    // Does the work, which is to be seen from its inside at least once.
+    // Does the work. Expects the wait cursor each time that a fake is called, at least once.
     template <class F> void expectWaiting(F&& work) const
     {
         seen.clear();
         work();
-        EXPECT_EQ(GetCursor(), cross) << "the former one is back";
+        EXPECT_EQ(GetCursor(), cross) << "the former cursor is restored";
         EXPECT_THAT(seen, AllOf(Not(IsEmpty()), Each(wait)));
     }
     const HCURSOR cross = systemCursor(IDC_CROSS), wait = systemCursor(IDC_WAIT);
@@ -64,12 +64,12 @@ private:
 
 } // namespace
 
-TEST_F(WaitCursorTest, OverResetAndOkOfTheFieldMapping)
+TEST_F(WaitCursorTest, IsShownDuringResetAndOkOfTheFieldMapping)
 {
     s.makeMap();
     const mb::ClassOverride watching(watchingRows);
     user.script.emplace_back([&](mb::Dialog& dialog) {
-        EXPECT_EQ(GetCursor(), cross) << "none while the user thinks";
+        EXPECT_EQ(GetCursor(), cross) << "no wait cursor while the dialog waits for the user";
         expectWaiting([&] { dialog.press(1039); });
         expectWaiting([&] { dialog.press(mb::idOk); });
     });
@@ -77,7 +77,7 @@ TEST_F(WaitCursorTest, OverResetAndOkOfTheFieldMapping)
     EXPECT_TRUE(user.script.empty());
 }
 
-TEST_F(WaitCursorTest, OverAMergeUntilItsWindowIsClosed)
+TEST_F(WaitCursorTest, IsShownDuringAMergeUntilItsWindowIsClosed)
 {
     const mbtest::RegisteredMerge component;
     told.atShow = [] { seen.push_back(GetCursor()); };

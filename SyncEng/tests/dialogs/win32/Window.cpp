@@ -29,7 +29,7 @@ void eventually(const std::string& what, const std::function<bool()>& isSo)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
     while (!isSo()) {
-        if (std::chrono::steady_clock::now() > end) throw std::runtime_error("it did not come to be: " + what);
+        if (std::chrono::steady_clock::now() > end) throw std::runtime_error("timed out waiting for: " + what);
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
     }
 }
@@ -132,7 +132,7 @@ void List::clickRow(int row) const
     click(window_, {label.left + 5, (label.top + label.bottom) / 2});
 }
 
-// A refusal opens a message before the click is over, so it is not waited for.
+// Does not wait for the click to end: the dialog may open a message meanwhile.
 void List::clickBox(int row) const
 {
     const RECT label = partOf(row, LVIR_LABEL);

@@ -1,4 +1,4 @@
-// A dialog's window as a user sees it: its controls read, and acted on through messages and the mouse.
+// A dialog's window as a user sees it. Reads its controls, and acts on them through messages and the mouse.
 #pragma once
 #include "com.h"
 #include <commctrl.h>
@@ -8,7 +8,7 @@
 
 namespace mbtest {
 
-// Waits until it is so; throws with the words if it does not come to be.
+// Waits until isSo() returns true. Throws an exception that names `what` after 20 seconds.
 void eventually(const std::string& what, const std::function<bool()>& isSo);
 
 class List {
@@ -16,25 +16,25 @@ public:
     explicit List(HWND window) : window_(window) {}
     [[nodiscard]] int rowCount() const;
     [[nodiscard]] std::u16string cell(int row, int column) const;
-    // The cells of a row, with a star in front if it is checked.
+    // Returns the cells of a row, with a star in front of the first if the row is checked.
     [[nodiscard]] std::vector<std::u16string> row(int number) const;
     [[nodiscard]] std::vector<std::u16string> column(int number) const;
     [[nodiscard]] std::vector<std::u16string> headers() const;
     [[nodiscard]] std::vector<int> widths() const;
-    // What the widest text of the column takes, its header's among them.
+    // Returns the width that the widest text of the column needs, including its header.
     [[nodiscard]] int widthWanted(int column) const;
-    // "^" or "v" where a column has an arrow, else blank.
+    // Returns one character for each column: "^" or "v" for a sort arrow, else a blank.
     [[nodiscard]] std::string arrows() const;
     [[nodiscard]] bool isChecked(int row) const;
     [[nodiscard]] int selection() const;
-    [[nodiscard]] int litRow() const; // that would take what is dragged
+    [[nodiscard]] int litRow() const; // the row that is highlighted as the target of a drag
     [[nodiscard]] int topRow() const;
     [[nodiscard]] DWORD extendedStyle() const;
 
     void clickRow(int row) const;
     void clickBox(int row) const;
     void clickHeader(int column) const;
-    // Of the screen, in the middle of the row's left cell.
+    // Returns the middle of the row's left cell, in screen coordinates.
     [[nodiscard]] POINT middleOf(int row) const;
     [[nodiscard]] RECT onScreen() const;
     [[nodiscard]] HWND window() const noexcept { return window_; }
@@ -61,21 +61,21 @@ public:
     [[nodiscard]] bool isEnabled(int id) const { return IsWindowEnabled(part(id)) != FALSE; }
     [[nodiscard]] bool isVisible(int id) const { return IsWindowVisible(part(id)) != FALSE; }
     [[nodiscard]] int focus() const;
-    // The controls that the tab key leads through, from the focus on.
+    // Returns the controls in tab order, from the focus on.
     [[nodiscard]] std::vector<int> tabOrder() const;
-    // The texts of all parts, in their order.
+    // Returns the texts of all child windows, in their order.
     [[nodiscard]] std::vector<std::u16string> texts() const;
 
     void press(int id) const;  // does not wait: another window may open
     void choose(int id) const; // a radio or a check box
-    void close() const;        // by its cross
+    void close() const;        // by the close button
     void keepPicture(const std::string& name) const;
 
 private:
     HWND window_;
 };
 
-// The real mouse: points are of the screen.
+// Moves the real mouse. Points are in screen coordinates.
 void moveMouse(POINT at);
 void holdButton();
 void releaseButton();

@@ -69,7 +69,7 @@ std::u16string WindowUser::answerMessage() const
     const Window message = window(u"Mirabook Synchronization");
     std::u16string text;
     for (const std::u16string& part : message.texts())
-        if (part.size() > text.size()) text = part; // the other parts are an icon and a button
+        if (part.size() > text.size()) text = part; // the longest text is the message; the others belong to an icon and a button
     PostMessageW(message.handle(), WM_COMMAND, IDOK, 0);
     eventually("the end of the message", [&] { return !IsWindow(message.handle()); });
     return text;

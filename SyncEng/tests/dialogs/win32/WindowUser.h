@@ -1,5 +1,5 @@
-// A user at the windows of this thread: acts in a thread of its own while this one shows a dialog. What goes wrong fails the test, and
-// every window is closed then, so that no test waits for ever.
+// Plays the user of the windows that the constructing thread shows: runs `acts` in another thread. An exception in `acts` fails the test
+// and closes every window, so that no test waits for ever.
 #pragma once
 #include "Window.h"
 #include <atomic>
@@ -15,11 +15,11 @@ public:
     explicit WindowUser(Acts acts);
     WindowUser(const WindowUser&) = delete;
     WindowUser& operator=(const WindowUser&) = delete;
-    ~WindowUser(); // waits for the last act
+    ~WindowUser(); // waits until `acts` has returned
 
-    // The window with the caption that takes input, once it is there.
+    // Waits for an enabled window with the caption, and returns it.
     [[nodiscard]] Window window(std::u16string_view caption) const;
-    // The message that is shown: its text. It is answered with OK.
+    // Waits for a message, answers it with OK and returns its text.
     std::u16string answerMessage() const;
 
 private:

@@ -1,4 +1,4 @@
-// Two open fakes with a contact in conflict, and dialogs shown in their real windows.
+// Fixture with two open fakes that hold a contact in conflict. Dialogs are shown in real windows.
 #pragma once
 #include "../DialogsFixture.h"
 #include "dialogs/CConfirmationDlg.h"
@@ -11,7 +11,7 @@ class WindowsTest : public DialogsTest {
 protected:
     WindowsTest()
     {
-        mb::SetFrontEnd(nullptr); // the platform's own; the fixture puts the former one back
+        mb::SetFrontEnd(nullptr); // the platform's front end; the base class restores the former one
         id1 = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCompany, u"Analytical Engines"}, {ftCity1, u"Paris"}});
         id2 = s.two().add({{ftFirstName, u"Augusta"}, {ftLastName, u"Lovelace"}, {ftCity1, u"Rome"}});
     }
@@ -43,7 +43,7 @@ protected:
         question.ConflictTotal = 3;
         return question;
     }
-    // Additions to side 1, a change of side 1's contact, and a deletion on each side.
+    // Returns a plan with two additions to side 1, a change on side 1, and a deletion on each side.
     mb::PlannedChanges changes()
     {
         const auto add = [&](FakeStore& store, const char16_t* first, const char16_t* last, const char16_t* company) {
