@@ -11,7 +11,7 @@ protected:
         EXPECT_EQ(translator.as<ICategories>()->InitializeCategories(subject().services.get(), nullptr, VARIANT_FALSE), S_OK);
         return translator;
     }
-    // The names of the list.
+    // Returns the names in the list of categories.
     std::vector<std::u16string> names(const Translator& translator)
     {
         std::vector<std::u16string> all;
@@ -28,7 +28,7 @@ protected:
     Values named(const char16_t* name) { return {{fieldOf(ftLastName), name}}; }
 };
 
-// What a store does by rules of its own; the list of the fake takes what it gets, apart from its contacts.
+// Rules of real stores. The fake keeps its list of categories independent of its contacts.
 class PluginCategories : public Categories {};
 
 } // namespace
@@ -37,7 +37,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-TEST_P(Categories, AddedNamesAreThereTheNextTimeUnderTheSameIdentifiers)
+TEST_P(Categories, AddedNamesKeepTheirIdentifiersAfterReopening)
 {
     Translator translator = openCategories();
     EXPECT_THAT(ids(translator), IsEmpty());
@@ -76,7 +76,7 @@ TEST_P(Categories, ANameIsDeleted)
     EXPECT_THAT(storedNames(), UnorderedElementsAre(u"Two", u"Three"));
 }
 
-TEST_P(Categories, TheyAreNoContactsAndContactsAreNone)
+TEST_P(Categories, CategoriesAndContactsAreSeparate)
 {
     Translator translator = openCategories();
     (void)addAlone(translator, named(u"Friends"));
@@ -91,7 +91,7 @@ TEST_P(Categories, TheyAreNoContactsAndContactsAreNone)
     close(translator);
 }
 
-TEST_P(PluginCategories, NamesThatContactsBearAreOfTheListAsLongAsTheyDo)
+TEST_P(PluginCategories, TheListHasTheCategoriesThatContactsUse)
 {
     Translator translator = open();
     const std::size_t categories = fieldOf(ftCategories);
@@ -100,7 +100,7 @@ TEST_P(PluginCategories, NamesThatContactsBearAreOfTheListAsLongAsTheyDo)
     (void)add(translator, {{fieldOf(ftLastName), u"Babbage"}, {categories, u"work,Büro"}});
     end(translator);
     close(translator);
-    EXPECT_THAT(storedNames(), testing::SizeIs(3)) << "one name, whatever its case";
+    EXPECT_THAT(storedNames(), testing::SizeIs(3)) << "names that differ only in case are one category";
     EXPECT_THAT(storedNames(), testing::IsSupersetOf({u"Friends", u"Büro"}));
     translator = open();
     (void)editAlone(translator, id, {{categories, u"Work"}});
@@ -108,18 +108,18 @@ TEST_P(PluginCategories, NamesThatContactsBearAreOfTheListAsLongAsTheyDo)
     EXPECT_THAT(storedNames(), testing::Not(testing::Contains(u"Friends")));
 }
 
-TEST_P(PluginCategories, ANameThatIsThereAlreadyIsNotAddedTwice)
+TEST_P(PluginCategories, AnExistingNameIsNotAddedTwice)
 {
     Translator translator = openCategories();
     const std::u16string id = addAlone(translator, named(u"Friends"));
     EXPECT_EQ(addAlone(translator, named(u"FRIENDS")), id);
     const std::u16string other = addAlone(translator, named(u"Work"));
-    EXPECT_EQ(editAlone(translator, other, named(u"Friends")), id) << "two that come to be of one name are one";
+    EXPECT_EQ(editAlone(translator, other, named(u"Friends")), id) << "two categories that get the same name become one";
     close(translator);
     EXPECT_THAT(storedNames(), ElementsAre(u"Friends"));
 }
 
-TEST_P(PluginCategories, AnAbortedBatchLeavesTheListAsItWas)
+TEST_P(PluginCategories, AnAbortedBatchLeavesTheListUnchanged)
 {
     Translator translator = openCategories();
     (void)addAlone(translator, named(u"Friends"));

@@ -3,7 +3,7 @@
 namespace mbtest {
 namespace {
 
-// E_NOTIMPL is the answer of a store without batches.
+// A store without batches returns E_NOTIMPL.
 bool batchSucceeded(HRESULT hr) { return SUCCEEDED(hr) || hr == E_NOTIMPL; }
 
 std::vector<ListedField> fieldsOf(const Translator& translator)
@@ -40,7 +40,7 @@ void Conformance::SetUp()
 void Conformance::TearDown()
 {
     ASSERT_TRUE(subject_);
-    EXPECT_TRUE(subject_->allReturned()) << "an object was not given back";
+    EXPECT_TRUE(subject_->allReturned()) << "an object was not released";
 }
 
 Translator Conformance::open()

@@ -1,4 +1,5 @@
-// What the tests of the suite share: a store of the contender, its fields, and the steps by which the engine reads and writes a record.
+// Fixture of the conformance suite: a store of the translator under test, its fields, and the steps by which the engine reads and writes a
+// record.
 #pragma once
 #include "Contender.h"
 
@@ -14,7 +15,7 @@ struct ListedField {
     ULONG maxLength = 0, flags = 0;
 };
 
-// By the position of the field in the list.
+// Values by the index of their field in `fields_`.
 using Values = std::map<std::size_t, std::u16string>;
 using Translator = com::Ptr<ITranslator>;
 
@@ -24,22 +25,22 @@ protected:
     void TearDown() override;
 
     Subject& subject() { return *subject_; }
-    // A new object over the store, opened.
+    // Returns a new translator that is open on the store.
     Translator open();
     static void close(Translator& translator);
 
     [[nodiscard]] std::vector<std::size_t> textFields() const;
-    [[nodiscard]] std::size_t fieldOf(LONG type) const; // the first text field where the store has none of the type
+    [[nodiscard]] std::size_t fieldOf(LONG type) const; // the first text field if the store has no field of the type
 
-    // The record's identifier after its save. The batch is the caller's.
+    // Both return the record's identifier after its save. Requires: the caller began a batch.
     std::u16string add(const Translator& translator, const Values& values);
     std::u16string edit(const Translator& translator, const std::u16string& id, const Values& values);
-    // In a batch of its own.
+    // The same in a separate batch.
     std::u16string addAlone(const Translator& translator, const Values& values);
     std::u16string editAlone(const Translator& translator, const std::u16string& id, const Values& values);
     static void removeAlone(const Translator& translator, const std::u16string& id);
 
-    // All text fields that are not empty.
+    // Returns the values of all text fields that are not empty.
     Values read(const Translator& translator, const std::u16string& id);
     static std::vector<std::u16string> ids(const Translator& translator);
     static DATE modified(const Translator& translator, const std::u16string& id);

@@ -21,7 +21,7 @@ public:
     {
         const fs::path path = folder.path() / database;
         fs::create_directories(isFolder ? path : path.parent_path());
-        if (path.extension() == ".vcf") folder.write(database, ""); // the others are made where they are set up
+        if (path.extension() == ".vcf") folder.write(database, ""); // Initialize creates the other kinds of store
         services->values[u"Database"] = path.u16string();
         const com::Ptr<ITranslator> translator = plugin_.create();
         EXPECT_EQ(translator->Initialize(services.get(), nullptr, VARIANT_TRUE), S_OK);
@@ -89,7 +89,7 @@ std::vector<Contender> contenders()
         plugin("VCardFile", VCARD_PLUGIN, vcardClass, "cards/all.vcf"),
         {"Notebook", plugin("", NOTEBOOK_PLUGIN, notebookClass, "notes/contacts.txt").make, false, true},
     };
-    const std::string cardFile = CARDFILE_PLUGIN; // empty where it is not built
+    const std::string cardFile = CARDFILE_PLUGIN; // empty if the plug-in is not built
     if (!cardFile.empty()) all.push_back(plugin("CardFile", CARDFILE_PLUGIN, cardFileClass, "cards/contacts.mbc"));
     return all;
 }

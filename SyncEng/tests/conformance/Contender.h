@@ -1,4 +1,4 @@
-// A translator that takes part in the suite, and a fresh, empty store of it for one test.
+// A Contender is a translator that the suite tests; a Subject is a new, empty store of it for one test.
 #pragma once
 #include "CallLog.h"
 #include "FakeServices.h"
@@ -16,22 +16,22 @@ namespace mbtest {
 class Subject {
 public:
     virtual ~Subject() = default;
-    // An object as the engine gets one: made by its class, not opened.
+    // Returns a new translator that is not opened, created by its class as for the engine.
     virtual com::Ptr<ITranslator> create() = 0;
-    // Whether every object was given back.
+    // Whether every object was released.
     virtual bool allReturned() const = 0;
-    // What the calls broke, for a translator that watches them.
+    // Returns calls that broke the contract, if the translator records them.
     virtual std::vector<std::string> violations() const { return {}; }
 
     TestFolder folder;
-    com::Ptr<FakeServices> services = com::make<FakeServices>(); // its settings name the store
+    com::Ptr<FakeServices> services = com::make<FakeServices>(); // its settings contain the path of the store
 };
 
 struct Contender {
     std::string name;
     std::function<std::unique_ptr<Subject>()> make;
-    bool hasPictures = true; // and a list of categories
-    bool isPlugin = true;    // opened by the path of a database, which it keeps by rules of its own
+    bool hasPictures = true; // has image fields and a list of categories
+    bool isPlugin = true;    // a real plug-in with a store on disk, not a fake
     friend void PrintTo(const Contender& contender, std::ostream* out) { *out << contender.name; }
 };
 

@@ -1,4 +1,4 @@
-// What the engine demands of a translator that knows its duplicates: it links what is named without asking again.
+// The rules for a translator that offers IDuplicateFinder. The engine links the records that it names without a further check.
 #include "ConformanceTest.h"
 #include "FakeTranslator.h"
 #include "RegisteredMap.h"
@@ -33,7 +33,7 @@ protected:
         for (const auto& [type, text] : byType) values[fieldOf(type)] = text;
         return values;
     }
-    // What is named for each of the other store's records, in their order.
+    // Returns the record that the translator names for each record of the other store, in their order.
     std::vector<std::u16string> named(const Translator& translator, const std::vector<std::u16string>& known = {})
     {
         const auto finder = translator.as<IDuplicateFinder>();
@@ -79,7 +79,7 @@ TEST_P(DuplicateFinders, OnlyARecordThatIsEqualInEveryMappedFieldIsNamed)
     close(translator);
 }
 
-TEST_P(DuplicateFinders, ContactsOfOneNameMeetByTheirMailWhateverTheirOrder)
+TEST_P(DuplicateFinders, ContactsWithOneNameArePairedByTheirMailInAnyOrder)
 {
     Translator translator = open();
     std::vector<std::u16string> partners;
@@ -99,7 +99,7 @@ TEST_P(DuplicateFinders, ContactsOfOneNameMeetByTheirMailWhateverTheirOrder)
     close(translator);
 }
 
-TEST_P(DuplicateFinders, EachRecordIsNamedOnceAndAKnownOneNever)
+TEST_P(DuplicateFinders, EachRecordIsNamedOnlyOnceAndALinkedOneNever)
 {
     Translator translator = open();
     begin(translator);
@@ -108,13 +108,13 @@ TEST_P(DuplicateFinders, EachRecordIsNamedOnceAndAKnownOneNever)
     end(translator);
     for (int i = 0; i < 4; ++i) other_->add(smith_);
     EXPECT_THAT(named(translator), UnorderedElementsAre(equal[0], equal[1], equal[2], u""));
-    EXPECT_EQ(named(translator), named(translator)) << "always in the same order";
+    EXPECT_EQ(named(translator), named(translator)) << "repeated searches have the same result";
     EXPECT_THAT(named(translator, {equal[1]}), UnorderedElementsAre(equal[0], equal[2], u"", u""));
     EXPECT_THAT(named(translator, equal), ElementsAre(u"", u"", u"", u""));
     close(translator);
 }
 
-TEST_P(DuplicateFinders, AnAbortIsHandedBackAndEveryReadingIsEnded)
+TEST_P(DuplicateFinders, AnAbortIsReturnedAndEveryOpenRecordIsClosed)
 {
     Translator translator = open();
     const std::u16string equal = addAlone(translator, values(smith_));
@@ -133,7 +133,7 @@ TEST_P(DuplicateFinders, AnAbortIsHandedBackAndEveryReadingIsEnded)
     close(translator);
 }
 
-TEST_P(DuplicateFinders, CategoriesHaveNone)
+TEST_P(DuplicateFinders, CategoriesHaveNoDuplicateFinder)
 {
     Translator translator = subject().create();
     ASSERT_EQ(translator.as<ICategories>()->InitializeCategories(subject().services.get(), nullptr, VARIANT_FALSE), S_OK);

@@ -4,7 +4,7 @@
 
 namespace mbtest {
 
-// The fixture lists the fields of an object that was never opened.
+// fields_ was listed from an object that was never opened.
 TEST_P(Conformance, FieldsAreListedWithoutAnOpenStore)
 {
     std::set<std::u16string> guids, names;
@@ -23,7 +23,7 @@ TEST_P(Conformance, FieldsAreListedWithoutAnOpenStore)
     }
 }
 
-TEST_P(Conformance, TheNameOfAContactHasFields)
+TEST_P(Conformance, TheNamesOfAContactHaveFields)
 {
     for (const LONG type : {LONG{ftFirstName}, LONG{ftLastName}, LONG{ftCompany}, LONG{ftPhone}, LONG{ftEmail1}})
         EXPECT_EQ(fields_[fieldOf(type)].type, type);

@@ -48,7 +48,7 @@ TEST_P(Conformance, AnUnknownOrStrangeIdentifierIsRefusedByEveryMethod)
     Translator translator = open();
     const std::u16string known = addAlone(translator, {{fieldOf(ftLastName), u"Lovelace"}});
     const Values values = read(translator, known);
-    // What a path made of an identifier could reach.
+    // Files that could be reached if an identifier were used as a path.
     const std::string card = "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Decoy;;;;\r\nFN:Decoy\r\nEND:VCARD\r\n";
     subject().folder.write("x", card);
     subject().folder.write("x.vcf", card);
@@ -83,10 +83,10 @@ TEST_P(Conformance, AnUnknownOrStrangeIdentifierIsRefusedByEveryMethod)
     close(translator);
 }
 
-TEST_P(Conformance, AnIdentifierNamesNoPlaceOutsideOfTheStore)
+TEST_P(Conformance, AnIdentifierIsNeverAPathOutsideOfTheStore)
 {
     Translator translator = open();
-    // A record's content may be anything; what it is stored under is the store's own choice.
+    // A record may have any content. The store chooses the identifier, which must not become a path.
     for (const char16_t* name : {u"../../escape", u"/tmp/escape", u"con", u"a\\b:c*?\"<>|", u"..", u"."}) {
         const std::u16string id = addAlone(translator, {{fieldOf(ftLastName), name}, {fieldOf(ftFirstName), name}});
         EXPECT_EQ(id.find(u'/'), id.npos);

@@ -9,7 +9,7 @@ namespace fs = std::filesystem;
 
 std::string bytesOf(const fs::path& file, const TestFolder& folder) { return folder.read(file); }
 
-// The pictures of one record, as the engine asks for them.
+// Reads the images of one record, as the engine does.
 class Pictures {
 public:
     Pictures(const Translator& translator, const std::u16string& id, const std::vector<ListedField>& fields)
@@ -43,7 +43,7 @@ public:
         EXPECT_EQ(images_->EndReadImageData(id_.get(), field(type)), S_OK);
         return text.text();
     }
-    // The bytes of the file that is given; the file is taken and deleted, as the engine does.
+    // Returns the bytes of the file that the translator hands out, and deletes the file as the engine does.
     std::string read(LONG type, const TestFolder& folder)
     {
         com::Variant value;
@@ -93,7 +93,7 @@ protected:
 
 } // namespace
 
-TEST_P(Images, TheFieldsAreOfTheirKindAndTravelAsJpegFiles)
+TEST_P(Images, ImageFieldsHaveTheirTypeAndUseJpegFiles)
 {
     EXPECT_EQ(fields_[front].dataType, dtImage);
     EXPECT_EQ(fields_[back].dataType, dtImage);
@@ -103,7 +103,7 @@ TEST_P(Images, TheFieldsAreOfTheirKindAndTravelAsJpegFiles)
     EXPECT_EQ(caps & (capDIBImage | capBMPFile | capJPEGFile), ULONG{capJPEGFile});
 }
 
-TEST_P(Images, PicturesComeBackAsTheyWereWritten)
+TEST_P(Images, ImagesAreReadAsTheyWereWritten)
 {
     Translator translator = open();
     const std::u16string id = addAlone(translator, {{last, u"Lovelace"}, {front, small.u16string()}, {back, large.u16string()}});
@@ -115,17 +115,17 @@ TEST_P(Images, PicturesComeBackAsTheyWereWritten)
             EXPECT_EQ(pictures.size(ftImage2), static_cast<LONGLONG>(fs::file_size(large)));
             EXPECT_EQ(pictures.read(ftImage1, subject().folder), content(small));
             EXPECT_EQ(pictures.read(ftImage2, subject().folder), content(large));
-            EXPECT_EQ(pictures.read(ftImage2, subject().folder), content(large)) << "each reader has a file of its own";
+            EXPECT_EQ(pictures.read(ftImage2, subject().folder), content(large)) << "each read creates another file";
             EXPECT_NE(pictures.hash(ftImage1), pictures.hash(ftImage2));
         }
         close(translator);
         translator = open();
     }
-    EXPECT_TRUE(fs::exists(small)) << "what was written is the engine's";
+    EXPECT_TRUE(fs::exists(small)) << "the written file still belongs to the engine";
     close(translator);
 }
 
-TEST_P(Images, ARecordWithoutAPictureSaysSo)
+TEST_P(Images, ARecordWithoutAnImageReportsNone)
 {
     Translator translator = open();
     const std::u16string id = addAlone(translator, {{last, u"Lovelace"}, {front, u""}, {back, small.u16string()}});
@@ -147,7 +147,7 @@ TEST_P(Images, APictureIsReplacedAndRemoved)
     for (const fs::path& next : {large, fs::path()}) {
         id = editAlone(translator, id, {{front, next.u16string()}});
         EXPECT_EQ(held(translator, id, ftImage1), next.empty() ? "" : content(next));
-        EXPECT_GT(modified(translator, id), before) << "a picture alone moves the date";
+        EXPECT_GT(modified(translator, id), before) << "a change of only the image changes the date";
         before = modified(translator, id);
     }
     close(translator);
@@ -169,7 +169,7 @@ TEST_P(Images, AChangeOfAnotherFieldLeavesThePicture)
     close(translator);
 }
 
-TEST_P(Images, TheRecordBeingEditedTellsOfItsPictures)
+TEST_P(Images, ARecordThatIsBeingEditedReportsItsImages)
 {
     Translator translator = open();
     const std::u16string id = addAlone(translator, {{last, u"Lovelace"}, {front, small.u16string()}});
@@ -190,7 +190,7 @@ TEST_P(Images, TheRecordBeingEditedTellsOfItsPictures)
     close(translator);
 }
 
-TEST_P(Images, ARunWithoutImagesSeesNoneAndChangesNone)
+TEST_P(Images, ARunWithoutImagesReadsNoneAndChangesNone)
 {
     Translator translator = open();
     std::u16string id = addAlone(translator, {{last, u"Lovelace"}, {front, small.u16string()}});

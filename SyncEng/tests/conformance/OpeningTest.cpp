@@ -16,7 +16,7 @@ TEST_P(Conformance, AnEmptyStoreHasNoRecords)
     close(translator);
 }
 
-TEST_P(PluginOpening, AStoreWithoutADatabaseSaysWhatIsMissing)
+TEST_P(PluginOpening, AStoreWithoutADatabaseReportsWhatIsMissing)
 {
     for (const bool absent : {true, false}) {
         subject().services->values.clear();
@@ -27,11 +27,11 @@ TEST_P(PluginOpening, AStoreWithoutADatabaseSaysWhatIsMissing)
         com::Bstr message1, message2;
         EXPECT_EQ(translator.as<ITranslatorInfo>()->GetLastError(code.put(), message1.put(), message2.put()), S_OK);
         EXPECT_GT(message1.view().size(), 10u);
-        (void)translator->Cleanup(); // comes after a failure, too
+        (void)translator->Cleanup(); // is also called after a failure
     }
 }
 
-TEST_P(PluginOpening, ADatabaseInAFolderThatDoesNotExistIsRefusedAndNothingIsMade)
+TEST_P(PluginOpening, ADatabaseInAMissingFolderIsRefusedAndNothingIsCreated)
 {
     const auto path = subject().folder.path() / "none" / "deeper" / "store";
     subject().services->values[u"Database"] = path.u16string();
@@ -41,7 +41,7 @@ TEST_P(PluginOpening, ADatabaseInAFolderThatDoesNotExistIsRefusedAndNothingIsMad
     EXPECT_FALSE(std::filesystem::exists(subject().folder.path() / "none"));
 }
 
-TEST_P(Conformance, TheDatabaseIsToldAndSetWithoutAnOpenStore)
+TEST_P(Conformance, TheDatabaseCanBeReadAndSetWithoutAnOpenStore)
 {
     const Translator translator = subject().create();
     com::Bstr database, description;
@@ -52,15 +52,15 @@ TEST_P(Conformance, TheDatabaseIsToldAndSetWithoutAnOpenStore)
     EXPECT_FALSE(description.empty());
 }
 
-TEST_P(Conformance, ItCanSynchronise)
+TEST_P(Conformance, TheCapabilitiesAllowSynchronisation)
 {
     const Translator translator = subject().create();
     ULONG caps = 0;
     EXPECT_EQ(translator->GetTranslatorCaps(&caps), S_OK);
-    EXPECT_NE(caps & (capRecordGUIDs | capTimestamps), 0u) << "without either no record is ever linked";
+    EXPECT_NE(caps & (capRecordGUIDs | capTimestamps), 0u) << "without both no record can be linked";
 }
 
-TEST_P(Conformance, NothingOfAStoreWorksBeforeItIsOpened)
+TEST_P(Conformance, EveryCallFailsBeforeTheStoreIsOpened)
 {
     const Translator translator = subject().create();
     LONG count = 0;
@@ -76,13 +76,13 @@ TEST_P(Conformance, NothingOfAStoreWorksBeforeItIsOpened)
     EXPECT_TRUE(FAILED(translator->BeginUpdate()));
 }
 
-TEST_P(Conformance, AfterCleanupANewObjectTakesOver)
+TEST_P(Conformance, AfterCleanupANewObjectCanBeUsed)
 {
     Translator first = open();
     const std::u16string id = addAlone(first, {{fieldOf(ftLastName), u"Lovelace"}});
     EXPECT_EQ(first->Cleanup(), S_OK);
     LONG count = 0;
-    EXPECT_TRUE(FAILED(first->GetRecordCount(&count))) << "the old object is done with";
+    EXPECT_TRUE(FAILED(first->GetRecordCount(&count))) << "the object is closed";
     EXPECT_TRUE(FAILED(first->FindRecord(bstr(id).get())));
     EXPECT_EQ(first->Cleanup(), S_OK);
     Translator second = open();
@@ -92,7 +92,7 @@ TEST_P(Conformance, AfterCleanupANewObjectTakesOver)
 
 TEST_P(Conformance, CleanupOfAnObjectThatWasNeverOpenedIsHarmless) { EXPECT_EQ(subject().create()->Cleanup(), S_OK); }
 
-TEST_P(Conformance, AnObjectThatIsDroppedWithoutCleanupLosesNothingSaved)
+TEST_P(Conformance, AnObjectThatIsReleasedWithoutCleanupLosesNoSavedRecord)
 {
     std::u16string id;
     {

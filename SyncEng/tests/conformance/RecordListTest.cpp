@@ -54,7 +54,7 @@ TEST_P(Conformance, ADeletedRecordIsGoneAndTheOthersStay)
     close(translator);
 }
 
-TEST_P(Conformance, IdentifiersAndValuesOutliveTheObject)
+TEST_P(Conformance, IdentifiersAndValuesStayAfterReopening)
 {
     Translator translator = open();
     std::map<std::u16string, Values> kept;
@@ -74,13 +74,13 @@ TEST_P(Conformance, IdentifiersAndValuesOutliveTheObject)
         EXPECT_EQ(ids(translator).size(), kept.size());
         for (const auto& [id, values] : kept) {
             EXPECT_EQ(read(translator, id), values);
-            EXPECT_EQ(modified(translator, id), dates[id]) << "reading and reopening is no change";
+            EXPECT_EQ(modified(translator, id), dates[id]) << "reading and reopening do not change the date";
         }
         close(translator);
     }
 }
 
-TEST_P(Conformance, ADateMovesWithEveryChangeOfItsRecordAlone)
+TEST_P(Conformance, EveryChangeOfARecordChangesItsDateAndNoOther)
 {
     Translator translator = open();
     std::u16string id = addAlone(translator, {{fieldOf(ftLastName), u"Lovelace"}});
@@ -88,7 +88,7 @@ TEST_P(Conformance, ADateMovesWithEveryChangeOfItsRecordAlone)
     const DATE ofOther = modified(translator, other);
     DATE last = modified(translator, id), made = 0;
     EXPECT_GT(last, 36526.0) << "after the year 2000";
-    for (std::size_t n = 0; n < 12; ++n) { // faster than a file's date moves
+    for (std::size_t n = 0; n < 12; ++n) { // faster than the resolution of a file's date
         id = editAlone(translator, id, {{fieldOf(ftFirstName), numbered(u"Ada ", n)}});
         const DATE now = modified(translator, id);
         EXPECT_GT(now, last) << "change " << n;
@@ -122,7 +122,7 @@ TEST_P(Conformance, ASecondObjectSeesWhatTheFirstWrote)
     close(writer);
 }
 
-TEST_P(Conformance, WhatIsNotSavedIsNotThere)
+TEST_P(Conformance, RecordsThatAreNotSavedAreNotStored)
 {
     Translator translator = open();
     const std::u16string id = addAlone(translator, {{fieldOf(ftLastName), u"Lovelace"}});
@@ -133,9 +133,9 @@ TEST_P(Conformance, WhatIsNotSavedIsNotThere)
     EXPECT_EQ(translator->WriteField(made.get(), fields_[fieldOf(ftLastName)].guid, com::Variant(u"Nobody")), S_OK);
     EXPECT_TRUE(FAILED(translator->FindRecord(made.get())));
     EXPECT_EQ(ids(translator), std::vector{id});
-    EXPECT_EQ(translator->BeginEditRecord(bstr(id).get()), S_OK); // the add is given up
+    EXPECT_EQ(translator->BeginEditRecord(bstr(id).get()), S_OK); // discards the new record
     EXPECT_EQ(translator->WriteField(bstr(id).get(), fields_[fieldOf(ftLastName)].guid, com::Variant(u"Nobody")), S_OK);
-    EXPECT_EQ(translator->Cleanup(), S_OK); // as after a failure of the other side: no EndUpdate
+    EXPECT_EQ(translator->Cleanup(), S_OK); // without EndUpdate, as after a failure of the other side
     translator = open();
     EXPECT_EQ(ids(translator), std::vector{id});
     EXPECT_EQ(read(translator, id)[fieldOf(ftLastName)], u"Lovelace");
@@ -143,7 +143,7 @@ TEST_P(Conformance, WhatIsNotSavedIsNotThere)
     close(translator);
 }
 
-TEST_P(Conformance, WhatWasSavedBeforeAFailureStaysAlsoWithoutEndUpdate)
+TEST_P(Conformance, SavedRecordsStayWithoutEndUpdate)
 {
     Translator translator = open();
     const std::u16string gone = addAlone(translator, {{fieldOf(ftLastName), u"Babbage"}});
@@ -152,7 +152,7 @@ TEST_P(Conformance, WhatWasSavedBeforeAFailureStaysAlsoWithoutEndUpdate)
     EXPECT_EQ(translator->DeleteRecord(bstr(gone).get()), S_OK);
     close(translator);
     translator = open();
-    EXPECT_EQ(ids(translator), std::vector{id}) << "the history already tells of it";
+    EXPECT_EQ(ids(translator), std::vector{id}) << "the history already contains the record";
     close(translator);
 }
 

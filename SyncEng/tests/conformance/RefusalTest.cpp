@@ -2,7 +2,7 @@
 
 namespace mbtest {
 
-TEST_P(Conformance, ANullOutPointerIsAnsweredAsSuch)
+TEST_P(Conformance, ANullOutPointerIsRefused)
 {
     Translator translator = open();
     const std::u16string id = addAlone(translator, {{fieldOf(ftLastName), u"Lovelace"}});
@@ -44,7 +44,7 @@ TEST_P(Conformance, ANullOutPointerIsAnsweredAsSuch)
     close(translator);
 }
 
-TEST_P(Conformance, AFailureLeavesOutPointersInAStateThatMayBeFreed)
+TEST_P(Conformance, AfterAFailureOutArgumentsMayBeFreed)
 {
     Translator translator = open();
     BSTR id = reinterpret_cast<BSTR>(1);
@@ -71,28 +71,28 @@ TEST_P(Conformance, AFieldOfAnotherStoreIsNeitherReadNorWritten)
     EXPECT_EQ(translator->BeginEditRecord(key.get()), S_OK);
     EXPECT_TRUE(FAILED(translator->WriteField(key.get(), com::newGuid(), com::Variant(u"x"))));
     com::Bstr saved(id);
-    EXPECT_EQ(translator->SaveRecord(saved.inOut()), S_OK) << "what is refused does not spoil the record";
+    EXPECT_EQ(translator->SaveRecord(saved.inOut()), S_OK) << "the refused field does not affect the record";
     end(translator);
     EXPECT_EQ(read(translator, saved.text())[fieldOf(ftLastName)], u"Lovelace");
     close(translator);
 }
 
-TEST_P(Conformance, OnlyTheRecordThatWasBegunIsWritten)
+TEST_P(Conformance, OnlyTheRecordThatIsBeingEditedIsWritten)
 {
     Translator translator = open();
     const std::u16string one = addAlone(translator, {{fieldOf(ftLastName), u"One"}});
     const std::u16string two = addAlone(translator, {{fieldOf(ftLastName), u"Two"}});
     const GUID& field = fields_[fieldOf(ftLastName)].guid;
     begin(translator);
-    EXPECT_TRUE(FAILED(translator->WriteField(bstr(one).get(), field, com::Variant(u"x")))) << "none was begun";
+    EXPECT_TRUE(FAILED(translator->WriteField(bstr(one).get(), field, com::Variant(u"x")))) << "no record is being edited";
     EXPECT_EQ(translator->BeginEditRecord(bstr(one).get()), S_OK);
-    EXPECT_TRUE(FAILED(translator->WriteField(bstr(two).get(), field, com::Variant(u"x")))) << "another was begun";
+    EXPECT_TRUE(FAILED(translator->WriteField(bstr(two).get(), field, com::Variant(u"x")))) << "another record is being edited";
     com::Bstr saved(two);
     EXPECT_TRUE(FAILED(translator->SaveRecord(saved.inOut())));
     saved = bstr(one);
     EXPECT_EQ(translator->SaveRecord(saved.inOut()), S_OK);
     com::Bstr twice(saved);
-    EXPECT_TRUE(FAILED(translator->SaveRecord(twice.inOut()))) << "saved already";
+    EXPECT_TRUE(FAILED(translator->SaveRecord(twice.inOut()))) << "the record is already saved";
     end(translator);
     EXPECT_EQ(read(translator, saved.text())[fieldOf(ftLastName)], u"One");
     EXPECT_EQ(read(translator, two)[fieldOf(ftLastName)], u"Two");

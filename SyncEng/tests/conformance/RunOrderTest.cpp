@@ -2,20 +2,20 @@
 
 namespace mbtest {
 
-// The steps of a run as the engine takes them, towards this store.
-TEST_P(Conformance, TheOrderOfCallsOfARun)
+// The calls on a translator in the order of a run.
+TEST_P(Conformance, TheCallsOfARunInTheirOrder)
 {
     const std::size_t first = fieldOf(ftFirstName), last = fieldOf(ftLastName);
     Translator translator = open();
     EXPECT_TRUE(ids(translator).empty());
     begin(translator);
-    // A new record: no date is asked for before its save.
+    // A new record: its date is read only after its save.
     com::Bstr id;
     EXPECT_EQ(translator->BeginAddRecord(id.put()), S_OK);
     EXPECT_EQ(translator->WriteField(id.get(), fields_[first].guid, com::Variant(u"Ada")), S_OK);
     EXPECT_EQ(translator->WriteField(id.get(), fields_[last].guid, com::Variant(u"Lovelace")), S_OK);
     EXPECT_EQ(translator->SaveRecord(id.inOut()), S_OK);
-    EXPECT_EQ(read(translator, id.text())[last], u"Lovelace") << "read back inside of the batch";
+    EXPECT_EQ(read(translator, id.text())[last], u"Lovelace") << "the record is read back inside of the batch";
     const DATE made = modified(translator, id.text());
     // A change: the target may be read before it is edited.
     EXPECT_EQ(read(translator, id.text())[first], u"Ada");
@@ -36,7 +36,7 @@ TEST_P(Conformance, TheOrderOfCallsOfARun)
     EXPECT_EQ(subject().violations(), std::vector<std::string>());
     translator = open();
     EXPECT_EQ(ids(translator), std::vector{now});
-    EXPECT_EQ(modified(translator, now), stamped) << "or the engine's own write is a change at the next run";
+    EXPECT_EQ(modified(translator, now), stamped) << "otherwise the next run takes the engine's own write for a change";
     close(translator);
 }
 
@@ -62,8 +62,8 @@ TEST_P(Conformance, OneRecordIsReadWhileAnotherIsWritten)
     close(translator);
 }
 
-// A run that is cancelled before a side is begun ends that side all the same.
-TEST_P(Conformance, TheEndOfABatchThatWasNotBegunIsNoFailure)
+// A run that is cancelled before BeginUpdate still calls EndUpdate.
+TEST_P(Conformance, EndingABatchThatWasNotBegunSucceeds)
 {
     Translator translator = open();
     end(translator);
@@ -81,10 +81,10 @@ TEST_P(Conformance, BatchesFollowEachOther)
     std::vector<std::u16string> added;
     for (int turn = 0; turn < 5; ++turn) {
         added.push_back(addAlone(translator, {{fieldOf(ftLastName), u"Same name"}}));
-        begin(translator); // with nothing in it
+        begin(translator); // an empty batch
         end(translator);
     }
-    EXPECT_THAT(ids(translator), testing::UnorderedElementsAreArray(added)) << "equal records are records of their own";
+    EXPECT_THAT(ids(translator), testing::UnorderedElementsAreArray(added)) << "equal records are separate records";
     close(translator);
 }
 

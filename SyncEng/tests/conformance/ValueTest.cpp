@@ -31,7 +31,7 @@ const std::vector<Sample>& alphabets()
     return all;
 }
 
-// Values that a store may well put into another form. What it then holds must hold still.
+// Values that a store may normalise. The normalised value must not change when it is written again.
 const std::vector<Sample>& oddities()
 {
     using namespace std::string_literals;
@@ -56,7 +56,7 @@ const std::vector<Sample>& oddities()
     return all;
 }
 
-// Fields whose texts have a form of their own in many stores.
+// Whether the field holds free text: many stores restrict the texts of the other fields.
 bool isFree(const ListedField& field)
 {
     constexpr LONG formed[] = {ftCategories, ftGender, ftRecordStatus, ftPrivateStatus, ftRemindBirthDay, ftRemindDays};
@@ -123,7 +123,7 @@ TEST_P(Conformance, AChangedFieldLeavesTheOthersAlone)
     close(translator);
 }
 
-TEST_P(Conformance, AnOddValueIsHeldStillWhateverItsForm)
+TEST_P(Conformance, AnOddValueIsStableOnceItIsNormalised)
 {
     Translator translator = open();
     for (const std::size_t field : textFields()) {
@@ -191,7 +191,7 @@ TEST_P(Conformance, ALongValueIsKeptWhole)
     close(translator);
 }
 
-TEST_P(Conformance, ARecordWithoutAnyValueIsARecord)
+TEST_P(Conformance, ARecordMayHaveNoValues)
 {
     Translator translator = open();
     std::u16string id = addAlone(translator, {});
@@ -205,7 +205,7 @@ TEST_P(Conformance, ARecordWithoutAnyValueIsARecord)
     close(translator);
 }
 
-TEST_P(Conformance, AValueOfAnotherKindIsRefusedOrTakenAsText)
+TEST_P(Conformance, AValueOfAnotherTypeIsRefusedOrConvertedToText)
 {
     VARIANT number = com::Variant(LONG{42}).detach(), date = number, unknown = number;
     date.vt = VT_DATE;
