@@ -1,4 +1,4 @@
-// Translators that no engine should trust: one class makes nothing and says it did, one throws when it is made, one is no translator.
+// Translators that break the contract: one class succeeds without an object, one throws when an object is created, one is not a translator.
 #include "PluginExports.h"
 #include "SyncEngLib.h"
 #include <stdexcept>

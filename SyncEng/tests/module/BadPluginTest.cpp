@@ -1,4 +1,4 @@
-// Plug-ins that do what none should, registered as translators: each is a clear code, and the engine lives on.
+// Plug-ins that break the contract, registered as translators: loading them fails with a clear code, and the engine survives.
 #include "com.h"
 
 #include "Installation.h"
@@ -22,7 +22,7 @@ class BadPlugin : public testing::Test {
 protected:
     BadPlugin() { EXPECT_EQ(registerLibrary(BAD_PLUGIN), 0u); }
     ~BadPlugin() override { EXPECT_EQ(unregisterLibrary(BAD_PLUGIN), 0u); }
-    // Makes the class another library's for as long as the registration lasts.
+    // Registers another library for the class, until the plug-in is unregistered.
     static void serveFrom(const GUID& clsid, const std::filesystem::path& library)
     {
         const std::u16string key = u"CLSID\\" + com::guidText(clsid) + u"\\InprocServer32";
@@ -55,7 +55,7 @@ protected:
         EXPECT_TRUE(FAILED(load(clsid)));
         GUID map{};
         EXPECT_TRUE(FAILED(maps()->Create(vCardClass, clsid, &map)));
-        EXPECT_THAT(log(), HasSubstr(" occurred while loading module {BAD0000")) << "the log tells of it";
+        EXPECT_THAT(log(), HasSubstr(" occurred while loading module {BAD0000")) << "the failure is logged";
     }
     Installation installation;
 };
@@ -64,15 +64,15 @@ protected:
 
 TEST_F(BadPlugin, NullWithSuccessIsAFailure) { expectRefusal(emptyClass); }
 
-TEST_F(BadPlugin, OneThatThrowsIsAFailure) { expectRefusal(throwingClass); }
+TEST_F(BadPlugin, AThrowingPluginIsAFailure) { expectRefusal(throwingClass); }
 
-TEST_F(BadPlugin, AClassThatIsNoTranslatorIsAFailure)
+TEST_F(BadPlugin, AClassThatIsNotATranslatorIsAFailure)
 {
-    EXPECT_EQ(load(foreignClass), REGDB_E_CLASSNOTREG) << "what the bridge says of a class that is of neither contract";
+    EXPECT_EQ(load(foreignClass), REGDB_E_CLASSNOTREG) << "the bridge's result for a class that has neither contract";
     expectRefusal(foreignClass);
 }
 
-TEST_F(BadPlugin, ALibraryThatIsNoServerIsAFailure)
+TEST_F(BadPlugin, ALibraryThatIsNotAServerIsAFailure)
 {
     wchar_t system[MAX_PATH];
     GetSystemDirectoryW(system, MAX_PATH);
@@ -80,7 +80,7 @@ TEST_F(BadPlugin, ALibraryThatIsNoServerIsAFailure)
     expectRefusal(foreignClass);
 }
 
-TEST_F(BadPlugin, AFileThatIsNoLibraryIsAFailure)
+TEST_F(BadPlugin, AFileThatIsNotALibraryIsAFailure)
 {
     const auto file = installation.folder() / "plain.dll";
     std::ofstream(file) << "no library";
@@ -88,7 +88,7 @@ TEST_F(BadPlugin, AFileThatIsNoLibraryIsAFailure)
     expectRefusal(foreignClass);
 }
 
-TEST_F(BadPlugin, AStoreWhosePluginHasGoneBadFailsTheRun)
+TEST_F(BadPlugin, AMapWhosePluginCannotBeLoadedAnyMoreFailsTheRun)
 {
     std::filesystem::create_directories(installation.folder() / "cards");
     const com::Bstr cards((installation.folder() / "cards").u16string());
@@ -106,7 +106,7 @@ TEST_F(BadPlugin, AStoreWhosePluginHasGoneBadFailsTheRun)
     EXPECT_THAT(log(), HasSubstr(" occurred while loading module {86705195"));
 }
 
-TEST_F(BadPlugin, TheOthersAreListedAllTheSame)
+TEST_F(BadPlugin, TheOtherTranslatorsAreStillListed)
 {
     com::Ptr<ITrManager> manager;
     ASSERT_EQ(com::createInstance(__uuidof(TrManager), manager), S_OK);

@@ -1,4 +1,4 @@
-// A card file for transfers, where none of ours is built: the text file of the Notebook plug-in under the class of the host's own store.
+// Replaces the card file plug-in in builds without it: the text file of the Notebook plug-in, under the class of the host's card file.
 #include "files.h"
 #include "NotebookStore.h"
 #include "PluginExports.h"
@@ -14,7 +14,7 @@ constexpr GUID fieldBase{0x5a0c2b11, 0, 0x4b1c, {0x8e, 0x6f, 0x7a, 0x20, 0xc4, 0
 
 constexpr plugin::PluginField fields[] = {{ftFirstName, u"First name"}, {ftLastName, u"Last name"}, {ftEmail1, u"E-mail"}};
 
-// The cards of a transfer are named in small letters, which a card file takes for the same.
+// A transfer passes card identifiers in lower case, so identifiers are compared ignoring case.
 class CardFile final : public plugin::RecordStore {
 public:
     explicit CardFile(std::filesystem::path file) : cards_(std::move(file)) {}

@@ -1,4 +1,4 @@
-// A whole run by a host of its own process, from CoCreateInstance to the end of the process.
+// A complete run by a host in another process, from CoCreateInstance to the end of the process.
 #include "com.h"
 
 #include "Installation.h"
@@ -42,7 +42,7 @@ protected:
     const fs::path one = installation.folder() / "one", two = installation.folder() / "two";
 };
 
-// Where the host is installed, for as long as this lives; beside it former versions kept their data.
+// Registers the host's install path while this object lives. Former versions kept their data beside that path.
 class InstallPath {
 public:
     explicit InstallPath(const std::wstring& folder)
@@ -60,7 +60,7 @@ private:
 
 } // namespace
 
-TEST_F(Client, BringsTwoFoldersIntoStepAndHearsOfTheProgress)
+TEST_F(Client, SyncsTwoFoldersAndReceivesTheProgress)
 {
     put(one / "a.vcf", "Lovelace");
     put(one / "b.vcf", "Hopper");
@@ -74,7 +74,7 @@ TEST_F(Client, BringsTwoFoldersIntoStepAndHearsOfTheProgress)
         for (const char* name : {"FN:Test Lovelace", "FN:Test Hopper", "FN:Test Noether"}) EXPECT_THAT(cards(folder), HasSubstr(name));
 }
 
-TEST_F(Client, LeavesAnEndedLogAndItsConfigurationWhenItsProcessEnds)
+TEST_F(Client, LeavesACompleteLogAndItsConfigurationWhenItsProcessEnds)
 {
     put(one / "a.vcf", "Lovelace");
     ASSERT_EQ(run().code, 0u);
@@ -94,7 +94,7 @@ TEST_F(Client, AMissingFolderIsAFailureWithALogLineAndNoCrash)
     EXPECT_THAT(read(installation.data() / "MBSync.log"), HasSubstr("two"));
 }
 
-TEST_F(Client, WithoutAPlaceForItsDataEveryCallFailsAndNothingCrashes)
+TEST_F(Client, WithoutADataFolderEveryCallFailsAndNothingCrashes)
 {
     put(one / "a.vcf", "Lovelace");
     std::ofstream(installation.folder() / "Zorel") << "a file is in the way";
@@ -106,7 +106,7 @@ TEST_F(Client, WithoutAPlaceForItsDataEveryCallFailsAndNothingCrashes)
     EXPECT_EQ(cards(two), "");
 }
 
-TEST_F(Client, AConfigurationThatMayOnlyBeReadIsAFailureInTheLogAndStaysAsItIs)
+TEST_F(Client, AReadOnlyConfigurationIsLoggedAsAFailureAndNotChanged)
 {
     put(one / "a.vcf", "Lovelace");
     ASSERT_EQ(run().code, 0u);

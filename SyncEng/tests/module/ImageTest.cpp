@@ -1,4 +1,4 @@
-// What the file of the module holds: its exports, its type library and its version.
+// The contents of the module's file: its exports, its type library and its version.
 #include "com.h"
 
 #include <filesystem>
@@ -13,7 +13,7 @@ namespace {
 
 const std::wstring moduleFile = std::filesystem::path(MODULE_FILE).native();
 
-// The names in the export table of a loaded image.
+// Returns the names in the export table of a loaded image.
 std::vector<std::string> exportsOf(HMODULE module)
 {
     const auto* base = reinterpret_cast<const BYTE*>(module);

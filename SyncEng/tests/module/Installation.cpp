@@ -68,7 +68,7 @@ Installation::Installation() : folder_(temporaryPath("mbinstall")), formerDataFo
 
 Installation::~Installation()
 {
-    CoFreeUnusedLibrariesEx(0, 0); // a module that this process has made objects of is ended before its folder goes
+    CoFreeUnusedLibrariesEx(0, 0); // unloads the module from this process, so that its data folder can be removed
     EXPECT_EQ(unregisterLibrary(VCARD_PLUGIN), 0u);
     EXPECT_EQ(unregisterLibrary(MODULE_FILE), 0u);
     setDataFolder(formerDataFolder_);

@@ -1,10 +1,10 @@
-// The module and the vCard plug-in, registered by regsvr32 for as long as this lives, with the user's data in a folder of the test's.
+// Registers the module and the vCard plug-in with regsvr32 while an Installation lives, with the user's data in a temporary folder.
 #pragma once
 #include "RunProgram.h"
 
 namespace mbtest {
 
-// As an administrator does it, without a message box.
+// Both run regsvr32 without message boxes and return its exit code.
 unsigned long registerLibrary(const std::filesystem::path& library);
 unsigned long unregisterLibrary(const std::filesystem::path& library);
 
@@ -15,7 +15,7 @@ public:
     Installation& operator=(const Installation&) = delete;
     ~Installation();
     [[nodiscard]] const std::filesystem::path& folder() const noexcept { return folder_; }
-    // Where the engine keeps configuration, histories and log.
+    // The folder of the engine's configuration, histories and log.
     [[nodiscard]] std::filesystem::path data() const { return folder_ / "Zorel" / "MBSync"; }
 
 private:

@@ -11,21 +11,21 @@ namespace mbtest {
 
 using Json = nlohmann::json;
 
-// A contact with an e-mail address of its name.
+// Writes a card with an e-mail address made from the name.
 void putCard(const std::filesystem::path& folder, const std::string& firstName, const std::string& lastName);
 
 class MbTest : public testing::Test {
 protected:
     MbTest();
     static Ended mb(const std::vector<std::wstring>& arguments, const WhileRuns& whileRuns = {});
-    // What a command tells with --json that ends well.
+    // Runs a command with --json, expects success, and returns its output.
     static Json json(std::vector<std::wstring> arguments);
-    // A map of the two stores, by its identifier.
+    // Creates a map of two stores and returns its identifier.
     static std::wstring addMap(const std::wstring& first, const std::wstring& second);
     [[nodiscard]] std::wstring addMap() const { return addMap(L"vCard=" + one.native(), L"vCard=" + two.native()); }
-    // The first folder with so many contacts, and a map of both.
+    // Puts the given number of contacts into the first folder, and creates a map of both folders.
     [[nodiscard]] std::wstring makeMap(int contacts) const;
-    // Every byte of both folders and of the map's history.
+    // Returns the bytes of every file in both folders, and of the map's history.
     [[nodiscard]] std::map<std::filesystem::path, std::string> everything(const std::wstring& map) const;
 
     Installation installation;

@@ -1,4 +1,4 @@
-// Ctrl-C while mb is at work, on its console.
+// Ctrl-C on the console of a running mb.
 #include "MbFixture.h"
 
 #include <chrono>
@@ -19,7 +19,7 @@ class MbInterrupt : public MbTest {};
 
 } // namespace
 
-TEST_F(MbInterrupt, StopsTheRunCleanlyAndTheNextOneGoesOn)
+TEST_F(MbInterrupt, StopsTheRunCleanlyAndTheNextRunContinues)
 {
     constexpr int contacts = 1500;
     const std::wstring map = makeMap(contacts);
@@ -35,7 +35,8 @@ TEST_F(MbInterrupt, StopsTheRunCleanlyAndTheNextOneGoesOn)
     EXPECT_LT(written, static_cast<std::size_t>(contacts));
 
     const Json run = json({L"sync", map, L"--silent"}).at(0);
-    EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written)) << "what was written before is not written again";
+    EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written))
+        << "cards that were already written are not written again";
     EXPECT_EQ(cardCount(two), static_cast<std::size_t>(contacts));
     EXPECT_EQ(cardCount(one), static_cast<std::size_t>(contacts));
     const Json idle = json({L"sync", map, L"--silent"}).at(0);
@@ -55,5 +56,5 @@ TEST_F(MbInterrupt, EndsAScriptThatLoopsForEverAndKeepsWhatItWrote)
     EXPECT_EQ(ended.output, "mb: The script was cancelled.\n");
     EXPECT_EQ(textOf(running), "kept");
     putText(script, "Sub Main()\r\nEnd Sub\r\n");
-    EXPECT_EQ(mb({L"run", script.native()}).code, 0u) << "nothing of it stands in the way of the next one";
+    EXPECT_EQ(mb({L"run", script.native()}).code, 0u) << "the next script is not affected";
 }

@@ -1,4 +1,4 @@
-// mb as a user of Windows runs it: registered plug-ins, a map, a run, and failures told in one sentence.
+// mb as a user of Windows runs it: registered plug-ins, a map, a run, and failures reported in one sentence.
 #include "MbFixture.h"
 
 using namespace mbtest;
@@ -19,7 +19,7 @@ protected:
 
 } // namespace
 
-TEST_F(MbProgram, BringsTwoFoldersIntoStep)
+TEST_F(MbProgram, SyncsTwoFolders)
 {
     putCard(one, "Ada", "Lovelace");
     EXPECT_THAT(mb({L"translators"}).output, HasSubstr("vCard"));
@@ -32,16 +32,16 @@ TEST_F(MbProgram, BringsTwoFoldersIntoStep)
     EXPECT_THAT(status.output, HasSubstr(std::string(map.begin() + 1, map.begin() + 9)));
 }
 
-TEST_F(MbProgram, TellsOfAMissingFolderInOneSentence)
+TEST_F(MbProgram, ReportsAMissingFolderInOneSentence)
 {
     (void)addMap();
     fs::remove(two);
     const Ended ended = mb({L"sync", L"--silent"});
     EXPECT_EQ(ended.code, 1u);
-    EXPECT_THAT(ended.output, HasSubstr("zw\xC3\xB6lf")) << "the name as it is, in UTF-8";
+    EXPECT_THAT(ended.output, HasSubstr("zw\xC3\xB6lf")) << "the unchanged name, in UTF-8";
 }
 
-TEST_F(MbProgram, TellsOfAFileThatIsNoPlugin)
+TEST_F(MbProgram, ReportsAFileThatIsNotAPlugin)
 {
     putText(installation.folder() / "plain.dll", "no library");
     const Ended ended = mb({L"register", (installation.folder() / "plain.dll").native()});
@@ -51,7 +51,7 @@ TEST_F(MbProgram, TellsOfAFileThatIsNoPlugin)
     EXPECT_TRUE(isOneSentence(ended.output));
 }
 
-TEST_F(MbProgram, RegistersAPluginAndTakesItBack)
+TEST_F(MbProgram, RegistersAndUnregistersAPlugin)
 {
     ASSERT_EQ(unregisterLibrary(VCARD_PLUGIN), 0u);
     EXPECT_THAT(mb({L"translators"}).output, HasSubstr("No plug-in is registered."));

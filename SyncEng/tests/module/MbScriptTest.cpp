@@ -31,7 +31,7 @@ protected:
         putText(script, text);
         return mb({L"run", script.native()});
     }
-    // A map that ran once, by its identifier.
+    // Creates a map, runs it once, and returns its identifier.
     std::wstring makeMap() const
     {
         putCard(cards, "Ada", "Lovelace");
@@ -53,12 +53,12 @@ TEST_F(MbScript, TheFirstSyncExampleIsGreenWithRealStores)
     const Ended told = tellStory();
     EXPECT_EQ(told.code, 0u) << told.output;
     EXPECT_EQ(told.output, "");
-    EXPECT_EQ(std::distance(fs::directory_iterator(cards), {}), 0) << "the story ends as it began";
-    EXPECT_EQ(textOf(notes), "Notebook 1\n") << "a notebook was opened, and it is empty again";
+    EXPECT_EQ(std::distance(fs::directory_iterator(cards), {}), 0) << "the example removes its contacts";
+    EXPECT_EQ(textOf(notes), "Notebook 1\n") << "the notebook was created and is empty again";
     EXPECT_THAT(mb({L"maps", L"--json"}).output, StartsWith("[]"));
 }
 
-TEST_F(MbScript, TheFirstSyncExampleLeavesAContactOfTheUsersAlone)
+TEST_F(MbScript, TheFirstSyncExampleKeepsTheUsersContacts)
 {
     putCard(cards, "Own", "Person");
     const Ended told = tellStory();
@@ -67,7 +67,7 @@ TEST_F(MbScript, TheFirstSyncExampleLeavesAContactOfTheUsersAlone)
     EXPECT_TRUE(fs::exists(cards / "Own Person.vcf"));
 }
 
-TEST_F(MbScript, AFailingScriptIsToldInOneSentenceWithFileAndLine)
+TEST_F(MbScript, AFailingScriptIsReportedInOneSentenceWithFileAndLine)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"Sub Main()\r\n  Err.Raise vbObjectError + 1, \"\", \"no luck\"\r\nEnd Sub", ":2: no luck\n"},
@@ -91,10 +91,10 @@ TEST_F(MbScript, AScriptGetsItsArgumentsAndItsResultIsTheExitCode)
     EXPECT_EQ(seven.code, 7u) << seven.output;
     EXPECT_EQ(seven.output, "");
     EXPECT_EQ(mb({L"run", script.native(), L"--", L"-1", L"two \\\"words\\\""}).code, 0u);
-    EXPECT_EQ(runScript("Function Main()\r\n  Main = UBound(Arguments) + 1\r\nEnd Function").code, 0u) << "none are given";
+    EXPECT_EQ(runScript("Function Main()\r\n  Main = UBound(Arguments) + 1\r\nEnd Function").code, 0u) << "no arguments are given";
 }
 
-TEST_F(MbScript, AScriptReachesBothStoresOfAMapOfTheUsers)
+TEST_F(MbScript, AScriptCanUseBothStoresOfAUsersMap)
 {
     const std::wstring map = addMap();
     putText(script, "Sub Main()\r\n  Dim test, side, store, id\r\n  Set test = CreateObject(\"MBSync.SyncAutoTest.1\")\r\n"
@@ -107,7 +107,7 @@ TEST_F(MbScript, AScriptReachesBothStoresOfAMapOfTheUsers)
     EXPECT_FALSE(cardWith(two, "Side2").empty());
 }
 
-TEST_F(MbScript, AHistoryIsDecodedOnlyWhereTheUserAllowsIt)
+TEST_F(MbScript, AHistoryIsDecodedOnlyIfTheUserAllowsIt)
 {
     const std::wstring map = makeMap();
     const fs::path decoded = installation.folder() / "out.xml";

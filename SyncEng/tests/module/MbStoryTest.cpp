@@ -1,4 +1,4 @@
-// Days in the life of two folders of cards that mb keeps in step, told by exit codes, by --json, and by the cards themselves.
+// Longer scenarios in which mb syncs two folders of cards, checked by exit codes, --json output and the cards.
 #include "MbFixture.h"
 
 #include <chrono>
@@ -29,7 +29,7 @@ protected:
     }
 };
 
-// With a card file of the host's, from and to which cards are transferred.
+// With a card file of the host, for transfers in both directions.
 class MbTransfer : public MbStory {
 protected:
     MbTransfer() { EXPECT_EQ(registerLibrary(CARD_FILE), 0u); }
@@ -38,7 +38,7 @@ protected:
 
 } // namespace
 
-TEST_F(MbStory, EditsOfBothSidesReachTheOtherAndTheNextRunHasNothingToDo)
+TEST_F(MbStory, EditsReachTheOtherSideAndTheNextRunHasNothingToDo)
 {
     const std::wstring map = makeMap(8);
     Json run = json({L"sync", map, L"--silent"}).at(0);
@@ -84,7 +84,7 @@ TEST_F(MbStory, ADryRunShowsEveryChangeFieldByFieldAndWritesNothing)
     EXPECT_EQ(everything(map), before);
 
     const Json run = json({L"sync", L"--silent"}).at(0);
-    EXPECT_EQ(run.at("second"), counts(0, 1, 0)) << "as it was planned";
+    EXPECT_EQ(run.at("second"), counts(0, 1, 0)) << "as the dry run planned";
     EXPECT_EQ(run.at("first"), counts(0, 0, 1));
 }
 
@@ -118,7 +118,7 @@ TEST_F(MbStory, RunsThatAreStartedTogetherLeaveEachContactOnce)
     EXPECT_FALSE(fs::exists(installation.data() / (map + L".lock")));
 }
 
-TEST_F(MbStory, AMapThatIsInUseEndsTheRunWithACodeOfItsOwnAndNamesTheProcess)
+TEST_F(MbStory, AMapThatIsInUseEndsTheRunWithItsOwnExitCodeAndNamesTheProcess)
 {
     const std::wstring map = makeMap(3000);
     const Ended first = mb({L"sync", map, L"--silent"}, [&](unsigned long process) {
@@ -138,11 +138,11 @@ TEST_F(MbStory, WithoutAConsoleAQuestionEndsTheRunAndNothingIsWritten)
     EXPECT_EQ(cardCount(two), 0u);
     const Ended unanswered = mb({L"sync", L"--json"});
     EXPECT_EQ(unanswered.code, 3u);
-    ASSERT_THAT(unanswered.output, HasSubstr("\n[")) << "after the sentence";
+    ASSERT_THAT(unanswered.output, HasSubstr("\n[")) << "the JSON follows the message";
     EXPECT_EQ(Json::parse(unanswered.output.substr(unanswered.output.find("\n["))).at(0).at("result"), "unanswered");
     EXPECT_EQ(mb({L"sync", L"--yes"}).code, 0u) << "the summary is accepted";
     EXPECT_EQ(cardCount(two), 3u);
-    EXPECT_EQ(mb({L"sync"}).code, 0u) << "nothing to do, so nothing to ask";
+    EXPECT_EQ(mb({L"sync"}).code, 0u) << "nothing to write, so no question";
 }
 
 TEST_F(MbStory, AConflictIsSettledSilentlyByKeepingBothAndNotByYes)
@@ -151,7 +151,7 @@ TEST_F(MbStory, AConflictIsSettledSilentlyByKeepingBothAndNotByYes)
     replaceIn(cardWith(one, ":Ada1 "), "Ada1@example.org", "left@example.net");
     replaceIn(cardWith(two, ":Ada1 "), "Ada1@example.org", "right@example.net");
     const auto before = everything(map);
-    EXPECT_EQ(mb({L"sync", L"--yes"}).code, 3u) << "nobody answers";
+    EXPECT_EQ(mb({L"sync", L"--yes"}).code, 3u) << "nobody can answer";
     EXPECT_EQ(everything(map), before);
     const Json run = json({L"sync", L"--silent"}).at(0);
     ASSERT_EQ(run.at("conflicts").size(), 1u);
@@ -179,7 +179,7 @@ TEST_F(MbStory, OptionsAndFieldsOfAMapAreKept)
     EXPECT_EQ(json({L"fields", map}), byDefault);
 }
 
-TEST_F(MbStory, WrongUsageIsTwoAndAnUnknownMapIsOne)
+TEST_F(MbStory, WrongUsageExitsWithTwoAndAnUnknownMapWithOne)
 {
     const std::wstring map = makeMap(1);
     const std::vector<std::vector<std::wstring>> wrong{{},
@@ -205,7 +205,7 @@ TEST_F(MbStory, WrongUsageIsTwoAndAnUnknownMapIsOne)
 TEST_F(MbStory, ARecordHasAPartnerAndAStatus)
 {
     const std::wstring map = makeMap(3);
-    EXPECT_EQ(json({L"record-status", map}), Json::array()) << "it never ran";
+    EXPECT_EQ(json({L"record-status", map}), Json::array()) << "the map never ran";
     ASSERT_EQ(mb({L"sync", L"--silent"}).code, 0u);
     const Json first = json({L"record-status", map});
     ASSERT_EQ(first.size(), 3u);
@@ -216,24 +216,24 @@ TEST_F(MbStory, ARecordHasAPartnerAndAStatus)
     const Json found = json({L"record-status", map, L"--status", L"excluded"});
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found.at(0).at("record"), id);
-    EXPECT_THAT(mb({L"sync", L"--silent"}).output, HasSubstr("nothing to do")) << "a status is no change of the contact";
+    EXPECT_THAT(mb({L"sync", L"--silent"}).output, HasSubstr("nothing to do")) << "a new status is not a change of the contact";
     expectFailure({L"record-status", map, L"nobody", L"--set", L"current"}, 1, "nobody");
 }
 
-TEST_F(MbStory, RemovingAMapLeavesTheStores)
+TEST_F(MbStory, RemovingAMapKeepsTheStores)
 {
     const std::wstring map = makeMapInStep(3);
     const fs::path history = installation.data() / (map + L".xml");
     ASSERT_TRUE(fs::exists(history));
     EXPECT_EQ(mb({L"remove", map}).code, 0u);
     EXPECT_EQ(json({L"maps"}), Json::array());
-    EXPECT_FALSE(fs::exists(history)) << "the history goes with the map";
+    EXPECT_FALSE(fs::exists(history)) << "the history is deleted with the map";
     EXPECT_EQ(cardCount(one), 3u);
     EXPECT_EQ(cardCount(two), 3u);
     expectFailure({L"sync", map}, 1, std::string(map.begin() + 1, map.begin() + 9));
 }
 
-TEST_F(MbStory, AMapWhosePluginIsGoneFailsUntilItIsBack)
+TEST_F(MbStory, AMapWithAMissingPluginFailsUntilItIsRegisteredAgain)
 {
     const std::wstring map = makeMapInStep(2);
     const fs::path plugin = VCARD_PLUGIN;
@@ -256,16 +256,16 @@ TEST_F(MbTransfer, CardsGoToAFolderByNameAndComeBackEdited)
     const std::wstring target = L"vCard=" + two.native();
     Json run = json({L"transfer", L"--to", target, L"--cards", cards, L"Ada Person", L"j\u00FCrgen \u0142 person", L"Ada Person"});
     EXPECT_EQ(run.at("result"), "done");
-    EXPECT_EQ(run.at("cards").size(), 2u) << "the same card twice is one";
+    EXPECT_EQ(run.at("cards").size(), 2u) << "a card that is named twice is transferred once";
     EXPECT_EQ(run.at("second"), counts(2, 0, 0));
     EXPECT_EQ(cardCount(two), 2u);
-    EXPECT_EQ(json({L"maps"}).size(), 1u) << "the map behind it is never seen";
+    EXPECT_EQ(json({L"maps"}).size(), 1u) << "the hidden map is not listed";
 
     replaceIn(cardWith(two, ":Ada "), "Ada@example.org", "ada@example.net");
     EXPECT_EQ(json({L"transfer", L"--from", L"vCard"}).at("first"), counts(0, 1, 0));
     run = json({L"transfer", L"--to", L"vcard", L"--all"});
-    EXPECT_EQ(run.at("second"), counts(1, 0, 0)) << "what came from there does not go back";
+    EXPECT_EQ(run.at("second"), counts(1, 0, 0)) << "a card is not sent back to its source";
     EXPECT_THAT(mb({L"transfer", L"--to", L"vCard", L"Ada Person"}).output, HasSubstr("nothing to do"));
     expectFailure({L"transfer", L"--to", L"vCard", L"Nobody At All"}, 1, "\"Nobody At All\"");
-    EXPECT_EQ(json({L"sync", map, L"--silent"}).at(0).at("second"), counts(0, 1, 0)) << "the map brings it to its own folder";
+    EXPECT_EQ(json({L"sync", map, L"--silent"}).at(0).at("second"), counts(0, 1, 0)) << "the map's run copies the card to its other folder";
 }

@@ -1,4 +1,4 @@
-// Registration and its reverse, by the system's own program.
+// Registration and unregistration with regsvr32.
 #include "com.h"
 
 #include "Installation.h"
@@ -16,7 +16,7 @@ namespace {
 
 constexpr char16_t machineClasses[] = u"Software\\Classes\\";
 
-// Readable in a failure.
+// Returns the lines that are only in `after`, as UTF-8 for a readable failure message.
 std::vector<std::string> newIn(const std::set<std::u16string>& after, const std::set<std::u16string>& before)
 {
     std::vector<std::string> found;
@@ -25,7 +25,7 @@ std::vector<std::string> newIn(const std::set<std::u16string>& after, const std:
     return found;
 }
 
-// Names of keys differ in case from system to system.
+// Ignores case, because the case of key names depends on the system.
 bool hasLine(const std::set<std::u16string>& lines, const std::u16string& line)
 {
     return std::ranges::any_of(lines, [&](const std::u16string& other) { return platform::equalNoCase(other, line); });
@@ -69,7 +69,7 @@ TEST_F(Registration, UnregisteringLeavesNothingBehind)
     }
 }
 
-TEST_F(Registration, APluginLeavesNothingBehindEither)
+TEST_F(Registration, UnregisteringAPluginLeavesNothingBehind)
 {
     const auto before = registryLines();
     ASSERT_EQ(registerLibrary(VCARD_PLUGIN), 0u);
@@ -78,7 +78,7 @@ TEST_F(Registration, APluginLeavesNothingBehindEither)
     EXPECT_THAT(newIn(registryLines(), before), IsEmpty());
 }
 
-TEST_F(Registration, RegisteringTwiceIsRegisteringOnceAndSoIsItsReverse)
+TEST_F(Registration, RegisteringAndUnregisteringAreIdempotent)
 {
     const auto before = registryLines();
     ASSERT_EQ(registerLibrary(MODULE_FILE), 0u);
@@ -108,7 +108,7 @@ TEST_F(Registration, AClassHasItsNamesItsServerAndItsIdentifiers)
     EXPECT_TRUE(has(lines, u"MBSync.TrManager\\CurVer", u"", u"MBSync.TrManager.1"));
 }
 
-TEST_F(Registration, ApplicationTypeLibraryAndCategoryHaveKeysOfTheirOwn)
+TEST_F(Registration, ApplicationTypeLibraryAndCategoryHaveTheirKeys)
 {
     ASSERT_EQ(registerLibrary(MODULE_FILE), 0u);
     const auto lines = registryLines();
@@ -123,7 +123,7 @@ TEST_F(Registration, ApplicationTypeLibraryAndCategoryHaveKeysOfTheirOwn)
     }));
 }
 
-TEST_F(Registration, EveryClassIsListedAndCanBeMade)
+TEST_F(Registration, EveryClassIsListedAndCanBeCreated)
 {
     ASSERT_EQ(registerLibrary(MODULE_FILE), 0u);
     CLSID clsid{};
@@ -143,7 +143,7 @@ TEST_F(Registration, EveryClassIsListedAndCanBeMade)
     CoFreeUnusedLibrariesEx(0, 0);
 }
 
-TEST_F(Registration, ForOneUserTheClassesAreAmongHisOwn)
+TEST_F(Registration, APerUserRegistrationWritesTheUsersClasses)
 {
     SetEnvironmentVariableW(L"MBSYNC_PER_USER", L"1");
     ASSERT_EQ(registerLibrary(MODULE_FILE), 0u);
@@ -154,7 +154,7 @@ TEST_F(Registration, ForOneUserTheClassesAreAmongHisOwn)
     EXPECT_EQ(valueOf(HKEY_CURRENT_USER, progId), L"");
 }
 
-TEST_F(Registration, TheThreadsLocaleIsAsItWas)
+TEST_F(Registration, TheThreadsLocaleIsRestored)
 {
     const HMODULE module = LoadLibraryW(std::filesystem::path(MODULE_FILE).c_str());
     ASSERT_TRUE(module);

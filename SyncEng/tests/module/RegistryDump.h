@@ -1,11 +1,11 @@
-// All that stands in the registry where a registration may write.
+// Reads the parts of the registry that a registration may write.
 #pragma once
 #include <set>
 #include <string>
 
 namespace mbtest {
 
-// One line a key, and one a value with its kind and bytes.
+// Returns one line for each key, and one for each value with its type and bytes.
 std::set<std::u16string> registryLines();
 
 } // namespace mbtest

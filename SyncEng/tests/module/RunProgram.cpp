@@ -28,7 +28,7 @@ fs::path outputFile()
     return fs::temp_directory_path() / ("mbout" + std::to_string(random()) + std::to_string(random()));
 }
 
-// The process, whose output goes to the file.
+// Starts a process whose output goes to the file.
 PROCESS_INFORMATION start(const fs::path& program, const std::vector<std::wstring>& arguments, const fs::path& output, DWORD flags)
 {
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
@@ -47,7 +47,7 @@ PROCESS_INFORMATION start(const fs::path& program, const std::vector<std::wstrin
     return process;
 }
 
-// A program that should have ended is ended, so that none is left behind a test that fails.
+// Waits for the end of the process. Terminates it after a timeout or an exception, so that a failed test leaves no process behind.
 void waitForEnd(const PROCESS_INFORMATION& process, const WhileRuns& whileRuns)
 {
     constexpr DWORD longest = 120'000;
@@ -62,7 +62,7 @@ void waitForEnd(const PROCESS_INFORMATION& process, const WhileRuns& whileRuns)
     WaitForSingleObject(process.hProcess, longest);
 }
 
-// The process of a console that its program left in a hurry holds the file a moment longer.
+// Retries: after a program has ended abruptly, its console process may still hold the file for a moment.
 void removeOutput(const fs::path& file)
 {
     std::error_code error;
@@ -89,7 +89,7 @@ Ended runProgram(const fs::path& program, const std::vector<std::wstring>& argum
     return ended;
 }
 
-// By a program of its own: who presses a key on a console is on that console, and has left its former one.
+// Runs a separate program, because a process must leave its own console to press a key on another one.
 void pressCtrlC(unsigned long process)
 {
     const Ended pressed = runProgram(CTRL_C_PROGRAM, {std::to_wstring(process)});

@@ -1,4 +1,4 @@
-// Runs a program of Windows and collects what it writes.
+// Runs a Windows program and collects its output.
 #pragma once
 #include <filesystem>
 #include <functional>
@@ -12,13 +12,13 @@ struct Ended {
     std::string output; // standard output and error
 };
 
-// Called once the program runs, with its process; the program has a console of its own then, which nobody sees.
+// Called with the process identifier while the program runs. The program then has its own, invisible console.
 using WhileRuns = std::function<void(unsigned long process)>;
 
 // Runs a program to its end. Throws com::Error if it cannot be started.
 Ended runProgram(const std::filesystem::path& program, const std::vector<std::wstring>& arguments, const WhileRuns& whileRuns = {});
 
-// On the console of the process.
+// Presses Ctrl-C on the console of the process.
 void pressCtrlC(unsigned long process);
 
 } // namespace mbtest

@@ -1,4 +1,4 @@
-// The module's classes as the component runtime makes them.
+// The module's classes, created by the component runtime.
 #include "com_events.h"
 
 #include "Installation.h"
@@ -22,7 +22,7 @@ protected:
     Installation installation;
 };
 
-// An outer object that keeps another class's object inside.
+// An outer object that aggregates an object of another class.
 class Outer final : public com::Object<IConnectionPointContainer> {
 public:
     explicit Outer(IUnknown* outer) noexcept : Object(outer) {}
@@ -39,7 +39,7 @@ protected:
     {
         void* found = nullptr;
         if (!inner || FAILED(inner->QueryInterface(riid, &found))) return nullptr;
-        static_cast<IUnknown*>(found)->Release(); // the caller counts for itself
+        static_cast<IUnknown*>(found)->Release(); // the caller adds its own reference
         return static_cast<IUnknown*>(found);
     }
 };
@@ -53,7 +53,7 @@ public:
 
 } // namespace
 
-TEST_F(Runtime, EveryClassIsMadeByItsIdentifier)
+TEST_F(Runtime, EveryClassIsCreatedByItsIdentifier)
 {
     for (const CLSID* clsid : available) {
         com::Ptr<IUnknown> object;
@@ -61,18 +61,18 @@ TEST_F(Runtime, EveryClassIsMadeByItsIdentifier)
     }
 }
 
-TEST_F(Runtime, EveryClassCanBeAPartOfAnother)
+TEST_F(Runtime, EveryClassCanBeAggregated)
 {
     for (const CLSID* clsid : available) {
         const auto outer = com::make<Outer>();
         ASSERT_EQ(outer->aggregate(*clsid), S_OK);
         com::Ptr<IUnknown> wrong;
         EXPECT_EQ(CoCreateInstance(*clsid, outer.get(), CLSCTX_INPROC_SERVER, __uuidof(IDispatch), wrong.putVoid()), E_NOINTERFACE)
-            << "the inner object is asked for its own identity alone";
+            << "an aggregated object can only be created as IUnknown";
     }
 }
 
-TEST_F(Runtime, APartHasTheIdentityOfTheWhole)
+TEST_F(Runtime, AnAggregatedObjectHasTheIdentityOfTheOuterObject)
 {
     const auto outer = com::make<Outer>();
     ASSERT_EQ(outer->aggregate(__uuidof(Synchronizer)), S_OK);
@@ -118,7 +118,7 @@ TEST_F(Runtime, ADualInterfaceIsDescribedByTheTypeLibrary)
     EXPECT_EQ(interfaceName.view(), u"IReSynchronizer");
 }
 
-TEST_F(Runtime, TheManagerOfMapsKeepsTheSystemsBoxesAway)
+TEST_F(Runtime, TheTranslatorManagerDisablesTheSystemsErrorBoxes)
 {
     const UINT former = SetErrorMode(0);
     com::Ptr<ITrManager> manager;

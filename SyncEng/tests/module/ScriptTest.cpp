@@ -1,4 +1,4 @@
-// The classes as a script of the system's own script host sees them.
+// The module's classes, used by scripts in the Windows script host.
 #include "com.h"
 
 #include "Installation.h"
@@ -36,15 +36,15 @@ Tell "MBSync.TrManager.1"
 
 } // namespace
 
-// A script gets the first dual interface of a class. ISynchronizer, ITrManager and ITrMap are for hosts that know the type library.
-TEST_F(Script, MakesTheClassesAndGetsTheirLateBoundInterface)
+// A script gets the first dual interface of a class. ISynchronizer, ITrManager and ITrMap are not dual: only compiled hosts can use them.
+TEST_F(Script, CreatesTheClassesAndGetsTheirLateBoundInterface)
 {
     EXPECT_EQ(run(makeBoth), "MBSync.Synchronizer.1: IReSynchronizer\n"
                              "MBSync.Synchronizer: IReSynchronizer\n"
                              "MBSync.TrManager.1: IFidemarkSupport\n");
 }
 
-TEST_F(Script, CallsTheManagerOfMapsByItsLateBoundInterfaceAlone)
+TEST_F(Script, CallsTheTranslatorManagerOnlyByItsLateBoundInterface)
 {
     EXPECT_EQ(run(R"(
 Set m = CreateObject("MBSync.TrManager.1")
@@ -57,7 +57,7 @@ WScript.Echo "an early bound method: " & Err.Number
               "cleaned up\nan early bound method: 438\n");
 }
 
-TEST_F(Script, IsToldThatAClassHasNoLateBoundInterface)
+TEST_F(Script, GetsAnErrorForAClassWithoutALateBoundInterface)
 {
     EXPECT_EQ(run(R"(
 On Error Resume Next
@@ -67,7 +67,7 @@ WScript.Echo Err.Number
               "430\n");
 }
 
-TEST_F(Script, CallsAMethodByNameAndIsToldOfAWrongArgument)
+TEST_F(Script, CallsAMethodByNameAndGetsAnErrorForAWrongArgument)
 {
     const std::string output = run(R"(
 On Error Resume Next

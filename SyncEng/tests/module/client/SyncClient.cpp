@@ -1,6 +1,5 @@
-// A host that knows the generated header and the component runtime, and nothing else of the project.
-// sync_client FOLDER1 FOLDER2 [aloud] brings two folders of vCards into step and prints the progress that it hears of. Aloud the engine
-// shows its windows.
+// A host that uses only the generated header and the component runtime. Usage: sync_client FOLDER1 FOLDER2 [aloud]
+// Syncs two folders of vCards and prints the progress events. With "aloud" the run is not silent, so the engine shows its windows.
 #include <windows.h>
 
 #include <ocidl.h>
@@ -14,7 +13,7 @@ namespace {
 
 const CLSID vCardClass = {0x86705195, 0xe5f6, 0x4fbc, {0xad, 0x43, 0xe8, 0x5e, 0xd5, 0x84, 0x3b, 0x9a}};
 
-// Lives on the stack, so it is not counted.
+// Lives on the stack, so it has no reference count.
 class Sink final : public ISyncEvents {
 public:
     int calls = 0;
