@@ -1,4 +1,4 @@
-// The confirmation and its details as questions.
+// The confirmation dialogs as questions.
 #include "dialogs/CChangeDetailsDlg.h"
 #include "dialogs/CConfirmationDlg.h"
 #include "dialogs/CDetailsDlg.h"
@@ -27,7 +27,7 @@ std::u16string contactText(const TranslatorFields& fields, const std::u16string&
     return company.first.empty() ? u"no name" : company.shortened();
 }
 
-// The deletions of a side stand among the tasks of the other one.
+// Returns the deletions on a side, which are among the other side's tasks.
 std::u16string deletionText(const PlannedSide& side, const PlannedSide& other)
 {
     const TranslatorFields fields(side.translator);
@@ -42,8 +42,8 @@ std::u16string deletionText(const PlannedSide& side, const PlannedSide& other)
     return Format(u"%d deleted", count) + u" (" + names + u")";
 }
 
-// "1 changed, 2 new, 1 deleted (Jo Doe)"; empty for a side that is not written. Unlike the window it counts what is not to be confirmed
-// too.
+// Returns a text such as "1 changed, 2 new, 1 deleted (Jo Doe)"; empty for a side that is not written. Unlike the window, it also counts
+// what needs no confirmation.
 std::u16string countsText(const PlannedSide& side, const PlannedSide& other)
 {
     LONG changed = 0, added = 0;

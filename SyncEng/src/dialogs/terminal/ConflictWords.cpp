@@ -19,7 +19,7 @@ std::u16string countText(LONG index, LONG total) { return total > 1 ? Format(u" 
 
 std::u16string restText(LONG rest) { return rest == 1 ? std::u16string(u"the conflict") : Format(u"the %d conflicts", rest); }
 
-// Ends the list of answers of both dialogs. `touch` brings the dialog to a state in which the box can be checked.
+// Appends the last answers of both dialogs. `touch` brings the dialog into a state in which the check box is enabled.
 void addCommonAnswers(Question& question, Dialog& dialog, int box, LONG rest, std::function<void()> touch)
 {
     const bool forAll = dialog.model().find(box)->checked;

@@ -7,7 +7,7 @@
 namespace mb {
 namespace {
 
-constexpr std::size_t fewestRowLines = 3; // of a page, even where the terminal is too low for the rest
+constexpr std::size_t fewestRowLines = 3; // on each page, even if the page is then higher than the terminal
 
 std::u16string digits(std::size_t number)
 {
@@ -107,12 +107,12 @@ QuestionPages::Block QuestionPages::blockOf(const Control& list, const QuestionT
     return block;
 }
 
-// A key and its name, and what it does beside them.
+// Returns the lines of the answers: key and name of each answer, and its effect beside them.
 TextLines QuestionPages::answerLines(const Question& question) const
 {
     std::size_t widest = 0;
     for (const Answer& answer : question.answers) widest = std::max(widest, platform::columnsOf(platform::harmless(answer.name)));
-    const std::size_t lead = 8 + widest; // blanks, the key in brackets, a blank, the name, two blanks
+    const std::size_t lead = 8 + widest; // two blanks, the key in brackets, a blank, the name, two blanks
     TextLines found;
     for (const Answer& answer : question.answers) {
         const std::u16string name = platform::harmless(answer.name);
@@ -137,13 +137,13 @@ TextLines QuestionPages::answerLines(const Question& question) const
 
 void QuestionPages::fillPages(const TextLines& above, const TextLines& below, const std::vector<Block>& blocks, std::size_t lineCount)
 {
-    std::size_t needed = above.size() + below.size() + (blocks.empty() ? 0 : 1) + 1; // a blank line before the answers; the prompt
+    std::size_t needed = above.size() + below.size() + (blocks.empty() ? 0 : 1) + 1; // with a blank line before the answers, and the prompt
     for (const Block& block : blocks) {
         needed += block.head.size();
         for (const TextLines& row : block.rows) needed += row.size();
     }
     const bool all = needed <= lineCount;
-    const std::size_t fixed = above.size() + below.size() + 3; // and the line that tells the rows of the page
+    const std::size_t fixed = above.size() + below.size() + 3; // also with the line "Rows 1 to 13 of 100"
     const std::size_t room = all ? needed : std::max(lineCount > fixed ? lineCount - fixed : 0, fewestRowLines);
 
     struct Part {

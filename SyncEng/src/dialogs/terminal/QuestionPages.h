@@ -1,5 +1,5 @@
-// A question laid out for a terminal: pages of at most so many lines, each with the question, some of the rows and all answers, so that
-// nothing of the question scrolls away.
+// A question laid out in pages for a terminal. Each page has the question, some of the rows and all answers, and fits the terminal, so that
+// the question never scrolls out of sight.
 #pragma once
 #include "dialogs/DialogModel.h"
 #include "dialogs/Question.h"
@@ -13,20 +13,20 @@ public:
         int list = 0, row = -1; // in the dialog
     };
 
-    // The model holds the lists that the question's tables show. Requires: columns and lines are those of the terminal.
+    // Requires: `model` has the lists of the question's tables; `columns` and `lines` are the size of the terminal.
     QuestionPages(const DialogModel& model, const Question& question, std::size_t columns, std::size_t lines);
     [[nodiscard]] std::size_t count() const noexcept { return pages_.size(); }
-    // The lines of a page, the prompt's excepted. Requires: page < count().
+    // Returns the lines of a page without the prompt. Requires: number < count().
     [[nodiscard]] const TextLines& page(std::size_t number) const { return pages_[number]; }
-    // How many lines the question's text takes, behind the blank line that begins each page.
+    // Returns the number of lines of the question's text, which follows the blank line at the start of each page.
     [[nodiscard]] std::size_t textLines() const noexcept { return textLines_; }
-    // The page that shows the row of this number.
+    // Returns the page that shows the row with this number.
     [[nodiscard]] std::size_t pageOf(std::size_t number) const noexcept;
-    // The row that the user calls by this number; row -1 if none. Rows are numbered from 1 through all tables.
+    // Returns the row with this number; row -1 if there is none. Rows are numbered from 1 across all tables.
     [[nodiscard]] RowPlace rowOf(std::size_t number) const noexcept;
 
 private:
-    struct Block { // what stays together on a page
+    struct Block { // a table; its head is repeated on each of its pages
         TextLines head;
         std::vector<TextLines> rows;
     };

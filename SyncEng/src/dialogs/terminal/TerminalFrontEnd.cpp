@@ -46,7 +46,7 @@ private:
         console_.write(text);
     }
 
-    // Enter shows what was not shown yet, and then takes the first answer.
+    // Enter shows the next page; on the last page it chooses the first answer.
     [[nodiscard]] bool hasNextPage() const { return page_ + 1 < pages_->count(); }
 
     [[nodiscard]] std::u16string prompt() const
@@ -110,7 +110,7 @@ private:
 
     void give(const Answer& answer)
     {
-        redraw_ = true; // what follows may print, and the question comes again
+        redraw_ = true; // the answer may print something; then the question is shown again
         answer.act();
     }
 

@@ -1,5 +1,5 @@
-// Dialogs as questions: each is asked in words, and the key that the user types acts on the dialog. The end of the input closes the
-// dialog as the cross of a window does: a cancel. No text of a contact can steer the terminal.
+// Shows dialogs as questions in the terminal; the key that the user types chooses an answer. The end of the input cancels the dialog, like
+// a window's close button. Texts of contacts cannot control the terminal.
 #pragma once
 #include "console.h"
 #include "dialogs/Dialog.h"
@@ -12,7 +12,7 @@ class TerminalFrontEnd final : public DialogFrontEnd {
 public:
     using OpenConsole = std::function<std::unique_ptr<platform::Console>()>;
 
-    // Opened at the first dialog. None means that nobody answers: every dialog is then closed unanswered.
+    // `open` is called for each outermost dialog. If it returns null, the dialog is closed unanswered.
     explicit TerminalFrontEnd(OpenConsole open) : open_(std::move(open)) {}
     void run(Dialog& dialog, HWND parent) override;
     void tell(HWND parent, std::u16string_view text, std::u16string_view caption, platform::MessageKind kind) override;

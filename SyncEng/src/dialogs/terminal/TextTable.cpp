@@ -13,7 +13,7 @@ using platform::columnsOf;
 constexpr std::size_t gap = 2, narrowestColumn = 8;
 constexpr std::u16string_view indent = u"  ";
 
-// The text in lines of the column's width; the last one is cut if there are too many.
+// Wraps the text to at most `most` lines of the column's width; cuts the last line if the text is longer.
 TextLines cellLinesOf(const std::u16string& text, std::size_t width, std::size_t most)
 {
     if (most == 1 || columnsOf(text) <= width) return {platform::fitted(text, width)};
@@ -52,7 +52,7 @@ public:
     }
 
 private:
-    // The widths that the columns need, or the widest of them narrowed to a common width. None if that is too narrow to read.
+    // Sets the widths that the columns need, or narrows the widest columns to a common width. Sets none if that is too narrow to read.
     void fitColumns(std::size_t room)
     {
         for (std::size_t column = 0; column < headers_.size(); ++column) {

@@ -1,4 +1,4 @@
-// Columns of text that fit a terminal.
+// Lays out a table of texts for a terminal.
 #pragma once
 #include <string>
 #include <vector>
@@ -8,7 +8,7 @@ namespace mb {
 using TextLines = std::vector<std::u16string>;
 
 struct TextRow {
-    std::u16string mark; // in front of the first cell, such as the number of the row; of the same width in all rows
+    std::u16string mark; // before the first cell, such as the row's number; must have the same width in all rows
     std::vector<std::u16string> cells;
 };
 
@@ -17,8 +17,8 @@ struct LaidOutTable {
     std::vector<TextLines> rows;
 };
 
-// The lines of a table in so many columns of the terminal. The widest columns are narrowed first; a value that is wider than its column
-// goes on in the next line, at most `cellLines` times, and is then cut. Where columns would be too narrow to read, each cell has a line.
+// Returns the lines of a table for a terminal with `columns` columns. The widest columns of the table are narrowed first. A value that is
+// wider than its column takes up to `cellLines` lines and is then cut. If columns would be too narrow to read, each cell gets its own line.
 LaidOutTable LayOutTable(const std::vector<std::u16string>& headers, const std::vector<TextRow>& rows, std::size_t columns,
                          std::size_t cellLines);
 

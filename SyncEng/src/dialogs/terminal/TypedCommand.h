@@ -1,4 +1,4 @@
-// What a user typed in answer to a question: a letter or none, and numbers behind it.
+// A command that the user typed at a question: an optional letter, followed by numbers.
 #pragma once
 #include <optional>
 #include <string_view>
