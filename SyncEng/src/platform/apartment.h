@@ -1,5 +1,5 @@
-// A host's entry into the component runtime: the calling thread is a single-threaded apartment while this lives. Where the runtime is ours
-// there is nothing to enter.
+// The component runtime as a host enters it: while an Apartment lives, its thread is a single-threaded apartment. On Linux, where the
+// runtime is our own, it does nothing.
 #pragma once
 
 namespace platform {
@@ -12,7 +12,7 @@ public:
     ~Apartment();
 
 private:
-    [[maybe_unused]] bool entered_ = false; // by this object, on Windows
+    [[maybe_unused]] bool entered_ = false; // the destructor must leave the apartment; Windows only
 };
 
 } // namespace platform

@@ -1,11 +1,11 @@
-// What a program was called with.
 #pragma once
 #include <string>
 #include <vector>
 
 namespace platform {
 
-// The arguments of main without the program's name, in UTF-8: Windows hands main an older code page, which lacks most letters.
+// Returns the arguments of main in UTF-8, without the program's name. On Windows they are read from the system, since the argv of main is
+// in the ANSI code page.
 std::vector<std::string> arguments(int argc, char** argv);
 
 } // namespace platform

@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-constexpr std::uint32_t plain = 0, masked = 3; // the kinds of compression that are none
+constexpr std::uint32_t plain = 0, masked = 3; // kinds of compression whose pixels are not compressed
 
 std::uint32_t number(Bytes bytes, std::size_t at, std::size_t length = 4) noexcept
 {
@@ -30,7 +30,7 @@ void setHeight(BitmapLayout& layout, std::uint32_t claimed) noexcept
     layout.height = layout.topDown ? 0u - claimed : claimed;
 }
 
-// One colour out of a pixel of 16 or 32 bits, widened to 8 bits.
+// Extracts one colour from a pixel of 16 or 32 bits, scaled to 8 bits.
 class Channel {
 public:
     explicit Channel(std::uint32_t mask) noexcept
@@ -64,7 +64,7 @@ const Channels& plain16() noexcept
     return channels;
 }
 
-// A BMP file as its headers tell.
+// The contents of a BMP file's headers.
 struct BmpFile {
     BitmapLayout layout;
     std::uint32_t headerSize = 0, compression = plain, colours = 0, masks[3] = {};

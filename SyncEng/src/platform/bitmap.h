@@ -1,4 +1,5 @@
-// The layout of a device-independent bitmap, and its form as a BMP file. Sizes are checked before anything is touched.
+// The layout of a device-independent bitmap, and its conversion from and to a BMP file. Every size is checked before memory is read or
+// allocated.
 #pragma once
 #include <array>
 #include <cstddef>
@@ -19,30 +20,29 @@ inline constexpr std::size_t bitmapHeaderSize = 40;
 
 struct BitmapLayout {
     std::uint32_t width = 0, height = 0;
-    unsigned bits = 24; // a pixel: 1, 4, 8, 16, 24 or 32
+    unsigned bits = 24; // per pixel: 1, 4, 8, 16, 24 or 32
     bool topDown = false;
 
     [[nodiscard]] std::size_t rowBytes() const noexcept { return (std::size_t{width} * bits + 31) / 32 * 4; }
     [[nodiscard]] std::size_t colours() const noexcept { return bits < 9 ? std::size_t{1} << bits : 0; }
     [[nodiscard]] std::size_t pixelsAt() const noexcept { return bitmapHeaderSize + 4 * colours(); }
     [[nodiscard]] std::size_t size() const noexcept { return pixelsAt() + rowBytes() * height; }
-    // Where row y, counted from the top of the picture, begins.
+    // The offset at which row y begins; y is counted from the top of the picture.
     [[nodiscard]] std::size_t rowAt(std::size_t y) const noexcept { return pixelsAt() + rowBytes() * (topDown ? y : height - 1 - y); }
-    [[nodiscard]] bool isSane() const noexcept; // has pixels, and fits into maxBitmapBytes
+    [[nodiscard]] bool isSane() const noexcept; // the bitmap has pixels and takes at most maxBitmapBytes
 };
 
-// The layout of a bitmap in memory; none if its header is not one of ours or it is shorter than that tells.
+// Returns the layout of a bitmap in memory; nullopt if its header is not supported or the bitmap is shorter than the header says.
 std::optional<BitmapLayout> layoutOf(Bytes bitmap) noexcept;
-// A bitmap with its header, its rows from the bottom up and all else zero.
+// Returns a bitmap with its header; rows run from the bottom up, all pixels and colours are zero. Requires: layout.isSane().
 std::u16string makeBitmap(const BitmapLayout& layout);
-// A row, counted from the top, as pixels of blue, green, red, one byte each.
+// Converts a row, counted from the top, to 3 bytes a pixel: blue, green, red.
 void readRow(Bytes bitmap, const BitmapLayout& layout, std::size_t y, std::uint8_t* bgr) noexcept;
-// Whether the colour table holds nothing but greys.
 bool isGrey(Bytes bitmap, const BitmapLayout& layout) noexcept;
 
-// The bitmap of a BMP file: plain ones of 1 to 32 bits a pixel, in the headers of all its ages. Packed ones are not read.
+// Returns the bitmap of a BMP file: uncompressed, 1 to 32 bits a pixel, any version of the header. Empty for any other file.
 std::u16string bitmapOfFile(Bytes file);
-// What stands in front of a bitmap in a BMP file.
+// Returns the file header that precedes the bitmap in a BMP file.
 std::array<std::uint8_t, 14> fileHeaderOf(const BitmapLayout& layout) noexcept;
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// Component categories: which classes offer what, and the registration of a server's classes.
+// Component categories: registration, and a list of the classes in a category.
 #pragma once
 #include "com.h"
 
@@ -6,24 +6,24 @@
 
 namespace platform {
 
-// Each answers the result code of the system's categories manager.
+// Each function returns the result code of the system's category manager.
 HRESULT registerCategory(REFGUID category, std::u16string_view description) noexcept;
 HRESULT registerClassInCategory(REFCLSID clsid, REFGUID category) noexcept;
 HRESULT unregisterClassInCategory(REFCLSID clsid, REFGUID category) noexcept;
 
 HRESULT unregisterCategory(REFGUID category) noexcept;
 
-// The classes of a category, one after the other, in the order in which the system lists them.
+// Enumerates the classes of a category in the system's order. Requires: open() succeeded before next() is called.
 class CategoryClasses {
 public:
     HRESULT open(REFGUID category) noexcept;
-    // S_OK with a class, S_FALSE at the end, a failure if the enumeration broke.
+    // Returns S_OK with a class, S_FALSE at the end, or the failure that ended the enumeration.
     HRESULT next(CLSID* clsid) noexcept;
 
 private:
     std::vector<CLSID> classes_;
     std::size_t position_ = 0;
-    HRESULT end_ = S_FALSE; // how the enumeration ended
+    HRESULT end_ = S_FALSE; // result of the enumeration behind the last class
 };
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// The widths of columns that share a room.
+// Column widths that share a limited room.
 #pragma once
 #include <algorithm>
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// The widths as they are if they fit the room together; else the widest columns are narrowed to one common width.
+// Returns `widths` if their sum is at most `room`; otherwise the widest columns are narrowed to one common width.
 inline std::vector<std::size_t> narrowed(std::vector<std::size_t> widths, std::size_t room)
 {
     std::vector<std::size_t> ascending = widths;

@@ -1,6 +1,6 @@
-// The engine's component vocabulary: owning pointers, text, values, arrays, objects with aggregation, connection points.
-// Header-only and the same on both platforms; the runtime below it is the system's on Windows and libmbcom.so elsewhere.
-// No raw AddRef, Release or SysFreeString stands outside of this file.
+// The engine's component vocabulary: owning pointers, text, values, arrays, objects with aggregation, class objects. Header-only and the
+// same on both platforms. The runtime below it is the system's on Windows and libmbcom.so on Linux. No raw AddRef, Release or SysFreeString
+// is called outside of this file.
 #pragma once
 #ifdef _WIN32
 #include <windows.h>
@@ -25,7 +25,7 @@
 
 namespace com {
 
-// A result code that stopped the work; becomes the return code at the interface.
+// A failed result code as an exception; guarded() returns it to the caller of the interface method.
 class Error final : public std::exception {
 public:
     explicit Error(HRESULT hr) noexcept : hr_(hr) {}
@@ -41,7 +41,7 @@ inline void check(HRESULT hr)
     if (FAILED(hr)) throw Error(hr);
 }
 
-// The only way C++ code is entered from an interface method, and the only way the engine calls a plug-in: no exception passes.
+// Runs C++ code and turns exceptions into result codes. Interface methods run inside it, so that no exception crosses an interface.
 template <class F> [[nodiscard]] HRESULT guarded(F&& body) noexcept
 {
     try {
@@ -60,7 +60,7 @@ template <class F> [[nodiscard]] HRESULT guarded(F&& body) noexcept
     }
 }
 
-// Calls a method of an object that others wrote: no exception of theirs comes through.
+// Calls a method of a foreign object; an exception that the method throws becomes a result code.
 template <class I, class Object, class... Params, class... Args>
 requires std::is_base_of_v<I, Object> HRESULT call(Object* object, HRESULT (STDMETHODCALLTYPE I::*method)(Params...), Args&&... args)
 noexcept
@@ -69,11 +69,10 @@ noexcept
 }
 
 // ---- Text -------------------------------------------------------------------------------------------------------------
-// OLECHAR is char16_t in one world and wchar_t in the other; both are 16 bits, and the module itself only knows char16_t.
+// OLECHAR is char16_t on Linux and wchar_t on Windows. Both have 16 bits; the module itself uses char16_t only.
 
 inline const OLECHAR* ole(const char16_t* s) noexcept { return reinterpret_cast<const OLECHAR*>(s); }
 inline std::u16string_view viewOf(const OLECHAR* s, std::size_t n) noexcept { return {reinterpret_cast<const char16_t*>(s), n}; }
-// A null BSTR is the empty text.
 inline std::u16string_view viewOf(BSTR s) noexcept { return s ? viewOf(s, SysStringLen(s)) : std::u16string_view{}; }
 inline std::u16string textOf(BSTR s) { return std::u16string(viewOf(s)); }
 
@@ -115,7 +114,7 @@ private:
     BSTR s_ = nullptr;
 };
 
-// Gives a new copy of the text to an out parameter.
+// Stores a new copy of the text in an out parameter; the caller frees it.
 inline void give(BSTR* out, std::u16string_view text) { *out = Bstr(text).detach(); }
 
 // ---- Owning pointer ---------------------------------------------------------------------------------------------------
@@ -162,14 +161,14 @@ public:
     [[nodiscard]] void** putVoid() noexcept { return reinterpret_cast<void**>(put()); }
     void copyTo(T** out) const noexcept { *out = Ptr(*this).detach(); }
 
-    // The same object by another interface; a missing one throws E_NOINTERFACE.
+    // Returns another interface of the same object; throws E_NOINTERFACE if the object lacks it.
     template <class U> [[nodiscard]] Ptr<U> as() const
     {
         Ptr<U> r = tryAs<U>();
         if (p_ && !r) throw Error(E_NOINTERFACE);
         return r;
     }
-    // The same; a missing one is null.
+    // Returns another interface of the same object; null if the object lacks it.
     template <class U> [[nodiscard]] Ptr<U> tryAs() const noexcept
     {
         Ptr<U> r;
@@ -197,7 +196,7 @@ public:
         bstrVal = Bstr(s).detach();
         vt = VT_BSTR;
     }
-    explicit Variant(const char16_t* s) : Variant(std::u16string_view(s)) {} // or a literal would be taken for a truth value
+    explicit Variant(const char16_t* s) : Variant(std::u16string_view(s)) {} // without this overload a literal would convert to bool
     explicit Variant(LONG n) noexcept : Variant()
     {
         lVal = n;
@@ -228,7 +227,6 @@ public:
         VariantInit(this);
         return v;
     }
-    // The text of a VT_BSTR value; anything else counts as the empty text.
     [[nodiscard]] std::u16string_view text() const noexcept { return vt == VT_BSTR ? viewOf(bstrVal) : std::u16string_view{}; }
 
 private:
@@ -240,7 +238,7 @@ private:
 
 // ---- Arrays -----------------------------------------------------------------------------------------------------------
 
-// An array in task memory: filled by put(), freed by this object, read as a span.
+// An array in task memory: filled through put(), freed by this object, read as a span.
 template <class T> class TaskArray {
 public:
     TaskArray() noexcept = default;
@@ -262,7 +260,7 @@ private:
     LONG n_ = 0;
 };
 
-// Gives a copy of the items in task memory to an out parameter; no items give null.
+// Stores a copy of the items, in task memory, in an out parameter; null for no items.
 template <class T> HRESULT giveArray(std::span<const T> items, LONG* count, T** out) noexcept
 {
     *count = 0;
@@ -276,7 +274,7 @@ template <class T> HRESULT giveArray(std::span<const T> items, LONG* count, T** 
     return S_OK;
 }
 
-// A one-dimensional SAFEARRAY of BSTR with lower bound 0 from texts, and the texts of such an array (null gives none).
+// Conversion between texts and a one-dimensional SAFEARRAY of BSTR with lower bound 0. A null array has no texts.
 inline SAFEARRAY* makeTextArray(std::span<const std::u16string> texts)
 {
     SAFEARRAY* a = SafeArrayCreateVector(VT_BSTR, 0, static_cast<ULONG>(texts.size()));
@@ -313,7 +311,7 @@ inline std::vector<std::u16string> textArray(SAFEARRAY* a)
 
 // ---- Identifiers ------------------------------------------------------------------------------------------------------
 
-// Braces, upper case, 38 characters.
+// Returns 38 characters: braces and upper-case digits.
 inline std::u16string guidText(REFGUID guid)
 {
     OLECHAR buffer[40] = {};
@@ -321,12 +319,12 @@ inline std::u16string guidText(REFGUID guid)
     return std::u16string(viewOf(buffer, n > 0 ? static_cast<std::size_t>(n) - 1 : 0));
 }
 
-// A text that is none gives the null GUID.
+// Stores the null GUID and fails if the text is not a GUID.
 inline HRESULT parseGuid(std::u16string_view text, GUID* out)
 {
     const std::u16string zeroEnded(text);
     const HRESULT hr = CLSIDFromString(const_cast<OLECHAR*>(ole(zeroEnded.c_str())), out);
-    if (FAILED(hr)) *out = {}; // the system's may leave half of it
+    if (FAILED(hr)) *out = {}; // the system may have written a part of it
     return hr;
 }
 
@@ -339,16 +337,16 @@ inline GUID newGuid()
 
 // ---- Objects ----------------------------------------------------------------------------------------------------------
 
-inline std::atomic<LONG> moduleLocks{0}; // objects and server locks alive: DllCanUnloadNow
+inline std::atomic<LONG> moduleLocks{0}; // living objects and server locks, for DllCanUnloadNow
 
-// The late-bound half of a dual interface: names and calls by number, answered from the type information of I.
+// The late-bound methods of a dual interface, answered from the type information of the interface `iid`.
 HRESULT dispatchTypeInfoCount(REFIID iid, UINT* count) noexcept;
 HRESULT dispatchTypeInfo(REFIID iid, UINT index, LCID lcid, ITypeInfo** info) noexcept;
 HRESULT dispatchIds(REFIID iid, LPOLESTR* names, UINT count, LCID lcid, DISPID* ids) noexcept;
 HRESULT dispatchInvoke(REFIID iid, IDispatch* object, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params, VARIANT* result,
                        EXCEPINFO* excep, UINT* argErr) noexcept;
 
-// A dual interface with its four late-bound slots filled in.
+// A dual interface with its four IDispatch methods implemented.
 template <class I> class Dual : public I {
 public:
     using Interface = I;
@@ -375,8 +373,8 @@ template <class I> struct InterfaceOf<Dual<I>> {
     using type = I;
 };
 
-// An object of the listed interfaces, usable alone or inside an outer object. A class derives from it, takes the outer object
-// in its constructor, and is made by create<T>. A dual interface is listed as Dual<I>; the first of them answers for IDispatch.
+// Base of an object that implements the listed interfaces, alone or aggregated in an outer object. A derived class passes the outer object
+// from its constructor and is made by create<T>. A dual interface is listed as Dual<I>; the first one answers for IDispatch.
 template <class First, class... Rest> class Object : public First, public Rest... {
 public:
     Object(const Object&) = delete;
@@ -392,16 +390,17 @@ protected:
         ++moduleLocks;
     }
     virtual ~Object() { --moduleLocks; }
-    // An interface that the list does not name, answered by a part of the object; it must count on the object itself.
+    // Returns an interface that is not listed, implemented by a part of the object; null if unknown. The part must share the object's
+    // reference count.
     virtual IUnknown* findOther(REFIID) noexcept { return nullptr; }
-    // False for an interface of the list that this object does not offer after all.
+    // Returns false for a listed interface that this object does not offer.
     virtual bool offers(REFIID) const noexcept { return true; }
-    // The identity under which callers know the object: its own, or the outer's.
+    // The identity that callers know: the outer object's, or its own if there is none.
     [[nodiscard]] IUnknown* controlling() const noexcept { return outer_; }
 
 private:
     template <class T> friend HRESULT create(IUnknown*, REFIID, void**) noexcept;
-    struct Inner final : IUnknown { // the object's own identity and count
+    struct Inner final : IUnknown { // the object's own identity and reference count
         Object* self = nullptr;
         std::atomic<ULONG> refs{1};
         HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** out) override
@@ -409,7 +408,7 @@ private:
             if (!out) return E_POINTER;
             *out = riid == __uuidof(IUnknown) ? static_cast<IUnknown*>(this) : self->find(riid);
             if (!*out) return E_NOINTERFACE;
-            static_cast<IUnknown*>(*out)->AddRef(); // through the pointer handed out: an aggregate counts on its outer
+            static_cast<IUnknown*>(*out)->AddRef(); // through the returned pointer, because an aggregated object counts on its outer object
             return S_OK;
         }
         ULONG STDMETHODCALLTYPE AddRef() override { return ++refs; }
@@ -417,7 +416,7 @@ private:
         {
             const ULONG left = --refs;
             if (left == 0) {
-                refs = 1; // a callback during destruction must not delete twice
+                refs = 1; // a callback during destruction must not delete the object again
                 delete self;
             }
             return left;
@@ -454,18 +453,18 @@ template <class T> HRESULT create(IUnknown* outer, REFIID riid, void** out) noex
     });
 }
 
-// Makes an object of the module and keeps hold of its class: for code that needs more than its interfaces.
+// Creates an object of this module and returns it by its class, for code that needs more than its interfaces.
 template <class T> Ptr<T> make()
 {
-    return Ptr<T>::attach(new T(nullptr)); // a new object holds one reference, its maker's
+    return Ptr<T>::attach(new T(nullptr)); // a new object already has one reference
 }
 
 // ---- Classes ----------------------------------------------------------------------------------------------------------
 
 struct ClassEntry {
     const CLSID* clsid;
-    const char16_t* progId;      // version-independent, as in "MBSync.TrManager"
-    const char16_t* description; // for the registry
+    const char16_t* progId;      // version-independent, such as "MBSync.TrManager"
+    const char16_t* description; // shown in the registry
     HRESULT (*create)(IUnknown* outer, REFIID riid, void** out) noexcept;
 };
 
@@ -495,7 +494,7 @@ inline HRESULT getClassObject(std::span<const ClassEntry> table, REFCLSID clsid,
     return CLASS_E_CLASSNOTAVAILABLE;
 }
 
-// Makes a class known to the component runtime, for this process and as long as this object lives, whether it is registered or not.
+// Makes a class known to the component runtime in this process, registered or not, while this object lives.
 class ClassObject {
 public:
     ClassObject(REFCLSID clsid, IUnknown* factory)
@@ -510,7 +509,6 @@ private:
     DWORD cookie_ = 0;
 };
 
-// An object of a class of the component runtime.
 template <class I> HRESULT createInstance(REFCLSID clsid, Ptr<I>& out, DWORD context = CLSCTX_ALL) noexcept
 {
     return guarded([&] { return CoCreateInstance(clsid, nullptr, context, __uuidof(I), out.putVoid()); });

@@ -1,12 +1,12 @@
-// Connection points: how an object calls back the sinks that its callers advised. A class derives from EventSource instead of
-// Object, names the outgoing interface first, and calls firstSink().
+// Connection points: how an object calls the sinks that its callers advised. A class derives from EventSource instead of Object, names the
+// outgoing interface first, and calls firstSink().
 #pragma once
 #include "com.h"
 #include <map>
 
 namespace com {
 
-// An enumerator over items that it keeps alive. Out is what callers receive, made from an item by give(item).
+// An enumerator that keeps its items alive. item.give() makes the value that callers receive.
 template <class IEnum, class Item, class Out> class Enumerator final : public Object<IEnum> {
 public:
     explicit Enumerator(IUnknown* outer) noexcept : Object<IEnum>(outer) {}
@@ -56,12 +56,12 @@ struct ConnectionPointItem {
     [[nodiscard]] IConnectionPoint* give() const noexcept { return Ptr<IConnectionPoint>(point).detach(); }
 };
 
-// The connection point of one outgoing interface; a part of its source, on which it counts.
+// The connection point of one outgoing interface. It is a part of its source and shares the source's reference count.
 template <class Sink> class ConnectionPoint final : public IConnectionPoint {
 public:
     explicit ConnectionPoint(IConnectionPointContainer* source) noexcept : source_(source) {}
 
-    // The sink advised first of those that are still advised; borrowed, null if there is none.
+    // Returns the earliest advised sink that is still advised; null if there is none. The sink is borrowed.
     [[nodiscard]] Sink* firstSink() const noexcept { return sinks_.empty() ? nullptr : sinks_.begin()->second.get(); }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID riid, void** out) override
@@ -112,7 +112,7 @@ public:
     }
 
 private:
-    IConnectionPointContainer* source_; // the object that this is a part of
+    IConnectionPointContainer* source_; // contains this connection point; not owned
     DWORD nextCookie_ = 1;
     std::map<DWORD, Ptr<Sink>> sinks_;
 };

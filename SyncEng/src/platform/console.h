@@ -1,4 +1,4 @@
-// A conversation with the user in a terminal, line by line.
+// A line-based dialog with the user in a terminal.
 #pragma once
 #include <memory>
 #include <string>
@@ -10,16 +10,17 @@ class Console {
 public:
     virtual ~Console() = default;
     virtual void write(std::u16string_view text) = 0;
-    // False when the input has ended, or when a signal came in between: nobody answers any more.
+    // Returns false if the input has ended, a signal interrupted the wait, or the line is too long; no further answer will come.
     virtual bool readLine(std::u16string& line) = 0;
     [[nodiscard]] virtual std::size_t columns() const = 0;
     [[nodiscard]] virtual std::size_t lines() const = 0;
     [[nodiscard]] virtual bool coloured() const = 0;
 };
 
-// The terminal of the process: its input, and its output or else its error stream. Null where one of them is no terminal.
+// Returns the process's terminal: standard input with standard output or, if that is no terminal, standard error. Null if the input or both
+// outputs are no terminal.
 std::unique_ptr<Console> openConsole();
-// Whether there is one.
+// Returns whether openConsole() would find a terminal.
 bool someoneAnswers() noexcept;
 
 } // namespace platform

@@ -7,7 +7,7 @@ namespace {
 
 bool isBreak(char16_t c) noexcept { return c == u'\r' || c == u'\n' || c == u'\t' || c == 0x2028 || c == 0x2029; }
 
-// The control characters of both halves, and those that turn the direction of the text around them.
+// Control characters (C0, C1) and characters that change the direction of text.
 bool isControl(char16_t c) noexcept
 {
     return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
@@ -25,7 +25,7 @@ std::size_t columnsOf(char16_t c) noexcept
     return none ? 0 : wide ? 2 : 1;
 }
 
-// How many units fit the columns; a pair of surrogates and a letter with its marks stay together.
+// Returns how many units fit the columns. A surrogate pair, and a letter with its combining marks, are not separated.
 std::size_t unitsThatFit(std::u16string_view text, std::size_t columns) noexcept
 {
     std::size_t used = 0, at = 0;
@@ -47,7 +47,7 @@ std::u16string harmless(std::u16string_view text)
     safe.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
         const char16_t c = text[i];
-        if (c == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue; // the pair is one blank
+        if (c == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue; // CR LF becomes one blank
         safe += isBreak(c) ? u' ' : isControl(c) ? u'\uFFFD' : c;
     }
     return safe;
@@ -57,7 +57,7 @@ std::u16string harmlessInFile(std::u16string_view text)
 {
     std::u16string safe(text);
     for (char16_t& c : safe)
-        if (!isBreak(c) && isControl(c)) c = u'?'; // one byte, as the log keeps no more bytes than characters
+        if (!isBreak(c) && isControl(c)) c = u'?'; // one byte, because the log reserves one byte per character
     return safe;
 }
 

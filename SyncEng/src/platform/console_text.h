@@ -1,23 +1,25 @@
-// Text as it may go to a terminal: it cannot steer it, and its width is known.
+// Text for terminals: replaces characters that could control the terminal, and measures width in columns.
 #pragma once
 #include <string>
 #include <string_view>
 
 namespace platform {
 
-// One line: a line break is a blank, and what moves the cursor or turns the direction of the text around is U+FFFD.
+// Returns the text as one line: line breaks and tabs become blanks, control and bidirectional formatting characters become U+FFFD.
 std::u16string harmless(std::u16string_view text);
 
-// The same for a file: line breaks and tabs stay, and a question mark stands for what would steer a terminal that shows the file.
+// Returns the text for a file: line breaks and tabs are kept; the characters that harmless() replaces become '?', so that the file can
+// safely be shown in a terminal.
 std::u16string harmlessInFile(std::u16string_view text);
 
-// Columns of a terminal that the text takes; marks that combine with a letter take none, wide letters two.
+// The number of terminal columns that the text takes. Combining marks take none, wide characters two.
 std::size_t columnsOf(std::u16string_view text) noexcept;
 
-// As much of the text as fits the columns; what does not fit ends with an ellipsis.
+// Returns the text cut to the columns; a text that was cut ends with an ellipsis.
 std::u16string fitted(std::u16string_view text, std::size_t columns);
 
-// The text in lines of so many columns at most, broken at blanks where that is possible.
+// Returns the text broken into lines of at most `columns`, at blanks where possible. Each line begins with `indent`, which counts towards
+// `columns`, and ends with a line feed.
 std::u16string wrapped(std::u16string_view text, std::size_t columns, std::u16string_view indent = {});
 
 } // namespace platform

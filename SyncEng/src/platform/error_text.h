@@ -1,13 +1,13 @@
-// The text that a failed method leaves beside its result code, as components do: for the caller on the same thread.
+// The error text that a failed method leaves beside its result code (IErrorInfo), for the caller on the same thread.
 #pragma once
 #include <string>
 #include <string_view>
 
 namespace platform {
 
-// The empty text leaves none, and drops what an earlier failure left.
+// Replaces the thread's error text. An empty text clears it.
 void leaveErrorText(std::u16string_view text);
-// Empty if none was left; a second call finds none.
+// Returns the thread's error text and clears it; empty if there is none.
 std::u16string takeErrorText();
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// What std::filesystem lacks: the folders of the system, copying that fails if the target exists, and files that reach the disk whole.
+// File operations that std::filesystem lacks: system folders, copying that fails if the target exists, durable atomic writes.
 #pragma once
 #include <cstdint>
 #include <filesystem>
@@ -11,54 +11,56 @@
 
 namespace platform {
 
-// Paths travel inside the module as 16-bit text.
+// Inside the module a path travels as 16-bit text.
 std::filesystem::path pathOf(std::u16string_view text);
 std::u16string textOf(const std::filesystem::path& path);
 
-// The user's application data folder ($XDG_DATA_HOME or ~/.local/share on Linux), and the machine's folder of earlier
-// versions (the Windows directory; /usr/share on Linux). Empty if the system does not tell. Neither is created.
+// userDataFolder: the user's application data folder ($XDG_DATA_HOME or ~/.local/share on Linux). machineDataFolder: the folder that
+// earlier versions used for all users (the Windows directory; /usr/share on Linux). Empty if the system reports none. Neither folder is
+// created.
 std::filesystem::path userDataFolder();
 std::filesystem::path machineDataFolder();
 
-// What is made here is for its owner alone where the system has rights of files: files 0600, folders 0700, whatever the process's mask
-// leaves of that. A file that is replaced keeps its rights, its owner and its group, as far as the user may give them.
+// New files and folders are accessible to their owner only, where the file system has permissions (files 0600, folders 0700, less the
+// umask). A replaced file keeps its permissions, owner and group, as far as the user may set them.
+
 bool fileExists(const std::filesystem::path& file) noexcept;
-// Whether the file can be opened for reading; a missing one is made, empty, if its folder is there.
+// Returns whether the file can be opened for reading. A missing file is created empty if its folder exists.
 bool openOrCreate(const std::filesystem::path& file) noexcept;
-// Makes one level; true if the folder exists afterwards.
+// Creates one level. Returns whether the folder exists afterwards.
 bool createFolder(const std::filesystem::path& folder) noexcept;
-// Makes the folder with all that lead to it.
+// Creates the folder with its missing parents. Returns whether the folder exists afterwards.
 bool createFolders(const std::filesystem::path& folder);
 std::error_code copyReplacing(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
-// errc::file_exists if there is a target.
+// Returns errc::file_exists if the target exists.
 std::error_code copyFailingIfExists(const std::filesystem::path& from, const std::filesystem::path& to) noexcept;
-// The one spelling of a place: absolute, without links, dots and doubled or trailing separators; on Windows also with the names as the
-// file system has them, and by its own volume. What is not there is taken as it is given, behind the folder that is.
+// Returns the canonical spelling of a path: absolute, without links, dots, doubled or trailing separators; on Windows also with the file
+// system's spelling of each name and the path of its own volume. The part of the path that does not exist is appended unchanged.
 std::filesystem::path canonicalPath(const std::filesystem::path& path);
-// Whether two databases are one place: the same file or folder where both are absolute paths that lead to one, else the same text in any
-// case of its letters.
+// Returns whether two database names mean the same place. If both are absolute paths that exist, they are compared as files; otherwise as
+// text, case-insensitive.
 bool isSamePlace(std::u16string_view a, std::u16string_view b);
-// Tells two versions of a file apart that AtomicFile wrote one after the other; on Windows only if their sizes differ or the clock has
-// moved on. All missing files have the same.
+// Identifies a version of a file: two versions that AtomicFile wrote have different stamps. On Windows this holds only if their sizes
+// differ or the clock has moved on. All missing files have the same stamp.
 struct FileStamp {
-    std::uint64_t file = 0; // its number in the file system; 0 on Windows
+    std::uint64_t file = 0; // inode number; 0 on Windows
     std::int64_t written = 0;
     std::uint64_t size = 0;
     bool operator==(const FileStamp&) const = default;
 };
 FileStamp stampOf(const std::filesystem::path& file) noexcept;
-// The whole file; an error in `error`, also where it is larger than `limit` (errc::file_too_large).
+// Returns the whole file. Sets `error` on failure, and to errc::file_too_large if the file is larger than `limit`.
 std::string readFile(const std::filesystem::path& file, std::error_code& error, std::uint64_t limit = UINT64_MAX);
 
-// A new content for a file. It is written beside the target, and commit() flushes it to disk and renames it over the target; without
-// commit nothing has changed and the temporary file is gone.
+// Writes new content for a file atomically. The content goes into a temporary file beside the target; commit() flushes it to disk and
+// renames it over the target. Without commit() the target is unchanged; the destructor removes the temporary file.
 class AtomicFile {
 public:
     explicit AtomicFile(const std::filesystem::path& target) noexcept;
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
     ~AtomicFile();
-    // After the first failure the others do nothing, and commit reports it.
+    // After a failed write, further writes do nothing and commit() returns the error.
     void write(std::string_view bytes) noexcept;
     [[nodiscard]] std::error_code commit() noexcept;
 
@@ -67,15 +69,15 @@ private:
     std::unique_ptr<State> state_;
 };
 
-// Removes what AtomicFile left in the folder in processes that were killed: its temporary files of more than a day ago. A younger one may
-// be that of a process at work.
+// Removes temporary files that AtomicFile left in the folder because its process was killed: those older than a day. A younger one may
+// belong to a running process.
 void removeStaleTemporaries(const std::filesystem::path& folder);
 
-// A file that grows at its end, for the log: made if missing; every write goes to the system at once, none is flushed to disk.
+// A file opened for appending, for the log. It is created if missing. Each write is passed to the system at once; none is flushed to disk.
 class AppendFile {
 public:
     AppendFile() noexcept = default;
-    explicit AppendFile(const std::filesystem::path& file) noexcept; // empty if it cannot be opened
+    explicit AppendFile(const std::filesystem::path& file) noexcept; // empty if the file cannot be opened
     AppendFile(AppendFile&& o) noexcept;
     AppendFile& operator=(AppendFile&& o) noexcept;
     ~AppendFile();

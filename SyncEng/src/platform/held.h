@@ -1,5 +1,4 @@
-// A file that another program holds for a moment, as a virus scanner, an indexer or a backup does: the call is made again before it
-// counts as failed.
+// Retries for a file that another program holds open for a moment, such as a virus scanner, an indexer or a backup.
 #pragma once
 #include <algorithm>
 #include <chrono>
@@ -9,12 +8,12 @@ namespace platform {
 
 enum class Purpose { Open, Replace };
 
-// Whether the last error of the system, as the call before left it, says that another program holds the file. On Windows a file that is
-// to be replaced or deleted and is open elsewhere is told as one that may not be.
+// Returns whether the system's last error means that another program holds the file open. For Purpose::Replace on Windows "access denied"
+// counts too, since that is the error for replacing or deleting an open file.
 bool lastErrorIsHold(Purpose purpose) noexcept;
 
-// Makes the call, and again with growing pauses while it fails by a hold, for two seconds in all. Returns what the last call returned,
-// and leaves the last error of the system as that call left it.
+// Makes the call and, while another program holds the file, repeats it with growing pauses for up to two seconds. Returns the result of the
+// last call and keeps the system's last error as that call set it.
 template <class Call, class Succeeded> auto whileHeld(Purpose purpose, Call&& call, Succeeded&& succeeded)
 {
     using std::chrono::milliseconds;

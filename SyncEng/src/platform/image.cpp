@@ -54,7 +54,7 @@ bool saveImage(std::u16string_view bitmap, const std::filesystem::path& file, Im
     try {
         if (save(bitmap, file, format)) return true;
     } catch (const std::exception&) {
-        // no memory for a row: as any other failure
+        // Out of memory is handled like any other failure.
     }
     std::error_code ignored;
     std::filesystem::remove(file, ignored);

@@ -1,4 +1,4 @@
-// The interfaces of SyncEngLib.idl, behind the component vocabulary that the generated header needs in front of it.
+// Includes the header generated from SyncEngLib.idl after the definitions that it needs.
 #pragma once
 #include "com.h"
 //

@@ -1,23 +1,22 @@
-// The user's wish that the program stop: Ctrl-C, and what asks it without a terminal, SIGTERM on Linux and Ctrl-Break on Windows, which
-// alone reaches a group of processes. As long as nobody takes the wish the system ends the process.
+// Requests to stop the program: Ctrl-C, SIGTERM on Linux, and Ctrl-Break on Windows, the only event that can be sent to a process group
+// there. Without a handler the system ends the process.
 #pragma once
 #include <string_view>
 
 namespace platform {
 
-// Takes the wish from now on. It is called in a signal handler or in a thread of the system's, so it only sets what is atomic, calls what
-// is meant for it, or ends the process.
+// Handles such requests from now on. The handler is called in a signal handler (Linux) or in a thread of the system (Windows). It may only
+// set atomics, call the functions below, or end the process.
 using InterruptHandler = void (*)();
 void takeInterrupts(InterruptHandler handler) noexcept;
 
-// Asks the script that runs to end. False if none runs, or if it is one that nothing can end but the end of the process. May be called from
-// there.
+// Asks the running script to stop. Returns false if none is running, and always on Windows, where a script cannot be interrupted.
 bool cancelScript() noexcept;
 
-// Calls this when so many seconds have passed, from there as well; once a process.
+// Calls `end` after so many seconds. Requires: it is called once per process.
 void endLater(unsigned seconds, InterruptHandler end) noexcept;
 
-// Ends the process from there: the text goes to standard error, nothing is flushed or destroyed while other threads are at work.
+// Writes the text to standard error and ends the process without flushing or destroying anything, since other threads may be running.
 [[noreturn]] void endAtOnce(std::string_view text, int code) noexcept;
 
 } // namespace platform

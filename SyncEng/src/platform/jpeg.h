@@ -1,13 +1,13 @@
-// JPEG files to and from a bitmap: the part of image.h that each platform does with its own library.
+// Converts JPEG files from and to a bitmap; each platform uses its own library for it.
 #pragma once
 #include "bitmap.h"
 #include <filesystem>
 
 namespace platform {
 
-// Empty if the file is damaged, cut off, or claims more than it can hold.
+// Returns an empty bitmap if the file is damaged, truncated, or claims more pixels than it can hold.
 std::u16string loadJpeg(const std::filesystem::path& file);
-// False leaves a part of the file behind.
+// Returns false on failure; a partly written file may remain.
 bool saveJpeg(Bytes bitmap, const BitmapLayout& layout, const std::filesystem::path& file);
 
 } // namespace platform

@@ -1,24 +1,24 @@
-// Loads a shared library and finds functions in it, without a message of the system's when that fails.
+// Loads a shared library and finds functions in it. A failure shows no message box of the system.
 #pragma once
 #include <filesystem>
 #include <string>
 
 namespace platform {
 
-// The file name of a library that comes with the product, by its bare name: CAT.DLL, or libCAT.so.
+// Returns the file name of one of the product's libraries from its base name: CAT.dll or libCAT.so.
 std::string libraryFileName(const char* name);
-// The file name of a plug-in that comes with the product: cat.dll, or cat.so.
+// Returns the file name of one of the product's plug-ins from its base name: cat.dll or cat.so.
 std::string pluginFileName(const char* name);
 
 class Library {
 public:
     Library() noexcept = default;
-    explicit Library(const std::filesystem::path& file) noexcept; // empty if it cannot be loaded
+    explicit Library(const std::filesystem::path& file) noexcept; // empty if the library cannot be loaded
     Library(Library&& o) noexcept : handle_(o.release()) {}
     Library& operator=(Library&& o) noexcept;
     ~Library();
     explicit operator bool() const noexcept { return handle_ != nullptr; }
-    // Lets the library stay loaded for the life of the process.
+    // Keeps the library loaded until the process ends, and returns its handle.
     void* release() noexcept;
     template <class F> F* function(const char* name) const noexcept { return reinterpret_cast<F*>(find(name)); }
 

@@ -1,4 +1,4 @@
-// What the file of a lock tells of its holder: a line for its name, and one for its note.
+// The text that a lock file stores about the process that holds the lock: a line with its name, and a line with its note.
 #pragma once
 #include "files.h"
 #include "host.h"

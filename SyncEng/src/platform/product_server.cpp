@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-// What has a ProgID: nothing, a library, or (with an empty path) a server of another kind.
+// Returns the library that the ProgID belongs to; an empty path if the server is not a library, nullopt if there is no server.
 std::optional<std::filesystem::path> serverOf(std::u16string_view progId)
 {
     const auto name = RegistryKey::open(Root::ClassesRoot, std::u16string(progId) + u"\\CLSID");
@@ -22,7 +22,7 @@ std::optional<std::filesystem::path> serverOf(std::u16string_view progId)
     return file ? pathOf(*file) : std::filesystem::path();
 }
 
-// What the scope of a registration has: the user's classes or the machine's.
+// Looks only at the classes in which a registration would be written: the user's or the machine's.
 std::optional<std::filesystem::path> serverInScope(std::u16string_view progId)
 {
     const ServerScope scope;
@@ -33,7 +33,7 @@ void call(const char* function, const std::filesystem::path& library)
 {
     Library server(library);
     if (const auto entry = server.function<HRESULT()>(function)) (void)entry();
-    (void)server.release(); // its objects and static data stay valid to the end of the process
+    (void)server.release(); // keeps its objects and static data valid until the process ends
 }
 
 } // namespace

@@ -1,12 +1,12 @@
-// What a translator may offer beside the interfaces of the type library: it tells before a run's first write what could not be written.
+// An optional interface of a translator, not in the type library: reports before a run's first write which records cannot be written.
 #pragma once
 #include "interfaces.h"
 
 namespace mb {
 
 struct IRecordAccess : IUnknown {
-    // Fails, with the reason in ITranslatorInfo::GetLastError, if the system tells that the record can be neither changed nor deleted. An
-    // empty identifier asks for a new record. Success is no promise: what the system does not tell beforehand shows at the write.
+    // Fails if the system already reports that the record can be neither changed nor deleted; ITranslatorInfo::GetLastError then gives the
+    // reason. An empty identifier asks about a new record. Success is no guarantee: the write itself may still fail.
     virtual HRESULT STDMETHODCALLTYPE ExpectWritable(BSTR recordId) = 0;
 };
 

@@ -1,5 +1,5 @@
-// Keys and values under the four roots. Paths are written with backslashes; names ignore case, as everywhere in a registry.
-// On Linux everything lies in one text file in the format of a .reg export, locked while it changes and replaced atomically.
+// Registry keys and values. Paths use backslashes; names are case-insensitive. On Linux the registry is one text file in the format of a
+// .reg export; a change locks it and replaces it atomically.
 #pragma once
 #include <cstdint>
 #include <filesystem>
@@ -12,14 +12,14 @@ namespace platform {
 
 enum class Root { ClassesRoot, CurrentUser, LocalMachine, Users };
 
-// A key that existed when it was opened. Reads see what other processes have written since; a write reports false where
-// it is refused. The empty name is the key's default value.
+// A key that existed when it was opened. Reads see what other processes have written since. Writes return false if the registry refuses
+// them. The empty name means the key's default value.
 class RegistryKey {
 public:
     [[nodiscard]] static std::optional<RegistryKey> open(Root root, std::u16string_view path);
-    // Makes the last part of the path; the parent must exist.
+    // Creates the last part of the path. Requires: the parent exists.
     [[nodiscard]] static std::optional<RegistryKey> create(Root root, std::u16string_view path);
-    // Removes the key and all below it; false if there was none or it may not be removed.
+    // Removes the key and all its subkeys. Returns false if the key does not exist or may not be removed.
     static bool remove(Root root, std::u16string_view path);
 
     [[nodiscard]] std::optional<std::u16string> text(std::u16string_view name) const;
@@ -35,15 +35,15 @@ private:
     std::u16string path_;
 };
 
-// Makes a key with all its missing parents. False also for a path of one part, which has no parent: RegistryKey::create makes that.
+// Creates a key with its missing parents. Returns false for a path of one part, which has no parent: use RegistryKey::create for it.
 bool createKeyPath(Root root, std::u16string_view path);
 
-// Where the user finds the values as a file: $MB_REGISTRY if set, else zorel/mbsync.reg below $XDG_CONFIG_HOME or ~/.config. Empty on
-// Windows, which has an editor for them.
+// The registry's file: $MB_REGISTRY if set, otherwise zorel/mbsync.reg below $XDG_CONFIG_HOME or ~/.config. Empty on Windows, which has a
+// registry editor.
 std::filesystem::path registryFile();
 
-// Why the registry cannot be read, as a sentence that names its file; empty where it can, or where there is none yet. While it cannot
-// be read, no key is found and none is written.
+// Returns a sentence that names the file and says why the registry cannot be read; empty if it can be read or does not exist yet. While it
+// cannot be read, no key is found and no change is written.
 std::string registryFailure();
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// The registry entries of an in-process server: its classes with their identifiers and names, by which the component runtime finds it.
+// Registers an in-process server: writes the class identifiers and names by which the component runtime finds it.
 #pragma once
 #include "com.h"
 #include <filesystem>
@@ -9,20 +9,21 @@ namespace platform {
 struct ServerRegistration {
     std::span<const com::ClassEntry> classes;
     std::filesystem::path library;
-    const GUID* category = nullptr;      // the component category that all classes implement
-    const GUID* applicationId = nullptr; // written into each class, as the type library's is
-    const GUID* typeLibrary = nullptr;   // version 1.0, in the resources of the library
-    // The application's own keys, and a category that the server brings along.
+    const GUID* category = nullptr;      // component category that all classes implement
+    const GUID* applicationId = nullptr; // written into each class
+    const GUID* typeLibrary = nullptr;   // version 1.0, in the library's resources
+    // Keys of the application, and a category that the server itself defines.
     const char16_t* applicationName = nullptr;
     const char16_t* applicationFile = nullptr;
     const GUID* ownCategory = nullptr;
     const char16_t* ownCategoryName = nullptr;
 };
 
-// Application, classes, type library, category, in this order. Stops at the first that cannot be written: E_ACCESSDENIED, as where the
-// registry may not be written.
+// Registers application, classes, type library and category, in this order. Stops at the first failure; E_ACCESSDENIED if the registry may
+// not be written.
 HRESULT registerServer(const ServerRegistration& server) noexcept;
-// Leaves nothing behind of what registerServer wrote; the first failure is the result, but does not keep the rest from going.
+// Removes all that registerServer wrote and continues after failures. Returns the first failure of category and type library; keys that
+// cannot be removed are not reported.
 HRESULT unregisterServer(const ServerRegistration& server) noexcept;
 
 } // namespace platform

@@ -1,5 +1,5 @@
-// What surrounds the registration of a server where the system has a component runtime: the locale, for whom it is done, and the type
-// library. Elsewhere there is nothing of this, and all of it succeeds.
+// What the registration of a server needs on Windows: the thread's locale, the user's or the machine's classes, and the type library. On
+// Linux these functions do nothing and succeed.
 #pragma once
 #include "com.h"
 
@@ -7,8 +7,9 @@
 
 namespace platform {
 
-// While this lives, the thread's locale is the system's default. A registration for the user alone leads the classes' keys to the
-// user's own; it is for the user if the environment's MBSYNC_PER_USER is 1, or if the machine's classes may not be written.
+// While a ServerScope lives, the thread's locale is the system's default, and a registration for the current user redirects the classes'
+// root key to the user's classes. The registration is for the user if the environment variable MBSYNC_PER_USER is 1, or if the machine's
+// classes may not be written.
 class ServerScope {
 public:
     ServerScope();
@@ -16,9 +17,9 @@ public:
     ServerScope& operator=(const ServerScope&) = delete;
     ~ServerScope();
 
-    // Version 1.0 of the library in the resources of the file.
+    // Registers version 1.0 of the type library in the file's resources.
     [[nodiscard]] HRESULT registerTypeLibrary(const std::filesystem::path& file) const noexcept;
-    // One that is not registered is gone already.
+    // Succeeds if the type library is not registered.
     [[nodiscard]] HRESULT unregisterTypeLibrary(REFGUID library) const noexcept;
 
 private:

@@ -8,7 +8,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The names that AtomicFile gives: ".mbsync-" or a target's name and a dot, then 16 hexadecimal digits, then ".tmp".
+// Matches the names of AtomicFile's temporary files: ".mbsync-", or a target's name and a dot, then 16 hexadecimal digits and ".tmp".
 bool isTemporaryName(std::u16string_view name)
 {
     constexpr std::u16string_view ending = u".tmp", hidden = u".mbsync-";

@@ -1,5 +1,5 @@
-// A library of texts by number, in another language. On Windows a resource library with a string table; on Linux a UTF-8 text file
-// of lines, each a number, a tab and the text, in which \n, \r, \t and \\ stand for what they stand for in C.
+// A language module: texts by number in another language. On Windows a resource library with a string table; on Linux a UTF-8 text file
+// with a line per text: the number, a tab and the text, with the C escapes \n, \r, \t and \\.
 #pragma once
 #include <filesystem>
 #include <memory>
@@ -11,7 +11,7 @@ namespace platform {
 class StringModule {
 public:
     StringModule() noexcept;
-    explicit StringModule(const std::filesystem::path& file); // empty if there is none
+    explicit StringModule(const std::filesystem::path& file); // empty if the file is missing or no language module
     StringModule(StringModule&&) noexcept;
     StringModule& operator=(StringModule&&) noexcept;
     ~StringModule();
@@ -23,7 +23,7 @@ private:
     std::unique_ptr<Texts> texts_;
 };
 
-// A text of this module's own, in English: from its string table on Windows, from the same list compiled in elsewhere.
+// Returns this module's own English text: from its string table on Windows, from a table compiled from the same list on Linux.
 std::optional<std::u16string> ownText(int id);
 
 } // namespace platform

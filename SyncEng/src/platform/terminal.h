@@ -1,4 +1,4 @@
-// Whether someone is watching, and on how wide a screen.
+// Which standard streams are terminals, and how wide the terminal is.
 #pragma once
 #include <cstddef>
 
@@ -7,7 +7,7 @@ namespace platform {
 bool errorIsTerminal() noexcept;
 bool outputIsTerminal() noexcept;
 bool inputIsTerminal() noexcept;
-// At least 20; 80 where nobody says.
+// At least 20; 80 if the width is unknown.
 std::size_t errorColumns() noexcept;
 
 } // namespace platform

@@ -20,7 +20,7 @@ const UnitTables& tables()
     return made;
 }
 
-// How many units at the text's beginning are ASCII. Looked at in blocks, since most texts are ASCII to their end.
+// Returns the number of ASCII units at the beginning of the text. Compares whole blocks, since most texts are ASCII throughout.
 template <class Unit> std::size_t asciiLength(std::basic_string_view<Unit> text) noexcept
 {
     constexpr std::size_t block = 16;
@@ -35,7 +35,7 @@ template <class Unit> std::size_t asciiLength(std::basic_string_view<Unit> text)
     return at;
 }
 
-// One character from its first unit on; a surrogate without its other half is the replacement.
+// Decodes the character at `at` and moves `at` behind it. An unpaired surrogate becomes the replacement character.
 char32_t decode(std::u16string_view text, std::size_t& at) noexcept
 {
     const char16_t c = text[at++];
@@ -44,7 +44,8 @@ char32_t decode(std::u16string_view text, std::size_t& at) noexcept
     return 0x10000 + ((char32_t(c) & 0x3FF) << 10) + (char32_t(text[at++]) & 0x3FF);
 }
 
-// One character from its lead byte on. Of ill-formed bytes, as many as begin some character become one replacement.
+// Decodes the character at `at` and moves `at` behind it. Of ill-formed bytes, the longest prefix of a valid character becomes one
+// replacement character.
 char32_t decode(std::string_view bytes, std::size_t& at) noexcept
 {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
@@ -53,7 +54,7 @@ char32_t decode(std::string_view bytes, std::size_t& at) noexcept
     if (lead < 0xC2 || lead > 0xF4) return replacement;
     const int more = lead < 0xE0 ? 1 : lead < 0xF0 ? 2 : 3;
     char32_t c = lead & (0x3Fu >> more);
-    // The second byte's bounds shut out what is too long, a surrogate, or beyond the last character.
+    // The limits of the second byte exclude overlong forms, surrogates and values above U+10FFFF.
     unsigned least = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80, most = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
     for (int i = 0; i < more; ++i) {
         if (at == bytes.size() || byte(at) < least || byte(at) > most) return replacement;
@@ -87,7 +88,7 @@ char* putUtf8(char* out, char32_t c) noexcept
 
 bool asciiSpace(char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); }
 
-// The number's text as bytes, from the first character that is no white space to the first that is no part of any number.
+// Returns the number's characters as bytes, without leading white space, up to the first character that no number contains.
 std::string numberBytes(std::u16string_view text)
 {
     std::size_t at = 0;
@@ -120,7 +121,7 @@ std::string utf8(std::u16string_view text)
 
 std::u16string utf16(std::string_view bytes)
 {
-    // No character has more units than it has bytes.
+    // A character has at most as many UTF-16 units as UTF-8 bytes.
     std::u16string out(bytes.size(), u'\0');
     const std::size_t plain = asciiLength(bytes);
     for (std::size_t i = 0; i < plain; ++i) out[i] = static_cast<char16_t>(bytes[i]);
@@ -186,9 +187,9 @@ bool isSpace(char16_t unit) noexcept { return unit < 0x80 ? asciiSpace(unit) : t
 
 std::u16string foldedAlnum(std::u16string_view text)
 {
-    // ASCII characters by a table: most texts hold no others.
+    // ASCII characters use a table, since most texts contain no others.
     constexpr auto ascii = [] {
-        std::array<char16_t, 0x80> folded{}; // 0 for a character that is left out
+        std::array<char16_t, 0x80> folded{}; // 0 marks a character to drop
         for (char16_t c = u'0'; c <= u'9'; ++c) folded[c] = c;
         for (char16_t c = u'a'; c <= u'z'; ++c) folded[c] = folded[static_cast<char16_t>(c - u'a' + u'A')] = c;
         return folded;

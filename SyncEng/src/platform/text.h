@@ -1,5 +1,5 @@
-// 16-bit text: to and from UTF-8 and the ANSI code page, simple case folding, character classes, numbers.
-// Characters are UTF-16 units; folding maps unit by unit and never changes a length.
+// 16-bit text: conversion to and from UTF-8 and the ANSI code page, case folding, character classes, numbers. A character here is a UTF-16
+// unit; case folding works unit by unit and keeps the length.
 #pragma once
 #include <cstdint>
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace platform {
 
-// Ill-formed input gives U+FFFD (in UTF-8) or the replacement's three bytes; nothing fails.
+// The conversions never fail: ill-formed input becomes U+FFFD.
 std::string utf8(std::u16string_view text);
 std::u16string utf16(std::string_view bytes);
 
-// The ANSI code page: UTF-8 on Linux. A character that it lacks becomes '?'.
+// The ANSI code page; UTF-8 on Linux. A character that the code page lacks becomes '?'.
 std::string narrow(std::u16string_view text);
 std::u16string widen(std::string_view bytes);
 
@@ -19,11 +19,11 @@ char16_t lower(char16_t unit) noexcept;
 char16_t upper(char16_t unit) noexcept;
 std::u16string lowered(std::u16string_view text);
 
-// Negative, zero or positive; both texts folded to lower case unit by unit.
+// Returns a negative number, zero or a positive number. Both texts are folded to lower case unit by unit.
 int compareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
 inline bool equalNoCase(std::u16string_view a, std::u16string_view b) noexcept { return a.size() == b.size() && compareNoCase(a, b) == 0; }
 
-// For containers whose texts differ in more than case.
+// Hash and equality for case-insensitive containers.
 struct HashNoCase {
     std::size_t operator()(std::u16string_view text) const noexcept;
 };
@@ -32,18 +32,18 @@ struct EqualNoCase {
 };
 
 bool isAlpha(char16_t unit) noexcept;
-bool isDigit(char16_t unit) noexcept; // the ten ASCII digits
+bool isDigit(char16_t unit) noexcept; // ASCII digits only
 bool isAlnum(char16_t unit) noexcept;
 bool isSpace(char16_t unit) noexcept;
 
-// The letters and digits of the text, in order, in lower case. Two texts give the same result exactly if their letters and digits are
-// equal ignoring case.
+// Returns the letters and digits of the text, in order, in lower case. Equal results mean equal letters and digits, ignoring
+// case.
 std::u16string foldedAlnum(std::u16string_view text);
 
-// White space, a sign, digits; what follows is ignored, no digits give 0, overflow clamps.
+// Parses white space, a sign and digits and ignores the rest. Returns 0 if there are no digits; overflow clamps.
 int toInt(std::u16string_view text) noexcept;
 std::int64_t toInt64(std::u16string_view text) noexcept;
-// With a decimal point whatever the locale; no number gives 0, and so does one that is too large or too small to hold.
+// Parses with a decimal point in every locale. Returns 0 if there is no number, or if the number is too large or too small for a double.
 double toDouble(std::u16string_view text) noexcept;
 
 } // namespace platform

@@ -1,5 +1,5 @@
-// Narrow text by the calling thread's code page, which its locale gives; a character that the page lacks becomes the page's default one.
-// UTF-8 on Linux.
+// Conversion to and from the code page of the calling thread's locale; UTF-8 on Linux. A character that the page lacks becomes the
+// page's default character.
 #pragma once
 #include <string>
 #include <string_view>

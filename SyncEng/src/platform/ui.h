@@ -1,4 +1,4 @@
-// What the module shows by itself: a message and a wait cursor. On Linux messages go to standard error.
+// What the module shows without a dialog: messages, help, the wait cursor. On Linux messages go to standard error.
 #pragma once
 #include "com.h"
 
@@ -11,20 +11,20 @@ enum class MessageKind { Error, Warning, Information };
 
 void showMessage(HWND parent, std::u16string_view text, std::u16string_view caption, MessageKind kind) noexcept;
 
-// Takes the messages in place of the box or standard error; null leaves them there. Gives the former one. It takes those of all modules
-// of the process on Linux, of its own module on Windows.
+// Sends messages to `reader` instead of a message box or standard error; null restores those. Returns the former reader. On Linux this
+// applies to all modules of the process, on Windows only to the caller's module.
 using MessageReader = void (*)(std::u16string_view text);
 MessageReader readMessages(MessageReader reader) noexcept;
 
-// Opens a help file at a topic's number; false where no help window appears, as always on Linux.
+// Opens a help file at a topic's number. Returns false if no help window appears; always on Linux.
 bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) noexcept;
 
-// A library or disk that is missing shows no box of the system's for the rest of the process.
+// From now on the system shows no message box for a missing library or disk.
 void silenceSystemErrorBoxes() noexcept;
-// Makes list views available to the dialogs.
+// Registers the list view class, which the dialogs need.
 void prepareListViews() noexcept;
 
-// The wait cursor for as long as this lives; nothing on a terminal.
+// Shows the wait cursor while it lives; does nothing on Linux.
 class WaitCursor {
 public:
     WaitCursor() noexcept;

@@ -5,7 +5,7 @@
 namespace platform {
 namespace {
 
-constexpr char16_t variable[] = u"MB_UNATTENDED"; // the modules of a process have nothing else in common
+constexpr char16_t variable[] = u"MB_UNATTENDED"; // the modules of a process share no other state
 
 } // namespace
 

@@ -1,5 +1,5 @@
-// Whether a question or a message box of this process would wait for nobody. A host says so before it runs a map, or the user for all hosts
-// by the environment variable MB_UNATTENDED: then no dialog and no box is opened, and a question is answered as by a cancel.
+// Whether nobody can answer a question or a message box of this process. A host says so before it runs a map, or the user for every host
+// with the environment variable MB_UNATTENDED. Then no dialog or box opens, and every question counts as cancelled.
 #pragma once
 
 namespace platform {
@@ -7,7 +7,7 @@ namespace platform {
 bool isUnattended();
 void setUnattended();
 
-// Whether dialogs are windows here, and there is a desktop on which they are seen.
+// Returns whether dialogs are windows on this platform and a visible desktop exists.
 bool showsWindows() noexcept;
 
 } // namespace platform

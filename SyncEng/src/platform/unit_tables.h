@@ -1,4 +1,5 @@
-// Case and classes of the Basic Multilingual Plane's characters, whatever locale the process has chosen. One source file a platform.
+// Case mapping and classes of the characters of the Basic Multilingual Plane, independent of the process's locale. Filled by each
+// platform's text.cpp.
 #pragma once
 #include <array>
 
@@ -6,7 +7,7 @@ namespace platform {
 
 struct UnitTables {
     UnitTables();
-    std::array<char16_t, 0x10000> lower, upper; // a surrogate stands for itself
+    std::array<char16_t, 0x10000> lower, upper; // a surrogate maps to itself
     std::array<bool, 0x10000> alpha{}, space{};
 };
 

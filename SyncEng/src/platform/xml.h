@@ -1,7 +1,6 @@
-// A document of elements and texts, and the few operations the stores need on it. Texts are UTF-8.
-// White space between elements, comments and what else a reader does not know survive a load and a save; line ends become one line feed.
-// A document with a DOCTYPE, deeper than 64 elements, without exactly one root or not well-formed does not load; nothing in it can make
-// the reader fetch or expand anything.
+// An XML document of elements and texts, with the operations that the stores need. Texts are UTF-8. White space between elements, comments
+// and unknown nodes survive a load and a save; line ends become one line feed. A document does not load if it has a DOCTYPE, is nested
+// deeper than 64 elements, has not exactly one root or is not well-formed; loading never fetches or expands anything.
 #pragma once
 #include <memory>
 #include <optional>
@@ -13,7 +12,8 @@ namespace platform {
 
 class XmlDocument;
 
-// A handle on an element of a document that is still there; empty for none. Handles of one element compare equal.
+// A handle on an element; empty if there is no element. Valid while the element is in its document. Handles on the same element compare
+// equal.
 class XmlElement {
 public:
     XmlElement() noexcept = default;
@@ -22,22 +22,22 @@ public:
 
     [[nodiscard]] std::string name() const;
     [[nodiscard]] bool isNamed(std::string_view name) const noexcept;
-    // The text of the element and of all below it, in document order, white space as it stands; comments are none.
+    // The text of the element and its descendants in document order, white space included, comments excluded.
     [[nodiscard]] std::string text() const;
-    // The same without a copy where that can be had, else by way of the buffer; until the element or the buffer changes.
+    // The same without a copy if possible; otherwise the text is built in `buffer`. Valid until the element or the buffer changes.
     [[nodiscard]] std::string_view text(std::string& buffer) const;
     [[nodiscard]] bool hasText(std::string_view text) const;
-    // Replaces all that the element holds by one text.
+    // Replaces the element's whole content by one text.
     void setText(std::string_view text) const;
-    // The first text or CDATA section that stands directly in the element; nothing if there is none.
+    // Returns the element's first direct text or CDATA section; nullopt if there is none.
     [[nodiscard]] std::optional<std::string> firstText() const;
-    // Replaces that one; false if there is none.
+    // Replaces the first direct text or CDATA section. Returns false if there is none.
     bool setFirstText(std::string_view text) const;
     void appendCData(std::string_view text) const;
     [[nodiscard]] std::optional<std::string> attribute(const char* name) const;
     void setAttribute(const char* name, std::string_view value) const;
 
-    // Elements only; other nodes are passed over.
+    // The following functions return elements and skip other nodes.
     [[nodiscard]] XmlElement parent() const;
     [[nodiscard]] XmlElement firstChild() const;
     [[nodiscard]] XmlElement nextSibling() const;
@@ -48,7 +48,7 @@ public:
     XmlElement appendChild(const char* name, std::string_view text) const;
     void removeChild(const XmlElement& child) const;
 
-    // The elements that an XPath expression names, in document order; none for an expression that is none.
+    // Returns the elements that an XPath expression selects, in document order; none if the expression is invalid.
     [[nodiscard]] std::vector<XmlElement> select(const std::string& xpath) const;
     [[nodiscard]] XmlElement selectFirst(const std::string& xpath) const;
 
@@ -66,16 +66,16 @@ public:
     XmlDocument& operator=(XmlDocument&&) noexcept;
     ~XmlDocument();
 
-    // False, and an empty document, if the bytes are no acceptable document. The document is read where the bytes lie.
+    // Takes over the bytes and parses them in place. Returns false, and leaves the document empty, if they are no acceptable document.
     [[nodiscard]] bool load(std::string&& bytes);
-    // An empty document with one element; none where no document can be made.
+    // Replaces the document by an empty one with the given root. Returns an empty handle if no document can be made.
     XmlElement create(const char* rootName);
 
     [[nodiscard]] XmlElement root() const;
     [[nodiscard]] std::vector<XmlElement> select(const std::string& xpath) const;
     [[nodiscard]] XmlElement selectFirst(const std::string& xpath) const;
 
-    // Hands the document's bytes over piece by piece, without a declaration or indentation that it did not have.
+    // Passes the document's bytes to `sink` piece by piece. A declaration or indentation is written only if the document had one.
     template <class F> void write(F&& sink) const
     {
         writeTo([](void* to, std::string_view piece) { (*static_cast<F*>(to))(piece); }, &sink);

@@ -1,11 +1,11 @@
-// Lets a test have the making of documents fail, as it does where the system has no memory or no parser.
+// Lets a test make the creation of a document fail, as if memory or the parser were missing.
 #pragma once
 #include <string_view>
 
 namespace platform {
 
 struct XmlFaults {
-    static inline std::string_view refusedRoot; // no document with this root can be made
+    static inline std::string_view refusedRoot; // creating a document with this root fails
 };
 
 } // namespace platform

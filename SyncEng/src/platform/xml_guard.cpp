@@ -5,14 +5,14 @@
 namespace platform {
 namespace {
 
-// The position behind the end mark, or the end of the text.
+// Returns the position behind the next `mark`, or the end of the text.
 std::size_t behind(std::string_view bytes, std::string_view mark, std::size_t from) noexcept
 {
     const std::size_t at = mark.size() == 1 ? bytes.find(mark[0], from) : bytes.find(mark, from);
     return at == std::string_view::npos ? bytes.size() : at + mark.size();
 }
 
-// The end of a tag: a '>' outside of the quotes of its attributes.
+// Returns the position of the tag's '>', ignoring any '>' in a quoted attribute value.
 std::size_t tagEnd(std::string_view bytes, std::size_t from) noexcept
 {
     char quote = 0;
@@ -37,18 +37,18 @@ bool isHarmlessXml(std::string_view bytes) noexcept
     std::size_t depth = 0, at = bytes.starts_with(byteOrderMark) ? byteOrderMark.size() : 0;
     bool rootSeen = false;
     while (at < bytes.size()) {
-        if (depth == 0) { // beside the root there is no text
+        if (depth == 0) { // only white space may stand outside of the root
             at = bytes.find_first_not_of(blanks, at);
             if (at == std::string_view::npos) break;
             if (bytes[at] != '<') return false;
         }
-        if (bytes[at] != '<') at = bytes.find('<', at); // mostly one tag follows another
+        if (bytes[at] != '<') at = bytes.find('<', at); // usually a tag follows directly
         if (at == std::string_view::npos) break;
         const char kind = at + 1 < bytes.size() ? bytes[at + 1] : '\0';
         if (kind == '/') {
             if (depth == 0) return false;
             --depth;
-            while (at < bytes.size() && bytes[at] != '>') ++at; // a name is short
+            while (at < bytes.size() && bytes[at] != '>') ++at; // a loop, since an end tag is short
             ++at;
         } else if (kind == '?') {
             at = behind(bytes, "?>", at);

@@ -1,5 +1,5 @@
-// Looks over the markup of a document before a parser sees it, and refuses what no store of ours holds: a DOCTYPE, nesting deeper
-// than the limit, anything but one root, and text beside it. All other errors of form are the parser's to find.
+// Checks a document before the parser reads it. Refuses what no store contains: a DOCTYPE, nesting deeper than the limit, more or less than
+// one root, text outside of the root. Other syntax errors are left to the parser.
 #pragma once
 #include <cstddef>
 #include <string_view>
@@ -8,7 +8,7 @@ namespace platform {
 
 inline constexpr std::size_t deepestXml = 64;
 
-// The bytes are UTF-8.
+// Requires: the bytes are UTF-8.
 bool isHarmlessXml(std::string_view bytes) noexcept;
 
 } // namespace platform

@@ -1,14 +1,13 @@
-// The COM binary contract where the system does not supply it: types, codes,
-// base interfaces and automation data, with Windows layouts. Linux only.
+// The COM binary interface for Linux: types, result codes, base interfaces and automation data, with the layouts that Windows uses.
 #pragma once
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
-#define COM_NO_WINDOWS_H  // widl headers: take the ABI from here, not windows.h
+#define COM_NO_WINDOWS_H  // generated headers take the COM types from this file, not from windows.h
 
-// Scalars: fixed widths, because `long` is 64 bits here and 32 on Windows.
+// Scalar types of fixed width, because `long` has 64 bits on Linux and 32 on Windows.
 using CHAR = char;            using BYTE = std::uint8_t;    using UCHAR = std::uint8_t;
 using SHORT = std::int16_t;   using USHORT = std::uint16_t; using WORD = std::uint16_t;
 using INT = std::int32_t;     using UINT = std::uint32_t;   using BOOL = std::int32_t;
@@ -30,7 +29,7 @@ struct DECIMAL { USHORT wReserved; BYTE scale, sign; ULONG Hi32; ULONGLONG Lo64;
 
 struct GUID {
     std::uint32_t Data1; std::uint16_t Data2, Data3; std::uint8_t Data4[8];
-    // By halves: member by member the last eight bytes would be a loop, and identifiers are compared with each field of each record.
+    // Compares 64-bit halves without the loop over Data4: GUIDs are compared for each field of each record.
     friend constexpr bool operator==(const GUID& a, const GUID& b) noexcept
     {
         struct Halves {
@@ -47,7 +46,7 @@ inline bool IsEqualGUID(REFGUID a, REFGUID b) noexcept { return a == b; }
 #define IsEqualIID(a, b) IsEqualGUID(a, b)
 #define IsEqualCLSID(a, b) IsEqualGUID(a, b)
 
-// Words the generated headers use.
+// Macros that the generated headers use.
 #define interface struct
 #define EXTERN_C extern "C"
 #define FORCEINLINE inline
@@ -70,7 +69,7 @@ template <class T> inline constexpr GUID kUuidOf{};
 #define __CRT_UUID_DECL(type, l, w1, w2, ...) \
     extern "C++" { template <> inline constexpr GUID kUuidOf<type>{l, w1, w2, {__VA_ARGS__}}; }
 
-// Codes.
+// Result codes.
 #define SUCCEEDED(hr) (static_cast<HRESULT>(hr) >= 0)
 #define FAILED(hr) (static_cast<HRESULT>(hr) < 0)
 inline constexpr HRESULT makeHr(std::uint32_t v) noexcept { return static_cast<HRESULT>(v); }
@@ -91,7 +90,7 @@ inline constexpr VARIANT_BOOL VARIANT_TRUE = -1, VARIANT_FALSE = 0;
 inline constexpr BOOL TRUE = 1, FALSE = 0;
 
 extern "C++" {
-// Base interfaces, in vtable order.
+// Base interfaces. The order of methods is the vtable order.
 struct IUnknown {
     virtual HRESULT QueryInterface(REFIID riid, void** out) = 0;
     virtual ULONG AddRef() = 0;
@@ -113,7 +112,7 @@ struct SAFEARRAYBOUND { ULONG cElements; LONG lLbound; };
 struct SAFEARRAY { USHORT cDims, fFeatures; ULONG cbElements, cLocks; void* pvData; SAFEARRAYBOUND rgsabound[1]; };
 
 struct IDispatch;
-struct VARIANT {  // 24 bytes on 64-bit, as on Windows
+struct VARIANT {  // 24 bytes in 64-bit builds, as on Windows
     VARTYPE vt; WORD wReserved1, wReserved2, wReserved3;
     union {
         LONGLONG llVal; LONG lVal; BYTE bVal; SHORT iVal; FLOAT fltVal; DOUBLE dblVal; VARIANT_BOOL boolVal; SCODE scode; CY cyVal;
@@ -211,10 +210,10 @@ __CRT_UUID_DECL(IConnectionPointContainer, 0xB196B284, 0xBAB4, 0x101A, 0xB6, 0x9
 __CRT_UUID_DECL(IErrorInfo, 0x1CF2B120, 0x547D, 0x101B, 0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19)
 __CRT_UUID_DECL(ISupportErrorInfo, 0xDF0B3D60, 0x548F, 0x101B, 0x8E, 0x65, 0x08, 0x00, 0x2B, 0x2B, 0xD1, 0x19)
 
-// The component runtime, libmbcom.so. Contracts are those of the functions of the same name on Windows.
+// The component runtime, libmbcom.so. Each function has the contract of the Windows function of the same name.
 #define MBCOM_API extern "C" __attribute__((visibility("default")))
 
-// Text: a BSTR carries its byte length in front and a zero behind; null means the empty text.
+// Text: a BSTR has its byte length in front and a terminating zero; null means the empty text.
 MBCOM_API BSTR SysAllocString(const OLECHAR* s);
 MBCOM_API BSTR SysAllocStringLen(const OLECHAR* s, UINT n);
 MBCOM_API BSTR SysAllocStringByteLen(const char* s, UINT n);
@@ -222,7 +221,7 @@ MBCOM_API void SysFreeString(BSTR s);
 MBCOM_API UINT SysStringLen(BSTR s);
 MBCOM_API UINT SysStringByteLen(BSTR s);
 
-// Task memory: what a callee hands out and its caller frees.
+// Task memory: allocated by the callee, freed by the caller.
 MBCOM_API void* CoTaskMemAlloc(std::size_t n);
 MBCOM_API void CoTaskMemFree(void* p);
 
@@ -235,7 +234,7 @@ MBCOM_API HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID lcid, ULONG flags);
 MBCOM_API HRESULT VarDateFromStr(const OLECHAR* text, LCID lcid, ULONG flags, DATE* out);
 inline constexpr HRESULT VARCMP_LT = 0, VARCMP_EQ = 1, VARCMP_GT = 2, VARCMP_NULL = 3;
 
-// Arrays: one or more dimensions, element kinds as in VARENUM.
+// Arrays of one or more dimensions; element types are those of VARENUM.
 MBCOM_API SAFEARRAY* SafeArrayCreate(VARTYPE vt, UINT dims, SAFEARRAYBOUND* bounds);
 MBCOM_API SAFEARRAY* SafeArrayCreateVector(VARTYPE vt, LONG low, ULONG n);
 MBCOM_API HRESULT SafeArrayDestroy(SAFEARRAY* a);
@@ -249,28 +248,28 @@ MBCOM_API HRESULT SafeArrayGetElement(SAFEARRAY* a, LONG* indices, void* out);  
 MBCOM_API HRESULT SafeArrayPutElement(SAFEARRAY* a, LONG* indices, void* value); // copies in
 MBCOM_API HRESULT SafeArrayCopy(SAFEARRAY* from, SAFEARRAY** to);
 
-// Identifiers as text: braces, upper case, 38 characters.
+// GUIDs as text: braces, upper case, 38 characters.
 MBCOM_API HRESULT CoCreateGuid(GUID* guid);
-MBCOM_API HRESULT CLSIDFromString(LPCOLESTR text, CLSID* out);  // also takes a ProgID; failure leaves the null GUID
+MBCOM_API HRESULT CLSIDFromString(LPCOLESTR text, CLSID* out);  // also accepts a ProgID; on failure `out` is the null GUID
 MBCOM_API HRESULT StringFromCLSID(REFCLSID clsid, LPOLESTR* out);  // CoTaskMemFree
-MBCOM_API int StringFromGUID2(REFGUID guid, LPOLESTR out, int max);  // characters with the zero, 0 if max is too small
+MBCOM_API int StringFromGUID2(REFGUID guid, LPOLESTR out, int max);  // returns the length with the zero, or 0 if max is too small
 MBCOM_API HRESULT CLSIDFromProgID(LPCOLESTR progId, CLSID* out);
 
-// Objects by class: class objects registered in the process first, then InprocServer32 of the registry.
+// Objects by class: first the class objects registered in the process, then InprocServer32 in the registry.
 MBCOM_API HRESULT CoInitialize(void* reserved);
 MBCOM_API void CoUninitialize();
 MBCOM_API HRESULT CoCreateInstance(REFCLSID clsid, IUnknown* outer, DWORD context, REFIID riid, void** out);
 MBCOM_API HRESULT CoGetClassObject(REFCLSID clsid, DWORD context, void* reserved, REFIID riid, void** out);
 MBCOM_API HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* factory, DWORD context, DWORD flags, DWORD* cookie);
 MBCOM_API HRESULT CoRevokeClassObject(DWORD cookie);
-MBCOM_API void CoFreeUnusedLibraries();  // unloads servers whose DllCanUnloadNow agrees
+MBCOM_API void CoFreeUnusedLibraries();  // unloads libraries whose DllCanUnloadNow returns S_OK
 
-// What a failed call leaves for its caller on the same thread; taking it clears it. S_FALSE if there is none.
+// Error information of a failed call, for the caller on the same thread. GetErrorInfo clears it; S_FALSE if there is none.
 MBCOM_API HRESULT SetErrorInfo(ULONG reserved, IErrorInfo* info);
 MBCOM_API HRESULT GetErrorInfo(ULONG reserved, IErrorInfo** info);
 
-// A call that may take for ever says that it can be cancelled, and asks now and then whether it is: RPC_E_CALL_CANCELED or
-// RPC_S_CALLPENDING. One run at a time: the wish holds for the process, whatever the thread. CoCancelCall may be called in a signal handler.
+// Cancelling a long call: the call enables cancellation and polls CoTestCancel for RPC_E_CALL_CANCELED or RPC_S_CALLPENDING. A request
+// holds for the whole process, since only one run is active. CoCancelCall may be called in a signal handler.
 MBCOM_API HRESULT CoEnableCallCancellation(void* reserved);
 MBCOM_API HRESULT CoDisableCallCancellation(void* reserved);
 MBCOM_API HRESULT CoCancelCall(DWORD thread, ULONG timeout);

@@ -1,4 +1,4 @@
-// SAFEARRAY. The element kind is kept in front of the descriptor, where SafeArrayGetVartype finds it.
+// SAFEARRAY. The element type is stored in front of the descriptor, for SafeArrayGetVartype.
 #include "posix/com_abi.h"
 #include <cstdlib>
 #include <limits>
@@ -49,7 +49,7 @@ std::size_t countOf(const SAFEARRAY* a) noexcept
     return a->cDims ? n : 0;
 }
 
-// Bounds are kept last dimension first, and dimension 1 is the fastest to vary.
+// Returns the address of an element. The bounds are stored with the last dimension first; dimension 1 varies fastest.
 HRESULT elementAt(SAFEARRAY* a, const LONG* indices, char** at) noexcept
 {
     std::size_t offset = 0, step = 1;
@@ -192,7 +192,7 @@ HRESULT SafeArrayPutElement(SAFEARRAY* a, LONG* indices, void* value)
     char* at = nullptr;
     if (const HRESULT hr = elementAt(a, indices, &at); FAILED(hr)) return hr;
     const VARTYPE vt = kindOf(a);
-    // Texts and objects are passed as they are, everything else by its address.
+    // Texts and objects are passed by value, all other types by address.
     const bool byValue = vt == VT_BSTR || vt == VT_UNKNOWN || vt == VT_DISPATCH;
     if (!byValue && !value) return E_INVALIDARG;
     alignas(8) char fresh[sizeof(VARIANT)] = {};

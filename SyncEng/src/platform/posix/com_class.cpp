@@ -1,4 +1,4 @@
-// Objects by class: class objects that the process registered, then the server library that the registry names.
+// Creates objects by class: from class objects registered in the process, otherwise from the server library that the registry names.
 #include "com.h"
 #include "library.h"
 #include "registry.h"
@@ -20,10 +20,10 @@ struct Runtime {
     std::mutex lock;
     DWORD nextCookie = 1;
     std::map<DWORD, Registered> classObjects;
-    std::map<std::u16string, platform::Library> servers; // by path; they stay loaded while they hold objects
+    std::map<std::u16string, platform::Library> servers; // by path; a server stays loaded while it has objects
 };
 
-// Never destroyed: objects may outlive the static objects of other libraries at exit.
+// Never destroyed: at exit, objects may outlive the static objects of other libraries.
 Runtime& runtime()
 {
     static auto* instance = new Runtime;
@@ -75,7 +75,7 @@ HRESULT CoRegisterClassObject(REFCLSID clsid, IUnknown* factory, DWORD, DWORD, D
 
 HRESULT CoRevokeClassObject(DWORD cookie)
 {
-    com::Ptr<IUnknown> last; // released outside of the lock
+    com::Ptr<IUnknown> last; // released after the lock
     Runtime& r = runtime();
     const std::lock_guard guard(r.lock);
     const auto found = r.classObjects.find(cookie);

@@ -1,4 +1,4 @@
-// Late binding where no type library can be asked: names and calls are answered from a table made of the IDL.
+// Late binding without a type library: names and calls are answered from a table generated from the IDL.
 #include "interfaces.h"
 #include "posix/dispatch_call.h"
 
@@ -17,7 +17,7 @@ std::span<const Method> methodsOf(REFIID iid) noexcept
 
 char16_t lowerAscii(char16_t c) noexcept { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c + 32) : c; }
 
-// Names of methods and parameters are ASCII, and a script may write them in any case.
+// Compares names of methods and parameters: ASCII, case-insensitive.
 bool isName(std::u16string_view name, std::u16string_view given) noexcept
 {
     return std::ranges::equal(name, given, {}, lowerAscii, lowerAscii);
@@ -30,7 +30,7 @@ DISPID parameterId(const Method& method, std::u16string_view name) noexcept
     return DISPID_UNKNOWN;
 }
 
-// What goes to which parameter: the named arguments stand in front, the others behind them in reverse.
+// Assigns the arguments to the parameters. Named arguments come first; positional arguments follow in reverse order.
 HRESULT arrange(const Method& method, const DISPPARAMS& given, std::vector<Argument>& arguments)
 {
     if (given.cArgs != method.parameters.size() || given.cNamedArgs > given.cArgs) return DISP_E_BADPARAMCOUNT;
@@ -45,7 +45,7 @@ HRESULT arrange(const Method& method, const DISPPARAMS& given, std::vector<Argum
 
 UINT placeOf(const VARIANT* argument, const DISPPARAMS& given) noexcept { return static_cast<UINT>(argument - given.rgvarg); }
 
-// The method's failure as an exception of the script: its code, and the text that the object left.
+// Fills the script's exception from the method's failure: its code and the object's error text.
 void describe(HRESULT failure, EXCEPINFO* excep) noexcept
 {
     if (!excep) return;
@@ -106,7 +106,7 @@ HRESULT dispatchInvoke(REFIID iid, IDispatch* object, DISPID id, LCID, WORD flag
                        UINT* argErr) noexcept
 {
     if (!params) return E_INVALIDARG;
-    if (result) VariantInit(result); // every method answers with its result code alone
+    if (result) VariantInit(result); // methods return only their result code
     const auto methods = late::methodsOf(iid);
     const auto method = std::ranges::find(methods, id, &late::Method::id);
     if (method == methods.end() || !(flags & DISPATCH_METHOD)) return DISP_E_MEMBERNOTFOUND;

@@ -1,4 +1,4 @@
-// What a failed call leaves for its caller beside the result code, one for each thread; and the wish that a long call may end.
+// Each thread's error information of its last failed call, and the request to cancel a long call.
 #include "com.h"
 
 namespace {
@@ -31,7 +31,7 @@ HRESULT CoEnableCallCancellation(void*)
 
 HRESULT CoDisableCallCancellation(void*)
 {
-    if (--cancellableCalls == 0) cancelWanted = false; // the next call is not meant
+    if (--cancellableCalls == 0) cancelWanted = false; // the request does not apply to the next call
     return S_OK;
 }
 

@@ -1,4 +1,4 @@
-// Identifiers: made at random, written with braces in upper case, read back in that form or as a ProgID.
+// GUIDs: random creation, formatting with braces in upper case, parsing of that form or of a ProgID.
 #include "posix/com_abi.h"
 #include "registry.h"
 #include <array>
@@ -51,7 +51,7 @@ HRESULT CoCreateGuid(GUID* guid)
 {
     if (!guid) return E_POINTER;
     if (getrandom(guid, sizeof *guid, 0) != static_cast<ssize_t>(sizeof *guid)) return E_FAIL;
-    guid->Data3 = static_cast<std::uint16_t>((guid->Data3 & 0x0FFF) | 0x4000); // version 4: random
+    guid->Data3 = static_cast<std::uint16_t>((guid->Data3 & 0x0FFF) | 0x4000); // version 4 (random)
     guid->Data4[0] = static_cast<std::uint8_t>((guid->Data4[0] & 0x3F) | 0x80);
     return S_OK;
 }

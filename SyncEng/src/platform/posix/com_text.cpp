@@ -1,11 +1,11 @@
-// BSTR and task memory. A BSTR is preceded by its 4-byte byte count and ends in a zero character.
+// BSTR and task memory. A BSTR has its byte count (4 bytes) in front and ends with a zero character.
 #include "posix/com_abi.h"
 #include <cstdlib>
 #include <limits>
 #include <string>
 
 namespace {
-constexpr std::size_t kHead = 8; // the count stands in the last 4 bytes of it; 8 keeps the text aligned
+constexpr std::size_t kHead = 8; // the count takes the last 4 bytes; 8 keeps the text aligned
 }
 
 BSTR SysAllocStringByteLen(const char* s, UINT n)

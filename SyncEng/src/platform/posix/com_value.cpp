@@ -1,4 +1,4 @@
-// VARIANT: clearing, copying, changing the kind, comparing; and dates from text.
+// VARIANT: clear, copy, convert, compare; conversion of text to a date.
 #include "com.h"
 #include <charconv>
 #include <cmath>
@@ -32,7 +32,7 @@ std::optional<double> textToNumber(BSTR s)
     return value;
 }
 
-// The number that a value stands for; empty where it stands for none.
+// Returns the number that a value converts to; nullopt if it converts to none.
 std::optional<double> numberOf(const VARIANT& v)
 {
     switch (v.vt) {
@@ -76,7 +76,7 @@ std::u16string numberText(const VARIANT& v)
 
 template <class T> HRESULT store(double value, double low, double high, T& out) noexcept
 {
-    const double rounded = std::nearbyint(value); // halves to even, as the automation conversions do
+    const double rounded = std::nearbyint(value); // half to even, as in the automation library
     if (!(rounded >= low && rounded <= high)) return DISP_E_OVERFLOW;
     out = static_cast<T>(rounded);
     return S_OK;
@@ -201,7 +201,7 @@ HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID, ULONG)
             const auto a = com::viewOf(left->bstrVal), b = com::viewOf(right->bstrVal);
             return a < b ? VARCMP_LT : a == b ? VARCMP_EQ : VARCMP_GT;
         }
-        // A text is greater than any number, as it is in the automation library.
+        // A text is greater than any number, as in the automation library.
         if (isText(*left) != isText(*right) && left->vt != VT_EMPTY && right->vt != VT_EMPTY) return isText(*left) ? VARCMP_GT : VARCMP_LT;
         if (isText(*left)) return com::viewOf(left->bstrVal).empty() ? VARCMP_EQ : VARCMP_GT;
         if (isText(*right)) return com::viewOf(right->bstrVal).empty() ? VARCMP_EQ : VARCMP_LT;
@@ -217,7 +217,7 @@ HRESULT VarDateFromStr(const OLECHAR* text, LCID, ULONG, DATE* out)
     return com::guarded([&]() -> HRESULT {
         const std::string s = narrowAscii(text);
         int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, end = 0;
-        // The sortable form first, then month/day/year.
+        // yyyy-mm-dd first, then mm/dd/yyyy.
         if (std::sscanf(s.c_str(), "%d-%d-%d%n", &year, &month, &day, &end) != 3 &&
             std::sscanf(s.c_str(), "%d/%d/%d%n", &month, &day, &year, &end) != 3)
             return DISP_E_TYPEMISMATCH;
@@ -231,7 +231,7 @@ HRESULT VarDateFromStr(const OLECHAR* text, LCID, ULONG, DATE* out)
         if (*rest || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59) return DISP_E_TYPEMISMATCH;
         const auto days = static_cast<double>(dayNumber(year, month, day));
         const double time = (hour * 3600 + minute * 60 + second) / 86400.0;
-        *out = days >= 0 ? days + time : days - time; // before the first day the time still counts upwards
+        *out = days >= 0 ? days + time : days - time; // in negative dates the fraction still counts forward from midnight
         return S_OK;
     });
 }

@@ -24,7 +24,7 @@ public:
         const std::string bytes = utf8(text);
         for (std::size_t sent = 0; sent < bytes.size();) {
             const ssize_t n = ::write(out_, bytes.data() + sent, bytes.size() - sent);
-            if (n < 0 && errno != EINTR) return; // the terminal is gone; the next line read will tell
+            if (n < 0 && errno != EINTR) return; // the terminal is gone; the next readLine() fails
             if (n > 0) sent += static_cast<std::size_t>(n);
         }
     }
@@ -65,7 +65,7 @@ public:
     }
 
 private:
-    // A wait that a signal interrupts ends the conversation: reading itself would go on as if nothing had come.
+    // Fails if a signal interrupts the wait, since a read would simply continue.
     bool fillPending()
     {
         pollfd wanted{in_, POLLIN, 0};
@@ -90,9 +90,9 @@ bool someoneAnswers() noexcept { return inputIsTerminal() && outputOfConsole() >
 std::unique_ptr<Console> openConsole()
 {
     if (!someoneAnswers()) return nullptr;
-    std::fflush(stdout); // what was printed before stands before the question
+    std::fflush(stdout); // earlier output must appear before the question
     auto console = std::make_unique<TerminalConsole>(STDIN_FILENO, outputOfConsole());
-    console->write(u"\r" + std::u16string(console->columns() - 1, u' ') + u"\r"); // a progress bar may stand in the line
+    console->write(u"\r" + std::u16string(console->columns() - 1, u' ') + u"\r"); // clears the line, which may show a progress bar
     return console;
 }
 

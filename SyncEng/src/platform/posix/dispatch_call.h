@@ -1,5 +1,5 @@
-// One late-bound call: takes each parameter's value out of a VARIANT, calls the method, and gives out values back. The types come from the
-// method itself, names and directions from the table that is made of the IDL.
+// Makes one late-bound call: converts each argument from a VARIANT, calls the method, and stores its out values. Types come from the
+// method's signature; names and directions come from the table generated from the IDL.
 #pragma once
 #include "com.h"
 #include <tuple>
@@ -14,7 +14,6 @@ struct Parameter {
     Direction direction;
 };
 
-// What a caller gave for a parameter.
 struct Argument {
     VARIANT* value;
     Direction direction;
@@ -24,8 +23,8 @@ struct Method {
     DISPID id;
     const char16_t* name;
     std::span<const Parameter> parameters;
-    // One argument a parameter. What the method answered is in `answer`; the result tells whether it was called at all, and if not,
-    // `wrong` is the argument that did not fit.
+    // Requires: one argument per parameter. Stores the method's result in `answer`. A failure that is returned means that the method was
+    // not called; `wrong` is then the argument that did not fit.
     HRESULT (*call)(IDispatch* object, std::span<const Argument> arguments, HRESULT* answer, UINT* wrong);
 };
 
@@ -36,7 +35,8 @@ struct Interface {
 
 inline bool isNothing(const VARIANT& v) noexcept { return v.vt == VT_EMPTY || v.vt == VT_NULL || v.vt == VT_ERROR; }
 
-// ---- One value, by its type: from a VARIANT, for the method, and as a VARIANT of its own -----------------------------------------------
+// ---- One value of a type: loaded from a VARIANT, passed to the method, taken as a VARIANT
+// --------------------------------------------------
 
 template <class T> inline constexpr VARTYPE kindOf = std::is_enum_v<T> ? VT_I4 : VT_EMPTY;
 template <> inline constexpr VARTYPE kindOf<LONG> = VT_I4;
@@ -46,7 +46,7 @@ template <> inline constexpr VARTYPE kindOf<HWND> = VT_I8;
 template <> inline constexpr VARTYPE kindOf<DOUBLE> = VT_R8;
 template <> inline constexpr VARTYPE kindOf<VARIANT_BOOL> = VT_BOOL;
 
-template <class T> class Value { // numbers, truth values and enumerations
+template <class T> class Value { // numbers, booleans and enumerations
 public:
     static constexpr VARTYPE kind = kindOf<T>;
     static_assert(kind != VT_EMPTY, "a parameter of a type that scripts cannot give");
@@ -99,7 +99,7 @@ template <> class Value<VARIANT> {
 public:
     static constexpr VARTYPE kind = VT_VARIANT;
     HRESULT load(const VARIANT& from) { return VariantCopy(&value_, &from); }
-    VARIANT get() const noexcept { return value_; } // the method's to read, not to keep
+    VARIANT get() const noexcept { return value_; } // valid during the call
     VARIANT* out() noexcept { return &value_; }
     Variant take() noexcept { return std::move(value_); }
 
@@ -107,7 +107,7 @@ private:
     Variant value_;
 };
 
-template <> class Value<GUID> { // a text to scripts
+template <> class Value<GUID> { // scripts pass a text
 public:
     static constexpr VARTYPE kind = VT_BSTR;
     HRESULT load(const VARIANT& from) { return from.vt == VT_BSTR ? parseGuid(viewOf(from.bstrVal), &guid_) : DISP_E_TYPEMISMATCH; }
@@ -153,7 +153,7 @@ public:
     Value(const Value&) = delete;
     Value& operator=(const Value&) = delete;
     ~Value() { (void)take(); }
-    HRESULT load(const VARIANT& from) // texts: no method takes another array
+    HRESULT load(const VARIANT& from) // an array of texts; no method takes another kind
     {
         if (isNothing(from)) return S_OK;
         if (from.vt != (VT_ARRAY | VT_BSTR)) return DISP_E_TYPEMISMATCH;
@@ -178,12 +178,12 @@ private:
 
 // ---- One parameter --------------------------------------------------------------------------------------------------------------------
 
-// Whether the parameter is the value itself; else it is a pointer to it.
+// Whether the parameter is the value itself, not a pointer to it.
 template <class P>
 inline constexpr bool isValueItself = !std::is_pointer_v<P> || std::is_same_v<P, BSTR> || std::is_same_v<P, HWND> ||
                                       std::is_same_v<P, SAFEARRAY*> || std::is_convertible_v<P, IUnknown*>;
 
-// Puts a value where an argument by reference leads.
+// Stores a value in the variable that a by-reference argument refers to.
 inline void storeAt(const VARIANT& reference, Variant made) noexcept
 {
     if (reference.vt == (VT_BYREF | VT_VARIANT)) {
@@ -194,7 +194,7 @@ inline void storeAt(const VARIANT& reference, Variant made) noexcept
     const std::size_t size = made.vt == VT_BOOL ? 2 : made.vt == VT_I4 || made.vt == VT_UI4 ? 4 : 8;
     Variant former;
     std::memcpy(&former.llVal, reference.byref, size);
-    former.vt = made.vt; // freed here
+    former.vt = made.vt; // `former` frees the old value
     std::memcpy(reference.byref, &made.llVal, size);
     (void)made.detach();
 }
@@ -209,14 +209,14 @@ public:
         const bool reference = (given.vt & VT_BYREF) != 0;
         const VARIANT& value = given.vt == (VT_BYREF | VT_VARIANT) ? *given.pvarVal : given;
         if constexpr (!isValueItself<P>) {
-            if (isNothing(given)) return S_OK; // the null pointer
+            if (isNothing(given)) return S_OK; // passed as a null pointer
             given_ = true;
             if (argument.direction == Direction::In) return value_.load(value);
             const auto kind = static_cast<VARTYPE>(given.vt & ~VT_BYREF);
             if (!reference || (kind != VT_VARIANT && kind != Value<T>::kind)) return DISP_E_TYPEMISMATCH;
             if (argument.direction == Direction::Out) return S_OK;
             if (kind == VT_VARIANT) return value_.load(value);
-            Variant copy; // of the text that the reference leads to
+            Variant copy; // of the text that the reference refers to, not owned
             copy.vt = kind;
             std::memcpy(&copy.llVal, given.byref, sizeof(void*));
             const HRESULT hr = value_.load(copy);
@@ -261,7 +261,7 @@ HRESULT invokeMethod(HRESULT (STDMETHODCALLTYPE I::*method)(P...), IDispatch* ob
             if (FAILED(fits)) return fits;
             *answer = guarded([&] { return (static_cast<I*>(object)->*method)(slot.pass()...); });
             at = 0;
-            (slot.store(arguments[at++]), ...); // after a failure too: an out value may tell of it
+            (slot.store(arguments[at++]), ...); // also after a failure: out values may describe it
             return S_OK;
         },
         slots);

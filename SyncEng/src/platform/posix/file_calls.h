@@ -1,4 +1,4 @@
-// The system calls that put a file's content on disk, as tests may replace them to make a disk fail or to be another user.
+// The system calls that write files. Tests replace them to simulate a failing disk or another user.
 #pragma once
 #include <cstddef>
 #include <sys/types.h>

@@ -30,7 +30,6 @@ namespace fs = std::filesystem;
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
 
-// A file descriptor that closes itself.
 class Descriptor {
 public:
     explicit Descriptor(int file = -1) noexcept : file_(file) {}
@@ -79,7 +78,7 @@ int renameHeld(const fs::path& from, const fs::path& to)
         Purpose::Replace, [&] { return fileCalls.rename(from.c_str(), to.c_str()); }, [](int result) { return result == 0; });
 }
 
-// A file opened for reading, with what is known of it.
+// A file opened for reading, its stat data, and the first error.
 struct Source {
     explicit Source(const fs::path& path) noexcept : file(openHeld(path, O_RDONLY | O_CLOEXEC))
     {
@@ -88,7 +87,7 @@ struct Source {
         else if (S_ISDIR(info.st_mode))
             error = std::make_error_code(std::errc::is_a_directory);
     }
-    // Up to `count` bytes; 0 at the end and after a failure.
+    // Reads up to `count` bytes. Returns 0 at the end of the file and after a failure.
     std::size_t read(char* to, std::size_t count) noexcept
     {
         for (;;) {
@@ -110,7 +109,7 @@ fs::path homeFolder()
     return home && *home ? fs::path(home) : fs::path();
 }
 
-// The file that a chain of links leads to, there or not yet, so that the links survive and their target changes.
+// Follows a chain of links to the file, which need not exist. Writing there keeps the links.
 fs::path followed(fs::path path, std::error_code& error)
 {
     for (int links = 0; links < 40; ++links) {
@@ -123,7 +122,7 @@ fs::path followed(fs::path path, std::error_code& error)
     return path;
 }
 
-// A name of its own, however long the target's is. Hidden, so that no listing takes it for one of the user's files.
+// The name does not contain the target's, which may have the maximum length. The leading dot hides the file from listings.
 std::string temporaryName()
 {
     thread_local std::mt19937_64 numbers{std::random_device{}()};
@@ -139,9 +138,9 @@ void flushFolder(const fs::path& folder) noexcept
 }
 
 constexpr std::size_t bufferSize = 1 << 16;
-constexpr mode_t ownerOnly = 0600; // names, addresses and birthdays are nobody else's business
+constexpr mode_t ownerOnly = 0600; // contacts are private data
 
-// A history is read into one buffer that may be hundreds of megabytes: a page fault for each 4 KB of it costs more than the reading.
+// A history is read into one buffer of up to hundreds of megabytes. Without large pages the page faults cost more than reading it.
 void wantLargePages(char* memory, std::size_t size) noexcept
 {
     constexpr std::uintptr_t page = 1 << 21;
@@ -150,7 +149,7 @@ void wantLargePages(char* memory, std::size_t size) noexcept
     if (first < end) (void)::madvise(memory + (first - begin), end - first, MADV_HUGEPAGE);
 }
 
-// A new content beside its target; the temporary file goes with it, unless it became the target.
+// New content in a temporary file beside its target. Unless commit() succeeded, the destructor removes the temporary file.
 class Draft {
 public:
     explicit Draft(const fs::path& wanted) : target_(followed(wanted, error_)), folder_(target_.parent_path())
@@ -174,7 +173,7 @@ public:
         if (!error_ && buffer_.size() + bytes.size() > bufferSize) writeBuffer();
         if (error_) return;
         if (bytes.size() < bufferSize)
-            buffer_ += bytes; // within what is reserved
+            buffer_ += bytes; // fits the reserved capacity
         else
             error_ = writeAll(file_.get(), bytes);
     }
@@ -196,7 +195,7 @@ public:
 private:
     void open()
     {
-        // A forked process draws the same numbers as its parent.
+        // A forked process draws the same random numbers as its parent, so a name may be taken.
         for (int attempt = 0; attempt < 16 && !file_; ++attempt) {
             temporary_ = folder_ / temporaryName();
             file_.open(openHeld(temporary_, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, ownerOnly));
@@ -211,7 +210,7 @@ private:
     {
         struct stat made {};
         if (::fstat(file_.get(), &made) != 0) error_ = lastError();
-        // Only the superuser can give a file away, and must, or its owner would lose it. A user can give it to a group of theirs.
+        // The superuser can give the file to its former owner, and must. Another user can only set a group of their own.
         const uid_t user = fileCalls.user();
         const bool given =
             (info.st_uid == user && info.st_gid == made.st_gid) || fileCalls.giveTo(file_.get(), info.st_uid, info.st_gid) == 0;
@@ -336,7 +335,7 @@ std::string readFile(const fs::path& path, std::error_code& error, std::uint64_t
     std::string bytes;
     if (!source.error) bytes.reserve(static_cast<std::size_t>(size));
     wantLargePages(bytes.data(), bytes.capacity());
-    // Piece by piece through a buffer that stays in the cache: a string can only grow by bytes that are written.
+    // Reads through a small buffer: a string can only grow by initialised bytes, and the buffer stays in the CPU cache.
     char piece[bufferSize];
     while (const std::size_t n = source.error ? 0 : source.read(piece, sizeof piece)) {
         bytes.append(piece, n);
@@ -344,7 +343,7 @@ std::string readFile(const fs::path& path, std::error_code& error, std::uint64_t
     }
     error = source.error;
     if (error) bytes.clear();
-    return bytes; // moved: the conditional operator would copy them
+    return bytes; // implicit move; a conditional operator would copy
 }
 
 struct AtomicFile::State : Draft {
@@ -355,7 +354,7 @@ AtomicFile::AtomicFile(const fs::path& target) noexcept
 {
     try {
         state_ = std::make_unique<State>(target);
-    } catch (...) { // commit reports it
+    } catch (...) { // commit() reports the failure
     }
 }
 

@@ -30,14 +30,14 @@ ClockTime now(tm* (*convert)(const time_t*, tm*)) noexcept
             static_cast<int>(moment.tv_nsec / 1'000'000)};
 }
 
-// Days since 30 December 1899 of a day of the proleptic Gregorian calendar.
+// Days from 30 December 1899 to a day of the proleptic Gregorian calendar.
 long dayNumber(int year, int month, int day) noexcept
 {
     const long y = month <= 2 ? year - 1L : year;
     const long era = (y >= 0 ? y : y - 399) / 400, yearOfEra = y - era * 400;
     const long dayOfYear = (153L * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
     const long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468 + 25569; // 25569: 1 January 1970
+    return era * 146097 + dayOfEra - 719468 + 25569; // day 0: from 0000-03-01 to 1970-01-01, then to 1899-12-30
 }
 
 double automationDate(const ClockTime& t) noexcept
@@ -47,7 +47,7 @@ double automationDate(const ClockTime& t) noexcept
 
 std::u16string formatted(const char* format, const ClockTime& time)
 {
-    // The user's locale, without touching that of the process.
+    // The user's locale, without changing the process's locale.
     static const locale_t user = newlocale(LC_TIME_MASK, "", nullptr);
     tm parts{};
     parts.tm_year = time.year - 1900;
@@ -56,7 +56,7 @@ std::u16string formatted(const char* format, const ClockTime& time)
     parts.tm_hour = time.hour;
     parts.tm_min = time.minute;
     parts.tm_sec = time.second;
-    (void)timegm(&parts); // adds the day of the week and of the year
+    (void)timegm(&parts); // sets the day of the week and of the year
     char buffer[128];
     const std::size_t n =
         user ? strftime_l(buffer, sizeof buffer, format, &parts, user) : std::strftime(buffer, sizeof buffer, format, &parts);
@@ -68,7 +68,7 @@ struct CodeText {
     const char16_t* text;
 };
 
-// The codes that can come up in a run and that no one else gives a text.
+// Texts for result codes that a run can return and that no other source describes.
 constexpr CodeText codeTexts[] = {
     {0x80004001, u"The operation is not implemented."},
     {0x80004002, u"The component does not offer the interface that is needed."},
@@ -106,7 +106,7 @@ std::filesystem::path modulePathOf(const void* address)
     Dl_info info{};
     link_map* module = nullptr;
     if (!::dladdr1(address, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) || !info.dli_fname) return {};
-    // The program itself has no name in the loader's list, and the one that dladdr gives is what its caller typed.
+    // The loader stores no name for the program itself, and dladdr returns the name as it was typed.
     if (module && !*module->l_name) return executablePath();
     std::error_code error;
     auto path = std::filesystem::absolute(info.dli_fname, error);

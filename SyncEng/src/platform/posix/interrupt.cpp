@@ -35,7 +35,7 @@ void endLater(unsigned seconds, InterruptHandler end) noexcept
 
 void endAtOnce(std::string_view text, int code) noexcept
 {
-    if (::write(STDERR_FILENO, text.data(), text.size()) < 0) ::_exit(code); // no one hears it
+    if (::write(STDERR_FILENO, text.data(), text.size()) < 0) ::_exit(code); // a failed write cannot be reported
     ::_exit(code);
 }
 

@@ -1,5 +1,4 @@
-// JPEG by libjpeg-turbo. Its errors leave by longjmp, so the functions between setjmp and the library own nothing: their files and
-// structures belong to an object outside of them.
+// JPEG with libjpeg-turbo, which reports errors by longjmp. So a function that calls setjmp owns no resources; its class owns them.
 #include "jpeg.h"
 
 #include "image.h"
@@ -14,9 +13,9 @@
 namespace platform {
 namespace {
 
-// No encoder packs more pixels into a byte of a file; a file that claims to is not worth the memory.
+// No encoder packs more pixels into a byte; a file that claims more is rejected before memory is allocated.
 constexpr std::uint64_t mostPixelsPerByte = 4096;
-// A file of very many scans can cost hours without being large.
+// A small file with many scans could take hours to decode.
 constexpr int mostScans = 200;
 
 struct Errors : jpeg_error_mgr {
@@ -25,7 +24,8 @@ struct Errors : jpeg_error_mgr {
 
 [[noreturn]] void leave(j_common_ptr info) { std::longjmp(static_cast<Errors*>(info->err)->leave, 1); }
 
-// A picture that lacks nothing but its end mark is whole: data that is missing is warned of by itself, unless it is a whole scan.
+// A file that only lacks its end mark holds the whole picture: missing data inside a scan has a warning of its own. With several scans, a
+// whole scan could be missing.
 bool isHarmless(j_common_ptr info)
 {
     switch (info->err->msg_code) {
@@ -36,7 +36,7 @@ bool isHarmless(j_common_ptr info)
     }
 }
 
-// A warning tells of damage.
+// Treats a warning as damage.
 void onMessage(j_common_ptr info, int level)
 {
     if (level < 0 && !isHarmless(info)) leave(info);
@@ -99,7 +99,7 @@ private:
         return jpeg_read_header(&info_, TRUE) == JPEG_HEADER_OK;
     }
 
-    // What stands behind the last row is not looked at.
+    // Data behind the last row is ignored.
     bool readRows()
     {
         if (setjmp(errors_.leave)) return false; // NOLINT
@@ -117,7 +117,7 @@ private:
     [[nodiscard]] bool inks() const noexcept { return info_.num_components == 4; }
     [[nodiscard]] std::uint8_t* pixels() noexcept { return reinterpret_cast<std::uint8_t*>(bitmap_.data()); }
 
-    // Adobe's programs write the light that an ink leaves, others the ink.
+    // Files with Adobe's marker store the inks inverted.
     void mixInks(std::uint8_t* bgr) noexcept
     {
         const unsigned invert = info_.saw_Adobe_marker ? 0 : 255;
@@ -167,7 +167,7 @@ private:
         info_.in_color_space = grey_ ? JCS_GRAYSCALE : layout_.bits == 32 ? JCS_EXT_BGRX : JCS_EXT_BGR;
         jpeg_set_defaults(&info_);
         jpeg_set_quality(&info_, 100, TRUE);
-        info_.comp_info[0].h_samp_factor = info_.comp_info[0].v_samp_factor = 1; // the colours keep their full resolution
+        info_.comp_info[0].h_samp_factor = info_.comp_info[0].v_samp_factor = 1; // full colour resolution
         jpeg_start_compress(&info_, TRUE);
         while (info_.next_scanline < info_.image_height) {
             JSAMPROW row = rowAt(info_.next_scanline);
@@ -177,7 +177,7 @@ private:
         return true;
     }
 
-    // The library reads rows and never writes them.
+    // libjpeg does not write to the rows, despite the type.
     JSAMPROW rowAt(std::size_t y) noexcept
     {
         if (layout_.bits == 24 || layout_.bits == 32) return const_cast<JSAMPROW>(bitmap_.data() + layout_.rowAt(y));

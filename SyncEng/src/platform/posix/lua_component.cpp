@@ -26,14 +26,14 @@ void pushText(lua_State* state, std::u16string_view text)
     lua_pushlstring(state, bytes.data(), bytes.size());
 }
 
-// An error that names the script's line.
+// Raises an error that names the script's line.
 [[noreturn]] void raise(lua_State* state, const std::string& message)
 {
     luaL_where(state, 1);
     lua_pushlstring(state, message.data(), message.size());
     lua_concat(state, 2);
     lua_error(state);
-    std::abort(); // lua_error does not return, but does not say so
+    std::abort(); // lua_error does not return but is not declared noreturn
 }
 
 std::string describe(HRESULT code, std::u16string_view text)
@@ -43,7 +43,7 @@ std::string describe(HRESULT code, std::u16string_view text)
     return std::string(number) + ": " + (text.empty() ? utf8(systemMessage(code)) : utf8(text));
 }
 
-// Our own exceptions become errors of the script; Lua's pass.
+// Turns C++ exceptions into script errors; Lua's own errors pass through.
 template <int (*body)(lua_State*)> int guardedFunction(lua_State* state)
 {
     HRESULT failed = E_OUTOFMEMORY;
@@ -162,7 +162,7 @@ void pushValue(lua_State* state, const VARIANT& value)
 
 // ---- A call ---------------------------------------------------------------------------------------------------------------------------
 
-// The arguments of one call, in the order of the script's; those that were Out refer to a value here.
+// The arguments of one call in the script's order. An out argument refers to a value stored here.
 class Call {
 public:
     Call(lua_State* state, std::u16string method) : state_(state), names_{std::move(method)} {}
@@ -209,7 +209,7 @@ public:
         wrong_ = named ? wrong : count - 1 - wrong;
     }
 
-    // The values of the out arguments into the table that named them.
+    // Stores the values of out arguments in the table that passed them.
     void giveNamed(int table) const
     {
         for (std::size_t i = 0; i < arguments_.size(); ++i) {
@@ -245,11 +245,11 @@ public:
 
 private:
     struct Argument {
-        std::unique_ptr<com::Variant> value = std::make_unique<com::Variant>(); // what an out argument refers to stays where it is
+        std::unique_ptr<com::Variant> value = std::make_unique<com::Variant>(); // an out argument refers to its address
         bool isOut = false;
         [[nodiscard]] VARIANT asGiven() const
         {
-            if (!isOut) return *value; // lent
+            if (!isOut) return *value; // a shallow copy: the Argument still owns the value
             VARIANT reference;
             VariantInit(&reference);
             reference.vt = VT_BYREF | VT_VARIANT;
@@ -267,7 +267,7 @@ private:
     }
 
     lua_State* state_;
-    std::vector<std::u16string> names_; // the method's, then those of the arguments if they are given by name
+    std::vector<std::u16string> names_; // the method's name, then the names of named arguments
     std::vector<Argument> arguments_;
     com::Variant result_;
     com::Bstr source_, help_, description_;
@@ -275,7 +275,7 @@ private:
     std::size_t wrong_ = 0;
 };
 
-// A table without a list in it, as the one argument, names the arguments.
+// A table that is the only argument and contains no list holds named arguments.
 bool namesArguments(lua_State* state, int at)
 {
     if (lua_gettop(state) != at || !lua_istable(state, at) || lua_rawlen(state, at) > 0) return false;
@@ -313,9 +313,9 @@ int callMethod(lua_State* state)
     return call.giveResults(!named);
 }
 
-// ---- What the script sees -------------------------------------------------------------------------------------------------------------
+// ---- Functions for the script ----------------------------------------------------------------------------------------------------------
 
-// object.Name is the method, ready to be called.
+// object.Name returns the method as a function.
 int indexComponent(lua_State* state)
 {
     lua_settop(state, 2);
@@ -350,7 +350,7 @@ int createObject(lua_State* state)
     return 1;
 }
 
-// Out(value): an argument that goes in and comes out.
+// Out(value): an in-out argument.
 int makeInOut(lua_State* state)
 {
     lua_settop(state, 2);

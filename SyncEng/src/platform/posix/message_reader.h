@@ -1,4 +1,4 @@
-// Who takes the messages of this process: one for all of its modules, so it lives in the library that they share.
+// The current reader of messages. All modules of the process share it, so it lives in libmbcom.so.
 #pragma once
 #include "ui.h"
 

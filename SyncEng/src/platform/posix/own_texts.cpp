@@ -1,4 +1,4 @@
-// The English texts, where no resource section can hold them.
+// The English texts, compiled in because Linux libraries have no string resources.
 #include "string_module.h"
 
 #include <algorithm>
@@ -13,7 +13,6 @@ struct Entry {
     std::u16string_view text;
 };
 
-// In ascending order of number, as the list is.
 constexpr Entry entries[] = {
 #define STRING(id, name, text) {id, u"" text},
 #include "strings.inc"

@@ -1,4 +1,4 @@
-// The registry as one text file. A change takes the lock, reads the file, edits, writes a new file beside it and renames it.
+// The registry in one text file. A change locks the registry, reads the file, edits the keys, writes a new file beside it and renames it.
 #include "registry.h"
 #include <cstdlib>
 #include <fcntl.h>
@@ -27,7 +27,7 @@ std::string utf8(std::u16string_view text)
 
 std::u16string utf16(const std::string& text) { return fs::path(std::u8string(text.begin(), text.end())).u16string(); }
 
-// Names ignore the case of ASCII letters, which is all that key and value names here hold.
+// Compares names ignoring the case of ASCII letters; the names of keys and values used here are ASCII.
 struct NoCase {
     bool operator()(const std::string& a, const std::string& b) const noexcept
     {
@@ -36,7 +36,7 @@ struct NoCase {
     }
 };
 using Values = std::map<std::string, Value, NoCase>;
-using Keys = std::map<std::string, Values, NoCase>; // by full path, root first
+using Keys = std::map<std::string, Values, NoCase>; // by full path, beginning with the root
 
 std::string rootName(Root root)
 {
@@ -70,7 +70,7 @@ std::string escaped(const std::string& text)
     return out;
 }
 
-// Reads a quoted text that begins at `at`; leaves `at` behind the closing quote.
+// Reads a quoted text that begins at `at`, and moves `at` behind the closing quote.
 bool readQuoted(const std::string& line, std::size_t& at, std::string& out)
 {
     if (at >= line.size() || line[at] != '"') return false;
@@ -88,7 +88,7 @@ bool readQuoted(const std::string& line, std::size_t& at, std::string& out)
     return false;
 }
 
-// A line that cannot be read is passed over: one bad line must not cost the others.
+// Ignores a line that cannot be parsed, so that one bad line does not lose the others.
 void readValue(const std::string& line, Values& values)
 {
     std::string name, text;
@@ -107,7 +107,7 @@ void readValue(const std::string& line, Values& values)
         values[name] = text;
 }
 
-// What cannot be read. The text names the file.
+// Thrown if the registry cannot be read. The message names the file.
 class Unreadable : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -118,7 +118,7 @@ class Unreadable : public std::runtime_error {
                      ". It is left as it is. Correct it, or move it away to begin a new one.");
 }
 
-// Empty where there is no file.
+// Returns the file's bytes; empty if the file does not exist.
 std::string bytesOf(const fs::path& file)
 {
     const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -136,7 +136,7 @@ std::string bytesOf(const fs::path& file)
     return bytes;
 }
 
-// The text in UTF-8. An editor, or an export of another system, may have saved it as UTF-16 with a mark.
+// Returns the file's text in UTF-8. An editor or an export of another system may have saved it as UTF-16 with a byte order mark.
 std::string textOf(const fs::path& file)
 {
     std::string bytes = bytesOf(file);
@@ -188,7 +188,7 @@ bool writeAll(int fd, const std::string& text)
     return true;
 }
 
-// A file that is replaced keeps its rights and its owner, and stays where a link to it leads.
+// The replaced file keeps its permissions and owner; a link to it stays a link.
 bool save(const fs::path& given, const Keys& keys)
 {
     std::error_code noFile;
@@ -220,7 +220,7 @@ bool save(const fs::path& given, const Keys& keys)
     return false;
 }
 
-// With all folders that lead to it, for the owner alone. What fails shows where a file in the folder is opened.
+// Creates the folder and its parents, accessible to their owner only. A failure shows when a file in the folder is opened.
 void makeFolders(const fs::path& folder)
 {
     std::error_code error;
@@ -229,7 +229,7 @@ void makeFolders(const fs::path& folder)
     (void)::mkdir(folder.c_str(), 0700);
 }
 
-// Holds the lock file while a change is made; the data file itself is replaced and so cannot carry the lock.
+// Locks a separate file during a change, since the registry's file is itself replaced.
 class Lock {
 public:
     explicit Lock(const fs::path& file)
@@ -254,7 +254,7 @@ private:
     int fd_ = -1;
 };
 
-// A registry that cannot be read is not written: the other registrations would be lost.
+// Changes nothing if the registry cannot be read; a rewrite would lose the other registrations.
 bool change(const std::function<bool(Keys&)>& edit)
 {
     const fs::path file = registryFile();
@@ -268,7 +268,7 @@ bool change(const std::function<bool(Keys&)>& edit)
     }
 }
 
-// No keys where the registry cannot be read; registryFailure() tells of it.
+// Returns no keys if the registry cannot be read; registryFailure() gives the reason.
 Keys present()
 {
     try {
@@ -302,7 +302,7 @@ bool addKey(Keys& keys, const std::string& path, bool withParents)
     return true;
 }
 
-// In a key that is there; one that was removed meanwhile does not come back.
+// Changes the values of an existing key. A key that another process has removed is not created again.
 bool changeValues(const std::string& path, const std::function<bool(Values&)>& edit)
 {
     return change([&](Keys& keys) {

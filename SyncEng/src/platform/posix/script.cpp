@@ -11,7 +11,7 @@ namespace {
 
 constexpr int instructionsBetweenLooks = 10'000;
 
-// Ends a script that is to be cancelled. From then on every instruction is stopped, so that no pcall of the script's can go on.
+// Stops a cancelled script. From then on the hook runs at every instruction, so that the script cannot continue after a pcall.
 void lookForCancel(lua_State* state, lua_Debug*)
 {
     if (CoTestCancel() != RPC_E_CALL_CANCELED) return;
@@ -22,7 +22,7 @@ void lookForCancel(lua_State* state, lua_Debug*)
     lua_error(state);
 }
 
-// Makes a text of whatever was raised, with the script's line in front.
+// Turns any raised value into a text that begins with the script's line.
 int describeError(lua_State* state)
 {
     const bool isText = lua_type(state, 1) == LUA_TSTRING;
@@ -36,7 +36,7 @@ int describeError(lua_State* state)
             continue;
         }
         if (isText && std::string_view(lua_tostring(state, 2)).starts_with(where.substr(0, where.find(':') + 1)))
-            break; // it says so itself
+            break; // the message already names the line
         lua_insert(state, 2);
         lua_concat(state, 2);
         break;
@@ -49,7 +49,7 @@ struct Closer {
     void operator()(lua_State* state) const noexcept { lua_close(state); }
 };
 
-// While this lives, the running script can be cancelled.
+// The running script can be cancelled while a Cancellable lives.
 struct Cancellable {
     Cancellable() noexcept { (void)CoEnableCallCancellation(nullptr); }
     Cancellable(const Cancellable&) = delete;
@@ -57,7 +57,7 @@ struct Cancellable {
     ~Cancellable() { (void)CoDisableCallCancellation(nullptr); }
 };
 
-// What Lua shows of a file's name; longer ones it would cut itself.
+// Returns the file's name as Lua shows it, shortened the same way as a long name.
 std::string shownName(const std::string& file)
 {
     constexpr std::size_t most = LUA_IDSIZE - 1;
@@ -112,7 +112,7 @@ private:
         return 0;
     }
 
-    // As Lua's own interpreter does it.
+    // Sets the arguments as Lua's own interpreter does.
     static int giveArguments(lua_State* state)
     {
         const auto& texts = *static_cast<const std::vector<std::string>*>(lua_touserdata(state, 1));
@@ -125,7 +125,7 @@ private:
         return 0;
     }
 
-    // Calls the function on top of the stack.
+    // Calls the function at the top of the stack.
     HRESULT call(ScriptError& error, com::Variant* result = nullptr)
     {
         const Cancellable cancellable;
@@ -143,7 +143,7 @@ private:
         return hr;
     }
 
-    // Takes the message from the stack apart: FILE:LINE: MESSAGE.
+    // Splits the message at the top of the stack, "FILE:LINE: MESSAGE".
     HRESULT fail(ScriptError& error)
     {
         const char* raised = lua_tostring(state_.get(), -1);
@@ -164,8 +164,8 @@ private:
     }
 
     Maker maker_;
-    std::map<std::string, std::string> files_; // each by what Lua shows of its name
-    std::unique_ptr<lua_State, Closer> state_; // last: its objects go first
+    std::map<std::string, std::string> files_; // file name by the name that Lua shows
+    std::unique_ptr<lua_State, Closer> state_; // last member: destroyed first, with the script's objects
 };
 
 } // namespace

@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-// No control character reaches the terminal but the line end.
+// Removes control characters other than line feeds, so that the text cannot control the terminal.
 std::string printable(std::u16string_view text)
 {
     std::u16string safe;
@@ -24,7 +24,7 @@ void showMessage(HWND, std::u16string_view text, std::u16string_view caption, Me
     try {
         if (const MessageReader reader = messageReader()) return reader(text);
         std::fprintf(stderr, "%s: %s\n", printable(caption).c_str(), printable(text).c_str());
-    } catch (...) { // there is no one else to tell
+    } catch (...) { // the failure cannot be shown either
     }
 }
 

@@ -1,5 +1,5 @@
-// On pugixml. Text that is an element's first child is kept in the element itself, which halves the nodes of a store, and the names
-// and texts of a loaded document stay in the bytes that it was loaded from.
+// Implemented with pugixml. An element stores a leading text itself, which halves the number of nodes in a store. Names and texts of a
+// loaded document stay in the bytes that it was parsed from.
 #include "xml.h"
 
 #include "text.h"
@@ -33,11 +33,11 @@ void appendText(pugi::xml_node n, std::string& out)
         if (child.type() == pugi::node_pcdata || child.type() == pugi::node_cdata)
             out += child.value();
         else if (child.type() == pugi::node_element)
-            appendText(child, out); // as deep as documents are let in
+            appendText(child, out); // recursion is limited: deeper documents do not load
     }
 }
 
-// Without looking for the end of a text that differs before it.
+// Compares without computing the length of `text`.
 bool isText(const char* text, std::string_view wanted) noexcept
 {
     for (const char c : wanted)
@@ -45,7 +45,7 @@ bool isText(const char* text, std::string_view wanted) noexcept
     return *text == '\0';
 }
 
-// The node itself, or the next element of the name if it is none: a processing instruction may bear the name too.
+// Returns `n` or its next sibling of that name that is an element; a processing instruction can have the same name.
 XmlElement elementOf(pugi::xml_node n, const char* name)
 {
     while (n && n.type() != pugi::node_element) n = n.next_sibling(name);
@@ -66,13 +66,13 @@ std::vector<XmlElement> selectFrom(pugi::xml_node context, const std::string& xp
     return found;
 }
 
-// What pugixml answers with "false" or "none" is an allocation that failed.
+// pugixml returns false or an empty node if an allocation fails.
 void mustSucceed(bool done)
 {
     if (!done) throw std::bad_alloc();
 }
 
-// The node that holds an element's first text: the element itself for a text in front of all else.
+// Returns the node that holds the element's first text: the element itself if its content begins with that text.
 pugi::xml_node firstTextNode(pugi::xml_node element)
 {
     if (*element.value()) return element;
@@ -91,7 +91,7 @@ private:
     void* to_;
 };
 
-// UTF-16 with a mark at its start becomes UTF-8; anything else is left to the parser.
+// Converts UTF-16 with a byte order mark to UTF-8; leaves other bytes to the parser. Returns false if the number of bytes is odd.
 bool makeUtf8(std::string& bytes)
 {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };
@@ -142,7 +142,7 @@ void XmlElement::setText(std::string_view text) const
 {
     pugi::xml_node n = XmlAccess::node(*this);
     if (n.first_child()) {
-        // One text alone can be overwritten where it stands.
+        // A single text node can be overwritten in place.
         if (n.first_child() == n.last_child() && n.first_child().type() == pugi::node_pcdata && !*n.value()) {
             mustSucceed(n.first_child().set_value(text.data(), text.size()));
             return;
@@ -203,10 +203,10 @@ XmlElement XmlElement::appendChild(const char* name) const
     return XmlAccess::element(made);
 }
 
-// A copy of an element whose text stands in itself: pugixml makes such ones only when it parses.
+// Copies a parsed element, because only pugixml's parser creates elements that store their text themselves.
 XmlElement XmlElement::appendChild(const char* name, std::string_view text) const
 {
-    if (text.empty()) { // so that it is written as <a></a>
+    if (text.empty()) { // written as <a></a>
         const XmlElement made = appendChild(name);
         made.setText(text);
         return made;
@@ -231,7 +231,7 @@ XmlElement XmlElement::selectFirst(const std::string& xpath) const
 }
 
 struct XmlDocument::State {
-    std::string bytes; // what a loaded document's names and texts point into
+    std::string bytes; // storage of a loaded document's names and texts
     pugi::xml_document document;
 };
 
@@ -249,7 +249,7 @@ bool XmlDocument::load(std::string&& bytes)
         const pugi::xml_parse_result parsed =
             state_->document.load_buffer_inplace(state_->bytes.data(), state_->bytes.size(), parseFlags, pugi::encoding_utf8);
         if (parsed) return true;
-        if (parsed.status == pugi::status_out_of_memory) throw std::bad_alloc(); // it says nothing about the document
+        if (parsed.status == pugi::status_out_of_memory) throw std::bad_alloc(); // says nothing about the document
     }
     state_->document.reset();
     state_->bytes = std::string();

@@ -64,7 +64,7 @@ HRESULT CategoryClasses::open(REFGUID category) noexcept
         if (!found) return E_FAIL;
         for (CLSID clsid{};;) {
             end_ = found->Next(1, &clsid, nullptr);
-            if (end_ != S_OK) return S_OK; // a broken enumeration shows behind the classes that it gave
+            if (end_ != S_OK) return S_OK; // next() reports a failure after the classes that were found
             classes_.push_back(clsid);
         }
     });

@@ -1,4 +1,4 @@
-// Late binding by the type library: the one in the module's own resources, or else the registered one.
+// Late binding with the type library in the module's own resources, or else the registered one.
 #include "com.h"
 //
 #include "host.h"
@@ -23,7 +23,7 @@ struct TypeInformation {
     std::map<GUID, Ptr<ITypeInfo>, GuidBefore> byInterface;
 };
 
-// Never destroyed: the runtime may be gone before the static objects of the module.
+// Never destroyed: the runtime may be unloaded before the module's static objects are destroyed.
 TypeInformation& information()
 {
     static auto* instance = new TypeInformation;
@@ -90,7 +90,7 @@ HRESULT dispatchInvoke(REFIID iid, IDispatch* object, DISPID id, LCID, WORD flag
         check(typeInfoOf(iid, info));
         ScriptVariables variables(info, id, *params);
         const HRESULT hr = DispInvoke(object, info.get(), id, flags, variables.arguments(), result, excep, argErr);
-        if (SUCCEEDED(hr) || hr == DISP_E_EXCEPTION) variables.giveBack(); // or the method was not reached
+        if (SUCCEEDED(hr) || hr == DISP_E_EXCEPTION) variables.giveBack(); // other failures did not reach the method
         return hr;
     });
 }

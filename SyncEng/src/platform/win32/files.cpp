@@ -15,12 +15,11 @@ namespace fs = std::filesystem;
 
 std::error_code lastError() noexcept { return {static_cast<int>(GetLastError()), std::system_category()}; }
 
-// Others may read, write and remove what we have open, as on any other system.
+// Other programs may read, write and remove files that we have open.
 constexpr DWORD shareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 constexpr std::size_t bufferSize = 1 << 16;
 
-// A file handle that closes itself.
 class File {
 public:
     File(const fs::path& path, DWORD access, DWORD share, DWORD disposition) noexcept
@@ -61,7 +60,7 @@ fs::path specialFolder(int id)
     return SHGetFolderPathW(nullptr, id | CSIDL_FLAG_CREATE, nullptr, SHGFP_TYPE_CURRENT, path) == S_OK ? fs::path(path) : fs::path();
 }
 
-// The file that a chain of links leads to, so that the link survives and its target changes.
+// Follows links to the file, so that writing there keeps the links.
 fs::path resolved(const fs::path& target)
 {
     std::error_code error;
@@ -80,7 +79,7 @@ fs::path besideName(const fs::path& target)
     return name;
 }
 
-// Asked for before the move: under Wine a move replaces a read-only file all the same.
+// Checked before the move, since Wine replaces a read-only file.
 bool isReadOnly(const fs::path& file) noexcept
 {
     const DWORD attributes = GetFileAttributesW(file.c_str());
@@ -91,7 +90,7 @@ void copyAccessRights(const fs::path& from, const fs::path& to)
 {
     DWORD size = 0;
     GetFileSecurityW(from.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-    if (size == 0) return; // no target yet, or a file system without rights
+    if (size == 0) return; // the target does not exist, or the file system has no permissions
     std::string rights(size, '\0');
     if (GetFileSecurityW(from.c_str(), DACL_SECURITY_INFORMATION, rights.data(), size, &size))
         SetFileSecurityW(to.c_str(), DACL_SECURITY_INFORMATION, rights.data());
@@ -142,7 +141,7 @@ bool createFolders(const fs::path& folder)
 
 namespace {
 
-// Without the prefix that stands for a path as the file system takes it.
+// Removes the \\?\ prefix from a path.
 std::wstring withoutPrefix(const std::wstring& name)
 {
     if (name.starts_with(L"\\\\?\\UNC\\")) return L"\\\\" + name.substr(8);
@@ -231,7 +230,7 @@ struct AtomicFile::State {
     }
     fs::path target, temporary;
     File file;
-    std::string buffer; // small pieces on their way to the file
+    std::string buffer; // small writes, collected before they reach the file
     std::error_code error;
 };
 
@@ -239,7 +238,7 @@ AtomicFile::AtomicFile(const fs::path& target) noexcept
 {
     try {
         state_ = std::make_unique<State>(target);
-    } catch (...) { // commit reports it
+    } catch (...) { // commit() reports the failure
     }
 }
 
@@ -255,7 +254,7 @@ void AtomicFile::write(std::string_view bytes) noexcept
     if (!state_ || state_->error) return;
     if (state_->buffer.size() + bytes.size() > bufferSize) state_->writeBuffer();
     if (bytes.size() <= bufferSize)
-        state_->buffer += bytes; // within what is reserved
+        state_->buffer += bytes; // fits the reserved capacity
     else if (!state_->error)
         state_->error = writeAll(state_->file.get(), bytes);
 }
@@ -319,7 +318,7 @@ bool AppendFile::truncate() noexcept
 bool AppendFile::write(std::string_view bytes) noexcept
 {
     OVERLAPPED atTheEnd{};
-    atTheEnd.Offset = atTheEnd.OffsetHigh = 0xFFFFFFFF; // which the system takes for the end
+    atTheEnd.Offset = atTheEnd.OffsetHigh = 0xFFFFFFFF; // the system appends at this offset
     return handle_ != -1 && !writeAll(reinterpret_cast<HANDLE>(handle_), bytes, &atTheEnd);
 }
 

@@ -17,7 +17,7 @@ std::filesystem::path pathOfModule(HMODULE module)
     for (std::wstring buffer(MAX_PATH, L'\0');; buffer.resize(buffer.size() * 2)) {
         const DWORD length = GetModuleFileNameW(module, buffer.data(), static_cast<DWORD>(buffer.size()));
         if (length == 0) return {};
-        if (length == buffer.size()) continue; // cut off
+        if (length == buffer.size()) continue; // truncated: retry with a larger buffer
         buffer.resize(length);
         return buffer;
     }

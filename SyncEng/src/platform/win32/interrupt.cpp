@@ -22,17 +22,17 @@ void takeInterrupts(InterruptHandler handler) noexcept
     if (!taker.exchange(handler)) SetConsoleCtrlHandler(onEvent, TRUE);
 }
 
-// The Script Control ends a script only when its time is up and the user says so to a question, and it does not leave its thread before.
+// The Script Control stops a script only when its time limit expires and the user confirms; nothing else can interrupt its thread.
 bool cancelScript() noexcept { return false; }
 
-// The events come in a thread of their own, so it may wait.
+// Console events run in a thread of their own, so this may block.
 void endLater(unsigned seconds, InterruptHandler end) noexcept
 {
     Sleep(seconds * 1000);
     end();
 }
 
-// Not ExitProcess: it runs the end of every library, which may wait for a lock of a thread that was stopped in its midst.
+// ExitProcess would run the exit code of every library, which could wait for a lock that a stopped thread holds.
 void endAtOnce(std::string_view text, int code) noexcept
 {
     DWORD written = 0;

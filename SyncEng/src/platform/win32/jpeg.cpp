@@ -1,5 +1,5 @@
-// JPEG by the Windows Imaging Component. It tells nothing of damage inside a scan, and makes room for whatever a file claims; so the
-// file's outline is looked at first.
+// JPEG with the Windows Imaging Component. It reports no damage inside a scan and allocates whatever size a file claims; so the file's
+// outline is checked first.
 #include "jpeg.h"
 
 #include "com.h"
@@ -12,9 +12,9 @@
 namespace platform {
 namespace {
 
-// No encoder packs more pixels into a byte of a file; a file that claims to is not worth the memory.
+// No encoder packs more pixels into a byte; a file that claims more is rejected before memory is allocated.
 constexpr std::uint64_t mostPixelsPerByte = 4096;
-// A file of very many scans can cost hours without being large.
+// A small file with many scans could take hours to decode.
 constexpr unsigned mostScans = 200;
 
 com::Ptr<IWICImagingFactory> imaging()
@@ -24,7 +24,7 @@ com::Ptr<IWICImagingFactory> imaging()
     return factory;
 }
 
-// Its own class, asked for by name: no other decoder gets to see the file.
+// Creates the codec by its own class, so that no other installed decoder reads the file.
 template <class I> com::Ptr<I> createCodec(REFCLSID clsid)
 {
     com::Ptr<I> codec;
@@ -74,7 +74,7 @@ private:
         return width == layout_.width && height == layout_.height && format == expected;
     }
 
-    // Rows come from the top and land from the bottom up, so each is copied to its own place.
+    // The decoder delivers rows from the top, the bitmap stores them from the bottom; so each row is copied to its place.
     void readRows(IWICBitmapFrameDecode* frame)
     {
         for (std::size_t i = 0; i < layout_.colours(); ++i)
@@ -93,7 +93,7 @@ private:
         }
     }
 
-    // The component gives the inks themselves, whichever way round the file has them.
+    // The component returns the inks uninverted, however the file stores them.
     static void mixInks(const std::vector<std::uint8_t>& row, std::uint8_t* bgr) noexcept
     {
         for (const std::uint8_t* ink = row.data(); ink != row.data() + row.size(); ink += 4, bgr += 3)
@@ -112,7 +112,7 @@ void setOption(IPropertyBag2* options, const wchar_t* name, const VARIANT& value
     com::check(options->Write(1, &option, const_cast<VARIANT*>(&value)));
 }
 
-// The best quality; the colours keep their full resolution.
+// Best quality, full colour resolution.
 void setQuality(IPropertyBag2* options)
 {
     com::Variant quality, sampling;

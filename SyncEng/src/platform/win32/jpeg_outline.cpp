@@ -34,7 +34,7 @@ public:
 private:
     [[nodiscard]] std::uint32_t number(std::size_t at) const noexcept { return file_[at] * 256u + file_[at + 1]; }
 
-    // Passes over the data of a scan, in which 0xFF 0x00 is a byte like any other. 0 at the end of the file.
+    // Moves behind the next marker and returns its code; 0 at the end of the file. In the data of a scan, 0xFF 0x00 is no marker.
     unsigned nextMarker() noexcept
     {
         for (; at_ + 1 < file_.size(); ++at_) {

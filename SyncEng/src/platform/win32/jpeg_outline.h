@@ -1,4 +1,4 @@
-// What a JPEG file claims of itself, found by walking its markers: before a decoder that believes everything sees it.
+// The properties that a JPEG file claims, found by walking its markers, so that a file can be rejected before it is decoded.
 #pragma once
 #include "bitmap.h"
 
@@ -6,11 +6,11 @@ namespace platform {
 
 struct JpegOutline {
     std::uint32_t width = 0, height = 0;
-    unsigned components = 0; // of a pixel: 1 is grey, 4 are inks
-    unsigned scans = 0;      // how often the picture is gone over
+    unsigned components = 0; // per pixel: 1 means grey, 4 means inks (CMYK)
+    unsigned scans = 0;      // passes over the picture
 };
 
-// None if the file is cut off, its end mark is missing, or it has not one frame with a scan.
+// Returns nullopt if the file is truncated, lacks its end mark, or does not have exactly one frame with at least one scan.
 std::optional<JpegOutline> outlineOf(Bytes file) noexcept;
 
 } // namespace platform

@@ -7,7 +7,7 @@
 namespace platform {
 namespace {
 
-// No box of the system's while this lives, whatever the process has set.
+// Suppresses the system's error boxes on this thread while it lives.
 class Silence {
 public:
     Silence() noexcept { SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &former_); }
@@ -28,7 +28,7 @@ std::string pluginFileName(const char* name) { return std::string(name) + ".dll"
 Library::Library(const std::filesystem::path& file) noexcept
 {
     const Silence silence;
-    // What a library of a folder needs is looked for in that folder first.
+    // Dependencies of a library with an absolute path are looked up in its own folder first.
     handle_ = LoadLibraryExW(file.c_str(), nullptr, file.is_absolute() ? LOAD_WITH_ALTERED_SEARCH_PATH : 0);
 }
 

@@ -1,4 +1,4 @@
-// The module's load, as the loader tells of it. Its end needs no word here: the C++ runtime ends the module's objects.
+// Runs when the loader loads the module. Unloading needs no code: the C++ runtime destroys the module's objects.
 #include <windows.h>
 
 extern "C" bool mbModuleLoaded();

@@ -19,7 +19,7 @@ HKEY rootKey(Root root) noexcept
 std::wstring wide(std::u16string_view text) { return {text.begin(), text.end()}; }
 std::u16string narrowUnits(const std::wstring& text) { return {text.begin(), text.end()}; }
 
-// An open key that closes itself; empty if it could not be opened.
+// An open registry key; empty if the key could not be opened.
 class Key {
 public:
     Key(Root root, std::u16string_view path, REGSAM access)
@@ -52,7 +52,7 @@ std::u16string_view withoutLastSeparator(std::u16string_view path)
     return path;
 }
 
-// With all its missing parents.
+// Creates the key with its missing parents.
 bool makeKey(Root root, std::u16string_view path)
 {
     HKEY key = nullptr;
@@ -91,7 +91,7 @@ std::optional<std::u16string> RegistryKey::text(std::u16string_view name) const
     for (;;) {
         auto size = static_cast<DWORD>(buffer.size() * sizeof(wchar_t));
         const LSTATUS status = RegGetValueW(rootKey(root_), path.c_str(), value.c_str(), RRF_RT_REG_SZ, nullptr, buffer.data(), &size);
-        if (status == ERROR_MORE_DATA) { // it may grow between two looks
+        if (status == ERROR_MORE_DATA) { // another process may lengthen it between two calls
             buffer.resize(std::max<std::size_t>(size / sizeof(wchar_t) + 1, buffer.size() * 2));
             continue;
         }

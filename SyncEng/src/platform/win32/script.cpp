@@ -8,7 +8,7 @@
 namespace platform {
 namespace {
 
-// A text of the control's that it may not have.
+// Returns a text of the control's error; empty if the control does not provide it.
 template <class Get> std::u16string told(const com::Ptr<IScriptError>& error, Get get)
 {
     com::Bstr text;
@@ -43,7 +43,7 @@ public:
     }
 
 private:
-    // As VBScript writes a text: a quotation mark is doubled, and a control character is a call.
+    // Returns the text as a VBScript literal: quotation marks doubled, control characters as ChrW calls.
     static std::u16string literal(std::u16string_view text)
     {
         std::u16string out = u"\"";
@@ -56,7 +56,7 @@ private:
         return out + u'"';
     }
 
-    // An empty array of values; the callee may change it.
+    // An empty array of values by reference, as the control's Run requires.
     class Arguments {
     public:
         Arguments() : array_(SafeArrayCreateVector(VT_VARIANT, 0, 0))
@@ -72,11 +72,11 @@ private:
         SAFEARRAY* array_;
     };
 
-    // Does the work, and takes from the control what it tells of a failure. It does not name the file, which is the last that was loaded.
+    // Does the work and reads the error details from the control. The control does not name the file; the last loaded file is assumed.
     template <class Work> HRESULT observe(ScriptError& error, Work work)
     {
         com::Ptr<IScriptError> details;
-        (void)com::call(control_, &IScriptControl::get_Error, details.put()); // without it a failure is its code alone
+        (void)com::call(control_, &IScriptControl::get_Error, details.put()); // without the details, a failure has only its code
         if (details) (void)com::call(details, &IScriptError::Clear);
         const HRESULT hr = com::guarded(work);
         if (SUCCEEDED(hr)) return hr;
@@ -92,7 +92,7 @@ private:
 
     com::Ptr<IScriptControl> control_;
     std::u16string file_;
-    bool declared_ = false; // the variable of the arguments is there
+    bool declared_ = false; // the variable Arguments has been declared
 };
 
 HRESULT prepare(const com::Ptr<IScriptControl>& control)
@@ -107,7 +107,7 @@ HRESULT prepare(const com::Ptr<IScriptControl>& control)
 
 bool isScriptCancelled() noexcept { return false; }
 
-// Scripts make their objects by the control's own CreateObject, which asks the registry.
+// The maker is unused: scripts create objects by the control's own CreateObject, which uses the registry.
 HRESULT createScriptRunner(ScriptRunner::Maker, std::unique_ptr<ScriptRunner>& runner)
 {
     return com::guarded([&] {

@@ -1,4 +1,4 @@
-// The Microsoft Script Control, as its own type library tells it; the compiler's headers do not know it. The slots stand in their order.
+// The Microsoft Script Control as described by its type library; the compiler's headers lack it. The order of methods is the vtable order.
 #pragma once
 #include "com.h"
 

@@ -5,7 +5,7 @@ namespace {
 
 constexpr VARTYPE variableType = VT_BYREF | VT_VARIANT;
 
-// The variable that an argument leads to; one that was handed on leads to another.
+// Returns the variable that a by-reference argument refers to, through any number of references.
 VARIANT* variableOf(const VARIANT& argument) noexcept
 {
     VARIANT* variable = argument.vt == variableType ? argument.pvarVal : nullptr;
@@ -23,13 +23,13 @@ bool isOfKind(const Ptr<ITypeInfo>& info, HREFTYPE reference, TYPEKIND kind) noe
     return found;
 }
 
-// An object that scripts can drive, by the interface that the method names.
+// Whether the type is an interface that scripts can call, as declared by the method.
 bool isDispatch(const Ptr<ITypeInfo>& info, const TYPEDESC& type) noexcept
 {
     return type.vt == VT_USERDEFINED && isOfKind(info, type.hreftype, TKIND_DISPATCH);
 }
 
-// What a parameter gives back; VT_EMPTY if it gives nothing, or something that no variable has to be turned into.
+// Returns the type of a parameter's out value; VT_EMPTY if it has none or if its type needs no conversion.
 VARTYPE typeGivenBack(const Ptr<ITypeInfo>& info, const ELEMDESC& parameter) noexcept
 {
     if (!(parameter.paramdesc.wParamFlags & PARAMFLAG_FOUT) || parameter.tdesc.vt != VT_PTR) return VT_EMPTY;
@@ -51,7 +51,7 @@ VARTYPE typeGivenBack(const Ptr<ITypeInfo>& info, const ELEMDESC& parameter) noe
     }
 }
 
-// The description of a method; an unknown one has no parameters.
+// The type information of a method; an unknown method has no parameters.
 class Function {
 public:
     Function(const Ptr<ITypeInfo>& info, DISPID method) noexcept : info_(info)
@@ -86,14 +86,14 @@ ScriptVariables::ScriptVariables(const Ptr<ITypeInfo>& info, DISPID method, cons
 {
     params_.rgvarg = arguments_.data();
     if (given.cNamedArgs != 0 || std::none_of(arguments_.begin(), arguments_.end(), variableOf)) return;
-    held_.reserve(arguments_.size()); // the call is given their addresses
+    held_.reserve(arguments_.size()); // no reallocation: the call refers to their addresses
     const Function function(info, method);
     const auto parameters = function.parameters();
     const std::size_t count = std::min(arguments_.size(), parameters.size());
     for (std::size_t i = 0; i < count; ++i) hold(arguments_[arguments_.size() - 1 - i], info, parameters[i]);
 }
 
-// What cannot be turned into the method's type stays, and the system refuses it.
+// A value that cannot be converted to the method's type is left as it is; the system then refuses the call.
 void ScriptVariables::hold(VARIANT& argument, const Ptr<ITypeInfo>& info, const ELEMDESC& parameter)
 {
     VARIANT* const variable = variableOf(argument);

@@ -1,5 +1,5 @@
-// A script's variables, which can hold a value of any type, for typed arguments that come back. The system takes such a variable only
-// where a method wants one, so the method is given a value of its own type, which the variable receives after the call.
+// Passes a script's untyped variables to typed out arguments. The system accepts such a variable only for a VARIANT parameter, so the
+// method gets a value of its own type, which is copied to the variable after the call.
 #pragma once
 #include "com.h"
 
@@ -9,10 +9,10 @@ namespace com {
 
 class ScriptVariables {
 public:
-    // The arguments stay the caller's. Named ones are left as they are.
+    // The arguments stay owned by the caller. Named arguments are passed unchanged.
     ScriptVariables(const Ptr<ITypeInfo>& info, DISPID method, const DISPPARAMS& given);
     [[nodiscard]] DISPPARAMS* arguments() noexcept { return &params_; }
-    // After a call that reached the method, also one that failed.
+    // Copies the values to the variables. Requires: the call reached the method; the method may have failed.
     void giveBack() noexcept;
 
 private:

@@ -18,7 +18,7 @@ bool mayWriteMachineClasses() noexcept
     return true;
 }
 
-// The categories manager and the type library functions follow, since they ask for the same root.
+// Redirects HKEY_CLASSES_ROOT to the user's classes. The category manager and the type library functions use the same root, so they follow.
 LSTATUS leadClassesToUser() noexcept
 {
     HKEY key = nullptr;
@@ -29,7 +29,7 @@ LSTATUS leadClassesToUser() noexcept
     return status;
 }
 
-// A function of the automation library that older ones lack.
+// Returns an OLEAUT32 function that older systems lack; null if it is missing.
 template <class F> F* automationFunction(const char* name)
 {
     static const Library automation = Library(std::filesystem::path(L"OLEAUT32.DLL"));

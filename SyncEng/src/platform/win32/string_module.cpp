@@ -7,7 +7,7 @@ namespace {
 
 std::optional<std::u16string> textOf(HMODULE module, int id)
 {
-    // With no buffer given, the answer is a pointer to the resource itself, which no zero ends.
+    // With buffer size 0 the function returns a pointer to the resource itself, which has no terminating zero.
     const wchar_t* found = nullptr;
     const int length = LoadStringW(module, static_cast<UINT>(id), reinterpret_cast<LPWSTR>(&found), 0);
     return length > 0 && found ? std::optional(std::u16string(found, found + length)) : std::nullopt;
@@ -39,7 +39,7 @@ StringModule::~StringModule() = default;
 
 StringModule::StringModule(const std::filesystem::path& file)
 {
-    // Its texts are all that is wanted: no code of it runs.
+    // Loaded as a data file: none of its code runs.
     HMODULE module = LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE | LOAD_LIBRARY_AS_IMAGE_RESOURCE);
     if (module) texts_ = std::make_unique<Texts>(module);
 }

@@ -6,7 +6,7 @@
 namespace platform {
 namespace {
 
-// A console; a file, a pipe and the null device have no mode.
+// Returns whether the stream is a console: files, pipes and the null device have no console mode.
 bool isConsole(DWORD stream) noexcept
 {
     DWORD mode = 0;

@@ -15,7 +15,7 @@ UnitTables::UnitTables()
     std::iota(upper.begin(), upper.end(), u'\0');
     const auto all = lower;
     const auto* units = reinterpret_cast<const wchar_t*>(all.data());
-    // The surrogates are left out: two of them side by side would be taken for one character.
+    // Surrogates are skipped: two adjacent ones would be taken for one character.
     for (const auto& [from, count] : {std::pair(1, 0xD800 - 1), std::pair(0xE000, 0x2000)}) {
         const auto convert = [&](DWORD how, std::array<char16_t, 0x10000>& to) {
             LCMapStringEx(LOCALE_NAME_INVARIANT, how, units + from, count, reinterpret_cast<wchar_t*>(to.data()) + from, count, nullptr,

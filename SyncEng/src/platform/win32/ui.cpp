@@ -30,7 +30,7 @@ void showMessage(HWND parent, std::u16string_view text, std::u16string_view capt
     try {
         if (const MessageReader reader = messageReader) return reader(text);
         if (!isUnattended()) MessageBoxW(parent, wide(text).c_str(), wide(caption).c_str(), MB_OK | iconOf(kind));
-    } catch (...) { // there is no one else to tell
+    } catch (...) { // the failure cannot be shown either
     }
 }
 
@@ -40,7 +40,7 @@ bool showHelp(HWND parent, const std::filesystem::path& file, unsigned topic) no
 {
     using HtmlHelp = HWND WINAPI(HWND, LPCWSTR, UINT, DWORD_PTR);
     constexpr UINT helpContext = 15; // HH_HELP_CONTEXT
-    // Its window outlives the call, so the viewer stays loaded.
+    // The viewer's window outlives the call, so the viewer stays loaded.
     static const Library viewer = Library(std::filesystem::path(L"hhctrl.ocx"));
     auto* const open = viewer.function<HtmlHelp>("HtmlHelpW");
     return open && open(parent, file.c_str(), helpContext, topic) != nullptr;

@@ -7,7 +7,7 @@
 namespace platform {
 namespace {
 
-constexpr int headerPadding = 14; // that a header leaves free around its text
+constexpr int headerPadding = 14; // free space around a header's text
 
 RECT rectIn(HWND dialog, HWND part) noexcept
 {
@@ -36,7 +36,7 @@ int headerWidth(HWND list, int column, int extra)
     return static_cast<int>(SendMessageW(list, LVM_GETSTRINGWIDTHW, 0, reinterpret_cast<LPARAM>(text))) + headerPadding + extra;
 }
 
-// The room for columns, with the scroll bar that the rows will need.
+// Returns the width for columns, less a scroll bar that the rows will need.
 int columnRoom(HWND list)
 {
     RECT client{};

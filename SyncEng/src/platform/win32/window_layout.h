@@ -1,25 +1,25 @@
-// What a dialog's window does when the user enlarges it.
+// The layout of a dialog that the user can resize.
 #pragma once
 #include "com.h"
 #include <vector>
 
 namespace platform {
 
-// Places the parts of a dialog anew when its size changes, from where its template put them: wide parts grow in width, the growing ones
-// also share what is added in height, what stands below them moves down, and push buttons that are not at the left edge move right.
+// Rearranges the parts of a dialog when its size changes, relative to the template: parts wider than half of the dialog grow in width,
+// `growing` parts share the added height, the parts below them move down, and push buttons move right unless they are at the left edge.
 class WindowLayout {
 public:
-    // Requires: the dialog has the size of its template. `growing` names parts from top to bottom.
+    // Requires: the dialog has the size of its template; `growing` lists its parts from top to bottom.
     WindowLayout(HWND dialog, std::vector<HWND> growing);
     void resize() const;
-    // For WM_GETMINMAXINFO: the window is never smaller than its template.
+    // For WM_GETMINMAXINFO: keeps the window at least as large as its template.
     void limit(MINMAXINFO& info) const noexcept { info.ptMinTrackSize = smallest_; }
 
 private:
     struct Part {
         HWND window;
         RECT rect;
-        std::size_t growingAbove; // growing parts above this one
+        std::size_t growingAbove; // number of growing parts above this part
         bool growsRight, movesRight, growsDown;
     };
     HWND dialog_;
@@ -29,8 +29,8 @@ private:
     std::size_t growing_;
 };
 
-// Sizes each column of a list to its texts and its header, but lets no column push another one out of sight. `extra` is added to what a
-// header needs.
+// Fits each column of a list to its texts and its header, and narrows the widest columns if the list has no room for all. `extra` is added
+// to the width that a header needs.
 void fitListColumns(HWND list, int extra);
 
 } // namespace platform

@@ -1,4 +1,4 @@
-// On MSXML 6. The calling thread must have entered an apartment.
+// Implemented with MSXML 6. Requires: the calling thread has entered an apartment.
 #include "xml.h"
 
 #include "text.h"
@@ -24,7 +24,7 @@ com::Bstr wide(std::string_view text) { return com::Bstr(utf16(text)); }
 
 XmlNode* asNode(const XmlElement& e) { return XmlAccess::node(e); }
 
-// Documents of static objects outlive the runtime's libraries unless those stay.
+// Pins the object's library: documents in static objects must not outlive it.
 void keepLoaded(IUnknown* object)
 {
     HMODULE library = nullptr;
@@ -77,7 +77,7 @@ void appendText(IXMLDOMNode* node, std::string& out)
         if (isText(child.get()))
             out += valueOf(child.get());
         else if (typeOf(child.get()) == NODE_ELEMENT)
-            appendText(child.get(), out); // as deep as documents are let in
+            appendText(child.get(), out); // recursion is limited: deeper documents do not load
     }
 }
 
@@ -87,7 +87,7 @@ XmlElement named(XmlNode* n, std::string_view name)
     return XmlAccess::element(n);
 }
 
-// How many elements stand before this one under their parent.
+// Returns the number of elements before this one under the same parent.
 std::size_t placeOf(const com::Ptr<IXMLDOMNode>& element)
 {
     std::size_t place = 0;
@@ -101,7 +101,7 @@ std::size_t placeOf(const com::Ptr<IXMLDOMNode>& element)
     return place;
 }
 
-// The tree's node of an element that MSXML found: up to the root by places, and the same way down.
+// Returns the tree's node of an MSXML element by following the element's positions from the root.
 XmlNode* nodeOf(XmlNode* root, com::Ptr<IXMLDOMNode> element)
 {
     std::vector<std::size_t> places;
@@ -120,7 +120,7 @@ XmlNode* nodeOf(XmlNode* root, com::Ptr<IXMLDOMNode> element)
     return node;
 }
 
-// Takes the marks off again, and gives the nodes that bore one in document order.
+// Removes the marker attribute from all elements and collects their nodes in document order.
 void collectMarked(XmlNode* node, BSTR mark, std::vector<XmlElement>& found)
 {
     const auto element = elementOf(node->dom);
@@ -132,7 +132,7 @@ void collectMarked(XmlNode* node, BSTR mark, std::vector<XmlElement>& found)
     for (XmlNode* child = node->firstElement(); child; child = child->next) collectMarked(child, mark, found);
 }
 
-// Many elements at once are found by one walk over the document, since to look each up by its place would be a walk for each.
+// Finds many elements by marking them and walking the document once; a lookup by position would walk the document for each element.
 std::vector<XmlElement> selectFrom(IXMLDOMNode* context, XmlNode* root, const std::string& xpath)
 {
     std::vector<XmlElement> found;
@@ -154,7 +154,7 @@ XmlElement selectFirstFrom(IXMLDOMNode* context, XmlNode* root, const std::strin
     com::Ptr<IXMLDOMNode> found;
     if (!root || FAILED(context->selectSingleNode(wide(xpath).get(), found.put())) || !found) return {};
     if (typeOf(found.get()) == NODE_ELEMENT) return XmlAccess::element(nodeOf(root, found));
-    const auto all = selectFrom(context, root, xpath); // the first element may stand behind something else
+    const auto all = selectFrom(context, root, xpath); // another kind of node comes first; an element may follow
     return all.empty() ? XmlElement() : all.front();
 }
 
@@ -177,7 +177,7 @@ com::Variant byteArray(std::string_view bytes)
     return array;
 }
 
-// The guard reads UTF-8; MSXML itself reads whatever the bytes are.
+// isHarmlessXml() reads UTF-8 only, while MSXML also reads UTF-16.
 bool isHarmless(std::string_view bytes)
 {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(bytes[i]); };

@@ -17,7 +17,7 @@ void appendEscaped(std::string_view text, bool inAttribute, std::string& out)
         if (c == '"' && inAttribute)
             out += "&quot;";
         else if (static_cast<unsigned char>(c) < 0x20 && (inAttribute || (c != '\n' && c != '\t')))
-            out += "&#" + std::to_string(c) + ";"; // a reader would make another white space of it
+            out += "&#" + std::to_string(c) + ";"; // a parser would normalise it to another white space
         else
             out += c;
     }
@@ -65,7 +65,7 @@ void appendElement(IXMLDOMNode* node, std::string& out)
         out += "</" + name + '>';
 }
 
-// What is written is UTF-8, whatever the document was read from.
+// Sets the encoding to UTF-8, which is what is written, whatever the document was read from.
 std::string withOwnEncoding(std::string declaration)
 {
     const std::size_t at = declaration.find("encoding");
@@ -124,7 +124,7 @@ void appendMarkup(IXMLDOMNode* node, std::string& out)
         out += "<?" + target + (value.empty() ? "" : " ") + (target == "xml" ? withOwnEncoding(value) : value) + "?>";
         return;
     }
-    default: return; // of no other kind is any in a document without a DOCTYPE
+    default: return; // a document without a DOCTYPE has no other kinds
     }
 }
 

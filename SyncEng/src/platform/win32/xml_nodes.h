@@ -1,5 +1,5 @@
-// The elements of an MSXML document that were asked for, each once. MSXML hands out a new object whenever it is asked for a node, so that
-// two of its pointers do not tell whether they are one element; a node of this tree does. Its children are listed at the first look.
+// A tree with one node per element of an MSXML document. MSXML returns a new object for each request, so its pointers cannot be compared to
+// identify an element; nodes of this tree can. A node lists its children when first asked.
 #pragma once
 #include "com.h"
 
@@ -18,7 +18,7 @@ struct XmlNode {
     XmlNode* firstElement();
     XmlNode* append(com::Ptr<IXMLDOMNode> element);
     void remove(XmlNode* child);
-    // All children go, of whatever kind.
+    // Removes all children, of whatever kind.
     void clear();
 
     com::Ptr<IXMLDOMNode> dom;
@@ -32,14 +32,14 @@ private:
     bool listed_ = false;
 };
 
-// The pieces of a node, in UTF-8.
+// Properties of an MSXML node, in UTF-8.
 DOMNodeType typeOf(IXMLDOMNode* node);
 std::string nameOf(IXMLDOMNode* node);
 std::string valueOf(IXMLDOMNode* node);
 com::Ptr<IXMLDOMNode> firstChildOf(IXMLDOMNode* node);
 com::Ptr<IXMLDOMNode> nextSiblingOf(IXMLDOMNode* node);
 
-// Writes the node and all below it as it would be read again.
+// Appends the markup of the node and its descendants.
 void appendMarkup(IXMLDOMNode* node, std::string& out);
 
 } // namespace platform
