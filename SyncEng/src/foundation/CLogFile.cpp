@@ -7,7 +7,7 @@ namespace mb {
 
 HRESULT STDMETHODCALLTYPE CLogFile::AppendString(BSTR pString)
 {
-    // One call is one line: another one of a translator's making could pass for the engine's.
+    // One call writes one line, so that a translator cannot forge a line of the engine.
     return com::guarded([&] { WriteLogText(logHostText, platform::harmless(com::viewOf(pString))); });
 }
 

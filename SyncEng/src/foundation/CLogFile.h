@@ -1,4 +1,4 @@
-// The log as plug-ins and hosts reach it: the class LogFile.
+// The class LogFile: the log for plug-ins and hosts.
 #pragma once
 #include "com.h"
 #include "interfaces.h"
@@ -8,7 +8,7 @@ namespace mb {
 class CLogFile final : public com::Object<ILogFile> {
 public:
     explicit CLogFile(IUnknown* outer) noexcept : Object(outer) {}
-    // The text is a format, so a percent sign in it acts as a directive; there are no arguments.
+    // The text is used as a format without arguments: a directive in it, such as %s, is removed.
     HRESULT STDMETHODCALLTYPE AppendString(BSTR pString) override;
     HRESULT STDMETHODCALLTYPE Flush() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE ClearLog() override { return E_NOTIMPL; }

@@ -1,5 +1,5 @@
-// How a class of the module gets another one: by class identifier, first from the module's own rows, then from the component runtime.
-// Nothing includes upwards, nothing has to be registered to be tested, and a test can put a fake in front.
+// Creates objects of the module's classes by class identifier: from the module's table, otherwise from the component runtime. So no source
+// file includes a higher layer, tests need no registration, and a test can replace a class by a fake.
 #pragma once
 #include "com.h"
 #include <span>
@@ -7,10 +7,10 @@
 
 namespace mb {
 
-// The module's rows; they must outlive all use.
+// Sets the module's table. Requires: the rows outlive every use.
 void SetClassTable(std::span<const com::ClassEntry> rows) noexcept;
 
-// Rows that answer before all others for as long as this lives.
+// While it lives, its rows are found before the module's rows.
 class ClassOverride {
 public:
     explicit ClassOverride(std::span<const com::ClassEntry> rows);
@@ -24,13 +24,13 @@ private:
 
 HRESULT createClass(REFCLSID clsid, IUnknown* outer, REFIID riid, void** out) noexcept;
 
-// An object without an outer one, by the interface of the pointer.
+// Creates an object that is not aggregated and returns the pointer's interface.
 template <class I> HRESULT createClass(REFCLSID clsid, com::Ptr<I>& out) noexcept
 {
     return createClass(clsid, nullptr, __uuidof(I), out.putVoid());
 }
 
-// The same by the class's name, with or without its version, for scripts. E_NOINTERFACE if they cannot drive it.
+// Creates an object by ProgID, with or without version, for scripts. Fails with E_NOINTERFACE if scripts cannot use the class.
 HRESULT createClassByName(std::u16string_view progId, com::Ptr<IDispatch>& out) noexcept;
 
 } // namespace mb

@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t fieldLength = 1024;
 
-// As the library fills it.
+// The structure that the library fills.
 struct PhoneBlock {
     char16_t country[fieldLength], area[fieldLength], local[fieldLength], extension[fieldLength];
 };
@@ -20,7 +20,7 @@ std::u16string textOf(const char16_t (&field)[fieldLength])
     return std::u16string(whole.substr(0, whole.find(u'\0')));
 }
 
-// The library lies in the folder of the host; none if that is not known.
+// Returns the library's path in the host's folder; empty if that folder is unknown.
 std::filesystem::path libraryPath()
 {
     const auto folder = HostFolder();
@@ -39,7 +39,7 @@ ContactParser::ContactParser() : library_(loadLibrary()) {}
 
 PhoneParts ContactParser::ParsePhone(std::u16string_view phone) const
 {
-    // The library would see only what stands in front of a zero.
+    // A zero character would cut off the number for the library.
     if (phone.empty() || !library_ || phone.find(u'\0') != phone.npos) return {};
     const auto start = library_.function<int(void*, int*, void*)>("CatInit");
     const auto parse = library_.function<int(const char16_t*, PhoneBlock*)>("CatParsePhone");

@@ -1,5 +1,5 @@
-// Splits a phone number into its parts, with the help of the parsing library beside the host. Without that library, and of a number that
-// the library does not split, all parts are empty.
+// Splits a phone number into its parts, using the parser library in the host's folder. All parts are empty if the library is missing or
+// cannot split the number.
 #pragma once
 #include "library.h"
 #include <string>

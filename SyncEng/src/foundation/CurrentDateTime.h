@@ -1,4 +1,4 @@
-// This moment as an automation date.
+// The current time as an automation date.
 #pragma once
 #include "host.h"
 

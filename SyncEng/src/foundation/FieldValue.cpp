@@ -36,7 +36,7 @@ std::u16string TrimFieldValue(std::u16string_view text)
     };
     cutFront(isBlank, 1);
     cutBack(isBlank);
-    cutFront(isLineEnd, 2); // Wanted: the character behind a lone CR or LF goes too.
+    cutFront(isLineEnd, 2); // Quirk kept on purpose: removes also the character behind a lone CR or LF.
     cutBack(isLineEnd);
     cutFront(isCr, 1);
     cutBack(isCr);

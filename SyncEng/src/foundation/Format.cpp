@@ -17,7 +17,7 @@ void FormatArgument::append(std::u16string& out, bool hexadecimal) const
     }
     const std::int64_t number = std::get<std::int64_t>(value_);
     char digits[24];
-    // Hexadecimal shows the bits of the argument's own width.
+    // Hexadecimal uses the argument's own width.
     const auto bits = bits_ == 32 ? static_cast<std::uint32_t>(number) : static_cast<std::uint64_t>(number);
     const auto end =
         hexadecimal ? std::to_chars(digits, std::end(digits), bits, 16).ptr : std::to_chars(digits, std::end(digits), number).ptr;
@@ -43,7 +43,7 @@ std::u16string FormatList(std::u16string_view format, std::initializer_list<Form
         if (format.substr(kind).starts_with(wideMark)) kind += wideMark.size();
         const char16_t letter = kind < format.size() ? format[kind] : u'\0';
         if (letter != u's' && letter != u'd' && letter != u'u' && letter != u'x') {
-            out += u'%'; // no directive of ours: it stands as it is
+            out += u'%'; // an unknown directive is copied
             continue;
         }
         if (next != arguments.end()) (next++)->append(out, letter == u'x');

@@ -1,5 +1,5 @@
-// Fills the %s, %d, %x and %I64d of the system's texts with typed arguments. A missing argument leaves nothing in its place, one
-// too many is ignored, one of another kind is written as what it is: no text can make it read what is not there.
+// Fills the directives %s, %d, %u, %x and %I64d of the system's texts with typed arguments. A missing argument is written as nothing, a
+// surplus one is ignored, and one of another type is written in its own form; so a wrong text cannot cause an invalid read.
 #pragma once
 #include <concepts>
 #include <cstdint>
@@ -30,7 +30,7 @@ template <class... Args> std::u16string Format(std::u16string_view format, const
     return FormatList(format, {FormatArgument(args)...});
 }
 
-// Each "%s" in turn becomes the next text; nothing else is a directive. Texts too many are ignored, places too many stay.
+// Replaces each "%s" by the next text; nothing else is a directive. Surplus texts are ignored; surplus "%s" stay.
 std::u16string FormatStringList(std::u16string_view format, std::initializer_list<std::u16string_view> texts);
 
 template <class... Texts> std::u16string FormatStrings(std::u16string_view format, const Texts&... texts)

@@ -1,4 +1,4 @@
-// The order of all maps by GUID in the module: the three number parts as unsigned numbers, then the last eight bytes.
+// The order of GUIDs in the module's maps: the three numeric parts, unsigned, then the last eight bytes.
 #pragma once
 #include "com.h"
 #include <cstring>

@@ -1,4 +1,4 @@
-// The topics of the help file, and how one is shown.
+// The topics of the help file.
 #pragma once
 #include "com.h"
 
@@ -12,7 +12,7 @@ enum HelpTopic : unsigned {
     helpMergeDialog = 7020,
 };
 
-// True if a help window appeared. Without a help folder the help button does nothing.
+// Returns whether a help window appeared. Does nothing without a help folder.
 bool ShowHelpTopic(HWND window, HelpTopic topic);
 
 } // namespace mb

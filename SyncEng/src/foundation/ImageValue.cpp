@@ -21,7 +21,7 @@ void removeFile(const std::filesystem::path& file) noexcept
     std::filesystem::remove(file, ignored);
 }
 
-// The file that the value names becomes the bitmap it holds. One that cannot be read stays where it is.
+// Replaces the file's path by the bitmap and deletes the file. A file that cannot be read is kept.
 std::int64_t takeFile(com::Variant& value)
 {
     const auto file = platform::pathOf(value.text());
@@ -34,7 +34,7 @@ std::int64_t takeFile(com::Variant& value)
 std::filesystem::path newFile(const std::filesystem::path& folder, bool bmp)
 {
     const auto file = folder / (std::to_string(std::rand()) + (bmp ? ".BMP" : ".JPG"));
-    removeFile(file); // Wanted: a name in use is taken over, not avoided.
+    removeFile(file); // Quirk kept on purpose: a file of that name is replaced, not avoided.
     return file;
 }
 

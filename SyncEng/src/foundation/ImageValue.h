@@ -1,5 +1,5 @@
-// An image on its way from one translator to another. Its value holds the bytes of a bitmap (capDIBImage) or the path of a file
-// (capBMPFile, capJPEGFile). A file that a translator gave belongs to its taker, who deletes it when done.
+// Converts images between the forms of two translators. A value holds a bitmap's bytes (capDIBImage) or a file's path (capBMPFile,
+// capJPEGFile). The receiver of a file owns it and deletes it after use.
 #pragma once
 #include "com.h"
 #include "interfaces.h"
@@ -12,15 +12,15 @@ namespace mb {
 inline constexpr ULONG imageCaps = capDIBImage | capBMPFile | capJPEGFile;
 inline constexpr ULONG imageFileCaps = capBMPFile | capJPEGFile;
 
-// Brings the value from the source's form into the target's. The result is the size in bytes of the image in its new form, 0 if there
-// is nothing to report, -1 if nothing was to be done; with forceFlag the call also runs where the forms are equal, and tells the size
-// of a file it wrote. A failed conversion leaves the empty text, which counts as no image.
+// Converts the value from the source's form into the target's. Returns the size of the new image in bytes, 0 if it is unknown or there is
+// no image, or -1 if there is nothing to do. forceFlag runs the call for equal forms too, and makes it return the size of a file that it
+// wrote. A failed conversion sets the empty text, which means no image.
 std::int64_t ConvertImageValue(com::Variant& value, ULONG sourceCaps, ULONG targetCaps, bool forceFlag);
 
-// Whether a value that was converted with forceFlag holds the path of a file, and not a bitmap's bytes.
+// Returns whether a value converted with forceFlag holds the path of a file rather than a bitmap.
 bool NamesImageFile(ULONG sourceCaps, ULONG targetCaps) noexcept;
 
-// Files of images that are done with when this object goes.
+// Deletes its image files on destruction.
 class ImageFiles {
 public:
     ImageFiles() noexcept = default;

@@ -61,7 +61,7 @@ std::filesystem::path LocalizedModulePath(std::u16string_view fileName)
     const std::u16string code = key ? key->text(u"DefaultLanguage").value_or(u"") : u"";
     if (code.empty() || platform::equalNoCase(code, english)) return {};
     const std::u16string language = TrimFieldValue(code);
-    // A code is a word, not a way out of the folder.
+    // The code must not lead out of the folder.
     if (language.find_first_of(u"/\\") != std::u16string::npos || language == u"..") return {};
 
     if (const auto installed = installPath())

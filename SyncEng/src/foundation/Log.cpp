@@ -14,9 +14,9 @@ constexpr std::size_t longestLine = 32768;
 constexpr char16_t headerLine[] = u"\r\n\r\n-------------------------------------------------------------------\r\n";
 
 platform::AppendFile LogFileHandle;
-bool LogHeaderWritten = false; // set by the first attempt of the process, whether or not anything reached the file
+bool LogHeaderWritten = false; // set by the process's first line, even if that line reached no file
 
-// Fixed forms, whatever the locale: HH:MM:SS and MM/DD/YY.
+// Fixed formats in every locale: HH:MM:SS and MM/DD/YY.
 std::u16string clockText(const platform::ClockTime& t)
 {
     char buffer[16];
@@ -40,7 +40,7 @@ void writeStamp(Text id)
 void writeHeaderOnce()
 {
     if (LogHeaderWritten) return;
-    LogHeaderWritten = true; // first, so that the lines below do not come here again
+    LogHeaderWritten = true; // first, since the lines below call this function again
     WriteLogText(LogLevelMask, headerLine);
     writeStamp(Text::LogStarted);
 }
@@ -52,13 +52,13 @@ void writeLine(std::u16string line)
     if (line.size() >= longestLine) line.resize(longestLine - 1);
     line = platform::harmlessInFile(line);
     std::string bytes = platform::narrow(line);
-    // Wanted: as many bytes as the text has characters, so a line with wider ones loses its tail.
+    // Quirk kept on purpose: a line has as many bytes as characters, so a line with multi-byte characters loses its end.
     bytes.resize(std::min(bytes.size(), line.size()));
     bytes += "\r\n";
-    LogFileHandle.write(bytes); // in one piece, or the line of another process could come between
+    LogFileHandle.write(bytes); // one write, so that lines of other processes do not come between
 }
 
-// The log's name with ".old" put in before its ending.
+// Replaces the extension of the log's name by ".old.log".
 std::filesystem::path rolledName(const std::filesystem::path& file)
 {
     std::filesystem::path name = file;

@@ -1,5 +1,5 @@
-// The plain text log of the process. A line is written when its mask shares a bit with LogLevelMask; a caller that passes
-// LogLevelMask itself is heard whenever the log is on. Failures of the log are reported to no one.
+// The process's log, a plain text file. A line is written if its mask shares a bit with LogLevelMask; a caller that passes LogLevelMask
+// itself is logged whenever the log is on. Failures to write the log are ignored.
 #pragma once
 #include "com.h"
 #include "foundation/Format.h"
@@ -8,10 +8,10 @@
 
 namespace mb {
 
-// The levels of a line.
+// The levels of a line; logHostText is the text of ILogFile.
 inline constexpr DWORD logProgress = 1, logFailures = 4, logHostText = 8, logEnumeration = 16;
 
-// The levels that are written; 0, which turns the log off, until the start-up step has read the setting.
+// The levels that are written. 0 (log off) until the start-up step sets it.
 inline DWORD LogLevelMask = 0;
 
 void WriteLogList(DWORD levelMask, std::u16string_view format, std::initializer_list<FormatArgument> arguments);
@@ -27,12 +27,12 @@ template <class... Args> void WriteLogResource(DWORD levelMask, Text id, const A
     WriteLogResourceList(levelMask, id, {FormatArgument(args)...});
 }
 
-// Opens the log at its end, in place of the one that was open. A log that has reached the limit (in units of 1,024 bytes) is first
-// copied beside itself, with ".old" before its ending, and emptied.
+// Opens the log for appending and closes the previous one. A log of at least maxLogFileSize (in units of 1,024 bytes) is first copied to a
+// file whose name ends in ".old.log", and emptied.
 void OpenLog(const std::filesystem::path& file, DWORD maxLogFileSize);
-// Writes the footer, if anything was ever written, and closes.
+// Writes the footer, if a header was written, and closes the log.
 void CloseLog();
-// Forgets that a header was written, as in a new process.
+// Makes the next line write a header again, as in a new process.
 void ResetLog() noexcept;
 
 } // namespace mb

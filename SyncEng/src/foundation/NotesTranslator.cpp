@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The process's current folder is another one for as long as this lives.
+// Changes the process's current folder while it lives.
 class OtherFolder {
 public:
     explicit OtherFolder(const fs::path& folder) : former_(fs::current_path(error_)) { fs::current_path(folder, error_); }
@@ -45,7 +45,7 @@ std::u16string RegisterNotesTranslator()
     const auto folder = HostFolder();
     if (!folder) return name;
     const std::u16string path = *folder + name;
-    const OtherFolder hostFolder(platform::pathOf(*folder)); // the library finds its companions there
+    const OtherFolder hostFolder(platform::pathOf(*folder)); // the library loads its dependencies from the current folder
     const platform::Library library(platform::pathOf(path));
     if (const auto registerServer = library.function<HRESULT STDMETHODCALLTYPE()>("DllRegisterServer"))
         (void)com::guarded([&] { return registerServer(); });

@@ -1,14 +1,14 @@
-// Makes the translator of Lotus Notes loadable: its program's folder on the search path, its library registered.
+// Makes the translator of Lotus Notes loadable: adds the program's folder to the search path and registers the translator's library.
 #pragma once
 #include <string>
 
 namespace mb {
 
-// Adds the folder of the program to the process's search path; nothing if the program is not installed.
+// Adds the program's folder to the process's search path if the program is installed.
 void AddNotesFolderToPath();
 
-// Registers the library beside the host's executable and gives its path, whether or not that worked. Only its bare name if no one
-// knows where the host lies.
+// Registers the library in the host's folder. Returns its path, even if registration failed; only the file name if the host's folder is
+// unknown.
 std::u16string RegisterNotesTranslator();
 
 } // namespace mb

@@ -25,7 +25,7 @@ HRESULT applicationDataFolder(fs::path& path)
 {
     path = platform::userDataFolder();
     if (path.empty()) return E_FAIL;
-    (void)platform::createFolders(path); // the system's own folder; a fresh account may lack it
+    (void)platform::createFolders(path); // the system's folder; a new account may lack it
     return ensureEach(path, {"Zorel", "MBSync"});
 }
 
@@ -59,7 +59,7 @@ void MoveFolderFiles(const fs::path& from, const fs::path& to)
     for (fs::directory_iterator it(from, error), end; !error && it != end; it.increment(error)) {
         std::error_code failure;
         if (!it->is_regular_file(failure)) continue;
-        // The only copy of someone's settings is not deleted because it could not be copied.
+        // Delete only what was copied: this may be the only copy of a user's settings.
         if (!platform::copyReplacing(it->path(), to / it->path().filename())) fs::remove(it->path(), failure);
     }
 }

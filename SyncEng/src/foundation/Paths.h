@@ -1,4 +1,4 @@
-// Where the user's files live.
+// The folders of the user's files.
 #pragma once
 #include "com.h"
 #include <filesystem>
@@ -7,22 +7,22 @@
 
 namespace mb {
 
-// The folder exists already, or create was asked for and it could be made: one level only.
+// Succeeds if the folder exists, or if `create` is set and the folder (one level) could be created.
 HRESULT EnsureFolder(const std::filesystem::path& path, bool create);
 
-// DataFolder: the application-data folder, Zorel, MBSync. Both levels are made. Where that fails, the legacy folder serves.
+// Returns DataFolder, Zorel/MBSync below the application data folder, and creates it. If that fails, returns the legacy folder.
 HRESULT GetUserDataFolder(std::filesystem::path& path);
 
-// The folder of earlier versions: below the installation, one a user.
+// Returns the folder of earlier versions: one per user below the installation.
 HRESULT GetLegacyUserFolder(std::filesystem::path& path, bool create);
 
-// Moves every plain file; a file that is there already is replaced. A file that cannot be copied stays where it is.
+// Moves every plain file and replaces existing files. A file that cannot be copied stays.
 void MoveFolderFiles(const std::filesystem::path& from, const std::filesystem::path& to);
 
-// The folder of the host's executable as the registry tells it, up to and with its last separator; none if it does not.
+// Returns the folder of the host's executable from the registry, with its final separator; nullopt if the registry does not name it.
 std::optional<std::u16string> HostFolder();
 
-// Whether the file can be opened and is not empty.
+// Returns whether the file can be read and is not empty.
 bool FileHasContent(const std::filesystem::path& path);
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// A phone number in the one form that some stores demand.
+// Phone numbers in the standard form that some stores require.
 #pragma once
 #include "foundation/ContactParser.h"
 #include <string>
@@ -6,12 +6,11 @@
 
 namespace mb {
 
-// The parts as one text: +country area local ext. extension, each only if it is there. A number without a country gets +1 in front
-// where countryMode is above 1.
+// Returns "+country area local ext. extension" without the missing parts. If countryMode is above 1, a number without country gets "+1".
 std::u16string composePhoneNumber(const PhoneParts& parts, int countryMode);
 
-// The same of a number as a store holds it; empty, whatever the mode, where no parser is installed or the number is not split. The number
-// then has to be left as it stands.
+// Splits the number and composes it again. Empty if no parser is installed or the number cannot be split; the caller then keeps the number
+// unchanged.
 std::u16string NormalizePhoneNumber(std::u16string_view value, int countryMode);
 
 } // namespace mb

@@ -1,11 +1,11 @@
-// The name under which a class stands in the registry.
+// The name of a registered class.
 #pragma once
 #include "com.h"
 #include <string>
 
 namespace mb {
 
-// Empty if the class is not registered.
+// Returns the class's name in the registry; empty if it is not registered.
 std::u16string GetRegisteredClassName(REFCLSID clsid);
 
 } // namespace mb

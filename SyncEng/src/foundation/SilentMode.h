@@ -1,5 +1,5 @@
-// Whether this process's run asks and shows nothing: true during a silent run and during a transfer. One value for the whole process;
-// there is one run at a time.
+// True while the process's run shows no dialogs: during a silent run and during a transfer. One value is enough, since only one run is
+// active.
 #pragma once
 #include "com.h"
 

@@ -15,7 +15,7 @@ using platform::Root;
 constexpr char16_t settingsKey[] = u"Software\\Zorel\\MBSyncEng";
 constexpr DWORD defaultLevel = 15, defaultSize = 1024;
 
-// A value that is missing or of the wrong kind becomes the default, in the registry too.
+// Returns the value. A missing value, or one of another type, is replaced by the default, also in the registry.
 DWORD readOrWrite(const RegistryKey& key, const char16_t* name, DWORD otherwise)
 {
     if (const auto value = key.number(name)) return *value;
@@ -29,7 +29,7 @@ void moveLegacyFiles(const std::filesystem::path& dataFolder)
     if (SUCCEEDED(GetLegacyUserFolder(legacy, false))) MoveFolderFiles(legacy, dataFolder);
 }
 
-// By its file's name anywhere in the path, or by the name alone on a system where programs have no ending.
+// Whether the path contains "NAME.exe", or the file name is `name`, since Linux programs have no extension.
 bool isNamed(const std::filesystem::path& executable, std::u16string_view name)
 {
     return platform::lowered(platform::textOf(executable)).find(std::u16string(name) + u".exe") != std::u16string::npos ||
@@ -62,7 +62,7 @@ void ModuleStart::ensureStarted(const OpenStore& openConfigStore, const std::fil
 
     const bool tool = hostIsConfigurationTool(host);
     const std::filesystem::path store = folder / (tool ? "MBookCfg.xml" : "MBSync.xml");
-    // What the configuration tool wrote serves as the host's first configuration, and is never written over it.
+    // The configuration tool's store becomes the host's first configuration. A host's existing configuration is never overwritten.
     if (!tool) (void)platform::copyFailingIfExists(folder / "MBookCfg.xml", store);
     if (LogLevelMask != 0) OpenLog(folder / (tool ? "MBookCfg.log" : "MBSync.log"), settings.MaxLogFileSize);
     const HRESULT hr = openConfigStore(store);

@@ -1,4 +1,4 @@
-// The one-time start-up step of the process, and its reverse: log settings, the user's data folder, the log, the configuration store.
+// The process's one-time start-up (log settings, data folder, log, configuration store) and its shutdown.
 #pragma once
 #include "com.h"
 #include "host.h"
@@ -9,12 +9,12 @@
 
 namespace mb {
 
-// One thread at a time. The step repeats at each request for a class object until it has succeeded once. It never fails the request.
+// Start-up is attempted at each request for a class object until it has succeeded once. Its failure never fails the request. Thread-safe.
 class ModuleStart {
 public:
     using OpenStore = std::function<HRESULT(const std::filesystem::path&)>;
     void ensureStarted(const OpenStore& openConfigStore, const std::filesystem::path& host = platform::executablePath());
-    // Closes the store if it was opened, then the log.
+    // Closes the store, if it was opened, and then the log.
     void stop(const std::function<void()>& closeConfigStore);
     [[nodiscard]] bool started() const noexcept { return ModuleStarted; }
     void storeWasClosed() noexcept { ModuleStarted = false; }
@@ -24,16 +24,16 @@ private:
     std::atomic<bool> ModuleStarted = false;
 };
 
-// What the user has set for the log, with the defaults written where there is none.
+// Reads the user's log settings; missing ones are written to the registry with their defaults.
 struct LogSettings {
     DWORD LoggingLevel = 0;
     DWORD MaxLogFileSize = 1024;
 };
 LogSettings ReadLogSettings();
 
-// The configuration tool keeps files of its own.
+// The configuration tool uses its own store and log.
 bool hostIsConfigurationTool(const std::filesystem::path& executable);
-// The contact program, which only transfers.
+// The contact program only transfers.
 bool hostIsContactProgram(const std::filesystem::path& executable);
 
 } // namespace mb

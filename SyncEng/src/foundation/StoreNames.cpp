@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::u16string_view separators = u"/\\";
 
-// The last `count` parts of a path; the whole path where it has no more.
+// Returns the last `count` parts of a path; the whole path if it has fewer.
 std::u16string_view lastParts(std::u16string_view path, int count)
 {
     std::size_t at = path.size();

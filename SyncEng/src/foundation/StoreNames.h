@@ -1,4 +1,4 @@
-// Names for two stores that a text must tell apart.
+// Display names for two stores of the same name.
 #pragma once
 #include <string>
 #include <string_view>
@@ -6,14 +6,14 @@
 
 namespace mb {
 
-// Adds the place of each store to two names that are equal, as short as tells the stores apart: "vCard (Contacts)", "vCard (export.vcf)".
-// Names that differ stay, and so do those of stores whose places are not known or are the same.
+// If both names are equal, appends to each the shortest part of its path that differs: "vCard (Contacts)", "vCard (export.vcf)". The names
+// stay unchanged if they differ, or if a path is empty or both paths are equal.
 void TellStoresApart(std::u16string& name1, std::u16string_view database1, std::u16string& name2, std::u16string_view database2);
 
-// The database without a separator at its end, and with "~" for the user's home folder where the system has such a sign.
+// Returns the path without final separators; on Linux with "~" for the home folder.
 std::u16string PlaceOf(std::u16string_view database);
 
-// The last part of each path, with as many parts before it as tell the two apart. Equal databases give equal texts.
+// Returns the last part of each path, preceded by as many parts as it takes to make the two differ. Equal paths give equal results.
 std::pair<std::u16string, std::u16string> ShortPlaces(std::u16string_view database1, std::u16string_view database2);
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// The system's texts by name. Their numbers, which language modules use, stand in SyncEng/res/strings.inc.
+// The system's texts by name. SyncEng/res/strings.inc has their numbers, which language modules use.
 #pragma once
 #include <string>
 
@@ -10,7 +10,7 @@ enum class Text : int {
 #undef STRING
 };
 
-// Returns the text of the loaded language module if it has one, else the English text; the empty text for a number outside the table.
+// Returns the language module's text if there is one, otherwise the English text; empty for an unknown number.
 std::u16string LoadText(Text id);
 
 } // namespace mb

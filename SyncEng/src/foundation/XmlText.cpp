@@ -9,7 +9,7 @@ namespace {
 
 constexpr char encodedMark[] = "Base64Encoded";
 
-// Wanted: a carriage return alone is written plain, a line feed is not, and neither is anything made of the number 16.
+// Quirk kept on purpose: CR and the character 16 are written plain although they are control characters; LF is encoded.
 bool needsEncoding(std::u16string_view value)
 {
     return std::ranges::any_of(value, [](char16_t c) { return c < 32 && c != 9 && c != 13 && c != 16; });

@@ -1,5 +1,4 @@
-// Texts in the elements of the exchange XML. A text with control characters in it is written as Base64, and the element says so in
-// its attribute Base64Encoded.
+// Texts in the elements of the exchange XML. A text with control characters is stored as Base64, marked by the attribute Base64Encoded.
 #pragma once
 #include "xml.h"
 #include <string>
@@ -8,10 +7,11 @@
 namespace mb {
 
 std::u16string GetNodeText(const platform::XmlElement& node);
-// Of the first element that the expression names, or of the node itself for an empty one. A missing element has the empty text.
+// The text of the first element that the expression `name` selects, or of the node itself if `name` is empty. Empty if the element is
+// missing.
 std::u16string GetChildText(const platform::XmlElement& node, std::u16string_view name);
 
-// Nothing happens to an element that is not there. With useCData a text for an element that has none yet becomes a CDATA section.
+// Does nothing if the element is missing. With useCData, the first text of an element is stored as a CDATA section.
 void SetNodeText(const platform::XmlElement& node, std::u16string_view value, bool forceEncoding, bool useCData);
 void SetChildText(const platform::XmlElement& node, std::u16string_view name, std::u16string_view value, bool forceEncoding, bool useCData);
 
