@@ -27,14 +27,14 @@ constexpr std::array<std::uint8_t, 256> makeDecodeTable()
 
 constexpr auto decodeTable = makeDecodeTable();
 
-// The two letters of each twelve bits.
+// The two letters for each value of twelve bits.
 constexpr auto letterPairs = [] {
     std::array<std::array<char, 2>, 4096> pairs{};
     for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {alphabet[i >> 6], alphabet[i & 63]};
     return pairs;
 }();
 
-// Of bytes, or of a text; one that is not all ASCII sets a bit above it in `all`, and what is given is of no use.
+// Encodes bytes, or the units of an ASCII text. If a unit is not ASCII, `all` has a bit above 0x7F and the result is invalid.
 template <class Unit> std::string encodeUnits(std::basic_string_view<Unit> bytes, std::uint32_t& all)
 {
     std::string out((bytes.size() + 2) / 3 * 4, '=');
@@ -75,7 +75,7 @@ bool isAscii(std::u16string_view text)
 
 bool isDropped(unsigned char c) { return (c >= 7 && c <= 13) || c == ' '; }
 
-// The three bytes of a group; padding in the last two places counts as zero, anything else goes into the arithmetic as it is.
+// Decodes a group to three bytes. Padding in the last two places counts as zero; other invalid characters are not checked.
 template <class Unit> void decodeGroup(std::array<std::uint8_t, 4> group, Unit* to)
 {
     for (std::size_t i = 2; i < 4; ++i)
@@ -85,7 +85,7 @@ template <class Unit> void decodeGroup(std::array<std::uint8_t, 4> group, Unit* 
     to[2] = static_cast<std::uint8_t>(group[2] << 6 | group[3]);
 }
 
-// The bytes, one in a unit, up to a zero.
+// Returns the decoded bytes, one per unit, up to the first zero.
 template <class Unit> std::basic_string<Unit> decodeUnits(std::string_view encoded)
 {
     std::basic_string<Unit> plain(encoded.size() / 4 * 3 + 3, Unit());
@@ -102,7 +102,7 @@ template <class Unit> std::basic_string<Unit> decodeUnits(std::string_view encod
         group = {};
         filled = 0;
     }
-    decodeGroup(group, to); // as many bytes as there are characters left, with zeros for the missing ones
+    decodeGroup(group, to); // missing characters count as zero; the result has as many bytes as remaining characters
     plain.resize(static_cast<std::size_t>(to - plain.data()) + filled);
     const std::size_t end = plain.find(Unit());
     if (end != plain.npos) plain.resize(end);
@@ -150,7 +150,7 @@ std::u16string CBase64::PlainText() const { return platform::widenByThread(plain
 
 std::string encodeBase64(std::u16string_view text)
 {
-    // Every code page that a store can be written in holds ASCII as it is.
+    // Every code page in use encodes ASCII unchanged, so ASCII text needs no conversion.
     std::uint32_t all = 0;
     std::string encoded = encodeUnits(text, all);
     return all < 0x80 ? encoded : encodeBytes(platform::narrowByThread(text));

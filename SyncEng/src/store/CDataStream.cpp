@@ -19,7 +19,7 @@ HRESULT STDMETHODCALLTYPE CDataStream::GetString(BSTR lpKey, BSTR* lpValue)
     return com::guarded([&] {
         std::u16string value;
         const HRESULT hr = ConfigStore().ReadValue(type_, section_, com::viewOf(lpKey), value);
-        com::give(lpValue, value); // the empty text where the key is absent, never a null one
+        com::give(lpValue, value); // an absent key gives the empty text, never null
         return hr;
     });
 }

@@ -1,4 +1,4 @@
-// The public face of the configuration store: the class DataStream. It reads and writes one type and section, chosen by SetParams.
+// The class DataStream: the configuration store for plug-ins and hosts. It reads and writes the type and section chosen by SetParams.
 #pragma once
 #include "interfaces.h"
 #include <string>

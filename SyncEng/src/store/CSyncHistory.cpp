@@ -17,7 +17,7 @@ constexpr char16_t syncInfo[] = u"SyncInfo", databaseKey[] = u"Database", timeKe
                    fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData", inDoubtKey[] = u"BatchInDoubt", waitedKey[] = u"Waited";
 constexpr std::size_t sideNameLength = 6;
 
-// The keys that records have, as they stand in the document.
+// The encoded names of a record's keys.
 struct EncodedKeys {
     std::string mapped = encodeBase64(mappedKey), modified = encodeBase64(modifiedKey), status = encodeBase64(fieldStatusKey),
                 data = encodeBase64(fieldDataKey), changed = encodeBase64(changedKey);
@@ -36,7 +36,7 @@ std::filesystem::path fileIn(const std::filesystem::path& folder, const GUID& ma
     return folder / platform::pathOf(com::guidText(map) + u".xml");
 }
 
-// The other side's type with the same suffix.
+// Returns the other side's type with the same suffix.
 std::u16string oppositeOf(std::u16string_view type)
 {
     std::u16string opposite = isSideOne(type) ? u"Trans2" : u"Trans1";
@@ -44,7 +44,7 @@ std::u16string oppositeOf(std::u16string_view type)
     return opposite;
 }
 
-// Not a side's type: what clears a side leaves it, and no loader of entries sees it.
+// Not the type of a side, so clearing a side keeps it and entries are not loaded from it.
 std::u16string waitedType(const std::u16string& sideType) { return u"Waited" + sideType; }
 
 } // namespace
@@ -195,7 +195,7 @@ HRESULT CSyncHistory::Clear()
     return FAILED(hr) ? hr : saved;
 }
 
-// A history that begins anew is one of today's.
+// A cleared history has the current version.
 HRESULT CSyncHistory::raiseVersion()
 {
     if (version_ >= currentStoreVersion) return S_OK;
@@ -229,12 +229,12 @@ void CSyncHistory::SetSectionSuffix(std::u16string_view first, std::u16string_vi
 
 const std::u16string& CSyncHistory::SectionFor(std::u16string_view side) const { return isSideOne(side) ? type1_ : type2_; }
 
-// What one walk over the sections of a type finds, in document order.
+// What one walk over the sections of a type found, in document order.
 struct CSyncHistory::Rows {
     struct Mark {
-        bool isInfo = false, linked = false, complete = false; // there is a MappedID; and a ModifiedTime
-        bool canonical = false;                                // the name stands in the document as the store writes it
-        bool twinSeen = false;                                 // its twin is known to be in the history, and linked
+        bool isInfo = false, linked = false, complete = false; // has a MappedID; has also a ModifiedTime
+        bool canonical = false;                                // the encoded name is spelled as the store writes it
+        bool partnerFound = false;                             // the partner is known to have a linked entry
     };
     std::vector<HistoryEntry> entries;
     std::vector<Mark> marks;
@@ -269,16 +269,17 @@ struct CSyncHistory::Rows {
         entry.FieldMapChanged = changed && platform::toInt(decodedText(changed)) == 1;
     }
 
-    // Twins are mostly written one behind the other, so that they have the same place among those of their side.
-    void seeTwins(Rows& others)
+    // Finds partners at nearby positions: the entries of a pair are usually written one after the other, so they have the same position on
+    // their sides.
+    void markPartners(Rows& others)
     {
         std::size_t next = 0;
         for (std::size_t i = 0; i < entries.size(); ++i) {
             if (!marks[i].linked) continue;
             for (std::size_t j = next; j < std::min(next + 2, others.entries.size()); ++j) {
                 if (!others.marks[j].linked || !others.marks[j].canonical || others.entries[j].Id != entries[i].MappedId) continue;
-                marks[i].twinSeen = true;
-                others.marks[j].twinSeen = marks[i].canonical && others.entries[j].MappedId == entries[i].Id;
+                marks[i].partnerFound = true;
+                others.marks[j].partnerFound = marks[i].canonical && others.entries[j].MappedId == entries[i].Id;
                 next = j + 1;
                 break;
             }
@@ -297,10 +298,10 @@ HRESULT CSyncHistory::LoadBothSides(std::vector<HistoryEntry>& entries1, std::ve
 {
     const Text label = category ? Text::LoadingCategoryHistory : Text::LoadingHistory;
     Rows rows1(store_.sectionsOfType(type1_)), rows2(store_.sectionsOfType(type2_));
-    rows1.seeTwins(rows2);
+    rows1.markPartners(rows2);
     const HRESULT hr = take(type1_, rows1, entries1, label, true);
     if (FAILED(hr)) return hr;
-    if (!rows1.dead.empty()) rows2 = Rows(store_.sectionsOfType(type2_)); // they may have been the twins
+    if (!rows1.dead.empty()) rows2 = Rows(store_.sectionsOfType(type2_)); // they may have been partners
     return take(type2_, rows2, entries2, label, true);
 }
 
@@ -313,7 +314,7 @@ HRESULT CSyncHistory::LoadEntriesWithStatus(std::u16string_view side, LONG statu
     return take(type, rows, entries, Text::LoadingHistory, validate);
 }
 
-// Gives the entries out and removes the dead.
+// Returns the valid entries and removes the others from the history.
 HRESULT CSyncHistory::take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, Text labelId, bool validate)
 {
     entries.clear();
@@ -328,15 +329,15 @@ HRESULT CSyncHistory::take(const std::u16string& type, Rows& rows, std::vector<H
         const Rows::Mark& mark = rows.marks[i];
         if (mark.isInfo) continue;
         HistoryEntry& entry = rows.entries[i];
-        const auto hasTwin = [&] { return store_.hasEncodedKey(opposite, encodeBase64(entry.MappedId), encodedKeys().mapped); };
-        if (!mark.complete || (validate && !mark.twinSeen && !hasTwin()))
+        const auto hasPartner = [&] { return store_.hasEncodedKey(opposite, encodeBase64(entry.MappedId), encodedKeys().mapped); };
+        if (!mark.complete || (validate && !mark.partnerFound && !hasPartner()))
             rows.dead.push_back(std::move(entry.Id));
         else if (kept++ != i)
             rows.entries[kept - 1] = std::move(entry);
     }
     rows.entries.resize(kept);
     entries = std::move(rows.entries);
-    SaveScope scope(store_); // the dead go with one save
+    SaveScope scope(store_); // one save for all removals
     for (const std::u16string& id : rows.dead) (void)store_.RemoveSection(type, id, true);
     return S_OK;
 }

@@ -1,7 +1,7 @@
-// How the two stores of a map looked at the end of its last run: for every contact known on a side its identifier there, that of its
-// twin, the modified date seen last, and a copy of its values. One file a map.
-// A side is named by a text: one that begins with Trans1, ignoring case, is side 1, any other is side 2.
-// The writers of records do not save; the ones of the last run's data do.
+// The history of a map: the state of both stores at the end of the last run, one file per map. A history entry holds a record's identifier,
+// the identifier of the record on the other side that it is linked to, its last known modified date, and a copy of its values. A side is
+// named by a text: one that begins with Trans1 (case-insensitive) means side 1, any other side 2.
+// Functions that write entries save only with the `save` flag; the setters of the last run's data always save.
 #pragma once
 #include "foundation/Strings.h"
 #include "interfaces.h"
@@ -27,12 +27,12 @@ public:
     virtual ~CSyncHistory() = default;
 
     HRESULT Open(const GUID& map);
-    // Why Open failed, as a sentence that names the file.
+    // A sentence that names the file and says why Open failed.
     [[nodiscard]] const std::u16string& openFailure() const noexcept { return store_.openFailure(); }
-    // A history of a later version stays, and so does one that cannot be read: the result is the failure to open it.
+    // Deletes a map's history. A history that cannot be read or is of a later version is kept; the result is then the failure to open it.
     static HRESULT DeleteHistoryFile(const GUID& map);
 
-    // A missing text is empty, a missing number 0; the result is then a failure.
+    // If the value is missing, these fail and return an empty text or 0.
     HRESULT GetDatabase(std::u16string_view side, std::u16string& database) const;
     HRESULT SetDatabase(std::u16string_view side, std::u16string_view database);
     HRESULT GetLastSyncTime(std::u16string_view side, DATE& time) const;
@@ -41,8 +41,8 @@ public:
     HRESULT SetLastSyncStatus(std::u16string_view side, LONG status);
 
     HRESULT WriteEntry(std::u16string_view side, const HistoryEntry& entry);
-    // Wanted: FieldMapChanged is looked for under the side's text as it is given, so with a suffix only if the caller passes the whole
-    // type.
+    // Quirk kept on purpose: FieldMapChanged is read from the section `side` as given, so the value of a section with a suffix is only
+    // found if the caller passes the whole section name.
     HRESULT ReadEntry(std::u16string_view side, HistoryEntry& entry, bool readFlagToo) const;
     HRESULT RenameEntry(std::u16string_view side, const HistoryEntry& entry, std::u16string_view newId, bool save);
     HRESULT SetMappedId(std::u16string_view side, HistoryEntry& entry, std::u16string_view newMappedId, bool save);
@@ -55,35 +55,35 @@ public:
     HRESULT GetVersion(LONG& version) const { return store_.GetVersion(version); }
     HRESULT SetVersion(LONG version) { return store_.SetVersion(version); }
 
-    // Both sides' sections get the two texts, lower-cased, behind their names; nothing happens if either is empty.
-    // Whether a run under this suffix was recorded. Requires: no suffix was set.
+    // Returns whether a run with this suffix was recorded. Requires: no suffix is set.
     [[nodiscard]] bool HasSuffix(std::u16string_view first, std::u16string_view second) const;
+    // Appends both texts, in lower case, to the section names of both sides. Does nothing if either text is empty.
     void SetSectionSuffix(std::u16string_view first, std::u16string_view second);
     [[nodiscard]] const std::u16string& SectionFor(std::u16string_view side) const;
 
-    // All records of a side, in the order of the file. A broken record never fails the load, it is removed from the history; with
-    // the validate flag so is one whose twin is gone. E_ABORT, and no entries, if the sink cancels.
+    // Loads all entries of a side in file order. A broken entry does not fail the load but is removed from the history; with `validate`
+    // also an entry whose partner has no entry. If the sink cancels, returns E_ABORT and no entries.
     HRESULT LoadEntries(std::u16string_view side, std::vector<HistoryEntry>& entries, bool category, bool validate);
-    // The same for side 1 and then, unless that fails, for side 2, with the validate flag.
+    // Loads side 1 and then, if that succeeds, side 2, with `validate`.
     HRESULT LoadBothSides(std::vector<HistoryEntry>& entries1, std::vector<HistoryEntry>& entries2, bool category);
-    // Only those of a status; all of them in a file of before version 2.
+    // Loads only the entries with the status; all entries if the file is older than version 2.
     HRESULT LoadEntriesWithStatus(std::u16string_view side, LONG status, std::vector<HistoryEntry>& entries, bool validate);
     HRESULT ListRecords(std::u16string_view side, std::vector<std::u16string>& ids) const;
 
     HRESULT WriteFieldData(std::u16string_view side, std::u16string_view recordId, const FieldValueMap& fields, bool append, bool save);
     HRESULT ReadFieldData(std::u16string_view side, std::u16string_view recordId, FieldValueMap& fields) const;
 
-    // The new records of a side that could not be read when a search for duplicates wanted to, and that a run has left out for it once.
+    // The new records of a side that a search for duplicates could not read and that a run has therefore left out once.
     HRESULT ListWaited(std::u16string_view side, std::vector<std::u16string>& ids) const;
     HRESULT SetWaited(std::u16string_view side, const std::vector<std::u16string>& ids);
 
-    // The last batch of this side was not ended: its records may be in the store although the history does not tell of them.
+    // Whether the side's last batch was not ended: its records may be in the store without a history entry.
     [[nodiscard]] bool BatchInDoubt(std::u16string_view side) const;
     void SetBatchInDoubt(std::u16string_view side, bool inDoubt);
 
-    // For code that writes a lot and saves once.
+    // Direct access, for code that writes many values and saves once.
     [[nodiscard]] StoreFile& store() noexcept { return store_; }
-    // The sink that loads report to; null for none.
+    // Replaces the sink that loads report progress to and returns the former one; null for none.
     com::Ptr<ISyncEvents> exchangeSink(com::Ptr<ISyncEvents> sink) noexcept { return std::exchange(sink_, std::move(sink)); }
 
 private:

@@ -1,5 +1,5 @@
-// The process-wide configuration store. It is opened by the start-up step and closed when the module unloads; while it is closed every
-// read and write answers E_POINTER.
+// The process's configuration store. The start-up step opens it, the unload of the module closes it. While it is closed, reads and writes
+// return E_POINTER.
 #pragma once
 #include "store/StoreFile.h"
 
@@ -8,7 +8,7 @@ namespace mb {
 StoreFile& ConfigStore();
 
 HRESULT OpenConfigStore(const std::filesystem::path& path);
-// Saves and closes; nothing to do is success. True from configStoreIsOpen until then.
+// Saves and closes the store; succeeds if it is not open. configStoreIsOpen() returns false afterwards.
 HRESULT CloseConfigStore();
 bool configStoreIsOpen() noexcept;
 

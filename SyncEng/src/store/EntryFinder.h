@@ -1,5 +1,5 @@
-// Finds the entries of a key within one section, in document order: what Ky[KN = K] answers. A small section is walked; the large one
-// that was asked last is remembered by key, so that a translator's own settings may be many.
+// Finds the entries of a key in a section in document order, as Ky[KN = K] does. A small section is searched linearly. The large section
+// that was searched last is cached by key, since a translator may store many settings in one section.
 #pragma once
 #include "xml.h"
 #include <string>
@@ -11,13 +11,13 @@ namespace mb {
 
 class EntryFinder {
 public:
-    // The key is encoded. The first value under it; none if it is absent.
+    // Returns the first value of the key; empty if there is none. The key is encoded.
     [[nodiscard]] platform::XmlElement firstValue(const platform::XmlElement& section, std::string_view key);
     [[nodiscard]] static std::vector<platform::XmlElement> entries(const platform::XmlElement& section, std::string_view key);
 
-    // The section has got a new last entry.
+    // Adds the section's new last entry to the cache.
     void appended(const platform::XmlElement& section, const platform::XmlElement& entry, std::string_view key);
-    // To be called before an entry or a section leaves the document.
+    // Clears the cache. Must be called before an entry or a section is removed from the document.
     void forget();
 
 private:
@@ -31,7 +31,7 @@ private:
     std::unordered_map<std::string, std::vector<platform::XmlElement>, Hash, std::equal_to<>> byKey_;
 };
 
-// Whether an entry bears the key.
+// Returns whether the entry has the key.
 bool entryHasKey(const platform::XmlElement& entry, std::string_view key);
 
 } // namespace mb

@@ -19,7 +19,7 @@ std::u16string readable(std::u16string text)
     return text;
 }
 
-// What XML cannot hold would make the copy unreadable.
+// Removes control characters that XML cannot contain.
 std::u16string withoutControls(std::u16string text)
 {
     std::erase_if(text, [](char16_t c) { return c < 0x20 && c != u'\t' && c != u'\n' && c != u'\r'; });

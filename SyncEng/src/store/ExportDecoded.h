@@ -1,4 +1,4 @@
-// A support aid: a history as readable XML. It works only where the user's registry value EnableDecrypt allows it.
+// Writes a history as readable XML, for support. Fails unless the user's registry value EnableDecrypt allows it.
 #pragma once
 #include "com.h"
 #include <filesystem>

@@ -14,7 +14,7 @@ char16_t* putNumber(char16_t* to, LONG number)
     return std::copy(digits, std::to_chars(digits, std::end(digits), number).ptr, to);
 }
 
-// A text that does not begin with a number names no field.
+// Returns false for a text that does not begin with a number.
 bool parseType(std::u16string_view text, LONG& type)
 {
     std::size_t at = 0;
@@ -35,7 +35,7 @@ std::u16string composeFieldData(const FieldValueMap& fields)
     char16_t* to = out.data();
     for (const auto& [type, value] : fields) {
         to = putNumber(to, type);
-        // Not by the algorithm, by which the library copies 16-bit texts unit by unit.
+        // copy() copies a block; std::copy would copy 16-bit units one by one.
         for (const std::u16string_view part : {FieldSeparator, std::u16string_view(value), FieldSeparator})
             to += part.copy(to, part.size());
     }

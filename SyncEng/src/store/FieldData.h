@@ -1,5 +1,5 @@
-// A record's values by field type, and the one text in which the history keeps them: type, separator, value, separator, and so on, in
-// ascending order of type.
+// A record's values by field type, and their form in the history: one text of type, separator, value, separator, ... in ascending order of
+// type.
 #pragma once
 #include "com.h"
 #include <algorithm>
@@ -13,7 +13,7 @@ namespace mb {
 
 inline constexpr std::u16string_view FieldSeparator = u"\u0003\u0006";
 
-// An ordered map from field type to text, for the few dozen fields of one record: a sorted array.
+// An ordered map from field type to value: a sorted array, since a record has only a few dozen fields.
 class FieldValueMap {
 public:
     using Item = std::pair<LONG, std::u16string>;
@@ -35,11 +35,11 @@ public:
         return at != items_.end() && at->first == type ? at : items_.end();
     }
     [[nodiscard]] bool contains(LONG type) const noexcept { return find(type) != items_.end(); }
-    // The value of the type, made empty if there is none.
+    // Returns the value of the type; an absent one is inserted empty.
     std::u16string& operator[](LONG type)
     {
         if (items_.empty() || items_.back().first < type)
-            return items_.emplace_back(type, std::u16string()).second; // mostly they come in order
+            return items_.emplace_back(type, std::u16string()).second; // usual case: types arrive in ascending order
         auto at = std::ranges::lower_bound(items_, type, {}, &Item::first);
         if (at->first != type) at = items_.insert(at, Item(type, std::u16string()));
         return at->second;
@@ -54,10 +54,10 @@ private:
     std::vector<Item> items_; // sorted by type
 };
 
-// For each pair of mapped fields, the type on side 1 to the type on side 2.
+// For each pair of mapped fields: the type on side 1 and the type on side 2.
 using FieldTypeMap = std::map<LONG, LONG>;
 
-// The type that a field has on the other side; without a map, and outside of it, its own.
+// Returns the field's type on the other side; its own type if it is not mapped or there is no map.
 inline LONG mappedType(const FieldTypeMap* types, LONG type)
 {
     if (!types) return type;
@@ -66,7 +66,7 @@ inline LONG mappedType(const FieldTypeMap* types, LONG type)
 }
 
 std::u16string composeFieldData(const FieldValueMap& fields);
-// What has been read up to the first thing that cannot be read stands.
+// Parses up to the first error and returns the fields before it.
 FieldValueMap parseFieldData(std::u16string_view text);
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// The result code of a file operation.
+// Result codes of file operations.
 #pragma once
 #include "com.h"
 #include <system_error>
@@ -6,7 +6,7 @@
 namespace mb {
 
 HRESULT resultOf(const std::error_code& error) noexcept;
-// Of a file that is there and cannot be read: never E_FAIL, which means a missing value to the callers of a store.
+// The result for an existing file that cannot be read. Never E_FAIL, which means "no such value" to the callers of a store.
 HRESULT readingResultOf(const std::error_code& error) noexcept;
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// The part of StoreFile for a file that several processes change.
+// StoreFile's functions for a file that several processes change.
 #include "files.h"
 #include "foundation/Log.h"
 #include "foundation/Strings.h"
@@ -37,14 +37,14 @@ HRESULT StoreFile::Refresh()
     if (!shared_ || !isOpen()) return S_OK;
     std::error_code error;
     std::string bytes = platform::readFile(path_, error);
-    if (error == std::errc::no_such_file_or_directory) return S_OK; // the next save makes it again
+    if (error == std::errc::no_such_file_or_directory) return S_OK; // the next save creates it
     if (error) return openFound({FileState::unreadable, readingResultOf(error)});
     if (bytes == lastBytes_) return S_OK;
     platform::XmlDocument document;
     const std::string former = lastBytes_;
     const Found found = read(std::move(bytes), document);
     if (found.state != FileState::loaded) {
-        lastBytes_ = former; // so that the next change looks again
+        lastBytes_ = former; // so that the next change checks the file again
         return openFound(found);
     }
     document_ = std::move(document);

@@ -45,7 +45,7 @@ const std::string& syncInfoName()
     return name;
 }
 
-// The first of NAME.ending, NAME.ending.2, NAME.ending.3 that is free: what was kept before is as worth keeping.
+// Returns the first unused name of NAME.ending, NAME.ending.2, NAME.ending.3, ..., so that no kept file is overwritten.
 std::filesystem::path freeNameBeside(const std::filesystem::path& path, const char* ending)
 {
     std::filesystem::path first = path;
@@ -131,7 +131,7 @@ HRESULT StoreFile::Open(const std::filesystem::path& path, bool create)
     if (!create) return found.state == FileState::damaged ? E_FAIL : S_OK;
     const Change change(*this);
     if (FAILED(change.result())) return failToOpen(change.result(), lock_.failure());
-    if (shared_) found = load(); // another process may have made it by now
+    if (shared_) found = load(); // another process may have created the file by now
     if (found.state != FileState::missing && found.state != FileState::damaged) return openFound(found);
     const HRESULT hr = createEmpty(found.state == FileState::damaged);
     return SUCCEEDED(hr) ? hr
@@ -158,7 +158,7 @@ HRESULT StoreFile::failToOpen(HRESULT hr, std::u16string sentence)
     return hr;
 }
 
-// The document is what the file holds; none is open where that is no document, or one of a later version.
+// Loads the file into the document. Without success no document is open.
 StoreFile::Found StoreFile::load()
 {
     document_.reset();
@@ -186,7 +186,7 @@ StoreFile::Found StoreFile::read(std::string bytes, platform::XmlDocument& docum
     return {parsed ? FileState::loaded : FileState::damaged};
 }
 
-// A damaged file is moved aside, and moved back if the empty store cannot be written.
+// Renames a damaged file, and renames it back if the empty store cannot be written.
 HRESULT StoreFile::createEmpty(bool damaged)
 {
     std::error_code error;
@@ -231,7 +231,7 @@ HRESULT StoreFile::write()
 {
     const Change change(*this);
     if (FAILED(change.result())) return change.result();
-    if (!dirty_ && platform::fileExists(path_)) return S_OK; // what was not saved gave way to what another process has saved
+    if (!dirty_ && platform::fileExists(path_)) return S_OK; // Refresh() replaced the unsaved changes by another process's file
     platform::AtomicFile file(path_);
     std::string bytes;
     document_->write([&](std::string_view piece) {
@@ -313,13 +313,13 @@ XmlElement StoreFile::findValue(const SectionKey& section, const StoreIndex::Mat
     if (!found.first) return {};
     if (const XmlElement value = entries_.firstValue(found.first, key)) return value;
     if (!found.more) return {};
-    for (const XmlElement& other : index_.all(section.type, section.name)) // a foreign hand may have made several
+    for (const XmlElement& other : index_.all(section.type, section.name)) // another program may have written several sections of the name
         if (other != found.first)
             if (const XmlElement value = entries_.firstValue(other, key)) return value;
     return {};
 }
 
-// Those of several keys in one walk, where that tells all; a section of many keys is remembered for one at a time.
+// Finds several keys in one walk if only one section matches; otherwise looks each key up, which uses the cache for large sections.
 void StoreFile::findValues(const SectionKey& section, const StoreIndex::Match& found, std::span<const std::string_view> keys,
                            std::span<XmlElement> values) const
 {
@@ -550,7 +550,7 @@ void StoreFile::removeSections(const std::vector<XmlElement>& sections)
     if (!document_->root().firstChild()) releaseRemoved();
 }
 
-// What was loaded keeps its memory as long as its document: one of which nothing is left is made anew of its few bytes.
+// A document frees its loaded buffer only when it is destroyed, so an emptied document is reloaded from its serialised form.
 void StoreFile::releaseRemoved()
 {
     platform::XmlDocument empty;

@@ -1,6 +1,6 @@
-// One store file: types, sections within a type, and keys within a section, each key with a text value. Its XML document is the truth,
-// the index beside it makes it fast. A write that carries the save flag saves the whole file, atomically; inside a SaveScope such saves
-// are put off and done once at its end. A save with nothing to say is none.
+// A store file: types, sections of a type, and keys of a section with text values. The XML document is authoritative; an index speeds up
+// lookups. A write with the save flag saves the whole file atomically; a SaveScope combines such saves into one at its end. A save without
+// changes writes nothing.
 #pragma once
 #include "com.h"
 #include "store/EntryFinder.h"
@@ -16,10 +16,10 @@
 namespace mb {
 
 inline constexpr LONG currentStoreVersion = 4;
-// The result of opening a store that a later version of the program wrote: ERROR_UNKNOWN_REVISION.
+// Returned by Open for a store that a later version of the program wrote: ERROR_UNKNOWN_REVISION.
 inline constexpr HRESULT storeOfLaterVersion = static_cast<HRESULT>(0x80070519);
 
-// The two characters that stand in place of the quotes in a type: they would break the expressions. Decoding reverses it.
+// Replaces quotes in a type by &apos; and &quot;, since quotes would break XPath expressions; with encode == false replaces them back.
 std::u16string EscapeTypeName(std::u16string_view type, bool encode);
 
 class StoreFile {
@@ -28,24 +28,22 @@ public:
     StoreFile(const StoreFile&) = delete;
     StoreFile& operator=(const StoreFile&) = delete;
 
-    // Without the create flag a missing file leaves no document open and is no failure; a damaged one is a failure. With the flag
-    // either becomes an empty store; the bytes of a damaged file are first kept beside it as NAME.damaged, and where that fails the
-    // open fails.
-    // A file that cannot be read, and one of a later version (storeOfLaterVersion), are a failure with the flag and without it, and are
-    // left as they are: what they hold must neither read as nothing nor be replaced.
+    // Opens the file. Without `create`, a missing file leaves the store closed and succeeds; a damaged file fails. With `create`, both
+    // become an empty store; a damaged file is first kept as NAME.damaged, and Open fails if that is not possible. A file that cannot be
+    // read, or that has a later version (storeOfLaterVersion), always fails and is never replaced.
     HRESULT Open(const std::filesystem::path& path, bool create);
-    // As Open with the flag, for a file that several processes change. From then on each change, and each SaveScope as a whole, takes the
-    // lock of the file, reads the file again if it is another one than was read or saved last, and saves before it releases the lock. A
-    // change that cannot do so fails and changes nothing.
+    // Opens a file that several processes change, as Open with `create`. From then on each change, and each SaveScope as a whole, takes the
+    // file's lock, reloads the file if another process has saved it, and releases the lock after its save. If the lock or the reload fails,
+    // the change fails and has no effect.
     HRESULT OpenShared(const std::filesystem::path& path);
-    // Takes over what other processes have saved in a shared file. What this one has not saved is dropped if there is any of theirs.
+    // Reloads a shared file if another process has saved it. Changes of this process that are not saved are then lost.
     HRESULT Refresh();
-    // Why the last Open failed: a sentence for the user that names the file, also written to the log. Empty where the failure is the
-    // caller's, or where there was none.
+    // A sentence for the user that names the file and says why the last Open failed; also written to the log. Empty if it succeeded or the
+    // caller was at fault.
     [[nodiscard]] const std::u16string& openFailure() const noexcept { return openFailure_; }
     HRESULT Save(bool release = false);
     HRESULT Close();
-    // Drops the document and deletes the file; 0 or the system's error number.
+    // Closes the document and deletes the file. Returns 0 or the system's error number.
     HRESULT DeleteStoreFile();
     [[nodiscard]] bool isOpen() const noexcept { return document_.has_value(); }
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
@@ -53,13 +51,13 @@ public:
     HRESULT GetVersion(LONG& version) const;
     HRESULT SetVersion(LONG version);
 
-    // An absent key is E_FAIL with an empty text; the numbers keep their value then.
+    // If the key is absent, these return E_FAIL; ReadValue then clears `value`, the others keep it.
     HRESULT ReadValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string& value) const;
     HRESULT ReadInt(std::u16string_view type, std::u16string_view section, std::u16string_view key, LONG& value) const;
     HRESULT ReadDouble(std::u16string_view type, std::u16string_view section, std::u16string_view key, double& value) const;
     HRESULT ReadGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, GUID& value) const;
 
-    // With the append flag a further entry of the key is made, else the first one is overwritten.
+    // With `append` a further entry of the key is added; otherwise the first entry is overwritten.
     HRESULT WriteValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string_view value,
                        bool append, bool save);
     HRESULT WriteInt(std::u16string_view type, std::u16string_view section, std::u16string_view key, LONG value, bool append, bool save);
@@ -68,7 +66,7 @@ public:
     HRESULT WriteGuid(std::u16string_view type, std::u16string_view section, std::u16string_view key, const GUID& value, bool append,
                       bool save);
 
-    // WriteValue for up to four keys of one section, which is looked for once; more are E_INVALIDARG. The keys differ.
+    // WriteValue for several keys of one section with one lookup. Returns E_INVALIDARG for more than four keys. Requires: the keys differ.
     struct KeyValue {
         std::string_view encodedKey;
         std::u16string_view value;
@@ -77,37 +75,37 @@ public:
                         bool save);
 
     HRESULT RemoveKey(std::u16string_view type, std::u16string_view section, std::u16string_view key);
-    HRESULT RemoveSection(std::u16string_view type, std::u16string_view section, bool save); // one that does not exist is no error
+    HRESULT RemoveSection(std::u16string_view type, std::u16string_view section, bool save); // a missing section is no error
     HRESULT RemoveType(std::u16string_view type);
     HRESULT RenameSection(std::u16string_view type, std::u16string_view oldSection, std::u16string_view newSection, bool save);
 
-    // Wanted: only the first key under the value is looked at.
+    // Returns S_FALSE if no key has the value. Quirk kept on purpose: only the first key with the value is compared.
     HRESULT KeyHasValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string_view value,
                         VARIANT_BOOL& has) const;
     HRESULT ListSections(std::u16string_view type, std::vector<std::u16string>& names) const;
     HRESULT ListKeys(std::u16string_view type, std::u16string_view section, std::vector<std::u16string>& keys) const;
     HRESULT ListValues(std::u16string_view type, std::u16string_view section, std::u16string_view key,
                        std::vector<std::u16string>& values) const;
-    // Sets FieldMapChanged in every section of the type but SyncInfo.
+    // Sets FieldMapChanged in every section of the type except SyncInfo.
     HRESULT SetFlagInAllSections(std::u16string_view type, LONG flag, bool save);
 
-    // The sections of a type in document order, for readers that walk them all.
+    // The sections of a type in document order.
     [[nodiscard]] std::vector<platform::XmlElement> sectionsOfType(std::u16string_view type) const;
-    // The sections that hold the key with the value, in document order.
+    // The sections that have the key with the value, in document order.
     [[nodiscard]] std::vector<platform::XmlElement> sectionsWithValue(std::u16string_view type, std::u16string_view key,
                                                                       std::u16string_view value) const;
-    // Whether a section has the key; all three as they stand in the document.
+    // Returns whether a section has the key. The arguments are encoded as in the document.
     [[nodiscard]] bool hasEncodedKey(const std::string& type, const std::string& name, std::string_view key) const;
-    // Goes back to what the file holds: what was written and not saved is forgotten.
+    // Reloads the file and so discards changes that were not saved.
     HRESULT Revert();
 
-    // Writes the document with all names and values decoded, for people to read; nothing where there is none.
+    // Writes the document with all names and values decoded, for reading by people. Does nothing if there is no document.
     HRESULT ExportDecoded(const std::filesystem::path& target);
 
 private:
     friend class SaveScope;
-    // A change of a shared file, from its lock on; of another file, nothing. Changes may be nested. Requires of each writer: result() is
-    // success.
+    // Locks a shared file for a change and reloads it; does nothing for other files. Changes may be nested. Requires: the writer continues
+    // only if result() is success.
     class Change {
     public:
         explicit Change(StoreFile& store) noexcept : store_(store) { store_.beginChange(); }
@@ -125,11 +123,11 @@ private:
     enum class FileState { loaded, missing, unreadable, later, damaged };
     struct Found {
         FileState state;
-        HRESULT reason = S_OK; // of an unreadable file
-        LONG version = -1;     // of a file of a later version
+        HRESULT reason = S_OK; // for state `unreadable`
+        LONG version = -1;     // for state `later`
     };
     struct SectionKey {
-        std::string type, name; // as they stand in the document
+        std::string type, name; // encoded as in the document
     };
     static SectionKey sectionKey(std::u16string_view type, std::u16string_view section);
     [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, std::string_view key) const;
@@ -137,7 +135,7 @@ private:
     [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, const StoreIndex::Match& found, std::string_view key) const;
     void findValues(const SectionKey& section, const StoreIndex::Match& found, std::span<const std::string_view> keys,
                     std::span<platform::XmlElement> values) const;
-    [[nodiscard]] platform::XmlElement appendSection(const SectionKey& place); // none in a document without a root
+    [[nodiscard]] platform::XmlElement appendSection(const SectionKey& place); // empty if the document has no root
     void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
     void removeSections(const std::vector<platform::XmlElement>& sections);
     void releaseRemoved();
@@ -147,7 +145,7 @@ private:
     HRESULT write();
     HRESULT createEmpty(bool damaged);
     HRESULT failToOpen(HRESULT hr, std::u16string sentence);
-    HRESULT saved(bool save); // the end of an operation that changed the document
+    HRESULT saved(bool save); // called after each change of the document
     void rebuildIndex();
 
     std::filesystem::path path_;
@@ -155,31 +153,31 @@ private:
     std::optional<platform::XmlDocument> document_;
     StoreIndex index_;
     mutable EntryFinder entries_;
-    bool dirty_ = false; // the document is ahead of the file
+    bool dirty_ = false; // the document has changes that are not saved
     int scopes_ = 0;
     bool saveWanted_ = false;
 
     bool shared_ = false;
-    std::string lastBytes_; // of a shared file: what was read or saved last
+    std::string lastBytes_; // of a shared file: the bytes read or saved last
     StoreLock lock_;
     int changes_ = 0;
-    HRESULT changeResult_ = S_OK; // of the change that is open
+    HRESULT changeResult_ = S_OK; // of the outermost change
 };
 
-// A type as it stands in the document, where no text holds a zero.
+// Returns a type as it is stored in the document: quotes escaped, cut at the first zero.
 std::string encodedType(std::u16string_view type);
 
-// "%.15f", whatever the locale: how a store holds a number with a fraction.
+// Formats a number as "%.15f" in every locale: the store's form of a fraction.
 std::u16string fixedPoint(double value);
 
-// Puts the saves of a store off to its own end: many writes, one file written.
+// Combines all saves of a store during its life into one save at its end.
 class SaveScope {
 public:
     explicit SaveScope(StoreFile& store) noexcept : store_(store), change_(store) { ++store_.scopes_; }
     SaveScope(const SaveScope&) = delete;
     SaveScope& operator=(const SaveScope&) = delete;
     ~SaveScope() { (void)finish(); }
-    // The result of the save, if one was asked for.
+    // Saves if a save was requested and returns its result.
     HRESULT finish() noexcept;
 
 private:
@@ -188,15 +186,15 @@ private:
     bool finished_ = false;
 };
 
-// What Ky[KN = K]/KV answers inside one section, for several keys in one walk: the element of the first value, left none if it is absent.
+// Finds the first value of several keys of a section in one walk, as Ky[KN = K]/KV does; the value of an absent key stays empty.
 void valuesInSection(const platform::XmlElement& section, std::span<const std::string_view> encodedKeys,
                      std::span<platform::XmlElement> values);
 
-// The value that an element of a store holds, decoded.
+// Returns the decoded value of a store's element.
 std::u16string decodedText(const platform::XmlElement& element);
-// Until the section or the buffer changes.
+// Returns the section's encoded name, valid until the section or the buffer changes.
 std::string_view encodedNameOf(const platform::XmlElement& section, std::string& buffer);
-// Wanted: names of sections that differ in case only are alike here, although their encoding tells case apart.
+// Quirk kept on purpose: encoded names that differ only in case count as equal, although Base64 is case-sensitive.
 bool sameEncodedName(std::string_view a, std::string_view b);
 
 } // namespace mb

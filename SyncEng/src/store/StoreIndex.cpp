@@ -12,7 +12,7 @@ using platform::XmlElement;
 
 constexpr std::uint32_t none = UINT32_MAX;
 
-// The different ones of a section's types or names, as numbers. There is one of each in what the store writes.
+// The distinct types or names of a section, as numbers. A section that the store wrote has one of each.
 struct Numbers {
     std::array<std::uint32_t, 4> of{};
     std::size_t count = 0;
@@ -64,8 +64,8 @@ std::uint32_t StoreIndex::knownNumber(std::string_view type) const
     return known == types_.end() ? none : known->second;
 }
 
-// Calls visit(type, hash) for each pair of a type and a name of the section, and for each type of one without a name; false, and no
-// call, if they are too many.
+// Calls visit(type, hash) for each pair of a type and a name of the section, or for each type if it has no name. Returns false, without a
+// call, if there are too many.
 template <class F> bool StoreIndex::eachPair(const XmlElement& section, F&& visit)
 {
     const Numbers types(section, "ST", [&](std::string_view text) { return numberOf(text); });
@@ -137,7 +137,7 @@ std::vector<XmlElement> StoreIndex::ofType(std::string_view type) const
     return inOrder(found);
 }
 
-// Each section once: one with several names has an entry for each.
+// A section with several names has several entries; each section is returned once.
 std::vector<XmlElement> StoreIndex::inOrder(std::vector<const Entry*>& found)
 {
     const auto placeOf = [](const Entry* e) { return e->place; };
@@ -194,7 +194,7 @@ void StoreIndex::link(Entry entry)
     entries_.push_back(entry);
 }
 
-// Drops the entries that are gone and makes the chains anew, with room to grow.
+// Drops removed entries and rebuilds the chains with room to grow.
 void StoreIndex::relink()
 {
     std::erase_if(entries_, [](const Entry& entry) { return !entry.section; });

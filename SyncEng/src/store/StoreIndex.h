@@ -1,7 +1,6 @@
-// The hash index beside a store's document: from type and section name to the sections that bear them, in document order. It is built
-// in one walk when the document is loaded and kept current by every write. It answers what the expressions Scs/Sc[ST = T and SN = S] and
-// Scs/Sc[ST = T] answer, also on a document that a foreign hand has changed. It holds the few types, but no name: a hash leads to a
-// section, whose own names decide.
+// A hash index of a store's sections by type and section name, in document order. It is built when the document is loaded and updated by
+// every write. Its results are those of the expressions Scs/Sc[ST = T and SN = S] and Scs/Sc[ST = T], also in a document that another
+// program edited. It stores the types but not the names: a hash finds a section, whose own names are then compared.
 #pragma once
 #include "xml.h"
 #include <cstdint>
@@ -17,7 +16,8 @@ class StoreIndex {
 public:
     void build(const platform::XmlElement& root);
 
-    // Type and name as they stand in the document. `more` says that there may be further ones; false is certain.
+    // The first section of a type and name, both as they are in the document. If `more` is true there may be further sections; if false
+    // there are none.
     struct Match {
         platform::XmlElement first;
         bool more = false;
@@ -27,15 +27,15 @@ public:
     [[nodiscard]] std::vector<platform::XmlElement> all(std::string_view type, std::string_view name) const;
     [[nodiscard]] std::vector<platform::XmlElement> ofType(std::string_view type) const;
 
-    // A new section, the last one of the document, of this one type and name.
+    // Adds a new section, the last in the document. Requires: it has exactly this type and this name.
     void append(const platform::XmlElement& section, std::string_view type, std::string_view name);
-    // A section that is about to leave the document, or to get another name; the answer is its place, for restore.
+    // Removes a section before it leaves the document or is renamed. Returns its position, for restore().
     std::uint32_t remove(const platform::XmlElement& section);
     void restore(const platform::XmlElement& section, std::uint32_t place);
 
 private:
     struct Entry {
-        platform::XmlElement section; // none for an entry that is gone
+        platform::XmlElement section; // empty if the entry was removed
         std::uint32_t type, hash, place, next;
     };
     struct TextHash {
@@ -50,10 +50,10 @@ private:
     void link(Entry entry);
     void relink();
 
-    std::unordered_map<std::string, std::uint32_t, TextHash, std::equal_to<>> types_; // each with a number
-    std::vector<std::uint32_t> heads_; // by hash: the first entry of a chain in ascending order of place
+    std::unordered_map<std::string, std::uint32_t, TextHash, std::equal_to<>> types_; // numbers by type
+    std::vector<std::uint32_t> heads_; // by hash: the first entry of a chain, in ascending order of `place`
     std::vector<Entry> entries_;
-    std::vector<Entry> odd_; // sections with more types or names than are worth a hash each, in ascending order of place
+    std::vector<Entry> odd_; // sections with too many types or names for one entry each, in ascending order of `place`
     std::uint32_t places_ = 0;
 };
 

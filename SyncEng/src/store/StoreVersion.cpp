@@ -17,7 +17,7 @@ LONG versionOf(const platform::XmlElement& root) { return root ? versionFrom(roo
 LONG announcedVersion(std::string_view bytes)
 {
     constexpr std::string_view name = "<Scs ";
-    constexpr std::size_t farthest = 4096; // only what stands in front of the root may be longer, and nobody writes that
+    constexpr std::size_t farthest = 4096; // covers anything in front of the root
     const std::size_t start = bytes.substr(0, farthest).find(name);
     if (start == bytes.npos) return noVersion;
     const std::string_view tag = bytes.substr(start, bytes.substr(start, farthest).find('>'));

@@ -1,4 +1,4 @@
-// The version of a store's layout, an attribute of the document's root. A file without it is of version -1.
+// The version of a store's layout: an attribute of the document's root, -1 if missing.
 #pragma once
 #include "com.h"
 #include "xml.h"
@@ -7,8 +7,8 @@
 namespace mb {
 
 LONG versionOf(const platform::XmlElement& root);
-// The version that the first element of a file announces, found without parsing the document. A later version may write what this one
-// takes for damage, and must be told from damage.
+// Returns the version in the first tag of a file without parsing the document. A later version may contain what this one would take for
+// damage, so the version is checked first.
 LONG announcedVersion(std::string_view bytes);
 
 } // namespace mb
