@@ -1,4 +1,4 @@
-// Each component server exports its entry points and nothing else, and leaves the process when it is unloaded.
+// Each component server exports only its entry points and can be unloaded.
 #include "com.h"
 
 #include "library.h"
@@ -18,11 +18,11 @@ std::string nameOf(const testing::TestParamInfo<const char*>& info) { return std
 
 } // namespace
 
-TEST_P(Component, ExportsItsFourEntryPointsAlone) { EXPECT_EQ(exportsOf(GetParam()), entryPoints); }
+TEST_P(Component, ExportsOnlyItsFourEntryPoints) { EXPECT_EQ(exportsOf(GetParam()), entryPoints); }
 
-TEST_P(Component, LeavesTheProcessWhenItIsUnloadedAfterUse)
+TEST_P(Component, CanBeUnloadedAfterUse)
 {
-    const TestFolder folder; // where the engine keeps what it opens
+    const TestFolder folder; // for the files that the engine opens
     {
         const platform::Library library{std::filesystem::path(GetParam())};
         ASSERT_TRUE(library);

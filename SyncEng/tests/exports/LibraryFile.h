@@ -1,4 +1,4 @@
-// A shared library as the system sees it: the names that its file exports, and whether this process has it loaded.
+// A shared library as the system sees it: its exported names, and whether this process has loaded it.
 #pragma once
 #include <filesystem>
 #include <set>
@@ -6,7 +6,7 @@
 
 namespace mbtest {
 
-// Reads the file's own table of exports. Throws std::runtime_error if the file is no library.
+// Reads the file's export table. Throws std::runtime_error if the file is no library.
 std::set<std::string> exportsOf(const std::filesystem::path& file);
 
 bool isLoaded(const std::filesystem::path& file);

@@ -1,7 +1,7 @@
 #include "com.h"
 #include <gtest/gtest.h>
 
-TEST(Array, TextsGoInAndOut)
+TEST(Array, TextsAreStoredAndRead)
 {
     const std::u16string texts[] = {u"one", u"", u"three"};
     SAFEARRAY* a = com::makeTextArray(texts);
@@ -19,7 +19,7 @@ TEST(Array, ElementsAreCopiedInAndOut)
     {
         const com::Bstr text(u"abc");
         EXPECT_EQ(SafeArrayPutElement(a, &at, text.get()), S_OK);
-        EXPECT_EQ(SafeArrayPutElement(a, &at, text.get()), S_OK); // the former one is freed
+        EXPECT_EQ(SafeArrayPutElement(a, &at, text.get()), S_OK); // frees the previous text
     }
     com::Bstr out;
     EXPECT_EQ(SafeArrayGetElement(a, &at, out.put()), S_OK);
@@ -31,7 +31,7 @@ TEST(Array, ElementsAreCopiedInAndOut)
     SafeArrayDestroy(a);
 }
 
-TEST(Array, BoundsAreThoseOfTheirDimension)
+TEST(Array, EachDimensionHasItsBounds)
 {
     SAFEARRAYBOUND bounds[] = {{3, 0}, {2, 10}};
     SAFEARRAY* a = SafeArrayCreate(VT_I4, 2, bounds);

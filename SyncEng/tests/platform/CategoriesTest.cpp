@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// Of this process alone: where the system has a categories manager, it is one for all.
+// GUIDs of this process alone, since Windows keeps one list of categories for all processes.
 GUID guid(unsigned char n)
 {
     static const GUID own = com::newGuid();
@@ -42,7 +42,7 @@ TEST_F(Categories, ClassesAreListedByTheirCategory)
     EXPECT_EQ(registerClassInCategory(one, cards), S_OK);
     EXPECT_EQ(registerClassInCategory(three, mails), S_OK);
     EXPECT_EQ(registerClassInCategory(one, mails), S_OK);
-    EXPECT_THAT(classesOf(cards), ElementsAre(one, two)); // as the registry lists them
+    EXPECT_THAT(classesOf(cards), ElementsAre(one, two)); // in registry order
     EXPECT_THAT(classesOf(mails), ElementsAre(one, three));
 }
 
@@ -53,7 +53,7 @@ TEST_F(Categories, RegisteringTwiceIsRegisteringOnce)
     EXPECT_THAT(classesOf(cards), ElementsAre(one));
 }
 
-TEST_F(Categories, AClassThatLeavesACategoryStaysInTheOther)
+TEST_F(Categories, AClassRemovedFromOneCategoryStaysInTheOther)
 {
     registerClassInCategory(one, cards);
     registerClassInCategory(one, mails);

@@ -1,4 +1,4 @@
-// The categories where they are keys of our own registry file.
+// Component categories as keys of our own registry file (Linux).
 #include "categories.h"
 
 #include "ClassesOf.h"
@@ -24,7 +24,7 @@ protected:
 
 } // namespace
 
-TEST_F(CategoryKeys, WhatIsNotThereCannotLeave)
+TEST_F(CategoryKeys, UnregisteringAnUnknownClassOrCategoryReturnsFalse)
 {
     EXPECT_EQ(unregisterClassInCategory(one, cards), S_FALSE);
     EXPECT_EQ(unregisterCategory(cards), S_FALSE);
@@ -41,7 +41,7 @@ TEST_F(CategoryKeys, ACategoryKeepsItsDescription)
     EXPECT_TRUE(RegistryKey::open(Root::ClassesRoot, u"Component Categories\\" + com::guidText(mails)));
 }
 
-TEST_F(CategoryKeys, AClassKeyThatIsNoClassIdentifierIsPassedOver)
+TEST_F(CategoryKeys, AKeyThatIsNoClassIdentifierIsSkipped)
 {
     createKeyPath(Root::ClassesRoot, u"CLSID\\notes\\Implemented Categories\\" + com::guidText(cards));
     createKeyPath(Root::ClassesRoot, u"CLSID\\{11111101-2222}\\Implemented Categories\\" + com::guidText(cards));
@@ -49,7 +49,7 @@ TEST_F(CategoryKeys, AClassKeyThatIsNoClassIdentifierIsPassedOver)
     EXPECT_THAT(classesOf(cards), ElementsAre(one));
 }
 
-TEST_F(CategoryKeys, AnEnumerationIsOfTheMomentItWasOpened)
+TEST_F(CategoryKeys, AnEnumerationListsTheClassesAtItsOpening)
 {
     registerClassInCategory(one, cards);
     registerClassInCategory(two, cards);
@@ -61,7 +61,7 @@ TEST_F(CategoryKeys, AnEnumerationIsOfTheMomentItWasOpened)
     EXPECT_EQ(classes.next(&clsid), S_OK);
     EXPECT_EQ(clsid, two);
     EXPECT_EQ(classes.next(&clsid), S_FALSE);
-    ASSERT_EQ(classes.open(cards), S_OK); // begins anew
+    ASSERT_EQ(classes.open(cards), S_OK); // starts again
     EXPECT_EQ(classes.next(&clsid), S_OK);
     EXPECT_EQ(clsid, one);
     EXPECT_EQ(classes.next(&clsid), S_FALSE);
@@ -71,7 +71,7 @@ TEST_F(CategoryKeys, ARegistryThatCannotBeWrittenDeniesAccess)
 {
     registerCategory(cards, u"Cards");
     registerClassInCategory(one, cards);
-    // A folder in place of the new file, so that the file itself can be read but not replaced.
+    // A folder with the name of the new file: the registry can be read but not replaced.
     std::filesystem::create_directory(folder.path() / "registry.reg.new");
     EXPECT_EQ(registerCategory(mails, u"Mail"), E_ACCESSDENIED);
     EXPECT_EQ(registerClassInCategory(two, cards), E_ACCESSDENIED);

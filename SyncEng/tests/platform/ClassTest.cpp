@@ -48,14 +48,14 @@ TEST(Class, AClassObjectIsFoundAsLongAsItLives)
     EXPECT_EQ(com::createInstance(kClass, log), REGDB_E_CLASSNOTREG);
 }
 
-TEST(Class, AClassThatTheTableLacksIsNotAvailable)
+TEST(Class, AClassMissingInTheTableIsNotAvailable)
 {
     void* out = &out;
     EXPECT_EQ(com::getClassObject(kTable, GUID_NULL, __uuidof(IUnknown), &out), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(out, nullptr);
 }
 
-TEST(Class, AnInterfaceThatTheClassLacksIsRefused)
+TEST(Class, AMissingInterfaceIsRefused)
 {
     com::Ptr<IClassFactory> factory;
     ASSERT_EQ(com::getClassObject(kTable, kClass, __uuidof(IClassFactory), factory.putVoid()), S_OK);

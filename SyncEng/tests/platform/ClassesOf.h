@@ -1,4 +1,4 @@
-// The classes of a category, as its enumeration tells them one after the other.
+// Lists the classes of a category through its enumeration.
 #pragma once
 #include "categories.h"
 #include <gtest/gtest.h>

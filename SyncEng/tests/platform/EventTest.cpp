@@ -43,7 +43,7 @@ com::Ptr<IUnknown> unknown(const com::Ptr<Sink>& sink) { return com::Ptr<ISyncEv
 
 } // namespace
 
-TEST(Event, OnlyTheFirstSinkHearsAndItsAnswerComesBack)
+TEST(Event, OnlyTheFirstSinkIsCalledAndItsResultIsReturned)
 {
     const auto source = com::make<Source>();
     const auto first = com::make<Sink>(), second = com::make<Sink>();
@@ -61,7 +61,7 @@ TEST(Event, OnlyTheFirstSinkHearsAndItsAnswerComesBack)
     EXPECT_EQ(source->AppendString(text.get()), S_FALSE);
 }
 
-TEST(Event, ASinkOfAnotherKindIsRefused)
+TEST(Event, ASinkWithoutTheInterfaceIsRefused)
 {
     const auto source = com::make<Source>();
     DWORD cookie = 7;
@@ -99,5 +99,5 @@ TEST(Event, PointsAndConnectionsAreEnumerated)
         ASSERT_EQ(connections->Clone(clone.put()), S_OK);
         EXPECT_EQ(clone->Skip(1), S_OK);
     }
-    EXPECT_EQ(com::moduleLocks, before); // nobody holds on to anybody
+    EXPECT_EQ(com::moduleLocks, before); // no reference is left
 }

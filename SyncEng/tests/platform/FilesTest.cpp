@@ -35,7 +35,7 @@ ssize_t failingWrite(int, const void*, std::size_t)
     return -1;
 }
 ssize_t silentWrite(int, const void*, std::size_t) { return 0; }
-// One byte at a time, and every other call is disturbed by a signal.
+// Writes one byte per call; every other call fails as interrupted by a signal.
 ssize_t haltingWrite(int file, const void* bytes, std::size_t)
 {
     static int calls = 0;
@@ -55,7 +55,7 @@ int failingRename(const char*, const char*)
     errno = EROFS;
     return -1;
 }
-// Closes the file behind the writer's back, so that its own close fails.
+// Closes the file, so that the writer's own close fails.
 int closingFlush(int file) { return ::close(file); }
 
 int writes = 0, flushes = 0;
@@ -93,7 +93,7 @@ int recordingGiveTo(int file, uid_t user, gid_t group)
     return ::fchown(file, user, group);
 }
 
-// The next calls fail by this error.
+// The next heldCalls calls fail with heldError.
 int heldCalls = 0, heldError = 0;
 int heldRename(const char* from, const char* to)
 {
@@ -148,14 +148,14 @@ protected:
 
 } // namespace
 
-TEST_F(Files, PathsAreUtf16InsideAndUtf8Outside)
+TEST_F(Files, PathsConvertBetweenUtf16AndUtf8)
 {
     EXPECT_EQ(pathOf(u"/tmp/\u00E4\U0001F600").native(), "/tmp/\xC3\xA4\xF0\x9F\x98\x80");
     EXPECT_EQ(textOf(pathOf(u"/tmp/\u00E4\U0001F600")), u"/tmp/\u00E4\U0001F600");
-    EXPECT_EQ(textOf(fs::path("/tmp/\xE4")), u"/tmp/\uFFFD"); // a name in no encoding of ours gives a text all the same
+    EXPECT_EQ(textOf(fs::path("/tmp/\xE4")), u"/tmp/\uFFFD"); // a name that is not UTF-8 still converts to text
 }
 
-TEST_F(Files, TheUsersDataLiesWhereTheEnvironmentSays)
+TEST_F(Files, TheUserDataFolderFollowsTheEnvironment)
 {
     EXPECT_EQ(userDataFolder(), folder.path() / "data");
     EXPECT_FALSE(fs::is_empty(folder.path()));
@@ -173,7 +173,7 @@ TEST_F(Files, TheUsersDataLiesWhereTheEnvironmentSays)
     EXPECT_EQ(machineDataFolder(), "/usr/share");
 }
 
-TEST_F(Files, OnlyAFileIsAFile)
+TEST_F(Files, OnlyARegularFileCountsAsAFile)
 {
     write("a", "");
     EXPECT_TRUE(fileExists(at("a")));
@@ -183,7 +183,7 @@ TEST_F(Files, OnlyAFileIsAFile)
     EXPECT_FALSE(fileExists(at("dangling")));
 }
 
-TEST_F(Files, AMissingFileIsMadeWhereItsFolderIs)
+TEST_F(Files, AMissingFileIsCreatedIfItsFolderExists)
 {
     EXPECT_TRUE(openOrCreate(at("new")));
     EXPECT_EQ(read("new"), "");
@@ -193,14 +193,14 @@ TEST_F(Files, AMissingFileIsMadeWhereItsFolderIs)
     EXPECT_FALSE(openOrCreate(at("none/new")));
     EXPECT_FALSE(openOrCreate(home()));
     ASSERT_EQ(::mkfifo(at("pipe").c_str(), 0600), 0);
-    EXPECT_TRUE(openOrCreate(at("pipe"))); // without waiting for a writer
+    EXPECT_TRUE(openOrCreate(at("pipe"))); // does not wait for a writer
 }
 
-TEST_F(Files, OneLevelOfFoldersIsMade)
+TEST_F(Files, CreateFolderCreatesOneLevel)
 {
     EXPECT_TRUE(createFolder(at("one")));
     EXPECT_TRUE(fs::is_directory(at("one")));
-    EXPECT_TRUE(createFolder(at("one"))); // there already
+    EXPECT_TRUE(createFolder(at("one"))); // exists already
     EXPECT_FALSE(createFolder(at("two/levels")));
     write("file", "");
     EXPECT_FALSE(createFolder(at("file")));
@@ -208,7 +208,7 @@ TEST_F(Files, OneLevelOfFoldersIsMade)
     EXPECT_TRUE(createFolder(at("link")));
 }
 
-TEST_F(Files, AFileIsReadWhole)
+TEST_F(Files, AFileIsReadCompletely)
 {
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{65535}, std::size_t{65536}, std::size_t{1'000'003}}) {
         std::string bytes(size, '\0');
@@ -220,7 +220,7 @@ TEST_F(Files, AFileIsReadWhole)
     }
 }
 
-TEST_F(Files, AFileThatDoesNotTellItsSizeIsReadWhole)
+TEST_F(Files, AFileOfUnknownSizeIsReadCompletely)
 {
     std::error_code error;
     EXPECT_FALSE(readFile("/proc/self/status", error).empty());
@@ -235,14 +235,14 @@ TEST_F(Files, AFileOverTheLimitIsAnError)
     EXPECT_FALSE(error);
     EXPECT_EQ(readFile(at("a"), error, 99), "");
     EXPECT_EQ(error, std::errc::file_too_large);
-    EXPECT_EQ(readFile("/proc/self/status", error, 10), ""); // seen only while it is read
+    EXPECT_EQ(readFile("/proc/self/status", error, 10), ""); // its size is known only after reading
     EXPECT_EQ(error, std::errc::file_too_large);
-    ASSERT_EQ(::truncate(at("a").c_str(), off_t{1} << 40), 0); // a terabyte of nothing takes no memory
+    ASSERT_EQ(::truncate(at("a").c_str(), off_t{1} << 40), 0); // a sparse terabyte uses no memory
     EXPECT_EQ(readFile(at("a"), error, 1 << 20), "");
     EXPECT_EQ(error, std::errc::file_too_large);
 }
 
-TEST_F(Files, WhatCannotBeReadIsAnError)
+TEST_F(Files, AFileThatCannotBeReadIsAnError)
 {
     std::error_code error;
     EXPECT_EQ(readFile(at("none"), error), "");
@@ -251,7 +251,7 @@ TEST_F(Files, WhatCannotBeReadIsAnError)
     EXPECT_EQ(error, std::errc::is_a_directory);
 }
 
-TEST_F(Files, ACopyReplaces)
+TEST_F(Files, ACopyReplacesItsTarget)
 {
     const std::string large(200'000, 'x');
     write("from", large);
@@ -265,7 +265,7 @@ TEST_F(Files, ACopyReplaces)
     EXPECT_THAT(listed(), UnorderedElementsAre("from", "to", "new"));
 }
 
-TEST_F(Files, ACopyThatFailsLeavesItsTarget)
+TEST_F(Files, AFailedCopyKeepsItsTarget)
 {
     write("to", "old");
     EXPECT_EQ(copyReplacing(at("none"), at("to")), std::errc::no_such_file_or_directory);
@@ -277,7 +277,7 @@ TEST_F(Files, ACopyThatFailsLeavesItsTarget)
     EXPECT_THAT(listed(), UnorderedElementsAre("from", "to"));
 }
 
-TEST_F(Files, ACopyIsForItsOwnerAlone)
+TEST_F(Files, ACopyIsAccessibleToItsOwnerOnly)
 {
     write("from", "secret");
     for (const mode_t mode : {0600u, 0644u}) {
@@ -299,7 +299,7 @@ TEST_F(Files, ACopyOverAFileKeepsThatFilesPermissions)
     EXPECT_EQ(permissionsOf(at("to")), 0640u);
 }
 
-TEST_F(Files, ACopyFailsWhereThereIsATarget)
+TEST_F(Files, ACopyFailsIfTheTargetExists)
 {
     write("from", std::string(100'000, 'x'));
     EXPECT_FALSE(copyFailingIfExists(at("from"), at("to")));
@@ -313,7 +313,7 @@ TEST_F(Files, ACopyFailsWhereThereIsATarget)
     EXPECT_FALSE(fs::exists(at("new")));
 }
 
-TEST_F(Files, ACopyToAFullDiskLeavesNoHalfFile)
+TEST_F(Files, ACopyToAFullDiskLeavesNoPartialFile)
 {
     write("from", "content");
     fileCalls.write = failingWrite;
@@ -324,7 +324,7 @@ TEST_F(Files, ACopyToAFullDiskLeavesNoHalfFile)
     EXPECT_THAT(listed(), ElementsAre("from"));
 }
 
-TEST_F(Files, ANewContentReplacesTheOld)
+TEST_F(Files, NewContentReplacesTheOld)
 {
     write("a", "old");
     {
@@ -333,7 +333,7 @@ TEST_F(Files, ANewContentReplacesTheOld)
         file.write("");
         file.write(std::string(100'000, 'x'));
         file.write("end");
-        EXPECT_EQ(read("a"), "old"); // until it is committed
+        EXPECT_EQ(read("a"), "old"); // until commit()
         EXPECT_FALSE(file.commit());
         EXPECT_TRUE(read("a") == "new " + std::string(100'000, 'x') + "end");
     }
@@ -342,7 +342,7 @@ TEST_F(Files, ANewContentReplacesTheOld)
     EXPECT_EQ(read("b"), "");
 }
 
-TEST_F(Files, ManySmallPiecesAreFewWrites)
+TEST_F(Files, SmallWritesAreCombined)
 {
     writes = 0;
     fileCalls.write = countingWrite;
@@ -358,17 +358,17 @@ TEST_F(Files, ManySmallPiecesAreFewWrites)
     EXPECT_LE(writes, static_cast<int>(all.size() / 60'000 + 1));
 }
 
-TEST_F(Files, TheContentIsOnDiskBeforeItTakesTheTargetsName)
+TEST_F(Files, TheContentIsFlushedBeforeItIsRenamedToTheTarget)
 {
     flushes = 0;
     fileCalls.flush = countingFlush;
     fileCalls.rename = watchingRename;
     EXPECT_FALSE(replace(at("a"), "new"));
     EXPECT_TRUE(flushedBeforeRename);
-    EXPECT_EQ(flushes, 2); // the folder's, too
+    EXPECT_EQ(flushes, 2); // file and folder
 }
 
-TEST_F(Files, WithoutACommitNothingHasChanged)
+TEST_F(Files, WithoutACommitNothingChanges)
 {
     write("a", "old");
     {
@@ -380,7 +380,7 @@ TEST_F(Files, WithoutACommitNothingHasChanged)
     EXPECT_THAT(listed(), ElementsAre("a"));
 }
 
-TEST_F(Files, AFailureAtAnyStepLeavesTheTargetAndNothingElse)
+TEST_F(Files, AFailureAtAnyStepKeepsTheTargetAndLeavesNoOtherFile)
 {
     struct Step {
         const char* name;
@@ -404,13 +404,13 @@ TEST_F(Files, AFailureAtAnyStepLeavesTheTargetAndNothingElse)
         }
 }
 
-TEST_F(Files, TheFirstFailureIsReportedAndTheRestDoesNothing)
+TEST_F(Files, AfterTheFirstFailureWritesDoNothingAndCommitReportsIt)
 {
     write("a", "old");
     AtomicFile file(at("a"));
     fileCalls.write = failingWrite;
     file.write(std::string(100'000, 'x'));
-    fileCalls = calls; // the disk has room again
+    fileCalls = calls; // the disk has space again
     file.write("more");
     EXPECT_EQ(file.commit(), std::errc::no_space_on_device);
     EXPECT_EQ(file.commit(), std::errc::no_space_on_device);
@@ -429,14 +429,14 @@ TEST_F(Files, ASecondCommitChangesNothing)
     EXPECT_THAT(listed(), ElementsAre("a"));
 }
 
-TEST_F(Files, ShortAndDisturbedWritesGoOn)
+TEST_F(Files, ShortAndInterruptedWritesContinue)
 {
     fileCalls.write = haltingWrite;
     EXPECT_FALSE(replace(at("a"), "every byte"));
     EXPECT_EQ(read("a"), "every byte");
 }
 
-TEST_F(Files, AFileThatMayNotGrowLeavesTheTarget)
+TEST_F(Files, AFileSizeLimitKeepsTheTarget)
 {
     write("a", "old");
     const int code = inChild(false, [&] {
@@ -494,7 +494,7 @@ TEST_F(Files, WhatIsMadeIsForItsOwnerAlone)
     }
 }
 
-TEST_F(Files, FoldersThatAreThereStayAsTheyAre)
+TEST_F(Files, ExistingFoldersKeepTheirPermissions)
 {
     ASSERT_EQ(::chmod(home().c_str(), 0755), 0);
     EXPECT_TRUE(createFolders(home() / "a"));
@@ -504,7 +504,7 @@ TEST_F(Files, FoldersThatAreThereStayAsTheyAre)
     EXPECT_FALSE(createFolders(at("file") / "a"));
 }
 
-TEST_F(Files, APrivateContentIsPrivateWhileItIsWritten)
+TEST_F(Files, PrivateContentIsPrivateWhileItIsWritten)
 {
     write("a", "old");
     ASSERT_EQ(::chmod(at("a").c_str(), 0600), 0);
@@ -524,14 +524,14 @@ TEST_F(Files, AReadOnlyFileIsNotReplaced)
     EXPECT_THAT(listed(), ElementsAre("a"));
 }
 
-TEST_F(Files, TheSuperuserLeavesAFileToItsOwner)
+TEST_F(Files, AFileReplacedByTheSuperuserKeepsItsOwner)
 {
     write("a", "old");
     if (::geteuid() == 0) { ASSERT_EQ(::chown(at("a").c_str(), 65534, 65534), 0); }
     ASSERT_EQ(::chmod(at("a").c_str(), 0600), 0);
     struct stat before {};
     ASSERT_EQ(::stat(at("a").c_str(), &before), 0);
-    // Who runs the tests as a plain user owns the file and can give it to themselves only.
+    // A plain user who runs the tests owns the file and cannot give it to another user.
     fileCalls.user = [] { return uid_t(0); };
     fileCalls.giveTo = recordingGiveTo;
     givenTo.clear();
@@ -544,7 +544,7 @@ TEST_F(Files, TheSuperuserLeavesAFileToItsOwner)
     EXPECT_EQ(permissionsOf(at("a")), 0600u);
 }
 
-TEST_F(Files, AReplacedFileStaysInItsGroup)
+TEST_F(Files, AReplacedFileKeepsItsGroup)
 {
     write("a", "old");
     if (::geteuid() == 0) { ASSERT_EQ(::chown(at("a").c_str(), ::geteuid(), 65534), 0); }
@@ -573,7 +573,7 @@ TEST_F(Files, TwoVersionsOfAFileHaveDifferentStamps)
     }
 }
 
-TEST_F(Files, APlaceHasOneSpelling)
+TEST_F(Files, APathHasOneCanonicalSpelling)
 {
     const fs::path real = fs::canonical(home()) / "real";
     fs::create_directory(real);
@@ -583,7 +583,7 @@ TEST_F(Files, APlaceHasOneSpelling)
          {real, real / "", real / ".", real / "" / ".", home() / "." / "link", at("link") / "", at("none") / ".." / "real"})
         EXPECT_EQ(canonicalPath(spelling), real) << spelling;
     EXPECT_EQ(canonicalPath(at("link") / "a"), real / "a");
-    EXPECT_EQ(canonicalPath(at("link") / "new" / "b.db"), real / "new" / "b.db") << "what is not there yet";
+    EXPECT_EQ(canonicalPath(at("link") / "new" / "b.db"), real / "new" / "b.db") << "a path that does not exist yet";
     EXPECT_EQ(canonicalPath(at("link") / "new" / ""), real / "new");
     const fs::path before = fs::current_path();
     fs::current_path(at("link"));
@@ -594,7 +594,7 @@ TEST_F(Files, APlaceHasOneSpelling)
     EXPECT_EQ(canonicalPath("/"), "/");
 }
 
-TEST_F(Files, TwoPlacesAreOneWhereTheyLeadToOneFile)
+TEST_F(Files, PathsToOneFileAreTheSamePlace)
 {
     write("a", "x");
     write("A", "y");
@@ -603,7 +603,7 @@ TEST_F(Files, TwoPlacesAreOneWhereTheyLeadToOneFile)
     EXPECT_TRUE(isSamePlace(text("a"), text("a")));
     EXPECT_TRUE(isSamePlace(text("a"), text("link")));
     EXPECT_FALSE(isSamePlace(text("a"), text("A"))) << "the file system tells them apart";
-    EXPECT_TRUE(isSamePlace(text("none"), text("NONE"))) << "names of no file";
+    EXPECT_TRUE(isSamePlace(text("none"), text("NONE"))) << "names of missing files";
     EXPECT_FALSE(isSamePlace(text("none"), text("other")));
     EXPECT_TRUE(isSamePlace(u"Contacts", u"contacts"));
 }
@@ -643,7 +643,7 @@ TEST_F(Files, AFileThatStaysHeldFailsAfterTwoSeconds)
     EXPECT_THAT(listed(), ElementsAre("a"));
 }
 
-TEST_F(Files, WhatIsNoHoldFailsAtOnce)
+TEST_F(Files, OtherFailuresAreNotRetried)
 {
     write("a", "old");
     heldCalls = 1'000'000;
@@ -666,7 +666,7 @@ TEST_F(Files, ALinkSurvivesAndItsTargetChanges)
     EXPECT_THAT(listed(), UnorderedElementsAre("real", "first", "second"));
 }
 
-TEST_F(Files, ALinkToNoFileYetGetsItsFile)
+TEST_F(Files, ADanglingLinkGetsItsFile)
 {
     fs::create_directory(at("real"));
     fs::create_symlink("real/a", at("link"));
@@ -675,7 +675,7 @@ TEST_F(Files, ALinkToNoFileYetGetsItsFile)
     EXPECT_EQ(read("real/a"), "new");
 }
 
-TEST_F(Files, LinksInACircleAreAnError)
+TEST_F(Files, CircularLinksAreAnError)
 {
     fs::create_symlink("two", at("one"));
     fs::create_symlink("one", at("two"));
@@ -683,14 +683,14 @@ TEST_F(Files, LinksInACircleAreAnError)
     EXPECT_THAT(listed(), UnorderedElementsAre("one", "two"));
 }
 
-TEST_F(Files, ANameAsLongAsCanBeIsReplaced)
+TEST_F(Files, AFileWithTheLongestPossibleNameIsReplaced)
 {
     const std::string name(255, 'n');
     EXPECT_FALSE(replace(home() / name, "new"));
     EXPECT_EQ(read(name.c_str()), "new");
 }
 
-TEST_F(Files, ANameInTheWorkingFolderIsReplaced)
+TEST_F(Files, AFileInTheWorkingFolderIsReplaced)
 {
     const int code = inChild(false, [&] {
         if (::chdir(home().c_str()) != 0) return 1;
@@ -701,14 +701,14 @@ TEST_F(Files, ANameInTheWorkingFolderIsReplaced)
     EXPECT_THAT(listed(), ElementsAre("a"));
 }
 
-TEST_F(Files, ATakenTemporaryNameIsPassedOver)
+TEST_F(Files, AnExistingTemporaryNameIsSkipped)
 {
     fileCalls.open = collidingOpen;
     collisions = 3;
     EXPECT_FALSE(replace(at("a"), "new"));
     EXPECT_EQ(read("a"), "new");
     collisions = 1'000'000;
-    EXPECT_EQ(replace(at("a"), "newer"), std::errc::file_exists); // not for ever
+    EXPECT_EQ(replace(at("a"), "newer"), std::errc::file_exists); // gives up
     collisions = 0;
     EXPECT_EQ(read("a"), "new");
 }
@@ -724,7 +724,7 @@ TEST_F(Files, TheLastOfTwoWritersWins)
     EXPECT_THAT(listed(), ElementsAre("a"));
 }
 
-TEST_F(Files, ALogGrowsAtItsEnd)
+TEST_F(Files, ALogIsAppendedTo)
 {
     write("log", "one\n");
     AppendFile log(at("log"));
@@ -752,7 +752,7 @@ TEST_F(Files, ALogThatCannotBeOpenedIsEmpty)
     EXPECT_FALSE(AppendFile());
 }
 
-TEST_F(Files, ALogMovesFromHandToHand)
+TEST_F(Files, ALogCanBeMoved)
 {
     AppendFile first(at("log"));
     AppendFile second(std::move(first));

@@ -25,14 +25,14 @@ TEST(Guid, MalformedTextLeavesTheNullGuid)
     }
 }
 
-TEST(Guid, ABufferThatIsTooSmallIsLeftAlone)
+TEST(Guid, ATooSmallBufferIsNotWritten)
 {
     OLECHAR buffer[38] = {u'x'};
     EXPECT_EQ(StringFromGUID2(kGuid, buffer, 38), 0);
     EXPECT_EQ(buffer[0], u'x');
 }
 
-TEST(Guid, NewGuidsAreOfTheRandomKindAndDiffer)
+TEST(Guid, NewGuidsAreRandomAndDiffer)
 {
     std::set<std::u16string> seen;
     for (int i = 0; i < 1000; ++i) {

@@ -23,15 +23,15 @@ namespace {
 
 constexpr char childSwitch[] = "MB_HOST_TEST_CHILD";
 constexpr double secondsADay = 86400.0;
-const int moduleMark = 1; // lies in this program
+const int moduleMark = 1; // an object in this program
 
-// Runs one test in a process of its own, in which the switch is set, and gives its exit code; -1 where it did not exit.
+// Runs one test in a child process with childSwitch set. Returns its exit code, or -1 if it did not exit.
 int exitCodeOfChild(const std::string& test, const std::map<std::string, std::string>& environment = {})
 {
     const std::string program = executablePath().string(), filter = "--gtest_filter=" + test;
     const pid_t child = fork();
     if (child == 0) {
-        for (const char* shard : {"GTEST_TOTAL_SHARDS", "GTEST_SHARD_INDEX"}) ::unsetenv(shard); // the test may belong to another one
+        for (const char* shard : {"GTEST_TOTAL_SHARDS", "GTEST_SHARD_INDEX"}) ::unsetenv(shard); // the test may belong to another shard
         ::setenv(childSwitch, "1", 1);
         for (const auto& [name, value] : environment) ::setenv(name.c_str(), value.c_str(), 1);
         ::execl(program.c_str(), "some-name", filter.c_str(), nullptr);
@@ -41,7 +41,7 @@ int exitCodeOfChild(const std::string& test, const std::map<std::string, std::st
     return waitpid(child, &status, 0) == child && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-// The clock time that an automation date names, by the system's calendar.
+// Formats an automation date with the system's calendar functions.
 std::string calendarText(double date)
 {
     const auto seconds = static_cast<time_t>(std::llround((date - 25569.0) * secondsADay));
@@ -77,16 +77,16 @@ public:
 
 } // namespace
 
-TEST(Host, TheProgramKnowsItsFile)
+TEST(Host, TheProgramFindsItsExecutable)
 {
     EXPECT_EQ(executablePath().filename(), "platform_tests");
     EXPECT_TRUE(executablePath().is_absolute());
     EXPECT_TRUE(fs::exists(executablePath()));
 }
 
-TEST(Host, AFunctionOfTheProgramLiesInTheProgram) { EXPECT_EQ(modulePathOf(&moduleMark), executablePath()); }
+TEST(Host, AFunctionOfTheProgramIsFoundInTheProgram) { EXPECT_EQ(modulePathOf(&moduleMark), executablePath()); }
 
-TEST(Host, AFunctionOfALibraryLiesInTheLibrary)
+TEST(Host, AFunctionOfALibraryIsFoundInTheLibrary)
 {
     const fs::path library = modulePathOf(reinterpret_cast<const void*>(&::SysAllocString));
     EXPECT_TRUE(library.is_absolute());
@@ -94,19 +94,19 @@ TEST(Host, AFunctionOfALibraryLiesInTheLibrary)
     EXPECT_EQ(library.filename(), "libmbcom.so");
 }
 
-TEST(Host, WhatLiesInNoModuleHasNoPath)
+TEST(Host, AnAddressOutsideOfAllModulesHasNoPath)
 {
     const int local = 0;
     EXPECT_TRUE(modulePathOf(&local).empty());
     EXPECT_TRUE(modulePathOf(nullptr).empty());
 }
 
-// A program started by its bare name from the search path, by which no file in the working folder can be found.
-TEST(Host, TheProgramIsFoundUnderWhateverNameItWasStarted)
+// Starts the program by its bare name through the search path, so that the name is no valid path.
+TEST(Host, TheProgramIsFoundWhateverNameItWasStartedBy)
 {
     const auto inProgram = &moduleMark;
     if (std::getenv(childSwitch)) std::_Exit(modulePathOf(inProgram) == executablePath() ? 42 : 1);
-    EXPECT_EQ(exitCodeOfChild("Host.TheProgramIsFoundUnderWhateverNameItWasStarted"), 42);
+    EXPECT_EQ(exitCodeOfChild("Host.TheProgramIsFoundWhateverNameItWasStartedBy"), 42);
 }
 
 TEST(Host, TheUserHasAName) { EXPECT_FALSE(userName().empty()); }
@@ -118,7 +118,7 @@ TEST(Host, TheEnvironmentIsReadAndWritten)
     EXPECT_EQ(environment(u"MB_HOST_TEST"), u"\u00E4\u4E2D\U0001F600 =;");
     EXPECT_STREQ(std::getenv("MB_HOST_TEST"), "\xC3\xA4\xE4\xB8\xAD\xF0\x9F\x98\x80 =;");
     setEnvironment(u"MB_HOST_TEST", u"");
-    EXPECT_EQ(environment(u"MB_HOST_TEST"), u""); // there, and empty
+    EXPECT_EQ(environment(u"MB_HOST_TEST"), u""); // set, but empty
     ::unsetenv("MB_HOST_TEST");
 }
 
@@ -142,7 +142,7 @@ TEST(Host, ProcessAndThreadsHaveNumbers)
 
 TEST(Host, TheClockIsTheSystems)
 {
-    // Not by std::time, which lags behind the clock that tells fractions.
+    // std::time lags behind the clock that has fractions of a second.
     const auto wholeSeconds = [] { return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()).time_since_epoch(); };
     const auto before = wholeSeconds();
     const ClockTime read = utcTime();
@@ -164,12 +164,12 @@ TEST(Host, AnAutomationDateHoldsWholeSeconds)
     EXPECT_NEAR(seconds, std::round(seconds), 1e-4);
 }
 
-TEST(Host, LocalTimeIsThatOfTheZone)
+TEST(Host, LocalTimeFollowsTheTimeZone)
 {
     for (const auto& [zone, hours] : {std::pair{"UTC0", 0.0}, {"AAA-5:30", 5.5}, {"BBB8", -8.0}, {"CCC-14", 14.0}}) {
         const WithZone inZone(zone);
         EXPECT_NEAR((localNow() - utcNow()) * 24, hours, 2.0 / 3600) << zone;
-        // The clock time and the date are one moment, but for the second between two looks at the clock.
+        // Both are the same moment, except for up to a second between the two clock reads.
         const double date = localNow();
         const std::string clock = calendarText(localTime());
         EXPECT_TRUE(clock == calendarText(date) || clock == calendarText(date + 1 / secondsADay)) << zone;
@@ -182,12 +182,12 @@ TEST(Host, EveryCodeHasAText)
     for (const HRESULT code : {E_FAIL, E_ACCESSDENIED, E_OUTOFMEMORY, REGDB_E_CLASSNOTREG, HRESULT(0x80040299), HRESULT(0x80071234)}) {
         const std::u16string text = systemMessage(code);
         EXPECT_FALSE(text.empty());
-        EXPECT_TRUE(texts.insert(text).second) << utf8(text); // no two say the same
+        EXPECT_TRUE(texts.insert(text).second) << utf8(text); // all texts differ
     }
-    EXPECT_THAT(utf8(systemMessage(HRESULT(0x80040299))), testing::HasSubstr("80040299")); // an unknown one is at least named
+    EXPECT_THAT(utf8(systemMessage(HRESULT(0x80040299))), testing::HasSubstr("80040299")); // an unknown code is at least quoted
 }
 
-// In a process of its own, since the locale is asked for once.
+// Runs in a child process, since the locale is read once.
 TEST(Host, TimesAndDatesHaveTheFormOfTheUsersLocale)
 {
     if (std::getenv(childSwitch)) {
@@ -204,7 +204,7 @@ TEST(Host, TimesAndDatesHaveTheFormOfTheUsersLocale)
 
 TEST(Host, TimesAndDatesAreWrittenShort)
 {
-    ::setenv("LC_ALL", "C", 1); // the locale is asked for once, here
+    ::setenv("LC_ALL", "C", 1); // the locale is read once, below
     const ClockTime time{2009, 11, 5, 7, 8, 9, 999};
     EXPECT_EQ(timeText(time), u"07:08:09");
     EXPECT_EQ(dateText(time), u"11/05/09");
@@ -218,14 +218,14 @@ TEST(Messages, AMessageIsALineOnStandardError)
                                                       "e \xF0\x9F\x98\x80\n");
 }
 
-TEST(Messages, AMessageCannotCommandTheTerminal)
+TEST(Messages, AMessageCannotControlTheTerminal)
 {
     testing::internal::CaptureStderr();
     showMessage(nullptr, u"a\u001B[31mb\u0007\u009Bc", u"d\u001B]0;e", MessageKind::Warning);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "d]0;e: a[31mbc\n");
 }
 
-TEST(Messages, AHostCanTakeThem)
+TEST(Messages, AHostCanReceiveThem)
 {
     static std::u16string taken;
     testing::internal::CaptureStderr();

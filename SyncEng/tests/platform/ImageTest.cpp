@@ -52,17 +52,17 @@ std::string bmpFile(const std::string& info, const std::string& pixels)
 
 } // namespace
 
-TEST_P(DepthTest, ABitmapComesBackFromABmpFileAsItWas)
+TEST_P(DepthTest, ABitmapSurvivesABmpFile)
 {
     const std::u16string picture = makePicture(37, 19, GetParam(), true);
     ASSERT_TRUE(saveImage(picture, path("a.bmp"), ImageFormat::Bmp));
     const std::u16string loaded = loadImage(path("a.bmp"));
     EXPECT_EQ(difference(loaded, picture), 0);
-    if (GetParam() == 16) return; // it comes back as 24 bits
+    if (GetParam() == 16) return; // loaded with 24 bits
     EXPECT_EQ(loaded, picture);
 }
 
-TEST_P(DepthTest, ABitmapSurvivesAJpegFileButForItsLoss)
+TEST_P(DepthTest, ABitmapSurvivesAJpegFileUpToItsCompressionLoss)
 {
     const std::u16string picture = makePicture(64, 48, GetParam());
     ASSERT_TRUE(saveImage(picture, path("a.jpg"), ImageFormat::Jpeg));
@@ -71,14 +71,14 @@ TEST_P(DepthTest, ABitmapSurvivesAJpegFileButForItsLoss)
 
 INSTANTIATE_TEST_SUITE_P(Bits, DepthTest, testing::Values(1u, 4u, 8u, 16u, 24u, 32u));
 
-TEST_F(ImageTest, TheColoursOfATableReachAJpeg)
+TEST_F(ImageTest, ColourTableEntriesAreWrittenToAJpeg)
 {
     const std::u16string picture = makePicture(64, 64, 8, true);
     ASSERT_TRUE(saveImage(picture, path("a.jpg"), ImageFormat::Jpeg));
     EXPECT_LE(difference(loadImage(path("a.jpg")), picture), lossOfJpeg);
 }
 
-TEST_F(ImageTest, ABmpFileFromTheTopDownIsTurned)
+TEST_F(ImageTest, ATopDownBmpFileIsFlipped)
 {
     const std::string top(8, '\x10'), bottom(8, '\x20'); // rows of two pixels
     mbtest::writeBytes(path("a.bmp"), bmpFile(header(40, 2, -2, 24), top + bottom));
@@ -98,7 +98,7 @@ TEST_F(ImageTest, AShortColourTableOfAFileIsFilledUp)
     EXPECT_EQ(colourAt(bitmap, 1, 0).blue, 0x11);
 }
 
-TEST_F(ImageTest, AFileOfTheOldestHeaderIsRead)
+TEST_F(ImageTest, AFileWithTheOldestHeaderIsRead)
 {
     const std::string info("\x0C\x00\x00\x00\x02\x00\x01\x00\x01\x00\x01\x00\x01\x02\x03\x04\x05\x06", 18);
     mbtest::writeBytes(path("a.bmp"), bmpFile(info, std::string("\x40\x00\x00\x00", 4)));
@@ -108,7 +108,7 @@ TEST_F(ImageTest, AFileOfTheOldestHeaderIsRead)
     EXPECT_EQ(colourAt(bitmap, 1, 0).red, 6);
 }
 
-TEST_F(ImageTest, PixelsOfAMaskAreSpreadToColours)
+TEST_F(ImageTest, MaskedPixelsAreScaledToColours)
 {
     const std::string masks("\x00\xF8\x00\x00\xE0\x07\x00\x00\x1F\x00\x00\x00", 12);
     mbtest::writeBytes(path("a.bmp"), bmpFile(header(40, 1, 1, 16, 3) + masks, std::string("\x00\xF8\x00\x00", 4)));
@@ -118,13 +118,13 @@ TEST_F(ImageTest, PixelsOfAMaskAreSpreadToColours)
     EXPECT_EQ(colourAt(bitmap, 0, 0).green, 0);
 }
 
-TEST_F(ImageTest, AFileCutOffAnywhereIsNoImageAndNeverAnAccident)
+TEST_F(ImageTest, ATruncatedFileDoesNotLoadAndDoesNoHarm)
 {
     mbtest::writeBmp(path("whole.bmp"), 9, 7, 8);
     ASSERT_TRUE(saveImage(makePicture(40, 40), path("whole.jpg"), ImageFormat::Jpeg));
     for (const char* name : {"whole.bmp", "whole.jpg"}) {
         const std::string bytes = folder.read(path(name));
-        const std::size_t end = bytes.size() - (bytes[0] == 'B' ? 0 : 2); // the end mark of a JPEG may be missing
+        const std::size_t end = bytes.size() - (bytes[0] == 'B' ? 0 : 2); // a JPEG may lack its end mark
         for (std::size_t length = 0; length < end; length += 7) {
             mbtest::writeBytes(path("part"), std::string_view(bytes).substr(0, length));
             EXPECT_TRUE(loadImage(path("part")).empty()) << name << " cut at " << length;
@@ -132,7 +132,7 @@ TEST_F(ImageTest, AFileCutOffAnywhereIsNoImageAndNeverAnAccident)
     }
 }
 
-TEST_F(ImageTest, ABmpFileThatClaimsMoreThanItHoldsIsNoImage)
+TEST_F(ImageTest, ABmpFileThatClaimsMoreThanItHoldsDoesNotLoad)
 {
     for (const auto& [width, height] :
          {std::pair{30000, 30000}, {1, 2}, {INT32_MAX, INT32_MAX}, {INT32_MAX, -1}, {-1, 1}, {1, INT32_MIN}}) {
@@ -141,23 +141,23 @@ TEST_F(ImageTest, ABmpFileThatClaimsMoreThanItHoldsIsNoImage)
     }
 }
 
-TEST_F(ImageTest, NonsenseInAHeaderIsNoImage)
+TEST_F(ImageTest, AnInvalidHeaderDoesNotLoad)
 {
     for (const int bits : {0, 2, 7, 48}) {
         mbtest::writeBytes(path("a.bmp"), bmpFile(header(40, 1, 1, static_cast<std::uint16_t>(bits)), std::string(2048, '\0')));
         EXPECT_TRUE(loadImage(path("a.bmp")).empty()) << bits;
     }
     mbtest::writeBytes(path("a.bmp"), bmpFile(header(40, 1, 1, 8, 1), std::string(2048, '\0')));
-    EXPECT_TRUE(loadImage(path("a.bmp")).empty()) << "packed";
+    EXPECT_TRUE(loadImage(path("a.bmp")).empty()) << "compressed";
     mbtest::writeBytes(path("a.bmp"), bmpFile(header(0xFFFFFFF0, 1, 1, 8), std::string(2048, '\0')));
-    EXPECT_TRUE(loadImage(path("a.bmp")).empty()) << "a header without end";
+    EXPECT_TRUE(loadImage(path("a.bmp")).empty()) << "a header size beyond the file";
     mbtest::writeBytes(path("a.txt"), "no picture at all");
     EXPECT_TRUE(loadImage(path("a.txt")).empty());
     EXPECT_TRUE(loadImage(path("missing")).empty());
     EXPECT_TRUE(loadImage(folder.path()).empty());
 }
 
-TEST_F(ImageTest, WhatIsNoBitmapMakesNoFile)
+TEST_F(ImageTest, AnInvalidBitmapMakesNoFile)
 {
     const std::u16string picture = makePicture(8, 8);
     for (const std::u16string& bad : {std::u16string(), std::u16string(u"short"), picture.substr(0, picture.size() - 1)})

@@ -1,4 +1,4 @@
-// What our own writer never makes, and other programs do.
+// JPEG files that other programs write and our own writer does not.
 #include "image.h"
 
 #include "JpegFiles.h"
@@ -25,7 +25,7 @@ protected:
         mbtest::writeJpeg(file, kind);
         return loadImage(file);
     }
-    // The size that a file claims, in its frame header.
+    // Sets the size that the file's frame header claims.
     void claim(std::uint16_t width, std::uint16_t height)
     {
         std::string bytes = folder.read(file);
@@ -52,13 +52,13 @@ TEST_F(JpegTest, AGreyPictureBecomesABitmapOfGreys)
     EXPECT_LE(difference(bitmap, makePicture(80, 60, 8)), loss);
 }
 
-TEST_F(JpegTest, InksAreMixedToColours)
+TEST_F(JpegTest, CmykIsConvertedToRgb)
 {
     EXPECT_LE(difference(load({.inks = true}), makePicture(80, 60)), loss);
     EXPECT_LE(difference(load({.inks = true, .adobe = true}), makePicture(80, 60)), loss);
 }
 
-TEST_F(JpegTest, AHugeClaimInATinyFileCostsNoMemory)
+TEST_F(JpegTest, AHugeSizeClaimedByATinyFileAllocatesNoMemory)
 {
     for (const bool progressive : {false, true}) {
         mbtest::writeJpeg(file, {.progressive = progressive});
@@ -71,7 +71,7 @@ TEST_F(JpegTest, AHugeClaimInATinyFileCostsNoMemory)
     }
 }
 
-TEST_F(JpegTest, AProgressivePictureCutOffIsNoImage)
+TEST_F(JpegTest, ATruncatedProgressivePictureDoesNotLoad)
 {
     mbtest::writeJpeg(file, {.progressive = true});
     const std::string bytes = folder.read(file);
@@ -81,8 +81,8 @@ TEST_F(JpegTest, AProgressivePictureCutOffIsNoImage)
     }
 }
 
-// Whatever the damage, the answer is a picture of the measures that the file tells, or none.
-TEST_F(JpegTest, DamageGivesNoImageOrOneOfItsSize)
+// A damaged file loads as a picture of the size in its header, or not at all.
+TEST_F(JpegTest, ADamagedFileLoadsInItsSizeOrNotAtAll)
 {
     std::mt19937 random(7);
     for (const JpegKind& kind :
@@ -101,7 +101,7 @@ TEST_F(JpegTest, DamageGivesNoImageOrOneOfItsSize)
     }
 }
 
-TEST_F(JpegTest, AFileOfManyScansIsGivenUp)
+TEST_F(JpegTest, AFileWithTooManyScansDoesNotLoad)
 {
     mbtest::writeJpeg(file, {.progressive = true});
     const std::string bytes = folder.read(file);

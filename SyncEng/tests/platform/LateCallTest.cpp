@@ -1,11 +1,11 @@
-// Dual interfaces as a script drives them, answered from the table that is made of the IDL.
+// Late-bound calls of dual interfaces, answered from the table that is generated from the IDL (Linux).
 #include "interfaces.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-// Answers each call with what came in.
+// Returns its arguments.
 class Echo final : public com::Object<com::Dual<ITranslatorInfo>, com::Dual<IImageSupport>, com::Dual<IFidemarkSupport>> {
 public:
     explicit Echo(IUnknown* outer) : Object(outer) {}
@@ -73,7 +73,7 @@ com::Variant byReference(VARIANT& to)
     return v;
 }
 
-// An object by one of its dual interfaces, its methods called by name. Arguments stand in the order of the parameters.
+// Calls methods of an object by name through a dual interface. The arguments are in the order of the parameters.
 template <class I> class Late {
 public:
     DISPID id(const char16_t* name) const
@@ -101,7 +101,7 @@ private:
 
 } // namespace
 
-TEST(LateCall, OutArgumentsComeBackThroughVariants)
+TEST(LateCall, OutArgumentsAreReturnedInVariants)
 {
     Late<ITranslatorInfo> object;
     com::Variant names[3];
@@ -111,7 +111,7 @@ TEST(LateCall, OutArgumentsComeBackThroughVariants)
     EXPECT_EQ(names[2].text(), u"type");
 }
 
-TEST(LateCall, OutArgumentsComeBackThroughTheirOwnType)
+TEST(LateCall, OutArgumentsAreReturnedInVariablesOfTheirType)
 {
     Late<IImageSupport> object;
     LONGLONG size = 0;
@@ -122,7 +122,7 @@ TEST(LateCall, OutArgumentsComeBackThroughTheirOwnType)
     EXPECT_EQ(size, 1LL << 40);
 }
 
-TEST(LateCall, AFailureIsAnExceptionWithItsCodeAndOutArgumentsAreStillGiven)
+TEST(LateCall, AFailureBecomesAnExceptionAndOutArgumentsAreStillReturned)
 {
     Late<ITranslatorInfo> object;
     com::Variant code, message1, message2;
@@ -133,7 +133,7 @@ TEST(LateCall, AFailureIsAnExceptionWithItsCodeAndOutArgumentsAreStillGiven)
     EXPECT_EQ(message2.text(), u"told in spite of the failure");
 }
 
-TEST(LateCall, NothingForAnOutArgumentIsTheNullPointer)
+TEST(LateCall, AnEmptyOutArgumentIsPassedAsNull)
 {
     Late<ITranslatorInfo> object;
     com::Variant name;
@@ -141,7 +141,7 @@ TEST(LateCall, NothingForAnOutArgumentIsTheNullPointer)
     EXPECT_EQ(object.excep.scode, E_POINTER);
 }
 
-TEST(LateCall, AnOutArgumentThatIsNoReferenceIsNamed)
+TEST(LateCall, AnOutArgumentPassedByValueIsReported)
 {
     Late<ITranslatorInfo> object;
     com::Variant name;
@@ -173,7 +173,7 @@ TEST(LateCall, NumbersAreConvertedAndEnumerationsAreNumbers)
     EXPECT_EQ(object.wrong, 2u) << "counted from the last argument";
 }
 
-TEST(LateCall, ListsComeBackAsArrays)
+TEST(LateCall, ListsAreReturnedAsArrays)
 {
     Late<IFidemarkSupport> object;
     com::Variant records;
@@ -182,7 +182,7 @@ TEST(LateCall, ListsComeBackAsArrays)
     EXPECT_EQ(com::textArray(records.parray), (std::vector<std::u16string>{u"a", u"b"}));
 }
 
-TEST(LateCall, ArgumentsAreGivenByName)
+TEST(LateCall, ArgumentsCanBePassedByName)
 {
     Late<IFidemarkSupport> object;
     const OLECHAR* names[] = {u"GetMappedRecordId", u"ppMappedId", u"TRANSID", u"lpRecID"};
@@ -199,24 +199,24 @@ TEST(LateCall, ArgumentsAreGivenByName)
     EXPECT_EQ(ids[2], DISPID_UNKNOWN);
 }
 
-TEST(LateCall, AnUnknownNameIsNoneAndAnUnknownNumberNoMember)
+TEST(LateCall, UnknownNamesAndMemberNumbersFail)
 {
     Late<IImageSupport> object;
-    const OLECHAR* name = u"GetInfo"; // of another interface of the same object
+    const OLECHAR* name = u"GetInfo"; // a method of another interface of the object
     DISPID id = 0;
     EXPECT_EQ(object->GetIDsOfNames(GUID_NULL, const_cast<OLECHAR**>(&name), 1, 0, &id), DISP_E_UNKNOWNNAME);
     DISPPARAMS none{};
     EXPECT_EQ(object->Invoke(77, GUID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr), DISP_E_MEMBERNOTFOUND);
 }
 
-TEST(LateCall, AnExceptionInsideStaysInside)
+TEST(LateCall, AnExceptionDoesNotCrossTheInterface)
 {
     Late<IImageSupport> object;
     EXPECT_EQ(object.call(u"SetAllowImage", {com::Variant(true)}), DISP_E_EXCEPTION);
     EXPECT_EQ(object.excep.scode, E_UNEXPECTED);
 }
 
-TEST(Cancelling, OnlyACallThatAllowsItIsCancelled)
+TEST(Cancelling, OnlyACallThatEnablesItIsCancelled)
 {
     EXPECT_EQ(CoCancelCall(0, 0), E_NOINTERFACE);
     ASSERT_EQ(CoEnableCallCancellation(nullptr), S_OK);
@@ -225,6 +225,6 @@ TEST(Cancelling, OnlyACallThatAllowsItIsCancelled)
     EXPECT_EQ(CoTestCancel(), RPC_E_CALL_CANCELED);
     ASSERT_EQ(CoDisableCallCancellation(nullptr), S_OK);
     ASSERT_EQ(CoEnableCallCancellation(nullptr), S_OK);
-    EXPECT_EQ(CoTestCancel(), RPC_S_CALLPENDING) << "the next call is not cancelled by it";
+    EXPECT_EQ(CoTestCancel(), RPC_S_CALLPENDING) << "the request must not cancel the next call";
     ASSERT_EQ(CoDisableCallCancellation(nullptr), S_OK);
 }

@@ -1,4 +1,4 @@
-// Objects by the real interfaces: identity, aggregation, counting, and exceptions that stay inside.
+// Objects through their interfaces: identity, aggregation, reference counts, and exceptions that become result codes.
 #include "com.h"
 
 #include "SyncEngLib.h"
@@ -30,7 +30,7 @@ public:
     explicit Outer(IUnknown* outer) : Object(outer) { com::check(com::create<Log>(controlling(), __uuidof(IUnknown), inner_.putVoid())); }
 
 protected:
-    // Answered by the inner object and counted on this one.
+    // Implemented by the inner object, which shares this object's reference count.
     IUnknown* findOther(REFIID riid) noexcept override
     {
         if (riid != __uuidof(ILogFile)) return nullptr;
@@ -63,7 +63,7 @@ TEST(Object, ExceptionsBecomeResultCodes)
     EXPECT_EQ(log->ClearLog(), E_UNEXPECTED);
 }
 
-TEST(Object, AnAggregateHasTheIdentityAndTheCountOfItsOuter)
+TEST(Object, AnAggregateUsesItsOutersIdentityAndReferenceCount)
 {
     const LONG before = com::moduleLocks;
     {

@@ -1,4 +1,4 @@
-// The registry as a text file: what people may write into it, and two processes at once.
+// The registry file: unexpected contents, and two processes that write at the same time.
 #include "registry.h"
 
 #include "com.h"
@@ -25,7 +25,7 @@ std::string utf16Text(std::u16string_view text, bool little)
 class RegistryFile : public testing::Test {
 protected:
     [[nodiscard]] std::filesystem::path file() const { return folder.path() / "registry.reg"; }
-    // Nothing is found, nothing is written, and the failure names the file.
+    // No key is found, none is written, and the failure text names the file.
     void expectUnreadable(const std::string& reason)
     {
         EXPECT_FALSE(RegistryKey::open(Root::CurrentUser, u"A"));
@@ -39,7 +39,7 @@ protected:
 
 } // namespace
 
-TEST_F(RegistryFile, ABadLineCostsNoOther)
+TEST_F(RegistryFile, ABadLineDoesNotAffectOtherLines)
 {
     folder.write("registry.reg", "Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"x\"=dword:zz\r\n"
                                  "\"unclosed=\"\r\n=\r\n\"n\"=dword:0000000f\r\n");
@@ -49,14 +49,14 @@ TEST_F(RegistryFile, ABadLineCostsNoOther)
     EXPECT_FALSE(key->number(u"x"));
 }
 
-TEST_F(RegistryFile, NoFileIsNoFailure)
+TEST_F(RegistryFile, AMissingFileIsNoFailure)
 {
     EXPECT_EQ(platform::registryFailure(), "");
     EXPECT_TRUE(platform::createKeyPath(Root::CurrentUser, u"Software\\New"));
     EXPECT_EQ(platform::registryFailure(), "");
 }
 
-TEST_F(RegistryFile, Utf16WithAMarkIsReadAndKeepsItsKeysWhenItIsWritten)
+TEST_F(RegistryFile, Utf16WithAByteOrderMarkIsReadAndItsKeysSurviveAWrite)
 {
     const std::u16string text =
         u"Windows Registry Editor Version 5.00\r\n\r\n[HKEY_CURRENT_USER\\A]\r\n\"x\"=\"\u00E4\u4E2D\U0001F600\"\r\n";
@@ -71,7 +71,7 @@ TEST_F(RegistryFile, Utf16WithAMarkIsReadAndKeepsItsKeysWhenItIsWritten)
     }
 }
 
-TEST_F(RegistryFile, AMarkOfUtf8IsNoPartOfTheFirstLine)
+TEST_F(RegistryFile, AUtf8ByteOrderMarkIsSkipped)
 {
     folder.write("registry.reg", "\xEF\xBB\xBF[HKEY_CURRENT_USER\\A]\r\n\"n\"=dword:1\r\n");
     const auto key = RegistryKey::open(Root::CurrentUser, u"A");
@@ -79,7 +79,7 @@ TEST_F(RegistryFile, AMarkOfUtf8IsNoPartOfTheFirstLine)
     EXPECT_EQ(key->number(u"n"), 1u);
 }
 
-TEST_F(RegistryFile, WhatIsNoTextIsNamedAndKeepsItsBytes)
+TEST_F(RegistryFile, AFileThatIsNotTextIsReportedAndNotChanged)
 {
     const std::string half = utf16Text(u"[HKEY_CURRENT_USER\\A]", true);
     for (const std::string& bytes : {half.substr(0, half.size() - 1), half + std::string("\x00\xD8", 2), half.substr(2)}) {
@@ -89,7 +89,7 @@ TEST_F(RegistryFile, WhatIsNoTextIsNamedAndKeepsItsBytes)
     }
 }
 
-TEST_F(RegistryFile, AFileThatCannotBeReadIsNamedAndKeepsItsBytes)
+TEST_F(RegistryFile, AFileThatCannotBeReadIsReportedAndNotChanged)
 {
     ASSERT_TRUE(RegistryKey::create(Root::CurrentUser, u"A"));
     const std::string before = folder.read(file());
@@ -113,7 +113,7 @@ TEST_F(RegistryFile, AFileThatCannotBeReadIsNamedAndKeepsItsBytes)
     expectUnreadable("Is a directory");
 }
 
-TEST_F(RegistryFile, KeepsItsRightsAndTheLinkToIt)
+TEST_F(RegistryFile, KeepsItsPermissionsAndALinkToIt)
 {
     namespace fs = std::filesystem;
     ASSERT_TRUE(RegistryKey::create(Root::CurrentUser, u"A"));
@@ -128,11 +128,11 @@ TEST_F(RegistryFile, KeepsItsRightsAndTheLinkToIt)
     EXPECT_NE(folder.read(folder.path() / "dotfiles/real.reg").find("\\B]"), std::string::npos);
 }
 
-TEST_F(RegistryFile, TwoProcessesThatWriteAtOnceLoseNothing)
+TEST_F(RegistryFile, TwoProcessesWritingAtTheSameTimeLoseNothing)
 {
     ASSERT_TRUE(platform::createKeyPath(Root::CurrentUser, u"Race\\Key"));
     constexpr std::uint32_t kWrites = 100;
-    auto name = [](const std::u16string& prefix, std::uint32_t i) { // case does not tell names apart, so only digits follow
+    auto name = [](const std::u16string& prefix, std::uint32_t i) { // names are case-insensitive, so only digits follow
         return prefix + static_cast<char16_t>(u'0' + i / 10) + static_cast<char16_t>(u'0' + i % 10);
     };
     auto write = [&](const std::u16string& prefix) {

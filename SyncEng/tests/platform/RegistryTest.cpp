@@ -1,4 +1,4 @@
-// The registry as every platform has it.
+// The registry's behaviour on every platform.
 #include "registry.h"
 
 #include "com.h"
@@ -13,15 +13,15 @@ namespace {
 
 class Registry : public testing::Test {
 protected:
-    mbtest::TestFolder folder; // its process has a registry of its own
+    mbtest::TestFolder folder; // gives the process its own registry
 };
 
 } // namespace
 
-TEST_F(Registry, AKeyThatWasNeverMadeCannotBeOpened)
+TEST_F(Registry, AMissingKeyCannotBeOpened)
 {
     EXPECT_FALSE(RegistryKey::open(Root::CurrentUser, u"None\\Zorel"));
-    EXPECT_FALSE(RegistryKey::create(Root::CurrentUser, u"None\\Zorel")); // its parent is missing
+    EXPECT_FALSE(RegistryKey::create(Root::CurrentUser, u"None\\Zorel")); // the parent is missing
     EXPECT_TRUE(RegistryKey::create(Root::CurrentUser, u"Made"));
     EXPECT_TRUE(RegistryKey::create(Root::CurrentUser, u"Made\\Zorel\\"));
     EXPECT_TRUE(RegistryKey::open(Root::CurrentUser, u"made\\zorel"));
@@ -43,14 +43,14 @@ TEST_F(Registry, ValuesOfBothKindsAreKept)
     EXPECT_EQ(key->text(u"Wide"), wide);
     EXPECT_EQ(key->text(u"Empty"), u"");
     EXPECT_EQ(key->text(u""), u"default");
-    EXPECT_FALSE(key->text(u"LoggingLevel")); // of the other kind
+    EXPECT_FALSE(key->text(u"LoggingLevel")); // of another type
     EXPECT_FALSE(key->number(u"nothing"));
     EXPECT_TRUE(key->removeValue(u""));
     EXPECT_FALSE(key->text(u""));
     EXPECT_FALSE(key->removeValue(u""));
 }
 
-TEST_F(Registry, SubkeysAreListedAndGoWithTheirParent)
+TEST_F(Registry, SubkeysAreListedAndRemovedWithTheirParent)
 {
     ASSERT_TRUE(platform::createKeyPath(Root::LocalMachine, u"A\\B\\One"));
     ASSERT_TRUE(platform::createKeyPath(Root::LocalMachine, u"A\\B\\Two\\Deep"));
@@ -62,7 +62,7 @@ TEST_F(Registry, SubkeysAreListedAndGoWithTheirParent)
     EXPECT_TRUE(RegistryKey::open(Root::LocalMachine, u"A\\Bother"));
 }
 
-TEST_F(Registry, APathOfOnePartIsNoPath)
+TEST_F(Registry, APathOfOnePartIsRefused)
 {
     EXPECT_FALSE(platform::createKeyPath(Root::CurrentUser, u"Alone"));
     EXPECT_FALSE(platform::createKeyPath(Root::CurrentUser, u"Alone\\"));
@@ -71,7 +71,7 @@ TEST_F(Registry, APathOfOnePartIsNoPath)
     EXPECT_TRUE(RegistryKey::open(Root::CurrentUser, u"Not\\Alone"));
 }
 
-TEST_F(Registry, AKeyThatIsGoneReportsIt)
+TEST_F(Registry, AccessToARemovedKeyFails)
 {
     const auto key = RegistryKey::create(Root::CurrentUser, u"Gone");
     ASSERT_TRUE(key);

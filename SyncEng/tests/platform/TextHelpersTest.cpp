@@ -12,7 +12,7 @@ using namespace std::string_literals;
 
 namespace {
 
-// The definition, character by character, without the shortcuts.
+// UTF-8 by its definition, character by character.
 std::string slowUtf8(std::u32string_view text)
 {
     std::string out;
@@ -44,7 +44,7 @@ std::u16string slowUtf16(std::u32string_view text)
     return out;
 }
 
-// The process's locale for the length of a test.
+// Sets the process's locale while it lives.
 class WithLocale {
 public:
     explicit WithLocale(const char* name) : before_(std::setlocale(LC_ALL, nullptr)) { std::setlocale(LC_ALL, name); }
@@ -58,7 +58,7 @@ private:
 
 } // namespace
 
-TEST(TextHelpers, EveryCharacterGoesToUtf8AndBack)
+TEST(TextHelpers, EveryCharacterSurvivesConversionToUtf8AndBack)
 {
     std::u32string all;
     for (char32_t c = 0; c <= 0x10FFFF; ++c)
@@ -69,7 +69,7 @@ TEST(TextHelpers, EveryCharacterGoesToUtf8AndBack)
     EXPECT_TRUE(utf16(bytes) == units);
 }
 
-TEST(TextHelpers, TextsOfAllLengthsGoToUtf8AndBackWhereverTheyCeaseToBeAscii)
+TEST(TextHelpers, TextsOfAllLengthsSurviveConversionWhereverTheirAsciiPrefixEnds)
 {
     for (std::size_t length = 0; length < 70; ++length)
         for (std::size_t at = 0; at <= length; ++at)
@@ -81,14 +81,14 @@ TEST(TextHelpers, TextsOfAllLengthsGoToUtf8AndBackWhereverTheyCeaseToBeAscii)
             }
 }
 
-TEST(TextHelpers, AZeroCharacterIsAsGoodAsAnyOther)
+TEST(TextHelpers, AZeroCharacterIsConverted)
 {
     EXPECT_EQ(utf8(u"a\0b"s), "a\0b"s);
     EXPECT_EQ(utf16("a\0b"s), u"a\0b"s);
     EXPECT_EQ(lowered(u"A\0B"s), u"a\0b"s);
 }
 
-TEST(TextHelpers, ASurrogateWithoutItsOtherHalfBecomesTheReplacement)
+TEST(TextHelpers, AnUnpairedSurrogateBecomesTheReplacement)
 {
     const std::string replacement = "\xEF\xBF\xBD";
     EXPECT_EQ(utf8(std::u16string{0xD83D}), replacement);
@@ -98,19 +98,19 @@ TEST(TextHelpers, ASurrogateWithoutItsOtherHalfBecomesTheReplacement)
     EXPECT_EQ(utf8(std::u16string{0xD83D, 0xD83D, 0xDE00}), replacement + "\xF0\x9F\x98\x80");
 }
 
-TEST(TextHelpers, IllFormedBytesBecomeTheReplacementAndCostNoOther)
+TEST(TextHelpers, IllFormedBytesBecomeTheReplacementAndDoNotAffectOthers)
 {
     EXPECT_EQ(utf16("a\x80z"), u"a\uFFFDz");
     EXPECT_EQ(utf16("a\xFFz"), u"a\uFFFDz");
-    EXPECT_EQ(utf16("a\xC0\xAFz"), u"a\uFFFD\uFFFDz");                     // a slash in two bytes
+    EXPECT_EQ(utf16("a\xC0\xAFz"), u"a\uFFFD\uFFFDz");                     // a slash in two bytes (overlong)
     EXPECT_EQ(utf16("a\xE0\x80\xAFz"), u"a\uFFFD\uFFFD\uFFFDz");           // in three
     EXPECT_EQ(utf16("a\xF0\x80\x80\xAFz"), u"a\uFFFD\uFFFD\uFFFD\uFFFDz"); // in four
     EXPECT_EQ(utf16("a\xED\xA0\xBDz"), u"a\uFFFD\uFFFD\uFFFDz");           // a surrogate
-    EXPECT_EQ(utf16("a\xF4\x90\x80\x80z"), u"a\uFFFD\uFFFD\uFFFD\uFFFDz"); // beyond the last character
+    EXPECT_EQ(utf16("a\xF4\x90\x80\x80z"), u"a\uFFFD\uFFFD\uFFFD\uFFFDz"); // beyond U+10FFFF
     EXPECT_EQ(utf16("a\xF5\x80z"), u"a\uFFFD\uFFFDz");
 }
 
-TEST(TextHelpers, ACharacterThatBreaksOffBecomesOneReplacement)
+TEST(TextHelpers, ATruncatedCharacterBecomesOneReplacement)
 {
     EXPECT_EQ(utf16("\xC3"), u"\uFFFD");
     EXPECT_EQ(utf16("\xE4\xB8"), u"\uFFFD");
@@ -131,7 +131,7 @@ TEST(TextHelpers, AnyBytesGiveAWellFormedText)
     }
 }
 
-TEST(TextHelpers, CaseIsFoldedInManyAlphabets)
+TEST(TextHelpers, CaseIsFoldedInOtherAlphabets)
 {
     EXPECT_EQ(lowered(u"ABCXYZ @[`{ 0189"), u"abcxyz @[`{ 0189");
     EXPECT_EQ(lowered(u"\u00C0\u00C4\u00D6\u00DC\u00DE\u00D7"),
@@ -140,7 +140,7 @@ TEST(TextHelpers, CaseIsFoldedInManyAlphabets)
     EXPECT_EQ(lowered(u"\u0391\u03A9\u03A3\u0386"), u"\u03B1\u03C9\u03C3\u03AC"); // Greek
     EXPECT_EQ(lowered(u"\u0410\u042F\u0401\u0490"), u"\u0430\u044F\u0451\u0491"); // Cyrillic
     EXPECT_EQ(lowered(u"\u0531\u0556"), u"\u0561\u0586");                         // Armenian
-    EXPECT_EQ(lowered(u"\u1E00\u1EF8"), u"\u1E01\u1EF9");                         // Latin of Vietnam
+    EXPECT_EQ(lowered(u"\u1E00\u1EF8"), u"\u1E01\u1EF9");                         // Latin (Vietnamese)
     EXPECT_EQ(lowered(u"\uFF21\uFF3A"), u"\uFF41\uFF5A");                         // full width
     EXPECT_EQ(lowered(u"\u00DF\u4E2D\u05D0\u0627\u3042"), u"\u00DF\u4E2D\u05D0\u0627\u3042");
     EXPECT_EQ(upper(u'\u00E4'), u'\u00C4');
@@ -148,7 +148,7 @@ TEST(TextHelpers, CaseIsFoldedInManyAlphabets)
     EXPECT_EQ(upper(u'\u044F'), u'\u042F');
     EXPECT_EQ(upper(u'z'), u'Z');
     EXPECT_EQ(upper(u'{'), u'{');
-    EXPECT_EQ(upper(u'\u00DF'), u'\u00DF'); // sharp s has no capital of one unit
+    EXPECT_EQ(upper(u'\u00DF'), u'\u00DF'); // sharp s has no upper case of one unit
 }
 
 TEST(TextHelpers, FoldingIsUnitByUnit)
@@ -166,11 +166,11 @@ TEST(TextHelpers, FoldingIsUnitByUnit)
     const std::u16string folded = lowered(all);
     ASSERT_EQ(folded.size(), all.size());
     for (std::size_t i = 0; i < all.size(); ++i) ASSERT_EQ(folded[i], lower(all[i])) << i;
-    // The capital long I beyond the basic plane stays, since a unit alone has no case.
+    // The letter has a lower case, but its surrogates alone have none.
     EXPECT_EQ(lowered(u"\U00010400"), u"\U00010400");
 }
 
-TEST(TextHelpers, FoldingDoesNotAskTheProcessForItsLocale)
+TEST(TextHelpers, FoldingIgnoresTheProcessesLocale)
 {
     for (const char* name : {"C", "C.UTF-8", "POSIX"}) {
         const WithLocale locale(name);
@@ -180,7 +180,7 @@ TEST(TextHelpers, FoldingDoesNotAskTheProcessForItsLocale)
     }
 }
 
-TEST(TextHelpers, TextsCompareWithoutCase)
+TEST(TextHelpers, TextsCompareCaseInsensitively)
 {
     EXPECT_EQ(compareNoCase(u"", u""), 0);
     EXPECT_EQ(compareNoCase(u"M\u00DCLLER", u"m\u00FCller"), 0);
@@ -191,12 +191,12 @@ TEST(TextHelpers, TextsCompareWithoutCase)
     EXPECT_GT(compareNoCase(u"AB", u"a"), 0);
     EXPECT_LT(compareNoCase(u"", u"a"), 0);
     EXPECT_NE(compareNoCase(u"\u00DF", u"ss"), 0);
-    // Wanted: the order is that of the lower-case letters, so an underscore stands in front of every letter.
+    // Quirk kept on purpose: texts are compared in lower case, so an underscore precedes every letter.
     EXPECT_LT(compareNoCase(u"_", u"A"), 0);
     EXPECT_GT(compareNoCase(u"\uFFFD", u"\xD83D"), 0);
 }
 
-TEST(TextHelpers, EqualTextsAreOfOneLength)
+TEST(TextHelpers, EqualTextsHaveEqualLengths)
 {
     EXPECT_TRUE(equalNoCase(u"Zorel", u"zOREL"));
     EXPECT_FALSE(equalNoCase(u"Zorel", u"zOREL "));
@@ -221,7 +221,7 @@ TEST(TextHelpers, CharactersHaveTheirClasses)
         EXPECT_FALSE(isAlnum(c)) << static_cast<unsigned>(c);
     }
     for (const char16_t c : u"@[`{/:-\u00D7\u2013\u0000\u007F"s) EXPECT_FALSE(isAlnum(c) || isSpace(c)) << static_cast<unsigned>(c);
-    EXPECT_FALSE(isDigit(u'\u0663') || isDigit(u'\u00B2')); // digits of other scripts, and small ones
+    EXPECT_FALSE(isDigit(u'\u0663') || isDigit(u'\u00B2')); // digits of other scripts, superscript digits
     EXPECT_FALSE(isAlpha(char16_t{0xD83D}));
 }
 
@@ -234,7 +234,7 @@ TEST(TextHelpers, ANumberEndsWhereItsDigitsEnd)
     EXPECT_EQ(toInt64(u"5.9"), 5);
 }
 
-TEST(TextHelpers, NoDigitsAreZero)
+TEST(TextHelpers, ATextWithoutDigitsIsZero)
 {
     for (const std::u16string_view text : {u"", u"   ", u"-", u"+", u"x1", u"--1", u"+-1", u"- 1", u"\u0663", u".5"}) {
         EXPECT_EQ(toInt(text), 0);
@@ -268,7 +268,7 @@ TEST(TextHelpers, TheLettersAndDigitsOfATextIgnoringCase)
     }
 }
 
-TEST(TextHelpers, AFloatingNumberHasAPoint)
+TEST(TextHelpers, AFloatingPointNumberUsesADecimalPoint)
 {
     EXPECT_EQ(toDouble(u"39448.75"), 39448.75);
     EXPECT_EQ(toDouble(u"  -1.5e3 days"), -1500.0);
@@ -276,14 +276,14 @@ TEST(TextHelpers, AFloatingNumberHasAPoint)
     EXPECT_EQ(toDouble(u"1,5"), 1.0);
     EXPECT_EQ(toDouble(u"1e"), 1.0);
     EXPECT_EQ(toDouble(u"1.2.3"), 1.2);
-    EXPECT_EQ(toDouble(u"40127.395833333336"), 40127.395833333336); // to the last bit
+    EXPECT_EQ(toDouble(u"40127.395833333336"), 40127.395833333336); // exact
 }
 
-TEST(TextHelpers, WhatIsNoFloatingNumberIsZero)
+TEST(TextHelpers, ATextThatIsNoFloatingPointNumberIsZero)
 {
     for (const std::u16string_view text : {u"", u" ", u"x", u".", u"-", u"e5", u"inf", u"nan", u"\u0663"}) EXPECT_EQ(toDouble(text), 0.0);
     EXPECT_EQ(toDouble(u"0x10"), 0.0);
     EXPECT_EQ(toDouble(u"1e-400"), 0.0);
-    EXPECT_EQ(toDouble(u"1e400"), 0.0); // no date is without end
+    EXPECT_EQ(toDouble(u"1e400"), 0.0); // too large
     EXPECT_EQ(toDouble(u"+-1"), 0.0);
 }

@@ -25,9 +25,9 @@ TEST(Text, AnOddByteLengthIsKept)
     SysFreeString(bytes);
 }
 
-TEST(Text, ATextTooLongForItsCountIsRefused) { EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr); }
+TEST(Text, ATooLongTextIsRefused) { EXPECT_EQ(SysAllocStringLen(nullptr, 0xFFFFFFFFu), nullptr); }
 
-TEST(Text, ACopyIsItsOwnText)
+TEST(Text, ACopyIsIndependent)
 {
     com::Bstr a(u"one");
     com::Bstr b = a;

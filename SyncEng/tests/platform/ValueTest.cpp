@@ -5,7 +5,7 @@ namespace {
 HRESULT dateOf(const char16_t* text, DATE& out) { return VarDateFromStr(const_cast<OLECHAR*>(com::ole(text)), 1024, 0x80000000, &out); }
 } // namespace
 
-TEST(Value, ACopiedTextIsItsOwnText)
+TEST(Value, ACopiedTextIsIndependent)
 {
     const com::Variant a(std::u16string_view(u"abc"));
     const com::Variant b = a;
@@ -13,7 +13,7 @@ TEST(Value, ACopiedTextIsItsOwnText)
     EXPECT_NE(a.bstrVal, b.bstrVal);
 }
 
-TEST(Value, ACopiedArrayIsItsOwnArray)
+TEST(Value, ACopiedArrayIsIndependent)
 {
     com::Variant a;
     a.vt = VT_ARRAY | VT_BSTR;
@@ -31,7 +31,7 @@ TEST(Value, CopyingOntoItselfKeepsTheValue)
     EXPECT_EQ(a.text(), u"abc");
 }
 
-TEST(Value, TextsBecomeNumbersAndBack)
+TEST(Value, TextsConvertToNumbersAndBack)
 {
     com::Variant v(std::u16string_view(u" -42 "));
     ASSERT_EQ(VariantChangeType(&v, &v, 0, VT_I4), S_OK);
@@ -40,7 +40,7 @@ TEST(Value, TextsBecomeNumbersAndBack)
     EXPECT_EQ(v.text(), u"-42");
 }
 
-TEST(Value, WhatIsNoNumberIsAMismatchAndWhatDoesNotFitAnOverflow)
+TEST(Value, AnInvalidNumberIsAMismatchAndATooLargeOneAnOverflow)
 {
     com::Variant word(std::u16string_view(u"forty")), big(std::u16string_view(u"70000"));
     EXPECT_EQ(VariantChangeType(&word, &word, 0, VT_I4), DISP_E_TYPEMISMATCH);
@@ -59,7 +59,7 @@ TEST(Value, ComparesNumbersTextsAndNull)
     EXPECT_EQ(VarCmp(&null, &one, 0, 0), VARCMP_NULL);
 }
 
-TEST(Value, DatesCountDaysFromTheLastButOneDayOf1899)
+TEST(Value, DatesCountDaysFrom30December1899)
 {
     DATE date = 0;
     ASSERT_EQ(dateOf(u"1899-12-31", date), S_OK);
@@ -72,7 +72,7 @@ TEST(Value, DatesCountDaysFromTheLastButOneDayOf1899)
     EXPECT_EQ(date, -1.25);
 }
 
-TEST(Value, WhatIsNoDateIsAMismatch)
+TEST(Value, AnInvalidDateIsAMismatch)
 {
     DATE date = 7;
     for (const auto* text : {u"", u"soon", u"2001-02-29", u"2001-01-01 25:00", u"2001-01-01 noon"})

@@ -1,4 +1,4 @@
-// Holds the layers to their order: a file includes only from its own layer and from those below it.
+// Checks the layers: a file includes only files of its own layer and of lower layers.
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -21,7 +21,7 @@ int rankOf(const std::string& layer)
     return -1;
 }
 
-// Where an included name leads: the layer named in the path, or the one layer that holds a file of that name.
+// The lowest layer that has a file of the name. An include leads to the layer in its path, otherwise to this layer.
 using Homes = std::map<std::string, std::string>;
 
 std::string layerOf(const std::string& included, const Homes& homes)
@@ -33,7 +33,7 @@ std::string layerOf(const std::string& included, const Homes& homes)
     return home == homes.end() ? std::string() : home->second;
 }
 
-// The includes of a text that lead upwards from `layer`.
+// Returns the includes that lead from `layer` to a higher layer.
 std::vector<std::string> arrowsBack(std::istream& text, const std::string& layer, const Homes& homes)
 {
     std::vector<std::string> found;
@@ -44,7 +44,7 @@ std::vector<std::string> arrowsBack(std::istream& text, const std::string& layer
         if (open == std::string::npos || close == open) continue;
         const std::string included = line.substr(open + 1, close - open - 1);
         const std::string target = layerOf(included, homes);
-        // transfer and autotest stand side by side: neither includes the other.
+        // transfer and autotest are on one level: neither includes the other.
         const bool sideways = (layer == "transfer" && target == "autotest") || (layer == "autotest" && target == "transfer");
         if (sideways || rankOf(target) > rankOf(layer)) found.push_back(included);
     }
@@ -55,7 +55,7 @@ bool isSource(const fs::path& file) { return file.extension() == ".h" || file.ex
 
 } // namespace
 
-TEST(IncludeDirection, NoFileOfTheModuleIncludesUpwards)
+TEST(IncludeDirection, NoFileIncludesAHigherLayer)
 {
     const fs::path src = MB_SOURCE_FOLDER;
     Homes homes;
@@ -75,7 +75,7 @@ TEST(IncludeDirection, NoFileOfTheModuleIncludesUpwards)
     EXPECT_GT(read, 0) << "no sources below " << src;
 }
 
-TEST(IncludeDirection, AnArrowBackIsSeen)
+TEST(IncludeDirection, AnIncludeOfAHigherLayerIsFound)
 {
     const Homes homes{{"Pipeline.h", "engine"}, {"StoreFile.h", "store"}};
     std::istringstream byFolder("#include \"../engine/Pipeline.h\"\n"), byName("  #include \"Pipeline.h\"\n"),

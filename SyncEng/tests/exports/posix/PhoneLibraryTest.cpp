@@ -1,16 +1,16 @@
-// The phone number library, which the engine loads for a moment and asks by three names.
+// The phone number library, which the engine loads and calls by three exported names.
 #include "library.h"
 #include "LibraryFile.h"
 #include <gtest/gtest.h>
 
 using namespace mbtest;
 
-TEST(PhoneLibrary, ExportsWhatTheEngineLooksForAlone)
+TEST(PhoneLibrary, ExportsOnlyTheFunctionsThatTheEngineCalls)
 {
     EXPECT_EQ(exportsOf(PHONE_LIBRARY), std::set<std::string>({"CatInit", "CatParsePhone", "CatTerm"}));
 }
 
-TEST(PhoneLibrary, LeavesTheProcessWhenItIsUnloadedAfterUse)
+TEST(PhoneLibrary, CanBeUnloadedAfterUse)
 {
     {
         const platform::Library library{std::filesystem::path(PHONE_LIBRARY)};

@@ -1,4 +1,4 @@
-// The component runtime, which hosts, engine and plug-ins are linked with.
+// The component runtime, which hosts, engine and plug-ins link.
 #include "LibraryFile.h"
 
 #include <cstdlib>
@@ -13,7 +13,7 @@ namespace {
 
 using Names = std::set<std::string>;
 
-// A function without its arguments; a name of C stays as it is.
+// Returns a C++ function's name without its parameters; a C name unchanged.
 std::string plainName(const std::string& name)
 {
     int status = 0;
@@ -24,7 +24,7 @@ std::string plainName(const std::string& name)
 
 } // namespace
 
-TEST(RuntimeLibrary, ExportsTheComponentRuntimeAndWhatModulesShareAlone)
+TEST(RuntimeLibrary, ExportsOnlyTheComponentRuntimeAndSharedFunctions)
 {
     Names found;
     for (const std::string& name : exportsOf(RUNTIME_LIBRARY)) found.insert(plainName(name));
@@ -35,11 +35,11 @@ TEST(RuntimeLibrary, ExportsTheComponentRuntimeAndWhatModulesShareAlone)
         "SafeArrayAccessData", "SafeArrayCopy", "SafeArrayCreate", "SafeArrayCreateVector", "SafeArrayDestroy", "SafeArrayGetDim",
         "SafeArrayGetElement", "SafeArrayGetLBound", "SafeArrayGetUBound", "SafeArrayGetVartype", "SafeArrayPutElement",
         "SafeArrayUnaccessData",
-        // identifiers, objects by class, errors, cancellation
+        // GUIDs, objects by class, errors, cancellation
         "CLSIDFromProgID", "CLSIDFromString", "CoCreateGuid", "StringFromCLSID", "StringFromGUID2", "CoCreateInstance",
         "CoFreeUnusedLibraries", "CoGetClassObject", "CoInitialize", "CoRegisterClassObject", "CoRevokeClassObject", "CoUninitialize",
         "GetErrorInfo", "SetErrorInfo", "CoCancelCall", "CoDisableCallCancellation", "CoEnableCallCancellation", "CoTestCancel",
-        // calls by name, the registry, loading, who takes messages
+        // late binding, the registry, loading, message readers
         "com::dispatchIds", "com::dispatchInvoke", "com::dispatchTypeInfo", "com::dispatchTypeInfoCount", "platform::RegistryKey::create",
         "platform::RegistryKey::number", "platform::RegistryKey::open", "platform::RegistryKey::remove",
         "platform::RegistryKey::removeValue", "platform::RegistryKey::setNumber", "platform::RegistryKey::setText",

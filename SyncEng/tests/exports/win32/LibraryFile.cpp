@@ -6,7 +6,7 @@
 namespace mbtest {
 namespace {
 
-// The library's image in memory, laid out but neither started nor bound to others.
+// Maps the library into memory without running its code or loading its dependencies.
 class Image {
 public:
     explicit Image(const std::filesystem::path& file) : module_(LoadLibraryExW(file.c_str(), nullptr, DONT_RESOLVE_DLL_REFERENCES))

@@ -1,4 +1,4 @@
-// What our own library for JPEG files can tell, and the files that other platforms are tested with.
+// JPEG with libjpeg-turbo, and the JPEG files that the other platform is tested with.
 #include "JpegFiles.h"
 
 #include "image.h"
@@ -22,7 +22,7 @@ std::string withoutEndMark(const mbtest::TestFolder& folder, const std::filesyst
 
 } // namespace
 
-TEST(JpegFileTest, APictureWithoutItsEndMarkIsWhole)
+TEST(JpegFileTest, APictureWithoutItsEndMarkLoads)
 {
     const mbtest::TestFolder folder;
     const auto file = folder.path() / "a.jpg";
@@ -31,7 +31,7 @@ TEST(JpegFileTest, APictureWithoutItsEndMarkIsWhole)
     EXPECT_LE(difference(platform::loadImage(file), makePicture(mbtest::jpegWidth, mbtest::jpegHeight)), loss);
 }
 
-TEST(JpegFileTest, TheKeptFilesShowThePatternInTheirKind)
+TEST(JpegFileTest, TheSampleFilesShowThePattern)
 {
     const mbtest::TestFolder folder;
     const auto file = folder.path() / "a.jpg";

@@ -1,4 +1,4 @@
-// Dual interfaces as a script drives them: names and calls are answered from the type library in the module.
+// Late-bound calls of dual interfaces, answered from the module's type library (Windows).
 #include "interfaces.h"
 
 #include <gtest/gtest.h>
@@ -45,13 +45,13 @@ TEST(Dispatch, AMethodIsCalledByItsName)
     }
 }
 
-TEST(Dispatch, AnUnknownNameIsNone)
+TEST(Dispatch, AnUnknownNameFails)
 {
     DISPID id = 0;
     EXPECT_EQ(idOf(L"NoSuchMethod", id), DISP_E_UNKNOWNNAME);
 }
 
-TEST(Dispatch, TypeInformationIsThatOfTheInterface)
+TEST(Dispatch, TypeInformationDescribesTheInterface)
 {
     com::Ptr<ITypeInfo> info;
     ASSERT_EQ(scripted()->GetTypeInfo(0, 0, info.put()), S_OK);
@@ -61,7 +61,7 @@ TEST(Dispatch, TypeInformationIsThatOfTheInterface)
     EXPECT_EQ(scripted()->GetTypeInfo(1, 0, info.put()), DISP_E_BADINDEX);
 }
 
-TEST(Dispatch, AScriptsVariableTakesWhatComesBack)
+TEST(Dispatch, AScriptsVariableReceivesTheOutValue)
 {
     DISPID id = 0;
     ASSERT_EQ(idOf(L"RecordVerified", id), S_OK);
@@ -81,12 +81,12 @@ TEST(Dispatch, AScriptsVariableTakesWhatComesBack)
     }
 }
 
-TEST(Dispatch, ACallThatDoesNotReachTheMethodLeavesTheVariableAlone)
+TEST(Dispatch, ACallThatDoesNotReachTheMethodKeepsTheVariable)
 {
     DISPID id = 0;
     ASSERT_EQ(idOf(L"RecordVerified", id), S_OK);
     com::Variant variable(u"mine"), arguments[2];
-    arguments[1].vt = VT_UNKNOWN; // is no text
+    arguments[1].vt = VT_UNKNOWN; // not convertible to text
     arguments[0].vt = VT_BYREF | VT_VARIANT;
     arguments[0].pvarVal = &variable;
     DISPPARAMS parameters{arguments, nullptr, 2, 0};

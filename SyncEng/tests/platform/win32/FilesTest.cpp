@@ -20,7 +20,7 @@ protected:
         made.write(bytes);
         return made.commit();
     }
-    // All names in the folder but the one that the fixture makes.
+    // The number of entries in the folder, except the one that the fixture creates.
     [[nodiscard]] std::size_t count() const
     {
         std::size_t n = 0;
@@ -40,15 +40,15 @@ TEST_F(Files, PathsKeepEveryCharacter)
     EXPECT_TRUE(fileExists(folder.path() / pathOf(u"K\u00E4se \u4E2D.xml")));
 }
 
-TEST_F(Files, TheUsersDataLiesWhereTheSystemSays)
+TEST_F(Files, TheUserDataFolderIsTheSystems)
 {
     EXPECT_EQ(userDataFolder(), folder.path() / "data");
     wchar_t windows[MAX_PATH];
     ASSERT_GT(GetWindowsDirectoryW(windows, MAX_PATH), 0u);
-    EXPECT_EQ(machineDataFolder(), std::filesystem::path(windows)) << "where earlier versions kept theirs";
+    EXPECT_EQ(machineDataFolder(), std::filesystem::path(windows)) << "the folder of earlier versions";
 }
 
-TEST_F(Files, APlaceHasOneSpelling)
+TEST_F(Files, APathHasOneCanonicalSpelling)
 {
     fs::create_directory(at("Real"));
     folder.write("Real/a", "x");
@@ -58,12 +58,12 @@ TEST_F(Files, APlaceHasOneSpelling)
         EXPECT_EQ(canonicalPath(spelling), real) << spelling;
     EXPECT_EQ(canonicalPath(L"\\\\?\\" + at("Real").make_preferred().native()), real);
     EXPECT_EQ(canonicalPath(at("REAL") / "A"), real / "a");
-    EXPECT_EQ(canonicalPath(at("REAL") / "new.db"), real / "new.db") << "what is not there yet";
+    EXPECT_EQ(canonicalPath(at("REAL") / "new.db"), real / "new.db") << "a path that does not exist yet";
     EXPECT_TRUE(isSamePlace(textOf(at("Real")), textOf(at("REAL") / "")));
     EXPECT_FALSE(isSamePlace(textOf(at("Real")), textOf(at("Real") / "a")));
 }
 
-TEST_F(Files, AFileThatIsHeldForAMomentIsReadAndReplacedAllTheSame)
+TEST_F(Files, AFileThatIsHeldForAMomentIsStillReadAndReplaced)
 {
     folder.write("a", "old");
     for (const bool reads : {true, false}) {
@@ -85,7 +85,7 @@ TEST_F(Files, AFileThatIsHeldForAMomentIsReadAndReplacedAllTheSame)
     EXPECT_EQ(read("a"), "new");
 }
 
-TEST_F(Files, OnlyAFileIsAFile)
+TEST_F(Files, OnlyARegularFileCountsAsAFile)
 {
     folder.write("a", "");
     EXPECT_TRUE(fileExists(at("a")));
@@ -93,7 +93,7 @@ TEST_F(Files, OnlyAFileIsAFile)
     EXPECT_FALSE(fileExists(at("none")));
 }
 
-TEST_F(Files, AMissingFileIsMadeWhereItsFolderIs)
+TEST_F(Files, AMissingFileIsCreatedIfItsFolderExists)
 {
     folder.write("old", "kept");
     EXPECT_TRUE(openOrCreate(at("old")));
@@ -103,7 +103,7 @@ TEST_F(Files, AMissingFileIsMadeWhereItsFolderIs)
     EXPECT_FALSE(openOrCreate(at("none") / "new"));
 }
 
-TEST_F(Files, OneLevelOfFoldersIsMade)
+TEST_F(Files, CreateFolderCreatesOneLevel)
 {
     EXPECT_TRUE(createFolder(at("one")));
     EXPECT_TRUE(createFolder(at("one")));
@@ -112,7 +112,7 @@ TEST_F(Files, OneLevelOfFoldersIsMade)
     EXPECT_FALSE(createFolder(at("file")));
 }
 
-TEST_F(Files, AFileIsReadWholeUpToTheLimit)
+TEST_F(Files, AFileUpToTheLimitIsReadCompletely)
 {
     const std::string bytes(200000, 'x');
     folder.write("a", bytes);
@@ -124,7 +124,7 @@ TEST_F(Files, AFileIsReadWholeUpToTheLimit)
     EXPECT_EQ(error, std::errc::file_too_large);
 }
 
-TEST_F(Files, WhatCannotBeReadIsAnError)
+TEST_F(Files, AFileThatCannotBeReadIsAnError)
 {
     std::error_code error;
     EXPECT_EQ(readFile(at("none"), error), "");
@@ -133,7 +133,7 @@ TEST_F(Files, WhatCannotBeReadIsAnError)
     EXPECT_TRUE(error);
 }
 
-TEST_F(Files, ACopyReplacesOnlyWhereItMay)
+TEST_F(Files, ACopyReplacesOnlyIfAllowed)
 {
     folder.write("a", "new");
     folder.write("b", "old");
@@ -147,7 +147,7 @@ TEST_F(Files, ACopyReplacesOnlyWhereItMay)
     EXPECT_EQ(read("c"), "new");
 }
 
-TEST_F(Files, ANewContentReplacesTheOldAndLeavesNothingElse)
+TEST_F(Files, NewContentReplacesTheOldAndLeavesNoOtherFile)
 {
     EXPECT_FALSE(put(at("a"), "one"));
     EXPECT_FALSE(put(at("a"), std::string(300000, '2')));
@@ -155,7 +155,7 @@ TEST_F(Files, ANewContentReplacesTheOldAndLeavesNothingElse)
     EXPECT_EQ(count(), 1u);
 }
 
-TEST_F(Files, WithoutACommitNothingHasChanged)
+TEST_F(Files, WithoutACommitNothingChanges)
 {
     folder.write("a", "old");
     {
@@ -176,7 +176,7 @@ TEST_F(Files, ASecondCommitChangesNothing)
     EXPECT_EQ(read("a"), "two");
 }
 
-TEST_F(Files, AReaderThatHasTheFileOpenSeesNoHalfOfIt)
+TEST_F(Files, AReaderOfTheOpenFileSeesNoPartialContent)
 {
     folder.write("a", "old");
     const HANDLE reader = CreateFileW(at("a").c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -193,7 +193,7 @@ TEST_F(Files, AReaderThatHasTheFileOpenSeesNoHalfOfIt)
     EXPECT_EQ(read("a"), "newer");
 }
 
-TEST_F(Files, AFileThatAnotherProgramLocksIsLeftAlone)
+TEST_F(Files, AFileThatAnotherProgramLocksIsNotChanged)
 {
     folder.write("a", "old");
     const HANDLE other = CreateFileW(at("a").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -219,7 +219,7 @@ TEST_F(Files, AReadOnlyFileIsNotReplaced)
 
 TEST_F(Files, AMissingFolderIsAnError) { EXPECT_EQ(put(at("none") / "a", "x"), std::errc::no_such_file_or_directory); }
 
-TEST_F(Files, ALogIsForOneWriterAndAllReaders)
+TEST_F(Files, AnOpenLogCanBeReadButNotWrittenByOthers)
 {
     AppendFile one(at("log"));
     ASSERT_TRUE(one);

@@ -13,14 +13,14 @@ namespace {
 const int moduleMark = 0;
 }
 
-TEST(Host, WhatLiesInTheProgramIsFoundInTheProgram)
+TEST(Host, AnObjectOfTheProgramIsFoundInTheProgram)
 {
     EXPECT_EQ(executablePath().filename(), "platform_tests.exe");
     EXPECT_TRUE(std::filesystem::exists(executablePath()));
     EXPECT_EQ(modulePathOf(&moduleMark), executablePath());
 }
 
-TEST(Host, AFunctionOfALibraryLiesInTheLibrary)
+TEST(Host, AFunctionOfALibraryIsFoundInTheLibrary)
 {
     const Library library(std::filesystem::path("msxml6.dll"));
     ASSERT_TRUE(library);
@@ -30,13 +30,13 @@ TEST(Host, AFunctionOfALibraryLiesInTheLibrary)
     EXPECT_EQ(library.function<void()>("NoSuchFunction"), nullptr);
 }
 
-TEST(Host, WhatLiesInNoModuleHasNoPath)
+TEST(Host, AnAddressOutsideOfAllModulesHasNoPath)
 {
     const auto onTheHeap = std::make_unique<int>();
     EXPECT_TRUE(modulePathOf(onTheHeap.get()).empty());
 }
 
-TEST(Host, ALibraryThatIsMissingIsEmptyAndShowsNoBox)
+TEST(Host, AMissingLibraryIsEmptyAndShowsNoMessageBox)
 {
     EXPECT_FALSE(Library(std::filesystem::path("C:\\none\\none.dll")));
     EXPECT_FALSE(Library());
@@ -70,7 +70,7 @@ TEST(Host, AnAutomationDateHoldsWholeSeconds)
 {
     const double seconds = utcNow() * 86400;
     EXPECT_NEAR(seconds, std::round(seconds), 1e-3);
-    EXPECT_GT(utcNow(), 45000.0); // in 2023
+    EXPECT_GT(utcNow(), 45000.0); // later than the start of 2023
     EXPECT_LT(std::abs(localNow() - utcNow()), 1.0);
     EXPECT_GE(localTime().year, 2023);
 }
@@ -82,7 +82,7 @@ TEST(Host, EveryCodeHasAText)
     EXPECT_EQ(systemMessage(static_cast<std::int32_t>(0xA1234567)), u"The error 0xA1234567 occurred.");
 }
 
-TEST(Host, TimesAndDatesHaveAForm)
+TEST(Host, TimesAndDatesAreFormatted)
 {
     const ClockTime time{2001, 2, 3, 14, 5, 6, 700};
     EXPECT_NE(timeText(time).find(u"05"), std::u16string::npos);

@@ -1,4 +1,4 @@
-// What has to be known of a JPEG file before the Windows Imaging Component sees it.
+// The outline of a JPEG file, which is checked before the Windows Imaging Component reads the file.
 #include "JpegFiles.h"
 
 #include "image.h"
@@ -20,7 +20,7 @@ std::string bytesOfKind(const JpegKind& kind)
 
 } // namespace
 
-TEST(JpegOutline, ItTellsMeasuresAndComponents)
+TEST(JpegOutline, TheSizeAndComponentsAreFound)
 {
     const std::pair<JpegKind, unsigned> kinds[] = {
         {{}, 3}, {{.progressive = true}, 3}, {{.grey = true}, 1}, {{.inks = true}, 4}, {{.inks = true, .adobe = true}, 4}};
@@ -35,14 +35,14 @@ TEST(JpegOutline, ItTellsMeasuresAndComponents)
     }
 }
 
-TEST(JpegOutline, AFileCutOffAnywhereHasNone)
+TEST(JpegOutline, ATruncatedFileHasNone)
 {
     const std::string bytes = bytesOfKind({.progressive = true});
     for (std::size_t length = 0; length < bytes.size(); ++length)
         ASSERT_FALSE(outlineOf(bytesOf(std::string_view(bytes).substr(0, length)))) << length;
 }
 
-TEST(JpegOutline, NonsenseHasNone)
+TEST(JpegOutline, AnInvalidFileHasNone)
 {
     const std::string frame("\xFF\xC0\x00\x0B\x08\x00\x01\x00\x01\x01\x00\x00\x00", 13), scan("\xFF\xDA\x00\x02", 4);
     EXPECT_TRUE(outlineOf(bytesOf("\xFF\xD8" + frame + scan + "data\xFF\xD9")));
@@ -50,11 +50,11 @@ TEST(JpegOutline, NonsenseHasNone)
     EXPECT_FALSE(outlineOf(bytesOf("\xFF\xD8" + scan + "\xFF\xD9"))) << "no frame";
     EXPECT_FALSE(outlineOf(bytesOf("\xFF\xD8" + frame + frame + scan + "\xFF\xD9"))) << "two frames";
     EXPECT_FALSE(outlineOf(bytesOf(std::string("\xFF\xD8\xFF\xC0\x00\x02\xFF\xD9", 8)))) << "a short frame";
-    EXPECT_FALSE(outlineOf(bytesOf(std::string("\xFF\xD8\xFF\xE0\x00\x01\xFF\xD9", 8)))) << "a length that leads back";
+    EXPECT_FALSE(outlineOf(bytesOf(std::string("\xFF\xD8\xFF\xE0\x00\x01\xFF\xD9", 8)))) << "a length below 2";
 }
 
-// A whole picture that only lacks its mark cannot be told from one that was cut off.
-TEST(JpegFileTest, APictureWithoutItsEndMarkIsNone)
+// Without the end mark, a complete picture cannot be distinguished from a truncated one.
+TEST(JpegFileTest, APictureWithoutItsEndMarkDoesNotLoad)
 {
     const mbtest::TestFolder folder;
     const std::string bytes = bytesOfKind({});

@@ -1,4 +1,4 @@
-// What the system's registry has beyond ours.
+// Behaviour of the Windows registry that ours lacks.
 #include "registry.h"
 
 #include "com.h"
@@ -8,7 +8,7 @@
 using platform::RegistryKey;
 using platform::Root;
 
-TEST(SystemRegistry, APathWithAVariableInItIsReadExpanded)
+TEST(SystemRegistry, AnEnvironmentVariableInAPathIsExpanded)
 {
     const mbtest::TestFolder folder;
     ASSERT_TRUE(platform::createKeyPath(Root::LocalMachine, u"Software\\A"));
