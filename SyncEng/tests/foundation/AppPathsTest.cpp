@@ -47,7 +47,7 @@ TEST_F(AppPaths, AnInstalledProgramIsFound)
     EXPECT_EQ(folder.read(folder.path() / "mb.exe"), "program");
 }
 
-TEST_F(AppPaths, AStaleEntryWhoseFolderRemainsCountsAndMakesTheFile)
+TEST_F(AppPaths, AStaleEntryWhoseFolderExistsIsFoundAndCreatesTheFile)
 {
     const fs::path file = folder.path() / "gone.exe";
     install(u"gone.exe", file);
@@ -55,7 +55,7 @@ TEST_F(AppPaths, AStaleEntryWhoseFolderRemainsCountsAndMakesTheFile)
     EXPECT_TRUE(fs::is_empty(file));
 }
 
-TEST_F(AppPaths, AStaleEntryWithoutAFolderDoesNotCount)
+TEST_F(AppPaths, AStaleEntryWithoutAFolderIsNotFound)
 {
     install(u"gone.exe", folder.path() / "gone" / "gone.exe");
     EXPECT_FALSE(FindAppPath(u"gone.exe", path));
@@ -75,14 +75,14 @@ TEST_F(AppPaths, APathOfMoreThan259CharactersIsNotRead)
     EXPECT_EQ(path, u"");
 }
 
-TEST_F(AppPaths, AProgramThatRunsAndThusCannotBeWrittenIsFound)
+TEST_F(AppPaths, ARunningProgramThatCannotBeWrittenIsFound)
 {
     const std::u16string file = install(u"mb.exe", platform::executablePath());
     EXPECT_TRUE(FindAppPath(u"mb.exe", path));
     EXPECT_EQ(path, file);
 }
 
-TEST_F(AppPaths, TheSearchTakesTheFirstNameThatHoldsTheTextAndOpens)
+TEST_F(AppPaths, TheSearchReturnsTheFirstMatchThatOpens)
 {
     install(u"agmwx.exe", folder.path() / "missing" / "agmwx.exe");
     const std::u16string file = install(u"xGMW9.exe");
@@ -90,7 +90,7 @@ TEST_F(AppPaths, TheSearchTakesTheFirstNameThatHoldsTheTextAndOpens)
     EXPECT_EQ(path, file);
 }
 
-TEST_F(AppPaths, OfTwoGoldMinesTheNewerIsTaken)
+TEST_F(AppPaths, OfTwoGoldMinesTheNewerIsFound)
 {
     install(u"gmw5.exe");
     const std::u16string newer = install(u"gmw7.exe");
@@ -98,7 +98,7 @@ TEST_F(AppPaths, OfTwoGoldMinesTheNewerIsTaken)
     EXPECT_EQ(path, newer);
 }
 
-TEST_F(AppPaths, OfAllGoldMinesTheNewestIsTaken)
+TEST_F(AppPaths, OfAllGoldMinesTheNewestIsFound)
 {
     for (const char16_t* exe : {u"gmw5.exe", u"gmw6.exe", u"gmw7.exe"}) {
         const std::u16string newest = install(exe);

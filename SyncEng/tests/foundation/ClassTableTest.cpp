@@ -25,32 +25,32 @@ protected:
 
 } // namespace
 
-TEST_F(ClassTable, AClassOfTheModuleIsMadeFromItsRow)
+TEST_F(ClassTable, AClassOfTheModuleIsCreatedFromTheTable)
 {
     EXPECT_EQ(createClass(knownClass, log), S_OK);
     ASSERT_TRUE(log);
     EXPECT_EQ(log->Flush(), E_NOTIMPL);
 }
 
-TEST_F(ClassTable, TheResultOfARowIsTheAnswer)
+TEST_F(ClassTable, TheResultOfTheTablesFunctionIsReturned)
 {
     EXPECT_EQ(createClass(otherClass, log), E_ACCESSDENIED);
     EXPECT_FALSE(log);
 }
 
-TEST_F(ClassTable, AClassOfNoRowIsAskedOfTheRuntime)
+TEST_F(ClassTable, AClassMissingInTheTableIsCreatedByTheRuntime)
 {
     const GUID unknown = com::newGuid();
     EXPECT_EQ(createClass(unknown, log), REGDB_E_CLASSNOTREG);
     EXPECT_FALSE(log);
 }
 
-TEST_F(ClassTable, AFakeStandsInFrontForAsLongAsItLives)
+TEST_F(ClassTable, AFakeReplacesAClassWhileItLives)
 {
     {
         const ClassOverride fake(fakeRows);
         EXPECT_EQ(createClass(knownClass, log), E_ACCESSDENIED);
-        EXPECT_EQ(createClass(otherClass, log), E_ACCESSDENIED); // still from the module's own rows
+        EXPECT_EQ(createClass(otherClass, log), E_ACCESSDENIED); // from the module's table
         {
             const ClassOverride inner(innerRows);
             EXPECT_EQ(createClass(knownClass, log), E_ABORT);
@@ -60,7 +60,7 @@ TEST_F(ClassTable, AFakeStandsInFrontForAsLongAsItLives)
     EXPECT_EQ(createClass(knownClass, log), S_OK);
 }
 
-TEST_F(ClassTable, AnObjectCanBeMadeInsideAnother)
+TEST_F(ClassTable, AnObjectCanBeAggregated)
 {
     com::Ptr<ILogFile> outer;
     ASSERT_EQ(createClass(knownClass, outer), S_OK);

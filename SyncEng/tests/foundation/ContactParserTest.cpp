@@ -31,20 +31,20 @@ TEST_F(ContactParserTest, WithoutAHostNothingIsParsed)
     EXPECT_EQ(mb::NormalizePhoneNumber(u"1 212 5551234", 0), u"");
 }
 
-TEST_F(ContactParserTest, ANumberThatIsNotSplitHasNoFormWhateverItsCountry)
+TEST_F(ContactParserTest, ANumberThatIsNotSplitIsNotNormalizedInAnyCountryMode)
 {
     for (const int countryMode : {0, 1, 2}) EXPECT_EQ(mb::NormalizePhoneNumber(u"1 212 5551234", countryMode), u"");
 }
 
-TEST_F(ContactParserTest, ATextWithAZeroInItIsNotCutOffThere)
+TEST_F(ContactParserTest, ATextWithAZeroCharacterIsNotParsed)
 {
     installHost();
     const ContactParser parser;
     EXPECT_TRUE(isEmpty(parser.ParsePhone(std::u16string_view(u"1 212 5551234\0 9", 16))));
-    EXPECT_EQ(parser.ParsePhone(u"1").extension, u"init parse "); // the library's first calls
+    EXPECT_EQ(parser.ParsePhone(u"1").extension, u"init parse "); // the library's first calls: it was not called before
 }
 
-TEST_F(ContactParserTest, EachNumberStartsTheLibraryParsesAndEndsIt)
+TEST_F(ContactParserTest, EachNumberInitialisesTheLibraryAndTerminatesIt)
 {
     installHost();
     const ContactParser parser;
@@ -61,7 +61,7 @@ TEST_F(ContactParserTest, AnEmptyPhoneCallsNothing)
     installHost();
     const ContactParser parser;
     EXPECT_TRUE(isEmpty(parser.ParsePhone(u"")));
-    EXPECT_EQ(parser.ParsePhone(u"1").extension, u"init parse "); // the library's first calls
+    EXPECT_EQ(parser.ParsePhone(u"1").extension, u"init parse "); // the library's first calls: it was not called before
 }
 
 TEST_F(ContactParserTest, ALibraryWithoutTheFunctionsParsesNothing)

@@ -1,5 +1,5 @@
-// A phone parsing library: the text before the first blank is the country, and so on; it writes its calls into the last field. A number
-// that begins with a star is not split.
+// A fake parser library: the text before the first blank becomes the country, and so on; the last field lists the calls. A number that
+// begins with a star is not split.
 #include <string>
 
 namespace {

@@ -1,4 +1,4 @@
-// Registers by leaving the folder it was called in where the test finds it.
+// A fake translator library: its registration stores the current folder in an environment variable for the test.
 #include "files.h"
 #include "host.h"
 

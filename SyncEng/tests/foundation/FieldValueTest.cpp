@@ -7,12 +7,12 @@
 
 using namespace mb;
 
-TEST(TrimFieldValue, BlanksAroundATextDoNotCountNorDoesCase)
+TEST(TrimFieldValue, BlanksAtBothEndsAreRemoved)
 {
     EXPECT_TRUE(platform::equalNoCase(TrimFieldValue(u"  Smith "), TrimFieldValue(u"sMITH")));
 }
 
-TEST(TrimFieldValue, ALineEndInFrontGoesAndALoneLineFeedTakesACharacterAlong)
+TEST(TrimFieldValue, ALeadingLineEndIsRemovedAndALoneLineFeedWithTheNextCharacter)
 {
     EXPECT_EQ(TrimFieldValue(u"\r\nabc"), u"abc");
     EXPECT_EQ(TrimFieldValue(u"\nabc"), u"bc");
@@ -20,9 +20,9 @@ TEST(TrimFieldValue, ALineEndInFrontGoesAndALoneLineFeedTakesACharacterAlong)
     EXPECT_EQ(TrimFieldValue(u"\n"), u"");
 }
 
-TEST(TrimFieldValue, ALineEndBehindGoes) { EXPECT_EQ(TrimFieldValue(u"abc\r\n"), u"abc"); }
+TEST(TrimFieldValue, ATrailingLineEndIsRemoved) { EXPECT_EQ(TrimFieldValue(u"abc\r\n"), u"abc"); }
 
-TEST(TrimFieldValue, ABlankInFrontOfTheLastLineEndStays) { EXPECT_EQ(TrimFieldValue(u"abc \r\n"), u"abc "); }
+TEST(TrimFieldValue, ABlankBeforeTheTrailingLineEndStays) { EXPECT_EQ(TrimFieldValue(u"abc \r\n"), u"abc "); }
 
 TEST(TrimFieldValue, TabsAndInnerBlanksStay)
 {
@@ -31,7 +31,7 @@ TEST(TrimFieldValue, TabsAndInnerBlanksStay)
     EXPECT_EQ(TrimFieldValue(u" \r\n "), u"");
 }
 
-TEST(PhoneNumber, AnExtensionAloneStandsAlone) { EXPECT_EQ(composePhoneNumber({u"", u"", u"", u"12"}, 0), u"12"); }
+TEST(PhoneNumber, AnExtensionAloneHasNoPrefix) { EXPECT_EQ(composePhoneNumber({u"", u"", u"", u"12"}, 0), u"12"); }
 
 TEST(PhoneNumber, AFullNumberHasAllParts)
 {
@@ -50,7 +50,7 @@ TEST(PrefixWebAddress, OnlyAWebPageWithoutASchemeGetsOne)
     EXPECT_EQ(PrefixWebAddress(u"x.org", ftLastName), u"x.org");
 }
 
-TEST(EscapeQuotes, EveryDoubleQuoteBecomesItsReference)
+TEST(EscapeQuotes, EveryDoubleQuoteBecomesAnEntity)
 {
     EXPECT_EQ(EscapeQuotes(u"a\"b\"\"c"), u"a&quot;b&quot;&quot;c");
     EXPECT_EQ(EscapeQuotes(u"it's"), u"it's");
@@ -70,7 +70,7 @@ TEST(TruncateText, ATextOfExactlyTheMaximumIsUnchanged)
     EXPECT_EQ(TruncateText(u"a", 0, false), u"");
 }
 
-TEST(CategoriesForDisplay, ABlankStandsBehindEachInnerComma)
+TEST(CategoriesForDisplay, ABlankFollowsEachInnerComma)
 {
     EXPECT_EQ(CategoriesForDisplay(u"a,b, c"), u"a, b, c");
     EXPECT_EQ(CategoriesForDisplay(u"a,b,"), u"a, b");
@@ -78,14 +78,14 @@ TEST(CategoriesForDisplay, ABlankStandsBehindEachInnerComma)
     EXPECT_EQ(CategoriesForDisplay(u"a, b"), u"a, b");
 }
 
-TEST(CategoriesForDisplay, ATrailingCommaAloneIsNoReplacement)
+TEST(CategoriesForDisplay, ATrailingCommaStaysWithoutAnotherChange)
 {
     EXPECT_EQ(CategoriesForDisplay(u"a,"), u"a,");
     EXPECT_EQ(CategoriesForDisplay(u"a, b,"), u"a, b,");
     EXPECT_EQ(CategoriesForDisplay(u","), u",");
 }
 
-TEST(CategoriesFromDisplay, ABlankBehindACommaGoes)
+TEST(CategoriesFromDisplay, ABlankBehindACommaIsRemoved)
 {
     EXPECT_EQ(CategoriesFromDisplay(u"a, b,c,  d"), u"a,b,c, d");
     EXPECT_EQ(CategoriesFromDisplay(CategoriesForDisplay(u"a,b")), u"a,b");

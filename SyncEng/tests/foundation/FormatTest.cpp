@@ -13,23 +13,23 @@ TEST(Format, FillsTextsAndNumbersInOrder)
     EXPECT_EQ(Format(u"%x", 0xBEEF), u"beef");
 }
 
-TEST(Format, AHexadecimalResultCodeHasItsOwnWidth) { EXPECT_EQ(Format(u"0x%x", std::int32_t(0x80004005)), u"0x80004005"); }
+TEST(Format, AHexadecimalResultCodeHas32Bits) { EXPECT_EQ(Format(u"0x%x", std::int32_t(0x80004005)), u"0x80004005"); }
 
-TEST(Format, AMissingArgumentLeavesNothing)
+TEST(Format, AMissingArgumentIsWrittenAsNothing)
 {
     EXPECT_EQ(Format(u"a %s b %d c"), u"a  b  c");
     EXPECT_EQ(Format(u"%s-%s", u"x"), u"x-");
 }
 
-TEST(Format, AnArgumentTooManyIsIgnored) { EXPECT_EQ(Format(u"%d", 1, 2, u"three"), u"1"); }
+TEST(Format, ASurplusArgumentIsIgnored) { EXPECT_EQ(Format(u"%d", 1, 2, u"three"), u"1"); }
 
-TEST(Format, AnArgumentOfAnotherKindIsWrittenAsItIs)
+TEST(Format, AnArgumentOfAnotherTypeIsWrittenInItsOwnForm)
 {
     EXPECT_EQ(Format(u"%s", 5), u"5");
     EXPECT_EQ(Format(u"%d", u"five"), u"five");
 }
 
-TEST(Format, PercentSignsThatAreNoDirectiveStay)
+TEST(Format, OtherPercentSignsStay)
 {
     EXPECT_EQ(Format(u"100%", 1), u"100%");
     EXPECT_EQ(Format(u"50%% of %d", 8), u"50% of 8");
@@ -39,21 +39,21 @@ TEST(Format, PercentSignsThatAreNoDirectiveStay)
 
 TEST(Format, DirectivesInAnArgumentAreText) { EXPECT_EQ(Format(u"%s %d", u"%s%d%n", 3), u"%s%d%n 3"); }
 
-TEST(FormatStrings, ReplacesEachPlaceByTheNextText)
+TEST(FormatStrings, ReplacesEachPlaceholderByTheNextText)
 {
     EXPECT_EQ(FormatStrings(u"%s and %s", u"one", std::u16string(u"two")), u"one and two");
     EXPECT_EQ(FormatStrings(u"no place", u"one"), u"no place");
 }
 
-TEST(FormatStrings, ATextTooManyIsIgnoredAndAPlaceTooManyStays)
+TEST(FormatStrings, ASurplusTextIsIgnoredAndASurplusPlaceholderStays)
 {
     EXPECT_EQ(FormatStrings(u"%s", u"one", u"two"), u"one");
     EXPECT_EQ(FormatStrings(u"%s %s", u"one"), u"one %s");
 }
 
-TEST(FormatStrings, APlaceInsideATextIsText) { EXPECT_EQ(FormatStrings(u"%s|%s", u"%s", u"two"), u"%s|two"); }
+TEST(FormatStrings, APlaceholderInsideATextIsText) { EXPECT_EQ(FormatStrings(u"%s|%s", u"%s", u"two"), u"%s|two"); }
 
-TEST(FormatStrings, ALongValueIsNotCut)
+TEST(FormatStrings, ALongTextIsNotCut)
 {
     const std::u16string longValue(100'000, u'x');
     EXPECT_EQ(FormatStrings(u"<%s>", longValue), u"<" + longValue + u">");

@@ -10,14 +10,14 @@ bool isOrdered(const GUID& low, const GUID& high) { return mb::GuidLess{}(low, h
 
 } // namespace
 
-TEST(GuidLess, TheNumberPartsCountFirstAndAreUnsigned)
+TEST(GuidLess, TheNumericPartsCompareFirstAndUnsigned)
 {
     EXPECT_TRUE(isOrdered({0x7FFFFFFF, 0xFFFF, 0xFFFF, {0xFF}}, {0x80000000, 0, 0, {}}));
     EXPECT_TRUE(isOrdered({0, 0x7FFF, 0xFFFF, {0xFF}}, {0, 0x8000, 0, {}}));
     EXPECT_TRUE(isOrdered({0, 0, 0x7FFF, {0xFF}}, {0, 0, 0x8000, {}}));
 }
 
-TEST(GuidLess, ThenTheBytesInTheirOrder)
+TEST(GuidLess, TheLastBytesCompareInOrder)
 {
     EXPECT_TRUE(isOrdered({0, 0, 0, {0x7F, 0xFF}}, {0, 0, 0, {0x80, 0}}));
     EXPECT_TRUE(isOrdered({0, 0, 0, {0, 0, 0, 0, 0, 0, 0, 1}}, {0, 0, 0, {0, 0, 0, 0, 0, 0, 0, 2}}));

@@ -39,7 +39,7 @@ protected:
 
 } // namespace
 
-TEST_F(ImageValueTest, WithoutForceAnEmptyValueOrOneFormIsLeftAlone)
+TEST_F(ImageValueTest, WithoutForceAnEmptyValueOrEqualFormsAreUnchanged)
 {
     com::Variant none;
     EXPECT_EQ(ConvertImageValue(none, capDIBImage, capBMPFile, false), -1);
@@ -48,21 +48,21 @@ TEST_F(ImageValueTest, WithoutForceAnEmptyValueOrOneFormIsLeftAlone)
     EXPECT_EQ(path.text(), u"/no/such/file");
 }
 
-TEST_F(ImageValueTest, WithForceAnEmptyValueHasNothingToReport)
+TEST_F(ImageValueTest, WithForceAnEmptyValueReturnsZero)
 {
     com::Variant none(u"");
     EXPECT_EQ(ConvertImageValue(none, capDIBImage, capDIBImage, true), 0);
     EXPECT_EQ(none.text(), u"");
 }
 
-TEST_F(ImageValueTest, ABitmapForABitmapStaysAndIsMeasured)
+TEST_F(ImageValueTest, ABitmapForABitmapIsUnchangedAndItsSizeReturned)
 {
     com::Variant value(picture);
     EXPECT_EQ(ConvertImageValue(value, capDIBImage, capDIBImage | capBMPFile, true), pictureBytes);
     EXPECT_EQ(value.text(), picture);
 }
 
-TEST_F(ImageValueTest, AFileForAFileOfItsFormIsMeasuredAndLeftAlone)
+TEST_F(ImageValueTest, AFileForTheSameFormIsUnchangedAndItsSizeReturned)
 {
     for (const ULONG form : {ULONG{capBMPFile}, ULONG{capJPEGFile}}) {
         com::Variant value = form == capBMPFile ? bmp() : jpeg();
@@ -75,7 +75,7 @@ TEST_F(ImageValueTest, AFileForAFileOfItsFormIsMeasuredAndLeftAlone)
     EXPECT_EQ(missing.text(), u"/no/such/file");
 }
 
-TEST_F(ImageValueTest, AJpegFileBecomesABitmapAndIsGoneAfterwards)
+TEST_F(ImageValueTest, AJpegFileBecomesABitmapAndIsDeleted)
 {
     com::Variant value = jpeg();
     EXPECT_EQ(ConvertImageValue(value, capJPEGFile, capDIBImage, true), pictureBytes);
@@ -107,13 +107,13 @@ TEST_F(ImageValueTest, ABitmapBecomesABmpFile)
     EXPECT_EQ(platform::loadImage(pathIn(value)), picture);
 }
 
-TEST_F(ImageValueTest, WithoutForceTheSizeOfAWrittenFileIsNotTold)
+TEST_F(ImageValueTest, WithoutForceTheSizeOfAWrittenFileIsNotReturned)
 {
     com::Variant value(picture);
     EXPECT_EQ(ConvertImageValue(value, capDIBImage, capJPEGFile, false), 0);
     EXPECT_TRUE(fs::exists(pathIn(value)));
     com::Variant file2 = bmp();
-    EXPECT_EQ(ConvertImageValue(file2, capBMPFile, capJPEGFile, false), pictureBytes) << "that of the bitmap between";
+    EXPECT_EQ(ConvertImageValue(file2, capBMPFile, capJPEGFile, false), pictureBytes) << "the size of the intermediate bitmap";
 }
 
 TEST_F(ImageValueTest, EightBitsHaveATableOf1024BytesAndTwentyFourHaveNone)
@@ -126,7 +126,7 @@ TEST_F(ImageValueTest, EightBitsHaveATableOf1024BytesAndTwentyFourHaveNone)
     }
 }
 
-TEST_F(ImageValueTest, AnUnreadableSourceFileGivesAnEmptyValue)
+TEST_F(ImageValueTest, AnInvalidSourceFileGivesAnEmptyValue)
 {
     mbtest::writeBytes(file, "no picture");
     for (const ULONG target : {ULONG{capDIBImage}, ULONG{capBMPFile}}) {
@@ -140,7 +140,7 @@ TEST_F(ImageValueTest, AnUnreadableSourceFileGivesAnEmptyValue)
     }
 }
 
-TEST_F(ImageValueTest, AFileThatCannotBeReadStaysWhereItIs)
+TEST_F(ImageValueTest, AFileThatCannotBeReadIsKept)
 {
     mbtest::writeBytes(file, "no picture");
     for (const ULONG target : {ULONG{capDIBImage}, ULONG{capBMPFile}})
@@ -151,7 +151,7 @@ TEST_F(ImageValueTest, AFileThatCannotBeReadStaysWhereItIs)
         }
 }
 
-TEST_F(ImageValueTest, BytesThatAreNoBitmapGiveAnEmptyValueAndNoFile)
+TEST_F(ImageValueTest, AnInvalidBitmapGivesAnEmptyValueAndNoFile)
 {
     com::Variant value(u"these are no pixels, however many of them there are");
     EXPECT_EQ(ConvertImageValue(value, capDIBImage, capJPEGFile, true), 0);
@@ -161,14 +161,14 @@ TEST_F(ImageValueTest, BytesThatAreNoBitmapGiveAnEmptyValueAndNoFile)
     for (const auto& entry : fs::directory_iterator(data)) EXPECT_NE(entry.path().extension(), ".JPG");
 }
 
-TEST_F(ImageValueTest, ABitmapOnBothSidesIsMeasuredThoughBothTakeFilesToo)
+TEST_F(ImageValueTest, ABitmapForABitmapIsUnchangedEvenIfBothSidesAlsoTakeFiles)
 {
     com::Variant value(picture);
     EXPECT_EQ(ConvertImageValue(value, capDIBImage | capBMPFile, capDIBImage | capBMPFile, true), pictureBytes);
     EXPECT_EQ(value.text(), picture);
 }
 
-TEST_F(ImageValueTest, WithoutADataFolderTheBitmapStaysAsItIs)
+TEST_F(ImageValueTest, WithoutADataFolderTheBitmapIsUnchanged)
 {
     folder.write("data/Zorel", "a file is in the way");
     mbtest::setText(platform::Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath",
@@ -181,7 +181,7 @@ TEST_F(ImageValueTest, WithoutADataFolderTheBitmapStaysAsItIs)
     EXPECT_EQ(from.text(), picture);
 }
 
-TEST_F(ImageValueTest, ANameInUseIsTakenOver)
+TEST_F(ImageValueTest, AnExistingFileIsReplaced)
 {
     fs::path data;
     ASSERT_EQ(mb::GetUserDataFolder(data), S_OK);
@@ -195,7 +195,7 @@ TEST_F(ImageValueTest, ANameInUseIsTakenOver)
     EXPECT_EQ(platform::loadImage(used), picture);
 }
 
-TEST_F(ImageValueTest, AFileForATargetWithoutAFormOfItsOwnBecomesABitmap)
+TEST_F(ImageValueTest, AFileForATargetWithoutAnyFormBecomesABitmap)
 {
     com::Variant value = bmp();
     EXPECT_EQ(ConvertImageValue(value, capBMPFile, 0, true), pictureBytes);

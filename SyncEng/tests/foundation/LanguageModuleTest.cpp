@@ -25,7 +25,7 @@ protected:
     {
         mbtest::setText(Root::LocalMachine, u"Software\\Zorel\\MBSyncEng", u"InstallPath", platform::textOf(install));
     }
-    // The host as App Paths know it, with a module beside it.
+    // Installs a host through App Paths, with a language module in its folder.
     void putHostIn(const std::string& name) const
     {
         folder.write(name + "/mb.exe", "program");
@@ -72,12 +72,12 @@ TEST_F(LanguageModule, TheModuleOfTheInstallationReplacesTheTextsItHas)
     writeModule("install/locale/de", {{112, u"Hinzuf\u00FCgen"}, {165, u"Begonnen %s\n\\\t"}});
     EXPECT_EQ(loadedText(Text::ActionAdd), u"Hinzuf\u00FCgen");
     EXPECT_EQ(LoadText(Text::LogStarted), u"Begonnen %s\n\\\t");
-    EXPECT_EQ(LoadText(Text::ActionChange), u"Change"); // the module lacks it
+    EXPECT_EQ(LoadText(Text::ActionChange), u"Change"); // missing in the module
     FreeLocalizedModule();
     EXPECT_EQ(LoadText(Text::ActionAdd), u"Add");
 }
 
-TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeDoNotCount)
+TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeAreIgnored)
 {
     installIn(folder.path() / "install");
     writeModule("install/locale/de", {{112, u"Hinzu"}});
@@ -87,7 +87,7 @@ TEST_F(LanguageModule, BlanksAndLineEndsAroundTheCodeDoNotCount)
     }
 }
 
-TEST_F(LanguageModule, ALanguageOfTheMachineAloneIsHonoured)
+TEST_F(LanguageModule, TheMachinesLanguageIsUsedWithoutAUserSetting)
 {
     setLanguage(u"de", Root::LocalMachine);
     installIn(folder.path() / "install");
@@ -96,7 +96,7 @@ TEST_F(LanguageModule, ALanguageOfTheMachineAloneIsHonoured)
     EXPECT_EQ(loadedText(Text::ActionAdd), u"Hinzu");
 }
 
-TEST_F(LanguageModule, TheKeyOfTheUserHidesThatOfTheMachineEvenWithoutTheValue)
+TEST_F(LanguageModule, TheUsersKeyHidesTheMachinesKeyEvenWithoutTheValue)
 {
     setLanguage(u"de", Root::LocalMachine);
     mbtest::setText(Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"LocaleDir", u"Sprache");
@@ -104,7 +104,7 @@ TEST_F(LanguageModule, TheKeyOfTheUserHidesThatOfTheMachineEvenWithoutTheValue)
     EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
 }
 
-TEST_F(LanguageModule, AnInstallationWithoutTheModuleIsNotHelpedByTheHostsFolder)
+TEST_F(LanguageModule, AnInstallationWithoutTheModuleDoesNotFallBackToTheHostsFolder)
 {
     setLanguage(u"de");
     putHostIn("host");
@@ -112,7 +112,7 @@ TEST_F(LanguageModule, AnInstallationWithoutTheModuleIsNotHelpedByTheHostsFolder
     EXPECT_EQ(loadedText(Text::ActionAdd), u"Add");
 }
 
-TEST_F(LanguageModule, WithoutAnInstallationTheModuleBesideTheHostIsTaken)
+TEST_F(LanguageModule, WithoutAnInstallationTheModuleInTheHostsFolderIsUsed)
 {
     setLanguage(u"de");
     putHostIn("Host");
@@ -128,7 +128,7 @@ TEST_F(LanguageModule, AHostOfAnotherNameHasNoModule)
     EXPECT_TRUE(LocalizedModulePath(u"mbsync.dat").empty());
 }
 
-TEST_F(LanguageModule, ACodeIsNoWayOutOfTheFolder)
+TEST_F(LanguageModule, ACodeCannotLeaveTheFolder)
 {
     installIn(folder.path() / "install");
     for (const auto* code : {u"..", u"../../etc", u"a\\b"}) {
@@ -137,7 +137,7 @@ TEST_F(LanguageModule, ACodeIsNoWayOutOfTheFolder)
     }
 }
 
-TEST_F(LanguageModule, TheHelpFolderIsThatOfTheLanguageBelowTheHost)
+TEST_F(LanguageModule, TheHelpFolderIsTheLanguagesFolderBelowTheHost)
 {
     const std::u16string separator(1, static_cast<char16_t>(fs::path::preferred_separator));
     const std::u16string hostFolder = separator + u"opt" + separator + u"mirabook" + separator;

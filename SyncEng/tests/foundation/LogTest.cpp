@@ -33,7 +33,7 @@ protected:
     }
     void open(DWORD limit = 1024) const { OpenLog(file, limit); }
     std::string text() const { return folder.read(file); }
-    // What stands behind the header.
+    // The text after the header.
     std::string lines() const
     {
         std::smatch header;
@@ -73,7 +73,7 @@ TEST_F(Log, TheHeaderNamesTheDateFirstAndThenTheTime)
     }
 }
 
-TEST_F(Log, ALineWithoutASharedBitIsNotWrittenButTheHeaderIs)
+TEST_F(Log, ALineWithoutASharedBitWritesOnlyTheHeader)
 {
     open();
     WriteLogText(logEnumeration, u"diagnostics");
@@ -82,7 +82,7 @@ TEST_F(Log, ALineWithoutASharedBitIsNotWrittenButTheHeaderIs)
     EXPECT_EQ(lines(), "failure\r\n");
 }
 
-TEST_F(Log, ALevelOf16WritesTheDiagnosticsAndTheHeaderAndNoProgress)
+TEST_F(Log, Level16WritesDiagnosticsAndNoProgress)
 {
     LogLevelMask = 16;
     open();
@@ -92,7 +92,7 @@ TEST_F(Log, ALevelOf16WritesTheDiagnosticsAndTheHeaderAndNoProgress)
     EXPECT_EQ(lines(), "diagnostics\r\nalways\r\n");
 }
 
-TEST_F(Log, ALevelOf0WritesNothingAtAll)
+TEST_F(Log, Level0WritesNothing)
 {
     LogLevelMask = 0;
     open();
@@ -102,7 +102,7 @@ TEST_F(Log, ALevelOf0WritesNothingAtAll)
     EXPECT_EQ(text(), "");
 }
 
-TEST_F(Log, AWriteBeforeTheLogIsOpenLosesTheHeaderOfTheProcess)
+TEST_F(Log, AWriteBeforeTheLogIsOpenLosesTheHeader)
 {
     WriteLogText(logProgress, u"lost");
     open();
@@ -110,7 +110,7 @@ TEST_F(Log, AWriteBeforeTheLogIsOpenLosesTheHeaderOfTheProcess)
     EXPECT_EQ(text(), "line\r\n");
 }
 
-TEST_F(Log, ClosingWritesTheFooterOnlyIfSomethingWasTried)
+TEST_F(Log, ClosingWritesTheFooterOnlyAfterAWriteWasAttempted)
 {
     open();
     CloseLog();
@@ -125,7 +125,7 @@ TEST_F(Log, ClosingWritesTheFooterOnlyIfSomethingWasTried)
     EXPECT_EQ(text(), before);
 }
 
-TEST_F(Log, AnOpenLogGoesOnAtItsEnd)
+TEST_F(Log, AnOpenedLogIsAppendedTo)
 {
     folder.write("MBSync.log", "earlier\r\n");
     open();
@@ -134,13 +134,13 @@ TEST_F(Log, AnOpenLogGoesOnAtItsEnd)
     EXPECT_FALSE(fs::exists(rolled));
 }
 
-TEST_F(Log, ALogOfExactlyTheLimitIsRolledAndOneByteLessIsNot)
+TEST_F(Log, ALogOfExactlyTheLimitIsRolledAndAShorterOneIsNot)
 {
     folder.write("MBSync.log", std::string(2047, 'a'));
     open(2);
     EXPECT_FALSE(fs::exists(rolled));
     EXPECT_EQ(text().size(), 2047u);
-    CloseLog(); // while it is open, a system may let no one else write it
+    CloseLog(); // Windows locks an open log
     folder.write("MBSync.log", std::string(2048, 'b'));
     open(2);
     EXPECT_EQ(folder.read(rolled), std::string(2048, 'b'));
@@ -169,14 +169,14 @@ TEST_F(Log, ALogThatCannotBeCopiedIsNotEmptied)
     EXPECT_THAT(text(), HasSubstr("on it goes"));
 }
 
-TEST_F(Log, ALimitIsTakenIn32Bits)
+TEST_F(Log, TheLimitHas32Bits)
 {
     folder.write("MBSync.log", "x");
-    open(0x00400000); // 2 to the power of 32 bytes: nothing is left of it
+    open(0x00400000); // 2^32 bytes: 0 in 32 bits
     EXPECT_EQ(folder.read(rolled), "x");
 }
 
-TEST_F(Log, ALogThatCannotBeOpenedIsSilent)
+TEST_F(Log, ALogThatCannotBeOpenedIsIgnored)
 {
     OpenLog(folder.path() / "missing" / "MBSync.log", 1024);
     WriteLogText(logProgress, u"line");
@@ -184,7 +184,7 @@ TEST_F(Log, ALogThatCannotBeOpenedIsSilent)
     EXPECT_FALSE(fs::exists(folder.path() / "missing"));
 }
 
-TEST_F(Log, ALineOfWiderCharactersLosesAsManyBytesAsItHasMoreThanCharacters)
+TEST_F(Log, ALineWithMultiByteCharactersIsCutToItsNumberOfCharacters)
 {
     open();
     WriteLogText(logProgress, u"\u00E4\u00F6x");
@@ -198,7 +198,7 @@ TEST_F(Log, AVeryLongLineIsCut)
     EXPECT_EQ(lines(), std::string(32767, 'x') + "\r\n");
 }
 
-TEST_F(Log, CharactersThatSteerATerminalAreQuestionMarks)
+TEST_F(Log, ControlCharactersBecomeQuestionMarks)
 {
     open();
     WriteLogText(logProgress, u"\tRecord: %s", u"\u001B[2J\u0007\u009B31m\u202Egnp.exe\u007F\b");
@@ -206,7 +206,7 @@ TEST_F(Log, CharactersThatSteerATerminalAreQuestionMarks)
     EXPECT_EQ(lines(), "\tRecord: ?[2J??31m?gnp.exe??\r\n\r\r\n");
 }
 
-TEST_F(Log, TextOfOthersIsOneLineThatSteersNoTerminal)
+TEST_F(Log, TextOfPlugInsIsOneHarmlessLine)
 {
     const auto log = com::make<CLogFile>();
     open();
@@ -216,7 +216,7 @@ TEST_F(Log, TextOfOthersIsOneLineThatSteersNoTerminal)
     EXPECT_EQ(written.find('\x1B'), std::string::npos) << written;
 }
 
-TEST_F(Log, TextOfOthersGoesInAtLevel8AsAFormat)
+TEST_F(Log, TextOfPlugInsIsWrittenAtLevel8AsAFormat)
 {
     const auto log = com::make<CLogFile>();
     open();
@@ -228,7 +228,7 @@ TEST_F(Log, TextOfOthersGoesInAtLevel8AsAFormat)
     EXPECT_EQ(lines(), "plug-in\r\n50% of %n\r\n\r\n");
 }
 
-TEST_F(Log, TheOtherMethodsOfILogFileAreNotImplementedAndChangeNothing)
+TEST_F(Log, TheOtherMethodsOfILogFileAreNotImplemented)
 {
     const auto log = com::make<CLogFile>();
     open();

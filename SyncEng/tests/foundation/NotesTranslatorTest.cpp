@@ -47,9 +47,9 @@ TEST_F(NotesTranslator, AnEmptySearchPathBecomesTheFolderAlone)
     EXPECT_EQ(platform::environment(u"PATH"), u"/opt/notes");
 }
 
-TEST_F(NotesTranslator, WithoutAHostOnlyTheBareNameIsKnown) { EXPECT_EQ(RegisterNotesTranslator(), name); }
+TEST_F(NotesTranslator, WithoutAHostOnlyTheFileNameIsReturned) { EXPECT_EQ(RegisterNotesTranslator(), name); }
 
-TEST_F(NotesTranslator, TheLibraryBesideTheHostRegistersItselfFromThere)
+TEST_F(NotesTranslator, TheLibraryIsRegisteredInTheHostsFolder)
 {
     const std::u16string host = platform::utf16(FAKE_HOST_FOLDER);
     mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", host + u"/mb");
@@ -61,7 +61,7 @@ TEST_F(NotesTranslator, TheLibraryBesideTheHostRegistersItselfFromThere)
     EXPECT_EQ(fs::current_path(), before);
 }
 
-TEST_F(NotesTranslator, AMissingLibraryStillGivesItsPath)
+TEST_F(NotesTranslator, ThePathOfAMissingLibraryIsReturned)
 {
     mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Main", u"Path", u"/missing/mb");
     EXPECT_EQ(RegisterNotesTranslator(), u"/missing/" + name);

@@ -22,7 +22,7 @@ protected:
 
 } // namespace
 
-TEST_F(Paths, AFolderIsMadeOneLevelDeepAndOnlyIfAskedFor)
+TEST_F(Paths, AFolderIsCreatedOneLevelDeepAndOnlyOnRequest)
 {
     const fs::path one = folder.path() / "one";
     EXPECT_EQ(EnsureFolder(one, false), E_FAIL);
@@ -32,13 +32,13 @@ TEST_F(Paths, AFolderIsMadeOneLevelDeepAndOnlyIfAskedFor)
     EXPECT_EQ(EnsureFolder(one, false), S_OK);
 }
 
-TEST_F(Paths, AFileIsNoFolder)
+TEST_F(Paths, AFileDoesNotCountAsAFolder)
 {
     folder.write("file", "x");
     EXPECT_EQ(EnsureFolder(folder.path() / "file", true), E_FAIL);
 }
 
-TEST_F(Paths, TheUserDataFolderIsMade)
+TEST_F(Paths, TheUserDataFolderIsCreated)
 {
     fs::path found;
     EXPECT_EQ(GetUserDataFolder(found), S_OK);
@@ -46,7 +46,7 @@ TEST_F(Paths, TheUserDataFolderIsMade)
     EXPECT_TRUE(fs::is_directory(found));
 }
 
-TEST_F(Paths, WithoutAnApplicationDataFolderTheLegacyOneServes)
+TEST_F(Paths, WithoutAnApplicationDataFolderTheLegacyFolderIsUsed)
 {
     folder.write("data/Zorel", "a file is in the way");
     installIn(folder.path());
@@ -56,7 +56,7 @@ TEST_F(Paths, WithoutAnApplicationDataFolderTheLegacyOneServes)
     EXPECT_TRUE(fs::is_directory(found));
 }
 
-TEST_F(Paths, ALegacyFolderIsNotMadeUnlessAskedFor)
+TEST_F(Paths, ALegacyFolderIsCreatedOnlyOnRequest)
 {
     installIn(folder.path());
     fs::path found;
@@ -73,7 +73,7 @@ TEST_F(Paths, ALegacyFolderBelowAMissingInstallationIsAFailure)
     EXPECT_EQ(GetLegacyUserFolder(found, true), E_FAIL);
 }
 
-TEST_F(Paths, FilesMoveAndReplaceWhatIsThere)
+TEST_F(Paths, MovedFilesReplaceExistingFiles)
 {
     folder.write("from/a.xml", "new a");
     folder.write("from/b.xml", "new b");
@@ -94,7 +94,7 @@ TEST_F(Paths, FoldersThatDifferOnlyInCaseAreOneAndNothingMoves)
     fs::create_directories(folder.path() / "FROM");
     MoveFolderFiles(folder.path() / "from", folder.path() / "FROM");
     EXPECT_TRUE(fs::exists(folder.path() / "from/a.xml"));
-    const bool same = fs::equivalent(folder.path() / "from", folder.path() / "FROM"); // as the system sees it
+    const bool same = fs::equivalent(folder.path() / "from", folder.path() / "FROM"); // depends on the file system
     EXPECT_EQ(fs::exists(folder.path() / "FROM/a.xml"), same);
 }
 

@@ -57,7 +57,7 @@ protected:
 
 } // namespace
 
-TEST_F(StartUp, RemovesWhatKilledRunsLeftMoreThanADayAgoAndNothingElse)
+TEST_F(StartUp, RemovesOnlyTemporaryFilesOlderThanADay)
 {
     const auto now = fs::file_time_type::clock::now();
     const auto put = [&](const std::string& name, int hours) {
@@ -71,12 +71,12 @@ TEST_F(StartUp, RemovesWhatKilledRunsLeftMoreThanADayAgoAndNothingElse)
     put(".mbsync-1123456789abcdef.tmp", 23);
     for (const std::string& other : others) put(other, 1000);
     fs::create_directory(folder.data() / ".mbsync-2123456789abcdef.tmp");
-    std::error_code ignored; // Windows sets no date of a folder
+    std::error_code ignored; // Windows cannot set a folder's date here
     fs::last_write_time(folder.data() / ".mbsync-2123456789abcdef.tmp", now - std::chrono::hours(1000), ignored);
     start();
     EXPECT_FALSE(exists(".mbsync-0123456789abcdef.tmp"));
     EXPECT_FALSE(exists("MBSync.xml.fedcba9876543210.tmp"));
-    EXPECT_TRUE(exists(".mbsync-1123456789abcdef.tmp")) << "it may be that of a run at work";
+    EXPECT_TRUE(exists(".mbsync-1123456789abcdef.tmp")) << "it may belong to a running process";
     EXPECT_TRUE(exists(".mbsync-2123456789abcdef.tmp"));
     for (const std::string& other : others) EXPECT_TRUE(exists(other.c_str())) << other;
 }
@@ -94,7 +94,7 @@ TEST_F(StartUp, TheFirstStartWritesTheSettingsAndOpensLogAndStore)
     EXPECT_THAT(opened, ElementsAre("MBSync.xml")); // only once
 }
 
-TEST_F(StartUp, SettingsOfTheUserAreTaken)
+TEST_F(StartUp, TheUsersSettingsAreUsed)
 {
     mbtest::setNumber(Root::CurrentUser, settingsKey, u"LoggingLevel", 17);
     mbtest::setNumber(Root::CurrentUser, settingsKey, u"MaxLogFileSize", 1);
@@ -104,7 +104,7 @@ TEST_F(StartUp, SettingsOfTheUserAreTaken)
     EXPECT_TRUE(exists("MBSync.old.log"));
 }
 
-TEST_F(StartUp, ASettingOfTheWrongKindIsReplacedInTheRegistryToo)
+TEST_F(StartUp, ASettingOfTheWrongTypeIsReplacedInTheRegistry)
 {
     mbtest::setText(Root::CurrentUser, settingsKey, u"LoggingLevel", u"16");
     mbtest::setNumber(Root::CurrentUser, settingsKey, u"MaxLogFileSize", 7);
@@ -114,7 +114,7 @@ TEST_F(StartUp, ASettingOfTheWrongKindIsReplacedInTheRegistryToo)
     EXPECT_EQ(setting(u"LoggingLevel"), 15u);
 }
 
-TEST_F(StartUp, ALevelOf0OpensNoLogAndNothingIsWritten)
+TEST_F(StartUp, Level0OpensNoLog)
 {
     mbtest::setNumber(Root::CurrentUser, settingsKey, u"LoggingLevel", 0);
     start();
@@ -126,7 +126,7 @@ TEST_F(StartUp, ALevelOf0OpensNoLogAndNothingIsWritten)
     EXPECT_EQ(setting(u"LoggingLevel"), 0u);
 }
 
-TEST_F(StartUp, ARegistryThatRefusesTurnsTheLogOffAndTheRestGoesOn)
+TEST_F(StartUp, AReadOnlyRegistryTurnsTheLogOffAndStartUpContinues)
 {
     folder.refuseRegistry();
     start();
@@ -135,7 +135,7 @@ TEST_F(StartUp, ARegistryThatRefusesTurnsTheLogOffAndTheRestGoesOn)
     EXPECT_TRUE(module.started());
 }
 
-TEST_F(StartUp, WithoutADataFolderTheStepStopsAndIsTriedAgain)
+TEST_F(StartUp, WithoutADataFolderStartUpFailsAndIsRetried)
 {
     folder.write("data/Zorel", "a file is in the way");
     mbtest::setText(Root::LocalMachine, settingsKey, u"InstallPath", platform::textOf(folder.path() / "missing"));
@@ -158,7 +158,7 @@ TEST_F(StartUp, FilesOfEarlierVersionsMoveIntoTheDataFolder)
     EXPECT_TRUE(fs::is_empty(legacy));
 }
 
-TEST_F(StartUp, TheToolsConfigurationSeedsThatOfTheHost)
+TEST_F(StartUp, TheToolsConfigurationBecomesTheHostsFirstOne)
 {
     folder.write("data/Zorel/MBSync/MBookCfg.xml", "tool");
     start();
@@ -166,7 +166,7 @@ TEST_F(StartUp, TheToolsConfigurationSeedsThatOfTheHost)
     EXPECT_EQ(read("MBookCfg.xml"), "tool");
 }
 
-TEST_F(StartUp, TheToolsConfigurationOfAnEarlierVersionSeedsThatOfTheHostToo)
+TEST_F(StartUp, TheToolsConfigurationOfAnEarlierVersionBecomesTheHostsFirstOne)
 {
     mbtest::setText(Root::LocalMachine, settingsKey, u"InstallPath", platform::textOf(folder.path()));
     const fs::path legacy = folder.path() / "MBSync" / platform::pathOf(platform::userName());
@@ -184,7 +184,7 @@ TEST_F(StartUp, TheHostsConfigurationIsNotOverwrittenByTheTools)
     EXPECT_EQ(read("MBSync.xml"), "host");
 }
 
-TEST_F(StartUp, WithTheToolAsHostItsOwnFilesServeAndTheOthersAreLeftAlone)
+TEST_F(StartUp, TheToolAsHostUsesOnlyItsOwnFiles)
 {
     folder.write("data/Zorel/MBSync/MBookCfg.xml", "tool");
     folder.write("data/Zorel/MBSync/MBSync.xml", "host");
@@ -195,14 +195,14 @@ TEST_F(StartUp, WithTheToolAsHostItsOwnFilesServeAndTheOthersAreLeftAlone)
     EXPECT_EQ(read("MBSync.xml"), "host");
 }
 
-TEST_F(StartUp, WithTheToolAsHostTheHostsConfigurationIsNotMade)
+TEST_F(StartUp, TheToolAsHostDoesNotCreateTheHostsConfiguration)
 {
     folder.write("data/Zorel/MBSync/MBookCfg.xml", "tool");
     start(S_OK, "/opt/mbsynccfg");
     EXPECT_FALSE(exists("MBSync.xml"));
 }
 
-TEST_F(StartUp, TheToolIsKnownByItsNameAnywhereInThePathInAnyCase)
+TEST_F(StartUp, TheToolIsRecognisedByItsNameInThePathInAnyCase)
 {
     EXPECT_TRUE(hostIsConfigurationTool("C:\\x\\mbsynccfg.exe"));
     EXPECT_TRUE(hostIsConfigurationTool("C:\\x\\MBSyncCfg.Exe"));
@@ -213,7 +213,7 @@ TEST_F(StartUp, TheToolIsKnownByItsNameAnywhereInThePathInAnyCase)
     EXPECT_FALSE(hostIsConfigurationTool(""));
 }
 
-TEST_F(StartUp, AStoreThatDoesNotOpenIsLoggedAndTriedAgain)
+TEST_F(StartUp, AStoreThatDoesNotOpenIsLoggedAndRetried)
 {
     start(E_FAIL);
     EXPECT_FALSE(module.started());
@@ -224,7 +224,7 @@ TEST_F(StartUp, AStoreThatDoesNotOpenIsLoggedAndTriedAgain)
     EXPECT_THAT(opened, ElementsAre("MBSync.xml", "MBSync.xml"));
 }
 
-TEST_F(StartUp, AFailedStartRepeatsTheRollingOfTheLog)
+TEST_F(StartUp, ARetriedStartRollsTheLogAgain)
 {
     start(E_FAIL);
     mbtest::setNumber(Root::CurrentUser, settingsKey, u"MaxLogFileSize", 0);
@@ -241,11 +241,11 @@ TEST_F(StartUp, StoppingClosesTheStoreAndThenWritesTheFooter)
     const std::string log = read("MBSync.log");
     ASSERT_THAT(log, HasSubstr("store closed\r\n\r\nLogging stopped at "));
     stop();
-    EXPECT_THAT(opened, ElementsAre("MBSync.xml")); // a store that is not open is not closed
+    EXPECT_THAT(opened, ElementsAre("MBSync.xml")); // the store is already closed
     EXPECT_EQ(read("MBSync.log"), log);
 }
 
-TEST_F(StartUp, ThreadsThatAskAtOnceStartItOnce)
+TEST_F(StartUp, ConcurrentThreadsStartItOnce)
 {
     std::atomic<int> opens = 0;
     std::vector<std::thread> threads;

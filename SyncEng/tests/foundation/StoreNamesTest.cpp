@@ -15,14 +15,14 @@ Names told(std::u16string name1, std::u16string_view database1, std::u16string n
 
 } // namespace
 
-TEST(StoreNames, EqualNamesGetTheLastPartOfTheirPlaces)
+TEST(StoreNames, EqualNamesGetTheLastPartOfTheirPaths)
 {
     EXPECT_EQ(told(u"vCard", u"/home/ada/Contacts", u"vCard", u"/media/phone/export.vcf"),
               Names(u"vCard (Contacts)", u"vCard (export.vcf)"));
     EXPECT_EQ(told(u"vCard", u"C:\\Ada\\Contacts\\", u"vCard", u"D:\\Phone"), Names(u"vCard (Contacts)", u"vCard (Phone)"));
 }
 
-TEST(StoreNames, PlacesOfOneNameGetAsManyPartsAsTheyNeed)
+TEST(StoreNames, PathsWithEqualLastPartsGetMoreParts)
 {
     EXPECT_EQ(told(u"vCard", u"/home/ada/Contacts", u"vCard", u"/home/bob/Contacts"),
               Names(u"vCard (ada/Contacts)", u"vCard (bob/Contacts)"));
@@ -30,29 +30,29 @@ TEST(StoreNames, PlacesOfOneNameGetAsManyPartsAsTheyNeed)
     EXPECT_EQ(told(u"vCard", u"Contacts", u"vCard", u"old/Contacts"), Names(u"vCard (Contacts)", u"vCard (old/Contacts)"));
 }
 
-TEST(StoreNames, NamesThatDifferStay) { EXPECT_EQ(told(u"Mirabook", u"/a", u"vCard", u"/b"), Names(u"Mirabook", u"vCard")); }
+TEST(StoreNames, DifferentNamesStay) { EXPECT_EQ(told(u"Mirabook", u"/a", u"vCard", u"/b"), Names(u"Mirabook", u"vCard")); }
 
-TEST(StoreNames, WithoutPlacesThatDifferTheNamesStay)
+TEST(StoreNames, WithoutDifferentPathsTheNamesStay)
 {
     EXPECT_EQ(told(u"vCard", u"", u"vCard", u"/b"), Names(u"vCard", u"vCard"));
     EXPECT_EQ(told(u"vCard", u"/b/", u"vCard", u"/b"), Names(u"vCard", u"vCard"));
     EXPECT_EQ(told(u"vCard", u"/", u"vCard", u"/b"), Names(u"vCard (/)", u"vCard (b)"));
 }
 
-TEST(ShortPlaces, TheLastPartsTellTwoPlacesApart)
+TEST(ShortPlaces, TwoPathsAreShortenedToDifferentEnds)
 {
     EXPECT_EQ(mb::ShortPlaces(u"/home/me/Contacts/", u"/media/phone/export.vcf"), Names(u"Contacts", u"export.vcf"));
     EXPECT_EQ(mb::ShortPlaces(u"/a/work/cards", u"/a/home/cards"), Names(u"work/cards", u"home/cards"));
     EXPECT_EQ(mb::ShortPlaces(u"", u"/b/cards"), Names(u"", u"cards"));
 }
 
-TEST(ShortPlaces, EqualPlacesGiveEqualTexts)
+TEST(ShortPlaces, EqualPathsGiveEqualTexts)
 {
     EXPECT_EQ(mb::ShortPlaces(u"/a/cards", u"/a/cards/"), Names(u"cards", u"cards"));
     EXPECT_EQ(mb::ShortPlaces(u"", u""), Names(u"", u""));
 }
 
-TEST(PlaceOf, ASeparatorAtTheEndIsNoPartOfAPlace)
+TEST(PlaceOf, AFinalSeparatorIsRemoved)
 {
     EXPECT_EQ(mb::PlaceOf(u"/media/phone/"), u"/media/phone");
     EXPECT_EQ(mb::PlaceOf(u"/"), u"/");

@@ -21,15 +21,15 @@ constexpr Row rows[] = {
 
 } // namespace
 
-TEST(Strings, EveryRowOfTheListIsFoundByItsNumber)
+TEST(Strings, EveryTextIsFoundByItsNumber)
 {
     for (const Row& row : rows) {
         const std::u16string text = LoadText(static_cast<Text>(row.id));
-        EXPECT_EQ(std::string(text.begin(), text.end()), row.text) << row.id; // all ASCII
+        EXPECT_EQ(std::string(text.begin(), text.end()), row.text) << row.id; // the texts are ASCII
     }
 }
 
-TEST(Strings, NoNumberStandsTwiceAndNoTextIsEmpty)
+TEST(Strings, NumbersAreUniqueAndTextsNotEmpty)
 {
     int before = 0;
     for (const Row& row : rows) {
@@ -39,12 +39,12 @@ TEST(Strings, NoNumberStandsTwiceAndNoTextIsEmpty)
     }
 }
 
-TEST(Strings, AnUnknownNumberHasTheEmptyText)
+TEST(Strings, AnUnknownNumberHasAnEmptyText)
 {
     for (const int id : {-1, 0, 99, 213, 100'000}) EXPECT_EQ(LoadText(static_cast<Text>(id)), u"") << id;
 }
 
-TEST(Strings, WantedOdditiesAreKept)
+TEST(Strings, QuirksAreKept)
 {
     EXPECT_NE(LoadText(Text::FieldMapConflictMessage).find(u"sycnhronization"), std::u16string::npos);
     EXPECT_NE(LoadText(Text::FieldMapDuplicateMessage).find(u"\"\"%s\"\""), std::u16string::npos);

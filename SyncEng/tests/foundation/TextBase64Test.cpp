@@ -21,9 +21,9 @@ TEST(TextBase64, PaddingCanBeLeftOut)
     EXPECT_EQ(encodeTextBase64("fo", base64NoPadding), "Zm8");
 }
 
-TEST(TextBase64, LinesAreBrokenAfter76CharactersUnlessThatIsOff)
+TEST(TextBase64, LinesBreakAfter76CharactersUnlessSwitchedOff)
 {
-    const std::string bytes(115, '\0'); // 57 give a full line
+    const std::string bytes(115, '\0'); // 57 bytes make a full line
     EXPECT_EQ(encodeTextBase64(bytes), std::string(76, 'A') + "\r\n" + std::string(76, 'A') + "\r\nAA==");
     EXPECT_EQ(encodeTextBase64(bytes, base64NoLineBreaks), std::string(154, 'A') + "==");
     EXPECT_EQ(encodeTextBase64(std::string(57, '\0')), std::string(76, 'A'));
@@ -48,7 +48,7 @@ TEST(TextBase64, ALengthBeyondTheSignedRangeIsAFailure)
     }
 }
 
-TEST(TextBase64, DecodingTurnsEncodingBackForAllLengths)
+TEST(TextBase64, DecodingReversesEncodingForAllLengths)
 {
     std::string bytes;
     for (int i = 0; i < 300; ++i) {
@@ -58,7 +58,7 @@ TEST(TextBase64, DecodingTurnsEncodingBackForAllLengths)
     }
 }
 
-TEST(TextBase64, DecodingSkipsForeignCharactersAndStopsAtAZero)
+TEST(TextBase64, DecodingSkipsInvalidCharactersAndStopsAtAZero)
 {
     EXPECT_EQ(decodeTextBase64("Z-m\r\n9\xFFv"), "foo");
     EXPECT_EQ(decodeTextBase64(std::string_view("Zm9v\0Zm9v", 9)), "foo");

@@ -10,7 +10,7 @@ namespace {
 
 class XmlText : public testing::Test {
 protected:
-    // What a reader of the saved document finds.
+    // The text after saving and loading the document.
     std::u16string reread() const
     {
         platform::XmlDocument copy;
@@ -32,24 +32,24 @@ TEST_F(XmlText, APlainValueIsWrittenPlain)
     EXPECT_EQ(reread(), u"Smith & S\u00F8n\t<x>");
 }
 
-TEST_F(XmlText, AValueWithALineFeedIsWrittenAsBase64AndComesBack)
+TEST_F(XmlText, AValueWithALineFeedIsWrittenAsBase64AndReadBack)
 {
     SetNodeText(node, u"one\ntw\u00F6", false, false);
     EXPECT_EQ(node.attribute("Base64Encoded"), "1");
-    const bool wideBytes = platform::narrow(u"\u00F6").size() == 2; // by the system's code page
+    const bool wideBytes = platform::narrow(u"\u00F6").size() == 2; // the code page is UTF-8
     EXPECT_EQ(node.text(), wideBytes ? "b25lCnR3w7Y=" : "b25lCnR39g==");
     EXPECT_EQ(GetNodeText(node), u"one\ntw\u00F6");
     EXPECT_EQ(reread(), u"one\ntw\u00F6");
 }
 
-TEST_F(XmlText, AValueWithCarriageReturnsAloneIsWrittenPlain)
+TEST_F(XmlText, AValueWithLoneCarriageReturnsIsWrittenPlain)
 {
     SetNodeText(node, u"one\rtwo", false, false);
     EXPECT_EQ(node.attribute("Base64Encoded"), "0");
-    EXPECT_THAT(node.text(), testing::AnyOf("one\rtwo", "one\ntwo")); // a document object model may make all line ends alike
+    EXPECT_THAT(node.text(), testing::AnyOf("one\rtwo", "one\ntwo")); // an XML parser may normalise line ends
 }
 
-TEST_F(XmlText, TheNumber16IsTheOtherCharacterThatStaysPlain)
+TEST_F(XmlText, Character16IsWrittenPlain)
 {
     SetNodeText(node, u"a\u0010b", false, false);
     EXPECT_EQ(node.attribute("Base64Encoded"), "0");
@@ -73,7 +73,7 @@ TEST_F(XmlText, AnEmptyValueEmptiesTheElement)
     EXPECT_EQ(GetNodeText(node), u"");
 }
 
-TEST_F(XmlText, ACDataSectionIsMadeOnlyWhereThereIsNoTextYet)
+TEST_F(XmlText, ACDataSectionIsMadeOnlyForAFirstText)
 {
     SetNodeText(node, u"a<b", false, true);
     EXPECT_EQ(document.bytes(), "<Card Base64Encoded=\"0\"><![CDATA[a<b]]></Card>");
@@ -90,19 +90,19 @@ TEST_F(XmlText, TheFirstTextIsReplacedAndTheChildrenStay)
     EXPECT_EQ(document.bytes(), "<Card Base64Encoded=\"0\">new<Sub>x</Sub>tail</Card>");
 }
 
-TEST_F(XmlText, AnElementWithoutATextOfItsOwnHasThatOfAllBelow)
+TEST_F(XmlText, AnElementWithoutItsOwnTextHasItsDescendantsText)
 {
     ASSERT_TRUE(document.load("<Card><A>x</A><B>y</B></Card>"));
     EXPECT_EQ(GetNodeText(document.root()), u"xy");
 }
 
-TEST_F(XmlText, AWrittenReferenceToACarriageReturnBecomesALineEnd)
+TEST_F(XmlText, ACharacterReferenceToACarriageReturnBecomesALineEnd)
 {
     SetNodeText(node, u"one&#x0D;two&#x0D;", false, false);
     EXPECT_EQ(GetNodeText(node), u"one\r\ntwo\r\n");
 }
 
-TEST_F(XmlText, ChildrenAreNamedByAnExpression)
+TEST_F(XmlText, ChildrenAreSelectedByAnExpression)
 {
     ASSERT_TRUE(document.load("<Card><A/><B><C>deep</C></B></Card>"));
     const auto root = document.root();
@@ -112,7 +112,7 @@ TEST_F(XmlText, ChildrenAreNamedByAnExpression)
     EXPECT_EQ(GetChildText(root.selectFirst("A"), u""), u"one");
 }
 
-TEST_F(XmlText, AMissingElementHasNoTextAndTakesNone)
+TEST_F(XmlText, AMissingElementHasNoTextAndIsNotWritten)
 {
     ASSERT_TRUE(document.load("<Card/>"));
     const std::string before = document.bytes();

@@ -1,4 +1,4 @@
-// A language module that is a text file: which of its lines count.
+// A language module as a text file: which lines are read.
 #include "foundation/LanguageModule.h"
 
 #include "files.h"
@@ -9,7 +9,7 @@
 
 using namespace mb;
 
-TEST(LanguageModuleLines, LinesThatAreNoTextsArePassedOver)
+TEST(LanguageModuleLines, InvalidLinesAreSkipped)
 {
     const mbtest::TestFolder folder;
     mbtest::setText(platform::Root::CurrentUser, u"Software\\Zorel\\Mirabook\\Locale", u"DefaultLanguage", u"de");

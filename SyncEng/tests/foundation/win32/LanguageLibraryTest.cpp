@@ -1,4 +1,4 @@
-// The language module as its makers build it: a library of resources without code.
+// A language module as a resource library without code.
 #include "foundation/LanguageModule.h"
 
 #include "files.h"
@@ -24,7 +24,7 @@ protected:
 
 } // namespace
 
-TEST_F(LanguageLibrary, ItsTextsComeFirstAndWhatItLacksFromTheModuleItself)
+TEST_F(LanguageLibrary, MissingTextsComeFromTheModuleItself)
 {
     std::filesystem::create_directories(folder.path() / "locale/de");
     std::filesystem::copy_file(LANGUAGE_MODULE, folder.path() / "locale/de/mbsync.dat");
