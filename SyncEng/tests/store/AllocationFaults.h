@@ -1,10 +1,10 @@
-// The program's own allocation functions, of which one call can be made to fail.
+// Replaces the program's allocation functions, so that one allocation can fail.
 #pragma once
 #include <cstddef>
 
 namespace mbtest {
 
-// The n-th allocation of this thread fails, while n is not zero.
+// The allocation of this thread with the number failingAllocation fails; none if it is 0.
 extern thread_local int failingAllocation, allocationsMade;
 
 void* allocateOrNull(std::size_t size);

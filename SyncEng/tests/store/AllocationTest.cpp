@@ -1,4 +1,5 @@
-// Every memory allocation of loading, changing and saving a store fails once: the call says so, and the file is that of before or of after.
+// Makes each allocation fail once while a store is loaded, changed and saved. The file must then be the old or the new one; if it is the
+// old one, the call must have failed.
 #include "AllocationFaults.h"
 #include "store/StoreFile.h"
 #include "TestFolder.h"
@@ -9,7 +10,7 @@
 
 namespace {
 
-// Memory runs out at the n-th allocation while it lives.
+// Makes the n-th allocation fail while it lives.
 class ShortMemory {
 public:
     explicit ShortMemory(int n)
@@ -32,7 +33,7 @@ class Allocation : public testing::Test {
 protected:
     Allocation() { pugi::set_memory_management_functions(mbtest::allocateOrNull, std::free); }
     ~Allocation() override { pugi::set_memory_management_functions(std::malloc, std::free); }
-    // As a caller across an interface does it.
+    // Returns the result code that a caller across an interface would get.
     template <class F> static HRESULT outcome(F&& work) { return com::guarded(work); }
     mbtest::TestFolder folder;
 };
@@ -69,7 +70,7 @@ TEST_F(Allocation, ThatFailsNeverDamagesTheStore)
             mbtest::failingAllocation = 0;
         }
         const std::string after = folder.read(file);
-        ASSERT_FALSE(std::filesystem::exists(file.string() + ".damaged")) << "a store is not damaged because memory ran out";
+        ASSERT_FALSE(std::filesystem::exists(file.string() + ".damaged")) << "out of memory must not count as damage";
         StoreFile again;
         ASSERT_EQ(again.Open(file, false), S_OK);
         std::u16string value;
@@ -80,7 +81,7 @@ TEST_F(Allocation, ThatFailsNeverDamagesTheStore)
         }
         ++failures;
         ASSERT_TRUE(after == before || again.ReadValue(u"Type", u"another", u"key", value) == S_OK);
-        if (after == before) { ASSERT_TRUE(FAILED(hr)) << "nothing was saved, and no one was told"; }
+        if (after == before) { ASSERT_TRUE(FAILED(hr)) << "nothing was saved, yet the call succeeded"; }
         folder.write("store.xml", before);
     }
     EXPECT_GT(failures, 20);

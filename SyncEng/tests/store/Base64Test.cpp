@@ -21,18 +21,18 @@ TEST(Base64, OneToFourBytesRoundTrip)
     }
 }
 
-TEST(Base64, BlanksAndLineEndsInsideTheTextAreDropped) { EXPECT_EQ(CBase64(u" YW\r\nJj\tZA == ", false).PlainText(), u"abcd"); }
+TEST(Base64, BlanksAndLineEndsInsideTheTextAreSkipped) { EXPECT_EQ(CBase64(u" YW\r\nJj\tZA == ", false).PlainText(), u"abcd"); }
 
 TEST(Base64, ThePlainTextEndsAtItsFirstZero) { EXPECT_EQ(decodeBase64("YQBi"), u"a"); }
 
-TEST(Base64, BadInputYieldsSomeBytesAndNoError)
+TEST(Base64, InvalidInputGivesBytesAndNoError)
 {
     for (const char* bad : {"*", "****", "Y", "YW", "YWJ", "=", "====", "\xFF\xFE"}) (void)decodeBase64(bad);
-    EXPECT_EQ(decodeBase64("YWJj*"), decodeBase64("YWJj*")) << "the same each time";
+    EXPECT_EQ(decodeBase64("YWJj*"), decodeBase64("YWJj*")) << "deterministic";
     EXPECT_TRUE(decodeBase64("YWJj*").starts_with(u"abc"));
 }
 
-TEST(Base64, TheTopBitOfALetterIsPassedOver)
+TEST(Base64, TheTopBitOfALetterIsIgnored)
 {
     const std::string marked = {static_cast<char>('Y' | 0x80), 'Q', '=', '='};
     EXPECT_EQ(decodeBase64(marked), u"a");

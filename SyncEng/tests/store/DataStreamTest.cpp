@@ -5,7 +5,7 @@
 
 namespace {
 
-// The configuration store of a module that was started in a folder of the test's own.
+// The configuration store of a module started in the test's own folder.
 class DataStreamTest : public testing::Test {
 protected:
     DataStreamTest() : stream(s.create<IDataStream>(__uuidof(DataStream)))
@@ -24,7 +24,7 @@ protected:
 
 } // namespace
 
-TEST_F(DataStreamTest, WhatIsSetIsReadBackAndSaved)
+TEST_F(DataStreamTest, ValuesAreReadBackAndSaved)
 {
     EXPECT_EQ(stream->SetString(com::Bstr(u"Database").get(), com::Bstr(u"x.db").get()), S_OK);
     EXPECT_EQ(stream->SetInt(com::Bstr(u"SavePassword").get(), 1), S_OK);
@@ -35,7 +35,7 @@ TEST_F(DataStreamTest, WhatIsSetIsReadBackAndSaved)
     EXPECT_NE(s.folder.read(s.folder.data() / "MBSync.xml").find("<ST>Trans1Cfg</ST>"), std::string::npos);
 }
 
-TEST_F(DataStreamTest, AnAbsentKeyGivesTheEmptyTextNeverANullOne)
+TEST_F(DataStreamTest, AnAbsentKeyGivesTheEmptyTextAndNeverNull)
 {
     com::Bstr value;
     EXPECT_EQ(stream->GetString(com::Bstr(u"none").get(), value.put()), E_FAIL);
@@ -43,7 +43,7 @@ TEST_F(DataStreamTest, AnAbsentKeyGivesTheEmptyTextNeverANullOne)
     EXPECT_TRUE(value.empty());
 }
 
-TEST_F(DataStreamTest, ASectionIsOneMapsAndOneSides)
+TEST_F(DataStreamTest, ASectionBelongsToOneMapAndOneSide)
 {
     EXPECT_EQ(stream->SetString(com::Bstr(u"k").get(), com::Bstr(u"1").get()), S_OK);
     EXPECT_EQ(stream->SetParams(com::Bstr(u"Trans2Cfg").get(), map), S_OK);
@@ -64,18 +64,18 @@ TEST_F(DataStreamTest, ClearRemovesTheWholeSection)
     EXPECT_EQ(text(u"a"), u"<absent>");
 }
 
-TEST_F(DataStreamTest, AfterCleanUpReadsFindNoStoreUntilTheNextClassObject)
+TEST_F(DataStreamTest, AfterCleanUpReadsFailUntilTheNextClassObject)
 {
     stream->SetString(com::Bstr(u"a").get(), com::Bstr(u"1").get());
     EXPECT_EQ(stream->CleanUpUserCfg(), S_OK);
     EXPECT_EQ(stream->CleanUpUserCfg(), S_OK);
     com::Bstr value;
     EXPECT_EQ(stream->GetString(com::Bstr(u"a").get(), value.put()), E_POINTER);
-    (void)s.maps(); // any class object
+    (void)s.maps(); // creating any class object opens the store again
     EXPECT_EQ(text(u"a"), u"1");
 }
 
-TEST_F(DataStreamTest, TheVersionIsThatOfTheStore)
+TEST_F(DataStreamTest, TheVersionIsTheStores)
 {
     LONG version = 0;
     EXPECT_EQ(stream->GetHistoryVersion(&version), S_OK);

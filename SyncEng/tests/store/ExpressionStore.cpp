@@ -41,7 +41,7 @@ HRESULT ExpressionStore::ReadValue(const std::u16string& type, const std::u16str
     return found ? S_OK : E_FAIL;
 }
 
-// A value that is there already leaves its element as it is, whatever else stands in it.
+// An equal value leaves the element unchanged, whatever else it contains.
 static void assign(const XmlElement& element, const std::string& text)
 {
     if (element.text() != text) element.setText(text);

@@ -1,4 +1,4 @@
-// The store's operations as their expressions define them, on a document of their own: slow, and the measure of the fast ones.
+// A reference implementation of the store's operations by their XPath expressions on its own document: slow, for comparison with the store.
 #pragma once
 #include "com.h"
 #include "xml.h"

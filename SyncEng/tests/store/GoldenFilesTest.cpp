@@ -1,4 +1,4 @@
-// The files of one platform are those of the other: each has one store and one history in golden/, and both read both.
+// Both platforms read each other's files: golden/ holds a store and a history written on each platform.
 #include "store/CSyncHistory.h"
 
 #include "files.h"
@@ -20,7 +20,7 @@ struct Value {
     std::u16string text;
 };
 
-// All that both code pages hold: beyond ASCII the bytes under the encoding are those of the machine that wrote them.
+// ASCII only, apart from encoding: other characters are stored in the code page of the machine that wrote them.
 const Value values[] = {{u"TrMap", u"{11111111-2222-3333-4444-555555555555}", u"Trans1", u"{86705195-E5F6-4FBC-AD43-E85ED5843B9A}"},
                         {u"Trans1Cfg", u"sect & <ion>", u"Database", u"C:\\cards & more\\<1>.db"},
                         {u"Trans1Cfg", u"sect & <ion>", u"empty", u""},
@@ -40,7 +40,7 @@ FieldValueMap fields()
 
 class GoldenFiles : public testing::TestWithParam<const char*> {
 protected:
-    // The file of the platform that the test is about.
+    // The golden file of the tested platform.
     fs::path golden(const char* name) const { return fs::path(GOLDEN_FOLDER) / GetParam() / name; }
     mbtest::TestFolder folder;
 };
@@ -104,8 +104,8 @@ TEST_P(GoldenFiles, TheHistoryIsRead)
     EXPECT_EQ(database, u"/home/zoe/cards");
 }
 
-// What this platform writes today is its golden file, byte for byte.
-TEST(GoldenFile, WhatIsWrittenHereIsTheOneOfHere)
+// What this platform writes equals its golden file byte for byte.
+TEST(GoldenFile, IsWrittenByteForByte)
 {
     const mbtest::TestFolder folder;
     const fs::path golden = fs::path(GOLDEN_FOLDER) / GOLDEN_PLATFORM;
@@ -113,7 +113,7 @@ TEST(GoldenFile, WhatIsWrittenHereIsTheOneOfHere)
     writeHistory();
     EXPECT_EQ(folder.read(folder.path() / storeName), folder.read(golden / storeName));
     EXPECT_EQ(folder.read(folder.data() / historyName), folder.read(golden / "history.xml"));
-    if (const char* keep = std::getenv("MB_GOLDEN_OUT")) { // to make the files anew
+    if (const char* keep = std::getenv("MB_GOLDEN_OUT")) { // to update the golden files
         fs::copy_file(folder.path() / storeName, fs::path(keep) / storeName, fs::copy_options::overwrite_existing);
         fs::copy_file(folder.data() / historyName, fs::path(keep) / "history.xml", fs::copy_options::overwrite_existing);
     }

@@ -1,4 +1,4 @@
-// Files of a later version of the program: refused, named, and left as they are.
+// Files of a later version of the program are refused with a message that names them, and are not changed.
 #include "error_text.h"
 #include "files.h"
 #include "foundation/Log.h"
@@ -78,13 +78,13 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Later{"Plain", plainLater, "5"}, Later{"Empty", "<Scs Version=\"5\"/>", "5"},
                     Later{"Far", "<Scs Version=\"99999999999\"/>", "2147483647"},
                     Later{"SingleQuotes", "<Scs by='x' Version='12'></Scs>", "12"}, Later{"OfAnotherRoot", "<Store Version=\"5\"/>", "5"},
-                    // What this version cannot parse, it would take for damage.
+                    // Without the check of the version these would count as damaged.
                     Later{"CutOff", "<Scs Version=\"5\"><Sc><ST>T</ST>", "5"}, Later{"CutOffInItsVersion", "<Scs Version=\"5", "5"},
                     Later{"Unparsable", "<?xml version=\"1.0\"?>\r\n<Scs  by=\"x\" Version = '6' ><New a/></Scs>", "6"},
                     Later{"WithADeclaredType", "<!DOCTYPE Scs><Scs Version=\"7\"/>", "7"}),
     [](const auto& later) { return std::string(later.param.name); });
 
-TEST_F(LaterVersion, IsOnlyWhatIsGreaterThanThePresentOne)
+TEST_F(LaterVersion, IsAnyVersionAboveTheCurrentOne)
 {
     for (const char* bytes : {"<Scs Version=\"4\"/>", "<Scs Version=\"3\"/>", "<Scs Version=\"-5\"/>", "<Scs Version=\"\"/>", "<Scs/>",
                               "<Scs Version=\"soon\"/>"}) {
@@ -92,11 +92,11 @@ TEST_F(LaterVersion, IsOnlyWhatIsGreaterThanThePresentOne)
         StoreFile store;
         EXPECT_EQ(store.Open(file, true), S_OK) << bytes;
         EXPECT_EQ(store.openFailure(), u"");
-        EXPECT_EQ(folder.read(file), bytes) << "an older store is not rewritten by being opened";
+        EXPECT_EQ(folder.read(file), bytes) << "opening an older store does not rewrite it";
     }
 }
 
-TEST_F(LaterVersion, IsNotWhatADamagedFileOfThePresentOneIsTakenFor)
+TEST_F(LaterVersion, IsNotAssumedForADamagedFileOfTheCurrentOne)
 {
     for (const std::string bytes : {"<Scs Version=\"4\"><Sc>", "<Scs Version=", "<Scs Version=\"", "<Scs NoVersion><Sc a=\"5\">"}) {
         std::filesystem::remove(file.string() + ".damaged");
@@ -106,7 +106,7 @@ TEST_F(LaterVersion, IsNotWhatADamagedFileOfThePresentOneIsTakenFor)
     }
 }
 
-TEST_F(LaterVersion, AStoreThatOpensAfterwardsHasNoFailureToTell)
+TEST_F(LaterVersion, AStoreThatOpensAfterwardsReportsNoFailure)
 {
     put(file, plainLater);
     StoreFile store;
@@ -116,7 +116,7 @@ TEST_F(LaterVersion, AStoreThatOpensAfterwardsHasNoFailureToTell)
     EXPECT_EQ(store.openFailure(), u"");
 }
 
-TEST_F(LaterVersion, TheRefusalStandsInTheLogAmongTheFailures)
+TEST_F(LaterVersion, TheRefusalIsLoggedAsAFailure)
 {
     put(file, plainLater);
     const fs::path log = folder.path() / "test.log";
@@ -156,7 +156,7 @@ TEST_F(LaterVersion, TheConfigurationStoreIsNotOpened)
     EXPECT_EQ(platform::utf8(ConfigStore().openFailure()), sentenceFor(file, "5"));
 }
 
-TEST_F(LaterVersion, AHistoryIsNotDecodedForPeople)
+TEST_F(LaterVersion, AHistoryIsNotExportedDecoded)
 {
     put(file, plainLater);
     ASSERT_TRUE(platform::createKeyPath(platform::Root::CurrentUser, u"Software\\Zorel\\MBSyncEng"));
@@ -168,7 +168,7 @@ TEST_F(LaterVersion, AHistoryIsNotDecodedForPeople)
     EXPECT_THAT(files(), ElementsAre(file));
 }
 
-TEST_F(LaterVersion, AFileThatBecameOneWhileItWasOpenIsNotRevertedTo)
+TEST_F(LaterVersion, ARevertDoesNotLoadAFileThatHasBecomeOne)
 {
     StoreFile store;
     fs::create_directories(own);

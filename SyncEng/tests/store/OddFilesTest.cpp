@@ -1,4 +1,4 @@
-// Store files that other hands wrote: odd but legal XML, which both platforms' parsers must read alike.
+// Store files that other programs wrote: unusual but valid XML, which the parsers of both platforms must read alike.
 #include "store/StoreFile.h"
 
 #include "TestFolder.h"
@@ -24,7 +24,7 @@ std::string utf16(std::u16string_view text, bool bigEndian)
     return bytes;
 }
 
-// Each holds the value "v1" under T, section "s", key "k1", and "" under key "k2".
+// Each file has the value "v1" in type T, section "s", key "k1", and "" in key "k2".
 std::vector<Odd> oddFiles()
 {
     const std::string plain = "<Scs Version=\"4\"><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>azE=</KN><KV>djE=</KV></Ky>"
@@ -68,7 +68,7 @@ protected:
 
 } // namespace
 
-TEST_P(OddFiles, AreReadAsTheyMean)
+TEST_P(OddFiles, AreReadCorrectly)
 {
     folder.write("store.xml", GetParam().bytes);
     ASSERT_EQ(store.Open(folder.path() / "store.xml", false), S_OK);
@@ -79,7 +79,7 @@ TEST_P(OddFiles, AreReadAsTheyMean)
     EXPECT_EQ(version, 4);
 }
 
-TEST_P(OddFiles, AnEditKeepsTheOtherValue)
+TEST_P(OddFiles, AnEditKeepsOtherValues)
 {
     folder.write("store.xml", GetParam().bytes);
     ASSERT_EQ(store.Open(folder.path() / "store.xml", false), S_OK);

@@ -1,4 +1,4 @@
-// A store file that several processes change. Here each process is a StoreFile of its own.
+// A store file that several processes change; each process is represented by a StoreFile of its own.
 #include "store/StoreFile.h"
 
 #include "apartment.h"
@@ -28,7 +28,7 @@ protected:
         std::u16string value;
         return SUCCEEDED(store.ReadValue(u"TrMap", section, u"Name", value)) ? value : u"(none)";
     }
-    // What is on the disk.
+    // The sections in the saved file.
     std::vector<std::u16string> sections() const
     {
         StoreFile saved;
@@ -62,7 +62,7 @@ TEST_F(SharedStores, KeepTheChangesOfAllWriters)
     EXPECT_THAT(sections(), ElementsAre());
 }
 
-TEST_F(SharedStores, ShowWhatOthersSavedOnceTheyAreRefreshed)
+TEST_F(SharedStores, ShowOtherWritersChangesAfterARefresh)
 {
     EXPECT_EQ(write(first, u"A", u"one"), S_OK);
     EXPECT_EQ(valueIn(second, u"A"), u"(none)");
@@ -70,8 +70,8 @@ TEST_F(SharedStores, ShowWhatOthersSavedOnceTheyAreRefreshed)
     EXPECT_EQ(valueIn(second, u"A"), u"one");
 }
 
-// The lock is held from the first of many writes to their save: nobody's change in between is overwritten.
-TEST_F(SharedStores, LetNobodyInWhileASaveScopeLasts)
+// The lock is held from the first write to the save, so that no other change in between is overwritten.
+TEST_F(SharedStores, StayLockedDuringASaveScope)
 {
     HRESULT other = E_UNEXPECTED;
     bool done = false;
@@ -93,7 +93,7 @@ TEST_F(SharedStores, LetNobodyInWhileASaveScopeLasts)
     EXPECT_THAT(sections(), ElementsAre(u"A", u"B"));
 }
 
-TEST_F(SharedStores, LeaveAFileThatIsDamagedByNowAsItIs)
+TEST_F(SharedStores, DoNotReplaceAFileThatWasDamagedMeanwhile)
 {
     EXPECT_EQ(write(first, u"A", u"one"), S_OK);
     const std::string good = folder.read(path);
@@ -108,7 +108,7 @@ TEST_F(SharedStores, LeaveAFileThatIsDamagedByNowAsItIs)
     EXPECT_THAT(sections(), ElementsAre(u"A", u"C"));
 }
 
-TEST_F(SharedStores, AreMadeAgainWithTheNextChangeWhereTheFileIsGone)
+TEST_F(SharedStores, AreCreatedAgainByTheNextChangeIfTheFileIsMissing)
 {
     EXPECT_EQ(write(first, u"A", u"one"), S_OK);
     std::filesystem::remove(path);

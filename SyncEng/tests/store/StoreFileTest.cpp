@@ -28,15 +28,15 @@ protected:
 
 } // namespace
 
-TEST_F(StoreFileTest, ANewStoreIsAnEmptyOneOfVersionFour) { EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>"); }
+TEST_F(StoreFileTest, ANewStoreIsEmptyAndHasVersionFour) { EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>"); }
 
-TEST_F(StoreFileTest, AStoreWithOneKeyIsOneLine)
+TEST_F(StoreFileTest, AStoreIsWrittenAsOneLine)
 {
     EXPECT_EQ(write(u"TrMap", u"abc", u"a", u"ab"), S_OK);
     EXPECT_EQ(onDisk(), "<Scs Version=\"4\"><Sc><ST>TrMap</ST><SN>YWJj</SN><Ky><KN>YQ==</KN><KV>YWI=</KV></Ky></Sc></Scs>");
 }
 
-TEST_F(StoreFileTest, AnEmptyValueIsThereAndEmpty)
+TEST_F(StoreFileTest, AnEmptyValueExists)
 {
     EXPECT_EQ(write(u"T", u"s", u"k", u""), S_OK);
     std::u16string text = u"before";
@@ -44,7 +44,7 @@ TEST_F(StoreFileTest, AnEmptyValueIsThereAndEmpty)
     EXPECT_EQ(text, u"");
 }
 
-TEST_F(StoreFileTest, ManyValuesAtOnceAreAllWrittenOrNone)
+TEST_F(StoreFileTest, ManyValuesAreAllWrittenOrNone)
 {
     const auto of = [](const char* key) { return StoreFile::KeyValue{key, u"v"}; };
     const auto tooMany = {of("YQ=="), of("Yg=="), of("Yw=="), of("ZA=="), of("ZQ==")};
@@ -54,7 +54,7 @@ TEST_F(StoreFileTest, ManyValuesAtOnceAreAllWrittenOrNone)
     EXPECT_EQ(value(u"T", u"s", u"a") + value(u"T", u"s", u"d"), u"vv");
 }
 
-TEST_F(StoreFileTest, AnAbsentKeyIsAFailureWithTheEmptyText)
+TEST_F(StoreFileTest, AnAbsentKeyFailsWithAnEmptyText)
 {
     std::u16string text = u"before";
     EXPECT_EQ(store.ReadValue(u"T", u"s", u"k", text), E_FAIL);
@@ -64,7 +64,7 @@ TEST_F(StoreFileTest, AnAbsentKeyIsAFailureWithTheEmptyText)
     EXPECT_EQ(number, 7);
 }
 
-TEST_F(StoreFileTest, TwoAppendsMakeTwoEntriesAndAReadGivesTheFirst)
+TEST_F(StoreFileTest, TwoAppendsMakeTwoEntriesAndTheFirstIsRead)
 {
     write(u"T", u"s", u"k", u"1", true);
     write(u"T", u"s", u"k", u"2", true);
@@ -74,7 +74,7 @@ TEST_F(StoreFileTest, TwoAppendsMakeTwoEntriesAndAReadGivesTheFirst)
     EXPECT_EQ(all, (std::vector<std::u16string>{u"1", u"2"}));
 }
 
-TEST_F(StoreFileTest, ATypeWithQuotesIsFoundByAllOperations)
+TEST_F(StoreFileTest, ATypeWithQuotesWorksInAllOperations)
 {
     const std::u16string type = u"Trans1c:\\o'hara\"s.db";
     EXPECT_EQ(write(type, u"s", u"k", u"v"), S_OK);
@@ -90,14 +90,14 @@ TEST_F(StoreFileTest, ATypeWithQuotesIsFoundByAllOperations)
     EXPECT_EQ(onDisk(), "<Scs Version=\"4\"/>");
 }
 
-TEST_F(StoreFileTest, TypesCompareExactlySectionsToo)
+TEST_F(StoreFileTest, TypesAndSectionsAreCaseSensitive)
 {
     write(u"T", u"s", u"k", u"v");
     EXPECT_EQ(value(u"t", u"s", u"k"), u"<absent>");
     EXPECT_EQ(value(u"T", u"S", u"k"), u"<absent>");
 }
 
-TEST_F(StoreFileTest, NumbersAndIdentifiersRoundTrip)
+TEST_F(StoreFileTest, NumbersAndGuidsRoundTrip)
 {
     const GUID guid = com::newGuid();
     store.WriteInt(u"T", u"s", u"i", -5, false, false);
@@ -110,12 +110,12 @@ TEST_F(StoreFileTest, NumbersAndIdentifiersRoundTrip)
     EXPECT_EQ(store.ReadDouble(u"T", u"s", u"d", d), S_OK);
     EXPECT_EQ(store.ReadGuid(u"T", u"s", u"g", g), S_OK);
     EXPECT_EQ(i, -5);
-    EXPECT_EQ(d, 46022.123456789) << "a date comes back to the last bit";
+    EXPECT_EQ(d, 46022.123456789) << "a date round-trips exactly";
     EXPECT_EQ(g, guid);
     EXPECT_EQ(value(u"T", u"s", u"g").size(), 38u);
 }
 
-TEST_F(StoreFileTest, ADamagedStoreIsReplacedAndItsBytesAreKept)
+TEST_F(StoreFileTest, ADamagedStoreIsReplacedAndKept)
 {
     for (const std::string bad : {"<Scs><Sc></Scs>", "no xml", "<!DOCTYPE a><Scs/>"}) {
         folder.write("store.xml", bad);
@@ -128,7 +128,7 @@ TEST_F(StoreFileTest, ADamagedStoreIsReplacedAndItsBytesAreKept)
     }
 }
 
-TEST_F(StoreFileTest, WhatWasKeptOfEarlierDamageIsNeverOverwritten)
+TEST_F(StoreFileTest, KeptDamagedFilesAreNeverOverwritten)
 {
     folder.write("store.xml.damaged.2", "another program's");
     for (const char* bad : {"first", "second", "third"}) {
@@ -141,7 +141,7 @@ TEST_F(StoreFileTest, WhatWasKeptOfEarlierDamageIsNeverOverwritten)
     EXPECT_EQ(folder.read(file.string() + ".damaged.4"), "third");
 }
 
-TEST_F(StoreFileTest, AStoreOfZeroBytesBecomesAnEmptyOne)
+TEST_F(StoreFileTest, AnEmptyFileBecomesAnEmptyStore)
 {
     folder.write("store.xml", "");
     StoreFile opened;
@@ -150,7 +150,7 @@ TEST_F(StoreFileTest, AStoreOfZeroBytesBecomesAnEmptyOne)
     EXPECT_FALSE(std::filesystem::exists(file.string() + ".damaged"));
 }
 
-TEST_F(StoreFileTest, WithoutTheCreateFlagADamagedStoreIsAFailureAndStaysAsItIs)
+TEST_F(StoreFileTest, WithoutTheCreateFlagADamagedStoreFailsAndIsNotChanged)
 {
     folder.write("store.xml", "<Scs>");
     StoreFile opened;
@@ -158,7 +158,7 @@ TEST_F(StoreFileTest, WithoutTheCreateFlagADamagedStoreIsAFailureAndStaysAsItIs)
     EXPECT_EQ(onDisk(), "<Scs>");
 }
 
-TEST_F(StoreFileTest, AFolderInTheFilesPlaceFailsTheOpenAndStays)
+TEST_F(StoreFileTest, AFolderInPlaceOfTheFileFailsTheOpen)
 {
     folder.write("taken.xml/inside", "kept");
     const auto taken = folder.path() / "taken.xml";
@@ -171,7 +171,7 @@ TEST_F(StoreFileTest, AFolderInTheFilesPlaceFailsTheOpenAndStays)
     EXPECT_FALSE(opened.isOpen());
 }
 
-TEST_F(StoreFileTest, AMissingFileWithoutTheCreateFlagLeavesNoDocument)
+TEST_F(StoreFileTest, WithoutTheCreateFlagAMissingFileOpensNoDocument)
 {
     StoreFile opened;
     EXPECT_EQ(opened.Open(folder.path() / "none.xml", false), S_OK);
@@ -186,7 +186,7 @@ TEST_F(StoreFileTest, AMissingFileWithoutTheCreateFlagLeavesNoDocument)
     EXPECT_EQ(opened.Open({}, true), E_FAIL);
 }
 
-TEST_F(StoreFileTest, AFileWithoutAVersionIsOfVersionMinusOne)
+TEST_F(StoreFileTest, AFileWithoutAVersionHasVersionMinusOne)
 {
     folder.write("store.xml", "<Scs/>");
     StoreFile opened;
@@ -196,7 +196,7 @@ TEST_F(StoreFileTest, AFileWithoutAVersionIsOfVersionMinusOne)
     EXPECT_EQ(version, -1);
 }
 
-TEST_F(StoreFileTest, AStoreOfWhichNothingIsLeftKeepsItsFormAndGoesOn)
+TEST_F(StoreFileTest, AnEmptiedStoreKeepsItsAttributesAndStaysUsable)
 {
     folder.write(file.string(),
                  "<Scs Version=\"3\" other=\"x\"> <!-- kept --><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>aw==</KN><KV>dg==</KV></Ky></Sc> </Scs>");
@@ -210,11 +210,11 @@ TEST_F(StoreFileTest, AStoreOfWhichNothingIsLeftKeepsItsFormAndGoesOn)
     EXPECT_TRUE(onDisk().starts_with("<Scs Version=\"3\" other=\"x\"> <!-- kept --> <Sc><ST>T</ST>"));
 }
 
-TEST_F(StoreFileTest, RemovingASectionThatIsNotThereSucceeds) { EXPECT_EQ(store.RemoveSection(u"T", u"none", true), S_OK); }
+TEST_F(StoreFileTest, RemovingAMissingSectionSucceeds) { EXPECT_EQ(store.RemoveSection(u"T", u"none", true), S_OK); }
 
-TEST_F(StoreFileTest, RenamingASectionThatIsNotThereFails) { EXPECT_EQ(store.RenameSection(u"T", u"none", u"x", true), E_FAIL); }
+TEST_F(StoreFileTest, RenamingAMissingSectionFails) { EXPECT_EQ(store.RenameSection(u"T", u"none", u"x", true), E_FAIL); }
 
-TEST_F(StoreFileTest, KeyHasValueLooksAtTheFirstKeyUnderTheValueAlone)
+TEST_F(StoreFileTest, KeyHasValueComparesOnlyTheFirstKeyWithTheValue)
 {
     VARIANT_BOOL has = VARIANT_FALSE;
     write(u"T", u"s", u"first", u"v");
@@ -228,7 +228,7 @@ TEST_F(StoreFileTest, KeyHasValueLooksAtTheFirstKeyUnderTheValueAlone)
     EXPECT_EQ(has, VARIANT_FALSE);
 }
 
-TEST_F(StoreFileTest, TheFlagIsSetInAllSectionsButThatOfTheLastRun)
+TEST_F(StoreFileTest, TheFlagIsSetInAllSectionsExceptTheLastRuns)
 {
     write(u"Trans1", u"SyncInfo", u"Database", u"d");
     write(u"Trans1", u"r1", u"FieldMapChanged", u"0");
@@ -241,7 +241,7 @@ TEST_F(StoreFileTest, TheFlagIsSetInAllSectionsButThatOfTheLastRun)
     EXPECT_EQ(value(u"Trans2", u"r3", u"FieldMapChanged"), u"<absent>");
 }
 
-TEST_F(StoreFileTest, WhiteSpaceOfAnotherToolDisturbsNothingAndSurvives)
+TEST_F(StoreFileTest, WhiteSpaceOfOtherProgramsIsKept)
 {
     folder.write(
         "store.xml",
@@ -266,7 +266,7 @@ TEST_F(StoreFileTest, ManyWritesInAScopeAreOneSave)
     EXPECT_EQ(value(u"T", u"s", u"k"), u"2");
 }
 
-TEST_F(StoreFileTest, ARevertGoesBackToTheFile)
+TEST_F(StoreFileTest, ARevertReloadsTheFile)
 {
     write(u"T", u"s", u"k", u"saved");
     store.WriteValue(u"T", u"s", u"k", u"not saved", false, false);
@@ -274,7 +274,7 @@ TEST_F(StoreFileTest, ARevertGoesBackToTheFile)
     EXPECT_EQ(value(u"T", u"s", u"k"), u"saved");
 }
 
-TEST_F(StoreFileTest, AWriteWithoutTheSaveFlagLeavesTheFileUntilTheNextSave)
+TEST_F(StoreFileTest, AWriteWithoutTheSaveFlagReachesTheFileWithTheNextSave)
 {
     const std::string before = onDisk();
     EXPECT_EQ(store.WriteValue(u"T", u"s", u"k", u"v", false, false), S_OK);
@@ -290,14 +290,14 @@ TEST_F(StoreFileTest, RemovingAndRenamingAreSaved)
     write(u"T", u"abc", u"l", u"v");
     EXPECT_EQ(store.RemoveKey(u"T", u"abc", u"k"), S_OK);
     EXPECT_FALSE(holds("<KN>aw==</KN>"));
-    EXPECT_EQ(store.RemoveKey(u"T", u"abc", u"k"), S_OK) << "a key that is not there is no error";
+    EXPECT_EQ(store.RemoveKey(u"T", u"abc", u"k"), S_OK) << "removing a missing key is no error";
     EXPECT_EQ(store.RenameSection(u"T", u"abc", u"ab", false), S_OK);
-    EXPECT_TRUE(holds("<SN>YWJj</SN>")) << "not without the flag";
+    EXPECT_TRUE(holds("<SN>YWJj</SN>")) << "not saved without the flag";
     EXPECT_EQ(store.RenameSection(u"T", u"ab", u"a", true), S_OK);
     EXPECT_TRUE(holds("<SN>YQ==</SN>"));
     EXPECT_EQ(store.RemoveSection(u"T", u"a", false), S_OK);
     EXPECT_TRUE(holds("<SN>YQ==</SN>"));
-    EXPECT_EQ(store.RemoveSection(u"T", u"a", true), S_OK) << "a removal with nothing left to remove saves the former one";
+    EXPECT_EQ(store.RemoveSection(u"T", u"a", true), S_OK) << "removing nothing still saves the earlier change";
     EXPECT_FALSE(holds("<SN>YQ==</SN>"));
     write(u"T", u"a", u"k", u"v");
     EXPECT_EQ(store.RemoveType(u"T"), S_OK);
@@ -320,14 +320,14 @@ TEST_F(StoreFileTest, ClosingSavesAndForgetsThePath)
     EXPECT_EQ(store.Close(), S_OK);
 }
 
-TEST_F(StoreFileTest, DeletingAFileThatIsGoneTellsTheSystemsErrorNumber)
+TEST_F(StoreFileTest, DeletingAMissingFileReturnsTheSystemsErrorNumber)
 {
     std::filesystem::remove(file);
     EXPECT_EQ(store.DeleteStoreFile(), 2) << "not found";
     EXPECT_FALSE(store.isOpen());
 }
 
-TEST_F(StoreFileTest, ATextThatIsNoIdentifierIsAFailure)
+TEST_F(StoreFileTest, AnInvalidGuidFails)
 {
     write(u"T", u"s", u"g", u"{no identifier}");
     GUID guid{};
@@ -335,7 +335,7 @@ TEST_F(StoreFileTest, ATextThatIsNoIdentifierIsAFailure)
     EXPECT_EQ(store.ReadGuid(u"T", u"s", u"none", guid), E_FAIL);
 }
 
-TEST_F(StoreFileTest, TheFlagOfAllSectionsIsSavedWhereThatIsAskedAndCanBeTakenBack)
+TEST_F(StoreFileTest, TheFlagOfAllSectionsIsSavedOnRequestAndCanBeCleared)
 {
     write(u"T", u"s", u"k", u"v");
     const std::string before = onDisk();
@@ -345,7 +345,7 @@ TEST_F(StoreFileTest, TheFlagOfAllSectionsIsSavedWhereThatIsAskedAndCanBeTakenBa
     EXPECT_NE(onDisk(), before);
     EXPECT_EQ(value(u"T", u"s", u"FieldMapChanged"), u"0");
     EXPECT_EQ(store.SetFlagInAllSections(u"T", 2, true), S_OK);
-    EXPECT_EQ(value(u"T", u"s", u"FieldMapChanged"), u"0") << "only 1 is set";
+    EXPECT_EQ(value(u"T", u"s", u"FieldMapChanged"), u"0") << "any value but 1 is stored as 0";
 }
 
 TEST(StoreType, QuotesAreEscapedAndDecodingReversesIt)
@@ -354,7 +354,7 @@ TEST(StoreType, QuotesAreEscapedAndDecodingReversesIt)
     EXPECT_EQ(EscapeTypeName(u"a&apos;b&quot;c&", false), u"a'b\"c&");
 }
 
-TEST_F(StoreFileTest, TheDecodedCopyIsForPeople)
+TEST_F(StoreFileTest, TheDecodedCopyIsReadable)
 {
     write(u"Trans1", u"r1", u"FieldData", u"2\u0003\u0006Ada\u0003\u0006");
     const auto copy = folder.path() / "copy.xml";

@@ -1,4 +1,4 @@
-// The index beside a store's document answers what the expressions answer, node for node, on documents of any hand.
+// The index returns the same sections as the XPath expressions, also on documents that the store did not write.
 #include "store/StoreIndex.h"
 
 #include "ExpressionStore.h"
@@ -13,7 +13,7 @@
 namespace mb {
 namespace {
 
-// A store's document and questions to it, at random: as the store writes it, or as a foreign hand might leave it.
+// A random document and random queries. Either the store could have written the document, or (foreign) another program.
 class RandomStore {
 public:
     RandomStore(unsigned seed, bool foreign) : random_(seed), foreign_(foreign) {}
@@ -83,10 +83,10 @@ platform::XmlDocument loaded(std::string bytes)
     return document;
 }
 
-// An empty element has two spellings; here it has one.
+// Normalises the spelling of empty elements.
 std::string rewritten(const std::string& bytes) { return loaded(bytes).bytes(); }
 
-// The fast store and its measure, driven alike.
+// Runs the same operations on the store and on the reference implementation.
 class Pair {
 public:
     Pair(const std::filesystem::path& file, const std::string& bytes) : measure(bytes), file_(file)
@@ -146,7 +146,7 @@ public:
         case 6:
         case 7: {
             const std::u16string otherKey = random.word(), otherValue = random.word();
-            // Under another root no section is found again: each single write makes one of its own.
+            // Under another root no section is found again, so each single write adds a section.
             if (otherKey == key || !measure.document.root().isNamed("Scs")) break;
             const bool append = random.below(3) == 0;
             const std::string encodedKey = encodeBase64(key), encodedOther = encodeBase64(otherKey);
@@ -170,7 +170,7 @@ public:
     mbtest::ExpressionStore measure;
 
 private:
-    // The flag that the store has just set, where any section of the type tells it.
+    // The value of the flag after the store has set it, read from any section of the type.
     LONG valueOfFlag(const std::u16string& type)
     {
         std::string buffer;
@@ -207,11 +207,11 @@ void runRandomly(bool foreign, unsigned seeds)
 
 } // namespace
 
-TEST(StoreIndex, AnswersWhatTheExpressionsAnswerOnDocumentsOfTheStore) { runRandomly(false, 60); }
+TEST(StoreIndex, AnswersLikeTheExpressionsOnDocumentsOfTheStore) { runRandomly(false, 60); }
 
-TEST(StoreIndex, AnswersWhatTheExpressionsAnswerOnDocumentsOfAForeignHand) { runRandomly(true, 120); }
+TEST(StoreIndex, AnswersLikeTheExpressionsOnDocumentsOfOtherPrograms) { runRandomly(true, 120); }
 
-TEST(StoreIndex, SectionsOfOneNameAreInDocumentOrderWhateverWasRenamed)
+TEST(StoreIndex, SectionsOfOneNameStayInDocumentOrderAfterRenames)
 {
     const auto document = loaded("<Scs><Sc><ST>T</ST><SN>YQ==</SN></Sc><Sc><ST>T</ST><SN>Yg==</SN></Sc></Scs>");
     const auto first = document.root().firstChild(), second = first.nextSibling();
@@ -221,11 +221,11 @@ TEST(StoreIndex, SectionsOfOneNameAreInDocumentOrderWhateverWasRenamed)
     EXPECT_FALSE(index.first("T", "YQ=="));
     first.firstChild("SN").setText("Yg==");
     index.restore(first, place);
-    EXPECT_EQ(index.first("T", "Yg=="), first) << "the earlier one of two";
+    EXPECT_EQ(index.first("T", "Yg=="), first) << "the first of two in document order";
     EXPECT_EQ(index.all("T", "Yg=="), (std::vector{first, second}));
 }
 
-TEST(StoreIndex, ASectionOfMoreNamesThanAreIndexedIsStillFoundByEach)
+TEST(StoreIndex, ASectionWithManyNamesIsFoundByEach)
 {
     std::string names;
     for (char c = 'a'; c < 'k'; ++c) names += std::string("<SN>") + c + "</SN>";
@@ -239,7 +239,7 @@ TEST(StoreIndex, ASectionOfMoreNamesThanAreIndexedIsStillFoundByEach)
     EXPECT_FALSE(index.first("T", "j"));
 }
 
-TEST(StoreIndex, AnswersNothingUnderAForeignRoot)
+TEST(StoreIndex, FindsNothingUnderAnotherRoot)
 {
     const auto document = loaded("<Other><Sc><ST>T</ST><SN>YQ==</SN></Sc></Other>");
     StoreIndex index;

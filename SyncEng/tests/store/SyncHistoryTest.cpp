@@ -29,7 +29,7 @@ protected:
         EXPECT_EQ(history.LoadEntries(side, entries, false, validate), S_OK);
         return entries;
     }
-    // What the file holds now.
+    // The records in the saved file.
     std::vector<std::u16string> savedRecords(std::u16string_view side)
     {
         CSyncHistory saved(nullptr);
@@ -44,7 +44,7 @@ protected:
 
 } // namespace
 
-TEST_F(SyncHistory, TheFileBearsTheMapsName)
+TEST_F(SyncHistory, TheFileIsNamedAfterTheMap)
 {
     EXPECT_TRUE(std::filesystem::exists(folder.data() / "{11111111-2222-3333-4444-555555555555}.xml"));
     LONG version = 0;
@@ -52,7 +52,7 @@ TEST_F(SyncHistory, TheFileBearsTheMapsName)
     EXPECT_EQ(version, 4);
 }
 
-TEST_F(SyncHistory, EntriesComeBackInTheOrderOfTheFile)
+TEST_F(SyncHistory, EntriesAreLoadedInFileOrder)
 {
     link(u"b", u"2");
     link(u"a", u"1");
@@ -64,7 +64,7 @@ TEST_F(SyncHistory, EntriesComeBackInTheOrderOfTheFile)
     EXPECT_FALSE(entries[0].FieldMapChanged);
 }
 
-TEST_F(SyncHistory, ASectionWithNothingButADateIsDeletedAtTheNextLoadAndTheFileIsSaved)
+TEST_F(SyncHistory, ABrokenEntryIsDeletedAtTheNextLoadAndTheFileIsSaved)
 {
     link(u"a", u"1");
     history.store().WriteDouble(u"Trans1", u"half", u"ModifiedTime", 1.0, false, true);
@@ -76,7 +76,7 @@ TEST_F(SyncHistory, ASectionWithNothingButADateIsDeletedAtTheNextLoadAndTheFileI
     EXPECT_EQ(ids, (std::vector<std::u16string>{u"a"}));
 }
 
-TEST_F(SyncHistory, ARecordWhoseTwinIsGoneIsDeletedOnlyWhereThatIsAsked)
+TEST_F(SyncHistory, AnEntryWithoutItsPartnerIsDeletedOnlyOnRequest)
 {
     link(u"a", u"1");
     link(u"b", u"2");
@@ -86,7 +86,7 @@ TEST_F(SyncHistory, ARecordWhoseTwinIsGoneIsDeletedOnlyWhereThatIsAsked)
     EXPECT_EQ(load(u"Trans1", false).size(), 1u);
 }
 
-TEST_F(SyncHistory, WithoutARunThereIsNoDatabase)
+TEST_F(SyncHistory, WithoutARunNoDatabaseIsRecorded)
 {
     std::u16string database = u"before";
     EXPECT_TRUE(FAILED(history.GetDatabase(u"Trans1", database)));
@@ -110,7 +110,7 @@ TEST_F(SyncHistory, AnyTextThatDoesNotBeginWithTrans1MeansSideTwo)
     EXPECT_EQ(database, u"two");
 }
 
-TEST_F(SyncHistory, ASuffixWithOneEmptyTextLeavesTheSectionsAsTheyAre)
+TEST_F(SyncHistory, ASuffixWithAnEmptyTextIsIgnored)
 {
     history.SetSectionSuffix(u"", u"B");
     EXPECT_EQ(history.SectionFor(u"Trans1"), u"Trans1");
@@ -118,7 +118,7 @@ TEST_F(SyncHistory, ASuffixWithOneEmptyTextLeavesTheSectionsAsTheyAre)
     EXPECT_EQ(history.SectionFor(u"Trans1"), u"Trans1c:\\ab");
     EXPECT_EQ(history.SectionFor(u"Trans2"), u"Trans2c:\\ab");
     link(u"a", u"1");
-    EXPECT_EQ(load(u"Trans1").size(), 1u) << "the twin is looked for under the same suffix";
+    EXPECT_EQ(load(u"Trans1").size(), 1u) << "the partner is looked up under the same suffix";
 }
 
 TEST_F(SyncHistory, FieldDataRoundTripsInAscendingOrderOfType)
@@ -136,7 +136,7 @@ TEST_F(SyncHistory, FieldDataRoundTripsInAscendingOrderOfType)
     EXPECT_EQ(read, fields);
 }
 
-TEST_F(SyncHistory, FieldDataOfNothingIsTheEmptyText)
+TEST_F(SyncHistory, EmptyFieldDataIsTheEmptyText)
 {
     EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", {}, false, false), S_OK);
     FieldValueMap read;
@@ -145,15 +145,16 @@ TEST_F(SyncHistory, FieldDataOfNothingIsTheEmptyText)
     EXPECT_TRUE(read.empty());
 }
 
-TEST_F(SyncHistory, WhatWasReadBeforeABrokenPieceOfFieldDataStands)
+TEST_F(SyncHistory, FieldsBeforeAnErrorInFieldDataAreKept)
 {
     const FieldValueMap read = parseFieldData(u"2\u0003\u0006Ada\u0003\u0006x\u0003\u0006?\u0003\u00064\u0003\u0006B\u0003\u0006");
     EXPECT_EQ(read.size(), 1u);
     EXPECT_TRUE(parseFieldData(u"2\u0003\u0006never closed").empty());
-    EXPECT_EQ(parseFieldData(u"2\u0003\u0006a\u0003\u00062\u0003\u0006b\u0003\u0006").find(2)->second, u"b") << "a later one replaces";
+    EXPECT_EQ(parseFieldData(u"2\u0003\u0006a\u0003\u00062\u0003\u0006b\u0003\u0006").find(2)->second, u"b")
+        << "a later value replaces an earlier one";
 }
 
-TEST_F(SyncHistory, RecordsOfOneStatusAreFound)
+TEST_F(SyncHistory, EntriesAreFoundByStatus)
 {
     link(u"a", u"1");
     link(u"b", u"2");
@@ -166,7 +167,7 @@ TEST_F(SyncHistory, RecordsOfOneStatusAreFound)
     EXPECT_EQ(entries[0].Id, u"b");
 }
 
-TEST_F(SyncHistory, AFileOfVersionOneGivesAllRecordsWhateverTheirStatus)
+TEST_F(SyncHistory, AFileOfVersionOneGivesAllEntriesWhateverTheirStatus)
 {
     link(u"a", u"1");
     history.SetVersion(1);
@@ -177,7 +178,7 @@ TEST_F(SyncHistory, AFileOfVersionOneGivesAllRecordsWhateverTheirStatus)
     EXPECT_EQ(entries.size(), 1u);
 }
 
-TEST_F(SyncHistory, ClearingAnOldHistoryMakesItOneOfToday)
+TEST_F(SyncHistory, AClearedHistoryHasTheCurrentVersion)
 {
     history.SetVersion(2);
     CSyncHistory old(nullptr);
@@ -188,7 +189,7 @@ TEST_F(SyncHistory, ClearingAnOldHistoryMakesItOneOfToday)
     EXPECT_EQ(version, 4);
 }
 
-TEST_F(SyncHistory, TheFlagOfTheFieldMapIsReadWithTheEntryOnlyWhereAsked)
+TEST_F(SyncHistory, FieldMapChangedIsReadWithTheEntryOnlyOnRequest)
 {
     link(u"a", u"1");
     EXPECT_EQ(history.SetFieldMapChanged(u"Trans1", {u"a", 0, {}, false}, true, false, false), S_OK);
@@ -201,7 +202,7 @@ TEST_F(SyncHistory, TheFlagOfTheFieldMapIsReadWithTheEntryOnlyWhereAsked)
     EXPECT_TRUE(load(u"Trans1")[0].FieldMapChanged);
 }
 
-TEST_F(SyncHistory, RecordsAreKeptInTheFileOnlyOnceTheLastRunsDataAreWritten)
+TEST_F(SyncHistory, EntriesAreSavedWithTheLastRunsData)
 {
     const auto writers = {+[](CSyncHistory& h) { return h.SetDatabase(u"Trans1", u"d"); },
                           +[](CSyncHistory& h) { return h.SetLastSyncTime(u"Trans1", 1.0); },
@@ -218,7 +219,7 @@ TEST_F(SyncHistory, RecordsAreKeptInTheFileOnlyOnceTheLastRunsDataAreWritten)
     }
 }
 
-TEST_F(SyncHistory, AWriterOfRecordsSavesWhereItIsAskedTo)
+TEST_F(SyncHistory, AWriterOfEntriesSavesOnRequest)
 {
     link(u"a", u"1");
     EXPECT_EQ(history.WriteFieldData(u"Trans1", u"a", {}, false, true), S_OK);
@@ -228,7 +229,7 @@ TEST_F(SyncHistory, AWriterOfRecordsSavesWhereItIsAskedTo)
     HistoryEntry entry;
     entry.Id = u"1";
     EXPECT_EQ(history.SetMappedId(u"Trans2", entry, u"b", true), S_OK);
-    EXPECT_EQ(entry.MappedId, u"a") << "it tells the former one";
+    EXPECT_EQ(entry.MappedId, u"a") << "it returns the former identifier";
     CSyncHistory saved(nullptr);
     ASSERT_EQ(saved.Open(map), S_OK);
     EXPECT_EQ(saved.ReadEntry(u"Trans2", entry, false), S_OK);
@@ -241,7 +242,7 @@ TEST_F(SyncHistory, AWriterOfRecordsSavesWhereItIsAskedTo)
     EXPECT_TRUE(savedRecords(u"Trans1").empty());
 }
 
-TEST_F(SyncHistory, WithASuffixTheFlagOfTheFieldMapIsFoundByTheWholeTypeAlone)
+TEST_F(SyncHistory, WithASuffixFieldMapChangedIsFoundByTheWholeSectionNameOnly)
 {
     history.SetSectionSuffix(u"A", u"B");
     link(u"a", u"1");
@@ -249,16 +250,16 @@ TEST_F(SyncHistory, WithASuffixTheFlagOfTheFieldMapIsFoundByTheWholeTypeAlone)
     entry.Id = u"a";
     EXPECT_EQ(history.SetFieldMapChanged(u"Trans1", entry, true, false, false), S_OK);
     EXPECT_EQ(history.ReadEntry(u"Trans1ab", entry, true), S_OK);
-    EXPECT_FALSE(entry.FieldMapChanged) << "it was written under the text as it was given";
+    EXPECT_FALSE(entry.FieldMapChanged) << "the flag was written under the section name as given";
     EXPECT_EQ(history.SetFieldMapChanged(u"Trans1ab", entry, true, false, false), S_OK);
     EXPECT_EQ(history.ReadEntry(u"Trans1ab", entry, true), S_OK);
     EXPECT_TRUE(entry.FieldMapChanged);
     EXPECT_EQ(history.SetFieldMapChanged(u"Trans1", entry, false, false, false), S_OK);
     EXPECT_EQ(history.ReadEntry(u"Trans1", entry, true), S_OK);
-    EXPECT_FALSE(entry.FieldMapChanged) << "and so it is read";
+    EXPECT_FALSE(entry.FieldMapChanged) << "and is read under it";
 }
 
-TEST_F(SyncHistory, ALoadReportsItsProgressAndACancelLeavesTheHistoryAsItWas)
+TEST_F(SyncHistory, ALoadReportsProgressAndACancelKeepsTheHistory)
 {
     const auto sink = com::make<mbtest::EventSinkFake>();
     (void)history.exchangeSink(com::Ptr<ISyncEvents>(sink));
@@ -272,13 +273,13 @@ TEST_F(SyncHistory, ALoadReportsItsProgressAndACancelLeavesTheHistoryAsItWas)
     EXPECT_EQ(sink->lastPercent, 100.0) << "the second of two";
     std::vector<std::u16string> ids;
     EXPECT_EQ(history.ListRecords(u"Trans1", ids), S_OK);
-    EXPECT_EQ(ids.size(), 2u) << "what is broken is still there";
+    EXPECT_EQ(ids.size(), 2u) << "the broken entry is still there";
     EXPECT_EQ(history.LoadEntries(u"Trans1", entries, true, true), S_OK);
     EXPECT_EQ(entries.size(), 1u);
     EXPECT_EQ(sink->labels.back(), u"Loading synchronization history (categories).");
 }
 
-TEST_F(SyncHistory, TheDataOfTheLastRunAreNoRecordButCountInTheProgressOfALoad)
+TEST_F(SyncHistory, TheLastRunsDataAreNoEntryButCountInTheProgress)
 {
     const auto sink = com::make<mbtest::EventSinkFake>();
     (void)history.exchangeSink(com::Ptr<ISyncEvents>(sink));
@@ -292,12 +293,12 @@ TEST_F(SyncHistory, TheDataOfTheLastRunAreNoRecordButCountInTheProgressOfALoad)
     EXPECT_EQ(sink->calls, 3);
     EXPECT_EQ(sink->lastPercent, 100.0);
     std::u16string database;
-    EXPECT_EQ(history.GetDatabase(u"Trans1", database), S_OK) << "and are not removed as a broken record";
+    EXPECT_EQ(history.GetDatabase(u"Trans1", database), S_OK) << "the last run's data are not removed as a broken entry";
 }
 
-TEST_F(SyncHistory, TheDataOfTheLastRunAreKnownByTheLettersOfTheirEncodedNameWhateverTheirCase)
+TEST_F(SyncHistory, TheLastRunsDataAreFoundByTheirEncodedNameInAnyCase)
 {
-    const std::string other = "u3LUY0LUZM8="; // the letters of the encoded SyncInfo
+    const std::string other = "u3LUY0LUZM8="; // the encoded "SyncInfo" in other case
     const auto keys = [](const char* mapped) {
         return std::string("<Ky><KN>TWFwcGVkSUQ=</KN><KV>") + mapped + "</KV></Ky><Ky><KN>TW9kaWZpZWRUaW1l</KN><KV>MQ==</KV></Ky>";
     };
@@ -315,11 +316,11 @@ TEST_F(SyncHistory, TheDataOfTheLastRunAreKnownByTheLettersOfTheirEncodedNameWha
     const std::size_t at = saved.find(other);
     ASSERT_NE(at, std::string::npos) << "the section is still there";
     EXPECT_EQ(saved.substr(at, saved.find("</Sc>", at) - at).find(encodeBase64(u"FieldMapChanged")), std::string::npos)
-        << "and got no mark";
+        << "and its flag was not set";
 }
 
-// Both sides at once are read ahead: what a load of side 1 removes must be gone from side 2 all the same.
-TEST_F(SyncHistory, BothSidesAreLoadedAsOneAfterTheOtherWhateverTheLinks)
+// Both sides are read before entries are removed; an entry removed from side 1 must still be missing as a partner for side 2.
+TEST_F(SyncHistory, LoadingBothSidesEqualsLoadingOneAfterTheOther)
 {
     std::mt19937 random(7);
     const auto below = [&](std::size_t n) { return static_cast<std::size_t>(random() % n); };
@@ -328,7 +329,7 @@ TEST_F(SyncHistory, BothSidesAreLoadedAsOneAfterTheOtherWhateverTheLinks)
         return "<Ky><KN>" + encodeBase64(key) + "</KN><KV>" + std::string(value) + "</KV></Ky>";
     };
     for (int round = 0; round < 300; ++round) {
-        // Names of a few letters, some of them twice or written with a blank in them, links to each other and astray.
+        // Random names, some duplicated or with a blank inside, and links to partners or to missing records.
         std::string text = "<Scs Version=\"4\">";
         for (std::size_t i = 0, count = below(14); i < count; ++i) {
             const bool one = i % 2 == 0, astray = below(4) == 0;
@@ -367,7 +368,7 @@ TEST_F(SyncHistory, BothSidesAreLoadedAsOneAfterTheOtherWhateverTheLinks)
     }
 }
 
-TEST_F(SyncHistory, ALoadOfBothSidesThatIsCancelledOnTheFirstLeavesTheSecondAlone)
+TEST_F(SyncHistory, ALoadOfBothSidesCancelledOnTheFirstDoesNotLoadTheSecond)
 {
     link(u"a", u"1");
     link(u"b", u"2");
@@ -381,14 +382,14 @@ TEST_F(SyncHistory, ALoadOfBothSidesThatIsCancelledOnTheFirstLeavesTheSecondAlon
     EXPECT_EQ(two.size(), 1u);
     sink->cancelAt = 0;
     EXPECT_EQ(history.LoadBothSides(one, two, false), S_OK);
-    EXPECT_EQ(sink->calls, 6) << "once a record";
+    EXPECT_EQ(sink->calls, 6) << "once per entry";
     ASSERT_EQ(one.size(), 2u);
     ASSERT_EQ(two.size(), 2u);
     EXPECT_EQ(two[1].Id, u"2");
     EXPECT_EQ(two[1].MappedId, u"b");
 }
 
-TEST_F(SyncHistory, ClearingOneSideLeavesTheOther)
+TEST_F(SyncHistory, ClearingOneSideKeepsTheOther)
 {
     for (const char16_t* cleared : {u"Trans1", u"Trans2"}) {
         link(u"a", u"1");
@@ -404,7 +405,7 @@ TEST_F(SyncHistory, ClearingOneSideLeavesTheOther)
     }
 }
 
-TEST_F(SyncHistory, TheStatusOfARecordHasAKeyOfItsOwnEmptyWhereThereIsNone)
+TEST_F(SyncHistory, TheStatusHasItsOwnKeyWhichMayBeEmpty)
 {
     FieldValueMap fields;
     fields[ftRecordStatus] = u"-6";
@@ -414,7 +415,7 @@ TEST_F(SyncHistory, TheStatusOfARecordHasAKeyOfItsOwnEmptyWhereThereIsNone)
     EXPECT_EQ(history.store().ReadValue(u"Trans1", u"a", u"FMStatus", status), S_OK);
     EXPECT_EQ(status, u"-6");
     EXPECT_EQ(history.store().ReadValue(u"Trans1", u"a", u"FieldData", data), S_OK);
-    EXPECT_EQ(data, u"42\u0003\u0006-6\u0003\u0006") << "and stands among the others too";
+    EXPECT_EQ(data, u"42\u0003\u0006-6\u0003\u0006") << "the status is also part of the field data";
     EXPECT_EQ(history.store().ReadValue(u"Trans1", u"b", u"FMStatus", status), S_OK);
     EXPECT_EQ(status, u"");
     std::vector<std::u16string> keys;
@@ -425,11 +426,11 @@ TEST_F(SyncHistory, TheStatusOfARecordHasAKeyOfItsOwnEmptyWhereThereIsNone)
     EXPECT_EQ(keys.size(), 4u) << "appended";
 }
 
-TEST_F(SyncHistory, DeletingTheFileLeavesNone)
+TEST_F(SyncHistory, DeletingTheHistoryDeletesItsFile)
 {
     EXPECT_EQ(history.DeleteFile(), 0);
     EXPECT_FALSE(std::filesystem::exists(folder.data() / "{11111111-2222-3333-4444-555555555555}.xml"));
-    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), S_OK) << "and there is no harm in doing it again";
+    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), S_OK) << "deleting it again succeeds";
 }
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// A store whose file is there and cannot be read: opening it fails and names it, whatever the flag, and replaces nothing.
+// A store whose file exists but cannot be read: Open fails, names the file and replaces nothing, with and without `create`.
 #pragma once
 #include "files.h"
 #include "store/CSyncHistory.h"

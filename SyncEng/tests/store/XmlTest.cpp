@@ -25,7 +25,7 @@ std::string nested(std::size_t depth)
 
 } // namespace
 
-TEST(Xml, TextsOfAnElementAndOfAllBelowItAreOne)
+TEST(Xml, AnElementsTextIncludesItsDescendants)
 {
     const auto document = loaded("<r>a<b>b<c>c</c></b>d<![CDATA[<e>]]></r>");
     EXPECT_EQ(document.root().text(), "abcd<e>");
@@ -39,15 +39,15 @@ TEST(Xml, WhiteSpaceAndCommentsSurviveALoadAndASave)
     EXPECT_EQ(loaded(text).bytes(), text);
 }
 
-TEST(Xml, Utf16WithAMarkIsRead)
+TEST(Xml, Utf16WithAByteOrderMarkIsRead)
 {
     const std::u16string text = u"\uFEFF<r>\u00E9</r>";
     EXPECT_EQ(loaded(std::string(reinterpret_cast<const char*>(text.data()), text.size() * 2)).root().text(), "\xC3\xA9");
 }
 
-TEST(Xml, AUtf8MarkIsPassedOver) { EXPECT_EQ(loaded("\xEF\xBB\xBF<r>x</r>").root().text(), "x"); }
+TEST(Xml, AUtf8ByteOrderMarkIsSkipped) { EXPECT_EQ(loaded("\xEF\xBB\xBF<r>x</r>").root().text(), "x"); }
 
-TEST(Xml, WhatIsNoDocumentDoesNotLoad)
+TEST(Xml, AnInvalidDocumentDoesNotLoad)
 {
     for (const char* bad : {"", "   ", "text", "<r>", "<r></s>", "<r/><r/>", "<r/>text", "<r a=1/>", "<!DOCTYPE r><r/>",
                             "<!DOCTYPE r [<!ENTITY a \"b\">]><r>&a;</r>"}) {
@@ -70,19 +70,19 @@ TEST(Xml, MarkupInCommentsAndAttributesIsNotNesting)
     EXPECT_TRUE(platform::isHarmlessXml("<r a=\"<<<\"><!-- <a><a><!DOCTYPE --><![CDATA[<!DOCTYPE]]></r>"));
 }
 
-TEST(Xml, ATextIsReplacedHoweverItWasThere)
+TEST(Xml, ATextIsReplacedWhateverItsForm)
 {
     auto document = loaded("<r><a>1</a><b/><c>x<d/>y</c></r>");
     for (XmlElement e = document.root().firstChild(); e; e = e.nextSibling()) e.setText("n<w");
     EXPECT_EQ(document.bytes(), "<r><a>n&lt;w</a><b>n&lt;w</b><c>n&lt;w</c></r>");
 }
 
-TEST(Xml, SelectionIsInDocumentOrderAndOfElements)
+TEST(Xml, SelectionReturnsElementsInDocumentOrder)
 {
     auto document = loaded("<r><a k=\"2\"/><b><a/></b><a/></r>");
     EXPECT_EQ(document.select("//a").size(), 3u);
     EXPECT_EQ(document.selectFirst("r/a").attribute("k"), "2");
-    EXPECT_TRUE(document.select("///").empty()) << "an expression that is none names nothing";
+    EXPECT_TRUE(document.select("///").empty()) << "an invalid expression selects nothing";
     EXPECT_FALSE(document.selectFirst("r/none"));
 }
 

@@ -1,5 +1,5 @@
-// Which results of CLSIDFromString count as a valid identifier of a stored text. This program defines the function itself, since the
-// runtime of this platform never returns REGDB_E_WRITEREGDB.
+// Which results of CLSIDFromString make a stored text a valid GUID. This program replaces the function, since the Linux runtime never
+// returns REGDB_E_WRITEREGDB.
 #include "store/StoreFile.h"
 
 #include "TestFolder.h"
@@ -12,7 +12,7 @@ namespace {
 
 constexpr GUID found{0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55}};
 
-// The result to return; without one the call goes to the runtime.
+// The result to return; nullopt calls the runtime.
 std::optional<HRESULT> answer;
 
 } // namespace
@@ -30,7 +30,7 @@ HRESULT CLSIDFromString(LPCOLESTR text, CLSID* out)
 
 namespace mb {
 
-TEST(AcceptedGuid, IsOneThatTheRuntimeFoundAlsoWhereItCouldNotWriteTheRegistry)
+TEST(AcceptedGuid, IncludesAGuidFoundWithoutWritingTheRegistry)
 {
     const mbtest::TestFolder folder;
     StoreFile store;

@@ -1,4 +1,4 @@
-// The code page under the encoded texts, where it is UTF-8.
+// The code page of encoded texts on Linux: UTF-8.
 #include "store/CBase64.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// A disk without room, played by the limit on the size of the process's files.
+// A full disk, simulated by the process's limit on file sizes.
 #include "store/StoreFile.h"
 
 #include "TestFolder.h"
@@ -9,7 +9,7 @@
 
 namespace mb {
 
-TEST(StoreFullDisk, TheOldFileIsLeftWhole)
+TEST(StoreFullDisk, TheOldFileIsKept)
 {
     const mbtest::TestFolder folder;
     const auto file = folder.path() / "store.xml";
@@ -30,9 +30,8 @@ TEST(StoreFullDisk, TheOldFileIsLeftWhole)
     std::signal(SIGXFSZ, former);
     EXPECT_EQ(hr, static_cast<HRESULT>(0x80070070));
     EXPECT_EQ(folder.read(file), before);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-        << "no temporary file is left beside data and store";
-    EXPECT_EQ(write(u"k", u"new"), S_OK) << "the memory image is ahead, and the next save brings it";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2) << "no temporary file remains";
+    EXPECT_EQ(write(u"k", u"new"), S_OK) << "the next save writes the pending change";
 }
 
 } // namespace mb

@@ -1,4 +1,4 @@
-// A store file that exists, by the rights that the user has on it.
+// An existing store file with various permissions.
 #include "store/StoreFile.h"
 
 #include "ChildProcess.h"
@@ -22,7 +22,7 @@ protected:
         std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
         EXPECT_EQ(::chmod(file.c_str(), GetParam()), 0);
     }
-    // What the file holds, and it can be read again.
+    // Makes the file readable and returns its bytes.
     [[nodiscard]] std::string bytesIn(const std::filesystem::path& path) const
     {
         EXPECT_EQ(::chmod(path.c_str(), 0600), 0);
@@ -35,7 +35,7 @@ protected:
 
 } // namespace
 
-TEST_P(StoreRights, LosesNothingThatItHolds)
+TEST_P(StoreRights, LosesNoData)
 {
     EXPECT_EQ(mbtest::inChild(true,
                               [&] {

@@ -5,7 +5,7 @@
 namespace mb {
 namespace {
 
-// Rights hold for all but the superuser, who is another user while this lives; any other user has none to drop.
+// Permissions do not apply to the superuser, so the superuser becomes another user while this lives.
 class WithoutRights {
 public:
     WithoutRights() : dropped_(geteuid() == 0 && seteuid(65534) == 0) {}
@@ -24,8 +24,8 @@ constexpr char held[] = "<Scs Version=\"4\"><Sc><ST>T</ST><SN>cw==</SN><Ky><KN>a
 
 } // namespace
 
-// The folder is everyone's, so that the file could be renamed and replaced.
-TEST_F(UnreadableStore, AFileThatTheUserMayNotReadIsRefusedAndStaysAsItIs)
+// The folder is writable, so that the file could be renamed and replaced.
+TEST_F(UnreadableStore, AFileThatTheUserMayNotReadIsRefusedAndNotChanged)
 {
     folder.write("store.xml", held);
     std::filesystem::permissions(folder.path(), std::filesystem::perms::all);
@@ -44,15 +44,15 @@ TEST_F(UnreadableStore, AFileThatTheUserMayNotReadIsRefusedAndStaysAsItIs)
     EXPECT_EQ(value, u"v1");
 }
 
-// The first byte of a process's memory is nowhere: a plain file, whose reading is an input error.
-TEST_F(UnreadableStore, AFileWhoseReadingFailsOnTheDiskIsRefusedAndStaysWhereItIs)
+// /proc/self/mem is a regular file whose first byte cannot be read: reading it is an I/O error.
+TEST_F(UnreadableStore, AFileWithAReadErrorIsRefusedAndNotMoved)
 {
     std::filesystem::create_symlink("/proc/self/mem", file);
     expectRefused(readFault, "The system could not read it.");
     EXPECT_EQ(std::filesystem::read_symlink(file), "/proc/self/mem");
 }
 
-TEST_F(UnreadableStore, AHistoryIsNotDeletedToMakeRoomForANewMap)
+TEST_F(UnreadableStore, AnUnreadableHistoryIsNotDeletedForANewMap)
 {
     constexpr GUID map{0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x55, 0x55, 0x55, 0x55}};
     const auto path = folder.data() / "{11111111-2222-3333-4444-555555555555}.xml";
@@ -62,11 +62,11 @@ TEST_F(UnreadableStore, AHistoryIsNotDeletedToMakeRoomForANewMap)
     EXPECT_TRUE(std::filesystem::is_symlink(path));
     std::filesystem::remove(path);
     folder.write("data/Zorel/MBSync/{11111111-2222-3333-4444-555555555555}.xml", "<Scs><Sc>");
-    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), S_OK) << "a damaged one is of no use to anyone";
+    EXPECT_EQ(CSyncHistory::DeleteHistoryFile(map), S_OK) << "a damaged history may be deleted";
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-TEST_F(UnreadableStore, AFolderInPlaceOfTheFileIsRefusedAndStays)
+TEST_F(UnreadableStore, AFolderInPlaceOfTheFileIsRefusedAndKept)
 {
     std::filesystem::create_directory(file);
     folder.write("store.xml/inside", "1");

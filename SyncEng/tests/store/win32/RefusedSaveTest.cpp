@@ -1,4 +1,4 @@
-// A file that the system does not let go.
+// A store file that is read-only.
 #include "store/StoreFile.h"
 
 #include "TestFolder.h"
@@ -8,7 +8,7 @@
 
 namespace mb {
 
-TEST(StoreRefusedSave, AReadOnlyFileKeepsItsContentAndTheSaveSaysSo)
+TEST(StoreRefusedSave, SavingAReadOnlyFileFailsAndKeepsIt)
 {
     const mbtest::TestFolder folder;
     const auto file = folder.path() / "store.xml";
@@ -20,8 +20,7 @@ TEST(StoreRefusedSave, AReadOnlyFileKeepsItsContentAndTheSaveSaysSo)
     EXPECT_EQ(store.WriteValue(u"T", u"s", u"k", u"new", false, true), E_ACCESSDENIED);
     EXPECT_EQ(folder.read(file), before);
     ASSERT_TRUE(SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL));
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2)
-        << "no temporary file is left beside data and store";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path()), {}), 2) << "no temporary file remains";
     EXPECT_EQ(store.WriteValue(u"T", u"s", u"k", u"new", false, true), S_OK);
 }
 

@@ -4,7 +4,7 @@
 
 namespace mb {
 
-TEST_F(UnreadableStore, AFileThatAnotherProgramKeepsForItselfIsRefusedAndStaysAsItIs)
+TEST_F(UnreadableStore, AFileThatAnotherProgramLocksIsRefusedAndNotChanged)
 {
     folder.write("store.xml", "<Scs Version=\"4\"/>");
     const HANDLE other = CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_DELETE, nullptr, OPEN_EXISTING, 0, nullptr);
@@ -15,7 +15,7 @@ TEST_F(UnreadableStore, AFileThatAnotherProgramKeepsForItselfIsRefusedAndStaysAs
     EXPECT_EQ(StoreFile().Open(file, true), S_OK) << "it opens once it can be read";
 }
 
-TEST_F(UnreadableStore, AFolderInPlaceOfTheFileIsRefusedAndStays)
+TEST_F(UnreadableStore, AFolderInPlaceOfTheFileIsRefusedAndKept)
 {
     std::filesystem::create_directory(file);
     folder.write("store.xml/inside", "1");
