@@ -1,6 +1,6 @@
-# mb_exports(TARGET LIST): the library exports the names in LIST.def (Windows) or in the version script LIST.map (elsewhere), and nothing
-# else. Hidden visibility is not enough: the templates of the standard library are visible by their own declaration, and one with a static
-# variable becomes a unique symbol, which keeps the library loaded for the life of the process.
+# mb_exports(TARGET LIST): the library exports exactly the names in LIST.def (Windows) or in the version script LIST.map (Linux). Hidden
+# visibility is not enough: templates of the standard library declare themselves visible, and one with a static variable becomes a unique
+# symbol, which keeps the library loaded until the process ends.
 function(mb_exports target list)
     if(WIN32)
         target_sources(${target} PRIVATE ${list}.def)
@@ -10,8 +10,8 @@ function(mb_exports target list)
     endif()
 endfunction()
 
-# mb_component(TARGET): a component server. It exports its four entry points; its other code is hidden, so that it counts its own objects,
-# whatever else is loaded.
+# mb_component(TARGET): a component server. It exports its four entry points; its other code is hidden, so that it counts only its own
+# objects.
 function(mb_component target)
     set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
     mb_exports(${target} ${PROJECT_SOURCE_DIR}/SyncEng/res/component)

@@ -1,16 +1,16 @@
-# mb_test_program(TARGET [SHARDS n] [SERIAL] [PROPERTIES ...]): makes a program of the tests, and names its tests to ctest in two ways.
-# - Each case is a test of its own, for `ctest --preset linux -R NAME`. The cases are listed when they are about to run, which under Wine
-#   may be the first program of a new prefix, and make a display; so the listing has more than the usual five seconds.
-# - In the configuration "programs" the whole program is a test, in n shards that run side by side: `ctest --preset linux -C programs -L
-#   programs`. scripts/test takes this way, since a process for each case costs more than most cases do. Each shard leaves its results in
-#   results/, written as its last act: a shard without that file did not get to its end.
+# mb_test_program(TARGET [SHARDS n] [SERIAL] [PROPERTIES ...]): registers a test program with ctest in two ways.
+# - Each test case is a ctest test, for `ctest --preset linux -R NAME`. The cases are listed before they run. Under Wine this may first
+#   create the prefix and a display, so the timeout is longer than the usual five seconds.
+# - In the configuration "programs" the program is a ctest test, in n parallel shards: `ctest --preset linux -C programs -L programs`.
+#   scripts/test uses it, since a process per case costs more than most cases. A shard writes its results to results/ at its end; a shard
+#   without that file did not finish.
 include(GoogleTest)
 function(mb_test_program target)
     cmake_parse_arguments(PARSE_ARGV 1 arg "SERIAL" "SHARDS" "PROPERTIES")
-    # The optimiser costs more on the tests' code than it gains: their time goes into the libraries, which keep their options.
+    # Optimising the tests costs more time than it saves: they spend their time in the libraries, which stay optimised.
     target_compile_options(${target} PRIVATE -O0)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # A unity build's own warning: a fixture in an anonymous namespace of an included file.
+        # A warning that only unity builds cause: a fixture in an anonymous namespace of an included file.
         target_compile_options(${target} PRIVATE -Wno-subobject-linkage)
     endif()
     gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120 PROPERTIES RUN_SERIAL ${arg_SERIAL} ${arg_PROPERTIES})
@@ -21,7 +21,7 @@ function(mb_test_program target)
         math(EXPR index "${shard} - 1")
         set(name ${target}.${shard}of${arg_SHARDS})
         add_test(NAME ${name} CONFIGURATIONS programs COMMAND ${target} --gtest_output=xml:${MB_DRIVE}${CMAKE_BINARY_DIR}/results/${name}.xml)
-        # The programs in many shards are the long ones, and begin first.
+        # Programs with many shards take longest and start first.
         set_tests_properties(${name} PROPERTIES LABELS programs TIMEOUT 1200 COST ${arg_SHARDS} RUN_SERIAL ${arg_SERIAL}
             ENVIRONMENT "GTEST_TOTAL_SHARDS=${arg_SHARDS};GTEST_SHARD_INDEX=${index}" ${arg_PROPERTIES})
     endforeach()

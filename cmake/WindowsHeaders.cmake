@@ -1,5 +1,5 @@
-# Libraries that are headers alone serve Windows from where Debian puts them for Linux. Each folder is linked into a folder of its own:
-# /usr/include as a whole would bring the C library of Linux along.
+# Uses Debian's header-only libraries, installed for Linux, for Windows too. Each library's folder is linked into a separate include folder,
+# since /usr/include also holds the C library's headers.
 function(take_headers target folder)
     if(NOT EXISTS /usr/include/${folder})
         message(FATAL_ERROR "/usr/include/${folder} is missing; scripts/install-deps installs it")

@@ -1,6 +1,6 @@
-# GoogleTest for Windows, from the sources that Debian ships, under the names that find_package gives on Linux. Its main is ours: it enters
+# GoogleTest for Windows, built from Debian's sources under the target names of find_package on Linux. Its main function is ours and enters
 # an apartment, as every host does.
-set(MB_DRIVE "Z:") # where Wine shows the file system that paths of the build are of
+set(MB_DRIVE "Z:") # Wine's drive for the file system of the build
 set(gtest_disable_pthreads OFF)
 set(INSTALL_GTEST OFF)
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)

@@ -1,4 +1,4 @@
-# Builds for 64-bit Windows with mingw-w64 on Linux; what was built runs under Wine.
+# Builds for 64-bit Windows with mingw-w64 on Linux; the programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
@@ -12,7 +12,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Windows 10; wide functions only. The compiler's own libraries go into each module, so that nothing else has to be installed.
+# Windows 10, wide functions only. The compiler's libraries are linked statically, so that nothing else must be installed.
 set(CMAKE_CXX_FLAGS_INIT "-DUNICODE -D_UNICODE -DNOMINMAX -DWIN32_LEAN_AND_MEAN -D_WIN32_WINNT=0x0A00")
 foreach(kind EXE SHARED MODULE)
     set(CMAKE_${kind}_LINKER_FLAGS_INIT "-static")
