@@ -192,6 +192,7 @@ HRESULT VariantChangeType(VARIANTARG* to, const VARIANTARG* from, USHORT, VARTYP
     });
 }
 
+// Texts are compared by code unit, whatever the locale.
 HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID, ULONG)
 {
     if (!left || !right) return E_INVALIDARG;
@@ -211,6 +212,7 @@ HRESULT VarCmp(VARIANT* left, VARIANT* right, LCID, ULONG)
     });
 }
 
+// Reads yyyy-mm-dd and mm/dd/yyyy, each with an optional time, whatever the locale. Anything else is a mismatch.
 HRESULT VarDateFromStr(const OLECHAR* text, LCID, ULONG, DATE* out)
 {
     if (!text || !out) return E_INVALIDARG;
