@@ -18,6 +18,13 @@ struct Interface {
     std::vector<std::string> methods; // each the text from its id to the closing parenthesis
 };
 
+// Whether the line holds a comment and nothing else.
+bool isComment(const std::string& line)
+{
+    const std::size_t start = line.find_first_not_of(' ');
+    return start != line.npos && line.compare(start, 2, "//") == 0;
+}
+
 // The dual interfaces of the file, in its order. A method ends with the semicolon, whatever lines it takes.
 std::vector<Interface> readDualInterfaces(std::istream& idl)
 {
@@ -32,7 +39,7 @@ std::vector<Interface> readDualInterfaces(std::istream& idl)
             inside = true;
         } else if (inside && line == "}") {
             inside = false;
-        } else if (inside && line != "{") {
+        } else if (inside && line != "{" && !isComment(line)) {
             statement += line + " ";
             if (line.ends_with(';')) found.back().methods.push_back(std::exchange(statement, {}));
         }

@@ -52,10 +52,11 @@ public:
     // calls this for all known identifiers before anything else. If an answer is not empty, it calls this for all of them once more and
     // uses the second answers, so an answer may depend on all known identifiers.
     [[nodiscard]] virtual std::string updatedId(const std::string&) { return {}; }
-    // Nanoseconds since 1970, UTC.
+    // Nanoseconds since 1970, UTC. modified() grows with each change of the record; an equal or earlier date is no change to the engine.
     [[nodiscard]] virtual std::int64_t created(const std::string& id) const = 0;
     [[nodiscard]] virtual std::int64_t modified(const std::string& id) const = 0;
 
+    // One record is read at a time, while another one, or the same one, may be written.
     virtual void beginRead(const std::string& id) = 0;
     // Reads a field of the record being read, or else of the record being written.
     [[nodiscard]] virtual std::u16string read(const std::string& id, int type) const = 0;
@@ -64,9 +65,12 @@ public:
     // Throws if the record is known to be read-only; with an empty identifier, if no record can be added.
     virtual void expectWritable(const std::string& /*id*/) {}
     virtual void beginBatch() = 0;
+    // Writes the batch; `abort` drops what is not written yet. Succeeds if no batch is open.
     virtual void endBatch(bool abort) = 0;
+    // Returns an identifier that is valid until save(). An addition or edit that was not saved is dropped, here and in beginEdit().
     virtual std::string beginAdd() = 0;
     virtual void beginEdit(const std::string& id) = 0;
+    // Throws unless beginAdd() or beginEdit() named the record. An empty text removes the value.
     virtual void write(const std::string& id, int type, std::u16string_view text) = 0;
     virtual std::string save(const std::string& id) = 0; // returns the identifier of the record from now on
     virtual void remove(const std::string& id) = 0;

@@ -7,6 +7,8 @@ namespace mb {
 struct IRecordAccess : IUnknown {
     // Fails if the system already reports that the record can be neither changed nor deleted; ITranslatorInfo::GetLastError then gives the
     // reason. An empty identifier asks about a new record. Success is no guarantee: the write itself may still fail.
+    // Requires: the store is open. The engine asks after the summary about each record of the plan; a failure ends the run before the
+    // first write of the pass.
     virtual HRESULT STDMETHODCALLTYPE ExpectWritable(BSTR recordId) = 0;
 };
 
