@@ -27,7 +27,7 @@ CardList::CardList(const Engine& engine, const GUID& target, const std::string& 
 {
     const auto services = servicesOf(engine, target, file, password);
     if (FAILED(engine.create<ITrMapEntry>(__uuidof(TrManager))->Load(hostClass, translator_.put())) || !translator_)
-        throw Failure("The plug-in of the card file cannot be loaded. Register it with mb register.");
+        throw Failure("The plug-in for card files cannot be loaded. Register it again: mb register PLUGIN.");
     check(translator_->Initialize(services.get(), nullptr, VARIANT_FALSE), "cannot be opened");
     const auto list = translator_.as<IFieldList>();
     const auto field = translator_.as<IField>();
@@ -75,7 +75,7 @@ std::u16string CardList::read(BSTR id, LONG type)
     return std::u16string(value.text());
 }
 
-// The name as people write it, the display name and the company.
+// The names by which a user may name a card: first and last name, display name, company.
 CardList::Names CardList::names()
 {
     Names found;
@@ -86,7 +86,7 @@ CardList::Names CardList::names()
         std::u16string full = first;
         if (!first.empty() && !last.empty()) full += u' ';
         full += last;
-        std::set<std::u16string> own; // a card whose names are equal is one card all the same
+        std::set<std::u16string> own; // two equal names of one card count once
         for (const std::u16string& name : {full, read(key.get(), ftDisplayName), read(key.get(), ftCompany)})
             if (!name.empty()) own.insert(platform::lowered(name));
         (void)translator_->EndReadRecord(key.get());
@@ -98,16 +98,17 @@ CardList::Names CardList::names()
 std::u16string CardList::named(const Names& names, const std::string& text) const
 {
     const auto [begin, end] = names.equal_range(platform::lowered(platform::utf16(text)));
-    if (begin == end) throw Failure("There is no card " + quote(text) + " in " + quote(file_) + ".");
+    if (begin == end)
+        throw Failure("There is no card " + quote(text) + " in " + quote(file_) + "; give a name or the identifier of a card.");
     if (std::next(begin) == end) return begin->second;
-    std::string sentence = "The name " + quote(text) + " is that of several cards; give the identifier of one:";
+    std::string sentence = "There are several cards named " + quote(text) + "; give the identifier of one of them:";
     for (auto at = begin; at != end; ++at) sentence += " " + printable(at->second);
     throw Failure(sentence, exitUsage);
 }
 
 std::vector<std::u16string> CardList::resolve(const std::vector<std::string>& texts)
 {
-    std::optional<Names> names; // read once, and only if there is a text that is no identifier
+    std::optional<Names> names; // read at the first text that is not an identifier
     std::set<std::u16string> seen;
     std::vector<std::u16string> ids;
     for (const std::string& text : texts) {

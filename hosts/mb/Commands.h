@@ -1,11 +1,11 @@
-// The commands of mb, one group a file. Each adds its subcommands to the program; a command runs when the line has been read.
+// The commands of mb, one group per file. Each function adds its commands to the program; a command runs once the command line was parsed.
 #pragma once
 #include <CLI/CLI.hpp>
 
 namespace mbhost {
 
-inline constexpr char mapHelp[] = "The map's identifier, or a beginning of it", jsonHelp[] = "As JSON, for scripts",
-                      noMapYet[] = "There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 makes one.\n";
+inline constexpr char mapHelp[] = "The map's identifier or its first characters", jsonHelp[] = "As JSON, for scripts",
+                      noMapYet[] = "There is no map yet. mb add NAME1=DATABASE1 NAME2=DATABASE2 creates one.\n";
 
 void addPluginCommands(CLI::App& app);   // register, unregister, translators
 void addMapCommands(CLI::App& app);      // add, maps, show, set, remove

@@ -16,7 +16,8 @@ DeleteLimit::DeleteLimit(const std::string& text) : smallStore_(0)
     const char* const end = text.data() + text.size() - (percent ? 1 : 0);
     const auto [stop, error] = std::from_chars(text.data(), end, value_);
     if (error != std::errc() || stop != end || value_ < 0 || (percent && value_ > 100))
-        throw Failure("--max-delete takes a number of contacts, a percentage up to 100% or none, not " + quote(text) + ".", exitUsage);
+        throw Failure("--max-delete takes a number of contacts, a percentage up to 100%, or none; it does not take " + quote(text) + ".",
+                      exitUsage);
     kind_ = percent ? Kind::Percent : Kind::Number;
 }
 

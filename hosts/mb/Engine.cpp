@@ -20,19 +20,19 @@ platform::Library loadEngine()
     for (const auto& folder : {here, here.parent_path() / "lib"}) {
         if (!platform::fileExists(folder / name)) continue;
         if (platform::Library library(folder / name); library) return library;
-        throw Failure("The engine " + textOf(folder / name) + " cannot be loaded; install it anew.");
+        throw Failure("The engine " + textOf(folder / name) + " cannot be loaded; install mb again.");
     }
-    throw Failure("The engine " + name + " was not found beside " + textOf(platform::executablePath()) + "; install both together.");
+    throw Failure("The engine " + name + " was not found beside " + textOf(platform::executablePath()) + "; install mb again.");
 }
 
 } // namespace
 
 Engine::Engine() : library_(loadEngine()), getClassObject_(library_.function<HRESULT(REFCLSID, REFIID, void**)>("DllGetClassObject"))
 {
-    // The engine and the plug-ins take a registry that cannot be read for an empty one.
+    // The engine and the plug-ins treat an unreadable registry as an empty one.
     if (const std::string why = platform::registryFailure(); !why.empty()) throw Failure(why);
-    if (!getClassObject_) throw Failure("The library beside this program is not the engine; install both together.");
-    library_.release(); // it stays to the end of the process: its own end writes the log's last line
+    if (!getClassObject_) throw Failure("The library of the engine is damaged or of another program; install mb again.");
+    library_.release(); // the library stays loaded until the process ends, and writes the last line of the log then
     expectConfiguration();
     offerToPlugins();
     platform::registerUnlessTaken(u"TwinWiz.CMergeDialog", enginePath().parent_path() / platform::pluginFileName("merge"));
@@ -47,14 +47,14 @@ com::Ptr<IClassFactory> Engine::factoryOf(REFCLSID clsid) const
     return factory;
 }
 
-// A plug-in creates maps and field maps through the component runtime, which does not know an engine that was loaded by its path.
+// Plug-ins create TrManager and FieldMap through the component runtime, which does not know an engine that was loaded by its path.
 void Engine::offerToPlugins()
 {
     manager_.emplace(__uuidof(TrManager), factoryOf(__uuidof(TrManager)).get());
     fieldMaps_.emplace(__uuidof(FieldMap), factoryOf(__uuidof(FieldMap)).get());
 }
 
-// Without its configuration the engine still makes objects, and every one of them fails without a word.
+// Without its configuration the engine still creates objects, but each of their methods fails and leaves no message.
 void Engine::expectConfiguration() const
 {
     com::TaskArray<GUID> maps;

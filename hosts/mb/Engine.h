@@ -1,4 +1,4 @@
-// The engine, loaded from the library beside this program, and its objects by class.
+// Loads the engine's library, which is installed with this program, and creates the engine's objects by class.
 #pragma once
 #include "interfaces.h"
 #include "library.h"
@@ -34,12 +34,12 @@ private:
     std::optional<com::ClassObject> manager_, fieldMaps_;
 };
 
-// Where the engine keeps its configuration, the histories of the maps and its log.
+// The folder of the engine's configuration, histories and log.
 std::filesystem::path dataFolder();
 
-// The system's sentence for a result code.
+// The system's message for a result code.
 std::string describe(HRESULT hr);
-// The sentence that the engine left for this failure, as components do; without one, the system's.
+// The error text that the engine's last failure left on this thread; without one, the system's message for the result code.
 std::string reasonFor(HRESULT hr);
 
 } // namespace mbhost

@@ -1,4 +1,4 @@
-// Keeps the engine's messages off the terminal while it runs: mb tells why a run failed, and nothing is said twice.
+// Keeps the engine's messages off the terminal while this object lives. mb itself prints why a run failed, so nothing is printed twice.
 #pragma once
 #include "ui.h"
 #include <string>
@@ -11,7 +11,7 @@ public:
     EngineMessages(const EngineMessages&) = delete;
     EngineMessages& operator=(const EngineMessages&) = delete;
     ~EngineMessages();
-    // What the engine told last; empty if it told nothing.
+    // The engine's last message; empty if there was none.
     [[nodiscard]] std::string last() const;
 
 private:

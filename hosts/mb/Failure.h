@@ -1,4 +1,4 @@
-// What ends a command: one sentence for the user, and the exit code that a script reads.
+// The exception that ends a command: one sentence for the user, and the exit code of the program.
 #pragma once
 #include <stdexcept>
 #include <string>
@@ -7,7 +7,7 @@ namespace mbhost {
 
 enum ExitCode : int { exitDone = 0, exitFailed = 1, exitUsage = 2, exitCancelled = 3, exitInUse = 4 };
 
-// An empty sentence ends the program without another word: the failure was told before.
+// An empty sentence prints nothing: the failure was reported before.
 class Failure final : public std::runtime_error {
 public:
     explicit Failure(const std::string& sentence, ExitCode code = exitFailed) : std::runtime_error(sentence), code_(code) {}

@@ -10,7 +10,7 @@
 namespace mbhost {
 namespace {
 
-// One side's fields, by the names that its translator gives them.
+// The fields of one side by the names that the side's translator gives them.
 class FieldNames {
 public:
     FieldNames(ITrMap* maps, const GUID& map, _TransIds side) : side_(side == idTrans1 ? "first" : "second")
@@ -24,7 +24,7 @@ public:
     {
         com::Bstr name;
         if (field_ && SUCCEEDED(field_->GetName(field, name.put())) && !name.empty()) return printable(name.view());
-        return guidName(field); // of a store that no longer has it
+        return guidName(field); // the store no longer has this field
     }
     [[nodiscard]] std::optional<GUID> find(const std::string& text) const
     {
@@ -71,18 +71,19 @@ public:
     {
         expectPlugins(maps_.get(), describeMap(maps_.get(), map_));
         const HRESULT hr = maps_->GetFieldMap(map_, &fieldMap_);
-        if (FAILED(hr)) throw Failure("The map " + guidName(map_) + " has no field map: " + describe(hr));
+        if (FAILED(hr)) throw Failure("The map " + guidName(map_) + " has no list of mapped fields: " + describe(hr));
     }
     [[nodiscard]] std::vector<Pair> pairs() const
     {
         com::TaskArray<GUID> firsts, seconds;
         const HRESULT hr = fieldMaps_->EnumerateEntries(fieldMap_, firsts.putCount(), firsts.put(), seconds.put());
-        if (FAILED(hr)) throw Failure("The field map cannot be read: " + describe(hr));
+        if (FAILED(hr)) throw Failure("The list of mapped fields cannot be read: " + describe(hr));
         std::vector<Pair> out;
         for (std::size_t i = 0; i < firsts.items().size(); ++i) out.push_back({firsts.data()[i], seconds.data()[i]});
         return out;
     }
-    // A field goes with one other, or an edit of one would be overwritten by the other: what either went with before, it leaves.
+    // Maps a field of each side to the other and drops their former mappings. A field is mapped to one field only, because one of two
+    // fields would overwrite an edit of the other.
     void add(const GUID& field1, const GUID& field2)
     {
         std::vector<Pair> wanted = pairs();
@@ -105,17 +106,17 @@ public:
         const GUID field1 = *named;
         std::vector<Pair> kept = pairs();
         if (std::erase_if(kept, [&](const Pair& pair) { return pair.first == field1; }) == 0)
-            throw Failure("The field " + quote(first.nameOf(field1)) + " is not mapped.");
+            throw Failure("The field " + quote(first.nameOf(field1)) + " is not mapped; see mb fields MAP.");
         replaceWith(kept);
     }
-    // Asks the user in a window, or in the terminal where dialogs are no windows.
+    // Asks the user in a window, or on a platform without windows in the terminal.
     void edit()
     {
         if (!platform::showsWindows() && !platform::someoneAnswers())
-            throw Failure("--edit needs a terminal to ask on; --map, --unmap and --reset do not.", exitCancelled);
+            throw Failure("--edit asks questions and there is no terminal to ask on; use --map, --unmap or --reset.", exitCancelled);
         const HRESULT hr = maps_->ConfigureFieldMapping(nullptr, map_, VARIANT_TRUE);
         expect(hr);
-        if (hr == S_FALSE) throw Failure("Cancelled. The field map is as it was.", exitCancelled);
+        if (hr == S_FALSE) throw Failure("Cancelled. The list of mapped fields was not changed.", exitCancelled);
         expect(maps_->GetFieldMap(map_, &fieldMap_));
     }
     void reset()
@@ -132,7 +133,7 @@ private:
     }
     static void expect(HRESULT hr)
     {
-        if (FAILED(hr)) throw Failure("The field map could not be saved: " + describe(hr));
+        if (FAILED(hr)) throw Failure("The list of mapped fields could not be saved: " + describe(hr));
     }
     Pair translators() const
     {
@@ -140,7 +141,7 @@ private:
         expect(maps_->GetTranslators(map_, &ids.first, &ids.second));
         return ids;
     }
-    // A pair is only ever added to a field map, so the list is made anew, in its order.
+    // Entries can be added to a field map but not removed, so a new field map with these entries replaces the old one.
     void replaceWith(const std::vector<Pair>& wanted)
     {
         const auto ids = translators();
@@ -174,7 +175,7 @@ void listFields(const std::string& mapName, bool json)
     }
     if (json) return printJson(out);
     if (rows.empty())
-        return print("No field is mapped, so a run would do nothing. mb fields MAP --reset maps the fields that mean the same.\n");
+        return print("No field is mapped, so a run would do nothing. mb fields MAP --reset maps all fields of the same meaning.\n");
     print(table({"FIRST", "SECOND"}, rows));
 }
 
@@ -199,16 +200,15 @@ void addFieldCommands(CLI::App& app)
         bool json = false, reset = false, available = false, edit = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* fields = app.add_subcommand("fields", "List or change which field of the first store goes with which of the second");
-    fields->footer(
-        "--map takes both fields out of the pairs they were in. A field that is in no pair is left alone in both stores.\n"
-        "Contacts that nobody edits keep their values after a change of the list; mb sync MAP --resync compares them all anew.\n\n"
-        "Examples:\n  mb fields 5F49\n  mb fields 5F49 --map \"Home phone\" \"Other phone\"\n"
-        "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset\n  mb fields 5F49 --edit");
+    auto* fields = app.add_subcommand("fields", "List or change which field of the first store is mapped to which field of the second");
+    fields->footer("--map also removes both fields from the mappings they were in. mb sync does not touch a field that is not mapped.\n"
+                   "A changed list has no effect on contacts until they are edited; mb sync MAP --resync compares all contacts again.\n\n"
+                   "Examples:\n  mb fields 5F49\n  mb fields 5F49 --map \"Home phone\" \"Other phone\"\n"
+                   "  mb fields 5F49 --unmap Notes\n  mb fields 5F49 --reset\n  mb fields 5F49 --edit");
     fields->add_option("MAP", given->map, mapHelp)->required();
-    auto* add = fields->add_option("--map", given->pair, "Let a field of the first store go with one of the second")->expected(2);
-    auto* remove = fields->add_option("--unmap", given->removed, "Take a field of the first store out of the list");
-    auto* reset = fields->add_flag("--reset", given->reset, "Map all fields that mean the same, and no others");
+    auto* add = fields->add_option("--map", given->pair, "Map a field of the first store to a field of the second")->expected(2);
+    auto* remove = fields->add_option("--unmap", given->removed, "Remove a field of the first store from the list");
+    auto* reset = fields->add_flag("--reset", given->reset, "Map all fields of the same meaning, and no others");
     auto* available = fields->add_flag("--available", given->available, "List the fields that the stores have");
     auto* edit = fields->add_flag("--edit", given->edit, "Go through all fields in a window, on Linux in the terminal");
     add->excludes(remove, reset, available, edit);

@@ -13,7 +13,8 @@ namespace {
 
 constexpr std::size_t nameColumn = 28, widestHelp = 100;
 
-// Lines that begin with a blank are lines of their own. Those of examples stay as they are, for they are copied.
+// Joins lines to paragraphs and breaks these at `width`. A line that begins with a blank is a paragraph of its own. An example, a line that
+// begins with "mb ", is not broken, because users copy it.
 std::string broken(const std::string& text, std::size_t width, const std::string& indent)
 {
     std::string out, paragraph;
@@ -41,7 +42,7 @@ std::string broken(const std::string& text, std::size_t width, const std::string
     return out;
 }
 
-// In the manner of the library's own formatter, but broken at blanks.
+// Like CLI11's own formatter, but lines break at blanks.
 class HelpFormatter final : public CLI::Formatter {
 public:
     explicit HelpFormatter(std::size_t width) : width_(width) {}
@@ -52,7 +53,7 @@ public:
     {
         return beside(make_option_name(option, positional) + make_option_opts(option), make_option_desc(option));
     }
-    // What an option does not go together with is said where it is used wrongly; here it would hide the option.
+    // Leaves out which options exclude each other: that list would hide the option, and a wrong use gets an error message.
     std::string make_option_opts(const CLI::Option* option) const override
     {
         if (option->get_type_size() == 0) return {};
@@ -67,7 +68,7 @@ public:
     std::string make_subcommand(const CLI::App* command) const override { return beside(command->get_name(), command->get_description()); }
 
 private:
-    // The name, and beside it what it means.
+    // The name in the left column, its meaning in the right one.
     [[nodiscard]] std::string beside(const std::string& name, const std::string& meaning) const
     {
         std::string front = "  " + name;
@@ -90,7 +91,7 @@ private:
     std::size_t width_;
 };
 
-// Letters that are wrong, missing, added, or swapped with their neighbour.
+// How many letters are wrong, missing, added, or swapped with their neighbour.
 std::size_t distanceOf(const std::string& a, const std::string& b)
 {
     std::vector<std::vector<std::size_t>> table(a.size() + 1, std::vector<std::size_t>(b.size() + 1));

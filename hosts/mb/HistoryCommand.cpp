@@ -21,11 +21,11 @@ bool decodingIsAllowed()
 std::string howToAllow()
 {
     const std::filesystem::path file = platform::registryFile();
-    std::string how = R"(set the DWORD value EnableDecrypt to 1 under HKEY_CURRENT_USER\Software\Zorel\MBSyncEng)";
-    if (!file.empty()) // the registry is a file, and nothing but an editor of texts is there to change it
-        how += R"(, with the line "EnableDecrypt"=dword:00000001 under [HKEY_CURRENT_USER\Software\Zorel\MBSyncEng] in )" +
-               quote(textOf(file));
-    return "Histories hold contacts, so they are decoded only for a user who allows it: " + how + ".";
+    const std::string how =
+        file.empty() ? R"(set the DWORD value EnableDecrypt to 1 under HKEY_CURRENT_USER\Software\Zorel\MBSyncEng)"
+                     : R"(write the line "EnableDecrypt"=dword:00000001 under [HKEY_CURRENT_USER\Software\Zorel\MBSyncEng] in )" +
+                           quote(textOf(file));
+    return "A history holds contacts, so it is decoded only if you allow it: " + how + ".";
 }
 
 void writeDecoded(const Engine& engine, const std::filesystem::path& history, const std::filesystem::path& target)
@@ -65,12 +65,12 @@ void addHistoryCommand(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* command = app.add_subcommand("history", "Tell where a map's history lies, or write a readable copy of it");
-    command->footer("The history is what the engine knows of the last run. A readable copy holds the contacts of both stores; it is\n"
-                    "written only where the user's setting EnableDecrypt is 1, and the command says how to set it.\n\n"
+    auto* command = app.add_subcommand("history", "Show where the file of a map's history is, or write a readable copy of it");
+    command->footer("The history is what the engine remembers of the last run. A readable copy holds the contacts of both stores, so mb\n"
+                    "writes it only if you allow that; otherwise the command says how to allow it.\n\n"
                     "Examples:\n  mb history 5F49\n  mb history 5F49 --decoded history.xml");
     command->add_option("MAP", given->map, mapHelp)->required();
-    command->add_option("--decoded", given->decoded, "The file to write a readable copy to; one that exists is replaced");
+    command->add_option("--decoded", given->decoded, "Write a readable copy to this file; an existing file is replaced");
     command->add_flag("--json", given->json, jsonHelp);
     command->callback([given] { history(given->map, given->decoded, given->json); });
 }

@@ -13,7 +13,7 @@
 namespace mbhost {
 namespace {
 
-// Opens and closes a side once, so that a map that cannot work is not made.
+// Opens and closes a store once, so that no map is made of a store that does not open.
 void tryStore(ITrMap* maps, const GUID& map, _TransIds side, const StoreName& store)
 {
     com::Bstr database, message1, message2;
@@ -24,7 +24,7 @@ void tryStore(ITrMap* maps, const GUID& map, _TransIds side, const StoreName& st
     throw Failure("The store " + quote(store.database) + " cannot be opened: " + reason);
 }
 
-// A second map of the same two stores would do each run's work again, by a history of its own.
+// A second map of the same two stores would have a history of its own and repeat the work of the first one.
 void refuseSecondMap(const Engine& engine, ITrMap* maps, const GUID (&ids)[2], const std::string (&databases)[2])
 {
     for (const GUID& guid : listMaps(engine)) {
@@ -37,7 +37,7 @@ void refuseSecondMap(const Engine& engine, ITrMap* maps, const GUID (&ids)[2], c
     }
 }
 
-// Not even a link that leads nowhere.
+// Whether nothing is at the path. A link whose target is missing is something.
 bool isNothing(const std::string& database)
 {
     std::error_code unknown;
@@ -53,13 +53,13 @@ void addMap(const std::string& first, const std::string& second)
                          resolveTranslator(translators, names[1].translator).clsid};
     const std::string databases[2] = {absolutePath(names[0].database), absolutePath(names[1].database)};
     if (isSameStore(databases[0], databases[1]))
-        throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two.", exitUsage);
+        throw Failure("Both sides are the same store " + quote(databases[0]) + "; a map needs two different stores.", exitUsage);
     const auto maps = engine.maps();
     refuseSecondMap(engine, maps.get(), ids, databases);
     const bool areNew[2] = {isNothing(databases[0]), isNothing(databases[1])};
     GUID map{};
     const HRESULT hr = maps->Create(ids[0], ids[1], &map);
-    if (FAILED(hr)) throw Failure("The map could not be made: " + describe(hr));
+    if (FAILED(hr)) throw Failure("The map could not be created: " + describe(hr));
     try {
         for (const int i : {0, 1}) {
             const _TransIds side = i == 0 ? idTrans1 : idTrans2;
@@ -72,7 +72,7 @@ void addMap(const std::string& first, const std::string& second)
     } catch (...) {
         (void)engine.manager()->DeleteMap(map);
         std::error_code ignored;
-        for (const int i : {0, 1}) // a card file is made when it is first opened
+        for (const int i : {0, 1}) // opening a missing card file has created it
             if (areNew[i]) std::filesystem::remove(pathOf(databases[i]), ignored);
         throw;
     }
@@ -129,20 +129,21 @@ void setOption(const std::string& name, const std::string& optionName, const std
     print(std::string(option.name) + " is " + optionValueName(option, wanted) + "\n");
 }
 
-// The side that an option of mb set names: 0 or 1, or -1 for an option of the map.
+// The side that "first" or "second" names: 0 or 1; -1 for any other option.
 int sideNamed(const std::string& option)
 {
     if (option == "first") return 0;
     return option == "second" ? 1 : -1;
 }
 
-// A store that is not there would be made by some plug-ins, and then it misses everything.
+// Some plug-ins would create a missing store, and the map's contacts would be missing from it.
 void expectStore(const MapInfo& map, int side, const std::string& database)
 {
     if (isNothing(database)) throw Failure("The store " + quote(database) + " does not exist; nothing was changed.");
     const auto isSame = [&](const std::string& other) { return platform::equalNoCase(platform::utf16(other), platform::utf16(database)); };
     if (isSame(map.databases[1 - side]))
-        throw Failure("The store " + quote(database) + " is the map's other side; a map needs two.", exitUsage);
+        throw Failure("The store " + quote(database) + " is already the other store of this map; a map needs two different stores.",
+                      exitUsage);
 }
 
 void moveStore(const std::string& name, int side, const std::string& given, bool force)
@@ -163,9 +164,9 @@ void moveStore(const std::string& name, int side, const std::string& given, bool
     const std::string lacks = std::to_string(missing) + " of the " + std::to_string(known) + " contacts that the map knows";
     if (hr == S_FALSE)
         throw Failure("The store " + quote(database) + " lacks " + lacks +
-                      ", so it may be another one; nothing was changed. If it is the " +
-                      "right one, say --force: the next mb sync deletes those contacts in the other store.");
-    print("The " + std::string(side == 0 ? "first" : "second") + " store is " + quote(database) +
+                      ", so it may be the wrong store; nothing was changed. If it is the right one, repeat the command with --force: " +
+                      "the next mb sync then deletes those contacts from the other store.");
+    print("The " + std::string(side == 0 ? "first" : "second") + " store is now " + quote(database) +
           (missing > 0 ? ", which lacks " + lacks : ", which has all of the " + std::to_string(known) + " contacts that the map knows") +
           ".\n");
 }
@@ -190,11 +191,12 @@ std::string optionHelp()
         if (option.isPercentage) text += " or 1% to 100%";
         text += "\n      " + std::string(option.meaning) + "\n";
     }
-    text += "  first, second: DATABASE\n      where the store was moved to; it must hold the contacts that the map knows, or say --force\n";
-    return text + "\nmb sync --silent asks nothing: where \"ask\" is set, both contacts of a conflict are kept, or the one that was not\n"
-                  "deleted.\n\n"
-                  "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second\n  mb set 5F49 max-delete 80%\n"
-                  "  mb set 5F49 second /media/phone/Contacts";
+    text += "  first, second: DATABASE\n      the new place of a moved store; if it lacks contacts that the map knows, --force is needed\n";
+    return text +
+           "\nmb sync --silent asks nothing: where the value is \"ask\", it keeps both contacts of a conflict, or the contact that was\n"
+           "not deleted.\n\n"
+           "Examples:\n  mb set 5F49 conflicts first-wins\n  mb set 5F49 direction to-second\n  mb set 5F49 max-delete 80%\n"
+           "  mb set 5F49 second /media/phone/Contacts";
 }
 
 } // namespace
@@ -206,9 +208,10 @@ void addMapCommands(CLI::App& app)
         bool json = false, force = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* add = app.add_subcommand("add", "Make a map of two stores and print its identifier");
-    add->footer("Names are those of mb translators, ignoring case. Both stores are opened once to see that they work; a card file is made\n"
-                "if there is none. Two stores have one map.\n\nExample:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
+    auto* add = app.add_subcommand("add", "Create a map of two stores and print its identifier");
+    add->footer("mb translators lists the names; case is ignored. Both stores are opened once to check that they work; a\n"
+                "missing card file is created. The same two stores can have only one map.\n\n"
+                "Example:\n  mb add Mirabook=$HOME/cards.db vCard=$HOME/Contacts");
     add->add_option("NAME1=DATABASE1", given->first, "The first store")->required();
     add->add_option("NAME2=DATABASE2", given->second, "The second store")->required();
     add->callback([given] { addMap(given->first, given->second); });
@@ -224,15 +227,15 @@ void addMapCommands(CLI::App& app)
     show->add_flag("--json", given->json, jsonHelp);
     show->callback([given] { showMap(given->map, given->json); });
 
-    auto* set = app.add_subcommand("set", "Set an option of a map, or tell where one of its stores was moved to");
+    auto* set = app.add_subcommand("set", "Set an option of a map, or the new place of one of its stores");
     set->footer(optionHelp());
     set->add_option("MAP", given->map, mapHelp)->required();
     set->add_option("OPTION", given->option, "One of the names below")->required();
     set->add_option("VALUE", given->value, "One of the option's values, or the store's new place")->required();
-    set->add_flag("--force", given->force, "Take the store even if it lacks contacts that the map knows");
+    set->add_flag("--force", given->force, "Accept the store even if it lacks contacts that the map knows");
     set->callback([given] {
         if (const int side = sideNamed(given->option); side >= 0) return moveStore(given->map, side, given->value, given->force);
-        if (given->force) throw Failure("--force goes with first or second alone.", exitUsage);
+        if (given->force) throw Failure("--force can be used only with the options first and second.", exitUsage);
         setOption(given->map, given->option, given->value);
     });
 

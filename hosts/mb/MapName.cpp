@@ -12,7 +12,7 @@ namespace {
 
 std::string lowerName(std::string_view text) { return platform::utf8(platform::lowered(platform::utf16(text))); }
 
-// The hexadecimal heart of a GUID's text, for comparing beginnings.
+// The text of a GUID in lower case and without braces, to compare beginnings.
 std::string barePart(std::string_view text)
 {
     std::string bare = lowerName(text);
@@ -22,7 +22,7 @@ std::string barePart(std::string_view text)
 
 std::string textOf(const com::Bstr& text) { return platform::utf8(text.view()); }
 
-// The library that serves the class; empty if none is registered.
+// The library that is registered for the class; empty if none is.
 std::filesystem::path libraryOf(const GUID& clsid)
 {
     const std::u16string path = u"CLSID\\" + com::guidText(clsid) + u"\\InprocServer32";
@@ -110,10 +110,10 @@ GUID resolveMap(const std::vector<GUID>& maps, const std::string& text)
     for (const GUID& map : maps)
         if (!wanted.empty() && barePart(guidName(map)).starts_with(wanted)) found.push_back(map);
     if (found.size() == 1) return found.front();
-    if (found.empty()) throw Failure("There is no map " + quote(text) + "; see mb maps.");
-    std::string sentence = "The map " + quote(text) + " could be any of:";
+    if (found.empty()) throw Failure("There is no map " + quote(text) + "; mb maps lists the maps.");
+    std::string sentence = "The identifiers of several maps begin with " + quote(text) + ":";
     for (const GUID& map : found) sentence += " " + guidName(map);
-    throw Failure(sentence + ". Give more of it.", exitUsage);
+    throw Failure(sentence + ". Type more characters of the one that you mean.", exitUsage);
 }
 
 TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators, const std::string& text)
@@ -122,8 +122,8 @@ TranslatorInfo resolveTranslator(const std::vector<TranslatorInfo>& translators,
     for (const TranslatorInfo& t : translators)
         if (lowerName(t.name) == wanted || lowerName(t.longName) == wanted || barePart(guidName(t.clsid)) == barePart(text)) return t;
     std::string sentence = "There is no plug-in " + quote(text) + ".";
-    if (translators.empty()) throw Failure(sentence + " None is registered yet; see mb register --help.");
-    sentence += " Registered are: ";
+    if (translators.empty()) throw Failure(sentence + " No plug-in is registered yet; see mb register --help.");
+    sentence += " The registered plug-ins are: ";
     for (const TranslatorInfo& t : translators)
         sentence +=
             (&t == &translators.front() ? "" : ", ") + printable(t.name) + (isLibraryGone(t.clsid) ? " (its library is missing)" : "");
@@ -140,8 +140,9 @@ std::string missingPlugin(ITrMap* maps, const TranslatorInfo& info)
     const std::filesystem::path library = libraryOf(info.clsid);
     if (isLibraryGone(info.clsid))
         return "The plug-in " + quote(info.name) + " is missing: there is no library " + quote(textOf(library)) +
-               ". Register it where it is now, with mb register.";
-    return "The plug-in " + quote(info.name) + " cannot be loaded from " + quote(textOf(library)) + ". Register it again with mb register.";
+               ". Put it back, or register it at its new place: mb register PLUGIN.";
+    return "The plug-in " + quote(info.name) + " cannot be loaded from " + quote(textOf(library)) +
+           ". Register it again: mb register PLUGIN.";
 }
 
 void expectPlugins(ITrMap* maps, const MapInfo& map)

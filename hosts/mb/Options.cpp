@@ -11,7 +11,7 @@ namespace {
 
 constexpr OptionValue yesNo[] = {{"yes", 1}, {"no", 0}};
 constexpr OptionValue directions[] = {{"both", stSynchronize}, {"to-first", stImportToTrans1}, {"to-second", stExportFromTrans1}};
-// A merge is made by answering "field by field" when a run asks; set as an option it leaves both contacts as they are.
+// "merge" is not offered: only a user who is asked can merge, and as an option it leaves both contacts unchanged.
 constexpr OptionValue changeConflicts[] = {{"ask", croNotify},       {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins},
                                            {"keep-both", croAddAll}, {"merge", croMerge, false},    {"delete-both", croDeleteAll}};
 constexpr OptionValue noLimit[] = {{"none", 0}};
@@ -24,16 +24,16 @@ constexpr Option allOptions[] = {
     {"confirm-deletions", soConfirmDeletes, "ask before contacts are deleted", 1, yesNo},
     {"conflicts", soConflictResolution, "when both sides changed a contact", croNotify, changeConflicts},
     {"delete-conflicts", soDelConflictResolution, "when one side changed a contact and the other deleted it", croNotify, deleteConflicts},
-    {"direction", soSyncType, "which sides are written", stSynchronize, directions},
+    {"direction", soSyncType, "which stores are written", stSynchronize, directions},
     {"verified-only", soSyncVerified, "leave out new contacts that are not verified", 0, yesNo},
-    {"images", soSyncImages, "take pictures along", 1, yesNo},
-    {"compare-images", soSyncImageOptionChanged, "compare all pictures once in the next run", 0, yesNo},
+    {"images", soSyncImages, "synchronise pictures", 1, yesNo},
+    {"compare-images", soSyncImageOptionChanged, "compare all pictures in the next run", 0, yesNo},
     {"max-delete", soDeletionLimit, "largest share of a store's contacts that a run may delete", halfOfAStore, noLimit, true},
 };
 
 std::string lowerName(const std::string& text) { return platform::utf8(platform::lowered(platform::utf16(text))); }
 
-// A whole number from 1 to 100 with a percent sign behind it; 0 for anything else.
+// The number of a text such as "20%", from 1 to 100; 0 for any other text.
 LONG percentOf(std::string_view text)
 {
     LONG value = 0;

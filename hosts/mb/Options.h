@@ -1,4 +1,4 @@
-// The options of a map by readable names and values.
+// The options of a map, with the names and values that the user types.
 #pragma once
 #include "interfaces.h"
 #include <span>
@@ -9,7 +9,7 @@ namespace mbhost {
 struct OptionValue {
     const char* name;
     LONG value;
-    bool isOffered = true; // else it is taken, but lists of values leave it out
+    bool isOffered = true; // false: accepted, but not listed
 };
 
 struct Option {
@@ -18,16 +18,16 @@ struct Option {
     const char* meaning;
     LONG byDefault;
     std::span<const OptionValue> values;
-    bool isPercentage = false; // takes 1% to 100% besides its named values
+    bool isPercentage = false; // also accepts 1% to 100%
 };
 
 std::span<const Option> options();
-// Throws a Failure of wrong usage that lists what there is.
+// Both ignore case, and throw a Failure of wrong usage that lists the known names.
 const Option& optionNamed(const std::string& name);
 LONG optionValueNamed(const Option& option, const std::string& name);
 std::string optionValueName(const Option& option, LONG value);
 
-// What is set, or the default.
+// The value of the map, or the default if none is set.
 LONG readOption(ITrMap* maps, const GUID& map, const Option& option);
 HRESULT writeOption(ITrMap* maps, const GUID& map, const Option& option, LONG value);
 

@@ -25,7 +25,7 @@ Json sideJson(const SideCounts& counts) { return {{"created", counts.created}, {
 
 const char* storeOf(const RunEvent& event) { return event.side == 0 ? "first" : "second"; }
 
-// The words of mb set for the same answers.
+// The name that "mb set MAP conflicts" uses for the same settlement.
 std::string settlementName(LONG resolution)
 {
     return resolution == croNotify ? "none" : optionValueName(optionNamed("conflicts"), resolution);
@@ -134,7 +134,7 @@ void tellCounts(const std::string& title, const StoreNames& stores, const Outcom
     print(title + (idle ? ": nothing to do" : done ? ": done" : ": stopped") + time);
     if (!events.nothing())
         for (const int side : {0, 1}) print(sideText(stores[static_cast<std::size_t>(side)], events, side));
-    if (linked > 0) print("  " + std::to_string(linked) + " found on both sides and linked\n");
+    if (linked > 0) print("  " + std::to_string(linked) + " found in both stores and linked\n");
     tellNotes(stores, outcome);
 }
 

@@ -50,7 +50,7 @@ void printJson(const Json& json) { print(json.dump(2, ' ', false, Json::error_ha
 
 void finishOutput()
 {
-    if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw Failure("The output could not be written; is the disk full?");
+    if (std::fflush(stdout) != 0 || std::ferror(stdout)) throw Failure("The output could not be written; check that the disk is not full.");
 }
 
 } // namespace mbhost

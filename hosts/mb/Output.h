@@ -1,4 +1,4 @@
-// What a command prints: aligned tables for people, JSON for scripts.
+// The output of commands: aligned tables for people, JSON for scripts.
 #pragma once
 #include <nlohmann/json.hpp>
 #include <string>
@@ -9,20 +9,20 @@ namespace mbhost {
 
 using Json = nlohmann::ordered_json;
 
-// A text of someone else's as it may go to a terminal: one line and no control character, so no contact can steer it.
+// Makes a foreign text safe for a terminal: one line without control characters, so that no contact can control the terminal.
 std::string printable(std::string_view text);
 std::string printable(std::u16string_view text);
-// The same in quotation marks, for the middle of a sentence.
+// A printable text in quotation marks.
 std::string quote(std::string_view text);
 
-// Columns as wide as their widest cell; the last one is not padded.
+// Each column is as wide as its widest cell; the last column is not padded.
 std::string table(const std::vector<std::string>& head, const std::vector<std::vector<std::string>>& rows);
 
 void print(std::string_view text);
-// A sentence about what went wrong, at once; nothing for an empty one.
+// Prints the sentence to the error stream at once; an empty sentence prints nothing.
 void tellFailure(const std::string& sentence);
 void printJson(const Json& json);
-// Throws a Failure if what was printed did not reach its end, as on a full disk.
+// Throws a Failure if the output could not be written, for example because the disk is full.
 void finishOutput();
 
 } // namespace mbhost

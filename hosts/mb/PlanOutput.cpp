@@ -15,7 +15,7 @@ std::string indented(const std::string& text, const char* indent)
     return out;
 }
 
-// Its line ends are the engine's own; the texts between them are not.
+// The engine ends each line with CR LF. The text of a line may hold names of contacts, so it is made printable.
 std::string summaryText(std::u16string_view summary)
 {
     std::string out;

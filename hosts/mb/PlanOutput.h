@@ -1,4 +1,4 @@
-// What a run would do, as mb shows it.
+// The plan of a run as text and as JSON.
 #pragma once
 #include "MapName.h"
 #include "Output.h"

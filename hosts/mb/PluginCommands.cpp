@@ -12,7 +12,7 @@
 namespace mbhost {
 namespace {
 
-// The registered translators that this library serves, by name.
+// The names of the registered translators that this library provides.
 std::string namesServedBy(const Engine& engine, const std::filesystem::path& library)
 {
     std::string names;
@@ -28,7 +28,7 @@ std::string namesServedBy(const Engine& engine, const std::filesystem::path& lib
 
 std::string registryPlace()
 {
-    const std::filesystem::path file = platform::registryFile(); // none where the system keeps one
+    const std::filesystem::path file = platform::registryFile(); // empty on Windows, whose registry is not a file
     return file.empty() ? std::string() : " " + quote(file.string());
 }
 
@@ -41,11 +41,11 @@ void callPlugin(const Registration& registration, const std::filesystem::path& p
 {
     const std::string name = quote(textOf(path));
     platform::Library library(path);
-    if (!library) throw Failure("The file " + name + " is no plug-in: it cannot be loaded.");
+    if (!library) throw Failure("The file " + name + " is not a plug-in: it cannot be loaded.");
     const auto call = library.function<HRESULT()>(registration.function);
-    if (!call) throw Failure("The file " + name + " is no plug-in: it has no " + registration.function + ".");
+    if (!call) throw Failure("The file " + name + " is not a plug-in: it has no function " + registration.function + ".");
     const HRESULT hr = call();
-    library.release(); // its objects and static data stay valid to the end of the process
+    library.release(); // keeps the library loaded: its objects and static data must stay valid until the process ends
     if (FAILED(hr))
         throw Failure("The plug-in " + name + " could not be " + registration.verb + " in the registry" + registryPlace() + ": " +
                       describe(hr));
@@ -97,19 +97,19 @@ void addPluginCommands(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* add = app.add_subcommand("register", "Make plug-ins known to the engine");
-    add->footer("A plug-in is registered where it lies; register it again after moving it.\n\n"
+    auto* add = app.add_subcommand("register", "Register plug-ins, so that mb can use their kinds of stores");
+    add->footer("mb remembers the path of a plug-in; register the plug-in again after you move it.\n\n"
                 "Example:\n  mb register build/linux/bin/cardfile.so build/linux/bin/vcard.so");
     add->add_option("PLUGIN", given->files, "The plug-in's library file")->required();
     add->callback([given] { callEach(registering, given->files); });
 
-    auto* remove = app.add_subcommand("unregister", "Make the engine forget plug-ins");
-    remove->footer("Maps that use a plug-in stay, and work again once it is registered again.\n\n"
+    auto* remove = app.add_subcommand("unregister", "Remove the registration of plug-ins");
+    remove->footer("The maps of the plug-in stay; they work again after you register the plug-in again.\n\n"
                    "Example:\n  mb unregister build/linux/bin/vcard.so");
     remove->add_option("PLUGIN", given->files, "The plug-in's library file")->required();
     remove->callback([given] { callEach(unregistering, given->files); });
 
-    auto* list = app.add_subcommand("translators", "List the kinds of stores that plug-ins are registered for");
+    auto* list = app.add_subcommand("translators", "List the kinds of stores that have a registered plug-in");
     list->footer("Examples:\n  mb translators\n  mb translators --json");
     list->add_flag("--json", given->json, jsonHelp);
     list->callback([given] { listPlugins(given->json); });

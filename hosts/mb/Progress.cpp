@@ -48,11 +48,11 @@ HRESULT STDMETHODCALLTYPE Progress::OnProgress2(BSTR progressLabel, DOUBLE fPerc
 HRESULT Progress::tell(std::string_view label, DOUBLE percent)
 {
     if (interrupted()) return E_ABORT;
-    const int whole = percent > 0 ? static_cast<int>(std::min(percent, 100.0)) : 0; // 0 too for what is no number
+    const int whole = percent > 0 ? static_cast<int>(std::min(percent, 100.0)) : 0; // NaN counts as 0
     if (!shows_ || (whole == shownPercent_ && label == label_)) return S_OK;
     shownPercent_ = whole;
     label_ = label;
-    // The last column is left free: a full line would go on to the next one, and could not be wiped.
+    // The last column stays free: a full line would wrap, and \r could not erase it.
     std::fprintf(stderr, "\r%s\033[K", progressLine(whole, label_, platform::errorColumns() - 1).c_str());
     return S_OK;
 }

@@ -1,4 +1,4 @@
-// Hears the progress of a run: draws it as a bar on a terminal, as nothing in a pipe, and hands the user's Ctrl-C to the engine.
+// Shows the progress of a run as a bar if the error stream is a terminal, and passes the user's Ctrl-C on to the engine.
 #pragma once
 #include "interfaces.h"
 #include "terminal.h"
@@ -11,17 +11,17 @@ public:
     explicit Progress(IUnknown* outer) noexcept : Object(outer) {}
     HRESULT STDMETHODCALLTYPE OnProgress(_SyncProgress progress, DOUBLE fPercent) override;
     HRESULT STDMETHODCALLTYPE OnProgress2(BSTR progressLabel, DOUBLE fPercent) override;
-    // Wipes the bar.
+    // Erases the bar.
     void finish();
 
 private:
     HRESULT tell(std::string_view label, DOUBLE percent);
     std::string label_;
-    const bool shows_ = platform::errorIsTerminal(); // asked once: a run reports for each record
+    const bool shows_ = platform::errorIsTerminal(); // cached: a run reports progress for each record
     int shownPercent_ = -1;
 };
 
-// A line of progress in so many columns: a bar where it leaves room for the label, the percentage and as much of the label as fits.
+// A progress line of at most `columns` columns: the percentage, as much of the label as fits, and in a wide terminal a bar.
 std::string progressLine(int percent, std::string_view label, std::size_t columns);
 
 // From now on Ctrl-C asks a run to stop instead of ending the process.

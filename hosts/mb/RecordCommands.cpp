@@ -34,7 +34,7 @@ LONG statusNamed(const std::string& text)
     LONG number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error == std::errc() && end == text.data() + text.size()) return number;
-    std::string sentence = "There is no status " + quote(text) + "; it is a number, or one of:";
+    std::string sentence = "There is no status " + quote(text) + "; a status is a number or one of:";
     for (const StatusName& known : statusNames) sentence += std::string(" ") + known.name;
     throw Failure(sentence + ".", exitUsage);
 }
@@ -51,11 +51,11 @@ public:
         : map_(resolveMap(listMaps(engine_), given.map)), side_(given.second ? idTrans2 : idTrans1),
           support_(engine_.create<IFidemarkSupport>(__uuidof(TrManager)))
     {
-        const HRESULT hr = ran_ ? support_->Initialize(map_) : S_OK; // it would make a history
+        const HRESULT hr = ran_ ? support_->Initialize(map_) : S_OK; // Initialize() would create a history
         if (FAILED(hr)) throw Failure("The history of the map cannot be read: " + reasonFor(hr));
     }
 
-    // What to tell of a map that never ran; empty if it has a history.
+    // The sentence for a map that never ran; empty if the map has a history.
     [[nodiscard]] std::string lacksHistory() const
     {
         if (ran_) return {};
@@ -76,7 +76,8 @@ public:
     {
         const LONG wanted = statusNamed(status);
         const HRESULT hr = support_->SetRecordStatus(side_, com::Bstr(platform::utf16(record)).get(), wanted);
-        if (FAILED(hr)) throw Failure("The history of the map holds no values of the record " + quote(record) + ", so it has no status.");
+        if (FAILED(hr))
+            throw Failure("The history of the map has no values of the record " + quote(record) + ", so its status cannot be set.");
     }
     [[nodiscard]] Json describeRecord(const std::u16string& record) const
     {
@@ -101,13 +102,14 @@ void showRecords(const Json& records)
     std::vector<std::vector<std::string>> rows;
     for (const Json& r : records)
         rows.push_back({printable(r["record"].get<std::string>()), r["status"], printable(r["partner"].get<std::string>())});
-    if (rows.empty()) return print("The history holds no such record.\n");
+    if (rows.empty()) return print("The history has no such record.\n");
     print(table({"RECORD", "STATUS", "PARTNER"}, rows));
 }
 
 void recordStatus(const RecordArguments& given)
 {
-    if (given.record.empty() && !given.set.empty()) throw Failure("Name the record whose status is to be set.", exitUsage);
+    if (given.record.empty() && !given.set.empty())
+        throw Failure("--set needs a record: mb record-status MAP RECORD --set STATUS.", exitUsage);
     const RecordView view(given);
     const std::string lacking = view.lacksHistory();
     if (!lacking.empty() && !given.set.empty()) throw Failure(lacking);
@@ -138,7 +140,8 @@ std::vector<std::string> filterEntries(IFidemarkFilter* filter, const com::Bstr&
 
 void openFilter(IFidemarkFilter* filter)
 {
-    if (const HRESULT hr = filter->OpenStore(); FAILED(hr)) throw Failure("The lists cannot be opened: " + reasonFor(hr));
+    if (const HRESULT hr = filter->OpenStore(); FAILED(hr))
+        throw Failure("The lists of record identifiers cannot be opened: " + reasonFor(hr));
 }
 
 void changeFilter(const FilterArguments& given)
@@ -154,10 +157,10 @@ void changeFilter(const FilterArguments& given)
     for (const std::string& id : given.add) expect(filter->AddEntry(file.get(), com::Bstr(platform::utf16(id)).get()));
     for (const std::string& id : given.remove) expect(filter->DeleteEntry(file.get(), com::Bstr(platform::utf16(id)).get()));
     const std::vector<std::string> wanted = filterEntries(filter.get(), file);
-    (void)filter->CloseStore(); // tells of no failure: what is shown is what the file holds
+    (void)filter->CloseStore(); // reports no failure, so the list is read back from the file
     openFilter(filter.get());
     const std::vector<std::string> ids = filterEntries(filter.get(), file);
-    if (ids != wanted) throw Failure("The list could not be saved; is the disk full?");
+    if (ids != wanted) throw Failure("The list could not be saved; check that the disk is not full.");
     if (given.json) return printJson(Json{{"file", given.file}, {"records", ids}});
     for (const std::string& id : ids) print(printable(id) + "\n");
 }
@@ -168,24 +171,24 @@ void addRecordCommands(CLI::App& app)
 {
     const auto given = std::make_shared<RecordArguments>();
     auto* status = app.add_subcommand("record-status", "Show or set the status of the records in a map's history");
-    status->footer("A status is current, outdated, unreachable, not-present, excluded or a number; a record that was given none shows as\n"
-                   "not-present, whether it stands in the store or not.\n\n"
+    status->footer("A status is current, outdated, unreachable, not-present, excluded or a number. A record without a status shows as\n"
+                   "not-present, even if the store has the record.\n\n"
                    "Examples:\n  mb record-status 5F49\n  mb record-status 5F49 --status outdated --second\n"
                    "  mb record-status 5F49 8c1e0f27 --set excluded");
     status->add_option("MAP", given->map, mapHelp)->required();
-    status->add_option("RECORD", given->record, "The record's identifier; all records of the side if none is given");
-    status->add_flag("--second", given->second, "The records of the second store; else those of the first");
-    status->add_option("--status", given->filter, "Only records of this status");
-    status->add_option("--set", given->set, "Give the record this status");
+    status->add_option("RECORD", given->record, "The record's identifier; without it all records of the store");
+    status->add_flag("--second", given->second, "Show records of the second store, not of the first");
+    status->add_option("--status", given->filter, "Show only records of this status");
+    status->add_option("--set", given->set, "Set the status of the record");
     status->add_flag("--json", given->json, jsonHelp);
     status->callback([given] { recordStatus(*given); });
 
     const auto list = std::make_shared<FilterArguments>();
     auto* filter = app.add_subcommand("filter", "Show or change the list of record identifiers that is kept for a file");
     filter->footer("Examples:\n  mb filter cards.db\n  mb filter cards.db --add 8c1e0f27 --add 1d2a93b4\n  mb filter cards.db --clear");
-    filter->add_option("FILE", list->file, "The file that the list is for, any text")->required();
+    filter->add_option("FILE", list->file, "The file that the list belongs to; any text")->required();
     filter->add_option("--add", list->add, "Add an identifier");
-    filter->add_option("--remove", list->remove, "Take an identifier out");
+    filter->add_option("--remove", list->remove, "Remove an identifier");
     filter->add_flag("--clear", list->clear, "Empty the list first");
     filter->add_flag("--json", list->json, jsonHelp);
     filter->callback([list] { changeFilter(*list); });

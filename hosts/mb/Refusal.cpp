@@ -12,7 +12,7 @@ std::string countText(const TooManyDeletions& tooMany)
            (tooMany.ofCategories ? " categories of " : " contacts of ");
 }
 
-// The store that lost its records is the other one.
+// The side whose store lost its records: the opposite of the side that would be written.
 int emptiedSide(const TooManyDeletions& tooMany) { return 1 - tooMany.side; }
 
 std::string wouldDelete(const MapInfo& map, const TooManyDeletions& tooMany)

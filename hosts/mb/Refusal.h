@@ -1,15 +1,15 @@
-// A run that would delete too much: what it is told as, and the question whether it is meant.
+// The sentences about a run that would delete too much, and the question whether the deletions are intended.
 #pragma once
 #include "MapName.h"
 #include "RunSink.h"
 
 namespace mbhost {
 
-// Why the run was refused, and what to type next; `written` says what it wrote before that.
+// Says why the run was refused and what to type next; `written` says what the run wrote before.
 std::string refusalSentence(const MapInfo& map, const TooManyDeletions& tooMany, const std::string& written);
-// The same of a look at the plan, which is not refused.
+// The sentence for a dry run, which is not refused: a run would be.
 std::string plannedRefusal(const MapInfo& map, const TooManyDeletions& tooMany);
-// Asks on the terminal; false where nobody answers.
+// Asks the user on the terminal. Returns false if the user declines or nobody answers.
 bool confirmDeletions(const MapInfo& map, const TooManyDeletions& tooMany);
 
 } // namespace mbhost

@@ -73,7 +73,7 @@ SideCounts RunEvents::counts(bool ofCategories, int side) const
     return {count(ofCategories, side, raCreated), count(ofCategories, side, raUpdated), count(ofCategories, side, raDeleted)};
 }
 
-// The engine tells of a link at the first side.
+// The engine reports a link once, at side 1.
 int RunEvents::linked(bool ofCategories) const { return count(ofCategories, 0, raLinked); }
 
 bool RunEvents::nothing() const noexcept { return std::ranges::none_of(events_, isWrite); }

@@ -1,4 +1,4 @@
-// What a run did, as the engine's report tells it.
+// What a run did: the items of the engine's report.
 #pragma once
 #include "interfaces.h"
 #include <string>
@@ -10,9 +10,9 @@ struct RunEvent {
     bool ofCategories = false;
     int side = 0;
     _ReportAction action = raCreated;
-    std::string id, partner, name; // names as they are; printable() before they go to a terminal
+    std::string id, partner, name; // as stored; call printable() before output to a terminal
     std::vector<std::string> fields;
-    LONG conflict = 0; // a value of _ConflictResolutionOptions; 0 for a record that was in none
+    LONG conflict = 0; // a value of _ConflictResolutionOptions; 0 if there was no conflict
     HRESULT code = S_OK;
     std::string text;
 };
@@ -29,7 +29,7 @@ public:
     [[nodiscard]] std::vector<RunEvent> of(_ReportAction action) const;
     [[nodiscard]] SideCounts counts(bool ofCategories, int side) const;
     [[nodiscard]] int linked(bool ofCategories) const;
-    // No record of either pass was written or linked.
+    // Whether neither pass wrote or linked a record.
     [[nodiscard]] bool nothing() const noexcept;
 
 private:

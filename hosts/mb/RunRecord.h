@@ -1,5 +1,5 @@
-// How the last run of a map ended, as mb keeps it beside the map's history. The engine's own status knows good and failed runs alone. The
-// map of a transfer is its target's class.
+// The record of how a map's last run ended; mb keeps it in a file beside the map's history, because the engine's own status only knows good
+// and failed runs. A transfer is recorded under the class of its target.
 #pragma once
 #include "Outcome.h"
 #include <optional>
@@ -8,17 +8,17 @@
 namespace mbhost {
 
 struct RunRecord {
-    std::string end;     // a word of mb status: good, failed, cancelled, refused, unanswered, unfinished
+    std::string end;     // as mb status prints it: good, failed, cancelled, refused, unanswered, unfinished
     DATE when = 0.0;     // local time
-    std::string message; // why it failed or was refused; empty else
+    std::string message; // why the run failed or was refused; else empty
 };
 
-// A record that cannot be written is none: the run itself is not harmed.
-void recordStart(const GUID& map); // unfinished, until the end is recorded
-// A look at the plan is no run, nor is one that another run kept from starting. A store whose name only its translator knows is found in
-// use after the start: that run failed.
+// Records the run as unfinished until recordEnd(). A record that cannot be written is ignored: it must not fail the run.
+void recordStart(const GUID& map);
+// Records nothing for a dry run, or for a run that did not start because its map or a store was in use. A run that found a store in use
+// after its start is recorded as failed; this happens if only the translator knows the name of the store.
 void recordEnd(const GUID& map, const Outcome& outcome);
-// Nothing where there is none, or where it cannot be read.
+// Returns nullopt if there is no record or it cannot be read.
 std::optional<RunRecord> loadRunRecord(const GUID& map);
 void removeRunRecord(const GUID& map);
 

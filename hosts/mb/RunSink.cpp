@@ -8,7 +8,7 @@ HRESULT STDMETHODCALLTYPE RunSink::OnProgress(_SyncProgress progress, DOUBLE fPe
 
 HRESULT STDMETHODCALLTYPE RunSink::OnProgress2(BSTR label, DOUBLE fPercent) { return progress_->OnProgress2(label, fPercent); }
 
-// A look at the plan shows too many deletions as well.
+// A dry run goes on over the limit: its plan shows that a run would be refused.
 HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG additions, LONG changes, LONG deletions,
                                           VARIANT_BOOL* pDetails)
 {
@@ -21,13 +21,13 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPlan(_TransIds side, LONG records, LONG add
     });
 }
 
-// The limit of this run stands in place of the map's own.
+// The limit of this run overrides the map's option.
 HRESULT STDMETHODCALLTYPE RunSink::OnDeletionLimit(_TransIds side, LONG linked, LONG deletions, LONG, VARIANT_BOOL* pAllow)
 {
     if (!pAllow) return E_POINTER;
     *pAllow = VARIANT_FALSE;
     return com::guarded([&] {
-        // The engine asks about a small store only where the other one is empty.
+        // The engine asks about a small store only if the other store is empty.
         const bool allowed = allows(side == idTrans1 ? 0 : 1, linked, deletions, limit.allowsOfAnySize(linked, deletions));
         *pAllow = allowed || planOnly ? VARIANT_TRUE : VARIANT_FALSE;
     });
@@ -57,7 +57,7 @@ HRESULT STDMETHODCALLTYPE RunSink::OnRunBegin(ISyncRunReport*)
 HRESULT STDMETHODCALLTYPE RunSink::OnPassBegin(_SyncPass pass)
 {
     plan.ofCategories = pass == passCategories;
-    if (plan.ofCategories) { // a run that starts over tells its plan anew
+    if (plan.ofCategories) { // a run that starts over reports its plan again
         plan.categoryNames.clear();
         plan.categorySummary.clear();
     } else {
@@ -69,7 +69,7 @@ HRESULT STDMETHODCALLTYPE RunSink::OnPassBegin(_SyncPass pass)
 
 HRESULT STDMETHODCALLTYPE RunSink::OnItem(ISyncReportItem*) { return S_OK; }
 
-// The report as it is at the end: what a run found out before it started over is told anew and stands there once.
+// The events are taken from the final report, not from OnItem: a run that starts over reports its items again.
 HRESULT STDMETHODCALLTYPE RunSink::OnRunEnd(ISyncRunReport* pReport)
 {
     return com::guarded([&] {

@@ -1,5 +1,5 @@
-// What mb hears from a run: its progress, before anything is written what it is about to do, and then what it does. Here the host refuses
-// a run that deletes too much, accepts the summary in the user's place, or looks at the plan and lets nothing of it be done.
+// The engine's callbacks of a run: its progress, its plan before the first write, and its report. This class stops a run that would delete
+// too much, accepts the summary for the user (--yes), and stops a dry run after its plan.
 #pragma once
 #include "DeleteLimit.h"
 #include "Progress.h"
@@ -19,27 +19,27 @@ struct PlannedField {
 struct PlannedContact {
     int side = 0;
     std::string action, name, company;
-    std::vector<PlannedField> fields; // of a change
+    std::vector<PlannedField> fields; // empty unless `action` is a change
 };
 
 struct PlannedCounts {
     LONG records = 0, additions = 0, changes = 0, deletions = 0;
 };
 
-// Too many deletions for the limit of the run.
+// Deletions over the limit of the run.
 struct TooManyDeletions {
     bool ofCategories = false;
-    int side = 0; // whose records would be deleted
+    int side = 0; // the side whose records would be deleted
     LONG records = 0, deletions = 0;
-    std::string limit; // as the user would write it
+    std::string limit; // as the user would type it
 };
 
 struct RunPlan {
     PlannedCounts sides[2], categories[2];
     std::vector<PlannedContact> contacts, categoryNames;
-    std::u16string summary, categorySummary; // lines as the confirmation shows them
-    bool ofCategories = false;               // the pass that is told last is the one over the lists of categories
-    std::optional<TooManyDeletions> refused; // the first that were
+    std::u16string summary, categorySummary; // the lines that the confirmation shows
+    bool ofCategories = false;               // the current or last pass is the category pass
+    std::optional<TooManyDeletions> refused; // the first deletions over the limit
 
     [[nodiscard]] bool nothing() const noexcept { return contacts.empty() && categoryNames.empty(); }
 };
@@ -50,10 +50,10 @@ public:
 
     bool acceptSummary = false, planOnly = false;
     DeleteLimit limit;
-    // Asks the user whether so many deletions are meant; null where nobody is asked.
+    // Asks the user whether so many deletions are intended; null if nobody is to be asked.
     std::function<bool(const TooManyDeletions&)> confirmDeletions;
-    std::function<void()> onRunBegin; // the map is this run's from here on
-    // Of the last run.
+    std::function<void()> onRunBegin; // called when the run holds its map
+    // Results of the last run.
     RunPlan plan;
     RunEvents events;
     _RunEnd end = reDone;
@@ -84,7 +84,7 @@ public:
 private:
     bool allows(int side, LONG records, LONG deletions, bool withinLimit);
     com::Ptr<Progress> progress_;
-    // The deletions that the user accepted in this run: whether of categories, and of which side. One answer says nothing about the others.
+    // The deletions that the user accepted in this run, by pass (true: categories) and side. Each answer is for one pass and side only.
     std::set<std::pair<bool, int>> confirmed_;
 };
 

@@ -13,13 +13,14 @@
 namespace mbhost {
 namespace {
 
-// Ends the script with the program. What it wrote stays: no file is ever half written.
+// Ends the program and the script with it. What the script wrote stays; files are replaced whole, so none is half written.
 void endProgram() { platform::endAtOnce("mb: The script was cancelled.\n", exitCancelled); }
 
-// How long a script has for what it is in, a call of its library or a run's last writes, when it is to end.
+// How long a script may take to end: its current library call or the last writes of a run must finish.
 constexpr unsigned secondsToEnd = 3;
 
-// The first interrupt asks the script to end, and ends the program if it does not; a second one does so at once.
+// The first interrupt asks the script to end, and ends the program if the script does not end in time. The second one ends the program at
+// once.
 void endScript()
 {
     static std::atomic<bool> asked = false;
@@ -27,7 +28,7 @@ void endScript()
     platform::endLater(secondsToEnd, endProgram);
 }
 
-// The plug-ins look there for the store of a map that has no settings, as a map is that a script makes.
+// Sets the environment variable that names a plug-in's store for maps without settings, which are the maps that a script creates.
 void nameStore(const std::vector<TranslatorInfo>& translators, const std::string& text)
 {
     const StoreName store = parseStore(text);
@@ -60,10 +61,10 @@ void runScript(const std::string& script, const std::vector<std::string>& stores
     LONG result = 0;
     const HRESULT hr = runWith(*engine.create<IScriptRun>(__uuidof(SyncAutoTest)).get(), path, texts, result);
     if (hr == S_OK && result == 0) return;
-    if (hr == S_OK) throw Failure({}, static_cast<ExitCode>(result)); // the script has told what it had to tell
+    if (hr == S_OK) throw Failure({}, static_cast<ExitCode>(result)); // the script has printed its own messages
     const std::string told = printable(platform::takeErrorText());
     if (hr == E_ABORT) throw Failure(told, exitCancelled);
-    if (hr > 0) throw Failure("The script " + quote(script) + " cannot be read: the system's error " + std::to_string(hr) + ".");
+    if (hr > 0) throw Failure("The script " + quote(script) + " cannot be read: system error " + std::to_string(hr) + ".");
     throw Failure(told.empty() ? "The script failed: " + describe(hr) : told);
 }
 
@@ -77,15 +78,17 @@ void addScriptCommand(CLI::App& app)
     };
     const auto given = std::make_shared<Arguments>();
     auto* command = app.add_subcommand("run", "Run a script that drives the engine");
-    command->footer("The script is loaded and its function Main is called. It makes MBSync.SyncAutoTest.1 by CreateObject and drives maps\n"
-                    "and stores with it, its own and the user's; docs/examples/first-sync.lua and .vbs show how. What stands behind -- is\n"
-                    "for the script: in Lua the table arg, from 1 on, in VBScript the array Arguments, from 0 on. If Main returns a whole\n"
-                    "number from 1 to 255, that is the exit code. Ctrl-C stops the script, a second one at once.\n\n"
-                    "Examples:\n  mb run docs/examples/first-sync.lua --store Mirabook=story.db --store vCard=Contacts\n"
-                    "  mb run nightly.lua -- {5F49A2C1-0D7E-4B36-9A58-C2E417F3B6D0} now");
+    command->footer(
+        "mb loads the script and calls its function Main. CreateObject(\"MBSync.SyncAutoTest.1\") gives the script an object that\n"
+        "runs maps and edits stores, its own and yours; docs/examples/first-sync.lua and .vbs show how. The script gets the\n"
+        "arguments after --: in Lua as the table arg, from index 1; in VBScript as the array Arguments, from index 0. If Main\n"
+        "returns a whole number from 1 to 255, that is the exit code. Ctrl-C stops the script; a second Ctrl-C stops it at once.\n\n"
+        "Examples:\n  mb run docs/examples/first-sync.lua --store Mirabook=story.db --store vCard=Contacts\n"
+        "  mb run nightly.lua -- {5F49A2C1-0D7E-4B36-9A58-C2E417F3B6D0} now");
     command->add_option("SCRIPT", given->script, "The script: in Lua, on Windows in VBScript")->required();
-    command->add_option("--store", given->stores, "NAME=DATABASE: what a plug-in opens for maps that the script makes; may be repeated");
-    command->add_option("ARGUMENT", given->arguments, "What the script is given, behind --");
+    command->add_option("--store", given->stores,
+                        "NAME=DATABASE: the store that a plug-in opens for the script's own maps; may be repeated");
+    command->add_option("ARGUMENT", given->arguments, "Arguments for the script, after --");
     command->callback([given] { runScript(given->script, given->stores, given->arguments); });
 }
 

@@ -12,11 +12,11 @@
 namespace mbhost {
 namespace {
 
-// An automation date as 2026-11-21 06:00; empty for none.
+// Formats an automation date as 2026-11-21 06:00; empty for no date.
 std::string dateName(DATE date)
 {
     if (date == 0.0) return {};
-    const auto minutes = static_cast<long long>(std::floor(std::round(date * 86400.0) / 60.0)); // a date is exact to the second
+    const auto minutes = static_cast<long long>(std::floor(std::round(date * 86400.0) / 60.0)); // dates are exact to the second
     constexpr int unixEpoch = 25569;                                                            // 1 January 1970
     const std::chrono::year_month_day day{std::chrono::sys_days{std::chrono::days(minutes / 1440 - unixEpoch)}};
     const int clock = static_cast<int>(minutes % 1440);
@@ -29,24 +29,24 @@ std::string dateName(DATE date)
 std::filesystem::path logPath() { return dataFolder() / "MBSync.log"; }
 
 struct LastRun {
-    std::string state;  // never, good, failed, or unreadable; of a run by mb also cancelled, refused, unanswered and unfinished
-    std::string reason; // why it is unreadable
+    std::string state;  // never, good, failed or unreadable; from mb's record also cancelled, refused, unanswered and unfinished
+    std::string reason; // why the history is unreadable
     DATE when = 0.0;
-    std::string message; // why it failed or was refused, where that is known
+    std::string message; // why the run failed or was refused, if known
 };
 
-// How the last run of a history ended. A history without a run answers E_FAIL and no more; one that cannot be opened leaves a sentence.
+// How the last run of a history ended. If the status cannot be read, an error text tells an unreadable history from one without a run.
 LastRun lastRunOf(ITrMap* maps, const GUID& history)
 {
     VARIANT_BOOL good = VARIANT_TRUE;
-    (void)platform::takeErrorText(); // what an earlier call may have left
+    (void)platform::takeErrorText(); // clears the text of an earlier call
     const HRESULT hr = maps->GetLastSyncStatus(history, &good);
     if (SUCCEEDED(hr)) return {good ? "good" : "failed", {}, 0.0, {}};
     const std::string reason = printable(platform::takeErrorText());
     return {reason.empty() ? "never" : "unreadable", reason, 0.0, {}};
 }
 
-// The lists of categories are brought into step before the contacts, and have a history of their own.
+// The category pass has a history of its own. The run is good only if both passes are.
 LastRun lastRunOfMap(ITrMap* maps, const GUID& map)
 {
     const LastRun contacts = lastRunOf(maps, map);
@@ -56,7 +56,7 @@ LastRun lastRunOfMap(ITrMap* maps, const GUID& map)
     return lists.state == "never" ? contacts : lists;
 }
 
-// The engine stamps a run that it completed or failed, mb's record tells of every run of mb: the later one is the last.
+// The engine stamps runs that were completed or failed, by any host; mb records each run of mb. The later of the two was the last run.
 LastRun lastRun(ITrMap* maps, const GUID& map)
 {
     LastRun run = lastRunOfMap(maps, map);
@@ -73,7 +73,7 @@ void status(bool json)
     const auto maps = engine.maps();
     Json out = Json::array();
     std::vector<std::vector<std::string>> rows;
-    std::string unreadable; // the first reason
+    std::string unreadable; // the reason for the first unreadable history
     for (const GUID& guid : listMaps(engine)) {
         const MapInfo map = describeMap(maps.get(), guid);
         const LastRun run = lastRun(maps.get(), guid);
@@ -83,7 +83,7 @@ void status(bool json)
         rows.push_back(
             {guidName(guid), run.state, run.when == 0.0 ? "-" : dateName(run.when), storeName(map, 0) + "  " + storeName(map, 1)});
     }
-    // Transfers have no map that the user knows; mb's record of the last one stands under the class of its target.
+    // The map of a transfer is hidden, so transfers are listed by their targets.
     for (const TranslatorInfo& target : listTranslators(engine)) {
         const auto record = loadRunRecord(target.clsid);
         if (!record) continue;
@@ -104,7 +104,7 @@ void status(bool json)
 void showLog(int count, bool json)
 {
     std::ifstream file(logPath(), std::ios::binary);
-    if (!file) throw Failure("There is no log; it would be " + quote(textOf(logPath())) + ".");
+    if (!file) throw Failure("There is no log yet; the engine will write it to " + quote(textOf(logPath())) + ".");
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         if (!line.empty() && line.back() == '\r') line.pop_back();
@@ -124,11 +124,11 @@ void addStatusCommands(CLI::App& app)
         bool json = false;
     };
     const auto given = std::make_shared<Arguments>();
-    auto* state = app.add_subcommand("status", "Tell when each map and transfer last ran, and how it ended");
+    auto* state = app.add_subcommand("status", "Show when each map and transfer last ran, and how that run ended");
     state->footer(
-        "LAST RUN is never, good, failed, cancelled, refused, unanswered where a question found nobody to answer, unfinished where\n"
-        "the run still goes on or was killed, or unreadable where the map's history cannot be opened; the code is 1 then.\n"
-        "--json tells why a run failed or was refused.\n\n"
+        "LAST RUN is never, good, failed, cancelled, refused, unanswered (nobody could answer a question), unfinished (the run is\n"
+        "still active or was killed), or unreadable (the map's history cannot be opened; the exit code is then 1). --json also says\n"
+        "why a run failed or was refused.\n\n"
         "Examples:\n  mb status\n  mb status --json");
     state->add_flag("--json", given->json, jsonHelp);
     state->callback([given] { status(given->json); });
@@ -136,7 +136,7 @@ void addStatusCommands(CLI::App& app)
     const CLI::Validator lineCount(
         [](const std::string& text) {
             const bool number = !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos;
-            return number ? std::string() : quote(text) + " is no number of lines";
+            return number ? std::string() : quote(text) + " is not a number of lines";
         },
         "");
     auto* log = app.add_subcommand("log", "Show the end of the engine's log");

@@ -12,7 +12,8 @@ StoreName parseStore(const std::string& text)
 {
     const std::size_t at = text.find('=');
     if (at == std::string::npos || at == 0 || at + 1 == text.size())
-        throw Failure("A store is given as NAME=DATABASE, as in vCard=/home/me/Contacts; " + quote(text) + " is not.", exitUsage);
+        throw Failure("Give a store as NAME=DATABASE, for example vCard=/home/me/Contacts; " + quote(text) + " is not of that form.",
+                      exitUsage);
     return {text.substr(0, at), text.substr(at + 1)};
 }
 

@@ -1,4 +1,4 @@
-// A store as the user names it: NAME=DATABASE, and the paths that are given and told as texts.
+// A store as the user types it, NAME=DATABASE, and conversions between paths and UTF-8 texts.
 #pragma once
 #include <filesystem>
 #include <string>
@@ -9,16 +9,16 @@ struct StoreName {
     std::string translator, database;
 };
 
-// Throws a Failure of wrong usage for anything else.
+// Throws a Failure of wrong usage unless the text is NAME=DATABASE.
 StoreName parseStore(const std::string& text);
 
-// Databases of the plug-ins here are paths: the shell does not resolve what stands behind the '='.
+// Makes a database path absolute and expands ~, which the shell does not expand after the '='.
 std::string absolutePath(const std::string& database);
 
-// Whether two databases are one, by whatever links, drive letters or spellings they are named.
+// Whether two databases are the same store, even if links, drive letters or spellings differ.
 bool isSameStore(const std::string& a, const std::string& b);
 
-// A path is UTF-8 wherever it is a text, on every platform.
+// Paths are UTF-8 texts on every platform.
 std::filesystem::path pathOf(const std::string& text);
 std::string textOf(const std::filesystem::path& path);
 

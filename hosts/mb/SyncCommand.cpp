@@ -21,20 +21,20 @@
 namespace mbhost {
 namespace {
 
-// How the user wants to be asked, and what is answered for him.
+// The options of mb sync.
 struct SyncOptions {
     bool resync = false, json = false, silent = false, yes = false, dryRun = false;
-    std::optional<DeleteLimit> limit; // without one that of the map holds
-    std::optional<int> wait;          // seconds, for another run of the map, or of a map that shares a store, to end
+    std::optional<DeleteLimit> limit; // without it the limit of the map applies
+    std::optional<int> wait;          // how many seconds to wait for another run of the map, or of a map that shares a store
 
-    // A silent run of another map ends by itself, and its length is that of its stores; one that asks may wait for its user for ever.
+    // By default an hour for a silent run of another map, which ends by itself. Any other run may wait for its user: ten seconds.
     [[nodiscard]] std::chrono::seconds patience(bool forSilentRun) const
     {
         return std::chrono::seconds(wait.value_or(forSilentRun ? 3600 : 10));
     }
 };
 
-// A Synchronizer that reports to a sink, for the length of the command.
+// A Synchronizer with its RunSink. The constructor initialises it, the destructor cleans it up.
 class Runner {
 public:
     Runner(const Engine& engine, const SyncOptions& options)
@@ -53,9 +53,9 @@ public:
         (void)synchronizer_->Cleanup();
         (void)point_->Unadvise(cookie_);
     }
-    // A look at the plan asks nothing: conflicts are shown as a silent run settles them.
+    // A dry run asks nothing: its plan shows conflicts as a silent run would settle them.
     [[nodiscard]] bool asks() const noexcept { return !options_.silent && !options_.dryRun; }
-    // Waits for another run of the map, and for runs of other maps that use a store of it. Each new reason to wait is told once.
+    // Waits while another run holds the map or one of its stores. Prints each new reason to wait once.
     HRESULT runWhenFree(const MapInfo& map, const DeleteLimit& limit)
     {
         const auto start = std::chrono::steady_clock::now();
@@ -90,12 +90,12 @@ public:
         sink_->finish();
         return hr;
     }
-    // Whether the record of the last map says that its run is unfinished.
+    // Whether the last run called recordStart().
     [[nodiscard]] bool recorded() const noexcept { return recorded_; }
     [[nodiscard]] const RunSink& sink() const noexcept { return *sink_.get(); }
     [[nodiscard]] const SyncOptions& options() const noexcept { return options_; }
     struct Error {
-        HRESULT code = S_OK; // where it is a number
+        HRESULT code = S_OK; // S_OK if the engine's code is not a number
         std::string message;
     };
     Error lastError() const
@@ -115,7 +115,7 @@ private:
     bool recorded_ = false;
 };
 
-// Why a run ended that was stopped before its end.
+// The end of a run that was cancelled, stopped by the sink, or refused by the engine.
 Outcome::End endOfStopped(const Runner& runner)
 {
     if (interrupted()) return Outcome::End::Cancelled;
@@ -128,7 +128,7 @@ Outcome::End endOfStopped(const Runner& runner)
 // The engine's refusal of a run that would delete too much.
 constexpr HRESULT deletionsRefused = static_cast<HRESULT>(0x80040240);
 
-// A map that another host made may have no limit yet.
+// Sets the default limit in a map of another host, which may have none.
 void requireDeletionLimit(ITrMap* maps, const GUID& map)
 {
     com::Variant limit;
@@ -139,13 +139,13 @@ void requireDeletionLimit(ITrMap* maps, const GUID& map)
 Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
 {
     Outcome outcome;
-    // A map whose first plug-in is missing would end well to the engine, and nothing would have been done.
+    // The engine reports success for a map whose first plug-in is missing, although it did nothing.
     for (const TranslatorInfo& translator : map.translators)
         if (outcome.message.empty()) outcome.message = missingPlugin(maps, translator);
-    // To the engine such a map has nothing to do.
+    // The engine finds nothing to do in a map of one store.
     if (outcome.message.empty() && !map.databases[0].empty() && isSameStore(map.databases[0], map.databases[1]))
-        outcome.message =
-            "both of its sides are the store " + quote(map.databases[0]) + " by now, maybe by a link; point one to another store.";
+        outcome.message = "both of its sides are the store " + quote(map.databases[0]) +
+                          ", perhaps by a link. Give one side another store: mb set MAP second DATABASE.";
     if (!outcome.message.empty()) {
         outcome.end = Outcome::End::Failed;
         return outcome;
@@ -175,7 +175,7 @@ Json mapJson(const MapInfo& map, const Outcome& outcome)
 
 StoreNames storeNames(const MapInfo& map) { return {storeName(map, 0), storeName(map, 1)}; }
 
-// A failure of a record names the record.
+// Names the record at which the run failed, if there is one.
 std::string failureSentence(const MapInfo& map, const Outcome& outcome)
 {
     const auto failures = outcome.events.of(raFailed);
@@ -190,7 +190,7 @@ struct Told {
     ExitCode code = exitDone;
 };
 
-// What is said of a run that did not end well.
+// The sentence and the exit code for a run that did not end well.
 Told failureOf(const MapInfo& map, const Outcome& outcome)
 {
     const std::string name = "The map " + guidName(map.guid);
@@ -201,9 +201,11 @@ Told failureOf(const MapInfo& map, const Outcome& outcome)
     case Outcome::End::Unanswered:
         return {
             name + " has changes to confirm or conflicts to settle, and " +
-                (platform::someoneAnswers() ? "the environment variable MB_UNATTENDED forbids to ask" : "there is no terminal to ask on") +
-                "; " + writtenBeforeContacts(outcome) + ". Say --yes to accept the changes, --silent to have conflicts settled too, or " +
-                "--dry-run to see them.",
+                (platform::someoneAnswers() ? "the environment variable MB_UNATTENDED forbids questions"
+                                            : "there is no terminal to ask on") +
+                "; " + writtenBeforeContacts(outcome) +
+                ". Type mb sync --yes to accept the changes, mb sync --silent to accept them and settle conflicts, or mb sync --dry-run to "
+                "see them.",
             exitCancelled};
     case Outcome::End::InUse: return {name + " was not run. " + outcome.message, exitInUse};
     case Outcome::End::Refused: return {outcome.message, exitFailed};
@@ -212,7 +214,7 @@ Told failureOf(const MapInfo& map, const Outcome& outcome)
     return {failureSentence(map, outcome), exitFailed};
 }
 
-// A failure is worse than a map that is in use, and that is worse than a cancel.
+// From worst to best: failed, in use, cancelled, done.
 ExitCode worse(ExitCode a, ExitCode b)
 {
     for (const ExitCode code : {exitFailed, exitInUse, exitCancelled})
@@ -251,7 +253,7 @@ void sync(const std::vector<std::string>& names, const SyncOptions& options)
     const auto maps = engine.maps();
     Json out = Json::array();
     ExitCode worst = exitDone;
-    // A map that fails does not keep the others from their run; an interrupt is meant for all of them.
+    // The other maps run even if one fails; an interrupt stops all of them.
     for (std::size_t i = 0; i < wanted.size() && !interrupted(); ++i) {
         const MapInfo map = describeMap(maps.get(), wanted[i]);
         const Outcome outcome = runMap(runner, maps.get(), map);
@@ -283,23 +285,22 @@ void addSyncCommand(CLI::App& app)
     SyncOptions& options = given->options;
     auto* command = app.add_subcommand("sync", "Bring the stores of maps into step");
     command->footer(
-        "On a terminal it asks: what becomes of contacts that both sides changed, and whether the changes are to be written, as\n"
-        "the options of the map say. With no terminal to ask on, a run that has a question ends with code 3 and writes\n"
-        "no contact; the lists of categories come first, and are not asked about. --silent asks nothing: both contacts of a conflict are "
-        "kept, and a contact that was changed on one side and\n"
-        "deleted on the other is kept.\n"
-        "--max-delete is a number, a percentage such as 20%, or none; without it, the limit of the map holds: half of a store of\n"
-        "more than three, unless mb set changed it. On a terminal a run over the limit is asked about, but not with --yes.\n"
-        "Maps run one after the other, also after one that failed; the exit code is that of the worst: 1 before 4 before 3.\n"
+        "On a terminal mb asks about contacts that both sides changed, and before it writes; the options of the map say what is\n"
+        "asked. Without a terminal, a run that has a question ends with exit code 3 and writes no contact; the lists of categories\n"
+        "come first and are never asked about. --silent asks nothing: it keeps both contacts of a conflict, and it keeps a contact\n"
+        "that one side changed and the other deleted.\n"
+        "--max-delete is a number, a percentage such as 20%, or none. Without it the limit of the map applies: half of a store of\n"
+        "more than three contacts, unless mb set changed it. On a terminal mb asks about a run over the limit, but not with --yes.\n"
+        "Maps run one after the other, even if one fails; the exit code is that of the worst: 1 before 4 before 3.\n"
         "A map has one run at a time, and a store is in one run at a time. mb waits ten seconds for another run of the map, and for\n"
         "a run of another map that shares a store and asks its user; for one that asks nothing it waits until that ends, an hour\n"
         "at the most. --wait says otherwise for all of them. Then mb names the process that it waited for, and the exit code is 4.\n"
         "--json lists each record that was written, each failure and conflict, and what a plug-in left out or noted.\n"
-        "Ctrl-C stops all cleanly: what was written stays, and the next run goes on from there.\n\n"
+        "Ctrl-C stops all maps safely: what was written stays, and the next run goes on from there.\n\n"
         "Examples:\n  mb sync\n  mb sync --dry-run\n  mb sync 5F49 --yes\n  mb sync --silent --max-delete 20%\n"
         "  mb sync 5F49 --resync\n  mb sync --silent --json");
     command->add_option("MAP", given->maps, "The maps' identifiers, or beginnings of them; all maps if none is given");
-    auto* resync = command->add_flag("--resync", options.resync, "Forget what is known of the last run, and compare everything anew");
+    auto* resync = command->add_flag("--resync", options.resync, "Forget the history of the map and compare all contacts again");
     auto* silent = command->add_flag("--silent", options.silent, "Ask nothing");
     auto* yes = command->add_flag("--yes", options.yes, "Accept the changes; conflicts are still asked about");
     auto* dryRun = command->add_flag("--dry-run", options.dryRun,

@@ -22,7 +22,7 @@ struct Target {
     bool configurable = false, images = false;
 };
 
-// An array that the engine handed out, destroyed with this.
+// Owns an array that the engine returned.
 class HandedArray {
 public:
     HandedArray() noexcept = default;
@@ -49,7 +49,7 @@ std::vector<Target> listTargets(const Engine& engine)
     HandedArray guids, names, paths, configurable, images;
     const HRESULT hr = engine.create<ISyncTransfer>(__uuidof(SyncTransfer))
                            ->GetTranslatorsEx(guids.put(), names.put(), paths.put(), configurable.put(), images.put());
-    if (hr == E_FAIL) return {}; // the engine's word for none
+    if (hr == E_FAIL) return {}; // the engine's result for no target
     if (FAILED(hr)) throw Failure("The targets cannot be listed: " + describe(hr));
     const auto guidTexts = com::textArray(guids.get()), nameTexts = com::textArray(names.get()), pathTexts = com::textArray(paths.get());
     const auto maps = engine.maps();
@@ -85,7 +85,7 @@ void showTargets(bool json)
                         t.program.empty() ? "-" : printable(t.program), printable(info.longName)});
     }
     if (json) return printJson(out);
-    if (rows.empty()) return print("There is no target yet. mb register PLUGIN registers one.\n");
+    if (rows.empty()) return print("There is no target yet. mb register PLUGIN registers a plug-in.\n");
     print(table({"NAME", "READY", "IMAGES", "PROGRAM", "STORE"}, rows));
     const auto maps = engine.maps();
     for (const Target& t : targets)
@@ -100,8 +100,8 @@ struct TransferArguments {
     [[nodiscard]] bool reverse() const noexcept { return !from.empty(); }
 };
 
-// The settings of a target's hidden map, which serve the next transfer too. Unless this one wrote something, they go back to what they
-// were: the map of a first transfer goes again, and another one has its former stores.
+// The settings of a target's hidden map. Without a call of keep() the destructor restores them: it deletes a map that this transfer
+// created, and gives an older map its former stores.
 class KeptSettings {
 public:
     explicit KeptSettings(const Engine& engine) : engine_(engine) {}
@@ -129,11 +129,11 @@ private:
     }
 
     const Engine& engine_;
-    std::optional<GUID> map_;                                   // while there is something to take back
-    std::optional<std::pair<std::string, std::string>> former_; // card file and database of a map that was there
+    std::optional<GUID> map_;                                   // nullopt: nothing to restore
+    std::optional<std::pair<std::string, std::string>> former_; // card file and database of an older map
 };
 
-// One transfer: the target, its hidden map with both databases set, and the cards.
+// One transfer: the target with its hidden map, the card file, and the cards to copy.
 class Transfer {
 public:
     explicit Transfer(const TransferArguments& given) : given_(given), maps_(engine_.maps()), settings_(engine_)
@@ -189,8 +189,8 @@ public:
         if (outcome_.end == Outcome::End::Cancelled) throwCancelled(outcome_);
         if (outcome_.end == Outcome::End::InUse) throw Failure(outcome_.message, exitInUse);
         if (outcome_.end == Outcome::End::Failed)
-            throw Failure("The transfer " + std::string(given_.reverse() ? "from " : "to ") + quote(target_.name) +
-                          " failed: " + outcome_.message + (database_.empty() ? " It has no database yet: give it as NAME=DATABASE." : ""));
+            throw Failure("The transfer " + std::string(given_.reverse() ? "from " : "to ") + quote(target_.name) + " failed: " +
+                          outcome_.message + (database_.empty() ? " The target has no database yet; give it as NAME=DATABASE." : ""));
     }
 
 private:
@@ -216,7 +216,7 @@ private:
         const GUID& map = target_.clsid;
         GUID first{}, second{};
         const HRESULT read = maps_->GetTranslators(map, &first, &second);
-        if (read == E_FAIL) { // there is none; any other failure must not make the map anew
+        if (read == E_FAIL) { // there is no map; after any other failure a new map would replace the old one
             settings_.ofNewMap(map);
             if (const HRESULT hr = maps_->CreateEx(map, hostClass, map); FAILED(hr))
                 throw Failure("The transfer could not be set up: " + describe(hr));
@@ -232,7 +232,7 @@ private:
         std::tie(formerCardFile_, database_) = databases();
     }
 
-    // Of both sides of the map.
+    // The databases of both sides of the hidden map.
     std::pair<std::string, std::string> databases() const
     {
         com::Bstr database1, database2;
@@ -256,10 +256,10 @@ private:
                       exitUsage);
     }
 
-    // Only mb add makes a card file.
+    // Only mb add creates a card file.
     static std::string expectFile(const std::string& file)
     {
-        if (!platform::fileExists(pathOf(file))) throw Failure("The card file " + quote(file) + " does not exist; mb add makes one.");
+        if (!platform::fileExists(pathOf(file))) throw Failure("The card file " + quote(file) + " does not exist; mb add creates one.");
         return file;
     }
 
@@ -307,8 +307,8 @@ void transfer(const TransferArguments& given)
 {
     if (given.to.empty() == given.from.empty()) throw Failure("Give either --to TARGET or --from TARGET.", exitUsage);
     if (given.reverse() && !given.cards.empty())
-        throw Failure("From a target everything that is new or changed there is taken over; cards cannot be picked.", exitUsage);
-    if (!given.reverse() && given.all != given.cards.empty()) throw Failure("Name the cards to transfer, or give --all.", exitUsage);
+        throw Failure("--from copies all that is new or changed in the target; leave out the cards.", exitUsage);
+    if (!given.reverse() && given.all != given.cards.empty()) throw Failure("Either name the cards to transfer or give --all.", exitUsage);
     Transfer one(given);
     one.run();
     one.tell();
@@ -325,18 +325,20 @@ void addTransferCommands(CLI::App& app)
     targets->callback([given] { showTargets(given->json); });
 
     auto* command = app.add_subcommand("transfer", "Copy cards between the card file and a target, without a map");
-    command->footer("A target is named as in mb targets, the first time with its database: NAME=DATABASE. It is remembered, and so is the\n"
-                    "card file, unless the transfer fails with nothing written. Cards that were transferred before are updated there if\n"
-                    "they changed. Nothing is asked. mb status tells how the last transfer ended.\n\n"
-                    "Examples:\n  mb transfer --to vCard=$HOME/Contacts --cards $HOME/cards.db \"Anna Lindqvist\" \"Jürgen Weiß\"\n"
-                    "  mb transfer --to vCard --all\n  mb transfer --from vCard");
+    command->footer(
+        "mb targets lists the targets. Give the target's database the first time: NAME=DATABASE. mb remembers it, and the card\n"
+        "file, unless the transfer fails before it writes anything. Cards that were transferred before are updated in the\n"
+        "target if they changed. mb asks nothing. mb status shows how the last transfer ended.\n\n"
+        "Examples:\n  mb transfer --to vCard=$HOME/Contacts --cards $HOME/cards.db \"Anna Lindqvist\" \"Jürgen Weiß\"\n"
+        "  mb transfer --to vCard --all\n  mb transfer --from vCard");
     command->add_option("--to", given->to, "The target, NAME or NAME=DATABASE");
-    command->add_option("--from", given->from, "The target to take cards over from");
-    command->add_option("--cards", given->cardFile, "The card file; else that of the last transfer, or the only one of the maps");
+    command->add_option("--from", given->from, "The target to copy cards from");
+    command->add_option("--cards", given->cardFile,
+                        "The card file; without it that of the last transfer, or the only card file of the maps");
     command->add_option("--password", given->password, "The card file's password, where it has one");
     command->add_flag("--all", given->all, "All cards");
     command->add_flag("--json", given->json, jsonHelp);
-    command->add_option("CARD", given->cards, "Cards by identifier, or by a name that only one of them has");
+    command->add_option("CARD", given->cards, "A card's identifier, or a name that only one card has");
     command->callback([given] { transfer(*given); });
 }
 

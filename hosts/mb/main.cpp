@@ -15,7 +15,7 @@ int main(int argc, char** argv)
     using namespace mbhost;
     const platform::Apartment apartment;
     CLI::App app{"mb keeps pairs of contact stores in step.\n\n"
-                 "A plug-in reaches one kind of store, a map is a pair of stores that belong together:\n"
+                 "A plug-in opens one kind of store; a map is a pair of stores that mb keeps in step:\n"
                  "  mb register build/linux/bin/vcard.so build/linux/bin/cardfile.so\n"
                  "  mb add Mirabook=~/cards.db vCard=~/Contacts\n"
                  "  mb sync",
@@ -25,7 +25,7 @@ int main(int argc, char** argv)
     app.set_version_flag("--version", "mb 1.0");
     app.add_flag_callback(
         "--without-locks", [] { platform::setEnvironment(u"MB_WITHOUT_LOCKS", u"1"); },
-        "Work where the file system of the data folder has no locks; see to it yourself that nothing else runs");
+        "Run although the file system of the data folder has no locks; make sure that no other run is active");
     app.footer(
         "Exit codes: 0 done, 1 failed, 2 wrong usage, 3 cancelled, 4 in use by another run. mb COMMAND --help tells more about a command.");
     try {
@@ -44,7 +44,7 @@ int main(int argc, char** argv)
             return exitUsage;
         }
         auto arguments = commandLine(app, platform::arguments(argc, argv));
-        std::ranges::reverse(arguments); // as CLI11 wants them
+        std::ranges::reverse(arguments); // CLI11 takes the arguments in reverse
         app.parse(std::move(arguments));
         finishOutput();
         return exitDone;
@@ -54,10 +54,10 @@ int main(int argc, char** argv)
         tellFailure(e.what());
         return e.code();
     } catch (const com::Error& e) {
-        std::fprintf(stderr, "mb: The engine could not do this: %s\n", describe(e.code()).c_str());
+        std::fprintf(stderr, "mb: The engine failed: %s\n", describe(e.code()).c_str());
         return exitFailed;
     } catch (const std::exception& e) {
-        std::fprintf(stderr, "mb: Something unforeseen happened: %s\n", e.what());
+        std::fprintf(stderr, "mb: An unexpected error ended mb: %s\n", e.what());
         return exitFailed;
     }
 }

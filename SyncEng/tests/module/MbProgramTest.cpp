@@ -47,7 +47,7 @@ TEST_F(MbProgram, ReportsAFileThatIsNotAPlugin)
     const Ended ended = mb({L"register", (installation.folder() / "plain.dll").native()});
     EXPECT_EQ(ended.code, 1u);
     EXPECT_THAT(ended.output, HasSubstr("mb: The file"));
-    EXPECT_THAT(ended.output, HasSubstr("is no plug-in: it cannot be loaded.\n"));
+    EXPECT_THAT(ended.output, HasSubstr("is not a plug-in: it cannot be loaded.\n"));
     EXPECT_TRUE(isOneSentence(ended.output));
 }
 

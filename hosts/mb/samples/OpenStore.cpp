@@ -31,7 +31,7 @@ OpenStore::OpenStore(const std::string& database, IfMissing ifMissing) : library
         byType_.emplace_back(type, guid);
     }
     if (ifMissing == IfMissing::Make) {
-        platform::setEnvironment(u"MB_STORE_MIRABOOK", platform::utf16(database)); // by which a store without settings is named
+        platform::setEnvironment(u"MB_STORE_MIRABOOK", platform::utf16(database)); // names the store of a translator without settings
         check(translator_->Initialize(nullptr, nullptr, VARIANT_TRUE));
         check(translator_->Cleanup());
     }
@@ -41,7 +41,7 @@ OpenStore::OpenStore(const std::string& database, IfMissing ifMissing) : library
 
 OpenStore::~OpenStore() { (void)translator_->Cleanup(); }
 
-// What the plug-in tells of its last failure.
+// Throws a Problem with the plug-in's message for its last failure.
 void OpenStore::check(HRESULT hr)
 {
     if (SUCCEEDED(hr)) return;

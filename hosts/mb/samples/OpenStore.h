@@ -1,4 +1,4 @@
-// A card file opened through its plug-in alone, without the engine: reads and edits contacts by name and field.
+// A card file that is opened by its plug-in without the engine; reads and edits contacts by name and field.
 #pragma once
 #include "interfaces.h"
 #include "library.h"
@@ -15,7 +15,7 @@ class Problem : public std::runtime_error {
 class OpenStore {
 public:
     enum class IfMissing { Fail, Make };
-    // The plug-in lies beside this program. A Problem says what is wrong with the database.
+    // Loads the plug-in from the folder of this program. Throws a Problem that says what is wrong with the database.
     explicit OpenStore(const std::string& database, IfMissing ifMissing = IfMissing::Fail);
     OpenStore(const OpenStore&) = delete;
     OpenStore& operator=(const OpenStore&) = delete;
@@ -23,11 +23,11 @@ public:
 
     using Values = std::vector<std::pair<LONG, std::string>>; // field type and value
     void add(const Values& values);
-    // The record whose first and last name, with a blank between, is this one.
+    // `name` is the first and the last name with a blank between.
     void edit(const std::string& name, const std::string& fieldName, const std::string& value);
     void remove(const std::string& name);
     [[nodiscard]] std::vector<std::string> names();
-    // What the record holds: each field with its value, a picture by its size and a number that stands for its content.
+    // One line per field that has a value; a picture is shown as its size and a hash.
     [[nodiscard]] std::vector<std::string> valuesOf(const std::string& name);
     [[nodiscard]] std::vector<std::vector<std::string>> valuesOfAll();
     void beginUpdate();

@@ -1,4 +1,5 @@
-// Made-up people with names of many alphabets, for trying the program out. Mail addresses and numbers are of ranges kept for examples.
+// Invented people with names in many alphabets, to try the program with. E-mail addresses and phone numbers are from ranges reserved for
+// examples.
 #pragma once
 #include <string>
 #include <vector>
@@ -9,7 +10,7 @@ struct SampleContact {
     std::string first, last, company, title, street, city, zipCode, country, mobile, mail, birthday, notes;
 };
 
-// The listed people, and beyond them as many more as are wanted, numbered.
+// Returns `count` contacts. After the listed people the names repeat, with a number added.
 std::vector<SampleContact> sampleContacts(std::size_t count);
 std::size_t listedContacts();
 

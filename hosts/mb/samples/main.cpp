@@ -1,4 +1,4 @@
-// mbsamples: fills a card file with made-up contacts, and edits them as their owner would, to have something to try mb with.
+// mbsamples: fills a card file with invented contacts and edits them as a user would, to try mb with.
 #include "OpenStore.h"
 #include "SampleContacts.h"
 #include "SamplePicture.h"
@@ -45,13 +45,13 @@ void printLines(const std::vector<std::string>& lines)
 
 int main(int argc, char** argv)
 {
-    CLI::App app{"Fills a card file with sample contacts and edits them, to have something to try mb with.", "mbsamples"};
+    CLI::App app{"Fills a card file with sample contacts and edits them, to try mb with.", "mbsamples"};
     app.require_subcommand(1);
     std::string file, name, field, value;
     std::size_t count = listedContacts();
     const auto command = [&](const char* title, const char* meaning) {
         auto* sub = app.add_subcommand(title, meaning);
-        sub->add_option("CARDFILE", file, "The card file; fill makes it if there is none")->required();
+        sub->add_option("CARDFILE", file, "The card file; fill creates a missing one")->required();
         return sub;
     };
     auto* fillCommand = command("fill", "Add the sample contacts");
@@ -70,7 +70,7 @@ int main(int argc, char** argv)
 
     command("list", "List the contacts' names")->callback([&] { printLines(OpenStore(file).names()); });
 
-    auto* showCommand = command("show", "Show what a contact holds, or all of them, with an empty line behind each");
+    auto* showCommand = command("show", "Show the fields of one contact, or of all contacts with an empty line after each");
     showCommand->add_option("NAME", name, "First and last name");
     showCommand->callback([&] {
         if (!name.empty()) return printLines(OpenStore(file).valuesOf(name));
@@ -82,7 +82,7 @@ int main(int argc, char** argv)
 
     auto* pictureCommand = app.add_subcommand("picture", "Draw a picture to give to a contact");
     pictureCommand->add_option("JPEGFILE", file, "The file to write")->required();
-    pictureCommand->add_option("WORD", value, "What makes one picture differ from another")->required();
+    pictureCommand->add_option("WORD", value, "Any word; each word gives another picture")->required();
     pictureCommand->callback([&] { drawPicture(file, value); });
     try {
         app.parse(argc, argv);

@@ -249,7 +249,7 @@ TEST_F(EndToEndTest, WrongUsageIsToldInOneSentenceThatNamesWhatIsWrong)
     EXPECT_EQ(told({"set", map, "images"}), "mb: VALUE is required. mb set --help tells more.\n");
     for (const char* lines : {"x", "-3", "1.5", "", "99999999999"})
         EXPECT_EQ(told({"log", "--lines", lines}),
-                  "mb: --lines: \"" + std::string(lines) + "\" is no number of lines. mb log --help tells more.\n");
+                  "mb: --lines: \"" + std::string(lines) + "\" is not a number of lines. mb log --help tells more.\n");
 }
 
 TEST_F(EndToEndTest, WithoutACommandItShowsItsHelp)

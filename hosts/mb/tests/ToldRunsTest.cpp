@@ -150,7 +150,7 @@ TEST_F(ToldRunsTest, AQuestionThatNobodyCouldBeAskedIsNoCancelOfTheUsersInTheLog
     run_.environment["MB_UNATTENDED"] = "1";
     const Result run = talk({"sync"}, {});
     EXPECT_EQ(run.code, 3);
-    EXPECT_TRUE(has(run.out + run.error, "MB_UNATTENDED forbids to ask")) << "there is a terminal: " << run.out << run.error;
+    EXPECT_TRUE(has(run.out + run.error, "MB_UNATTENDED forbids questions")) << "there is a terminal: " << run.out << run.error;
     EXPECT_EQ(status(), "unanswered");
 }
 
