@@ -5,7 +5,7 @@
 
 using namespace mbhost;
 
-TEST(DeleteLimitTest, WithoutOneHalfOfAStoreOfMoreThanThreeMayGo)
+TEST(DeleteLimitTest, TheDefaultAllowsHalfOfAStoreOfMoreThanThree)
 {
     const DeleteLimit limit;
     EXPECT_TRUE(limit.allows(3, 3));
@@ -18,7 +18,7 @@ TEST(DeleteLimitTest, WithoutOneHalfOfAStoreOfMoreThanThreeMayGo)
     EXPECT_TRUE(limit.allows(0, 0));
 }
 
-TEST(DeleteLimitTest, BesideAnEmptyStoreASmallOneIsHeldToItToo)
+TEST(DeleteLimitTest, BesideAnEmptyStoreASmallStoreIsLimitedToo)
 {
     EXPECT_FALSE(DeleteLimit().allowsOfAnySize(3, 3));
     EXPECT_FALSE(DeleteLimit().allowsOfAnySize(1, 1));
@@ -28,7 +28,7 @@ TEST(DeleteLimitTest, BesideAnEmptyStoreASmallOneIsHeldToItToo)
     EXPECT_TRUE(DeleteLimit("none").allowsOfAnySize(2, 2));
 }
 
-TEST(DeleteLimitTest, ANumberAndAPercentageHoldForStoresOfAnySize)
+TEST(DeleteLimitTest, ANumberAndAPercentageApplyToStoresOfAnySize)
 {
     EXPECT_TRUE(DeleteLimit("3").allows(4, 3));
     EXPECT_FALSE(DeleteLimit("3").allows(1000, 4));
@@ -39,9 +39,9 @@ TEST(DeleteLimitTest, ANumberAndAPercentageHoldForStoresOfAnySize)
     EXPECT_FALSE(DeleteLimit("0%").allows(4, 1));
 }
 
-TEST(DeleteLimitTest, NoneSwitchesItOff) { EXPECT_TRUE(DeleteLimit("none").allows(1000, 1000)); }
+TEST(DeleteLimitTest, NoneIsNoLimit) { EXPECT_TRUE(DeleteLimit("none").allows(1000, 1000)); }
 
-TEST(DeleteLimitTest, AnythingElseIsWrongUsage)
+TEST(DeleteLimitTest, AnyOtherTextIsWrongUsage)
 {
     for (const char* text : {"", "%", "-1", "half", "3x", "101%", "3 %", "99999999999999999999"}) {
         try {

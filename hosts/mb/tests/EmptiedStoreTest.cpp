@@ -1,4 +1,4 @@
-// A store that lost all that it held, as by a drive that is not mounted or a file that was moved away, costs the other store nothing.
+// A store that lost all its contacts, for example because a drive is not mounted or a file was moved, deletes nothing from the other store.
 #include "EndToEndFixture.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ protected:
         ASSERT_EQ(cardCount(), contacts());
     }
     [[nodiscard]] static std::size_t contacts() { return static_cast<std::size_t>(GetParam()); }
-    // Each way to run the map that could write is refused with a sentence that holds the text.
+    // Every run that could write must be refused with a sentence that contains the text.
     void expectRefusal(const std::string& text)
     {
         for (const char* how : {"--silent", "--yes"}) {
@@ -37,7 +37,7 @@ protected:
 
 } // namespace
 
-TEST_P(EmptiedStore, ACardFileThatIsGoneIsNamedAndNotMadeAnew)
+TEST_P(EmptiedStore, AMissingCardFileIsNamedAndNotCreatedAgain)
 {
     fs::rename(cards(), home_ / "moved.db");
     expectRefusal("The card file \"" + cards() + "\" is missing");
@@ -49,7 +49,7 @@ TEST_P(EmptiedStore, ACardFileThatIsGoneIsNamedAndNotMadeAnew)
     EXPECT_EQ(linesOfCardFile(), contacts());
 }
 
-TEST_P(EmptiedStore, ACardFileOfNoBytesIsNamedAndLeftAsItIs)
+TEST_P(EmptiedStore, ACardFileOfZeroBytesIsNamedAndNotChanged)
 {
     fs::resize_file(cards(), 0);
     expectRefusal("The card file \"" + cards() + "\" is empty");
@@ -57,17 +57,17 @@ TEST_P(EmptiedStore, ACardFileOfNoBytesIsNamedAndLeftAsItIs)
     EXPECT_EQ(cardCount(), contacts());
 }
 
-TEST_P(EmptiedStore, ACardFileOfNoCardsTakesNoneFromTheFolder)
+TEST_P(EmptiedStore, ACardFileWithoutCardsDeletesNoneFromTheFolder)
 {
     fs::rename(cards(), home_ / "moved.db");
     ASSERT_EQ(samples({"fill", cards(), "--count", "0"}).code, 0);
     expectRefusal("--max-delete");
     EXPECT_EQ(cardCount(), contacts());
-    EXPECT_EQ(mb({"sync", "--silent", "--max-delete", "none"}).code, 0) << "where the user says that it is meant";
+    EXPECT_EQ(mb({"sync", "--silent", "--max-delete", "none"}).code, 0) << "the user allows the deletions";
     EXPECT_EQ(cardCount(), 0u);
 }
 
-TEST_P(EmptiedStore, AnEmptyMountPointTakesNoneFromTheCardFile)
+TEST_P(EmptiedStore, AnEmptyMountPointDeletesNoneFromTheCardFile)
 {
     fs::rename(folder(), home_ / "unmounted");
     fs::create_directory(folder());
@@ -80,7 +80,7 @@ TEST_P(EmptiedStore, AnEmptyMountPointTakesNoneFromTheCardFile)
     EXPECT_EQ(cardCount(), contacts());
 }
 
-TEST_P(EmptiedStore, AFolderWithoutAnyCardTakesNoneFromTheCardFile)
+TEST_P(EmptiedStore, AFolderWithoutCardsDeletesNoneFromTheCardFile)
 {
     for (const fs::directory_entry& entry : std::vector<fs::directory_entry>(fs::directory_iterator(folder()), fs::directory_iterator()))
         if (entry.path().extension() == ".vcf") fs::remove(entry.path());
@@ -89,7 +89,7 @@ TEST_P(EmptiedStore, AFolderWithoutAnyCardTakesNoneFromTheCardFile)
     EXPECT_EQ(linesOfCardFile(), contacts());
 }
 
-TEST_P(EmptiedStore, AFolderThatIsGoneIsNamed)
+TEST_P(EmptiedStore, AMissingFolderIsNamed)
 {
     fs::rename(folder(), home_ / "moved");
     expectRefusal("\"" + folder().string() +

@@ -1,4 +1,4 @@
-// mb as its users run it: the built program with the real engine and plug-ins, in a home of its own.
+// Runs the built mb with the real engine and plug-ins in a temporary home folder.
 #pragma once
 #include "RunProgram.h"
 #include "StoryFiles.h"
@@ -24,7 +24,8 @@ protected:
     Json json(std::vector<std::string> arguments);
     void registerPlugins();
     std::string addMap(const std::string& first, const std::string& second);
-    // The plug-ins, a card file of so many sample contacts, and a map of it and the empty folder.
+    // Registers the plug-ins, fills the card file with `contacts` sample contacts, and returns a new map of the card file and the empty
+    // folder.
     std::string makeMap(int contacts);
     [[nodiscard]] std::string cards() const { return home_ / "cards.db"; }
     [[nodiscard]] std::filesystem::path folder() const { return home_ / "Contacts"; }

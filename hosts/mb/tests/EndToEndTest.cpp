@@ -12,19 +12,19 @@ namespace fs = std::filesystem;
 
 class EndToEndTest : public EndToEnd {
 protected:
-    // On a terminal, typing each answer once its question has come.
+    // Runs mb on a terminal and types each answer after its question.
     Result talk(const std::vector<std::string>& arguments, const Conversation& conversation)
     {
         return talkToProgram(MB_PROGRAM, arguments, run_, conversation);
     }
-    // Every byte of both stores and of what the engine keeps of the map.
+    // The bytes of both stores and of the map's history.
     std::map<std::string, std::string> everything(const std::string& map) const
     {
         std::map<std::string, std::string> bytes{{"cards", textOf(cards())}, {"history", textOf(dataFolder() / (map + ".xml"))}};
         for (const fs::directory_entry& entry : fs::directory_iterator(folder())) bytes[entry.path()] = textOf(entry.path());
         return bytes;
     }
-    // A map in step, and then another number on each side of one contact.
+    // Makes a map, runs it, and then changes one phone number differently on both sides. Returns the map.
     std::string makeConflict()
     {
         const std::string map = makeMap(12), number = "+1 202 555 0100";
@@ -38,7 +38,7 @@ protected:
 
 } // namespace
 
-TEST_F(EndToEndTest, RegisteringTellsWhatWasRegisteredAndTheListsShowIt)
+TEST_F(EndToEndTest, RegisteringNamesThePluginsAndTheListShowsThem)
 {
     EXPECT_EQ(json({"translators"}), Json::array());
     const Result result = mb({"register", cardFilePlugin(), vCardPlugin()});
@@ -82,7 +82,7 @@ TEST_F(EndToEndTest, ARegistryThatCannotBeReadIsNamedAndKeepsItsBytes)
     EXPECT_EQ(textOf(home_ / "registry.reg"), damaged);
 }
 
-TEST_F(EndToEndTest, AFileThatIsNoPluginIsNamed)
+TEST_F(EndToEndTest, AFileThatIsNotAPluginIsNamed)
 {
     putText(home_ / "junk.so", "no library");
     for (const char* file : {"absent.so", "junk.so", "."}) {
@@ -115,13 +115,13 @@ TEST_F(EndToEndTest, EditsOfBothSidesReachTheOtherAndTheNextRunHasNothingToDo)
     const Result idle = mb({"sync", "--silent"});
     EXPECT_EQ(idle.code, 0);
     EXPECT_NE(idle.out.find("nothing to do"), std::string::npos) << idle.out;
-    EXPECT_EQ(idle.error, "") << "progress is nothing in a pipe";
+    EXPECT_EQ(idle.error, "") << "no progress bar in a pipe";
     const Json status = json({"status"}).at(0);
     EXPECT_EQ(status.at("status"), "good");
     EXPECT_EQ(status.at("last_run").get<std::string>().size(), 16u);
 }
 
-TEST_F(EndToEndTest, ProgressIsABarOnATerminalAndIsWipedAtTheEnd)
+TEST_F(EndToEndTest, OnATerminalProgressIsABarThatIsErasedAtTheEnd)
 {
     (void)makeMap(20);
     run_.errorIsTerminal = true;
@@ -132,7 +132,7 @@ TEST_F(EndToEndTest, ProgressIsABarOnATerminalAndIsWipedAtTheEnd)
     EXPECT_TRUE(result.error.ends_with("\r\033[K"));
 }
 
-TEST_F(EndToEndTest, WithOneDirectionOnlyThatSideIsWrittenAndCounted)
+TEST_F(EndToEndTest, WithADirectionOnlyOneSideIsWrittenAndCounted)
 {
     const std::string map = makeMap(2);
     putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
@@ -143,7 +143,7 @@ TEST_F(EndToEndTest, WithOneDirectionOnlyThatSideIsWrittenAndCounted)
     EXPECT_EQ(cardCount(), 1u);
 }
 
-TEST_F(EndToEndTest, AMapIsOnlyMadeOfStoresThatOpen)
+TEST_F(EndToEndTest, AMapIsOnlyCreatedIfBothStoresOpen)
 {
     registerPlugins();
     putText(home_ / "junk.db", std::string(5000, 'x'));
@@ -165,10 +165,10 @@ TEST_F(EndToEndTest, AMapIsOnlyMadeOfStoresThatOpen)
     EXPECT_EQ(json({"maps"}), Json::array());
     EXPECT_EQ(textOf(home_ / "junk.db"), std::string(5000, 'x'));
     for (const auto& entry : std::filesystem::directory_iterator(home_))
-        EXPECT_FALSE(entry.path().filename().string().starts_with("cards.db")) << entry.path() << " was made for no map";
+        EXPECT_FALSE(entry.path().filename().string().starts_with("cards.db")) << entry.path() << " was left although no map was created";
 }
 
-TEST_F(EndToEndTest, AStoreThatWasThereStaysWhereNoMapIsMade)
+TEST_F(EndToEndTest, AnExistingStoreStaysIfTheMapCannotBeCreated)
 {
     makeMap(3);
     const std::string before = textOf(cards());
@@ -183,7 +183,7 @@ TEST_F(EndToEndTest, AStoreThatWasThereStaysWhereNoMapIsMade)
     EXPECT_TRUE(std::filesystem::is_symlink(home_ / "link.db"));
 }
 
-TEST_F(EndToEndTest, TwoStoresHaveOneMapWhicheverComesFirst)
+TEST_F(EndToEndTest, TwoStoresHaveOnlyOneMapInWhicheverOrder)
 {
     const std::string map = makeMap(1);
     const std::string cardFile = "Mirabook=" + cards(), cardFolder = "vCard=" + folder().string();
@@ -208,7 +208,7 @@ TEST_F(EndToEndTest, StoresAreGivenByNameIgnoringCaseAndByRelativePath)
     EXPECT_EQ(json({"maps"}).at(0).at("map"), map);
 }
 
-TEST_F(EndToEndTest, WrongUsageIsTwoAndAnUnknownMapIsOne)
+TEST_F(EndToEndTest, WrongUsageEndsWithCodeTwoAndAnUnknownMapWithOne)
 {
     const std::string map = makeMap(1);
     const std::vector<std::vector<std::string>> wrong{{},
@@ -235,7 +235,7 @@ TEST_F(EndToEndTest, WrongUsageIsTwoAndAnUnknownMapIsOne)
     EXPECT_EQ(mb({"sync", "--help"}).code, 0);
 }
 
-TEST_F(EndToEndTest, WrongUsageIsToldInOneSentenceThatNamesWhatIsWrong)
+TEST_F(EndToEndTest, WrongUsageIsReportedInOneSentenceThatNamesTheFault)
 {
     const std::string map = makeMap(1);
     const auto told = [&](const std::vector<std::string>& arguments) {
@@ -277,10 +277,10 @@ TEST_F(EndToEndTest, EveryCommandHasHelpWithAnExample)
     }
 }
 
-TEST_F(EndToEndTest, AMapIsNamedByABeginningThatFitsOnlyIt)
+TEST_F(EndToEndTest, AMapIsFoundByAnUnambiguousBeginningOfItsIdentifier)
 {
     registerPlugins();
-    for (int i = 0; i < 17; ++i) { // two of them begin with the same digit
+    for (int i = 0; i < 17; ++i) { // at least two identifiers begin with the same digit
         const std::string other = "Contacts " + std::to_string(i);
         std::filesystem::create_directory(home_ / other);
         (void)addMap("Mirabook=cards.db", "vCard=" + other);
@@ -308,7 +308,7 @@ TEST_F(EndToEndTest, OptionsAreKept)
     for (const auto& [option, value] : wanted) EXPECT_EQ(json({"show", map}).at("options").at(option), value);
 }
 
-TEST_F(EndToEndTest, FieldsAreMappedTakenOutAndReset)
+TEST_F(EndToEndTest, FieldsAreMappedUnmappedAndReset)
 {
     const std::string map = makeMap(1);
     const Json byDefault = json({"fields", map});
@@ -318,8 +318,8 @@ TEST_F(EndToEndTest, FieldsAreMappedTakenOutAndReset)
     EXPECT_TRUE(has(byDefault, "Home phone", "Home phone"));
     const Json mapped = json({"fields", map, "--map", "home PHONE", "Other phone"});
     EXPECT_TRUE(has(mapped, "Home phone", "Other phone"));
-    EXPECT_FALSE(has(mapped, "Home phone", "Home phone")) << "a field goes with one other";
-    EXPECT_FALSE(has(mapped, "Other phone", "Other phone")) << "a field goes with one other";
+    EXPECT_FALSE(has(mapped, "Home phone", "Home phone")) << "a field is mapped to one field only";
+    EXPECT_FALSE(has(mapped, "Other phone", "Other phone")) << "a field is mapped to one field only";
     EXPECT_EQ(mapped.size(), byDefault.size() - 1);
     EXPECT_EQ(json({"fields", map, "--map", "Home phone", "Other phone"}), mapped);
     const Json without = json({"fields", map, "--unmap", "Home phone"});
@@ -341,7 +341,7 @@ TEST_F(EndToEndTest, RemovingAMapLeavesTheStores)
     EXPECT_EQ(json({"maps"}), Json::array());
     EXPECT_EQ(cardCount(), 3u);
     EXPECT_EQ(samples({"list", cards()}).out.empty(), false);
-    EXPECT_FALSE(fs::exists(dataFolder() / (map + ".xml"))) << "the history goes with the map";
+    EXPECT_FALSE(fs::exists(dataFolder() / (map + ".xml"))) << "the history is removed with the map";
 }
 
 TEST_F(EndToEndTest, AFailedRunNamesTheStoreAndTheNextOneIsGoodAgain)
@@ -365,7 +365,7 @@ TEST_F(EndToEndTest, AFailedRunNamesTheStoreAndTheNextOneIsGoodAgain)
     EXPECT_EQ(json({"status"}).at(0).at("status"), "good");
 }
 
-TEST_F(EndToEndTest, ARunThatAsksTellsItsFailureOnce)
+TEST_F(EndToEndTest, ARunThatMayAskReportsItsFailureOnce)
 {
     const std::string map = makeMap(5);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -389,7 +389,7 @@ TEST_F(EndToEndTest, ACardFileThatWasOverwrittenFailsTheRunAndStaysAsItIs)
     EXPECT_EQ(failed.code, 1);
     EXPECT_NE(failed.error.find(cards()), std::string::npos) << failed.error;
     EXPECT_EQ(textOf(cards()), std::string(5000, 'x'));
-    EXPECT_EQ(cardCount(), 5u) << "nobody deleted these";
+    EXPECT_EQ(cardCount(), 5u) << "no card was deleted";
 }
 
 TEST_F(EndToEndTest, AMapWhosePluginIsGoneFailsInsteadOfDoingNothing)
@@ -417,7 +417,7 @@ TEST_F(EndToEndTest, AConfigurationThatCannotBeOpenedIsNamed)
     }
 }
 
-TEST_F(EndToEndTest, AFullDiskUnderTheOutputIsAFailure)
+TEST_F(EndToEndTest, OutputToAFullDiskIsAFailure)
 {
     registerPlugins();
     run_.outFile = "/dev/full";
@@ -426,19 +426,19 @@ TEST_F(EndToEndTest, AFullDiskUnderTheOutputIsAFailure)
     EXPECT_TRUE(isOneSentence(result.error)) << result.error;
 }
 
-TEST_F(EndToEndTest, AContactCannotSteerTheTerminal)
+TEST_F(EndToEndTest, AContactCannotControlTheTerminal)
 {
     (void)makeMap(1);
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "First name", "An\x1b[2Jna"}).code, 0);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
-    ASSERT_NE(textOf(dataFolder() / "MBSync.log").find("[2Jna"), std::string::npos) << "the log tells of the contact";
+    ASSERT_NE(textOf(dataFolder() / "MBSync.log").find("[2Jna"), std::string::npos) << "the log names the contact";
     for (const auto& arguments : std::vector<std::vector<std::string>>{{"log"}, {"log", "--json"}, {"status"}, {"maps"}})
         EXPECT_EQ(mb(arguments).out.find('\x1b'), std::string::npos);
-    EXPECT_EQ(textOf(dataFolder() / "MBSync.log").find('\x1b'), std::string::npos) << "nor where the log is shown by another program";
+    EXPECT_EQ(textOf(dataFolder() / "MBSync.log").find('\x1b'), std::string::npos) << "another program may show the log";
     EXPECT_NE(mb({"log", "--lines", "0"}).out.find("An?[2Jna"), std::string::npos);
 }
 
-TEST_F(EndToEndTest, WithTheLogSwitchedOffARunIsCountedAllTheSame)
+TEST_F(EndToEndTest, ARunCountsItsWritesEvenIfTheLogIsOff)
 {
     (void)makeMap(2);
     replaceIn(home_ / "registry.reg", "\"LoggingLevel\"=dword:0000000f", "\"LoggingLevel\"=dword:00000000");
@@ -464,7 +464,7 @@ TEST_F(EndToEndTest, CtrlCStopsTheRunAndTheNextOneGoesOn)
     EXPECT_LT(written, static_cast<std::size_t>(contacts));
 
     const Json run = json({"sync", map, "--silent"}).at(0);
-    EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written)) << "what was written before is not written again";
+    EXPECT_EQ(run.at("second").at("created"), contacts - static_cast<int>(written)) << "the cards of the first run are not written again";
     EXPECT_EQ(cardCount(), static_cast<std::size_t>(contacts));
     const Json idle = json({"sync", map, "--silent"}).at(0);
     EXPECT_EQ(idle.at("first"), (Json{{"created", 0}, {"updated", 0}, {"deleted", 0}}));
@@ -481,12 +481,12 @@ TEST_F(EndToEndTest, WithoutATerminalAQuestionEndsTheRunAndNothingIsWritten)
     EXPECT_EQ(cardCount(), 0u);
     EXPECT_EQ(Json::parse(mb({"sync", "--json"}).out).at(0).at("result"), "unanswered");
 
-    EXPECT_EQ(mb({"sync", "--yes"}).code, 0) << "the summary is accepted";
+    EXPECT_EQ(mb({"sync", "--yes"}).code, 0) << "--yes accepts the summary";
     EXPECT_EQ(cardCount(), 3u);
     EXPECT_EQ(mb({"sync"}).code, 0) << "nothing to do, so nothing to ask";
 }
 
-TEST_F(EndToEndTest, WithoutATerminalAConflictIsNotSettledByYes)
+TEST_F(EndToEndTest, WithoutATerminalYesDoesNotSettleAConflict)
 {
     const std::string map = makeConflict();
     const auto before = everything(map);
@@ -523,7 +523,7 @@ TEST_F(EndToEndTest, ADryRunShowsEveryChangeFieldByFieldAndWritesNothing)
     EXPECT_NE(mb({"sync", "--dry-run"}).out.find("nothing to do"), std::string::npos);
 }
 
-TEST_F(EndToEndTest, ADryRunTellsCategoriesApartFromContacts)
+TEST_F(EndToEndTest, ADryRunShowsCategoriesApartFromContacts)
 {
     (void)makeMap(1);
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Harbour"}).code, 0);
@@ -536,7 +536,7 @@ TEST_F(EndToEndTest, ADryRunTellsCategoriesApartFromContacts)
     EXPECT_NE(text.find("The lists of categories"), std::string::npos) << text;
 }
 
-TEST_F(EndToEndTest, ARunTellsWhatAPluginLeftOut)
+TEST_F(EndToEndTest, ARunReportsWhatAPluginLeftOut)
 {
     (void)makeMap(1);
     putText(folder() / "note.vcf", "no card at all\n");
@@ -544,8 +544,8 @@ TEST_F(EndToEndTest, ARunTellsWhatAPluginLeftOut)
     EXPECT_EQ(run.code, 0) << run.error;
     const auto at = run.out.find("note.vcf, line 1: left out");
     ASSERT_NE(at, std::string::npos) << run.out;
-    EXPECT_EQ(run.out.find("note.vcf", at + 1), std::string::npos) << "told once: " << run.out;
-    EXPECT_EQ(json({"sync", "--silent"}).at(0).at("leftOut").size(), 1u) << "a run with nothing to do tells it too";
+    EXPECT_EQ(run.out.find("note.vcf", at + 1), std::string::npos) << "reported once: " << run.out;
+    EXPECT_EQ(json({"sync", "--silent"}).at(0).at("leftOut").size(), 1u) << "a run with nothing to do reports it too";
 }
 
 TEST_F(EndToEndTest, ADryRunOfAConflictWritesNothing)
@@ -591,7 +591,7 @@ TEST_F(EndToEndTest, HelpIsACommandToo)
     EXPECT_EQ(mb({"help", "snyc"}).error, mb({"snyc"}).error);
 }
 
-TEST_F(EndToEndTest, AMistypedCommandOrOptionIsAnsweredWithTheNearestOne)
+TEST_F(EndToEndTest, AMistypedCommandOrOptionGetsTheNearestOneSuggested)
 {
     EXPECT_EQ(mb({"snyc"}).error, "mb: There is no command \"snyc\". Did you mean sync? mb --help lists the commands.\n");
     EXPECT_EQ(mb({"snyc", "--help"}).error, mb({"snyc"}).error);
@@ -626,7 +626,7 @@ TEST_F(EndToEndTest, BothUnknownFieldsAreNamed)
     EXPECT_EQ(mb({"fields", map, "--unmap", "Foo"}).error, "mb: The first store has no field \"Foo\"; see mb fields MAP --available.\n");
 }
 
-TEST_F(EndToEndTest, AMapWithoutHistorySaysSoToWhoeverAsksForItsRecords)
+TEST_F(EndToEndTest, RecordStatusOfAMapWithoutHistorySaysSo)
 {
     const std::string map = makeMap(1), sentence = "The map " + map + " never ran, so it has no history; mb sync runs it.\n";
     EXPECT_EQ(mb({"record-status", map}).out, sentence);
@@ -663,14 +663,14 @@ TEST_F(EndToEndTest, AMissingPluginIsNamedAsMissing)
         << mb({"fields", map}).error;
 }
 
-TEST_F(EndToEndTest, AMergeIsNoSettingThatIsOffered)
+TEST_F(EndToEndTest, MergeIsNotOfferedAsASetting)
 {
     const std::string map = makeMap(1);
     EXPECT_EQ(mb({"set", "--help"}).out.find("merge"), std::string::npos);
     EXPECT_EQ(mb({"set", map, "conflicts", "x"}).error.find("merge"), std::string::npos);
 }
 
-TEST_F(EndToEndTest, OnATerminalTheSummaryIsAskedFor)
+TEST_F(EndToEndTest, OnATerminalTheUserConfirmsTheSummary)
 {
     const std::string map = makeMap(3);
     for (const char* answer : {"\x04", "\n", "n\n"}) {
@@ -685,7 +685,7 @@ TEST_F(EndToEndTest, OnATerminalTheSummaryIsAskedFor)
     EXPECT_EQ(cardCount(), 3u);
 }
 
-TEST_F(EndToEndTest, OnATerminalAConflictIsAskedForAndSettled)
+TEST_F(EndToEndTest, OnATerminalTheUserSettlesAConflict)
 {
     const std::string map = makeConflict();
     const Result done = talk({"sync", "--yes"}, {{"help] ", "2\n"}});
@@ -708,7 +708,7 @@ TEST_F(EndToEndTest, EnterAloneAtAConflictKeepsBothContacts)
     EXPECT_EQ(cardCount(), 13u);
 }
 
-TEST_F(EndToEndTest, ATerminalThatIsClosedAtAQuestionWritesNothing)
+TEST_F(EndToEndTest, NothingIsWrittenIfTheTerminalIsClosedAtAQuestion)
 {
     const std::string map = makeConflict();
     const auto before = everything(map);
@@ -722,7 +722,7 @@ TEST_F(EndToEndTest, ATerminalThatIsClosedAtAQuestionWritesNothing)
 TEST_F(EndToEndTest, TheFieldMapIsEditedOnATerminal)
 {
     const std::string map = makeMap(1);
-    EXPECT_EQ(mb({"fields", map, "--edit"}).code, 3) << "no terminal";
+    EXPECT_EQ(mb({"fields", map, "--edit"}).code, 3) << "there is no terminal";
     const Json before = json({"fields", map});
     EXPECT_EQ(talk({"fields", map, "--edit"}, {{"help] ", "1\n"}, {"help] ", "\x04"}}).code, 3);
     EXPECT_EQ(talk({"fields", map, "--edit"}, {{"help] ", "1\n"}, {"help] ", "q\n"}}).code, 3);
@@ -732,7 +732,7 @@ TEST_F(EndToEndTest, TheFieldMapIsEditedOnATerminal)
     EXPECT_EQ(json({"fields", map}).size(), before.size() - 1);
 }
 
-TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHandWithoutAnyRegistration)
+TEST_F(EndToEndTest, OnATerminalAConflictIsMergedWithoutARegisteredMergeComponent)
 {
     const std::string map = makeConflict();
     const Result done = talk({"sync", "--yes"}, {{"help] ", "m\n"}, {"help] ", "t\n"}, {"empty): ", "+1 202 555 0133\n"}});
@@ -742,7 +742,7 @@ TEST_F(EndToEndTest, OnATerminalAConflictIsMergedByHandWithoutAnyRegistration)
     EXPECT_NE(mb({"sync"}).out.find("nothing to do"), std::string::npos);
 }
 
-TEST_F(EndToEndTest, AMergeThatIsGivenUpGoesBackToTheConflict)
+TEST_F(EndToEndTest, ACancelledMergeReturnsToTheConflict)
 {
     const std::string map = makeConflict();
     const auto before = everything(map);
@@ -751,7 +751,7 @@ TEST_F(EndToEndTest, AMergeThatIsGivenUpGoesBackToTheConflict)
     EXPECT_EQ(everything(map), before);
 }
 
-TEST_F(EndToEndTest, AMergeComponentThatWasMovedAwayIsFoundAgainAndAnotherOneStays)
+TEST_F(EndToEndTest, MbRegistersItsMergeComponentUnlessAnotherOneExists)
 {
     const auto registered = [&] { return textOf(home_ / "registry.reg"); };
     registerPlugins();
@@ -761,7 +761,7 @@ TEST_F(EndToEndTest, AMergeComponentThatWasMovedAwayIsFoundAgainAndAnotherOneSta
     ASSERT_EQ(mb({"register", home_ / "other.so"}).code, 0);
     const std::string other = "@=\"" + (home_ / "other.so").string() + "\"";
     EXPECT_EQ(mb({"maps"}).code, 0);
-    EXPECT_NE(registered().find(other), std::string::npos) << "a component that is there stays";
+    EXPECT_NE(registered().find(other), std::string::npos) << "an existing component stays registered";
     fs::remove(home_ / "other.so");
     EXPECT_EQ(mb({"maps"}).code, 0);
     EXPECT_EQ(registered().find(other), std::string::npos);

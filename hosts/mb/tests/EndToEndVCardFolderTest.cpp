@@ -1,4 +1,4 @@
-// What happens to a folder of vCards between two runs, and what the other store must not lose by it.
+// What happens to a vCard folder between two runs must not make the other store lose contacts.
 #include "EndToEndFixture.h"
 
 #include <cerrno>
@@ -13,7 +13,7 @@ constexpr int kContacts = 6;
 
 class VCardFolderStory : public EndToEnd {
 protected:
-    // A map in step of a card file with kContacts contacts and a folder of as many cards.
+    // Synchronises a card file of kContacts contacts with the folder.
     void SetUp() override
     {
         (void)makeMap(kContacts);
@@ -67,7 +67,7 @@ TEST_F(VCardFolderStory, AFailedFileCallFailsTheRunAndDeletesNothing)
                          (withCache ? "" : ", without a cache"));
             const bool opensCards =
                 failure.call != std::string("fstatat") && failure.call != std::string("readdir") && failure.name == card;
-            if (opensCards && withCache) continue; // known files are not opened
+            if (opensCards && withCache) continue; // unchanged files in the cache are not opened
             if (!withCache) fs::remove_all(home_ / "cache");
             const Result run = failingSync(failure.call, failure.name, failure.error);
             EXPECT_EQ(run.code, 1) << run.out;
@@ -137,12 +137,12 @@ TEST_F(VCardFolderStory, ACardWhosePlaceIsTakenByALinkAPipeOrAFolderIsKeptOnTheO
     }
 }
 
-TEST_F(VCardFolderStory, ACardWithALineThatIsNoPropertyIsSynchronisedAndTheLineToldOnce)
+TEST_F(VCardFolderStory, ACardWithALineThatIsNotAPropertyIsSynchronisedAndTheLineReportedOnce)
 {
     const std::string card = "# from the old telephone\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nFN\r\nN:Arrival;New;;;\r\nEND:VCARD\r\n";
     putText(folder() / "new.vcf", card);
     const Json run = json({"sync", "--silent"}).at(0);
-    EXPECT_EQ(run.at("leftOut"), Json::array()) << "the card is there, and the line stays";
+    EXPECT_EQ(run.at("leftOut"), Json::array()) << "the card is read, and its line is kept";
     ASSERT_EQ(run.at("notes").size(), 1u) << run;
     EXPECT_NE(run.at("notes").at(0).get<std::string>().find("new.vcf, line 1: no property of a card"), std::string::npos) << run;
     EXPECT_NE(shown().find("Last name: Arrival"), std::string::npos);
@@ -158,7 +158,8 @@ TEST_F(VCardFolderStory, ACardWithALineThatIsNoPropertyIsSynchronisedAndTheLineT
     expectNothingToDo();
 }
 
-// Two folders of vCards in step. The cards of the second one hold something that no field is made of.
+// Two synchronised vCard folders. The cards of the second folder hold a line that belongs to no field, so a card that was deleted and added
+// again would lose it.
 class TwoFoldersStory : public EndToEnd {
 protected:
     static std::string card(const std::string& name, const std::string& uid)
@@ -185,7 +186,7 @@ protected:
         EXPECT_EQ(result.code, 0) << result.error;
     }
     void rename(const char* from, const char* to) const { fs::rename(folder() / from, folder() / to); }
-    // The cards of the second folder are the very ones that they were, and an edit of the first one's reaches them.
+    // The cards of the second folder must be the same cards as before, and edits of the first folder must reach them.
     void expectFollowed(const std::vector<std::string>& names)
     {
         EXPECT_EQ(mbtest::cardCount(other()), names.size());

@@ -1,5 +1,4 @@
-// Two stores that hold the same contacts before their first run. What is equal is linked, whatever the order of the stores, and nothing is
-// doubled.
+// Two stores hold the same contacts before their first run. The run links equal contacts in whatever order, and doubles none.
 #include "EndToEndFixture.h"
 
 namespace {
@@ -8,7 +7,7 @@ using namespace mbtest;
 namespace fs = std::filesystem;
 
 struct Contact {
-    std::string name, mail, more; // the name as N has it; more are whole lines
+    std::string name, mail, more; // `name` is the value of N, `more` holds whole lines
 };
 
 class EqualContacts : public EndToEnd {
@@ -20,7 +19,7 @@ protected:
     }
     [[nodiscard]] fs::path other() const { return home_ / "Other"; }
 
-    // A file for each contact; the store lists them in this order.
+    // Writes a file for each contact; the store lists them in this order.
     static void fill(const fs::path& folder, const std::vector<Contact>& contacts)
     {
         char file = 'a';
@@ -29,9 +28,9 @@ protected:
                     "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + "\r\nTEL;TYPE=CELL:+1 555 0100\r\n" +
                         (mail.empty() ? "" : "EMAIL:" + mail + "\r\n") + more + "END:VCARD\r\n");
     }
-    // Of the two folders; the store of the second one is asked for equal contacts.
+    // Creates a map of the two folders; the engine asks the second one's translator for equal contacts.
     std::string mapOfFolders() { return addMap("vCard=" + folder().string(), "vCard=" + other().string()); }
-    // A card file that holds what the folder holds.
+    // Fills a card file with the contacts of the folder.
     void copyToCards(const fs::path& from)
     {
         const std::string map = addMap("vCard=" + from.string(), "Mirabook=" + cards());
@@ -71,7 +70,7 @@ protected:
 
 } // namespace
 
-TEST_F(EqualContacts, ThoseOfOneNameMeetByTheirMail)
+TEST_F(EqualContacts, ContactsOfOneNameArePairedByTheirEMail)
 {
     fill(folder(), homonyms);
     fill(other(), reversed(homonyms));
@@ -82,14 +81,14 @@ TEST_F(EqualContacts, ThoseOfOneNameMeetByTheirMail)
     EXPECT_NE(textOf(mbtest::cardWith(other(), "b@example.org")).find("The second one"), std::string::npos);
 }
 
-TEST_F(EqualContacts, ThoseWithoutANameMeetByTheirMail)
+TEST_F(EqualContacts, ContactsWithoutANameArePairedByTheirEMail)
 {
     fill(folder(), nameless);
     fill(other(), reversed(nameless));
     expectAllLinked(mapOfFolders(), 4);
 }
 
-TEST_F(EqualContacts, ThoseOfACardFileAndAFolderMeetWhicheverComesFirst)
+TEST_F(EqualContacts, ContactsOfACardFileAndAFolderArePairedInEitherOrder)
 {
     for (const std::vector<Contact>& contacts : {homonyms, nameless}) {
         fill(folder(), contacts);
@@ -106,7 +105,7 @@ TEST_F(EqualContacts, ThoseOfACardFileAndAFolderMeetWhicheverComesFirst)
     }
 }
 
-TEST_F(EqualContacts, AsManyAsBothSidesHaveArePairedOneToOne)
+TEST_F(EqualContacts, IdenticalContactsArePairedOneToOne)
 {
     const Contact one{"Smith;John;;;", "a@example.org", ""};
     fill(folder(), {one, one, one});
@@ -114,7 +113,7 @@ TEST_F(EqualContacts, AsManyAsBothSidesHaveArePairedOneToOne)
     expectAllLinked(mapOfFolders(), 3);
 }
 
-TEST_F(EqualContacts, WhatOneSideHasMoreOfIsNew)
+TEST_F(EqualContacts, ASurplusContactOfOneSideIsNew)
 {
     const Contact one{"Smith;John;;;", "a@example.org", ""};
     fill(folder(), {one, one, one});
@@ -149,7 +148,7 @@ TEST_F(EqualContacts, AFieldThatIsNotMappedDoesNotMatter)
     EXPECT_NE(textOf(other() / "a.vcf").find("TITLE:Dr"), std::string::npos);
 }
 
-TEST_F(EqualContacts, APictureThatOneSideLacksTravels)
+TEST_F(EqualContacts, APictureThatOneSideLacksIsCopied)
 {
     fill(folder(), {{"Smith;John;;;", "a@example.org", ""}, {"Jones;Ann;;;", "b@example.org", "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ\r\n"}});
     fill(other(), {{"Smith;John;;;", "a@example.org", "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ\r\n"}, {"Jones;Ann;;;", "b@example.org", ""}});
@@ -163,7 +162,7 @@ TEST_F(EqualContacts, APictureThatOneSideLacksTravels)
     expectNothingToDo(map);
 }
 
-TEST_F(EqualContacts, EqualPicturesAreNoHindrance)
+TEST_F(EqualContacts, ContactsWithEqualPicturesArePaired)
 {
     const std::string picture = "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ\r\n";
     std::vector<Contact> contacts = homonyms;

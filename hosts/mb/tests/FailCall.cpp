@@ -1,5 +1,5 @@
-// Loaded in front of a program, it makes one file call fail as a broken disk or a server that is gone does. FAIL_CALL is the name of the
-// call, FAIL_NAME a part of the file's path, FAIL_ERROR the error number, FAIL_TIMES how often it fails: always if it is not set.
+// A library to preload. It makes a file call fail, as a broken disk or a lost server does. FAIL_CALL is the name of the call, FAIL_NAME a
+// part of the file's path, FAIL_ERROR the error number, FAIL_TIMES how often the call fails: always if it is not set.
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -21,7 +21,7 @@ std::string setting(const char* name)
     return value ? value : "";
 }
 
-// Sets errno and returns true if the call is the one that is to fail.
+// Returns true and sets errno if this call must fail.
 bool fails(const char* call, const std::string& path)
 {
     static const std::string failingCall = setting("FAIL_CALL"), failingName = setting("FAIL_NAME");
@@ -79,7 +79,7 @@ ssize_t pread(int file, void* bytes, size_t size, off_t at)
     return fails("pread", pathOf(file)) ? -1 : next(file, bytes, size, at);
 }
 
-// Fails in the middle of a folder: behind its first name.
+// Fails after the first name of a folder was read.
 dirent* readdir(DIR* folder)
 {
     static auto* const next = real(&readdir, "readdir");

@@ -21,7 +21,7 @@ TEST(HelpTextTest, TheNearestNameIsFoundUnlessNoneIsNear)
     EXPECT_EQ(nearestName("", names), "");
 }
 
-TEST(HelpTextTest, HelpIsAskedForByACommandOrAnOption)
+TEST(HelpTextTest, HelpIsACommandAndAnOption)
 {
     CLI::App app;
     app.add_subcommand("sync");
@@ -34,7 +34,7 @@ TEST(HelpTextTest, HelpIsAskedForByACommandOrAnOption)
     EXPECT_THROW((void)commandLine(app, {"sink"}), Failure);
 }
 
-TEST(HelpTextTest, AWordLongerThanItsColumnIsTheOnlyOneThatIsBroken)
+TEST(HelpTextTest, LinesFitTheWidthOfTheHelp)
 {
     CLI::App app{
         "A description of a program that has so many words that no terminal shows them in one line, unless it is a very wide one.\n"
@@ -49,8 +49,8 @@ TEST(HelpTextTest, AWordLongerThanItsColumnIsTheOnlyOneThatIsBroken)
     EXPECT_NE(app.help().find("\n                            "), std::string::npos) << app.help();
 }
 
-// Examples are copied to a command line.
-TEST(HelpTextTest, AnExampleIsNotBrokenHoweverLongItIs)
+// Users copy examples to a command line.
+TEST(HelpTextTest, ALongExampleIsNotBroken)
 {
     std::string words;
     for (int i = 0; i < 30; ++i) words += " word";
@@ -60,7 +60,7 @@ TEST(HelpTextTest, AnExampleIsNotBrokenHoweverLongItIs)
     EXPECT_EQ(app.help().find("\n  no example" + words + "\n"), std::string::npos) << app.help();
 }
 
-TEST(HelpTextTest, WhatIsRequiredIsMarked)
+TEST(HelpTextTest, ARequiredOptionIsMarked)
 {
     CLI::App app;
     app.add_option("--from", "Where it comes from")->required();

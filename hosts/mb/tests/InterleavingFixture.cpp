@@ -18,7 +18,7 @@ namespace {
 void copyAll(const fs::path& from, const fs::path& to)
 {
     fs::remove_all(to);
-    ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // with the files' times
+    ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // keeps the files' times
 }
 
 bool isRunning(int pid)
@@ -74,7 +74,7 @@ std::string Interleaving::stoppedRun(int call, const std::string& files, const s
     return at;
 }
 
-// The table of all places, for whoever wants to read it.
+// Adds a line to the table of all runs, if the environment variable names a file for it.
 void Interleaving::tell(const std::string& line)
 {
     if (const char* file = std::getenv("INTERLEAVING_TABLE")) std::ofstream(file, std::ios::app) << line << '\n';
@@ -82,7 +82,7 @@ void Interleaving::tell(const std::string& line)
 
 namespace {
 
-// A run under the sanitizers takes ten times as long.
+// Runs under the sanitizers take ten times as long, so they stop only at every fourth call.
 #ifdef __SANITIZE_ADDRESS__
 constexpr int kStep = 4;
 #else
@@ -91,7 +91,6 @@ constexpr int kStep = 1;
 
 } // namespace
 
-// Under the sanitizers at every fourth call.
 void Interleaving::atEveryCall(const std::string& files, const Work& work)
 {
     copyAll(home_, kept_);
@@ -102,7 +101,7 @@ void Interleaving::atEveryCall(const std::string& files, const Work& work)
         acted_ = false;
         const std::string at = stoppedRun(call, files, [&] { acted_ = work.act(); });
         if (at.empty()) break;
-        SCOPED_TRACE(work.name + " in front of call " + std::to_string(call) + ", " + at);
+        SCOPED_TRACE(work.name + " before call " + std::to_string(call) + ", " + at);
         acted += acted_ ? 1 : 0;
         work.undo();
         const Result next = mb({"sync", "--silent"});
@@ -112,7 +111,7 @@ void Interleaving::atEveryCall(const std::string& files, const Work& work)
         EXPECT_NE(last.out.find("nothing to do"), std::string::npos) << last.out << last.error;
         std::string said = stopped_.error.substr(0, stopped_.error.find('\n'));
         tell(test + " | " + std::to_string(call) + " | " + at.substr(0, at.find(' ')) + ' ' + fs::path(at).filename().string() + " | " +
-             work.name + " | " + (acted_ ? "" : "refused to the other program, ") + "run ended with " + std::to_string(stopped_.code) +
+             work.name + " | " + (acted_ ? "" : "the other program was refused, ") + "run ended with " + std::to_string(stopped_.code) +
              " " + said + " | " + (HasFailure() ? "FAILED" : "both kept"));
         if (HasFailure()) FAIL() << stopped_.out << stopped_.error << "then\n" << next.out << next.error;
     }

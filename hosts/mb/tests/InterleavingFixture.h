@@ -1,4 +1,4 @@
-// A run of mb that is stopped between two file calls, while another program works on the store: once for each such place.
+// Stops a run of mb before a file call while another program works on the store, once for each such call.
 #pragma once
 #include "EndToEndFixture.h"
 
@@ -14,23 +14,24 @@ protected:
     Interleaving();
     ~Interleaving() override;
 
-    // What another program does, and what must hold once mb has run again.
+    // The work of the other program, and what must be true after the next run of mb.
     struct Work {
         std::string name;
-        std::function<bool()> act;          // returns false where the store did not let it
-        std::function<void()> undo = [] {}; // in front of the next run, what its user puts right by hand
+        std::function<bool()> act;          // returns false if the store refused the work
+        std::function<void()> undo = [] {}; // repairs by hand before the next run
         std::function<void()> check;
     };
 
-    // The run of `mb sync`, stopped in front of the n-th call on one of these files. Returns the call; empty if there were not so many.
+    // Runs `mb sync`, stops it before call number `call` on these files, and calls `work`. Returns the call, or an empty text if the run
+    // made fewer calls.
     std::string stoppedRun(int call, const std::string& files, const std::function<void()>& work);
-    // From the state of now on: for each call, a run in which the other program works there, and a run that follows. Then check() is
-    // called, and one more run must have nothing to do.
+    // For each call on the files: restores the present state, does a run in which the other program works at that call, and a second run.
+    // Then check() is called, and a third run must have nothing to do.
     void atEveryCall(const std::string& files, const Work& work);
     void tell(const std::string& line);
 
     std::filesystem::path kept_ = std::filesystem::path(home_) += " kept";
-    Result stopped_; // the run that was stopped
+    Result stopped_; // of the run that was stopped
     bool acted_ = false;
 };
 

@@ -1,5 +1,5 @@
-// Another program edits, replaces, renames or deletes a card, its file or its folder while mb writes it: whatever the moment, neither's
-// change is lost once mb has run again.
+// Another program edits, replaces, renames or deletes a card, its file or its folder while mb writes it. After the next run of mb neither
+// change is lost, whatever the moment.
 #include "InterleavingFixture.h"
 
 #include <sqlite3.h>
@@ -19,7 +19,7 @@ std::size_t countIn(const std::string& text, const std::string& part)
     return count;
 }
 
-// The map is in step; then one contact is edited and one deleted on the side that the other program does not touch.
+// After a first run one contact is edited and one deleted in the store that the other program does not touch.
 class InterleavingTest : public Interleaving {
 protected:
     void makeStep(const std::string& second)
@@ -54,7 +54,7 @@ protected:
         expectInNone(kBjorn);
     }
 
-    bool sawOurs_ = false; // the other program saw our change when it worked
+    bool sawOurs_ = false; // mb had written its change when the other program worked
 };
 
 class VCardInterleaving : public InterleavingTest {
@@ -96,14 +96,14 @@ protected:
         expectInNone(kOurs);
         expectInNone(kAnna);
     }
-    // A backup that comes after a run has ended well is a change like any other, and travels.
+    // A backup that replaces the store after a successful run is a change like any other, and is copied.
     void expectOursUnlessABackupCameAfterIt()
     {
         if (stopped_.code != 0 || !sawOurs_) return expectOursDone();
         expectInNone(kOurs);
         expectInBoth(kOld);
     }
-    // A backup of the store takes its place.
+    // Replaces the store by its backup.
     void restore(const fs::path& store) const
     {
         fs::remove_all(store);
@@ -135,7 +135,7 @@ protected:
             if (entry.path().extension() == ".vcf") all += textOf(entry.path());
         return all;
     }
-    // The calls that can tell one moment of the other program's work from another one.
+    // The files whose calls can make a difference to the outcome.
     std::string callsOn(const fs::path& card) const
     {
         return folder().string() + ':' + card.string() + ':' + (folder() / ".mbsync-*").string();
@@ -366,7 +366,7 @@ protected:
     }
     std::string calls() const { return cards() + '*'; }
 
-    // SQLite without its pauses: it asks for a lock that mb holds again and again, and gives up.
+    // SQLite without pauses: it retries at once for a lock that mb holds, and soon gives up.
     static const char* withoutPauses()
     {
         static sqlite3_vfs files = *sqlite3_vfs_find(nullptr);
@@ -391,7 +391,7 @@ protected:
                    "; UPDATE field SET value = replace(value, '" + from + "', '" + to + "') WHERE card = " + card + "; COMMIT");
     }
     bool holdsOurs() { return run("BEGIN IMMEDIATE; UPDATE field SET value = value WHERE value = '" + std::string(kOurs) + "'; COMMIT"); }
-    // A card that a backup takes back to an earlier date is no change of that card: what was written stays on the other side.
+    // A backup takes a card back to an earlier date, which the engine does not see as a change: the other side keeps what was written.
     void expectOursOrWhatTheBackupHolds()
     {
         if (stopped_.code != 0 || !sawOurs_) return expectOursDone();

@@ -1,5 +1,5 @@
-// Loaded in front of a program, it ends the process without a word in front of the n-th call that would change a file, n being
-// KILL_AT_CALL. What a program leaves then is what a power failure leaves once the disk has taken all that was written.
+// A library to preload. It kills the process before the n-th call that would change a file; KILL_AT_CALL is n. The files are then as after
+// a power failure with all former writes on the disk.
 #include <atomic>
 #include <csignal>
 #include <cstdarg>
@@ -21,10 +21,10 @@ void countCall()
     if (++calls == last) std::raise(SIGKILL);
 }
 
-// The terminal and the log, which is only ever added to, are no part of what must hold.
+// Writes to the terminal and to the log, which is opened for appending, do not count.
 bool isTold(int file) { return file <= 2 || (fcntl(file, F_GETFL) & O_APPEND) != 0; }
 
-// A file that is there is not changed by being opened.
+// Whether opening with these flags changes a file: it may create or truncate one.
 bool isMade(int flags) { return (flags & (O_CREAT | O_TRUNC)) != 0 && (flags & O_APPEND) == 0; }
 
 template <class F> F* real(F*, const char* name) { return reinterpret_cast<F*>(dlsym(RTLD_NEXT, name)); }

@@ -1,5 +1,5 @@
-// A run that is killed, once in front of each call that changes a file: the next run finds both stores sound, brings them to where the run
-// would have brought them, and leaves nothing to do.
+// Kills a run once before each call that changes a file. The next run must find both stores intact and complete the work of the killed run;
+// the run after that must have nothing to do.
 #include "EndToEndFixture.h"
 
 #include <algorithm>
@@ -55,7 +55,7 @@ protected:
         putText(second(), text.substr(0, at) + text.substr(after));
     }
 
-    // What the stores hold, in an order of its own, without what is made anew for each card.
+    // The contacts of both stores, sorted, without UID and REV, which differ for each new card.
     std::vector<std::string> content()
     {
         std::vector<std::string> lines;
@@ -84,7 +84,7 @@ protected:
         return lines;
     }
 
-    // Whatever the order of a contact's lines, which is another one in a card that was made anew.
+    // Ignores the order of a contact's lines, which differs in a newly written card.
     static std::set<std::multiset<std::string>> eachOnce(const std::vector<std::string>& contacts)
     {
         std::set<std::multiset<std::string>> once;
@@ -96,7 +96,7 @@ protected:
         }
         return once;
     }
-    // The contacts that addEditAndDelete edits may be there twice, alike; all others are there once.
+    // The contacts that addEditAndDelete() edits may be there twice with equal content; all others must be there once.
     static void expectOnlyEditedTwice(std::vector<std::string> held, std::vector<std::string> wanted)
     {
         EXPECT_EQ(eachOnce(held), eachOnce(wanted));
@@ -110,7 +110,7 @@ protected:
     static void copyAll(const fs::path& from, const fs::path& to)
     {
         fs::remove_all(to);
-        ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // with the files' times
+        ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // keeps the files' times
     }
     Result killedSync(int call)
     {
@@ -122,7 +122,7 @@ protected:
         return result;
     }
 
-    // Changes on both sides of a map in step.
+    // Changes contacts on both sides after a successful run.
     void addEditAndDelete()
     {
         ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Mobile phone", "+1 202 555 0199"}).code, 0);
@@ -133,15 +133,15 @@ protected:
         addCard("Arrival");
     }
 
-    // From the state of now on. With keepsTwice what was edited may be there twice in the end.
-    void expectEveryKilledRunToBeMadeGood(bool keepsTwice = false)
+    // Starts each killed run from the present state. With keepsTwice edited contacts may be there twice at the end.
+    void expectEveryKilledRunToBeCompleted(bool keepsTwice = false)
     {
         copyAll(home_, kept_);
         ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
         const std::vector<std::string> wanted = content();
         int call = 1;
         for (;; ++call) {
-            SCOPED_TRACE("killed in front of call " + std::to_string(call));
+            SCOPED_TRACE("killed before call " + std::to_string(call));
             copyAll(kept_, home_);
             const Result killed = killedSync(call);
             if (killed.code == 0) break;
@@ -163,33 +163,33 @@ protected:
     fs::path kept_ = fs::path(home_) += " kept";
 };
 
-TEST_P(KilledRunTest, TheFirstRunIsMadeGoodByTheNext)
+TEST_P(KilledRunTest, AKilledFirstRunIsCompletedByTheNextRun)
 {
     (void)makeStores();
-    expectEveryKilledRunToBeMadeGood();
+    expectEveryKilledRunToBeCompleted();
 }
 
-TEST_P(KilledRunTest, ARunThatAddsEditsAndDeletesOnBothSidesIsMadeGoodByTheNextThatSettlesConflicts)
+TEST_P(KilledRunTest, AKilledRunThatAddedEditedAndDeletedIsCompletedByTheNextRunThatSettlesConflicts)
 {
     const std::string map = makeStores();
     ASSERT_EQ(mb({"set", map, "conflicts", "first-wins"}).code, 0);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     addEditAndDelete();
-    expectEveryKilledRunToBeMadeGood();
+    expectEveryKilledRunToBeCompleted();
 }
 
-// What the killed run edited is an edit on both sides to the next one, and so a conflict, though of equal values.
-TEST_P(KilledRunTest, WithoutAWordOnConflictsNothingIsLostAndWhatWasEditedMayBeKeptTwice)
+// An edit that the killed run copied looks like an edit on both sides to the next run: a conflict of equal values.
+TEST_P(KilledRunTest, WithoutAConflictRuleNothingIsLostButEditedContactsMayBeDoubled)
 {
     (void)makeStores();
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     addEditAndDelete();
-    expectEveryKilledRunToBeMadeGood(true);
+    expectEveryKilledRunToBeCompleted(true);
 }
 
 class KilledFolderRunTest : public KilledRunTest {};
 
-TEST_P(KilledFolderRunTest, ARunThatFollowsRenamedCardsIsMadeGoodByTheNext)
+TEST_P(KilledFolderRunTest, AKilledRunThatFollowedRenamedCardsIsCompletedByTheNextRun)
 {
     const std::string map = makeStores();
     ASSERT_EQ(mb({"set", map, "conflicts", "first-wins"}).code, 0);
@@ -201,7 +201,7 @@ TEST_P(KilledFolderRunTest, ARunThatFollowsRenamedCardsIsMadeGoodByTheNext)
     fs::rename(third, folder() / "Anna.vcf");
     changeCard("paivi.makela@example.org", "paivi@example.net");
     addCard("Arrival");
-    expectEveryKilledRunToBeMadeGood();
+    expectEveryKilledRunToBeCompleted();
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, KilledFolderRunTest, testing::Values(Second::Folder), [](const auto&) { return "Folder"; });

@@ -1,4 +1,4 @@
-// What mb says where a file that the engine needs was written by a later version of the program, or cannot be read.
+// What mb says if a file that the engine needs was written by a later version of the program, or cannot be read.
 #include "EndToEndFixture.h"
 
 #include <fstream>
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(LaterVersionTest, AConfigurationEndsEveryCommandWithItsNameAndKeepsItsBytes)
+TEST_F(LaterVersionTest, AConfigurationIsNamedByEveryCommandAndKeepsItsBytes)
 {
     const std::string map = makeMap(3);
     const std::string bytes = makeLater(configuration());
@@ -52,11 +52,11 @@ TEST_F(LaterVersionTest, AConfigurationEndsEveryCommandWithItsNameAndKeepsItsByt
     EXPECT_THAT(textOf(dataFolder() / "MBSync.log"), HasSubstr("was written by a later version (5)"));
 
     replaceIn(configuration(), "Version=\"5\"", "Version=\"4\"");
-    EXPECT_EQ(mb({"sync", "--silent"}).code, 0) << "nothing of it was lost";
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0) << "the configuration is complete";
     EXPECT_EQ(cardCount(), 3u);
 }
 
-TEST_F(LaterVersionTest, AHistoryEndsTheRunWithItsNameAndKeepsItsBytes)
+TEST_F(LaterVersionTest, AHistoryIsNamedByTheFailedRunAndKeepsItsBytes)
 {
     const std::string map = makeMap(3);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -73,10 +73,10 @@ TEST_F(LaterVersionTest, AHistoryEndsTheRunWithItsNameAndKeepsItsBytes)
     EXPECT_EQ(result.error, "mb: " + sentenceFor(file));
     EXPECT_EQ(Json::parse(result.out).at(0).at("status"), "unreadable");
     EXPECT_THAT(mb({"status"}).out, HasSubstr("unreadable"));
-    EXPECT_EQ(mb({"maps"}).code, 0) << "the maps are known all the same";
+    EXPECT_EQ(mb({"maps"}).code, 0) << "the maps are still listed";
 }
 
-TEST_F(LaterVersionTest, AHistoryOfCategoriesEndsTheRunWithItsNameAndKeepsItsBytes)
+TEST_F(LaterVersionTest, AHistoryOfCategoriesIsNamedByTheFailedRunAndKeepsItsBytes)
 {
     const std::string map = makeMap(3);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -90,7 +90,7 @@ TEST_F(LaterVersionTest, AHistoryOfCategoriesEndsTheRunWithItsNameAndKeepsItsByt
     EXPECT_EQ(cardCount(), 3u);
 }
 
-TEST_F(LaterVersionTest, AHistoryIsLeftWhereItsMapIsRemoved)
+TEST_F(LaterVersionTest, AHistoryStaysWhenItsMapIsRemoved)
 {
     const std::string map = makeMap(3);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -100,7 +100,7 @@ TEST_F(LaterVersionTest, AHistoryIsLeftWhereItsMapIsRemoved)
     EXPECT_EQ(json({"maps"}), Json::array());
 }
 
-TEST_F(LaterVersionTest, TheListsOfRecordsByFileAreNamedAndKeepTheirBytes)
+TEST_F(LaterVersionTest, TheFilterListsAreNamedAndKeepTheirBytes)
 {
     ASSERT_EQ(mb({"filter", "cards.db", "--add", "8c1e0f27"}).code, 0);
     const fs::path file = dataFolder() / "CNFilter.xml";
@@ -109,11 +109,11 @@ TEST_F(LaterVersionTest, TheListsOfRecordsByFileAreNamedAndKeepTheirBytes)
     EXPECT_EQ(textOf(file), bytes);
 }
 
-TEST_F(LaterVersionTest, ACardFileEndsTheRunWithItsNameAndKeepsItsBytes)
+TEST_F(LaterVersionTest, ACardFileIsNamedByTheFailedRunAndKeepsItsBytes)
 {
     makeMap(3);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
-    ASSERT_FALSE(fs::exists(cards() + "-wal")) << "all of it stands in the file itself";
+    ASSERT_FALSE(fs::exists(cards() + "-wal")) << "all data is in the file itself";
     constexpr std::streamoff userVersion = 60; // four bytes of the file's header
     {
         std::fstream file(cards(), std::ios::binary | std::ios::in | std::ios::out);

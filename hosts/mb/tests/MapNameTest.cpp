@@ -18,7 +18,7 @@ const GUID first = guid(u"{5F49AA00-0000-0000-0000-000000000001}"), second = gui
            third = guid(u"{C0000000-0000-0000-0000-000000000003}");
 const std::vector<GUID> maps{first, second, third};
 
-// The failure that resolving ends with.
+// The failure of resolveMap() for the text.
 Failure failureOf(const std::string& text)
 {
     try {
@@ -36,7 +36,7 @@ const std::vector<TranslatorInfo> translators{translator("vCard", "vCard folder 
 
 } // namespace
 
-TEST(ResolveMapTest, TakesTheWholeIdentifierOrItsBeginning)
+TEST(ResolveMapTest, AcceptsAnIdentifierOrItsBeginning)
 {
     EXPECT_EQ(resolveMap(maps, "{5F49AA00-0000-0000-0000-000000000001}"), first);
     EXPECT_EQ(resolveMap(maps, "5F49BB00-0000-0000-0000-000000000002"), second);
@@ -44,7 +44,7 @@ TEST(ResolveMapTest, TakesTheWholeIdentifierOrItsBeginning)
     EXPECT_EQ(resolveMap(maps, "{5f49b"), second);
 }
 
-TEST(ResolveMapTest, AnAmbiguousBeginningIsWrongUsageAndListsWhatItCouldBe)
+TEST(ResolveMapTest, AnAmbiguousBeginningIsWrongUsageAndListsTheMapsThatFit)
 {
     const Failure failure = failureOf("5f49");
     EXPECT_EQ(failure.code(), exitUsage);
@@ -62,9 +62,9 @@ TEST(ResolveMapTest, AnUnknownNameFailsAndIsNamed)
     }
 }
 
-TEST(ResolveMapTest, AnEmptyNameIsNoMapEvenIfThereIsOnlyOne) { EXPECT_THROW((void)resolveMap({first}, ""), Failure); }
+TEST(ResolveMapTest, AnEmptyNameFitsNoMapEvenIfThereIsOnlyOne) { EXPECT_THROW((void)resolveMap({first}, ""), Failure); }
 
-TEST(ResolveTranslatorTest, IgnoresCaseAndTakesEitherNameOrTheClass)
+TEST(ResolveTranslatorTest, AcceptsEitherNameIgnoringCaseOrTheClass)
 {
     EXPECT_EQ(resolveTranslator(translators, "VCARD").clsid, first);
     EXPECT_EQ(resolveTranslator(translators, "the DOCTORS' list").clsid, second);
@@ -72,7 +72,7 @@ TEST(ResolveTranslatorTest, IgnoresCaseAndTakesEitherNameOrTheClass)
     EXPECT_EQ(resolveTranslator(translators, "{5f49bb00-0000-0000-0000-000000000002}").clsid, second);
 }
 
-TEST(ResolveTranslatorTest, AnUnknownNameListsWhatThereIs)
+TEST(ResolveTranslatorTest, AnUnknownNameListsTheRegisteredPlugins)
 {
     try {
         (void)resolveTranslator(translators, "Outlook\x1b");
@@ -95,7 +95,7 @@ TEST(ResolveTranslatorTest, WithoutPluginsItTellsHowToRegisterOne)
     }
 }
 
-TEST(StoreNameTest, IsWhatTheUserGaveWithoutItsControlCharacters)
+TEST(StoreNameTest, IsNameAndDatabaseWithoutControlCharacters)
 {
     MapInfo map{first, {translators[0], translators[1]}, {"/a\x1b[2J", "/b"}};
     EXPECT_EQ(storeName(map, 0), "vCard=/a\uFFFD[2J");

@@ -1,4 +1,4 @@
-// Loaded in front of a program, it makes every file system one without locks.
+// A library to preload. It makes every file system look like one without locks.
 #include <cerrno>
 
 extern "C" int flock(int, int) noexcept

@@ -1,4 +1,4 @@
-// One folder is one store, by whatever spelling it is named.
+// A folder is one store, whatever the spelling of its path.
 #include "EndToEndFixture.h"
 
 namespace {
@@ -19,7 +19,7 @@ protected:
 
 } // namespace
 
-TEST_F(OneStore, ASecondMapOfItIsNoticedHoweverItIsSpelt)
+TEST_F(OneStore, ASecondMapOfTheSameStoresIsRefusedInAnySpelling)
 {
     const std::string map = makeMap(2);
     fs::create_directory_symlink(folder(), home_ / "link");
@@ -33,17 +33,17 @@ TEST_F(OneStore, ASecondMapOfItIsNoticedHoweverItIsSpelt)
     EXPECT_EQ(json({"maps"}).size(), 1u);
 }
 
-TEST_F(OneStore, ItIsNotTwoSidesOfAMap)
+TEST_F(OneStore, OneStoreIsRefusedAsBothSidesOfAMap)
 {
     registerPlugins();
     fs::create_directory_symlink(folder(), home_ / "link");
     for (const char* spelling : {"Contacts/", "Contacts/.", "link", "./link/../Contacts"})
         expectRefusal({"add", "vCard=Contacts", std::string("vCard=") + spelling}, "the same store");
     fs::create_directory(home_ / "contacts");
-    EXPECT_EQ(mb({"add", "vCard=Contacts", "vCard=contacts"}).code, 0) << "two folders";
+    EXPECT_EQ(mb({"add", "vCard=Contacts", "vCard=contacts"}).code, 0) << "two different folders";
 }
 
-TEST_F(OneStore, TheDatabaseIsToldInOneSpelling)
+TEST_F(OneStore, ADatabaseIsShownInItsCanonicalSpelling)
 {
     registerPlugins();
     fs::create_directory_symlink(folder(), home_ / "link");
@@ -52,7 +52,7 @@ TEST_F(OneStore, TheDatabaseIsToldInOneSpelling)
     EXPECT_EQ(databaseOf(0, "first"), cards());
 }
 
-TEST_F(OneStore, AFolderThatMovedAndLeftALinkBehindIsInStepAsBefore)
+TEST_F(OneStore, AFolderThatWasMovedBehindALinkKeepsItsHistory)
 {
     const std::string map = makeMap(5);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -67,7 +67,7 @@ TEST_F(OneStore, AFolderThatMovedAndLeftALinkBehindIsInStepAsBefore)
     EXPECT_EQ(cardCount(), 5u);
 }
 
-TEST_F(OneStore, ALinkThatComesToLeadToTheOtherSideIsNoticed)
+TEST_F(OneStore, ALinkThatNowLeadsToTheOtherSideIsRefused)
 {
     registerPlugins();
     fs::create_directory(home_ / "Other");

@@ -6,7 +6,7 @@
 
 using namespace mbhost;
 
-TEST(OptionsTest, TheOptionsOfAMapAreThereOnceEach)
+TEST(OptionsTest, EachOptionOfAMapIsListedOnce)
 {
     std::set<LONG> ids;
     std::set<std::string> names;
@@ -25,7 +25,8 @@ TEST(OptionsTest, EveryValueIsFoundByItsNameAndNamedByItsNumber)
             EXPECT_EQ(optionValueNamed(option, value.name), value.value) << option.name;
             EXPECT_EQ(optionValueName(option, value.value), value.name) << option.name;
         }
-        EXPECT_NE(optionValueName(option, option.byDefault), std::to_string(option.byDefault)) << option.name << " has a nameless default";
+        EXPECT_NE(optionValueName(option, option.byDefault), std::to_string(option.byDefault))
+            << option.name << " has a default without a name";
     }
 }
 
@@ -36,11 +37,11 @@ TEST(OptionsTest, NamesIgnoreCase)
     EXPECT_EQ(optionValueNamed(optionNamed("direction"), "to-second"), stExportFromTrans1);
 }
 
-TEST(OptionsTest, AnUnknownNameIsWrongUsageAndListsWhatThereIs)
+TEST(OptionsTest, AnUnknownNameIsWrongUsageAndListsTheOptions)
 {
     try {
         (void)optionNamed("colour");
-        FAIL() << "there is one";
+        FAIL() << "the option was found";
     } catch (const Failure& e) {
         EXPECT_EQ(e.code(), exitUsage);
         EXPECT_NE(std::string(e.what()).find("\"colour\""), std::string::npos);
@@ -48,11 +49,11 @@ TEST(OptionsTest, AnUnknownNameIsWrongUsageAndListsWhatThereIs)
     }
 }
 
-TEST(OptionsTest, AnUnknownValueIsWrongUsageAndListsWhatThereIs)
+TEST(OptionsTest, AnUnknownValueIsWrongUsageAndListsTheValues)
 {
     try {
         (void)optionValueNamed(optionNamed("images"), "maybe");
-        FAIL() << "there is one";
+        FAIL() << "the value was found";
     } catch (const Failure& e) {
         EXPECT_EQ(e.code(), exitUsage);
         EXPECT_NE(std::string(e.what()).find("yes no"), std::string::npos);

@@ -6,7 +6,7 @@
 
 using namespace mbhost;
 
-TEST(PrintableTest, ControlCharactersNeverComeThrough)
+TEST(PrintableTest, ControlCharactersAreReplaced)
 {
     EXPECT_EQ(printable("\x1b[31mred\x07"), "\uFFFD[31mred\uFFFD");
     EXPECT_EQ(printable(std::string_view("a\0b", 3)), "a\uFFFDb");
@@ -14,9 +14,9 @@ TEST(PrintableTest, ControlCharactersNeverComeThrough)
     EXPECT_EQ(printable("\x7f"), "\uFFFD");
 }
 
-TEST(PrintableTest, TextThatWouldTurnItsSurroundingsIsStopped) { EXPECT_EQ(printable("ab\u202Ecd\u2066"), "ab\uFFFDcd\uFFFD"); }
+TEST(PrintableTest, DirectionOverridesAreReplaced) { EXPECT_EQ(printable("ab\u202Ecd\u2066"), "ab\uFFFDcd\uFFFD"); }
 
-TEST(PrintableTest, BreaksBecomeOneBlankSoThatALineStaysALine)
+TEST(PrintableTest, LineBreaksAndTabsBecomeBlanks)
 {
     EXPECT_EQ(printable("one\r\ntwo\nthree\tfour\u2028five\rsix"), "one two three four five six");
     EXPECT_EQ(printable("end\r"), "end ");
@@ -31,9 +31,9 @@ TEST(PrintableTest, IllFormedTextIsReplacedNotDropped)
     EXPECT_EQ(printable(u"\xD800x"), "\uFFFDx");
 }
 
-TEST(PrintableTest, LettersOfAllAlphabetsStay) { EXPECT_EQ(printable("Łódź さくら ليلى 𠮷郎"), "Łódź さくら ليلى 𠮷郎"); }
+TEST(PrintableTest, LettersOfAllAlphabetsAreKept) { EXPECT_EQ(printable("Łódź さくら ليلى 𠮷郎"), "Łódź さくら ليلى 𠮷郎"); }
 
-TEST(QuoteTest, MarksWhereANameBeginsAndEnds) { EXPECT_EQ(quote("a\nb"), "\"a b\""); }
+TEST(QuoteTest, PutsAPrintableTextInQuotationMarks) { EXPECT_EQ(quote("a\nb"), "\"a b\""); }
 
 TEST(TableTest, ColumnsAreAsWideAsTheirWidestCell)
 {
@@ -50,9 +50,9 @@ TEST(TableTest, WideLettersTakeTwoColumnsAndMarksNone)
                                                                                  "𠮷    z\n");
 }
 
-TEST(TableTest, WithoutRowsOnlyTheHeadIsThere) { EXPECT_EQ(table({"A", "B"}, {}), "A  B\n"); }
+TEST(TableTest, WithoutRowsOnlyTheHeadIsPrinted) { EXPECT_EQ(table({"A", "B"}, {}), "A  B\n"); }
 
-TEST(JsonOutputTest, TextIsEscapedAndComesBackAsItWas)
+TEST(JsonOutputTest, EscapedTextParsesBackUnchanged)
 {
     const std::string text = "quote \" backslash \\ escape \x1b line\nend 𠮷";
     testing::internal::CaptureStdout();
@@ -79,7 +79,7 @@ TEST(JsonOutputTest, MembersKeepTheirOrder)
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "{\n  \"z\": 1,\n  \"a\": 2\n}\n");
 }
 
-TEST(PlanTextTest, CategoriesAreToldApartFromContacts)
+TEST(PlanTextTest, CategoriesAreShownApartFromContacts)
 {
     RunPlan plan;
     plan.categoryNames = {{0, "Add", "Choir", "", {}}};
@@ -107,7 +107,7 @@ TEST(PlanTextTest, EachContactHasANameToShow)
     EXPECT_NE(text.find("  Delete: Ada (Analytical Ltd.)\n  Add: (no name)\n"), std::string::npos) << text;
 }
 
-TEST(PlanTextTest, TooManyDeletionsAreToldWithTheStoreThatLostThem)
+TEST(PlanTextTest, TooManyDeletionsAreShownWithTheStoreThatLostThem)
 {
     MapInfo map;
     map.translators[0].name = "Card";

@@ -16,7 +16,7 @@ TEST(ProgressTest, OutsideATerminalNothingIsWritten)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(ProgressTest, AnInterruptReachesTheEngineAsAnAbort)
+TEST(ProgressTest, AfterAnInterruptTheEngineIsToldToAbort)
 {
     const auto progress = com::make<Progress>();
     EXPECT_EQ(progress->OnProgress(spSync, 50.0), S_OK);

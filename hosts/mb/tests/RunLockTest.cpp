@@ -1,4 +1,4 @@
-// Several runs of mb at once: of one map, of maps that share a store, and changes of the configuration.
+// Concurrent runs of mb: of one map, of maps that share a store, and changes of the configuration.
 #include "EndToEndFixture.h"
 
 #include <chrono>
@@ -14,7 +14,7 @@ using std::chrono::steady_clock;
 
 class RunLockTest : public EndToEnd {
 protected:
-    // Starts them together, and gives what each came to.
+    // Starts the commands together and returns their results.
     std::vector<Result> together(const std::vector<std::vector<std::string>>& commands)
     {
         std::vector<Result> results(commands.size());
@@ -23,7 +23,7 @@ protected:
         for (std::thread& each : threads) each.join();
         return results;
     }
-    // Does this while a run of the map stands still after its first writes.
+    // Calls `work` while a run of the map is stopped after its first writes.
     Result whileARunStands(const std::string& map, const std::function<void(int pid)>& work)
     {
         RunOptions running = run_;
@@ -49,7 +49,7 @@ protected:
         putText(home_ / in / (name + ".vcf"),
                 "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + name + ";Ada;;;\r\nFN:Ada " + name + "\r\nEND:VCARD\r\n");
     }
-    // A map of the folder of makeMap and one more folder.
+    // Creates a map of the folder of makeMap() and another folder.
     std::string addNeighbour()
     {
         makeFolders({"Neighbour"});
@@ -58,7 +58,7 @@ protected:
     std::string store(const std::string& name) const { return "vCard=" + (home_ / name).string(); }
 };
 
-// Maps that share stores: each contact is put into one folder and must come to stand in all of them once.
+// Maps that share stores. Each contact is put into one folder and must be copied once to each of the other folders.
 class SharedStoreRuns : public RunLockTest {
 protected:
     void makeStores(const std::vector<std::string>& names, const std::vector<std::pair<std::string, std::string>>& maps)
@@ -68,7 +68,7 @@ protected:
         names_ = names;
         for (const auto& [first, second] : maps) commands_.push_back({"sync", addMap(store(first), store(second)), "--silent"});
     }
-    // New contacts in each folder.
+    // Puts new contacts into each folder.
     void putPeople(std::size_t each)
     {
         for (const std::string& name : names_)
@@ -109,7 +109,7 @@ TEST_F(RunLockTest, ThreeRunsThatAreStartedTogetherLeaveEachContactOnce)
     EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos);
 }
 
-TEST_F(RunLockTest, ASecondRunWaitsAsLongAsItIsToldAndNamesTheProcessThatHasTheMap)
+TEST_F(RunLockTest, ASecondRunWaitsForTheGivenTimeAndNamesTheProcessThatHasTheMap)
 {
     const std::string map = makeMap(500);
     const Result first = whileARunStands(map, [&](int pid) {
@@ -122,7 +122,7 @@ TEST_F(RunLockTest, ASecondRunWaitsAsLongAsItIsToldAndNamesTheProcessThatHasTheM
         const Result third = mb({"sync", map, "--silent", "--wait", "0", "--json"});
         EXPECT_EQ(third.code, 4);
         EXPECT_EQ(Json::parse(third.out).at(0).at("result"), "in-use");
-        EXPECT_EQ(mb({"remove", map}).code, 1) << "the map has a run";
+        EXPECT_EQ(mb({"remove", map}).code, 1) << "the map is in use";
     });
     EXPECT_EQ(first.code, 0) << first.error;
     EXPECT_EQ(cardCount(), 500u);
@@ -152,7 +152,7 @@ TEST_F(RunLockTest, ARunThatIsKilledFreesItsStores)
     EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), cardCount());
 }
 
-TEST_F(RunLockTest, AMapThatSharesAStoreWithARunIsRefusedWithTheNamesOfTheStoreAndOfTheProcess)
+TEST_F(RunLockTest, AMapThatSharesAStoreWithARunIsRefusedWithTheStoreAndTheProcessNamed)
 {
     const std::string map = makeMap(500), neighbour = addNeighbour();
     makeFolders({"Apart", "AsWell"});
@@ -173,8 +173,8 @@ TEST_F(RunLockTest, AMapThatSharesAStoreWithARunIsRefusedWithTheNamesOfTheStoreA
     EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), 500u);
 }
 
-// Its settings name no database, so the plug-in takes that of the environment, and only the started run learns of it.
-TEST_F(RunLockTest, ARunThatFindsItsStoreInUseAfterItsStartIsToldAsFailed)
+// The settings of side 2 name no database, so the plug-in takes it from the environment, and the engine learns it after the run started.
+TEST_F(RunLockTest, ARunThatFindsItsStoreInUseAfterItsStartIsRecordedAsFailed)
 {
     const std::string map = makeMap(500);
     makeFolders({"Neighbour"});
@@ -196,8 +196,8 @@ TEST_F(RunLockTest, ARunThatFindsItsStoreInUseAfterItsStartIsToldAsFailed)
     EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), 500u);
 }
 
-// Longer than a second run of the same map waits.
-TEST_F(RunLockTest, ASilentRunOfAMapThatSharesAStoreIsWaitedForToItsEnd)
+// The second run waits longer than it would for a run of the same map.
+TEST_F(RunLockTest, ARunWaitsForTheEndOfASilentRunThatSharesAStore)
 {
     const std::string map = makeMap(500), neighbour = addNeighbour();
     Result second;
@@ -212,7 +212,7 @@ TEST_F(RunLockTest, ASilentRunOfAMapThatSharesAStoreIsWaitedForToItsEnd)
     EXPECT_EQ(mbtest::cardCount(home_ / "Neighbour"), 500u);
 }
 
-TEST_F(RunLockTest, MapsThatAreMadeAndSetAtOneTimeAreAllKept)
+TEST_F(RunLockTest, ConcurrentlyCreatedAndChangedMapsAreAllKept)
 {
     registerPlugins();
     std::vector<std::vector<std::string>> commands;
@@ -231,8 +231,8 @@ TEST_F(RunLockTest, MapsThatAreMadeAndSetAtOneTimeAreAllKept)
     for (const Json& map : maps) EXPECT_EQ(json({"show", map.at("map")}).at("options").at("conflicts"), "first-wins");
 }
 
-// A chain: the folder in the middle is in both maps.
-TEST_F(SharedStoreRuns, OfAChainAllEndWellAndConverge)
+// Both maps share the folder B.
+TEST_F(SharedStoreRuns, AllRunsOfAChainOfMapsSucceedAndConverge)
 {
     makeStores({"A", "B", "C"}, {{"A", "B"}, {"B", "C"}});
     putPeople(40);
@@ -240,8 +240,8 @@ TEST_F(SharedStoreRuns, OfAChainAllEndWellAndConverge)
     expectEachPersonOnce();
 }
 
-// A ring: each map copies new contacts of its folders that the third map finds in one of its own folders already.
-TEST_F(SharedStoreRuns, OfARingAllEndWellAndDoubleNobody)
+// Each folder is in two maps, so a new contact reaches the other folders on two routes.
+TEST_F(SharedStoreRuns, AllRunsOfARingOfMapsSucceedAndDoubleNobody)
 {
     makeStores({"A", "B", "C"}, {{"A", "B"}, {"B", "C"}, {"A", "C"}});
     for (int round = 0; round < 4; ++round) {
@@ -251,7 +251,7 @@ TEST_F(SharedStoreRuns, OfARingAllEndWellAndDoubleNobody)
     expectEachPersonOnce();
 }
 
-TEST_F(RunLockTest, AMapThatFailsDoesNotKeepTheOthersFromTheirRun)
+TEST_F(RunLockTest, AFailedMapDoesNotStopTheOtherMaps)
 {
     registerPlugins();
     makeFolders({"A", "B", "C", "D"});
@@ -298,7 +298,7 @@ TEST_F(RunLockTest, TheExitCodeIsThatOfTheWorstMap)
     EXPECT_EQ(mbtest::cardCount(home_ / "D"), 0u) << "nobody answered";
 }
 
-TEST_F(RunLockTest, OnAFileSystemWithoutLocksNothingRunsUnlessTheUserSaysSo)
+TEST_F(RunLockTest, WithoutFileLocksNothingRunsUnlessTheUserAllowsIt)
 {
     const std::string map = makeMap(3);
     run_.environment["LD_PRELOAD"] = NO_LOCKS_LIBRARY;

@@ -58,7 +58,7 @@ int exitCodeOf(pid_t pid)
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-// Reads both until both are closed; a terminal reports its closing as an error.
+// Reads both streams until both are closed. A closed terminal reports an error.
 void readAll(int out, int error, Result& result)
 {
     std::array<pollfd, 2> wanted{pollfd{out, POLLIN, 0}, pollfd{error, POLLIN, 0}};
@@ -141,7 +141,7 @@ Result talkToProgram(const std::filesystem::path& program, const std::vector<std
             }
             if (::write(terminal, answer.data(), answer.size()) != static_cast<ssize_t>(answer.size())) break;
         }
-        // One question too many must not hang the test.
+        // Ctrl-D answers an unexpected question, so that the test does not hang.
         if (step == conversation.size() && result.out.find("help] ", seen) != std::string::npos) {
             seen = result.out.size();
             if (::write(terminal, "\x04", 1) != 1) break;

@@ -1,4 +1,4 @@
-// Runs a program with an environment of its own and collects what it writes.
+// Runs a program with a given environment and collects its output.
 #pragma once
 #include <filesystem>
 #include <functional>
@@ -9,33 +9,33 @@
 namespace mbtest {
 
 struct Result {
-    int code = -1; // the exit code, or 128 and the signal that ended it
+    int code = -1; // the exit code, or 128 plus the signal that ended the program
     std::string out, error;
 };
 
 struct RunOptions {
-    std::map<std::string, std::string> environment; // over the test's own
+    std::map<std::string, std::string> environment; // overrides the test's environment
     std::filesystem::path workFolder;
-    std::filesystem::path outFile;          // where the standard output goes instead
-    bool errorIsTerminal = false;           // the standard error is a terminal
-    std::function<void(int pid)> whileRuns; // called once it runs
+    std::filesystem::path outFile;          // receives the standard output; Result::out stays empty
+    bool errorIsTerminal = false;           // makes the standard error a terminal
+    std::function<void(int pid)> whileRuns; // called after the start of the program
 };
 
-// Waits until `reached` is true, but for a minute at most.
+// Waits until `reached` returns true, for a minute at most.
 void waitFor(const std::function<bool()>& reached);
 
-// For whileRuns: sends the signal to the program as soon as `reached` is true.
+// For whileRuns: sends the signal to the program as soon as `reached` returns true.
 std::function<void(int pid)> signalOnce(std::function<bool()> reached, int signal);
 
-// Typed in a conversation it closes the terminal instead.
+// An answer of a conversation that closes the terminal instead of typing a text.
 inline constexpr char closeTerminal[] = "\x1c close";
 
-// A text that is waited for, and what is typed then.
+// Pairs of a text to wait for and the answer to type then.
 using Conversation = std::vector<std::pair<std::string, std::string>>;
 
 Result runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options);
 
-// Runs it on a terminal of its own; what it writes there is in out. When the conversation is over the input ends.
+// Runs the program on a terminal of its own; Result::out is its output there. A question after the end of the conversation gets Ctrl-D.
 Result talkToProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
                      const Conversation& conversation);
 

@@ -1,4 +1,4 @@
-// mb run and mb history, as their users run them.
+// The commands mb run and mb history.
 #include "EndToEndFixture.h"
 
 #include <chrono>
@@ -27,7 +27,7 @@ protected:
 
 } // namespace
 
-TEST_F(ScriptCommandTest, TheFirstSyncExampleIsGreenWithRealStores)
+TEST_F(ScriptCommandTest, TheFirstSyncExampleSucceedsWithRealStores)
 {
     ASSERT_EQ(mb({"register", binFolder() / "notebook.so", vCardPlugin()}).code, 0);
     const std::vector<std::string> arguments{
@@ -36,14 +36,14 @@ TEST_F(ScriptCommandTest, TheFirstSyncExampleIsGreenWithRealStores)
     EXPECT_EQ(result.code, 0) << result.error;
     EXPECT_TRUE(result.out.ends_with("All is as it should be.\n")) << result.out;
     EXPECT_EQ(json({"maps"}), Json::array());
-    EXPECT_EQ(cardCount(), 0u) << "the story ends as it began";
+    EXPECT_EQ(cardCount(), 0u) << "the script deletes what it added";
     EXPECT_EQ(textOf(home_ / "notes.txt"), "Notebook 1\n");
 
     putText(folder() / "own.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Own Person\r\nN:Person;Own;;;\r\nEND:VCARD\r\n");
     const Result refused = mb(arguments);
     EXPECT_EQ(refused.code, 1);
     EXPECT_NE(refused.error.find("two empty stores"), std::string::npos) << refused.error;
-    EXPECT_EQ(cardCount(), 1u) << "a contact of the user's is left alone";
+    EXPECT_EQ(cardCount(), 1u) << "the user's contact is kept";
 }
 
 TEST_F(ScriptCommandTest, TheFirstSyncExampleRunsWithThePluginsOfTheQuickstart)
@@ -59,7 +59,7 @@ TEST_F(ScriptCommandTest, TheFirstSyncExampleRunsWithThePluginsOfTheQuickstart)
     EXPECT_EQ(json({"maps"}), Json::array());
 }
 
-TEST_F(ScriptCommandTest, AFailingScriptIsToldInOneSentenceWithFileAndLine)
+TEST_F(ScriptCommandTest, AFailingScriptIsReportedInOneSentenceWithFileAndLine)
 {
     const std::string script = home_ / "script.lua";
     const std::vector<std::pair<std::string, std::string>> cases{{"function Main()\n  error('no luck')\nend", script + ":2: no luck"},
@@ -93,7 +93,7 @@ TEST_F(ScriptCommandTest, AStoreForAnUnknownPluginIsNamed)
     EXPECT_EQ(runScript("function Main() end", {"--store", "vCard"}).code, 2);
 }
 
-TEST_F(ScriptCommandTest, CtrlCStopsALoopWithoutEnd)
+TEST_F(ScriptCommandTest, CtrlCStopsAnEndlessLoop)
 {
     run_.whileRuns = signalOnce([&] { return fs::exists(home_ / "running"); }, SIGINT);
     const Result result = runScript("function Main()\n  io.open('running', 'w'):close()\n  while true do end\nend");
@@ -101,12 +101,12 @@ TEST_F(ScriptCommandTest, CtrlCStopsALoopWithoutEnd)
     EXPECT_EQ(result.error, "mb: " + (home_ / "script.lua").string() + ":3: The script was cancelled.\n");
 }
 
-TEST_F(ScriptCommandTest, HistoryTellsItsPlaceAndIsDecodedOnlyWhereTheUserAllowsIt)
+TEST_F(ScriptCommandTest, AHistoryShowsItsPathAndIsDecodedOnlyIfTheUserAllowsIt)
 {
     const std::string map = makeMap(3);
     const fs::path file = dataFolder() / (map + ".xml");
     EXPECT_EQ(json({"history", map}), (Json{{"map", map}, {"file", file.string()}, {"exists", false}}));
-    EXPECT_EQ(mb({"history", map, "--decoded", "out.xml"}).code, 1) << "there is none yet";
+    EXPECT_EQ(mb({"history", map, "--decoded", "out.xml"}).code, 1) << "there is no history yet";
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     EXPECT_EQ(mb({"history", map}).out, file.string() + "\n");
 
@@ -147,11 +147,11 @@ TEST_F(ScriptCommandTest, AScriptGetsItsArgumentsAndItsResultIsTheExitCode)
     for (const auto& [returned, code] : std::vector<std::pair<std::string, int>>{
              {"0", 0}, {"255", 255}, {"3.0", 3}, {"256", 0}, {"-1", 0}, {"1.5", 0}, {"text", 0}, {"1e300", 0}})
         EXPECT_EQ(runScript(script, {"--", returned}).code, code) << returned;
-    EXPECT_EQ(runScript("function Main() return '7' end").code, 0) << "a text is no number";
-    EXPECT_EQ(runScript("function Main() if arg[1] then error('given') end end").code, 0) << "none are given";
+    EXPECT_EQ(runScript("function Main() return '7' end").code, 0) << "a text is not an exit code";
+    EXPECT_EQ(runScript("function Main() if arg[1] then error('given') end end").code, 0) << "no argument was given";
 }
 
-TEST_F(ScriptCommandTest, AScriptReachesBothStoresOfAMapOfTheUsers)
+TEST_F(ScriptCommandTest, AScriptReachesBothStoresOfAMapOfTheUser)
 {
     registerPlugins();
     fs::create_directory(home_ / "Other");
@@ -175,11 +175,11 @@ TEST_F(ScriptCommandTest, AScriptReachesBothStoresOfAMapOfTheUsers)
         for (const char* name : {"Side1", "Side2"}) EXPECT_FALSE(mbtest::cardWith(in, name).empty()) << in << name;
 }
 
-TEST_F(ScriptCommandTest, AFailureInAScriptIsTheSentenceThatMbGives)
+TEST_F(ScriptCommandTest, AScriptFailsWithTheSentenceThatMbSyncPrints)
 {
     const std::string map = makeMap(3);
     fs::rename(folder(), home_ / "away");
-    const std::string sentence = mb({"sync", "--silent"}).error.substr(4); // behind "mb: "
+    const std::string sentence = mb({"sync", "--silent"}).error.substr(4); // without "mb: "
     const Result synchronised = runScript("function Main()\n"
                                           "  CreateObject('MBSync.SyncAutoTest.1'):Synchronize(arg[1], false, true)\n"
                                           "end",
@@ -194,7 +194,7 @@ TEST_F(ScriptCommandTest, AFailureInAScriptIsTheSentenceThatMbGives)
     EXPECT_NE(opened.error.find(folder().string()), std::string::npos) << opened.error;
 }
 
-TEST_F(ScriptCommandTest, AScriptThatNamesNoMapRunsAllButThoseOfTransfers)
+TEST_F(ScriptCommandTest, AScriptThatNamesNoMapRunsAllMapsExceptHiddenOnes)
 {
     const std::string map = makeMap(3);
     fs::create_directory(home_ / "Copies");

@@ -1,6 +1,6 @@
-// Loaded in front of a program, it stops the program in front of the n-th call that has to do with certain files, and lets another program
-// work until that one is done. STOP_AT_CALL is n; STOP_FILES are paths, of which one that ends in "*" stands for all that begin so;
-// STOP_ASK and STOP_GO are pipes: into the first goes what is about to be called, out of the second comes the leave to go on.
+// A library to preload. It stops the program before the n-th call on certain files, so that another program can work, and lets it continue
+// on request. STOP_AT_CALL is n. STOP_FILES lists the paths, separated by colons; a path that ends in "*" stands for all paths with that
+// beginning. STOP_ASK and STOP_GO are pipes: the stopped program writes the call to the first, and continues after a byte from the second.
 #include <array>
 #include <atomic>
 #include <cstdarg>

@@ -1,4 +1,4 @@
-// What mb says of its runs: the counts, how each ended, which store lost its contacts, and where a store went.
+// What mb says about its runs: counts, ends, refusals, and stores that were moved.
 #include "EndToEndFixture.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ protected:
     {
         std::ofstream(home_ / "registry.reg", std::ios::app) << "\r\n[" << key << "]\r\n" << value << "\r\n";
     }
-    // A file of one contact at that place, as another program would write it.
+    // Writes a vCard file of one contact, as another program would.
     void putContact(const fs::path& file, const std::string& first, const std::string& last)
     {
         fs::create_directories(file.parent_path());
@@ -41,7 +41,7 @@ protected:
 
 } // namespace
 
-TEST_F(ToldRunsTest, EachRecordStandsInTheJsonWithWhatWasDone)
+TEST_F(ToldRunsTest, TheJsonListsEachRecordWithItsAction)
 {
     (void)makeMap(3);
     const Json first = json({"sync", "--silent"}).at(0);
@@ -60,7 +60,7 @@ TEST_F(ToldRunsTest, EachRecordStandsInTheJsonWithWhatWasDone)
     EXPECT_EQ(second.at("failures"), Json::array());
 }
 
-TEST_F(ToldRunsTest, AConflictIsToldWithWhatBecameOfItInBothForms)
+TEST_F(ToldRunsTest, TextAndJsonSayHowEachConflictWasSettled)
 {
     const std::string map = makeMap(3);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -97,7 +97,7 @@ TEST_F(ToldRunsTest, AnotherLanguageChangesNoCount)
     EXPECT_TRUE(has(mb({"log"}).out, "NEU in vCard: Anna Lindqvist")) << "the language was not used";
 }
 
-TEST_F(ToldRunsTest, TwoMapsAtOnceTellTheirOwnCounts)
+TEST_F(ToldRunsTest, TwoMapsThatRunAtOnceReportTheirOwnCounts)
 {
     const std::string map = makeMap(400);
     ASSERT_EQ(samples({"fill", home_ / "few.db", "--count", "3"}).code, 0);
@@ -115,12 +115,12 @@ TEST_F(ToldRunsTest, TwoMapsAtOnceTellTheirOwnCounts)
     EXPECT_EQ(fewRun.at("second").at("created"), 3);
 }
 
-TEST_F(ToldRunsTest, StatusTellsHowTheLastRunEnded)
+TEST_F(ToldRunsTest, StatusShowsHowTheLastRunEnded)
 {
     (void)makeMap(12);
     EXPECT_EQ(status(), "never");
     EXPECT_EQ(mb({"sync", "--dry-run"}).code, 0);
-    EXPECT_EQ(status(), "never") << "a look is no run";
+    EXPECT_EQ(status(), "never") << "a dry run is not a run";
     EXPECT_EQ(mb({"sync"}).code, 3);
     EXPECT_EQ(status(), "unanswered");
     EXPECT_EQ(talk({"sync"}, {{"help] ", "\x04"}}).code, 3);
@@ -140,7 +140,7 @@ TEST_F(ToldRunsTest, StatusTellsHowTheLastRunEnded)
     EXPECT_EQ(status(), "failed");
 }
 
-TEST_F(ToldRunsTest, AQuestionThatNobodyCouldBeAskedIsNoCancelOfTheUsersInTheLog)
+TEST_F(ToldRunsTest, AnUnansweredQuestionIsNotLoggedAsACancelByTheUser)
 {
     const std::string map = makeMap(3);
     ASSERT_EQ(mb({"sync"}).code, 3);
@@ -165,7 +165,7 @@ TEST_F(ToldRunsTest, AnUnansweredRunSaysThatItsCategoriesWereWritten)
     EXPECT_TRUE(has(run.error, "only its categories were written")) << run.error;
 }
 
-// The names of all members, of inner objects too.
+// Collects the names of all members, also of nested objects.
 static void collectMembers(const Json& value, std::set<std::string>& names)
 {
     if (value.is_object())
@@ -192,7 +192,7 @@ TEST_F(ToldRunsTest, EveryMemberOfTheJsonOfARunIsDocumented)
     for (const std::string& name : names) EXPECT_TRUE(has(document, "`" + name + "`")) << name;
 }
 
-TEST_F(ToldRunsTest, ToDeleteTheCategoriesIsNoAnswerAboutTheContacts)
+TEST_F(ToldRunsTest, ConsentToDeleteCategoriesIsNotConsentToDeleteContacts)
 {
     (void)makeMap(6);
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Family, Harbour, Work"}).code, 0);
@@ -201,7 +201,7 @@ TEST_F(ToldRunsTest, ToDeleteTheCategoriesIsNoAnswerAboutTheContacts)
     fs::create_directory(folder());
     const Result run = talk({"sync"}, {{"delete them: ", "y\n"}, {"delete them: ", "n\n"}});
     EXPECT_TRUE(has(run.out, "4 of the 4 categories")) << run.out;
-    EXPECT_TRUE(has(run.out, "6 of the 6 contacts")) << "asked anew: " << run.out;
+    EXPECT_TRUE(has(run.out, "6 of the 6 contacts")) << "asked again: " << run.out;
     EXPECT_EQ(run.code, 1) << run.out;
     EXPECT_EQ(std::ranges::count(samples({"list", cards()}).out, '\n'), 6);
 }
@@ -217,7 +217,7 @@ TEST_F(ToldRunsTest, ARunThatWasKilledIsUnfinished)
     EXPECT_EQ(status(), "good");
 }
 
-TEST_F(ToldRunsTest, TheRecordOfAMapGoesWithTheMap)
+TEST_F(ToldRunsTest, RemovingAMapRemovesTheRecordOfItsLastRun)
 {
     const std::string map = makeMap(1);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -226,7 +226,7 @@ TEST_F(ToldRunsTest, TheRecordOfAMapGoesWithTheMap)
     EXPECT_FALSE(fs::exists(dataFolder() / (map + ".lastrun.json")));
 }
 
-TEST_F(ToldRunsTest, ARefusalAndADryRunAreNoCancelOfTheUsersInTheLog)
+TEST_F(ToldRunsTest, ARefusalAndADryRunAreNotLoggedAsACancelByTheUser)
 {
     (void)makeMap(12);
     EXPECT_EQ(mb({"sync", "--dry-run"}).code, 0);
@@ -239,7 +239,7 @@ TEST_F(ToldRunsTest, ARefusalAndADryRunAreNoCancelOfTheUsersInTheLog)
     EXPECT_TRUE(has(log, "stopped it before anything was written")) << log;
 }
 
-TEST_F(ToldRunsTest, ACancelThatFollowsAWrittenListOfCategoriesDoesNotSayThatNothingWasWritten)
+TEST_F(ToldRunsTest, ACancelAfterTheCategoriesWereWrittenDoesNotSayThatNothingWasWritten)
 {
     (void)makeMap(1);
     ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Harbour"}).code, 0);
@@ -276,7 +276,7 @@ TEST_F(ToldRunsTest, OnATerminalARunOverTheLimitIsAskedAbout)
     EXPECT_TRUE(has(no.out, "since vCard=" + folder().string() + " no longer has them")) << no.out;
     EXPECT_EQ(json({"status"}).at(0).at("status"), "refused");
     const Result nobody = talk({"sync", "--yes"}, {});
-    EXPECT_EQ(nobody.code, 1) << "accepting the summary is no word on that";
+    EXPECT_EQ(nobody.code, 1) << "--yes accepts the summary, not these deletions";
     const Result yes = talk({"sync"}, {{"delete them: ", "y\n"}, {"help] ", "y\n"}});
     EXPECT_EQ(yes.code, 0) << yes.out;
     EXPECT_TRUE(has(yes.out, "7 deleted")) << yes.out;
@@ -296,7 +296,7 @@ TEST_F(ToldRunsTest, ADryRunSaysThatTheLimitWouldRefuse)
     EXPECT_EQ(json({"sync", "--dry-run", "--max-delete", "7"}).at(0).at("plan").at("refused"), nullptr);
 }
 
-TEST_F(ToldRunsTest, TheLimitOfTheMapHoldsWhereTheRunGivesNone)
+TEST_F(ToldRunsTest, TheLimitOfTheMapAppliesWithoutMaxDelete)
 {
     const std::string map = makeMap(12);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -310,7 +310,7 @@ TEST_F(ToldRunsTest, TheLimitOfTheMapHoldsWhereTheRunGivesNone)
     EXPECT_EQ(cardCount(), 9u);
 }
 
-TEST_F(ToldRunsTest, AMovedFolderGoesOnFromItsHistory)
+TEST_F(ToldRunsTest, AMovedFolderKeepsItsHistory)
 {
     const std::string map = makeMap(12);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -325,7 +325,7 @@ TEST_F(ToldRunsTest, AMovedFolderGoesOnFromItsHistory)
     EXPECT_EQ(json({"sync", "--silent"}).at(0).at("second").at("updated"), 1);
 }
 
-TEST_F(ToldRunsTest, ARenamedFileOfManyCardsGoesOnFromItsHistory)
+TEST_F(ToldRunsTest, ARenamedFileOfManyCardsKeepsItsHistory)
 {
     registerPlugins();
     ASSERT_EQ(samples({"fill", cards(), "--count", "5"}).code, 0);
@@ -338,7 +338,7 @@ TEST_F(ToldRunsTest, ARenamedFileOfManyCardsGoesOnFromItsHistory)
     EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
 }
 
-TEST_F(ToldRunsTest, AStoreThatLacksContactsIsTakenWithForceAlone)
+TEST_F(ToldRunsTest, AStoreThatLacksContactsIsAcceptedOnlyWithForce)
 {
     const std::string map = makeMap(12);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -351,10 +351,10 @@ TEST_F(ToldRunsTest, AStoreThatLacksContactsIsTakenWithForceAlone)
     EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
     EXPECT_EQ(mb({"set", map, "second", home_ / "Other", "--force"}).code, 0);
     EXPECT_EQ(json({"show", map}).at("second").at("database"), (home_ / "Other").string());
-    EXPECT_EQ(mb({"sync", "--silent"}).code, 1) << "and the limit still holds";
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 1) << "the limit still applies";
 }
 
-TEST_F(ToldRunsTest, AStoreThatIsNotThereIsNotMade)
+TEST_F(ToldRunsTest, AMissingStoreIsNotCreated)
 {
     const std::string map = makeMap(1);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -362,12 +362,12 @@ TEST_F(ToldRunsTest, AStoreThatIsNotThereIsNotMade)
     EXPECT_EQ(absent.code, 1);
     EXPECT_TRUE(has(absent.error, "does not exist")) << absent.error;
     EXPECT_FALSE(fs::exists(home_ / "absent.db"));
-    EXPECT_EQ(mb({"set", map, "first", folder()}).code, 2) << "the other side";
+    EXPECT_EQ(mb({"set", map, "first", folder()}).code, 2) << "the other side of the map";
     EXPECT_EQ(mb({"set", map, "images", "no", "--force"}).code, 2);
     EXPECT_TRUE(has(mb({"sync", "--silent"}).out, "nothing to do"));
 }
 
-TEST_F(ToldRunsTest, TwoStoresOfOneKindAreToldApartByTheirPlaces)
+TEST_F(ToldRunsTest, TwoStoresOfOneKindAreDistinguishedByTheirPlaces)
 {
     ASSERT_EQ(mb({"register", vCardPlugin()}).code, 0);
     putContact(home_ / "Phone" / "ada.vcf", "Ada", "Lovelace");

@@ -30,7 +30,7 @@ protected:
     }
 };
 
-TEST_F(TransferCommandsTest, TargetsAreAllPluginsButTheCardFileItself)
+TEST_F(TransferCommandsTest, TargetsAreAllPluginsExceptTheCardFile)
 {
     EXPECT_EQ(json({"targets"}), Json::array());
     EXPECT_EQ(mb({"targets"}).code, 0);
@@ -64,10 +64,10 @@ TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
     Json run = transferThree();
     EXPECT_EQ(run.at("result"), "done");
     EXPECT_EQ(run.at("direction"), "to");
-    EXPECT_EQ(run.at("cards").size(), 2u) << "the same card twice is one";
+    EXPECT_EQ(run.at("cards").size(), 2u) << "a card that is named twice counts once";
     EXPECT_EQ(run.at("second").at("created"), 2);
     EXPECT_EQ(cardCount(), 2u);
-    EXPECT_EQ(json({"maps"}), Json::array()) << "the map behind it is never seen";
+    EXPECT_EQ(json({"maps"}), Json::array()) << "the hidden map is not listed";
     EXPECT_NE(mb({"sync", "--silent"}).out.find("There is no map yet"), std::string::npos);
 
     replaceIn(cardWith(":Jürgen Weiß"), "juergen.weiss@example.org", "j.weiss@example.net");
@@ -76,7 +76,7 @@ TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)
     EXPECT_EQ(run.at("first").at("created"), 0);
     run = json({"transfer", "--to", "vcard", "--all"});
     EXPECT_EQ(run.at("second").at("created"), 46);
-    EXPECT_EQ(run.at("second").at("updated"), 0) << "what came from there does not go back";
+    EXPECT_EQ(run.at("second").at("updated"), 0) << "a change from the target is not copied back";
     EXPECT_EQ(cardCount(), 48u);
     EXPECT_NE(mb({"transfer", "--to", "vCard", "Anna Lindqvist"}).out.find("nothing to do"), std::string::npos);
     EXPECT_NE(textOf(cardWith(":Jürgen Weiß")).find("j.weiss@example.net"), std::string::npos);
@@ -90,7 +90,7 @@ TEST_F(TransferCommandsTest, TheHistoriesOfMapsAreNotTouched)
     ASSERT_FALSE(before.empty());
     fs::create_directory(home_ / "Elsewhere");
     const std::string elsewhere = "vCard=" + (home_ / "Elsewhere").string();
-    ASSERT_EQ(mb({"transfer", "--to", elsewhere, "--all"}).code, 0) << "the card file is that of the map";
+    ASSERT_EQ(mb({"transfer", "--to", elsewhere, "--all"}).code, 0) << "the card file is that of the only map";
     ASSERT_EQ(mb({"transfer", "--from", "vCard"}).code, 0);
     EXPECT_EQ(textOf(dataFolder() / (map + ".xml")), before);
     EXPECT_EQ(json({"maps"}).size(), 1u);
@@ -107,7 +107,7 @@ TEST_F(TransferCommandsTest, CardsAreTakenByIdentifierToo)
     EXPECT_EQ(json({"transfer", "--to", "vCard", upper, id}).at("cards").size(), 1u);
 }
 
-TEST_F(TransferCommandsTest, ACardThatIsNotThereOrNotTheOnlyOneIsNamedAndNothingIsCopied)
+TEST_F(TransferCommandsTest, AnUnknownOrAmbiguousCardIsNamedAndNothingIsCopied)
 {
     fillCards(48);
     ASSERT_EQ(samples({"fill", cards(), "--count", "1"}).code, 0);
@@ -136,7 +136,7 @@ TEST_F(TransferCommandsTest, StatusTellsHowTheLastTransferEnded)
     EXPECT_EQ(failed.at("transfer"), "vCard");
     EXPECT_EQ(failed.at("status"), "failed");
     EXPECT_NE(failed.at("message").get<std::string>().find("Nowhere"), std::string::npos) << failed;
-    EXPECT_FALSE(failed.contains("map")) << "mb sync takes no transfer";
+    EXPECT_FALSE(failed.contains("map")) << "mb sync does not run transfers";
     ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "--all"}).code, 0);
     const Json good = json({"status"});
     ASSERT_EQ(good.size(), 1u) << good;
@@ -148,7 +148,7 @@ TEST_F(TransferCommandsTest, StatusTellsHowTheLastTransferEnded)
     EXPECT_EQ(json({"maps"}), Json::array());
 }
 
-TEST_F(TransferCommandsTest, AFailedTransferLeavesTheSettingsOfTheOneBefore)
+TEST_F(TransferCommandsTest, AFailedTransferRestoresTheSettingsOfTheOneBefore)
 {
     fillCards(3);
     ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "Anna Lindqvist"}).code, 0);
@@ -163,7 +163,7 @@ TEST_F(TransferCommandsTest, AFailedTransferLeavesTheSettingsOfTheOneBefore)
     EXPECT_EQ(cardCount(), 3u);
 }
 
-TEST_F(TransferCommandsTest, WrongUsageIsTwo)
+TEST_F(TransferCommandsTest, WrongUsageEndsWithCodeTwo)
 {
     fillCards(1);
     const std::vector<std::vector<std::string>> wrong{{"transfer"},
@@ -182,12 +182,12 @@ TEST_F(TransferCommandsTest, AStoreThatDoesNotOpenIsNamed)
     expectFailure({"transfer", "--to", "Ledger", "--all", "--cards", cards()}, 1, "\"Ledger\"");
     expectFailure({"transfer", "--to", "Mirabook", "--all", "--cards", cards()}, 1, "\"Mirabook\"");
     expectFailure({"transfer", "--to", target(), "--all", "--cards", "none.db"}, 1, "none.db");
-    EXPECT_FALSE(fs::exists(home_ / "none.db")) << "a mistyped name makes no card file";
+    EXPECT_FALSE(fs::exists(home_ / "none.db")) << "a mistyped name creates no card file";
     putText(home_ / "junk.db", std::string(5000, 'x'));
     expectFailure({"transfer", "--to", target(), "--all", "--cards", "junk.db"}, 1, "junk.db");
     expectFailure({"transfer", "--to", "vCard=" + (home_ / "no folder").string(), "--all", "--cards", cards()}, 1, "no folder");
     EXPECT_EQ(cardCount(), 0u);
-    EXPECT_EQ(mb({"transfer", "--to", target(), "--all", "--cards", cards()}).code, 0) << "and all is well with the right ones";
+    EXPECT_EQ(mb({"transfer", "--to", target(), "--all", "--cards", cards()}).code, 0) << "the right names work";
     EXPECT_EQ(cardCount(), 2u);
 }
 
@@ -197,7 +197,7 @@ TEST_F(TransferCommandsTest, ATargetWithoutADatabaseSaysHowToGiveOne)
     expectFailure({"transfer", "--to", "vCard", "--all", "--cards", cards()}, 1, "NAME=DATABASE");
 }
 
-TEST_F(TransferCommandsTest, ATransferMakesNoCardFileInEitherDirection)
+TEST_F(TransferCommandsTest, ATransferCreatesNoCardFileInEitherDirection)
 {
     registerPlugins();
     putText(folder() / "new.vcf", "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:New Person\r\nN:Person;New;;;\r\nEND:VCARD\r\n");
@@ -210,7 +210,7 @@ TEST_F(TransferCommandsTest, ATransferMakesNoCardFileInEitherDirection)
     EXPECT_NE(samples({"list", home_ / "fresh.db"}).out.find("New Person"), std::string::npos);
 }
 
-TEST_F(TransferCommandsTest, AMissingPluginOfTheCardFileIsTold)
+TEST_F(TransferCommandsTest, AMissingCardFilePluginIsReported)
 {
     fillCards(1);
     ASSERT_EQ(mb({"unregister", cardFilePlugin()}).code, 0);
@@ -218,7 +218,7 @@ TEST_F(TransferCommandsTest, AMissingPluginOfTheCardFileIsTold)
     expectFailure({"transfer", "--from", target(), "--cards", cards()}, 1, "mb register");
 }
 
-TEST_F(TransferCommandsTest, APluginOfTheOlderContractIsATargetAndAStoreAsAnyOther)
+TEST_F(TransferCommandsTest, APluginOfTheOlderContractWorksAsTargetAndAsStore)
 {
     fillCards(3);
     ASSERT_EQ(mb({"register", OLD_PLUGIN}).code, 0);
@@ -241,14 +241,14 @@ class RecordCommandsTest : public EndToEnd {};
 TEST_F(RecordCommandsTest, TheRecordsOfAHistoryAreShownWithPartnerAndStatus)
 {
     const std::string map = makeMap(3);
-    EXPECT_EQ(json({"record-status", map}), Json::array()) << "it never ran";
+    EXPECT_EQ(json({"record-status", map}), Json::array()) << "the map never ran";
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
     const Json first = json({"record-status", map}), second = json({"record-status", map, "--second"});
     ASSERT_EQ(first.size(), 3u);
     ASSERT_EQ(second.size(), 3u);
     const std::string id = first.at(0).at("record"), partner = first.at(0).at("partner");
     EXPECT_EQ(json({"record-status", map, partner, "--second"}).at("partner"), id);
-    EXPECT_EQ(first.at(0).at("status"), "not-present") << "neither store keeps a status";
+    EXPECT_EQ(first.at(0).at("status"), "not-present") << "no status was set";
     EXPECT_NE(mb({"record-status", map}).out.find(partner), std::string::npos);
 }
 
@@ -262,10 +262,10 @@ TEST_F(RecordCommandsTest, AStatusIsSetAndFoundAgain)
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found.at(0).at("record"), id);
     EXPECT_EQ(json({"record-status", map, id, "--set", "-6"}).at("status"), "unreachable");
-    EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos) << "a status is no change of the contact";
+    EXPECT_NE(mb({"sync", "--silent"}).out.find("nothing to do"), std::string::npos) << "a status does not change the contact";
 }
 
-TEST_F(RecordCommandsTest, WhatIsNotThereIsNotPresentAndCannotBeSet)
+TEST_F(RecordCommandsTest, AnUnknownRecordIsNotPresentAndItsStatusCannotBeSet)
 {
     const std::string map = makeMap(1);
     ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
@@ -278,7 +278,7 @@ TEST_F(RecordCommandsTest, WhatIsNotThereIsNotPresentAndCannotBeSet)
     EXPECT_EQ(mb({"record-status", "zz"}).code, 1);
 }
 
-TEST_F(RecordCommandsTest, AFilterListIsKeptByFile)
+TEST_F(RecordCommandsTest, EachFileHasAFilterListOfItsOwn)
 {
     EXPECT_EQ(json({"filter", "cards.db"}).at("records"), Json::array());
     EXPECT_EQ(json({"filter", "cards.db", "--add", "one", "--add", "two", "--add", "one"}).at("records"), (Json{"one", "two"}));
@@ -290,7 +290,7 @@ TEST_F(RecordCommandsTest, AFilterListIsKeptByFile)
     EXPECT_TRUE(fs::exists(dataFolder() / "CNFilter.xml"));
 }
 
-TEST_F(RecordCommandsTest, TheNewCommandsHaveHelpWithAnExample)
+TEST_F(RecordCommandsTest, EachCommandHasHelpWithAnExample)
 {
     for (const char* command : {"targets", "transfer", "record-status", "filter"}) {
         const Result result = mb({command, "--help"});
@@ -299,7 +299,7 @@ TEST_F(RecordCommandsTest, TheNewCommandsHaveHelpWithAnExample)
     }
 }
 
-TEST_F(TransferCommandsTest, AMapWhoseSettingsCannotBeReadIsNotMadeAnew)
+TEST_F(TransferCommandsTest, AHiddenMapWhoseSettingsCannotBeReadIsNotReplaced)
 {
     fillCards(3);
     ASSERT_EQ(json({"transfer", "--to", target(), "--cards", cards(), "--all"}).at("result"), "done");
@@ -334,7 +334,8 @@ TEST_F(TransferCommandsTest, AFirstTransferThatFailsLeavesNoTrace)
         EXPECT_TRUE(registered() == before) << testing::PrintToString(arguments);
     }
     ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "--all"}).code, 0);
-    EXPECT_NE(mb({"transfer", "--to", "vCard", "--all"}).out.find("nothing to do"), std::string::npos) << "this one is remembered";
+    EXPECT_NE(mb({"transfer", "--to", "vCard", "--all"}).out.find("nothing to do"), std::string::npos)
+        << "a successful transfer is remembered";
 }
 
 } // namespace
