@@ -1,7 +1,7 @@
 #include "CategoryStore.h"
 
-#include "com.h"
 #include "interfaces.h"
+#include "NewGuid.h"
 #include "text.h"
 #include <unordered_set>
 
@@ -111,7 +111,7 @@ void CategoryStore::endBatch(bool abort)
 
 std::string CategoryStore::beginAdd()
 {
-    writing_ = Writing{platform::utf8(com::guidText(com::newGuid())), true, {}};
+    writing_ = Writing{newGuid(), true, {}};
     return writing_->id;
 }
 

@@ -1,7 +1,7 @@
 #include "CardFile.h"
 
-#include "com.h"
 #include "files.h"
+#include "NewGuid.h"
 #include "Schema.h"
 #include "text.h"
 #include <chrono>
@@ -341,7 +341,7 @@ void CardFile::endBatch(bool abort)
 
 std::string CardFile::beginAdd()
 {
-    const std::string id = platform::utf8(com::guidText(com::newGuid()));
+    const std::string id = plugin::newGuid();
     writing_ = Open{id, folded(id), 0, 0, true, {}, {}, {}};
     return id;
 }

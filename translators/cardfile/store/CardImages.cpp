@@ -1,7 +1,6 @@
 // The pictures of the cards, and the category list. The bytes of a picture are read only on request.
 #include "CardFile.h"
 
-#include "interfaces.h"
 #include "text.h"
 
 namespace mb::cardfile {

@@ -7,6 +7,8 @@ namespace mb::vcard {
 
 constexpr char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
 
+constexpr char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
 constexpr bool equalFold(std::string_view a, std::string_view b)
 {
     if (a.size() != b.size()) return false;

@@ -1,13 +1,30 @@
 #include "CardStore.h"
 
+#include "Ascii.h"
 #include "Charset.h"
+#include "NewGuid.h"
 
+#include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 namespace mb::vcard {
 namespace {
 
 constexpr int kDisplayName = 79;
+
+// Returns a random UUID, lower-case and without braces.
+std::string newUuid()
+{
+    try {
+        const std::string guid = plugin::newGuid();
+        std::string uuid = guid.substr(1, guid.size() - 2);
+        std::ranges::transform(uuid, uuid.begin(), lower);
+        return uuid;
+    } catch (const std::runtime_error& e) {
+        throw StoreError(Step::Add, e.what());
+    }
+}
 
 } // namespace
 
@@ -147,7 +164,7 @@ void CardStore::endBatch(bool abort)
 
 std::string CardStore::beginAdd()
 {
-    const std::string uuid = fileStep(Step::Add, newUuid);
+    const std::string uuid = newUuid();
     Open record;
     record.id = singleFile_.empty() ? uuid + ".vcf" : singleFile_ + "#urn:uuid:" + uuid;
     record.card = Card::make(uuid, singleFile_.empty() ? "\r\n" : lineEndOf(container(0, Step::Add).text.text));

@@ -122,6 +122,5 @@ struct SplitPath {
 };
 SplitPath splitPath(const std::string& path);
 std::string userCacheFolder(); // created if missing; empty if the user has none
-std::string newUuid();         // lower-case, without braces
 
 } // namespace mb::vcard

@@ -17,7 +17,6 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <map>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -512,21 +511,6 @@ std::string userCacheFolder()
         if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) return {};
     }
     return path;
-}
-
-std::string newUuid()
-{
-    unsigned char bytes[16];
-    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes)) throw FileError("the system provides no random numbers");
-    bytes[6] = static_cast<unsigned char>((bytes[6] & 0x0F) | 0x40); // version 4, variant 1
-    bytes[8] = static_cast<unsigned char>((bytes[8] & 0x3F) | 0x80);
-    std::string text;
-    for (int i = 0; i < 16; ++i) {
-        if (i == 4 || i == 6 || i == 8 || i == 10) text += '-';
-        text += "0123456789abcdef"[bytes[i] >> 4];
-        text += "0123456789abcdef"[bytes[i] & 15];
-    }
-    return text;
 }
 
 } // namespace mb::vcard

@@ -8,12 +8,10 @@
 
 #include <windows.h>
 
-#include <objbase.h>
 #include <shlobj.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cstdio>
 #include <fcntl.h>
 #include <filesystem>
 #include <io.h>
@@ -448,18 +446,6 @@ std::string userCacheFolder()
         if (!CreateDirectoryW(path.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) return {};
     }
     return narrow(path);
-}
-
-std::string newUuid()
-{
-    GUID id;
-    if (FAILED(CoCreateGuid(&id))) throw FileError("the system provides no random numbers");
-    char text[40];
-    const unsigned char* b = id.Data4;
-    const int length =
-        std::snprintf(text, sizeof text, "%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x", static_cast<unsigned long>(id.Data1),
-                      unsigned{id.Data2}, unsigned{id.Data3}, b[0], b[1], b[2], b[3], b[4], b[5], b[6], b[7]);
-    return {text, static_cast<std::size_t>(length)};
 }
 
 } // namespace mb::vcard
