@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::string_view kLabel = "X-ABLABEL";
 constexpr std::size_t kNameParts = 5, kAddressParts = 7;
-constexpr int kDisplayName = 79, kCompany = 7, kFirstEmail = 29, kAnyChat = 50;
+constexpr int kCompany = 7, kFirstEmail = 29, kAnyChat = 50;
 
 Version versionOf(std::string_view text)
 {
@@ -445,8 +445,8 @@ std::u16string Card::composedName() const
 
 void Card::completeName()
 {
-    const Field& field = *findField(kDisplayName);
-    if (!required(field) || !get(kDisplayName).empty()) return;
+    const Field& field = *findField(kDisplayNameField);
+    if (!required(field) || !get(kDisplayNameField).empty()) return;
     std::u16string name = composedName();
     for (const int type : {kCompany, kFirstEmail})
         if (name.empty()) name = get(type);

@@ -28,6 +28,8 @@ inline constexpr std::string_view kPinParam = "X-MB-FIELD";
 // RFC 9554: marks a value that was derived from other properties.
 inline constexpr std::string_view kDerivedParam = "DERIVED";
 
+inline constexpr int kCategoriesField = 19, kDisplayNameField = 79; // _FieldTypes
+
 std::span<const Field> fields();
 const Field* findField(int type);
 

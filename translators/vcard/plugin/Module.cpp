@@ -21,14 +21,17 @@ std::vector<plugin::PluginField> makeFields()
     return made;
 }
 
+// A run opens a database for its categories first, and then for its contacts.
+vcard::RecentIndexes recentIndexes;
+
 std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plugin::Report report)
 {
-    return std::make_unique<vcard::CardStore>(database, vcard::userCacheFolder(), std::move(report));
+    return std::make_unique<vcard::CardStore>(database, vcard::userCacheFolder(), std::move(report), recentIndexes);
 }
 
 std::unique_ptr<plugin::RecordStore> openCategories(const std::string& database, plugin::Report report)
 {
-    const auto categories = std::make_shared<vcard::CardCategories>(database, vcard::userCacheFolder(), report);
+    const auto categories = std::make_shared<vcard::CardCategories>(database, vcard::userCacheFolder(), report, recentIndexes);
     return std::make_unique<plugin::CategoryStore>(categories->takeNames(),
                                                    [categories](const plugin::Names& names) { categories->keep(names); });
 }

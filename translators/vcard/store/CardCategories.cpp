@@ -12,8 +12,9 @@ std::u16string textOf(std::string_view utf8) { return decode(utf8, kUtf8).value_
 
 } // namespace
 
-CardCategories::CardCategories(const std::string& database, const std::string& cacheFolder, const plugin::Report& report)
-    : opened_(database, cacheFolder, report)
+CardCategories::CardCategories(const std::string& database, const std::string& cacheFolder, const plugin::Report& report,
+                               RecentIndexes& recent)
+    : opened_(database, cacheFolder, report, recent)
 {
 }
 
@@ -36,7 +37,7 @@ plugin::Names CardCategories::takeNames()
         }
     });
     for (const FileRecord& file : opened_.index->files()) plugin::splitCategories(textOf(file.categories), names);
-    opened_.index->leave();
+    opened_.index->handOver();
     return plugin::withoutDoubles(names);
 }
 

@@ -10,7 +10,7 @@ namespace mb::vcard {
 
 class CardCategories {
 public:
-    CardCategories(const std::string& database, const std::string& cacheFolder, const plugin::Report& report);
+    CardCategories(const std::string& database, const std::string& cacheFolder, const plugin::Report& report, RecentIndexes& recent);
 
     // Returns all categories. Requires: called only once, because it hands the index over to the CardStore of the contact pass.
     plugin::Names takeNames();

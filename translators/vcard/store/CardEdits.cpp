@@ -1,6 +1,6 @@
 #include "CardEdits.h"
 
-#include "CardIndex.h"
+#include "FileRecord.h"
 
 #include <algorithm>
 #include <iterator>

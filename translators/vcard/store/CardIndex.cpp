@@ -1,185 +1,46 @@
 #include "CardIndex.h"
 
-#include "Ascii.h"
-#include "Card.h"
-#include "Charset.h"
 #include "FileText.h"
+#include "IndexFile.h"
 #include "Parallel.h"
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
-#include <map>
-#include <mutex>
+#include <optional>
+#include <string_view>
 #include <thread>
+#include <unordered_map>
 #include <utility>
 
 namespace mb::vcard {
 namespace {
 
-constexpr std::string_view kHeader = "vcard index 3";
-constexpr int kCategories = 19;
 constexpr std::int64_t kTick = 1'000'000; // smallest step of a date: 1 ms
-
-bool holdsFold(std::string_view text, std::string_view upperWord)
-{
-    const auto same = [](char a, char b) { return upper(a) == b; };
-    return std::search(text.begin(), text.end(), upperWord.begin(), upperWord.end(), same) != text.end();
-}
-
-// Escapes a UID for use in an identifier, which must not look like a path or contain a line end.
-std::string safeToken(std::string_view uid)
-{
-    std::string token;
-    token.reserve(uid.size());
-    for (const char c : uid) {
-        const auto b = static_cast<unsigned char>(c);
-        if (b > 32 && b != 0x7F && c != '/' && c != '\\' && c != '%' && c != '#')
-            token += c;
-        else
-            token += '%' + hex(0x100u + b).substr(1);
-    }
-    return token;
-}
-
-std::string fromSafeToken(std::string_view token)
-{
-    if (token.find('%') == token.npos) return std::string(token);
-    std::string text;
-    for (std::size_t i = 0; i < token.size(); ++i) {
-        unsigned byte = 0;
-        if (token[i] == '%' && i + 2 < token.size() && std::from_chars(&token[i + 1], &token[i + 1] + 2, byte, 16).ec == std::errc()) {
-            text += static_cast<char>(byte);
-            i += 2;
-        } else {
-            text += token[i];
-        }
-    }
-    return text;
-}
 
 bool isBlankText(std::string_view text) { return text.find_first_not_of(" \t\r\n") == text.npos; }
 
-// Reads one line of the cache: words separated by blanks, and a rest that may contain blanks.
-class Words {
-public:
-    explicit Words(std::string_view line) : rest_(line) {}
-    std::string_view next()
-    {
-        const std::size_t blank = std::min(rest_.find(' '), rest_.size());
-        const std::string_view word = rest_.substr(0, blank);
-        rest_.remove_prefix(std::min(blank + 1, rest_.size()));
-        return word;
-    }
-    template <class T> bool number(T& n, int base = 10)
-    {
-        const std::string_view word = next();
-        const auto result = std::from_chars(word.data(), word.data() + word.size(), n, base);
-        return result.ec == std::errc() && result.ptr == word.data() + word.size();
-    }
-    std::string_view rest() const { return rest_; }
-
-private:
-    std::string_view rest_;
-};
-
-std::int64_t now()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
-
-struct LeftIndex {
-    std::vector<FileRecord> files;
-    std::vector<std::string> leftOut;
-    std::int64_t folderChange, listed;
-};
-bool isOld(std::int64_t listed)
-{
-    const std::int64_t age = now() - listed;
-    return age < 0 || age > 2'000'000'000;
-}
-std::mutex leftMutex;
-std::map<std::string, LeftIndex> leftIndexes; // by folder
-
 } // namespace
 
-std::string hex(std::uint64_t n)
-{
-    char buffer[17];
-    const auto end = std::to_chars(buffer, buffer + sizeof buffer, n, 16);
-    return {buffer, end.ptr};
-}
-
-std::uint64_t hashOf(std::string_view bytes)
-{
-    std::uint64_t h = 14695981039346656037u; // FNV-1a
-    for (const char c : bytes) h = (h ^ static_cast<unsigned char>(c)) * 1099511628211u;
-    return h;
-}
-
-std::string uidTokenOf(std::string_view card)
-{
-    if (!holdsFold(card, "UID")) return {};
-    return safeToken(Card::parse(card).uid());
-}
-
-std::array<std::string, 2> uidsOfName(std::string_view fileName)
-{
-    const std::string_view stem = fileName.substr(0, fileName.rfind('.'));
-    return {safeToken(stem), safeToken("urn:uuid:" + std::string(stem))};
-}
-
-namespace {
-
-bool isUidOfName(const std::string& token, const std::string& fileName)
-{
-    // Comparing the last character rules out most UIDs without building tokens of the file name.
-    return fileName.size() > 4 && token.ends_with(fileName[fileName.size() - 5]) && std::ranges::count(uidsOfName(fileName), token) > 0;
-}
-
-} // namespace
-
-std::string FileRecord::id() const { return uid.empty() || isUidOfName(uid, name) ? name : name + '#' + uid; }
-
-std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans)
-{
-    std::vector<CardRecord> cards;
-    std::unordered_map<std::string, int> seen;
-    cards.reserve(spans.size());
-    for (const CardSpan& span : spans) {
-        const std::string_view bytes = text.substr(span.begin, span.end - span.begin);
-        const Card card = Card::parse(bytes);
-        const std::string uid = card.uid();
-        std::string token = uid.empty() ? '~' + hex(hashOf(card.nameKey())) : safeToken(uid);
-        const int count = ++seen[token];
-        if (count > 1) token += '~' + std::to_string(count);
-        cards.push_back({std::move(token), false, hashOf(bytes), 0});
-    }
-    return cards;
-}
-
-// Only cards that contain the word are parsed: most cards have no categories.
-std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans)
-{
-    constexpr std::string_view name = "CATEGORIES";
-    std::string all;
-    for (const CardSpan& span : spans) {
-        const std::string_view bytes = text.substr(span.begin, span.end - span.begin);
-        if (!holdsFold(bytes, name)) continue;
-        const std::string found = toUtf8(Card::parse(bytes).get(kCategories));
-        if (!found.empty()) all.append(all.empty() ? "" : ",").append(found);
-    }
-    return all;
-}
-
-CardIndex::CardIndex(const Folder& folder, std::string singleFile, std::string cachePath)
-    : folder_(folder), singleFile_(std::move(singleFile)), cachePath_(std::move(cachePath))
+CardIndex::CardIndex(const Folder& folder, std::string singleFile, std::string path, RecentIndexes& recent)
+    : folder_(folder), singleFile_(std::move(singleFile)), path_(std::move(path)), recent_(recent)
 {
 }
 
 std::int64_t CardIndex::nextStamp(std::int64_t modified, std::int64_t before) const
 {
     return modified > before ? modified : before + kTick;
+}
+
+std::int64_t CardIndex::stampAt(const Place& place) const
+{
+    const FileRecord& file = fileAt(place);
+    return place.isFile() ? file.stamp : file.cards[place.cardIndex()].stamp;
+}
+
+const std::string& CardIndex::uidAt(const Place& place) const
+{
+    const FileRecord& file = fileAt(place);
+    return place.isFile() ? file.uid : file.cards[place.cardIndex()].token;
 }
 
 void CardIndex::noteWritten(FileRecord& file, const FileState& state)
@@ -251,10 +112,10 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
 
 void CardIndex::refresh(const plugin::Report& report)
 {
-    if (!takeLeft()) compare();
-    for (const std::string& name : leftOut_)
+    if (!takeOver()) compare();
+    for (const std::string& name : listed_.leftOut)
         report(plugin::Finding::LeftOut, folder_.pathOf(name) + ": left out, the file name is not valid UTF-8");
-    for (FileRecord& file : files_) {
+    for (FileRecord& file : listed_.files) {
         if (file.bad()) report(plugin::Finding::LeftOut, folder_.pathOf(file.faultyPlace()) + ": left out, " + file.badText);
         if (const std::size_t line = std::exchange(file.noProperty, 0))
             report(plugin::Finding::Note,
@@ -264,7 +125,7 @@ void CardIndex::refresh(const plugin::Report& report)
 
 void CardIndex::compare()
 {
-    if (!cachePath_.empty()) load();
+    if (!path_.empty()) listed_.files = readIndexFile(path_);
     constexpr int kTries = 5;
     for (int i = 1; !compareOnce() && i < kTries; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(20));
 }
@@ -273,8 +134,8 @@ void CardIndex::compare()
 bool CardIndex::compareOnce()
 {
     Folder::Listing listing;
-    folderChange_ = folder_.lastChange();
-    listed_ = now();
+    listed_.folderChange = folder_.lastChange();
+    listed_.listed = present();
     if (singleFile_.empty()) {
         listing = folder_.list();
     } else {
@@ -282,7 +143,7 @@ bool CardIndex::compareOnce()
         if (!state) throw FileError("the file \"" + folder_.pathOf(singleFile_) + "\" does not exist", FileError::Why::Missing);
         listing.files.push_back({singleFile_, *state, {}});
     }
-    leftOut_ = std::move(listing.unreadable);
+    listed_.leftOut = std::move(listing.unreadable);
 
     struct Unknown {
         std::size_t at; // index in `found` and `listing.files`
@@ -293,8 +154,8 @@ bool CardIndex::compareOnce()
     std::size_t next = 0; // both lists are sorted by name
     for (std::size_t i = 0; i < found.size(); ++i) {
         const FileEntry& entry = listing.files[i];
-        while (next < files_.size() && files_[next].name < entry.name) ++next;
-        FileRecord* old = next < files_.size() && files_[next].name == entry.name ? &files_[next++] : nullptr;
+        while (next < listed_.files.size() && listed_.files[next].name < entry.name) ++next;
+        FileRecord* old = next < listed_.files.size() && listed_.files[next].name == entry.name ? &listed_.files[next++] : nullptr;
         if (old && entry.notPlain.empty() && old->state == entry.state)
             found[i] = std::move(*old);
         else
@@ -324,17 +185,17 @@ bool CardIndex::compareOnce()
         found[at] = std::move(*old); // keeps the cached record: a file of that name may reappear
         found[at].state.modified = -1;
     }
-    changed_ = changed_ || !unknown.empty() || files_.size() != found.size();
-    files_ = std::move(found);
+    changed_ = changed_ || !unknown.empty() || listed_.files.size() != found.size();
+    listed_.files = std::move(found);
     return settled;
 }
 
 // A file with the UID that a file of another name had is that file, renamed: it keeps the date, or gets a later one if it was also changed.
-// Requires: files_ holds only the records of files that are gone or changed.
+// Requires: listed_.files holds only the records of files that are gone or changed.
 void CardIndex::keepDatesOfRenamed(const std::vector<FileRecord*>& examined) const
 {
     std::unordered_map<std::string_view, const FileRecord*> byUid;
-    for (const FileRecord& file : files_)
+    for (const FileRecord& file : listed_.files)
         if (!file.uid.empty() && !byUid.emplace(file.uid, &file).second) byUid[file.uid] = nullptr; // a UID of two cards matches neither
     for (FileRecord* file : examined) {
         const auto found = file->uid.empty() || file->bad() ? byUid.end() : byUid.find(file->uid);
@@ -344,130 +205,25 @@ void CardIndex::keepDatesOfRenamed(const std::vector<FileRecord*>& examined) con
     }
 }
 
-void CardIndex::leave()
+void CardIndex::handOver()
 {
     constexpr std::int64_t kGrain = 100'000'000; // a change just before the listing cannot be told from one just after it
-    if (!singleFile_.empty() || folderChange_ == 0 || listed_ - folderChange_ < kGrain) return;
-    const std::lock_guard lock(leftMutex);
-    std::erase_if(leftIndexes, [&](const auto& left) { return isOld(left.second.listed); });
-    leftIndexes[folder_.pathOf({})] = {std::move(files_), std::move(leftOut_), folderChange_, listed_};
-    files_.clear();
-    leftOut_.clear();
+    if (!singleFile_.empty() || listed_.folderChange == 0 || listed_.listed - listed_.folderChange < kGrain) return;
+    recent_.keep(folder_.pathOf({}), std::exchange(listed_, {}));
 }
 
-bool CardIndex::takeLeft()
+bool CardIndex::takeOver()
 {
-    const std::lock_guard lock(leftMutex);
-    auto node = leftIndexes.extract(folder_.pathOf({}));
-    if (!node || !singleFile_.empty() || isOld(node.mapped().listed) || node.mapped().folderChange != folder_.lastChange()) return false;
-    files_ = std::move(node.mapped().files);
-    leftOut_ = std::move(node.mapped().leftOut);
+    auto kept = recent_.take(folder_.pathOf({}));
+    if (!kept || !singleFile_.empty() || kept->folderChange != folder_.lastChange()) return false;
+    listed_ = std::move(*kept);
     return true;
 }
 
-// Format of the cache: a header; for each file "size modified number stamp badLine bad cards ,categories ,uid name", for a bad file a line
-// with the reason, for each card "hash stamp plain token"; a last line with the number of files, which reveals a truncated cache.
 void CardIndex::save()
 {
-    if (!changed_ || cachePath_.empty()) return;
-    std::string text = std::string(kHeader) + '\n';
-    const auto word = [&](auto number, int base = 10) {
-        char digits[24];
-        text.append(digits, std::to_chars(digits, std::end(digits), number, base).ptr).append(1, ' ');
-    };
-    std::vector<const FileRecord*> sorted;
-    for (const FileRecord& file : files_)
-        if (!file.gone) sorted.push_back(&file);
-    // Files are sorted by name, except for added ones at the end.
-    const auto byName = [](const FileRecord* a, const FileRecord* b) { return a->name < b->name; };
-    const auto added = std::is_sorted_until(sorted.begin(), sorted.end(), byName);
-    std::sort(added, sorted.end(), byName);
-    std::inplace_merge(sorted.begin(), added, sorted.end(), byName);
-    for (const FileRecord* each : sorted) {
-        const FileRecord& file = *each;
-        word(file.state.size);
-        word(file.state.modified);
-        word(file.state.number);
-        word(file.stamp);
-        word(file.badLine);
-        word(file.bad() ? 1 : 0);
-        word(file.cards.size());
-        text.append(",")
-            .append(safeToken(file.categories))
-            .append(" ,")
-            .append(file.uid)
-            .append(" ")
-            .append(safeToken(file.name))
-            .append("\n");
-        if (file.bad()) text.append(safeToken(file.badText)).append("\n");
-        for (const CardRecord& card : file.cards) {
-            word(card.hash, 16);
-            word(card.stamp);
-            word(card.plain ? 1 : 0);
-            text.append(card.token).append("\n");
-        }
-    }
-    text += "end " + std::to_string(sorted.size()) + '\n';
-    const SplitPath cache = splitPath(cachePath_);
-    try {
-        const Folder cacheFolder(cache.folder);
-        Folder::Draft draft(cacheFolder);
-        draft.write(text);
-        draft.replace(cache.name);
-        changed_ = false;
-    } catch (const FileError&) {
-        // Harmless: without a cache the next run opens every card once.
-    }
-}
-
-void CardIndex::load()
-{
-    const SplitPath cache = splitPath(cachePath_);
-    try {
-        FileState state;
-        const Folder cacheFolder(cache.folder);
-        if (parse(cacheFolder.read(cache.name, state))) return;
-    } catch (const FileError&) {
-        // no cache yet
-    }
-    files_.clear();
-}
-
-bool CardIndex::parse(std::string_view text)
-{
-    std::size_t at = 0;
-    const auto line = [&]() -> std::string_view {
-        const std::size_t end = std::min(text.find('\n', at), text.size());
-        const std::string_view found = text.substr(at, end - at);
-        at = std::min(end + 1, text.size());
-        return found;
-    };
-    if (line() != kHeader) return false;
-    for (;;) {
-        Words words(line());
-        if (words.rest().starts_with("end ")) return words.rest() == "end " + std::to_string(files_.size());
-        FileRecord file;
-        int bad = 0;
-        std::size_t cards = 0;
-        if (!words.number(file.state.size) || !words.number(file.state.modified) || !words.number(file.state.number) ||
-            !words.number(file.stamp) || !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || cards > text.size())
-            return false;
-        const std::string_view categories = words.next(), uid = words.next();
-        if (!categories.starts_with(',') || !uid.starts_with(',') || words.rest().empty()) return false;
-        file.categories = fromSafeToken(categories.substr(1));
-        file.uid = uid.substr(1);
-        file.name = fromSafeToken(words.rest());
-        if (bad) file.badText = fromSafeToken(line());
-        file.cards.resize(cards);
-        for (CardRecord& card : file.cards) {
-            Words w(line());
-            int plain = 0;
-            if (!w.number(card.hash, 16) || !w.number(card.stamp) || !w.number(plain) || w.rest().empty()) return false;
-            card.plain = plain != 0;
-            card.token = w.rest();
-        }
-        files_.push_back(std::move(file));
-    }
+    // Without the file the next run opens every card once, so a failure is harmless.
+    if (changed_ && !path_.empty()) changed_ = !writeIndexFile(path_, listed_.files);
 }
 
 } // namespace mb::vcard

@@ -28,9 +28,10 @@ std::string newUuid()
 
 } // namespace
 
-CardStore::CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report) : report_(std::move(report))
+CardStore::CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report, RecentIndexes& recent)
+    : report_(std::move(report))
 {
-    OpenedCards opened(database, cacheFolder, report_);
+    OpenedCards opened(database, cacheFolder, report_, recent);
     folder_ = std::move(opened.folder);
     singleFile_ = std::move(opened.singleFile);
     index_ = std::move(opened.index);

@@ -1,4 +1,4 @@
-// The records of a folder of cards, or of one file of many cards. Identifiers are those of CardIndex, in UTF-8. Only identifiers of listed
+// The records of a folder of cards, or of one file of many cards. Identifiers are in UTF-8; see FileRecord.h. Only identifiers of listed
 // records are used, so none can lead out of the folder.
 //
 // Promises:
@@ -32,8 +32,8 @@ namespace mb::vcard {
 
 class CardStore final : public plugin::RecordStore {
 public:
-    // `database` is the path of a folder or of a file. `cacheFolder` may be empty.
-    CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report);
+    // `database` is the path of a folder or of a file. `cacheFolder` may be empty. Requires: `recent` outlives this object.
+    CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report, RecentIndexes& recent);
     ~CardStore() override;
 
     std::size_t count() const override { return order().size(); }
@@ -62,10 +62,6 @@ public:
     void close() override; // commits what was saved in an unfinished batch
 
 private:
-    struct Place {
-        std::size_t file;
-        std::ptrdiff_t card; // -1: the file is the record
-    };
     // A file of many cards, held while its cards are read and changed.
     struct Container {
         FileText text;

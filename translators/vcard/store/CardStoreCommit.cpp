@@ -4,18 +4,12 @@
 #include "Charset.h"
 
 #include <algorithm>
-#include <chrono>
 #include <utility>
 
 namespace mb::vcard {
 namespace {
 
 constexpr int kSavedCategories = 19;
-
-std::int64_t present()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
-}
 
 // Returns the card's identifier and the contact's name, for messages.
 std::string shown(const std::string& id, const Card& card)

@@ -125,7 +125,7 @@ void CardStore::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
     }
 }
 
-CardStore::Place CardStore::placeOf(const std::string& id, Step step) const
+Place CardStore::placeOf(const std::string& id, Step step) const
 {
     const auto found = places_.find(id);
     if (found != places_.end()) return found->second;
@@ -142,7 +142,7 @@ const std::vector<std::string>& CardStore::order() const
 }
 
 // Returns the place of a card whose file cannot be read at present.
-std::optional<CardStore::Place> CardStore::badFileOf(const std::string& id) const
+std::optional<Place> CardStore::badFileOf(const std::string& id) const
 {
     const std::vector<FileRecord>& files = index_->files();
     for (std::size_t i = 0; i < files.size(); ++i)

@@ -1,21 +1,12 @@
 #include "OpenedCards.h"
 
-#include "StoreError.h"
+#include "IndexFile.h"
+
+#include <utility>
 
 namespace mb::vcard {
-namespace {
 
-std::string cachePathOf(const std::string& database, const std::string& cacheFolder)
-{
-    if (cacheFolder.empty()) return {};
-    std::string name;
-    for (std::uint64_t h = hashOf(database); name.size() < 16; h >>= 4) name.insert(name.begin(), "0123456789abcdef"[h & 15]);
-    return cacheFolder + "/vcard-" + name + ".index";
-}
-
-} // namespace
-
-OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFolder, const plugin::Report& report)
+OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFolder, const plugin::Report& report, RecentIndexes& recent)
 {
     const std::string path = realPath(database);
     const PathKind kind = fileStep(Step::Open, [&] { return kindOf(path); });
@@ -31,7 +22,7 @@ OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFo
         const SplitPath split = splitPath(path);
         if (kind == PathKind::File) singleFile = split.name;
         folder = std::make_unique<Folder>(kind == PathKind::Folder ? path : split.folder);
-        index = std::make_unique<CardIndex>(*folder, singleFile, cachePathOf(path, cacheFolder));
+        index = std::make_unique<CardIndex>(*folder, singleFile, indexPathOf(path, cacheFolder), recent);
         index->refresh(report);
         index->save();
     });
@@ -41,6 +32,23 @@ OpenedCards::OpenedCards(const std::string& database, const std::string& cacheFo
         throw StoreError(Step::Open, "The vCard file \"" + database +
                                          "\" cannot be read: " + (file.badLine ? "line " + std::to_string(file.badLine) + ": " : "") +
                                          file.badText + ". Correct the file, or choose another one.");
+}
+
+void OpenedCards::flush()
+{
+    if (unflushed) folder->flush();
+    if (std::exchange(unflushed, false) && folder->isMoved())
+        throw FileError("The folder \"" + folder->pathOf({}) + "\" was moved or replaced by another program. Synchronize again");
+}
+
+StoreError OpenedCards::changedMeanwhile(const FileRecord& file, Step step) const
+{
+    return {step, "The file \"" + folder->pathOf(file.name) + "\" was changed by another program. Synchronize again."};
+}
+
+StoreError OpenedCards::unreadable(const std::string& place, const std::string& fault, Step step) const
+{
+    return {step, folder->pathOf(place) + ": " + fault + ". The file is left as it is."};
 }
 
 } // namespace mb::vcard

@@ -103,11 +103,11 @@ protected:
     }
     CardStore open(const char* name = "cards")
     {
-        return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}};
+        return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}, recent};
     }
     CardCategories categories(const char* name = "cards")
     {
-        return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}};
+        return {(root / name).string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}, recent};
     }
     // The index is handed over only if the names in the folder did not change shortly before the listing.
     static void rest() { std::this_thread::sleep_for(std::chrono::milliseconds(150)); }
@@ -117,6 +117,7 @@ protected:
     }
     mbtest::TestFolder home;
     const fs::path root = home.path();
+    RecentIndexes recent;
 };
 
 TEST_F(CategoryListTest, ItListsKeptCategoriesAndThoseOfTheCards)

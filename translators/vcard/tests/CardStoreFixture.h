@@ -1,5 +1,6 @@
 // A folder of cards for one test, and helpers for the tests of CardStore.
 #pragma once
+#include "CardCategories.h"
 #include "CardStore.h"
 #include "Samples.h"
 
@@ -38,9 +39,9 @@ protected:
     CardStore open(const fs::path& database)
     {
         reports.clear();
-        return CardStore(database.string(), (root / "cache").string(),
-                         [this](plugin::Finding, const std::string& text) { reports += text + "\n"; });
+        return CardStore(database.string(), (root / "cache").string(), report, recent);
     }
+    CardCategories categories() { return {folder.string(), (root / "cache").string(), report, recent}; }
     void put(const std::string& name, const std::string& bytes) { writeBytes(folder / name, bytes); }
     std::string get(const std::string& name) { return readBytes(folder / name); }
     // Moves the date of the file, as an edit does; `seconds` may be negative.
@@ -92,6 +93,8 @@ protected:
 
     fs::path root, folder;
     std::string reports;
+    const plugin::Report report = [this](plugin::Finding, const std::string& text) { reports += text + "\n"; };
+    RecentIndexes recent;
 };
 
 using VCardFolder = CardStoreTest;

@@ -11,9 +11,11 @@
 #include "Samples.h"
 #include "TextMatchers.h"
 
+#include <chrono>
 #include <gmock/gmock.h>
 #include <map>
 #include <set>
+#include <thread>
 
 namespace mb::vcard {
 namespace {
@@ -289,6 +291,17 @@ TEST_F(VCardTranslatorTest, AFileOfManyCardsIsWrittenAtEndUpdate)
     ASSERT_EQ(translator->EndUpdate(VARIANT_FALSE), S_OK);
     EXPECT_TRUE(get("all.vcf").starts_with(cardText("1", "UID:u1\r\n") + cardText("2", "UID:u2\r\n") + "BEGIN:VCARD"));
     EXPECT_EQ(read(made, ftLastName), u"3");
+}
+
+TEST_F(VCardTranslatorTest, TheContactsUseTheIndexThatTheCategoriesRead)
+{
+    put("a.vcf", cardText("A"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(150)); // the index is kept only if no name changed just before it was made
+    const auto categories = plugin.create();
+    ASSERT_EQ(categories.as<ICategories>()->InitializeCategories(services.get(), nullptr, VARIANT_FALSE), S_OK);
+    put("a.vcf", "no card"); // written in place, so that the list of names does not change
+    ASSERT_EQ(initialize(), S_OK);
+    EXPECT_EQ(count(), 1) << "a.vcf was read again";
 }
 
 TEST_F(VCardTranslatorTest, ATestMayOpenADatabaseByItself)

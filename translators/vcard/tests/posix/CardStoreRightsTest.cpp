@@ -1,5 +1,4 @@
 // Missing permissions, and names that are not plain files.
-#include "CardCategories.h"
 #include "CardStoreFixture.h"
 
 #include <sys/socket.h>
@@ -134,7 +133,7 @@ TEST_F(VCardFolder, TheCategoryListIsReadableByItsOwnerOnly)
 {
     const mode_t before = ::umask(022);
     put("a.vcf", cardText("A"));
-    CardCategories(folder.string(), (root / "cache").string(), [](plugin::Finding, const std::string&) {}).keep({u"Friends"});
+    categories().keep({u"Friends"});
     EXPECT_EQ(fs::status(folder / ".mbsync-categories").permissions(), fs::perms(0600));
     ::umask(before);
 }
@@ -272,12 +271,12 @@ TEST_F(VCardFolder, AFolderOrOneFileMayBeReachedByALink)
 
 TEST_F(VCardFolder, ACategoryListThatIsNotAFileFailsTheOpening)
 {
-    const auto categories = [&] { return CardCategories(folder.string(), {}, [](plugin::Finding, const std::string&) {}).takeNames(); };
+    const auto names = [&] { return CardCategories(folder.string(), {}, report, recent).takeNames(); };
     put(".mbsync-categories", "Friends\n");
-    EXPECT_EQ(categories().size(), 1u);
+    EXPECT_EQ(names().size(), 1u);
     fs::remove(folder / ".mbsync-categories");
     fs::create_symlink("/etc/passwd", folder / ".mbsync-categories");
-    expectFailure(Step::Open, ".mbsync-categories\": it is a symbolic link", categories);
+    expectFailure(Step::Open, ".mbsync-categories\": it is a symbolic link", names);
 }
 
 } // namespace
