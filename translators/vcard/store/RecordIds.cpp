@@ -1,13 +1,4 @@
-// The identifiers of CardStore's records, and how known records are found again.
-//
-// Two changes between runs need care:
-// - Another program renames a file. The card is found by the UID in its identifier.
-// - A card arrives whose identifier differs from another one only in case. The engine ignores case, so one of the two identifiers gets a
-//   mark appended.
-//
-// Both depend on which identifiers the caller knows. Requires: updatedId() is called for all known identifiers before any other record is
-// asked for. Its answers are final when it is called for all of them a second time.
-#include "CardStore.h"
+#include "RecordIds.h"
 
 #include "Ascii.h"
 #include "Charset.h"
@@ -58,9 +49,12 @@ Parts partsOf(const std::string& id)
 
 } // namespace
 
-void CardStore::listRecords()
+RecordIds::RecordIds(const OpenedCards& cards) : cards_(cards) { list(); }
+
+void RecordIds::list()
 {
-    const std::vector<FileRecord>& files = index_->files();
+    const std::vector<FileRecord>& files = cards_.index->files();
+    listStale_ = false;
     order_.clear();
     places_.clear();
     uidsIndexed_ = false;
@@ -77,7 +71,7 @@ void CardStore::listRecords()
             else
                 listed.emplace_back(std::move(id), Place{i, card});
         };
-        if (file.cards.empty() && singleFile_.empty()) add(file.id(), -1);
+        if (file.cards.empty() && cards_.singleFile.empty()) add(file.id(), -1);
         for (std::size_t k = 0; k < file.cards.size(); ++k) add(file.idOf(file.cards[k]), static_cast<std::ptrdiff_t>(k));
     }
     makeDistinct(listed);
@@ -88,8 +82,8 @@ void CardStore::listRecords()
 }
 
 // Makes identifiers that differ only in case distinct. The known one, or else the first without a mark, stays as it is; the others get a
-// mark. A mark that the caller knows or that this store gave stays.
-void CardStore::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
+// mark. A mark that the caller knows or that this object gave stays.
+void RecordIds::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
 {
     std::unordered_map<std::string, std::size_t> first;
     std::unordered_map<std::string, std::vector<std::size_t>> alike;
@@ -125,39 +119,51 @@ void CardStore::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
     }
 }
 
-Place CardStore::placeOf(const std::string& id, Step step) const
+void RecordIds::add(const std::string& id, const Place& place)
+{
+    places_.emplace(id, place);
+    order_.push_back(id);
+}
+
+void RecordIds::remove(const std::string& id)
+{
+    places_.erase(id);
+    listStale_ = true;
+}
+
+Place RecordIds::placeOf(const std::string& id, Step step) const
 {
     const auto found = places_.find(id);
     if (found != places_.end()) return found->second;
     if (leavesFolder(id))
         throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is not a valid record identifier: it could lead out of the folder.");
     if (const auto bad = badFileOf(id)) return *bad;
-    throw StoreError(step, "There is no card \"" + id + "\" in " + folder_->pathOf(singleFile_) + ".");
+    throw StoreError(step, "There is no card \"" + id + "\" in " + cards_.folder->pathOf(cards_.singleFile) + ".");
 }
 
-const std::vector<std::string>& CardStore::order() const
+const std::vector<std::string>& RecordIds::order() const
 {
     if (std::exchange(listStale_, false)) std::erase_if(order_, [&](const std::string& id) { return !places_.contains(id); });
     return order_;
 }
 
 // Returns the place of a card whose file cannot be read at present.
-std::optional<Place> CardStore::badFileOf(const std::string& id) const
+std::optional<Place> RecordIds::badFileOf(const std::string& id) const
 {
-    const std::vector<FileRecord>& files = index_->files();
+    const std::vector<FileRecord>& files = cards_.index->files();
     for (std::size_t i = 0; i < files.size(); ++i)
         if (files[i].bad() && id.starts_with(files[i].name) && (id.size() == files[i].name.size() || id[files[i].name.size()] == '#'))
             return Place{i, -1};
     return std::nullopt;
 }
 
-bool CardStore::exists(const std::string& id) const
+bool RecordIds::exists(const std::string& id) const
 {
     if (places_.contains(id)) return true;
     return !leavesFolder(id) && (badFileOf(id) || (newCardsOf(id).empty() && changedInPlace(id)));
 }
 
-std::string CardStore::updatedId(const std::string& id)
+std::string RecordIds::updatedId(const std::string& id)
 {
     const bool again = known_.contains(id);
     if (!again) remember(id);
@@ -167,7 +173,7 @@ std::string CardStore::updatedId(const std::string& id)
     return changedInPlace(id).value_or(std::string());
 }
 
-void CardStore::remember(const std::string& id)
+void RecordIds::remember(const std::string& id)
 {
     known_.insert(id);
     const Parts parts = partsOf(id);
@@ -176,25 +182,24 @@ void CardStore::remember(const std::string& id)
     anyMarkKnown_ = anyMarkKnown_ || plain != id;
     if (plain == id && (ambiguous_.empty() || !ambiguous_.contains(folded(id)))) return;
     marks_.clear(); // no caller has seen them yet
-    listRecords();
+    list();
 }
 
-void CardStore::indexUids() const
+void RecordIds::indexUids() const
 {
     if (std::exchange(uidsIndexed_, true)) return;
     byUid_.clear();
     byName_.clear();
     for (const std::string& id : order()) {
         const Place& place = places_.at(id);
-        const FileRecord& file = index_->files()[place.file];
-        const std::string& uid = place.card < 0 ? file.uid : file.cards[static_cast<std::size_t>(place.card)].token;
+        const std::string& uid = cards_.index->uidAt(place);
         if (!uid.empty()) byUid_[uid].push_back(id);
-        if (singleFile_.empty()) byName_.emplace(file.name, id);
+        if (cards_.singleFile.empty()) byName_.emplace(cards_.index->fileAt(place).name, id);
     }
 }
 
 // Returns the identifiers with the same UID that the caller does not know.
-std::vector<std::string> CardStore::newCardsOf(const std::string& id) const
+std::vector<std::string> RecordIds::newCardsOf(const std::string& id) const
 {
     indexUids();
     std::vector<std::string> found;
@@ -207,15 +212,15 @@ std::vector<std::string> CardStore::newCardsOf(const std::string& id) const
 }
 
 // On a case-insensitive file system a file may have been renamed to its own name in another case.
-CardStore::Names::const_iterator CardStore::inOtherCase(const std::string& name) const
+RecordIds::Names::const_iterator RecordIds::inOtherCase(const std::string& name) const
 {
-    if (!singleFile_.empty() || !fileStep(Step::Open, [&] { return folder_->stateOf(name); })) return byName_.end();
+    if (!cards_.singleFile.empty() || !fileStep(Step::Open, [&] { return cards_.folder->stateOf(name); })) return byName_.end();
     return std::find_if(byName_.cbegin(), byName_.cend(), [key = folded(name)](const auto& file) { return folded(file.first) == key; });
 }
 
 // Returns the card in the file that `id` names, for an `id` that no card has: its UID was changed, or `id` is from a version whose
 // identifiers had no UID. Returns nullopt if it is known to be another card.
-std::optional<std::string> CardStore::changedInPlace(const std::string& id) const
+std::optional<std::string> RecordIds::changedInPlace(const std::string& id) const
 {
     indexUids();
     const Parts parts = partsOf(id);
@@ -223,10 +228,8 @@ std::optional<std::string> CardStore::changedInPlace(const std::string& id) cons
     if (found == byName_.end()) found = inOtherCase(parts.name);
     if (found == byName_.end() || known_.contains(found->second)) return std::nullopt;
     const Place& place = places_.at(found->second);
-    const FileRecord& file = index_->files()[place.file];
-    if (place.card >= 0 && !parts.token.empty()) return std::nullopt; // a card of several was deleted
-    const std::string& uid = place.card < 0 ? file.uid : file.cards[static_cast<std::size_t>(place.card)].token;
-    if (knownUids_.contains(uid)) return std::nullopt; // another card took its place
+    if (!place.isFile() && !parts.token.empty()) return std::nullopt;         // a card of several was deleted
+    if (knownUids_.contains(cards_.index->uidAt(place))) return std::nullopt; // another card took its place
     return found->second;
 }
 

@@ -1,0 +1,63 @@
+// The identifiers of a store's records, in the order of the index, and how known records are found again.
+//
+// Two changes between runs need care:
+// - Another program renames a file. The card is found by the UID in its identifier.
+// - A card arrives whose identifier differs from another one only in case. The engine ignores case, so one of the two identifiers gets a
+//   mark appended.
+//
+// Both depend on which identifiers the caller knows. Requires: updatedId() is called for all known identifiers before any other record is
+// asked for. Its answers are final when it is called for all of them a second time.
+#pragma once
+#include "FileRecord.h"
+#include "OpenedCards.h"
+#include "StoreError.h"
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace mb::vcard {
+
+class RecordIds {
+public:
+    explicit RecordIds(const OpenedCards& cards); // `cards` must outlive this object
+
+    const std::vector<std::string>& order() const;
+    bool exists(const std::string& id) const; // also true if the file of the record cannot be parsed
+    std::string updatedId(const std::string& id);
+    bool contains(const std::string& id) const { return places_.contains(id); }
+    // Throws a StoreError if there is no such card. The file at the place may be bad.
+    Place placeOf(const std::string& id, Step step) const;
+
+    void add(const std::string& id, const Place& place);
+    void remove(const std::string& id);
+    void list(); // again, after the index changed
+
+private:
+    void makeDistinct(std::vector<std::pair<std::string, Place>>& listed);
+    std::optional<Place> badFileOf(const std::string& id) const;
+    void remember(const std::string& id);
+    void indexUids() const;
+    std::vector<std::string> newCardsOf(const std::string& id) const;
+    using Names = std::unordered_map<std::string, std::string>; // identifier of a file's only or first card, by file name
+    Names::const_iterator inOtherCase(const std::string& name) const;
+    std::optional<std::string> changedInPlace(const std::string& id) const;
+
+    const OpenedCards& cards_;
+    mutable std::vector<std::string> order_;
+    mutable bool listStale_ = false; // order_ still contains removed identifiers
+    std::unordered_map<std::string, Place> places_;
+    // Identifiers that the caller knows from an earlier run, and their UIDs.
+    std::unordered_set<std::string> known_, knownUids_;
+    std::unordered_set<std::string> ambiguous_; // case-folded identifiers that more than one card has
+    std::unordered_set<std::string> marks_;     // identifiers to which this object appended a mark
+    bool anyMarkKnown_ = false;
+    mutable bool uidsIndexed_ = false;
+    mutable std::unordered_map<std::string, std::vector<std::string>> byUid_; // identifiers by UID
+    mutable Names byName_;
+};
+
+} // namespace mb::vcard

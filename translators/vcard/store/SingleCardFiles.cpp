@@ -1,0 +1,135 @@
+#include "SingleCardFiles.h"
+
+#include "Charset.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace mb::vcard {
+
+SingleCard SingleCardFiles::read(const Place& place, Step step)
+{
+    const std::string& name = cards_.index->fileAt(place).name;
+    try {
+        auto ahead = takeAhead(place.file);
+        return ahead ? std::move(*ahead) : readCard(*cards_.folder, name);
+    } catch (const CardFault& fault) {
+        throw cards_.unreadable(name + ", line " + std::to_string(fault.line), fault.text, step);
+    }
+}
+
+std::optional<SingleCard> SingleCardFiles::takeAhead(std::size_t file)
+{
+    constexpr std::size_t kFew = 8, kAhead = 64;               // cards
+    constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024; // octets; larger files would take too much memory
+    const std::vector<FileRecord>& files = cards_.index->files();
+    const bool next = file > lastRead_ && file < lastRead_ + kFew; // files that are not a single card may lie in between
+    lastRead_ = file;
+    inARow_ = next ? inARow_ + 1 : 0;
+    if (inARow_ == 0) ahead_.reset();
+    if (inARow_ < kFew) return std::nullopt;
+    if (!ahead_) {
+        ahead_ = std::make_unique<CardAhead>(*cards_.folder);
+        aheadTo_ = file + 1;
+    }
+    if (ahead_->waiting() < kAhead / 2) {
+        std::vector<std::string> names;
+        for (aheadTo_ = std::max(aheadTo_, file + 1); aheadTo_ < files.size() && names.size() < kAhead; ++aheadTo_) {
+            const FileRecord& f = files[aheadTo_];
+            if (f.cards.empty() && !f.bad() && !f.gone && f.state.size <= kLarge) names.push_back(f.name);
+        }
+        if (!names.empty()) ahead_->want(names);
+    }
+    return ahead_->take(files[file].name);
+}
+
+void SingleCardFiles::giveUpAhead()
+{
+    ahead_.reset();
+    inARow_ = 0;
+}
+
+StoredCard SingleCardFiles::make(const std::string& uuid)
+{
+    StoredCard record;
+    record.id = uuid + ".vcf";
+    record.card = Card::make(uuid, "\r\n");
+    return record;
+}
+
+Place SingleCardFiles::add(StoredCard& record)
+{
+    requireReadBack(cards_, record, record.file.form);
+    FileRecord file;
+    file.name = record.id;
+    file.categories = toUtf8(record.card.get(kCategoriesField));
+    record.state = writeNew(file.name, record.bytes);
+    cards_.unflushed = true;
+    file.state = record.state;
+    file.stamp = record.state.modified;
+    file.uid = uidTokenOf(record.bytes);
+    std::vector<FileRecord>& files = cards_.index->files();
+    files.push_back(std::move(file));
+    cards_.index->noteChanged();
+    return {files.size() - 1, -1};
+}
+
+FileState SingleCardFiles::writeNew(const std::string& name, std::string_view bytes)
+{
+    constexpr std::size_t kFew = 32;
+    if (++added_ > kFew && !drafts_) drafts_ = std::make_unique<DraftsAhead>(*cards_.folder);
+    const auto draft = drafts_ ? drafts_->take() : std::make_unique<Folder::Draft>(*cards_.folder);
+    draft->write(bytes);
+    return draft->place(name);
+}
+
+std::string SingleCardFiles::replace(const Place& place, StoredCard& record, const RecordIds&)
+{
+    requireReadBack(cards_, record, record.file.form);
+    FileRecord& file = cards_.index->fileAt(place);
+    std::string categories = toUtf8(record.card.get(kCategoriesField));
+    record.state = rewrite(file, record);
+    cards_.unflushed = true;
+    file.stamp = cards_.index->nextStamp(record.state.modified, file.stamp);
+    file.categories = std::move(categories);
+    cards_.index->noteWritten(file, record.state);
+    return record.id;
+}
+
+FileState SingleCardFiles::rewrite(const FileRecord& file, const StoredCard& record)
+{
+    if (cards_.folder->stateOf(file.name) != record.state) throw cards_.changedMeanwhile(file, Step::Save);
+    Folder::Draft draft(*cards_.folder);
+    draft.write(closeText(record.file, record.bytes));
+    try {
+        return draft.replaceIfSame(file.name, closeText(record.file, record.onDisk));
+    } catch (const FileError& e) {
+        if (e.why() != FileError::Why::Changed) throw;
+        throw StoreError(Step::Save, std::string(e.what()) + ". Synchronize again.");
+    }
+}
+
+void SingleCardFiles::remove(const Place& place)
+{
+    FileRecord& file = cards_.index->fileAt(place);
+    try {
+        if (cards_.folder->stateOf(file.name) != file.state) throw cards_.changedMeanwhile(file, Step::Delete);
+        cards_.folder->removeIfSame(file.name, file.state);
+    } catch (const FileError& e) {
+        if (e.why() != FileError::Why::Changed) throw;
+        throw StoreError(Step::Delete, std::string(e.what()) + ". Synchronize again.");
+    }
+    cards_.unflushed = true;
+    file.gone = true;
+    cards_.index->noteChanged();
+}
+
+bool SingleCardFiles::commit()
+{
+    drafts_.reset();
+    added_ = 0;
+    return false;
+}
+
+} // namespace mb::vcard
