@@ -23,14 +23,14 @@ bool beginsAnew(const RunState& run, const PerSide<std::u16string>& last)
     if (last.one.empty() && last.two.empty()) return true;
     const auto exchanged = [&](Side side) {
         const std::u16string& recorded = last[side];
-        return run.side(side).DatabaseKnown && !recorded.empty() && !platform::isSamePlace(run.side(side).Database, recorded);
+        return run.side(side).databaseKnown && !recorded.empty() && !platform::isSamePlace(run.side(side).database, recorded);
     };
     return exchanged(Side::One) || exchanged(Side::Two);
 }
 
 HRESULT loadLists(PipelinePass& pass)
 {
-    return pass.run.History->LoadBothSides(pass.side(Side::One).HistoryList, pass.side(Side::Two).HistoryList, pass.run.CategoryPass);
+    return pass.run.history->LoadBothSides(pass.side(Side::One).historyList, pass.side(Side::Two).historyList, pass.run.CategoryPass);
 }
 
 struct Renaming {
@@ -40,12 +40,12 @@ struct Renaming {
 std::vector<Renaming> askOnce(PassSide& side)
 {
     std::vector<Renaming> renamings;
-    side.RenamingUnknown.clear();
-    for (const HistoryEntry& entry : side.HistoryList) {
+    side.renamingUnknown.clear();
+    for (const HistoryEntry& entry : side.historyList) {
         com::Bstr newId;
         const com::Bstr id(entry.Id);
         if (FAILED(side.store.updatedId(id.get(), newId)))
-            side.RenamingUnknown.insert(entry.Id);
+            side.renamingUnknown.insert(entry.Id);
         else if (!newId.empty() && newId.view() != entry.Id)
             renamings.push_back({entry.Id, newId.text()});
     }
@@ -58,9 +58,9 @@ std::vector<Renaming> askOnce(PassSide& side)
 std::vector<Renaming> askForRenamings(PassSide& side)
 {
     std::vector<Renaming> renamings = askOnce(side);
-    if (renamings.empty() && side.RenamingUnknown.empty()) return renamings;
+    if (renamings.empty() && side.renamingUnknown.empty()) return renamings;
     renamings = askOnce(side);
-    return side.RenamingUnknown.empty() ? renamings : askOnce(side);
+    return side.renamingUnknown.empty() ? renamings : askOnce(side);
 }
 
 // Leaves out what would give two records one identifier: the first that asked for it has it, and a record that keeps it has it before that.
@@ -101,20 +101,20 @@ HRESULT ApplyRecordIdUpdates(PipelinePass& pass, Side side, bool& changed)
     if (!own.store.hasUpdater()) return S_OK;
     std::vector<Renaming> renamings = askForRenamings(own);
     for (const Renaming& each : renamings)
-        if (own.RenamingUnknown.contains(each.to)) return failUnknownRenaming(pass, side, each.to);
-    dropCollisions(renamings, own.HistoryList);
+        if (own.renamingUnknown.contains(each.to)) return failUnknownRenaming(pass, side, each.to);
+    dropCollisions(renamings, own.historyList);
     if (renamings.empty()) return S_OK;
     changed = true;
-    rename(*pass.run.History, side, renamings);
+    rename(*pass.run.history, side, renamings);
     // A store may forget the renamings that it saved, so they stay unsaved until it could tell all of them.
-    if (own.RenamingUnknown.empty()) own.store.saveUpdatedIds();
+    if (own.renamingUnknown.empty()) own.store.saveUpdatedIds();
     return S_OK;
 }
 
 HRESULT updateRecordIds(PipelinePass& pass, bool& changed)
 {
     for (const Side side : bothSides) {
-        const GUID& id = pass.run.side(side).Id;
+        const GUID& id = pass.run.side(side).id;
         // These two stores changed their identifiers once, which a history of version 3 has seen.
         if (pass.run.HistoryVersion >= 3 && (id == goldMineTranslator || id == goldMineCorporateTranslator)) continue;
         const HRESULT hr = ApplyRecordIdUpdates(pass, side, changed);
@@ -130,12 +130,12 @@ HRESULT loadKnownRecords(PipelinePass& pass)
     if (SUCCEEDED(hr)) hr = updateRecordIds(pass, changed);
     if (FAILED(hr) || !changed) return hr;
     // The second time without progress.
-    const auto sink = pass.run.History->exchangeSink(nullptr);
+    const auto sink = pass.run.history->exchangeSink(nullptr);
     hr = loadLists(pass);
-    (void)pass.run.History->exchangeSink(sink);
+    (void)pass.run.history->exchangeSink(sink);
     // A history of version 4 stays one: of a lower version the next run would compare no pictures, and could write an old one over a new
     // one.
-    if (pass.run.HistoryVersion < 3) (void)pass.run.History->SetVersion(3);
+    if (pass.run.HistoryVersion < 3) (void)pass.run.history->SetVersion(3);
     return hr;
 }
 
@@ -151,8 +151,8 @@ std::u16string givenDatabase(const PassSide& side)
 // A transfer's records stand under the names of both databases. Those of a former version go on under the names that they have.
 void chooseTransferSections(PipelinePass& pass)
 {
-    CSyncHistory& history = *pass.run.History;
-    const std::u16string &told1 = pass.run.side(Side::One).Database, &told2 = pass.run.side(Side::Two).Database;
+    CSyncHistory& history = *pass.run.history;
+    const std::u16string &told1 = pass.run.side(Side::One).database, &told2 = pass.run.side(Side::Two).database;
     const std::u16string given1 = givenDatabase(pass.side(Side::One)), given2 = givenDatabase(pass.side(Side::Two));
     for (const auto& [first, second] :
          {std::pair(&told1, &told2), std::pair(&given1, &told2), std::pair(&told1, &given2), std::pair(&given1, &given2)})
@@ -162,13 +162,6 @@ void chooseTransferSections(PipelinePass& pass)
 
 } // namespace
 
-HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id)
-{
-    return failStore(
-        pass, side,
-        Format(u"%s could not tell whether the record %s has another identifier now. Nothing was written.", pass.run.side(side).Name, id));
-}
-
 HRESULT AnalyzeHistory(PipelinePass& pass)
 {
     RunState& run = pass.run;
@@ -177,16 +170,16 @@ HRESULT AnalyzeHistory(PipelinePass& pass)
     if (run.transferring()) chooseTransferSections(pass);
 
     PerSide<std::u16string> last; // the recorded names
-    for (const Side side : bothSides) (void)run.History->GetDatabase(sectionOf(side), last[side]);
+    for (const Side side : bothSides) (void)run.history->GetDatabase(sectionOf(side), last[side]);
     HRESULT hr = S_OK;
-    pass.FirstSync = run.HistoryVoid = beginsAnew(run, last);
+    pass.FirstSync = run.historyObsolete = beginsAnew(run, last);
     if (pass.FirstSync) {
         pass.HasHistory = false;
         WriteLogResource(logProgress, last.one.empty() || last.two.empty() ? Text::FirstSync : Text::DatabaseChanged);
     } else {
         hr = loadKnownRecords(pass);
     }
-    if (pass.HasHistory && pass.side(Side::One).HistoryList.empty() && pass.side(Side::Two).HistoryList.empty()) pass.HasHistory = false;
+    if (pass.HasHistory && pass.side(Side::One).historyList.empty() && pass.side(Side::Two).historyList.empty()) pass.HasHistory = false;
     return hr;
 }
 

@@ -48,7 +48,7 @@ public:
           writtenFields_(writtenFields), sourceKey_(recordId), isNew_(!targetId), matched_(task.Kind == TaskMatched)
     {
         if (targetId) targetKey_ = com::Bstr(*targetId);
-        hostUpdate_ = source == Side::Two && run_.side(Side::One).Id == hostTranslator && target_.store.hasFields() && targetId;
+        hostUpdate_ = source == Side::Two && run_.side(Side::One).id == hostTranslator && target_.store.hasFields() && targetId;
     }
 
     HRESULT run()
@@ -77,7 +77,7 @@ private:
     struct FieldStep {
         std::size_t index = 0; // of the mapped pair
         GUID sourceField{}, targetField{};
-        LONG S = 0, T = 0; // the field types
+        LONG sourceType = 0, targetType = 0;
         bool WriteIt = false, written = false;
         com::Variant value;
         [[nodiscard]] std::u16string_view text() const noexcept { return value.text(); }
@@ -97,16 +97,16 @@ private:
             step.index = i;
             step.sourceField = sourceFields[i];
             step.targetField = targetFields[i];
-            if (FAILED(source_.fieldType(i, step.S))) continue;
-            if (FAILED(target_.fieldType(i, step.T))) continue;
-            TargetTypes[i] = step.T;
-            step.WriteIt = !matched_ && selected(step.S);
+            if (FAILED(source_.fieldType(i, step.sourceType))) continue;
+            if (FAILED(target_.fieldType(i, step.targetType))) continue;
+            TargetTypes[i] = step.targetType;
+            step.WriteIt = !matched_ && selected(step.sourceType);
             findValue(step, hr);
             if (FAILED(hr)) return;
             EmptyValues[i] = step.text().empty();
             if (step.WriteIt) write(step, hr);
             if (FAILED(hr)) return; // or the next value that can be read would hide it, and the record go without the field for good
-            if (!step.written && isImageType(step.T)) lookAtTargetImage(step);
+            if (!step.written && isImageType(step.targetType)) lookAtTargetImage(step);
             remember(step);
         }
     }
@@ -120,36 +120,37 @@ private:
 
     void findValue(FieldStep& step, HRESULT& hr)
     {
-        const bool image = isImageType(step.S);
-        const std::u16string* changed = valueIn(task_.Changes.get(), step.S);
-        const auto cached = image || !task_.Values ? std::nullopt : task_.Values->find(step.S);
+        const bool image = isImageType(step.sourceType);
+        const std::u16string* changed = valueIn(task_.Changes.get(), step.sourceType);
+        const auto cached = image || !task_.Values ? std::nullopt : task_.Values->find(step.sourceType);
         if (changed && !image) {
             step.value = com::Variant(*changed);
         } else if (changed && !step.WriteIt) {
-            images_[step.S].has = *changed == u"1";
-            if (const auto* size = valueIn(task_.Changes.get(), sizeTypeOf(step.S))) images_[step.S].size = platform::toInt64(*size);
+            images_[step.sourceType].has = *changed == u"1";
+            if (const auto* size = valueIn(task_.Changes.get(), sizeTypeOf(step.sourceType)))
+                images_[step.sourceType].size = platform::toInt64(*size);
         } else if (cached) {
             step.value = com::Variant(*cached);
         } else if (step.WriteIt || !image || !source_.store.hasImages()) {
             hr = source_.store.read(sourceKey_.get(), step.sourceField, step.value);
             if (FAILED(hr)) step.value = com::Variant();
-            if (image) images_[step.S].has = !step.text().empty();
+            if (image) images_[step.sourceType].has = !step.text().empty();
             if (image && (sourceCaps_.value_or(0) & imageFileCaps)) imageFiles_.add(step.value);
         } else {
-            (void)source_.store.hasImage(sourceKey_.get(), step.sourceField, images_[step.S].has);
+            (void)source_.store.hasImage(sourceKey_.get(), step.sourceField, images_[step.sourceType].has);
         }
-        if (image && images_[step.S].size < 0 && source_.store.hasImages())
-            images_[step.S].size = source_.store.imageSize(sourceKey_.get(), step.sourceField).value_or(-1);
+        if (image && images_[step.sourceType].size < 0 && source_.store.hasImages())
+            images_[step.sourceType].size = source_.store.imageSize(sourceKey_.get(), step.sourceField).value_or(-1);
     }
 
     void write(FieldStep& step, HRESULT& hr)
     {
         if (isNew_ && step.text().empty()) { // a new record gets no empty value
-            if (isImageType(step.S)) targetImageStates_[step.T].has = false;
+            if (isImageType(step.sourceType)) targetImageStates_[step.targetType].has = false;
             return;
         }
         if (step.value.vt == VT_EMPTY) step.value = com::Variant(u"");
-        if (isImageType(step.S)) {
+        if (isImageType(step.sourceType)) {
             if (!sourceCaps_ || !targetCaps_) { // the form of the picture is not known
                 hr = E_FAIL;
                 return;
@@ -168,17 +169,17 @@ private:
         if (FAILED(hr)) return;
         step.written = true;
         writtenFields_.push_back(step.index);
-        written_.insert(step.T);
-        if (isImageType(step.T)) written_.insert(sizeTypeOf(step.T));
-        if (isImageType(step.T)) targetImageStates_[step.T].has = !step.text().empty();
-        if (hostUpdate_ && !isNew_) units_.noteWritten(step.T);
+        written_.insert(step.targetType);
+        if (isImageType(step.targetType)) written_.insert(sizeTypeOf(step.targetType));
+        if (isImageType(step.targetType)) targetImageStates_[step.targetType].has = !step.text().empty();
+        if (hostUpdate_ && !isNew_) units_.noteWritten(step.targetType);
     }
 
     // A file on the way is the engine's own, given by the source or made here. The target has until the end of the record to read it.
     void convertImage(FieldStep& step)
     {
         const std::int64_t size = ConvertImageValue(step.value, *sourceCaps_, *targetCaps_, true);
-        if (isImageType(step.T)) targetImageStates_[step.T].size = size;
+        if (isImageType(step.targetType)) targetImageStates_[step.targetType].size = size;
         if (NamesImageFile(*sourceCaps_, *targetCaps_)) imageFiles_.add(step.value);
     }
 
@@ -186,14 +187,14 @@ private:
     void leaveImage(FieldStep& step)
     {
         step.WriteIt = false;
-        source_.Unread[recordId_].fields.push_back(step.S);
-        targetImageStates_[step.T] = {};
+        source_.unread[recordId_].fields.push_back(step.sourceType);
+        targetImageStates_[step.targetType] = {};
     }
 
     // These two stores take phone numbers in one form only.
     bool isPhoneForAct(const FieldStep& step)
     {
-        const GUID& target = run_.side(Side::Two).Id;
+        const GUID& target = run_.side(Side::Two).id;
         if (targetSide_ != Side::Two || (target != actTranslator && target != secondActTranslator)) return false;
         ULONG sourceFlags = 0, targetFlags = 0;
         return SUCCEEDED(source_.store.fieldFlags(step.sourceField, sourceFlags)) &&
@@ -202,9 +203,9 @@ private:
 
     void lookAtTargetImage(const FieldStep& step)
     {
-        ImageState& image = targetImageStates_[step.T];
+        ImageState& image = targetImageStates_[step.targetType];
         if (matched_)
-            image.has = images_[step.S].has;
+            image.has = images_[step.sourceType].has;
         else if (target_.store.hasImages())
             (void)target_.store.hasImage(targetKey_.get(), step.targetField, image.has);
         if (image.size < 0 && target_.store.hasImages())
@@ -213,12 +214,12 @@ private:
 
     void remember(const FieldStep& step)
     {
-        if (isImageType(step.S)) {
-            rememberImage(SourceData, step.S, images_[step.S]);
+        if (isImageType(step.sourceType)) {
+            rememberImage(SourceData, step.sourceType, images_[step.sourceType]);
             return;
         }
-        SourceData[step.S] = step.text();
-        if (!step.WriteIt) KeptValues[step.T] = step.text();
+        SourceData[step.sourceType] = step.text();
+        if (!step.WriteIt) KeptValues[step.targetType] = step.text();
     }
 
     HRESULT save()
@@ -228,18 +229,18 @@ private:
         guard_.engage();
         targetIdOut_ = targetKey_.text();
         // What the search for duplicates read of the target record is out of date now.
-        if (const auto written = FindTask(target_.Tasks, *targetIdOut_); written != target_.Tasks.end()) written->second.Values.reset();
+        if (const auto written = FindTask(target_.tasks, *targetIdOut_); written != target_.tasks.end()) written->second.Values.reset();
         keepUnread(sourceSide_, recordId_, SourceData);
-        (void)run_.History->WriteFieldData(sectionOf(sourceSide_), recordId_, SourceData, false, false);
+        (void)run_.history->WriteFieldData(sectionOf(sourceSide_), recordId_, SourceData, false, false);
         return hr;
     }
 
     // The history of a field that the scan could not read stays as it was, so that the next run finds its change.
     void keepUnread(Side side, const std::u16string& id, FieldValueMap& values)
     {
-        const auto unread = pass_.side(side).Unread.find(id);
+        const auto unread = pass_.side(side).unread.find(id);
         FieldValueMap stored;
-        if (unread == pass_.side(side).Unread.end() || FAILED(run_.History->ReadFieldData(sectionOf(side), id, stored))) return;
+        if (unread == pass_.side(side).unread.end() || FAILED(run_.history->ReadFieldData(sectionOf(side), id, stored))) return;
         const auto keep = [&](LONG type) {
             if (side == targetSide_ && written_.contains(type)) return;
             if (const auto at = stored.find(type); at != stored.end())
@@ -267,7 +268,7 @@ private:
         FieldValueMap held;
         if (FAILED(reading.result()) || !readTargetFields(held)) return;
         keepUnread(targetSide_, targetKey_.text(), held);
-        (void)run_.History->WriteFieldData(sectionOf(targetSide_), targetKey_.text(), held, false, false);
+        (void)run_.history->WriteFieldData(sectionOf(targetSide_), targetKey_.text(), held, false, false);
     }
 
     bool readTargetFields(FieldValueMap& held)

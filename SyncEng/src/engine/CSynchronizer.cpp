@@ -42,10 +42,10 @@ void StoreOutlookExpressDatabase(const GUID& translatorId, std::u16string_view d
 // The locks of the stores of one map's run, released at its end. A run in the midst of another one, of the same thread, has its own.
 class OwnLocks {
 public:
-    explicit OwnLocks(RunState& run) noexcept : run_(run), outer_(std::exchange(run.Locks, {})) {}
+    explicit OwnLocks(RunState& run) noexcept : run_(run), outer_(std::exchange(run.locks, {})) {}
     OwnLocks(const OwnLocks&) = delete;
     OwnLocks& operator=(const OwnLocks&) = delete;
-    ~OwnLocks() { run_.Locks = std::move(outer_); }
+    ~OwnLocks() { run_.locks = std::move(outer_); }
 
 private:
     RunState& run_;
@@ -97,7 +97,7 @@ HRESULT STDMETHODCALLTYPE CSynchronizer::Initialize(HWND hwndParent, VARIANT_BOO
 {
     return com::guarded([&] {
         run_.ParentWindow = hwndParent;
-        for (const Side side : {Side::One, Side::Two}) run_.side(side).Reconfigure = bReconfig;
+        for (const Side side : {Side::One, Side::Two}) run_.side(side).reconfigure = bReconfig;
         run_.EventSink = firstSink();
         platform::prepareListViews();
         run_.FieldMap.reset();
@@ -166,18 +166,18 @@ HRESULT CSynchronizer::lockMap(StoreLock& lock, const GUID& map)
 
 template <class Run> HRESULT CSynchronizer::runReported(const GUID& map, Run&& run)
 {
-    run_.Report.begin(run_.EventSink, map);
+    run_.report.begin(run_.EventSink, map);
     HRESULT hr = com::guarded(run);
     while (runsAgain(hr)) {
-        run_.Report.startOver();
+        run_.report.startOver();
         hr = com::guarded(run);
     }
     if (SUCCEEDED(hr))
-        run_.Report.end(reDone, hr, {});
+        run_.report.end(reDone, hr, {});
     else if (hr == E_ABORT)
-        run_.Report.end(run_.Abort, hr, {});
+        run_.report.end(run_.abortMeaning, hr, {});
     else
-        run_.Report.end(hr == codeDeletionsRefused ? reRefused : reFailed, hr, FailureText(run_, hr));
+        run_.report.end(hr == codeDeletionsRefused ? reRefused : reFailed, hr, FailureText(run_, hr));
     return hr;
 }
 
@@ -190,10 +190,10 @@ HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
         std::u16string database;
         if (SUCCEEDED(currentDatabase2(trMap, map, database))) StoreOutlookExpressDatabase(id2, database);
     }
-    run_.OnlyPlanned = false;
+    run_.onlyPlanned = false;
     std::shared_ptr<CSyncHistory> contactHistory;
     HRESULT hr = SyncOneMap(run_, contactHistory);
-    if (run_.CategoryPass && (SUCCEEDED(hr) || run_.OnlyPlanned)) {
+    if (run_.CategoryPass && (SUCCEEDED(hr) || run_.onlyPlanned)) {
         run_.ContactPassPending = true;
         run_.CategoryPass = false;
         hr = SyncOneMap(run_, contactHistory);
@@ -203,8 +203,8 @@ HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
 
 void CSynchronizer::forgetFailedSide()
 {
-    run_.Error.FailedTranslator = GUID_NULL;
-    run_.Error.FailedSide.reset();
+    run_.error.FailedTranslator = GUID_NULL;
+    run_.error.failedSide.reset();
 }
 
 bool CSynchronizer::runsAgain(HRESULT hr)
@@ -269,7 +269,7 @@ bool CSynchronizer::linksAny(const GUID& map)
 {
     CSyncHistory history(nullptr);
     if (FAILED(history.Open(map))) return true; // an unreadable history may hold links
-    history.SetSectionSuffix(run_.side(Side::One).Database, run_.side(Side::Two).Database);
+    history.SetSectionSuffix(run_.side(Side::One).database, run_.side(Side::Two).database);
     std::vector<std::u16string> ids;
     return FAILED(history.ListRecords(sectionOf(Side::One), ids)) || !ids.empty();
 }
@@ -290,10 +290,10 @@ HRESULT CSynchronizer::runTransfer(ITrMap* trMap, const GUID& target, const GUID
     if (FAILED(hr)) return hr;
 
     std::u16string database2;
-    if (FAILED(currentDatabase2(trMap, target, database2)) || database2.empty()) run_.side(Side::Two).Reconfigure = VARIANT_TRUE;
+    if (FAILED(currentDatabase2(trMap, target, database2)) || database2.empty()) run_.side(Side::Two).reconfigure = VARIANT_TRUE;
     StoreOutlookExpressDatabase(id2, database2);
-    run_.side(Side::One).Id = hostTranslator;
-    run_.side(Side::Two).Id = id2;
+    run_.side(Side::One).id = hostTranslator;
+    run_.side(Side::Two).id = id2;
     hr = LockStores(run_, {run_.TransferFile, database2});
     if (FAILED(hr)) return hr;
     return runReported(target, [&] {
@@ -310,8 +310,8 @@ HRESULT STDMETHODCALLTYPE CSynchronizer::GetLastError(VARIANT* lpvtCode, BSTR* p
     VariantInit(lpvtCode);
     *ppMessage1 = *ppMessage2 = nullptr;
     return com::guarded([&] {
-        com::check(VariantCopy(lpvtCode, &run_.Error.LastErrorCode));
-        com::Bstr message1(run_.Error.LastErrorMessage1), message2(run_.Error.LastErrorMessage2);
+        com::check(VariantCopy(lpvtCode, &run_.error.LastErrorCode));
+        com::Bstr message1(run_.error.LastErrorMessage1), message2(run_.error.LastErrorMessage2);
         *ppMessage1 = message1.detach();
         *ppMessage2 = message2.detach();
     });

@@ -4,7 +4,6 @@
 #include "engine/EngineCodes.h"
 #include "engine/PlanChanges.h"
 #include "engine/RecordChanges.h"
-#include "engine/ResolveConflicts.h"
 #include "foundation/SilentMode.h"
 
 namespace mb {
@@ -19,26 +18,26 @@ std::unique_ptr<FieldValueMap> changeSet(PipelinePass& pass, Side side, const st
 
 void settle(PipelinePass& pass, Side side)
 {
-    for (auto& [id, task] : pass.side(side).Tasks) {
+    for (auto& [id, task] : pass.side(side).tasks) {
         if (!task.MappedId || task.Settled) continue;
         if (wantsChangeSet(task)) task.Changes = changeSet(pass, side, id, task);
         if (!task.Changes) task.Changes = std::make_unique<FieldValueMap>();
-        task.Settled = 1;
+        task.Settled = true;
     }
 }
 
 bool wantsConfirmation(PipelinePass& pass)
 {
-    const MapOptions& options = pass.run.Options;
+    const MapOptions& options = pass.run.options;
     if (SilentMode || !(options.ConfirmAdds || options.ConfirmUpdates || options.ConfirmDeletes)) return false;
-    return !pass.side(Side::One).Tasks.empty() || !pass.side(Side::Two).Tasks.empty() || !pass.run.UnverifiedRecords.empty();
+    return !pass.side(Side::One).tasks.empty() || !pass.side(Side::Two).tasks.empty() || !pass.UnverifiedRecords.empty();
 }
 
 HRESULT askUser(RunState& run, const PlannedChanges& changes)
 {
     CConfirmationDlg dialog(changes);
     const int ending = ShowDialog(dialog, run.ParentWindow);
-    if (dialog.unanswered()) run.Abort = reUnanswered;
+    if (dialog.unanswered()) run.abortMeaning = reUnanswered;
     switch (ending) {
     case idOk: return S_OK;
     case idReSync: run.ResyncRequested = true; return codeReSync;
@@ -50,7 +49,7 @@ HRESULT askUser(RunState& run, const PlannedChanges& changes)
 
 HRESULT ConfirmChanges(PipelinePass& pass)
 {
-    FillFieldTypes(pass);
+    pass.fillFieldTypes();
     settle(pass, Side::One);
     settle(pass, Side::Two);
     const Plan plan(pass);
@@ -61,7 +60,7 @@ HRESULT ConfirmChanges(PipelinePass& pass)
 
 void LoadTargetFields(PipelinePass& pass)
 {
-    for (auto& [id, task] : pass.side(Side::Two).Tasks)
+    for (auto& [id, task] : pass.side(Side::Two).tasks)
         if (wantsChangeSet(task)) task.Changes = changeSet(pass, Side::Two, id, task);
 }
 

@@ -25,20 +25,21 @@ class Detection {
 public:
     Detection(PipelinePass& pass, ConflictTable& conflicts)
         : pass_(pass), run_(pass.run), conflicts_(conflicts),
-          inDoubt_(run_.History && (run_.History->BatchInDoubt(u"Trans1") || run_.History->BatchInDoubt(u"Trans2")))
+          inDoubt_(run_.history && (run_.history->BatchInDoubt(u"Trans1") || run_.history->BatchInDoubt(u"Trans2")))
     {
     }
 
-    HRESULT examine(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
+    HRESULT examine(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
     {
         // A pair stays as the first look at it left it, for the rest of the run: what was settled is not asked again, by another rule.
-        if (e1.PairExamined && e2.PairExamined) return S_OK;
-        e1.PairExamined = e2.PairExamined = true;
-        if (!e1.Changes && !e2.Changes && e1.Kind != TaskDelete && e2.Kind != TaskDelete) return examineChangedPair(id1, e1, id2, e2);
-        if (e1.Changes || e2.Changes)
-            examineReadPair(id1, e1, id2, e2);
+        if (task1.pairExamined && task2.pairExamined) return S_OK;
+        task1.pairExamined = task2.pairExamined = true;
+        if (!task1.Changes && !task2.Changes && task1.Kind != TaskDelete && task2.Kind != TaskDelete)
+            return examineChangedPair(id1, task1, id2, task2);
+        if (task1.Changes || task2.Changes)
+            examineReadPair(id1, task1, id2, task2);
         else
-            add(id1, {id2, true, deleteAction(e1)});
+            add(id1, {id2, true, deleteAction(task1)});
         return S_OK;
     }
 
@@ -47,14 +48,14 @@ private:
     void add(const std::u16string& id1, Conflict&& conflict) { conflicts_.try_emplace(id1, std::move(conflict)); }
 
     // Wanted: where all changes are to be added the changed side survives, by the option for conflicts and not by that for deletions.
-    LONG deleteAction(const RecordTask& e1) const
+    LONG deleteAction(const RecordTask& task1) const
     {
-        if (run_.Options.ConflictResolution != croAddAll) return run_.Options.DelConflictResolution;
-        return e1.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
+        if (run_.options.ConflictResolution != croAddAll) return run_.options.DelConflictResolution;
+        return task1.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
     }
 
     // What cannot be read may be in conflict: the run ends, or each side would overwrite what the other one changed.
-    HRESULT examineChangedPair(const std::u16string& id1, RecordTask& e1, const std::u16string& id2, RecordTask& e2)
+    HRESULT examineChangedPair(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
     {
         PerSide<FieldValueMap> changes;
         bool lost = false;
@@ -62,7 +63,7 @@ private:
             HRESULT failure = S_OK;
             const std::u16string& id = side == Side::One ? id1 : id2;
             changes[side] =
-                ReadRecordChanges(pass_, side, id, ReadErrors::SkipField, (side == Side::One ? e1 : e2).FieldMapRemapped, &failure);
+                ReadRecordChanges(pass_, side, id, ReadErrors::SkipField, (side == Side::One ? task1 : task2).FieldMapRemapped, &failure);
             if (SUCCEEDED(failure) && changes[side].empty()) {
                 // The history has no values of the record: any field may have changed, and an empty set would send them all.
                 lost = true;
@@ -75,13 +76,13 @@ private:
         }
         if (!lost && inDoubt_ && dropEqual(changes)) {
             // Without a change left a task only links: an empty change set would send every field.
-            if (changes.one.empty()) e1.Kind = TaskMatched;
-            if (changes.two.empty()) e2.Kind = TaskMatched;
+            if (changes.one.empty()) task1.Kind = TaskMatched;
+            if (changes.two.empty()) task2.Kind = TaskMatched;
         }
-        const bool conflict = lost ? valuesDiffer(changes.one, changes.two) : ChangesOverlap(changes.one, changes.two, run_.FieldTypes);
-        if (conflict) add(id1, {id2, false, run_.Options.ConflictResolution});
-        e1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
-        e2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
+        const bool conflict = lost ? valuesDiffer(changes.one, changes.two) : ChangesOverlap(changes.one, changes.two, pass_.fieldTypes);
+        if (conflict) add(id1, {id2, false, run_.options.ConflictResolution});
+        task1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
+        task2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
         return S_OK;
     }
 
@@ -91,14 +92,14 @@ private:
     {
         std::vector<LONG> equal;
         for (const auto& [type, value] : changes.one) {
-            const auto other = changes.two.find(mappedType(&run_.FieldTypes, type));
+            const auto other = changes.two.find(mappedType(&pass_.fieldTypes, type));
             if (!isImageType(type) && other != changes.two.end() &&
                 platform::compareNoCase(TrimFieldValue(value), TrimFieldValue(other->second)) == 0)
                 equal.push_back(type);
         }
         for (const LONG type : equal) {
             changes.one.erase(type);
-            changes.two.erase(mappedType(&run_.FieldTypes, type));
+            changes.two.erase(mappedType(&pass_.fieldTypes, type));
         }
         return !equal.empty();
     }
@@ -106,24 +107,24 @@ private:
     bool valuesDiffer(const FieldValueMap& values1, const FieldValueMap& values2) const
     {
         return std::any_of(values1.begin(), values1.end(), [&](const auto& field) {
-            const auto other = values2.find(mappedType(&run_.FieldTypes, field.first));
+            const auto other = values2.find(mappedType(&pass_.fieldTypes, field.first));
             return other != values2.end() && other->second != field.second; // they would be exchanged
         });
     }
 
     // A pair that a search for duplicates made, or that an earlier call has read. Wanted: the options are not consulted.
-    void examineReadPair(const std::u16string& id1, const RecordTask& e1, const std::u16string& id2, const RecordTask& e2)
+    void examineReadPair(const std::u16string& id1, const RecordTask& task1, const std::u16string& id2, const RecordTask& task2)
     {
-        if (!e1.Changes || !e2.Changes || e1.Changes->empty() || e2.Changes->empty()) return;
-        const bool hasImage = e1.Changes->contains(ftImage1) || e1.Changes->contains(ftImage2);
-        if (!hasImage || anyMappedFieldIn(*e1.Changes, *e2.Changes)) add(id1, {id2, false, croNotify});
+        if (!task1.Changes || !task2.Changes || task1.Changes->empty() || task2.Changes->empty()) return;
+        const bool hasImage = task1.Changes->contains(ftImage1) || task1.Changes->contains(ftImage2);
+        if (!hasImage || anyMappedFieldIn(*task1.Changes, *task2.Changes)) add(id1, {id2, false, croNotify});
     }
 
     bool anyMappedFieldIn(const FieldValueMap& changes1, const FieldValueMap& changes2) const
     {
         return std::any_of(changes1.begin(), changes1.end(), [&](const auto& field) {
-            const auto mapped = run_.FieldTypes.find(field.first);
-            return mapped != run_.FieldTypes.end() && changes2.contains(mapped->second);
+            const auto mapped = pass_.fieldTypes.find(field.first);
+            return mapped != pass_.fieldTypes.end() && changes2.contains(mapped->second);
         });
     }
 
@@ -137,15 +138,15 @@ private:
 
 HRESULT DetectConflicts(PipelinePass& pass, StageProgress& progress, ConflictTable& conflicts)
 {
-    TaskList &tasks1 = pass.side(Side::One).Tasks, &tasks2 = pass.side(Side::Two).Tasks;
+    TaskList &tasks1 = pass.side(Side::One).tasks, &tasks2 = pass.side(Side::Two).tasks;
     const PartnersOf partners = indexPartners(tasks2);
     const double step = 50.0 / static_cast<double>(tasks1.size());
     Detection detection(pass, conflicts);
-    for (auto& [id1, e1] : tasks1) {
-        if (!e1.MappedId || e1.Settled) continue;
+    for (auto& [id1, task1] : tasks1) {
+        if (!task1.MappedId || task1.Settled) continue;
         if (const auto found = partners.find(platform::lowered(id1)); found != partners.end())
-            for (const TaskList::iterator e2 : found->second) {
-                const HRESULT hr = detection.examine(id1, e1, e2->first, e2->second);
+            for (const TaskList::iterator task2 : found->second) {
+                const HRESULT hr = detection.examine(id1, task1, task2->first, task2->second);
                 if (FAILED(hr)) return hr;
             }
         if (progress.advance(step) == E_ABORT) return E_ABORT;

@@ -95,7 +95,7 @@ bool takeError(ErrorState& error, const ErrorSource& source)
     const bool hasCode = error.LastErrorCode.vt != VT_EMPTY && error.LastErrorCode.uiVal != 0;
     if (!hasCode && error.LastErrorMessage1.empty()) return false;
     error.FailedTranslator = source.id;
-    error.FailedSide = source.side;
+    error.failedSide = source.side;
     return true;
 }
 
@@ -143,32 +143,39 @@ void chargeFailure(PipelinePass& pass, Side side)
 {
     const Side other = otherSide(side);
     chargeTo(pass.run, side);
-    FetchTranslatorError(pass.run.Error, {pass.side(side).store.translator(), pass.run.side(side).Id, side},
-                         {pass.side(other).store.translator(), pass.run.side(other).Id, other});
+    FetchTranslatorError(pass.run.error, {pass.side(side).store.translator(), pass.run.side(side).id, side},
+                         {pass.side(other).store.translator(), pass.run.side(other).id, other});
 }
 
 HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence)
 {
     WriteLogText(logFailures, u"%s", sentence);
     chargeFailure(pass, side);
-    if (pass.run.Error.LastErrorMessage1.empty()) pass.run.Error.LastErrorMessage1 = sentence;
+    if (pass.run.error.LastErrorMessage1.empty()) pass.run.error.LastErrorMessage1 = sentence;
     return E_FAIL;
+}
+
+HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id)
+{
+    return failStore(
+        pass, side,
+        Format(u"%s could not tell whether the record %s has another identifier now. Nothing was written.", pass.run.side(side).name, id));
 }
 
 void chargeTo(RunState& run, Side side)
 {
-    run.Error.FailedTranslator = run.side(side).Id;
-    run.Error.FailedSide = side;
+    run.error.FailedTranslator = run.side(side).id;
+    run.error.failedSide = side;
 }
 
 std::u16string FailureText(const RunState& run, HRESULT hr)
 {
-    const GUID& failed = run.Error.FailedTranslator;
-    const std::optional<Side> side = run.Error.FailedSide;
-    if (failed == GUID_NULL) return failureText(run.Error, hr, LoadText(Text::ProductCaption));
+    const GUID& failed = run.error.FailedTranslator;
+    const std::optional<Side> side = run.error.failedSide;
+    if (failed == GUID_NULL) return failureText(run.error, hr, LoadText(Text::ProductCaption));
     // Two stores of one translator are told apart by the name that the run gives them.
-    const bool named = side && run.side(*side).Id == failed && !run.side(*side).Name.empty();
-    return failureText(run.Error, hr, named ? run.side(*side).Name : translatorName(failed, false));
+    const bool named = side && run.side(*side).id == failed && !run.side(*side).name.empty();
+    return failureText(run.error, hr, named ? run.side(*side).name : translatorName(failed, false));
 }
 
 void ReportFailure(const RunState& run, HRESULT hr)
@@ -185,25 +192,25 @@ HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<IT
 {
     HRESULT hr = S_OK;
     const bool missing = !translators.one || !translators.two;
-    if (missing && run.Error.LastErrorCode.vt == VT_EMPTY && run.Error.LastErrorMessage1.empty()) {
+    if (missing && run.error.LastErrorCode.vt == VT_EMPTY && run.error.LastErrorMessage1.empty()) {
         const Side culprit = loadFailed.one ? Side::One : loadFailed.two || !translators.two ? Side::Two : Side::One;
-        std::u16string name = run.side(culprit).Name;
+        std::u16string name = run.side(culprit).name;
         if (name.empty() && trMap) {
             com::Bstr longName;
-            (void)com::call(trMap, &ITrMap::GetName, run.side(culprit).Id, VARIANT_TRUE, longName.put());
+            (void)com::call(trMap, &ITrMap::GetName, run.side(culprit).id, VARIANT_TRUE, longName.put());
             name = longName.text();
         }
-        run.Error.LastErrorMessage1 = Format(LoadText(Text::TranslatorInitializeFailed), name, name);
+        run.error.LastErrorMessage1 = Format(LoadText(Text::TranslatorInitializeFailed), name, name);
         hr = codeNotInstalled;
     }
-    SaveScope scope(run.History->store());
+    SaveScope scope(run.history->store());
     // Under the names that follow, the entries of other stores would pass for these stores' own, and all their records for deleted.
-    if (run.HistoryVoid) (void)run.History->Clear();
+    if (run.historyObsolete) (void)run.history->Clear();
     for (const Side side : {Side::One, Side::Two}) {
         // A name that this run has not learned leaves the recorded one, or the next run would begin anew.
-        if (run.side(side).DatabaseKnown) (void)run.History->SetDatabase(sectionOf(side), run.side(side).Database);
-        (void)run.History->SetLastSyncTime(sectionOf(side), platform::localNow());
-        (void)run.History->SetLastSyncStatus(sectionOf(side), 0);
+        if (run.side(side).databaseKnown) (void)run.history->SetDatabase(sectionOf(side), run.side(side).database);
+        (void)run.history->SetLastSyncTime(sectionOf(side), platform::localNow());
+        (void)run.history->SetLastSyncStatus(sectionOf(side), 0);
     }
     return hr;
 }

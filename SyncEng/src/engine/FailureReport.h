@@ -24,6 +24,9 @@ void chargeFailure(PipelinePass& pass, Side side);
 // sentence where the store tells no error of its own. Returns E_FAIL.
 HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence);
 
+// The same for a store that does not have the known record `id` and could not tell whether it renamed it. Returns E_FAIL.
+HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id);
+
 // The message of a failed run, as the user gets it; empty for a code without one.
 std::u16string FailureText(const RunState& run, HRESULT hr);
 

@@ -41,7 +41,7 @@ void appendNumber(std::u16string& text, std::size_t number)
 bool nothingToSearch(const PipelinePass& pass)
 {
     for (const Side side : {Side::One, Side::Two})
-        if (pass.sides[side].Tasks.empty() || !pass.run.side(side).HasAdditions) return true;
+        if (pass.sides[side].tasks.empty() || !pass.sides[side].hasAdditions) return true;
     return false;
 }
 
@@ -94,13 +94,13 @@ private:
         for (LONG i = 0; i < count; ++i) {
             com::Bstr id;
             if (SUCCEEDED(one_.store.identifierAt(i, id))) {
-                const HRESULT hr = indexOne(FindTask(one_.Tasks, id.text()));
+                const HRESULT hr = indexOne(FindTask(one_.tasks, id.text()));
                 if (FAILED(hr)) return hr;
             }
             if (progress.advance(100.0 / count) == E_ABORT) return E_ABORT;
         }
         // A record that the store did not list this time is known by its task.
-        for (auto at = one_.Tasks.begin(); at != one_.Tasks.end(); ++at) {
+        for (auto at = one_.tasks.begin(); at != one_.tasks.end(); ++at) {
             const HRESULT hr = indexOne(at);
             if (FAILED(hr)) return hr;
         }
@@ -109,7 +109,7 @@ private:
 
     HRESULT indexOne(TaskList::iterator task)
     {
-        if (task == one_.Tasks.end() || !isOpenNew(task->second) || !indexed_.insert(task->first).second) return S_OK;
+        if (task == one_.tasks.end() || !isOpenNew(task->second) || !indexed_.insert(task->first).second) return S_OK;
         std::optional<std::size_t> position;
         return addRecord(Side::One, task, index1_, position);
     }
@@ -122,7 +122,7 @@ private:
         const com::Bstr id(task->first);
         const HRESULT hr = own.store.beginReadForSearch(id.get());
         if (hr == E_ABORT) {
-            pass_.Unreadable.push_back({side, task->first, std::nullopt});
+            pass_.unreadable.push_back({side, task->first, std::nullopt});
             return S_OK;
         }
         if (FAILED(hr)) {
@@ -135,7 +135,7 @@ private:
         own.store.endRead(id.get());
         // By the little that could be read of it a contact would pass for another one.
         if (!keys.complete)
-            pass_.Unreadable.push_back({side, task->first, keys.lastNameRead ? std::optional(keys.lastName) : std::nullopt});
+            pass_.unreadable.push_back({side, task->first, keys.lastNameRead ? std::optional(keys.lastName) : std::nullopt});
         else
             position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
         return S_OK;
@@ -217,16 +217,16 @@ private:
     HRESULT findExact()
     {
         StageProgress progress = progressOf(Text::FindingExactDuplicates, Text::FindingExactCategoryDuplicates);
-        const double step = 100.0 / static_cast<double>(two_.Tasks.size());
-        for (auto at = two_.Tasks.begin(); at != two_.Tasks.end();) {
-            const auto e2 = at++;
-            if (isOpenNew(e2->second)) {
+        const double step = 100.0 / static_cast<double>(two_.tasks.size());
+        for (auto at = two_.tasks.begin(); at != two_.tasks.end();) {
+            const auto task2 = at++;
+            if (isOpenNew(task2->second)) {
                 std::optional<std::size_t> position;
-                const HRESULT hr = addRecord(Side::Two, e2, index2_, position);
+                const HRESULT hr = addRecord(Side::Two, task2, index2_, position);
                 if (FAILED(hr)) return hr;
                 if (position)
                     if (const auto id1 = firstOpenRecord(Question::ContentAlone, {{}, {}, {}, index2_.keys(*position).digest}))
-                        pair(*id1, e2->first);
+                        pair(*id1, task2->first);
             }
             if (progress.advance(step) == E_ABORT) return E_ABORT;
         }
@@ -248,9 +248,9 @@ private:
     template <class Search> HRESULT round(StageProgress& progress, double step, const std::vector<std::size_t>& open, Search&& search)
     {
         for (const std::size_t position : open) {
-            const auto e2 = FindTask(two_.Tasks, index2_.id(position));
+            const auto task2 = FindTask(two_.tasks, index2_.id(position));
             bool found = false;
-            if (e2 != two_.Tasks.end() && isOpenNew(e2->second))
+            if (task2 != two_.tasks.end() && isOpenNew(task2->second))
                 if (const auto id1 = search(position)) {
                     pair(*id1, index2_.id(position));
                     found = true;
@@ -281,8 +281,8 @@ private:
     std::optional<std::u16string> firstOpenRecord(Question question, const RecordIndex::Keys& keys)
     {
         const auto found = index1_.find(question, keys, [&](std::size_t position) {
-            const auto task = FindTask(one_.Tasks, index1_.id(position));
-            return task != one_.Tasks.end() && !task->second.MappedId;
+            const auto task = FindTask(one_.tasks, index1_.id(position));
+            return task != one_.tasks.end() && !task->second.MappedId;
         });
         return found ? std::optional(index1_.id(*found)) : std::nullopt;
     }
@@ -312,9 +312,9 @@ private:
     void dropTasks(const std::u16string& id1, const std::u16string& id2, const DroppedTasks& dropped)
     {
         if (dropped.drop1)
-            if (auto at = FindTask(one_.Tasks, id1); at != one_.Tasks.end()) (void)DropTask(at, one_.Tasks);
+            if (auto at = FindTask(one_.tasks, id1); at != one_.tasks.end()) (void)DropTask(at, one_.tasks);
         if (dropped.drop2)
-            if (auto at = FindTask(two_.Tasks, id2); at != two_.Tasks.end()) (void)DropTask(at, two_.Tasks);
+            if (auto at = FindTask(two_.tasks, id2); at != two_.tasks.end()) (void)DropTask(at, two_.tasks);
     }
 
     PipelinePass& pass_;
@@ -368,20 +368,20 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
         pass.side(side).store.endRead(id);
         if (!complete) {
             const auto lastName = task.Values->find(side == Side::One ? LONG{ftLastName} : rows.lastName2);
-            pass.Unreadable.push_back({side, com::textOf(id), lastName ? std::optional(platform::lowered(*lastName)) : std::nullopt});
+            pass.unreadable.push_back({side, com::textOf(id), lastName ? std::optional(platform::lowered(*lastName)) : std::nullopt});
         }
         return complete;
     };
     // False if the record cannot be read at all: it is passed over.
     const auto begin = [&](Side side, BSTR id) {
         if (SUCCEEDED(pass.side(side).store.beginRead(id))) return true;
-        pass.Unreadable.push_back({side, com::textOf(id), std::nullopt});
+        pass.unreadable.push_back({side, com::textOf(id), std::nullopt});
         return false;
     };
 
     std::vector<std::u16string> candidates;
     const auto addCandidate = [&](TaskList::iterator task) {
-        if (task == one.Tasks.end() || !isOpenNew(task->second) || task->second.Values) return;
+        if (task == one.tasks.end() || !isOpenNew(task->second) || task->second.Values) return;
         const com::Bstr id(task->first);
         if (begin(Side::One, id.get()) && readAll(Side::One, id.get(), task->second)) candidates.push_back(task->first);
     };
@@ -389,28 +389,29 @@ HRESULT FindDuplicatesInMemory(PipelinePass& pass)
     (void)one.store.count(count);
     for (LONG i = 0; i < count; ++i) {
         com::Bstr id;
-        if (SUCCEEDED(one.store.identifierAt(i, id))) addCandidate(FindTask(one.Tasks, id.text()));
+        if (SUCCEEDED(one.store.identifierAt(i, id))) addCandidate(FindTask(one.tasks, id.text()));
     }
     // A record that the store did not list this time is known by its task.
-    for (auto at = one.Tasks.begin(); at != one.Tasks.end(); ++at) addCandidate(at);
+    for (auto at = one.tasks.begin(); at != one.tasks.end(); ++at) addCandidate(at);
 
     StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? Text::FindingCategoryDuplicates : Text::FindingDuplicates));
-    const double step = 100.0 / static_cast<double>(two.Tasks.size());
+    const double step = 100.0 / static_cast<double>(two.tasks.size());
     bool foundAny = false;
     HRESULT hr = S_OK;
-    for (auto at = two.Tasks.begin(); SUCCEEDED(hr) && at != two.Tasks.end();) {
-        const auto e2 = at++;
-        const com::Bstr id(e2->first);
-        if (!isOpenNew(e2->second) || !begin(Side::Two, id.get())) continue;
-        const bool complete = readAll(Side::Two, id.get(), e2->second);
-        const MatchKeys keys{std::u16string(valueOf(e2->second, rows.lastName2)), std::u16string(valueOf(e2->second, rows.firstName.type2)),
-                             std::u16string(valueOf(e2->second, rows.email.type2))};
-        const std::u16string id2 = e2->first;
+    for (auto at = two.tasks.begin(); SUCCEEDED(hr) && at != two.tasks.end();) {
+        const auto task2 = at++;
+        const com::Bstr id(task2->first);
+        if (!isOpenNew(task2->second) || !begin(Side::Two, id.get())) continue;
+        const bool complete = readAll(Side::Two, id.get(), task2->second);
+        const MatchKeys keys{std::u16string(valueOf(task2->second, rows.lastName2)),
+                             std::u16string(valueOf(task2->second, rows.firstName.type2)),
+                             std::u16string(valueOf(task2->second, rows.email.type2))};
+        const std::u16string id2 = task2->first;
         if (const auto id1 = complete ? RankCandidates(pass, id2, keys, candidates, rows) : std::nullopt) {
             foundAny = true;
             const DroppedTasks dropped = PairDuplicates(pass, *id1, id2, rows);
-            if (auto task = FindTask(one.Tasks, *id1); dropped.drop1 && task != one.Tasks.end()) (void)DropTask(task, one.Tasks);
-            if (auto task = FindTask(two.Tasks, id2); dropped.drop2 && task != two.Tasks.end()) (void)DropTask(task, two.Tasks);
+            if (auto task = FindTask(one.tasks, *id1); dropped.drop1 && task != one.tasks.end()) (void)DropTask(task, one.tasks);
+            if (auto task = FindTask(two.tasks, id2); dropped.drop2 && task != two.tasks.end()) (void)DropTask(task, two.tasks);
         }
         hr = progress.advance(step) == E_ABORT ? E_ABORT : S_OK;
     }

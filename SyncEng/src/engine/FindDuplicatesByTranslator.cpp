@@ -57,15 +57,15 @@ private:
     static std::vector<std::u16string> synchedRecords(const PipelinePass& pass)
     {
         std::vector<std::u16string> ids;
-        for (const HistoryEntry& entry : pass.sides[Side::Two].HistoryList) ids.push_back(entry.Id);
+        for (const HistoryEntry& entry : pass.sides[Side::Two].historyList) ids.push_back(entry.Id);
         return ids;
     }
 
     HRESULT walk()
     {
         StageProgress progress(run_.EventSink, LoadText(Text::FindingDuplicatesByTranslator));
-        const double step = 100.0 / static_cast<double>(one_.Tasks.size());
-        for (auto at = one_.Tasks.begin(); at != one_.Tasks.end();) {
+        const double step = 100.0 / static_cast<double>(one_.tasks.size());
+        for (auto at = one_.tasks.begin(); at != one_.tasks.end();) {
             const auto current = at++; // a match may take it out
             if (isOpenNew(current->second)) search(current);
             if (progress.advance(step) == E_ABORT) return E_ABORT;
@@ -73,36 +73,36 @@ private:
         return S_OK;
     }
 
-    void search(TaskList::iterator e1)
+    void search(TaskList::iterator task1)
     {
-        const com::Bstr id(e1->first);
+        const com::Bstr id(task1->first);
         com::Bstr id2;
         if (FAILED(two_.store.find(one_.store.translator(), id.get(), synched_.get(), id2)) || id2.empty()) return;
         if (!named_.insert(platform::lowered(id2.view())).second) return; // it has its partner
         if (isLinked(id2.view())) return;
         // The translator may name a record that the analysis did not list.
-        auto e2 = FindTask(two_.Tasks, id2.text());
-        if (e2 == two_.Tasks.end()) {
+        auto task2 = FindTask(two_.tasks, id2.text());
+        if (task2 == two_.tasks.end()) {
             if (two_.store.contains(id2.get()) != Presence::Present) return; // it is the finder's invention
-            TaskAt(two_.Tasks, id2.text()).Kind = TaskNew;
-            e2 = FindTask(two_.Tasks, id2.text());
-        } else if (!isOpenNew(e2->second)) {
+            TaskAt(two_.tasks, id2.text()).Kind = TaskNew;
+            task2 = FindTask(two_.tasks, id2.text());
+        } else if (!isOpenNew(task2->second)) {
             return; // known to the history
         }
-        if (!readBoth(e1, e2)) {
-            e1->second.Values.reset();
-            e2->second.Values.reset();
+        if (!readBoth(task1, task2)) {
+            task1->second.Values.reset();
+            task2->second.Values.reset();
             return; // the engine's own search judges what can be read
         }
-        noteDifferences(e1->second, e2->second);
-        decide(e1, e2);
+        noteDifferences(task1->second, task2->second);
+        decide(task1, task2);
     }
 
     // A record that the history links has its partner, also where nothing changed and it has no task.
     bool isLinked(std::u16string_view id2)
     {
         if (linked_.empty())
-            for (const HistoryEntry& entry : two_.HistoryList) linked_.insert(platform::lowered(entry.Id));
+            for (const HistoryEntry& entry : two_.historyList) linked_.insert(platform::lowered(entry.Id));
         return linked_.contains(platform::lowered(id2));
     }
 
@@ -115,11 +115,11 @@ private:
     }
 
     // False if a value could not be read: equal by what is left, two contacts might pass for one.
-    bool readBoth(TaskList::iterator e1, TaskList::iterator e2)
+    bool readBoth(TaskList::iterator task1, TaskList::iterator task2)
     {
-        for (RecordTask* task : {&e1->second, &e2->second})
+        for (RecordTask* task : {&task1->second, &task2->second})
             if (!task->Values) task->Values = std::make_unique<RecordValues>();
-        const com::Bstr id1(e1->first), id2(e2->first);
+        const com::Bstr id1(task1->first), id2(task2->first);
         const OpenReading reading1(one_.store, id1.get());
         if (FAILED(reading1.result())) return false;
         const OpenReading reading2(two_.store, id2.get());
@@ -127,41 +127,41 @@ private:
         const auto fields1 = pass_.fields(Side::One), fields2 = pass_.fields(Side::Two);
         for (const MatchRow& row : rows_.rows) {
             if (isImageType(row.field1.type) || isImageType(row.field2.type)) continue;
-            if (!readInto(*e1->second.Values, row.field1.type, one_, id1.get(), fields1[row.index]) ||
-                !readInto(*e2->second.Values, row.field2.type, two_, id2.get(), fields2[row.index]))
+            if (!readInto(*task1->second.Values, row.field1.type, one_, id1.get(), fields1[row.index]) ||
+                !readInto(*task2->second.Values, row.field2.type, two_, id2.get(), fields2[row.index]))
                 return false;
         }
         return true;
     }
 
-    void noteDifferences(RecordTask& e1, RecordTask& e2) const
+    void noteDifferences(RecordTask& task1, RecordTask& task2) const
     {
-        if (!pass_.Send[Side::One] || !pass_.Send[Side::Two]) return;
+        if (!pass_.send[Side::One] || !pass_.send[Side::Two]) return;
         for (const MatchRow& row : rows_.rows) {
-            const std::u16string_view a = valueOf(e1, row.field1.type), b = valueOf(e2, row.field2.type);
+            const std::u16string_view a = valueOf(task1, row.field1.type), b = valueOf(task2, row.field2.type);
             if (a == b || sameAlnum(a, b)) continue;
-            changesOf(e1)[row.field1.type] = a;
-            changesOf(e2)[row.field2.type] = b;
+            changesOf(task1)[row.field1.type] = a;
+            changesOf(task2)[row.field2.type] = b;
         }
     }
 
-    void decide(TaskList::iterator e1, TaskList::iterator e2)
+    void decide(TaskList::iterator task1, TaskList::iterator task2)
     {
-        const bool send1 = pass_.Send[Side::One], send2 = pass_.Send[Side::Two];
-        if (send1 && send2 && e1->second.Changes) {
+        const bool send1 = pass_.send[Side::One], send2 = pass_.send[Side::Two];
+        if (send1 && send2 && task1->second.Changes) {
             if (LogLevelMask & 1)
                 WriteLogResource(logProgress, Text::PossibleDuplicate,
-                                 DescribeRecord(e1->second.Values.get(), one_.store.translator(), one_.names, e1->first));
-            e1->second.MappedId = e2->first;
-            e2->second.MappedId = e1->first;
+                                 DescribeRecord(task1->second.Values.get(), one_.store.translator(), one_.names, task1->first));
+            task1->second.MappedId = task2->first;
+            task2->second.MappedId = task1->first;
         } else if (send1) {
-            e1->second.Kind = TaskMatched;
-            e1->second.MappedId = e2->first;
-            (void)DropTask(e2, two_.Tasks);
+            task1->second.Kind = TaskMatched;
+            task1->second.MappedId = task2->first;
+            (void)DropTask(task2, two_.tasks);
         } else if (send2) {
-            e2->second.Kind = TaskMatched;
-            e2->second.MappedId = e1->first;
-            (void)DropTask(e1, one_.Tasks);
+            task2->second.Kind = TaskMatched;
+            task2->second.MappedId = task1->first;
+            (void)DropTask(task1, one_.tasks);
         }
     }
 
@@ -177,7 +177,7 @@ private:
 
 HRESULT FindDuplicatesByTranslator(PipelinePass& pass)
 {
-    if (pass.side(Side::One).Tasks.empty() || pass.side(Side::Two).Tasks.empty()) return S_OK;
+    if (pass.side(Side::One).tasks.empty() || pass.side(Side::Two).tasks.empty()) return S_OK;
     return pass.side(Side::Two).store.hasFinder() ? TranslatorSearch(pass).run() : S_OK;
 }
 

@@ -7,8 +7,8 @@ namespace {
 // leave the next one nothing to see the change by.
 bool isWaiting(PassSide& side, const std::u16string& id)
 {
-    const auto task = FindTask(side.Tasks, id);
-    return task != side.Tasks.end() && task->second.MappedId && task->second.Kind != TaskDelete;
+    const auto task = FindTask(side.tasks, id);
+    return task != side.tasks.end() && task->second.MappedId && task->second.Kind != TaskDelete;
 }
 
 } // namespace
@@ -49,17 +49,17 @@ HRESULT RekeyHistoryEntry(CSyncHistory& history, Side side, const std::u16string
 
 HRESULT SetFieldMapChangedFlag(const RunState& run, Side side, const std::u16string& recordId, bool flag)
 {
-    const std::u16string section = run.transferring() ? run.History->SectionFor(sectionOf(side)) : sectionOf(side);
+    const std::u16string section = run.transferring() ? run.history->SectionFor(sectionOf(side)) : sectionOf(side);
     HistoryEntry entry;
     entry.Id = recordId;
-    const HRESULT hr = run.History->ReadEntry(section, entry, false);
-    return SUCCEEDED(hr) ? run.History->SetFieldMapChanged(section, entry, flag, false, false) : hr;
+    const HRESULT hr = run.history->ReadEntry(section, entry, false);
+    return SUCCEEDED(hr) ? run.history->SetFieldMapChanged(section, entry, flag, false, false) : hr;
 }
 
 HRESULT StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, DATE knownDate)
 {
     const Side target = otherSide(source);
-    CSyncHistory& history = *pass.run.History;
+    CSyncHistory& history = *pass.run.history;
     // The stored date of a record that the next run has to look at again; none is unknown, and then its values are compared.
     const auto storedDate = [&](Side side, const std::u16string& id) {
         HistoryEntry known;
@@ -68,7 +68,7 @@ HRESULT StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& 
         return known.ModifiedTime;
     };
     const auto dateOf = [&](Side side, const std::u16string& id) {
-        if (pass.side(side).Unread.contains(id)) return storedDate(side, id);
+        if (pass.side(side).unread.contains(id)) return storedDate(side, id);
         const com::Bstr key(id);
         return pass.side(side).store.modified(key.get()).value_or(0.0);
     };

@@ -12,7 +12,7 @@ namespace {
 std::vector<std::u16string> mayBeSame(PipelinePass& pass, const UnreadableRecord& unreadable, LONG lastNameType)
 {
     std::vector<std::u16string> ids;
-    for (const auto& [id, task] : pass.side(otherSide(unreadable.side)).Tasks) {
+    for (const auto& [id, task] : pass.side(otherSide(unreadable.side)).tasks) {
         if (!isOpenNew(task)) continue;
         const auto lastName = task.Values ? task.Values->find(lastNameType) : std::nullopt;
         if (!unreadable.lastName || !lastName || platform::lowered(*lastName) == *unreadable.lastName) ids.push_back(id);
@@ -24,19 +24,19 @@ std::vector<std::u16string> mayBeSame(PipelinePass& pass, const UnreadableRecord
 
 void HoldBackUnreadable(PipelinePass& pass)
 {
-    CSyncHistory& history = *pass.run.History;
+    CSyncHistory& history = *pass.run.history;
     PerSide<std::set<std::u16string>> waited;
     for (const Side side : {Side::One, Side::Two}) {
         std::vector<std::u16string> ids;
         (void)history.ListWaited(sectionOf(side), ids);
         waited[side] = {ids.begin(), ids.end()};
     }
-    if (pass.Unreadable.empty() && waited.one.empty() && waited.two.empty()) return;
+    if (pass.unreadable.empty() && waited.one.empty() && waited.two.empty()) return;
 
     const LONG lastName2 = BuildMatchRows(pass).lastName2;
     PerSide<std::set<std::u16string>> held, unreadableNow;
-    for (const UnreadableRecord& unreadable : pass.Unreadable) {
-        TaskList& own = pass.side(unreadable.side).Tasks;
+    for (const UnreadableRecord& unreadable : pass.unreadable) {
+        TaskList& own = pass.side(unreadable.side).tasks;
         const auto task = FindTask(own, unreadable.id);
         if (task == own.end() || !isOpenNew(task->second)) continue;
         unreadableNow[unreadable.side].insert(unreadable.id);
@@ -47,12 +47,12 @@ void HoldBackUnreadable(PipelinePass& pass)
         WriteLogText(logProgress,
                      u"\tThe new record %s of %s could not be read. It waits for the next run, with the new records of %s that may be the "
                      u"same contact: %d.",
-                     unreadable.id, pass.run.side(unreadable.side).Name, pass.run.side(other).Name, static_cast<LONG>(partners.size()));
+                     unreadable.id, pass.run.side(unreadable.side).name, pass.run.side(other).name, static_cast<LONG>(partners.size()));
         held[unreadable.side].insert(unreadable.id);
         held[other].insert(partners.begin(), partners.end());
     }
     for (const Side side : {Side::One, Side::Two}) {
-        for (const std::u16string& id : held[side]) pass.side(side).Tasks.erase(id);
+        for (const std::u16string& id : held[side]) pass.side(side).tasks.erase(id);
         if (unreadableNow[side] == waited[side]) continue;
         (void)history.SetWaited(sectionOf(side), {unreadableNow[side].begin(), unreadableNow[side].end()});
     }

@@ -13,7 +13,7 @@ constexpr LONG smallStore = 3; // a store of no more linked records has no limit
 LONG countDeletions(const TaskList& tasks)
 {
     LONG count = 0;
-    for (const auto& [id, task] : tasks) count += task.Kind == TaskDelete && !task.AlreadyGone;
+    for (const auto& [id, task] : tasks) count += task.Kind == TaskDelete && !task.alreadyGone;
     return count;
 }
 
@@ -23,22 +23,22 @@ bool hostAllows(const RunState& run, Side side, LONG linked, LONG deletions)
     VARIANT_BOOL allowed = VARIANT_FALSE;
     return review &&
            SUCCEEDED(com::call(review, &IDeletionGuard::OnDeletionLimit, side == Side::One ? idTrans1 : idTrans2, linked, deletions,
-                               run.Options.DeletionLimit, &allowed)) &&
+                               run.options.deletionLimit, &allowed)) &&
            allowed != VARIANT_FALSE;
 }
 
 // A store that lists nothing at all is rather one whose drive or folder is missing than one whose last contacts were deleted by hand. The
 // list of categories is short, and its last one is deleted by hand often enough.
-bool isEmptied(const PipelinePass& pass, Side side) { return !pass.run.CategoryPass && pass.sides[side].Counted == 0; }
+bool isEmptied(const PipelinePass& pass, Side side) { return !pass.run.CategoryPass && pass.sides[side].recordCount == 0; }
 
 std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletions, bool emptied)
 {
     const SideState &kept = run.side(side), &lost = run.side(otherSide(side));
     const std::u16string what =
-        Format(u"%s no longer has %d of the %d records that it shared with %s (%s), so the run would delete them there too. ", lost.Name,
-               deletions, linked, kept.Name, lost.Database);
+        Format(u"%s no longer has %d of the %d records that it shared with %s (%s), so the run would delete them there too. ", lost.name,
+               deletions, linked, kept.name, lost.database);
     if (emptied) return what + u"It has no record at all, as if its drive or folder were missing; nothing was written.";
-    return what + Format(u"The limit is %d percent; nothing was written.", run.Options.DeletionLimit);
+    return what + Format(u"The limit is %d percent; nothing was written.", run.options.deletionLimit);
 }
 
 } // namespace
@@ -46,17 +46,17 @@ std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletio
 HRESULT LimitDeletions(PipelinePass& pass)
 {
     RunState& run = pass.run;
-    if (run.Options.DeletionLimit <= 0) return S_OK;
+    if (run.options.deletionLimit <= 0) return S_OK;
     for (const Side side : {Side::One, Side::Two}) {
-        const auto linked = static_cast<LONG>(pass.side(side).HistoryList.size());
-        const LONG deletions = countDeletions(pass.side(side).Tasks);
+        const auto linked = static_cast<LONG>(pass.side(side).historyList.size());
+        const LONG deletions = countDeletions(pass.side(side).tasks);
         const bool emptied = deletions > 0 && isEmptied(pass, otherSide(side));
         const bool many = linked > smallStore &&
-                          static_cast<std::int64_t>(deletions) * 100 > static_cast<std::int64_t>(linked) * run.Options.DeletionLimit;
+                          static_cast<std::int64_t>(deletions) * 100 > static_cast<std::int64_t>(linked) * run.options.deletionLimit;
         if (!(many || emptied) || hostAllows(run, side, linked, deletions)) continue;
-        run.Error = {};
+        run.error = {};
         chargeTo(run, otherSide(side));
-        run.Error.LastErrorMessage1 = refusal(run, side, linked, deletions, emptied);
+        run.error.LastErrorMessage1 = refusal(run, side, linked, deletions, emptied);
         return codeDeletionsRefused;
     }
     return S_OK;

@@ -14,7 +14,7 @@ bool mayAsk() { return SilentMode == VARIANT_FALSE && !platform::isUnattended();
 
 HRESULT LockConfiguredStores(RunState& run, ITrMap* trMap, const GUID& map)
 {
-    const HRESULT hr = com::call(trMap, &ITrMap::GetTranslators, map, &run.side(Side::One).Id, &run.side(Side::Two).Id);
+    const HRESULT hr = com::call(trMap, &ITrMap::GetTranslators, map, &run.side(Side::One).id, &run.side(Side::Two).id);
     if (FAILED(hr)) return S_OK; // the run fails for the same reason and reports it
     PerSide<std::u16string> databases;
     for (const Side side : bothSides) {
@@ -30,18 +30,18 @@ HRESULT LockConfiguredStores(RunState& run, ITrMap* trMap, const GUID& map)
 HRESULT LockStores(RunState& run, const PerSide<std::u16string>& databases)
 {
     std::vector<ContactStore> stores;
-    for (const Side side : bothSides) stores.push_back({run.side(side).Id, databases[side]});
-    const HRESULT hr = run.Locks.take(stores, mayAsk());
-    if (FAILED(hr)) RefuseRun(run, hr == codeInUse && !run.Locks.holderMayAsk() ? codeInUseSilently : hr, run.Locks.failure());
+    for (const Side side : bothSides) stores.push_back({run.side(side).id, databases[side]});
+    const HRESULT hr = run.locks.take(stores, mayAsk());
+    if (FAILED(hr)) RefuseRun(run, hr == codeInUse && !run.locks.holderMayAsk() ? codeInUseSilently : hr, run.locks.failure());
     return hr;
 }
 
 void RefuseRun(RunState& run, HRESULT code, std::u16string_view why)
 {
     run.ResyncRequested = false;
-    run.Error = {};
-    run.Error.LastErrorCode = com::Variant(LONG{code});
-    run.Error.LastErrorMessage1 = why;
+    run.error = {};
+    run.error.LastErrorCode = com::Variant(LONG{code});
+    run.error.LastErrorMessage1 = why;
 }
 
 } // namespace mb

@@ -7,7 +7,7 @@ namespace mb {
 
 // By the settings of both sides; a side that keeps its database elsewhere is left out.
 HRESULT LockConfiguredStores(RunState& run, ITrMap* trMap, const GUID& map);
-// An empty name is left out. Requires: the translators of both sides are known. After a failure the run must end; run.Error says why.
+// An empty name is left out. Requires: the translators of both sides are known. After a failure the run must end; run.error says why.
 HRESULT LockStores(RunState& run, const PerSide<std::u16string>& databases);
 // Notes why the run does not take place, and that it does not begin anew the next time.
 void RefuseRun(RunState& run, HRESULT code, std::u16string_view why);

@@ -24,8 +24,8 @@ void ReadMapOptions(RunState& run, ITrMap* trMap)
         com::Variant value;
         if (read(option, value)) number = value.lVal;
     };
-    MapOptions& options = run.Options;
-    if (run.CategoryPass) return readNumber(soDeletionLimit, options.DeletionLimit);
+    MapOptions& options = run.options;
+    if (run.CategoryPass) return readNumber(soDeletionLimit, options.deletionLimit);
     readFlag(soConfirmAdds, options.ConfirmAdds);
     readFlag(soConfirmUpdates, options.ConfirmUpdates);
     readFlag(soConfirmDeletes, options.ConfirmDeletes);
@@ -37,7 +37,7 @@ void ReadMapOptions(RunState& run, ITrMap* trMap)
     readNumber(soSyncType, options.SyncType);
     readNumber(soConflictResolution, options.ConflictResolution);
     readNumber(soDelConflictResolution, options.DelConflictResolution);
-    readNumber(soDeletionLimit, options.DeletionLimit);
+    readNumber(soDeletionLimit, options.deletionLimit);
 }
 
 void BroadcastImageOption(std::u16string_view key, std::u16string_view value)

@@ -6,7 +6,7 @@ namespace {
 bool readField(PassSide& side, std::size_t i, MatchField& out)
 {
     if (FAILED(side.fieldType(i, out.type))) return false;
-    const GUID& field = side.Fields.data()[i];
+    const GUID& field = side.fields.data()[i];
     if (FAILED(side.store.fieldFlags(field, out.flags))) out.flags = 0;
     if (FAILED(side.store.fieldMaxLength(field, out.maxLength))) out.maxLength = noMaxLength;
     return true;

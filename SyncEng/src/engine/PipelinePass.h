@@ -1,8 +1,10 @@
-// One pass of analysis and writing over a map: what its stages share, and what dies with it.
+// The state of one pass over a map: what its stages share. It is created when the pass begins and destroyed when the pass ends.
+// A member in UpperCamel keeps the established name of a state variable; every other member is in lowerCamel. This holds for all structs of
+// the engine.
 #pragma once
 #include "engine/DescribeRecord.h"
+#include "engine/IdentifierSet.h"
 #include "engine/RunState.h"
-#include "engine/SeenIdentifiers.h"
 #include "engine/StoreClient.h"
 #include "store/CSyncHistory.h"
 #include <optional>
@@ -11,18 +13,18 @@
 
 namespace mb {
 
-// Texts of the history lists, which stay as they are while tasks are made of them.
+// Case-sensitive. The views point into the history lists, which do not change while tasks are made of them.
 using ExactIdentifiers = std::unordered_set<std::u16string_view>;
 
 // A known record that the scan could not compare with the history, wholly or in some fields. It keeps its stored date and the stored
-// values of those fields, so that the next run looks again.
+// values of those fields, so that the next run compares it again.
 struct UnreadRecord {
     HistoryEntry* entry = nullptr;
     bool all = false;         // nothing was compared: the date could not be read
     std::vector<LONG> fields; // the types of the fields that could not be read
 };
 
-// A new record that the search for duplicates could not read. Its last name is lower-cased, nothing where not even that was read.
+// A new record that the search for duplicates could not read. The last name is in lower case; nullopt if it could not be read either.
 struct UnreadableRecord {
     Side side;
     std::u16string id;
@@ -30,21 +32,30 @@ struct UnreadableRecord {
 };
 
 struct PassSide {
-    StoreClient store;
-    com::Ptr<ITrServices> services;
-    std::vector<HistoryEntry> HistoryList;         // in the order of the history file
-    TaskList Tasks;                                // what is to be done because of this side's records, and deletions of them
-    SeenIdentifiers Seen;                          // of the known records: those that were found
-    ExactIdentifiers Gone;                         // and those that were not when asked for; another one may differ in case alone
-    com::TaskArray<GUID> Fields;                   // the mapped fields; entry i goes with entry i of the other side
-    std::map<std::u16string, UnreadRecord> Unread; // by identifier
-    // Known records of which the store could not tell whether it renamed them. Such a record may be there under another identifier.
-    std::unordered_set<std::u16string> RenamingUnknown;
-    LONG Counted = -1;      // records of the store when it was scanned
-    bool ListedAll = false; // the scan was given as many identifiers as the store counted
-    NameFields names;       // where its records' names are, once they were looked for
+    // The store client must outlive the pass.
+    explicit PassSide(StoreClient& client, com::Ptr<ITrServices> sideServices = {}) : store(client), services(std::move(sideServices)) {}
+    PassSide(const PassSide&) = delete;
+    PassSide& operator=(const PassSide&) = delete;
+    ~PassSide() = default;
 
-    // The type of the i-th mapped field, which the translator is asked once; a question that failed is asked again.
+    StoreClient& store;
+    com::Ptr<ITrServices> services;
+    std::vector<HistoryEntry> historyList; // in the order of the history file
+    TaskList tasks;                        // what the run will do because of this side's records, and deletions of this side's records
+    IdentifierSet found;                   // the known records that the store has
+    ExactIdentifiers missing;              // the known records that the store does not have
+    com::TaskArray<GUID> fields;           // the mapped fields; entry i goes with entry i of the other side
+    std::map<std::u16string, UnreadRecord> unread;      // by identifier
+    std::vector<std::u16string> missingOnBoth;          // known records that neither side has any more
+    std::vector<std::u16string> historyRemovals;        // records whose history link is dropped before records are written
+    std::unordered_set<std::u16string> renamingUnknown; // known records that the store may have renamed: it could not tell
+    LONG recordCount = -1;                              // of the store, when it was scanned
+    bool listsAll = false;                              // the store listed as many identifiers as it counted
+    bool hasAdditions = false;                          // the scan found a new record
+    bool hasDeletions = false;                          // `tasks` holds at least one TaskDelete
+    NameFields names;                                   // the fields of the records' names, once they were looked up
+
+    // The type of the i-th mapped field. The translator is asked once; a question that failed is asked again.
     HRESULT fieldType(std::size_t i, LONG& type);
 
 private:
@@ -55,18 +66,21 @@ struct PipelinePass {
     RunState& run;
     PerSide<PassSide> sides;
     LONG FieldCount = 0;
-    PerSide<bool> Send{true, true};                    // this side's records go to the other one; so it is scanned, and the other written
-    bool FirstSync = false;                            // the map has no usable history
-    bool HasHistory = true;                            // at least one side has history entries
-    PerSide<std::vector<std::u16string>> GoneOnBoth{}; // each side's known records that neither side has any more
-    std::vector<UnreadableRecord> Unreadable{};
+    PerSide<bool> send{true, true}; // this side's records go to the other side: this side is scanned, and the other one written
+    bool FirstSync = false;         // the map has no usable history
+    bool HasHistory = true;         // at least one side has history entries
+    FieldTypeMap fieldTypes{};      // for each mapped pair, the type on side 1 to the type on side 2
+    std::vector<std::u16string> UnverifiedRecords{}; // left out because they are not verified
+    std::vector<UnreadableRecord> unreadable{};
     std::size_t TotalTasks = 0, DoneTasks = 0;
 
     [[nodiscard]] PassSide& side(Side which) noexcept { return sides[which]; }
     [[nodiscard]] std::span<const GUID> fields(Side which) const noexcept
     {
-        return {sides[which].Fields.data(), static_cast<std::size_t>(FieldCount)};
+        return {sides[which].fields.data(), static_cast<std::size_t>(FieldCount)};
     }
+    // Asks both translators for the types of the mapped pairs, unless they are known already. A pair without a type is left out.
+    void fillFieldTypes();
 };
 
 } // namespace mb

@@ -16,7 +16,7 @@ std::vector<PlannedTask> plannedTasks(const TaskList& tasks)
     std::vector<PlannedTask> planned;
     planned.reserve(tasks.size());
     for (const auto& [id, task] : tasks)
-        if (!task.AlreadyGone) planned.push_back({task.Kind, &id, task.MappedId ? &*task.MappedId : nullptr, task.Changes.get()});
+        if (!task.alreadyGone) planned.push_back({task.Kind, &id, task.MappedId ? &*task.MappedId : nullptr, task.Changes.get()});
     return planned;
 }
 
@@ -38,7 +38,7 @@ public:
         if (FAILED(hr)) return hr;
         const com::Bstr summary(wanted ? SummaryText(all) : std::u16string());
         hr = com::call(review_, &ISyncReview::OnPlanEnd, summary.get());
-        pass_.run.OnlyPlanned = hr == E_ABORT;
+        pass_.run.onlyPlanned = hr == E_ABORT;
         return hr;
     }
 
@@ -48,12 +48,12 @@ private:
         const Side source = otherSide(target);
         LONG records = 0, additions = 0, changes = 0, deletions = 0;
         (void)pass_.side(target).store.count(records);
-        if (pass_.Send[source]) {
+        if (pass_.send[source]) {
             for (const PlannedTask& task : target == Side::One ? changes_.side1.tasks : changes_.side2.tasks) {
                 additions += task.isAddition();
                 changes += task.isChange();
             }
-            for (const auto& [id, task] : pass_.side(target).Tasks) deletions += task.Kind == TaskDelete && !task.AlreadyGone;
+            for (const auto& [id, task] : pass_.side(target).tasks) deletions += task.Kind == TaskDelete && !task.alreadyGone;
         }
         return com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, additions, changes, deletions,
                          details);
@@ -100,20 +100,20 @@ private:
 } // namespace
 
 // What comes to a side are the other side's tasks; the deletions among them cross over again.
-Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).Tasks)), tasks2_(plannedTasks(pass.side(Side::One).Tasks))
+Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).tasks)), tasks2_(plannedTasks(pass.side(Side::One).tasks))
 {
     const RunState& run = pass.run;
-    changes.side1 = {pass.side(Side::One).store.translator(), run.side(Side::One).Id, tasks1_, run.side(Side::One).Database,
-                     run.side(Side::One).Name};
-    changes.side2 = {pass.side(Side::Two).store.translator(), run.side(Side::Two).Id, tasks2_, run.side(Side::Two).Database,
-                     run.side(Side::Two).Name};
-    changes.ConfirmAdds = run.Options.ConfirmAdds;
-    changes.ConfirmUpdates = run.Options.ConfirmUpdates;
-    changes.ConfirmDeletes = run.Options.ConfirmDeletes;
+    changes.side1 = {pass.side(Side::One).store.translator(), run.side(Side::One).id, tasks1_, run.side(Side::One).database,
+                     run.side(Side::One).name};
+    changes.side2 = {pass.side(Side::Two).store.translator(), run.side(Side::Two).id, tasks2_, run.side(Side::Two).database,
+                     run.side(Side::Two).name};
+    changes.ConfirmAdds = run.options.ConfirmAdds;
+    changes.ConfirmUpdates = run.options.ConfirmUpdates;
+    changes.ConfirmDeletes = run.options.ConfirmDeletes;
     changes.AllowReSync = pass.HasHistory;
-    changes.FieldTypes = &run.FieldTypes;
-    changes.UnverifiedRecords = &run.UnverifiedRecords;
-    changes.SyncImages = run.Options.SyncImages;
+    changes.FieldTypes = &pass.fieldTypes;
+    changes.UnverifiedRecords = &pass.UnverifiedRecords;
+    changes.SyncImages = run.options.SyncImages;
     changes.Categories = run.CategoryPass;
 }
 
@@ -122,7 +122,7 @@ HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes)
     const auto review = pass.run.EventSink.tryAs<ISyncReview>();
     if (!review) return S_OK;
     const HRESULT hr = PlanTeller(pass, changes, review.get()).tell();
-    if (hr == E_ABORT) pass.run.Abort = reStopped;
+    if (hr == E_ABORT) pass.run.abortMeaning = reStopped;
     return hr;
 }
 

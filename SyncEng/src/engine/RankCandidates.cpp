@@ -28,8 +28,8 @@ struct Comparison {
 
 class Ranking {
 public:
-    Ranking(PipelinePass& pass, RecordTask& e2, const MatchKeys& keys, const MatchRows& rows)
-        : run_(pass.run), e2_(e2), keys_(keys), rows_(rows), bothWays_(pass.Send[Side::One] && pass.Send[Side::Two])
+    Ranking(PipelinePass& pass, RecordTask& task2, const MatchKeys& keys, const MatchRows& rows)
+        : run_(pass.run), task2_(task2), keys_(keys), rows_(rows), bothWays_(pass.send[Side::One] && pass.send[Side::Two])
     {
     }
 
@@ -80,10 +80,10 @@ private:
     {
         const bool image = isImageType(row.field1.type);
         const std::u16string_view size1 = image ? valueOf(candidate, sizeTypeOf(row.field1.type)) : std::u16string_view();
-        const std::u16string_view size2 = image ? valueOf(e2_, sizeTypeOf(row.field2.type)) : std::u16string_view();
+        const std::u16string_view size2 = image ? valueOf(task2_, sizeTypeOf(row.field2.type)) : std::u16string_view();
         // Each value cut to what the other side's field can hold.
         const std::u16string f1 = FitToField(valueOf(candidate, row.field1.type), row.field2.flags, row.field2.maxLength);
-        const std::u16string f2 = FitToField(valueOf(e2_, row.field2.type), row.field1.flags, row.field1.maxLength);
+        const std::u16string f2 = FitToField(valueOf(task2_, row.field2.type), row.field1.flags, row.field1.maxLength);
         int words = 0;
         result.Score += WordPrefixScore(f1, f2, wordLength, words);
         result.Words += words;
@@ -115,9 +115,9 @@ private:
     std::optional<std::size_t> tierOf(const Comparison& compared, std::u16string_view last, std::u16string_view first,
                                       std::u16string_view email)
     {
-        const bool E = sharedAndEqual(email, keys_.email), F = sharedAndEqual(first, keys_.firstName);
+        const bool sameEmail = sharedAndEqual(email, keys_.email), sameFirst = sharedAndEqual(first, keys_.firstName);
         const double ratio = static_cast<double>(compared.Score) / static_cast<double>(compared.Words); // no words fail every test
-        const bool S = compared.Score > BestScore, R = ratio >= BestRatio;
+        const bool betterScore = compared.Score > BestScore, betterRatio = ratio >= BestRatio;
         const auto raiseScore = [&](std::size_t tier) {
             BestScore = compared.Score;
             return tier;
@@ -126,23 +126,23 @@ private:
             BestRatio = ratio;
             return raiseScore(tier);
         };
-        if (E && F && S && R) return raiseBoth(1);
-        if (E && F && S) return raiseScore(2);
-        if (E && F) return 3;
-        if (F && S && R) return raiseBoth(4);
-        if (E && S && R) return raiseBoth(5);
-        if (F && S) return raiseScore(6);
-        if (E && S) return raiseScore(7);
-        if (F) return 8;
-        if (E) return 9;
-        if (S && R) return raiseBoth(10);
-        if (S) return raiseScore(11);
+        if (sameEmail && sameFirst && betterScore && betterRatio) return raiseBoth(1);
+        if (sameEmail && sameFirst && betterScore) return raiseScore(2);
+        if (sameEmail && sameFirst) return 3;
+        if (sameFirst && betterScore && betterRatio) return raiseBoth(4);
+        if (sameEmail && betterScore && betterRatio) return raiseBoth(5);
+        if (sameFirst && betterScore) return raiseScore(6);
+        if (sameEmail && betterScore) return raiseScore(7);
+        if (sameFirst) return 8;
+        if (sameEmail) return 9;
+        if (betterScore && betterRatio) return raiseBoth(10);
+        if (betterScore) return raiseScore(11);
         const bool namedByLastNameAlone = !last.empty() && first.empty() && keys_.firstName.empty() && email.empty() && keys_.email.empty();
         return namedByLastNameAlone ? std::optional<std::size_t>(12) : std::nullopt;
     }
 
     RunState& run_;
-    RecordTask& e2_;
+    RecordTask& task2_;
     const MatchKeys& keys_;
     const MatchRows& rows_;
     bool bothWays_;
@@ -156,20 +156,20 @@ private:
 std::optional<std::u16string> RankCandidates(PipelinePass& pass, const std::u16string& id2, const MatchKeys& keys,
                                              const std::vector<std::u16string>& candidateIds, const MatchRows& rows)
 {
-    TaskList &tasks1 = pass.side(Side::One).Tasks, &tasks2 = pass.side(Side::Two).Tasks;
-    const auto e2 = FindTask(tasks2, id2);
-    if (e2 == tasks2.end()) return std::nullopt;
-    Ranking ranking(pass, e2->second, keys, rows);
+    TaskList &tasks1 = pass.side(Side::One).tasks, &tasks2 = pass.side(Side::Two).tasks;
+    const auto task2 = FindTask(tasks2, id2);
+    if (task2 == tasks2.end()) return std::nullopt;
+    Ranking ranking(pass, task2->second, keys, rows);
     for (const std::u16string& id : candidateIds) {
         const auto candidate = FindTask(tasks1, id);
         if (candidate == tasks1.end() || candidate->second.MappedId) continue;
         if (ranking.consider(id, candidate->second)) break;
     }
     Occupant* best = ranking.best();
-    const auto e1 = best ? FindTask(tasks1, best->id) : tasks1.end();
-    if (e1 == tasks1.end()) return std::nullopt;
-    if (best->changes1) e1->second.Changes = std::move(best->changes1);
-    if (best->changes2) e2->second.Changes = std::move(best->changes2);
+    const auto task1 = best ? FindTask(tasks1, best->id) : tasks1.end();
+    if (task1 == tasks1.end()) return std::nullopt;
+    if (best->changes1) task1->second.Changes = std::move(best->changes1);
+    if (best->changes2) task2->second.Changes = std::move(best->changes2);
     return best->id;
 }
 

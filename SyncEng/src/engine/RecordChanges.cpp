@@ -31,7 +31,7 @@ public:
     OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId, Past past = Past::Needed)
         : run_(pass.run), own_(pass.side(side)), id_(recordId)
     {
-        if (FAILED(run_.History->ReadFieldData(sectionOf(side), recordId, stored)) && past == Past::Needed) return;
+        if (FAILED(run_.history->ReadFieldData(sectionOf(side), recordId, stored)) && past == Past::Needed) return;
         reading_.emplace(own_.store, id_.get());
         failure = reading_->result();
     }
@@ -50,7 +50,7 @@ public:
     // False for an image that takes no part in this run, or whose presence the translator does not tell.
     bool imagePresence(const GUID& field, LONG type, bool& has)
     {
-        if (!run_.Options.SyncImages || !own_.store.hasImages()) return false;
+        if (!run_.options.SyncImages || !own_.store.hasImages()) return false;
         // An older history cannot tell about images: the next run, whose history can, has to look.
         if (run_.imagesUsable() && SUCCEEDED(own_.store.hasImage(id_.get(), field, has))) return true;
         noteUnreadImage(type);
@@ -125,7 +125,7 @@ void collectImageChange(OpenRecord& record, const GUID& field, LONG type, bool f
 // Of a record that this run changes although a field of it could not be read.
 void noteUnread(PassSide& side, const std::u16string& recordId, const std::vector<LONG>& types)
 {
-    std::vector<LONG>& noted = side.Unread[recordId].fields;
+    std::vector<LONG>& noted = side.unread[recordId].fields;
     noted.insert(noted.end(), types.begin(), types.end());
 }
 
@@ -172,7 +172,7 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
         corrected = std::move(record.stored);
         unread = std::move(record.unread);
     }
-    if (!changed && storedFixed) (void)pass.run.History->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
+    if (!changed && storedFixed) (void)pass.run.history->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
     return changed ? Compared::Changed : Compared::Same;
 }
 

@@ -14,8 +14,6 @@ HRESULT DropTask(TaskList::iterator& at, TaskList& map)
     return S_OK;
 }
 
-void FreeTaskMap(TaskList& map) { map.clear(); }
-
 std::u16string& FieldValueAt(FieldValueMap& map, LONG type) { return map[type]; }
 
 void CopyFieldValues(FieldValueMap& destination, const FieldValueMap& source)

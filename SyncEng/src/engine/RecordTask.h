@@ -20,14 +20,14 @@ enum TaskKind : LONG {
 };
 
 struct RecordTask {
-    LONG Kind = TaskDelete;
+    TaskKind Kind = TaskDelete;
     std::optional<std::u16string> MappedId; // the record on the other side; none for a new record that no search has matched
     std::unique_ptr<FieldValueMap> Changes; // the fields that differ; when not empty, only these are written
-    std::unique_ptr<RecordValues> Values;   // the record's values as the duplicate search read them, once
-    bool PairExamined = false;              // the conflict stage has judged this pair; it stays as judged for the rest of the run
-    bool AlreadyGone = false;               // of a TaskDelete: the store does not have the record, so there is nothing to delete
-    LONG Settled = 0;                       // 1: the change set is final and is not looked at again
-    LONG Conflict = 0;                      // how the conflict of this record was settled; 0 for a record that was in none
+    std::unique_ptr<RecordValues> Values;   // the record's values, once the search for duplicates has read them
+    bool pairExamined = false;              // the conflict stage has judged this pair, and does not judge it again in this run
+    bool alreadyGone = false;               // of a TaskDelete: the store does not have the record, so there is nothing to delete
+    bool Settled = false;                   // the change set is final
+    LONG conflict = 0;                      // the resolution of the record's conflict, of _ConflictResolutionOptions; 0 for no conflict
     bool FieldMapRemapped = false;          // all fields count as changed, and the history's flag is cleared after the write
 };
 
@@ -39,7 +39,6 @@ RecordTask& TaskAt(TaskList& map, const std::u16string& key);
 TaskList::iterator FindTask(TaskList& map, const std::u16string& key);
 // Frees the task and moves the iterator to the next one; E_FAIL, and no change, at the end.
 HRESULT DropTask(TaskList::iterator& at, TaskList& map);
-void FreeTaskMap(TaskList& map);
 
 std::u16string& FieldValueAt(FieldValueMap& map, LONG type);
 void CopyFieldValues(FieldValueMap& destination, const FieldValueMap& source);

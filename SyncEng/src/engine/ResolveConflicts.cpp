@@ -16,7 +16,7 @@ enum class Asked { Answered, Cancelled, Skipped };
 class ConflictStage {
 public:
     explicit ConflictStage(PipelinePass& pass)
-        : pass_(pass), run_(pass.run), tasks1_(pass.side(Side::One).Tasks), tasks2_(pass.side(Side::Two).Tasks),
+        : pass_(pass), run_(pass.run), tasks1_(pass.side(Side::One).tasks), tasks2_(pass.side(Side::Two).tasks),
           progress_(run_.EventSink, LoadText(run_.CategoryPass ? Text::ResolvingCategoryConflicts : Text::ResolvingConflicts))
     {
     }
@@ -27,7 +27,7 @@ public:
             WriteLogResource(logProgress, Text::NoConflicts);
             return S_OK;
         }
-        FillFieldTypes(pass_);
+        pass_.fillFieldTypes();
         WriteLogText(logProgress, u"\r");
         const HRESULT hr = DetectConflicts(pass_, progress_, conflicts_);
         if (FAILED(hr)) return hr;
@@ -46,7 +46,7 @@ private:
         for (auto& [id, conflict] : conflicts_) {
             ++index_;
             ConflictPair pair{FindTask(tasks1_, id), FindTask(tasks2_, conflict.partner), {}, {}, std::nullopt};
-            if (pair.e1 != tasks1_.end() && pair.e2 != tasks2_.end()) {
+            if (pair.task1 != tasks1_.end() && pair.task2 != tasks2_.end()) {
                 const Asked asked = decide(pair, conflict);
                 if (asked == Asked::Cancelled) return E_ABORT;
                 if (asked == Asked::Skipped) continue;
@@ -60,11 +60,11 @@ private:
     {
         LONG resolution = planned(pair, conflict);
         ReportEntry entry;
-        entry.recordId = pair.e1->first;
-        entry.partnerId = pair.e2->first;
-        if (run_.Report.wantsNames())
-            entry.name = DescribeRecord(pair.e1->second.Values.get(), pass_.side(Side::One).store.translator(), pass_.side(Side::One).names,
-                                        pair.e1->first);
+        entry.recordId = pair.task1->first;
+        entry.partnerId = pair.task2->first;
+        if (run_.report.wantsNames())
+            entry.name = DescribeRecord(pair.task1->second.Values.get(), pass_.side(Side::One).store.translator(),
+                                        pass_.side(Side::One).names, pair.task1->first);
         WriteLogResource(logProgress, Text::Conflict, entry.name);
         if (resolution == croNotify) {
             if (SilentMode) {
@@ -79,47 +79,48 @@ private:
         SettleConflict(pass_, pair, resolution);
         entry.conflict = unmerged ? LONG{croNotify} : resolution;
         const bool oneWins = resolution == croTrans1Wins, twoWins = resolution == croTrans2Wins;
-        run_.Report.settled(std::move(entry), oneWins ? run_.side(Side::One).Name : twoWins ? run_.side(Side::Two).Name : std::u16string());
+        run_.report.settled(std::move(entry), oneWins ? run_.side(Side::One).name : twoWins ? run_.side(Side::Two).name : std::u16string());
         return Asked::Answered;
     }
 
     LONG planned(ConflictPair& pair, const Conflict& conflict)
     {
-        if (conflict.isDelete) return ApplyAllDelete ? run_.Options.DelConflictResolution : conflict.action;
+        if (conflict.isDelete) return ApplyAllDelete ? run_.options.DelConflictResolution : conflict.action;
         if (!ApplyAllChange) return conflict.action;
-        const RecordTask &e1 = pair.e1->second, &e2 = pair.e2->second;
-        if (e1.Changes && e2.Changes) pair.fields = ListConflictFields(run_.imagesUsable(), *e1.Changes, *e2.Changes, run_.FieldTypes);
-        return run_.Options.ConflictResolution;
+        const RecordTask &task1 = pair.task1->second, &task2 = pair.task2->second;
+        if (task1.Changes && task2.Changes)
+            pair.fields = ListConflictFields(run_.imagesUsable(), *task1.Changes, *task2.Changes, pass_.fieldTypes);
+        return run_.options.ConflictResolution;
     }
 
     // Without a user both contacts of a pair are kept, and a changed record survives a deletion.
     static LONG silentChoice(const ConflictPair& pair, const Conflict& conflict)
     {
         if (!conflict.isDelete) return croAddAll;
-        return pair.e1->second.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
+        return pair.task1->second.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
     }
 
     ConflictSide sideOf(Side side, std::u16string recordId)
     {
-        return {pass_.side(side).store.translator(), run_.side(side).Id, std::move(recordId), run_.side(side).Name,
-                run_.side(side).Database};
+        return {pass_.side(side).store.translator(), run_.side(side).id, std::move(recordId), run_.side(side).name,
+                run_.side(side).database};
     }
 
     Asked notAnswered(bool nobodyAsked)
     {
-        if (nobodyAsked) run_.Abort = reUnanswered;
+        if (nobodyAsked) run_.abortMeaning = reUnanswered;
         return Asked::Cancelled;
     }
 
     Asked askDelete(const ConflictPair& pair, LONG& resolution)
     {
         if (ApplyAllDelete) return Asked::Answered;
-        const bool goneOnOne = pair.e1->second.Kind == TaskDelete;
+        const bool goneOnOne = pair.task1->second.Kind == TaskDelete;
         DeleteConflictQuestion question;
-        question.survivor = goneOnOne ? sideOf(Side::Two, pair.e2->first) : sideOf(Side::One, pair.e1->first);
-        question.deletedClsid = run_.side(goneOnOne ? Side::One : Side::Two).Id;
-        question.deletedName = run_.side(goneOnOne ? Side::One : Side::Two).Name;
-        question.deletedDatabase = run_.side(goneOnOne ? Side::One : Side::Two).Database;
+        question.survivor = goneOnOne ? sideOf(Side::Two, pair.task2->first) : sideOf(Side::One, pair.task1->first);
+        question.deletedClsid = run_.side(goneOnOne ? Side::One : Side::Two).id;
+        question.deletedName = run_.side(goneOnOne ? Side::One : Side::Two).name;
+        question.deletedDatabase = run_.side(goneOnOne ? Side::One : Side::Two).database;
         question.DeletedSide = goneOnOne ? idTrans1 : idTrans2;
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;
@@ -128,7 +129,7 @@ private:
         resolution = question.Resolution;
         if (question.ApplyToAll) {
             ApplyAllDelete = true;
-            run_.Options.DelConflictResolution = resolution;
+            run_.options.DelConflictResolution = resolution;
         }
         return Asked::Answered;
     }
@@ -136,16 +137,16 @@ private:
     Asked askChange(ConflictPair& pair, LONG& resolution)
     {
         if (ApplyAllChange) return Asked::Answered;
-        const RecordTask &e1 = pair.e1->second, &e2 = pair.e2->second;
-        if (!e1.Changes || !e2.Changes) return Asked::Skipped;
+        const RecordTask &task1 = pair.task1->second, &task2 = pair.task2->second;
+        if (!task1.Changes || !task2.Changes) return Asked::Skipped;
         ConflictQuestion question;
-        question.side1 = sideOf(Side::One, pair.e1->first);
-        question.side2 = sideOf(Side::Two, e1.MappedId.value_or(std::u16string()));
-        question.ChangeMap1 = *e1.Changes;
-        question.ChangeMap2 = *e2.Changes;
-        question.FieldTypes = &run_.FieldTypes;
+        question.side1 = sideOf(Side::One, pair.task1->first);
+        question.side2 = sideOf(Side::Two, task1.MappedId.value_or(std::u16string()));
+        question.ChangeMap1 = *task1.Changes;
+        question.ChangeMap2 = *task2.Changes;
+        question.FieldTypes = &pass_.fieldTypes;
         question.FieldMapChanged = run_.FieldMapUpdated;
-        question.FirstMeeting = e1.Kind == TaskNew && e2.Kind == TaskNew;
+        question.FirstMeeting = task1.Kind == TaskNew && task2.Kind == TaskNew;
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;
         question.SyncImages = run_.imagesUsable();
@@ -158,7 +159,7 @@ private:
         pair.fields = ConflictFields{std::move(question.ConflictFields1), std::move(question.ConflictFields2)};
         if (question.ApplyToAll) {
             ApplyAllChange = true;
-            run_.Options.ConflictResolution = resolution;
+            run_.options.ConflictResolution = resolution;
         }
         return Asked::Answered;
     }
@@ -175,16 +176,5 @@ private:
 } // namespace
 
 HRESULT ResolveConflicts(PipelinePass& pass) { return ConflictStage(pass).run(); }
-
-void FillFieldTypes(PipelinePass& pass)
-{
-    FieldTypeMap& types = pass.run.FieldTypes;
-    if (!types.empty()) return;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
-        LONG type1 = 0, type2 = 0;
-        if (SUCCEEDED(pass.side(Side::One).fieldType(i, type1)) && SUCCEEDED(pass.side(Side::Two).fieldType(i, type2)))
-            types[type1] = type2;
-    }
-}
 
 } // namespace mb

@@ -8,7 +8,4 @@ namespace mb {
 // E_ABORT if the user or the sink cancelled.
 HRESULT ResolveConflicts(PipelinePass& pass);
 
-// The field types of the mapped pairs, read once a run.
-void FillFieldTypes(PipelinePass& pass);
-
 } // namespace mb

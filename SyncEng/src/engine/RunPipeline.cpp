@@ -19,19 +19,14 @@ namespace {
 
 class Pipeline {
 public:
-    Pipeline(RunState& run, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<com::Ptr<ITrServices>>& services)
-        : run_(run), pass_{.run = run, .sides = {}}
+    Pipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services)
+        : run_(run), pass_{.run = run, .sides = {PassSide(stores.one, services.one), PassSide(stores.two, services.two)}}
     {
-        for (const Side side : bothSides) {
-            PassSide& own = pass_.side(side);
-            own.store = StoreClient(translators[side]);
-            own.services = services[side];
-        }
     }
 
     HRESULT run()
     {
-        forgetLastPass();
+        run_.ContactPassPending = false;
         if (!pass_.side(Side::One).store.hasFields() || !pass_.side(Side::Two).store.hasFields()) return E_NOINTERFACE;
         lookForFieldMapUpdate();
         if (isOneStore()) return S_OK;
@@ -39,7 +34,7 @@ public:
         chooseDirection();
         if (run_.ResyncRequested) clearForResync();
         run_.HistoryVersion = -1;
-        (void)run_.History->GetVersion(run_.HistoryVersion);
+        (void)run_.history->GetVersion(run_.HistoryVersion);
         HRESULT hr = prepareAndDecide();
         if (SUCCEEDED(hr) && pass_.FieldCount != 0) hr = write();
         finish(hr);
@@ -61,17 +56,6 @@ private:
         }
     }
 
-    void forgetLastPass()
-    {
-        for (const Side side : bothSides) {
-            run_.side(side).HasAdditions = run_.side(side).HasDeletions = false;
-            run_.side(side).HistoryRemovals.clear(); // a run that was cancelled leaves its own, maybe of another map
-        }
-        run_.ContactPassPending = false;
-        run_.FieldTypes.clear();
-        run_.UnverifiedRecords.clear();
-    }
-
     void lookForFieldMapUpdate()
     {
         LONG updated = 0;
@@ -81,7 +65,7 @@ private:
 
     bool isOneStore() const
     {
-        const std::u16string &database1 = run_.side(Side::One).Database, &database2 = run_.side(Side::Two).Database;
+        const std::u16string &database1 = run_.side(Side::One).database, &database2 = run_.side(Side::Two).database;
         return !database1.empty() && platform::isSamePlace(database1, database2);
     }
 
@@ -90,16 +74,16 @@ private:
         WriteLogText(LogLevelMask, u"\r");
         WriteLogResource(LogLevelMask, run_.CategoryPass ? Text::CategoryPassStarted : Text::ContactPassStarted);
         WriteLogText(LogLevelMask, u"\r");
-        WriteLogResource(LogLevelMask, Text::DatabaseOfSide1, run_.side(Side::One).Name, run_.side(Side::One).Database);
-        WriteLogResource(LogLevelMask, Text::DatabaseOfSide2, run_.side(Side::Two).Name, run_.side(Side::Two).Database);
+        WriteLogResource(LogLevelMask, Text::DatabaseOfSide1, run_.side(Side::One).name, run_.side(Side::One).database);
+        WriteLogResource(LogLevelMask, Text::DatabaseOfSide2, run_.side(Side::Two).name, run_.side(Side::Two).database);
     }
 
     void chooseDirection()
     {
-        const std::u16string &name1 = run_.side(Side::One).Name, &name2 = run_.side(Side::Two).Name;
-        switch (run_.Options.SyncType) {
-        case stImportToTrans1: pass_.Send[Side::One] = false; return WriteLogResource(logProgress, Text::OneWay, name2, name1);
-        case stExportFromTrans1: pass_.Send[Side::Two] = false; return WriteLogResource(logProgress, Text::OneWay, name1, name2);
+        const std::u16string &name1 = run_.side(Side::One).name, &name2 = run_.side(Side::Two).name;
+        switch (run_.options.SyncType) {
+        case stImportToTrans1: pass_.send[Side::One] = false; return WriteLogResource(logProgress, Text::OneWay, name2, name1);
+        case stExportFromTrans1: pass_.send[Side::Two] = false; return WriteLogResource(logProgress, Text::OneWay, name1, name2);
         default: return WriteLogResource(logProgress, Text::TwoWay);
         }
     }
@@ -107,7 +91,7 @@ private:
     // The request outlives a category pass, so that the contact pass clears its history too.
     void clearForResync()
     {
-        if (!run_.transferring()) (void)run_.History->Clear();
+        if (!run_.transferring()) (void)run_.history->Clear();
         if (!run_.CategoryPass) run_.ResyncRequested = false;
     }
 
@@ -116,7 +100,7 @@ private:
         if (run_.CategoryPass && pairCategoryNames()) return S_OK;
         return com::call(run_.FieldMap, &IFieldMap::EnumerateEntriesExValidate, run_.CurrentMap, run_.FieldMapId,
                          pass_.side(Side::One).store.translator(), pass_.side(Side::Two).store.translator(), &pass_.FieldCount,
-                         pass_.side(Side::One).Fields.put(), pass_.side(Side::Two).Fields.put());
+                         pass_.side(Side::One).fields.put(), pass_.side(Side::Two).fields.put());
     }
 
     // In a category pass a record has one field, its name, which travels as a last name.
@@ -127,7 +111,7 @@ private:
             if (!firstLastName(pass_.side(side), names[side])) return false;
         for (const Side side : bothSides) {
             LONG count = 0;
-            com::check(com::giveArray(std::span<const GUID>(&names[side], 1), &count, pass_.side(side).Fields.put()));
+            com::check(com::giveArray(std::span<const GUID>(&names[side], 1), &count, pass_.side(side).fields.put()));
         }
         pass_.FieldCount = 1;
         return true;
@@ -160,17 +144,17 @@ private:
     {
         HRESULT hr = AnalyzeHistory(pass_);
         for (const Side side : bothSides)
-            if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.Send[side]);
+            if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.send[side]);
         if (SUCCEEDED(hr)) hr = CheckListings(pass_);
         if (SUCCEEDED(hr)) CompareUnread(pass_);
-        if (SUCCEEDED(hr)) ForgetGone(pass_);
+        if (SUCCEEDED(hr)) ForgetPairsMissingOnBoth(pass_);
         if (SUCCEEDED(hr)) hr = FindDuplicatesByTranslator(pass_);
         if (SUCCEEDED(hr)) hr = ResolveConflicts(pass_);
         if (SUCCEEDED(hr)) hr = FindDuplicates(pass_);
         if (SUCCEEDED(hr)) hr = LimitDeletions(pass_);
         if (SUCCEEDED(hr)) hr = ConfirmChanges(pass_);
         if (SUCCEEDED(hr)) hr = RequireWritable(pass_);
-        if (SUCCEEDED(hr) && pass_.Send[Side::Two]) LoadTargetFields(pass_);
+        if (SUCCEEDED(hr) && pass_.send[Side::Two]) LoadTargetFields(pass_);
         for (const Side side : bothSides) pass_.side(side).store.throwIfCancelled();
         return hr;
     }
@@ -179,21 +163,21 @@ private:
     {
         logWithTime(Text::CopyingStarted);
         // Only now, so that a cancelled first run leaves the old history in place.
-        if (pass_.FirstSync && !run_.transferring()) (void)run_.History->Clear();
-        run_.HistoryVoid = false;
+        if (pass_.FirstSync && !run_.transferring()) (void)run_.history->Clear();
+        run_.historyObsolete = false;
         dropRemovedLinks();
-        pass_.TotalTasks = pass_.side(Side::One).Tasks.size() + pass_.side(Side::Two).Tasks.size();
+        pass_.TotalTasks = pass_.side(Side::One).tasks.size() + pass_.side(Side::Two).tasks.size();
         pass_.DoneTasks = 0;
 
-        HRESULT hr = pass_.Send[Side::One] ? WriteSide(pass_, Side::Two) : S_OK;
+        HRESULT hr = pass_.send[Side::One] ? WriteSide(pass_, Side::Two) : S_OK;
         bool nothingLeft = false;
         saveHistoryOnce(hr, [&] {
             completeSide(Side::Two, hr);
-            nothingLeft = pass_.side(Side::One).Tasks.empty() && pass_.side(Side::Two).Tasks.empty();
+            nothingLeft = pass_.side(Side::One).tasks.empty() && pass_.side(Side::Two).tasks.empty();
             if (nothingLeft && mayStamp(hr)) stamp(Side::One);
         });
         if (!nothingLeft && mayStamp(hr)) {
-            if (SUCCEEDED(hr) && pass_.Send[Side::Two]) hr = WriteSide(pass_, Side::One);
+            if (SUCCEEDED(hr) && pass_.send[Side::Two]) hr = WriteSide(pass_, Side::One);
             saveHistoryOnce(hr, [&] { completeSide(Side::One, hr); });
         }
         logWithTime(Text::CopyingEnded);
@@ -203,8 +187,8 @@ private:
     void dropRemovedLinks()
     {
         for (const Side side : bothSides) {
-            for (const std::u16string& id : run_.side(side).HistoryRemovals) (void)UnlinkHistoryEntry(*run_.History, side, id);
-            run_.side(side).HistoryRemovals.clear();
+            for (const std::u16string& id : pass_.side(side).historyRemovals) (void)UnlinkHistoryEntry(*run_.history, side, id);
+            pass_.side(side).historyRemovals.clear();
         }
     }
 
@@ -214,7 +198,7 @@ private:
     // A history that cannot be written fails the run: without it the next one would take every record for a new one.
     template <class F> void saveHistoryOnce(HRESULT& hr, F&& work)
     {
-        SaveScope scope(run_.History->store());
+        SaveScope scope(run_.history->store());
         work();
         const HRESULT saved = scope.finish();
         if (SUCCEEDED(hr) && FAILED(saved)) hr = saved;
@@ -226,12 +210,12 @@ private:
     void completeSide(Side target, HRESULT& hr)
     {
         if (!mayStamp(hr)) return;
-        if (pass_.Send[otherSide(target)]) {
+        if (pass_.send[otherSide(target)]) {
             const HRESULT ended = EndSide(pass_, target);
             if (FAILED(ended)) {
                 hr = ended;
-                (void)run_.History->store().Revert();
-                run_.History->SetBatchInDoubt(sectionOf(target), true);
+                (void)run_.history->store().Revert();
+                run_.history->SetBatchInDoubt(sectionOf(target), true);
                 return;
             }
         }
@@ -240,10 +224,10 @@ private:
 
     void stamp(Side side)
     {
-        if (run_.side(side).DatabaseKnown) (void)run_.History->SetDatabase(sectionOf(side), run_.side(side).Database);
-        run_.History->SetBatchInDoubt(sectionOf(side), false);
-        (void)run_.History->SetLastSyncTime(sectionOf(side), platform::localNow());
-        (void)run_.History->SetLastSyncStatus(sectionOf(side), 1);
+        if (run_.side(side).databaseKnown) (void)run_.history->SetDatabase(sectionOf(side), run_.side(side).database);
+        run_.history->SetBatchInDoubt(sectionOf(side), false);
+        (void)run_.history->SetLastSyncTime(sectionOf(side), platform::localNow());
+        (void)run_.history->SetLastSyncStatus(sectionOf(side), 1);
     }
 
     void logWithTime(Text id) const
@@ -254,13 +238,10 @@ private:
 
     void finish(HRESULT hr)
     {
-        for (const Side side : bothSides) FreeTaskMap(pass_.side(side).Tasks);
-        run_.FieldTypes.clear();
         if (SUCCEEDED(hr) && run_.FieldMapUpdated) {
             (void)com::call(run_.FieldMap, &IFieldMap::SetFieldMapUpdated, run_.FieldMapId, 0);
             run_.FieldMapUpdated = false;
         }
-        run_.UnverifiedRecords.clear();
         WriteLogText(LogLevelMask, u"\r");
         WriteLogResource(LogLevelMask, run_.CategoryPass ? Text::CategoryPassEnded : Text::ContactPassEnded);
         WriteLogText(LogLevelMask, u"\r");
@@ -272,9 +253,9 @@ private:
 
 } // namespace
 
-HRESULT RunPipeline(RunState& run, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<com::Ptr<ITrServices>>& services)
+HRESULT RunPipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services)
 {
-    return Pipeline(run, translators, services).run();
+    return Pipeline(run, stores, services).run();
 }
 
 } // namespace mb

@@ -2,9 +2,11 @@
 // writes both sides, one after the other.
 #pragma once
 #include "engine/RunState.h"
+#include "engine/StoreClient.h"
 
 namespace mb {
 
-HRESULT RunPipeline(RunState& run, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<com::Ptr<ITrServices>>& services);
+// Requires: both translators are started. Afterwards the store clients tell whether a batch is still open.
+HRESULT RunPipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services);
 
 } // namespace mb

@@ -1,6 +1,5 @@
 #include "engine/ScanSide.h"
 
-#include "engine/AnalyzeHistory.h"
 #include "engine/DescribeRecord.h"
 #include "engine/FailureReport.h"
 #include "engine/HistoryLinks.h"
@@ -38,15 +37,15 @@ void storeDeletion(PipelinePass& pass, Side target, const HistoryEntry& entry, b
     RecordTask task;
     task.Kind = TaskDelete;
     if (changedHere) task.MappedId = entry.Id;
-    task.AlreadyGone = changedHere;
-    TaskAt(pass.side(target).Tasks, entry.MappedId) = std::move(task);
-    pass.run.side(target).HasDeletions = true;
+    task.alreadyGone = changedHere;
+    TaskAt(pass.side(target).tasks, entry.MappedId) = std::move(task);
+    pass.side(target).hasDeletions = true;
 }
 
 // A change of a known record. Where its partner is gone, the change stands against a deletion, and the conflict stage decides.
 void storeChange(PipelinePass& pass, Side side, const HistoryEntry& entry, bool otherGone)
 {
-    TaskAt(pass.side(side).Tasks, entry.Id) = changeTask(entry);
+    TaskAt(pass.side(side).tasks, entry.Id) = changeTask(entry);
     if (otherGone) storeDeletion(pass, otherSide(side), entry, true);
 }
 
@@ -64,9 +63,9 @@ public:
         if (transferSide_) readSelectedCards();
         HRESULT hr = own_.store.count(recordCount_);
         if (FAILED(hr)) return hr;
-        own_.Counted = recordCount_;
+        own_.recordCount = recordCount_;
         if (transferSide_) scanned_ = recordCount_;
-        const bool hasPast = !own_.HistoryList.empty();
+        const bool hasPast = !own_.historyList.empty();
         if (transferSide_) {
             hr = hasPast ? scanSelectedCards() : takeSelectedCards();
         } else {
@@ -74,8 +73,8 @@ public:
             if (SUCCEEDED(hr)) hr = findNewRecords(hasPast ? 50.0 : 100.0);
         }
         if (FAILED(hr)) return hr;
-        own_.ListedAll = !transferSide_ && scanned_ == recordCount_;
-        WriteLogResource(logProgress, run_.CategoryPass ? Text::CategoryCount : Text::RecordCount, state().Name, scanned_);
+        own_.listsAll = !transferSide_ && scanned_ == recordCount_;
+        WriteLogResource(logProgress, run_.CategoryPass ? Text::CategoryCount : Text::RecordCount, state().name, scanned_);
         return hr;
     }
 
@@ -89,8 +88,8 @@ private:
 
     void addNew(const std::u16string& id)
     {
-        TaskAt(own_.Tasks, id) = newTask();
-        state().HasAdditions = true;
+        TaskAt(own_.tasks, id) = newTask();
+        own_.hasAdditions = true;
     }
 
     HRESULT takeSelectedCards()
@@ -107,7 +106,7 @@ private:
     HRESULT scanSelectedCards()
     {
         std::unordered_map<std::u16string, HistoryEntry*> byId;
-        for (HistoryEntry& entry : own_.HistoryList) byId[platform::lowered(entry.Id)] = &entry;
+        for (HistoryEntry& entry : own_.historyList) byId[platform::lowered(entry.Id)] = &entry;
         for (const std::u16string& card : selected_) {
             const auto known = byId.find(card);
             if (known == byId.end())
@@ -125,11 +124,11 @@ private:
         const HRESULT hr = lookFor(otherSide(side_), entry.MappedId, otherGone);
         if (FAILED(hr)) return hr;
         if (otherGone)
-            TaskAt(own_.Tasks, entry.Id) = newTask();
+            TaskAt(own_.tasks, entry.Id) = newTask();
         else if (entry.FieldMapChanged)
-            TaskAt(own_.Tasks, entry.Id) = changeTask(entry, true);
+            TaskAt(own_.tasks, entry.Id) = changeTask(entry, true);
         else if (compare(com::Bstr(card), entry) != Compared::Same)
-            TaskAt(own_.Tasks, entry.Id) = changeTask(entry);
+            TaskAt(own_.tasks, entry.Id) = changeTask(entry);
         return S_OK;
     }
 
@@ -140,17 +139,17 @@ private:
         HRESULT failure = S_OK;
         const Presence presence = pass_.side(side).store.contains(id, &failure);
         gone = presence == Presence::Absent;
-        if (gone && pass_.side(side).RenamingUnknown.contains(id)) return failUnknownRenaming(pass_, side, id);
+        if (gone && pass_.side(side).renamingUnknown.contains(id)) return failUnknownRenaming(pass_, side, id);
         if (presence != Presence::Failed) return S_OK;
-        failStore(pass_, side, Format(u"%s could not tell whether it has the record %s.", run_.side(side).Name, id));
+        failStore(pass_, side, Format(u"%s could not tell whether it has the record %s.", run_.side(side).name, id));
         return failure;
     }
 
     HRESULT scanHistory()
     {
-        own_.Seen.reserve(own_.HistoryList.size());
-        const double step = 50.0 / static_cast<double>(own_.HistoryList.size());
-        for (HistoryEntry& entry : own_.HistoryList) {
+        own_.found.reserve(own_.historyList.size());
+        const double step = 50.0 / static_cast<double>(own_.historyList.size());
+        for (HistoryEntry& entry : own_.historyList) {
             const HRESULT hr = scanEntry(entry);
             if (FAILED(hr)) return hr;
             if (progress_.advance(step) == E_ABORT) return E_ABORT;
@@ -165,17 +164,17 @@ private:
         if (SUCCEEDED(hr)) hr = lookFor(side_, entry.Id, ownGone);
         if (FAILED(hr)) return hr;
         if (ownGone)
-            own_.Gone.insert(entry.Id);
+            own_.missing.insert(entry.Id);
         else
-            own_.Seen.insert(entry.Id);
-        if (otherGone) other_.Gone.insert(entry.MappedId);
-        if (!ownGone && own_.Gone.contains(entry.Id)) return contradicts(side_, entry.Id);
-        if (otherGone && other_.Seen.containsExactly(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
+            own_.found.insert(entry.Id);
+        if (otherGone) other_.missing.insert(entry.MappedId);
+        if (!ownGone && own_.missing.contains(entry.Id)) return contradicts(side_, entry.Id);
+        if (otherGone && other_.found.containsExactly(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
         if (!ownGone) {
             scanPresent(entry, otherGone);
         } else if (otherGone) {
-            pass_.GoneOnBoth[side_].push_back(entry.Id);
-        } else if (FindTask(other_.Tasks, entry.MappedId) == other_.Tasks.end()) {
+            own_.missingOnBoth.push_back(entry.Id);
+        } else if (FindTask(other_.tasks, entry.MappedId) == other_.tasks.end()) {
             storeDeletion(pass_, otherSide(side_), entry, false);
         }
         return S_OK;
@@ -187,7 +186,7 @@ private:
     {
         const Compared found = compare(com::Bstr(entry.Id), entry);
         if (found == Compared::Unreadable && otherGone)
-            own_.Unread[entry.Id] = {&entry, true, {}};
+            own_.unread[entry.Id] = {&entry, true, {}};
         else if (found != Compared::Same)
             storeChange(pass_, side_, entry, otherGone);
     }
@@ -195,7 +194,7 @@ private:
     // A store that has a record which it did not find a moment ago does not know what it holds: nothing is deleted by its word.
     HRESULT contradicts(Side side, const std::u16string& id)
     {
-        return failStore(pass_, side, Format(u"%s has the record %s, and does not find it.", run_.side(side).Name, id));
+        return failStore(pass_, side, Format(u"%s has the record %s, and does not find it.", run_.side(side).name, id));
     }
 
     // A record whose date cannot be read is unchanged for this run, unless the run has something to do to it: see CompareUnread.
@@ -203,7 +202,7 @@ private:
     {
         const std::optional<DATE> date = own_.store.modified(id.get());
         if (!date) {
-            own_.Unread[entry.Id] = {&entry, true, {}};
+            own_.unread[entry.Id] = {&entry, true, {}};
             return Compared::Same;
         }
         const DATE now = *date, then = entry.ModifiedTime;
@@ -214,9 +213,9 @@ private:
             const Compared found = compareFields(entry);
             // The date moved but no field did: remember the date, so that the next run need not read the record. A record with an unread
             // field keeps its old date, or the change of that field would never be seen.
-            if (found == Compared::Same && !own_.Unread.contains(entry.Id)) {
+            if (found == Compared::Same && !own_.unread.contains(entry.Id)) {
                 entry.ModifiedTime = now;
-                (void)run_.History->WriteEntry(sectionOf(side_), entry);
+                (void)run_.history->WriteEntry(sectionOf(side_), entry);
             }
             return found;
         }
@@ -228,7 +227,7 @@ private:
     {
         std::vector<LONG> unread;
         const Compared found = RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
-        if (!unread.empty()) own_.Unread[entry.Id] = {&entry, false, std::move(unread)};
+        if (!unread.empty()) own_.unread[entry.Id] = {&entry, false, std::move(unread)};
         return found;
     }
 
@@ -239,8 +238,8 @@ private:
             com::Bstr id;
             if (SUCCEEDED(own_.store.identifierAt(i, id))) {
                 ++scanned_;
-                if (own_.Gone.contains(id.view())) return contradicts(side_, id.text());
-                if (!own_.Seen.contains(id.view())) testNewRecord(id.text());
+                if (own_.missing.contains(id.view())) return contradicts(side_, id.text());
+                if (!own_.found.contains(id.view())) testNewRecord(id.text());
             }
             if (progress_.advance(step) == E_ABORT) return E_ABORT;
         }
@@ -250,14 +249,14 @@ private:
     void testNewRecord(const std::u16string& id)
     {
         if (!heldBack(id)) return addNew(id);
-        run_.UnverifiedRecords.push_back(id);
+        pass_.UnverifiedRecords.push_back(id);
         WriteLogResource(logProgress, Text::NotVerified, DescribeRecord(nullptr, own_.store.translator(), own_.names, id),
-                         run_.side(Side::One).Name, run_.side(Side::Two).Name);
+                         run_.side(Side::One).name, run_.side(Side::Two).name);
     }
 
     bool heldBack(const std::u16string& id)
     {
-        if (!run_.Options.SyncVerifiedOnly || !own_.store.hasVerifier()) return false;
+        if (!run_.options.SyncVerifiedOnly || !own_.store.hasVerifier()) return false;
         const com::Bstr key(id);
         return !own_.store.verified(key.get());
     }
@@ -278,12 +277,12 @@ HRESULT CheckListings(PipelinePass& pass)
 {
     for (const Side side : {Side::One, Side::Two}) {
         const PassSide& own = pass.side(side);
-        if (own.Gone.empty() || !pass.Send[side] || own.ListedAll) continue;
+        if (own.missing.empty() || !pass.send[side] || own.listsAll) continue;
         return failStore(
             pass, side,
             Format(u"%s did not list all the records that it counted, so it is not certain which ones were deleted. Nothing was "
                    u"written.",
-                   pass.run.side(side).Name));
+                   pass.run.side(side).name));
     }
     return S_OK;
 }
@@ -295,7 +294,7 @@ bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, co
 {
     if (unread.empty()) return false;
     const Side partnerSide = otherSide(side);
-    const RecordTask& partner = pass.side(partnerSide).Tasks.at(entry.MappedId);
+    const RecordTask& partner = pass.side(partnerSide).tasks.at(entry.MappedId);
     const FieldValueMap changes = ReadRecordChanges(pass, partnerSide, entry.MappedId, ReadErrors::SkipField, partner.FieldMapRemapped);
     for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
         LONG own = 0, other = 0;
@@ -309,9 +308,9 @@ bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, co
 void holdDeletion(PipelinePass& pass, Side side, TaskList::iterator deletion)
 {
     PassSide& own = pass.side(side);
-    WriteLogText(logFailures, u"%s could not read the record %s. Its deletion waits for the next run.", pass.run.side(side).Name,
+    WriteLogText(logFailures, u"%s could not read the record %s. Its deletion waits for the next run.", pass.run.side(side).name,
                  deletion->first);
-    own.Tasks.erase(deletion);
+    own.tasks.erase(deletion);
 }
 
 } // namespace
@@ -320,13 +319,13 @@ void CompareUnread(PipelinePass& pass)
 {
     for (const Side side : {Side::One, Side::Two}) {
         PassSide &own = pass.side(side), &other = pass.side(otherSide(side));
-        for (auto at = own.Unread.begin(); at != own.Unread.end();) {
+        for (auto at = own.unread.begin(); at != own.unread.end();) {
             const auto current = at++;
             if (!current->second.entry) continue;
             HistoryEntry& entry = *current->second.entry;
-            const auto deletion = FindTask(own.Tasks, entry.Id);
-            const bool toDelete = deletion != own.Tasks.end() && deletion->second.Kind == TaskDelete;
-            const bool toChange = FindTask(other.Tasks, entry.MappedId) != other.Tasks.end();
+            const auto deletion = FindTask(own.tasks, entry.Id);
+            const bool toDelete = deletion != own.tasks.end() && deletion->second.Kind == TaskDelete;
+            const bool toChange = FindTask(other.tasks, entry.MappedId) != other.tasks.end();
             if (!toDelete && !toChange) continue;
             std::vector<LONG> unread;
             const Compared found = RecordChangedSinceHistory(pass, side, entry.Id, unread);
@@ -335,26 +334,26 @@ void CompareUnread(PipelinePass& pass)
             else if (found != Compared::Same)
                 storeChange(pass, side, entry, toDelete);
             else if (toChange && wouldOverwrite(pass, side, entry, unread))
-                other.Tasks.erase(entry.MappedId); // its date stays as it was, so the next run finds the change again
+                other.tasks.erase(entry.MappedId); // its date stays as it was, so the next run finds the change again
         }
     }
 }
 
-void ForgetGone(PipelinePass& pass)
+void ForgetPairsMissingOnBoth(PipelinePass& pass)
 {
     // The other side may have a record of that identifier too, and that one's pair is left alone.
     for (const Side side : {Side::One, Side::Two}) {
-        for (const std::u16string& id : pass.GoneOnBoth[side]) (void)UnlinkHistoryEntry(*pass.run.History, side, id);
-        pass.GoneOnBoth[side].clear();
+        for (const std::u16string& id : pass.side(side).missingOnBoth) (void)UnlinkHistoryEntry(*pass.run.history, side, id);
+        pass.side(side).missingOnBoth.clear();
     }
 }
 
 HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled)
 {
-    pass.run.side(side).HasAdditions = false;
+    pass.side(side).hasAdditions = false;
     if (!enabled) return S_OK;
     const HRESULT hr = SideScan(pass, side).run();
-    if (FAILED(hr) && hr != E_ABORT && pass.run.Error.FailedTranslator == GUID_NULL) chargeFailure(pass, side);
+    if (FAILED(hr) && hr != E_ABORT && pass.run.error.FailedTranslator == GUID_NULL) chargeFailure(pass, side);
     return hr;
 }
 

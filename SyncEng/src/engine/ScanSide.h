@@ -18,6 +18,6 @@ HRESULT CheckListings(PipelinePass& pass);
 void CompareUnread(PipelinePass& pass);
 
 // Takes the pairs that are gone on both sides out of the history, once every side was scanned and none contradicted itself.
-void ForgetGone(PipelinePass& pass);
+void ForgetPairsMissingOnBoth(PipelinePass& pass);
 
 } // namespace mb

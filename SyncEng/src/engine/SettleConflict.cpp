@@ -11,7 +11,7 @@ public:
     // next run takes it for a change of the other.
     void dissolve()
     {
-        run_.side(Side::One).HistoryRemovals.push_back(entry(Side::One)->first);
+        pass_.side(Side::One).historyRemovals.push_back(entry(Side::One)->first);
         for (const Side side : {Side::One, Side::Two}) {
             close(task(side));
             task(side).Changes.reset();
@@ -34,12 +34,12 @@ public:
             const std::u16string gone = entry(winner)->first;
             close(task(loser));
             makeDeletion(loser);
-            run_.side(winner).HistoryRemovals.push_back(gone);
+            pass_.side(winner).historyRemovals.push_back(gone);
             takeOut(winner);
         } else if (task(loser).Kind == TaskDelete) {
             // The winner goes to the other side as a new record.
             close(task(winner));
-            run_.side(loser).HistoryRemovals.push_back(entry(loser)->first);
+            pass_.side(loser).historyRemovals.push_back(entry(loser)->first);
         } else {
             dropLostChanges(loser);
         }
@@ -52,27 +52,27 @@ public:
     }
 
 private:
-    TaskList::iterator& entry(Side side) { return side == Side::One ? pair_.e1 : pair_.e2; }
+    TaskList::iterator& entry(Side side) { return side == Side::One ? pair_.task1 : pair_.task2; }
     RecordTask& task(Side side) { return entry(side)->second; }
 
     static void close(RecordTask& task)
     {
         task.MappedId.reset();
-        task.Settled = 1;
+        task.Settled = true;
     }
 
     void makeDeletion(Side side)
     {
         task(side).Kind = TaskDelete;
-        run_.side(side).HasDeletions = true;
+        pass_.side(side).hasDeletions = true;
     }
 
-    void takeOut(Side side) { (void)DropTask(entry(side), pass_.side(side).Tasks); }
+    void takeOut(Side side) { (void)DropTask(entry(side), pass_.side(side).tasks); }
 
     void dropLostChanges(Side loser)
     {
         if (!pair_.fields && task(Side::One).Changes && task(Side::Two).Changes)
-            pair_.fields = ListConflictFields(run_.imagesUsable(), *task(Side::One).Changes, *task(Side::Two).Changes, run_.FieldTypes);
+            pair_.fields = ListConflictFields(run_.imagesUsable(), *task(Side::One).Changes, *task(Side::Two).Changes, pass_.fieldTypes);
         const ConflictFields fields = pair_.fields.value_or(ConflictFields());
         const std::vector<LONG>& lost = loser == Side::One ? fields.side1 : fields.side2;
         FieldValueMap* changes = task(loser).Changes.get();
@@ -85,7 +85,7 @@ private:
     {
         if (merged.empty()) return takeOut(side);
         task(side).Changes = std::make_unique<FieldValueMap>(merged);
-        task(side).Settled = 1;
+        task(side).Settled = true;
     }
 
     PipelinePass& pass_;
@@ -97,7 +97,7 @@ private:
 
 void SettleConflict(PipelinePass& pass, ConflictPair& pair, LONG resolution)
 {
-    pair.e1->second.Conflict = pair.e2->second.Conflict = resolution;
+    pair.task1->second.conflict = pair.task2->second.conflict = resolution;
     Settlement settlement(pass, pair);
     switch (resolution) {
     case croAddAll: return settlement.dissolve();

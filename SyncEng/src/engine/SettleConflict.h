@@ -6,7 +6,7 @@ namespace mb {
 
 // The two tasks of a conflict, and what was found out about it.
 struct ConflictPair {
-    TaskList::iterator e1, e2;
+    TaskList::iterator task1, task2;
     FieldValueMap Scratch1, Scratch2;     // what a merge left for each side
     std::optional<ConflictFields> fields; // none while they were not computed
 };

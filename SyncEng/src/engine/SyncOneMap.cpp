@@ -29,7 +29,7 @@ public:
     MapRun& operator=(const MapRun&) = delete;
     ~MapRun()
     {
-        run_.History = nullptr;
+        run_.history = nullptr;
         for (const Side side : bothSides)
             if (ownServices_[side]) ownServices_[side]->leave();
     }
@@ -37,12 +37,11 @@ public:
     HRESULT run()
     {
         run_.ImagesAvailable = true;
-        run_.HistoryVoid = false;
-        run_.Abort = reCancelled;
+        run_.historyObsolete = false;
+        run_.abortMeaning = reCancelled;
         for (const Side side : bothSides) {
-            run_.side(side).Database.clear();
-            run_.side(side).DatabaseKnown = false;
-            run_.side(side).BatchOpen = false;
+            run_.side(side).database.clear();
+            run_.side(side).databaseKnown = false;
         }
         // Wanted: only a contact pass that follows a category pass tells of its start; every one tells of its end.
         if (run_.ContactPassPending) logWithTime(Text::RunStarted);
@@ -62,7 +61,7 @@ public:
             if (!refused_ && isReported(hr)) ReportFailure(run_, hr);
             cleanUp();
             // What the analysis learned, and what was written and linked before a failure, stays known whatever ended the run.
-            if (FAILED(hr) && !run_.HistoryVoid) (void)history_->store().Save();
+            if (FAILED(hr) && !run_.historyObsolete) (void)history_->store().Save();
         }
         return conclude(hr);
     }
@@ -81,10 +80,10 @@ private:
         if (!entry_) return E_NOINTERFACE;
         for (const Side side : bothSides) {
             ownServices_[side] = com::make<CRunServices>();
-            ownServices_[side]->join(run_.Report, side);
+            ownServices_[side]->join(run_.report, side);
             services_[side] = ownServices_[side];
         }
-        hr = com::call(trMap_, &ITrMap::GetTranslators, run_.CurrentMap, &run_.side(Side::One).Id, &run_.side(Side::Two).Id);
+        hr = com::call(trMap_, &ITrMap::GetTranslators, run_.CurrentMap, &run_.side(Side::One).id, &run_.side(Side::Two).id);
         if (SUCCEEDED(hr)) (void)history_->GetVersion(openedVersion_);
         return hr;
     }
@@ -92,14 +91,14 @@ private:
     void useHistory(std::shared_ptr<CSyncHistory> history)
     {
         history_ = std::move(history);
-        run_.History = history_.get();
+        run_.history = history_.get();
     }
 
     HRESULT openHistory(const GUID& id)
     {
         useHistory(std::make_shared<CSyncHistory>(run_.EventSink));
         const HRESULT hr = history_->Open(id);
-        if (FAILED(hr)) run_.Error.LastErrorMessage1 = history_->openFailure();
+        if (FAILED(hr)) run_.error.LastErrorMessage1 = history_->openFailure();
         return hr;
     }
 
@@ -109,14 +108,14 @@ private:
         HRESULT hr = com::call(trMap_, &ITrMap::GetFieldMap, run_.CurrentMap, &run_.FieldMapId);
         if (FAILED(hr) && run_.FieldMap) {
             if (run_.FieldMapId == GUID_NULL)
-                hr = com::call(run_.FieldMap, &IFieldMap::Create, run_.side(Side::One).Id, run_.side(Side::Two).Id, &run_.FieldMapId);
+                hr = com::call(run_.FieldMap, &IFieldMap::Create, run_.side(Side::One).id, run_.side(Side::Two).id, &run_.FieldMapId);
             else
                 hr = com::call(run_.FieldMap, &IFieldMap::CreateDefaultMap, run_.FieldMapId);
         }
         if (SUCCEEDED(hr) && run_.FieldMap) return true;
         std::filesystem::path folder;
         (void)GetUserDataFolder(folder);
-        run_.Error.LastErrorMessage1 = Format(LoadText(Text::FieldMapLoadFailed), platform::textOf(folder));
+        run_.error.LastErrorMessage1 = Format(LoadText(Text::FieldMapLoadFailed), platform::textOf(folder));
         return false;
     }
 
@@ -139,8 +138,8 @@ private:
         }
         for (const Side side : bothSides) {
             com::Bstr name;
-            (void)com::call(trMap_, &ITrMap::GetName, run_.side(side).Id, VARIANT_FALSE, name.put());
-            run_.side(side).Name = shortNames_[side] = name.text();
+            (void)com::call(trMap_, &ITrMap::GetName, run_.side(side).id, VARIANT_FALSE, name.put());
+            run_.side(side).name = shortNames_[side] = name.text();
         }
         if (shortNames_.one == shortNames_.two) nameStores(storedDatabase(Side::One), storedDatabase(Side::Two));
         return S_OK;
@@ -173,8 +172,8 @@ private:
     // Two stores of one kind are named with their places.
     void nameStores(std::u16string_view database1, std::u16string_view database2)
     {
-        for (const Side side : bothSides) run_.side(side).Name = shortNames_[side];
-        TellStoresApart(run_.side(Side::One).Name, database1, run_.side(Side::Two).Name, database2);
+        for (const Side side : bothSides) run_.side(side).name = shortNames_[side];
+        TellStoresApart(run_.side(Side::One).name, database1, run_.side(Side::Two).name, database2);
     }
 
     // Wanted: the result is that of the second load alone, so a failed first one with a good second ends the run without a message.
@@ -182,7 +181,7 @@ private:
     {
         HRESULT hr = S_OK;
         for (const Side side : bothSides) {
-            hr = com::call(entry_, &ITrMapEntry::Load, run_.side(side).Id, translators_[side].put());
+            hr = com::call(entry_, &ITrMapEntry::Load, run_.side(side).id, translators_[side].put());
             if (FAILED(hr)) (void)translators_[side].detach();
             loadFailed_[side] = FAILED(hr) || !translators_[side];
         }
@@ -197,8 +196,8 @@ private:
     {
         const Side other = otherSide(side);
         chargeTo(run_, side);
-        FetchTranslatorError(run_.Error, {translators_[side].get(), run_.side(side).Id, side},
-                             {translators_[other].get(), run_.side(other).Id, other});
+        FetchTranslatorError(run_.error, {translators_[side].get(), run_.side(side).id, side},
+                             {translators_[other].get(), run_.side(other).id, other});
     }
 
     HRESULT startAndRun()
@@ -208,7 +207,7 @@ private:
             const HRESULT hr = lookForCategories();
             if (FAILED(hr)) return hr;
         }
-        run_.Report.beginPass(run_.CategoryPass ? passCategories : passContacts);
+        run_.report.beginPass(run_.CategoryPass ? passCategories : passContacts);
         readOptions();
         for (const Side side : bothSides) {
             const HRESULT hr = startSide(side);
@@ -220,23 +219,23 @@ private:
             }
         }
         if (readSyncParams() == E_ABORT) return logCancel();
-        HRESULT hr = lockStores({run_.side(Side::One).Database, run_.side(Side::Two).Database});
+        HRESULT hr = lockStores({run_.side(Side::One).database, run_.side(Side::Two).database});
         if (FAILED(hr)) return hr;
-        hr = RunPipeline(run_, translators_, services_);
+        hr = RunPipeline(run_, stores_, services_);
         if (hr == E_ABORT) {
             (void)logCancel();
-        } else if (FAILED(hr) && run_.Error.FailedTranslator == GUID_NULL) {
-            FetchTranslatorError(run_.Error, {translators_.two.get(), run_.side(Side::Two).Id, Side::Two},
-                                 {translators_.one.get(), run_.side(Side::One).Id, Side::One});
+        } else if (FAILED(hr) && run_.error.FailedTranslator == GUID_NULL) {
+            FetchTranslatorError(run_.error, {translators_.two.get(), run_.side(Side::Two).id, Side::Two},
+                                 {translators_.one.get(), run_.side(Side::One).id, Side::One});
         }
         return hr;
     }
 
     HRESULT logCancel() const
     {
-        WriteLogResource(logProgress, run_.Abort == reStopped      ? Text::StoppedByHost
-                                      : run_.Abort == reUnanswered ? Text::QuestionUnanswered
-                                                                   : Text::CancelledByUser);
+        WriteLogResource(logProgress, run_.abortMeaning == reStopped      ? Text::StoppedByHost
+                                      : run_.abortMeaning == reUnanswered ? Text::QuestionUnanswered
+                                                                          : Text::CancelledByUser);
         return E_ABORT;
     }
 
@@ -260,7 +259,7 @@ private:
 
     void readOptions()
     {
-        MapOptions& options = run_.Options;
+        MapOptions& options = run_.options;
         const bool asks = !run_.CategoryPass;
         options = {}; // what was set for the map before does not hold for this one
         options.ConfirmAdds = options.ConfirmUpdates = options.ConfirmDeletes = asks;
@@ -281,7 +280,7 @@ private:
     {
         LONG version = -1;
         if (FAILED(ConfigStore().GetVersion(version)) || version >= currentStoreVersion) return;
-        if (run_.Options.SyncImages && openedVersion_ < currentStoreVersion) {
+        if (run_.options.SyncImages && openedVersion_ < currentStoreVersion) {
             run_.ImageOptionChanged = run_.RefreshImages = wroteImageFlag_ = true;
             BroadcastImageOption(imageOptionKey, u"1");
         }
@@ -294,7 +293,7 @@ private:
             const HRESULT hr = startTranslator(side);
             if (FAILED(hr)) return hr;
             allowImages(side);
-            if (side == Side::Two && run_.Options.SyncImages && run_.ImageOptionChanged && run_.ImagesAvailable) run_.RefreshImages = true;
+            if (side == Side::Two && run_.options.SyncImages && run_.ImageOptionChanged && run_.ImagesAvailable) run_.RefreshImages = true;
             loadDynamicFields(side);
             return S_OK;
         } catch (const Cancelled&) {
@@ -304,7 +303,7 @@ private:
 
     HRESULT startTranslator(Side side)
     {
-        const VARIANT_BOOL reconfigure = run_.side(side).Reconfigure;
+        const VARIANT_BOOL reconfigure = run_.side(side).reconfigure;
         ITrServices* services = services_[side].get();
         StoreClient& store = stores_[side];
         if (run_.CategoryPass) return store.initializeCategories(services, run_.ParentWindow, reconfigure);
@@ -315,7 +314,7 @@ private:
     void allowImages(Side side)
     {
         if (stores_[side].hasImages())
-            stores_[side].setAllowImages(run_.Options.SyncImages);
+            stores_[side].setAllowImages(run_.options.SyncImages);
         else
             run_.ImagesAvailable = false;
     }
@@ -336,10 +335,10 @@ private:
         try {
             for (const Side side : bothSides) {
                 SideState& state = run_.side(side);
-                state.DatabaseKnown = SUCCEEDED(stores_[side].syncParams(services_[side].get(), state.Database, state.Description));
+                state.databaseKnown = SUCCEEDED(stores_[side].syncParams(services_[side].get(), state.database, state.description));
             }
-            if (run_.side(Side::One).DatabaseKnown && run_.side(Side::Two).DatabaseKnown)
-                nameStores(run_.side(Side::One).Database, run_.side(Side::Two).Database);
+            if (run_.side(Side::One).databaseKnown && run_.side(Side::Two).databaseKnown)
+                nameStores(run_.side(Side::One).database, run_.side(Side::Two).database);
             return S_OK;
         } catch (const Cancelled&) {
             return E_ABORT;
@@ -359,7 +358,7 @@ private:
         for (const Side side : bothSides) {
             if (!translators_[side]) continue;
             const HRESULT cleaned = com::call(translators_[side], &ITranslator::Cleanup);
-            if (FAILED(cleaned) && run_.side(side).BatchOpen) {
+            if (FAILED(cleaned) && stores_[side].batchOpen()) {
                 (void)history_->store().Revert();
                 history_->SetBatchInDoubt(sectionOf(side), true);
             }

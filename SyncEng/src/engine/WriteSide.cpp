@@ -19,29 +19,28 @@ public:
         HRESULT hr = target().store.askToWrite(target().services.get(), run_.ParentWindow, SilentMode);
         if (SUCCEEDED(hr)) hr = target().store.beginUpdate();
         if (FAILED(hr)) return hr;
-        run_.side(targetSide_).BatchOpen = target().store.batchOpen();
         WriteLogText(logProgress, u"\r");
         hr = writeLoop();
-        if (SUCCEEDED(hr) && run_.side(targetSide_).HasDeletions) hr = deleteLoop();
+        if (SUCCEEDED(hr) && pass_.side(targetSide_).hasDeletions) hr = deleteLoop();
         return hr;
     }
 
 private:
     PassSide& source() { return pass_.side(sourceSide_); }
     PassSide& target() { return pass_.side(targetSide_); }
-    const std::u16string& targetName() const { return run_.side(targetSide_).Name; }
+    const std::u16string& targetName() const { return run_.side(targetSide_).name; }
 
     HRESULT writeLoop()
     {
         return workOff(
-            source().Tasks, [](LONG kind) { return kind != TaskDelete; },
+            source().tasks, [](TaskKind kind) { return kind != TaskDelete; },
             [&](const std::u16string& id, const RecordTask& task) { return writeRecord(id, task); });
     }
 
     HRESULT deleteLoop()
     {
         return workOff(
-            target().Tasks, [](LONG kind) { return kind == TaskDelete; },
+            target().tasks, [](TaskKind kind) { return kind == TaskDelete; },
             [&](const std::u16string& id, const RecordTask& task) { return deleteRecord(id, task); });
     }
 
@@ -80,8 +79,8 @@ private:
         entry.action = task.Kind == TaskMatched ? raLinked : created ? raCreated : raUpdated;
         if (entry.action == raLinked && sourceSide_ == Side::One) std::swap(entry.recordId, entry.partnerId);
         if (entry.action == raLinked) entry.side = Side::One;
-        if (entry.action == raUpdated && run_.Report.wantsFields()) entry.fields = describeFields(written);
-        run_.Report.wrote(std::move(entry), targetName());
+        if (entry.action == raUpdated && run_.report.wantsFields()) entry.fields = describeFields(written);
+        run_.report.wrote(std::move(entry), targetName());
         return stamped;
     }
 
@@ -90,8 +89,8 @@ private:
     void followNewIdentifier(const std::u16string& before, const std::u16string& now)
     {
         const bool towardsTwo = targetSide_ == Side::Two;
-        (void)RekeyHistoryEntry(*run_.History, Side::Two, before, now, towardsTwo ? Side::One : Side::Two);
-        if (!towardsTwo) (void)run_.History->DeleteEntry(sectionOf(Side::One), before, false);
+        (void)RekeyHistoryEntry(*run_.history, Side::Two, before, now, towardsTwo ? Side::One : Side::Two);
+        if (!towardsTwo) (void)run_.history->DeleteEntry(sectionOf(Side::One), before, false);
     }
 
     ReportEntry entryOf(const RecordTask& task, const std::u16string& id, const std::u16string& partner, const std::u16string& name) const
@@ -101,7 +100,7 @@ private:
         entry.recordId = id;
         entry.partnerId = partner;
         entry.name = name;
-        entry.conflict = task.Conflict;
+        entry.conflict = task.conflict;
         return entry;
     }
 
@@ -110,7 +109,7 @@ private:
         chargeFailure(pass_, targetSide_);
         entry.code = hr;
         entry.text = FailureText(run_, hr);
-        run_.Report.failed(std::move(entry));
+        run_.report.failed(std::move(entry));
         return hr;
     }
 
@@ -130,22 +129,22 @@ private:
 
     HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
     {
-        if (task.AlreadyGone) return S_OK; // a change that won over a deletion leaves the deletion's task behind
+        if (task.alreadyGone) return S_OK; // a change that won over a deletion leaves the deletion's task behind
         const std::u16string name = describe(task, target(), id);
         const com::Bstr key(id);
         const HRESULT hr = target().store.remove(key.get());
         // Another program may have deleted the record meanwhile.
         if (FAILED(hr) && target().store.contains(key.get()) != Presence::Absent) return fail(hr, entryOf(task, id, {}, name));
-        (void)UnlinkHistoryEntry(*run_.History, targetSide_, id);
+        (void)UnlinkHistoryEntry(*run_.history, targetSide_, id);
         ReportEntry entry = entryOf(task, id, {}, name);
         entry.action = raDeleted;
-        run_.Report.wrote(std::move(entry), targetName());
+        run_.report.wrote(std::move(entry), targetName());
         return S_OK;
     }
 
     std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id) const
     {
-        return run_.Report.wantsNames() ? DescribeRecord(task.Values.get(), side.store.translator(), side.names, id) : std::u16string();
+        return run_.report.wantsNames() ? DescribeRecord(task.Values.get(), side.store.translator(), side.names, id) : std::u16string();
     }
 
     HRESULT tellProgress()
@@ -172,11 +171,6 @@ HRESULT WriteSide(PipelinePass& pass, Side target)
     }
 }
 
-HRESULT EndSide(PipelinePass& pass, Side target)
-{
-    const HRESULT hr = pass.side(target).store.endUpdate();
-    pass.run.side(target).BatchOpen = pass.side(target).store.batchOpen();
-    return hr;
-}
+HRESULT EndSide(PipelinePass& pass, Side target) { return pass.side(target).store.endUpdate(); }
 
 } // namespace mb

@@ -293,9 +293,9 @@ TEST_F(FailureReport, TheNumberIsShownOfACodeThatIsAWholeNumber)
 {
     const auto reported = [&](VARTYPE type, auto fill) {
         mb::RunState run;
-        run.Error.LastErrorMessage1 = u"Kind " + std::u16string(1, static_cast<char16_t>(u'A' + type)) + u".";
-        run.Error.LastErrorCode.vt = type;
-        fill(static_cast<VARIANT&>(run.Error.LastErrorCode));
+        run.error.LastErrorMessage1 = u"Kind " + std::u16string(1, static_cast<char16_t>(u'A' + type)) + u".";
+        run.error.LastErrorCode.vt = type;
+        fill(static_cast<VARIANT&>(run.error.LastErrorCode));
         EXPECT_EQ(reportSilently(run, engineCode(0x204)), "");
         const std::string log = s.logText();
         return log.substr(log.rfind("Kind "));
@@ -317,7 +317,7 @@ TEST_F(FailureReport, TheTextIsALineOfTheFailures)
 {
     mb::RunState run;
     for (const DWORD level : {1u | 8u, 4u}) {
-        run.Error.LastErrorMessage1 = level == 4 ? u"100%s heard" : u"not heard";
+        run.error.LastErrorMessage1 = level == 4 ? u"100%s heard" : u"not heard";
         mb::LogLevelMask = level;
         (void)reportSilently(run, engineCode(0x204));
     }
@@ -333,7 +333,7 @@ TEST_F(FailureReport, AStopOfTheScheduleWouldBeShownEvenInASilentRunAndSwitchThe
     auto key = platform::RegistryKey::open(platform::Root::CurrentUser, path);
     ASSERT_TRUE(key && key->setNumber(u"AutoSyncEnabled", 1) && key->setNumber(u"AutoSyncSchedule", 5));
     mb::RunState run;
-    run.Error.LastErrorMessage1 = u"Log on first.";
+    run.error.LastErrorMessage1 = u"Log on first.";
     EXPECT_THAT(reportSilently(run, engineCode(0x214)), HasSubstr("Log on first."));
     EXPECT_EQ(key->number(u"AutoSyncEnabled"), 0u);
     EXPECT_EQ(key->number(u"AutoSyncSchedule"), 0u);

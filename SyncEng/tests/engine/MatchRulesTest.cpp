@@ -60,7 +60,7 @@ TEST_F(Rules, APerfectMatchEndsTheWalk)
     add(Side::One, u"b", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"t"}});
     add(Side::One, u"c", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"t"}});
     EXPECT_EQ(rank({u"a", u"b", u"c"}, {{ftLastName, u"l"}, {ftFirstName, u"f"}, {ftTitle, u"T"}}), u"b");
-    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"b").Changes);
+    EXPECT_FALSE(pass.side(Side::One).tasks.at(u"b").Changes);
 }
 
 TEST_F(Rules, AnotherLastNameIsNeverADuplicate)
@@ -111,8 +111,8 @@ TEST_F(Rules, AFirstNameThatDiffersOnAPairFoundByEmailIsNotedInBothMaps)
 {
     add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftEmail1, u"e"}});
     EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"G"}, {ftEmail1, u"e"}}), u"a");
-    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").Changes->find(ftFirstName)->second, u"F");
-    EXPECT_EQ(pass.side(Side::Two).Tasks.at(u"two").Changes->find(ftFirstName)->second, u"G");
+    EXPECT_EQ(pass.side(Side::One).tasks.at(u"a").Changes->find(ftFirstName)->second, u"F");
+    EXPECT_EQ(pass.side(Side::Two).tasks.at(u"two").Changes->find(ftFirstName)->second, u"G");
 }
 
 TEST_F(Rules, ACandidateThatHasAPartnerIsPassedOver)
@@ -128,7 +128,7 @@ TEST_F(Rules, AnImageOnOneSideAloneIsAGiftAndNoConflict)
     const DroppedTasks dropped = PairDuplicates(pass, u"a", u"two", rows);
     EXPECT_FALSE(dropped.drop1);
     EXPECT_TRUE(dropped.drop2);
-    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").MappedId, u"two");
+    EXPECT_EQ(pass.side(Side::One).tasks.at(u"a").MappedId, u"two");
 }
 
 TEST_F(Rules, EqualRecordsAreLinkedAndTheOneOfSideTwoGoes)
@@ -137,7 +137,7 @@ TEST_F(Rules, EqualRecordsAreLinkedAndTheOneOfSideTwoGoes)
     add(Side::Two, u"b", {{ftLastName, u"L"}, {ftNotes, u"N."}});
     const DroppedTasks dropped = PairDuplicates(pass, u"a", u"b", rows);
     EXPECT_TRUE(dropped.drop2);
-    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").Kind, TaskMatched);
+    EXPECT_EQ(pass.side(Side::One).tasks.at(u"a").Kind, TaskMatched);
 }
 
 TEST_F(Rules, AFirstNameNeverEntersTheChangesOfAPair)
@@ -145,7 +145,7 @@ TEST_F(Rules, AFirstNameNeverEntersTheChangesOfAPair)
     add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}});
     add(Side::Two, u"b", {{ftLastName, u"L"}, {ftFirstName, u"G"}});
     PairDuplicates(pass, u"a", u"b", rows);
-    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"a").Changes);
+    EXPECT_FALSE(pass.side(Side::One).tasks.at(u"a").Changes);
 }
 
 TEST_F(Rules, NotesThatDifferAreKeptRawOnBothSides)
@@ -154,18 +154,18 @@ TEST_F(Rules, NotesThatDifferAreKeptRawOnBothSides)
     add(Side::Two, u"b", {{ftNotes, u"n 2"}});
     const DroppedTasks dropped = PairDuplicates(pass, u"a", u"b", rows);
     EXPECT_FALSE(dropped.drop1 || dropped.drop2);
-    EXPECT_EQ(pass.side(Side::Two).Tasks.at(u"b").Changes->find(ftNotes)->second, u"n 2");
-    EXPECT_EQ(pass.side(Side::Two).Tasks.at(u"b").MappedId, u"a");
+    EXPECT_EQ(pass.side(Side::Two).tasks.at(u"b").Changes->find(ftNotes)->second, u"n 2");
+    EXPECT_EQ(pass.side(Side::Two).tasks.at(u"b").MappedId, u"a");
 }
 
 TEST_F(Rules, InOneDirectionAPairIsLeftAlone)
 {
-    pass.Send[Side::Two] = false;
+    pass.send[Side::Two] = false;
     add(Side::One, u"a", {{ftNotes, u"n"}});
     add(Side::Two, u"b", {{ftNotes, u"n"}});
     const DroppedTasks dropped = PairDuplicates(pass, u"a", u"b", rows);
     EXPECT_FALSE(dropped.drop1 || dropped.drop2);
-    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"a").MappedId);
+    EXPECT_FALSE(pass.side(Side::One).tasks.at(u"a").MappedId);
 }
 
 TEST_F(Rules, FieldsOfTheirOwnRulesMakeNoDifferenceHere)
@@ -189,7 +189,7 @@ TEST_F(Rules, AnImageOnSideTwoAloneIsAGiftToSideOne)
     const DroppedTasks dropped = PairDuplicates(pass, u"a", u"two", rows);
     EXPECT_TRUE(dropped.drop1);
     EXPECT_FALSE(dropped.drop2);
-    EXPECT_EQ(pass.side(Side::Two).Tasks.at(u"two").MappedId, u"a");
+    EXPECT_EQ(pass.side(Side::Two).tasks.at(u"two").MappedId, u"a");
 }
 
 TEST_F(Rules, TwoImagesOfDifferentSizeAreADifferenceOfBothSides)
@@ -235,21 +235,21 @@ TEST_F(Rules, AFieldThatOnlyANewVersionHasMakesNoDifferenceOnceItsMapIsNew)
     title.field1.flags = ffVersionDependent;
     EXPECT_EQ(winner(), u"a");
     for (const Side side : {Side::One, Side::Two}) {
-        pass.Send[side] = false;
+        pass.send[side] = false;
         EXPECT_EQ(winner(), u"b") << "both sides must send";
-        pass.Send[side] = true;
+        pass.send[side] = true;
     }
 }
 
 TEST_F(Rules, InOneDirectionNoDifferenceIsNoted)
 {
-    pass.Send[Side::One] = false;
+    pass.send[Side::One] = false;
     add(Side::One, u"a", {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"x"}});
     EXPECT_EQ(rank({u"a"}, {{ftLastName, u"L"}, {ftFirstName, u"F"}, {ftTitle, u"y"}}), u"a");
     EXPECT_FALSE(changes1(u"a") || changes2());
     const DroppedTasks dropped = PairDuplicates(pass, u"a", u"two", rows);
     EXPECT_FALSE(dropped.drop1 || dropped.drop2);
-    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"a").MappedId);
+    EXPECT_FALSE(pass.side(Side::One).tasks.at(u"a").MappedId);
 }
 
 TEST_F(Rules, WhatIsNotedIsTheValueAsTheOtherFieldCanHoldIt)
@@ -286,7 +286,7 @@ TEST_F(Rules, NotesThatDifferOnlyInWhatTheOtherFieldCannotHoldAreEqual)
     add(Side::Two, u"d", {{ftNotes, u"1234"}});
     rows.notes = {ftNotes, 0, 0, 0, 4};
     EXPECT_TRUE(PairDuplicates(pass, u"c", u"d", rows).drop2);
-    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"c").Kind, TaskMatched);
+    EXPECT_EQ(pass.side(Side::One).tasks.at(u"c").Kind, TaskMatched);
     add(Side::One, u"e", {{ftNotes, u"1234"}});
     add(Side::Two, u"f", {{ftNotes, u"123456 and more"}});
     rows.notes = {ftNotes, 0, 0, 4, 0};
@@ -301,9 +301,9 @@ TEST_F(Rules, EqualTextsAreNoDifferenceThoughTheFieldsHoldDifferentLengths)
         add(Side::Two, u"b", {{type, u"12345678"}});
         EXPECT_TRUE(PairDuplicates(pass, u"a", u"b", rows).drop2) << type;
         EXPECT_FALSE(changes1(u"a")) << type;
-        EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").Kind, TaskMatched) << type;
-        pass.side(Side::One).Tasks.clear();
-        pass.side(Side::Two).Tasks.clear();
+        EXPECT_EQ(pass.side(Side::One).tasks.at(u"a").Kind, TaskMatched) << type;
+        pass.side(Side::One).tasks.clear();
+        pass.side(Side::Two).tasks.clear();
     }
 }
 
@@ -315,8 +315,8 @@ TEST_F(Rules, EmailAndCategoriesThatDifferMakeAPairAConflict)
         const DroppedTasks dropped = PairDuplicates(pass, u"a", u"b", rows);
         EXPECT_FALSE(dropped.drop1 || dropped.drop2) << type;
         EXPECT_EQ(changes1(u"a")->find(type)->second, u"1");
-        pass.side(Side::One).Tasks.clear();
-        pass.side(Side::Two).Tasks.clear();
+        pass.side(Side::One).tasks.clear();
+        pass.side(Side::Two).tasks.clear();
     }
 }
 
@@ -325,12 +325,12 @@ TEST_F(Rules, ARecordThatHasAPartnerIsNotPairedAgain)
     add(Side::One, u"a", {}).MappedId = u"other";
     add(Side::Two, u"b", {});
     EXPECT_FALSE(PairDuplicates(pass, u"a", u"b", rows).drop2);
-    EXPECT_EQ(pass.side(Side::One).Tasks.at(u"a").MappedId, u"other");
+    EXPECT_EQ(pass.side(Side::One).tasks.at(u"a").MappedId, u"other");
     add(Side::One, u"c", {});
     add(Side::Two, u"d", {}).MappedId = u"other";
     EXPECT_FALSE(PairDuplicates(pass, u"c", u"d", rows).drop2);
     EXPECT_FALSE(PairDuplicates(pass, u"c", u"gone", rows).drop2);
-    EXPECT_FALSE(pass.side(Side::One).Tasks.at(u"c").MappedId);
+    EXPECT_FALSE(pass.side(Side::One).tasks.at(u"c").MappedId);
 }
 
 // ---- The index answers what the expressions answer -----------------------------------------------------------------------

@@ -55,8 +55,8 @@ protected:
     void expectWinners(std::span<const Walk> walks)
     {
         for (const Walk& walk : walks) {
-            pass.side(Side::One).Tasks.clear();
-            pass.side(Side::Two).Tasks.clear();
+            pass.side(Side::One).tasks.clear();
+            pass.side(Side::Two).tasks.clear();
             const auto expected = walk.winner < 0
                                       ? std::nullopt
                                       : std::optional(u"candidate " + std::u16string(static_cast<std::size_t>(walk.winner) + 1, u'i'));
@@ -175,8 +175,8 @@ TEST_F(Tiers, TheLowerTierWinsWhicheverComesFirst)
 TEST_F(Tiers, ALastNameAloneIsATierOnlyWhereItIsNotEmptyAndNothingElseIsKnown)
 {
     const auto rankOf = [&](const Values& one, const Values& two) {
-        pass.side(Side::One).Tasks.clear();
-        pass.side(Side::Two).Tasks.clear();
+        pass.side(Side::One).tasks.clear();
+        pass.side(Side::Two).tasks.clear();
         add(Side::One, u"a", one).Values->set(ftTitle, u"x");
         Values other = two;
         other.emplace_back(ftTitle, u"y");

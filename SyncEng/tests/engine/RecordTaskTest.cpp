@@ -52,7 +52,7 @@ TEST(TaskList, ANewEntryHasAllFieldsZero)
     EXPECT_FALSE(made.MappedId);
     EXPECT_FALSE(made.Changes);
     EXPECT_FALSE(made.Values);
-    EXPECT_EQ(made.Settled, 0);
+    EXPECT_FALSE(made.Settled);
     EXPECT_FALSE(made.FieldMapRemapped);
 }
 

@@ -27,7 +27,7 @@ protected:
     using Values = std::vector<std::pair<LONG, const char16_t*>>;
     RecordTask& add(Side side, const std::u16string& id, const Values& values)
     {
-        RecordTask& task = TaskAt(pass.side(side).Tasks, id);
+        RecordTask& task = TaskAt(pass.side(side).tasks, id);
         task.Kind = TaskNew;
         task.Values = std::make_unique<RecordValues>();
         for (const auto& [type, value] : values) task.Values->set(type, value);
@@ -35,16 +35,17 @@ protected:
     }
     std::optional<std::u16string> rank(const std::vector<std::u16string>& ids, const Values& two)
     {
-        RecordTask& e2 = add(Side::Two, u"two", two);
-        const MatchKeys keys{std::u16string(valueOf(e2, ftLastName)), std::u16string(valueOf(e2, ftFirstName)),
-                             std::u16string(valueOf(e2, ftEmail1))};
+        RecordTask& task2 = add(Side::Two, u"two", two);
+        const MatchKeys keys{std::u16string(valueOf(task2, ftLastName)), std::u16string(valueOf(task2, ftFirstName)),
+                             std::u16string(valueOf(task2, ftEmail1))};
         return RankCandidates(pass, u"two", keys, ids, rows);
     }
     // What was noted as different; null for nothing.
-    FieldValueMap* changes1(const std::u16string& id) { return pass.side(Side::One).Tasks.at(id).Changes.get(); }
-    FieldValueMap* changes2() { return pass.side(Side::Two).Tasks.at(u"two").Changes.get(); }
+    FieldValueMap* changes1(const std::u16string& id) { return pass.side(Side::One).tasks.at(id).Changes.get(); }
+    FieldValueMap* changes2() { return pass.side(Side::Two).tasks.at(u"two").Changes.get(); }
     RunState run;
-    PipelinePass pass{.run = run, .sides = {}};
+    PerSide<StoreClient> stores;
+    PipelinePass pass{.run = run, .sides = {PassSide(stores.one), PassSide(stores.two)}};
     MatchRows rows;
 };
 

@@ -9,7 +9,7 @@
 
 namespace mb {
 
-class SeenIdentifiers {
+class IdentifierSet {
 public:
     void reserve(std::size_t count) { ids_.reserve(count); }
     void insert(std::u16string_view id) { ids_.push_back(id); }

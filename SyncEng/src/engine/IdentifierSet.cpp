@@ -1,8 +1,8 @@
-#include "engine/SeenIdentifiers.h"
+#include "engine/IdentifierSet.h"
 
 namespace mb {
 
-bool SeenIdentifiers::contains(std::u16string_view id)
+bool IdentifierSet::contains(std::u16string_view id)
 {
     const std::size_t at = next_ < ids_.size() && ids_[next_] == id ? next_ : positionOf(id);
     if (at == none) return false;
@@ -10,13 +10,13 @@ bool SeenIdentifiers::contains(std::u16string_view id)
     return true;
 }
 
-bool SeenIdentifiers::containsExactly(std::u16string_view id)
+bool IdentifierSet::containsExactly(std::u16string_view id)
 {
     const std::size_t at = positionOf(id);
     return at != none && ids_[at] == id;
 }
 
-std::size_t SeenIdentifiers::positionOf(std::u16string_view id)
+std::size_t IdentifierSet::positionOf(std::u16string_view id)
 {
     positions_.reserve(ids_.size());
     for (; indexed_ < ids_.size(); ++indexed_) positions_.emplace(ids_[indexed_], indexed_);

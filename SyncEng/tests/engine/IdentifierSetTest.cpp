@@ -1,30 +1,30 @@
-#include "engine/SeenIdentifiers.h"
+#include "engine/IdentifierSet.h"
 
 #include <gtest/gtest.h>
 
 namespace mb {
 namespace {
 
-SeenIdentifiers seen(std::initializer_list<std::u16string_view> ids)
+IdentifierSet setOf(std::initializer_list<std::u16string_view> ids)
 {
-    SeenIdentifiers made;
+    IdentifierSet made;
     for (const std::u16string_view id : ids) made.insert(id);
     return made;
 }
 
 } // namespace
 
-TEST(SeenIdentifiers, AreFoundInWhateverOrderTheyAreAskedFor)
+TEST(IdentifierSet, FindsIdentifiersInAnyOrder)
 {
-    SeenIdentifiers ids = seen({u"a", u"b", u"c", u"d"});
+    IdentifierSet ids = setOf({u"a", u"b", u"c", u"d"});
     for (const char16_t* id : {u"a", u"b", u"d", u"c", u"c", u"a", u"d", u"d"}) EXPECT_TRUE(ids.contains(id));
     EXPECT_FALSE(ids.contains(u"e"));
     EXPECT_TRUE(ids.contains(u"b"));
 }
 
-TEST(SeenIdentifiers, OnesThatDifferInCaseAreOne)
+TEST(IdentifierSet, IgnoresCaseUnlessAskedForTheExactIdentifier)
 {
-    SeenIdentifiers ids = seen({u"Ab", u"cd"});
+    IdentifierSet ids = setOf({u"Ab", u"cd"});
     EXPECT_TRUE(ids.contains(u"aB"));
     EXPECT_TRUE(ids.contains(u"CD"));
     EXPECT_TRUE(ids.containsExactly(u"Ab"));
@@ -32,14 +32,14 @@ TEST(SeenIdentifiers, OnesThatDifferInCaseAreOne)
     EXPECT_FALSE(ids.containsExactly(u"x"));
 }
 
-TEST(SeenIdentifiers, ThatComeAfterAQuestionAreFoundToo)
+TEST(IdentifierSet, FindsIdentifiersAddedAfterALookup)
 {
-    SeenIdentifiers ids = seen({u"a"});
+    IdentifierSet ids = setOf({u"a"});
     EXPECT_FALSE(ids.containsExactly(u"b"));
     ids.insert(u"b");
     EXPECT_TRUE(ids.containsExactly(u"b"));
     EXPECT_TRUE(ids.contains(u"B"));
-    EXPECT_FALSE(seen({}).contains(u"a"));
+    EXPECT_FALSE(setOf({}).contains(u"a"));
 }
 
 } // namespace mb
