@@ -2,6 +2,7 @@
 
 #include "engine/FailureReport.h"
 #include "engine/HistoryLinks.h"
+#include "engine/MapClient.h"
 #include "engine/StageProgress.h"
 #include "files.h"
 #include "foundation/Format.h"
@@ -28,11 +29,6 @@ bool beginsAnew(const RunState& run, const PerSide<std::u16string>& last)
     return exchanged(Side::One) || exchanged(Side::Two);
 }
 
-HRESULT loadLists(PipelinePass& pass)
-{
-    return pass.run.history->LoadBothSides(pass.side(Side::One).historyList, pass.side(Side::Two).historyList, pass.run.CategoryPass);
-}
-
 struct Renaming {
     std::u16string from, to;
 };
@@ -44,7 +40,7 @@ std::vector<Renaming> askOnce(PassSide& side)
     for (const HistoryEntry& entry : side.historyList) {
         com::Bstr newId;
         const com::Bstr id(entry.Id);
-        if (FAILED(side.store.updatedId(id.get(), newId)))
+        if (!side.store.updatedId(id.get(), newId))
             side.renamingUnknown.insert(entry.Id);
         else if (!newId.empty() && newId.view() != entry.Id)
             renamings.push_back({entry.Id, newId.text()});
@@ -78,7 +74,7 @@ void dropCollisions(std::vector<Renaming>& renamings, const std::vector<HistoryE
 }
 
 // Two records may have swapped their identifiers: where the new one is another record's old one, it is given in a second step.
-void rename(CSyncHistory& history, Side side, const std::vector<Renaming>& renamings)
+void rename(MapHistory& history, Side side, const std::vector<Renaming>& renamings)
 {
     std::unordered_set<std::u16string> leaving;
     for (const Renaming& each : renamings) leaving.insert(each.from);
@@ -86,101 +82,87 @@ void rename(CSyncHistory& history, Side side, const std::vector<Renaming>& renam
     for (const Renaming& each : renamings) {
         if (!leaving.contains(each.to)) continue;
         second.push_back({com::guidText(com::newGuid()), each.to});
-        (void)RekeyHistoryEntry(history, side, each.from, second.back().from, otherSide(side));
+        RekeyHistoryEntry(history, side, each.from, second.back().from, otherSide(side));
     }
     for (const Renaming& each : renamings)
-        if (!leaving.contains(each.to)) (void)RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
-    for (const Renaming& each : second) (void)RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
+        if (!leaving.contains(each.to)) RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
+    for (const Renaming& each : second) RekeyHistoryEntry(history, side, each.from, each.to, otherSide(side));
 }
 
-// Follows the identifiers that the store changed, and sets `changed` if there were any. Where a record took the identifier of another one
-// whose renaming is unknown, that other one was renamed too, and nobody knows to what.
-HRESULT ApplyRecordIdUpdates(PipelinePass& pass, Side side, bool& changed)
+// Follows the identifiers that the store changed. Returns whether there were any. Where a record took the identifier of another record
+// whose renaming is unknown, that other record was renamed too, and its new identifier is unknown: this ends the run.
+bool ApplyRecordIdUpdates(PipelinePass& pass, Side side)
 {
     PassSide& own = pass.side(side);
-    if (!own.store.hasUpdater()) return S_OK;
+    if (!own.store.hasUpdater()) return false;
     std::vector<Renaming> renamings = askForRenamings(own);
     for (const Renaming& each : renamings)
-        if (own.renamingUnknown.contains(each.to)) return failUnknownRenaming(pass, side, each.to);
+        if (own.renamingUnknown.contains(each.to)) failUnknownRenaming(pass, side, each.to);
     dropCollisions(renamings, own.historyList);
-    if (renamings.empty()) return S_OK;
-    changed = true;
-    rename(*pass.run.history, side, renamings);
+    if (renamings.empty()) return false;
+    rename(pass.run.history, side, renamings);
     // A store may forget the renamings that it saved, so they stay unsaved until it could tell all of them.
-    if (own.renamingUnknown.empty()) own.store.saveUpdatedIds();
-    return S_OK;
+    if (own.renamingUnknown.empty()) own.store.trySaveUpdatedIds();
+    return true;
 }
 
-HRESULT updateRecordIds(PipelinePass& pass, bool& changed)
+bool updateRecordIds(PipelinePass& pass)
 {
+    bool changed = false;
     for (const Side side : bothSides) {
         const GUID& id = pass.run.side(side).id;
         // These two stores changed their identifiers once, which a history of version 3 has seen.
         if (pass.run.HistoryVersion >= 3 && (id == goldMineTranslator || id == goldMineCorporateTranslator)) continue;
-        const HRESULT hr = ApplyRecordIdUpdates(pass, side, changed);
-        if (FAILED(hr)) return hr;
+        changed = ApplyRecordIdUpdates(pass, side) || changed;
     }
-    return S_OK;
+    return changed;
 }
 
-HRESULT loadKnownRecords(PipelinePass& pass)
+void loadKnownRecords(PipelinePass& pass)
 {
-    bool changed = false;
-    HRESULT hr = loadLists(pass);
-    if (SUCCEEDED(hr)) hr = updateRecordIds(pass, changed);
-    if (FAILED(hr) || !changed) return hr;
-    // The second time without progress.
-    const auto sink = pass.run.history->exchangeSink(nullptr);
-    hr = loadLists(pass);
-    (void)pass.run.history->exchangeSink(sink);
-    // A history of version 4 stays one: of a lower version the next run would compare no pictures, and could write an old one over a new
-    // one.
-    if (pass.run.HistoryVersion < 3) (void)pass.run.history->SetVersion(3);
-    return hr;
+    MapHistory& history = pass.run.history;
+    std::vector<HistoryEntry>&list1 = pass.side(Side::One).historyList, &list2 = pass.side(Side::Two).historyList;
+    history.loadBothSides(list1, list2, pass.run.CategoryPass);
+    if (!updateRecordIds(pass)) return;
+    history.loadBothSidesAgain(list1, list2, pass.run.CategoryPass);
+    // A history of version 4 stays one: with a lower version the next run would not compare images, and could overwrite a new image with an
+    // old one.
+    if (pass.run.HistoryVersion < 3) history.trySetVersion(3);
 }
 
 // The database as the map's settings have it. Translators of former versions told it as it was given, which may be by another spelling.
-std::u16string givenDatabase(const PassSide& side)
-{
-    com::Bstr given;
-    const auto settings = side.services.tryAs<IDataStream>();
-    if (settings) (void)com::call(settings, &IDataStream::GetString, com::Bstr(u"Database").get(), given.put());
-    return given.text();
-}
+std::u16string givenDatabase(const PassSide& side) { return SettingsClient(side.services).text(u"Database"); }
 
 // A transfer's records stand under the names of both databases. Those of a former version go on under the names that they have.
 void chooseTransferSections(PipelinePass& pass)
 {
-    CSyncHistory& history = *pass.run.history;
+    MapHistory& history = pass.run.history;
     const std::u16string &told1 = pass.run.side(Side::One).database, &told2 = pass.run.side(Side::Two).database;
     const std::u16string given1 = givenDatabase(pass.side(Side::One)), given2 = givenDatabase(pass.side(Side::Two));
     for (const auto& [first, second] :
          {std::pair(&told1, &told2), std::pair(&given1, &told2), std::pair(&told1, &given2), std::pair(&given1, &given2)})
-        if (history.HasSuffix(*first, *second)) return history.SetSectionSuffix(*first, *second);
-    history.SetSectionSuffix(told1, told2);
+        if (history.hasSuffix(*first, *second)) return history.setSectionSuffix(*first, *second);
+    history.setSectionSuffix(told1, told2);
 }
 
 } // namespace
 
-HRESULT AnalyzeHistory(PipelinePass& pass)
+void AnalyzeHistory(PipelinePass& pass)
 {
     RunState& run = pass.run;
     StageProgress progress(run.EventSink, LoadText(run.CategoryPass ? Text::AnalyzingCategoryHistory : Text::AnalyzingHistory));
-    if (progress.advance(0.0) == E_ABORT) return E_ABORT;
+    progress.advance(0.0);
     if (run.transferring()) chooseTransferSections(pass);
 
-    PerSide<std::u16string> last; // the recorded names
-    for (const Side side : bothSides) (void)run.history->GetDatabase(sectionOf(side), last[side]);
-    HRESULT hr = S_OK;
+    const PerSide<std::u16string> last{run.history.database(Side::One), run.history.database(Side::Two)};
     pass.FirstSync = run.historyObsolete = beginsAnew(run, last);
     if (pass.FirstSync) {
         pass.HasHistory = false;
         WriteLogResource(logProgress, last.one.empty() || last.two.empty() ? Text::FirstSync : Text::DatabaseChanged);
     } else {
-        hr = loadKnownRecords(pass);
+        loadKnownRecords(pass);
     }
-    if (pass.HasHistory && pass.side(Side::One).historyList.empty() && pass.side(Side::Two).historyList.empty()) pass.HasHistory = false;
-    return hr;
+    if (pass.side(Side::One).historyList.empty() && pass.side(Side::Two).historyList.empty()) pass.HasHistory = false;
 }
 
 } // namespace mb

@@ -5,6 +5,6 @@
 namespace mb {
 
 // Sets FirstSync and HasHistory and fills both history lists. Identifiers that a translator changed by itself are followed first.
-HRESULT AnalyzeHistory(PipelinePass& pass);
+void AnalyzeHistory(PipelinePass& pass);
 
 } // namespace mb

@@ -6,10 +6,10 @@
 
 namespace mb {
 
-// No target identifier means a new record; on return it is the one under which the target saved the record. `guard` is engaged once the
-// target has saved the record: from then on the caller has to link it, whatever else fails. Throws Cancelled before that.
-// `writtenFields` receives the mapped pairs whose field was written, by their index, in the order in which they were.
-HRESULT ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                    std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<std::size_t>& writtenFields);
+// No target identifier means a new record; on return it is the identifier under which the target saved the record. `guard` is engaged once
+// the target has saved the record: from then on nothing is thrown, and the caller has to link the record.
+// `writtenFields` receives the mapped pairs whose field was written, by their index, in the order in which they were written.
+void ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
+                 std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<std::size_t>& writtenFields);
 
 } // namespace mb

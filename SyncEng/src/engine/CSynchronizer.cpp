@@ -148,7 +148,7 @@ HRESULT CSynchronizer::runMaps(const GUID& guid)
         StoreLock lock; // from before the map's settings are read to behind the last repetition of the run, questions included
         const OwnLocks stores(run_);
         hr = lockMap(lock, map);
-        if (SUCCEEDED(hr)) hr = LockConfiguredStores(run_, trMap.get(), map);
+        if (SUCCEEDED(hr)) hr = resultOf([&] { LockConfiguredStores(run_, MapClient(trMap), map); });
         if (FAILED(hr)) break;
         hr = runReported(map, [&] { return runMap(trMap.get(), map); });
         if (FAILED(hr)) break;
@@ -294,7 +294,7 @@ HRESULT CSynchronizer::runTransfer(ITrMap* trMap, const GUID& target, const GUID
     StoreOutlookExpressDatabase(id2, database2);
     run_.side(Side::One).id = hostTranslator;
     run_.side(Side::Two).id = id2;
-    hr = LockStores(run_, {run_.TransferFile, database2});
+    hr = resultOf([&] { LockStores(run_, {run_.TransferFile, database2}); });
     if (FAILED(hr)) return hr;
     return runReported(target, [&] {
         forgetFailedSide();

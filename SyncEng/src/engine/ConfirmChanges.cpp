@@ -33,29 +33,27 @@ bool wantsConfirmation(PipelinePass& pass)
     return !pass.side(Side::One).tasks.empty() || !pass.side(Side::Two).tasks.empty() || !pass.UnverifiedRecords.empty();
 }
 
-HRESULT askUser(RunState& run, const PlannedChanges& changes)
+void askUser(RunState& run, const PlannedChanges& changes)
 {
     CConfirmationDlg dialog(changes);
     const int ending = ShowDialog(dialog, run.ParentWindow);
     if (dialog.unanswered()) run.abortMeaning = reUnanswered;
     switch (ending) {
-    case idOk: return S_OK;
-    case idReSync: run.ResyncRequested = true; return codeReSync;
-    default: return E_ABORT;
+    case idOk: return;
+    case idReSync: run.ResyncRequested = true; throw RunFailure(codeReSync);
+    default: throw Cancelled{};
     }
 }
 
 } // namespace
 
-HRESULT ConfirmChanges(PipelinePass& pass)
+void ConfirmChanges(PipelinePass& pass)
 {
     pass.fillFieldTypes();
     settle(pass, Side::One);
     settle(pass, Side::Two);
     const Plan plan(pass);
-    const HRESULT told = TellPlan(pass, plan.changes);
-    if (told != S_OK) return FAILED(told) ? told : S_OK;
-    return wantsConfirmation(pass) ? askUser(pass.run, plan.changes) : S_OK;
+    if (TellPlan(pass, plan.changes) && wantsConfirmation(pass)) askUser(pass.run, plan.changes);
 }
 
 void LoadTargetFields(PipelinePass& pass)

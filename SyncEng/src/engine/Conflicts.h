@@ -15,8 +15,8 @@ struct Conflict {
 using ConflictTable = std::map<std::u16string, Conflict>;
 
 // Finds the pairs, and reads the changes of those that history shows as changed on both sides. A pair whose changes touch different
-// fields is none: each side's changes travel to the other. E_ABORT if the user cancels.
-HRESULT DetectConflicts(PipelinePass& pass, class StageProgress& progress, ConflictTable& conflicts);
+// fields is no conflict: each side's changes travel to the other.
+void DetectConflicts(PipelinePass& pass, class StageProgress& progress, ConflictTable& conflicts);
 
 // The fields changed on both sides of a pair, in step; images only where they are to be compared.
 struct ConflictFields {

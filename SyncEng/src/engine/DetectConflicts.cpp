@@ -25,14 +25,14 @@ class Detection {
 public:
     Detection(PipelinePass& pass, ConflictTable& conflicts)
         : pass_(pass), run_(pass.run), conflicts_(conflicts),
-          inDoubt_(run_.history && (run_.history->BatchInDoubt(u"Trans1") || run_.history->BatchInDoubt(u"Trans2")))
+          inDoubt_(run_.history && (run_.history.batchInDoubt(Side::One) || run_.history.batchInDoubt(Side::Two)))
     {
     }
 
-    HRESULT examine(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
+    void examine(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
     {
         // A pair stays as the first look at it left it, for the rest of the run: what was settled is not asked again, by another rule.
-        if (task1.pairExamined && task2.pairExamined) return S_OK;
+        if (task1.pairExamined && task2.pairExamined) return;
         task1.pairExamined = task2.pairExamined = true;
         if (!task1.Changes && !task2.Changes && task1.Kind != TaskDelete && task2.Kind != TaskDelete)
             return examineChangedPair(id1, task1, id2, task2);
@@ -40,7 +40,6 @@ public:
             examineReadPair(id1, task1, id2, task2);
         else
             add(id1, {id2, true, deleteAction(task1)});
-        return S_OK;
     }
 
 private:
@@ -55,23 +54,23 @@ private:
     }
 
     // What cannot be read may be in conflict: the run ends, or each side would overwrite what the other one changed.
-    HRESULT examineChangedPair(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
+    void examineChangedPair(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
     {
         PerSide<FieldValueMap> changes;
         bool lost = false;
         for (const Side side : {Side::One, Side::Two}) {
-            HRESULT failure = S_OK;
+            ReadFailure failure;
             const std::u16string& id = side == Side::One ? id1 : id2;
             changes[side] =
                 ReadRecordChanges(pass_, side, id, ReadErrors::SkipField, (side == Side::One ? task1 : task2).FieldMapRemapped, &failure);
-            if (SUCCEEDED(failure) && changes[side].empty()) {
+            if (!failure && changes[side].empty()) {
                 // The history has no values of the record: any field may have changed, and an empty set would send them all.
                 lost = true;
                 changes[side] = ReadAllFields(pass_, side, id, failure);
             }
-            if (FAILED(failure)) {
+            if (failure) {
                 chargeFailure(pass_, side);
-                return failure;
+                throw *failure;
             }
         }
         if (!lost && inDoubt_ && dropEqual(changes)) {
@@ -83,7 +82,6 @@ private:
         if (conflict) add(id1, {id2, false, run_.options.ConflictResolution});
         task1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
         task2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
-        return S_OK;
     }
 
     // After a batch that was not ended, a record may hold what the last run wrote, unknown to the history. The other side made the same
@@ -136,7 +134,7 @@ private:
 
 } // namespace
 
-HRESULT DetectConflicts(PipelinePass& pass, StageProgress& progress, ConflictTable& conflicts)
+void DetectConflicts(PipelinePass& pass, StageProgress& progress, ConflictTable& conflicts)
 {
     TaskList &tasks1 = pass.side(Side::One).tasks, &tasks2 = pass.side(Side::Two).tasks;
     const PartnersOf partners = indexPartners(tasks2);
@@ -145,13 +143,10 @@ HRESULT DetectConflicts(PipelinePass& pass, StageProgress& progress, ConflictTab
     for (auto& [id1, task1] : tasks1) {
         if (!task1.MappedId || task1.Settled) continue;
         if (const auto found = partners.find(platform::lowered(id1)); found != partners.end())
-            for (const TaskList::iterator task2 : found->second) {
-                const HRESULT hr = detection.examine(id1, task1, task2->first, task2->second);
-                if (FAILED(hr)) return hr;
-            }
-        if (progress.advance(step) == E_ABORT) return E_ABORT;
+            for (const TaskList::iterator task2 : found->second) detection.examine(id1, task1, task2->first, task2->second);
+        progress.advance(step);
     }
-    return progress.reach(50.0);
+    progress.reach(50.0);
 }
 
 ConflictFields ListConflictFields(bool includeImages, const FieldValueMap& changes1, const FieldValueMap& changes2,

@@ -88,7 +88,7 @@ bool takeError(ErrorState& error, const ErrorSource& source)
     if (!info) return false;
     com::Variant code;
     com::Bstr message1, message2;
-    if (FAILED(com::call(info, &ITranslatorInfo::GetLastError, code.put(), message1.put(), message2.put()))) return false;
+    if (!answered(com::call(info, &ITranslatorInfo::GetLastError, code.put(), message1.put(), message2.put()))) return false;
     error.LastErrorCode = std::move(code);
     error.LastErrorMessage1 = message1.text();
     error.LastErrorMessage2 = message2.text();
@@ -102,10 +102,8 @@ bool takeError(ErrorState& error, const ErrorSource& source)
 std::u16string translatorName(const GUID& id, bool longName)
 {
     com::Ptr<ITrMap> trMap;
-    com::Bstr name;
-    if (FAILED(createClass(__uuidof(TrManager), trMap))) return GetRegisteredClassName(id);
-    (void)com::call(trMap, &ITrMap::GetName, id, longName ? VARIANT_TRUE : VARIANT_FALSE, name.put());
-    return name.text();
+    if (!answered(createClass(__uuidof(TrManager), trMap))) return GetRegisteredClassName(id);
+    return MapClient(trMap).translatorName(id, longName);
 }
 
 std::u16string failureText(const ErrorState& error, HRESULT hr, std::u16string_view name)
@@ -147,17 +145,17 @@ void chargeFailure(PipelinePass& pass, Side side)
                          {pass.side(other).store.translator(), pass.run.side(other).id, other});
 }
 
-HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence)
+void failStore(PipelinePass& pass, Side side, const std::u16string& sentence, HRESULT code)
 {
     WriteLogText(logFailures, u"%s", sentence);
     chargeFailure(pass, side);
     if (pass.run.error.LastErrorMessage1.empty()) pass.run.error.LastErrorMessage1 = sentence;
-    return E_FAIL;
+    throw RunFailure(code);
 }
 
-HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id)
+void failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id)
 {
-    return failStore(
+    failStore(
         pass, side,
         Format(u"%s could not tell whether the record %s has another identifier now. Nothing was written.", pass.run.side(side).name, id));
 }
@@ -188,31 +186,26 @@ void ReportFailure(const RunState& run, HRESULT hr)
     platform::showMessage(run.ParentWindow, text, caption, platform::MessageKind::Warning);
 }
 
-HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<bool>& loadFailed)
+HRESULT RecordFailedSync(RunState& run, const MapClient& map, const PerSide<com::Ptr<ITranslator>>& translators,
+                         const PerSide<bool>& loadFailed, HRESULT code)
 {
-    HRESULT hr = S_OK;
     const bool missing = !translators.one || !translators.two;
     if (missing && run.error.LastErrorCode.vt == VT_EMPTY && run.error.LastErrorMessage1.empty()) {
         const Side culprit = loadFailed.one ? Side::One : loadFailed.two || !translators.two ? Side::Two : Side::One;
         std::u16string name = run.side(culprit).name;
-        if (name.empty() && trMap) {
-            com::Bstr longName;
-            (void)com::call(trMap, &ITrMap::GetName, run.side(culprit).id, VARIANT_TRUE, longName.put());
-            name = longName.text();
-        }
+        if (name.empty() && map) name = map.translatorName(run.side(culprit).id, true);
         run.error.LastErrorMessage1 = Format(LoadText(Text::TranslatorInitializeFailed), name, name);
-        hr = codeNotInstalled;
+        code = codeNotInstalled;
     }
-    SaveScope scope(run.history->store());
+    SaveScope scope(run.history.store());
     // Under the names that follow, the entries of other stores would pass for these stores' own, and all their records for deleted.
-    if (run.historyObsolete) (void)run.history->Clear();
+    if (run.historyObsolete) run.history.tryClear();
     for (const Side side : {Side::One, Side::Two}) {
-        // A name that this run has not learned leaves the recorded one, or the next run would begin anew.
-        if (run.side(side).databaseKnown) (void)run.history->SetDatabase(sectionOf(side), run.side(side).database);
-        (void)run.history->SetLastSyncTime(sectionOf(side), platform::localNow());
-        (void)run.history->SetLastSyncStatus(sectionOf(side), 0);
+        // A name that this run has not learned leaves the recorded one, or the next run would start from an empty history.
+        if (run.side(side).databaseKnown) run.history.trySetDatabase(side, run.side(side).database);
+        run.history.trySetLastSync(side, platform::localNow(), 0);
     }
-    return hr;
+    return code;
 }
 
 } // namespace mb

@@ -1,5 +1,6 @@
 // What becomes of a failure: whose error text is kept, what the user is told, and what the history remembers of a failed run.
 #pragma once
+#include "engine/MapClient.h"
 #include "engine/PipelinePass.h"
 
 namespace mb {
@@ -20,12 +21,23 @@ void chargeTo(RunState& run, Side side);
 // A failure of a translator's during the pass: charged to this side, which is asked first.
 void chargeFailure(PipelinePass& pass, Side side);
 
-// Ends the run because of what a store answered: writes the sentence to the log, charges the failure to the store, and gives the user the
-// sentence where the store tells no error of its own. Returns E_FAIL.
-HRESULT failStore(PipelinePass& pass, Side side, const std::u16string& sentence);
+// Does work of the pass. A failure in it is charged to this side, and thrown on; a cancel is charged to nobody.
+template <class Work> decltype(auto) charging(PipelinePass& pass, Side side, Work&& work)
+{
+    try {
+        return work();
+    } catch (const RunFailure&) {
+        chargeFailure(pass, side);
+        throw;
+    }
+}
 
-// The same for a store that does not have the known record `id` and could not tell whether it renamed it. Returns E_FAIL.
-HRESULT failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id);
+// Ends the run because of what a store answered: writes the sentence to the log, charges the failure to the store, and gives the user the
+// sentence where the store tells no error of its own. Throws RunFailure with `code`.
+[[noreturn]] void failStore(PipelinePass& pass, Side side, const std::u16string& sentence, HRESULT code = E_FAIL);
+
+// The same for a store that does not have the known record `id` and could not tell whether it renamed it.
+[[noreturn]] void failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id);
 
 // The message of a failed run, as the user gets it; empty for a code without one.
 std::u16string FailureText(const RunState& run, HRESULT hr);
@@ -33,8 +45,9 @@ std::u16string FailureText(const RunState& run, HRESULT hr);
 // Writes the message of a failed run to the log and shows it, unless the run is silent.
 void ReportFailure(const RunState& run, HRESULT hr);
 
-// Marks the last synchronisation of both sides as failed. Where a translator is missing and no message is known yet, one is
-// composed, and the result is codeNotInstalled.
-HRESULT RecordFailedSync(RunState& run, ITrMap* trMap, const PerSide<com::Ptr<ITranslator>>& translators, const PerSide<bool>& loadFailed);
+// Marks the last synchronisation of both sides as failed. Returns the code with which the run ends: `code`, or codeNotInstalled where a
+// translator is missing and no message is known yet, which is then composed. `map` may be empty.
+HRESULT RecordFailedSync(RunState& run, const MapClient& map, const PerSide<com::Ptr<ITranslator>>& translators,
+                         const PerSide<bool>& loadFailed, HRESULT code);
 
 } // namespace mb

@@ -1,12 +1,10 @@
 #include "engine/FindDuplicates.h"
 
 #include "engine/FailureReport.h"
-#include "engine/HoldBack.h"
 #include "engine/MatchRules.h"
 #include "engine/PairDuplicates.h"
 #include "engine/RankCandidates.h"
 #include "engine/RecordIndex.h"
-#include "engine/ResolveConflicts.h"
 #include "engine/StageProgress.h"
 #include "foundation/ImageValue.h"
 #include "foundation/Log.h"
@@ -45,13 +43,28 @@ bool nothingToSearch(const PipelinePass& pass)
     return false;
 }
 
-HRESULT closeSearch(PipelinePass& pass, HRESULT hr, bool foundAny)
+void dropTasks(PipelinePass& pass, const std::u16string& id1, const std::u16string& id2, const DroppedTasks& dropped)
 {
-    if (!foundAny) WriteLogResource(logProgress, Text::NoDuplicates);
-    if (SUCCEEDED(hr)) HoldBackUnreadable(pass);
-    if (SUCCEEDED(hr)) hr = ResolveConflicts(pass);
-    pass.run.FieldMapRebuilt = false;
-    return hr;
+    TaskList &tasks1 = pass.side(Side::One).tasks, &tasks2 = pass.side(Side::Two).tasks;
+    if (dropped.drop1)
+        if (auto at = FindTask(tasks1, id1); at != tasks1.end()) DropTask(at, tasks1);
+    if (dropped.drop2)
+        if (auto at = FindTask(tasks2, id2); at != tasks2.end()) DropTask(at, tasks2);
+}
+
+// Runs the search. However it ends, the log says where it found nothing.
+template <class Search> void runLogged(Search&& search)
+{
+    const auto log = [&] {
+        if (!search.foundAny()) WriteLogResource(logProgress, Text::NoDuplicates);
+    };
+    try {
+        search.run();
+    } catch (...) {
+        log();
+        throw;
+    }
+    log();
 }
 
 // A pass of the search has its own label; the two rounds of the third share one and go on counting.
@@ -65,13 +78,12 @@ public:
     {
     }
 
-    HRESULT run()
+    void run()
     {
         WriteLogText(logProgress, u"\r");
-        HRESULT hr = indexSideOne();
-        if (SUCCEEDED(hr)) hr = findExact();
-        if (SUCCEEDED(hr)) hr = findConflicting();
-        return hr;
+        indexSideOne();
+        findExact();
+        findConflicting();
     }
     [[nodiscard]] bool foundAny() const noexcept { return FoundAny; }
 
@@ -86,59 +98,46 @@ private:
         return {run_.EventSink, LoadText(run_.CategoryPass ? categories : contacts)};
     }
 
-    HRESULT indexSideOne()
+    void indexSideOne()
     {
         StageProgress progress = progressOf(Text::PreparingDuplicates, Text::PreparingCategoryDuplicates);
-        LONG count = 0;
-        (void)one_.store.count(count);
+        const LONG count = one_.store.countOrZero();
         for (LONG i = 0; i < count; ++i) {
             com::Bstr id;
-            if (SUCCEEDED(one_.store.identifierAt(i, id))) {
-                const HRESULT hr = indexOne(FindTask(one_.tasks, id.text()));
-                if (FAILED(hr)) return hr;
-            }
-            if (progress.advance(100.0 / count) == E_ABORT) return E_ABORT;
+            if (one_.store.identifierAt(i, id)) indexOne(FindTask(one_.tasks, id.text()));
+            progress.advance(100.0 / count);
         }
         // A record that the store did not list this time is known by its task.
-        for (auto at = one_.tasks.begin(); at != one_.tasks.end(); ++at) {
-            const HRESULT hr = indexOne(at);
-            if (FAILED(hr)) return hr;
-        }
-        return S_OK;
+        for (auto at = one_.tasks.begin(); at != one_.tasks.end(); ++at) indexOne(at);
     }
 
-    HRESULT indexOne(TaskList::iterator task)
+    void indexOne(TaskList::iterator task)
     {
-        if (task == one_.tasks.end() || !isOpenNew(task->second) || !indexed_.insert(task->first).second) return S_OK;
-        std::optional<std::size_t> position;
-        return addRecord(Side::One, task, index1_, position);
+        if (task == one_.tasks.end() || !isOpenNew(task->second) || !indexed_.insert(task->first).second) return;
+        addRecord(Side::One, task, index1_);
     }
 
-    // Reads a new record into its values and its side's index. A record whose begin answers E_ABORT is passed over; any other failure to
-    // begin ends the search. Quirk kept on purpose: it is charged to translator 1 on both sides.
-    HRESULT addRecord(Side side, TaskList::iterator task, RecordIndex& index, std::optional<std::size_t>& position)
+    // Reads a new record into its values and its side's index. Returns its position there; nullopt for a record that could not be read. A
+    // record whose opening answers E_ABORT is left out; any other failure to open it ends the search. Quirk kept on purpose: that failure
+    // is charged to translator 1 on both sides.
+    std::optional<std::size_t> addRecord(Side side, TaskList::iterator task, RecordIndex& index)
     {
         PassSide& own = pass_.side(side);
         const com::Bstr id(task->first);
-        const HRESULT hr = own.store.beginReadForSearch(id.get());
-        if (hr == E_ABORT) {
+        if (!charging(pass_, Side::One, [&] { return own.store.beginReadForSearch(id.get()); })) {
             pass_.unreadable.push_back({side, task->first, std::nullopt});
-            return S_OK;
-        }
-        if (FAILED(hr)) {
-            chargeFailure(pass_, Side::One);
-            return hr;
+            return std::nullopt;
         }
         values_.clear();
         const Keys keys = readKeys(side, id.get(), values_);
         task->second.Values = std::make_unique<RecordValues>(values_); // the copy has no room to spare
         own.store.endRead(id.get());
         // By the little that could be read of it a contact would pass for another one.
-        if (!keys.complete)
+        if (!keys.complete) {
             pass_.unreadable.push_back({side, task->first, keys.lastNameRead ? std::optional(keys.lastName) : std::nullopt});
-        else
-            position = index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
-        return S_OK;
+            return std::nullopt;
+        }
+        return index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
     }
 
     Keys readKeys(Side side, BSTR id, RecordValues& values)
@@ -157,8 +156,8 @@ private:
                 continue;
             }
             com::Variant read;
-            const HRESULT hr = pass_.side(side).store.read(id, fields[row.index], read);
-            if (FAILED(hr)) { // so that it is read again when it is to be written, and not written as empty
+            if (!pass_.side(side).store.read(id, fields[row.index],
+                                             read)) { // so that it is read again when it is to be written, and not written as empty
                 values.erase(type);
                 keys.complete = false;
                 if (type == lastName) keys.lastNameRead = false;
@@ -182,12 +181,13 @@ private:
         const LONG type = fieldOf(rows_.rows[row], side).type;
         const GUID& field = pass_.fields(side)[rows_.rows[row].index];
         StoreClient& store = pass_.side(side).store;
-        bool has = false;
-        if (!run_.imagesUsable() || !store.hasImages() || FAILED(store.hasImage(id, field, has))) return;
-        const std::u16string flag = imageFlagText(has);
+        if (!run_.imagesUsable() || !store.hasImages()) return;
+        const std::optional<bool> has = store.hasImage(id, field);
+        if (!has) return;
+        const std::u16string flag = imageFlagText(*has);
         std::u16string size;
         com::Variant image;
-        if (has) (void)store.read(id, field, image);
+        if (*has) store.read(id, field, image); // an image that cannot be read counts as one without a size
         if (!image.text().empty()) {
             const ULONG caps = store.caps().value_or(0);
             ImageFiles files; // the one that is given, and the one it becomes
@@ -214,38 +214,34 @@ private:
         appendNumber(digest, row);
     }
 
-    HRESULT findExact()
+    void findExact()
     {
         StageProgress progress = progressOf(Text::FindingExactDuplicates, Text::FindingExactCategoryDuplicates);
         const double step = 100.0 / static_cast<double>(two_.tasks.size());
         for (auto at = two_.tasks.begin(); at != two_.tasks.end();) {
             const auto task2 = at++;
             if (isOpenNew(task2->second)) {
-                std::optional<std::size_t> position;
-                const HRESULT hr = addRecord(Side::Two, task2, index2_, position);
-                if (FAILED(hr)) return hr;
-                if (position)
+                if (const auto position = addRecord(Side::Two, task2, index2_))
                     if (const auto id1 = firstOpenRecord(Question::ContentAlone, {{}, {}, {}, index2_.keys(*position).digest}))
                         pair(*id1, task2->first);
             }
-            if (progress.advance(step) == E_ABORT) return E_ABORT;
+            progress.advance(step);
         }
-        return S_OK;
     }
 
-    HRESULT findConflicting()
+    void findConflicting()
     {
         StageProgress progress = progressOf(Text::FindingConflictingDuplicates, Text::FindingConflictingCategoryDuplicates);
         const std::vector<std::size_t> open = index2_.open();
-        if (open.empty()) return S_OK;
+        if (open.empty()) return;
         // One step for both rounds: each record is found at most once, so that the two never pass 100 together.
         const double step = 100.0 / static_cast<double>(open.size());
-        HRESULT hr = round(progress, step, open, [&](std::size_t position) { return byDigest(index2_.keys(position)); });
-        if (SUCCEEDED(hr)) hr = round(progress, step, index2_.open(), [&](std::size_t position) { return byRule(position); });
-        return SUCCEEDED(hr) ? progress.reach(100.0) : hr;
+        round(progress, step, open, [&](std::size_t position) { return byDigest(index2_.keys(position)); });
+        round(progress, step, index2_.open(), [&](std::size_t position) { return byRule(position); });
+        progress.reach(100.0);
     }
 
-    template <class Search> HRESULT round(StageProgress& progress, double step, const std::vector<std::size_t>& open, Search&& search)
+    template <class Search> void round(StageProgress& progress, double step, const std::vector<std::size_t>& open, Search&& search)
     {
         for (const std::size_t position : open) {
             const auto task2 = FindTask(two_.tasks, index2_.id(position));
@@ -255,9 +251,8 @@ private:
                     pair(*id1, index2_.id(position));
                     found = true;
                 }
-            if (progress.advance(found ? step : 0.0) == E_ABORT) return E_ABORT;
+            progress.advance(found ? step : 0.0);
         }
-        return S_OK;
     }
 
     // A first name and no e-mail: the record is never looked up by an empty e-mail.
@@ -291,7 +286,7 @@ private:
     {
         const RecordIndex::Keys keys = index2_.keys(position);
         std::vector<std::u16string> candidates;
-        (void)index1_.find(question, keys, [&](std::size_t candidate) {
+        index1_.find(question, keys, [&](std::size_t candidate) {
             candidates.push_back(index1_.id(candidate));
             return false;
         });
@@ -306,15 +301,7 @@ private:
         const DroppedTasks dropped = PairDuplicates(pass_, id1, id2, rows_);
         index1_.MarkRecordMapped(id1, id2);
         index2_.MarkRecordMapped(id2, id1);
-        dropTasks(id1, id2, dropped);
-    }
-
-    void dropTasks(const std::u16string& id1, const std::u16string& id2, const DroppedTasks& dropped)
-    {
-        if (dropped.drop1)
-            if (auto at = FindTask(one_.tasks, id1); at != one_.tasks.end()) (void)DropTask(at, one_.tasks);
-        if (dropped.drop2)
-            if (auto at = FindTask(two_.tasks, id2); at != two_.tasks.end()) (void)DropTask(at, two_.tasks);
+        dropTasks(pass_, id1, id2, dropped);
     }
 
     PipelinePass& pass_;
@@ -329,93 +316,127 @@ private:
 
 } // namespace
 
-HRESULT FindDuplicates(PipelinePass& pass)
+bool FindDuplicates(PipelinePass& pass)
 {
     RecordIndex index1, index2;
     if (!index1.create() || !index2.create()) return FindDuplicatesInMemory(pass);
     if (nothingToSearch(pass)) {
         WriteLogResource(logProgress, Text::NoDuplicates);
-        return S_OK;
+        return false;
     }
-    DuplicateSearch search(pass, index1, index2);
-    const HRESULT hr = search.run();
-    return closeSearch(pass, hr, search.foundAny());
+    runLogged(DuplicateSearch(pass, index1, index2));
+    return true;
 }
 
-HRESULT FindDuplicatesInMemory(PipelinePass& pass)
-{
-    if (nothingToSearch(pass)) {
-        WriteLogResource(logProgress, Text::NoDuplicates);
-        return S_OK;
+namespace {
+
+// The search without a document.
+class MemorySearch {
+public:
+    explicit MemorySearch(PipelinePass& pass)
+        : pass_(pass), one_(pass.side(Side::One)), two_(pass.side(Side::Two)), rows_(BuildMatchRows(pass))
+    {
     }
-    const MatchRows rows = BuildMatchRows(pass);
-    PassSide &one = pass.side(Side::One), &two = pass.side(Side::Two);
-    // False if a field could not be read: by what is left its record would pass for another one.
-    const auto readAll = [&](Side side, BSTR id, RecordTask& task) {
+
+    void run()
+    {
+        readSideOne();
+        const RunState& run = pass_.run;
+        StageProgress progress(run.EventSink, LoadText(run.CategoryPass ? Text::FindingCategoryDuplicates : Text::FindingDuplicates));
+        const double step = 100.0 / static_cast<double>(two_.tasks.size());
+        for (auto at = two_.tasks.begin(); at != two_.tasks.end();) {
+            const auto task2 = at++;
+            const com::Bstr id(task2->first);
+            if (!isOpenNew(task2->second) || !begin(Side::Two, id.get())) continue;
+            findPartner(task2, id.get());
+            progress.advance(step);
+        }
+    }
+    [[nodiscard]] bool foundAny() const noexcept { return FoundAny; }
+
+private:
+    void readSideOne()
+    {
+        const LONG count = one_.store.countOrZero();
+        for (LONG i = 0; i < count; ++i) {
+            com::Bstr id;
+            if (one_.store.identifierAt(i, id)) addCandidate(FindTask(one_.tasks, id.text()));
+        }
+        // A record that the store did not list this time is known by its task.
+        for (auto at = one_.tasks.begin(); at != one_.tasks.end(); ++at) addCandidate(at);
+    }
+
+    void addCandidate(TaskList::iterator task)
+    {
+        if (task == one_.tasks.end() || !isOpenNew(task->second) || task->second.Values) return;
+        const com::Bstr id(task->first);
+        if (begin(Side::One, id.get()) && readAll(Side::One, id.get(), task->second)) candidates_.push_back(task->first);
+    }
+
+    // False if the record cannot be opened: it is left out.
+    bool begin(Side side, BSTR id)
+    {
+        if (pass_.side(side).store.beginRead(id)) return true;
+        pass_.unreadable.push_back({side, com::textOf(id), std::nullopt});
+        return false;
+    }
+
+    // False if a field could not be read: by the other fields its record could be taken for another contact.
+    bool readAll(Side side, BSTR id, RecordTask& task)
+    {
+        StoreClient& store = pass_.side(side).store;
         bool complete = true;
         task.Values = std::make_unique<RecordValues>();
-        const auto fields = pass.fields(side);
-        for (std::size_t j = 0; j < rows.rows.size(); ++j) {
-            const LONG type = fieldOf(rows.rows[j], side).type;
+        const auto fields = pass_.fields(side);
+        for (const MatchRow& row : rows_.rows) {
+            const LONG type = fieldOf(row, side).type;
             std::u16string value;
-            const bool isRead = isImageType(type) || SUCCEEDED(pass.side(side).store.readText(id, fields[rows.rows[j].index], value));
+            const bool isRead = isImageType(type) || store.readText(id, fields[row.index], value);
             if (isRead)
                 task.Values->set(type, value);
             else
                 task.Values->erase(type);
             complete = complete && isRead;
         }
-        pass.side(side).store.endRead(id);
+        store.endRead(id);
         if (!complete) {
-            const auto lastName = task.Values->find(side == Side::One ? LONG{ftLastName} : rows.lastName2);
-            pass.unreadable.push_back({side, com::textOf(id), lastName ? std::optional(platform::lowered(*lastName)) : std::nullopt});
+            const auto lastName = task.Values->find(side == Side::One ? LONG{ftLastName} : rows_.lastName2);
+            pass_.unreadable.push_back({side, com::textOf(id), lastName ? std::optional(platform::lowered(*lastName)) : std::nullopt});
         }
         return complete;
-    };
-    // False if the record cannot be read at all: it is passed over.
-    const auto begin = [&](Side side, BSTR id) {
-        if (SUCCEEDED(pass.side(side).store.beginRead(id))) return true;
-        pass.unreadable.push_back({side, com::textOf(id), std::nullopt});
-        return false;
-    };
-
-    std::vector<std::u16string> candidates;
-    const auto addCandidate = [&](TaskList::iterator task) {
-        if (task == one.tasks.end() || !isOpenNew(task->second) || task->second.Values) return;
-        const com::Bstr id(task->first);
-        if (begin(Side::One, id.get()) && readAll(Side::One, id.get(), task->second)) candidates.push_back(task->first);
-    };
-    LONG count = 0;
-    (void)one.store.count(count);
-    for (LONG i = 0; i < count; ++i) {
-        com::Bstr id;
-        if (SUCCEEDED(one.store.identifierAt(i, id))) addCandidate(FindTask(one.tasks, id.text()));
     }
-    // A record that the store did not list this time is known by its task.
-    for (auto at = one.tasks.begin(); at != one.tasks.end(); ++at) addCandidate(at);
 
-    StageProgress progress(pass.run.EventSink, LoadText(pass.run.CategoryPass ? Text::FindingCategoryDuplicates : Text::FindingDuplicates));
-    const double step = 100.0 / static_cast<double>(two.tasks.size());
-    bool foundAny = false;
-    HRESULT hr = S_OK;
-    for (auto at = two.tasks.begin(); SUCCEEDED(hr) && at != two.tasks.end();) {
-        const auto task2 = at++;
-        const com::Bstr id(task2->first);
-        if (!isOpenNew(task2->second) || !begin(Side::Two, id.get())) continue;
-        const bool complete = readAll(Side::Two, id.get(), task2->second);
-        const MatchKeys keys{std::u16string(valueOf(task2->second, rows.lastName2)),
-                             std::u16string(valueOf(task2->second, rows.firstName.type2)),
-                             std::u16string(valueOf(task2->second, rows.email.type2))};
+    // Requires: the record of side 2 is open. It is closed here.
+    void findPartner(TaskList::iterator task2, BSTR id)
+    {
+        const bool complete = readAll(Side::Two, id, task2->second);
+        const MatchKeys keys{std::u16string(valueOf(task2->second, rows_.lastName2)),
+                             std::u16string(valueOf(task2->second, rows_.firstName.type2)),
+                             std::u16string(valueOf(task2->second, rows_.email.type2))};
         const std::u16string id2 = task2->first;
-        if (const auto id1 = complete ? RankCandidates(pass, id2, keys, candidates, rows) : std::nullopt) {
-            foundAny = true;
-            const DroppedTasks dropped = PairDuplicates(pass, *id1, id2, rows);
-            if (auto task = FindTask(one.tasks, *id1); dropped.drop1 && task != one.tasks.end()) (void)DropTask(task, one.tasks);
-            if (auto task = FindTask(two.tasks, id2); dropped.drop2 && task != two.tasks.end()) (void)DropTask(task, two.tasks);
-        }
-        hr = progress.advance(step) == E_ABORT ? E_ABORT : S_OK;
+        const auto id1 = complete ? RankCandidates(pass_, id2, keys, candidates_, rows_) : std::nullopt;
+        if (!id1) return;
+        FoundAny = true;
+        dropTasks(pass_, *id1, id2, PairDuplicates(pass_, *id1, id2, rows_));
     }
-    return closeSearch(pass, hr, foundAny);
+
+    PipelinePass& pass_;
+    PassSide &one_, &two_;
+    MatchRows rows_;
+    std::vector<std::u16string> candidates_; // of side 1
+    bool FoundAny = false;
+};
+
+} // namespace
+
+bool FindDuplicatesInMemory(PipelinePass& pass)
+{
+    if (nothingToSearch(pass)) {
+        WriteLogResource(logProgress, Text::NoDuplicates);
+        return false;
+    }
+    runLogged(MemorySearch(pass));
+    return true;
 }
 
 } // namespace mb

@@ -36,12 +36,12 @@ public:
     {
     }
 
-    HRESULT run()
+    void run()
     {
         WriteLogText(logProgress, u"\r");
         WriteLogResource(logProgress, Text::FindingDuplicatesByTranslator);
         const FindEnd end(two_.store);
-        return SUCCEEDED(two_.store.beginFind(run_.CurrentMap, one_.store.translator(), synched_.get())) ? walk() : S_OK;
+        if (two_.store.beginFind(run_.CurrentMap, one_.store.translator(), synched_.get())) walk();
     }
 
 private:
@@ -61,23 +61,22 @@ private:
         return ids;
     }
 
-    HRESULT walk()
+    void walk()
     {
         StageProgress progress(run_.EventSink, LoadText(Text::FindingDuplicatesByTranslator));
         const double step = 100.0 / static_cast<double>(one_.tasks.size());
         for (auto at = one_.tasks.begin(); at != one_.tasks.end();) {
             const auto current = at++; // a match may take it out
             if (isOpenNew(current->second)) search(current);
-            if (progress.advance(step) == E_ABORT) return E_ABORT;
+            progress.advance(step);
         }
-        return S_OK;
     }
 
     void search(TaskList::iterator task1)
     {
         const com::Bstr id(task1->first);
         com::Bstr id2;
-        if (FAILED(two_.store.find(one_.store.translator(), id.get(), synched_.get(), id2)) || id2.empty()) return;
+        if (!two_.store.find(one_.store.translator(), id.get(), synched_.get(), id2) || id2.empty()) return;
         if (!named_.insert(platform::lowered(id2.view())).second) return; // it has its partner
         if (isLinked(id2.view())) return;
         // The translator may name a record that the analysis did not list.
@@ -109,7 +108,7 @@ private:
     static bool readInto(RecordValues& values, LONG type, PassSide& side, BSTR id, const GUID& field)
     {
         std::u16string text;
-        if (FAILED(side.store.readText(id, field, text))) return false;
+        if (!side.store.readText(id, field, text)) return false;
         values.set(type, text);
         return true;
     }
@@ -121,9 +120,9 @@ private:
             if (!task->Values) task->Values = std::make_unique<RecordValues>();
         const com::Bstr id1(task1->first), id2(task2->first);
         const OpenReading reading1(one_.store, id1.get());
-        if (FAILED(reading1.result())) return false;
+        if (!reading1) return false;
         const OpenReading reading2(two_.store, id2.get());
-        if (FAILED(reading2.result())) return false;
+        if (!reading2) return false;
         const auto fields1 = pass_.fields(Side::One), fields2 = pass_.fields(Side::Two);
         for (const MatchRow& row : rows_.rows) {
             if (isImageType(row.field1.type) || isImageType(row.field2.type)) continue;
@@ -151,17 +150,17 @@ private:
         if (send1 && send2 && task1->second.Changes) {
             if (LogLevelMask & 1)
                 WriteLogResource(logProgress, Text::PossibleDuplicate,
-                                 DescribeRecord(task1->second.Values.get(), one_.store.translator(), one_.names, task1->first));
+                                 DescribeRecord(task1->second.Values.get(), one_.store, task1->first));
             task1->second.MappedId = task2->first;
             task2->second.MappedId = task1->first;
         } else if (send1) {
             task1->second.Kind = TaskMatched;
             task1->second.MappedId = task2->first;
-            (void)DropTask(task2, two_.tasks);
+            DropTask(task2, two_.tasks);
         } else if (send2) {
             task2->second.Kind = TaskMatched;
             task2->second.MappedId = task1->first;
-            (void)DropTask(task1, one_.tasks);
+            DropTask(task1, one_.tasks);
         }
     }
 
@@ -175,10 +174,10 @@ private:
 
 } // namespace
 
-HRESULT FindDuplicatesByTranslator(PipelinePass& pass)
+void FindDuplicatesByTranslator(PipelinePass& pass)
 {
-    if (pass.side(Side::One).tasks.empty() || pass.side(Side::Two).tasks.empty()) return S_OK;
-    return pass.side(Side::Two).store.hasFinder() ? TranslatorSearch(pass).run() : S_OK;
+    if (pass.side(Side::One).tasks.empty() || pass.side(Side::Two).tasks.empty()) return;
+    if (pass.side(Side::Two).store.hasFinder()) TranslatorSearch(pass).run();
 }
 
 } // namespace mb

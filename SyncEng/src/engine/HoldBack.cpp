@@ -24,11 +24,10 @@ std::vector<std::u16string> mayBeSame(PipelinePass& pass, const UnreadableRecord
 
 void HoldBackUnreadable(PipelinePass& pass)
 {
-    CSyncHistory& history = *pass.run.history;
+    MapHistory& history = pass.run.history;
     PerSide<std::set<std::u16string>> waited;
     for (const Side side : {Side::One, Side::Two}) {
-        std::vector<std::u16string> ids;
-        (void)history.ListWaited(sectionOf(side), ids);
+        const std::vector<std::u16string> ids = history.waited(side);
         waited[side] = {ids.begin(), ids.end()};
     }
     if (pass.unreadable.empty() && waited.one.empty() && waited.two.empty()) return;
@@ -54,7 +53,7 @@ void HoldBackUnreadable(PipelinePass& pass)
     for (const Side side : {Side::One, Side::Two}) {
         for (const std::u16string& id : held[side]) pass.side(side).tasks.erase(id);
         if (unreadableNow[side] == waited[side]) continue;
-        (void)history.SetWaited(sectionOf(side), {unreadableNow[side].begin(), unreadableNow[side].end()});
+        history.trySetWaited(side, {unreadableNow[side].begin(), unreadableNow[side].end()});
     }
 }
 

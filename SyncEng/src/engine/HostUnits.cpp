@@ -4,26 +4,26 @@
 
 namespace mb {
 
-HRESULT HostUnits::readBefore(PipelinePass& pass, Side target, BSTR targetId)
+void HostUnits::readBefore(PipelinePass& pass, Side target, BSTR targetId)
 {
     PassSide& side = pass.side(target);
     const OpenReading reading(side.store, targetId);
-    if (FAILED(reading.result())) return reading.result();
+    reading.require();
     const auto fields = pass.fields(target);
     for (std::size_t at = 0; at < fields.size(); ++at) {
         const GUID& field = fields[at];
-        LONG type = 0;
-        if (FAILED(side.fieldType(at, type))) continue;
+        const auto known = side.fieldType(at);
+        if (!known) continue;
+        const LONG type = *known;
         for (std::size_t i = 0; i < units_.size(); ++i) {
             if (!IsFieldInGroup(type, fieldGroups[i]) || units_[i].before.contains(type)) continue;
             std::u16string text;
-            if (FAILED(side.store.readText(targetId, field, text)) || text.empty()) continue;
+            if (!side.store.readText(targetId, field, text) || text.empty()) continue;
             units_[i].before[type] = std::move(text);
             GroupFieldIds[type] = field;
         }
         if (std::all_of(units_.begin(), units_.end(), [](const Unit& unit) { return unit.before.size() == fieldsOfGroup; })) break;
     }
-    return S_OK;
 }
 
 void HostUnits::noteWritten(LONG targetType)
@@ -39,7 +39,7 @@ void HostUnits::restore(StoreClient& target, BSTR targetId) const
         for (const auto& [type, text] : unit.before) {
             const auto field = GroupFieldIds.find(type);
             if (unit.written.contains(type) || field == GroupFieldIds.end()) continue;
-            (void)target.write(targetId, field->second, com::Variant(text));
+            target.tryWrite(targetId, field->second, com::Variant(text));
         }
     }
 }

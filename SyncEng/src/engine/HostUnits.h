@@ -10,8 +10,9 @@ namespace mb {
 
 class HostUnits {
 public:
-    // Reads the three groups of the target record, in a reading bracket of its own.
-    HRESULT readBefore(PipelinePass& pass, Side target, BSTR targetId);
+    // Reads the three groups of the target record. Opens the record for reading and closes it again; ends the run where it cannot be
+    // opened.
+    void readBefore(PipelinePass& pass, Side target, BSTR targetId);
     void noteWritten(LONG targetType);
     // In each group that was written, writes the untouched parts back; a refusal is passed over.
     void restore(StoreClient& target, BSTR targetId) const;

@@ -22,8 +22,8 @@ bool hostAllows(const RunState& run, Side side, LONG linked, LONG deletions)
     const auto review = run.EventSink.tryAs<IDeletionGuard>();
     VARIANT_BOOL allowed = VARIANT_FALSE;
     return review &&
-           SUCCEEDED(com::call(review, &IDeletionGuard::OnDeletionLimit, side == Side::One ? idTrans1 : idTrans2, linked, deletions,
-                               run.options.deletionLimit, &allowed)) &&
+           answered(com::call(review, &IDeletionGuard::OnDeletionLimit, side == Side::One ? idTrans1 : idTrans2, linked, deletions,
+                              run.options.deletionLimit, &allowed)) &&
            allowed != VARIANT_FALSE;
 }
 
@@ -43,10 +43,10 @@ std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletio
 
 } // namespace
 
-HRESULT LimitDeletions(PipelinePass& pass)
+void LimitDeletions(PipelinePass& pass)
 {
     RunState& run = pass.run;
-    if (run.options.deletionLimit <= 0) return S_OK;
+    if (run.options.deletionLimit <= 0) return;
     for (const Side side : {Side::One, Side::Two}) {
         const auto linked = static_cast<LONG>(pass.side(side).historyList.size());
         const LONG deletions = countDeletions(pass.side(side).tasks);
@@ -57,9 +57,8 @@ HRESULT LimitDeletions(PipelinePass& pass)
         run.error = {};
         chargeTo(run, otherSide(side));
         run.error.LastErrorMessage1 = refusal(run, side, linked, deletions, emptied);
-        return codeDeletionsRefused;
+        throw RunFailure(codeDeletionsRefused);
     }
-    return S_OK;
 }
 
 } // namespace mb

@@ -6,6 +6,6 @@ namespace mb {
 
 // Fails with codeDeletionsRefused, before anything is written, where a side that held more than three linked records would lose a larger
 // share of them than the map's option allows. A host may allow it once through IDeletionGuard. A map without the option has no limit.
-HRESULT LimitDeletions(PipelinePass& pass);
+void LimitDeletions(PipelinePass& pass);
 
 } // namespace mb

@@ -11,11 +11,9 @@ bool isTrue(const VARIANT& value) { return value.uiVal > 65534; }
 
 } // namespace
 
-void ReadMapOptions(RunState& run, ITrMap* trMap)
+void ReadMapOptions(RunState& run, const MapClient& map)
 {
-    const auto read = [&](_SyncOptions option, com::Variant& value) {
-        return SUCCEEDED(com::call(trMap, &ITrMap::GetOption, run.CurrentMap, static_cast<LONG>(option), value.put()));
-    };
+    const auto read = [&](_SyncOptions option, com::Variant& value) { return map.option(run.CurrentMap, option, value); };
     const auto readFlag = [&](_SyncOptions option, bool& flag) {
         com::Variant value;
         if (read(option, value)) flag = isTrue(value);
@@ -45,14 +43,13 @@ void BroadcastImageOption(std::u16string_view key, std::u16string_view value)
     com::Ptr<ITrManager> manager;
     com::Ptr<ITrMap> trMap;
     com::TaskArray<GUID> maps;
-    if (FAILED(createClass(__uuidof(TrManager), manager)) || FAILED(createClass(__uuidof(TrManager), trMap))) return;
-    if (FAILED(com::call(manager, &ITrManager::EnumerateMaps, maps.putCount(), maps.put()))) return;
+    if (!answered(createClass(__uuidof(TrManager), manager)) || !answered(createClass(__uuidof(TrManager), trMap))) return;
+    if (!answered(com::call(manager, &ITrManager::EnumerateMaps, maps.putCount(), maps.put()))) return;
     for (const GUID& map : maps.items()) {
         GUID id1{}, id2{};
-        if (FAILED(com::call(trMap, &ITrMap::GetTranslators, map, &id1, &id2))) continue;
-        com::Ptr<IDataStream> settings1, settings2; // the first is bound and not written
-        if (FAILED(MakeSettings(map, idTrans1, settings1)) || FAILED(MakeSettings(map, idTrans2, settings2))) continue;
-        (void)com::call(settings2, &IDataStream::SetString, com::Bstr(key).get(), com::Bstr(value).get());
+        if (!MapClient(trMap).translators(map, id1, id2)) continue;
+        if (!SettingsClient(map, Side::One)) continue; // the settings of side 1 are opened, and not written
+        SettingsClient(map, Side::Two).trySetText(key, value);
     }
 }
 

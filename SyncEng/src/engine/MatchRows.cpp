@@ -5,10 +5,10 @@ namespace {
 
 bool readField(PassSide& side, std::size_t i, MatchField& out)
 {
-    if (FAILED(side.fieldType(i, out.type))) return false;
+    const auto type = side.fieldType(i);
+    if (!type) return false;
     const GUID& field = side.fields.data()[i];
-    if (FAILED(side.store.fieldFlags(field, out.flags))) out.flags = 0;
-    if (FAILED(side.store.fieldMaxLength(field, out.maxLength))) out.maxLength = noMaxLength;
+    out = {*type, side.store.fieldFlags(field).value_or(0), side.store.fieldMaxLength(field).value_or(noMaxLength)};
     return true;
 }
 

@@ -2,24 +2,20 @@
 
 namespace mb {
 
-HRESULT PassSide::fieldType(std::size_t i, LONG& type)
+std::optional<LONG> PassSide::fieldType(std::size_t i)
 {
     if (i >= types_.size()) types_.resize(i + 1);
-    if (!types_[i]) {
-        const HRESULT hr = store.fieldType(fields.data()[i], type);
-        if (FAILED(hr)) return hr;
-        types_[i] = type;
-    }
-    type = *types_[i];
-    return S_OK;
+    if (!types_[i]) types_[i] = store.fieldType(fields.data()[i]);
+    return types_[i];
 }
 
 void PipelinePass::fillFieldTypes()
 {
     if (!fieldTypes.empty()) return;
     for (std::size_t i = 0; i < static_cast<std::size_t>(FieldCount); ++i) {
-        LONG type1 = 0, type2 = 0;
-        if (SUCCEEDED(side(Side::One).fieldType(i, type1)) && SUCCEEDED(side(Side::Two).fieldType(i, type2))) fieldTypes[type1] = type2;
+        const auto type1 = side(Side::One).fieldType(i);
+        const auto type2 = type1 ? side(Side::Two).fieldType(i) : std::nullopt;
+        if (type2) fieldTypes[*type1] = *type2;
     }
 }
 

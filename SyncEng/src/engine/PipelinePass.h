@@ -2,7 +2,6 @@
 // A member in UpperCamel keeps the established name of a state variable; every other member is in lowerCamel. This holds for all structs of
 // the engine.
 #pragma once
-#include "engine/DescribeRecord.h"
 #include "engine/IdentifierSet.h"
 #include "engine/RunState.h"
 #include "engine/StoreClient.h"
@@ -53,10 +52,9 @@ struct PassSide {
     bool listsAll = false;                              // the store listed as many identifiers as it counted
     bool hasAdditions = false;                          // the scan found a new record
     bool hasDeletions = false;                          // `tasks` holds at least one TaskDelete
-    NameFields names;                                   // the fields of the records' names, once they were looked up
 
-    // The type of the i-th mapped field. The translator is asked once; a question that failed is asked again.
-    HRESULT fieldType(std::size_t i, LONG& type);
+    // The type of the i-th mapped field; nullopt where the translator cannot tell. It is asked once; a question that failed is asked again.
+    std::optional<LONG> fieldType(std::size_t i);
 
 private:
     std::vector<std::optional<LONG>> types_;

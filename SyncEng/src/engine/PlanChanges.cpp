@@ -25,29 +25,34 @@ class PlanTeller {
 public:
     PlanTeller(PipelinePass& pass, const PlannedChanges& changes, ISyncReview* review) : pass_(pass), changes_(changes), review_(review) {}
 
-    HRESULT tell()
+    // Whether the user is still to be asked.
+    bool tell()
     {
-        VARIANT_BOOL details1 = VARIANT_FALSE, details2 = VARIANT_FALSE;
-        HRESULT hr = tellCounts(Side::One, &details1);
-        if (SUCCEEDED(hr)) hr = tellCounts(Side::Two, &details2);
-        if (FAILED(hr)) return hr;
+        const bool details1 = tellCounts(Side::One), details2 = tellCounts(Side::Two);
         PlannedChanges all = changes_;
         all.ConfirmAdds = all.ConfirmUpdates = all.ConfirmDeletes = true;
-        const bool wanted = details1 != VARIANT_FALSE || details2 != VARIANT_FALSE;
-        if (wanted) hr = tellDetails(all, details1 != VARIANT_FALSE, details2 != VARIANT_FALSE);
-        if (FAILED(hr)) return hr;
-        const com::Bstr summary(wanted ? SummaryText(all) : std::u16string());
-        hr = com::call(review_, &ISyncReview::OnPlanEnd, summary.get());
-        pass_.run.onlyPlanned = hr == E_ABORT;
-        return hr;
+        if (details1 || details2) tellDetails(all, details1, details2);
+        const com::Bstr summary(details1 || details2 ? SummaryText(all) : std::u16string());
+        const HRESULT answer = com::call(review_, &ISyncReview::OnPlanEnd, summary.get());
+        pass_.run.onlyPlanned = answer == E_ABORT;
+        goOnAfter(answer);
+        return answer == S_OK;
     }
 
 private:
-    HRESULT tellCounts(Side target, VARIANT_BOOL* details)
+    // E_ABORT of the host stops the run, which is told apart from the user's cancel.
+    void goOnAfter(HRESULT answer)
+    {
+        if (answer == E_ABORT) pass_.run.abortMeaning = reStopped;
+        require(answer);
+    }
+
+    // Returns whether the host wants to know the details of this side.
+    bool tellCounts(Side target)
     {
         const Side source = otherSide(target);
-        LONG records = 0, additions = 0, changes = 0, deletions = 0;
-        (void)pass_.side(target).store.count(records);
+        LONG additions = 0, changes = 0, deletions = 0;
+        const LONG records = pass_.side(target).store.countOrZero();
         if (pass_.send[source]) {
             for (const PlannedTask& task : target == Side::One ? changes_.side1.tasks : changes_.side2.tasks) {
                 additions += task.isAddition();
@@ -55,41 +60,39 @@ private:
             }
             for (const auto& [id, task] : pass_.side(target).tasks) deletions += task.Kind == TaskDelete && !task.alreadyGone;
         }
-        return com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, additions, changes, deletions,
-                         details);
+        VARIANT_BOOL details = VARIANT_FALSE;
+        goOnAfter(com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, additions, changes,
+                            deletions, &details));
+        return details != VARIANT_FALSE;
     }
 
-    HRESULT tellDetails(const PlannedChanges& all, bool side1, bool side2)
+    void tellDetails(const PlannedChanges& all, bool side1, bool side2)
     {
         CDetailsDlg details(all);
         details.prepare();
-        HRESULT hr = S_OK;
         for (const int list : {CDetailsDlg::idList1, CDetailsDlg::idList2}) {
             const _TransIds side = list == CDetailsDlg::idList1 ? idTrans1 : idTrans2;
             if (side == idTrans1 ? !side1 : !side2) continue;
             const std::size_t rows = details.model().find(list)->rows.size();
-            for (std::size_t row = 0; row < rows && SUCCEEDED(hr); ++row) hr = tellContact(details, all, side, list, row);
+            for (std::size_t row = 0; row < rows; ++row) tellContact(details, all, side, list, row);
         }
-        return hr;
     }
 
-    HRESULT tellContact(const CDetailsDlg& details, const PlannedChanges& all, _TransIds side, int list, std::size_t row)
+    void tellContact(const CDetailsDlg& details, const PlannedChanges& all, _TransIds side, int list, std::size_t row)
     {
         const auto& cells = details.model().find(list)->rows[row].cells;
         const com::Bstr action(cells[0]), first(cells[1]), last(cells[2]), company(cells[3]);
-        HRESULT hr = com::call(review_, &ISyncReview::OnPlannedContact, side, action.get(), first.get(), last.get(), company.get());
+        goOnAfter(com::call(review_, &ISyncReview::OnPlannedContact, side, action.get(), first.get(), last.get(), company.get()));
         const PlannedTask* task = details.taskOf(list, row);
-        if (FAILED(hr) || !task || !task->isChange()) return hr;
+        if (!task || !task->isChange()) return;
         const PlannedSide& target = details.targetOf(list);
         CChangeDetailsDlg change({target.translator, target.clsid, *task->MappedId, task->Changes, &details.typesFor(list), all.SyncImages,
                                   target.name, target.database});
         change.prepare();
         for (const ListRow& field : change.model().find(CChangeDetailsDlg::idList)->rows) {
             const com::Bstr name(field.cells[0]), current(field.cells[1]), value(field.cells[2]);
-            hr = com::call(review_, &ISyncReview::OnPlannedField, name.get(), current.get(), value.get());
-            if (FAILED(hr)) break;
+            goOnAfter(com::call(review_, &ISyncReview::OnPlannedField, name.get(), current.get(), value.get()));
         }
-        return hr;
     }
 
     PipelinePass& pass_;
@@ -117,13 +120,10 @@ Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).tasks
     changes.Categories = run.CategoryPass;
 }
 
-HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes)
+bool TellPlan(PipelinePass& pass, const PlannedChanges& changes)
 {
     const auto review = pass.run.EventSink.tryAs<ISyncReview>();
-    if (!review) return S_OK;
-    const HRESULT hr = PlanTeller(pass, changes, review.get()).tell();
-    if (hr == E_ABORT) pass.run.abortMeaning = reStopped;
-    return hr;
+    return !review || PlanTeller(pass, changes, review.get()).tell();
 }
 
 } // namespace mb

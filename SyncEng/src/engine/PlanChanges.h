@@ -17,7 +17,8 @@ private:
     std::vector<PlannedTask> tasks1_, tasks2_; // whose values come to side 1, and to side 2
 };
 
-// Tells the host's sink, if it wants to know. S_OK where the user is still to be asked, S_FALSE where the host has answered.
-HRESULT TellPlan(PipelinePass& pass, const PlannedChanges& changes);
+// Tells the host's sink, if it wants to know. Returns whether the user is still to be asked: false where the host has answered. Throws
+// Cancelled where the host stops the run.
+bool TellPlan(PipelinePass& pass, const PlannedChanges& changes);
 
 } // namespace mb

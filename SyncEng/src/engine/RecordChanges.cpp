@@ -22,7 +22,7 @@ bool sameValue(std::u16string_view a, std::u16string_view b)
 
 enum class Past { Needed, Optional };
 
-// In place of the type of a field whose type could not be asked.
+// Stands for the type of a field whose type could not be asked.
 constexpr LONG noFieldType = -1;
 
 // One record open for comparison with its stored values.
@@ -31,48 +31,52 @@ public:
     OpenRecord(PipelinePass& pass, Side side, const std::u16string& recordId, Past past = Past::Needed)
         : run_(pass.run), own_(pass.side(side)), id_(recordId)
     {
-        if (FAILED(run_.history->ReadFieldData(sectionOf(side), recordId, stored)) && past == Past::Needed) return;
+        if (!run_.history.readFieldData(side, recordId, stored) && past == Past::Needed) return;
         reading_.emplace(own_.store, id_.get());
-        failure = reading_->result();
+        if (!*reading_) failure.emplace(reading_->failure());
     }
     OpenRecord(const OpenRecord&) = delete;
     OpenRecord& operator=(const OpenRecord&) = delete;
     ~OpenRecord() = default;
-    explicit operator bool() const noexcept { return reading_ && SUCCEEDED(reading_->result()); }
+    explicit operator bool() const noexcept { return reading_ && *reading_; }
 
     // False for a field that takes no part: its type is unknown, or it is the record status.
     bool typeOf(std::size_t i, LONG& type)
     {
-        const bool known = SUCCEEDED(own_.fieldType(i, type));
+        const auto known = own_.fieldType(i);
         if (!known) unread.push_back(noFieldType);
+        type = known.value_or(noFieldType);
         return known && type != ftRecordStatus;
     }
-    // False for an image that takes no part in this run, or whose presence the translator does not tell.
-    bool imagePresence(const GUID& field, LONG type, bool& has)
+    // Whether the record has the image; nullopt for an image that takes no part in this run, or whose presence the translator does not
+    // tell.
+    std::optional<bool> imagePresence(const GUID& field, LONG type)
     {
-        if (!run_.options.SyncImages || !own_.store.hasImages()) return false;
-        // An older history cannot tell about images: the next run, whose history can, has to look.
-        if (run_.imagesUsable() && SUCCEEDED(own_.store.hasImage(id_.get(), field, has))) return true;
-        noteUnreadImage(type);
-        return false;
+        if (!run_.options.SyncImages || !own_.store.hasImages()) return std::nullopt;
+        // An older history holds no image data: the image is compared in the next run, whose history does.
+        const auto has = run_.imagesUsable() ? own_.store.hasImage(id_.get(), field) : std::nullopt;
+        if (!has) noteUnreadImage(type);
+        return has;
     }
-    // Nothing where the size cannot be read: the image is then neither equal nor different.
+    // Nullopt where the size cannot be read: the image is then neither equal nor different.
     ImageSize imageSize(const GUID& field, LONG type)
     {
         const ImageSize size = own_.store.imageSize(id_.get(), field);
         if (!size) noteUnreadImage(type);
         return size;
     }
-    HRESULT text(const GUID& field, LONG type, std::u16string& value)
+    // False where the value could not be read.
+    bool text(const GUID& field, LONG type, std::u16string& value)
     {
-        const HRESULT hr = own_.store.readText(id_.get(), field, value);
-        if (FAILED(hr)) unread.push_back(type);
-        if (SUCCEEDED(failure)) failure = hr;
-        return hr;
+        HRESULT code = S_OK;
+        if (own_.store.readText(id_.get(), field, value, &code)) return true;
+        unread.push_back(type);
+        if (!failure) failure.emplace(code);
+        return false;
     }
 
     FieldValueMap stored;
-    HRESULT failure = S_OK; // the first of the translator's, but for images
+    ReadFailure failure;
     bool imageUnread = false;
     std::vector<LONG> unread; // the types of the fields that could not be read
 
@@ -91,10 +95,10 @@ private:
 
 bool imageChanged(OpenRecord& record, const GUID& field, LONG type, bool& storedFixed)
 {
-    bool has = false;
-    if (!record.imagePresence(field, type, has)) return false;
-    if (!saysOne(storedText(record.stored, type))) return has;
-    if (!has) {
+    const auto has = record.imagePresence(field, type);
+    if (!has) return false;
+    if (!saysOne(storedText(record.stored, type))) return *has;
+    if (!*has) {
         record.stored[type] = u"0";
         storedFixed = true;
         return false;
@@ -106,20 +110,19 @@ bool imageChanged(OpenRecord& record, const GUID& field, LONG type, bool& stored
 bool plainFieldChanged(OpenRecord& record, const GUID& field, LONG type)
 {
     std::u16string value;
-    return SUCCEEDED(record.text(field, type, value)) && !sameValue(value, storedText(record.stored, type));
+    return record.text(field, type, value) && !sameValue(value, storedText(record.stored, type));
 }
 
 // What of an image is to be sent: a flag alone where it appeared with the size that is stored already.
 void collectImageChange(OpenRecord& record, const GUID& field, LONG type, bool force, FieldValueMap& out)
 {
-    bool has = false;
-    if (!record.imagePresence(field, type, has) || !has) return;
+    if (!record.imagePresence(field, type).value_or(false)) return;
     const ImageSize size = record.imageSize(field, type);
     if (!saysOne(storedText(record.stored, type))) out[type] = u"1";
     if (!size) return;
     if (!force && *size == platform::toInt64(storedText(record.stored, sizeTypeOf(type)))) return;
     out[sizeTypeOf(type)] = imageSizeText(*size);
-    out[type] = imageFlagText(has);
+    out[type] = imageFlagText(true);
 }
 
 // Of a record that this run changes although a field of it could not be read.
@@ -141,7 +144,7 @@ bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force
             continue;
         }
         std::u16string value;
-        if (FAILED(record.text(field, type, value))) {
+        if (!record.text(field, type, value)) {
             if (readErrors == ReadErrors::GiveUp) return false;
             continue;
         }
@@ -160,7 +163,7 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
     FieldValueMap corrected;
     {
         OpenRecord record(pass, side, recordId);
-        if (!record) return FAILED(record.failure) ? Compared::Unreadable : Compared::Changed;
+        if (!record) return record.failure ? Compared::Unreadable : Compared::Changed;
         const auto fields = pass.fields(side);
         for (std::size_t i = 0; i < fields.size(); ++i) {
             LONG type = 0;
@@ -172,12 +175,12 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
         corrected = std::move(record.stored);
         unread = std::move(record.unread);
     }
-    if (!changed && storedFixed) (void)pass.run.history->WriteFieldData(sectionOf(side), recordId, corrected, false, false);
+    if (!changed && storedFixed) pass.run.history.tryWriteFieldData(side, recordId, corrected);
     return changed ? Compared::Changed : Compared::Same;
 }
 
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
-                                HRESULT* failure)
+                                ReadFailure* failure)
 {
     if (!pass.side(side).store.hasFields()) return {};
     OpenRecord record(pass, side, recordId);
@@ -188,11 +191,11 @@ FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16str
     return complete ? out : FieldValueMap();
 }
 
-FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string& recordId, HRESULT& failure)
+FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string& recordId, ReadFailure& failure)
 {
     OpenRecord record(pass, side, recordId, Past::Optional);
     FieldValueMap out;
-    if (record) (void)collectChanges(record, pass.fields(side), true, ReadErrors::SkipField, out);
+    if (record) collectChanges(record, pass.fields(side), true, ReadErrors::SkipField, out);
     failure = record.failure;
     return out;
 }

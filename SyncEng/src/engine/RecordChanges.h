@@ -14,12 +14,15 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
 
 enum class ReadErrors { SkipField, GiveUp };
 
-// The fields that differ, with the values as they were read; with force all plain fields. Empty where nothing can be read. The first
-// failure of the translator is stored where asked for.
-FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
-                                HRESULT* failure = nullptr);
+// The first failure of the translator while a record was read, images excluded.
+using ReadFailure = std::optional<RunFailure>;
 
-// All that the record holds, whatever the history knows of it.
-FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string& recordId, HRESULT& failure);
+// Returns the fields that differ, with the values as they were read; with `force` all plain fields. Empty where nothing can be read.
+// `failure`, unless it is null, receives the translator's failure.
+FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
+                                ReadFailure* failure = nullptr);
+
+// Returns all values of the record, whatever the history knows of it.
+FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string& recordId, ReadFailure& failure);
 
 } // namespace mb

@@ -7,11 +7,11 @@ RecordTask& TaskAt(TaskList& map, const std::u16string& key) { return map[key]; 
 
 TaskList::iterator FindTask(TaskList& map, const std::u16string& key) { return map.find(key); }
 
-HRESULT DropTask(TaskList::iterator& at, TaskList& map)
+bool DropTask(TaskList::iterator& at, TaskList& map)
 {
-    if (at == map.end()) return E_FAIL;
+    if (at == map.end()) return false;
     at = map.erase(at);
-    return S_OK;
+    return true;
 }
 
 std::u16string& FieldValueAt(FieldValueMap& map, LONG type) { return map[type]; }

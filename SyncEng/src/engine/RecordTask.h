@@ -37,8 +37,8 @@ using TaskList = std::map<std::u16string, RecordTask>;
 // The task of the key, made with all fields zero if there is none. A whole task stored there replaces the former one.
 RecordTask& TaskAt(TaskList& map, const std::u16string& key);
 TaskList::iterator FindTask(TaskList& map, const std::u16string& key);
-// Frees the task and moves the iterator to the next one; E_FAIL, and no change, at the end.
-HRESULT DropTask(TaskList::iterator& at, TaskList& map);
+// Erases the task and moves the iterator to the next one. False, and no change, at the end.
+bool DropTask(TaskList::iterator& at, TaskList& map);
 
 std::u16string& FieldValueAt(FieldValueMap& map, LONG type);
 void CopyFieldValues(FieldValueMap& destination, const FieldValueMap& source);

@@ -6,6 +6,6 @@ namespace mb {
 
 // Fails, charged to the store, if a record that the plan changes or deletes cannot be written, or none can be added. Stores that do not
 // tell are passed over.
-HRESULT RequireWritable(PipelinePass& pass);
+void RequireWritable(PipelinePass& pass);
 
 } // namespace mb

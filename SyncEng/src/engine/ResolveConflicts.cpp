@@ -11,7 +11,7 @@
 namespace mb {
 namespace {
 
-enum class Asked { Answered, Cancelled, Skipped };
+enum class Asked { Answered, Skipped };
 
 class ConflictStage {
 public:
@@ -21,25 +21,22 @@ public:
     {
     }
 
-    HRESULT run()
+    void run()
     {
-        if (tasks1_.empty() || tasks2_.empty()) {
-            WriteLogResource(logProgress, Text::NoConflicts);
-            return S_OK;
-        }
+        if (tasks1_.empty() || tasks2_.empty()) { return WriteLogResource(logProgress, Text::NoConflicts); }
         pass_.fillFieldTypes();
         WriteLogText(logProgress, u"\r");
-        const HRESULT hr = DetectConflicts(pass_, progress_, conflicts_);
-        if (FAILED(hr)) return hr;
+        DetectConflicts(pass_, progress_, conflicts_);
         if (conflicts_.empty()) {
             WriteLogResource(logProgress, Text::NoConflicts);
-            return progress_.reach(100.0);
+            progress_.reach(100.0);
+        } else {
+            decideAll();
         }
-        return decideAll();
     }
 
 private:
-    HRESULT decideAll()
+    void decideAll()
     {
         total_ = static_cast<LONG>(conflicts_.size());
         const double step = 50.0 / static_cast<double>(total_);
@@ -47,13 +44,11 @@ private:
             ++index_;
             ConflictPair pair{FindTask(tasks1_, id), FindTask(tasks2_, conflict.partner), {}, {}, std::nullopt};
             if (pair.task1 != tasks1_.end() && pair.task2 != tasks2_.end()) {
-                const Asked asked = decide(pair, conflict);
-                if (asked == Asked::Cancelled) return E_ABORT;
-                if (asked == Asked::Skipped) continue;
+                if (decide(pair, conflict) == Asked::Skipped) continue;
             }
-            if (progress_.advance(step) == E_ABORT) return E_ABORT;
+            progress_.advance(step);
         }
-        return progress_.reach(100.0);
+        progress_.reach(100.0);
     }
 
     Asked decide(ConflictPair& pair, const Conflict& conflict)
@@ -63,8 +58,7 @@ private:
         entry.recordId = pair.task1->first;
         entry.partnerId = pair.task2->first;
         if (run_.report.wantsNames())
-            entry.name = DescribeRecord(pair.task1->second.Values.get(), pass_.side(Side::One).store.translator(),
-                                        pass_.side(Side::One).names, pair.task1->first);
+            entry.name = DescribeRecord(pair.task1->second.Values.get(), pass_.side(Side::One).store, pair.task1->first);
         WriteLogResource(logProgress, Text::Conflict, entry.name);
         if (resolution == croNotify) {
             if (SilentMode) {
@@ -106,10 +100,10 @@ private:
                 run_.side(side).database};
     }
 
-    Asked notAnswered(bool nobodyAsked)
+    [[noreturn]] void cancel(bool nobodyAsked)
     {
         if (nobodyAsked) run_.abortMeaning = reUnanswered;
-        return Asked::Cancelled;
+        throw Cancelled{};
     }
 
     Asked askDelete(const ConflictPair& pair, LONG& resolution)
@@ -125,7 +119,7 @@ private:
         question.ConflictIndex = index_;
         question.ConflictTotal = total_;
         question.parent = run_.ParentWindow;
-        if (!AskConflict(question)) return notAnswered(question.Unanswered);
+        if (!AskConflict(question)) cancel(question.Unanswered);
         resolution = question.Resolution;
         if (question.ApplyToAll) {
             ApplyAllDelete = true;
@@ -152,7 +146,7 @@ private:
         question.SyncImages = run_.imagesUsable();
         question.parent = run_.ParentWindow;
         if (run_.FieldMapRebuilt) question.Resolution = croTrans1Wins;
-        if (!AskConflict(question)) return notAnswered(question.Unanswered);
+        if (!AskConflict(question)) cancel(question.Unanswered);
         resolution = question.Resolution;
         pair.Scratch1 = std::move(question.ChangeMap1);
         pair.Scratch2 = std::move(question.ChangeMap2);
@@ -175,6 +169,6 @@ private:
 
 } // namespace
 
-HRESULT ResolveConflicts(PipelinePass& pass) { return ConflictStage(pass).run(); }
+void ResolveConflicts(PipelinePass& pass) { ConflictStage(pass).run(); }
 
 } // namespace mb

@@ -5,7 +5,7 @@
 
 namespace mb {
 
-// E_ABORT if the user or the sink cancelled.
-HRESULT ResolveConflicts(PipelinePass& pass);
+// Throws Cancelled if the user or the sink cancelled.
+void ResolveConflicts(PipelinePass& pass);
 
 } // namespace mb

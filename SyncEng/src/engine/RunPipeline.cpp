@@ -2,8 +2,10 @@
 
 #include "engine/AnalyzeHistory.h"
 #include "engine/ConfirmChanges.h"
+#include "engine/FieldMapClient.h"
 #include "engine/FindDuplicates.h"
 #include "engine/HistoryLinks.h"
+#include "engine/HoldBack.h"
 #include "engine/LimitDeletions.h"
 #include "engine/RequireWritable.h"
 #include "engine/ResolveConflicts.h"
@@ -20,47 +22,35 @@ namespace {
 class Pipeline {
 public:
     Pipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services)
-        : run_(run), pass_{.run = run, .sides = {PassSide(stores.one, services.one), PassSide(stores.two, services.two)}}
+        : run_(run), fieldMap_(run), pass_{.run = run, .sides = {PassSide(stores.one, services.one), PassSide(stores.two, services.two)}}
     {
     }
 
-    HRESULT run()
+    void run()
     {
         run_.ContactPassPending = false;
-        if (!pass_.side(Side::One).store.hasFields() || !pass_.side(Side::Two).store.hasFields()) return E_NOINTERFACE;
-        lookForFieldMapUpdate();
-        if (isOneStore()) return S_OK;
+        if (!pass_.side(Side::One).store.hasFields() || !pass_.side(Side::Two).store.hasFields()) throw RunFailure(E_NOINTERFACE);
+        if (fieldMap_.updated()) run_.FieldMapUpdated = true;
+        if (isOneStore()) return;
         logHeader();
         chooseDirection();
         if (run_.ResyncRequested) clearForResync();
-        run_.HistoryVersion = -1;
-        (void)run_.history->GetVersion(run_.HistoryVersion);
-        HRESULT hr = prepareAndDecide();
-        if (SUCCEEDED(hr) && pass_.FieldCount != 0) hr = write();
-        finish(hr);
-        return hr;
+        run_.HistoryVersion = run_.history.version();
+        const HRESULT result = resultOf([&] {
+            prepareAndDecide();
+            if (pass_.FieldCount != 0) write();
+        });
+        finish(result);
+        require(result);
     }
 
 private:
-    // Up to here nothing is written, so a cancel needs no care.
-    HRESULT prepareAndDecide()
+    // Nothing is written yet, so a cancel needs no clean-up.
+    void prepareAndDecide()
     {
-        try {
-            HRESULT hr = loadFieldPairs();
-            if (FAILED(hr)) return hr;
-            lookForImageFields();
-            if (pass_.FieldCount != 0) hr = decide();
-            return hr;
-        } catch (const Cancelled&) {
-            return E_ABORT;
-        }
-    }
-
-    void lookForFieldMapUpdate()
-    {
-        LONG updated = 0;
-        if (run_.FieldMap && SUCCEEDED(com::call(run_.FieldMap, &IFieldMap::GetFieldMapUpdated, run_.FieldMapId, &updated)) && updated == 1)
-            run_.FieldMapUpdated = true;
+        loadFieldPairs();
+        lookForImageFields();
+        if (pass_.FieldCount != 0) decide();
     }
 
     bool isOneStore() const
@@ -91,24 +81,24 @@ private:
     // The request outlives a category pass, so that the contact pass clears its history too.
     void clearForResync()
     {
-        if (!run_.transferring()) (void)run_.history->Clear();
+        if (!run_.transferring()) run_.history.tryClear();
         if (!run_.CategoryPass) run_.ResyncRequested = false;
     }
 
-    HRESULT loadFieldPairs()
+    void loadFieldPairs()
     {
-        if (run_.CategoryPass && pairCategoryNames()) return S_OK;
-        return com::call(run_.FieldMap, &IFieldMap::EnumerateEntriesExValidate, run_.CurrentMap, run_.FieldMapId,
-                         pass_.side(Side::One).store.translator(), pass_.side(Side::Two).store.translator(), &pass_.FieldCount,
-                         pass_.side(Side::One).fields.put(), pass_.side(Side::Two).fields.put());
+        if (run_.CategoryPass && pairCategoryNames()) return;
+        PassSide &one = pass_.side(Side::One), &two = pass_.side(Side::Two);
+        fieldMap_.loadPairs(one.store.translator(), two.store.translator(), pass_.FieldCount, one.fields, two.fields);
     }
 
     // In a category pass a record has one field, its name, which travels as a last name.
     bool pairCategoryNames()
     {
-        PerSide<GUID> names;
-        for (const Side side : bothSides)
-            if (!firstLastName(pass_.side(side), names[side])) return false;
+        const auto name1 = firstLastName(pass_.side(Side::One).store);
+        const auto name2 = name1 ? firstLastName(pass_.side(Side::Two).store) : std::nullopt;
+        if (!name2) return false;
+        const PerSide<GUID> names{*name1, *name2};
         for (const Side side : bothSides) {
             LONG count = 0;
             com::check(com::giveArray(std::span<const GUID>(&names[side], 1), &count, pass_.side(side).fields.put()));
@@ -117,16 +107,14 @@ private:
         return true;
     }
 
-    static bool firstLastName(PassSide& side, GUID& name)
+    static std::optional<GUID> firstLastName(StoreClient& store)
     {
-        LONG count = 0;
-        if (!side.store.hasFieldList() || FAILED(side.store.fieldCount(count))) return false;
+        const LONG count = store.hasFieldList() ? store.fieldCount().value_or(0) : 0;
         for (LONG i = 0; i < count; ++i) {
-            LONG type = 0;
-            if (FAILED(side.store.fieldAt(i, name))) continue;
-            if (SUCCEEDED(side.store.fieldType(name, type)) && type == ftLastName) return true;
+            const auto field = store.fieldAt(i);
+            if (field && store.fieldType(*field) == ftLastName) return field;
         }
-        return false;
+        return std::nullopt;
     }
 
     void lookForImageFields()
@@ -134,88 +122,124 @@ private:
         if (!run_.ImagesAvailable) return;
         const auto fields = pass_.fields(Side::One);
         run_.ImagesAvailable = std::any_of(fields.rbegin(), fields.rend(), [&](const GUID& field) {
-            LONG type = 0;
-            return SUCCEEDED(pass_.side(Side::One).store.fieldType(field, type)) && (type == ftImage1 || type == ftImage2);
+            const auto type = pass_.side(Side::One).store.fieldType(field);
+            return type == ftImage1 || type == ftImage2;
         });
     }
 
-    // The stages that decide; each runs only if the former ones gave no failure.
-    HRESULT decide()
+    // A cancel that a store had to hold back counts, whatever ended the stages.
+    void decide()
     {
-        HRESULT hr = AnalyzeHistory(pass_);
-        for (const Side side : bothSides)
-            if (SUCCEEDED(hr)) hr = ScanSide(pass_, side, pass_.send[side]);
-        if (SUCCEEDED(hr)) hr = CheckListings(pass_);
-        if (SUCCEEDED(hr)) CompareUnread(pass_);
-        if (SUCCEEDED(hr)) ForgetPairsMissingOnBoth(pass_);
-        if (SUCCEEDED(hr)) hr = FindDuplicatesByTranslator(pass_);
-        if (SUCCEEDED(hr)) hr = ResolveConflicts(pass_);
-        if (SUCCEEDED(hr)) hr = FindDuplicates(pass_);
-        if (SUCCEEDED(hr)) hr = LimitDeletions(pass_);
-        if (SUCCEEDED(hr)) hr = ConfirmChanges(pass_);
-        if (SUCCEEDED(hr)) hr = RequireWritable(pass_);
-        if (SUCCEEDED(hr) && pass_.send[Side::Two]) LoadTargetFields(pass_);
-        for (const Side side : bothSides) pass_.side(side).store.throwIfCancelled();
-        return hr;
+        try {
+            runStages();
+        } catch (const RunFailure&) {
+            throwIfCancelled();
+            throw;
+        }
+        throwIfCancelled();
     }
 
-    HRESULT write()
+    void throwIfCancelled() const
+    {
+        for (const Side side : bothSides) pass_.sides[side].store.throwIfCancelled();
+    }
+
+    // The stages that decide what will be written.
+    void runStages()
+    {
+        AnalyzeHistory(pass_);
+        for (const Side side : bothSides) ScanSide(pass_, side, pass_.send[side]);
+        CheckListings(pass_);
+        CompareUnread(pass_);
+        ForgetPairsMissingOnBoth(pass_);
+        FindDuplicatesByTranslator(pass_);
+        ResolveConflicts(pass_);
+        settleDuplicates();
+        LimitDeletions(pass_);
+        ConfirmChanges(pass_);
+        RequireWritable(pass_);
+        if (pass_.send[Side::Two]) LoadTargetFields(pass_);
+    }
+
+    // The field map counts as rebuilt until this search for duplicates has ended, whatever ended it.
+    void settleDuplicates()
+    {
+        try {
+            if (!FindDuplicates(pass_)) return;
+            HoldBackUnreadable(pass_);
+            ResolveConflicts(pass_);
+        } catch (...) {
+            run_.FieldMapRebuilt = false;
+            throw;
+        }
+        run_.FieldMapRebuilt = false;
+    }
+
+    void write()
     {
         logWithTime(Text::CopyingStarted);
         // Only now, so that a cancelled first run leaves the old history in place.
-        if (pass_.FirstSync && !run_.transferring()) (void)run_.history->Clear();
+        if (pass_.FirstSync && !run_.transferring()) run_.history.tryClear();
         run_.historyObsolete = false;
         dropRemovedLinks();
         pass_.TotalTasks = pass_.side(Side::One).tasks.size() + pass_.side(Side::Two).tasks.size();
         pass_.DoneTasks = 0;
-
-        HRESULT hr = pass_.send[Side::One] ? WriteSide(pass_, Side::Two) : S_OK;
-        bool nothingLeft = false;
-        saveHistoryOnce(hr, [&] {
-            completeSide(Side::Two, hr);
-            nothingLeft = pass_.side(Side::One).tasks.empty() && pass_.side(Side::Two).tasks.empty();
-            if (nothingLeft && mayStamp(hr)) stamp(Side::One);
-        });
-        if (!nothingLeft && mayStamp(hr)) {
-            if (SUCCEEDED(hr) && pass_.send[Side::Two]) hr = WriteSide(pass_, Side::One);
-            saveHistoryOnce(hr, [&] { completeSide(Side::One, hr); });
-        }
+        const HRESULT result = writeBothSides();
         logWithTime(Text::CopyingEnded);
-        return hr;
+        require(result);
+    }
+
+    // Side 2, and then side 1. A side's history is completed also after a failure or a cancel, so each step hands on the result so far.
+    HRESULT writeBothSides()
+    {
+        HRESULT result = writeSide(Side::Two);
+        bool nothingLeft = false;
+        saveHistoryOnce(result, [&] {
+            completeSide(Side::Two, result);
+            nothingLeft = pass_.side(Side::One).tasks.empty() && pass_.side(Side::Two).tasks.empty();
+            if (nothingLeft && mayStamp(result)) stamp(Side::One);
+        });
+        if (nothingLeft || !mayStamp(result)) return result;
+        if (result == S_OK) result = writeSide(Side::One);
+        saveHistoryOnce(result, [&] { completeSide(Side::One, result); });
+        return result;
+    }
+
+    HRESULT writeSide(Side target)
+    {
+        return pass_.send[otherSide(target)] ? resultOf([&] { WriteSide(pass_, target); }) : S_OK;
     }
 
     void dropRemovedLinks()
     {
-        for (const Side side : bothSides) {
-            for (const std::u16string& id : pass_.side(side).historyRemovals) (void)UnlinkHistoryEntry(*run_.history, side, id);
-            pass_.side(side).historyRemovals.clear();
-        }
+        for (const Side side : bothSides)
+            for (const std::u16string& id : pass_.side(side).historyRemovals) UnlinkHistoryEntry(run_.history, side, id);
     }
 
     // What was written before a cancel stays, so a cancelled side counts as complete.
-    static bool mayStamp(HRESULT hr) { return SUCCEEDED(hr) || hr == E_ABORT; }
+    static bool mayStamp(HRESULT result) { return result == S_OK || result == E_ABORT; }
 
-    // A history that cannot be written fails the run: without it the next one would take every record for a new one.
-    template <class F> void saveHistoryOnce(HRESULT& hr, F&& work)
+    // A history that cannot be written fails the run: without it the next run would take every record for a new one.
+    template <class Work> void saveHistoryOnce(HRESULT& result, Work&& work)
     {
-        SaveScope scope(run_.history->store());
+        SaveScope scope(run_.history.store());
         work();
-        const HRESULT saved = scope.finish();
-        if (SUCCEEDED(hr) && FAILED(saved)) hr = saved;
+        const HRESULT saved = resultOf([&] { require(scope.finish()); });
+        if (result == S_OK) result = saved;
     }
 
-    // Closes the batch of a side that was written, and stamps its history. A batch that cannot be closed may be lost as a whole: then
-    // the history goes back to what it was before it, for a link to a record that is not there would read as a deletion. E_ABORT from the
-    // store is no exception: the batch was not ended.
-    void completeSide(Side target, HRESULT& hr)
+    // Closes the batch of a side that was written, and stamps its history. A batch that cannot be closed may be lost as a whole: then the
+    // history goes back to what it was before the batch, because a link to a record that does not exist would read as a deletion. E_ABORT
+    // from the store is no exception: the batch was not ended.
+    void completeSide(Side target, HRESULT& result)
     {
-        if (!mayStamp(hr)) return;
+        if (!mayStamp(result)) return;
         if (pass_.send[otherSide(target)]) {
-            const HRESULT ended = EndSide(pass_, target);
-            if (FAILED(ended)) {
-                hr = ended;
-                (void)run_.history->store().Revert();
-                run_.history->SetBatchInDoubt(sectionOf(target), true);
+            const HRESULT ended = resultOf([&] { EndSide(pass_, target); });
+            if (ended != S_OK) {
+                result = ended;
+                run_.history.tryRevert();
+                run_.history.setBatchInDoubt(target, true);
                 return;
             }
         }
@@ -224,10 +248,9 @@ private:
 
     void stamp(Side side)
     {
-        if (run_.side(side).databaseKnown) (void)run_.history->SetDatabase(sectionOf(side), run_.side(side).database);
-        run_.history->SetBatchInDoubt(sectionOf(side), false);
-        (void)run_.history->SetLastSyncTime(sectionOf(side), platform::localNow());
-        (void)run_.history->SetLastSyncStatus(sectionOf(side), 1);
+        if (run_.side(side).databaseKnown) run_.history.trySetDatabase(side, run_.side(side).database);
+        run_.history.setBatchInDoubt(side, false);
+        run_.history.trySetLastSync(side, platform::localNow(), 1);
     }
 
     void logWithTime(Text id) const
@@ -236,10 +259,10 @@ private:
             WriteLogResource(LogLevelMask, id, platform::dateText(platform::localTime()), platform::timeText(platform::localTime()));
     }
 
-    void finish(HRESULT hr)
+    void finish(HRESULT result)
     {
-        if (SUCCEEDED(hr) && run_.FieldMapUpdated) {
-            (void)com::call(run_.FieldMap, &IFieldMap::SetFieldMapUpdated, run_.FieldMapId, 0);
+        if (result == S_OK && run_.FieldMapUpdated) {
+            fieldMap_.tryForgetUpdate();
             run_.FieldMapUpdated = false;
         }
         WriteLogText(LogLevelMask, u"\r");
@@ -248,14 +271,15 @@ private:
     }
 
     RunState& run_;
+    FieldMapClient fieldMap_;
     PipelinePass pass_;
 };
 
 } // namespace
 
-HRESULT RunPipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services)
+void RunPipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services)
 {
-    return Pipeline(run, stores, services).run();
+    Pipeline(run, stores, services).run();
 }
 
 } // namespace mb

@@ -6,7 +6,7 @@
 
 namespace mb {
 
-// Requires: both translators are started. Afterwards the store clients tell whether a batch is still open.
-HRESULT RunPipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services);
+// Throws Cancelled or RunFailure. Requires: both translators are started. Afterwards the store clients tell whether a batch is still open.
+void RunPipeline(RunState& run, PerSide<StoreClient>& stores, const PerSide<com::Ptr<ITrServices>>& services);
 
 } // namespace mb

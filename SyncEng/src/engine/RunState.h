@@ -1,6 +1,7 @@
 // The state that outlives a pass: the options of the map, the two sides, the error of the last failure, and the flags that make a run start
 // over. CSynchronizer owns it; the stages of a run read and write it. What lives for one pass only is in PipelinePass.
 #pragma once
+#include "engine/MapHistory.h"
 #include "engine/RecordTask.h"
 #include "engine/RunLocks.h"
 #include "engine/RunReport.h"
@@ -11,8 +12,6 @@
 #include <vector>
 
 namespace mb {
-
-class CSyncHistory;
 
 struct SideState {
     GUID id{};                                // the translator's class
@@ -46,9 +45,9 @@ struct RunState {
     GUID CurrentMap{}, FieldMapId{}, CategoryHistoryId{};
     PerSide<SideState> sides;
     com::Ptr<IFieldMap> FieldMap;
-    CSyncHistory* history = nullptr; // borrowed from the run of the map
-    LONG HistoryVersion = -1;        // of the open history, -1 when unknown
-    bool historyObsolete = false;    // this run starts from an empty history, and the old entries are still in the file
+    MapHistory history;           // of the map that runs; false while none runs
+    LONG HistoryVersion = -1;     // of the open history, -1 when unknown
+    bool historyObsolete = false; // this run starts from an empty history, and the old entries are still in the file
 
     MapOptions options;
     ErrorState error;

@@ -43,10 +43,10 @@ void storeDeletion(PipelinePass& pass, Side target, const HistoryEntry& entry, b
 }
 
 // A change of a known record. Where its partner is gone, the change stands against a deletion, and the conflict stage decides.
-void storeChange(PipelinePass& pass, Side side, const HistoryEntry& entry, bool otherGone)
+void storeChange(PipelinePass& pass, Side side, const HistoryEntry& entry, bool otherMissing)
 {
     TaskAt(pass.side(side).tasks, entry.Id) = changeTask(entry);
-    if (otherGone) storeDeletion(pass, otherSide(side), entry, true);
+    if (otherMissing) storeDeletion(pass, otherSide(side), entry, true);
 }
 
 class SideScan {
@@ -58,29 +58,27 @@ public:
     {
     }
 
-    HRESULT run()
+    void run()
     {
         if (transferSide_) readSelectedCards();
-        HRESULT hr = own_.store.count(recordCount_);
-        if (FAILED(hr)) return hr;
+        recordCount_ = own_.store.count();
         own_.recordCount = recordCount_;
         if (transferSide_) scanned_ = recordCount_;
         const bool hasPast = !own_.historyList.empty();
         if (transferSide_) {
-            hr = hasPast ? scanSelectedCards() : takeSelectedCards();
+            if (hasPast)
+                scanSelectedCards();
+            else
+                takeSelectedCards();
         } else {
-            if (hasPast) hr = scanHistory();
-            if (SUCCEEDED(hr)) hr = findNewRecords(hasPast ? 50.0 : 100.0);
+            if (hasPast) scanHistory();
+            findNewRecords(hasPast ? 50.0 : 100.0);
         }
-        if (FAILED(hr)) return hr;
         own_.listsAll = !transferSide_ && scanned_ == recordCount_;
-        WriteLogResource(logProgress, run_.CategoryPass ? Text::CategoryCount : Text::RecordCount, state().name, scanned_);
-        return hr;
+        WriteLogResource(logProgress, run_.CategoryPass ? Text::CategoryCount : Text::RecordCount, run_.side(side_).name, scanned_);
     }
 
 private:
-    SideState& state() { return run_.side(side_); }
-
     void readSelectedCards()
     {
         for (const std::u16string& card : com::textArray(run_.TransferCards)) selected_.insert(platform::lowered(card));
@@ -92,18 +90,17 @@ private:
         own_.hasAdditions = true;
     }
 
-    HRESULT takeSelectedCards()
+    void takeSelectedCards()
     {
         for (const std::u16string& card : selected_) {
             addNew(card);
-            if (progress_.advance(100.0 / static_cast<double>(selected_.size())) == E_ABORT) return E_ABORT;
+            progress_.advance(100.0 / static_cast<double>(selected_.size()));
         }
-        return S_OK;
     }
 
     // Every selected card gets its task here, if it needs one, and no other card may get any: the store is not walked for new records,
     // however large it is.
-    HRESULT scanSelectedCards()
+    void scanSelectedCards()
     {
         std::unordered_map<std::u16string, HistoryEntry*> byId;
         for (HistoryEntry& entry : own_.historyList) byId[platform::lowered(entry.Id)] = &entry;
@@ -111,90 +108,83 @@ private:
             const auto known = byId.find(card);
             if (known == byId.end())
                 addNew(card);
-            else if (const HRESULT hr = scanSelectedCard(card, *known->second); FAILED(hr))
-                return hr;
-            if (progress_.advance(100.0 / static_cast<double>(selected_.size())) == E_ABORT) return E_ABORT;
+            else
+                scanSelectedCard(card, *known->second);
+            progress_.advance(100.0 / static_cast<double>(selected_.size()));
         }
-        return S_OK;
     }
 
-    HRESULT scanSelectedCard(const std::u16string& card, HistoryEntry& entry)
+    void scanSelectedCard(const std::u16string& card, HistoryEntry& entry)
     {
-        bool otherGone = false;
-        const HRESULT hr = lookFor(otherSide(side_), entry.MappedId, otherGone);
-        if (FAILED(hr)) return hr;
-        if (otherGone)
+        if (isMissing(otherSide(side_), entry.MappedId))
             TaskAt(own_.tasks, entry.Id) = newTask();
         else if (entry.FieldMapChanged)
             TaskAt(own_.tasks, entry.Id) = changeTask(entry, true);
         else if (compare(com::Bstr(card), entry) != Compared::Same)
             TaskAt(own_.tasks, entry.Id) = changeTask(entry);
-        return S_OK;
     }
 
-    // Whether a known record is gone from its side. A store that cannot tell ends the run: its failure must not read as a deletion. So does
-    // a missing record that the store may have renamed: it would be deleted on the other side, and its new identifier added there.
-    HRESULT lookFor(Side side, const std::u16string& id, bool& gone)
+    // Whether the store of the side no longer has a known record. A store that cannot tell ends the run: its failure must not read as a
+    // deletion. A missing record that the store may have renamed ends the run too: the record would be deleted on the other side, and added
+    // there again under its new identifier.
+    bool isMissing(Side side, const std::u16string& id)
     {
         HRESULT failure = S_OK;
-        const Presence presence = pass_.side(side).store.contains(id, &failure);
-        gone = presence == Presence::Absent;
-        if (gone && pass_.side(side).renamingUnknown.contains(id)) return failUnknownRenaming(pass_, side, id);
-        if (presence != Presence::Failed) return S_OK;
-        failStore(pass_, side, Format(u"%s could not tell whether it has the record %s.", run_.side(side).name, id));
-        return failure;
+        switch (pass_.side(side).store.contains(id, &failure)) {
+        case Presence::Present: return false;
+        case Presence::Failed:
+            failStore(pass_, side, Format(u"%s could not tell whether it has the record %s.", run_.side(side).name, id), failure);
+        case Presence::Absent: break;
+        }
+        if (pass_.side(side).renamingUnknown.contains(id)) failUnknownRenaming(pass_, side, id);
+        return true;
     }
 
-    HRESULT scanHistory()
+    void scanHistory()
     {
         own_.found.reserve(own_.historyList.size());
         const double step = 50.0 / static_cast<double>(own_.historyList.size());
         for (HistoryEntry& entry : own_.historyList) {
-            const HRESULT hr = scanEntry(entry);
-            if (FAILED(hr)) return hr;
-            if (progress_.advance(step) == E_ABORT) return E_ABORT;
+            scanEntry(entry);
+            progress_.advance(step);
         }
-        return S_OK;
     }
 
-    HRESULT scanEntry(HistoryEntry& entry)
+    void scanEntry(HistoryEntry& entry)
     {
-        bool otherGone = false, ownGone = false;
-        HRESULT hr = lookFor(otherSide(side_), entry.MappedId, otherGone);
-        if (SUCCEEDED(hr)) hr = lookFor(side_, entry.Id, ownGone);
-        if (FAILED(hr)) return hr;
-        if (ownGone)
+        const bool otherMissing = isMissing(otherSide(side_), entry.MappedId), ownMissing = isMissing(side_, entry.Id);
+        if (ownMissing)
             own_.missing.insert(entry.Id);
         else
             own_.found.insert(entry.Id);
-        if (otherGone) other_.missing.insert(entry.MappedId);
-        if (!ownGone && own_.missing.contains(entry.Id)) return contradicts(side_, entry.Id);
-        if (otherGone && other_.found.containsExactly(entry.MappedId)) return contradicts(otherSide(side_), entry.MappedId);
-        if (!ownGone) {
-            scanPresent(entry, otherGone);
-        } else if (otherGone) {
+        if (otherMissing) other_.missing.insert(entry.MappedId);
+        if (!ownMissing && own_.missing.contains(entry.Id)) failContradiction(side_, entry.Id);
+        if (otherMissing && other_.found.containsExactly(entry.MappedId)) failContradiction(otherSide(side_), entry.MappedId);
+        if (!ownMissing) {
+            scanPresent(entry, otherMissing);
+        } else if (otherMissing) {
             own_.missingOnBoth.push_back(entry.Id);
         } else if (FindTask(other_.tasks, entry.MappedId) == other_.tasks.end()) {
             storeDeletion(pass_, otherSide(side_), entry, false);
         }
-        return S_OK;
     }
 
     // A record that cannot be read is sent as a change, so that the run ends with its name. Against a deletion on the other side it is
     // none: the deletion would be undone because of a failure.
-    void scanPresent(HistoryEntry& entry, bool otherGone)
+    void scanPresent(HistoryEntry& entry, bool otherMissing)
     {
         const Compared found = compare(com::Bstr(entry.Id), entry);
-        if (found == Compared::Unreadable && otherGone)
+        if (found == Compared::Unreadable && otherMissing)
             own_.unread[entry.Id] = {&entry, true, {}};
         else if (found != Compared::Same)
-            storeChange(pass_, side_, entry, otherGone);
+            storeChange(pass_, side_, entry, otherMissing);
     }
 
-    // A store that has a record which it did not find a moment ago does not know what it holds: nothing is deleted by its word.
-    HRESULT contradicts(Side side, const std::u16string& id)
+    // A store that has a record which it did not find a moment ago does not know what it holds: nothing may be deleted because of its
+    // answers.
+    [[noreturn]] void failContradiction(Side side, const std::u16string& id)
     {
-        return failStore(pass_, side, Format(u"%s has the record %s, and does not find it.", run_.side(side).name, id));
+        failStore(pass_, side, Format(u"%s has the record %s, and does not find it.", run_.side(side).name, id));
     }
 
     // A record whose date cannot be read is unchanged for this run, unless the run has something to do to it: see CompareUnread.
@@ -215,7 +205,7 @@ private:
             // field keeps its old date, or the change of that field would never be seen.
             if (found == Compared::Same && !own_.unread.contains(entry.Id)) {
                 entry.ModifiedTime = now;
-                (void)run_.history->WriteEntry(sectionOf(side_), entry);
+                run_.history.tryWriteEntry(side_, entry);
             }
             return found;
         }
@@ -231,27 +221,26 @@ private:
         return found;
     }
 
-    HRESULT findNewRecords(double share)
+    void findNewRecords(double share)
     {
         const double step = recordCount_ > 0 ? share / recordCount_ : 0.0;
         for (LONG i = 0; i < recordCount_; ++i) {
             com::Bstr id;
-            if (SUCCEEDED(own_.store.identifierAt(i, id))) {
+            if (own_.store.identifierAt(i, id)) {
                 ++scanned_;
-                if (own_.missing.contains(id.view())) return contradicts(side_, id.text());
+                if (own_.missing.contains(id.view())) failContradiction(side_, id.text());
                 if (!own_.found.contains(id.view())) testNewRecord(id.text());
             }
-            if (progress_.advance(step) == E_ABORT) return E_ABORT;
+            progress_.advance(step);
         }
-        return S_OK;
     }
 
     void testNewRecord(const std::u16string& id)
     {
         if (!heldBack(id)) return addNew(id);
         pass_.UnverifiedRecords.push_back(id);
-        WriteLogResource(logProgress, Text::NotVerified, DescribeRecord(nullptr, own_.store.translator(), own_.names, id),
-                         run_.side(Side::One).name, run_.side(Side::Two).name);
+        WriteLogResource(logProgress, Text::NotVerified, DescribeRecord(nullptr, own_.store, id), run_.side(Side::One).name,
+                         run_.side(Side::Two).name);
     }
 
     bool heldBack(const std::u16string& id)
@@ -273,18 +262,16 @@ private:
 
 } // namespace
 
-HRESULT CheckListings(PipelinePass& pass)
+void CheckListings(PipelinePass& pass)
 {
     for (const Side side : {Side::One, Side::Two}) {
         const PassSide& own = pass.side(side);
         if (own.missing.empty() || !pass.send[side] || own.listsAll) continue;
-        return failStore(
-            pass, side,
-            Format(u"%s did not list all the records that it counted, so it is not certain which ones were deleted. Nothing was "
-                   u"written.",
-                   pass.run.side(side).name));
+        failStore(pass, side,
+                  Format(u"%s did not list all the records that it counted, so it is not certain which ones were deleted. Nothing was "
+                         u"written.",
+                         pass.run.side(side).name));
     }
-    return S_OK;
 }
 
 namespace {
@@ -297,9 +284,10 @@ bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, co
     const RecordTask& partner = pass.side(partnerSide).tasks.at(entry.MappedId);
     const FieldValueMap changes = ReadRecordChanges(pass, partnerSide, entry.MappedId, ReadErrors::SkipField, partner.FieldMapRemapped);
     for (std::size_t i = 0; i < static_cast<std::size_t>(pass.FieldCount); ++i) {
-        LONG own = 0, other = 0;
-        if (FAILED(pass.side(side).fieldType(i, own)) || FAILED(pass.side(partnerSide).fieldType(i, other))) return true;
-        if (changes.contains(other) && std::find(unread.begin(), unread.end(), own) != unread.end()) return true;
+        const auto own = pass.side(side).fieldType(i);
+        const auto other = own ? pass.side(partnerSide).fieldType(i) : std::nullopt;
+        if (!own || !other) return true;
+        if (changes.contains(*other) && std::find(unread.begin(), unread.end(), *own) != unread.end()) return true;
     }
     return changes.empty(); // without a change set all fields are written
 }
@@ -343,18 +331,21 @@ void ForgetPairsMissingOnBoth(PipelinePass& pass)
 {
     // The other side may have a record of that identifier too, and that one's pair is left alone.
     for (const Side side : {Side::One, Side::Two}) {
-        for (const std::u16string& id : pass.side(side).missingOnBoth) (void)UnlinkHistoryEntry(*pass.run.history, side, id);
+        for (const std::u16string& id : pass.side(side).missingOnBoth) UnlinkHistoryEntry(pass.run.history, side, id);
         pass.side(side).missingOnBoth.clear();
     }
 }
 
-HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled)
+void ScanSide(PipelinePass& pass, Side side, bool enabled)
 {
     pass.side(side).hasAdditions = false;
-    if (!enabled) return S_OK;
-    const HRESULT hr = SideScan(pass, side).run();
-    if (FAILED(hr) && hr != E_ABORT && pass.run.error.FailedTranslator == GUID_NULL) chargeFailure(pass, side);
-    return hr;
+    if (!enabled) return;
+    try {
+        SideScan(pass, side).run();
+    } catch (const RunFailure&) {
+        if (pass.run.error.FailedTranslator == GUID_NULL) chargeFailure(pass, side);
+        throw;
+    }
 }
 
 } // namespace mb

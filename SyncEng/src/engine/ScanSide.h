@@ -8,10 +8,10 @@ namespace mb {
 // Additions and changes go to this side's tasks; a record that is gone becomes a deletion in the other side's tasks.
 // The history is touched in one way only: the date of an entry that proved unchanged. A store that contradicts itself about what it
 // has ends the run.
-HRESULT ScanSide(PipelinePass& pass, Side side, bool enabled);
+void ScanSide(PipelinePass& pass, Side side, bool enabled);
 
 // Ends the run where a side misses known records and did not list as many as it counted: what it misses may be what it did not list.
-HRESULT CheckListings(PipelinePass& pass);
+void CheckListings(PipelinePass& pass);
 
 // Compares the fields of unread records that this run would delete or write over. One that was changed becomes a change of its own; a
 // deletion of one that still cannot be read waits for the next run, and so does a change that would overwrite an unread field.

@@ -67,7 +67,7 @@ private:
         pass_.side(side).hasDeletions = true;
     }
 
-    void takeOut(Side side) { (void)DropTask(entry(side), pass_.side(side).tasks); }
+    void takeOut(Side side) { DropTask(entry(side), pass_.side(side).tasks); }
 
     void dropLostChanges(Side loser)
     {

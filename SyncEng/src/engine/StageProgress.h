@@ -1,6 +1,7 @@
 // Tells the sink how far a stage has come.
 #pragma once
 #include "com.h"
+#include "engine/RunFailure.h"
 #include "interfaces.h"
 #include <algorithm>
 
@@ -10,18 +11,16 @@ class StageProgress {
 public:
     // A null sink hears nothing.
     StageProgress(com::Ptr<ISyncEvents> sink, std::u16string_view label) : sink_(std::move(sink)), label_(label) {}
-    // E_ABORT if the user cancels; whatever else the sink answers is success.
-    HRESULT advance(double step) noexcept
+    // Throws Cancelled if the sink answers E_ABORT. Any other answer of the sink is success.
+    void advance(double step)
     {
-        percent_ = std::min(percent_ + step, 100.0); // sums of fractions may pass it by a little
-        return report();
+        percent_ = std::min(percent_ + step, 100.0); // sums of fractions may exceed 100 by a little
+        if (sink_) requireNoCancel(com::call(sink_, &ISyncEvents::OnProgress2, label_.get(), percent_));
     }
-    // Goes on to the percentage, if it is not there yet.
-    HRESULT reach(double percent) noexcept { return percent_ < percent ? advance(percent - percent_) : S_OK; }
-    HRESULT report() noexcept
+    // Advances to the percentage, if progress has not reached it yet.
+    void reach(double percent)
     {
-        if (!sink_) return S_OK;
-        return com::call(sink_, &ISyncEvents::OnProgress2, label_.get(), percent_) == E_ABORT ? E_ABORT : S_OK;
+        if (percent_ < percent) advance(percent - percent_);
     }
 
 private:

@@ -1,5 +1,7 @@
 #include "engine/StoreClient.h"
 
+#include "translators/ReadText.h"
+
 namespace mb {
 namespace {
 
@@ -10,10 +12,18 @@ bool meansAbsent(HRESULT hr) { return hr == codeNotFound || hr == E_FAIL; }
 
 HRESULT unlessNotImplemented(HRESULT hr) { return hr == E_NOTIMPL ? S_OK : hr; }
 
-template <class Ask> HRESULT askTwice(Ask&& ask)
+// Whether the call succeeded. `failure` receives the code of a failure.
+bool succeeded(HRESULT hr, HRESULT* failure = nullptr)
 {
-    const HRESULT hr = ask();
-    return SUCCEEDED(hr) ? hr : ask();
+    if (SUCCEEDED(hr)) return true;
+    if (failure) *failure = hr;
+    return false;
+}
+
+template <class Value, class Ask> std::optional<Value> askTwice(Ask&& ask)
+{
+    Value answer{};
+    return succeeded(ask(&answer)) || succeeded(ask(&answer)) ? std::optional(answer) : std::nullopt;
 }
 
 } // namespace
@@ -48,84 +58,103 @@ template <class Object, class Method, class... Args> HRESULT StoreClient::call(c
 
 // ---- Starting
 
-HRESULT StoreClient::initialize(ITrServices* services, HWND parent, VARIANT_BOOL reconfigure)
+void StoreClient::initialize(ITrServices* services, HWND parent, VARIANT_BOOL reconfigure)
 {
-    return call(translator_, &ITranslator::Initialize, services, parent, reconfigure);
+    require(call(translator_, &ITranslator::Initialize, services, parent, reconfigure));
 }
 
-HRESULT StoreClient::initializeWithProgress(ISyncEvents* sink, ITrServices* services, HWND parent, VARIANT_BOOL reconfigure)
+void StoreClient::initializeWithProgress(ISyncEvents* sink, ITrServices* services, HWND parent, VARIANT_BOOL reconfigure)
 {
-    return call(updater_, &IRecordUpdater::InitializeWithProgress, sink, services, parent, reconfigure);
+    require(call(updater_, &IRecordUpdater::InitializeWithProgress, sink, services, parent, reconfigure));
 }
 
-HRESULT StoreClient::initializeCategories(ITrServices* services, HWND parent, VARIANT_BOOL reconfigure)
+void StoreClient::initializeCategories(ITrServices* services, HWND parent, VARIANT_BOOL reconfigure)
 {
-    return call(categories_, &ICategories::InitializeCategories, services, parent, reconfigure);
+    require(call(categories_, &ICategories::InitializeCategories, services, parent, reconfigure));
 }
 
-void StoreClient::setAllowImages(bool allow) { (void)call(images_, &IImageSupport::SetAllowImage, allow ? VARIANT_TRUE : VARIANT_FALSE); }
-
-HRESULT StoreClient::loadDynamicFields(ITrServices* services, LONG next, LONG& after)
+void StoreClient::trySetAllowImages(bool allow)
 {
-    return call(dynamicFields_, &IDynamicFieldLoader::LoadDynamicFields, services, next, &after);
+    (void)call(images_, &IImageSupport::SetAllowImage, allow ? VARIANT_TRUE : VARIANT_FALSE);
 }
 
-HRESULT StoreClient::syncParams(ITrServices* services, std::u16string& database, std::u16string& description)
+std::optional<LONG> StoreClient::loadDynamicFields(ITrServices* services, LONG next)
+{
+    LONG after = next;
+    return succeeded(call(dynamicFields_, &IDynamicFieldLoader::LoadDynamicFields, services, next, &after)) ? std::optional(after)
+                                                                                                            : std::nullopt;
+}
+
+bool StoreClient::syncParams(ITrServices* services, std::u16string& database, std::u16string& description)
 {
     com::Bstr toldDatabase, toldDescription;
-    const HRESULT hr = call(translator_, &ITranslator::GetSyncParams, services, toldDatabase.put(), toldDescription.put());
-    database = SUCCEEDED(hr) ? toldDatabase.text() : std::u16string();
-    description = SUCCEEDED(hr) ? toldDescription.text() : std::u16string();
-    return hr;
+    const bool told = succeeded(call(translator_, &ITranslator::GetSyncParams, services, toldDatabase.put(), toldDescription.put()));
+    database = told ? toldDatabase.text() : std::u16string();
+    description = told ? toldDescription.text() : std::u16string();
+    return told;
 }
 
 // ---- What the store can do
 
 std::optional<ULONG> StoreClient::caps()
 {
-    ULONG told = 0;
-    if (SUCCEEDED(askTwice([&] { return call(translator_, &ITranslator::GetTranslatorCaps, &told); }))) caps_ = told;
+    if (const auto told = askTwice<ULONG>([&](ULONG* caps) { return call(translator_, &ITranslator::GetTranslatorCaps, caps); }))
+        caps_ = told;
     return caps_;
 }
 
-HRESULT StoreClient::fieldType(const GUID& field, LONG& type)
+std::optional<LONG> StoreClient::fieldType(const GUID& field)
 {
-    return askTwice([&] { return call(field_, &IField::GetFieldType, field, &type); });
+    return askTwice<LONG>([&](LONG* type) { return call(field_, &IField::GetFieldType, field, type); });
 }
 
-HRESULT StoreClient::fieldFlags(const GUID& field, ULONG& flags)
+std::optional<ULONG> StoreClient::fieldFlags(const GUID& field)
 {
-    return askTwice([&] { return call(field_, &IField::GetFlags, field, &flags); });
+    return askTwice<ULONG>([&](ULONG* flags) { return call(field_, &IField::GetFlags, field, flags); });
 }
 
-HRESULT StoreClient::fieldMaxLength(const GUID& field, ULONG& length)
+std::optional<ULONG> StoreClient::fieldMaxLength(const GUID& field)
 {
-    return askTwice([&] { return call(field_, &IField::GetMaxLength, field, &length); });
+    return askTwice<ULONG>([&](ULONG* length) { return call(field_, &IField::GetMaxLength, field, length); });
 }
 
-HRESULT StoreClient::fieldName(const GUID& field, std::u16string& name)
+std::optional<LONG> StoreClient::fieldCount()
+{
+    return askTwice<LONG>([&](LONG* count) { return call(fieldList_, &IFieldList::GetCount, count); });
+}
+
+std::optional<GUID> StoreClient::fieldAt(LONG index)
+{
+    return askTwice<GUID>([&](GUID* field) { return call(fieldList_, &IFieldList::GetFieldByIndex, index, field); });
+}
+
+std::u16string StoreClient::fieldName(const GUID& field)
 {
     com::Bstr text;
-    const HRESULT hr = call(field_, &IField::GetName, field, text.put());
-    name = text.text();
-    return hr;
-}
-
-HRESULT StoreClient::fieldCount(LONG& count)
-{
-    return askTwice([&] { return call(fieldList_, &IFieldList::GetCount, &count); });
-}
-
-HRESULT StoreClient::fieldAt(LONG index, GUID& field)
-{
-    return askTwice([&] { return call(fieldList_, &IFieldList::GetFieldByIndex, index, &field); });
+    (void)call(field_, &IField::GetName, field, text.put());
+    return text.text();
 }
 
 // ---- Records
 
-HRESULT StoreClient::count(LONG& count) { return call(translator_, &ITranslator::GetRecordCount, &count); }
+LONG StoreClient::count()
+{
+    LONG count = 0;
+    require(call(translator_, &ITranslator::GetRecordCount, &count));
+    return count;
+}
 
-HRESULT StoreClient::identifierAt(LONG index, com::Bstr& id) { return call(translator_, &ITranslator::GetRecordID, index, id.put()); }
+LONG StoreClient::countOrZero()
+{
+    LONG count = 0;
+    (void)call(translator_, &ITranslator::GetRecordCount, &count);
+    return count;
+}
+
+bool StoreClient::identifierAt(LONG index, com::Bstr& id)
+{
+    return succeeded(call(translator_, &ITranslator::GetRecordID, index, id.put()));
+}
 
 Presence StoreClient::contains(BSTR id, HRESULT* failure)
 {
@@ -145,117 +174,154 @@ Presence StoreClient::contains(std::u16string_view id, HRESULT* failure)
 std::optional<DATE> StoreClient::modified(BSTR id)
 {
     DATE date = 0.0;
-    return SUCCEEDED(call(translator_, &ITranslator::GetModifiedDate, id, &date)) ? std::optional(date) : std::nullopt;
+    return succeeded(call(translator_, &ITranslator::GetModifiedDate, id, &date)) ? std::optional(date) : std::nullopt;
 }
 
 bool StoreClient::verified(BSTR id)
 {
     VARIANT_BOOL verified = VARIANT_TRUE;
-    return FAILED(call(verifier_, &IRecordVerifier::RecordVerified, id, &verified)) || verified != VARIANT_FALSE;
+    return !succeeded(call(verifier_, &IRecordVerifier::RecordVerified, id, &verified)) || verified != VARIANT_FALSE;
 }
 
 // ---- Reading
 
-HRESULT StoreClient::beginRead(BSTR id) { return call(translator_, &ITranslator::BeginReadRecord, id); }
+bool StoreClient::beginRead(BSTR id, HRESULT* failure) { return succeeded(call(translator_, &ITranslator::BeginReadRecord, id), failure); }
 
-HRESULT StoreClient::beginReadForSearch(BSTR id) noexcept { return com::call(translator_, &ITranslator::BeginReadRecord, id); }
+bool StoreClient::beginReadForSearch(BSTR id)
+{
+    const HRESULT hr = com::call(translator_, &ITranslator::BeginReadRecord, id);
+    if (hr == E_ABORT) return false;
+    require(hr);
+    return true;
+}
 
 void StoreClient::endRead(BSTR id) { (void)call(translator_, &ITranslator::EndReadRecord, id); }
 
-HRESULT StoreClient::read(BSTR id, const GUID& field, com::Variant& value)
+bool StoreClient::read(BSTR id, const GUID& field, com::Variant& value, HRESULT* failure)
 {
-    return call(translator_, &ITranslator::ReadField, id, field, value.put());
+    return succeeded(call(translator_, &ITranslator::ReadField, id, field, value.put()), failure);
 }
 
-HRESULT StoreClient::readText(BSTR id, const GUID& field, std::u16string& text)
+bool StoreClient::readText(BSTR id, const GUID& field, std::u16string& text, HRESULT* failure)
 {
     com::Variant value;
-    const HRESULT hr = read(id, field, value);
-    text = SUCCEEDED(hr) ? value.text() : std::u16string_view();
-    return hr;
+    const bool isRead = read(id, field, value, failure);
+    text = isRead ? value.text() : std::u16string_view();
+    return isRead;
 }
 
-HRESULT StoreClient::hasImage(BSTR id, const GUID& field, bool& has)
+std::optional<bool> StoreClient::hasImage(BSTR id, const GUID& field)
 {
-    VARIANT_BOOL answer = VARIANT_FALSE;
-    const HRESULT hr = call(images_, &IImageSupport::HasFieldValue, id, field, &answer);
-    has = SUCCEEDED(hr) && answer != VARIANT_FALSE;
-    return hr;
+    VARIANT_BOOL has = VARIANT_FALSE;
+    return succeeded(call(images_, &IImageSupport::HasFieldValue, id, field, &has)) ? std::optional(has != VARIANT_FALSE) : std::nullopt;
 }
 
 ImageSize StoreClient::imageSize(BSTR id, const GUID& field)
 {
-    if (FAILED(call(images_, &IImageSupport::BeginReadImageData, id, field))) return std::nullopt;
+    if (!succeeded(call(images_, &IImageSupport::BeginReadImageData, id, field))) return std::nullopt;
     LONGLONG size = -1;
-    HRESULT hr = S_OK;
+    bool told = false;
     {
         const CancelHold hold(*this); // so that the image data is closed
-        hr = call(images_, &IImageSupport::GetImageDataSize, &size);
+        told = succeeded(call(images_, &IImageSupport::GetImageDataSize, &size));
         (void)call(images_, &IImageSupport::EndReadImageData, id, field);
     }
     if (holds_ == 0) throwIfCancelled();
-    return SUCCEEDED(hr) && size >= 0 ? ImageSize(size) : std::nullopt;
+    return told && size >= 0 ? ImageSize(size) : std::nullopt;
+}
+
+// The last field of each type counts.
+void StoreClient::findNameFields()
+{
+    nameFields_ = {};
+    LONG count = 0;
+    if (!fieldList_ || !field_ || !succeeded(com::call(fieldList_, &IFieldList::GetCount, &count))) return;
+    for (LONG i = 0; i < count; ++i) {
+        GUID guid{};
+        LONG type = 0;
+        if (!succeeded(com::call(fieldList_, &IFieldList::GetFieldByIndex, i, &guid))) continue;
+        if (!succeeded(com::call(field_, &IField::GetFieldType, guid, &type))) continue;
+        if (type == ftFirstName) nameFields_.first = guid;
+        if (type == ftLastName) nameFields_.last = guid;
+    }
+}
+
+std::optional<RecordNames> StoreClient::names(const std::u16string& id)
+{
+    if (!nameFields_.known()) findNameFields();
+    if (!nameFields_.known()) return std::nullopt;
+    const com::Bstr key(id);
+    if (!succeeded(com::call(translator_, &ITranslator::BeginReadRecord, key.get()))) return std::nullopt;
+    RecordNames names;
+    (void)mb::readText(translator_.get(), key.get(), *nameFields_.first, names.first);
+    (void)mb::readText(translator_.get(), key.get(), *nameFields_.last, names.last);
+    (void)com::call(translator_, &ITranslator::EndReadRecord, key.get());
+    return names;
 }
 
 // ---- Writing
 
-HRESULT StoreClient::askToWrite(ITrServices* services, HWND parent, VARIANT_BOOL silent)
+void StoreClient::askToWrite(ITrServices* services, HWND parent, VARIANT_BOOL silent)
 {
-    if (!access_) return S_OK;
+    if (!access_) return;
     VARIANT_BOOL allowed = VARIANT_TRUE;
-    const HRESULT hr = call(access_, &IPIMUserAccess::CanWrite, services, parent, silent, &allowed);
-    return SUCCEEDED(hr) && allowed == VARIANT_FALSE ? E_FAIL : hr;
+    require(call(access_, &IPIMUserAccess::CanWrite, services, parent, silent, &allowed));
+    if (allowed == VARIANT_FALSE) throw RunFailure(E_FAIL);
 }
 
-HRESULT StoreClient::expectWritable(BSTR id) { return call(recordAccess_, &IRecordAccess::ExpectWritable, id); }
+void StoreClient::expectWritable(BSTR id) { require(call(recordAccess_, &IRecordAccess::ExpectWritable, id)); }
 
-HRESULT StoreClient::beginUpdate()
+void StoreClient::beginUpdate()
 {
     const HRESULT hr = call(translator_, &ITranslator::BeginUpdate);
-    batchOpen_ = SUCCEEDED(hr);
-    return unlessNotImplemented(hr);
+    batchOpen_ = succeeded(hr);
+    require(unlessNotImplemented(hr));
 }
 
-HRESULT StoreClient::endUpdate() noexcept
+void StoreClient::endUpdate()
 {
-    const HRESULT hr = unlessNotImplemented(com::call(translator_, &ITranslator::EndUpdate, VARIANT_FALSE));
-    if (SUCCEEDED(hr)) batchOpen_ = false;
-    return hr;
+    require(unlessNotImplemented(com::call(translator_, &ITranslator::EndUpdate, VARIANT_FALSE)));
+    batchOpen_ = false;
 }
 
-HRESULT StoreClient::beginAdd(com::Bstr& id) { return call(translator_, &ITranslator::BeginAddRecord, id.put()); }
+void StoreClient::beginAdd(com::Bstr& id) { require(call(translator_, &ITranslator::BeginAddRecord, id.put())); }
 
-HRESULT StoreClient::beginEdit(BSTR id) { return call(translator_, &ITranslator::BeginEditRecord, id); }
+void StoreClient::beginEdit(BSTR id) { require(call(translator_, &ITranslator::BeginEditRecord, id)); }
 
-HRESULT StoreClient::write(BSTR id, const GUID& field, const VARIANT& value)
+void StoreClient::write(BSTR id, const GUID& field, const VARIANT& value)
 {
-    return call(translator_, &ITranslator::WriteField, id, field, value);
+    require(call(translator_, &ITranslator::WriteField, id, field, value));
 }
 
-HRESULT StoreClient::save(com::Bstr& id) { return call(translator_, &ITranslator::SaveRecord, id.inOut()); }
+void StoreClient::tryWrite(BSTR id, const GUID& field, const VARIANT& value)
+{
+    (void)call(translator_, &ITranslator::WriteField, id, field, value);
+}
 
-HRESULT StoreClient::remove(BSTR id) { return call(translator_, &ITranslator::DeleteRecord, id); }
+void StoreClient::save(com::Bstr& id) { require(call(translator_, &ITranslator::SaveRecord, id.inOut())); }
+
+void StoreClient::remove(BSTR id) { require(call(translator_, &ITranslator::DeleteRecord, id)); }
 
 // ---- Identifiers that the store changed by itself
 
-HRESULT StoreClient::updatedId(BSTR id, com::Bstr& newId)
+bool StoreClient::updatedId(BSTR id, com::Bstr& newId)
 {
     const HRESULT hr = call(updater_, &IRecordUpdater::GetUpdatedRecordId, id, newId.put());
-    return hr == codeNotFound ? S_OK : unlessNotImplemented(hr);
+    return hr == codeNotFound || succeeded(unlessNotImplemented(hr));
 }
 
-void StoreClient::saveUpdatedIds() { (void)call(updater_, &IRecordUpdater::SaveUpdatedRecordIds); }
+void StoreClient::trySaveUpdatedIds() { (void)call(updater_, &IRecordUpdater::SaveUpdatedRecordIds); }
 
 // ---- The search for duplicates
 
-HRESULT StoreClient::beginFind(const GUID& map, ITranslator* other, SAFEARRAY* known)
+bool StoreClient::beginFind(const GUID& map, ITranslator* other, SAFEARRAY* known)
 {
-    return call(finder_, &IDuplicateFinder::BeginFindDuplicate, map, other, known);
+    return succeeded(call(finder_, &IDuplicateFinder::BeginFindDuplicate, map, other, known));
 }
 
-HRESULT StoreClient::find(ITranslator* other, BSTR otherId, SAFEARRAY* known, com::Bstr& id)
+bool StoreClient::find(ITranslator* other, BSTR otherId, SAFEARRAY* known, com::Bstr& id)
 {
-    return call(finder_, &IDuplicateFinder::FindDuplicate, other, otherId, known, id.put());
+    return succeeded(call(finder_, &IDuplicateFinder::FindDuplicate, other, otherId, known, id.put()));
 }
 
 void StoreClient::endFind() noexcept
@@ -265,7 +331,7 @@ void StoreClient::endFind() noexcept
 
 OpenReading::~OpenReading()
 {
-    if (FAILED(result_)) return;
+    if (!open_) return;
     const CancelHold hold(store_); // a destructor must not throw; the next call to the store does
     store_.endRead(id_);
 }

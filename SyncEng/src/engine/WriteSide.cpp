@@ -14,15 +14,13 @@ class SideWriter {
 public:
     SideWriter(PipelinePass& pass, Side target) : pass_(pass), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)) {}
 
-    HRESULT run()
+    void run()
     {
-        HRESULT hr = target().store.askToWrite(target().services.get(), run_.ParentWindow, SilentMode);
-        if (SUCCEEDED(hr)) hr = target().store.beginUpdate();
-        if (FAILED(hr)) return hr;
+        target().store.askToWrite(target().services.get(), run_.ParentWindow, SilentMode);
+        target().store.beginUpdate();
         WriteLogText(logProgress, u"\r");
-        hr = writeLoop();
-        if (SUCCEEDED(hr) && pass_.side(targetSide_).hasDeletions) hr = deleteLoop();
-        return hr;
+        writeLoop();
+        if (target().hasDeletions) deleteLoop();
     }
 
 private:
@@ -30,58 +28,60 @@ private:
     PassSide& target() { return pass_.side(targetSide_); }
     const std::u16string& targetName() const { return run_.side(targetSide_).name; }
 
-    HRESULT writeLoop()
+    void writeLoop()
     {
-        return workOff(
+        workOff(
             source().tasks, [](TaskKind kind) { return kind != TaskDelete; },
-            [&](const std::u16string& id, const RecordTask& task) { return writeRecord(id, task); });
+            [&](const std::u16string& id, const RecordTask& task) { writeRecord(id, task); });
     }
 
-    HRESULT deleteLoop()
+    void deleteLoop()
     {
-        return workOff(
+        workOff(
             target().tasks, [](TaskKind kind) { return kind == TaskDelete; },
-            [&](const std::u16string& id, const RecordTask& task) { return deleteRecord(id, task); });
+            [&](const std::u16string& id, const RecordTask& task) { deleteRecord(id, task); });
     }
 
     // A task that is done leaves the list; progress is told for the others too.
-    template <class IsMine, class Work> HRESULT workOff(TaskList& tasks, IsMine&& isMine, Work&& work)
+    template <class IsMine, class Work> void workOff(TaskList& tasks, IsMine&& isMine, Work&& work)
     {
         for (auto at = tasks.begin(); at != tasks.end();) {
             const bool mine = isMine(at->second.Kind);
             if (mine) {
-                const HRESULT hr = work(at->first, at->second);
-                if (FAILED(hr)) return hr;
+                work(at->first, at->second);
                 ++pass_.DoneTasks;
-                (void)DropTask(at, tasks);
+                DropTask(at, tasks);
                 for (const Side side : {Side::One, Side::Two}) pass_.side(side).store.throwIfCancelled();
             }
-            if (tellProgress() == E_ABORT) return E_ABORT;
+            tellProgress();
             if (!mine) ++at;
         }
-        return S_OK;
     }
 
-    HRESULT writeRecord(const std::u16string& id, const RecordTask& task)
+    void writeRecord(const std::u16string& id, const RecordTask& task)
     {
         const std::u16string name = describe(task, source(), id);
         const bool created = !task.MappedId;
         std::optional<std::u16string> targetId = task.MappedId;
         LinkGuard guard(source().store, target().store);
         std::vector<std::size_t> written;
-        const HRESULT hr = ApplyRecord(pass_, sourceSide_, id, task, targetId, guard, written);
-        if (FAILED(hr)) return fail(hr, entryOf(task, task.MappedId.value_or(std::u16string()), id, name));
+        try {
+            ApplyRecord(pass_, sourceSide_, id, task, targetId, guard, written);
+        } catch (const RunFailure& failure) {
+            report(failure, entryOf(task, task.MappedId.value_or(std::u16string()), id, name));
+            throw;
+        }
         if (task.MappedId && !task.MappedId->empty() && !targetId->empty() && *task.MappedId != *targetId)
             followNewIdentifier(*task.MappedId, *targetId);
-        if (task.FieldMapRemapped) (void)SetFieldMapChangedFlag(run_, sourceSide_, id, false);
-        const HRESULT stamped = StampHistoryPair(pass_, sourceSide_, id, *targetId, 0.0);
+        if (task.FieldMapRemapped) SetFieldMapChangedFlag(run_, sourceSide_, id, false);
+        const HRESULT stamped = resultOf([&] { StampHistoryPair(pass_, sourceSide_, id, *targetId, 0.0); });
         ReportEntry entry = entryOf(task, *targetId, id, name);
         entry.action = task.Kind == TaskMatched ? raLinked : created ? raCreated : raUpdated;
         if (entry.action == raLinked && sourceSide_ == Side::One) std::swap(entry.recordId, entry.partnerId);
         if (entry.action == raLinked) entry.side = Side::One;
         if (entry.action == raUpdated && run_.report.wantsFields()) entry.fields = describeFields(written);
         run_.report.wrote(std::move(entry), targetName());
-        return stamped;
+        require(stamped); // only now: the record was written, and the report says so
     }
 
     // Quirk kept on purpose: towards side 1 both sections are those of side 2, so that call finds nothing. The old entry of side 1 is
@@ -89,8 +89,8 @@ private:
     void followNewIdentifier(const std::u16string& before, const std::u16string& now)
     {
         const bool towardsTwo = targetSide_ == Side::Two;
-        (void)RekeyHistoryEntry(*run_.history, Side::Two, before, now, towardsTwo ? Side::One : Side::Two);
-        if (!towardsTwo) (void)run_.history->DeleteEntry(sectionOf(Side::One), before, false);
+        RekeyHistoryEntry(run_.history, Side::Two, before, now, towardsTwo ? Side::One : Side::Two);
+        if (!towardsTwo) run_.history.tryDeleteEntry(Side::One, before);
     }
 
     ReportEntry entryOf(const RecordTask& task, const std::u16string& id, const std::u16string& partner, const std::u16string& name) const
@@ -104,13 +104,12 @@ private:
         return entry;
     }
 
-    HRESULT fail(HRESULT hr, ReportEntry entry)
+    void report(const RunFailure& failure, ReportEntry entry)
     {
         chargeFailure(pass_, targetSide_);
-        entry.code = hr;
-        entry.text = FailureText(run_, hr);
+        entry.code = failure.code();
+        entry.text = FailureText(run_, failure.code());
         run_.report.failed(std::move(entry));
-        return hr;
     }
 
     std::vector<ReportedField> describeFields(const std::vector<std::size_t>& written)
@@ -120,38 +119,43 @@ private:
         std::vector<ReportedField> described;
         for (const std::size_t i : written) {
             ReportedField& field = described.emplace_back();
-            (void)target().fieldType(i, field.type);
-            if (!fieldNames_[i]) (void)target().store.fieldName(fields[i], fieldNames_[i].emplace());
+            field.type = target().fieldType(i).value_or(0);
+            if (!fieldNames_[i]) fieldNames_[i] = target().store.fieldName(fields[i]);
             field.name = *fieldNames_[i];
         }
         return described;
     }
 
-    HRESULT deleteRecord(const std::u16string& id, const RecordTask& task)
+    void deleteRecord(const std::u16string& id, const RecordTask& task)
     {
-        if (task.alreadyGone) return S_OK; // a change that won over a deletion leaves the deletion's task behind
+        if (task.alreadyGone) return; // a change that won over a deletion leaves the deletion's task behind
         const std::u16string name = describe(task, target(), id);
         const com::Bstr key(id);
-        const HRESULT hr = target().store.remove(key.get());
-        // Another program may have deleted the record meanwhile.
-        if (FAILED(hr) && target().store.contains(key.get()) != Presence::Absent) return fail(hr, entryOf(task, id, {}, name));
-        (void)UnlinkHistoryEntry(*run_.history, targetSide_, id);
+        try {
+            target().store.remove(key.get());
+        } catch (const RunFailure& failure) {
+            // Another program may have deleted the record meanwhile.
+            if (target().store.contains(key.get()) != Presence::Absent) {
+                report(failure, entryOf(task, id, {}, name));
+                throw;
+            }
+        }
+        UnlinkHistoryEntry(run_.history, targetSide_, id);
         ReportEntry entry = entryOf(task, id, {}, name);
         entry.action = raDeleted;
         run_.report.wrote(std::move(entry), targetName());
-        return S_OK;
     }
 
     std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id) const
     {
-        return run_.report.wantsNames() ? DescribeRecord(task.Values.get(), side.store.translator(), side.names, id) : std::u16string();
+        return run_.report.wantsNames() ? DescribeRecord(task.Values.get(), side.store, id) : std::u16string();
     }
 
-    HRESULT tellProgress()
+    void tellProgress()
     {
-        if (!run_.EventSink) return S_OK;
+        if (!run_.EventSink) return;
         const double percent = static_cast<double>(pass_.DoneTasks) / static_cast<double>(pass_.TotalTasks) * 100.0;
-        return com::call(run_.EventSink, &ISyncEvents::OnProgress, run_.CategoryPass ? spSyncCategory : spSync, percent);
+        requireNoCancel(com::call(run_.EventSink, &ISyncEvents::OnProgress, run_.CategoryPass ? spSyncCategory : spSync, percent));
     }
 
     PipelinePass& pass_;
@@ -162,15 +166,8 @@ private:
 
 } // namespace
 
-HRESULT WriteSide(PipelinePass& pass, Side target)
-{
-    try {
-        return SideWriter(pass, target).run();
-    } catch (const Cancelled&) {
-        return E_ABORT;
-    }
-}
+void WriteSide(PipelinePass& pass, Side target) { SideWriter(pass, target).run(); }
 
-HRESULT EndSide(PipelinePass& pass, Side target) { return pass.side(target).store.endUpdate(); }
+void EndSide(PipelinePass& pass, Side target) { pass.side(target).store.endUpdate(); }
 
 } // namespace mb

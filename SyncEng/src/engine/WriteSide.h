@@ -6,11 +6,10 @@
 namespace mb {
 
 // Opens the batch and runs both loops. A task leaves its list as soon as it is done. The first failure ends the side; what was done
-// stays, and the batch stays open. E_ABORT is the user's.
-HRESULT WriteSide(PipelinePass& pass, Side target);
+// stays, and the batch stays open.
+void WriteSide(PipelinePass& pass, Side target);
 
-// Closes the batch; a store without batches answers E_NOTIMPL, which is success. A failure, E_ABORT included, means that the batch was
-// not ended, so that the records written in it may be lost.
-HRESULT EndSide(PipelinePass& pass, Side target);
+// Closes the batch. Any exception, Cancelled included, means that the batch was not ended, so that the records written in it may be lost.
+void EndSide(PipelinePass& pass, Side target);
 
 } // namespace mb

@@ -1,5 +1,4 @@
 #include "engine/RecordTask.h"
-#include "engine/DescribeRecord.h"
 #include "interfaces.h"
 
 #include <gtest/gtest.h>
@@ -39,9 +38,9 @@ TEST(TaskList, DroppingTheLastEntryEndsTheLoop)
     TaskList tasks;
     TaskAt(tasks, u"a") = task(TaskNew);
     auto at = tasks.begin();
-    EXPECT_EQ(DropTask(at, tasks), S_OK);
+    EXPECT_TRUE(DropTask(at, tasks));
     EXPECT_EQ(at, tasks.end());
-    EXPECT_EQ(DropTask(at, tasks), E_FAIL);
+    EXPECT_FALSE(DropTask(at, tasks));
 }
 
 TEST(TaskList, ANewEntryHasAllFieldsZero)
