@@ -16,8 +16,8 @@
 namespace mb {
 namespace {
 
-// No history that could serve: none was ever written, or a store was exchanged since the last run. A store whose present name was not
-// learned, or has no recorded one, does not count as exchanged.
+// Whether there is no usable history: none was ever written, or a store was exchanged since the last run. A store whose name is not known
+// now, or was not recorded, does not count as exchanged.
 bool beginsAnew(const RunState& run, const PerSide<std::u16string>& last)
 {
     if (run.transferring()) return false;
@@ -59,7 +59,8 @@ std::vector<Renaming> askForRenamings(PassSide& side)
     return side.renamingUnknown.empty() ? renamings : askOnce(side);
 }
 
-// Leaves out what would give two records one identifier: the first that asked for it has it, and a record that keeps it has it before that.
+// Removes the renamings that would give two records one identifier. A record that keeps its identifier goes first, and then the first
+// renaming to it.
 void dropCollisions(std::vector<Renaming>& renamings, const std::vector<HistoryEntry>& known)
 {
     std::size_t before = 0;
@@ -73,7 +74,7 @@ void dropCollisions(std::vector<Renaming>& renamings, const std::vector<HistoryE
     } while (renamings.size() != before);
 }
 
-// Two records may have swapped their identifiers: where the new one is another record's old one, it is given in a second step.
+// Two records may have swapped their identifiers: a new identifier that is another record's old one is given in a second step.
 void rename(MapHistory& history, Side side, const std::vector<Renaming>& renamings)
 {
     std::unordered_set<std::u16string> leaving;
@@ -111,7 +112,7 @@ bool updateRecordIds(PipelinePass& pass)
     bool changed = false;
     for (const Side side : bothSides) {
         const GUID& id = pass.run.side(side).id;
-        // These two stores changed their identifiers once, which a history of version 3 has seen.
+        // These two stores changed their identifiers once; a history of version 3 has the new ones.
         if (pass.run.HistoryVersion >= 3 && (id == goldMineTranslator || id == goldMineCorporateTranslator)) continue;
         changed = ApplyRecordIdUpdates(pass, side) || changed;
     }
@@ -130,10 +131,10 @@ void loadKnownRecords(PipelinePass& pass)
     if (pass.run.HistoryVersion < 3) history.trySetVersion(3);
 }
 
-// The database as the map's settings have it. Translators of former versions told it as it was given, which may be by another spelling.
+// The database as the map's settings have it. Translators of former versions told it in the spelling of the settings.
 std::u16string givenDatabase(const PassSide& side) { return SettingsClient(side.services).text(u"Database"); }
 
-// A transfer's records stand under the names of both databases. Those of a former version go on under the names that they have.
+// A transfer's records are stored under the names of both databases. Records of a former version stay under the names that they have.
 void chooseTransferSections(PipelinePass& pass)
 {
     MapHistory& history = pass.run.history;

@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    // One mapped pair on its way.
+    // One mapped pair that is being copied.
     struct FieldStep {
         std::size_t index = 0; // of the mapped pair
         GUID sourceField{}, targetField{};
@@ -204,7 +204,7 @@ private:
         if (hostUpdate_ && !isNew_) units_.noteWritten(step.targetType);
     }
 
-    // A file on the way is the engine's own, given by the source or made here. The target has until the end of the record to read it.
+    // The engine owns the image file, which the source gave or the conversion made. It is deleted when the record is done.
     void convertImage(FieldStep& step)
     {
         const std::int64_t size = ConvertImageValue(step.value, *sourceCaps_, *targetCaps_, true);
@@ -212,7 +212,7 @@ private:
         if (NamesImageFile(*sourceCaps_, *targetCaps_)) imageFiles_.add(step.value);
     }
 
-    // A picture that cannot be read must not replace the one of the other side. The next run looks at it again.
+    // An image that cannot be read must not replace the image of the other side. The next run compares it again.
     void leaveImage(FieldStep& step)
     {
         step.WriteIt = false;
@@ -256,7 +256,7 @@ private:
         target_.store.save(targetKey_);
         guard_.engage();
         targetIdOut_ = targetKey_.text();
-        // What the search for duplicates read of the target record is out of date now.
+        // The values that the search for duplicates read of the target record are stale now.
         if (const auto written = FindTask(target_.tasks, *targetIdOut_); written != target_.tasks.end()) written->second.Values.reset();
         keepUnread(sourceSide_, recordId_, SourceData);
         run_.history.tryWriteFieldData(sourceSide_, recordId_, SourceData);
@@ -288,7 +288,7 @@ private:
         for (const LONG type : types) keep(type);
     }
 
-    // What the target holds now becomes its history. A failure leaves the target's history as it was.
+    // Stores what the target holds now in the history. After a failure the target's history stays as it was.
     void readBack()
     {
         const OpenReading reading(target_.store, targetKey_.get());

@@ -1,4 +1,4 @@
-// Moves one record from its side to the other one: creates or edits the target record, writes the mapped fields, saves, and stores
+// Copies one record from its side to the other one: creates or edits the target record, writes the mapped fields, saves, and stores
 // in the history what each side now holds. The target's values are stored as read back, not as sent: a store that rewrites
 // values does not seem changed at the next run.
 #pragma once

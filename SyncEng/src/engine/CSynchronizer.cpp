@@ -28,7 +28,7 @@ public:
     ~SilentRun() { SilentMode = VARIANT_FALSE; }
 };
 
-// Lets the helper program of that mail client know which address book is meant. Failures are passed over.
+// Tells the helper program of that mail client which address book is synchronised. Failures are ignored.
 void StoreOutlookExpressDatabase(const GUID& translatorId, std::u16string_view database)
 {
     constexpr char16_t path[] = u"Software\\Zorel\\MBSyncEng";
@@ -39,7 +39,7 @@ void StoreOutlookExpressDatabase(const GUID& translatorId, std::u16string_view d
     if (key && !database.empty()) key->setText(u"OutlookExpressDB", database);
 }
 
-// The locks of the stores of one map's run, released at its end. A run in the midst of another one, of the same thread, has its own.
+// Holds the store locks of one map's run, and releases them at its end. A run that a host starts inside another one has its own.
 class OwnLocks {
 public:
     explicit OwnLocks(RunState& run) noexcept : run_(run), outer_(std::exchange(run.locks, {})) {}
@@ -60,7 +60,7 @@ HRESULT currentDatabase2(ITrMap* trMap, const GUID& map, std::u16string& databas
     return hr;
 }
 
-// The cards to transfer, as a run asks for them: none given is an empty selection, and still a transfer.
+// The cards to transfer. A null array is an empty selection, and the run is still a transfer.
 class Selection {
 public:
     explicit Selection(SAFEARRAY* given) : own_(given ? nullptr : com::makeTextArray({})), cards_(given ? given : own_) {}
@@ -145,7 +145,7 @@ HRESULT CSynchronizer::runMaps(const GUID& guid)
     hr = createClass(__uuidof(TrManager), trMap);
     if (FAILED(hr)) return hr;
     for (const GUID& map : maps) {
-        StoreLock lock; // from before the map's settings are read to behind the last repetition of the run, questions included
+        StoreLock lock; // held from before the map's settings are read until the run was repeated for the last time
         const OwnLocks stores(run_);
         hr = lockMap(lock, map);
         if (SUCCEEDED(hr)) hr = resultOf([&] { LockConfiguredStores(run_, MapClient(trMap), map); });
@@ -259,8 +259,8 @@ HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
     const bool isFirst = !found;
     if (isFirst) hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
     if (SUCCEEDED(hr)) hr = runTransfer(trMap.get(), target, isFirst ? target : found->two, reverse);
-    // The settings of a first transfer that came to nothing must not serve the next one. What it linked would be copied twice without its
-    // map.
+    // The settings of a failed first transfer must not be used by the next one. But if it linked records, its map stays: without the map
+    // they would be copied twice.
     if (FAILED(hr) && isFirst && !linksAny(target)) removeMap(target);
     return hr;
 }
@@ -299,7 +299,7 @@ HRESULT CSynchronizer::runTransfer(ITrMap* trMap, const GUID& target, const GUID
     return runReported(target, [&] {
         forgetFailedSide();
         run_.CurrentMap = target;
-        std::shared_ptr<CSyncHistory> kept; // categories are barred: none is
+        std::shared_ptr<CSyncHistory> kept; // stays empty: a transfer has no category pass
         return SyncOneMap(run_, kept);
     });
 }

@@ -10,7 +10,7 @@
 namespace mb {
 namespace {
 
-// The tasks of side 2 by the record on side 1 that they name, folded, each in the order of the list.
+// The tasks of side 2 by their MappedId in lower case; several tasks of one MappedId in the order of the list.
 using PartnersOf = std::unordered_map<std::u16string, std::vector<TaskList::iterator>>;
 
 PartnersOf indexPartners(TaskList& tasks)
@@ -31,7 +31,7 @@ public:
 
     void examine(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
     {
-        // A pair stays as the first look at it left it, for the rest of the run: what was settled is not asked again, by another rule.
+        // A pair is judged once in a run: a settled conflict is not asked about again under another rule.
         if (task1.pairExamined && task2.pairExamined) return;
         task1.pairExamined = task2.pairExamined = true;
         if (!task1.Changes && !task2.Changes && task1.Kind != TaskDelete && task2.Kind != TaskDelete)
@@ -43,17 +43,17 @@ public:
     }
 
 private:
-    // The first conflict of a record stands.
+    // A second conflict of the same record is ignored.
     void add(const std::u16string& id1, Conflict&& conflict) { conflicts_.try_emplace(id1, std::move(conflict)); }
 
-    // Wanted: where all changes are to be added the changed side survives, by the option for conflicts and not by that for deletions.
+    // Quirk kept on purpose: with croAddAll for conflicts the changed record survives, whatever the option for deletions says.
     LONG deleteAction(const RecordTask& task1) const
     {
         if (run_.options.ConflictResolution != croAddAll) return run_.options.DelConflictResolution;
         return task1.Kind == TaskDelete ? croTrans2Wins : croTrans1Wins;
     }
 
-    // What cannot be read may be in conflict: the run ends, or each side would overwrite what the other one changed.
+    // A record that cannot be read may be in conflict, and each side would overwrite the change of the other: the run ends.
     void examineChangedPair(const std::u16string& id1, RecordTask& task1, const std::u16string& id2, RecordTask& task2)
     {
         PerSide<FieldValueMap> changes;
@@ -84,8 +84,8 @@ private:
         task2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
     }
 
-    // After a batch that was not ended, a record may hold what the last run wrote, unknown to the history. The other side made the same
-    // change then: equal values are none.
+    // After a batch that was not ended, a record may hold values that the last run wrote and the history does not know. The other side then
+    // shows the same change, so equal values are no change. Returns whether there were any.
     bool dropEqual(PerSide<FieldValueMap>& changes) const
     {
         std::vector<LONG> equal;
@@ -110,7 +110,8 @@ private:
         });
     }
 
-    // A pair that a search for duplicates made, or that an earlier call has read. Wanted: the options are not consulted.
+    // A pair that a search for duplicates made, or whose changes an earlier call has read. Quirk kept on purpose: the options are not
+    // consulted.
     void examineReadPair(const std::u16string& id1, const RecordTask& task1, const std::u16string& id2, const RecordTask& task2)
     {
         if (!task1.Changes || !task2.Changes || task1.Changes->empty() || task2.Changes->empty()) return;

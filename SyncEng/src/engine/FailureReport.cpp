@@ -80,7 +80,7 @@ void clear(ErrorState& error)
     error.LastErrorMessage2.clear();
 }
 
-// Takes over what the translator tells, and says whether that is an error.
+// Takes over what the translator tells. Returns whether that is an error.
 bool takeError(ErrorState& error, const ErrorSource& source)
 {
     clear(error);
@@ -198,7 +198,7 @@ HRESULT RecordFailedSync(RunState& run, const MapClient& map, const PerSide<com:
         code = codeNotInstalled;
     }
     SaveScope scope(run.history.store());
-    // Under the names that follow, the entries of other stores would pass for these stores' own, and all their records for deleted.
+    // Under the new names the entries of the former stores would count as those of the present stores, and their records as deleted.
     if (run.historyObsolete) run.history.tryClear();
     for (const Side side : {Side::One, Side::Two}) {
         // A name that this run has not learned leaves the recorded one, or the next run would start from an empty history.

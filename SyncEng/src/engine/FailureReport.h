@@ -1,4 +1,4 @@
-// What becomes of a failure: whose error text is kept, what the user is told, and what the history remembers of a failed run.
+// What happens after a failure: whose error text is kept, what the user is told, and what the history records of a failed run.
 #pragma once
 #include "engine/MapClient.h"
 #include "engine/PipelinePass.h"
@@ -18,7 +18,7 @@ void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const Err
 // Charges the last failure to the translator of this side.
 void chargeTo(RunState& run, Side side);
 
-// A failure of a translator's during the pass: charged to this side, which is asked first.
+// Charges a failure of the pass to this side. Its translator is asked for the error text first, and then the other one.
 void chargeFailure(PipelinePass& pass, Side side);
 
 // Does work of the pass. A failure in it is charged to this side, and thrown on; a cancel is charged to nobody.

@@ -67,7 +67,7 @@ template <class Search> void runLogged(Search&& search)
     log();
 }
 
-// A pass of the search has its own label; the two rounds of the third share one and go on counting.
+// Each of the three passes of the search has its own label. The two rounds of the third pass share their label and their progress.
 class DuplicateSearch {
     using Question = RecordIndex::Question;
 
@@ -132,7 +132,7 @@ private:
         const Keys keys = readKeys(side, id.get(), values_);
         task->second.Values = std::make_unique<RecordValues>(values_); // the copy has no room to spare
         own.store.endRead(id.get());
-        // By the little that could be read of it a contact would pass for another one.
+        // By its readable fields alone the record could be taken for another contact.
         if (!keys.complete) {
             pass_.unreadable.push_back({side, task->first, keys.lastNameRead ? std::optional(keys.lastName) : std::nullopt});
             return std::nullopt;
@@ -175,7 +175,7 @@ private:
         return keys;
     }
 
-    // A picture is known by its presence and by the size it would have as a JPEG file, which makes two stores comparable.
+    // An image is compared by its presence and its size as a JPEG file, which is the same for two stores.
     void readImage(Side side, BSTR id, std::size_t row, RecordValues& values, std::u16string& digest)
     {
         const LONG type = fieldOf(rows_.rows[row], side).type;
@@ -207,7 +207,7 @@ private:
         return value.empty() ? std::u16string() : FitForTarget(value, row.field1.type, other.flags, other.maxLength);
     }
 
-    // A part, and its row's number, which keeps one text in two fields apart.
+    // Appends a part with its row number, so that one text in two different fields makes two different digests.
     static void appendPart(std::u16string& digest, const std::u16string& part, std::size_t row)
     {
         digest += AlnumOnly(part);
@@ -234,7 +234,7 @@ private:
         StageProgress progress = progressOf(Text::FindingConflictingDuplicates, Text::FindingConflictingCategoryDuplicates);
         const std::vector<std::size_t> open = index2_.open();
         if (open.empty()) return;
-        // One step for both rounds: each record is found at most once, so that the two never pass 100 together.
+        // Both rounds have one step: each record is found at most once, so the sum does not exceed 100.
         const double step = 100.0 / static_cast<double>(open.size());
         round(progress, step, open, [&](std::size_t position) { return byDigest(index2_.keys(position)); });
         round(progress, step, index2_.open(), [&](std::size_t position) { return byRule(position); });
@@ -255,7 +255,7 @@ private:
         }
     }
 
-    // A first name and no e-mail: the record is never looked up by an empty e-mail.
+    // A record with a first name and no e-mail is not looked up by its empty e-mail.
     static bool mayAskByEmail(const RecordIndex::Keys& keys) { return keys.firstName.empty() || !keys.email.empty(); }
 
     std::optional<std::u16string> byDigest(const RecordIndex::Keys& keys)

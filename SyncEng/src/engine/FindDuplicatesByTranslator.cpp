@@ -12,7 +12,7 @@
 namespace mb {
 namespace {
 
-// An array that is destroyed when it is done with; null for none.
+// Owns a text array; null for no texts.
 class TextArray {
 public:
     explicit TextArray(const std::vector<std::u16string>& texts) : array_(texts.empty() ? nullptr : com::makeTextArray(texts)) {}
@@ -45,7 +45,7 @@ public:
     }
 
 private:
-    // The search is ended however it went, also by a cancel.
+    // Ends the search also after a failure or a cancel.
     struct FindEnd {
         explicit FindEnd(StoreClient& finder) : store(finder) {}
         FindEnd(const FindEnd&) = delete;
@@ -82,7 +82,7 @@ private:
         // The translator may name a record that the analysis did not list.
         auto task2 = FindTask(two_.tasks, id2.text());
         if (task2 == two_.tasks.end()) {
-            if (two_.store.contains(id2.get()) != Presence::Present) return; // it is the finder's invention
+            if (two_.store.contains(id2.get()) != Presence::Present) return; // the finder named a record that the store does not have
             TaskAt(two_.tasks, id2.text()).Kind = TaskNew;
             task2 = FindTask(two_.tasks, id2.text());
         } else if (!isOpenNew(task2->second)) {
@@ -97,7 +97,7 @@ private:
         decide(task1, task2);
     }
 
-    // A record that the history links has its partner, also where nothing changed and it has no task.
+    // A record that the history links has its partner, even if it has no task because nothing changed.
     bool isLinked(std::u16string_view id2)
     {
         if (linked_.empty())
@@ -113,7 +113,7 @@ private:
         return true;
     }
 
-    // False if a value could not be read: equal by what is left, two contacts might pass for one.
+    // False if a value could not be read: by the other fields alone two contacts could be taken for one.
     bool readBoth(TaskList::iterator task1, TaskList::iterator task2)
     {
         for (RecordTask* task : {&task1->second, &task2->second})

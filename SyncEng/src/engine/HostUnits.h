@@ -1,5 +1,5 @@
-// The host's card file treats a name or an address as one unit: touching one part loses the others. What the target held before
-// the write is kept here, and what the write did not touch is put back.
+// The host's card file stores a name or an address as one unit: writing one part clears the others. This class keeps the parts that the
+// target had before the write, and writes the untouched ones back.
 #pragma once
 #include "engine/FieldGroups.h"
 #include "engine/PipelinePass.h"
@@ -14,7 +14,7 @@ public:
     // opened.
     void readBefore(PipelinePass& pass, Side target, BSTR targetId);
     void noteWritten(LONG targetType);
-    // In each group that was written, writes the untouched parts back; a refusal is passed over.
+    // Writes the untouched parts of each written group back. A refusal is ignored.
     void restore(StoreClient& target, BSTR targetId) const;
 
 private:

@@ -1,5 +1,5 @@
-// Identifiers of one side, which differ in more than case: texts of a history list, that stay as they are. One that is asked for in the
-// order in which they were added is found by a look at the next one; the hash table is made by the first that is not.
+// A set of case-insensitive identifiers, optimised for lookups in insertion order; the hash table is only built at the first out-of-order
+// lookup. The views must stay valid, and no two identifiers may differ in case alone.
 #pragma once
 #include "text.h"
 #include <cstdint>
@@ -14,7 +14,7 @@ public:
     void reserve(std::size_t count) { ids_.reserve(count); }
     void insert(std::u16string_view id) { ids_.push_back(id); }
     [[nodiscard]] bool contains(std::u16string_view id);
-    // This very one, and not one that differs in case.
+    // The same, case-sensitive.
     [[nodiscard]] bool containsExactly(std::u16string_view id);
 
 private:

@@ -9,7 +9,7 @@ namespace {
 
 constexpr LONG smallStore = 3; // a store of no more linked records has no limit, unless the other one is empty
 
-// A record that its store no longer has cannot be lost.
+// Records that the store no longer has do not count.
 LONG countDeletions(const TaskList& tasks)
 {
     LONG count = 0;
@@ -27,8 +27,8 @@ bool hostAllows(const RunState& run, Side side, LONG linked, LONG deletions)
            allowed != VARIANT_FALSE;
 }
 
-// A store that lists nothing at all is rather one whose drive or folder is missing than one whose last contacts were deleted by hand. The
-// list of categories is short, and its last one is deleted by hand often enough.
+// A store that lists no record at all more likely misses its drive or folder than that the user deleted the last contacts. The list of
+// categories is short, and users do delete the last one.
 bool isEmptied(const PipelinePass& pass, Side side) { return !pass.run.CategoryPass && pass.sides[side].recordCount == 0; }
 
 std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletions, bool emptied)

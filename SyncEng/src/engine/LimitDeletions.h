@@ -1,4 +1,4 @@
-// Refuses a run that would empty a store: a store that lost its contacts looks, to the history, like one whose user deleted them.
+// Refuses a run that would empty a store: a store that lost its contacts looks to the history like a store whose user deleted them.
 #pragma once
 #include "engine/PipelinePass.h"
 

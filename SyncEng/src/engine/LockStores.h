@@ -1,5 +1,5 @@
-// When a run locks the stores of its map. Before it loads the translators, by the names in their settings, since a translator may read the
-// listing of its store as soon as it is started; and by the names that the translators tell, where these are other stores.
+// Locks the stores of a map for its run: before the translators are loaded by the names in their settings, because a started translator may
+// read its store at once, and later by the names that the translators tell, where these are other stores.
 #pragma once
 #include "engine/MapClient.h"
 #include "engine/RunState.h"
@@ -11,7 +11,7 @@ void LockConfiguredStores(RunState& run, const MapClient& client, const GUID& ma
 // An empty name is left out. Requires: the translators of both sides are known. Where a store is locked or cannot be, RunFailure is thrown
 // and run.error says why.
 void LockStores(RunState& run, const PerSide<std::u16string>& databases);
-// Notes why the run does not take place, and that it does not begin anew the next time.
+// Records why the run does not take place, and withdraws a requested new start from an empty history.
 void RefuseRun(RunState& run, HRESULT code, std::u16string_view why);
 
 } // namespace mb

@@ -6,7 +6,7 @@
 namespace mb {
 namespace {
 
-// Wanted: a boolean counts as true when its 16 bits, unsigned, exceed 65534.
+// Quirk kept on purpose: a boolean is true if its 16 bits, unsigned, exceed 65534.
 bool isTrue(const VARIANT& value) { return value.uiVal > 65534; }
 
 } // namespace

@@ -16,7 +16,7 @@ struct MatchRow {
     std::size_t index = 0; // of the pair among the mapped fields
 };
 
-// A field that the rules treat by itself: what side 2 has for it, and how both sides hold it. All zero if it is not mapped.
+// A field with a rule of its own: its type on side 2, and the flags and lengths of both sides. All zero if it is not mapped.
 struct SpecialField {
     LONG type2 = 0;
     ULONG flags1 = 0, flags2 = 0, maxLength1 = 0, maxLength2 = 0;
@@ -32,8 +32,8 @@ MatchRows BuildMatchRows(PipelinePass& pass);
 
 inline const MatchField& fieldOf(const MatchRow& row, Side side) noexcept { return side == Side::One ? row.field1 : row.field2; }
 
-// A record takes part in the search only if it is new and nothing was found for it yet. One that a conflict was settled for stands alone:
-// paired again, it would be no conflict any more, and the two would exchange their values.
+// Whether a record takes part in the search: it is new, has no partner yet, and no conflict of it was settled. A settled record stays
+// alone: paired again, it would no longer be a conflict, and the two records would exchange their values.
 inline bool isOpenNew(const RecordTask& task) noexcept
 {
     return task.Kind == TaskNew && !task.Settled && (!task.MappedId || task.MappedId->empty());

@@ -6,18 +6,18 @@
 
 namespace mb {
 
-// How many of the leading words of a stand in b, by their first `length` characters, case counting. Only words of that length with a
-// blank behind them are looked at, and `words` tells how many those were. Wanted: so the last word never counts.
+// Returns the number of words of `a` whose first `length` characters occur in `b`, case-sensitive. Only words of at least that length with
+// a blank behind them count; `words` receives their number. Quirk kept on purpose: so the last word never counts.
 int WordPrefixScore(std::u16string_view a, std::u16string_view b, std::size_t length, int& words);
 
-// The value as a field with these flags and this length could hold it. 0 and 0xFFFFFFFF mean no limit.
+// The value as a field with these flags and this maximum length could hold it. 0 and 0xFFFFFFFF mean no limit.
 std::u16string FitToField(std::u16string_view value, ULONG flags, ULONG maxLength);
-// The same, and a web page with its scheme.
+// The same; a web address also gets its scheme.
 std::u16string FitForTarget(std::u16string_view value, LONG type, ULONG flags, ULONG maxLength);
 
-// The letters and digits, in order.
+// The letters and digits of the value, in order.
 std::u16string AlnumOnly(std::u16string_view value);
-// The same letters and digits, whatever their case.
+// Whether both values have the same letters and digits, ignoring case.
 bool sameAlnum(std::u16string_view a, std::u16string_view b);
 
 } // namespace mb

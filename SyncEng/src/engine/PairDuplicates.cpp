@@ -6,7 +6,7 @@
 namespace mb {
 namespace {
 
-// A field that the digest left out: a difference goes into the changes of both, with the values as they were read.
+// Compares a field that is not part of the digest. A difference goes into the changes of both, with the values as they were read.
 void compareSpecial(RecordTask& task1, RecordTask& task2, LONG type1, const SpecialField& field)
 {
     if (!task1.Values || !task2.Values) return;
@@ -15,7 +15,7 @@ void compareSpecial(RecordTask& task1, RecordTask& task2, LONG type1, const Spec
     const std::u16string_view a = *value1, b = *value2;
     if (platform::equalNoCase(a, b)) return;
     const std::u16string fitted2 = FitToField(b, field.flags1, field.maxLength1);
-    // Wanted: side 2's first name is compared with itself, so a first name never enters here.
+    // Quirk kept on purpose: side 2's first name is compared with itself, so first names never differ here.
     const std::u16string fitted1 = type1 == ftFirstName ? fitted2 : FitToField(a, field.flags2, field.maxLength2);
     if (sameAlnum(fitted1, fitted2)) return;
     changesOf(task1)[type1] = a;

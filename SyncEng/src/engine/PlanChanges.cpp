@@ -102,7 +102,7 @@ private:
 
 } // namespace
 
-// What comes to a side are the other side's tasks; the deletions among them cross over again.
+// Side 1 receives the tasks of side 2, and side 2 those of side 1. A deletion is carried out on the side of its own list.
 Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).tasks)), tasks2_(plannedTasks(pass.side(Side::One).tasks))
 {
     const RunState& run = pass.run;

@@ -33,7 +33,7 @@ public:
     {
     }
 
-    // True for a perfect match, after which no one else is looked at.
+    // True for a perfect match: no other candidate has to be considered.
     bool consider(const std::u16string& id, const RecordTask& candidate)
     {
         const std::u16string_view last = valueOf(candidate, ftLastName), first = valueOf(candidate, ftFirstName),
@@ -100,7 +100,7 @@ private:
         if (!image) {
             changes1[row.field1.type] = f1;
             changes2[row.field2.type] = f2;
-        } else if (g1 == u"1" && g2 == u"0") { // a picture on one side reaches the other without a conflict
+        } else if (g1 == u"1" && g2 == u"0") { // an image on one side is sent to the other without a conflict
             changes1[row.field1.type] = f1;
         } else if (g2 == u"1" && g1 == u"0") {
             changes2[row.field2.type] = f2;

@@ -113,7 +113,7 @@ bool plainFieldChanged(OpenRecord& record, const GUID& field, LONG type)
     return record.text(field, type, value) && !sameValue(value, storedText(record.stored, type));
 }
 
-// What of an image is to be sent: a flag alone where it appeared with the size that is stored already.
+// Collects what is to be sent of an image: the flag alone where an image appeared whose size is stored already.
 void collectImageChange(OpenRecord& record, const GUID& field, LONG type, bool force, FieldValueMap& out)
 {
     if (!record.imagePresence(field, type).value_or(false)) return;
@@ -125,14 +125,14 @@ void collectImageChange(OpenRecord& record, const GUID& field, LONG type, bool f
     out[type] = imageFlagText(true);
 }
 
-// Of a record that this run changes although a field of it could not be read.
+// Notes the unread fields of a record that this run changes nevertheless.
 void noteUnread(PassSide& side, const std::u16string& recordId, const std::vector<LONG>& types)
 {
     std::vector<LONG>& noted = side.unread[recordId].fields;
     noted.insert(noted.end(), types.begin(), types.end());
 }
 
-// False where it gave up.
+// False where a field could not be read and ReadErrors::GiveUp is asked for.
 bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force, ReadErrors readErrors, FieldValueMap& out)
 {
     for (std::size_t i = 0; i < fields.size(); ++i) {

@@ -105,7 +105,7 @@ bool RecordIndex::answers(Question question, const Keys& keys, std::size_t posit
     return true;
 }
 
-// The first of an identifier.
+// The first record with the identifier; the number of records where there is none.
 std::size_t RecordIndex::positionOf(const std::u16string& id)
 {
     if (byId_.heads.empty()) make(byId_, [&](std::size_t i) { return hashOf(entries_[i].id); });

@@ -14,19 +14,20 @@ namespace mb {
 
 class RecordIndex {
 public:
-    // As the document holds them, in UTF-8: lower-cased, the names and the e-mail escaped too. They last until a record is added.
+    // As the document holds them, in UTF-8 and lower case; names and e-mail are escaped. Valid until a record is added.
     struct Keys {
         std::string_view lastName, firstName, email, digest;
     };
-    // What is compared; the expressions Q1 to Q6. Wanted: the first one is asked with empty names and e-mail.
+    // The keys that are compared: the expressions Q1 to Q6. Quirk kept on purpose: ContentAlone is asked with empty names and e-mail.
     enum class Question { ContentAlone, NameAndContent, EmailAndContent, NameAndEmail, Name, Email };
 
     // False if no document can be made.
     bool create();
-    // The three keys lower-cased, not escaped yet. The answer is the record's position in the document.
+    // Returns the record's position in the document. Requires: names and e-mail are in lower case and not escaped.
     std::size_t AddToRecordIndex(std::u16string_view id, std::u16string_view lastName, std::u16string_view firstName,
                                  std::u16string_view email, std::u16string_view digest);
-    // Wanted: the identifier goes into the expression as it is, so one with a quote finds nothing, or another.
+    // Quirk kept on purpose: the identifier is not escaped in the expression, so an identifier with a quote finds no record, or another
+    // one.
     void MarkRecordMapped(const std::u16string& id, const std::u16string& mappedId);
 
     [[nodiscard]] const std::u16string& id(std::size_t position) const { return entries_[position].id; }
@@ -61,7 +62,7 @@ private:
         std::array<std::uint32_t, 4> sizes; // of the keys
         bool mapped = false;
     };
-    // By hash the first position of a chain in ascending order, and by position the next one. Without heads it is not made yet.
+    // `heads` holds by hash the first position of a chain in ascending order, `next` by position the next one. No heads: not made yet.
     struct Table {
         std::vector<std::uint32_t> heads, next;
     };

@@ -1,5 +1,5 @@
-// What the stages of a run say to each other: one intended action on one record, and the ordered lists of them, one a side.
-// A record is never held as an object; it is named by its identifier and its values are read from the translator when needed.
+// What the stages of a run pass on to each other: a task, which is one action because of one record, and the ordered task lists of both
+// sides. A record is named by its identifier; its values are read from the translator when needed.
 #pragma once
 #include "com.h"
 #include "engine/RecordValues.h"
@@ -31,10 +31,10 @@ struct RecordTask {
     bool FieldMapRemapped = false;          // all fields count as changed, and the history's flag is cleared after the write
 };
 
-// By identifier of the list's own side, in plain order of code units, case counting: the order in which tasks are applied.
+// By the identifier on the list's own side, in the order of code units, case-sensitive. The tasks are applied in this order.
 using TaskList = std::map<std::u16string, RecordTask>;
 
-// The task of the key, made with all fields zero if there is none. A whole task stored there replaces the former one.
+// The task of the key; a task with default values is made if there is none.
 RecordTask& TaskAt(TaskList& map, const std::u16string& key);
 TaskList::iterator FindTask(TaskList& map, const std::u16string& key);
 // Erases the task and moves the iterator to the next one. False, and no change, at the end.

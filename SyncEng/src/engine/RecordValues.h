@@ -1,5 +1,5 @@
-// The values of one record by field type, as a search for duplicates has read them. Every new record of a run carries one until it is
-// written, and most of its fields are empty: so the texts stand in one, and a field that was read as empty is a number alone.
+// The values of one record by field type, as a search for duplicates has read them. Every new record keeps its values until it is written,
+// and most fields are empty: so all texts are stored in one string, and an empty field only as its type.
 #pragma once
 #include "com.h"
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace mb {
 
 class RecordValues {
 public:
-    // None for a field that was not read. The text lasts until the values change.
+    // Nullopt for a field that was not read. The text is valid until the values change.
     [[nodiscard]] std::optional<std::u16string_view> find(LONG type) const noexcept;
     void set(LONG type, std::u16string_view text);
     void erase(LONG type);

@@ -1,11 +1,11 @@
-// The stage between the plan and the first write: a record that the target's system does not let be written ends the run here.
+// The stage between the plan and the first write: ends the run if the target's system does not allow a record to be written.
 #pragma once
 #include "engine/PipelinePass.h"
 
 namespace mb {
 
 // Fails, charged to the store, if a record that the plan changes or deletes cannot be written, or none can be added. Stores that do not
-// tell are passed over.
+// tell are left out.
 void RequireWritable(PipelinePass& pass);
 
 } // namespace mb

@@ -1,5 +1,5 @@
-// The locks of the stores of the map that runs. They keep the runs of two maps that share a store apart: a run reads and writes a store
-// that nobody else synchronises meanwhile. Taking never waits: the run of a store that is in use is refused, and the host tries again.
+// The locks of the stores of the map that runs: two maps that share a store do not run at the same time. Taking a lock never waits: the run
+// of a store that is in use is refused, and the host tries again.
 #pragma once
 #include "store/StoreLock.h"
 #include <map>
@@ -10,8 +10,9 @@ namespace mb {
 
 class RunLocks {
 public:
-    // Takes the locks that are not held yet, in one order for all runs, so that of two runs with the same stores one gets them. All or
-    // none: a refused call leaves what was held before. Stores without a name are left out. The results are those of StoreLock.
+    // Takes the locks that are not held yet, in the same order in all runs, so that two runs with the same stores do not block each other.
+    // A refused call takes none and keeps those that were held before. Stores without a name are left out. Returns the results of
+    // StoreLock.
     HRESULT take(const std::vector<ContactStore>& stores, bool mayAsk);
     void release() noexcept { held_.clear(); }
     // Of the last refusal.

@@ -76,7 +76,7 @@ void logSettlement(LONG resolution, const std::u16string& winner)
     case croTrans1Wins: return WriteLogResource(logProgress, Text::SettledOneWins, winner, 1);
     case croTrans2Wins: return WriteLogResource(logProgress, Text::SettledOneWins, winner, 2);
     case croMerge: return WriteLogResource(logProgress, Text::SettledMerged);
-    default: return WriteLogResource(logProgress, Text::SettledUnchanged); // nothing becomes of this one
+    default: return WriteLogResource(logProgress, Text::SettledUnchanged);
     }
 }
 

@@ -37,13 +37,13 @@ public:
 
     // Nothing is recorded for a sink that does not offer ISyncReport.
     void begin(const com::Ptr<ISyncEvents>& sink, const GUID& map);
-    // The map is run again: what was found out is told anew, and what was written stays.
+    // The map is run again: only the items about writes stay.
     void startOver();
     void end(_RunEnd how, HRESULT code, const std::u16string& text);
 
-    // Somebody hears of a record: the names of records are worth reading.
+    // Whether a host or the log wants the names of records.
     [[nodiscard]] bool wantsNames() const noexcept;
-    // Somebody hears of fields.
+    // Whether a host wants the fields.
     [[nodiscard]] bool wantsFields() const noexcept { return static_cast<bool>(report_); }
 
     // Requires: begin() was called. What is told from here on belongs to this pass.
@@ -54,9 +54,9 @@ public:
     void settled(ReportEntry entry, const std::u16string& winner);
     // A record could not be written. The log tells the failure once, when the run ends.
     void failed(ReportEntry entry);
-    // A translator leaves something out; the text stands in the log each time, and in the report once.
+    // A translator leaves something out. The log tells it each time, the report once.
     void leftOut(Side side, const std::u16string& text) { tellOnce(side, raLeftOut, text); }
-    // A translator found something and leaves nothing out for it; told in the same way.
+    // A translator found something and leaves nothing out. Told in the same way.
     void noted(Side side, const std::u16string& text) { tellOnce(side, raNoted, text); }
 
 private:

@@ -29,7 +29,7 @@ HRESULT STDMETHODCALLTYPE CRunServices::Note(BSTR text)
     });
 }
 
-// The part answers with a pointer that counts on this object; that count is given back, since the caller takes its own.
+// QueryInterface of the part has counted a reference on this object. It is released, because the caller adds its own.
 IUnknown* CRunServices::findOther(REFIID riid) noexcept
 {
     void* found = nullptr;

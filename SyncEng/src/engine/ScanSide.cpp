@@ -98,8 +98,7 @@ private:
         }
     }
 
-    // Every selected card gets its task here, if it needs one, and no other card may get any: the store is not walked for new records,
-    // however large it is.
+    // Only the selected cards may get tasks, so the store is not searched for new records.
     void scanSelectedCards()
     {
         std::unordered_map<std::u16string, HistoryEntry*> byId;
@@ -169,8 +168,8 @@ private:
         }
     }
 
-    // A record that cannot be read is sent as a change, so that the run ends with its name. Against a deletion on the other side it is
-    // none: the deletion would be undone because of a failure.
+    // A record that cannot be read is sent as a change, so that the run fails with its name. Against a deletion on the other side it is no
+    // change: a failure must not undo the deletion.
     void scanPresent(HistoryEntry& entry, bool otherMissing)
     {
         const Compared found = compare(com::Bstr(entry.Id), entry);
@@ -187,7 +186,7 @@ private:
         failStore(pass_, side, Format(u"%s has the record %s, and does not find it.", run_.side(side).name, id));
     }
 
-    // A record whose date cannot be read is unchanged for this run, unless the run has something to do to it: see CompareUnread.
+    // A record whose date cannot be read counts as unchanged, unless the run is about to change it: see CompareUnread.
     Compared compare(const com::Bstr& id, HistoryEntry& entry)
     {
         const std::optional<DATE> date = own_.store.modified(id.get());
@@ -292,7 +291,7 @@ bool wouldOverwrite(PipelinePass& pass, Side side, const HistoryEntry& entry, co
     return changes.empty(); // without a change set all fields are written
 }
 
-// Its partner stays gone, so the next run finds the deletion again.
+// Drops the deletion. Its partner is still missing in the next run, which finds the deletion again.
 void holdDeletion(PipelinePass& pass, Side side, TaskList::iterator deletion)
 {
     PassSide& own = pass.side(side);
@@ -329,7 +328,7 @@ void CompareUnread(PipelinePass& pass)
 
 void ForgetPairsMissingOnBoth(PipelinePass& pass)
 {
-    // The other side may have a record of that identifier too, and that one's pair is left alone.
+    // Each side has its own list, because one identifier may name different records on the two sides.
     for (const Side side : {Side::One, Side::Two}) {
         for (const std::u16string& id : pass.side(side).missingOnBoth) UnlinkHistoryEntry(pass.run.history, side, id);
         pass.side(side).missingOnBoth.clear();

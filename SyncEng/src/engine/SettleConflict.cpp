@@ -7,8 +7,8 @@ class Settlement {
 public:
     Settlement(PipelinePass& pass, ConflictPair& pair) : pass_(pass), run_(pass.run), pair_(pair) {}
 
-    // Each record stands alone from now on. A run that ends between the two sides must not leave the link of the one that waits, or the
-    // next run takes it for a change of the other.
+    // Both records are separate contacts from now on. Their link is dropped before records are written: if the run ended between the two
+    // sides, the next run would take the unwritten record for a change of the other.
     void dissolve()
     {
         pass_.side(Side::One).historyRemovals.push_back(entry(Side::One)->first);
@@ -105,7 +105,7 @@ void SettleConflict(PipelinePass& pass, ConflictPair& pair, LONG resolution)
     case croTrans1Wins: return settlement.letWin(Side::One);
     case croTrans2Wins: return settlement.letWin(Side::Two);
     case croMerge: return settlement.merge();
-    default: return; // asked for, and answered for all already
+    default: return; // not settled: the dialog was answered for all conflicts before
     }
 }
 

@@ -1,4 +1,4 @@
-// The two sides of a map. Everything that exists once a side is found by it, so that one code serves both.
+// The two sides of a map. What exists once per side is found by its Side, so that one code serves both sides.
 #pragma once
 
 namespace mb {
@@ -12,7 +12,7 @@ inline constexpr Side otherSide(Side side) noexcept { return side == Side::One ?
 // The history's name of the side.
 inline constexpr const char16_t* sectionOf(Side side) noexcept { return side == Side::One ? u"Trans1" : u"Trans2"; }
 
-// Two of a kind, one a side.
+// One value per side.
 template <class T> struct PerSide {
     T one{}, two{};
     T& operator[](Side side) noexcept { return side == Side::One ? one : two; }

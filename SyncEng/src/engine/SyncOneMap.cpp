@@ -151,7 +151,7 @@ private:
         refused_ = false;
     }
 
-    // Two stores of one kind are named with their places.
+    // Two stores of one translator get names that include their places.
     void nameStores(std::u16string_view database1, std::u16string_view database2)
     {
         for (const Side side : bothSides) run_.side(side).name = shortNames_[side];
@@ -238,17 +238,17 @@ private:
     {
         MapOptions& options = run_.options;
         const bool asks = !run_.CategoryPass;
-        options = {}; // what was set for the map before does not hold for this one
+        options = {}; // the options of the map that ran before do not hold for this map
         options.ConfirmAdds = options.ConfirmUpdates = options.ConfirmDeletes = asks;
         options.ConflictResolution = options.DelConflictResolution = asks ? croNotify : croAddAll;
         ReadMapOptions(run_, map_);
-        // Categories have no images: a pass over them must not use up what the contact pass has to know.
+        // Categories have no images: a category pass must not clear the image option before the contact pass has read it.
         if (run_.CategoryPass) return;
         if (!run_.ImageOptionChanged) upgradeImageOption();
         if (!run_.ImageOptionChanged && settings_.two.text(imageOptionKey) == u"1") run_.ImageOptionChanged = wroteImageFlag_ = true;
     }
 
-    // A configuration from before images were compared: every map compares them once.
+    // After an update from a version that did not compare images, every map compares them once.
     void upgradeImageOption()
     {
         LONG version = -1;

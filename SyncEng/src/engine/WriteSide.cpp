@@ -42,7 +42,7 @@ private:
             [&](const std::u16string& id, const RecordTask& task) { deleteRecord(id, task); });
     }
 
-    // A task that is done leaves the list; progress is told for the others too.
+    // Erases each task that is done. Progress is told for the other tasks too.
     template <class IsMine, class Work> void workOff(TaskList& tasks, IsMine&& isMine, Work&& work)
     {
         for (auto at = tasks.begin(); at != tasks.end();) {
