@@ -52,14 +52,6 @@ private:
     RunLocks outer_;
 };
 
-HRESULT currentDatabase2(ITrMap* trMap, const GUID& map, std::u16string& database)
-{
-    com::Bstr database1, database2;
-    const HRESULT hr = com::call(trMap, &ITrMap::GetCurrentDatabase, map, database1.put(), database2.put());
-    if (SUCCEEDED(hr)) database = database2.text();
-    return hr;
-}
-
 // The cards to transfer. A null array is an empty selection, and the run is still a transfer.
 class Selection {
 public:
@@ -74,7 +66,7 @@ public:
     [[nodiscard]] bool isList() const noexcept
     {
         VARTYPE type = VT_EMPTY;
-        return SafeArrayGetDim(cards_) == 1 && SUCCEEDED(SafeArrayGetVartype(cards_, &type)) && type == VT_BSTR;
+        return SafeArrayGetDim(cards_) == 1 && answered(SafeArrayGetVartype(cards_, &type)) && type == VT_BSTR;
     }
     [[nodiscard]] SAFEARRAY* cards() const noexcept { return cards_; }
 
@@ -111,7 +103,7 @@ HRESULT STDMETHODCALLTYPE CSynchronizer::Synchronize(REFGUID guid, VARIANT_BOOL 
         run_.CategoryPass = run_.ContactPassPending = run_.CategoriesBarred = false;
         const SilentRun silence(bSilent);
         run_.EventSink = firstSink();
-        return runMaps(guid);
+        return resultOf([&] { runMaps(guid); });
     });
 }
 
@@ -127,78 +119,69 @@ HRESULT STDMETHODCALLTYPE CSynchronizer::Cleanup()
     return S_OK;
 }
 
-HRESULT CSynchronizer::runMaps(const GUID& guid)
+void CSynchronizer::runMaps(const GUID& guid)
 {
     com::Ptr<ITrManager> manager;
-    HRESULT hr = createClass(__uuidof(TrManager), manager);
-    if (SUCCEEDED(hr) && !run_.FieldMap) hr = createFieldMap();
-    if (FAILED(hr)) return hr;
+    require(createClass(__uuidof(TrManager), manager));
+    if (!run_.FieldMap) require(createFieldMap());
 
     com::TaskArray<GUID> listed;
     std::vector<GUID> maps{guid};
     if (guid == GUID_NULL) {
-        hr = com::call(manager, &ITrManager::EnumerateMaps, listed.putCount(), listed.put());
-        if (FAILED(hr)) return hr;
+        require(com::call(manager, &ITrManager::EnumerateMaps, listed.putCount(), listed.put()));
         maps.assign(listed.items().begin(), listed.items().end());
     }
     com::Ptr<ITrMap> trMap;
-    hr = createClass(__uuidof(TrManager), trMap);
-    if (FAILED(hr)) return hr;
+    require(createClass(__uuidof(TrManager), trMap));
+    const MapClient client(trMap);
     for (const GUID& map : maps) {
         StoreLock lock; // held from before the map's settings are read until the run was repeated for the last time
         const OwnLocks stores(run_);
-        hr = lockMap(lock, map);
-        if (SUCCEEDED(hr)) hr = resultOf([&] { LockConfiguredStores(run_, MapClient(trMap), map); });
-        if (FAILED(hr)) break;
-        hr = runReported(map, [&] { return runMap(trMap.get(), map); });
-        if (FAILED(hr)) break;
+        lockMap(lock, map);
+        LockConfiguredStores(run_, client, map);
+        runReported(map, [&] { return runMap(client, map); });
     }
-    return hr;
 }
 
-HRESULT CSynchronizer::lockMap(StoreLock& lock, const GUID& map)
+void CSynchronizer::lockMap(StoreLock& lock, const GUID& map)
 {
-    const HRESULT hr = lock.takeMap(map);
-    if (SUCCEEDED(hr)) return ConfigStore().Refresh();
-    RefuseRun(run_, hr, lock.failure());
-    return hr;
+    const HRESULT taken = lock.takeMap(map);
+    if (!answered(taken)) RefuseRun(run_, taken, lock.failure());
+    require(taken);
+    require(ConfigStore().Refresh());
 }
 
-template <class Run> HRESULT CSynchronizer::runReported(const GUID& map, Run&& run)
+template <class Run> void CSynchronizer::runReported(const GUID& map, Run&& run)
 {
     run_.report.begin(run_.EventSink, map);
-    HRESULT hr = com::guarded(run);
-    while (runsAgain(hr)) {
+    HRESULT result = com::guarded(run);
+    while (runsAgain(result)) {
         run_.report.startOver();
-        hr = com::guarded(run);
+        result = com::guarded(run);
     }
-    if (SUCCEEDED(hr))
-        run_.report.end(reDone, hr, {});
-    else if (hr == E_ABORT)
-        run_.report.end(run_.abortMeaning, hr, {});
+    if (result == S_OK)
+        run_.report.end(reDone, result, {});
+    else if (result == E_ABORT)
+        run_.report.end(run_.abortMeaning, result, {});
     else
-        run_.report.end(hr == codeDeletionsRefused ? reRefused : reFailed, hr, FailureText(run_, hr));
-    return hr;
+        run_.report.end(result == codeDeletionsRefused ? reRefused : reFailed, result, FailureText(run_, result));
+    require(result);
 }
 
-HRESULT CSynchronizer::runMap(ITrMap* trMap, const GUID& map)
+HRESULT CSynchronizer::runMap(const MapClient& client, const GUID& map)
 {
     forgetFailedSide();
     run_.CurrentMap = map;
     GUID id1{}, id2{};
-    if (SUCCEEDED(com::call(trMap, &ITrMap::GetTranslators, map, &id1, &id2)) && id2 == outlookExpressTranslator) {
-        std::u16string database;
-        if (SUCCEEDED(currentDatabase2(trMap, map, database))) StoreOutlookExpressDatabase(id2, database);
-    }
+    if (client.translators(map, id1, id2) && id2 == outlookExpressTranslator)
+        if (const auto database = client.currentDatabase2(map)) StoreOutlookExpressDatabase(id2, *database);
     run_.onlyPlanned = false;
     std::shared_ptr<CSyncHistory> contactHistory;
-    HRESULT hr = SyncOneMap(run_, contactHistory);
-    if (run_.CategoryPass && (SUCCEEDED(hr) || run_.onlyPlanned)) {
-        run_.ContactPassPending = true;
-        run_.CategoryPass = false;
-        hr = SyncOneMap(run_, contactHistory);
-    }
-    return hr;
+    const HRESULT result = SyncOneMap(run_, contactHistory);
+    if (!run_.CategoryPass || (result != S_OK && !run_.onlyPlanned)) return result;
+    run_.ContactPassPending = true;
+    run_.CategoryPass = false;
+    return SyncOneMap(run_, contactHistory);
 }
 
 void CSynchronizer::forgetFailedSide()
@@ -224,79 +207,70 @@ HRESULT STDMETHODCALLTYPE CSynchronizer::Transfer(BSTR lpTransGUID, BSTR lpMBFil
         run_.EventSink = firstSink();
         GUID target{};
         const HRESULT parsed = com::parseGuid(com::viewOf(lpTransGUID), &target);
-        if (FAILED(parsed)) return parsed; // a text that names no translator must not make a map of the null identifier
+        if (!answered(parsed)) return parsed; // a text that names no translator must not make a map of the null identifier
         const Selection selection(lpsaCardGUIDs);
         if (target == GUID_NULL || !selection.isList()) return E_INVALIDARG;
         run_.TransferFile = com::textOf(lpMBFile);
         run_.TransferPassword = com::textOf(lpMBPassword);
         run_.TransferCards = selection.cards();
-        const HRESULT hr = com::guarded([&] { return transfer(target, static_cast<USHORT>(bReverse) >= 65535); });
+        const HRESULT result = com::guarded([&] { return resultOf([&] { transfer(target, static_cast<USHORT>(bReverse) >= 65535); }); });
         run_.TransferFile.clear();
         run_.TransferPassword.clear();
         run_.TransferCards = nullptr;
-        return hr;
+        return result;
     });
 }
 
-HRESULT CSynchronizer::transfer(const GUID& target, bool reverse)
+void CSynchronizer::transfer(const GUID& target, bool reverse)
 {
     com::Ptr<ITrMap> trMap;
-    HRESULT hr = createClass(__uuidof(TrManager), trMap);
-    if (FAILED(hr)) return hr;
-    if (!run_.FieldMap) hr = createFieldMap();
-    if (FAILED(hr)) return hr;
+    require(createClass(__uuidof(TrManager), trMap));
+    if (!run_.FieldMap) require(createFieldMap());
     StoreLock lock;
     const OwnLocks stores(run_);
-    hr = lockMap(lock, target);
-    if (FAILED(hr)) return hr;
+    lockMap(lock, target);
 
     std::optional<MapTranslators> found;
-    hr = FindMap(trMap.get(), target, found);
-    if (FAILED(hr)) {
-        RefuseRun(run_, hr, u"The settings of the transfer could not be read. Nothing was transferred.");
-        return hr;
-    }
+    const HRESULT looked = FindMap(trMap.get(), target, found);
+    if (!answered(looked)) RefuseRun(run_, looked, u"The settings of the transfer could not be read. Nothing was transferred.");
+    require(looked);
     const bool isFirst = !found;
-    if (isFirst) hr = com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target);
-    if (SUCCEEDED(hr)) hr = runTransfer(trMap.get(), target, isFirst ? target : found->two, reverse);
+    const HRESULT result = resultOf([&] {
+        if (isFirst) require(com::call(trMap, &ITrMap::CreateEx, target, hostTranslator, target));
+        runTransfer(MapClient(trMap), target, isFirst ? target : found->two, reverse);
+    });
     // The settings of a failed first transfer must not be used by the next one. But if it linked records, its map stays: without the map
     // they would be copied twice.
-    if (FAILED(hr) && isFirst && !linksAny(target)) removeMap(target);
-    return hr;
+    if (result != S_OK && isFirst && !linksAny(target)) removeMap(target);
+    require(result);
 }
 
 bool CSynchronizer::linksAny(const GUID& map)
 {
     CSyncHistory history(nullptr);
-    if (FAILED(history.Open(map))) return true; // an unreadable history may hold links
+    if (!answered(history.Open(map))) return true; // an unreadable history may hold links
     history.SetSectionSuffix(run_.side(Side::One).database, run_.side(Side::Two).database);
     std::vector<std::u16string> ids;
-    return FAILED(history.ListRecords(sectionOf(Side::One), ids)) || !ids.empty();
+    return !answered(history.ListRecords(sectionOf(Side::One), ids)) || !ids.empty();
 }
 
+// A map that cannot be removed is used by the next transfer.
 void CSynchronizer::removeMap(const GUID& map)
 {
     com::Ptr<ITrManager> manager;
-    if (SUCCEEDED(createClass(__uuidof(TrManager), manager))) (void)com::call(manager, &ITrManager::DeleteMap, map);
+    if (answered(createClass(__uuidof(TrManager), manager))) (void)com::call(manager, &ITrManager::DeleteMap, map);
 }
 
-HRESULT CSynchronizer::runTransfer(ITrMap* trMap, const GUID& target, const GUID& id2, bool reverse)
+void CSynchronizer::runTransfer(const MapClient& client, const GUID& target, const GUID& id2, bool reverse)
 {
-    VARIANT direction;
-    VariantInit(&direction);
-    direction.vt = VT_I4;
-    direction.lVal = reverse ? stImportToTrans1 : stExportFromTrans1;
-    HRESULT hr = com::call(trMap, &ITrMap::SetOption, target, static_cast<LONG>(soSyncType), direction);
-    if (FAILED(hr)) return hr;
-
-    std::u16string database2;
-    if (FAILED(currentDatabase2(trMap, target, database2)) || database2.empty()) run_.side(Side::Two).reconfigure = VARIANT_TRUE;
+    client.requireSyncType(target, reverse ? stImportToTrans1 : stExportFromTrans1);
+    const std::u16string database2 = client.currentDatabase2(target).value_or(std::u16string());
+    if (database2.empty()) run_.side(Side::Two).reconfigure = VARIANT_TRUE;
     StoreOutlookExpressDatabase(id2, database2);
     run_.side(Side::One).id = hostTranslator;
     run_.side(Side::Two).id = id2;
-    hr = resultOf([&] { LockStores(run_, {run_.TransferFile, database2}); });
-    if (FAILED(hr)) return hr;
-    return runReported(target, [&] {
+    LockStores(run_, {run_.TransferFile, database2});
+    runReported(target, [&] {
         forgetFailedSide();
         run_.CurrentMap = target;
         std::shared_ptr<CSyncHistory> kept; // stays empty: a transfer has no category pass

@@ -1,8 +1,9 @@
-// The front door of the engine: the class Synchronizer. A host calls Initialize, runs Synchronize or Transfer, asks GetLastError
+// The class Synchronizer, through which a host uses the engine. A host calls Initialize, runs Synchronize or Transfer, asks GetLastError
 // after a failure, and calls Cleanup. The loop over maps and the flags that make a run start over are here; the run of one map is
 // SyncOneMap's.
 #pragma once
 #include "com_events.h"
+#include "engine/MapClient.h"
 #include "engine/RunState.h"
 #include "store/StoreLock.h"
 
@@ -21,20 +22,20 @@ public:
     HRESULT STDMETHODCALLTYPE ReSynchronize(REFGUID guid, VARIANT_BOOL bSilent) override;
 
 private:
-    HRESULT runMaps(const GUID& guid);
+    void runMaps(const GUID& guid);
     // Requires: the map and its stores are locked.
-    HRESULT runMap(ITrMap* trMap, const GUID& map);
-    HRESULT lockMap(StoreLock& lock, const GUID& map);
-    HRESULT transfer(const GUID& target, bool reverse);
-    HRESULT runTransfer(ITrMap* trMap, const GUID& target, const GUID& id2, bool reverse);
+    HRESULT runMap(const MapClient& client, const GUID& map);
+    void lockMap(StoreLock& lock, const GUID& map);
+    void transfer(const GUID& target, bool reverse);
+    void runTransfer(const MapClient& client, const GUID& target, const GUID& id2, bool reverse);
     // Whether the history of the map that ran last links a record.
     bool linksAny(const GUID& map);
     static void removeMap(const GUID& map);
     HRESULT createFieldMap();
-    // Runs the map until it need not be run again, and reports it as one run.
-    template <class Run> HRESULT runReported(const GUID& map, Run&& run);
+    // Runs the map until it need not be run again, and reports it as one run. `run` returns a result code; a failure of it is thrown.
+    template <class Run> void runReported(const GUID& map, Run&& run);
     void forgetFailedSide();
-    // The same map has to be run again from an empty history.
+    // Whether the same map has to be run again from an empty history.
     bool runsAgain(HRESULT hr);
 
     RunState run_;

@@ -156,8 +156,8 @@ private:
                 continue;
             }
             com::Variant read;
-            if (!pass_.side(side).store.read(id, fields[row.index],
-                                             read)) { // so that it is read again when it is to be written, and not written as empty
+            // The value of a field that cannot be read is not stored: it is read again when it is to be written, and not written as empty.
+            if (!pass_.side(side).store.read(id, fields[row.index], read)) {
                 values.erase(type);
                 keys.complete = false;
                 if (type == lastName) keys.lastNameRead = false;

@@ -28,6 +28,22 @@ public:
     {
         require(com::call(map_, &ITrMap::GetTranslators, map, &id1, &id2));
     }
+    // Where the store of side 2 is, as its translator tells; nullopt where the map cannot tell.
+    [[nodiscard]] std::optional<std::u16string> currentDatabase2(const GUID& map) const
+    {
+        com::Bstr database1, database2;
+        if (!answered(com::call(map_, &ITrMap::GetCurrentDatabase, map, database1.put(), database2.put()))) return std::nullopt;
+        return database2.text();
+    }
+    // Sets the direction of the map's runs; a map that cannot store it ends the run.
+    void requireSyncType(const GUID& map, _SynchronizationTypes type) const
+    {
+        VARIANT direction;
+        VariantInit(&direction);
+        direction.vt = VT_I4;
+        direction.lVal = type;
+        require(com::call(map_, &ITrMap::SetOption, map, static_cast<LONG>(soSyncType), direction));
+    }
     // The short or long name of a translator.
     [[nodiscard]] std::u16string translatorName(const GUID& id, bool longName) const
     {

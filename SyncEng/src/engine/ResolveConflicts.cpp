@@ -23,7 +23,7 @@ public:
 
     void run()
     {
-        if (tasks1_.empty() || tasks2_.empty()) { return WriteLogResource(logProgress, Text::NoConflicts); }
+        if (tasks1_.empty() || tasks2_.empty()) return WriteLogResource(logProgress, Text::NoConflicts);
         pass_.fillFieldTypes();
         WriteLogText(logProgress, u"\r");
         DetectConflicts(pass_, progress_, conflicts_);
@@ -43,9 +43,8 @@ private:
         for (auto& [id, conflict] : conflicts_) {
             ++index_;
             ConflictPair pair{FindTask(tasks1_, id), FindTask(tasks2_, conflict.partner), {}, {}, std::nullopt};
-            if (pair.task1 != tasks1_.end() && pair.task2 != tasks2_.end()) {
-                if (decide(pair, conflict) == Asked::Skipped) continue;
-            }
+            const bool inLists = pair.task1 != tasks1_.end() && pair.task2 != tasks2_.end();
+            if (inLists && decide(pair, conflict) == Asked::Skipped) continue;
             progress_.advance(step);
         }
         progress_.reach(100.0);
