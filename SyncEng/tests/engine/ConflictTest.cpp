@@ -1,5 +1,5 @@
 #include "dialogs/ConflictPrompt.h"
-#include "engine/Conflicts.h"
+#include "engine/conflicts/Conflicts.h"
 #include "FrontEndFake.h"
 #include "SyncScenario.h"
 

@@ -1,7 +1,7 @@
 #include "RulesFixture.h"
 
-#include "engine/MatchRules.h"
-#include "engine/RecordIndex.h"
+#include "engine/duplicates/MatchRules.h"
+#include "engine/duplicates/RecordIndex.h"
 #include "text.h"
 
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
 // Records of two sides as the match rules see them: values by field type, no translators.
 #pragma once
-#include "engine/MatchRules.h"
-#include "engine/PairDuplicates.h"
-#include "engine/RankCandidates.h"
+#include "engine/duplicates/MatchRules.h"
+#include "engine/duplicates/PairDuplicates.h"
+#include "engine/duplicates/RankCandidates.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "engine/SettleConflict.h"
+#include "engine/conflicts/SettleConflict.h"
 
 namespace mb {
 namespace {

@@ -1,6 +1,6 @@
 // Carries out the resolution of one conflict on its two tasks.
 #pragma once
-#include "engine/Conflicts.h"
+#include "engine/conflicts/Conflicts.h"
 
 namespace mb {
 

@@ -1,6 +1,6 @@
-#include "engine/HoldBack.h"
+#include "engine/duplicates/HoldBack.h"
 
-#include "engine/MatchRows.h"
+#include "engine/duplicates/MatchRows.h"
 #include "foundation/Log.h"
 #include "text.h"
 #include <set>

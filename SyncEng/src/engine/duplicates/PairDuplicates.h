@@ -1,6 +1,6 @@
 // What becomes of two new records that were found to be the same contact.
 #pragma once
-#include "engine/MatchRows.h"
+#include "engine/duplicates/MatchRows.h"
 
 namespace mb {
 

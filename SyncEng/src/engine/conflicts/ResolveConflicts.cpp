@@ -1,8 +1,8 @@
-#include "engine/ResolveConflicts.h"
+#include "engine/conflicts/ResolveConflicts.h"
 
 #include "dialogs/ConflictPrompt.h"
+#include "engine/conflicts/SettleConflict.h"
 #include "engine/DescribeRecord.h"
-#include "engine/SettleConflict.h"
 #include "engine/StageProgress.h"
 #include "foundation/Log.h"
 #include "foundation/SilentMode.h"

@@ -1,4 +1,4 @@
-#include "engine/MatchRules.h"
+#include "engine/duplicates/MatchRules.h"
 
 #include "foundation/FieldValue.h"
 #include "interfaces.h"

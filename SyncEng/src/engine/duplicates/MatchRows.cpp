@@ -1,4 +1,4 @@
-#include "engine/MatchRows.h"
+#include "engine/duplicates/MatchRows.h"
 
 namespace mb {
 namespace {

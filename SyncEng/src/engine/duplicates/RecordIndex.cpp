@@ -1,4 +1,4 @@
-#include "engine/RecordIndex.h"
+#include "engine/duplicates/RecordIndex.h"
 
 #include "foundation/FieldValue.h"
 #include "text.h"

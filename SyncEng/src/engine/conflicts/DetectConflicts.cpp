@@ -1,4 +1,4 @@
-#include "engine/Conflicts.h"
+#include "engine/conflicts/Conflicts.h"
 #include "engine/FailureReport.h"
 #include "engine/RecordChanges.h"
 #include "engine/StageProgress.h"

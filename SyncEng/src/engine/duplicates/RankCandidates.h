@@ -1,6 +1,6 @@
 // Which of some new records of side 1 is the same person as a new record of side 2, by the values that the search has read.
 #pragma once
-#include "engine/MatchRows.h"
+#include "engine/duplicates/MatchRows.h"
 
 namespace mb {
 

@@ -1,6 +1,6 @@
-#include "engine/PairDuplicates.h"
+#include "engine/duplicates/PairDuplicates.h"
 
-#include "engine/MatchRules.h"
+#include "engine/duplicates/MatchRules.h"
 #include "text.h"
 
 namespace mb {

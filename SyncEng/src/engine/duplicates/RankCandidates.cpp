@@ -1,6 +1,6 @@
-#include "engine/RankCandidates.h"
+#include "engine/duplicates/RankCandidates.h"
 
-#include "engine/MatchRules.h"
+#include "engine/duplicates/MatchRules.h"
 #include "foundation/FieldValue.h"
 #include "text.h"
 #include "translators/ImageFields.h"
