@@ -1,5 +1,7 @@
 #include "InterleavingFixture.h"
 
+#include "CallSweep.h"
+
 #include <array>
 #include <chrono>
 #include <cstdlib>
@@ -14,12 +16,6 @@ namespace mbtest {
 namespace fs = std::filesystem;
 
 namespace {
-
-void copyAll(const fs::path& from, const fs::path& to)
-{
-    fs::remove_all(to);
-    ASSERT_EQ(runProgram("/bin/cp", {"-a", from, to}, {}).code, 0); // keeps the files' times
-}
 
 bool isRunning(int pid)
 {
@@ -80,23 +76,12 @@ void Interleaving::tell(const std::string& line)
     if (const char* file = std::getenv("INTERLEAVING_TABLE")) std::ofstream(file, std::ios::app) << line << '\n';
 }
 
-namespace {
-
-// Runs under the sanitizers take ten times as long, so they stop only at every fourth call.
-#ifdef __SANITIZE_ADDRESS__
-constexpr int kStep = 4;
-#else
-constexpr int kStep = 1;
-#endif
-
-} // namespace
-
 void Interleaving::atEveryCall(const std::string& files, const Work& work)
 {
     copyAll(home_, kept_);
     const std::string test = testing::UnitTest::GetInstance()->current_test_info()->name();
     int call = 1, acted = 0;
-    for (;; call += kStep) {
+    for (;; call += sweepStep) {
         copyAll(kept_, home_);
         acted_ = false;
         const std::string at = stoppedRun(call, files, [&] { acted_ = work.act(); });
@@ -117,7 +102,7 @@ void Interleaving::atEveryCall(const std::string& files, const Work& work)
     }
     EXPECT_GT(call, 5) << "the calls were not counted";
     EXPECT_GT(acted, 0);
-    RecordProperty("stopped_runs", (call - 1) / kStep);
+    RecordProperty("stopped_runs", (call - 1) / sweepStep);
 }
 
 } // namespace mbtest
