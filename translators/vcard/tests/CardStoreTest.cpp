@@ -69,6 +69,7 @@ TEST_F(VCardFolder, ANewCardIsAFileNamedByItsUid)
     const std::string id = add(store, u"../../etc/passwd");
     store.endBatch(false);
     EXPECT_EQ(id.size(), 40u);
+    EXPECT_EQ(id.find_first_not_of("0123456789abcdef-"), 36u) << id;
     EXPECT_NE(get(id).find("UID:urn:uuid:" + id.substr(0, 36) + "\r\n"), std::string::npos) << get(id);
     EXPECT_NE(get(id).find("VERSION:4.0\r\n"), std::string::npos);
     EXPECT_EQ(ids(store), std::vector<std::string>{id});
