@@ -33,7 +33,7 @@ protected:
     // Reads the first cards in order, which starts the prefetching of the following ones.
     static void readUpTo(CardStore& store, int end)
     {
-        for (int i = 0; i < end; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
+        for (int i = 0; i < end; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i));
     }
 };
 
@@ -42,16 +42,16 @@ TEST_F(CardAheadTest, ReadsTheRequestedCardInAnyOrder)
     CardStore store = open();
     ASSERT_EQ(store.count(), static_cast<std::size_t>(kCards)) << reports;
     readUpTo(store, kCards);
-    for (int i = kCards; i-- > 0;) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i)) << "backwards";
-    for (int i = 0; i < kCards; i += 3) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i)) << "with gaps";
+    for (int i = kCards; i-- > 0;) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i)) << "backwards";
+    for (int i = 0; i < kCards; i += 3) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i)) << "with gaps";
 }
 
 TEST_F(CardAheadTest, AnEditOfAPrefetchedCardIsRead)
 {
     CardStore store = open();
     readUpTo(store, 20);
-    edit(store, nameOf(25), kLastName, u"Edited");
-    for (int i = 20; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), i == 25 ? u"Edited" : lastNameOf(i));
+    edit(store, nameOf(25), ftLastName, u"Edited");
+    for (int i = 20; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), i == 25 ? u"Edited" : lastNameOf(i));
 }
 
 TEST_F(CardAheadTest, ADeletedCardIsNotRead)
@@ -59,9 +59,9 @@ TEST_F(CardAheadTest, ADeletedCardIsNotRead)
     CardStore store = open();
     readUpTo(store, 20);
     store.remove(nameOf(21));
-    EXPECT_EQ(read(store, nameOf(20), kLastName), lastNameOf(20));
+    EXPECT_EQ(read(store, nameOf(20), ftLastName), lastNameOf(20));
     expectFailure(Step::BeginRead, nameOf(21), [&] { store.beginRead(nameOf(21)); });
-    for (int i = 22; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
+    for (int i = 22; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i));
 }
 
 TEST_F(CardAheadTest, AnotherProgramsChangeOfAPrefetchedCardIsNotOverwritten)
@@ -73,7 +73,7 @@ TEST_F(CardAheadTest, AnotherProgramsChangeOfAPrefetchedCardIsNotOverwritten)
     age(nameOf(20), 5);
     store.beginRead(nameOf(20));
     store.endRead(nameOf(20));
-    expectFailure(Step::Edit, "another program", [&] { edit(store, nameOf(20), kTitle, u"Dr."); });
+    expectFailure(Step::Edit, "another program", [&] { edit(store, nameOf(20), ftTitle, u"Dr."); });
     EXPECT_EQ(get(nameOf(20)), cardText("Somebody else"));
 }
 
@@ -85,7 +85,7 @@ TEST_F(CardAheadTest, AFileThatBecameUnreadableIsNamedWhenItIsRead)
     readUpTo(store, 100);
     expectFailure(Step::BeginRead, nameOf(100), [&] { store.beginRead(nameOf(100)); });
     expectFailure(Step::BeginRead, nameOf(101), [&] { store.beginRead(nameOf(101)); });
-    for (int i = 102; i < 200; ++i) ASSERT_EQ(read(store, nameOf(i), kLastName), lastNameOf(i));
+    for (int i = 102; i < 200; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i));
 }
 
 TEST_F(CardAheadTest, OnlyQueuedFilesAreReturned)
@@ -108,7 +108,7 @@ TEST_F(CardAheadTest, ManyNewFilesAreExaminedInParallelAndListedInOrder)
     const std::vector<std::string> all = ids(store);
     ASSERT_EQ(all.size(), static_cast<std::size_t>(kCards)); // file 7 has no card, file 250 has two
     EXPECT_TRUE(std::is_sorted(all.begin(), all.end()));
-    EXPECT_EQ(read(store, nameOf(250) + "#2", kLastName), u"Two");
+    EXPECT_EQ(read(store, nameOf(250) + "#2", ftLastName), u"Two");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "CardStore.h"
 
 #include "Card.h"
+#include "interfaces.h"
 #include "Samples.h"
 #include "TestFolder.h"
 #include "Transfer.h"
@@ -15,8 +16,6 @@ namespace mb::vcard {
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr int kFront = 40, kBack = 41, kCity = 9, kCategories = 19;
 
 std::string jpeg(std::size_t length, char fill) { return "\xFF\xD8\xFF\xE0" + std::string(length, fill) + "\xFF\xD9"; }
 
@@ -33,15 +32,15 @@ TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
 {
     const std::string front = jpeg(1000, 'f'), back = jpeg(301, 'b');
     Card card = Card::parse(cardOf(GetParam()));
-    EXPECT_TRUE(card.setImage(kFront, front));
-    EXPECT_TRUE(card.setImage(kBack, back));
-    EXPECT_FALSE(card.setImage(kBack, back)) << "the card has this picture already";
+    EXPECT_TRUE(card.setImage(ftImage1, front));
+    EXPECT_TRUE(card.setImage(ftImage2, back));
+    EXPECT_FALSE(card.setImage(ftImage2, back)) << "the card has this picture already";
     const std::string bytes = card.bytes();
     const Card again = Card::parse(bytes);
-    EXPECT_EQ(again.image(kFront), front);
-    EXPECT_EQ(again.image(kBack), back);
-    EXPECT_EQ(again.imageSize(kFront), front.size());
-    EXPECT_EQ(again.imageSize(kBack), back.size());
+    EXPECT_EQ(again.image(ftImage1), front);
+    EXPECT_EQ(again.image(ftImage2), back);
+    EXPECT_EQ(again.imageSize(ftImage1), front.size());
+    EXPECT_EQ(again.imageSize(ftImage2), back.size());
     EXPECT_EQ(again.bytes(), bytes);
     ASSERT_EQ(scanCards(bytes).cards.size(), 1u);
     for (std::size_t at = 0; at < bytes.size();) {
@@ -49,10 +48,10 @@ TEST_P(VersionTest, APictureIsReadBackFromTheBytesItWasWrittenTo)
         EXPECT_LE(end - at, 75u);
         at = end + 2;
     }
-    card.setImage(kFront, {});
-    card.setImage(kBack, {});
-    EXPECT_EQ(Card::parse(card.bytes()).image(kFront), "");
-    EXPECT_EQ(Card::parse(card.bytes()).imageSize(kFront), 0u);
+    card.setImage(ftImage1, {});
+    card.setImage(ftImage2, {});
+    EXPECT_EQ(Card::parse(card.bytes()).image(ftImage1), "");
+    EXPECT_EQ(Card::parse(card.bytes()).imageSize(ftImage1), 0u);
     EXPECT_EQ(card.bytes().find("PHOTO"), std::string::npos);
 }
 
@@ -65,7 +64,7 @@ TEST(CardImage, PicturesInTheFormsOfOtherProgramsAreRead)
     for (const std::string& line : {"PHOTO;ENCODING=b;TYPE=JPEG:" + data, "PHOTO;TYPE=JPEG;ENCODING=BASE64:" + data,
                                     "PHOTO;JPEG;BASE64:" + data, "PHOTO;ENCODING=B:" + data, "item1.PHOTO:data:image/jpeg;base64," + data,
                                     "photo;x-abcrop=1:data:image/jpg;base64," + data, "PHOTO;JPEG;BASE64:\r\n " + data + "\r\n"})
-        EXPECT_EQ(Card::parse(cardOf("3.0", line + "\r\n")).image(kFront), picture) << line.substr(0, 40);
+        EXPECT_EQ(Card::parse(cardOf("3.0", line + "\r\n")).image(ftImage1), picture) << line.substr(0, 40);
 }
 
 TEST(CardImage, APictureThatIsNotAnEmbeddedJpegCountsAsAbsentAndIsKept)
@@ -76,13 +75,13 @@ TEST(CardImage, APictureThatIsNotAnEmbeddedJpegCountsAsAbsentAndIsKept)
           std::string("PHOTO:"), std::string("PHOTO;ENCODING=b:"), std::string("PHOTO:data:image/jpeg;base64,%%%"),
           std::string("PHOTO:data:,")}) {
         Card card = Card::parse(cardOf("3.0", line + "\r\n"));
-        EXPECT_EQ(card.image(kFront), "");
-        EXPECT_EQ(card.get(kFront), u"");
-        EXPECT_FALSE(card.setImage(kFront, {}));
-        EXPECT_FALSE(card.set(kFront, u"x"));
-        EXPECT_TRUE(card.setImage(kFront, jpeg(10, 'n')));
+        EXPECT_EQ(card.image(ftImage1), "");
+        EXPECT_EQ(card.get(ftImage1), u"");
+        EXPECT_FALSE(card.setImage(ftImage1, {}));
+        EXPECT_FALSE(card.set(ftImage1, u"x"));
+        EXPECT_TRUE(card.setImage(ftImage1, jpeg(10, 'n')));
         EXPECT_NE(card.bytes().find(line), std::string::npos) << "kept beside the new picture";
-        EXPECT_EQ(Card::parse(card.bytes()).image(kFront), jpeg(10, 'n'));
+        EXPECT_EQ(Card::parse(card.bytes()).image(ftImage1), jpeg(10, 'n'));
     }
 }
 
@@ -90,7 +89,7 @@ TEST(CardImage, AnEditOfAnotherFieldKeepsThePicturesBytes)
 {
     const std::string line = "PHOTO;ENCODING=b;TYPE=JPEG:/9j/4AAQ\r\n  SkZJRg==\r\n";
     Card card = Card::parse(cardOf("3.0", line));
-    card.set(kCity, u"London");
+    card.set(ftCity1, u"London");
     EXPECT_NE(card.bytes().find(line), std::string::npos);
 }
 
@@ -147,7 +146,7 @@ TEST_F(CategoryListTest, ItListsTheCategoriesThatARunWrote)
     {
         CardStore store = open();
         store.beginEdit("a.vcf");
-        store.write("a.vcf", kCategories, u"Work, Choir");
+        store.write("a.vcf", ftCategories, u"Work, Choir");
         (void)store.save("a.vcf");
     }
     EXPECT_EQ(categories().takeNames(), (plugin::Names{u"Work", u"Choir"}));

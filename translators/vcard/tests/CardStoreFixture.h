@@ -2,6 +2,7 @@
 #pragma once
 #include "CardCategories.h"
 #include "CardStore.h"
+#include "interfaces.h"
 #include "Samples.h"
 
 #include <chrono>
@@ -11,8 +12,6 @@
 namespace mb::vcard {
 
 namespace fs = std::filesystem;
-
-inline constexpr int kFirstName = 2, kLastName = 4, kTitle = 6, kPhone = 20, kDisplay = 79;
 
 inline std::string cardText(const std::string& name, const std::string& uid = {})
 {
@@ -71,7 +70,7 @@ protected:
     static std::string add(CardStore& store, std::u16string_view lastName)
     {
         const std::string id = store.beginAdd();
-        store.write(id, kLastName, lastName);
+        store.write(id, ftLastName, lastName);
         return store.save(id);
     }
     template <class F> static void expectFailure(Step step, const std::string& words, F&& body)

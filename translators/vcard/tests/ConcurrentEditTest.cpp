@@ -6,8 +6,6 @@
 namespace mb::vcard {
 namespace {
 
-constexpr int kNote = 18;
-
 // Writes other bytes of the same length and restores the date, so that only the bytes show the change.
 void changeUnseen(const fs::path& file, const std::string& bytes)
 {
@@ -104,7 +102,7 @@ TEST_F(VCardFolder, AnEditThatKeptTheDateIsNotOverwritten)
     put("a.vcf", cardText("A"));
     auto store = open();
     store.beginEdit("a.vcf");
-    store.write("a.vcf", kTitle, u"mine");
+    store.write("a.vcf", ftTitle, u"mine");
     changeUnseen(folder / "a.vcf", cardText("B"));
     expectFailure(Step::Save, "another program", [&] { store.save("a.vcf"); });
     EXPECT_EQ(get("a.vcf"), cardText("B"));
@@ -117,9 +115,9 @@ TEST_F(VCardFolder, ACardThatChangedSinceItWasListedIsNotEdited)
     put("a.vcf", cardText("A"));
     auto store = open();
     put("a.vcf", cardText("theirs"));
-    expectFailure(Step::Edit, "another program", [&] { edit(store, "a.vcf", kTitle, u"mine"); });
-    EXPECT_EQ(read(store, "a.vcf", kLastName), u"theirs");
-    expectFailure(Step::Edit, "another program", [&] { edit(store, "a.vcf", kTitle, u"mine"); });
+    expectFailure(Step::Edit, "another program", [&] { edit(store, "a.vcf", ftTitle, u"mine"); });
+    EXPECT_EQ(read(store, "a.vcf", ftLastName), u"theirs");
+    expectFailure(Step::Edit, "another program", [&] { edit(store, "a.vcf", ftTitle, u"mine"); });
     EXPECT_EQ(get("a.vcf"), cardText("theirs"));
 }
 
@@ -149,18 +147,18 @@ TEST_F(VCardFolder, ACardThatWouldNotReadBackIsRefusedAndNamed)
     auto store = open();
     store.beginBatch();
     // A UTF-16 file cannot contain bytes of another charset.
-    expectFailure(Step::Save, "\"wide.vcf\" (Jane Doe)", [&] { edit(store, "wide.vcf", kNote, u"grün"); });
-    expectFailure(Step::Save, "\"many.vcf#u2\" (Jane Doe)", [&] { edit(store, "many.vcf#u2", kNote, u"grün"); });
+    expectFailure(Step::Save, "\"wide.vcf\" (Jane Doe)", [&] { edit(store, "wide.vcf", ftNotes, u"grün"); });
+    expectFailure(Step::Save, "\"many.vcf#u2\" (Jane Doe)", [&] { edit(store, "many.vcf#u2", ftNotes, u"grün"); });
     const std::u16string huge(kMaxLine, u'x');
-    expectFailure(Step::Save, "\"a.vcf\" (A)", [&] { edit(store, "a.vcf", kNote, huge); });
-    edit(store, "many.vcf#u1", kTitle, u"written");
+    expectFailure(Step::Save, "\"a.vcf\" (A)", [&] { edit(store, "a.vcf", ftNotes, huge); });
+    edit(store, "many.vcf#u1", ftTitle, u"written");
     store.endBatch(false);
     EXPECT_EQ(get("wide.vcf"), wide);
     EXPECT_EQ(get("a.vcf"), cardText("A"));
     EXPECT_EQ(strayFiles(), 0u);
     auto again = open();
-    EXPECT_EQ(read(again, "many.vcf#u1", kTitle), u"written");
-    EXPECT_EQ(read(again, "many.vcf#u2", kNote), u"old");
+    EXPECT_EQ(read(again, "many.vcf#u1", ftTitle), u"written");
+    EXPECT_EQ(read(again, "many.vcf#u2", ftNotes), u"old");
     EXPECT_EQ(reports, "");
 }
 
@@ -181,7 +179,7 @@ TEST_F(VCardFolder, ThatWasMovedOrReplacedFailsTheBatch)
         put("a.vcf", cardText("A"));
         auto store = open();
         store.beginBatch();
-        edit(store, "a.vcf", kTitle, u"mine");
+        edit(store, "a.vcf", ftTitle, u"mine");
         fs::rename(folder, root / "moved");
         if (replaced) fs::create_directory(folder);
         expectFailure(Step::Update, folder.string(), [&] { store.endBatch(false); });
@@ -234,7 +232,7 @@ protected:
     static void begin(CardStore& store)
     {
         store.beginBatch();
-        edit(store, "all.vcf#u1", kTitle, u"mine");
+        edit(store, "all.vcf#u1", ftTitle, u"mine");
         store.remove("all.vcf#u2");
     }
     static std::string titled(std::string card, const std::string& title)
@@ -316,7 +314,7 @@ TEST_F(SharedFile, FindsACardWithoutUidThatMoved)
     put("all.vcf", a + other + three);
     CardStore store = open(folder / "all.vcf");
     store.beginBatch();
-    edit(store, store.idAt(1), kPhone, u"1");
+    edit(store, store.idAt(1), ftPhone, u"1");
     put("all.vcf", other + a + three);
     age("all.vcf", 5);
     store.endBatch(false);

@@ -34,7 +34,7 @@ TEST_F(DraftsAheadTest, EveryAddedCardIsInItsOwnFileWhenItsSaveReturns)
         auto other = Folder(folder.string());
         FileState state;
         const Card card = Card::parse(other.read(id, state));
-        ASSERT_EQ(card.get(kLastName), lastNameOf(i));
+        ASSERT_EQ(card.get(ftLastName), lastNameOf(i));
         ASSERT_EQ(store.modified(id), state.modified);
     }
     store.endBatch(false);

@@ -40,7 +40,7 @@ TEST_F(RenamedCard, IsTheSameRecordUnderItsNewName)
         EXPECT_EQ(updated(store, known), (Answers{{"a.vcf#u1", "z.vcf#u1"}}));
         EXPECT_FALSE(store.exists("a.vcf#u1"));
         EXPECT_TRUE(store.exists("z.vcf#u1"));
-        EXPECT_EQ(read(store, "z.vcf#u1", kLastName), u"A");
+        EXPECT_EQ(read(store, "z.vcf#u1", ftLastName), u"A");
     }
 }
 
@@ -191,7 +191,7 @@ TEST_F(RenamedCard, IsWrittenAndDeletedUnderItsNewName)
     put("a.vcf", cardText("A", "u1"));
     rename("a.vcf", "z.vcf");
     auto store = open();
-    EXPECT_EQ(edit(store, "z.vcf#u1", kTitle, u"Boss"), "z.vcf#u1");
+    EXPECT_EQ(edit(store, "z.vcf#u1", ftTitle, u"Boss"), "z.vcf#u1");
     EXPECT_NE(get("z.vcf").find("TITLE:Boss"), std::string::npos);
     EXPECT_EQ(open().modified("z.vcf#u1"), store.modified("z.vcf#u1"));
     store.remove("z.vcf#u1");

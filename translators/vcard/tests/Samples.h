@@ -1,9 +1,10 @@
-// Cards for the tests: small ones of every version and encoding, and the sample files of the folder VCARD_DATA if it exists.
+// Sample cards of every version and encoding, and helpers that read and write files.
 #pragma once
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <gtest/gtest.h>
 #include <iterator>
 #include <map>
 #include <string>
@@ -36,32 +37,41 @@ inline std::string utf16(const std::string& ascii, bool big)
     return wide;
 }
 
-// Returns the bytes of the samples by file name.
-inline std::map<std::string, std::string> samples()
+// Where sample cards come from. Ours are in tests/samples. Exports of other programs are not part of the project, and may be missing.
+enum class Source { Ours, Exports };
+
+inline std::filesystem::path folderOf(Source source)
 {
-    const std::string plain =
-        "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Doe;Jane;;;\r\nFN:Jane Doe\r\nTEL;TYPE=WORK,VOICE:+1 555 0100\r\nEND:VCARD\r\n";
-    std::map<std::string, std::string> files = {
-        {"inline30", plain},
-        {"inline30-utf16le", utf16(plain, false)},
-        {"inline30-utf16be", utf16(plain, true)},
-        {"inline30-mark", "\xEF\xBB\xBF" + plain},
-        {"inline21-qp", "BEGIN:VCARD\nVERSION:2.1\nN;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:M=C3=BCller;J=C3=B6rg;;;\n"
-                        "NOTE;ENCODING=QUOTED-PRINTABLE:line one=0D=0A=\nline two\nTEL;CELL:1\nEND:VCARD\n"},
-        {"inline21-1252", "BEGIN:VCARD\r\nVERSION:2.1\r\nN:M\xFCller;J\xF6rg\r\nTEL;WORK;VOICE:2\r\nEND:VCARD\r\n"},
-        {"inline40-folded", "BEGIN:VCARD\nVERSION:4.0\nFN:Gr\xC3\n \xBC\xC3\x9F"
-                            "e\nitem1.TEL;VALUE=uri;TYPE=\"voice,\n home\":tel:+1-555-0101\n"
-                            "item1.X-ABLabel:x\nX-ODD;X=\"a;b:c\":kept\nEND:VCARD"},
-        {"inline30-cr", "BEGIN:VCARD\rVERSION:3.0\rFN:Old\r  Mac\rN:Mac;Old;;;\rEND:VCARD\r"},
-        {"inline-agent",
-         "BEGIN:VCARD\nVERSION:2.1\nN:Boss\nAGENT:\nBEGIN:VCARD\nVERSION:2.1\nN:Agent\nTEL:9\nEND:VCARD\nTEL;WORK:1\nEND:VCARD\n"},
-    };
-    const char* fromEnvironment = std::getenv("VCARD_DATA");
-    const std::filesystem::path folder = fromEnvironment ? fromEnvironment : VCARD_DATA;
-    if (std::filesystem::is_directory(folder))
-        for (const auto& entry : std::filesystem::directory_iterator(folder))
-            if (entry.path().extension() == ".vcf") files[entry.path().filename().string()] = readBytes(entry.path());
+    if (source == Source::Ours) return VCARD_SAMPLES;
+    const char* const fromEnvironment = std::getenv("VCARD_DATA");
+    return fromEnvironment ? fromEnvironment : VCARD_DATA;
+}
+
+// Returns the bytes of the card files of a source, by file name. Requires: folderOf(source) exists.
+inline std::map<std::string, std::string> samples(Source source)
+{
+    std::map<std::string, std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(folderOf(source)))
+        if (entry.path().extension() == ".vcf") files[entry.path().filename().string()] = readBytes(entry.path());
     return files;
 }
+
+// Called by SetUp(). Skips the test if the exports of other programs are missing; fails it if a source has no card file.
+inline void requireSamples(Source source)
+{
+    if (source == Source::Exports && !std::filesystem::is_directory(folderOf(source)))
+        GTEST_SKIP() << "There are no exports of other programs: " << folderOf(source) << " is missing.";
+    ASSERT_FALSE(samples(source).empty()) << folderOf(source);
+}
+
+// A test that runs once for the samples of each source.
+class SampleTest : public testing::TestWithParam<Source> {
+protected:
+    void SetUp() override { requireSamples(GetParam()); }
+};
+
+inline const auto eachSource = testing::Values(Source::Ours, Source::Exports);
+// scripts/test lets only tests with the name "Exports" be skipped.
+inline std::string nameOf(const testing::TestParamInfo<Source>& source) { return source.param == Source::Ours ? "Ours" : "Exports"; }
 
 } // namespace mb::vcard

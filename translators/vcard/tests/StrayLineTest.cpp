@@ -1,6 +1,7 @@
 // Lines that are not properties have no meaning and stay in place, whatever else is written.
 #include "Card.h"
 
+#include "interfaces.h"
 #include "Samples.h"
 
 #include <gtest/gtest.h>
@@ -14,8 +15,8 @@ TEST(StrayLine, IsNotAFieldOfTheCard)
 {
     const Card card =
         Card::parse("# N:Wrong;;;;\r\nBEGIN:VCARD\r\nVERSION:3.0\r\nFN\r\nUID\r\n:TEL\r\nN:Doe;Jane;;;\r\nFN:Jane Doe\r\nEND:VCARD\r\n");
-    EXPECT_EQ(card.get(4), u"Doe");
-    EXPECT_EQ(card.get(79), u"Jane Doe");
+    EXPECT_EQ(card.get(ftLastName), u"Doe");
+    EXPECT_EQ(card.get(ftDisplayName), u"Jane Doe");
     EXPECT_EQ(card.uid(), "");
 }
 

@@ -26,9 +26,9 @@ TEST_F(VCardFolder, NamesThatDifferOnlyInCaseAreTwoCardsWithIdentifiersThatDiffe
         ASSERT_EQ(both.size(), 2u);
         EXPECT_EQ(foldedIds(both).size(), 2u);
         EXPECT_EQ(both[0], one);
-        EXPECT_EQ(read(store, both[0], kLastName), u"1");
-        EXPECT_EQ(read(store, both[1], kLastName), u"2");
-        edit(store, both[1], kTitle, u"Boss");
+        EXPECT_EQ(read(store, both[0], ftLastName), u"1");
+        EXPECT_EQ(read(store, both[1], ftLastName), u"2");
+        edit(store, both[1], ftTitle, u"Boss");
         EXPECT_NE(get(other).find("TITLE:Boss"), std::string::npos);
         store.remove(both[1]);
         EXPECT_FALSE(fs::exists(folder / other));
@@ -46,8 +46,8 @@ TEST_F(VCardFolder, UidsThatDifferOnlyInCaseAreTwoCards)
         const std::vector<std::string> both = ids(store);
         ASSERT_EQ(both.size(), 2u);
         EXPECT_EQ(foldedIds(both).size(), 2u);
-        EXPECT_EQ(read(store, both[0], kLastName), u"1");
-        EXPECT_EQ(read(store, both[1], kLastName), u"2");
+        EXPECT_EQ(read(store, both[0], ftLastName), u"1");
+        EXPECT_EQ(read(store, both[1], ftLastName), u"2");
     }
 }
 
@@ -60,11 +60,11 @@ TEST_F(VCardFolder, TheKnownOneOfTwoNamesThatDifferInCaseKeepsItsIdentifierForAs
     {
         auto store = open();
         EXPECT_EQ(store.updatedId("c1.vcf"), "");
-        EXPECT_EQ(read(store, "c1.vcf", kLastName), u"old");
+        EXPECT_EQ(read(store, "c1.vcf", ftLastName), u"old");
         ASSERT_EQ(store.count(), 2u);
         newcomer = store.idAt(0);
         EXPECT_EQ(newcomer.substr(0, 8), "C1.vcf##");
-        EXPECT_EQ(read(store, newcomer, kLastName), u"new");
+        EXPECT_EQ(read(store, newcomer, ftLastName), u"new");
     }
     for (const bool reversed : {false, true}) {
         fs::remove_all(root / "cache");

@@ -76,7 +76,7 @@ TEST_F(VCardFolder, AReadOnlyFolderFailsTheSave)
     const Unprivileged user(root);
     auto store = open();
     fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec);
-    expectFailure(Step::Save, folder.string(), [&] { edit(store, "a.vcf", kTitle, u"x"); });
+    expectFailure(Step::Save, folder.string(), [&] { edit(store, "a.vcf", ftTitle, u"x"); });
     expectFailure(Step::Save, folder.string(), [&] { add(store, u"x"); });
     expectFailure(Step::Delete, folder.string(), [&] { store.remove("a.vcf"); });
     EXPECT_EQ(get("a.vcf"), cardText("A"));
@@ -102,7 +102,7 @@ TEST_F(VCardFolder, AnEditKeepsThePermissions)
     put("a.vcf", cardText("A"));
     fs::permissions(folder / "a.vcf", fs::perms(0640));
     auto store = open();
-    edit(store, "a.vcf", kTitle, u"Boss");
+    edit(store, "a.vcf", ftTitle, u"Boss");
     EXPECT_EQ(fs::status(folder / "a.vcf").permissions(), fs::perms(0640));
 }
 
@@ -146,7 +146,7 @@ TEST_F(VCardFolder, AnEditKeepsTheOwner)
     }, after{};
     ASSERT_EQ(::stat((folder / "a.vcf").c_str(), &before), 0);
     auto store = open();
-    edit(store, "a.vcf", kTitle, u"Boss");
+    edit(store, "a.vcf", ftTitle, u"Boss");
     ASSERT_EQ(::stat((folder / "a.vcf").c_str(), &after), 0);
     EXPECT_EQ(after.st_uid, before.st_uid);
     EXPECT_EQ(after.st_gid, before.st_gid);
@@ -260,11 +260,11 @@ TEST_F(VCardFolder, AFolderOrOneFileMayBeReachedByALink)
     fs::create_directory_symlink(folder, root / "linked");
     fs::create_symlink(folder / "b.vcf", root / "linked.vcf");
     auto store = open(root / "linked");
-    edit(store, "b.vcf", kTitle, u"Boss");
+    edit(store, "b.vcf", ftTitle, u"Boss");
     EXPECT_TRUE(fs::is_symlink(root / "linked"));
     auto file = open(root / "linked.vcf");
     ASSERT_EQ(file.count(), 1u);
-    edit(file, std::string(file.idAt(0)), kTitle, u"Chief");
+    edit(file, std::string(file.idAt(0)), ftTitle, u"Chief");
     EXPECT_TRUE(fs::is_symlink(root / "linked.vcf"));
     EXPECT_NE(get("b.vcf").find("TITLE:Chief"), std::string::npos);
 }

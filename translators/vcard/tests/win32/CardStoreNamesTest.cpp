@@ -10,7 +10,7 @@ TEST_F(VCardFolder, ANameInAnotherCaseIsTheSameFile)
     put("a.vcf", cardText("2"));
     auto store = open();
     EXPECT_EQ(ids(store), std::vector<std::string>{"A.vcf"});
-    EXPECT_EQ(read(store, "A.vcf", kLastName), u"2");
+    EXPECT_EQ(read(store, "A.vcf", ftLastName), u"2");
 }
 
 TEST_F(VCardFolder, AFileRenamedToItsNameInAnotherCaseIsTheSameRecord)

@@ -36,7 +36,7 @@ TEST_F(VCardFolder, AReadOnlyFileFailsTheSave)
     put("a.vcf", cardText("A"));
     auto store = open();
     ASSERT_TRUE(SetFileAttributesW((folder / "a.vcf").c_str(), FILE_ATTRIBUTE_READONLY));
-    expectFailure(Step::Save, "a.vcf", [&] { edit(store, "a.vcf", kTitle, u"x"); });
+    expectFailure(Step::Save, "a.vcf", [&] { edit(store, "a.vcf", ftTitle, u"x"); });
     EXPECT_EQ(get("a.vcf"), cardText("A"));
     EXPECT_EQ(strayFiles(), 0u);
     ASSERT_TRUE(SetFileAttributesW((folder / "a.vcf").c_str(), FILE_ATTRIBUTE_NORMAL));
