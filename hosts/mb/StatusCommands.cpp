@@ -1,3 +1,4 @@
+#include "automation_date.h"
 #include "Commands.h"
 #include "error_text.h"
 #include "Failure.h"
@@ -17,8 +18,7 @@ std::string dateName(DATE date)
 {
     if (date == 0.0) return {};
     const auto minutes = static_cast<long long>(std::floor(std::round(date * 86400.0) / 60.0)); // dates are exact to the second
-    constexpr int unixEpoch = 25569;                                                            // 1 January 1970
-    const std::chrono::year_month_day day{std::chrono::sys_days{std::chrono::days(minutes / 1440 - unixEpoch)}};
+    const std::chrono::year_month_day day = platform::calendarDay(minutes / 1440);
     const int clock = static_cast<int>(minutes % 1440);
     char text[80];
     std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d", static_cast<int>(day.year()), static_cast<unsigned>(day.month()),

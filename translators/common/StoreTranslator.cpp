@@ -1,5 +1,6 @@
 #include "StoreTranslator.h"
 
+#include "automation_date.h"
 #include "files.h"
 #include "host.h"
 #include "text.h"
@@ -16,14 +17,13 @@ namespace {
 // Returns a date in UTC as days since 1899-12-30.
 DATE dateOf(std::int64_t nanoseconds)
 {
-    constexpr double kDay = 86'400e9, kUnixEpoch = 25'569;
+    constexpr double kDay = 86'400e9, kUnixEpoch = platform::automationDay(std::chrono::sys_days{});
     return kUnixEpoch + static_cast<double>(nanoseconds) / kDay;
 }
 
 std::u16string isoDate(DATE date)
 {
-    const auto days = std::chrono::sys_days(std::chrono::days(static_cast<int>(std::floor(date)) - 25'569));
-    const std::chrono::year_month_day ymd{days};
+    const std::chrono::year_month_day ymd = platform::calendarDay(static_cast<int>(std::floor(date)));
     char text[32];
     std::snprintf(text, sizeof text, "%04d-%02u-%02u", static_cast<int>(ymd.year()), static_cast<unsigned>(ymd.month()),
                   static_cast<unsigned>(ymd.day()));

@@ -1,4 +1,4 @@
-// The current time as an automation date.
+// The current time as an automation date. The module itself asks platform/host.h.
 #pragma once
 #include "host.h"
 

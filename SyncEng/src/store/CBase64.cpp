@@ -1,16 +1,14 @@
 #include "store/CBase64.h"
 
+#include "base64.h"
 #include "thread_text.h"
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
-#include <type_traits>
 
 namespace mb {
 namespace {
 
-constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr std::uint8_t paddingValue = 255, strangerValue = 254;
 
 constexpr std::array<std::uint8_t, 256> makeDecodeTable()
@@ -18,7 +16,7 @@ constexpr std::array<std::uint8_t, 256> makeDecodeTable()
     std::array<std::uint8_t, 256> table{};
     table.fill(strangerValue);
     for (std::uint8_t i = 0; i < 64; ++i) {
-        const auto letter = static_cast<unsigned char>(alphabet[i]);
+        const auto letter = static_cast<unsigned char>(platform::base64Alphabet[i]);
         table[letter] = table[letter | 0x80] = i;
     }
     table['='] = table['=' | 0x80] = paddingValue;
@@ -26,45 +24,6 @@ constexpr std::array<std::uint8_t, 256> makeDecodeTable()
 }
 
 constexpr auto decodeTable = makeDecodeTable();
-
-// The two letters for each value of twelve bits.
-constexpr auto letterPairs = [] {
-    std::array<std::array<char, 2>, 4096> pairs{};
-    for (std::size_t i = 0; i < pairs.size(); ++i) pairs[i] = {alphabet[i >> 6], alphabet[i & 63]};
-    return pairs;
-}();
-
-// Encodes bytes, or the units of an ASCII text. If a unit is not ASCII, `all` has a bit above 0x7F and the result is invalid.
-template <class Unit> std::string encodeUnits(std::basic_string_view<Unit> bytes, std::uint32_t& all)
-{
-    std::string out((bytes.size() + 2) / 3 * 4, '=');
-    char* to = out.data();
-    const auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<std::make_unsigned_t<Unit>>(bytes[i])); };
-    const auto put = [&](std::uint32_t twelveBits) {
-        std::memcpy(to, letterPairs[twelveBits & 0xFFF].data(), 2);
-        to += 2;
-    };
-    std::size_t i = 0;
-    for (; i + 3 <= bytes.size(); i += 3) {
-        const std::uint32_t group = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
-        all |= byte(i) | byte(i + 1) | byte(i + 2);
-        put(group >> 12);
-        put(group);
-    }
-    if (i < bytes.size()) {
-        const std::uint32_t last = i + 1 < bytes.size() ? byte(i + 1) : 0, group = byte(i) << 16 | last << 8;
-        all |= byte(i) | last;
-        put(group >> 12);
-        if (i + 1 < bytes.size()) *to++ = alphabet[group >> 6 & 63];
-    }
-    return out;
-}
-
-std::string encodeBytes(std::string_view bytes)
-{
-    std::uint32_t all = 0;
-    return encodeUnits(bytes, all);
-}
 
 bool isAscii(std::u16string_view text)
 {
@@ -135,7 +94,7 @@ void CBase64::Encode(std::u16string_view text)
 {
     const std::string bytes = platform::narrowByThread(text);
     plain_.assign(bytes, bytes.size());
-    encoded_.assign(encodeBytes(bytes), 2 * bytes.size());
+    encoded_.assign(platform::encodeBase64(bytes), 2 * bytes.size());
 }
 
 void CBase64::Decode(std::u16string_view text)
@@ -152,8 +111,8 @@ std::string encodeBase64(std::u16string_view text)
 {
     // Every code page in use encodes ASCII unchanged, so ASCII text needs no conversion.
     std::uint32_t all = 0;
-    std::string encoded = encodeUnits(text, all);
-    return all < 0x80 ? encoded : encodeBytes(platform::narrowByThread(text));
+    std::string encoded = platform::encodeBase64Units(text, all);
+    return all < 0x80 ? encoded : platform::encodeBase64(platform::narrowByThread(text));
 }
 
 std::u16string decodeBase64(std::string_view encoded)

@@ -1,5 +1,6 @@
 // The codec of names and values in a store file: Base64 of the text in the ANSI code page. It avoids characters that XML must escape; it is
-// no encryption.
+// no encryption. The store calls the two functions below, which need no conversion for ASCII text; the class is the same codec with its
+// buffers.
 #pragma once
 #include <cstddef>
 #include <memory>
@@ -15,7 +16,8 @@ public:
     virtual ~CBase64() = default;
 
     void Encode(std::u16string_view text);
-    // Skips blanks and the bytes 7 to 13. Invalid input gives invalid bytes, not an error. The plain text ends at its first zero.
+    // The plain text ends at its first zero. Quirk kept on purpose: blanks and the bytes 7 to 13 are skipped, and other invalid input gives
+    // invalid bytes, not an error; stores that other versions wrote are read so.
     void Decode(std::u16string_view text);
     [[nodiscard]] std::u16string EncodedText() const;
     [[nodiscard]] std::u16string PlainText() const;

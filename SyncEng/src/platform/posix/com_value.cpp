@@ -1,4 +1,5 @@
 // VARIANT: clear, copy, convert, compare; conversion of text to a date.
+#include "automation_date.h"
 #include "com.h"
 #include <charconv>
 #include <cmath>
@@ -104,22 +105,13 @@ HRESULT toNumber(VARIANT& out, double n) noexcept
     }
 }
 
-// Days from 1899-12-30 to a day of the proleptic Gregorian calendar.
-std::int64_t dayNumber(int year, int month, int day) noexcept
+// Returns nullopt if there is no such day in the years 100 to 9999.
+std::optional<std::chrono::sys_days> dayOf(int year, int month, int day) noexcept
 {
-    const int y = year - (month <= 2);
-    const int era = (y >= 0 ? y : y - 399) / 400;
-    const int yearOfEra = y - era * 400;
-    const int dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    return std::int64_t{era} * 146097 + std::int64_t{yearOfEra} * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468 + 25569;
-}
-
-bool isDay(int year, int month, int day) noexcept
-{
-    if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1) return false;
-    static constexpr int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
-    return day <= kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+    if (year < 100 || year > 9999 || month < 1 || month > 12 || day < 1 || day > 31) return std::nullopt;
+    const std::chrono::year_month_day date{std::chrono::year{year}, std::chrono::month{static_cast<unsigned>(month)},
+                                           std::chrono::day{static_cast<unsigned>(day)}};
+    return date.ok() ? std::optional<std::chrono::sys_days>(date) : std::nullopt;
 }
 
 } // namespace
@@ -223,7 +215,8 @@ HRESULT VarDateFromStr(const OLECHAR* text, LCID, ULONG, DATE* out)
         if (std::sscanf(s.c_str(), "%d-%d-%d%n", &year, &month, &day, &end) != 3 &&
             std::sscanf(s.c_str(), "%d/%d/%d%n", &month, &day, &year, &end) != 3)
             return DISP_E_TYPEMISMATCH;
-        if (!isDay(year, month, day)) return DISP_E_TYPEMISMATCH;
+        const auto date = dayOf(year, month, day);
+        if (!date) return DISP_E_TYPEMISMATCH;
         const char* rest = s.c_str() + end;
         if (*rest == 'T') ++rest;
         int used = 0;
@@ -231,7 +224,7 @@ HRESULT VarDateFromStr(const OLECHAR* text, LCID, ULONG, DATE* out)
         if (got >= 2) rest += used;
         while (*rest == ' ') ++rest;
         if (*rest || hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59) return DISP_E_TYPEMISMATCH;
-        const auto days = static_cast<double>(dayNumber(year, month, day));
+        const auto days = static_cast<double>(platform::automationDay(*date));
         const double time = (hour * 3600 + minute * 60 + second) / 86400.0;
         *out = days >= 0 ? days + time : days - time; // in negative dates the fraction still counts forward from midnight
         return S_OK;

@@ -1,5 +1,6 @@
 #include "host.h"
 
+#include "automation_date.h"
 #include "text.h"
 #include <algorithm>
 #include <cstdio>
@@ -30,19 +31,11 @@ ClockTime now(tm* (*convert)(const time_t*, tm*)) noexcept
             static_cast<int>(moment.tv_nsec / 1'000'000)};
 }
 
-// Days from 30 December 1899 to a day of the proleptic Gregorian calendar.
-long dayNumber(int year, int month, int day) noexcept
-{
-    const long y = month <= 2 ? year - 1L : year;
-    const long era = (y >= 0 ? y : y - 399) / 400, yearOfEra = y - era * 400;
-    const long dayOfYear = (153L * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
-    const long dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + dayOfEra - 719468 + 25569; // day 0: from 0000-03-01 to 1970-01-01, then to 1899-12-30
-}
-
 double automationDate(const ClockTime& t) noexcept
 {
-    return static_cast<double>(dayNumber(t.year, t.month, t.day)) + (t.hour * 3600 + t.minute * 60 + t.second) / 86400.0;
+    const std::chrono::year_month_day day{std::chrono::year{t.year}, std::chrono::month{static_cast<unsigned>(t.month)},
+                                          std::chrono::day{static_cast<unsigned>(t.day)}};
+    return static_cast<double>(automationDay(day)) + (t.hour * 3600 + t.minute * 60 + t.second) / 86400.0;
 }
 
 std::u16string formatted(const char* format, const ClockTime& time)
