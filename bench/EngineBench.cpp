@@ -1,7 +1,7 @@
 // Measures runs of the engine on stores in memory. The yardstick is the time that pugixml alone needs, in the same process, to parse and
 // write the history file of the run. Both times are the fastest of several; the counters are time and peak memory per record, and the ratio
 // to the yardstick.
-#include "SyncScenario.h"
+#include "BenchScenario.h"
 
 #include <algorithm>
 #include <benchmark/benchmark.h>
@@ -14,39 +14,37 @@
 
 namespace {
 
-using mbtest::FakeStore;
-using mbtest::FakeValues;
-using mbtest::SyncScenario;
+using mbbench::BenchScenario;
+using mbbench::BenchStore;
+using mbbench::numbered;
+using mbbench::Values;
 using Clock = std::chrono::steady_clock;
 
 double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
-std::u16string numbered(const char16_t* word, std::size_t n)
+// The changes replace values of the usual contact.
+Values contact(std::size_t n, const Values& changes = {})
 {
-    const std::string digits = std::to_string(n);
-    return word + std::u16string(digits.begin(), digits.end());
+    Values values = {{ftNamePrefix, u"Dr."},
+                     {ftFirstName, numbered(u"First", n)},
+                     {ftMiddleName, u"M."},
+                     {ftLastName, numbered(u"Last", n)},
+                     {ftNameSuffix, u"jr."},
+                     {ftTitle, u"Engineer of records"},
+                     {ftCompany, numbered(u"Company ", n % 100)},
+                     {ftStreet1, numbered(u"Long Street ", n)},
+                     {ftCity1, u"Springfield"},
+                     {ftState1, u"Oregon"},
+                     {ftZipCode1, numbered(u"9", n % 10000)},
+                     {ftCountry1, u"Country"},
+                     {ftNotes, u"A remark of some length, as people write them."},
+                     {ftPhone, numbered(u"+1 555 ", n)},
+                     {ftEmail1, numbered(u"someone", n) + u"@example.org"}};
+    values.insert(values.end(), changes.begin(), changes.end());
+    return values;
 }
 
-FakeValues contact(std::size_t n)
-{
-    return {{ftNamePrefix, u"Dr."},
-            {ftFirstName, numbered(u"First", n)},
-            {ftMiddleName, u"M."},
-            {ftLastName, numbered(u"Last", n)},
-            {ftNameSuffix, u"jr."},
-            {ftTitle, u"Engineer of records"},
-            {ftCompany, numbered(u"Company ", n % 100)},
-            {ftStreet1, numbered(u"Long Street ", n)},
-            {ftCity1, u"Springfield"},
-            {ftState1, u"Oregon"},
-            {ftZipCode1, numbered(u"9", n % 10000)},
-            {ftCountry1, u"Country"},
-            {ftNotes, u"A remark of some length, as people write them."},
-            {ftPhone, numbered(u"+1 555 ", n)},
-            {ftEmail1, numbered(u"someone", n) + u"@example.org"}};
-}
-
-void fill(FakeStore& store, std::size_t count, std::size_t from = 0)
+void fill(BenchStore& store, std::size_t count, std::size_t from = 0)
 {
     for (std::size_t i = 0; i < count; ++i) store.add(contact(from + i));
 }
@@ -62,9 +60,9 @@ double memoryOf(const char* name)
     return 0;
 }
 
-double yardstick(const SyncScenario& s)
+double yardstick(const BenchScenario& s)
 {
-    const auto path = s.folder.data() / std::filesystem::path(com::guidText(s.map()) + u".xml");
+    const auto path = s.historyFile();
     double best = 1e9;
     for (int i = 0; i < 3; ++i) {
         const auto start = Clock::now();
@@ -76,11 +74,6 @@ double yardstick(const SyncScenario& s)
     std::filesystem::remove(path.string() + ".copy");
     return best;
 }
-
-class BenchScenario : public SyncScenario {
-public:
-    BenchScenario() { log().enabled = false; }
-};
 
 // A run stamps the history with its time in seconds. A run in the same second as the previous one would have nothing to write.
 void awaitNextSecond()
@@ -94,7 +87,7 @@ struct Measured {
 };
 
 // Measures one run of the map.
-Measured measure(benchmark::State& state, SyncScenario& s)
+Measured measure(benchmark::State& state, BenchScenario& s)
 {
     awaitNextSecond();
     resetPeak();
@@ -132,12 +125,12 @@ template <class Prepare> void run(benchmark::State& state, Prepare&& prepare)
 
 void FirstSync(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) { fill(s.one(), n); });
+    run(state, [](BenchScenario& s, std::size_t n) { fill(s.one(), n); });
 }
 
 void NothingChanged(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
+    run(state, [](BenchScenario& s, std::size_t n) {
         fill(s.one(), n);
         s.sync();
     });
@@ -145,7 +138,7 @@ void NothingChanged(benchmark::State& state)
 
 void OnePercentChangedOnEachSide(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
+    run(state, [](BenchScenario& s, std::size_t n) {
         fill(s.one(), n);
         s.sync();
         for (std::size_t i = 0; i < n; i += 100) {
@@ -157,7 +150,7 @@ void OnePercentChangedOnEachSide(benchmark::State& state)
 
 void EqualSides(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
+    run(state, [](BenchScenario& s, std::size_t n) {
         fill(s.one(), n);
         fill(s.two(), n);
     });
@@ -166,44 +159,32 @@ void EqualSides(benchmark::State& state)
 // Groups of fifty contacts have the same last name.
 void SharedLastNames(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
-        for (FakeStore* store : {&s.one(), &s.two()})
-            for (std::size_t i = 0; i < n; ++i) {
-                FakeValues values = contact(i);
-                values[ftLastName] = numbered(u"Family", i / 50);
-                store->add(std::move(values));
-            }
+    run(state, [](BenchScenario& s, std::size_t n) {
+        for (BenchStore* store : {&s.one(), &s.two()})
+            for (std::size_t i = 0; i < n; ++i) { store->add(contact(i, {{ftLastName, numbered(u"Family", i / 50)}})); }
     });
 }
 
 void OneLastNameForAll(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
-        for (FakeStore* store : {&s.one(), &s.two()})
-            for (std::size_t i = 0; i < n; ++i) {
-                FakeValues values = contact(i);
-                values[ftLastName] = u"Smith";
-                store->add(std::move(values));
-            }
+    run(state, [](BenchScenario& s, std::size_t n) {
+        for (BenchStore* store : {&s.one(), &s.two()})
+            for (std::size_t i = 0; i < n; ++i) { store->add(contact(i, {{ftLastName, u"Smith"}})); }
     });
 }
 
 // Every tenth contact has another title.
 void NearDuplicates(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
+    run(state, [](BenchScenario& s, std::size_t n) {
         fill(s.one(), n);
-        for (std::size_t i = 0; i < n; ++i) {
-            FakeValues values = contact(i);
-            if (i % 10 == 0) values[ftTitle] = u"Keeper of records";
-            s.two().add(std::move(values));
-        }
+        for (std::size_t i = 0; i < n; ++i) { s.two().add(contact(i, i % 10 == 0 ? Values{{ftTitle, u"Keeper of records"}} : Values())); }
     });
 }
 
 void EveryContactInConflict(benchmark::State& state)
 {
-    run(state, [](SyncScenario& s, std::size_t n) {
+    run(state, [](BenchScenario& s, std::size_t n) {
         s.setOption(soConflictResolution, croTrans1Wins);
         fill(s.one(), n);
         s.sync();

@@ -1,7 +1,7 @@
 // Measures how the time of a run grows from 10,000 to 20,000 records, on stores in memory: a first run into an empty side, and a run
 // without changes. Each time is the fastest of three. Uses no benchmark library, so that it runs on every platform.
 #include "apartment.h"
-#include "SyncScenario.h"
+#include "BenchScenario.h"
 
 #include <algorithm>
 #include <chrono>
@@ -9,7 +9,8 @@
 
 namespace {
 
-using mbtest::SyncScenario;
+using mbbench::BenchScenario;
+using mbbench::numbered;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t count = 10'000;
@@ -19,13 +20,7 @@ struct Times {
     double first = 1e9, unchanged = 1e9;
 };
 
-std::u16string numbered(const char16_t* word, std::size_t n)
-{
-    const std::string digits = std::to_string(n);
-    return word + std::u16string(digits.begin(), digits.end());
-}
-
-void fill(mbtest::FakeStore& store, std::size_t records)
+void fill(mbbench::BenchStore& store, std::size_t records)
 {
     for (std::size_t n = 0; n < records; ++n)
         store.add({{ftFirstName, numbered(u"First", n)},
@@ -40,7 +35,7 @@ void fill(mbtest::FakeStore& store, std::size_t records)
                    {ftEmail1, numbered(u"someone", n) + u"@example.org"}});
 }
 
-double seconds(SyncScenario& scenario)
+double seconds(BenchScenario& scenario)
 {
     const auto start = Clock::now();
     com::check(scenario.sync());
@@ -49,8 +44,7 @@ double seconds(SyncScenario& scenario)
 
 void measure(std::size_t records, Times& least)
 {
-    SyncScenario scenario;
-    scenario.log().enabled = false;
+    BenchScenario scenario;
     fill(scenario.one(), records);
     least.first = std::min(least.first, seconds(scenario));
     if (scenario.two().order.size() != records) throw std::runtime_error("the first run did not write every record");

@@ -1,30 +1,23 @@
 // Measures the transfer of ten cards from card files of different sizes, and filter lists of different lengths. The stores are in memory,
 // so no files are opened but the engine's own.
-#include "SyncScenario.h"
+#include "BenchScenario.h"
 
 #include <benchmark/benchmark.h>
 
 namespace {
 
-using mbtest::SyncScenario;
+using mbbench::BenchScenario;
+using mbbench::numbered;
 
 constexpr GUID hostClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
 
-std::u16string numbered(const char16_t* word, std::size_t n)
-{
-    const std::string digits = std::to_string(n);
-    return word + std::u16string(digits.begin(), digits.end());
-}
-
 // The ten cards are spread over the store.
-class TransferScenario : public SyncScenario {
+class TransferScenario : public BenchScenario {
 public:
-    explicit TransferScenario(std::size_t count) : SyncScenario(hostClass, mbtest::fakeClass2)
+    explicit TransferScenario(std::size_t count) : BenchScenario(hostClass, u"card-")
     {
-        log().enabled = false;
-        one().options.makeId = [](int n) { return numbered(u"card-", static_cast<std::size_t>(n)); };
-        one().options.database = u"cards";
-        two().options.database = u"contacts";
+        one().database = u"cards";
+        two().database = u"contacts";
         for (std::size_t i = 0; i < count; ++i) one().add({{ftFirstName, numbered(u"First", i)}, {ftLastName, numbered(u"Last", i)}});
         for (std::size_t i = 0; i < 10; ++i) cards.push_back(one().order[i * count / 10]);
         transferer = create<ISyncTransfer>(__uuidof(SyncTransfer));
@@ -32,7 +25,7 @@ public:
     HRESULT transfer()
     {
         SAFEARRAY* array = com::makeTextArray(cards);
-        const com::Bstr guid(com::guidText(mbtest::fakeClass2)), file(u"cards");
+        const com::Bstr guid(com::guidText(mbbench::benchClass2)), file(u"cards");
         const HRESULT hr = transferer->Transfer(0, guid.get(), file.get(), nullptr, array, VARIANT_FALSE);
         (void)SafeArrayDestroy(array);
         return hr;
@@ -47,7 +40,7 @@ void TransferAnewOfTen(benchmark::State& state)
     if (FAILED(s.transfer())) state.SkipWithError("the transfer failed"); // creates the hidden map
     std::size_t run = 0;
     for (auto _ : state) {
-        s.two().options.database = numbered(u"contacts ", ++run); // a database to which the cards were never transferred
+        s.two().database = numbered(u"contacts ", ++run); // a database to which the cards were never transferred
         if (FAILED(s.transfer())) state.SkipWithError("the transfer failed");
     }
 }
@@ -71,7 +64,7 @@ void FilterEntries(benchmark::State& state)
 {
     const auto count = static_cast<std::size_t>(state.range(0));
     for (auto _ : state) {
-        SyncScenario s;
+        BenchScenario s;
         const auto filter = s.create<IFidemarkFilter>(__uuidof(TrManager));
         const com::Bstr file(u"cards.db");
         (void)filter->OpenStore();

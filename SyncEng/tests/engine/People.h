@@ -1,7 +1,6 @@
 // Contacts that many stories are told about.
 #pragma once
-#include "FakeValues.h"
-#include "interfaces.h"
+#include "FakeStore.h"
 
 namespace mbtest {
 

@@ -7,14 +7,12 @@ namespace mbtest {
 
 void CallLog::note(const std::string& side, const std::string& method, const std::string& arguments)
 {
-    if (!enabled) return;
     lines.push_back(side + " " + method + (arguments.empty() ? "" : " " + arguments));
     meet(side, method);
 }
 
 void CallLog::meet(const std::string& side, const std::string& method)
 {
-    if (!enabled) return;
     // Counts both before either of them may fail.
     const std::string ofSide = side + " " + method;
     ++counts_[method];

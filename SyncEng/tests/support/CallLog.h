@@ -10,7 +10,6 @@ namespace mbtest {
 
 class CallLog {
 public:
-    bool enabled = true; // false in benchmarks: calls are not logged or counted, and do not fail
     std::vector<std::string> lines;
     std::vector<std::string> violations; // calls that broke the order on which a translator may rely
 

@@ -107,11 +107,7 @@ private:
     [[nodiscard]] bool offers(REFIID riid) const noexcept override;
     FakeOptions& options() const noexcept { return side.store->options; }
     FakeRecords& records() const noexcept { return categoryMode_ ? side.store->categories : side.store->records; }
-    const std::vector<std::u16string>& ids() const
-    {
-        side.store->closeGaps();
-        return categoryMode_ ? side.store->categoryOrder : side.store->order;
-    }
+    const std::vector<std::u16string>& ids() const { return categoryMode_ ? side.store->categoryOrder : side.store->order; }
     const FakeRecord& record(BSTR id) const;
     const FakeField& fieldOf(REFGUID guid) const;
     [[nodiscard]] LONG typeOf(const FakeField& field) const;
@@ -132,11 +128,7 @@ private:
 
     State state_ = State::Made;
     bool categoryMode_ = false, batch_ = false, imagesAllowed_ = true, writeGranted_ = false, findingDuplicates_ = false;
-    struct Reading {
-        std::u16string id;
-        const FakeRecord* record; // stays valid: a record is not deleted while it is being read
-    };
-    std::optional<Reading> reading_;
+    std::optional<std::u16string> reading_; // the identifier of the record
     std::optional<Writing> writing_;
     std::optional<std::u16string> image_; // between BeginReadImageData and EndReadImageData
     std::optional<LONG> firstDynamicType_;

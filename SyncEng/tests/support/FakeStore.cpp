@@ -59,14 +59,6 @@ void FakeStore::set(const std::u16string& id, LONG key, std::u16string text)
     touch(id);
 }
 
-void FakeStore::remove(std::u16string_view id)
-{
-    const auto at = records.find(id);
-    if (at == records.end()) return;
-    std::erase(order, at->first);
-    records.erase(at);
-}
-
 std::u16string FakeStore::get(std::u16string_view id, LONG key) const
 {
     const auto record = records.find(id);
@@ -116,13 +108,8 @@ const FakeField* FakeStore::fieldOf(const GUID& wanted) const
     if (guid(wanted.Data2) != wanted) return nullptr;
     const bool dynamic = wanted.Data2 >= dynamicRange;
     const LONG key = dynamic ? -(wanted.Data2 - dynamicRange) : wanted.Data2;
-    // Try the place where the field was found before.
-    std::size_t& hint = hints_[static_cast<std::size_t>(key) % hints_.size()];
-    if (hint < fields.size() && fields[hint].key() == key) return &fields[hint];
     const auto at = std::ranges::find(fields, key, &FakeField::key);
-    if (at == fields.end()) return nullptr;
-    hint = static_cast<std::size_t>(at - fields.begin());
-    return &*at;
+    return at == fields.end() ? nullptr : &*at;
 }
 
 void FakeStore::put(bool ofCategories, const std::u16string& id, FakeValues changes)
@@ -135,7 +122,6 @@ void FakeStore::put(bool ofCategories, const std::u16string& id, FakeValues chan
         known->second.modified = tick();
         return;
     }
-    closeGaps(); // an erased identifier that is added again must be listed only once, at the end
     (ofCategories ? categoryOrder : order).push_back(id);
     const DATE created = tick();
     all.emplace(id, FakeRecord{std::move(changes), created, tick()});
@@ -155,15 +141,8 @@ void FakeStore::erase(bool ofCategories, std::u16string_view id)
     FakeRecords& all = ofCategories ? categories : records;
     const auto at = all.find(id);
     if (at == all.end()) return;
+    std::erase(ofCategories ? categoryOrder : order, at->first);
     all.erase(at);
-    gaps_ = true;
-}
-
-void FakeStore::closeGaps()
-{
-    if (!std::exchange(gaps_, false)) return;
-    std::erase_if(order, [&](const std::u16string& id) { return !records.contains(id); });
-    std::erase_if(categoryOrder, [&](const std::u16string& id) { return !categories.contains(id); });
 }
 
 } // namespace mbtest

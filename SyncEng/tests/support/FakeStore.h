@@ -1,17 +1,12 @@
 // A contact store in memory. The test owns it; it outlives the translator objects that the engine creates over it.
-// Lookups use hash tables, so that a benchmark with many thousand records measures the engine and not the fake.
 #pragma once
-#include "FakeValues.h"
 #include "interfaces.h"
-#include <array>
-#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace mbtest {
@@ -27,28 +22,17 @@ struct FakeField {
     [[nodiscard]] LONG key() const noexcept { return dynamicId ? -dynamicId : type; }
 };
 
+// The values of a record, by FakeField::key. An image is stored as the bytes of a bitmap; with capBMPFile or capJPEGFile as the path of a
+// file.
+using FakeValues = std::map<LONG, std::u16string>;
+
 struct FakeRecord {
-    // By FakeField::key. An image is stored as the bytes of a bitmap; with capBMPFile or capJPEGFile as the path of a file.
     FakeValues values;
     DATE created = 0, modified = 0;
     bool verified = true;
 };
 
-struct FakeIdHash {
-    using is_transparent = void;
-    // Not noexcept: otherwise the library does not cache the hashes, and computes those of neighbouring records at each lookup.
-    std::size_t operator()(std::u16string_view id) const { return std::hash<std::u16string_view>{}(id); }
-};
-// Faster than the library's comparison, which compares 16-bit texts unit by unit.
-inline bool sameText(std::u16string_view a, std::u16string_view b) noexcept
-{
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(char16_t)) == 0;
-}
-struct FakeIdEqual {
-    using is_transparent = void;
-    bool operator()(std::u16string_view a, std::u16string_view b) const noexcept { return sameText(a, b); }
-};
-using FakeRecords = std::unordered_map<std::u16string, FakeRecord, FakeIdHash, FakeIdEqual>;
+using FakeRecords = std::map<std::u16string, FakeRecord, std::less<>>; // by identifier
 
 // What the translator offers besides ITranslator, and how it behaves.
 struct FakeOptions {
@@ -89,7 +73,7 @@ public:
     std::u16string add(FakeValues values) { return add(newId(), std::move(values)); }
     std::u16string add(std::u16string id, FakeValues values);
     void set(const std::u16string& id, LONG key, std::u16string text);
-    void remove(std::u16string_view id);
+    void remove(std::u16string_view id) { erase(false, id); }
     void touch(const std::u16string& id) { records.at(id).modified = tick(); }
     [[nodiscard]] std::u16string get(std::u16string_view id, LONG key) const;
     [[nodiscard]] bool has(std::u16string_view id) const { return records.find(id) != records.end(); }
@@ -110,14 +94,10 @@ public:
     void put(bool ofCategories, const std::u16string& id, FakeValues changes);
     void rename(bool ofCategories, const std::u16string& id, const std::u16string& newId);
     void erase(bool ofCategories, std::u16string_view id);
-    // Removes the erased identifiers from the lists, all at once because a run may erase many.
-    void closeGaps();
 
 private:
     [[nodiscard]] GUID guid(std::uint16_t part) const;
 
-    mutable std::array<std::size_t, 128> hints_{}; // where fieldOf() last found a field in `fields`
-    bool gaps_ = false;
     std::u16string prefix_;
     int next_ = 1;
     DATE clock_ = 46000.0;

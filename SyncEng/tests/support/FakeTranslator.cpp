@@ -9,18 +9,6 @@ using com::guarded;
 
 std::string printable(std::u16string_view text) { return platform::utf8(text); }
 
-// The class object of one fake.
-class FakeFactory final : public com::Object<IClassFactory> {
-public:
-    explicit FakeFactory(IUnknown* outer) noexcept : Object(outer) {}
-    FakeSide side;
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** out) override
-    {
-        return createFake(side, outer, riid, out);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-};
-
 } // namespace
 
 HRESULT createFake(const FakeSide& side, IUnknown* outer, REFIID riid, void** out) noexcept
@@ -35,20 +23,10 @@ HRESULT createFake(const FakeSide& side, IUnknown* outer, REFIID riid, void** ou
     });
 }
 
-RegisteredFake::RegisteredFake(const GUID& clsid, const FakeSide& side)
-{
-    auto factory = com::make<FakeFactory>();
-    factory->side = side;
-    com::check(CoRegisterClassObject(clsid, com::Ptr<IClassFactory>(factory).get(), CLSCTX_INPROC_SERVER, 1, &cookie_));
-}
-
-RegisteredFake::~RegisteredFake() { (void)CoRevokeClassObject(cookie_); }
-
 // ---- Logging and checking of each call
 
 void FakeTranslator::note(const char* method, BSTR id, const std::string& more) const
 {
-    if (!side.log->enabled) return;
     const std::string first = id ? printable(com::viewOf(id)) : std::string();
     side.log->note(side.name, method, first.empty() || more.empty() ? first + more : first + " " + more);
 }
@@ -174,7 +152,6 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::Cleanup()
         state_ = State::Closed;
         reading_.reset();
         writing_.reset();
-        side.store->closeGaps();
         note("Cleanup");
     });
 }
@@ -234,9 +211,9 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::BeginReadRecord(BSTR lpRecID)
 {
     return guarded([&] {
         noteOpen("BeginReadRecord", lpRecID);
-        const FakeRecord& found = record(lpRecID);
+        (void)record(lpRecID);
         expect(!reading_, "BeginReadRecord while a record is being read");
-        reading_ = Reading{com::textOf(lpRecID), &found};
+        reading_ = com::textOf(lpRecID);
     });
 }
 
@@ -244,7 +221,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::EndReadRecord(BSTR lpRecID)
 {
     return guarded([&] {
         noteOpen("EndReadRecord", lpRecID);
-        expect(reading_ && sameText(reading_->id, com::viewOf(lpRecID)), "EndReadRecord of a record that is not being read");
+        expect(reading_ && *reading_ == com::viewOf(lpRecID), "EndReadRecord of a record that is not being read");
         reading_.reset();
     });
 }
@@ -255,10 +232,10 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
     VariantInit(lpvarValue);
     return guarded([&] {
         const FakeField& field = fieldOf(rField);
-        noteOpen("ReadField", lpRecID, side.log->enabled ? printable(field.name) : std::string());
+        noteOpen("ReadField", lpRecID, printable(field.name));
         const std::u16string_view id = com::viewOf(lpRecID);
-        const bool isWritten = writing_ && sameText(writing_->id, id);
-        const bool isRead = reading_ && sameText(reading_->id, id);
+        const bool isWritten = writing_ && writing_->id == id;
+        const bool isRead = reading_ && *reading_ == id;
         expect(isRead || isWritten, "ReadField of a record that is neither being read nor written");
         const LONG key = field.key();
         if (field.dataType == dtImage && !imagesAllowed_) return;
@@ -268,7 +245,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
                 return;
             }
         if (isWritten && writing_->isNew) return;
-        const FakeValues& values = isRead ? reading_->record->values : record(lpRecID).values;
+        const FakeValues& values = record(lpRecID).values;
         const auto at = values.find(key);
         if (at == values.end()) return; // VT_EMPTY means an empty text
         const bool isFile = field.dataType == dtImage && imagesAreFiles();
@@ -327,9 +304,8 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::WriteField(BSTR lpRecID, REFGUID rFiel
         const FakeField& field = fieldOf(rField);
         const std::u16string_view text = varValue.vt == VT_BSTR ? com::viewOf(varValue.bstrVal) : std::u16string_view{};
         const bool isImage = field.dataType == dtImage;
-        noteOpen("WriteField", lpRecID,
-                 side.log->enabled ? printable(field.name) + "=" + (isImage ? "image" : printable(text)) : std::string());
-        if (!writing_ || !sameText(writing_->id, com::viewOf(lpRecID))) {
+        noteOpen("WriteField", lpRecID, printable(field.name) + "=" + (isImage ? "image" : printable(text)));
+        if (!writing_ || writing_->id != com::viewOf(lpRecID)) {
             expect(false, "WriteField of a record that is not being written");
             throw com::Error(static_cast<HRESULT>(0x8004020C));
         }
@@ -343,7 +319,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::SaveRecord(BSTR* ppRecID)
     if (!ppRecID) return E_POINTER;
     return guarded([&] {
         noteOpen("SaveRecord", *ppRecID);
-        if (!writing_ || !sameText(writing_->id, com::viewOf(*ppRecID))) {
+        if (!writing_ || writing_->id != com::viewOf(*ppRecID)) {
             expect(false, "SaveRecord of a record that is not being written");
             throw com::Error(static_cast<HRESULT>(0x8004020D));
         }

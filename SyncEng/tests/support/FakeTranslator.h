@@ -4,6 +4,7 @@
 #include "CallLog.h"
 #include "EventSinkFake.h"
 #include "FakeStore.h"
+#include "RegisteredClass.h"
 
 namespace mbtest {
 
@@ -18,15 +19,12 @@ struct FakeSide {
 HRESULT createFake(const FakeSide& side, IUnknown* outer, REFIID riid, void** out) noexcept;
 
 // Registers the translator as a class of the component runtime while this object lives.
-class RegisteredFake {
+class RegisteredFake : public RegisteredClass {
 public:
-    RegisteredFake(const GUID& clsid, const FakeSide& side);
-    RegisteredFake(const RegisteredFake&) = delete;
-    RegisteredFake& operator=(const RegisteredFake&) = delete;
-    ~RegisteredFake();
-
-private:
-    DWORD cookie_ = 0;
+    RegisteredFake(const GUID& clsid, const FakeSide& side)
+        : RegisteredClass(clsid, [side](IUnknown* outer, REFIID riid, void** out) { return createFake(side, outer, riid, out); })
+    {
+    }
 };
 
 } // namespace mbtest

@@ -152,20 +152,6 @@ private:
     std::shared_ptr<Plugin> plugin_;
 };
 
-class PluginFactory final : public com::Object<IClassFactory> {
-public:
-    explicit PluginFactory(IUnknown* outer) noexcept : Object(outer) {}
-    std::shared_ptr<Plugin> plugin;
-    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID riid, void** out) override
-    {
-        *out = nullptr;
-        plugin->log->note(plugin->name, "Create");
-        if (plugin->givesNothing) return S_OK;
-        return com::Ptr<PluginFake>::attach(new PluginFake(nullptr, plugin))->QueryInterface(riid, out);
-    }
-    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
-};
-
 } // namespace
 
 bool Plugin::offers(REFIID iid) const
@@ -174,12 +160,13 @@ bool Plugin::offers(REFIID iid) const
 }
 
 PluginClass::PluginClass(const CLSID& clsid, std::shared_ptr<Plugin> plugin)
+    : RegisteredClass(clsid, [plugin = std::move(plugin)](IUnknown*, REFIID riid, void** out) {
+          *out = nullptr;
+          plugin->log->note(plugin->name, "Create");
+          if (plugin->givesNothing) return S_OK;
+          return com::Ptr<PluginFake>::attach(new PluginFake(nullptr, plugin))->QueryInterface(riid, out);
+      })
 {
-    auto factory = com::make<PluginFactory>();
-    factory->plugin = std::move(plugin);
-    com::check(CoRegisterClassObject(clsid, com::Ptr<IClassFactory>(factory).get(), CLSCTX_INPROC_SERVER, 1, &cookie_));
 }
-
-PluginClass::~PluginClass() { (void)CoRevokeClassObject(cookie_); }
 
 } // namespace mbtest

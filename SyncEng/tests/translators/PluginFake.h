@@ -3,6 +3,7 @@
 #pragma once
 #include "CallLog.h"
 #include "interfaces.h"
+#include "RegisteredClass.h"
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,15 +35,9 @@ struct Plugin {
 };
 
 // Registers the fake as a class of the component runtime while this object lives.
-class PluginClass {
+class PluginClass : public RegisteredClass {
 public:
     PluginClass(const CLSID& clsid, std::shared_ptr<Plugin> plugin);
-    PluginClass(const PluginClass&) = delete;
-    PluginClass& operator=(const PluginClass&) = delete;
-    ~PluginClass();
-
-private:
-    DWORD cookie_ = 0;
 };
 
 } // namespace mbtest
