@@ -8,6 +8,9 @@ namespace {
 using mb::CChangeDetailsDlg;
 using mb::CConfirmationDlg;
 using mb::CDetailsDlg;
+using mb::idCancel;
+using mb::idOk;
+using mb::idReSync;
 using mb::PlannedTask;
 using mbtest::Holds;
 using testing::ElementsAre;
@@ -84,7 +87,7 @@ TEST_F(ConfirmationDlgTest, WithNothingToConfirmItIsNotShown)
     unverified = {u"x"};
     changes.ConfirmAdds = changes.ConfirmUpdates = changes.ConfirmDeletes = false;
     CConfirmationDlg dialog(changes);
-    EXPECT_EQ(mb::ShowDialog(dialog, nullptr), 1);
+    EXPECT_EQ(mb::ShowDialog(dialog, nullptr), idOk);
     EXPECT_THAT(user.captions, IsEmpty());
 }
 
@@ -148,19 +151,19 @@ TEST_F(ConfirmationDlgTest, ATranslatorWithoutInfoIsNamedByItsStore)
 TEST_F(ConfirmationDlgTest, ItsButtonsEndItAndReSyncOnlyIfAllowed)
 {
     add(1, mb::PlannedNew, u"B1");
-    user.press(3);
+    user.press(idReSync);
     CConfirmationDlg without(changes);
-    EXPECT_EQ(mb::ShowDialog(without, nullptr), 2) << "Re-Sync is disabled, the window is closed";
-    EXPECT_FALSE(control(without, 3).enabled);
+    EXPECT_EQ(mb::ShowDialog(without, nullptr), idCancel) << "Re-Sync is disabled, the window is closed";
+    EXPECT_FALSE(control(without, idReSync).enabled);
     changes.AllowReSync = true;
-    for (const int button : {1, 2, 3}) {
+    for (const int button : {idOk, idCancel, idReSync}) {
         user.press(button);
         CConfirmationDlg dialog(changes);
         EXPECT_EQ(mb::ShowDialog(dialog, nullptr), button);
         EXPECT_EQ(dialog.model().caption, u"Confirm Changes");
         EXPECT_EQ(dialog.model().focus, 1);
-        EXPECT_THAT(control(dialog, 217).text, mbtest::Begins(u"Review the summary of changes below."));
-        EXPECT_EQ(control(dialog, 203).text, summary());
+        EXPECT_THAT(control(dialog, CConfirmationDlg::idInstructions).text, mbtest::Begins(u"Review the summary of changes below."));
+        EXPECT_EQ(control(dialog, CConfirmationDlg::idSummary).text, summary());
     }
 }
 
@@ -168,12 +171,12 @@ TEST_F(ConfirmationDlgTest, ViewDetailsOpensTheDetailsAndTheSummaryStays)
 {
     add(1, mb::PlannedNew, u"B1");
     user.script.emplace_back([](mb::Dialog& dialog) {
-        dialog.press(202);
+        dialog.press(CConfirmationDlg::idViewDetails);
         EXPECT_EQ(dialog.ending(), std::nullopt);
-        dialog.press(1);
+        dialog.press(idOk);
     });
     CConfirmationDlg dialog(changes);
-    EXPECT_EQ(mb::ShowDialog(dialog, nullptr), 1);
+    EXPECT_EQ(mb::ShowDialog(dialog, nullptr), idOk);
     EXPECT_THAT(user.captions, ElementsAre(u"Confirm Changes", u"Details"));
 }
 
@@ -186,16 +189,16 @@ TEST_F(ConfirmationDlgTest, TheDetailsListEachContactOnTheSideThatIsWritten)
     unverified = {record(s.one(), u"Un", u"Verified")};
     CDetailsDlg dialog(changes);
     dialog.prepare();
-    EXPECT_EQ(control(dialog, 204).text, u"The following changes will be applied to First");
-    EXPECT_EQ(control(dialog, 206).text, u"The following changes will be applied to Second");
-    EXPECT_THAT(column(dialog, 205, 0), ElementsAre(u"Add", u"Delete", u"No Action (Unverified)"));
-    EXPECT_THAT(column(dialog, 205, 1), ElementsAre(u"Grace", u"Gone", u"Un"));
-    EXPECT_THAT(column(dialog, 205, 3), ElementsAre(u"Navy", u"", u""));
-    EXPECT_THAT(column(dialog, 208, 0), ElementsAre(u"Change"));
-    EXPECT_EQ(control(dialog, 205).sortColumn, 0);
-    EXPECT_TRUE(control(dialog, 205).sortAscending);
-    EXPECT_FALSE(control(dialog, 218).enabled);
-    EXPECT_FALSE(control(dialog, 2).visible);
+    EXPECT_EQ(control(dialog, CDetailsDlg::idTitle1).text, u"The following changes will be applied to First");
+    EXPECT_EQ(control(dialog, CDetailsDlg::idTitle2).text, u"The following changes will be applied to Second");
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList1, 0), ElementsAre(u"Add", u"Delete", u"No Action (Unverified)"));
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList1, 1), ElementsAre(u"Grace", u"Gone", u"Un"));
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList1, 3), ElementsAre(u"Navy", u"", u""));
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList2, 0), ElementsAre(u"Change"));
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList1).sortColumn, 0);
+    EXPECT_TRUE(control(dialog, CDetailsDlg::idList1).sortAscending);
+    EXPECT_FALSE(control(dialog, CDetailsDlg::idViewChanges).enabled);
+    EXPECT_FALSE(control(dialog, idCancel).visible);
 }
 
 TEST_F(ConfirmationDlgTest, ACancelFromAStoreThatTheDetailsReadEndsTheConfirmationToo)
@@ -204,9 +207,9 @@ TEST_F(ConfirmationDlgTest, ACancelFromAStoreThatTheDetailsReadEndsTheConfirmati
     CConfirmationDlg dialog(changes);
     dialog.prepare();
     s.log().failNext("1 BeginReadRecord", E_ABORT);
-    dialog.press(202);
+    dialog.press(CConfirmationDlg::idViewDetails);
     EXPECT_TRUE(dialog.cancelledByTranslator());
-    EXPECT_EQ(dialog.ending(), 2);
+    EXPECT_EQ(dialog.ending(), idCancel);
 }
 
 TEST_F(ConfirmationDlgTest, TwoClicksOnAHeaderSortUpAndThenDown)
@@ -214,15 +217,15 @@ TEST_F(ConfirmationDlgTest, TwoClicksOnAHeaderSortUpAndThenDown)
     for (const char16_t* last : {u"beta", u"Alpha", u"alpha", u"Gamma"}) add(1, mb::PlannedNew, record(s.two(), u"x", last));
     CDetailsDlg dialog(changes);
     dialog.prepare();
-    dialog.clickHeader(205, 2);
-    EXPECT_THAT(column(dialog, 205, 2), ElementsAre(u"Alpha", u"alpha", u"beta", u"Gamma"));
-    EXPECT_EQ(control(dialog, 205).sortColumn, 2);
-    dialog.clickHeader(205, 2);
-    EXPECT_THAT(column(dialog, 205, 2), ElementsAre(u"Gamma", u"beta", u"alpha", u"Alpha"));
-    EXPECT_FALSE(control(dialog, 205).sortAscending);
-    dialog.clickHeader(205, 1);
-    EXPECT_TRUE(control(dialog, 205).sortAscending) << "another column begins ascending";
-    EXPECT_EQ(control(dialog, 208).sortColumn, 0) << "each list is sorted separately";
+    dialog.clickHeader(CDetailsDlg::idList1, 2);
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList1, 2), ElementsAre(u"Alpha", u"alpha", u"beta", u"Gamma"));
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList1).sortColumn, 2);
+    dialog.clickHeader(CDetailsDlg::idList1, 2);
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList1, 2), ElementsAre(u"Gamma", u"beta", u"alpha", u"Alpha"));
+    EXPECT_FALSE(control(dialog, CDetailsDlg::idList1).sortAscending);
+    dialog.clickHeader(CDetailsDlg::idList1, 1);
+    EXPECT_TRUE(control(dialog, CDetailsDlg::idList1).sortAscending) << "another column begins ascending";
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList2).sortColumn, 0) << "each list is sorted separately";
 }
 
 TEST_F(ConfirmationDlgTest, AnUnverifiedRecordOfEitherSideIsListedWithItsName)
@@ -230,8 +233,8 @@ TEST_F(ConfirmationDlgTest, AnUnverifiedRecordOfEitherSideIsListedWithItsName)
     unverified = {record(s.two(), u"Un", u"Verified")};
     CDetailsDlg dialog(changes);
     dialog.prepare();
-    EXPECT_THAT(column(dialog, 205, 1), ElementsAre(u"Un"));
-    EXPECT_THAT(control(dialog, 208).rows, IsEmpty());
+    EXPECT_THAT(column(dialog, CDetailsDlg::idList1, 1), ElementsAre(u"Un"));
+    EXPECT_THAT(control(dialog, CDetailsDlg::idList2).rows, IsEmpty());
 }
 
 TEST_F(ConfirmationDlgTest, TheSelectionStaysOnItsContactWhenTheListIsSorted)
@@ -239,10 +242,10 @@ TEST_F(ConfirmationDlgTest, TheSelectionStaysOnItsContactWhenTheListIsSorted)
     for (const char16_t* last : {u"b", u"c", u"a"}) add(1, mb::PlannedNew, record(s.two(), u"x", last));
     CDetailsDlg dialog(changes);
     dialog.prepare();
-    dialog.select(205, 1);
-    dialog.clickHeader(205, 2);
-    ASSERT_EQ(control(dialog, 205).selection, 2);
-    EXPECT_EQ(control(dialog, 205).rows[2].cells[2], u"c");
+    dialog.select(CDetailsDlg::idList1, 1);
+    dialog.clickHeader(CDetailsDlg::idList1, 2);
+    ASSERT_EQ(control(dialog, CDetailsDlg::idList1).selection, 2);
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList1).rows[2].cells[2], u"c");
 }
 
 TEST_F(ConfirmationDlgTest, OnlyAChangeCanBeViewedAndOnlyOneListHasASelection)
@@ -252,16 +255,16 @@ TEST_F(ConfirmationDlgTest, OnlyAChangeCanBeViewedAndOnlyOneListHasASelection)
     add(2, mb::PlannedChange, record(s.one(), u"Ada", u"L"), record(s.two(), u"Ada", u"L"));
     CDetailsDlg dialog(changes);
     dialog.prepare();
-    dialog.select(205, 0);
-    EXPECT_FALSE(control(dialog, 218).enabled) << "an addition";
-    dialog.select(205, 1);
-    EXPECT_FALSE(control(dialog, 218).enabled) << "a deletion";
-    dialog.select(208, 0);
-    EXPECT_TRUE(control(dialog, 218).enabled);
-    EXPECT_EQ(control(dialog, 205).selection, -1);
-    dialog.select(205, 0);
-    EXPECT_EQ(control(dialog, 208).selection, -1);
-    EXPECT_FALSE(control(dialog, 218).enabled);
+    dialog.select(CDetailsDlg::idList1, 0);
+    EXPECT_FALSE(control(dialog, CDetailsDlg::idViewChanges).enabled) << "an addition";
+    dialog.select(CDetailsDlg::idList1, 1);
+    EXPECT_FALSE(control(dialog, CDetailsDlg::idViewChanges).enabled) << "a deletion";
+    dialog.select(CDetailsDlg::idList2, 0);
+    EXPECT_TRUE(control(dialog, CDetailsDlg::idViewChanges).enabled);
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList1).selection, -1);
+    dialog.select(CDetailsDlg::idList1, 0);
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList2).selection, -1);
+    EXPECT_FALSE(control(dialog, CDetailsDlg::idViewChanges).enabled);
 }
 
 TEST_F(ConfirmationDlgTest, TheRowsOfATranslatorWithoutFieldsAreLeftOut)
@@ -271,8 +274,8 @@ TEST_F(ConfirmationDlgTest, TheRowsOfATranslatorWithoutFieldsAreLeftOut)
     s.two().options.fieldList = false;
     CDetailsDlg dialog(changes);
     dialog.prepare();
-    EXPECT_THAT(control(dialog, 205).rows, IsEmpty());
-    EXPECT_EQ(control(dialog, 208).rows.size(), 1u);
+    EXPECT_THAT(control(dialog, CDetailsDlg::idList1).rows, IsEmpty());
+    EXPECT_EQ(control(dialog, CDetailsDlg::idList2).rows.size(), 1u);
 }
 
 TEST_F(ConfirmationDlgTest, AChangeShowsTheFieldsAndValuesOfTheSideThatIsWritten)
@@ -285,13 +288,13 @@ TEST_F(ConfirmationDlgTest, AChangeShowsTheFieldsAndValuesOfTheSideThatIsWritten
     CDetailsDlg dialog(changes);
     dialog.prepare();
     std::vector<std::vector<std::u16string>> rows;
-    for (const int list : {208, 205}) {
+    for (const int list : {CDetailsDlg::idList2, CDetailsDlg::idList1}) {
         user.script.emplace_back([&](mb::Dialog& inner) {
             EXPECT_EQ(inner.model().caption, u"Contact Changes");
-            rows.push_back(control(inner, 220).rows.at(0).cells);
+            rows.push_back(control(inner, CChangeDetailsDlg::idList).rows.at(0).cells);
         });
         dialog.select(list, 0);
-        dialog.press(218);
+        dialog.press(CDetailsDlg::idViewChanges);
     }
     ASSERT_EQ(rows.size(), 2u);
     EXPECT_THAT(rows[0], ElementsAre(u"State", u"old two", u"new two"));
@@ -306,8 +309,8 @@ protected:
     {
         CChangeDetailsDlg dialog({translator2.get(), mbtest::fakeClass2, id, &fields, nullptr, syncImages});
         dialog.prepare();
-        message = control(dialog, 219).text;
-        return control(dialog, 220).rows;
+        message = control(dialog, CChangeDetailsDlg::idMessage).text;
+        return control(dialog, CChangeDetailsDlg::idList).rows;
     }
     std::u16string id = s.two().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}, {ftCity1, u"London"}}), message;
     mb::FieldValueMap fields;

@@ -9,6 +9,8 @@ using mb::CConflictDlg;
 using mb::CDeleteConflictDlg;
 using mb::ConflictQuestion;
 using mb::DeleteConflictQuestion;
+using mb::idCancel;
+using mb::idOk;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -44,22 +46,22 @@ TEST_F(ConflictDlgTest, ItsControlsSayWhatTheConflictIs)
     CConflictDlg dialog(question);
     dialog.prepare();
     EXPECT_EQ(dialog.model().caption, u"Resolve Conflicting Changes");
-    EXPECT_EQ(control(dialog, 221).text, u"Conflict 2 of 7");
-    EXPECT_EQ(control(dialog, 209).text,
+    EXPECT_EQ(control(dialog, CConflictDlg::idCounter).text, u"Conflict 2 of 7");
+    EXPECT_EQ(control(dialog, CConflictDlg::idMessage).text,
               u"Conflicting changes were made to the contact \"Ada Lovelace\" in First and Second. Please choose an option to "
               u"resolve the conflict. Remapped field names in Second are displayed in brackets.");
-    EXPECT_EQ(control(dialog, 214).text, u"Let me resolve the conflicts &manually");
-    EXPECT_EQ(control(dialog, 210).text, u"Create a &duplicate contact");
-    EXPECT_EQ(control(dialog, 212).text, u"First &overwrites Second");
-    EXPECT_EQ(control(dialog, 213).text, u"Second over&writes First");
-    EXPECT_EQ(control(dialog, 216).columns.at(0).header, u"Field Name");
-    EXPECT_EQ(control(dialog, 216).columns.at(1).header, u"First");
-    EXPECT_EQ(control(dialog, 216).columns.at(2).header, u"Second");
-    ASSERT_EQ(control(dialog, 216).rows.size(), 1u);
-    EXPECT_THAT(control(dialog, 216).rows[0].cells, ElementsAre(u"City", u"Paris", u"Rome"));
-    EXPECT_TRUE(control(dialog, 214).checked);
-    EXPECT_FALSE(control(dialog, 215).enabled);
-    for (const int button : {1, 2, 207}) EXPECT_TRUE(control(dialog, button).enabled);
+    EXPECT_EQ(control(dialog, CConflictDlg::idMerge).text, u"Let me resolve the conflicts &manually");
+    EXPECT_EQ(control(dialog, CConflictDlg::idDuplicate).text, u"Create a &duplicate contact");
+    EXPECT_EQ(control(dialog, CConflictDlg::idTrans1Wins).text, u"First &overwrites Second");
+    EXPECT_EQ(control(dialog, CConflictDlg::idTrans2Wins).text, u"Second over&writes First");
+    EXPECT_EQ(control(dialog, CConflictDlg::idList).columns.at(0).header, u"Field Name");
+    EXPECT_EQ(control(dialog, CConflictDlg::idList).columns.at(1).header, u"First");
+    EXPECT_EQ(control(dialog, CConflictDlg::idList).columns.at(2).header, u"Second");
+    ASSERT_EQ(control(dialog, CConflictDlg::idList).rows.size(), 1u);
+    EXPECT_THAT(control(dialog, CConflictDlg::idList).rows[0].cells, ElementsAre(u"City", u"Paris", u"Rome"));
+    EXPECT_TRUE(control(dialog, CConflictDlg::idMerge).checked);
+    EXPECT_FALSE(control(dialog, CConflictDlg::idApplyToAll).enabled);
+    for (const int button : std::initializer_list<int>{idOk, idCancel, CConflictDlg::idHelp}) EXPECT_TRUE(control(dialog, button).enabled);
 }
 
 TEST_F(ConflictDlgTest, NamesThatDifferOnlyInCaseGiveThePlainMessage)
@@ -111,8 +113,8 @@ TEST_F(ConflictDlgTest, AValueOf100CharactersIsKeptAndOneOf101IsCut)
     question.ChangeMap2[ftCity1] = std::u16string(101, u'b');
     CConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(column(dialog, 216, 1), ElementsAre(std::u16string(100, u'a')));
-    EXPECT_THAT(column(dialog, 216, 2), ElementsAre(std::u16string(100, u'b') + u"..."));
+    EXPECT_THAT(column(dialog, CConflictDlg::idList, 1), ElementsAre(std::u16string(100, u'a')));
+    EXPECT_THAT(column(dialog, CConflictDlg::idList, 2), ElementsAre(std::u16string(100, u'b') + u"..."));
 }
 
 TEST_F(ConflictDlgTest, AValueIsCutBeforeItsLineBreaksBecomeBlanks)
@@ -120,7 +122,7 @@ TEST_F(ConflictDlgTest, AValueIsCutBeforeItsLineBreaksBecomeBlanks)
     question.ChangeMap1[ftCity1] = std::u16string(98, u'a') + u"\r\nb";
     CConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(column(dialog, 216, 1), ElementsAre(std::u16string(98, u'a') + u" ..."));
+    EXPECT_THAT(column(dialog, CConflictDlg::idList, 1), ElementsAre(std::u16string(98, u'a') + u" ..."));
 }
 
 TEST_F(ConflictDlgTest, LineBreaksAreBlanks)
@@ -128,7 +130,7 @@ TEST_F(ConflictDlgTest, LineBreaksAreBlanks)
     question.ChangeMap1[ftCity1] = u"a\r\nb\rc\nd";
     CConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(column(dialog, 216, 1), ElementsAre(u"a b c d"));
+    EXPECT_THAT(column(dialog, CConflictDlg::idList, 1), ElementsAre(u"a b c d"));
 }
 
 TEST_F(ConflictDlgTest, ANameWithoutAMappedFieldStaysEmpty)
@@ -147,7 +149,7 @@ TEST_F(ConflictDlgTest, AnImageWithEqualValuesAddsNoRowButIsListedAsAConflictFie
     question.ChangeMap1[ftImage1] = question.ChangeMap2[ftImage1] = u"1";
     CConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(column(dialog, 216, 0), ElementsAre(u"City"));
+    EXPECT_THAT(column(dialog, CConflictDlg::idList, 0), ElementsAre(u"City"));
     EXPECT_THAT(question.ConflictFields1, ElementsAre(ftCity1, ftImage1));
     EXPECT_THAT(question.ConflictFields2, ElementsAre(ftCity1, ftImage1));
     question.SyncImages = false;
@@ -162,8 +164,8 @@ TEST_F(ConflictDlgTest, ARemappedFieldIsNamedInBracketsInTheColumnOfSide2Only)
     question.ChangeMap2 = values({{ftState1, u"Lazio"}});
     CConflictDlg dialog(question);
     dialog.prepare();
-    ASSERT_EQ(control(dialog, 216).rows.size(), 1u);
-    EXPECT_THAT(control(dialog, 216).rows[0].cells, ElementsAre(u"City", u"Paris", u"[State] Lazio"));
+    ASSERT_EQ(control(dialog, CConflictDlg::idList).rows.size(), 1u);
+    EXPECT_THAT(control(dialog, CConflictDlg::idList).rows[0].cells, ElementsAre(u"City", u"Paris", u"[State] Lazio"));
     EXPECT_THAT(question.ConflictFields2, ElementsAre(ftState1));
 }
 
@@ -172,20 +174,21 @@ TEST_F(ConflictDlgTest, AFieldChangedOnOnlyOneSideIsNotListed)
     question.ChangeMap1[ftPhone] = u"1";
     CConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(column(dialog, 216, 0), ElementsAre(u"City"));
+    EXPECT_THAT(column(dialog, CConflictDlg::idList, 0), ElementsAre(u"City"));
 }
 
 TEST_F(ConflictDlgTest, EachChoiceSetsItsResolution)
 {
-    const std::pair<int, LONG> choices[] = {{210, croAddAll}, {212, croTrans1Wins}, {213, croTrans2Wins}};
+    const std::pair<int, LONG> choices[] = {
+        {CConflictDlg::idDuplicate, croAddAll}, {CConflictDlg::idTrans1Wins, croTrans1Wins}, {CConflictDlg::idTrans2Wins, croTrans2Wins}};
     for (const auto& [radio, resolution] : choices) {
         CConflictDlg dialog(question);
         dialog.prepare();
         dialog.choose(radio);
-        EXPECT_TRUE(control(dialog, 215).enabled);
-        dialog.check(215, true);
-        dialog.press(1);
-        EXPECT_EQ(dialog.ending(), 1);
+        EXPECT_TRUE(control(dialog, CConflictDlg::idApplyToAll).enabled);
+        dialog.check(CConflictDlg::idApplyToAll, true);
+        dialog.press(idOk);
+        EXPECT_EQ(dialog.ending(), idOk);
         EXPECT_EQ(question.Resolution, resolution);
         EXPECT_TRUE(question.ApplyToAll);
     }
@@ -193,14 +196,17 @@ TEST_F(ConflictDlgTest, EachChoiceSetsItsResolution)
 
 TEST_F(ConflictDlgTest, ThePresetIsSelected)
 {
-    const std::pair<LONG, int> presets[] = {
-        {croTrans1Wins, 212}, {croTrans2Wins, 213}, {croMerge, 214}, {croAddAll, 210}, {croNotify, 210}};
+    const std::pair<LONG, int> presets[] = {{croTrans1Wins, CConflictDlg::idTrans1Wins},
+                                            {croTrans2Wins, CConflictDlg::idTrans2Wins},
+                                            {croMerge, CConflictDlg::idMerge},
+                                            {croAddAll, CConflictDlg::idDuplicate},
+                                            {croNotify, CConflictDlg::idDuplicate}};
     for (const auto& [resolution, radio] : presets) {
         question.Resolution = resolution;
         CConflictDlg dialog(question);
         dialog.prepare();
         EXPECT_TRUE(control(dialog, radio).checked) << resolution;
-        EXPECT_EQ(control(dialog, 215).enabled, radio != 214);
+        EXPECT_EQ(control(dialog, CConflictDlg::idApplyToAll).enabled, radio != CConflictDlg::idMerge);
     }
 }
 
@@ -209,11 +215,11 @@ TEST_F(ConflictDlgTest, ApplyToAllStaysFalseWithTheManualChoice)
     question.Resolution = croTrans1Wins;
     CConflictDlg dialog(question);
     dialog.prepare();
-    dialog.check(215, true);
-    dialog.choose(214);
-    EXPECT_FALSE(control(dialog, 215).enabled);
-    EXPECT_TRUE(control(dialog, 215).checked);
-    dialog.press(1); // the dialog stays open, because there is no merge component
+    dialog.check(CConflictDlg::idApplyToAll, true);
+    dialog.choose(CConflictDlg::idMerge);
+    EXPECT_FALSE(control(dialog, CConflictDlg::idApplyToAll).enabled);
+    EXPECT_TRUE(control(dialog, CConflictDlg::idApplyToAll).checked);
+    dialog.press(idOk); // the dialog stays open, because there is no merge component
     EXPECT_FALSE(question.ApplyToAll);
     EXPECT_EQ(dialog.ending(), std::nullopt);
 }
@@ -222,13 +228,13 @@ TEST_F(ConflictDlgTest, AMissingMergeComponentIsReportedAndTheDialogStaysOpen)
 {
     CConflictDlg dialog(question);
     dialog.prepare();
-    dialog.press(1);
+    dialog.press(idOk);
     ASSERT_EQ(user.messages.size(), 1u);
     EXPECT_THAT(user.messages[0], mbtest::Begins(u"Error merging conflicts. Error code: 0x80004005. Error message: "));
     EXPECT_EQ(user.messageCaption, u"Mirabook Synchronization");
     EXPECT_EQ(dialog.ending(), std::nullopt);
     dialog.close();
-    EXPECT_EQ(dialog.ending(), 2);
+    EXPECT_EQ(dialog.ending(), idCancel);
 }
 
 TEST_F(ConflictDlgTest, ARecordThatCannotBeReadLeavesEmptyNamesAndTheDialogShows)
@@ -253,9 +259,9 @@ TEST_F(ConflictDlgTest, ACancelFromAStoreDuringTheMergeEndsItWithoutAMessage)
     CConflictDlg dialog(question);
     dialog.prepare();
     s.log().failNext("2 GetTranslatorCaps", E_ABORT);
-    dialog.press(1);
+    dialog.press(idOk);
     EXPECT_TRUE(dialog.cancelledByTranslator());
-    EXPECT_EQ(dialog.ending(), 2);
+    EXPECT_EQ(dialog.ending(), idCancel);
     EXPECT_TRUE(user.messages.empty());
 }
 
@@ -264,8 +270,8 @@ TEST_F(ConflictDlgTest, ATranslatorWithoutFieldsIsShownWithoutNames)
     s.one().options.fieldList = false;
     CConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(control(dialog, 216).rows.at(0).cells, ElementsAre(u"", u"Paris", u"Rome"));
-    dialog.press(1);
+    EXPECT_THAT(control(dialog, CConflictDlg::idList).rows.at(0).cells, ElementsAre(u"", u"Paris", u"Rome"));
+    dialog.press(idOk);
     EXPECT_EQ(user.messages.size(), 1u) << "a merge needs the fields";
     EXPECT_EQ(dialog.ending(), std::nullopt);
 }
@@ -288,8 +294,8 @@ protected:
         CDeleteConflictDlg dialog(question);
         dialog.prepare();
         dialog.choose(radio);
-        dialog.press(1);
-        EXPECT_EQ(dialog.ending(), 1);
+        dialog.press(idOk);
+        EXPECT_EQ(dialog.ending(), idOk);
         return question.Resolution;
     }
     std::u16string id;
@@ -303,15 +309,15 @@ TEST_F(DeleteConflictDlgTest, ItsControlsSayWhoChangedAndWhoDeleted)
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
     EXPECT_EQ(dialog.model().caption, u"Resolve Contact's Change and Deletion");
-    EXPECT_EQ(control(dialog, 209).text,
+    EXPECT_EQ(control(dialog, CDeleteConflictDlg::idMessage).text,
               u"The contact \"Ada Lovelace\" was changed in First and deleted in Second. Please choose an option to resolve the conflict.");
-    EXPECT_EQ(control(dialog, 212).text, u"&Add contact to Second");
-    EXPECT_EQ(control(dialog, 213).text, u"&Delete contact from First");
-    EXPECT_EQ(control(dialog, 221).text, u"Conflict 1 of 1");
-    EXPECT_TRUE(control(dialog, 212).checked);
-    EXPECT_EQ(dialog.model().focus, 212);
-    EXPECT_EQ(dialog.model().find(214), nullptr);
-    EXPECT_EQ(dialog.model().find(210), nullptr);
+    EXPECT_EQ(control(dialog, CDeleteConflictDlg::idAdd).text, u"&Add contact to Second");
+    EXPECT_EQ(control(dialog, CDeleteConflictDlg::idDelete).text, u"&Delete contact from First");
+    EXPECT_EQ(control(dialog, CDeleteConflictDlg::idCounter).text, u"Conflict 1 of 1");
+    EXPECT_TRUE(control(dialog, CDeleteConflictDlg::idAdd).checked);
+    EXPECT_EQ(dialog.model().focus, CDeleteConflictDlg::idAdd);
+    EXPECT_EQ(dialog.model().find(CConflictDlg::idMerge), nullptr);
+    EXPECT_EQ(dialog.model().find(CConflictDlg::idDuplicate), nullptr);
 }
 
 TEST_F(DeleteConflictDlgTest, LongNamesAreCutAndItsCheckBoxIsPreset)
@@ -320,19 +326,19 @@ TEST_F(DeleteConflictDlgTest, LongNamesAreCutAndItsCheckBoxIsPreset)
     question.ApplyToAll = true;
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(control(dialog, 209).text, mbtest::Holds(u"\"" + std::u16string(20, u'x') + u"... Lovelace\""));
-    EXPECT_TRUE(control(dialog, 215).checked);
+    EXPECT_THAT(control(dialog, CDeleteConflictDlg::idMessage).text, mbtest::Holds(u"\"" + std::u16string(20, u'x') + u"... Lovelace\""));
+    EXPECT_TRUE(control(dialog, CDeleteConflictDlg::idApplyToAll).checked);
 }
 
 TEST_F(DeleteConflictDlgTest, TheListShowsEachFieldExceptImages)
 {
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
-    const auto names = column(dialog, 216, 0);
+    const auto names = column(dialog, CDeleteConflictDlg::idList, 0);
     EXPECT_EQ(names.size(), s.one().fields.size() - 2);
     EXPECT_THAT(names, testing::Not(testing::Contains(u"Front image")));
-    EXPECT_THAT(column(dialog, 216, 1), testing::Contains(u"a b"));
-    EXPECT_THAT(column(dialog, 216, 2), testing::Each(u"<Contact deleted>"));
+    EXPECT_THAT(column(dialog, CDeleteConflictDlg::idList, 1), testing::Contains(u"a b"));
+    EXPECT_THAT(column(dialog, CDeleteConflictDlg::idList, 2), testing::Each(u"<Contact deleted>"));
 }
 
 TEST_F(DeleteConflictDlgTest, AFieldThatCannotBeReadIsLeftOut)
@@ -340,31 +346,31 @@ TEST_F(DeleteConflictDlgTest, AFieldThatCannotBeReadIsLeftOut)
     s.log().failOn("ReadField", 3, E_FAIL); // the first two calls read the name
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_EQ(control(dialog, 216).rows.size(), s.one().fields.size() - 3);
+    EXPECT_EQ(control(dialog, CDeleteConflictDlg::idList).rows.size(), s.one().fields.size() - 3);
 }
 
 TEST_F(DeleteConflictDlgTest, AddMeansTheChangedSideWinsAndDeleteTheOtherSide)
 {
-    EXPECT_EQ(answer(212), croTrans1Wins);
-    EXPECT_EQ(answer(213), croTrans2Wins);
+    EXPECT_EQ(answer(CDeleteConflictDlg::idAdd), croTrans1Wins);
+    EXPECT_EQ(answer(CDeleteConflictDlg::idDelete), croTrans2Wins);
     question.DeletedSide = idTrans1;
-    EXPECT_EQ(answer(212), croTrans2Wins);
-    EXPECT_EQ(answer(213), croTrans1Wins);
+    EXPECT_EQ(answer(CDeleteConflictDlg::idAdd), croTrans2Wins);
+    EXPECT_EQ(answer(CDeleteConflictDlg::idDelete), croTrans1Wins);
 }
 
 TEST_F(DeleteConflictDlgTest, ApplyToAllComesFromItsCheckBoxAndCancelKeepsTheQuestion)
 {
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
-    dialog.check(215, true);
-    dialog.press(2);
-    EXPECT_EQ(dialog.ending(), 2);
+    dialog.check(CDeleteConflictDlg::idApplyToAll, true);
+    dialog.press(idCancel);
+    EXPECT_EQ(dialog.ending(), idCancel);
     EXPECT_FALSE(question.ApplyToAll);
     EXPECT_EQ(question.Resolution, croTrans1Wins) << "unchanged";
     CDeleteConflictDlg again(question);
     again.prepare();
-    again.check(215, true);
-    again.press(1);
+    again.check(CDeleteConflictDlg::idApplyToAll, true);
+    again.press(idOk);
     EXPECT_TRUE(question.ApplyToAll);
 }
 
@@ -373,6 +379,6 @@ TEST_F(DeleteConflictDlgTest, ARecordThatCannotBeReadLeavesTheListEmpty)
     s.one().remove(id);
     CDeleteConflictDlg dialog(question);
     dialog.prepare();
-    EXPECT_THAT(control(dialog, 216).rows, IsEmpty());
-    EXPECT_THAT(control(dialog, 209).text, mbtest::Begins(u"The contact \"\" was changed"));
+    EXPECT_THAT(control(dialog, CDeleteConflictDlg::idList).rows, IsEmpty());
+    EXPECT_THAT(control(dialog, CDeleteConflictDlg::idMessage).text, mbtest::Begins(u"The contact \"\" was changed"));
 }

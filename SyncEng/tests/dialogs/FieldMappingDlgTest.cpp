@@ -7,6 +7,8 @@ namespace {
 
 using mb::CFieldMappingDlg;
 using mb::Dialog;
+using mb::idCancel;
+using mb::idOk;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -23,7 +25,7 @@ protected:
         user.script.emplace_back(std::move(acts));
         return s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE);
     }
-    static const mb::Control& list(const Dialog& dialog) { return *dialog.model().find(1038); }
+    static const mb::Control& list(const Dialog& dialog) { return *dialog.model().find(CFieldMappingDlg::idList); }
     // Returns each row as "left|right", with a star in front if the row is checked.
     static std::vector<std::u16string> rows(const Dialog& dialog)
     {
@@ -92,7 +94,7 @@ TEST_F(FieldMappingDlgTest, TwoStoresWithOneNameAreShownWithTheirPlaces)
 TEST_F(FieldMappingDlgTest, ARowWithoutALeftFieldCannotBeDragged)
 {
     (void)edit([](Dialog& dialog) {
-        EXPECT_FALSE(dialog.beginDrag(1038, 4));
+        EXPECT_FALSE(dialog.beginDrag(CFieldMappingDlg::idList, 4));
         dialog.drop(0);
         EXPECT_EQ(rows(dialog).at(0), u"*Given|First");
     });
@@ -103,7 +105,7 @@ TEST_F(FieldMappingDlgTest, DroppingARowOnItselfOrOutsideChangesNothing)
     (void)edit([](Dialog& dialog) {
         const auto before = rows(dialog);
         for (const int target : {2, -1, 99}) {
-            EXPECT_TRUE(dialog.beginDrag(1038, 2));
+            EXPECT_TRUE(dialog.beginDrag(CFieldMappingDlg::idList, 2));
             dialog.drop(target);
             EXPECT_EQ(rows(dialog), before);
         }
@@ -115,11 +117,11 @@ TEST_F(FieldMappingDlgTest, DroppingARowOnItselfOrOutsideChangesNothing)
 TEST_F(FieldMappingDlgTest, DroppingSwapsTheLeftFieldsAndUpdatesTheCheckBoxes)
 {
     (void)edit([](Dialog& dialog) {
-        EXPECT_TRUE(dialog.beginDrag(1038, 2));
+        EXPECT_TRUE(dialog.beginDrag(CFieldMappingDlg::idList, 2));
         dialog.drop(4);
         EXPECT_EQ(rows(dialog).at(2), u"(no field)|Fax");
         EXPECT_EQ(rows(dialog).at(4), u"*Phone|Mobile");
-        EXPECT_TRUE(dialog.beginDrag(1038, 0));
+        EXPECT_TRUE(dialog.beginDrag(CFieldMappingDlg::idList, 0));
         dialog.drop(2);
         EXPECT_EQ(rows(dialog).at(0), u"(no field)|First");
         EXPECT_EQ(rows(dialog).at(2), u"*Given|Fax");
@@ -130,7 +132,7 @@ TEST_F(FieldMappingDlgTest, DroppingAFieldOnAFieldOfAnotherTypeIsRefusedWithBoth
 {
     (void)edit([](Dialog& dialog) {
         const auto before = rows(dialog);
-        EXPECT_TRUE(dialog.beginDrag(1038, 0));
+        EXPECT_TRUE(dialog.beginDrag(CFieldMappingDlg::idList, 0));
         dialog.drop(3);
         EXPECT_EQ(rows(dialog), before);
     });
@@ -141,14 +143,14 @@ TEST_F(FieldMappingDlgTest, DroppingAFieldOnAFieldOfAnotherTypeIsRefusedWithBoth
 TEST_F(FieldMappingDlgTest, ARowWithoutTwoFieldsOrOfTwoTypesCannotBeChecked)
 {
     (void)edit([this](Dialog& dialog) {
-        dialog.select(1038, 4);
-        dialog.checkRow(1038, 4, true);
+        dialog.select(CFieldMappingDlg::idList, 4);
+        dialog.checkRow(CFieldMappingDlg::idList, 4, true);
         EXPECT_EQ(rows(dialog).at(4), u"(no field)|Mobile");
         EXPECT_EQ(list(dialog).selection, -1);
         EXPECT_THAT(user.messages, IsEmpty());
-        dialog.checkRow(1038, 3, true);
+        dialog.checkRow(CFieldMappingDlg::idList, 3, true);
         EXPECT_EQ(rows(dialog).at(3), u"Born|Pager");
-        dialog.checkRow(1038, 2, true);
+        dialog.checkRow(CFieldMappingDlg::idList, 2, true);
         EXPECT_EQ(rows(dialog).at(2), u"*Phone|Fax");
     });
     EXPECT_THAT(user.messages, ElementsAre(u"Cannot map a field of type \"Born\" (Date/Time) to a field of type \"Pager\" (String)."));
@@ -161,7 +163,7 @@ TEST_F(FieldMappingDlgTest, OkWithoutAChangeWritesANewFieldMapWithTheSameEntries
     const auto history = s.folder.read(s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml"));
     const auto before = pairs();
     const GUID old = fieldMap();
-    EXPECT_EQ(edit([](Dialog& dialog) { dialog.press(1); }), S_OK);
+    EXPECT_EQ(edit([](Dialog& dialog) { dialog.press(idOk); }), S_OK);
     EXPECT_EQ(pairs(), before);
     EXPECT_NE(fieldMap(), old);
     EXPECT_EQ(updated(), 0);
@@ -175,8 +177,8 @@ TEST_F(FieldMappingDlgTest, UncheckingAPairSetsChangedAndMarksTheHistory)
     const auto file = s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml");
     const auto history = s.folder.read(file);
     EXPECT_EQ(edit([](Dialog& dialog) {
-                  dialog.checkRow(1038, 1, false);
-                  dialog.press(1);
+                  dialog.checkRow(CFieldMappingDlg::idList, 1, false);
+                  dialog.press(idOk);
               }),
               S_OK);
     EXPECT_THAT(pairs(), ElementsAre(u"Given|First"));
@@ -191,8 +193,8 @@ TEST_F(FieldMappingDlgTest, WithoutTheFlagTheHistoryIsNotMarked)
     const auto file = s.folder.data() / (std::filesystem::path(com::guidText(s.map())) += ".xml");
     const auto history = s.folder.read(file);
     user.script.emplace_back([](Dialog& dialog) {
-        dialog.checkRow(1038, 1, false);
-        dialog.press(1);
+        dialog.checkRow(CFieldMappingDlg::idList, 1, false);
+        dialog.press(idOk);
     });
     EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_FALSE), S_OK);
     EXPECT_EQ(updated(), 1);
@@ -202,8 +204,8 @@ TEST_F(FieldMappingDlgTest, WithoutTheFlagTheHistoryIsNotMarked)
 TEST_F(FieldMappingDlgTest, AMapThatWasNeverRunHasNoHistoryToMark)
 {
     EXPECT_EQ(edit([](Dialog& dialog) {
-                  dialog.checkRow(1038, 1, false);
-                  dialog.press(1);
+                  dialog.checkRow(CFieldMappingDlg::idList, 1, false);
+                  dialog.press(idOk);
               }),
               S_OK);
 }
@@ -222,8 +224,8 @@ TEST_F(FieldMappingDlgTest, DynamicFieldsAreNumberedAgainAtEachOpening)
 TEST_F(FieldMappingDlgTest, AnAddedPairSetsChanged)
 {
     (void)edit([](Dialog& dialog) {
-        dialog.checkRow(1038, 2, true);
-        dialog.press(1);
+        dialog.checkRow(CFieldMappingDlg::idList, 2, true);
+        dialog.press(idOk);
     });
     EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City", u"Phone|Fax"));
     EXPECT_EQ(updated(), 1);
@@ -233,8 +235,8 @@ TEST_F(FieldMappingDlgTest, CancelWritesNothing)
 {
     const GUID old = fieldMap();
     EXPECT_EQ(edit([](Dialog& dialog) {
-                  dialog.checkRow(1038, 0, false);
-                  dialog.press(2);
+                  dialog.checkRow(CFieldMappingDlg::idList, 0, false);
+                  dialog.press(idCancel);
               }),
               S_FALSE);
     EXPECT_EQ(fieldMap(), old);
@@ -244,19 +246,19 @@ TEST_F(FieldMappingDlgTest, CancelWritesNothing)
 TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredFieldMapAndCancelRestoresTheFormerEntries)
 {
     (void)edit([](Dialog& dialog) {
-        dialog.checkRow(1038, 1, false);
-        dialog.checkRow(1038, 2, true);
-        dialog.press(1);
+        dialog.checkRow(CFieldMappingDlg::idList, 1, false);
+        dialog.checkRow(CFieldMappingDlg::idList, 2, true);
+        dialog.press(idOk);
     });
     const auto opening = pairs();
     ASSERT_THAT(opening, ElementsAre(u"Given|First", u"Phone|Fax"));
     std::size_t maps = 0;
     EXPECT_EQ(edit([&](Dialog& dialog) {
-                  dialog.press(1039);
+                  dialog.press(CFieldMappingDlg::idReset);
                   EXPECT_THAT(pairs(), ElementsAre(u"Given|First", u"Town|City"));
                   EXPECT_EQ(rows(dialog).at(1), u"*Town|City");
                   maps = fieldMapCount();
-                  dialog.press(2);
+                  dialog.press(idCancel);
               }),
               S_FALSE);
     EXPECT_EQ(fieldMapCount(), maps) << "one field map is created and one is deleted";
@@ -267,7 +269,7 @@ TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredFieldMapAndCancelRestoresTheFo
 TEST_F(FieldMappingDlgTest, AMapThatWasMarkedUpdatedStaysMarked)
 {
     ASSERT_EQ(fieldMaps()->SetFieldMapUpdated(fieldMap(), 1), S_OK);
-    EXPECT_EQ(edit([](Dialog& dialog) { dialog.press(1); }), S_OK);
+    EXPECT_EQ(edit([](Dialog& dialog) { dialog.press(idOk); }), S_OK);
     EXPECT_EQ(updated(), 1);
 }
 
@@ -284,7 +286,7 @@ TEST_F(FieldMappingDlgTest, ATranslatorThatListsNoFieldsLeavesTheListEmptyAndThe
     s.two().options.fieldList = false;
     EXPECT_TRUE(FAILED(edit([](Dialog& dialog) {
         EXPECT_THAT(list(dialog).rows, IsEmpty());
-        dialog.press(1);
+        dialog.press(idOk);
     })));
     EXPECT_EQ(pairs(), before);
 }
@@ -295,9 +297,9 @@ TEST_F(FieldMappingDlgTest, AMapThatCannotBeSavedIsAFailure)
     std::filesystem::rename(file, aside);
     std::filesystem::create_directories(file / "in the way");
     EXPECT_TRUE(FAILED(edit([](Dialog& dialog) {
-        dialog.checkRow(1038, 1, false);
-        dialog.press(1);
-        EXPECT_EQ(dialog.ending(), 1);
+        dialog.checkRow(CFieldMappingDlg::idList, 1, false);
+        dialog.press(idOk);
+        EXPECT_EQ(dialog.ending(), idOk);
     })));
     std::filesystem::remove_all(file);
     std::filesystem::rename(aside, file);
@@ -313,9 +315,9 @@ TEST_F(FieldMappingDlgTest, WithoutTheFieldMapClassResetAndOkDoNothing)
     {
         const mb::ClassOverride hidden(missing);
         EXPECT_TRUE(FAILED(edit([](Dialog& dialog) {
-            dialog.press(1039);
+            dialog.press(CFieldMappingDlg::idReset);
             EXPECT_THAT(list(dialog).rows, IsEmpty());
-            dialog.press(1);
+            dialog.press(idOk);
         })));
     }
     EXPECT_EQ(pairs(), before);

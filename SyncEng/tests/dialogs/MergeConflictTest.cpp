@@ -13,6 +13,7 @@ namespace {
 
 using mb::ConflictQuestion;
 using mb::FieldValueMap;
+using mb::idOk;
 using mb::MergedField;
 using mbtest::told;
 using testing::ElementsAre;
@@ -124,14 +125,14 @@ TEST_F(MergeConflictTest, ACancelledMergeLeavesTheDialogOpenAndTheMapsUnchanged)
     told.merged = u"City\tOslo";
     mb::CConflictDlg dialog(question);
     dialog.prepare();
-    dialog.press(1);
+    dialog.press(idOk);
     EXPECT_EQ(dialog.ending(), std::nullopt);
     EXPECT_THAT(user.messages, IsEmpty());
     EXPECT_EQ(question.ChangeMap1, values({{ftCity1, u"Paris"}}));
     EXPECT_EQ(question.ChangeMap2, values({{ftCity1, u"Rome"}}));
     told.result = 0;
-    dialog.press(1);
-    EXPECT_EQ(dialog.ending(), 1);
+    dialog.press(idOk);
+    EXPECT_EQ(dialog.ending(), idOk);
     EXPECT_EQ(question.Resolution, croMerge);
 }
 
@@ -140,7 +141,7 @@ TEST_F(MergeConflictTest, AFailureOfTheComponentIsShownWithItsCode)
     told.shown = E_OUTOFMEMORY;
     mb::CConflictDlg dialog(question);
     dialog.prepare();
-    dialog.press(1);
+    dialog.press(idOk);
     ASSERT_EQ(user.messages.size(), 1u);
     EXPECT_THAT(user.messages[0], mbtest::Holds(u"0x8007000e"));
     EXPECT_EQ(dialog.ending(), std::nullopt);

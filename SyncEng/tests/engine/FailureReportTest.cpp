@@ -316,12 +316,12 @@ TEST_F(FailureReport, TheNumberIsShownOfACodeThatIsAWholeNumber)
 TEST_F(FailureReport, TheTextIsALineOfTheFailures)
 {
     mb::RunState run;
-    for (const DWORD level : {1u | 8u, 4u}) {
-        run.error.LastErrorMessage1 = level == 4 ? u"100%s heard" : u"not heard";
+    for (const DWORD level : {mb::logProgress | mb::logHostText, mb::logFailures}) {
+        run.error.LastErrorMessage1 = level == mb::logFailures ? u"100%s heard" : u"not heard";
         mb::LogLevelMask = level;
         (void)reportSilently(run, engineCode(0x204));
     }
-    mb::LogLevelMask = 15;
+    mb::LogLevelMask = mb::logProgress | mb::logFailures | mb::logHostText;
     EXPECT_THAT(s.logText(), HasSubstr("100%s heard"));
     EXPECT_THAT(s.logText(), Not(HasSubstr("not heard")));
 }

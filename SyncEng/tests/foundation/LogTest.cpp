@@ -23,7 +23,7 @@ protected:
     Log()
     {
         ResetLog();
-        LogLevelMask = 15;
+        LogLevelMask = logProgress | logFailures | logHostText;
     }
     ~Log() override
     {
@@ -78,13 +78,13 @@ TEST_F(Log, ALineWithoutASharedBitWritesOnlyTheHeader)
     open();
     WriteLogText(logEnumeration, u"diagnostics");
     EXPECT_EQ(lines(), "");
-    WriteLogText(16 | 4, u"failure");
+    WriteLogText(logEnumeration | logFailures, u"failure");
     EXPECT_EQ(lines(), "failure\r\n");
 }
 
 TEST_F(Log, Level16WritesDiagnosticsAndNoProgress)
 {
-    LogLevelMask = 16;
+    LogLevelMask = logEnumeration;
     open();
     WriteLogText(logProgress, u"progress");
     WriteLogText(logEnumeration, u"diagnostics");
@@ -223,7 +223,7 @@ TEST_F(Log, TextOfPlugInsIsWrittenAtLevel8AsAFormat)
     EXPECT_EQ(log->AppendString(com::Bstr(u"plug-in").get()), S_OK);
     EXPECT_EQ(log->AppendString(com::Bstr(u"50%% of %s%d%n").get()), S_OK);
     EXPECT_EQ(log->AppendString(nullptr), S_OK);
-    LogLevelMask = 7;
+    LogLevelMask = ~logHostText;
     EXPECT_EQ(log->AppendString(com::Bstr(u"unheard").get()), S_OK);
     EXPECT_EQ(lines(), "plug-in\r\n50% of %n\r\n\r\n");
 }

@@ -97,10 +97,11 @@ TEST_F(MbScript, AScriptGetsItsArgumentsAndItsResultIsTheExitCode)
 TEST_F(MbScript, AScriptCanUseBothStoresOfAUsersMap)
 {
     const std::wstring map = addMap();
-    putText(script, "Sub Main()\r\n  Dim test, side, store, id\r\n  Set test = CreateObject(\"MBSync.SyncAutoTest.1\")\r\n"
-                    "  For side = 1 To 2\r\n    test.BeginUpdate Arguments(0), side, store\r\n    test.AddRecord store, id\r\n"
-                    "    test.WriteField store, id, 2, \"Side\" & side\r\n    test.SaveRecord store, id\r\n"
-                    "    test.EndUpdate store, False\r\n  Next\r\nEnd Sub");
+    putText(script,
+            "Const firstName = 2\r\nSub Main()\r\n  Dim test, side, store, id\r\n  Set test = CreateObject(\"MBSync.SyncAutoTest.1\")\r\n"
+            "  For side = 1 To 2\r\n    test.BeginUpdate Arguments(0), side, store\r\n    test.AddRecord store, id\r\n"
+            "    test.WriteField store, id, firstName, \"Side\" & side\r\n    test.SaveRecord store, id\r\n"
+            "    test.EndUpdate store, False\r\n  Next\r\nEnd Sub");
     const Ended ended = mb({L"run", script.native(), L"--", map});
     EXPECT_EQ(ended.code, 0u) << ended.output;
     EXPECT_FALSE(cardWith(one, "Side1").empty());

@@ -120,7 +120,7 @@ TEST_F(LaterVersion, TheRefusalIsLoggedAsAFailure)
 {
     put(file, plainLater);
     const fs::path log = folder.path() / "test.log";
-    for (const DWORD level : {4u, 27u}) {
+    for (const DWORD level : {logFailures, ~logFailures}) {
         LogLevelMask = level;
         ResetLog();
         fs::remove(log);
@@ -128,7 +128,7 @@ TEST_F(LaterVersion, TheRefusalIsLoggedAsAFailure)
         EXPECT_EQ(StoreFile().Open(file, true), storeOfLaterVersion);
         CloseLog();
         LogLevelMask = 0;
-        EXPECT_EQ(folder.read(log).find(sentenceFor(file, "5")) != std::string::npos, level == 4) << level;
+        EXPECT_EQ(folder.read(log).find(sentenceFor(file, "5")) != std::string::npos, level == logFailures) << level;
     }
 }
 

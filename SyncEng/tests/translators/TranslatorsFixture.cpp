@@ -26,7 +26,7 @@ TranslatorsTest::TranslatorsTest() : objectsBefore_(com::moduleLocks)
     mb::SetClassTable(rows);
     std::filesystem::create_directories(folder.data());
     com::check(mb::OpenConfigStore(folder.data() / "MBSync.xml"));
-    mb::LogLevelMask = 31;
+    mb::LogLevelMask = mb::logProgress | mb::logFailures | mb::logHostText | mb::logEnumeration;
     mb::ResetLog();
     mb::OpenLog(folder.data() / "MBSync.log", 1024);
     plugin1->name = "1";

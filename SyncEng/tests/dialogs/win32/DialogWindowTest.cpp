@@ -10,6 +10,14 @@
 
 namespace {
 
+using mb::CChangeDetailsDlg;
+using mb::CConfirmationDlg;
+using mb::CConflictDlg;
+using mb::CDeleteConflictDlg;
+using mb::CDetailsDlg;
+using mb::idCancel;
+using mb::idOk;
+using mb::idReSync;
 using mbtest::eventually;
 using mbtest::List;
 using mbtest::Window;
@@ -92,15 +100,17 @@ TEST_F(DialogWindowTest, AConflictIsShownAndAnsweredByARadio)
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Resolve Conflicting Changes");
                        expectShown(dialog, window);
-                       EXPECT_THAT(window.tabOrder(), ElementsAre(214, 1, 2, 207, 216)) << "215 is disabled";
+                       EXPECT_THAT(window.tabOrder(),
+                                   ElementsAre(CConflictDlg::idMerge, idOk, idCancel, CConflictDlg::idHelp, CConflictDlg::idList))
+                           << "the box that applies the answer to all is disabled";
                        window.keepPicture("conflict");
-                       window.choose(213);
-                       EXPECT_TRUE(window.isChecked(213));
-                       EXPECT_FALSE(window.isChecked(214));
-                       EXPECT_TRUE(window.isEnabled(215));
-                       window.choose(215);
-                       EXPECT_TRUE(window.isChecked(215));
-                       window.press(1);
+                       window.choose(CConflictDlg::idTrans2Wins);
+                       EXPECT_TRUE(window.isChecked(CConflictDlg::idTrans2Wins));
+                       EXPECT_FALSE(window.isChecked(CConflictDlg::idMerge));
+                       EXPECT_TRUE(window.isEnabled(CConflictDlg::idApplyToAll));
+                       window.choose(CConflictDlg::idApplyToAll);
+                       EXPECT_TRUE(window.isChecked(CConflictDlg::idApplyToAll));
+                       window.press(idOk);
                    }),
               mb::idOk);
     EXPECT_EQ(question.Resolution, croTrans2Wins);
@@ -117,12 +127,12 @@ TEST_F(DialogWindowTest, TheManualChoiceDisablesApplyToAll)
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Resolve Conflicting Changes");
                        expectShown(dialog, window);
-                       window.choose(214);
-                       EXPECT_FALSE(window.isEnabled(215));
-                       window.choose(210);
-                       EXPECT_TRUE(window.isEnabled(215));
-                       EXPECT_TRUE(window.isChecked(215));
-                       window.press(2);
+                       window.choose(CConflictDlg::idMerge);
+                       EXPECT_FALSE(window.isEnabled(CConflictDlg::idApplyToAll));
+                       window.choose(CConflictDlg::idDuplicate);
+                       EXPECT_TRUE(window.isEnabled(CConflictDlg::idApplyToAll));
+                       EXPECT_TRUE(window.isChecked(CConflictDlg::idApplyToAll));
+                       window.press(idCancel);
                    }),
               mb::idCancel);
 }
@@ -134,10 +144,10 @@ TEST_F(DialogWindowTest, AFailedMergeIsReportedAndTheDialogStaysOpen)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Resolve Conflicting Changes");
-                       window.press(1);
+                       window.press(idOk);
                        EXPECT_THAT(actor.answerMessage(), mbtest::Begins(u"Error merging conflicts. Error code: 0x"));
                        eventually("the dialog again", [&] { return IsWindowEnabled(window.handle()) != FALSE; });
-                       window.press(2);
+                       window.press(idCancel);
                    }),
               mb::idCancel);
 }
@@ -157,11 +167,11 @@ TEST_F(DialogWindowTest, AChangeAgainstADeletionIsShownAndAnswered)
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Resolve Contact's Change and Deletion");
                        expectShown(dialog, window);
-                       EXPECT_EQ(window.focus(), 212);
-                       EXPECT_FALSE(window.has(214) || window.has(210));
+                       EXPECT_EQ(window.focus(), CDeleteConflictDlg::idAdd);
+                       EXPECT_FALSE(window.has(CConflictDlg::idMerge) || window.has(CConflictDlg::idDuplicate));
                        window.keepPicture("delete-conflict");
-                       window.choose(213);
-                       window.press(1);
+                       window.choose(CDeleteConflictDlg::idDelete);
+                       window.press(idOk);
                    }),
               mb::idOk);
     EXPECT_EQ(question.Resolution, croTrans2Wins) << "the side that deleted the contact wins";
@@ -175,10 +185,12 @@ TEST_F(DialogWindowTest, TheSummaryIsShownAndConfirmed)
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Confirm Changes");
                        expectShown(dialog, window);
-                       EXPECT_THAT(window.tabOrder(), ElementsAre(1, 2, 201, 203, 202)) << "Re-Sync is disabled";
+                       EXPECT_THAT(window.tabOrder(), ElementsAre(idOk, idCancel, CConfirmationDlg::idHelp, CConfirmationDlg::idSummary,
+                                                                  CConfirmationDlg::idViewDetails))
+                           << "Re-Sync is disabled";
                        window.keepPicture("confirmation");
-                       window.press(3);
-                       window.press(1);
+                       window.press(idReSync);
+                       window.press(idOk);
                    }),
               mb::idOk);
 }
@@ -188,7 +200,7 @@ TEST_F(DialogWindowTest, ReSyncEndsTheSummaryIfItIsAllowed)
     mb::PlannedChanges planned = changes();
     planned.AllowReSync = true;
     mb::CConfirmationDlg dialog(planned);
-    EXPECT_EQ(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(3); }), mb::idReSync);
+    EXPECT_EQ(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(idReSync); }), mb::idReSync);
 }
 
 TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOnlyOneListHasASelection)
@@ -199,7 +211,7 @@ TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOnlyOneListHasASelection)
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Details");
                        expectShown(dialog, window);
-                       const List first = window.list(205), second = window.list(208);
+                       const List first = window.list(CDetailsDlg::idList1), second = window.list(CDetailsDlg::idList2);
                        EXPECT_EQ(first.arrows(), "^   ");
                        const auto widths = first.widths();
                        first.clickHeader(1);
@@ -214,14 +226,14 @@ TEST_F(DialogWindowTest, DetailsAreSortedByHeaderAndOnlyOneListHasASelection)
                        first.clickRow(2);
                        EXPECT_EQ(first.selection(), 2);
                        EXPECT_EQ(second.selection(), -1);
-                       EXPECT_TRUE(window.isEnabled(218)) << "a change";
+                       EXPECT_TRUE(window.isEnabled(CDetailsDlg::idViewChanges)) << "a change";
                        first.clickHeader(2);
                        EXPECT_EQ(first.cell(first.selection(), 1), u"Augusta") << "the selection stays on its contact";
                        window.keepPicture("details");
                        second.clickRow(0);
                        EXPECT_EQ(first.selection(), -1);
-                       EXPECT_FALSE(window.isEnabled(218)) << "a deletion";
-                       window.press(1);
+                       EXPECT_FALSE(window.isEnabled(CDetailsDlg::idViewChanges)) << "a deletion";
+                       window.press(idOk);
                    }),
               mb::idOk);
 }
@@ -233,22 +245,23 @@ TEST_F(DialogWindowTest, TheChangesOfAContactOpenFromTheSummary)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window summary = actor.window(u"Confirm Changes");
-                       summary.press(202);
+                       summary.press(CConfirmationDlg::idViewDetails);
                        const Window details = actor.window(u"Details");
                        EXPECT_FALSE(IsWindowEnabled(summary.handle())) << "disabled while the inner window is open";
-                       details.list(205).clickRow(2);
-                       details.press(218);
+                       details.list(CDetailsDlg::idList1).clickRow(2);
+                       details.press(CDetailsDlg::idViewChanges);
                        const Window contact = actor.window(u"Contact Changes");
-                       EXPECT_THAT(contact.text(219), mbtest::Holds(u"\"Ada Lovelace\" in First"));
-                       EXPECT_THAT(contact.list(220).headers(), ElementsAre(u"Field Name", u"Current Value", u"New Value"));
-                       EXPECT_THAT(contact.list(220).column(2), ElementsAre(u"Augusta", u"Rome"));
+                       EXPECT_THAT(contact.text(CChangeDetailsDlg::idMessage), mbtest::Holds(u"\"Ada Lovelace\" in First"));
+                       EXPECT_THAT(contact.list(CChangeDetailsDlg::idList).headers(),
+                                   ElementsAre(u"Field Name", u"Current Value", u"New Value"));
+                       EXPECT_THAT(contact.list(CChangeDetailsDlg::idList).column(2), ElementsAre(u"Augusta", u"Rome"));
                        EXPECT_FALSE(contact.isVisible(2));
                        contact.keepPicture("change-details");
-                       contact.press(1);
+                       contact.press(idOk);
                        (void)actor.window(u"Details");
                        details.close();
                        (void)actor.window(u"Confirm Changes");
-                       summary.press(1);
+                       summary.press(idOk);
                    }),
               mb::idOk);
 }
@@ -262,13 +275,13 @@ TEST_F(DialogWindowTest, KeysChooseAndPress)
                        const Window window = actor.window(u"Resolve Conflicting Changes");
                        SetForegroundWindow(window.handle());
                        mbtest::typeKey('D', true); // Create a &duplicate contact
-                       eventually("the duplicate chosen", [&] { return window.isChecked(210); });
+                       eventually("the duplicate chosen", [&] { return window.isChecked(CConflictDlg::idDuplicate); });
                        mbtest::typeKey(VK_DOWN);
-                       eventually("the next radio chosen", [&] { return window.isChecked(212); });
+                       eventually("the next radio chosen", [&] { return window.isChecked(CConflictDlg::idTrans1Wins); });
                        mbtest::typeKey(VK_TAB);
-                       eventually("the focus on the box", [&] { return window.focus() == 215; });
+                       eventually("the focus on the box", [&] { return window.focus() == CConflictDlg::idApplyToAll; });
                        mbtest::typeKey(VK_SPACE);
-                       eventually("the box checked", [&] { return window.isChecked(215); });
+                       eventually("the box checked", [&] { return window.isChecked(CConflictDlg::idApplyToAll); });
                        mbtest::typeKey(VK_RETURN);
                    }),
               mb::idOk);
@@ -297,12 +310,13 @@ TEST_F(DialogWindowTest, NoValueDisturbsTheWindow)
     mb::CConflictDlg dialog(question);
     (void)show(dialog, [&](WindowUser& actor) {
         const Window window = actor.window(u"Resolve Conflicting Changes");
-        EXPECT_THAT(window.text(209), mbtest::Holds(u"\"Ada R&D \uFFFDevil\""));
-        EXPECT_TRUE(GetWindowLongPtrW(window.part(209), GWL_STYLE) & SS_NOPREFIX) << "an & is shown as it is";
-        EXPECT_THAT(window.list(216).column(1), ElementsAre(std::u16string(100, u'\u6f22') + u"...", u"a\uFFFDb c\uFFFD[2J"));
-        EXPECT_THAT(window.list(216).column(2), ElementsAre(u"A & B", u"\u05e9\u05dc\u05d5\u05dd (world)"));
+        EXPECT_THAT(window.text(CConflictDlg::idMessage), mbtest::Holds(u"\"Ada R&D \uFFFDevil\""));
+        EXPECT_TRUE(GetWindowLongPtrW(window.part(CConflictDlg::idMessage), GWL_STYLE) & SS_NOPREFIX) << "an & is shown as it is";
+        EXPECT_THAT(window.list(CConflictDlg::idList).column(1),
+                    ElementsAre(std::u16string(100, u'\u6f22') + u"...", u"a\uFFFDb c\uFFFD[2J"));
+        EXPECT_THAT(window.list(CConflictDlg::idList).column(2), ElementsAre(u"A & B", u"\u05e9\u05dc\u05d5\u05dd (world)"));
         window.keepPicture("conflict-odd-texts");
-        window.press(2);
+        window.press(idCancel);
     });
 }
 
@@ -315,12 +329,13 @@ TEST_F(DialogWindowTest, NamesOf10000CharactersAreShownAsFarAsTheyFit)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Details");
-                       EXPECT_EQ(window.list(205).cell(2, 1), std::u16string(258, u'x')) << "a surrogate pair is not split";
-                       window.list(205).clickRow(2);
-                       window.press(218);
-                       actor.window(u"Contact Changes").press(1);
+                       EXPECT_EQ(window.list(CDetailsDlg::idList1).cell(2, 1), std::u16string(258, u'x'))
+                           << "a surrogate pair is not split";
+                       window.list(CDetailsDlg::idList1).clickRow(2);
+                       window.press(CDetailsDlg::idViewChanges);
+                       actor.window(u"Contact Changes").press(idOk);
                        (void)actor.window(u"Details");
-                       window.press(1);
+                       window.press(idOk);
                    }),
               mb::idOk);
 }
@@ -335,10 +350,10 @@ TEST_F(DialogWindowTest, AListOf10000RowsOpensAtOnce)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Details");
-                       EXPECT_EQ(window.list(205).rowCount(), 10001);
-                       window.list(205).clickHeader(2);
-                       EXPECT_EQ(window.list(205).cell(0, 2), u"Adams");
-                       window.press(1);
+                       EXPECT_EQ(window.list(CDetailsDlg::idList1).rowCount(), 10001);
+                       window.list(CDetailsDlg::idList1).clickHeader(2);
+                       EXPECT_EQ(window.list(CDetailsDlg::idList1).cell(0, 2), u"Adams");
+                       window.press(idOk);
                    }),
               mb::idOk);
 }
@@ -350,7 +365,7 @@ TEST_F(DialogWindowTest, ALargerWindowShowsMoreOfItsLists)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Resolve Conflicting Changes");
-                       const List list = window.list(216);
+                       const List list = window.list(CConflictDlg::idList);
                        const auto placeOf = [&](int id) {
                            RECT rect{};
                            GetWindowRect(window.part(id), &rect);
@@ -359,22 +374,23 @@ TEST_F(DialogWindowTest, ALargerWindowShowsMoreOfItsLists)
                        };
                        RECT frame{};
                        GetWindowRect(window.handle(), &frame);
-                       const RECT listBefore = placeOf(216), radioBefore = placeOf(214), okBefore = placeOf(1);
+                       const RECT listBefore = placeOf(CConflictDlg::idList), radioBefore = placeOf(CConflictDlg::idMerge),
+                                  okBefore = placeOf(idOk);
                        const int cutBefore = list.widths()[2];
                        SetWindowPos(window.handle(), nullptr, 0, 0, static_cast<int>(frame.right - frame.left) + 300,
                                     static_cast<int>(frame.bottom - frame.top) + 90, SWP_NOZORDER | SWP_NOMOVE);
-                       EXPECT_EQ(placeOf(216).right, listBefore.right + 300);
-                       EXPECT_EQ(placeOf(216).bottom, listBefore.bottom + 90);
-                       EXPECT_EQ(placeOf(214).top, radioBefore.top + 90);
-                       EXPECT_EQ(placeOf(214).left, radioBefore.left);
-                       EXPECT_EQ(placeOf(1).left, okBefore.left + 300);
-                       EXPECT_EQ(placeOf(1).top, okBefore.top + 90);
+                       EXPECT_EQ(placeOf(CConflictDlg::idList).right, listBefore.right + 300);
+                       EXPECT_EQ(placeOf(CConflictDlg::idList).bottom, listBefore.bottom + 90);
+                       EXPECT_EQ(placeOf(CConflictDlg::idMerge).top, radioBefore.top + 90);
+                       EXPECT_EQ(placeOf(CConflictDlg::idMerge).left, radioBefore.left);
+                       EXPECT_EQ(placeOf(idOk).left, okBefore.left + 300);
+                       EXPECT_EQ(placeOf(idOk).top, okBefore.top + 90);
                        EXPECT_GT(list.widths()[2], cutBefore);
                        expectColumnsInSight(list);
                        window.keepPicture("conflict-enlarged");
                        ListView_SetColumnWidth(list.window(), 1, 50);
                        SetWindowPos(window.handle(), nullptr, 0, 0, 10, 10, SWP_NOZORDER | SWP_NOMOVE);
-                       EXPECT_EQ(placeOf(216).right, listBefore.right) << "the window is never smaller than its template";
+                       EXPECT_EQ(placeOf(CConflictDlg::idList).right, listBefore.right) << "the window is never smaller than its template";
                        EXPECT_EQ(list.widths()[1], 50) << "a column keeps the width that the user set";
                        window.close();
                    }),
@@ -393,14 +409,14 @@ TEST_F(DialogWindowTest, TwoListsShareTheHeightThatIsAdded)
                            GetWindowRect(window.part(id), &rect);
                            return static_cast<int>(rect.bottom - rect.top);
                        };
-                       const int first = heightOf(205), second = heightOf(208);
+                       const int first = heightOf(CDetailsDlg::idList1), second = heightOf(CDetailsDlg::idList2);
                        RECT frame{};
                        GetWindowRect(window.handle(), &frame);
                        SetWindowPos(window.handle(), nullptr, 0, 0, static_cast<int>(frame.right - frame.left),
                                     static_cast<int>(frame.bottom - frame.top) + 100, SWP_NOZORDER | SWP_NOMOVE);
-                       EXPECT_EQ(heightOf(205), first + 50);
-                       EXPECT_EQ(heightOf(208), second + 50);
-                       window.press(1);
+                       EXPECT_EQ(heightOf(CDetailsDlg::idList1), first + 50);
+                       EXPECT_EQ(heightOf(CDetailsDlg::idList2), second + 50);
+                       window.press(idOk);
                    }),
               mb::idOk);
 }
@@ -431,7 +447,7 @@ private:
 TEST_F(DialogWindowTest, AnExceptionInAnActionClosesTheWindowAndReachesTheCaller)
 {
     FailingDialog dialog(mb::DialogLayout::Confirmation);
-    EXPECT_THROW(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(1); }), std::runtime_error);
+    EXPECT_THROW(show(dialog, [](WindowUser& actor) { actor.window(u"Confirm Changes").press(idOk); }), std::runtime_error);
 }
 
 TEST_F(DialogWindowTest, ADialogWhoseWindowCannotBeCreatedIsCancelled)
@@ -444,6 +460,6 @@ TEST_F(DialogWindowTest, ADestroyedParentIsIgnored)
 {
     const mb::PlannedChanges planned = changes();
     mb::CDetailsDlg dialog(planned);
-    const WindowUser atTheWindow([](WindowUser& actor) { actor.window(u"Details").press(1); });
+    const WindowUser atTheWindow([](WindowUser& actor) { actor.window(u"Details").press(idOk); });
     EXPECT_EQ(mb::ShowDialog(dialog, reinterpret_cast<HWND>(0x12345678)), mb::idOk);
 }

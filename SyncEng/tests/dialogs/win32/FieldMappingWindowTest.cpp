@@ -1,4 +1,5 @@
 // The field mapping dialog in its window: rows are dragged with the mouse and checked with their check boxes.
+#include "dialogs/CFieldMappingDlg.h"
 #include "RegistryValues.h"
 #include "SyncScenario.h"
 #include "text.h"
@@ -9,13 +10,14 @@
 
 namespace {
 
+using mb::CFieldMappingDlg;
+using mb::idCancel;
+using mb::idOk;
 using mbtest::eventually;
 using mbtest::List;
 using mbtest::Window;
 using mbtest::WindowUser;
 using testing::ElementsAre;
-
-constexpr int idList = 1038, idReset = 1039, idOk = 1, idCancel = 2;
 
 class FieldMappingWindowTest : public testing::Test {
 protected:
@@ -61,7 +63,7 @@ protected:
 TEST_F(FieldMappingWindowTest, FieldsAreListedWithCheckBoxesAndTwoEqualColumns)
 {
     EXPECT_EQ(edit([](WindowUser&, const Window& window) {
-                  const List list = window.list(idList);
+                  const List list = window.list(CFieldMappingDlg::idList);
                   EXPECT_THAT(rows(list), ElementsAre(u"*Given|First", u"*Town|City", u"Phone|Fax", u"Born|Pager", u"(no field)|Mobile"));
                   EXPECT_THAT(list.headers(), ElementsAre(u"First", u"Second"));
                   RECT client{};
@@ -70,7 +72,8 @@ TEST_F(FieldMappingWindowTest, FieldsAreListedWithCheckBoxesAndTwoEqualColumns)
                   EXPECT_THAT(list.widths(), ElementsAre(half, half));
                   EXPECT_TRUE(list.extendedStyle() & LVS_EX_FULLROWSELECT);
                   EXPECT_TRUE(list.extendedStyle() & LVS_EX_CHECKBOXES);
-                  EXPECT_THAT(window.tabOrder(), ElementsAre(idList, idOk, idReset, idCancel, 1034));
+                  EXPECT_THAT(window.tabOrder(),
+                              ElementsAre(CFieldMappingDlg::idList, idOk, CFieldMappingDlg::idReset, idCancel, CFieldMappingDlg::idHelp));
                   EXPECT_THAT(window.texts().front(), mbtest::Begins(u"Drag the fields in the left column up or down"));
                   window.keepPicture("field-mapping");
                   window.press(idCancel);
@@ -81,7 +84,7 @@ TEST_F(FieldMappingWindowTest, FieldsAreListedWithCheckBoxesAndTwoEqualColumns)
 TEST_F(FieldMappingWindowTest, ARowIsDraggedOntoAnother)
 {
     EXPECT_EQ(edit([](WindowUser&, const Window& window) {
-                  const List list = window.list(idList);
+                  const List list = window.list(CFieldMappingDlg::idList);
                   startDrag(list, 2);
                   mbtest::moveMouse(list.middleOf(4));
                   eventually("the target is lit", [&] { return list.litRow() == 4; });
@@ -107,7 +110,7 @@ TEST_F(FieldMappingWindowTest, ARowIsDraggedOntoAnother)
 TEST_F(FieldMappingWindowTest, ARowWithoutALeftFieldIsNotDragged)
 {
     (void)edit([](WindowUser&, const Window& window) {
-        const List list = window.list(idList);
+        const List list = window.list(CFieldMappingDlg::idList);
         const auto before = rows(list);
         startDrag(list, 4);
         mbtest::moveMouse(list.middleOf(0));
@@ -121,7 +124,7 @@ TEST_F(FieldMappingWindowTest, ARowWithoutALeftFieldIsNotDragged)
 TEST_F(FieldMappingWindowTest, EscapeCancelsTheDragButNotTheDialog)
 {
     (void)edit([](WindowUser&, const Window& window) {
-        const List list = window.list(idList);
+        const List list = window.list(CFieldMappingDlg::idList);
         const auto before = rows(list);
         SetForegroundWindow(window.handle());
         startDrag(list, 2);
@@ -139,7 +142,7 @@ TEST_F(FieldMappingWindowTest, EscapeCancelsTheDragButNotTheDialog)
 TEST_F(FieldMappingWindowTest, FieldsOfDifferentTypesAreRefusedWithAMessage)
 {
     (void)edit([](WindowUser& actor, const Window& window) {
-        const List list = window.list(idList);
+        const List list = window.list(CFieldMappingDlg::idList);
         const auto before = rows(list);
         drag(list, 2, 3);
         EXPECT_EQ(actor.answerMessage(), u"Cannot map a field of type \"Phone\" (String) to a field of type \"Born\" (Date/Time).");
@@ -154,7 +157,7 @@ TEST_F(FieldMappingWindowTest, FieldsOfDifferentTypesAreRefusedWithAMessage)
 TEST_F(FieldMappingWindowTest, OnlyRowsThatCanBeMappedCanBeChecked)
 {
     EXPECT_EQ(edit([](WindowUser&, const Window& window) {
-                  const List list = window.list(idList);
+                  const List list = window.list(CFieldMappingDlg::idList);
                   list.clickBox(0);
                   eventually("the pair is unmapped", [&] { return !list.isChecked(0); });
                   list.clickBox(2);
@@ -164,7 +167,7 @@ TEST_F(FieldMappingWindowTest, OnlyRowsThatCanBeMappedCanBeChecked)
                   list.clickBox(4);
                   eventually("the row without a field is not selected any more", [&] { return list.selection() == -1; });
                   EXPECT_FALSE(list.isChecked(4));
-                  window.press(idReset);
+                  window.press(CFieldMappingDlg::idReset);
                   eventually("the default map again", [&] { return list.isChecked(0) && !list.isChecked(2); });
                   window.press(idOk);
               }),
@@ -176,7 +179,7 @@ TEST_F(FieldMappingWindowTest, AListThatIsLongerThanItsWindowScrollsDuringADrag)
     for (int i = 0; i < 60; ++i)
         s.one().fields.push_back({ftDynamicStart + i, u"Field " + std::u16string(1, static_cast<char16_t>(u'A' + i % 26))});
     (void)edit([](WindowUser&, const Window& window) {
-        const List list = window.list(idList);
+        const List list = window.list(CFieldMappingDlg::idList);
         const RECT box = list.onScreen();
         const int x = static_cast<int>(box.left) + 60;
         startDrag(list, 0);
@@ -202,8 +205,8 @@ TEST_F(FieldMappingWindowTest, ALanguageModuleMayUseARightToLeftLayout)
     (void)edit([](WindowUser&, const Window& window) {
         EXPECT_EQ(window.text(idCancel), u"\u05d1\u05d9\u05d8\u05d5\u05dc") << "the captions of the language module are kept";
         EXPECT_NE(window.texts().front().substr(0, 4), u"Drag") << "and so are its texts";
-        EXPECT_EQ(window.text(1034), u"&Help") << "a caption that the language module lacks is English";
-        const List list = window.list(idList);
+        EXPECT_EQ(window.text(CFieldMappingDlg::idHelp), u"&Help") << "a caption that the language module lacks is English";
+        const List list = window.list(CFieldMappingDlg::idList);
         EXPECT_GT(list.middleOf(0).x, (list.onScreen().left + list.onScreen().right) / 2) << "the left column is at the right";
         startDrag(list, 2);
         mbtest::moveMouse(list.middleOf(4));

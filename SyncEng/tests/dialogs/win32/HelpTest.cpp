@@ -3,6 +3,7 @@
 #include "dialogs/CConflictDlg.h"
 #include "dialogs/CDeleteConflictDlg.h"
 #include "dialogs/CDetailsDlg.h"
+#include "dialogs/CFieldMappingDlg.h"
 #include "HelpViewer.h"
 #include "RegistryValues.h"
 #include "WindowsFixture.h"
@@ -11,6 +12,12 @@
 
 namespace {
 
+using mb::CConfirmationDlg;
+using mb::CConflictDlg;
+using mb::CDeleteConflictDlg;
+using mb::CDetailsDlg;
+using mb::CFieldMappingDlg;
+using mb::idOk;
 using mbtest::eventually;
 using mbtest::HelpCall;
 using mbtest::HelpViewer;
@@ -54,7 +61,7 @@ protected:
             const Window window = actor.window(caption);
             expectHelp(window, button, topic);
             if (radio) window.choose(*radio);
-            window.press(1);
+            window.press(idOk);
         });
     }
     HelpViewer viewer;
@@ -69,7 +76,7 @@ TEST_F(HelpTest, IsShownForAConflict)
     setHelpFolder();
     mb::ConflictQuestion question = conflict();
     mb::CConflictDlg dialog(question);
-    EXPECT_EQ(showWithHelp(dialog, conflictCaption, 207, 7006, 213), mb::idOk);
+    EXPECT_EQ(showWithHelp(dialog, conflictCaption, CConflictDlg::idHelp, 7006, CConflictDlg::idTrans2Wins), mb::idOk);
     EXPECT_EQ(question.Resolution, croTrans2Wins);
 }
 
@@ -78,7 +85,9 @@ TEST_F(HelpTest, IsShownForAChangeAgainstADeletion)
     setHelpFolder();
     mb::DeleteConflictQuestion question = deleteConflict();
     mb::CDeleteConflictDlg dialog(question);
-    EXPECT_EQ(showWithHelp(dialog, u"Resolve Contact's Change and Deletion", 207, 7007, 213), mb::idOk);
+    EXPECT_EQ(
+        showWithHelp(dialog, u"Resolve Contact's Change and Deletion", CDeleteConflictDlg::idHelp, 7007, CDeleteConflictDlg::idDelete),
+        mb::idOk);
     EXPECT_EQ(question.Resolution, croTrans2Wins);
 }
 
@@ -87,7 +96,7 @@ TEST_F(HelpTest, IsShownForTheSummary)
     setHelpFolder();
     const mb::PlannedChanges planned = changes();
     mb::CConfirmationDlg dialog(planned);
-    EXPECT_EQ(showWithHelp(dialog, u"Confirm Changes", 201, 7005), mb::idOk);
+    EXPECT_EQ(showWithHelp(dialog, u"Confirm Changes", CConfirmationDlg::idHelp, 7005), mb::idOk);
 }
 
 TEST_F(HelpTest, IsShownForTheFieldMapping)
@@ -96,8 +105,8 @@ TEST_F(HelpTest, IsShownForTheFieldMapping)
     s.makeMap();
     const WindowUser atTheWindow([](WindowUser& actor) {
         const Window window = actor.window(u"Edit Field Mapping");
-        expectHelp(window, 1034, 7003);
-        window.press(1);
+        expectHelp(window, CFieldMappingDlg::idHelp, 7003);
+        window.press(idOk);
     });
     EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_OK);
 }
@@ -111,9 +120,9 @@ TEST_F(HelpTest, IsNotShownForDialogsWithoutTheButton)
     EXPECT_EQ(show(details,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(u"Details");
-                       window.list(205).clickRow(2);
+                       window.list(CDetailsDlg::idList1).clickRow(2);
                        pressF1(window);
-                       window.press(218);
+                       window.press(CDetailsDlg::idViewChanges);
                        const Window contact = actor.window(u"Contact Changes");
                        pressF1(contact);
                        mbtest::typeKey(VK_RETURN);
@@ -133,9 +142,9 @@ TEST_F(HelpTest, WithoutAHelpFolderNothingIsShownAndTheDialogStaysOpen)
     EXPECT_EQ(show(dialog,
                    [&](WindowUser& actor) {
                        const Window window = actor.window(conflictCaption);
-                       window.press(207);
+                       window.press(CConflictDlg::idHelp);
                        pressF1(window);
-                       window.choose(213);
+                       window.choose(CConflictDlg::idTrans2Wins);
                        mbtest::typeKey(VK_RETURN);
                    }),
               mb::idOk);

@@ -1,5 +1,6 @@
 // The wait cursor is shown during work that may take long, and the former cursor afterwards.
 #include "../MergeFake.h"
+#include "dialogs/CFieldMappingDlg.h"
 #include "dialogs/MergeConflict.h"
 #include "foundation/ClassTable.h"
 #include "translators/CFieldMap.h"
@@ -7,6 +8,7 @@
 
 namespace {
 
+using mb::CFieldMappingDlg;
 using mbtest::told;
 using testing::AllOf;
 using testing::Each;
@@ -70,7 +72,7 @@ TEST_F(WaitCursorTest, IsShownDuringResetAndOkOfTheFieldMapping)
     const mb::ClassOverride watching(watchingRows);
     user.script.emplace_back([&](mb::Dialog& dialog) {
         EXPECT_EQ(GetCursor(), cross) << "no wait cursor while the dialog waits for the user";
-        expectWaiting([&] { dialog.press(1039); });
+        expectWaiting([&] { dialog.press(CFieldMappingDlg::idReset); });
         expectWaiting([&] { dialog.press(mb::idOk); });
     });
     EXPECT_EQ(s.maps()->ConfigureFieldMapping(nullptr, s.map(), VARIANT_TRUE), S_OK);
