@@ -217,6 +217,16 @@ TEST_F(TerminalFrontEndTest, LongListsAreShownInPagesWithTheWholeQuestion)
     EXPECT_THAT(output(), HasSubstr("Rows 27 to 39 of 100"));
 }
 
+TEST_F(TerminalFrontEndTest, OnlyTheLastPageSaysThatEnterChoosesTheFirstAnswer)
+{
+    dialog.rowCount = 20;
+    EXPECT_EQ(show({u"", u"q"}), mb::idCancel);
+    const std::size_t second = output().find("Rows 14 to 20 of 20");
+    ASSERT_NE(second, std::string::npos) << output();
+    EXPECT_THAT(output().substr(0, second), AllOf(HasSubstr("[b] both   nothing is lost\n"), Not(HasSubstr("(Enter)"))));
+    EXPECT_THAT(output().substr(second), HasSubstr("[b] both   nothing is lost (Enter)\n"));
+}
+
 TEST_F(TerminalFrontEndTest, NoPageIsHigherThanTheTerminal)
 {
     for (const std::size_t height : {14u, 24u, 50u}) {

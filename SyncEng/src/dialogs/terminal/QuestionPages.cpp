@@ -31,9 +31,7 @@ QuestionPages::QuestionPages(const DialogModel& model, const Question& question,
     append(above, lines(question.text));
     textLines_ = above.size() - 1;
     if (question.tables.empty()) above.emplace_back();
-    TextLines below;
-    if (!question.ask.empty()) append(below, lines(question.ask));
-    append(below, answerLines(question));
+    const TextLines below = answerLines(question, Enter::TurnsThePage), belowLast = answerLines(question, Enter::Answers);
 
     numberRows(model, question);
     const bool numbered = question.chooseRow || question.moveRow;
@@ -44,7 +42,7 @@ QuestionPages::QuestionPages(const DialogModel& model, const Question& question,
         next += block.rows.size();
         if (!block.rows.empty()) blocks.push_back(std::move(block));
     }
-    fillPages(above, below, blocks, lineCount);
+    fillPages(above, below, belowLast, blocks, lineCount);
 }
 
 QuestionPages::RowPlace QuestionPages::rowOf(std::size_t number) const noexcept
@@ -107,18 +105,22 @@ QuestionPages::Block QuestionPages::blockOf(const Control& list, const QuestionT
     return block;
 }
 
-// Returns the lines of the answers: key and name of each answer, and its effect beside them.
-TextLines QuestionPages::answerLines(const Question& question) const
+TextLines QuestionPages::answerLines(const Question& question, Enter enter) const
 {
+    TextLines found;
+    if (!question.ask.empty()) append(found, lines(question.ask));
     std::size_t widest = 0;
     for (const Answer& answer : question.answers) widest = std::max(widest, platform::columnsOf(platform::harmless(answer.name)));
     const std::size_t lead = 8 + widest; // two blanks, the key in brackets, a blank, the name, two blanks
-    TextLines found;
     for (const Answer& answer : question.answers) {
         const std::u16string name = platform::harmless(answer.name);
         const std::u16string key = std::u16string(u"  [") + answer.key + u"] " + name;
         std::u16string effect = platform::harmless(answer.effect);
-        if (&answer == &question.answers.front()) effect += effect.empty() ? u"(Enter)" : u" (Enter)";
+        if (enter == Enter::Answers && &answer == &question.answers.front()) effect += effect.empty() ? u"(Enter)" : u" (Enter)";
+        if (effect.empty()) {
+            append(found, lines(key));
+            continue;
+        }
         if (columns_ < lead + 24) {
             append(found, lines(std::u16string(key).append(u": ").append(effect)));
             continue;
@@ -135,15 +137,17 @@ TextLines QuestionPages::answerLines(const Question& question) const
     return found;
 }
 
-void QuestionPages::fillPages(const TextLines& above, const TextLines& below, const std::vector<Block>& blocks, std::size_t lineCount)
+void QuestionPages::fillPages(const TextLines& above, const TextLines& below, const TextLines& belowLast, const std::vector<Block>& blocks,
+                              std::size_t lineCount)
 {
-    std::size_t needed = above.size() + below.size() + (blocks.empty() ? 0 : 1) + 1; // with a blank line before the answers, and the prompt
+    std::size_t needed =
+        above.size() + belowLast.size() + (blocks.empty() ? 0 : 1) + 1; // with a blank line before the answers, and the prompt
     for (const Block& block : blocks) {
         needed += block.head.size();
         for (const TextLines& row : block.rows) needed += row.size();
     }
     const bool all = needed <= lineCount;
-    const std::size_t fixed = above.size() + below.size() + 3; // also with the line "Rows 1 to 13 of 100"
+    const std::size_t fixed = above.size() + std::max(below.size(), belowLast.size()) + 3; // also with the line "Rows 1 to 13 of 100"
     const std::size_t room = all ? needed : std::max(lineCount > fixed ? lineCount - fixed : 0, fewestRowLines);
 
     struct Part {
@@ -174,7 +178,7 @@ void QuestionPages::fillPages(const TextLines& above, const TextLines& below, co
         if (parts.size() > 1)
             append(page, lines(u"Rows " + digits(part.first) + u" to " + digits(part.last) + u" of " + digits(number) +
                                u"; + and - turn the page."));
-        append(page, below);
+        append(page, pages_.size() + 1 == parts.size() ? belowLast : below);
         pages_.push_back(std::move(page));
         lastRows_.push_back(part.last);
     }

@@ -33,8 +33,12 @@ private:
     [[nodiscard]] TextLines lines(std::u16string_view text, std::u16string_view indent = {}) const;
     void numberRows(const DialogModel& model, const Question& question);
     [[nodiscard]] Block blockOf(const Control& list, const QuestionTable& table, bool numbered, std::size_t firstNumber) const;
-    [[nodiscard]] TextLines answerLines(const Question& question) const;
-    void fillPages(const TextLines& above, const TextLines& below, const std::vector<Block>& blocks, std::size_t lines);
+    enum class Enter { TurnsThePage, Answers };
+    // Returns what is asked, and for each answer its key, its name and its effect. The first answer says if Enter alone chooses it.
+    [[nodiscard]] TextLines answerLines(const Question& question, Enter enter) const;
+    // Puts `belowLast` at the end of the last page, and `below` at the end of the others.
+    void fillPages(const TextLines& above, const TextLines& below, const TextLines& belowLast, const std::vector<Block>& blocks,
+                   std::size_t lines);
 
     std::size_t columns_, textLines_ = 0;
     std::vector<RowPlace> rows_;
