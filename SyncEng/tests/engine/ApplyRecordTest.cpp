@@ -72,6 +72,17 @@ TEST_F(ApplyRecord, AValueThatWasNotWrittenIsRememberedUnderTheFieldOfItsTarget)
     EXPECT_THAT(s.writes(), IsEmpty()) << "nothing of it has changed";
 }
 
+// Quirk kept on purpose: the first value that is read from the source replaces the failure to open the target.
+TEST_F(ApplyRecord, AFailureToOpenTheTargetIsReplacedByTheFirstValueReadFromTheSource)
+{
+    addAda();
+    s.one().set(ada, ftCity1, u"Paris");
+    s.log().failOn("2 BeginEditRecord", s.log().count("2 BeginEditRecord") + 1, E_ACCESSDENIED);
+    EXPECT_EQ(s.sync(), static_cast<HRESULT>(0x8004020C)) << "the failure of WriteField, and not that of BeginEditRecord";
+    EXPECT_THAT(s.log().starting("2 WriteField"), ElementsAre("2 WriteField B000001 City=Paris"));
+    EXPECT_THAT(s.log().starting("2 SaveRecord"), IsEmpty());
+}
+
 TEST_F(ApplyRecord, ATargetThatCannotBeReadBackKeepsItsWholeHistory)
 {
     for (const char* method : {"2 ReadField", "2 BeginReadRecord"}) {
