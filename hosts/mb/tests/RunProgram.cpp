@@ -1,10 +1,13 @@
 #include "RunProgram.h"
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <stdexcept>
@@ -56,6 +59,18 @@ int exitCodeOf(pid_t pid)
     int status = 0;
     ::waitpid(pid, &status, 0);
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Waits until the file can be read or is closed. Returns false if that takes longer than `patience`.
+bool isReadable(int file, std::chrono::milliseconds patience)
+{
+    const auto giveUp = std::chrono::steady_clock::now() + patience;
+    for (;;) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(giveUp - std::chrono::steady_clock::now());
+        pollfd watched{file, POLLIN, 0};
+        const int ready = ::poll(&watched, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0)));
+        if (ready >= 0 || errno != EINTR) return ready > 0;
+    }
 }
 
 // Reads both streams until both are closed. A closed terminal reports an error.
@@ -128,7 +143,14 @@ Result talkToProgram(const std::filesystem::path& program, const std::vector<std
     Result result;
     std::size_t seen = 0, step = 0;
     std::array<char, 4096> buffer{};
-    for (ssize_t n; (n = ::read(terminal, buffer.data(), buffer.size())) > 0;) {
+    for (;;) {
+        if (!isReadable(terminal, options.patience)) {
+            ::kill(pid, SIGKILL);
+            ADD_FAILURE() << "The program waits for an answer that the conversation does not give. It wrote:\n" << result.out;
+            break;
+        }
+        const ssize_t n = ::read(terminal, buffer.data(), buffer.size());
+        if (n <= 0) break;
         result.out.append(buffer.data(), static_cast<std::size_t>(n));
         for (std::size_t at; step < conversation.size() && (at = result.out.find(conversation[step].first, seen)) != std::string::npos;
              ++step) {

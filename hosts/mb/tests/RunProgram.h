@@ -1,5 +1,6 @@
 // Runs a program with a given environment and collects its output.
 #pragma once
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -19,6 +20,7 @@ struct RunOptions {
     std::filesystem::path outFile;          // receives the standard output; Result::out stays empty
     bool errorIsTerminal = false;           // makes the standard error a terminal
     std::function<void(int pid)> whileRuns; // called after the start of the program
+    std::chrono::seconds patience{60};      // how long a program on a terminal may write nothing
 };
 
 // Waits until `reached` returns true, for a minute at most.
@@ -36,6 +38,8 @@ using Conversation = std::vector<std::pair<std::string, std::string>>;
 Result runProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options);
 
 // Runs the program on a terminal of its own; Result::out is its output there. A question after the end of the conversation gets Ctrl-D.
+// Fails the test and kills the program if it writes nothing for longer than options.patience: it waits for an answer that the conversation
+// does not have.
 Result talkToProgram(const std::filesystem::path& program, const std::vector<std::string>& arguments, const RunOptions& options,
                      const Conversation& conversation);
 
