@@ -1,5 +1,6 @@
 #include "Progress.h"
 
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -16,14 +17,18 @@ TEST(ProgressTest, OutsideATerminalNothingIsWritten)
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(ProgressTest, AfterAnInterruptTheEngineIsToldToAbort)
+// An interrupt holds for the rest of the process, so it is tested in a process of its own.
+TEST(ProgressDeathTest, AfterAnInterruptTheEngineIsToldToAbort)
 {
-    const auto progress = com::make<Progress>();
-    EXPECT_EQ(progress->OnProgress(spSync, 50.0), S_OK);
-    noteInterrupt();
-    EXPECT_TRUE(interrupted());
-    EXPECT_EQ(progress->OnProgress(spSync, 51.0), E_ABORT);
-    EXPECT_EQ(progress->OnProgress2(com::Bstr(u"Loading.").get(), 51.0), E_ABORT);
+    const auto interruptReachesTheEngine = [] {
+        const auto progress = com::make<Progress>();
+        if (progress->OnProgress(spSync, 50.0) != S_OK || interrupted()) return false;
+        noteInterrupt();
+        return interrupted() && progress->OnProgress(spSync, 51.0) == E_ABORT &&
+               progress->OnProgress2(com::Bstr(u"Loading.").get(), 51.0) == E_ABORT;
+    };
+    EXPECT_EXIT(std::_Exit(interruptReachesTheEngine() ? 0 : 1), testing::ExitedWithCode(0), "");
+    EXPECT_FALSE(interrupted());
 }
 
 TEST(ProgressTest, TheLineFitsTheTerminal)
