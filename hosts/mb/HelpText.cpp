@@ -59,7 +59,7 @@ public:
         if (option->get_type_size() == 0) return {};
         std::string text;
         if (!option->get_positional())
-            for (int i = 0; i < option->get_expected_min(); ++i) text += " VALUE";
+            for (int i = 0; i < option->get_expected_min(); ++i) text += " " + valueName(option);
         else if (option->get_expected_max() > 1)
             text = " ...";
         if (option->get_required()) text += " (required)";
@@ -68,6 +68,14 @@ public:
     std::string make_subcommand(const CLI::App* command) const override { return beside(command->get_name(), command->get_description()); }
 
 private:
+    // Returns the name that the option gives its value, such as SECONDS; VALUE instead of the library's names of types.
+    static std::string valueName(const CLI::Option* option)
+    {
+        const std::string type = option->get_type_name(), name = type.substr(0, type.find(':'));
+        const bool isLibraryName = name.empty() || name == "TEXT" || name == "INT" || name == "UINT" || name == "FLOAT";
+        return isLibraryName ? "VALUE" : name;
+    }
+
     // The name in the left column, its meaning in the right one.
     [[nodiscard]] std::string beside(const std::string& name, const std::string& meaning) const
     {
@@ -91,8 +99,12 @@ private:
     std::size_t width_;
 };
 
-// How many letters are wrong, missing, added, or swapped with their neighbour.
-std::size_t distanceOf(const std::string& a, const std::string& b)
+struct Distance {
+    std::size_t whole, beginning; // to the name, and to the nearest of its beginnings
+};
+
+// How many letters of `a` are wrong, missing, added, or swapped with their neighbour.
+Distance distanceOf(const std::string& a, const std::string& b)
 {
     std::vector<std::vector<std::size_t>> table(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
     for (std::size_t i = 0; i <= a.size(); ++i) {
@@ -106,7 +118,7 @@ std::size_t distanceOf(const std::string& a, const std::string& b)
                 table[i][j] = std::min(table[i][j], table[i - 2][j - 2] + 1);
         }
     }
-    return table[a.size()][b.size()];
+    return {table[a.size()].back(), *std::ranges::min_element(table[a.size()])};
 }
 
 std::vector<std::string> commandNames(const CLI::App* app)
@@ -159,9 +171,14 @@ std::string nearestName(const std::string& typed, const std::vector<std::string>
 {
     std::string nearest;
     std::size_t least = 0;
+    const std::size_t letters = typed.size() - std::min(typed.find_first_not_of('-'), typed.size());
     for (const std::string& name : names) {
-        const std::size_t distance = distanceOf(typed, name);
-        if (distance * 3 > std::max(typed.size(), name.size())) continue;
+        const auto [whole, beginning] = distanceOf(typed, name);
+        const bool isNear = whole * 3 <= std::max(typed.size(), name.size());
+        // A name that was typed in part, such as --drry for --dry-run. A whole name is preferred.
+        const bool beginsNear = letters >= 3 && beginning * 3 <= letters;
+        if (!isNear && !beginsNear) continue;
+        const std::size_t distance = isNear ? whole : beginning + 1;
         if (nearest.empty() || distance < least) {
             nearest = name;
             least = distance;

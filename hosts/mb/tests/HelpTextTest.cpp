@@ -21,6 +21,16 @@ TEST(HelpTextTest, TheNearestNameIsFoundUnlessNoneIsNear)
     EXPECT_EQ(nearestName("", names), "");
 }
 
+TEST(HelpTextTest, TheNearestNameMayBeTypedInPart)
+{
+    const Names names{"--resync", "--silent", "--yes", "--dry-run", "--max-delete", "--wait", "--json", "--help"};
+    EXPECT_EQ(nearestName("--drry", names), "--dry-run");
+    EXPECT_EQ(nearestName("--dry", names), "--dry-run");
+    EXPECT_EQ(nearestName("--max", names), "--max-delete");
+    EXPECT_EQ(nearestName("--dr", names), "") << "too short to tell";
+    EXPECT_EQ(nearestName("--frobnicate", names), "");
+}
+
 TEST(HelpTextTest, HelpIsACommandAndAnOption)
 {
     CLI::App app;
@@ -58,6 +68,17 @@ TEST(HelpTextTest, ALongExampleIsNotBroken)
     formatHelp(app);
     EXPECT_NE(app.help().find("\n  mb example" + words + "\n"), std::string::npos) << app.help();
     EXPECT_EQ(app.help().find("\n  no example" + words + "\n"), std::string::npos) << app.help();
+}
+
+TEST(HelpTextTest, AValueThatHasANameIsShownByIt)
+{
+    CLI::App app;
+    int seconds = 0, count = 0;
+    app.add_option("--wait", seconds, "How long to wait")->type_name("SECONDS")->check(CLI::Range(0, 60));
+    app.add_option("--count", count, "How many")->check(CLI::Range(0, 60));
+    formatHelp(app);
+    EXPECT_NE(app.help().find("--wait SECONDS "), std::string::npos) << app.help();
+    EXPECT_NE(app.help().find("--count VALUE "), std::string::npos) << app.help();
 }
 
 TEST(HelpTextTest, ARequiredOptionIsMarked)
