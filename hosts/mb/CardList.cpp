@@ -6,26 +6,22 @@
 #include <set>
 
 namespace mbhost {
-namespace {
-
-com::Ptr<ITrServices> servicesOf(const Engine& engine, const GUID& map, const std::string& file, const std::string& password)
+com::Ptr<IDataStream> cardFileSettings(const Engine& engine, const GUID& map)
 {
-    const auto services = engine.create<ITrServices>(__uuidof(TrServices));
-    const auto settings = services.as<IDataStream>();
-    const auto set = [&](const char16_t* key, const std::string& value) {
-        com::check(settings->SetString(com::Bstr(key).get(), com::Bstr(platform::utf16(value)).get()));
-    };
+    auto settings = engine.create<ITrServices>(__uuidof(TrServices)).as<IDataStream>();
     com::check(settings->SetParams(com::Bstr(u"Trans1Cfg").get(), map));
-    set(u"Database", file);
-    set(u"Password", password);
-    return services;
+    return settings;
 }
-
-} // namespace
 
 CardList::CardList(const Engine& engine, const GUID& target, const std::string& file, const std::string& password) : file_(file)
 {
-    const auto services = servicesOf(engine, target, file, password);
+    const auto settings = cardFileSettings(engine, target);
+    const auto services = settings.as<ITrServices>();
+    const auto set = [&](const char16_t* key, const std::string& value) {
+        com::check(settings->SetString(com::Bstr(key).get(), com::Bstr(platform::utf16(value)).get()));
+    };
+    set(u"Database", file);
+    set(u"Password", password);
     if (FAILED(engine.create<ITrMapEntry>(__uuidof(TrManager))->Load(hostClass, translator_.put())) || !translator_)
         throw Failure("The plug-in for card files cannot be loaded. Register it again: mb register PLUGIN.");
     check(translator_->Initialize(services.get(), nullptr, VARIANT_FALSE), "cannot be opened");

@@ -9,6 +9,9 @@ namespace mbhost {
 // The class of the card-file translator, side 1 of every transfer.
 inline constexpr GUID hostClass{0xC8679015, 0x906F, 0x4A0A, {0x87, 0x77, 0xFA, 0xD9, 0x45, 0xB2, 0xDD, 0xB6}};
 
+// Returns the settings of the card file in a map. They are services of a translator too.
+com::Ptr<IDataStream> cardFileSettings(const Engine& engine, const GUID& map);
+
 class CardList {
 public:
     // Opens the card file with the settings of transfers to `target`. Throws a Failure with the reason if that fails.

@@ -115,7 +115,9 @@ public:
     void ofMap(const GUID& map, const std::string& cardFile, const std::string& database)
     {
         map_ = map;
-        former_ = {cardFile, database};
+        former_ = Former{cardFile, database, {}};
+        com::Bstr password;
+        if (SUCCEEDED(cardFileSettings(engine_, map)->GetString(passwordKey.get(), password.put()))) former_->password = password.text();
     }
     void keep() noexcept { map_.reset(); }
 
@@ -124,13 +126,24 @@ private:
     {
         if (!former_) return com::check(engine_.manager()->DeleteMap(*map_));
         const auto maps = engine_.maps();
-        (void)maps->SetDatabase(*map_, idTrans1, com::Bstr(platform::utf16(former_->first)).get());
-        (void)maps->SetDatabase(*map_, idTrans2, com::Bstr(platform::utf16(former_->second)).get());
+        (void)maps->SetDatabase(*map_, idTrans1, com::Bstr(platform::utf16(former_->cardFile)).get());
+        (void)maps->SetDatabase(*map_, idTrans2, com::Bstr(platform::utf16(former_->database)).get());
+        const auto settings = cardFileSettings(engine_, *map_);
+        if (former_->password)
+            (void)settings->SetString(passwordKey.get(), com::Bstr(*former_->password).get());
+        else
+            (void)settings->DeleteKey(passwordKey.get());
     }
 
+    struct Former {
+        std::string cardFile, database;
+        std::optional<std::u16string> password; // of the card file
+    };
+
     const Engine& engine_;
-    std::optional<GUID> map_;                                   // nullopt: nothing to restore
-    std::optional<std::pair<std::string, std::string>> former_; // card file and database of an older map
+    const com::Bstr passwordKey{u"Password"};
+    std::optional<GUID> map_;      // nullopt: nothing to restore
+    std::optional<Former> former_; // of an older map
 };
 
 // One transfer: the target with its hidden map, the card file, and the cards to copy.

@@ -163,6 +163,25 @@ TEST_F(TransferCommandsTest, AFailedTransferRestoresTheSettingsOfTheOneBefore)
     EXPECT_EQ(cardCount(), 3u);
 }
 
+TEST_F(TransferCommandsTest, AFailedTransferLeavesThePasswordOfTheOneBefore)
+{
+    fillCards(3);
+    const auto keptPassword = [&] {
+        const std::string settings = textOf(dataFolder() / "MBSync.xml"), key = "<KN>UGFzc3dvcmQ=</KN><KV>"; // the encoded name "Password"
+        const std::size_t at = settings.find(key);
+        return at == std::string::npos ? "none" : settings.substr(at + key.size(), settings.find('<', at + key.size()) - at - key.size());
+    };
+    ASSERT_EQ(mb({"transfer", "--to", target(), "--cards", cards(), "--password", "first", "Anna Lindqvist"}).code, 0);
+    const std::string first = keptPassword();
+    ASSERT_NE(first, "none");
+    expectFailure({"transfer", "--to", "vCard", "--password", "other", "Nobody At All"}, 1, "Nobody");
+    EXPECT_EQ(keptPassword(), first);
+    expectFailure({"transfer", "--to", "vCard=" + (home_ / "Nowhere").string(), "--password", "other", "--all"}, 1, "Nowhere");
+    EXPECT_EQ(keptPassword(), first);
+    ASSERT_EQ(mb({"transfer", "--to", "vCard", "--password", "other", "--all"}).code, 0);
+    EXPECT_NE(keptPassword(), first) << "a transfer that succeeds is remembered with its password";
+}
+
 TEST_F(TransferCommandsTest, WrongUsageEndsWithCodeTwo)
 {
     fillCards(1);
