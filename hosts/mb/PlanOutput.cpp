@@ -71,7 +71,7 @@ std::string planText(const MapInfo& map, const RunPlan& plan)
         out += "\nThe lists of categories\n" + summaryText(plan.categorySummary) + listText(map, plan.categoryNames);
     if (!plan.categoryNames.empty() && !plan.contacts.empty()) out += "\nThe contacts\n";
     if (!plan.contacts.empty()) out += summaryText(plan.summary) + listText(map, plan.contacts);
-    if (plan.refused) out += "\n" + plannedRefusal(map, *plan.refused) + "\n";
+    if (!plan.refused.empty()) out += "\n" + plannedRefusal(map, plan.refused) + "\n";
     return out + "\nNothing was written.\n";
 }
 
@@ -92,12 +92,12 @@ Json planJson(const RunPlan& plan)
     for (const PlannedContact& category : plan.categoryNames)
         categories.push_back({{"store", storeOf(category)}, {"action", category.action}, {"name", category.name}});
     Json refused = nullptr;
-    if (plan.refused)
-        refused = {{"store", plan.refused->side == 0 ? "first" : "second"},
-                   {"pass", plan.refused->ofCategories ? "categories" : "contacts"},
-                   {"contacts", plan.refused->records},
-                   {"deletions", plan.refused->deletions},
-                   {"limit", plan.refused->limit}};
+    if (!plan.refused.empty())
+        refused = {{"store", plan.refused.front().side == 0 ? "first" : "second"},
+                   {"pass", plan.refused.front().ofCategories ? "categories" : "contacts"},
+                   {"contacts", plan.refused.front().records},
+                   {"deletions", plan.refused.front().deletions},
+                   {"limit", plan.refused.front().limit}};
     return {{"first", countsJson(plan.sides[0])},
             {"second", countsJson(plan.sides[1])},
             {"contacts", std::move(contacts)},

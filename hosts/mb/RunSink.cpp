@@ -1,6 +1,7 @@
 #include "RunSink.h"
 
 #include "Output.h"
+#include <algorithm>
 
 namespace mbhost {
 
@@ -43,7 +44,9 @@ bool RunSink::allows(int side, LONG records, LONG deletions, bool withinLimit)
         confirmed_.insert(asked);
         return true;
     }
-    if (!plan.refused) plan.refused = tooMany;
+    const bool known =
+        std::ranges::any_of(plan.refused, [&](const auto& other) { return std::pair(other.ofCategories, other.side) == asked; });
+    if (!known) plan.refused.push_back(tooMany);
     return false;
 }
 

@@ -39,7 +39,7 @@ struct RunPlan {
     std::vector<PlannedContact> contacts, categoryNames;
     std::u16string summary, categorySummary; // the lines that the confirmation shows
     bool ofCategories = false;               // the current or last pass is the category pass
-    std::optional<TooManyDeletions> refused; // the first deletions over the limit
+    std::vector<TooManyDeletions> refused;   // the deletions over the limit, at most one entry for each pass and side
 
     [[nodiscard]] bool nothing() const noexcept { return contacts.empty() && categoryNames.empty(); }
 };

@@ -15,6 +15,7 @@
 #include "StoreName.h"
 #include "terminal.h"
 #include "unattended.h"
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -90,6 +91,21 @@ public:
         sink_->finish();
         return hr;
     }
+    // Returns the deletions for which the last run was refused. A run that is refused for its categories ends before its contacts, so a dry
+    // run looks at the contacts.
+    std::vector<TooManyDeletions> refused(const MapInfo& map)
+    {
+        const std::vector<TooManyDeletions> found = sink_->plan.refused;
+        if (options_.resync || std::ranges::none_of(found, &TooManyDeletions::ofCategories)) return found;
+        sink_->begin();
+        sink_->confirmDeletions = nullptr;
+        sink_->onRunBegin = nullptr;
+        sink_->planOnly = true;
+        (void)synchronizer_->Synchronize(map.guid, VARIANT_TRUE);
+        sink_->planOnly = options_.dryRun;
+        sink_->finish();
+        return sink_->plan.refused.empty() ? found : sink_->plan.refused;
+    }
     // Whether the last run called recordStart().
     [[nodiscard]] bool recorded() const noexcept { return recorded_; }
     [[nodiscard]] const RunSink& sink() const noexcept { return *sink_.get(); }
@@ -121,7 +137,7 @@ Outcome::End endOfStopped(const Runner& runner)
     if (interrupted()) return Outcome::End::Cancelled;
     const _RunEnd end = runner.sink().end;
     if (end == reStopped && runner.options().dryRun) return Outcome::End::Planned;
-    if ((end == reStopped || end == reRefused) && runner.sink().plan.refused) return Outcome::End::Refused;
+    if ((end == reStopped || end == reRefused) && !runner.sink().plan.refused.empty()) return Outcome::End::Refused;
     return end == reUnanswered ? Outcome::End::Unanswered : Outcome::End::Cancelled;
 }
 
@@ -161,8 +177,7 @@ Outcome runMap(Runner& runner, ITrMap* maps, const MapInfo& map)
     outcome.settle(
         hr, [&] { return runner.lastError().message; }, told);
     if (hr == E_ABORT || hr == deletionsRefused) outcome.end = endOfStopped(runner);
-    if (outcome.end == Outcome::End::Refused)
-        outcome.message = refusalSentence(map, *runner.sink().plan.refused, writtenBeforeContacts(outcome));
+    if (outcome.end == Outcome::End::Refused) outcome.message = refusalSentence(map, runner.refused(map), writtenBeforeContacts(outcome));
     return outcome;
 }
 

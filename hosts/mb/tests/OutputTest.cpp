@@ -118,7 +118,7 @@ TEST(PlanTextTest, TooManyDeletionsAreShownWithTheStoreThatLostThem)
     plan.contacts = {{0, "Delete", "Ada", "", {}}};
     EXPECT_EQ(planText(map, plan).find("would refuse"), std::string::npos);
     EXPECT_EQ(planJson(plan).at("refused"), nullptr);
-    plan.refused = {false, 0, 12, 7, "50%"};
+    plan.refused = {{false, 0, 12, 7, "50%"}};
     EXPECT_NE(planText(map, plan).find("mb sync would refuse this: it would delete 7 of the 12 contacts of Card=/a.db, since vCard=/b no "
                                        "longer has them, and --max-delete 50% is the limit."),
               std::string::npos)

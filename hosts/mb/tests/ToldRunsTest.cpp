@@ -266,6 +266,26 @@ TEST_F(ToldRunsTest, ARefusalNamesTheStoreThatLostItsContactsAndWhatToType)
         EXPECT_TRUE(has(refused.error, part)) << part << "\n" << refused.error;
 }
 
+// A run that is refused for its categories ends before its contacts; its refusal names both.
+TEST_F(ToldRunsTest, ARefusalNamesTheCategoriesAndTheContacts)
+{
+    (void)makeMap(6);
+    ASSERT_EQ(samples({"edit", cards(), "Anna Lindqvist", "Categories", "Choir, Family, Harbour, Work"}).code, 0);
+    ASSERT_EQ(mb({"sync", "--silent"}).code, 0);
+    fs::remove_all(folder());
+    fs::create_directory(folder());
+    const std::string lost = "4 of the 4 categories and 6 of the 6 contacts of Mirabook=" + cards() + ", since vCard=" + folder().string();
+    const Result plan = mb({"sync", "--dry-run"});
+    EXPECT_TRUE(has(plan.out, lost)) << plan.out;
+    const Result refused = mb({"sync", "--silent"});
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_TRUE(isOneSentence(refused.error)) << refused.error;
+    EXPECT_TRUE(has(refused.error, lost)) << refused.error;
+    EXPECT_TRUE(has(refused.error, "nothing of it was written")) << refused.error;
+    EXPECT_EQ(json({"status"}).at(0).at("status"), "refused");
+    EXPECT_NE(samples({"list", cards()}).out, "");
+}
+
 TEST_F(ToldRunsTest, OnATerminalARunOverTheLimitIsAskedAbout)
 {
     (void)makeMap(12);
