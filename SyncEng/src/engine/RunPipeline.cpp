@@ -15,6 +15,7 @@
 #include "foundation/Log.h"
 #include "host.h"
 #include "text.h"
+#include "translators/ImageFields.h"
 
 namespace mb {
 namespace {
@@ -123,7 +124,7 @@ private:
         const auto fields = pass_.fields(Side::One);
         run_.ImagesAvailable = std::any_of(fields.rbegin(), fields.rend(), [&](const GUID& field) {
             const auto type = pass_.side(Side::One).store.fieldType(field);
-            return type == ftImage1 || type == ftImage2;
+            return type && isImageType(*type);
         });
     }
 
