@@ -254,12 +254,6 @@ std::u16string Card::get(int type) const
     return isDerived(line) ? std::u16string() : read(*field, line);
 }
 
-void Card::decode() const
-{
-    for (const Field& field : fields())
-        if (field.shape != Shape::Image && lineOf(field) >= 0) (void)lines_[static_cast<std::size_t>(lineOf(field))].value(context_);
-}
-
 std::u16string Card::read(const Field& field, const Line& line) const
 {
     const std::u16string& value = line.value(context_);

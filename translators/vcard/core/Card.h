@@ -33,9 +33,6 @@ public:
     // Returns whether parsing `bytes` gives the lines and values of this card. Stores check this before they write a card.
     bool readsBackFrom(std::string_view bytes) const;
 
-    // Decodes and caches all text fields, which get() otherwise decodes on first use.
-    void decode() const;
-
     // A picture field holds the first JPEG file that is embedded in the card. Pictures in other formats and linked pictures count as absent
     // and are left unchanged. setImage() with no bytes removes the picture.
     std::string image(int type) const;

@@ -141,7 +141,6 @@ std::string CardStore::save(const std::string& id)
     Open record = std::move(openForWriting(id, Step::Save));
     writing_.reset();
     last_.reset();
-    single_.giveUpAhead();
     if (!record.isNew && !record.displayNameWritten && !record.nameBefore.empty() &&
         record.card.get(kDisplayNameField) == record.nameBefore)
         record.card.set(kDisplayNameField, record.card.composedName()); // a display name that equals the composed name follows it
@@ -178,7 +177,6 @@ void CardStore::remove(const std::string& id)
     const FileRecord& file = cards_.index->fileAt(place);
     if (file.bad()) throw StoreError(Step::Delete, cards_.folder->pathOf(file.faultyPlace()) + ": " + file.badText + ".");
     if (last_ && last_->id == id) last_.reset();
-    single_.giveUpAhead();
     fileStep(Step::Delete, [&] { storageOf(place).remove(place); });
     ids_.remove(id);
     if (!batch_) commitAll(Step::Delete);

@@ -12,42 +12,10 @@ SingleCard SingleCardFiles::read(const Place& place, Step step)
 {
     const std::string& name = cards_.index->fileAt(place).name;
     try {
-        auto ahead = takeAhead(place.file);
-        return ahead ? std::move(*ahead) : readCard(*cards_.folder, name);
+        return readCard(*cards_.folder, name);
     } catch (const CardFault& fault) {
         throw cards_.unreadable(name + ", line " + std::to_string(fault.line), fault.text, step);
     }
-}
-
-std::optional<SingleCard> SingleCardFiles::takeAhead(std::size_t file)
-{
-    constexpr std::size_t kFew = 8, kAhead = 64;               // cards
-    constexpr std::uint64_t kLarge = std::uint64_t{64} * 1024; // octets; larger files would take too much memory
-    const std::vector<FileRecord>& files = cards_.index->files();
-    const bool next = file > lastRead_ && file < lastRead_ + kFew; // files that are not a single card may lie in between
-    lastRead_ = file;
-    inARow_ = next ? inARow_ + 1 : 0;
-    if (inARow_ == 0) ahead_.reset();
-    if (inARow_ < kFew) return std::nullopt;
-    if (!ahead_) {
-        ahead_ = std::make_unique<CardAhead>(*cards_.folder);
-        aheadTo_ = file + 1;
-    }
-    if (ahead_->waiting() < kAhead / 2) {
-        std::vector<std::string> names;
-        for (aheadTo_ = std::max(aheadTo_, file + 1); aheadTo_ < files.size() && names.size() < kAhead; ++aheadTo_) {
-            const FileRecord& f = files[aheadTo_];
-            if (f.cards.empty() && !f.bad() && !f.gone && f.state.size <= kLarge) names.push_back(f.name);
-        }
-        if (!names.empty()) ahead_->want(names);
-    }
-    return ahead_->take(files[file].name);
-}
-
-void SingleCardFiles::giveUpAhead()
-{
-    ahead_.reset();
-    inARow_ = 0;
 }
 
 StoredCard SingleCardFiles::make(const std::string& uuid)
@@ -78,7 +46,7 @@ Place SingleCardFiles::add(StoredCard& record)
 FileState SingleCardFiles::writeNew(const std::string& name, std::string_view bytes)
 {
     constexpr std::size_t kFew = 32;
-    if (++added_ > kFew && !drafts_) drafts_ = std::make_unique<DraftsAhead>(*cards_.folder);
+    if (++added_ > kFew && !drafts_) drafts_ = std::make_unique<DraftPool>(*cards_.folder);
     const auto draft = drafts_ ? drafts_->take() : std::make_unique<Folder::Draft>(*cards_.folder);
     draft->write(bytes);
     return draft->place(name);

@@ -1,9 +1,8 @@
 // Cards in files of their own. Each change is written at once. A file that another program changed since it was read is not overwritten:
 // the new file takes its place only while the old one still contains what was read.
 #pragma once
-#include "CardAhead.h"
 #include "CardStorage.h"
-#include "DraftsAhead.h"
+#include "DraftPool.h"
 
 #include <cstddef>
 #include <memory>
@@ -25,23 +24,15 @@ public:
     bool commit() override;
     bool discard() override { return false; }
 
-    // Ends the prefetch. Called before any file, or the list of files, changes.
-    void giveUpAhead();
-
 private:
-    std::optional<SingleCard> takeAhead(std::size_t file);
     FileState writeNew(const std::string& name, std::string_view bytes);
     FileState rewrite(const FileRecord& file, const StoredCard& record);
 
     OpenedCards& cards_;
 
-    // Prefetch: after a few cards were read in list order, the next ones are read on a thread.
-    std::size_t lastRead_ = 0, inARow_ = 0, aheadTo_ = 0; // lastRead_ and aheadTo_ are indexes of files
-    std::unique_ptr<CardAhead> ahead_;
-
     // After many added cards in a batch, temporary files for the next ones are opened on a thread.
     std::size_t added_ = 0; // since the last commit
-    std::unique_ptr<DraftsAhead> drafts_;
+    std::unique_ptr<DraftPool> drafts_;
 };
 
 } // namespace mb::vcard

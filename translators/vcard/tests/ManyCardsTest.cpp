@@ -1,5 +1,4 @@
-// Prefetching must change nothing but the speed.
-#include "CardAhead.h"
+// A folder of many cards, which the store examines on several threads.
 #include "CardStoreFixture.h"
 
 #include <algorithm>
@@ -23,21 +22,20 @@ std::u16string lastNameOf(int i)
     return u"Name" + std::u16string(number.begin(), number.end());
 }
 
-class CardAheadTest : public CardStoreTest {
+class ManyCards : public CardStoreTest {
 protected:
     void SetUp() override
     {
         CardStoreTest::SetUp();
         for (int i = 0; i < kCards; ++i) put(nameOf(i), cardText("Name" + std::to_string(i)));
     }
-    // Reads the first cards in order, which starts the prefetching of the following ones.
     static void readUpTo(CardStore& store, int end)
     {
         for (int i = 0; i < end; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i));
     }
 };
 
-TEST_F(CardAheadTest, ReadsTheRequestedCardInAnyOrder)
+TEST_F(ManyCards, AreReadInAnyOrder)
 {
     CardStore store = open();
     ASSERT_EQ(store.count(), static_cast<std::size_t>(kCards)) << reports;
@@ -46,29 +44,10 @@ TEST_F(CardAheadTest, ReadsTheRequestedCardInAnyOrder)
     for (int i = 0; i < kCards; i += 3) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i)) << "with gaps";
 }
 
-TEST_F(CardAheadTest, AnEditOfAPrefetchedCardIsRead)
+TEST_F(ManyCards, AreNotOverwrittenAfterAnotherProgramsChange)
 {
     CardStore store = open();
     readUpTo(store, 20);
-    edit(store, nameOf(25), ftLastName, u"Edited");
-    for (int i = 20; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), i == 25 ? u"Edited" : lastNameOf(i));
-}
-
-TEST_F(CardAheadTest, ADeletedCardIsNotRead)
-{
-    CardStore store = open();
-    readUpTo(store, 20);
-    store.remove(nameOf(21));
-    EXPECT_EQ(read(store, nameOf(20), ftLastName), lastNameOf(20));
-    expectFailure(Step::BeginRead, nameOf(21), [&] { store.beginRead(nameOf(21)); });
-    for (int i = 22; i < 60; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i));
-}
-
-TEST_F(CardAheadTest, AnotherProgramsChangeOfAPrefetchedCardIsNotOverwritten)
-{
-    CardStore store = open();
-    readUpTo(store, 20);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // the next cards are prefetched by now
     put(nameOf(20), cardText("Somebody else"));
     age(nameOf(20), 5);
     store.beginRead(nameOf(20));
@@ -77,7 +56,7 @@ TEST_F(CardAheadTest, AnotherProgramsChangeOfAPrefetchedCardIsNotOverwritten)
     EXPECT_EQ(get(nameOf(20)), cardText("Somebody else"));
 }
 
-TEST_F(CardAheadTest, AFileThatBecameUnreadableIsNamedWhenItIsRead)
+TEST_F(ManyCards, AreNamedWhenAFileBecameUnreadable)
 {
     CardStore store = open();
     put(nameOf(100), "no card");
@@ -88,18 +67,7 @@ TEST_F(CardAheadTest, AFileThatBecameUnreadableIsNamedWhenItIsRead)
     for (int i = 102; i < 200; ++i) ASSERT_EQ(read(store, nameOf(i), ftLastName), lastNameOf(i));
 }
 
-TEST_F(CardAheadTest, OnlyQueuedFilesAreReturned)
-{
-    const Folder cards(folder.string());
-    CardAhead ahead(cards);
-    EXPECT_FALSE(ahead.take(nameOf(0)));
-    ahead.want({nameOf(1), nameOf(2), nameOf(3), "missing.vcf", nameOf(4)});
-    while (ahead.waiting() > 0 && !ahead.take(nameOf(2))) ahead.want({nameOf(2)}); // taken before its reading began: queue it again
-    EXPECT_FALSE(ahead.take(nameOf(1))) << "it was queued before the card that was taken";
-    EXPECT_FALSE(ahead.take("missing.vcf"));
-}
-
-TEST_F(CardAheadTest, ManyNewFilesAreExaminedInParallelAndListedInOrder)
+TEST_F(ManyCards, AreExaminedInParallelAndListedInOrder)
 {
     put(nameOf(7), "no card");
     put(nameOf(250), cardText("One", "1") + cardText("Two", "2"));

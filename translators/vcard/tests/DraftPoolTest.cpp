@@ -1,5 +1,5 @@
 // Opening files ahead of time must change nothing but the speed.
-#include "DraftsAhead.h"
+#include "DraftPool.h"
 #include "CardStoreFixture.h"
 
 #include <chrono>
@@ -17,7 +17,7 @@ std::u16string lastNameOf(int i)
     return u"Name" + std::u16string(number.begin(), number.end());
 }
 
-class DraftsAheadTest : public CardStoreTest {
+class DraftPoolTest : public CardStoreTest {
 protected:
     static void addMany(CardStore& store, std::set<std::string>& ids)
     {
@@ -25,7 +25,7 @@ protected:
     }
 };
 
-TEST_F(DraftsAheadTest, EveryAddedCardIsInItsOwnFileWhenItsSaveReturns)
+TEST_F(DraftPoolTest, EveryAddedCardIsInItsOwnFileWhenItsSaveReturns)
 {
     auto store = open();
     store.beginBatch();
@@ -40,7 +40,7 @@ TEST_F(DraftsAheadTest, EveryAddedCardIsInItsOwnFileWhenItsSaveReturns)
     store.endBatch(false);
 }
 
-TEST_F(DraftsAheadTest, UnusedFilesAreDeletedAtTheEndOfTheBatch)
+TEST_F(DraftPoolTest, UnusedFilesAreDeletedAtTheEndOfTheBatch)
 {
     auto store = open();
     store.beginBatch();
@@ -56,7 +56,7 @@ TEST_F(DraftsAheadTest, UnusedFilesAreDeletedAtTheEndOfTheBatch)
     EXPECT_EQ(std::set<std::string>(listed.begin(), listed.end()), added);
 }
 
-TEST_F(DraftsAheadTest, UnusedFilesAreDeletedWithAStoreThatIsNotClosed)
+TEST_F(DraftPoolTest, UnusedFilesAreDeletedWithAStoreThatIsNotClosed)
 {
     std::set<std::string> added;
     {
@@ -68,10 +68,10 @@ TEST_F(DraftsAheadTest, UnusedFilesAreDeletedWithAStoreThatIsNotClosed)
     EXPECT_EQ(open().count(), added.size());
 }
 
-TEST_F(DraftsAheadTest, TakeThrowsIfNoFileCanBeOpened)
+TEST_F(DraftPoolTest, TakeThrowsIfNoFileCanBeOpened)
 {
     const Folder cards(folder.string());
-    DraftsAhead drafts(cards);
+    DraftPool drafts(cards);
     fs::remove_all(folder);
     EXPECT_THROW((void)drafts.take(), FileError);
     EXPECT_THROW((void)drafts.take(), FileError);

@@ -1,4 +1,4 @@
-#include "DraftsAhead.h"
+#include "DraftPool.h"
 
 #include <chrono>
 #include <utility>
@@ -21,7 +21,7 @@ std::vector<std::unique_ptr<Folder::Draft>> openSome(const Folder& folder)
 
 } // namespace
 
-std::unique_ptr<Folder::Draft> DraftsAhead::take()
+std::unique_ptr<Folder::Draft> DraftPool::take()
 {
     using namespace std::chrono_literals;
     if (ready_.empty() && next_.valid() && next_.wait_for(0s) == std::future_status::ready) ready_ = next_.get();
