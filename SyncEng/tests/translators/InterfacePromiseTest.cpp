@@ -107,6 +107,8 @@ TEST(InterfacePromise, TheFieldTypesHaveTheirNumbers)
     LONG number = 1;
     for (const LONG type : inOrder) EXPECT_EQ(type, number++);
     EXPECT_EQ(number, 93);
+    EXPECT_EQ(ftDetails, 1000);
+    EXPECT_EQ(ftKind, 1001);
     EXPECT_EQ(ftImageSize1, 2000);
     EXPECT_EQ(ftImageSize2, 2001);
     EXPECT_EQ(ftImageHash1, 2002);
