@@ -130,6 +130,20 @@ TEST_F(DuplicateFinder, ASearchThatCannotBeginIsEndedAndTheEngineSearches)
     expectNothingLost(1, 1);
 }
 
+// A cancel at the end of the search cannot end the run at once: the next call on that store does, or the end of the stages.
+TEST_F(DuplicateFinder, ACancelAtTheEndOfItsSearchCountsAlsoWhereTheOtherStoreFailsBeforeItIsNoticed)
+{
+    const auto id = s.one().add(ada());
+    ASSERT_EQ(s.sync(), S_OK);
+    s.one().set(id, ftCity1, u"Paris");
+    s.two().set(s.two().order.back(), ftCity1, u"Rome");
+    s.log().failNext("2 EndFindDuplicate", E_ABORT);
+    const int reads = s.log().count("1 BeginReadRecord");
+    s.log().failOn("1 BeginReadRecord", reads + 2, E_OUTOFMEMORY); // as the two changes are compared
+    EXPECT_EQ(s.sync(), E_ABORT);
+    EXPECT_EQ(s.log().count("1 BeginReadRecord"), reads + 2) << "the failure came after the cancel";
+}
+
 TEST_F(DuplicateFinder, AQuestionThatFailsMidwayLeavesThatRecordNew)
 {
     s.one().add({{ftLastName, u"Babbage"}});
