@@ -31,8 +31,11 @@ public:
     static Line make(std::string header, std::string_view eol);
 
     const std::string& raw() const;
-    const std::string& name() const { return name_; }   // upper-case, without the group; empty for an opaque line
-    const std::string& group() const { return group_; } // upper-case
+    const std::string& name() const { return name_; }     // upper-case, without the group; empty for an opaque line
+    const std::string& group() const { return group_; }   // upper-case
+    const std::string& header() const { return header_; } // everything in front of the colon, unfolded, as in the file
+    const std::string& body() const { return body_; }     // everything behind the colon, unfolded, still encoded
+    Encoding encoding() const { return encoding_; }
     const std::string* param(std::string_view name) const;
     bool hasType(std::string_view type) const;
     bool isSet() const { return isSet_; } // setValue() was called
@@ -42,6 +45,8 @@ public:
     const std::u16string& value(const Context& context) const;
     // Encodes the value in the line's own charset and encoding. If they cannot represent it, the line gets CHARSET and ENCODING parameters.
     void setValue(std::u16string escaped, const Context& context);
+    // Sets a value that is encoded already. Requires: the header says that it is in base64.
+    void setBase64(std::string base64) { setBody(std::move(base64), true); }
     // Returns the JPEG file that the value holds in base64, with an ENCODING parameter or as a data: URI; empty if it holds none.
     std::string jpeg() const;
     std::uint64_t jpegSize() const; // without decoding it
