@@ -174,7 +174,7 @@ void moveStore(const std::string& name, int side, const std::string& given, bool
 void removeMap(const std::string& name)
 {
     const Engine engine;
-    const GUID map = resolveMap(listMaps(engine), name);
+    const GUID map = resolveMap(listRemovableMaps(engine), name);
     const HRESULT hr = engine.manager()->DeleteMap(map);
     if (FAILED(hr)) throw Failure("The history of the map " + guidName(map) + " could not be removed: " + reasonFor(hr));
     removeRunRecord(map);

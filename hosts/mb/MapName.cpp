@@ -37,6 +37,24 @@ bool isLibraryGone(const GUID& clsid)
     return !library.empty() && !platform::fileExists(library);
 }
 
+// The maps without the hidden maps of transfers. `onDamage` is called for a map that cannot tell its translators; E_FAIL says that it has
+// none.
+template <class OnDamage> std::vector<GUID> mapsOf(const Engine& engine, OnDamage&& onDamage)
+{
+    com::TaskArray<GUID> maps;
+    const HRESULT hr = engine.manager()->EnumerateMaps(maps.putCount(), maps.put());
+    if (FAILED(hr)) throw Failure("The configuration cannot be read: " + describe(hr));
+    std::vector<GUID> listed;
+    const auto store = engine.maps();
+    for (const GUID& map : maps.items()) {
+        GUID first{}, second{};
+        const HRESULT told = store->GetTranslators(map, &first, &second);
+        if (FAILED(told) && told != E_FAIL) onDamage(map, told);
+        if (FAILED(told) || second != map) listed.push_back(map);
+    }
+    return listed;
+}
+
 } // namespace
 
 std::string guidName(const GUID& guid) { return platform::utf8(com::guidText(guid)); }
@@ -51,17 +69,15 @@ std::string storeName(const MapInfo& map, int side)
 
 std::vector<GUID> listMaps(const Engine& engine)
 {
-    com::TaskArray<GUID> maps;
-    const HRESULT hr = engine.manager()->EnumerateMaps(maps.putCount(), maps.put());
-    if (FAILED(hr)) throw Failure("The configuration cannot be read: " + describe(hr));
-    std::vector<GUID> listed;
-    const auto store = engine.maps();
-    for (const GUID& map : maps.items()) {
-        GUID first{}, second{};
-        const bool hidden = SUCCEEDED(store->GetTranslators(map, &first, &second)) && second == map;
-        if (!hidden) listed.push_back(map);
-    }
-    return listed;
+    return mapsOf(engine, [](const GUID& map, HRESULT reason) {
+        throw Failure("The entry of the map " + guidName(map) + " in the configuration is damaged: " + describe(reason) + " mb remove \"" +
+                      guidName(map) + "\" removes the map and leaves its stores as they are.");
+    });
+}
+
+std::vector<GUID> listRemovableMaps(const Engine& engine)
+{
+    return mapsOf(engine, [](const GUID&, HRESULT) {});
 }
 
 TranslatorInfo describeTranslator(ITrMap* maps, const GUID& clsid)

@@ -18,8 +18,11 @@ struct MapInfo {
     std::string databases[2];
 };
 
-// The maps that the user made, without the hidden maps of transfers. The identifier of a hidden map is the class of its target.
+// The maps that the user made, without the hidden maps of transfers. The identifier of a hidden map is the class of its target. Throws
+// Failure if the entry of a map is damaged, because it may be a hidden map.
 std::vector<GUID> listMaps(const Engine& engine);
+// The same maps, and those whose entry is damaged.
+std::vector<GUID> listRemovableMaps(const Engine& engine);
 std::vector<TranslatorInfo> listTranslators(const Engine& engine);
 TranslatorInfo describeTranslator(ITrMap* maps, const GUID& clsid);
 MapInfo describeMap(ITrMap* maps, const GUID& map);

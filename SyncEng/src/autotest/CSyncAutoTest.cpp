@@ -6,6 +6,7 @@
 #include "host.h"
 #include "script.h"
 #include "store/ExportDecoded.h"
+#include "store/FindMap.h"
 #include "text.h"
 #include <cmath>
 
@@ -76,7 +77,8 @@ private:
     DWORD cookie_ = 0;
 };
 
-// Returns the wanted map; for GUID_NULL all maps except the hidden maps of transfers, whose identifier is that of their target.
+// Returns the wanted map; for GUID_NULL all maps except the hidden maps of transfers, whose identifier is that of their target. Fails if a
+// map cannot tell its translators: it may be hidden, and a hidden map must not run in both directions.
 HRESULT mapsToRun(const GUID& wanted, std::vector<GUID>& maps)
 {
     maps = {wanted};
@@ -90,9 +92,10 @@ HRESULT mapsToRun(const GUID& wanted, std::vector<GUID>& maps)
     if (FAILED(hr)) return hr;
     maps.clear();
     for (const GUID& map : listed.items()) {
-        GUID ids[2]{};
-        const bool ofTransfer = SUCCEEDED(com::call(store, &ITrMap::GetTranslators, map, &ids[0], &ids[1])) && ids[1] == map;
-        if (!ofTransfer) maps.push_back(map);
+        std::optional<MapTranslators> ids;
+        hr = FindMap(store.get(), map, ids);
+        if (FAILED(hr)) return hr;
+        if (!ids || ids->two != map) maps.push_back(map);
     }
     return S_OK;
 }

@@ -9,7 +9,7 @@
 #include "registry.h"
 #include "store/ConfigStore.h"
 #include "store/CSyncHistory.h"
-#include "translators/FindMap.h"
+#include "store/FindMap.h"
 #include "translators/TranslatorIds.h"
 #include "ui.h"
 #include <cstdlib>

@@ -5,7 +5,7 @@
 #include "transfer/HiddenMap.h"
 #include "transfer/InstallChecks.h"
 #include "transfer/TargetList.h"
-#include "translators/FindMap.h"
+#include "store/FindMap.h"
 #include "translators/TranslatorIds.h"
 #include "ui.h"
 

@@ -1,7 +1,7 @@
 #include "transfer/HiddenMap.h"
 
 #include "foundation/ClassTable.h"
-#include "translators/FindMap.h"
+#include "store/FindMap.h"
 #include "translators/TranslatorIds.h"
 
 namespace mb {

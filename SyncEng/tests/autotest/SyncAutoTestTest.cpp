@@ -1,5 +1,7 @@
 #include "AutoTestFixture.h"
 #include "FrontEndFake.h"
+#include "store/ConfigStore.h"
+#include "translators/TrMapKeys.h"
 
 namespace mbtest {
 namespace {
@@ -66,6 +68,23 @@ TEST_F(SyncAutoTestTest, ARunSynchronizesTheNamedMapAndTheEmptyTextMeansAllMaps)
     scenario.two().add({{ftFirstName, u"Alan"}, {ftLastName, u"Turing"}});
     ASSERT_EQ(autoTest->Synchronize(bstr(u"").get(), VARIANT_FALSE, VARIANT_TRUE), S_OK);
     EXPECT_EQ(scenario.one().records.size(), 3u);
+}
+
+TEST_F(SyncAutoTestTest, ARunOfAllMapsLeavesTheHiddenMapOfATransferAlone)
+{
+    ASSERT_EQ(scenario.maps()->CreateEx(fakeClass2, fakeClass1, fakeClass2), S_OK);
+    EXPECT_EQ(autoTest->Synchronize(nullptr, VARIANT_FALSE, VARIANT_TRUE), S_OK);
+    EXPECT_THAT(scenario.log().lines, testing::IsEmpty());
+}
+
+TEST_F(SyncAutoTestTest, ARunOfAllMapsRunsNoneWhereItIsUnknownWhetherOneIsHidden)
+{
+    (void)makeMap();
+    ASSERT_EQ(scenario.maps()->CreateEx(fakeClass2, fakeClass1, fakeClass2), S_OK);
+    const std::u16string section = com::guidText(fakeClass2);
+    ASSERT_EQ(mb::ConfigStore().WriteValue(mb::trMapType, section, mb::trMapTrans2Key, u"damaged", false, true), S_OK);
+    EXPECT_EQ(autoTest->Synchronize(nullptr, VARIANT_FALSE, VARIANT_TRUE), CO_E_CLASSSTRING);
+    EXPECT_THAT(scenario.log().lines, testing::IsEmpty());
 }
 
 TEST_F(SyncAutoTestTest, ARunIsSilentOrReconfiguresOnlyOnRequest)

@@ -1,3 +1,4 @@
+#include "base64.h"
 #include "EndToEndFixture.h"
 
 #include <algorithm>
@@ -56,6 +57,23 @@ TEST_F(TransferCommandsTest, ATargetWhosePluginIsGoneIsMarkedAsMissing)
     const std::string shown = mb({"targets"}).out;
     EXPECT_NE(shown.find("vCard folder or file  no "), std::string::npos) << shown;
     EXPECT_NE(shown.find((home_ / "vcard.so").string()), std::string::npos) << "which file is missing: " << shown;
+}
+
+// It may be a hidden map, which must not be synchronised.
+TEST_F(TransferCommandsTest, AMapWhoseEntryIsDamagedIsNamedAndNoMapRuns)
+{
+    fillCards(48);
+    (void)transferThree();
+    fs::create_directories(home_ / "Phone");
+    const std::string map = addMap("Mirabook=" + cards(), "vCard=" + (home_ / "Phone").string());
+    const std::string hidden = json({"targets"}).at(0).at("class"), key = "<KN>" + platform::encodeBase64("Trans2") + "</KN><KV>";
+    replaceIn(dataFolder() / "MBSync.xml", key + platform::encodeBase64(hidden), key + platform::encodeBase64("damaged"));
+    for (const char* command : {"sync", "maps", "status"}) expectFailure({command}, 1, hidden);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 1);
+    EXPECT_TRUE(fs::is_empty(home_ / "Phone"));
+    EXPECT_EQ(mb({"remove", hidden}).code, 0);
+    EXPECT_EQ(mb({"sync", "--silent"}).code, 0);
+    EXPECT_EQ(json({"maps"}).at(0).at("map"), map);
 }
 
 TEST_F(TransferCommandsTest, CardsGoToAFolderByNameAndComeBackEdited)

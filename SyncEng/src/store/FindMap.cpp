@@ -1,4 +1,4 @@
-#include "translators/FindMap.h"
+#include "store/FindMap.h"
 
 namespace mb {
 
