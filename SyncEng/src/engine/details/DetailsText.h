@@ -1,0 +1,47 @@
+// The text of a record's details, and the units in which it is merged. A line is a property, an annotation of a field ("@", the field's
+// type, parameters), or one of the record's own lines (UID, VERSION), which never travel to a known record.
+// The lines of one group are one unit, and so are the lines of one property with the same ALTID: apart, they mean something else.
+#pragma once
+#include "com.h"
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mb {
+
+using DetailsHash = std::uint64_t;
+
+struct DetailsUnit {
+    std::u16string key;          // of a unit that a record has once: the property, or "@" and the field; empty for any other unit
+    std::u16string_view name;    // of the property of the first line; empty for an annotation
+    LONG field = 0;              // of an annotation; 0 for properties
+    std::u16string group, altId; // lower case; empty for none
+    std::vector<std::u16string_view> lines; // whole, in the order of the text
+    DetailsHash hash = 0;                   // of all lines; the names of the group and of the ALTID do not count
+
+    [[nodiscard]] bool isAnnotation() const noexcept { return field != 0; }
+};
+
+struct DetailsText {
+    std::vector<DetailsUnit> units;            // in the order of their first lines
+    std::vector<std::u16string_view> ownLines; // UID and VERSION
+};
+
+DetailsHash detailsHash(std::u16string_view text) noexcept;
+
+// The views point into `text`. Empty lines are left out.
+DetailsText parseDetails(std::u16string_view text);
+
+// The hash of an annotation as one of another field.
+DetailsHash annotationHash(const DetailsUnit& annotation, LONG field);
+std::u16string annotationKey(LONG field);
+// The line of an annotation as one of another field.
+std::u16string annotationLine(const DetailsUnit& annotation, LONG field);
+// The lines of a unit in another group, or with another ALTID. An empty name leaves the unit's own.
+std::vector<std::u16string> renamedLines(const DetailsUnit& unit, std::u16string_view group, std::u16string_view altId);
+
+// The name of a line's property, in the spelling of the line; empty for an annotation.
+std::u16string_view propertyOf(std::u16string_view line);
+
+} // namespace mb

@@ -1,0 +1,298 @@
+#include "engine/details/MergeDetails.h"
+
+#include "text.h"
+#include <algorithm>
+#include <unordered_map>
+
+namespace mb {
+namespace {
+
+// Gives out the units of one hash, each of them once.
+class UnitsByHash {
+public:
+    void add(DetailsHash hash, std::size_t unit) { units_[hash].push_back(unit); }
+    [[nodiscard]] bool has(DetailsHash hash) const
+    {
+        const auto at = units_.find(hash);
+        return at != units_.end() && !at->second.empty();
+    }
+    std::optional<std::size_t> take(DetailsHash hash)
+    {
+        const auto at = units_.find(hash);
+        if (at == units_.end() || at->second.empty()) return std::nullopt;
+        const std::size_t unit = at->second.front();
+        at->second.erase(at->second.begin());
+        return unit;
+    }
+
+private:
+    std::unordered_map<DetailsHash, std::vector<std::size_t>> units_;
+};
+
+bool mappedTo(const FieldTypeMap& types, LONG field)
+{
+    return std::ranges::any_of(types, [&](const auto& pair) { return pair.second == field; });
+}
+
+std::u16string numbered(std::u16string_view prefix, int number)
+{
+    const std::string digits = std::to_string(number);
+    return std::u16string(prefix).append(digits.begin(), digits.end());
+}
+
+// The first name with a number that is not in use.
+template <class InUse> std::u16string firstFree(std::u16string_view prefix, InUse&& inUse)
+{
+    for (int number = 1;; ++number)
+        if (std::u16string name = numbered(prefix, number); !inUse(name)) return name;
+}
+
+} // namespace
+
+MergedDetails::MergedDetails(const DetailsMergeInput& input) : source_(parseDetails(input.source)), target_(parseDetails(input.target))
+{
+    readSource(input.types);
+    readTarget(input.types);
+    matchBase(input.base);
+    pairEqual();
+    applyRemovals();
+    addNew(input.sourceWins);
+    if (input.newTarget) ownLines_ = source_.ownLines;
+}
+
+void MergedDetails::readSource(const FieldTypeMap& types)
+{
+    for (const DetailsUnit& unit : source_.units) {
+        SourceUnit own{.unit = &unit, .targetHash = unit.hash};
+        if (unit.isAnnotation()) {
+            const auto mapped = types.find(unit.field);
+            own.travels = mapped != types.end();
+            if (own.travels) own.targetField = mapped->second;
+            if (own.travels) own.targetHash = annotationHash(unit, mapped->second);
+        }
+        sourceUnits_.push_back(own);
+    }
+}
+
+void MergedDetails::readTarget(const FieldTypeMap& types)
+{
+    for (const DetailsUnit& unit : target_.units)
+        targetUnits_.push_back({.unit = &unit, .mapped = !unit.isAnnotation() || mappedTo(types, unit.field)});
+}
+
+// Pairs of which both sides still hold their unit come first: of several equal units those are the unchanged ones.
+void MergedDetails::matchBase(const DetailsBase& base)
+{
+    UnitsByHash ofSource, ofTarget;
+    for (std::size_t i = 0; i < sourceUnits_.size(); ++i) ofSource.add(sourceUnits_[i].unit->hash, i);
+    for (std::size_t i = 0; i < targetUnits_.size(); ++i) ofTarget.add(targetUnits_[i].unit->hash, i);
+    std::vector<const DetailsPair*> others;
+    for (const DetailsPair& pair : base) {
+        if (!pair.own || !pair.other || !ofSource.has(*pair.own) || !ofTarget.has(*pair.other)) {
+            others.push_back(&pair);
+            continue;
+        }
+        sourceUnits_[*ofSource.take(*pair.own)].state = State::Paired;
+        TargetUnit& target = targetUnits_[*ofTarget.take(*pair.other)];
+        target.state = State::Paired;
+        target.sourceHash = pair.own;
+    }
+    for (const DetailsPair* pair : others) {
+        const auto own = pair->own ? ofSource.take(*pair->own) : std::nullopt;
+        const auto target = pair->other ? ofTarget.take(*pair->other) : std::nullopt;
+        if (own) sourceUnits_[*own].state = pair->other ? State::Gone : State::Half;
+        if (own) sourceUnits_[*own].baseOther = pair->other;
+        if (target) targetUnits_[*target].state = pair->own ? State::Gone : State::Half;
+    }
+}
+
+// What both sides hold in the same words is the same unit, whatever the base says.
+void MergedDetails::pairEqual()
+{
+    UnitsByHash ofTarget;
+    for (std::size_t i = 0; i < targetUnits_.size(); ++i)
+        if (targetUnits_[i].state != State::Paired && targetUnits_[i].mapped) ofTarget.add(targetUnits_[i].unit->hash, i);
+    for (SourceUnit& own : sourceUnits_) {
+        if (own.state == State::Paired || !own.travels) continue;
+        const auto at = ofTarget.take(own.targetHash);
+        if (!at) continue;
+        own.state = targetUnits_[*at].state = State::Paired;
+        targetUnits_[*at].sourceHash = own.unit->hash;
+    }
+}
+
+void MergedDetails::applyRemovals()
+{
+    for (TargetUnit& target : targetUnits_)
+        if (target.state == State::Gone && target.mapped) remove(target);
+}
+
+void MergedDetails::remove(TargetUnit& target)
+{
+    target.kept = false;
+    removed_.insert(removed_.end(), target.unit->lines.begin(), target.unit->lines.end());
+}
+
+void MergedDetails::addNew(const std::function<bool(const DetailsUnit&)>& sourceWins)
+{
+    for (const bool annotations : {false, true})
+        for (SourceUnit& own : sourceUnits_)
+            if (own.state == State::New && own.travels && own.unit->isAnnotation() == annotations && mayAdd(own, sourceWins)) add(own);
+}
+
+// Makes room for a unit that the target may have once.
+bool MergedDetails::mayAdd(const SourceUnit& own, const std::function<bool(const DetailsUnit&)>& sourceWins)
+{
+    if (own.unit->key.empty()) return true;
+    const std::u16string key = own.targetField ? annotationKey(*own.targetField) : own.unit->key;
+    const auto rival = std::ranges::find_if(
+        targetUnits_, [&](const TargetUnit& target) { return target.kept && target.state != State::Paired && target.unit->key == key; });
+    if (rival == targetUnits_.end()) return true;
+    const bool changedByUser = rival->state == State::New;
+    if (changedByUser && !sourceWins(*own.unit)) return false;
+    if (changedByUser) overwritten_.insert(overwritten_.end(), rival->unit->lines.begin(), rival->unit->lines.end());
+    remove(*rival);
+    return true;
+}
+
+void MergedDetails::add(SourceUnit& own)
+{
+    own.state = State::Paired;
+    const DetailsUnit& unit = *own.unit;
+    if (own.targetField) {
+        added_.push_back(annotationLine(unit, *own.targetField));
+        addedUnits_.push_back({annotationKey(*own.targetField), {}, {}, own.targetHash, unit.hash, false});
+        return;
+    }
+    const std::u16string group = unit.group.empty() ? std::u16string() : freeGroup(unit.group);
+    const std::u16string altId = unit.altId.empty() ? std::u16string() : freeAltId(unit);
+    if (!group.empty()) addedGroups_.push_back(group);
+    if (!altId.empty()) addedAltIds_.emplace_back(unit.name, altId);
+    for (std::u16string& line : renamedLines(unit, group == unit.group ? u"" : group, altId == unit.altId ? u"" : altId))
+        added_.push_back(std::move(line));
+    addedUnits_.push_back({unit.key, unit.name, unit.lines.front(), own.targetHash, unit.hash, false});
+}
+
+std::u16string MergedDetails::freeGroup(const std::u16string& wanted) const
+{
+    const auto inUse = [&](const std::u16string& name) {
+        return std::ranges::find(addedGroups_, name) != addedGroups_.end() ||
+               std::ranges::any_of(targetUnits_, [&](const TargetUnit& target) { return target.kept && target.unit->group == name; });
+    };
+    return inUse(wanted) ? firstFree(u"item", inUse) : wanted;
+}
+
+std::u16string MergedDetails::freeAltId(const DetailsUnit& unit) const
+{
+    const auto inUse = [&](const std::u16string& altId) {
+        return std::ranges::find(addedAltIds_, std::pair(std::u16string(unit.name), altId)) != addedAltIds_.end() ||
+               std::ranges::any_of(targetUnits_, [&](const TargetUnit& target) {
+                   return target.kept && target.unit->name == unit.name && target.unit->altId == altId;
+               });
+    };
+    return inUse(unit.altId) ? firstFree({}, inUse) : unit.altId;
+}
+
+std::u16string MergedDetails::text() const
+{
+    std::u16string text;
+    const auto append = [&](std::u16string_view line) {
+        if (!text.empty()) text += u'\n';
+        text += line;
+    };
+    for (const TargetUnit& target : targetUnits_)
+        if (target.kept) std::ranges::for_each(target.unit->lines, append);
+    for (const std::u16string& line : added_) append(line);
+    for (const std::u16string_view line : target_.ownLines) append(line);
+    for (const std::u16string_view line : ownLines_) append(line);
+    return text;
+}
+
+std::vector<MergedDetails::Expected> MergedDetails::expected() const
+{
+    std::vector<Expected> all;
+    for (const TargetUnit& target : targetUnits_) {
+        if (!target.kept) continue;
+        const DetailsUnit& unit = *target.unit;
+        all.push_back({unit.key, unit.name, unit.lines.front(), unit.hash, target.sourceHash,
+                       target.state == State::Paired || target.state == State::Half});
+    }
+    for (Expected unit : addedUnits_) {
+        unit.inBase = true;
+        all.push_back(std::move(unit));
+    }
+    return all;
+}
+
+namespace {
+
+std::u16string valueOf(std::u16string_view line)
+{
+    const std::size_t colon = line.find(u':');
+    return platform::foldedAlnum(line.substr(colon == std::u16string_view::npos ? line.size() : colon));
+}
+
+} // namespace
+
+DetailsBase MergedDetails::nextBase(std::u16string_view targetNow) const
+{
+    const DetailsText now = parseDetails(targetNow);
+    DetailsBase base;
+    for (const SourceUnit& own : sourceUnits_)
+        if (own.state == State::Gone || own.state == State::Half) base.push_back({own.unit->hash, own.baseOther});
+
+    UnitsByHash held;
+    for (std::size_t i = 0; i < now.units.size(); ++i) held.add(now.units[i].hash, i);
+    std::vector<Expected> missing;
+    std::vector<bool> seen(now.units.size());
+    for (Expected& unit : expected()) {
+        const auto at = held.take(unit.hash);
+        if (!at)
+            missing.push_back(std::move(unit));
+        else if (unit.inBase)
+            base.push_back({unit.sourceHash, unit.hash});
+        if (at) seen[*at] = true;
+    }
+    // A unit that the store spells anew: by its key, else by its property and value, else by its property.
+    using Same = bool (*)(const Expected&, const DetailsUnit&);
+    constexpr Same ways[] = {
+        [](const Expected& a, const DetailsUnit& b) { return !a.key.empty() && a.key == b.key; },
+        [](const Expected& a, const DetailsUnit& b) {
+            return !a.name.empty() && a.name == b.name && valueOf(a.line) == valueOf(b.lines.front());
+        },
+        [](const Expected& a, const DetailsUnit& b) { return a.key.empty() && b.key.empty() && !a.name.empty() && a.name == b.name; }};
+    for (const Same same : ways)
+        std::erase_if(missing, [&](const Expected& unit) {
+            for (std::size_t i = 0; i < now.units.size(); ++i) {
+                if (seen[i] || !same(unit, now.units[i])) continue;
+                seen[i] = true;
+                if (unit.inBase) base.push_back({unit.sourceHash, now.units[i].hash});
+                return true;
+            }
+            return false;
+        });
+    for (const Expected& unit : missing)
+        if (unit.sourceHash && unit.inBase) base.push_back({unit.sourceHash, std::nullopt});
+    for (std::size_t i = 0; i < now.units.size(); ++i)
+        if (!seen[i]) base.push_back({std::nullopt, now.units[i].hash});
+    return base;
+}
+
+bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const FieldTypeMap& types)
+{
+    const DetailsText details = parseDetails(text);
+    std::unordered_map<DetailsHash, int> known;
+    for (const DetailsPair& pair : base)
+        if (pair.own) ++known[*pair.own];
+    for (const DetailsUnit& unit : details.units) {
+        const auto at = known.find(unit.hash);
+        const bool travels = !unit.isAnnotation() || types.contains(unit.field);
+        if (at != known.end() && at->second > 0)
+            --at->second;
+        else if (travels)
+            return false;
+    }
+    return std::ranges::all_of(known, [](const auto& each) { return each.second == 0; });
+}
+
+} // namespace mb

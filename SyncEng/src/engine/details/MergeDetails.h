@@ -1,0 +1,88 @@
+// Merges the details of two linked records by unit, in one direction: only what the source changed since the last run is applied to the
+// target. What the target changed stays, and travels when the other direction is written. Reads and writes no store.
+#pragma once
+#include "engine/details/DetailsBase.h"
+#include "store/FieldData.h"
+#include <functional>
+
+namespace mb {
+
+struct DetailsMergeInput {
+    std::u16string_view source, target;
+    DetailsBase base{};        // as the source has it; empty at a first meeting
+    const FieldTypeMap& types; // for each mapped pair, the source's field type to the target's: an annotation of any other field stays home
+    bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
+    // Of a unit that a record has once and that is new on both sides: whether the source's replaces the target's.
+    std::function<bool(const DetailsUnit&)> sourceWins{};
+};
+
+class MergedDetails {
+public:
+    // The texts and the types must outlive this object.
+    explicit MergedDetails(const DetailsMergeInput& input);
+
+    // Whether the target's text has to be written.
+    [[nodiscard]] bool changesTarget() const noexcept { return !added_.empty() || !removed_.empty() || !ownLines_.empty(); }
+    // The target's new text: its lines without the removed ones, and then the added ones.
+    [[nodiscard]] std::u16string text() const;
+    [[nodiscard]] const std::vector<std::u16string>& added() const noexcept { return added_; }
+    [[nodiscard]] const std::vector<std::u16string_view>& removed() const noexcept { return removed_; }
+    // The removed lines that the target's user had changed too.
+    [[nodiscard]] const std::vector<std::u16string_view>& overwritten() const noexcept { return overwritten_; }
+    // The next base, as the source has it, from what the target holds now. What the target did not keep of a text that was written is
+    // recorded as not kept, and what it made of it as its own: neither travels.
+    [[nodiscard]] DetailsBase nextBase(std::u16string_view targetNow) const;
+
+private:
+    // New: not in the base. Gone: in the base, and the other side lacks it now. Half: in the base without a counterpart.
+    enum class State { New, Gone, Half, Paired };
+    struct SourceUnit {
+        const DetailsUnit* unit = nullptr;
+        std::optional<LONG> targetField{}; // of an annotation that travels
+        bool travels = true;
+        DetailsHash targetHash = 0; // of the unit as the target would hold it
+        State state = State::New;
+        std::optional<DetailsHash> baseOther{}; // of the pair of a unit that is Gone on the target
+    };
+    struct TargetUnit {
+        const DetailsUnit* unit = nullptr;
+        bool mapped = true; // false for an annotation that no field of the source is mapped to
+        State state = State::New;
+        std::optional<DetailsHash> sourceHash{}; // of its partner
+        bool kept = true;
+    };
+    // A unit that the target should hold.
+    struct Expected {
+        std::u16string key;
+        std::u16string_view name, line;
+        DetailsHash hash = 0;
+        std::optional<DetailsHash> sourceHash{};
+        bool inBase = false;
+    };
+
+    void readSource(const FieldTypeMap& types);
+    void readTarget(const FieldTypeMap& types);
+    void matchBase(const DetailsBase& base);
+    void pairEqual();
+    void applyRemovals();
+    void addNew(const std::function<bool(const DetailsUnit&)>& sourceWins);
+    bool mayAdd(const SourceUnit& own, const std::function<bool(const DetailsUnit&)>& sourceWins);
+    void remove(TargetUnit& target);
+    void add(SourceUnit& own);
+    [[nodiscard]] std::u16string freeGroup(const std::u16string& wanted) const;
+    [[nodiscard]] std::u16string freeAltId(const DetailsUnit& unit) const;
+    [[nodiscard]] std::vector<Expected> expected() const;
+
+    DetailsText source_, target_;
+    std::vector<SourceUnit> sourceUnits_;
+    std::vector<TargetUnit> targetUnits_;
+    std::vector<Expected> addedUnits_;
+    std::vector<std::u16string> added_, addedGroups_;
+    std::vector<std::pair<std::u16string, std::u16string>> addedAltIds_; // of a property
+    std::vector<std::u16string_view> removed_, overwritten_, ownLines_;
+};
+
+// Whether the record holds the details that its base has. `types`: as above, from this side to the other.
+bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const FieldTypeMap& types);
+
+} // namespace mb
