@@ -51,7 +51,7 @@ inline std::filesystem::path folderOf(Source source)
 inline std::map<std::string, std::string> samples(Source source)
 {
     std::map<std::string, std::string> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folderOf(source)))
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folderOf(source)))
         if (entry.path().extension() == ".vcf") files[entry.path().filename().string()] = readBytes(entry.path());
     return files;
 }
