@@ -1,5 +1,7 @@
 #include "Transfer.h"
 
+#include "Ascii.h"
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -64,6 +66,7 @@ std::string decodeQuotedPrintable(std::string_view text)
 
 std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, std::string_view eol)
 {
+    const bool likeEnd = endsWithFold(bytes, "VCARD"); // behind a soft line break the rest may be END:VCARD
     std::string text;
     for (std::size_t i = 0; i < bytes.size();) {
         // A unit is one octet, or a whole multi-byte sequence in hexadecimal, which no soft line break may split.
@@ -71,7 +74,7 @@ std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, st
         do {
             const auto b = static_cast<unsigned char>(bytes[i]);
             const bool atEnd = i + 1 == bytes.size(); // a trailing blank may be cut off, a trailing backslash may join the next line
-            if (b > 32 && b < 127 && b != '=' && !(atEnd && b == '\\'))
+            if (b > 32 && b < 127 && b != '=' && !(atEnd && (b == '\\' || likeEnd)))
                 unit += static_cast<char>(b);
             else if (b == ' ' && !atEnd)
                 unit += ' ';

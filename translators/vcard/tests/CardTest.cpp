@@ -326,6 +326,19 @@ TEST(Card, AValueThatEndsInABackslashDoesNotJoinTheNextLine)
     }
 }
 
+// A soft line break may stand in front of the last words of a value.
+TEST(Card, AValueThatEndsLikeACardDoesNotEndTheCard)
+{
+    for (std::size_t size = 0; size < 80; ++size)
+        for (const char16_t* end : {u"END:VCARD", u"x.begin:vcard", u" END:VCARD"}) {
+            const std::u16string value = u"\u00FC" + std::u16string(size, u'x') + end;
+            Card card = Card::parse(v21("NOTE:old\r\n"));
+            card.set(ftNotes, value);
+            ASSERT_TRUE(card.readsBackFrom(card.bytes())) << card.bytes();
+            expectFields(Card::parse(card.bytes()), {{ftNotes, value}});
+        }
+}
+
 void expectOthersUnmoved(const std::string& before, int type, std::u16string_view value)
 {
     Card card = Card::parse(before);
