@@ -50,10 +50,11 @@ std::string unfold(std::string_view text, Version version, bool keepSoftBreaks)
     return joined;
 }
 
-std::string fold(std::string_view line, std::string_view eol)
+// The first `whole` octets stay on one line.
+std::string fold(std::string_view line, std::size_t whole, std::string_view eol)
 {
     std::string folded;
-    std::size_t room = kFoldAt;
+    std::size_t room = std::max(kFoldAt, whole);
     while (line.size() > room) {
         std::size_t cut = room;
         while (cut > room - 4 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
@@ -176,7 +177,8 @@ const std::string& Line::raw() const
     raw_.clear();
     raw_.reserve(header_.size() + 1 + body_.size() + eol_.size());
     raw_.append(header_).append(1, ':').append(body_);
-    if (folds_ && raw_.size() > kFoldAt) raw_ = fold(raw_, eol_);
+    // In version 2.1 a fold in the header would add a blank to it; in base64 blanks mean nothing.
+    if (folds_ && raw_.size() > kFoldAt) raw_ = fold(raw_, base64() ? header_.size() + 1 : 0, eol_);
     raw_ += eol_;
     rawIsOld_ = false;
     return raw_;
