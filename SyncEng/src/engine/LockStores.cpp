@@ -16,7 +16,11 @@ void LockConfiguredStores(RunState& run, const MapClient& client, const GUID& ma
     // Where the map cannot tell its translators, the run fails for the same reason and reports it.
     if (!client.translators(map, run.side(Side::One).id, run.side(Side::Two).id)) return;
     PerSide<std::u16string> databases;
-    for (const Side side : bothSides) databases[side] = SettingsClient(map, side).text(u"Database");
+    const HRESULT read = resultOf([&] {
+        for (const Side side : bothSides) databases[side] = SettingsClient(map, side).requireText(u"Database");
+    });
+    if (!answered(read)) RefuseRun(run, read, u"The settings of the map could not be read. Nothing was written.");
+    require(read);
     LockStores(run, databases);
 }
 

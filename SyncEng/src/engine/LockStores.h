@@ -6,7 +6,8 @@
 
 namespace mb {
 
-// By the settings of both sides; a side that keeps its database elsewhere is left out.
+// By the settings of both sides; a side that keeps its database elsewhere is left out. Settings that cannot be read end the run: a store
+// would be opened without its lock.
 void LockConfiguredStores(RunState& run, const MapClient& client, const GUID& map);
 // An empty name is left out. Requires: the translators of both sides are known. Where a store is locked or cannot be, RunFailure is thrown
 // and run.error says why.

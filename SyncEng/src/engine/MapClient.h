@@ -103,6 +103,15 @@ public:
         if (settings_) (void)com::call(settings_, &IDataStream::GetString, com::Bstr(key).get(), text.put());
         return text.text();
     }
+    // The same, but settings that cannot be read end the run. E_FAIL says that the settings have no such text.
+    [[nodiscard]] std::u16string requireText(std::u16string_view key) const
+    {
+        if (!settings_) throw RunFailure(E_NOINTERFACE);
+        com::Bstr text;
+        const HRESULT hr = com::call(settings_, &IDataStream::GetString, com::Bstr(key).get(), text.put());
+        if (hr != E_FAIL) require(hr);
+        return text.text();
+    }
     void trySetText(std::u16string_view key, std::u16string_view text)
     {
         if (settings_) (void)com::call(settings_, &IDataStream::SetString, com::Bstr(key).get(), com::Bstr(text).get());

@@ -2,7 +2,9 @@
 #include "dialogs/Dialog.h"
 #include "engine/EngineCodes.h"
 #include "engine/RunLocks.h"
+#include "FakeServices.h"
 #include "files.h"
+#include "foundation/ClassTable.h"
 #include "FrontEndFake.h"
 #include "People.h"
 #include "SyncScenario.h"
@@ -28,6 +30,17 @@ using testing::IsEmpty;
 using testing::SizeIs;
 
 ContactStore storeNamed(const std::u16string& database) { return {mbtest::fakeClass1, database}; }
+
+class UnreadableSettings final : public mbtest::FakeServices {
+public:
+    using FakeServices::FakeServices;
+    HRESULT STDMETHODCALLTYPE GetString(BSTR, BSTR*) override { return E_ACCESSDENIED; }
+};
+
+HRESULT createNone(IUnknown*, REFIID, void**) noexcept { return E_OUTOFMEMORY; }
+
+constexpr com::ClassEntry unreadableRows{&__uuidof(DataStream), u"", u"", com::create<UnreadableSettings>},
+    missingRows{&__uuidof(TrServices), u"", u"", createNone};
 
 class StoreLocks : public testing::Test {
 protected:
@@ -87,6 +100,18 @@ TEST_F(StoreLocks, OfARunRefuseAMapThatSharesAStoreBeforeItsTranslatorsAreStarte
     EXPECT_EQ(s.sync(), S_OK);
     EXPECT_THAT(s.two().records, SizeIs(1));
     EXPECT_EQ(takenElsewhere(storeNamed(place("Shared"))), S_OK);
+}
+
+// The store that they name would be opened without its lock.
+TEST_F(StoreLocks, AreNotLeftOutWhereTheSettingsCannotBeRead)
+{
+    for (const auto& rows : {unreadableRows, missingRows}) {
+        const mb::ClassOverride broken(std::span(&rows, 1));
+        EXPECT_TRUE(FAILED(s.sync()));
+        EXPECT_THAT(s.log().lines, IsEmpty());
+        EXPECT_THAT(platform::utf8(s.lastError().first), HasSubstr("could not be read"));
+    }
+    EXPECT_EQ(s.sync(), S_OK);
 }
 
 TEST_F(StoreLocks, OfOtherStoresLetAMapRun)

@@ -7,7 +7,7 @@
 
 namespace mbtest {
 
-class FakeServices final : public com::Object<ITrServices, IDataStream, ILogFile> {
+class FakeServices : public com::Object<ITrServices, IDataStream, ILogFile> {
 public:
     explicit FakeServices(IUnknown* outer) noexcept : Object(outer) {}
     std::map<std::u16string, std::u16string> values; // numbers and GUIDs as texts
