@@ -1,4 +1,4 @@
-// What the tests share that run mb once for each of its file calls.
+// Copies a folder with everything in it.
 #pragma once
 #include "RunProgram.h"
 
@@ -6,14 +6,6 @@
 #include <gtest/gtest.h>
 
 namespace mbtest {
-
-// Distance between the calls that a sweep tests. Under the sanitizers a run takes ten times as long, so a sweep tests every fourth call
-// there; the native build tests every call.
-#ifdef __SANITIZE_ADDRESS__
-inline constexpr int sweepStep = 4;
-#else
-inline constexpr int sweepStep = 1;
-#endif
 
 // Replaces the folder `to` by a copy of `from` that keeps the files' times.
 inline void copyAll(const std::filesystem::path& from, const std::filesystem::path& to)
