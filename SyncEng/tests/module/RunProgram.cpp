@@ -40,8 +40,15 @@ PROCESS_INFORMATION start(const fs::path& program, const std::vector<std::wstrin
     info.hStdOutput = info.hStdError = file;
     PROCESS_INFORMATION process{};
     std::wstring line = commandLine(program, arguments);
-    const BOOL started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &info, &process);
+    // Retries: on a busy machine Wine sometimes cannot start a process at the first attempt.
+    BOOL started = FALSE;
+    for (int attempt = 0; attempt < 3 && !started; ++attempt) {
+        if (attempt > 0) Sleep(500);
+        started = CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, flags, nullptr, nullptr, &info, &process);
+    }
+    const DWORD error = GetLastError();
     CloseHandle(file);
+    SetLastError(error);
     requireWin32(started);
     CloseHandle(process.hThread);
     return process;
