@@ -57,6 +57,9 @@ constexpr Spelling kSpellings[] = {
     {"EMAIL;PID=1.1,2.1:a@example.org", "EMAIL;PID=1.1,2.1:a@example.org", "EMAIL;PID=1.1;PID=2.1:a@example.org", ""},
     {"IMPP;X-SERVICE-TYPE=Jabber:xmpp:a@example.org", "IMPP;X-SERVICE-TYPE=Jabber;VALUE=URI:xmpp:a@example.org",
      "IMPP;X-SERVICE-TYPE=Jabber:xmpp:a@example.org", ""},
+    {"TEL;TYPE=cell:1", "TEL;TYPE=cell,Cell:1", "TEL;TYPE=CELL;TYPE=cell:1", "TEL;CELL;TYPE=cell:1"},
+    {"TEL;X-NOTE=\"a:b\":1", "TEL;X-Note=\"a:b\":1", "TEL;X-NOTE=\"a:b\":1", "TEL;X-NOTE=\"a:b\":1"},
+    {"TEL;X-NOTE=ab:1", "TEL;X-NOTE=a\x01\"b\":1", "TEL;X-NOTE=a\x01\"b\":1", "TEL;;X-NOTE=ab;:1"},
     // Texts
     {"NOTE:a\\, b\\; c\\nd\\\\e", "NOTE:a\\, b\\; c\\nd\\\\e", "NOTE:a\\, b\\; c\\Nd\\\\e",
      "NOTE;ENCODING=QUOTED-PRINTABLE:a, b; c=0D=0Ad\\e"},
@@ -69,6 +72,9 @@ constexpr Spelling kSpellings[] = {
      "NOTE;CHARSET=UTF-8;QUOTED-PRINTABLE:Gr=C3=BC=C3=9Fe"},
     {"NOTE:folded", "NOTE:fol\r\n ded", "NOTE:fol\n\tded", "NOTE;QUOTED-PRINTABLE:fol=\r\nded"},
     {"NOTE:text", "", "NOTE;ENCODING=B:dGV4dA==", "NOTE;ENCODING=BASE64:dGV4dA=="},
+    {"X-CUSTOM:text", "", "X-CUSTOM;CHARSET=UTF-8;ENCODING=B:dGV4dA==", "X-CUSTOM;CHARSET=UTF-8;BASE64:dGV4dA=="},
+    {"X-CUSTOM:C:\\\\new", "X-CUSTOM:C:\\\\new", "X-CUSTOM:C:\\\\new", "X-CUSTOM:C:\\new"},
+    {"NOTE:a\\\\\\nb", "NOTE:a\\\\\\nb", "NOTE;QUOTED-PRINTABLE:a\\=0Ab", "NOTE;QUOTED-PRINTABLE:a\\=0D=0Ab"},
     {"N:Doe\\, Sr.;Jane;;;", "N:Doe\\, Sr.;Jane;;;", "N:Doe\\, Sr.;Jane;;;", "N:Doe, Sr.;Jane;;;"},
     {"ORG:A\\;B;C", "ORG:A\\;B;C", "ORG:A\\;B;C", "ORG:A\\;B;C"},
     {"CATEGORIES:one,two\\, three", "CATEGORIES:one,two\\, three", "CATEGORIES:one,two\\, three", "CATEGORIES:one,two\\, three"},
@@ -107,6 +113,8 @@ constexpr Spelling kSpellings[] = {
      "PHOTO;PNG;BASE64:iVBORw=="},
     {"PHOTO:data:image/gif;base64,R0lGODg=", "PHOTO:data:image/gif;base64,R0lGODg=", "PHOTO;ENCODING=b:R0lGODg=",
      "PHOTO;BASE64:R0lG\r\n ODg="},
+    {"LOGO:data:image/webp;base64,UklGRgAAAABXRUJQ", "LOGO:data:image/webp;base64,UklGRgAAAABXRUJQ", "LOGO;ENCODING=b:UklGRgAAAABXRUJQ",
+     "LOGO;BASE64:UklGRgAAAABXRUJQ"},
     {"PHOTO:data:image/jpeg;base64,AAAA", "PHOTO;TYPE=jpeg:data:image/JPG;base64,AAAA", "PHOTO;TYPE=JPG;ENCODING=BASE64:AAAA",
      "PHOTO;TYPE=JPEG;ENCODING=BASE64:AAAA"},
     {"PHOTO:data:image/webp;base64,AAAA", "PHOTO:data:image/webp;base64,AAAA", "PHOTO:data:image/webp;base64\\,AAAA", ""},
@@ -164,6 +172,14 @@ TEST(CanonicalLine, TheParametersAreThoseOfTheLine)
     EXPECT_EQ(params("REV;X=1:a"), "");
 }
 
+TEST(CanonicalLine, ParametersAreReadInTheCharsetOfTheCard)
+{
+    const Context context{Version::V30, std::string(kWindows1252), "\r\n"};
+    EXPECT_EQ(canonicalLine(Line::parse("ADR;LABEL=Gr\xFCn:;;\xFC;;;;", Version::V30), context), "ADR;LABEL=Gr\xC3\xBCn:;;\xC3\xBC;;;;");
+    EXPECT_EQ(canonicalLine(Line::parse("ADR;LABEL=\xBF\xE0;CHARSET=ISO-8859-5:;;\xBF\xE0;;;;", Version::V30), context),
+              "ADR;LABEL=\xD0\x9F\xD1\x80:;;\xD0\x9F\xD1\x80;;;;");
+}
+
 TEST(CanonicalLine, ALineIsWrittenInTheSpellingOfItsVersion)
 {
     const auto expectSpellings = [](std::string_view canonical, std::string_view v40, std::string_view v30, std::string_view v21) {
@@ -188,6 +204,10 @@ TEST(CanonicalLine, ALineIsWrittenInTheSpellingOfItsVersion)
                     "PHOTO;VALUE=URL:http://example.org/a");
     expectSpellings("KEY:data:image/png,plain", "KEY:data:image/png,plain", "KEY;VALUE=uri:data:image/png,plain",
                     "KEY;VALUE=URL:data:image/png,plain");
+    expectSpellings("KEY:data:application/octet-stream;base64,AAAA", "KEY:data:application/octet-stream;base64,AAAA", "KEY;ENCODING=b:AAAA",
+                    "KEY;ENCODING=BASE64:AAAA");
+    expectSpellings("PHOTO:data:image/heic;base64,AAAA", "PHOTO:data:image/heic;base64,AAAA", "PHOTO;ENCODING=b;MEDIATYPE=image/heic:AAAA",
+                    "PHOTO;ENCODING=BASE64;MEDIATYPE=image/heic:AAAA");
     expectSpellings("UID:abc", "UID;VALUE=text:abc", "UID:abc", "UID:abc");
     expectSpellings("NOTE:a\\, b\\nc", "NOTE:a\\, b\\nc", "NOTE:a\\, b\\nc", "NOTE;ENCODING=QUOTED-PRINTABLE:a, b=0D=0Ac");
 }
