@@ -1,6 +1,7 @@
 // Maps contact fields to the lines of a card. A field is identified by its number in _FieldTypes. Fields that are parts of one property,
 // such as the five parts of a name, share a slot; at most one line of a card holds a slot.
 #pragma once
+#include "FieldNumbers.h"
 #include "Line.h"
 
 #include <array>
@@ -28,7 +29,7 @@ inline constexpr std::string_view kPinParam = "X-MB-FIELD";
 // RFC 9554: marks a value that was derived from other properties.
 inline constexpr std::string_view kDerivedParam = "DERIVED";
 
-inline constexpr int kCategoriesField = 19, kDisplayNameField = 79; // _FieldTypes
+inline constexpr int kCategoriesField = ft::Categories, kDisplayNameField = ft::DisplayName;
 
 std::span<const Field> fields();
 const Field* findField(int type);
