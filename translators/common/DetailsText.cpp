@@ -120,6 +120,19 @@ int annotatedField(std::u16string_view line)
     return field;
 }
 
+std::vector<int> fieldsOfAnnotation(int field)
+{
+    static const std::vector<int> shared[] = {
+        {1, 2, 3, 4, 5},      // the name
+        {7, 68},              // company and department
+        {8, 9, 10, 11, 12},   // the business address
+        {13, 14, 15, 16, 17}, // the home address
+        {51, 52, 53, 54, 55}, // the other address
+    };
+    const auto* const found = std::find_if(std::begin(shared), std::end(shared), [&](const auto& fields) { return fields[0] == field; });
+    return found == std::end(shared) ? std::vector{field} : *found;
+}
+
 std::u16string withoutAnnotations(std::u16string_view text, const std::function<bool(int field)>& isEmpty)
 {
     std::u16string kept;
@@ -144,6 +157,23 @@ std::size_t detailsOctets(std::u16string_view text)
     std::size_t octets = 0;
     for (const char16_t c : text) octets += c < 0x80 ? 1 : c < 0x800 || isHigh(c) || isLow(c) ? 2 : 3;
     return octets;
+}
+
+std::string detailsRefusal(std::u16string_view text, const std::string& card)
+{
+    const auto message = [&](const char* what, std::size_t limit) {
+        return "The card \"" + card + "\" is not written: " + what + " has more than " + std::to_string(limit >> 20) +
+               " MiB. Remove it from the contact, or make it smaller.";
+    };
+    // No UTF-16 unit takes more than three octets, so most texts need no look at each character.
+    if (text.size() <= kMaxDetailsLine / 3) return {};
+    std::size_t octets = 0;
+    for (const std::u16string_view line : detailsLines(text)) {
+        const std::size_t ofLine = detailsOctets(line);
+        if (ofLine > kMaxDetailsLine) return message("a line of its details", kMaxDetailsLine);
+        octets += ofLine + 1;
+    }
+    return octets > kMaxDetails ? message("the text of its details", kMaxDetails) : std::string();
 }
 
 } // namespace mb::plugin

@@ -29,6 +29,9 @@ std::vector<std::u16string_view> detailsLines(std::u16string_view text);
 
 // Returns the field that an annotation names; 0 for any other line.
 int annotatedField(std::u16string_view line);
+// Returns the fields that share a property with the field that an annotation names, which is the lowest of them: the five parts of a name
+// for 1. Most fields have a property of their own.
+std::vector<int> fieldsOfAnnotation(int field);
 // Returns the text without the annotations of fields for which `isEmpty` returns true.
 std::u16string withoutAnnotations(std::u16string_view text, const std::function<bool(int field)>& isEmpty);
 
@@ -37,5 +40,8 @@ std::u16string ownDetail(std::u16string_view text, std::u16string_view name);
 
 // Returns the length of the text in UTF-8.
 std::size_t detailsOctets(std::u16string_view text);
+
+// Returns a message that the text, or a line of it, is over its limit; empty if a store may keep it. `card` is the card's name in UTF-8.
+std::string detailsRefusal(std::u16string_view text, const std::string& card);
 
 } // namespace mb::plugin

@@ -1,5 +1,6 @@
 #include "CardFile.h"
 
+#include "DetailsText.h"
 #include "files.h"
 #include "NewGuid.h"
 #include "Schema.h"
@@ -206,8 +207,10 @@ void CardFile::open()
     if (database_->readOnly()) openSnapshot();
     requireCardFile(prepareFile(*database_), path_);
     database_->execute(cacheSize);
+    // Details may be as large as pictures, so they are read on request, too.
     readCard_ = database_->prepare("SELECT c.key, c.modified, f.type, f.value FROM card c LEFT JOIN field f ON f.card = c.key"
-                                   " WHERE c.id = ?1");
+                                   " AND f.type <> 1000 WHERE c.id = ?1");
+    readDetails_ = database_->prepare("SELECT value FROM field WHERE card = ?1 AND type = 1000");
     insertCard_ = database_->prepare("INSERT INTO card (id, created, modified) VALUES (?1, ?2, ?2) RETURNING key");
     touchCard_ = database_->prepare("UPDATE card SET modified = ?3 WHERE key = ?1 AND modified = ?2");
     deleteCard_ = database_->prepare("DELETE FROM card WHERE id = ?1 AND modified = ?2");
@@ -285,11 +288,14 @@ void CardFile::endRead(const std::string&) { reading_.reset(); }
 std::u16string CardFile::read(const std::string& id, int type) const
 {
     const Open& record = openFor(id);
-    const auto valueIn = [&](const Fields& fields) {
-        const auto at = fields.find(type);
-        return at == fields.end() ? std::u16string() : at->second;
-    };
-    return record.changes.contains(type) ? valueIn(record.changes) : valueIn(record.fields);
+    return type == plugin::kDetailsField ? readDetails(record, Step::ReadField) : valueIn(record, type);
+}
+
+std::u16string CardFile::valueIn(const Open& record, int type)
+{
+    const Fields& fields = record.changes.contains(type) ? record.changes : record.fields;
+    const auto at = fields.find(type);
+    return at == fields.end() ? std::u16string() : at->second;
 }
 
 const CardFile::Open& CardFile::openFor(const std::string& id) const
@@ -364,6 +370,7 @@ CardFile::Open& CardFile::openForWriting(const std::string& id, Step step)
 void CardFile::write(const std::string& id, int type, std::u16string_view text)
 {
     Open& record = openForWriting(id, Step::WriteField);
+    if (type == plugin::kDetailsField) return writeDetails(record, text);
     const auto held = record.fields.find(type);
     if (held == record.fields.end() ? text.empty() : held->second == text)
         record.changes.erase(type);
@@ -421,6 +428,7 @@ void CardFile::updateCard(Open& record)
 std::string CardFile::save(const std::string& id)
 {
     Open& record = openForWriting(id, Step::Save);
+    settleDetails(record);
     if (record.isNew)
         insertCard(record);
     else if (!record.changes.empty() || !record.images.empty())

@@ -1,6 +1,7 @@
 // The host's card file: contacts in one SQLite file, which only make() creates.
 // - A card has a row with its dates, and a row for each field that is not empty. Identifiers are GUIDs, case-insensitive. Each change of a
 //   card increases its date.
+// - Field 1000 is the text of the card's details. It is cleaned when it is written, and holds no annotation of an empty field.
 // - A batch is one transaction.
 // - Cards are listed when the file is opened. A card that another program changed since then is not overwritten.
 // - A read-only file is read without locks, and no files are created beside it. If another program changes it meanwhile, reading fails.
@@ -89,6 +90,16 @@ private:
     void updateCard(Open& record);
     void writeChanges(const Open& record);
     void writeImages(const Open& record);
+    [[nodiscard]] std::uint64_t sizeOfImage(const Open& record, int type, plugin::Step step) const;
+    // The details as they are in the file.
+    [[nodiscard]] std::u16string storedDetails(const Open& record, plugin::Step step) const;
+    [[nodiscard]] std::u16string readDetails(const Open& record, plugin::Step step) const;
+    void writeDetails(Open& record, std::u16string_view text);
+    // Drops annotations whose fields are going to be empty.
+    void settleDetails(Open& record) const;
+    [[nodiscard]] bool isEmptyIn(const Open& record, int type, plugin::Step step) const;
+    [[nodiscard]] static std::u16string valueIn(const Open& record, int type);
+    [[nodiscard]] static std::string nameOf(const Open& record);
     [[nodiscard]] const Open& openFor(const std::string& id) const;
     void dropBatch();
     [[nodiscard]] plugin::StoreError failed(const DatabaseError& e, plugin::Step step) const;
@@ -106,7 +117,8 @@ private:
     FreeSpace freeSpace_;
     std::optional<Database> database_;
     std::optional<FileState> snapshot_; // the state of a file that is read without locks
-    Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_, readImage_, measureImage_, putImage_, dropImage_;
+    Statement readCard_, insertCard_, touchCard_, deleteCard_, putField_, dropField_, readImage_, putImage_, dropImage_;
+    mutable Statement measureImage_, readDetails_; // used while a field is read
     std::vector<Card> cards_;
     std::unordered_map<std::string, std::size_t> byId_; // position in cards_ by folded identifier
     std::optional<Open> reading_, writing_;

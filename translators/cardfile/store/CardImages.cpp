@@ -20,11 +20,12 @@ std::string CardFile::readImage(const std::string& id, int type)
     });
 }
 
-std::uint64_t CardFile::imageSize(const std::string& id, int type)
+std::uint64_t CardFile::imageSize(const std::string& id, int type) { return sizeOfImage(openFor(id), type, Step::ReadField); }
+
+std::uint64_t CardFile::sizeOfImage(const Open& record, int type, Step step) const
 {
-    const Open& record = openFor(id);
     if (const auto changed = record.images.find(type); changed != record.images.end()) return changed->second.size();
-    return guarded(Step::ReadField, [&] {
+    return guarded(step, [&] {
         measureImage_.bind(1, record.key).bind(2, std::int64_t{type});
         Rows rows(measureImage_);
         return rows.next() ? static_cast<std::uint64_t>(measureImage_.number(0)) : std::uint64_t{0};

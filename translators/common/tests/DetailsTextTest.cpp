@@ -97,5 +97,33 @@ TEST(DetailsText, FindsOwnLines)
 
 TEST(DetailsText, CountsOctetsOfUtf8) { EXPECT_EQ(detailsOctets(u"a\u00FC\u20AC\U0001F642\n"), 1u + 2 + 3 + 4 + 1); }
 
+TEST(DetailsText, AnAnnotationIsOfAllFieldsThatShareItsProperty)
+{
+    EXPECT_EQ(fieldsOfAnnotation(24), std::vector{24});
+    EXPECT_EQ(fieldsOfAnnotation(7), (std::vector{7, 68}));
+    EXPECT_EQ(fieldsOfAnnotation(13), (std::vector{13, 14, 15, 16, 17}));
+    EXPECT_EQ(fieldsOfAnnotation(14), std::vector{14}) << "only the lowest field names an annotation";
+}
+
+TEST(DetailsText, ALineOverItsLimitIsRefusedWithTheNameOfTheCard)
+{
+    std::u16string text = u"Y:1\nX:" + std::u16string(kMaxDetailsLine - 2, u'x');
+    EXPECT_EQ(detailsRefusal(text, "Ada"), "");
+    text += u'x';
+    const std::string refusal = detailsRefusal(text, "Ada");
+    EXPECT_NE(refusal.find("\"Ada\" is not written: a line of its details has more than 32 MiB"), std::string::npos) << refusal;
+    EXPECT_NE(detailsRefusal(u"X:" + std::u16string(kMaxDetailsLine / 3 + 1, u'\u4E2D'), "Ada"), "") << "the limit counts octets of UTF-8";
+}
+
+TEST(DetailsText, ATextOverItsLimitIsRefusedWithTheNameOfTheCard)
+{
+    std::u16string text(kMaxDetails, u'x');
+    text[text.size() / 2 - 1] = text.back() = u'\n';
+    EXPECT_EQ(detailsRefusal(text, "Ada"), "");
+    text += u'Y';
+    const std::string refusal = detailsRefusal(text, "Ada");
+    EXPECT_NE(refusal.find("\"Ada\" is not written: the text of its details has more than 64 MiB"), std::string::npos) << refusal;
+}
+
 } // namespace
 } // namespace mb::plugin

@@ -1,0 +1,76 @@
+// The details of the cards, which are read only on request.
+#include "CardFile.h"
+
+#include "DetailsText.h"
+#include "text.h"
+#include <algorithm>
+
+namespace mb::cardfile {
+namespace {
+
+constexpr int firstName = 2, lastName = 4, company = 7, displayName = 79;
+
+} // namespace
+
+using plugin::Step;
+
+std::u16string CardFile::storedDetails(const Open& record, Step step) const
+{
+    if (record.isNew) return {};
+    return guarded(step, [&] {
+        readDetails_.bind(1, record.key);
+        Rows rows(readDetails_);
+        std::u16string text = rows.next() ? platform::utf16(readDetails_.text(0)) : std::u16string();
+        requireSnapshot(step);
+        return text;
+    });
+}
+
+bool CardFile::isEmptyIn(const Open& record, int type, Step step) const
+{
+    return valueIn(record, type).empty() && sizeOfImage(record, type, step) == 0;
+}
+
+std::u16string CardFile::readDetails(const Open& record, Step step) const
+{
+    const auto changed = record.changes.find(plugin::kDetailsField);
+    const std::u16string text = changed == record.changes.end() ? storedDetails(record, step) : changed->second;
+    return plugin::withoutAnnotations(text, [&](int field) {
+        const std::vector<int> fields = plugin::fieldsOfAnnotation(field);
+        return std::all_of(fields.begin(), fields.end(), [&](int type) { return isEmptyIn(record, type, step); });
+    });
+}
+
+void CardFile::writeDetails(Open& record, std::u16string_view text)
+{
+    if (const std::string refusal = plugin::detailsRefusal(text, nameOf(record)); !refusal.empty())
+        throw plugin::StoreError(Step::WriteField, refusal);
+    record.changes[plugin::kDetailsField] = plugin::cleanedDetails(text);
+}
+
+// An annotation that stayed would come back with a later value of its field.
+void CardFile::settleDetails(Open& record) const
+{
+    const bool written = record.changes.contains(plugin::kDetailsField);
+    const bool emptied =
+        std::any_of(record.changes.begin(), record.changes.end(), [](const auto& change) { return change.second.empty(); }) ||
+        std::any_of(record.images.begin(), record.images.end(), [](const auto& image) { return image.second.empty(); });
+    if (!written && !emptied) return;
+    std::u16string text = readDetails(record, Step::Save);
+    if (text == storedDetails(record, Step::Save))
+        record.changes.erase(plugin::kDetailsField);
+    else
+        record.changes[plugin::kDetailsField] = std::move(text);
+}
+
+// Returns the card's name for a message, or its identifier.
+std::string CardFile::nameOf(const Open& record)
+{
+    const std::u16string first = valueIn(record, firstName), last = valueIn(record, lastName);
+    for (const std::u16string& name :
+         {valueIn(record, displayName), first + (first.empty() || last.empty() ? u"" : u" ") + last, valueIn(record, company)})
+        if (!name.empty()) return platform::utf8(name);
+    return record.id;
+}
+
+} // namespace mb::cardfile
