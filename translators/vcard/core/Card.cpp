@@ -138,18 +138,20 @@ void Card::reserve()
     claims_.reserve(kMostLines);
 }
 
-Card Card::make(std::string_view uuid, std::string_view eol)
+Card Card::make(std::string_view uuid, std::string_view eol, Version version)
 {
     Card card;
-    card.context_ = {Version::V40, std::string(kUtf8), lineEndOf(eol)};
+    const bool v40 = version == Version::V40;
+    card.context_ = {v40 ? version : Version::V30, std::string(kUtf8), lineEndOf(eol)};
     card.reserve();
-    const auto line = [&](std::string_view text, std::string_view more = {}) {
-        return std::string(text).append(more).append(card.context_.eol);
+    const auto property = [&](std::string text) {
+        card.lines_.push_back(Line::parse(text.append(card.context_.eol), card.context_.version));
     };
-    card.lines_.push_back(Line::opaque(line("BEGIN:VCARD")));
-    card.lines_.push_back(Line::parse(line("VERSION:4.0"), Version::V40));
-    card.lines_.push_back(Line::parse(line("UID:urn:uuid:", uuid), Version::V40));
-    card.lines_.push_back(Line::opaque(line("END:VCARD")));
+    card.lines_.push_back(Line::opaque(std::string("BEGIN:VCARD").append(card.context_.eol)));
+    property(v40 ? "VERSION:4.0" : "VERSION:3.0");
+    property(std::string("UID:urn:uuid:").append(uuid));
+    if (!v40) property("N:;;;;"); // mandatory before version 4.0
+    card.lines_.push_back(Line::opaque(std::string("END:VCARD").append(card.context_.eol)));
     card.claimAll();
     return card;
 }

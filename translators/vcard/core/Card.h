@@ -18,7 +18,8 @@ class Card {
 public:
     // Requires: `text` is one card, as delimited by scanCards.
     static Card parse(std::string_view text);
-    static Card make(std::string_view uuid, std::string_view eol = "\r\n"); // of version 4.0
+    // Returns a new card of version 3.0 or 4.0. There are no new cards of version 2.1: they are of 3.0.
+    static Card make(std::string_view uuid, std::string_view eol = "\r\n", Version version = Version::V40);
 
     std::string bytes() const;
     std::string uid() const;     // empty if the card has none

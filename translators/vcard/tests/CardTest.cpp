@@ -230,6 +230,23 @@ TEST(Card, ANewCardIsACompleteCardOfVersion40)
     EXPECT_EQ(card.bytes(), v40("UID:urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1\r\nN:Doe;Jane;;;\r\nFN;DERIVED=true:Jane Doe\r\n"));
 }
 
+TEST(Card, ANewCardOfVersion30HasTheNamesThatItsVersionRequires)
+{
+    for (const Version version : {Version::V30, Version::V21}) {
+        Card card = Card::make("4fbe8971-0bc3-424c-9c26-36c3e1eff6b1", "\n", version);
+        EXPECT_EQ(card.version(), Version::V30) << "no new card is of version 2.1";
+        card.set(ftCompany, u"Acme");
+        card.completeName();
+        std::string expected = v30("UID:urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1\r\nN:;;;;\r\nORG:Acme\r\nFN;DERIVED=true:Acme\r\n");
+        std::erase(expected, '\r');
+        EXPECT_EQ(card.bytes(), expected);
+        card.set(ftFirstName, u"Jane");
+        card.completeName();
+        expectFields(Card::parse(card.bytes()), {{ftFirstName, u"Jane"}, {ftDisplayName, u""}, {ftCompany, u"Acme"}});
+        EXPECT_NE(card.bytes().find("\nFN;DERIVED=true:Jane\n"), std::string::npos);
+    }
+}
+
 TEST(Card, ADerivedNameReadsAsEmptyFollowsItsSourcesAndYieldsToARealName)
 {
     Card card = Card::parse(v40("FN;DERIVED=true:Jane Doe\r\nN:Doe;Jane;;;\r\n"));
@@ -252,7 +269,8 @@ TEST(Card, ADerivedNameReadsAsEmptyFollowsItsSourcesAndYieldsToARealName)
 
 TEST(Card, EveryVersionHoldsEveryField)
 {
-    for (const std::string& start : {v21("N:x\r\n"), v30("N:x;;;;\r\nFN:y\r\n"), v40("FN:y\r\n"), v21("N:\xFC\r\n"), v30("FN:\xFC\r\n")}) {
+    for (const std::string& start : {v21("N:x\r\n"), v30("N:x;;;;\r\nFN:y\r\n"), v40("FN:y\r\n"), v21("N:\xFC\r\n"), v30("FN:\xFC\r\n"),
+                                     Card::make("u", "\r\n", Version::V30).bytes(), Card::make("u").bytes()}) {
         Card card = Card::parse(start);
         Texts wanted;
         for (const Field& f : fields()) {
