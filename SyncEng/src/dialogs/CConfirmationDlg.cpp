@@ -11,39 +11,23 @@
 namespace mb {
 namespace {
 
-struct Counts {
-    int adds = 0, changes = 0, deletes = 0;
-    [[nodiscard]] bool any() const noexcept { return adds > 0 || changes > 0 || deletes > 0; }
-};
-
-Counts countTasks(std::span<const PlannedTask> tasks)
+// Returns the counts of a side. What needs no confirmation counts as 0, although it will be written.
+PlannedCounts confirmedCounts(const PlannedChanges& changes, const PlannedSide& side)
 {
-    Counts counts;
-    for (const PlannedTask& task : tasks) {
-        counts.adds += task.isAddition();
-        counts.changes += task.isChange();
-        counts.deletes += task.isDeletion();
-    }
-    return counts;
+    return {changes.ConfirmAdds ? side.counts.additions : 0, changes.ConfirmUpdates ? side.counts.changes : 0,
+            changes.ConfirmDeletes ? side.counts.deletions : 0};
 }
 
-// Returns the counts of a side: additions and changes from its own tasks, deletions from the tasks of the other side. What needs no
-// confirmation counts as 0, although it will be written.
-Counts countsFor(const PlannedChanges& changes, const Counts& own, const Counts& other)
+std::u16string blockText(std::u16string_view from, std::u16string_view to, const PlannedCounts& counts)
 {
-    return {changes.ConfirmAdds ? own.adds : 0, changes.ConfirmUpdates ? own.changes : 0, changes.ConfirmDeletes ? other.deletes : 0};
-}
-
-std::u16string blockText(std::u16string_view from, std::u16string_view to, const Counts& counts)
-{
-    if (!counts.any()) return {};
+    if (counts.additions + counts.changes + counts.deletions == 0) return {};
     std::u16string text = Format(LoadText(Text::ChangesWillBeApplied), from, to) + u"\r\n";
-    const auto addLine = [&](int count, Text one, Text many) {
+    const auto addLine = [&](LONG count, Text one, Text many) {
         if (count > 0) text += u"\t" + Format(LoadText(count == 1 ? one : many), count) + u"\r\n";
     };
-    addLine(counts.adds, Text::Addition, Text::Additions);
+    addLine(counts.additions, Text::Addition, Text::Additions);
     addLine(counts.changes, Text::Change, Text::Changes);
-    addLine(counts.deletes, Text::Deletion, Text::Deletions);
+    addLine(counts.deletions, Text::Deletion, Text::Deletions);
     return text;
 }
 
@@ -72,10 +56,9 @@ std::u16string SummaryText(const PlannedChanges& changes)
 {
     const std::u16string name1 = StoreNameOf(changes.side1.name, changes.side1.clsid),
                          name2 = StoreNameOf(changes.side2.name, changes.side2.clsid);
-    const Counts tasks1 = countTasks(changes.side1.tasks), tasks2 = countTasks(changes.side2.tasks);
-    const std::u16string first = blockText(name2, name1, countsFor(changes, tasks1, tasks2));
+    const std::u16string first = blockText(name2, name1, confirmedCounts(changes, changes.side1));
     const std::u16string unverified = unverifiedText(changes, name1, name2);
-    const std::u16string second = blockText(name1, name2, countsFor(changes, tasks2, tasks1));
+    const std::u16string second = blockText(name1, name2, confirmedCounts(changes, changes.side2));
     if (first.empty() && unverified.empty() && second.empty()) return {};
 
     std::u16string text = Format(LoadText(Text::DatabaseLine), databaseLabel(changes.side1, name1), changes.side1.database) +

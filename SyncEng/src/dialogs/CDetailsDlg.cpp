@@ -36,8 +36,8 @@ void CDetailsDlg::prepare()
     model_.focus = idList1;
 
     const TranslatorFields fields1(changes_.side1.translator), fields2(changes_.side2.translator);
-    fillList(idList1, changes_.side1, changes_.side2, fields1, fields2);
-    fillList(idList2, changes_.side2, changes_.side1, fields2, fields1);
+    fillList(idList1, changes_.side1, fields1, fields2);
+    fillList(idList2, changes_.side2, fields2, fields1);
     addUnverified(fields1, fields2);
     for (const int list : {idList1, idList2}) sort(model_[list]);
     fields1.throwIfCancelled();
@@ -45,14 +45,13 @@ void CDetailsDlg::prepare()
 }
 
 // Additions and changes show records of the other side, deletions show records of the list's own side.
-void CDetailsDlg::fillList(int list, const PlannedSide& own, const PlannedSide& other, const TranslatorFields& ownFields,
-                           const TranslatorFields& otherFields)
+void CDetailsDlg::fillList(int list, const PlannedSide& side, const TranslatorFields& ownFields, const TranslatorFields& otherFields)
 {
-    for (const PlannedTask& task : own.tasks)
-        if (task.isAddition() || task.isChange())
-            addRow(list, otherFields, *task.recordId, task.isAddition() ? Text::ActionAdd : Text::ActionChange, &task);
-    for (const PlannedTask& task : other.tasks)
+    for (const PlannedTask& task : side.tasks) {
+        if (task.isAddition()) addRow(list, otherFields, *task.recordId, Text::ActionAdd, &task);
+        if (task.isChange()) addRow(list, otherFields, *task.recordId, Text::ActionChange, &task);
         if (task.isDeletion()) addRow(list, ownFields, *task.recordId, Text::ActionDelete, &task);
+    }
 }
 
 void CDetailsDlg::addRow(int list, const TranslatorFields& source, const std::u16string& recordId, Text action, const PlannedTask* task)

@@ -25,8 +25,7 @@ private:
     void onPress(int button) override;
     void onSelect(int list, int row) override;
     void onClickHeader(int list, int column) override;
-    void fillList(int list, const PlannedSide& own, const PlannedSide& other, const TranslatorFields& ownFields,
-                  const TranslatorFields& otherFields);
+    void fillList(int list, const PlannedSide& side, const TranslatorFields& ownFields, const TranslatorFields& otherFields);
     void addRow(int list, const TranslatorFields& source, const std::u16string& recordId, Text action, const PlannedTask* task);
     void addUnverified(const TranslatorFields& fields1, const TranslatorFields& fields2);
     void sort(Control& list) const;

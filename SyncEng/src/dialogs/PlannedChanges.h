@@ -6,30 +6,44 @@
 
 namespace mb {
 
-// The kinds of a task; the engine uses the same numbers.
-enum PlannedKind : LONG { PlannedDelete = 0, PlannedChange = 1, PlannedMatch = 2, PlannedNew = 3 };
-
-struct PlannedTask {
-    LONG Kind = PlannedDelete;
-    const std::u16string* recordId = nullptr;
-    const std::u16string* MappedId = nullptr; // the record that `recordId` is linked to; null for none
-    const FieldValueMap* Changes = nullptr;   // may be null
-    [[nodiscard]] bool isAddition() const noexcept { return carriesValues() && !MappedId; }
-    [[nodiscard]] bool isChange() const noexcept { return carriesValues() && MappedId; }
-    [[nodiscard]] bool isDeletion() const noexcept { return Kind == PlannedDelete; }
-
-private:
-    [[nodiscard]] bool carriesValues() const noexcept { return Kind == PlannedChange || Kind == PlannedNew; }
+// What is done to one record of the written side.
+enum PlannedKind : LONG {
+    PlannedDelete = 0, // deletes the record
+    PlannedChange = 1, // updates the record
+    PlannedMatch = 2,  // links the record, and writes no field
+    PlannedNew = 3,    // creates a record
+    PlannedGone = 4    // nothing: the store has deleted the record itself
 };
 
-// One side and its tasks. Each task's record belongs to the other side: an addition or change copies that record to this side, but a
-// deletion deletes that record, so it is carried out on the other side.
+// The counts that the summary shows, the host is told, and the limit for deletions compares.
+struct PlannedCounts {
+    LONG additions = 0, changes = 0, deletions = 0;
+    void add(PlannedKind kind) noexcept
+    {
+        additions += kind == PlannedNew;
+        changes += kind == PlannedChange;
+        deletions += kind == PlannedDelete;
+    }
+};
+
+struct PlannedTask {
+    PlannedKind Kind = PlannedDelete;
+    const std::u16string* recordId = nullptr; // the record on the other side; for a deletion, the record to delete
+    const std::u16string* MappedId = nullptr; // the record to update or link; null for an addition or deletion
+    const FieldValueMap* Changes = nullptr;   // may be null
+    [[nodiscard]] bool isAddition() const noexcept { return Kind == PlannedNew; }
+    [[nodiscard]] bool isChange() const noexcept { return Kind == PlannedChange; }
+    [[nodiscard]] bool isDeletion() const noexcept { return Kind == PlannedDelete; }
+};
+
+// One side and what is written to it.
 struct PlannedSide {
     ITranslator* translator = nullptr;
     GUID clsid{};
-    std::span<const PlannedTask> tasks;
+    std::span<const PlannedTask> tasks; // in the order in which they are written
     std::u16string database;
     std::u16string name{}; // the run's name for the store; if empty, the translator's short name is shown
+    PlannedCounts counts{};
 };
 
 struct PlannedChanges {

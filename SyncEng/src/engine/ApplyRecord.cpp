@@ -41,14 +41,14 @@ const std::u16string* valueIn(const FieldValueMap* values, LONG type)
 
 class RecordApply {
 public:
-    RecordApply(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<std::size_t>& writtenFields)
-        : pass_(pass), run_(pass.run), sourceSide_(source), targetSide_(otherSide(source)), source_(pass.side(source)),
-          target_(pass.side(targetSide_)), recordId_(recordId), task_(task), targetIdOut_(targetId), guard_(guard),
-          writtenFields_(writtenFields), sourceKey_(recordId), isNew_(!targetId), matched_(task.Kind == TaskMatched)
+    RecordApply(PipelinePass& pass, Side target, const PlanItem& item, std::optional<std::u16string>& targetId, LinkGuard& guard,
+                std::vector<std::size_t>& writtenFields)
+        : pass_(pass), run_(pass.run), sourceSide_(otherSide(target)), targetSide_(target), source_(pass.side(sourceSide_)),
+          target_(pass.side(target)), recordId_(item.sourceId), item_(item), targetIdOut_(targetId), guard_(guard),
+          writtenFields_(writtenFields), sourceKey_(recordId_), isNew_(!targetId), matched_(item.kind == PlannedMatch)
     {
         if (targetId) targetKey_ = com::Bstr(*targetId);
-        hostUpdate_ = source == Side::Two && run_.side(Side::One).id == hostTranslator && target_.store.hasFields() && targetId;
+        hostUpdate_ = target == Side::One && run_.side(Side::One).id == hostTranslator && target_.store.hasFields() && targetId;
     }
 
     void run()
@@ -139,19 +139,19 @@ private:
     bool selected(LONG type) const
     {
         if (!run_.imagesUsable() && isImageType(type)) return true;
-        return !task_.Changes || task_.Changes->empty() || task_.Changes->contains(type);
+        return !item_.Changes || item_.Changes->empty() || item_.Changes->contains(type);
     }
 
     void findValue(FieldStep& step)
     {
         const bool image = isImageType(step.sourceType);
-        const std::u16string* changed = valueIn(task_.Changes.get(), step.sourceType);
-        const auto cached = image || !task_.Values ? std::nullopt : task_.Values->find(step.sourceType);
+        const std::u16string* changed = valueIn(item_.Changes.get(), step.sourceType);
+        const auto cached = image || !item_.Values ? std::nullopt : item_.Values->find(step.sourceType);
         if (changed && !image) {
             step.value = com::Variant(*changed);
         } else if (changed && !step.WriteIt) {
             images_[step.sourceType].has = *changed == u"1";
-            if (const auto* size = valueIn(task_.Changes.get(), sizeTypeOf(step.sourceType)))
+            if (const auto* size = valueIn(item_.Changes.get(), sizeTypeOf(step.sourceType)))
                 images_[step.sourceType].size = platform::toInt64(*size);
         } else if (cached) {
             step.value = com::Variant(*cached);
@@ -256,8 +256,6 @@ private:
         target_.store.save(targetKey_);
         guard_.engage();
         targetIdOut_ = targetKey_.text();
-        // The values that the search for duplicates read of the target record are stale now.
-        if (const auto written = FindTask(target_.tasks, *targetIdOut_); written != target_.tasks.end()) written->second.Values.reset();
         keepUnread(sourceSide_, recordId_, SourceData);
         run_.history.tryWriteFieldData(sourceSide_, recordId_, SourceData);
     }
@@ -326,7 +324,7 @@ private:
     Side sourceSide_, targetSide_;
     PassSide &source_, &target_;
     const std::u16string& recordId_;
-    const RecordTask& task_;
+    const PlanItem& item_;
     std::optional<std::u16string>& targetIdOut_;
     LinkGuard& guard_;
     std::vector<std::size_t>& writtenFields_;
@@ -347,10 +345,10 @@ private:
 
 } // namespace
 
-void ApplyRecord(PipelinePass& pass, Side source, const std::u16string& recordId, const RecordTask& task,
-                 std::optional<std::u16string>& targetId, LinkGuard& guard, std::vector<std::size_t>& writtenFields)
+void ApplyRecord(PipelinePass& pass, Side target, const PlanItem& item, std::optional<std::u16string>& targetId, LinkGuard& guard,
+                 std::vector<std::size_t>& writtenFields)
 {
-    RecordApply(pass, source, recordId, task, targetId, guard, writtenFields).run();
+    RecordApply(pass, target, item, targetId, guard, writtenFields).run();
 }
 
 } // namespace mb

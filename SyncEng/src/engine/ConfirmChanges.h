@@ -1,15 +1,11 @@
-// What the user is shown before anything is written, and the change sets that go with it.
+// What the user is shown before anything is written.
 #pragma once
-#include "engine/PipelinePass.h"
+#include "engine/SidePlan.h"
 
 namespace mb {
 
-// Reads the differing fields of every change that has a partner, and asks the user. Throws Cancelled if the user cancels, and
-// RunFailure with codeReSync if the map is to be run again from an empty history.
-void ConfirmChanges(PipelinePass& pass);
-
-// Gives the changes of side 2 that have no change set yet theirs. Quirk kept on purpose: only
-// side 2 gets this second chance.
-void LoadTargetFields(PipelinePass& pass);
+// Tells the host the plans and asks the user. Throws Cancelled if one of them stops the run, and RunFailure with codeReSync if the map is
+// to be run again from an empty history.
+void ConfirmChanges(RunState& run, const PipelinePass& pass, const PerSide<SidePlan>& plans);
 
 } // namespace mb

@@ -137,15 +137,15 @@ void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const Err
     if (error.LastErrorMessage1.empty()) error.LastErrorCode = com::Variant(); // a code of value 0 says nothing
 }
 
-void chargeFailure(PipelinePass& pass, Side side)
+void chargeFailure(const PipelinePass& pass, Side side)
 {
     const Side other = otherSide(side);
     chargeTo(pass.run, side);
-    FetchTranslatorError(pass.run.error, {pass.side(side).store.translator(), pass.run.side(side).id, side},
-                         {pass.side(other).store.translator(), pass.run.side(other).id, other});
+    FetchTranslatorError(pass.run.error, {pass.sides[side].store.translator(), pass.run.side(side).id, side},
+                         {pass.sides[other].store.translator(), pass.run.side(other).id, other});
 }
 
-void failStore(PipelinePass& pass, Side side, const std::u16string& sentence, HRESULT code)
+void failStore(const PipelinePass& pass, Side side, const std::u16string& sentence, HRESULT code)
 {
     WriteLogText(logFailures, u"%s", sentence);
     chargeFailure(pass, side);
@@ -153,7 +153,7 @@ void failStore(PipelinePass& pass, Side side, const std::u16string& sentence, HR
     throw RunFailure(code);
 }
 
-void failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id)
+void failUnknownRenaming(const PipelinePass& pass, Side side, const std::u16string& id)
 {
     failStore(
         pass, side,

@@ -19,10 +19,10 @@ void FetchTranslatorError(ErrorState& error, const ErrorSource& first, const Err
 void chargeTo(RunState& run, Side side);
 
 // Charges a failure of the pass to this side. Its translator is asked for the error text first, and then the other one.
-void chargeFailure(PipelinePass& pass, Side side);
+void chargeFailure(const PipelinePass& pass, Side side);
 
 // Does work of the pass. A failure in it is charged to this side, and thrown on; a cancel is charged to nobody.
-template <class Work> decltype(auto) charging(PipelinePass& pass, Side side, Work&& work)
+template <class Work> decltype(auto) charging(const PipelinePass& pass, Side side, Work&& work)
 {
     try {
         return work();
@@ -34,10 +34,10 @@ template <class Work> decltype(auto) charging(PipelinePass& pass, Side side, Wor
 
 // Ends the run because of what a store answered: writes the sentence to the log, charges the failure to the store, and gives the user the
 // sentence where the store tells no error of its own. Throws RunFailure with `code`.
-[[noreturn]] void failStore(PipelinePass& pass, Side side, const std::u16string& sentence, HRESULT code = E_FAIL);
+[[noreturn]] void failStore(const PipelinePass& pass, Side side, const std::u16string& sentence, HRESULT code = E_FAIL);
 
 // The same for a store that does not have the known record `id` and could not tell whether it renamed it.
-[[noreturn]] void failUnknownRenaming(PipelinePass& pass, Side side, const std::u16string& id);
+[[noreturn]] void failUnknownRenaming(const PipelinePass& pass, Side side, const std::u16string& id);
 
 // The message of a failed run, as the user gets it; empty for a code without one.
 std::u16string FailureText(const RunState& run, HRESULT hr);

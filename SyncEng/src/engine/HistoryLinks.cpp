@@ -1,17 +1,6 @@
 #include "engine/HistoryLinks.h"
 
 namespace mb {
-namespace {
-
-// The record has a change of its own that is written later in this run. Until then it keeps its old date: if the run ended before, the next
-// run could not see the change.
-bool isWaiting(PassSide& side, const std::u16string& id)
-{
-    const auto task = FindTask(side.tasks, id);
-    return task != side.tasks.end() && task->second.MappedId && task->second.Kind != TaskDelete;
-}
-
-} // namespace
 
 void UnlinkHistoryEntry(MapHistory& history, Side side, const std::u16string& recordId)
 {
@@ -45,7 +34,7 @@ void SetFieldMapChangedFlag(RunState& run, Side side, const std::u16string& reco
     run.history.trySetFieldMapChanged(side, recordId, flag, run.transferring());
 }
 
-void StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, DATE knownDate)
+void StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, bool targetWaits)
 {
     const Side target = otherSide(source);
     MapHistory& history = pass.run.history;
@@ -68,10 +57,10 @@ void StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& rec
     HistoryEntry own, partner;
     own.Id = recordId;
     own.MappedId = targetId;
-    own.ModifiedTime = knownDate != 0.0 ? knownDate : dateOf(source, recordId);
+    own.ModifiedTime = dateOf(source, recordId);
     partner.Id = targetId;
     partner.MappedId = recordId;
-    partner.ModifiedTime = isWaiting(pass.side(target), targetId) ? storedDate(target, targetId) : dateOf(target, targetId);
+    partner.ModifiedTime = targetWaits ? storedDate(target, targetId) : dateOf(target, targetId);
     if (!history.tryWriteEntry(source, own)) throw RunFailure(E_FAIL);
     history.writeEntry(target, partner);
 }

@@ -17,6 +17,8 @@ void SetFieldMapChangedFlag(RunState& run, Side side, const std::u16string& reco
 // Writes the two linked entries with the present dates of the records, so that the engine's own write is no change at the next run. Ends
 // the run where an entry cannot be written: without the link the record would be copied once more. A source with neither identifiers nor
 // dates of its own gets no entry: its record stays unlinked.
-void StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, DATE knownDate);
+// `targetWaits`: the target record has a change of its own that is written later in this run. Until then it keeps its stored date: if the
+// run ended before, the next run could not see the change.
+void StampHistoryPair(PipelinePass& pass, Side source, const std::u16string& recordId, const std::u16string& targetId, bool targetWaits);
 
 } // namespace mb

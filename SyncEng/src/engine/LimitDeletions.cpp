@@ -9,14 +9,6 @@ namespace {
 
 constexpr LONG smallStore = 3; // a store of no more linked records has no limit, unless the other one is empty
 
-// Records that the store no longer has do not count.
-LONG countDeletions(const TaskList& tasks)
-{
-    LONG count = 0;
-    for (const auto& [id, task] : tasks) count += task.Kind == TaskDelete && !task.alreadyGone;
-    return count;
-}
-
 bool hostAllows(const RunState& run, Side side, LONG linked, LONG deletions)
 {
     const auto review = run.EventSink.tryAs<IDeletionGuard>();
@@ -29,7 +21,7 @@ bool hostAllows(const RunState& run, Side side, LONG linked, LONG deletions)
 
 // A store that lists no record at all more likely misses its drive or folder than that the user deleted the last contacts. The list of
 // categories is short, and users do delete the last one.
-bool isEmptied(const PipelinePass& pass, Side side) { return !pass.run.CategoryPass && pass.sides[side].recordCount == 0; }
+bool sourceIsEmptied(const RunState& run, const SidePlan& plan) { return !run.CategoryPass && plan.sourceRecords == 0; }
 
 std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletions, bool emptied)
 {
@@ -43,14 +35,12 @@ std::u16string refusal(const RunState& run, Side side, LONG linked, LONG deletio
 
 } // namespace
 
-void LimitDeletions(PipelinePass& pass)
+void LimitDeletions(RunState& run, const PerSide<SidePlan>& plans)
 {
-    RunState& run = pass.run;
     if (run.options.deletionLimit <= 0) return;
-    for (const Side side : {Side::One, Side::Two}) {
-        const auto linked = static_cast<LONG>(pass.side(side).historyList.size());
-        const LONG deletions = countDeletions(pass.side(side).tasks);
-        const bool emptied = deletions > 0 && isEmptied(pass, otherSide(side));
+    for (const Side side : bothSides) {
+        const LONG linked = plans[side].linkedRecords, deletions = plans[side].counts().deletions;
+        const bool emptied = deletions > 0 && sourceIsEmptied(run, plans[side]);
         const bool many = linked > smallStore &&
                           static_cast<std::int64_t>(deletions) * 100 > static_cast<std::int64_t>(linked) * run.options.deletionLimit;
         if (!(many || emptied) || hostAllows(run, side, linked, deletions)) continue;

@@ -39,11 +39,11 @@ struct PassSide {
 
     StoreClient& store;
     com::Ptr<ITrServices> services;
-    std::vector<HistoryEntry> historyList; // in the order of the history file
-    TaskList tasks;                        // what the run will do because of this side's records, and deletions of this side's records
-    IdentifierSet found;                   // the known records that the store has
-    ExactIdentifiers missing;              // the known records that the store does not have
-    com::TaskArray<GUID> fields;           // the mapped fields; entry i goes with entry i of the other side
+    std::vector<HistoryEntry> historyList;              // in the order of the history file
+    TaskList tasks;                                     // what is decided about this side's records, until the plans are made
+    IdentifierSet found;                                // the known records that the store has
+    ExactIdentifiers missing;                           // the known records that the store does not have
+    com::TaskArray<GUID> fields;                        // the mapped fields; entry i goes with entry i of the other side
     std::map<std::u16string, UnreadRecord> unread;      // by identifier
     std::vector<std::u16string> missingOnBoth;          // known records that neither side has any more
     std::vector<std::u16string> historyRemovals;        // records whose history link is dropped before records are written
@@ -51,7 +51,7 @@ struct PassSide {
     LONG recordCount = -1;                              // of the store, when it was scanned
     bool listsAll = false;                              // the store listed as many identifiers as it counted
     bool hasAdditions = false;                          // the scan found a new record
-    bool hasDeletions = false;                          // `tasks` holds at least one TaskDelete
+    bool hasDeletions = false;                          // a decision deleted a record of this side, even if a later one took that back
 
     // The type of the i-th mapped field; nullopt where the translator cannot tell. It is asked once; a question that failed is asked again.
     std::optional<LONG> fieldType(std::size_t i);
@@ -70,7 +70,6 @@ struct PipelinePass {
     FieldTypeMap fieldTypes{};      // for each mapped pair, the type on side 1 to the type on side 2
     std::vector<std::u16string> UnverifiedRecords{}; // left out because they are not verified
     std::vector<UnreadableRecord> unreadable{};
-    std::size_t TotalTasks = 0, DoneTasks = 0;
 
     [[nodiscard]] PassSide& side(Side which) noexcept { return sides[which]; }
     [[nodiscard]] std::span<const GUID> fields(Side which) const noexcept

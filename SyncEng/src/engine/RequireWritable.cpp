@@ -5,26 +5,25 @@
 namespace mb {
 namespace {
 
-void requireWritable(PipelinePass& pass, Side target)
+void requireWritable(StoreClient& store, const SidePlan& plan)
 {
-    StoreClient& store = pass.side(target).store;
     bool asked = false; // whether a record can be added
-    for (const auto& [id, task] : pass.side(otherSide(target)).tasks) {
-        if (task.Kind == TaskDelete || task.Kind == TaskMatched || (!task.MappedId && asked)) continue;
-        asked = asked || !task.MappedId;
-        store.expectWritable(com::Bstr(task.MappedId.value_or(std::u16string())).get());
+    for (const PlanItem& item : plan.copies) {
+        if (item.kind == PlannedMatch || (item.kind == PlannedNew && asked)) continue;
+        asked = asked || item.kind == PlannedNew;
+        store.expectWritable(com::Bstr(item.targetId.value_or(std::u16string())).get());
     }
-    for (const auto& [id, task] : pass.side(target).tasks)
-        if (task.Kind == TaskDelete && !task.alreadyGone) store.expectWritable(com::Bstr(id).get());
+    for (const PlanItem& item : plan.deletions)
+        if (item.kind == PlannedDelete) store.expectWritable(com::Bstr(*item.targetId).get());
 }
 
 } // namespace
 
-void RequireWritable(PipelinePass& pass)
+void RequireWritable(const PipelinePass& pass, const PerSide<SidePlan>& plans)
 {
     for (const Side target : {Side::Two, Side::One}) {
-        if (!pass.send[otherSide(target)] || !pass.side(target).store.tellsAccess()) continue;
-        charging(pass, target, [&] { requireWritable(pass, target); });
+        StoreClient& store = pass.sides[target].store;
+        if (plans[target].written && store.tellsAccess()) charging(pass, target, [&] { requireWritable(store, plans[target]); });
     }
 }
 

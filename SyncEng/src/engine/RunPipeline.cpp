@@ -8,6 +8,7 @@
 #include "engine/FieldMapClient.h"
 #include "engine/HistoryLinks.h"
 #include "engine/LimitDeletions.h"
+#include "engine/LoadTargetFields.h"
 #include "engine/RequireWritable.h"
 #include "engine/ScanSide.h"
 #include "engine/WriteSide.h"
@@ -156,10 +157,11 @@ private:
         FindDuplicatesByTranslator(pass_);
         ResolveConflicts(pass_);
         settleDuplicates();
-        LimitDeletions(pass_);
-        ConfirmChanges(pass_);
-        RequireWritable(pass_);
-        if (pass_.send[Side::Two]) LoadTargetFields(pass_);
+        plans_ = MakePlans(pass_);
+        LimitDeletions(run_, plans_);
+        LoadTargetFields(pass_, plans_);
+        ConfirmChanges(run_, pass_, plans_);
+        RequireWritable(pass_, plans_);
     }
 
     // The field map counts as rebuilt until this search for duplicates has ended, whatever ended it.
@@ -183,8 +185,6 @@ private:
         if (pass_.FirstSync && !run_.transferring()) run_.history.tryClear();
         run_.historyObsolete = false;
         dropRemovedLinks();
-        pass_.TotalTasks = pass_.side(Side::One).tasks.size() + pass_.side(Side::Two).tasks.size();
-        pass_.DoneTasks = 0;
         const HRESULT result = writeBothSides();
         logWithTime(Text::CopyingEnded);
         require(result);
@@ -197,7 +197,7 @@ private:
         bool nothingLeft = false;
         saveHistoryOnce(result, [&] {
             completeSide(Side::Two, result);
-            nothingLeft = pass_.side(Side::One).tasks.empty() && pass_.side(Side::Two).tasks.empty();
+            nothingLeft = plans_.one.empty() && plans_.two.empty();
             if (nothingLeft && mayStamp(result)) stamp(Side::One);
         });
         if (nothingLeft || !mayStamp(result)) return result;
@@ -208,7 +208,7 @@ private:
 
     HRESULT writeSide(Side target)
     {
-        return pass_.send[otherSide(target)] ? resultOf([&] { WriteSide(pass_, target); }) : S_OK;
+        return plans_[target].written ? resultOf([&] { WriteSide(pass_, plans_, target); }) : S_OK;
     }
 
     void dropRemovedLinks()
@@ -235,8 +235,8 @@ private:
     void completeSide(Side target, HRESULT& result)
     {
         if (!mayStamp(result)) return;
-        if (pass_.send[otherSide(target)]) {
-            const HRESULT ended = resultOf([&] { EndSide(pass_, target); });
+        if (plans_[target].written) {
+            const HRESULT ended = resultOf([&] { EndSide(pass_.side(target).store); });
             if (ended != S_OK) {
                 result = ended;
                 run_.history.tryRevert();
@@ -274,6 +274,7 @@ private:
     RunState& run_;
     FieldMapClient fieldMap_;
     PipelinePass pass_;
+    PerSide<SidePlan> plans_; // once all decisions are taken
 };
 
 } // namespace

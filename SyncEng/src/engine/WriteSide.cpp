@@ -12,15 +12,19 @@ namespace {
 
 class SideWriter {
 public:
-    SideWriter(PipelinePass& pass, Side target) : pass_(pass), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)) {}
+    SideWriter(PipelinePass& pass, PerSide<SidePlan>& plans, Side target)
+        : pass_(pass), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)), plan_(plans[target]),
+          otherPlan_(plans[sourceSide_])
+    {
+    }
 
     void run()
     {
         target().store.askToWrite(target().services.get(), run_.ParentWindow, SilentMode);
         target().store.beginUpdate();
         WriteLogText(logProgress, u"\r");
-        writeLoop();
-        if (target().hasDeletions) deleteLoop();
+        doAll(plan_.copies, otherPlan_.deletions, [&](const PlanItem& item) { writeRecord(item); });
+        if (target().hasDeletions) doAll(plan_.deletions, otherPlan_.copies, [&](const PlanItem& item) { deleteRecord(item); });
     }
 
 private:
@@ -28,60 +32,54 @@ private:
     PassSide& target() { return pass_.side(targetSide_); }
     const std::u16string& targetName() const { return run_.side(targetSide_).name; }
 
-    void writeLoop()
+    // Does the items in their order. Progress is also told for the items of the other side's plan that wait in the same list of records,
+    // each at its place in the order.
+    template <class Work> void doAll(PlanItems& items, const PlanItems& waiting, Work&& work)
     {
-        workOff(
-            source().tasks, [](TaskKind kind) { return kind != TaskDelete; },
-            [&](const std::u16string& id, const RecordTask& task) { writeRecord(id, task); });
-    }
-
-    void deleteLoop()
-    {
-        workOff(
-            target().tasks, [](TaskKind kind) { return kind == TaskDelete; },
-            [&](const std::u16string& id, const RecordTask& task) { deleteRecord(id, task); });
-    }
-
-    // Erases each task that is done. Progress is told for the other tasks too.
-    template <class IsMine, class Work> void workOff(TaskList& tasks, IsMine&& isMine, Work&& work)
-    {
-        for (auto at = tasks.begin(); at != tasks.end();) {
-            const bool mine = isMine(at->second.Kind);
-            if (mine) {
-                work(at->first, at->second);
-                ++pass_.DoneTasks;
-                DropTask(at, tasks);
-                for (const Side side : {Side::One, Side::Two}) pass_.side(side).store.throwIfCancelled();
-            }
+        auto next = waiting.begin();
+        while (!items.empty()) {
+            for (; next != waiting.end() && next->recordId() < items.front().recordId(); ++next) tellProgress();
+            work(items.front());
+            items.pop_front();
+            for (const Side side : bothSides) pass_.side(side).store.throwIfCancelled();
             tellProgress();
-            if (!mine) ++at;
         }
+        for (; next != waiting.end(); ++next) tellProgress();
     }
 
-    void writeRecord(const std::u16string& id, const RecordTask& task)
+    void writeRecord(const PlanItem& item)
     {
-        const std::u16string name = describe(task, source(), id);
-        const bool created = !task.MappedId;
-        std::optional<std::u16string> targetId = task.MappedId;
+        const std::u16string name = describe(item, source());
+        std::optional<std::u16string> targetId = item.targetId;
         LinkGuard guard(source().store, target().store);
         std::vector<std::size_t> written;
         try {
-            ApplyRecord(pass_, sourceSide_, id, task, targetId, guard, written);
+            ApplyRecord(pass_, targetSide_, item, targetId, guard, written);
         } catch (const RunFailure& failure) {
-            report(failure, entryOf(task, task.MappedId.value_or(std::u16string()), id, name));
+            report(failure, entryOf(item, item.targetId.value_or(std::u16string()), item.sourceId, name));
             throw;
         }
-        if (task.MappedId && !task.MappedId->empty() && !targetId->empty() && *task.MappedId != *targetId)
-            followNewIdentifier(*task.MappedId, *targetId);
-        if (task.FieldMapRemapped) SetFieldMapChangedFlag(run_, sourceSide_, id, false);
-        const HRESULT stamped = resultOf([&] { StampHistoryPair(pass_, sourceSide_, id, *targetId, 0.0); });
-        ReportEntry entry = entryOf(task, *targetId, id, name);
-        entry.action = task.Kind == TaskMatched ? raLinked : created ? raCreated : raUpdated;
+        forgetValues(*targetId);
+        if (item.targetId && !item.targetId->empty() && !targetId->empty() && *item.targetId != *targetId)
+            followNewIdentifier(*item.targetId, *targetId);
+        if (item.FieldMapRemapped) SetFieldMapChangedFlag(run_, sourceSide_, item.sourceId, false);
+        const PlanItem* waiting = FindItem(otherPlan_.copies, *targetId);
+        const HRESULT stamped =
+            resultOf([&] { StampHistoryPair(pass_, sourceSide_, item.sourceId, *targetId, waiting && waiting->targetId); });
+        ReportEntry entry = entryOf(item, *targetId, item.sourceId, name);
+        entry.action = item.kind == PlannedMatch ? raLinked : item.kind == PlannedNew ? raCreated : raUpdated;
         if (entry.action == raLinked && sourceSide_ == Side::One) std::swap(entry.recordId, entry.partnerId);
         if (entry.action == raLinked) entry.side = Side::One;
         if (entry.action == raUpdated && run_.report.wantsFields()) entry.fields = describeFields(written);
         run_.report.wrote(std::move(entry), targetName());
         require(stamped); // only now: the record was written, and the report says so
+    }
+
+    // The values that the search for duplicates read of the target record are stale once the record is saved.
+    void forgetValues(const std::u16string& targetId)
+    {
+        for (PlanItems* items : {&otherPlan_.copies, &plan_.deletions})
+            if (PlanItem* item = FindItem(*items, targetId)) item->Values.reset();
     }
 
     // Quirk kept on purpose: towards side 1 both sections are those of side 2, so that call finds nothing. The old entry of side 1 is
@@ -93,14 +91,14 @@ private:
         if (!towardsTwo) run_.history.tryDeleteEntry(Side::One, before);
     }
 
-    ReportEntry entryOf(const RecordTask& task, const std::u16string& id, const std::u16string& partner, const std::u16string& name) const
+    ReportEntry entryOf(const PlanItem& item, const std::u16string& id, const std::u16string& partner, const std::u16string& name) const
     {
         ReportEntry entry;
         entry.side = targetSide_;
         entry.recordId = id;
         entry.partnerId = partner;
         entry.name = name;
-        entry.conflict = task.conflict;
+        entry.conflict = item.conflict;
         return entry;
     }
 
@@ -126,48 +124,50 @@ private:
         return described;
     }
 
-    void deleteRecord(const std::u16string& id, const RecordTask& task)
+    void deleteRecord(const PlanItem& item)
     {
-        if (task.alreadyGone) return; // a change that won over a deletion leaves the deletion's task behind
-        const std::u16string name = describe(task, target(), id);
+        if (item.kind == PlannedGone) return; // a change that won over a deletion leaves the deletion's item behind
+        const std::u16string &id = *item.targetId, name = describe(item, target());
         const com::Bstr key(id);
         try {
             target().store.remove(key.get());
         } catch (const RunFailure& failure) {
             // Another program may have deleted the record meanwhile.
             if (target().store.contains(key.get()) != Presence::Absent) {
-                report(failure, entryOf(task, id, {}, name));
+                report(failure, entryOf(item, id, {}, name));
                 throw;
             }
         }
         UnlinkHistoryEntry(run_.history, targetSide_, id);
-        ReportEntry entry = entryOf(task, id, {}, name);
+        ReportEntry entry = entryOf(item, id, {}, name);
         entry.action = raDeleted;
         run_.report.wrote(std::move(entry), targetName());
     }
 
-    std::u16string describe(const RecordTask& task, PassSide& side, const std::u16string& id) const
+    std::u16string describe(const PlanItem& item, PassSide& side) const
     {
-        return run_.report.wantsNames() ? DescribeRecord(task.Values.get(), side.store, id) : std::u16string();
+        return run_.report.wantsNames() ? DescribeRecord(item.Values.get(), side.store, item.recordId()) : std::u16string();
     }
 
     void tellProgress()
     {
         if (!run_.EventSink) return;
-        const double percent = static_cast<double>(pass_.DoneTasks) / static_cast<double>(pass_.TotalTasks) * 100.0;
+        const std::size_t planned = plan_.planned + otherPlan_.planned, done = planned - plan_.size() - otherPlan_.size();
+        const double percent = static_cast<double>(done) / static_cast<double>(planned) * 100.0;
         requireNoCancel(com::call(run_.EventSink, &ISyncEvents::OnProgress, run_.CategoryPass ? spSyncCategory : spSync, percent));
     }
 
     PipelinePass& pass_;
     RunState& run_;
     Side targetSide_, sourceSide_;
+    SidePlan &plan_, &otherPlan_;
     std::vector<std::optional<std::u16string>> fieldNames_; // of the target's mapped fields, as far as they were asked for
 };
 
 } // namespace
 
-void WriteSide(PipelinePass& pass, Side target) { SideWriter(pass, target).run(); }
+void WriteSide(PipelinePass& pass, PerSide<SidePlan>& plans, Side target) { SideWriter(pass, plans, target).run(); }
 
-void EndSide(PipelinePass& pass, Side target) { pass.side(target).store.endUpdate(); }
+void EndSide(StoreClient& target) { target.endUpdate(); }
 
 } // namespace mb

@@ -26,12 +26,14 @@ protected:
         changes.FieldTypes = &types;
         changes.UnverifiedRecords = &unverified;
     }
-    // Adds a task to a side. The task's record belongs to the other side.
-    void add(int side, LONG kind, std::u16string record, std::u16string mapped = {}, mb::FieldValueMap fields = {})
+    // Adds a task of a record of the other side. A deletion is written to the record's own side.
+    void add(int side, mb::PlannedKind kind, std::u16string record, std::u16string mapped = {}, mb::FieldValueMap fields = {})
     {
         Planned& planned = store_.emplace_back(Planned{std::move(record), std::move(mapped), std::move(fields)});
-        auto& tasks = side == 1 ? tasks1_ : tasks2_;
-        tasks.push_back({kind, &planned.record, planned.mapped.empty() ? nullptr : &planned.mapped, &planned.fields});
+        if (kind == mb::PlannedNew && !planned.mapped.empty()) kind = mb::PlannedChange;
+        const bool toOne = (side == 1) != (kind == mb::PlannedDelete);
+        (toOne ? tasks1_ : tasks2_).push_back({kind, &planned.record, planned.mapped.empty() ? nullptr : &planned.mapped, &planned.fields});
+        (toOne ? changes.side1 : changes.side2).counts.add(kind);
         changes.side1.tasks = tasks1_;
         changes.side2.tasks = tasks2_;
     }

@@ -65,10 +65,13 @@ protected:
         ending = dialog.ending().value_or(-1);
         return shown;
     }
-    void plan(int side, LONG kind, const std::u16string& record, const std::u16string* mapped, const mb::FieldValueMap* fields = nullptr)
+    // Plans a task of a record of the other side. A deletion is written to the record's own side.
+    void plan(int side, mb::PlannedKind kind, const std::u16string& record, const std::u16string* mapped,
+              const mb::FieldValueMap* fields = nullptr)
     {
-        auto& tasks = side == 1 ? tasks1_ : tasks2_;
-        tasks.push_back({kind, &record, mapped, fields});
+        const bool toOne = (side == 1) != (kind == mb::PlannedDelete);
+        (toOne ? tasks1_ : tasks2_).push_back({kind, &record, mapped, fields});
+        (toOne ? changes.side1 : changes.side2).counts.add(kind);
         changes.side1.tasks = tasks1_;
         changes.side2.tasks = tasks2_;
     }

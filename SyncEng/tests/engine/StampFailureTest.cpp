@@ -42,13 +42,15 @@ protected:
 
 TEST_F(FailedStamp, EndsTheRun)
 {
-    EXPECT_EQ(resultOf([&] { StampHistoryPair(pass, Side::One, ada, u"B1", 0.0); }), E_FAIL);
+    EXPECT_EQ(resultOf([&] { StampHistoryPair(pass, Side::One, ada, u"B1", false); }), E_FAIL);
 }
 
 TEST_F(FailedStamp, EndsTheWritingAfterTheRecordWasReported)
 {
     for (const std::u16string& id : {ada, grace}) TaskAt(pass.side(Side::One).tasks, id).Kind = TaskNew;
-    EXPECT_EQ(resultOf([&] { WriteSide(pass, Side::Two); }), E_FAIL);
+    PerSide<SidePlan> plans = MakePlans(pass);
+    EXPECT_EQ(resultOf([&] { WriteSide(pass, plans, Side::Two); }), E_FAIL);
+    EXPECT_THAT(plans.two.copies, SizeIs(2)) << "what was not linked is not done";
     EXPECT_THAT(s.log().starting("2 SaveRecord"), SizeIs(1)) << "the other record is not written";
     EXPECT_THAT(s.logText(), HasSubstr("CREATED in Second: Ada Lovelace"));
     EXPECT_THAT(s.logText(), Not(HasSubstr("Hopper")));

@@ -1,4 +1,4 @@
-// What a run leaves behind that the user cancels while it deletes records.
+// The progress of a run that writes, and what a run leaves behind that the user cancels while it deletes records.
 #include "People.h"
 #include "SyncScenario.h"
 
@@ -75,3 +75,23 @@ TEST_P(CancelledDeletion, IsFinishedByTheNextRun)
 }
 
 INSTANTIATE_TEST_SUITE_P(Sides, CancelledDeletion, testing::Values(idTrans1, idTrans2), sideName);
+
+// Side 1 has five known records: the first, third and fifth lost their partners, the second and fourth changed. A cancel at the n-th report
+// shows how much was written before it.
+TEST(ProgressOfWriting, IsToldForWaitingDeletionsAtTheirPlaceInTheOrder)
+{
+    for (const auto& [report, updates] : {std::pair(1, 0), {2, 1}, {3, 1}, {4, 2}, {5, 2}}) {
+        SyncScenario s;
+        for (const char16_t* last : {u"a", u"b", u"c", u"d", u"e"}) s.one().add(person(u"F", last));
+        ASSERT_EQ(s.sync(), S_OK);
+        const std::vector<std::u16string> ones = s.one().order, twos = s.two().order;
+        for (const std::size_t i : {0u, 2u, 4u}) s.two().remove(twos[i]);
+        for (const std::size_t i : {1u, 3u}) s.one().set(ones[i], ftCity1, u"Paris");
+        s.sink().cancelAtWrite = report;
+        s.sink().writes = 0;
+        EXPECT_EQ(s.sync(), E_ABORT);
+        EXPECT_THAT(s.log().starting("2 SaveRecord"), SizeIs(updates)) << "cancelled at report " << report;
+        EXPECT_EQ(s.sink().lastPercent, updates * 20.0) << "two changes and three deletions";
+        EXPECT_THAT(s.log().starting("1 DeleteRecord"), IsEmpty());
+    }
+}

@@ -27,35 +27,29 @@ std::u16string contactText(const TranslatorFields& fields, const std::u16string&
     return company.first.empty() ? u"no name" : company.shortened();
 }
 
-// Returns the deletions on a side, which are among the other side's tasks.
-std::u16string deletionText(const PlannedSide& side, const PlannedSide& other)
+// Returns a text such as "1 deleted (Jo Doe)"; empty if nothing is deleted.
+std::u16string deletionText(const PlannedSide& side)
 {
     const TranslatorFields fields(side.translator);
-    std::size_t count = 0;
-    std::u16string names;
-    for (const PlannedTask& task : other.tasks) {
-        if (!task.isDeletion()) continue;
-        if (++count <= namedDeletions) names += (names.empty() ? u"" : u", ") + contactText(fields, *task.recordId);
-    }
+    const auto count = static_cast<std::size_t>(side.counts.deletions);
     if (count == 0) return {};
+    std::size_t named = 0;
+    std::u16string names;
+    for (const PlannedTask& task : side.tasks)
+        if (task.isDeletion() && ++named <= namedDeletions) names += (names.empty() ? u"" : u", ") + contactText(fields, *task.recordId);
     if (count > namedDeletions) names += Format(u" and %d more", count - namedDeletions);
     return Format(u"%d deleted", count) + u" (" + names + u")";
 }
 
 // Returns a text such as "1 changed, 2 new, 1 deleted (Jo Doe)"; empty for a side that is not written. Unlike the window, it also counts
 // what needs no confirmation.
-std::u16string countsText(const PlannedSide& side, const PlannedSide& other)
+std::u16string countsText(const PlannedSide& side)
 {
-    LONG changed = 0, added = 0;
-    for (const PlannedTask& task : side.tasks) {
-        changed += task.isChange();
-        added += task.isAddition();
-    }
     std::u16string text;
     const auto add = [&](const std::u16string& part) { text += (text.empty() || part.empty() ? u"" : u", ") + part; };
-    if (changed > 0) add(Format(u"%d changed", changed));
-    if (added > 0) add(Format(u"%d new", added));
-    add(deletionText(side, other));
+    if (side.counts.changes > 0) add(Format(u"%d changed", side.counts.changes));
+    if (side.counts.additions > 0) add(Format(u"%d new", side.counts.additions));
+    add(deletionText(side));
     return text;
 }
 
@@ -67,8 +61,8 @@ Question CConfirmationDlg::question()
     Question question;
     const std::u16string of = changes_.Categories ? u"Categories of " : u"";
     const auto addLine = [&](const std::u16string& line) { question.text += (question.text.empty() ? u"" : u"\n") + line; };
-    if (const auto counts = countsText(changes_.side1, changes_.side2); !counts.empty()) addLine(of + one.place + u": " + counts);
-    if (const auto counts = countsText(changes_.side2, changes_.side1); !counts.empty()) addLine(of + two.place + u": " + counts);
+    if (const auto counts = countsText(changes_.side1); !counts.empty()) addLine(of + one.place + u": " + counts);
+    if (const auto counts = countsText(changes_.side2); !counts.empty()) addLine(of + two.place + u": " + counts);
     if (changes_.UnverifiedRecords && !changes_.UnverifiedRecords->empty())
         addLine(Format(u"Left out, since not verified: %d new", changes_.UnverifiedRecords->size()));
     question.help = LoadText(Text::HelpSummary);

@@ -52,11 +52,13 @@ protected:
         tasks1_ = {{mb::PlannedNew, add(s.two(), u"Zoe", u"Adams", u"Beta"), nullptr, nullptr},
                    {mb::PlannedNew, add(s.two(), u"amy", u"Zorn", u"Alpha"), nullptr, nullptr},
                    {mb::PlannedChange, &id2, &id1, &change_},
-                   {mb::PlannedDelete, add(s.two(), u"Gone", u"Second", u""), nullptr, nullptr}};
-        tasks2_ = {{mb::PlannedDelete, add(s.one(), u"Gone", u"First", u""), nullptr, nullptr}};
+                   {mb::PlannedDelete, add(s.one(), u"Gone", u"First", u""), nullptr, nullptr}};
+        tasks2_ = {{mb::PlannedDelete, add(s.two(), u"Gone", u"Second", u""), nullptr, nullptr}};
         mb::PlannedChanges planned;
         planned.side1 = {translator1.get(), fakeClass1, tasks1_, u"C:\\Users\\ada\\left.db"};
         planned.side2 = {translator2.get(), fakeClass2, tasks2_, u"C:\\Users\\ada\\right.db"};
+        for (const mb::PlannedTask& task : tasks1_) planned.side1.counts.add(task.Kind);
+        for (const mb::PlannedTask& task : tasks2_) planned.side2.counts.add(task.Kind);
         planned.FieldTypes = &types;
         return planned;
     }

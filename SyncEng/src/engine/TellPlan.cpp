@@ -1,4 +1,4 @@
-#include "engine/PlanChanges.h"
+#include "engine/TellPlan.h"
 
 #include "dialogs/CChangeDetailsDlg.h"
 #include "dialogs/CConfirmationDlg.h"
@@ -7,23 +7,23 @@
 namespace mb {
 namespace {
 
-// A task's kind is handed to the dialogs as it is.
-static_assert(PlannedKind(TaskDelete) == PlannedDelete && PlannedKind(TaskChange) == PlannedChange &&
-              PlannedKind(TaskMatched) == PlannedMatch && PlannedKind(TaskNew) == PlannedNew);
-
-std::vector<PlannedTask> plannedTasks(const TaskList& tasks)
+std::vector<PlannedTask> shownTasks(const SidePlan& plan)
 {
-    std::vector<PlannedTask> planned;
-    planned.reserve(tasks.size());
-    for (const auto& [id, task] : tasks)
-        if (!task.alreadyGone) planned.push_back({task.Kind, &id, task.MappedId ? &*task.MappedId : nullptr, task.Changes.get()});
-    return planned;
+    std::vector<PlannedTask> shown;
+    shown.reserve(plan.size());
+    for (const PlanItem& item : plan.copies)
+        shown.push_back({item.kind, &item.sourceId, item.targetId ? &*item.targetId : nullptr, item.Changes.get()});
+    for (const PlanItem& item : plan.deletions) shown.push_back({item.kind, &*item.targetId});
+    return shown;
 }
 
 // Tells the sink of a host, call by call.
 class PlanTeller {
 public:
-    PlanTeller(PipelinePass& pass, const PlannedChanges& changes, ISyncReview* review) : pass_(pass), changes_(changes), review_(review) {}
+    PlanTeller(RunState& run, const PipelinePass& pass, const PerSide<SidePlan>& plans, const PlannedChanges& changes, ISyncReview* review)
+        : run_(run), pass_(pass), plans_(plans), changes_(changes), review_(review)
+    {
+    }
 
     // Whether the user is still to be asked.
     bool tell()
@@ -34,7 +34,7 @@ public:
         if (details1 || details2) tellDetails(all, details1, details2);
         const com::Bstr summary(details1 || details2 ? SummaryText(all) : std::u16string());
         const HRESULT answer = com::call(review_, &ISyncReview::OnPlanEnd, summary.get());
-        pass_.run.onlyPlanned = answer == E_ABORT;
+        run_.onlyPlanned = answer == E_ABORT;
         goOnAfter(answer);
         return answer == S_OK;
     }
@@ -43,26 +43,18 @@ private:
     // E_ABORT of the host stops the run, which is told apart from the user's cancel.
     void goOnAfter(HRESULT answer)
     {
-        if (answer == E_ABORT) pass_.run.abortMeaning = reStopped;
+        if (answer == E_ABORT) run_.abortMeaning = reStopped;
         require(answer);
     }
 
     // Returns whether the host wants to know the details of this side.
     bool tellCounts(Side target)
     {
-        const Side source = otherSide(target);
-        LONG additions = 0, changes = 0, deletions = 0;
-        const LONG records = pass_.side(target).store.countOrZero();
-        if (pass_.send[source]) {
-            for (const PlannedTask& task : target == Side::One ? changes_.side1.tasks : changes_.side2.tasks) {
-                additions += task.isAddition();
-                changes += task.isChange();
-            }
-            for (const auto& [id, task] : pass_.side(target).tasks) deletions += task.Kind == TaskDelete && !task.alreadyGone;
-        }
+        const LONG records = pass_.sides[target].store.countOrZero();
+        const PlannedCounts counts = plans_[target].written ? plans_[target].counts() : PlannedCounts();
         VARIANT_BOOL details = VARIANT_FALSE;
-        goOnAfter(com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, additions, changes,
-                            deletions, &details));
+        goOnAfter(com::call(review_, &ISyncReview::OnPlan, target == Side::One ? idTrans1 : idTrans2, records, counts.additions,
+                            counts.changes, counts.deletions, &details));
         return details != VARIANT_FALSE;
     }
 
@@ -95,21 +87,28 @@ private:
         }
     }
 
-    PipelinePass& pass_;
+    RunState& run_;
+    const PipelinePass& pass_;
+    const PerSide<SidePlan>& plans_;
     const PlannedChanges& changes_;
     ISyncReview* review_;
 };
 
 } // namespace
 
-// Side 1 receives the tasks of side 2, and side 2 those of side 1. A deletion is carried out on the side of its own list.
-Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).tasks)), tasks2_(plannedTasks(pass.side(Side::One).tasks))
+ShownPlans::ShownPlans(const PipelinePass& pass, const PerSide<SidePlan>& plans) : tasks_{shownTasks(plans.one), shownTasks(plans.two)}
 {
     const RunState& run = pass.run;
-    changes.side1 = {pass.side(Side::One).store.translator(), run.side(Side::One).id, tasks1_, run.side(Side::One).database,
-                     run.side(Side::One).name};
-    changes.side2 = {pass.side(Side::Two).store.translator(), run.side(Side::Two).id, tasks2_, run.side(Side::Two).database,
-                     run.side(Side::Two).name};
+    const auto shown = [&](Side side) {
+        return PlannedSide{pass.sides[side].store.translator(),
+                           run.side(side).id,
+                           tasks_[side],
+                           run.side(side).database,
+                           run.side(side).name,
+                           plans[side].counts()};
+    };
+    changes.side1 = shown(Side::One);
+    changes.side2 = shown(Side::Two);
     changes.ConfirmAdds = run.options.ConfirmAdds;
     changes.ConfirmUpdates = run.options.ConfirmUpdates;
     changes.ConfirmDeletes = run.options.ConfirmDeletes;
@@ -120,10 +119,10 @@ Plan::Plan(PipelinePass& pass) : tasks1_(plannedTasks(pass.side(Side::Two).tasks
     changes.Categories = run.CategoryPass;
 }
 
-bool TellPlan(PipelinePass& pass, const PlannedChanges& changes)
+bool TellPlan(RunState& run, const PipelinePass& pass, const PerSide<SidePlan>& plans, const PlannedChanges& changes)
 {
-    const auto review = pass.run.EventSink.tryAs<ISyncReview>();
-    return !review || PlanTeller(pass, changes, review.get()).tell();
+    const auto review = run.EventSink.tryAs<ISyncReview>();
+    return !review || PlanTeller(run, pass, plans, changes, review.get()).tell();
 }
 
 } // namespace mb
