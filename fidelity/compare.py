@@ -22,8 +22,8 @@ def compare(source, copy):
     matching.match(exact_key, exact_key)
     groups = GroupNames(have, got, source.version, copy.version)
     if source.version == copy.version:
-        matching.match(lambda prop: [((group, meaning.spelling(prop)), set()) for group in groups.of_source(prop)],
-                       lambda prop: [((prop.group.lower(), meaning.spelling(prop)), set())])
+        matching.match(lambda prop: [((group, meaning.spelling(prop, source.version)), set()) for group in groups.of_source(prop)],
+                       lambda prop: [((prop.group.lower(), meaning.spelling(prop, copy.version)), set())])
     else:
         matching.match(lambda prop: [((group, key), rules) for group in groups.of_source(prop)
                                      for key, rules in meaning.translations(prop, source.version)],

@@ -1,6 +1,5 @@
 """What a property means. Two spellings may have one meaning within a version, or because a rule translates one version to another."""
 import base64
-import binascii
 import hashlib
 import re
 
@@ -13,9 +12,11 @@ BINARIES = {"PHOTO", "LOGO", "SOUND", "KEY"}
 URIS = BINARIES | {"URL", "SOURCE", "FBURL", "CALURI", "CALADRURI", "IMPP", "MEMBER", "RELATED"}
 NEW_NAMES = {"X-ANNIVERSARY": "ANNIVERSARY", "X-ADDRESSBOOKSERVER-KIND": "KIND", "X-ADDRESSBOOKSERVER-MEMBER": "MEMBER"}
 MEDIA = {"jpeg": "image/jpeg", "jpg": "image/jpeg", "png": "image/png", "gif": "image/gif", "webp": "image/webp", "bmp": "image/bmp",
-         "tiff": "image/tiff", "wave": "audio/wave", "basic": "audio/basic", "ogg": "audio/ogg", "pgp": "application/pgp-keys",
-         "x509": "application/x-x509"}
-MAGIC = ((b"\xff\xd8\xff", "image/jpeg"), (b"\x89PNG", "image/png"), (b"GIF8", "image/gif"), (b"RIFF", "image/webp"))
+         "tiff": "image/tiff", "wave": "audio/wav", "basic": "audio/basic", "ogg": "audio/ogg", "pgp": "application/pgp-keys",
+         "svg": "image/svg+xml", "x509": "application/pkix-cert"}
+MAGIC = ((rb"\xff\xd8\xff", "image/jpeg"), (rb"\x89PNG", "image/png"), (rb"GIF8", "image/gif"), (rb"RIFF....WEBP", "image/webp"),
+         (rb"RIFF....WAVE", "audio/wav"))
+ENCODINGS = {"quoted-printable", "8bit", "7bit", "base64", "b"}
 VALUE_TYPES = {"inline": "uri", "url": "uri", "content-id": "uri", "binary": "uri", "date-time": "date", "date-and-or-time": "date"}
 
 RULES = {
@@ -30,6 +31,7 @@ RULES = {
     "offset": "4.0 writes a UTC offset without a colon",
     "position": "GEO is a geo: URI in 4.0",
     "embedded data": "base64 is spelt otherwise in each version",
+    "media type": "TYPE=GIF of a linked picture is MEDIATYPE=image/gif in 4.0",
     "name": "a name with X- got a name in 4.0",
 }
 
@@ -52,7 +54,7 @@ def unescape(text):
 def readings(name, text, version):
     """Returns the ways in which the escapes of a value may be meant, each in the spelling of 3.0. Version 2.1 has no escape but "\\;" in
     structured values, yet many programs write those of 3.0 into it."""
-    text = text.replace("\r\n", "\n").replace("\r", "\n")
+    text = plain(text)
     if version != "2.1":
         return [text]
     lenient = text.replace("\n", "\\n")
@@ -61,7 +63,13 @@ def readings(name, text, version):
     literal = re.sub(r"\\(?!;)" if name in STRUCTURED else r"\\", r"\\\\", text).replace("\n", "\\n")
     if name not in LISTS:
         literal = literal.replace(",", "\\,")
-    return [literal, lenient]
+    known = name in STRUCTURED | LISTS | TEXTS
+    return [literal, lenient] if known else [literal, lenient, text.replace("\n", "\\n")]
+
+
+def plain(text):
+    """Returns the text with LF alone as line break, and without the control characters that no vCard may have."""
+    return re.sub(r"[\x00-\x08\x0b-\x1f\x7f]", "", text.replace("\r\n", "\n").replace("\r", "\n"))
 
 
 def text_value(name, text):
@@ -75,24 +83,28 @@ def text_value(name, text):
         return tuple(unescape(value) for value in split(text, ","))
     if name in TEXTS:
         return unescape(text)
-    return text.replace("\\N", "\\n")
+    return text.replace("\\N", "\\n").replace("\\:", ":")
 
 
 def types_of(params):
     return {("TYPE", value.strip().lower()) for name, values in params if name in ("", "TYPE") for value in values.split(",")}
 
 
-def spelling(prop):
-    """Returns what a property means within its version, regardless of the spelling of names, types and escapes, and of the charset."""
-    others = {(name, value) for name, value in prop.params if name not in ("", "TYPE", "CHARSET", "ENCODING")}
-    encodings = {value.lower() for name, value in prop.params if name == "ENCODING"}
-    value = prop.value.replace("\r\n", "\n")
-    if encodings & {"b", "base64"}:
-        others.add(("ENCODING", "b"))
-        value = re.sub(r"\s", "", value)
-    elif "quoted-printable" in encodings:
+def spelling(prop, version):
+    """Returns what a property means within its version, regardless of the spelling of names, types and escapes, of the charset and the
+    transfer encoding, of a value type that is the default, and of the two forms of a date that ISO 8601 has."""
+    words = {value.lower() for name, value in prop.params if name in ("", "ENCODING")}
+    params = {(name, value) for name, value in prop.params if name not in ("", "TYPE", "CHARSET", "ENCODING", "VALUE")}
+    params |= types_of(prop.params) - {("TYPE", word) for word in ENCODINGS}
+    value_types = {VALUE_TYPES.get(value.lower(), value.lower()) for name, value in prop.params if name == "VALUE"}
+    params |= {("VALUE", value) for value in value_types - {default_type(prop.name)}}
+    data = embedded_data(prop.value, params, bool(words & {"b", "base64"}))
+    value = plain(prop.value)
+    if "quoted-printable" in words:
         value = value.replace("\n", "\\n")
-    return prop.name, frozenset(types_of(prop.params) | others), text_value(prop.name, value)
+    if prop.name in DATES and version != "4.0":
+        value = basic_date(value)
+    return prop.name, frozenset(params), data or text_value(prop.name, value)
 
 
 def translations(prop, version):
@@ -104,9 +116,13 @@ def translations(prop, version):
     if name != prop.name:
         rules.add("name")
     params, embedded = translated_params(prop, name, rules)
-    data = embedded_data(prop.value, params, embedded) if name in BINARIES else None
+    data = embedded_data(prop.value, params, embedded)
     if data:
         return [((name, frozenset(params), data), rules)]
+    if name in BINARIES:
+        for param in [param for param in params if param[0] == "TYPE" and param[1] in MEDIA]:
+            rules.add("media type")
+            params = params - {param} | {("MEDIATYPE", MEDIA[param[1]])}
     out = []
     for text in readings(prop.name, prop.value, version):
         fired = rules | ({"escapes"} if text != prop.value else set())
@@ -120,7 +136,7 @@ def translated_params(prop, name, rules):
     params, embedded = set(), False
     for key, value in prop.params:
         word = value.lower()
-        if key == "" and word in ("quoted-printable", "8bit", "7bit", "base64", "b"):
+        if key == "" and word in ENCODINGS:
             key = "ENCODING"
         if key == "" and word in ("inline", "url", "content-id"):
             key = "VALUE"
@@ -155,21 +171,22 @@ def default_type(name):
 
 
 def embedded_data(value, params, embedded):
-    """Returns the media type and a hash of embedded bytes; None for a value that embeds none. Removes the media type from `params`."""
+    """Returns the media type and a hash of embedded bytes; None for a value that embeds none. Removes from `params` what says the same."""
     uri = re.match(r"data:([^;,]*)[^,]*?;base64,(.*)", value.replace("\\", ""), re.IGNORECASE | re.DOTALL)
     if not embedded and not uri:
         return None
     text = uri.group(2) if uri else value
-    try:
-        data = base64.b64decode(re.sub(r"\s", "", text), validate=True)
-    except binascii.Error:
-        data = re.sub(r"\s", "", text).encode()
+    # Padding may be missing, decoders ignore other characters, and a single character at the end is no byte.
+    text = re.sub(r"[^A-Za-z0-9+/]", "", text)
+    text = text[:-1] if len(text) % 4 == 1 else text
+    data = base64.b64decode(text + "=" * (-len(text) % 4))
     media = uri.group(1).lower() if uri else ""
+    params.discard(("VALUE", "uri"))
     for param in list(params):
         if param[0] == "MEDIATYPE" or (param[0] == "TYPE" and (param[1] in MEDIA or "/" in param[1])):
             media = media or MEDIA.get(param[1].lower(), param[1].lower())
             params.discard(param)
-    known = next((kind for magic, kind in MAGIC if data.startswith(magic)), "")
+    known = next((kind for magic, kind in MAGIC if re.match(magic, data, re.DOTALL)), "")
     return "data", known or media, hashlib.sha256(data).hexdigest()
 
 
@@ -185,11 +202,18 @@ def translated_value(name, text, params, rules):
         params.discard(("VALUE", "uri"))
         rules.add("position")
         return float(position.group(1)), float(position.group(2))
+    if name == "GEO" and text.startswith("geo:") and ("VALUE", "uri") in params:
+        params.discard(("VALUE", "uri"))
+        rules.add("value type")
     if name in DATES:
-        date, time_mark, time = text.partition("T")
-        basic = re.sub(r"(\d{4})-(\d\d)-(\d\d)\Z", r"\1\2\3", date)
-        basic = re.sub(r"--(\d\d)-(\d\d)\Z", r"--\1\2", basic) + time_mark + time.replace(":", "")
-        if basic != text:
+        if basic_date(text) != text:
             rules.add("dates")
-        return basic
+        return basic_date(text)
     return text_value(name, text)
+
+
+def basic_date(text):
+    """Returns the form without hyphens and colons."""
+    date, time_mark, time = text.partition("T")
+    date = re.sub(r"(\d{4})-(\d\d)-(\d\d)\Z", r"\1\2\3", date)
+    return re.sub(r"--(\d\d)-(\d\d)\Z", r"--\1\2", date) + time_mark + time.replace(":", "")
