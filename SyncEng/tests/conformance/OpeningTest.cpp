@@ -41,6 +41,16 @@ TEST_P(PluginOpening, ADatabaseInAMissingFolderIsRefusedAndNothingIsCreated)
     EXPECT_FALSE(std::filesystem::exists(subject().folder.path() / "none"));
 }
 
+TEST_P(PluginOpening, AStoreThatIsGoneIsRefusedByARunAndNotCreatedAnew)
+{
+    const std::filesystem::path path = subject().services->values[u"Database"];
+    std::filesystem::remove_all(path);
+    Translator translator = subject().create();
+    EXPECT_TRUE(FAILED(translator->Initialize(subject().services.get(), nullptr, VARIANT_FALSE)));
+    (void)translator->Cleanup();
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST_P(Conformance, TheDatabaseCanBeReadAndSetWithoutAnOpenStore)
 {
     const Translator translator = subject().create();

@@ -50,7 +50,9 @@ std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plug
     return std::make_unique<CardFile>(platform::pathOf(platform::utf16(database)));
 }
 
-constexpr plugin::PluginInfo info{u"Mirabook", u"Card file", u"Card file", fieldBase, fields, openStore};
+void makeStore(const std::string& database) { notebook::NotebookStore::make(platform::pathOf(platform::utf16(database))); }
+
+constexpr plugin::PluginInfo info{u"Mirabook", u"Card file", u"Card file", fieldBase, fields, openStore, nullptr, false, makeStore};
 
 class CardFileTranslator final : public plugin::StoreTranslator {
 public:

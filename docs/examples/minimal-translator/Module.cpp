@@ -25,7 +25,10 @@ std::unique_ptr<plugin::RecordStore> openStore(const std::string& database, plug
     return std::make_unique<notebook::NotebookStore>(platform::pathOf(platform::utf16(database)));
 }
 
-constexpr plugin::PluginInfo info{u"Notebook", u"Notebook file", u"Notebook file", fieldBase, fields, openStore};
+// Called when a map is set up, never by a run.
+void makeStore(const std::string& database) { notebook::NotebookStore::make(platform::pathOf(platform::utf16(database))); }
+
+constexpr plugin::PluginInfo info{u"Notebook", u"Notebook file", u"Notebook file", fieldBase, fields, openStore, nullptr, false, makeStore};
 
 class NotebookTranslator final : public plugin::StoreTranslator {
 public:

@@ -64,6 +64,16 @@ NotebookStore::NotebookStore(std::filesystem::path file) : file_(std::move(file)
     readFile();
 }
 
+void NotebookStore::make(const std::filesystem::path& file)
+{
+    std::error_code error;
+    if (file.empty() || std::filesystem::exists(file, error) || error) return; // the constructor tells what is wrong
+    platform::AtomicFile made(file);
+    made.write(std::string(firstLine) + "\n");
+    if (const std::error_code failure = made.commit())
+        throw StoreError(Step::Open, "The notebook " + file.string() + " cannot be created: " + failure.message() + ".");
+}
+
 const NotebookStore::Record& NotebookStore::find(const std::string& id, Step step) const
 {
     const auto found = records_.find(id);
@@ -148,8 +158,6 @@ void NotebookStore::readFile()
     order_.clear();
     changed_ = false;
     std::error_code error;
-    if (!std::filesystem::exists(file_, error) && std::filesystem::is_directory(std::filesystem::absolute(file_).parent_path(), error))
-        return;
     const std::string bytes = platform::readFile(file_, error);
     if (error) throw StoreError(Step::Open, "The notebook " + file_.string() + " cannot be read: " + error.message() + ".");
     std::string_view rest = bytes;

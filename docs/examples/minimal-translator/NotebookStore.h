@@ -13,7 +13,10 @@ using mb::plugin::Step;
 
 class NotebookStore final : public mb::plugin::RecordStore {
 public:
-    explicit NotebookStore(std::filesystem::path file); // a missing file is an empty notebook
+    // A missing file is an error: as an empty notebook it would say that all its records were deleted.
+    explicit NotebookStore(std::filesystem::path file);
+    // Creates an empty notebook if the file does not exist.
+    static void make(const std::filesystem::path& file);
 
     [[nodiscard]] std::size_t count() const override { return records_.size(); }
     [[nodiscard]] const std::string& idAt(std::size_t index) const override;
