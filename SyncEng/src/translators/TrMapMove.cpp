@@ -80,19 +80,15 @@ public:
         return S_OK;
     }
 
+    // If the contacts' history cannot be saved, the categories' history gets its former place back.
     HRESULT keep()
     {
-        HRESULT hr = keepCategories(); // first: if the contacts' history cannot be saved afterwards, categories are still paired by name
+        std::u16string former, undone;
+        HRESULT hr = recordForCategories(now_, former);
         if (FAILED(hr)) return hr;
-        SaveScope scope(history_.store());
-        for (const auto& [before, now] : renamed_) {
-            hr = rename(before, now);
-            if (FAILED(hr)) return hr;
-        }
-        std::u16string recorded;
-        if (SUCCEEDED(history_.GetDatabase(section(), recorded))) (void)history_.SetDatabase(section(), now_);
-        hr = scope.finish();
+        hr = keepContacts();
         kept_ = SUCCEEDED(hr);
+        if (!kept_ && !former.empty()) (void)recordForCategories(former, undone);
         return hr;
     }
 
@@ -106,6 +102,19 @@ public:
     }
 
 private:
+    HRESULT keepContacts()
+    {
+        HRESULT hr = S_OK;
+        SaveScope scope(history_.store());
+        for (const auto& [before, now] : renamed_) {
+            hr = rename(before, now);
+            if (FAILED(hr)) return hr;
+        }
+        std::u16string recorded;
+        if (SUCCEEDED(history_.GetDatabase(section(), recorded))) (void)history_.SetDatabase(section(), now_);
+        return scope.finish();
+    }
+
     [[nodiscard]] std::u16string section() const { return historySideOf(transId_); }
 
     HRESULT askDatabase(std::u16string& database)
@@ -135,15 +144,19 @@ private:
         return SUCCEEDED(history_.ReadEntry(other, partner, false)) ? history_.SetMappedId(other, partner, now, false) : S_OK;
     }
 
-    // Categories are identified by name, which a move does not change; only the store's place is recorded.
-    HRESULT keepCategories()
+    // Categories are identified by name, which a move does not change; only the store's place is recorded. Sets `former` to the place that
+    // was recorded before; empty if none was, and then none is recorded now.
+    HRESULT recordForCategories(const std::u16string& place, std::u16string& former)
     {
         GUID categories{};
         if (FAILED(manager_.GetCategoryGuid(map_, &categories))) return S_OK;
         CSyncHistory history(nullptr);
         std::u16string recorded;
         HRESULT hr = history.Open(categories);
-        if (SUCCEEDED(hr) && SUCCEEDED(history.GetDatabase(section(), recorded))) hr = history.SetDatabase(section(), now_);
+        if (SUCCEEDED(hr) && SUCCEEDED(history.GetDatabase(section(), recorded))) {
+            hr = history.SetDatabase(section(), place);
+            former = recorded;
+        }
         return hr;
     }
 

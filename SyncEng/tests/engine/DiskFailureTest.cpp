@@ -12,10 +12,11 @@ using platform::fileCalls;
 
 enum class Call { Open, Write, ShortWrite, Flush, Rename };
 
-// What is to fail: the n-th call of one kind.
+// What is to fail: the n-th call of one kind. Where a target is named, only renames to that file count.
 struct Plan {
     Call call = Call::Open;
     int n = 0, met = 0;
+    std::string target{};
     bool due(Call made) { return made == call && ++met == n; }
 };
 
@@ -40,14 +41,18 @@ ssize_t planWrite(int file, const void* bytes, std::size_t count)
 }
 
 int planFlush(int file) { return plan.due(Call::Flush) ? failing(EIO) : real.flush(file); }
-int planRename(const char* from, const char* to) { return plan.due(Call::Rename) ? failing(EACCES) : real.rename(from, to); }
+int planRename(const char* from, const char* to)
+{
+    const bool counts = plan.target.empty() || plan.target == to;
+    return counts && plan.due(Call::Rename) ? failing(EACCES) : real.rename(from, to);
+}
 
 // The disk fails by the plan while it lives.
 class FailingDisk {
 public:
-    FailingDisk(Call call, int n)
+    FailingDisk(Call call, int n, const std::string& target = {})
     {
-        plan = {call, n, 0};
+        plan = {call, n, 0, target};
         real = fileCalls;
         fileCalls.open = planOpen;
         fileCalls.write = planWrite;
@@ -92,6 +97,32 @@ TEST_P(DiskFailure, OfAnyCallLeavesAStateThatTheNextRunMends)
         if (HasFailure()) return;
     }
     EXPECT_GT(calls, 0);
+}
+
+// The categories' history is saved first. It must not name a place that the map did not move to.
+TEST(DiskFailureOfAMove, OfTheContactsHistoryLeavesThatOfTheCategoriesAsItWas)
+{
+    mbtest::SyncScenario s;
+    s.one().options.categories = s.two().options.categories = true;
+    s.two().options.database = u"/home/ada/old.vcf";
+    s.one().addCategory(u"Friends");
+    ASSERT_EQ(s.sync(), S_OK);
+    GUID categories{};
+    ASSERT_EQ(s.maps()->GetCategoryGuid(s.map(), &categories), S_OK);
+    {
+        const FailingDisk disk(Call::Rename, 1, s.historyFile().string());
+        com::Bstr message;
+        LONG known = 0, missing = 0;
+        const auto mover = s.maps().as<IStoreMove>();
+        EXPECT_TRUE(FAILED(
+            mover->MoveStore(s.map(), idTrans2, com::Bstr(u"/media/phone/old.vcf").get(), VARIANT_FALSE, &known, &missing, message.put())));
+        EXPECT_TRUE(disk.failed());
+    }
+    for (const GUID& history : {s.map(), categories}) {
+        com::Bstr one, two;
+        ASSERT_EQ(s.maps()->GetLastSyncDatabase(history, one.put(), two.put()), S_OK);
+        EXPECT_EQ(two.text(), u"/home/ada/old.vcf");
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, DiskFailure, testing::Values(Call::Open, Call::Write, Call::ShortWrite, Call::Flush, Call::Rename), nameOf);
