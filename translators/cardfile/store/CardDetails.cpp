@@ -66,9 +66,11 @@ void CardFile::settleDetails(Open& record) const
 // Returns the card's name for a message, or its identifier.
 std::string CardFile::nameOf(const Open& record)
 {
-    const std::u16string first = valueIn(record, firstName), last = valueIn(record, lastName);
-    for (const std::u16string& name :
-         {valueIn(record, displayName), first + (first.empty() || last.empty() ? u"" : u" ") + last, valueIn(record, company)})
+    std::u16string whole = valueIn(record, firstName);
+    const std::u16string last = valueIn(record, lastName);
+    if (!whole.empty() && !last.empty()) whole += u' ';
+    whole += last;
+    for (const std::u16string& name : {valueIn(record, displayName), whole, valueIn(record, company)})
         if (!name.empty()) return platform::utf8(name);
     return record.id;
 }
