@@ -3,6 +3,7 @@
 #include "Ascii.h"
 #include "Charset.h"
 #include "LineReader.h"
+#include "ListValue.h"
 #include "Value.h"
 
 #include <algorithm>
@@ -263,6 +264,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     switch (field.shape) {
     case Shape::Part: return unescape(escapedPart(value, u';', field.part), version, true);
     case Shape::List: return readList(value, version);
+    case Shape::Values: return readValues(value, version);
     case Shape::Date: return readDate(unescape(value, version, false));
     case Shape::Phone: {
         std::u16string text = unescape(value, version, false);
@@ -297,6 +299,7 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
         return line.name() == "ORG" ? withoutEmptyTail(std::move(changed), u';') : changed;
     }
     case Shape::List: return writeList(text, version);
+    case Shape::Values: return writeValues(text, version, before);
     case Shape::Date: {
         const std::u16string date = writeDate(text, version, before);
         const bool isDate = readDate(date) == text && readDate(date).size() == 10 && text[4] == u'-';

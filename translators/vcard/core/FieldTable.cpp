@@ -83,7 +83,7 @@ constexpr std::array kFields = std::to_array<Field>({
     {ft::Profession, u"Profession", "ROLE", "", ft::Profession, 0, Text},
     {ft::Manager, u"Manager", "X-MANAGER", "", ft::Manager, 0, Text},
     {ft::Assistant, u"Assistant", "X-ASSISTANT", "", ft::Assistant, 0, Text},
-    {ft::NickName, u"Nickname", "NICKNAME", "", ft::NickName, 0, Text},
+    {ft::NickName, u"Nickname", "NICKNAME", "", ft::NickName, 0, Values},
     {ft::Account, u"Account", "X-MB-ACCOUNT", "", ft::Account, 0, Text},
     {ft::Gender, u"Gender", "GENDER", "", ft::Gender, 0, Gender},
     {ft::Hobby, u"Hobby", "X-MB-HOBBY", "", ft::Hobby, 0, Text},

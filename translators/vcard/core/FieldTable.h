@@ -12,7 +12,7 @@
 
 namespace mb::vcard {
 
-enum class Shape : std::uint8_t { Text, Part, List, Date, Phone, Gender, Chat, Image };
+enum class Shape : std::uint8_t { Text, Part, List, Values, Date, Phone, Gender, Chat, Image };
 
 struct Field {
     std::uint8_t type; // _FieldTypes

@@ -1,0 +1,81 @@
+// Fields whose text says more than one plain value: how it is read, and what is written for it.
+#include "Card.h"
+
+#include "CardText.h"
+
+#include <random>
+
+namespace mb::vcard {
+namespace {
+
+std::string cardOf(std::string_view version, const std::string& line)
+{
+    return "BEGIN:VCARD\r\nVERSION:" + std::string(version) + "\r\n" + line + "\r\nEND:VCARD\r\n";
+}
+
+std::string textOf(std::string_view version, const std::string& line, int type)
+{
+    return toUtf8(Card::parse(cardOf(version, line)).get(type));
+}
+
+// Returns the line after an edit of the field. The field has to read as the text then.
+std::string edited(std::string_view version, const std::string& line, int type, std::string_view text)
+{
+    Card card = Card::parse(cardOf(version, line));
+    card.set(type, fromUtf8(text));
+    EXPECT_TRUE(card.readsBackFrom(card.bytes())) << card.bytes();
+    EXPECT_EQ(toUtf8(Card::parse(card.bytes()).get(type)), text) << card.bytes();
+    const std::string made = difference(cardOf(version, line), card.bytes()).second;
+    return made.substr(0, made.find_last_not_of("\r\n") + 1);
+}
+
+// Expects that a new card gets the same line from the text that the field has.
+void expectWrittenAgain(std::string_view version, const std::string& line, int type)
+{
+    EXPECT_EQ(edited(version, "X-NONE:", type, textOf(version, line, type)), line);
+}
+
+TEST(FieldValue, NicknamesAreAList)
+{
+    EXPECT_EQ(textOf("3.0", "NICKNAME:Rit,Ri", ftNickName), "Rit, Ri");
+    EXPECT_EQ(textOf("3.0", "NICKNAME:Rit, Ri", ftNickName), "Rit, Ri");
+    EXPECT_EQ(textOf("4.0", "NICKNAME:Chief\\, the,Boss", ftNickName), "Chief, the, Boss");
+    EXPECT_EQ(textOf("2.1", "NICKNAME:Rit,Ri", ftNickName), "Rit, Ri");
+    for (const char* version : {"2.1", "3.0", "4.0"}) {
+        EXPECT_EQ(edited(version, "X-NONE:", ftNickName, "a, b"), "NICKNAME:a,b");
+        for (const char* line : {"NICKNAME:Rit,Ri", "NICKNAME:Rit", "NICKNAME:a\\,b", "NICKNAME:a,,b", "NICKNAME:a\\;b,c\\\\"})
+            expectWrittenAgain(version, line, ftNickName);
+    }
+}
+
+TEST(FieldValue, AnEditOfOneNicknameKeepsTheSpellingOfTheOthers)
+{
+    EXPECT_EQ(edited("4.0", "NICKNAME:Chief\\, the,Boss", ftNickName, "Chief, the, Bosse"), "NICKNAME:Chief\\, the,Bosse");
+    EXPECT_EQ(edited("4.0", "NICKNAME:Boss,Chief\\, the", ftNickName, "Boss, Ri, Chief, the"), "NICKNAME:Boss,Ri,Chief\\, the");
+    EXPECT_EQ(edited("4.0", "NICKNAME:a,a\\, b", ftNickName, "a, b, a"), "NICKNAME:a\\, b,a");
+    EXPECT_EQ(edited("4.0", "NICKNAME:Ri,Rit", ftNickName, "Rita, Rit"), "NICKNAME:Rita,Rit");
+    EXPECT_EQ(edited("2.1", "NICKNAME:Chief\\, the,Boss", ftNickName, "Chief, the, Bosse"), "NICKNAME:Chief\\, the,Bosse");
+    EXPECT_EQ(edited("3.0", "NICKNAME:a;b,c", ftNickName, "a;b, d"), "NICKNAME:a;b,d");
+    EXPECT_EQ(edited("3.0", "NICKNAME:Rit,Ri", ftNickName, ""), "");
+}
+
+TEST(FieldValue, AnyTextIsReadBackAsAList)
+{
+    std::mt19937 random(static_cast<std::uint32_t>(testing::UnitTest::GetInstance()->random_seed()));
+    constexpr std::string_view pieces[] = {"a", "b", ",", " ", ", ", "\\", ";", "\n", ":", "\xC3\xBC", "\\,"};
+    for (int i = 0; i < 3000 && !testing::Test::HasFailure(); ++i) {
+        const auto text = [&] {
+            std::string made;
+            for (auto n = random() % 6; n > 0; --n) made += pieces[random() % std::size(pieces)];
+            return made;
+        };
+        const std::string version = random() % 3 == 0 ? "2.1" : random() % 2 ? "3.0" : "4.0", before = text(), after = text();
+        SCOPED_TRACE("seed " + std::to_string(testing::UnitTest::GetInstance()->random_seed()) + ": " + before);
+        Card card = Card::parse(cardOf(version, "X-NONE:"));
+        card.set(ftNickName, fromUtf8(before));
+        edited(version, logicalLines(card.bytes())[before.empty() ? 2 : 3], ftNickName, after);
+    }
+}
+
+} // namespace
+} // namespace mb::vcard
