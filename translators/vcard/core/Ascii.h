@@ -29,4 +29,11 @@ inline std::string upperCopy(std::string_view text)
     return copy;
 }
 
+inline std::string lowerCopy(std::string_view text)
+{
+    std::string copy(text);
+    for (char& c : copy) c = lower(c);
+    return copy;
+}
+
 } // namespace mb::vcard

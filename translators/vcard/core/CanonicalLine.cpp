@@ -190,8 +190,7 @@ public:
     // Uses the version's own names, parameters and values where it has them.
     Line inForm() &&
     {
-        std::string name(nameBeforeVersion40(form_.name));
-        if (name == "X-ABLABEL") name = "X-ABLabel"; // the case that readers of this property expect
+        const std::string name(nameBeforeVersion40(form_.name));
         preferred_ = paramText(form_.params, kPref) == "1";
         if (preferred_) erase(form_.params, kPref);
         const bool uri = (type_.empty() ? property_.valueType : std::string_view(type_)) == kUri;
@@ -264,7 +263,8 @@ private:
     std::string header(const std::string& name, std::string_view encoding) const
     {
         std::string text(group_);
-        text.append(group_.empty() ? "" : ".").append(name).append(encoding);
+        text.append(group_.empty() ? "" : ".");
+        text.append(name == "X-ABLABEL" ? "X-ABLabel" : name).append(encoding); // the case that readers of this property expect
         for (const auto& [param, values] : form_.params)
             if (context_.version == Version::V40 || param != "TYPE") text += formatParam(param, values);
         return context_.version == Version::V40 ? text : text + types();

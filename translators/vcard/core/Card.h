@@ -40,6 +40,11 @@ public:
     std::uint64_t imageSize(int type) const;
     bool setImage(int type, std::string_view jpeg);
 
+    // The details are what the card holds besides its fields; see DetailsText.h. setDetails() changes only the lines that differ, never a
+    // field, and ignores the own lines of the text. Returns whether the card changed.
+    std::u16string details() const;
+    bool setDetails(std::u16string_view text);
+
     // Returns the parts of the name as one text, such as "Dr. John Q. Doe Jr.".
     std::u16string composedName() const;
     // FN is mandatory from version 3.0 on. For a contact without display name, FN is derived from other fields and marked as derived. A
@@ -47,6 +52,8 @@ public:
     void completeName();
 
 private:
+    friend class CardDetails;
+    friend class DetailsEdit;
     using Slots = std::array<int, kSlots>; // index into lines_ by slot, -1 for none
 
     void reserve();

@@ -8,7 +8,7 @@ namespace mb::vcard {
 std::size_t Card::imageLine(const Field& field) const
 {
     std::size_t at = 0;
-    while (at < lines_.size() && (lines_[at].name() != field.property || !lines_[at].hasJpeg())) ++at;
+    while (at < lines_.size() && (lines_[at].name() != field.property || isOfNoField(lines_[at]) || !lines_[at].hasJpeg())) ++at;
     return at;
 }
 

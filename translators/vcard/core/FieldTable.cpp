@@ -110,6 +110,23 @@ constexpr auto kByType = [] {
     return table;
 }();
 
+// The fields by slot, and where those of each slot begin.
+struct BySlot {
+    std::array<const Field*, kFields.size()> fields{};
+    std::array<std::uint8_t, kSlots + 1> begin{};
+};
+constexpr auto kBySlot = [] {
+    BySlot table;
+    std::uint8_t at = 0;
+    for (std::size_t slot = 0; slot < kSlots; ++slot) {
+        table.begin[slot] = at;
+        for (const Field& f : kFields)
+            if (f.slot == slot) table.fields[at++] = &f;
+    }
+    table.begin[kSlots] = at;
+    return table;
+}();
+
 struct NamedSlot {
     std::string_view name;
     std::uint8_t slot;
@@ -245,7 +262,19 @@ std::uint8_t pinnedSlot(const Line& line)
 
 } // namespace
 
+bool isOfNoField(const Line& line)
+{
+    const std::string* pin = line.param(kPinParam);
+    return pin && *pin == kNoField;
+}
+
 std::span<const Field> fields() { return kFields; }
+
+std::span<const Field* const> fieldsOf(std::uint8_t slot)
+{
+    const std::span<const Field* const> all = kBySlot.fields;
+    return all.subspan(kBySlot.begin[slot], static_cast<std::size_t>(kBySlot.begin[slot + 1u] - kBySlot.begin[slot]));
+}
 
 const Field* findField(int type) { return type > 0 && type < static_cast<int>(kSlots) ? kByType[static_cast<std::size_t>(type)] : nullptr; }
 
@@ -264,7 +293,7 @@ bool claimsByValue(const Line& line) { return line.name() == "IMPP"; }
 Claim claimOf(const Line& line, std::u16string_view label, const Context& context)
 {
     const std::string_view name = line.name();
-    if (name.empty()) return {};
+    if (name.empty() || isOfNoField(line)) return {};
     if (const std::uint8_t pinned = pinnedSlot(line)) return claim({pinned}, 0);
     if (name == "TEL") return claim({slotOfPhone(line, label), ft::MiscPhone1, ft::MiscPhone2, ft::MiscPhone3});
     if (name == "EMAIL") return claim({ft::Email1, ft::Email2, ft::Email3, ft::Email4, ft::Email5, ft::Email6, ft::Email7});

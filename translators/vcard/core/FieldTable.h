@@ -26,12 +26,14 @@ struct Field {
 
 inline constexpr std::size_t kSlots = 96; // a slot is a field type, 1 to 92; rounded up for speed
 inline constexpr std::string_view kPinParam = "X-MB-FIELD";
+inline constexpr std::string_view kNoField = "0"; // a value of kPinParam: the line holds no field
 // RFC 9554: marks a value that was derived from other properties.
 inline constexpr std::string_view kDerivedParam = "DERIVED";
 
 inline constexpr int kCategoriesField = ft::Categories, kDisplayNameField = ft::DisplayName;
 
 std::span<const Field> fields();
+std::span<const Field* const> fieldsOf(std::uint8_t slot); // by type
 const Field* findField(int type);
 
 // The slots that a line may hold, best first. Lines with a lower rank choose first: 0 for a line that is marked with its field (kPinParam),
@@ -44,6 +46,8 @@ struct Claim {
 
 // `label` is the X-ABLabel of the line's group, which some programs write instead of a TYPE.
 Claim claimOf(const Line& line, std::u16string_view label, const Context& context);
+// Returns whether the line is marked as one that holds no field.
+bool isOfNoField(const Line& line);
 // Returns whether the line's claim depends on its value, and not only on its name and parameters.
 bool claimsByValue(const Line& line);
 

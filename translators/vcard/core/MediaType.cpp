@@ -43,13 +43,6 @@ bool belongsTo(std::string_view mediaType, std::string_view property)
     return !mediaType.starts_with("application/");
 }
 
-std::string lowerCopy(std::string_view text)
-{
-    std::string copy(text);
-    for (char& c : copy) c = lower(c);
-    return copy;
-}
-
 bool isBase64(std::string_view text)
 {
     return std::all_of(text.begin(), text.end(), [](char c) {

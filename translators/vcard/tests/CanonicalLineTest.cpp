@@ -194,7 +194,7 @@ TEST(CanonicalLine, ALineIsWrittenInTheSpellingOfItsVersion)
     expectSpellings("ANNIVERSARY:20150601T1022-0500", "ANNIVERSARY:20150601T1022-0500",
                     "X-ANNIVERSARY;VALUE=date-time:2015-06-01T10:22-05:00", "X-ANNIVERSARY;VALUE=date-time:2015-06-01T10:22-05:00");
     expectSpellings("KIND:group", "KIND:group", "X-ADDRESSBOOKSERVER-KIND:group", "X-ADDRESSBOOKSERVER-KIND:group");
-    expectSpellings("Item2.X-ABLABEL:Gym", "Item2.X-ABLABEL:Gym", "Item2.X-ABLabel:Gym", "Item2.X-ABLabel:Gym");
+    expectSpellings("Item2.X-ABLABEL:Gym", "Item2.X-ABLabel:Gym", "Item2.X-ABLabel:Gym", "Item2.X-ABLabel:Gym");
     expectSpellings("TZ;VALUE=utc-offset:-0500", "TZ;VALUE=utc-offset:-0500", "TZ:-05:00", "TZ:-05:00");
     expectSpellings("TZ:Europe/Oslo", "TZ:Europe/Oslo", "TZ;VALUE=text:Europe/Oslo", "TZ;VALUE=text:Europe/Oslo");
     expectSpellings("GEO:geo:1.5,-2", "GEO:geo:1.5,-2", "GEO:1.5;-2", "GEO:1.5;-2");

@@ -1,0 +1,151 @@
+#include "Details.h"
+
+#include "Ascii.h"
+#include "CanonicalLine.h"
+#include "Charset.h"
+#include "DetailsEdit.h"
+#include "DetailsText.h"
+
+#include <algorithm>
+
+namespace mb::vcard {
+namespace {
+
+bool isLabel(const Line& line, const Context& context)
+{
+    return std::find(kLabelNames.begin(), kLabelNames.end(), line.name()) != kLabelNames.end() && canonicalParams(line, context).empty();
+}
+
+constexpr int kNameField = 1;
+
+bool isOwn(std::string_view name) { return name == "UID" || name == "VERSION"; }
+
+} // namespace
+
+bool isItemGroup(std::string_view group)
+{
+    constexpr std::string_view kItem = "ITEM";
+    return group.size() > kItem.size() && equalFold(group.substr(0, kItem.size()), kItem) &&
+           group.find_first_not_of("0123456789", kItem.size()) == group.npos;
+}
+
+CardDetails::CardDetails(const Card& card) : card_(card), properties_(card.lines_.size()) { findFieldLines(); }
+
+void CardDetails::findFieldLines()
+{
+    std::vector<int> fieldOf(card_.lines_.size(), 0);
+    for (const Field& field : fields()) {
+        const bool image = field.shape == Shape::Image;
+        const std::size_t at = image ? card_.imageLine(field) : static_cast<std::size_t>(card_.lineOf(field));
+        if (at >= card_.lines_.size() || (!image && card_.get(field.type).empty())) continue;
+        fieldOf[at] = image ? int{field.type} : int{field.slot};
+        fieldLines_[fieldOf[at]].line = at;
+    }
+    const Groups found = groups(fieldOf);
+    for (auto& [field, held] : fieldLines_) annotate(field, held, found);
+    std::vector<bool> carried(card_.lines_.size());
+    for (const auto& [field, held] : fieldLines_) {
+        carried[held.line] = true;
+        for (const std::size_t label : held.labels) carried[label] = true;
+    }
+    for (std::size_t i = 0; i < card_.lines_.size(); ++i)
+        if (!carried[i]) properties_[i] = propertyOf(i);
+}
+
+CardDetails::Groups CardDetails::groups(const std::vector<int>& fieldOf) const
+{
+    Groups found;
+    for (std::size_t i = 0; i < card_.lines_.size(); ++i) {
+        const Line& line = card_.lines_[i];
+        if (line.group().empty()) continue;
+        Group& group = found[line.group()];
+        ++group.lines;
+        if (fieldOf[i] != 0 && (group.holder == 0 || fieldOf[i] < group.holder)) group.holder = fieldOf[i];
+        const auto same = [&](std::size_t other) { return card_.lines_[other].name() == line.name(); };
+        if (isLabel(line, card_.context_) && std::none_of(group.labels.begin(), group.labels.end(), same)) group.labels.push_back(i);
+    }
+    return found;
+}
+
+void CardDetails::annotate(int field, FieldLine& held, const Groups& groups) const
+{
+    held.annotation = difference(usual(card_, field), actual(card_, field, held.line), fieldParts(field));
+    const std::string& name = card_.lines_[held.line].group();
+    if (name.empty()) return;
+    const Group& group = groups.find(name)->second;
+    if (group.holder == field) held.labels = group.labels;
+    held.sharesGroup = group.lines > 1 + held.labels.size();
+    for (const std::size_t label : held.labels)
+        setNote(held.annotation, card_.lines_[label].name(), splitProperty(canonicalLine(card_.lines_[label], card_.context_)).value);
+    if (held.sharesGroup || held.labels.empty() || !isItemGroup(name)) setNote(held.annotation, kGroupNote, lowerCopy(name));
+}
+
+// Returns the text of a line that no field holds; empty if it does not travel.
+std::string CardDetails::propertyOf(std::size_t at) const
+{
+    const Line& line = card_.lines_[at];
+    if (line.name().empty() || isOwn(line.name())) return {};
+    if (line.name() == "FN" && line.param(kDerivedParam)) return {}; // made from other fields
+    for (const int type : {kNameField, kDisplayNameField}) {         // an empty name that the version requires
+        const Field& field = *findField(type);
+        if (card_.lineOf(field) == static_cast<int>(at) && card_.required(field) &&
+            line.value(card_.context_).find_first_not_of(u';') == std::u16string::npos)
+            return {};
+    }
+    std::string text = canonicalLine(line, card_.context_);
+    if (text.empty()) return {};
+    if (!line.group().empty()) text.insert(0, lowerCopy(line.group()) + '.');
+    return toUtf8(plugin::cleanedDetailsLine(fromUtf8(text)));
+}
+
+CanonicalProperty CardDetails::usual(const Card& card, int field)
+{
+    const Field& first = *findField(field);
+    if (first.shape == Shape::Image) {
+        Line line = Line::make(std::string(first.property), card.context_.eol);
+        line.setJpeg({}, card.context_.version);
+        return splitProperty(std::string(first.property) + canonicalParams(line, card.context_) + ':');
+    }
+    Line line = Line::make(card.newHeader(first), card.context_.eol);
+    for (const Field* each : fieldsOf(first.slot))
+        if (const std::u16string text = card.get(each->type); !text.empty()) line.setValue(card.compose(*each, line, text), card.context_);
+    return splitProperty(canonicalLine(line, card.context_));
+}
+
+CanonicalProperty CardDetails::actual(const Card& card, int field, std::size_t at)
+{
+    const Line& line = card.lines_[at];
+    if (findField(field)->shape == Shape::Image) return splitProperty(line.name() + canonicalParams(line, card.context_) + ':');
+    return splitProperty(canonicalLine(line, card.context_));
+}
+
+std::uint32_t CardDetails::fieldParts(int field)
+{
+    std::uint32_t parts = 0;
+    for (const Field* each : fieldsOf(findField(field)->slot))
+        if (each->shape == Shape::Part) parts |= 1u << each->part;
+    return parts;
+}
+
+std::u16string CardDetails::text() const
+{
+    std::string all;
+    const auto add = [&](std::string_view line) { all.append(all.empty() ? "" : "\n").append(line); };
+    for (const std::string& property : properties_)
+        if (!property.empty()) add(property);
+    for (const auto& [field, held] : fieldLines_) {
+        if (held.annotation.empty()) continue;
+        const std::u16string line = plugin::cleanedDetailsLine(fromUtf8(annotationText(field, held.annotation)));
+        if (!line.empty()) add(toUtf8(line));
+    }
+    constexpr std::array<std::string_view, 3> kVersions = {"2.1", "3.0", "4.0"};
+    if (const std::string uid = card_.uid(); !uid.empty()) add(toUtf8(plugin::cleanedDetailsLine(fromUtf8("UID:" + uid))));
+    add("VERSION:" + std::string(kVersions[static_cast<std::size_t>(card_.version())]));
+    return fromUtf8(all);
+}
+
+std::u16string Card::details() const { return CardDetails(*this).text(); }
+
+bool Card::setDetails(std::u16string_view text) { return DetailsEdit(*this, text).apply(); }
+
+} // namespace mb::vcard

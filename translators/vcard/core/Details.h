@@ -1,0 +1,59 @@
+// What a card holds besides its fields. See DetailsText.h for its text, Annotation.h for annotations.
+#pragma once
+#include "Annotation.h"
+#include "Card.h"
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace mb::vcard {
+
+// Returns whether a group is named item1, item2 and so on, which says nothing.
+bool isItemGroup(std::string_view group);
+
+// The line that holds the values of a field, or of the fields of a slot.
+struct FieldLine {
+    std::size_t line = 0;
+    std::vector<std::size_t> labels; // lines that label this one, and go with it
+    bool sharesGroup = false;        // with lines besides its labels
+    Annotation annotation;
+};
+
+class CardDetails {
+public:
+    // Requires: `card` outlives this object and is not changed meanwhile.
+    explicit CardDetails(const Card& card);
+
+    // The details of each line that travels as a property; empty for any other line.
+    const std::vector<std::string>& properties() const { return properties_; }
+    // The lines of the fields that have a value, by the field that names them in an annotation.
+    const std::map<int, FieldLine>& fieldLines() const { return fieldLines_; }
+    std::u16string text() const;
+
+    // Returns the property that a new card of the same version would get for the values of these fields. A picture has no value.
+    static CanonicalProperty usual(const Card& card, int field);
+    // Returns the canonical line with its group; without the value for a picture.
+    static CanonicalProperty actual(const Card& card, int field, std::size_t line);
+    static std::uint32_t fieldParts(int field);
+
+private:
+    struct Group {
+        std::size_t lines = 0;
+        int holder = 0;                  // the lowest field that has its line in the group, 0 for none: the labels go with it
+        std::vector<std::size_t> labels; // the first of each name
+    };
+    using Groups = std::map<std::string, Group, std::less<>>;
+
+    void findFieldLines();
+    Groups groups(const std::vector<int>& fieldOf) const;
+    void annotate(int field, FieldLine& held, const Groups& groups) const;
+    std::string propertyOf(std::size_t line) const;
+
+    const Card& card_;
+    std::vector<std::string> properties_;
+    std::map<int, FieldLine> fieldLines_;
+};
+
+} // namespace mb::vcard
