@@ -10,7 +10,9 @@ TEXTS = {"FN", "NOTE", "TITLE", "ROLE", "LABEL", "MAILER", "SORT-STRING", "TEL",
 DATES = {"BDAY", "ANNIVERSARY", "DEATHDATE"}
 BINARIES = {"PHOTO", "LOGO", "SOUND", "KEY"}
 URIS = BINARIES | {"URL", "SOURCE", "FBURL", "CALURI", "CALADRURI", "IMPP", "MEMBER", "RELATED"}
-NEW_NAMES = {"X-ANNIVERSARY": "ANNIVERSARY", "X-ADDRESSBOOKSERVER-KIND": "KIND", "X-ADDRESSBOOKSERVER-MEMBER": "MEMBER"}
+NEW_NAMES = {"X-ANNIVERSARY": "ANNIVERSARY", "X-ADDRESSBOOKSERVER-KIND": "KIND", "X-ADDRESSBOOKSERVER-MEMBER": "MEMBER",
+             "X-GENDER": "GENDER"}
+SEXES = {"M", "F", "O", "N", "U"}
 MEDIA = {"jpeg": "image/jpeg", "jpg": "image/jpeg", "png": "image/png", "gif": "image/gif", "webp": "image/webp", "bmp": "image/bmp",
          "tiff": "image/tiff", "wave": "audio/wav", "basic": "audio/basic", "ogg": "audio/ogg", "pgp": "application/pgp-keys",
          "svg": "image/svg+xml", "x509": "application/pkix-cert"}
@@ -205,6 +207,8 @@ def translated_value(name, text, params, rules):
     if name == "GEO" and text.startswith("geo:") and ("VALUE", "uri") in params:
         params.discard(("VALUE", "uri"))
         rules.add("value type")
+    if name == "GENDER" and "name" in rules and text.upper() not in SEXES:
+        return text_value(name, ";" + text)
     if name in DATES:
         if basic_date(text) != text:
             rules.add("dates")

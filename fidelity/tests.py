@@ -93,7 +93,8 @@ class Comparison(unittest.TestCase):
         self.assertEqual(outcome(("3.0", "N:a", "X-A:1"), ("3.0", "N:a")), {"kept": ["N"], "lost": ["X-A"]})
         self.assertEqual(outcome(("3.0", "X-A:1"), ("3.0", "X-A:2")), {"lost": ["X-A"], "added": ["X-A"]})
         for before, after in (("TEL;TYPE=cell:1", "TEL;TYPE=voice:1"), ("TEL;TYPE=cell:1", "TEL:1"), ("TEL;PREF=1:1", "TEL;PREF=2:1"),
-                              ("item1.TEL:1", "TEL;X=1:1"), ("ORG:a;b;c", "ORG:a;b"), ("N:a,b;;;;", "N:a\\,b;;;;"),
+                              ("item1.TEL:1", "TEL;X=1:1"), ("ORG:a;b;c", "ORG:a;b"),
+                              ("GENDER:M;a", "X-GENDER:M"), ("N:a,b;;;;", "N:a\\,b;;;;"),
                               ("BDAY:1985", "BDAY:19850101")):
             for version in ("3.0", "4.0"):
                 self.assertEqual(set(outcome((version, before), (version, after))), {"lost", "added"}, before)
@@ -142,6 +143,8 @@ class Comparison(unittest.TestCase):
                 ("media type", ("3.0", "LOGO;VALUE=uri;TYPE=GIF:http://a"), ("4.0", "LOGO;MEDIATYPE=image/gif:http://a")),
                 ("value type", ("4.0", "GEO:geo:1,2;u=3"), ("3.0", "GEO;VALUE=uri:geo:1,2;u=3")),
                 ("embedded data", ("3.0", "PHOTO;ENCODING=b;TYPE=PNG:iVBORw0="), ("4.0", "PHOTO:data:image/png;base64,iVBORw0=")),
+                ("name", ("3.0", "X-GENDER:F"), ("4.0", "GENDER:F")),
+                ("name", ("3.0", "X-GENDER:Female"), ("4.0", "GENDER:;Female")),
                 ("name", ("3.0", "X-ANNIVERSARY:2001-02-03"), ("4.0", "ANNIVERSARY:20010203"))):
             self.assertIn(rule, rules(before, after), before)
             self.assertNotIn("lost", outcome(before, after), before)
