@@ -1,5 +1,6 @@
 #include "engine/ApplyRecord.h"
 
+#include "engine/details/SyncDetails.h"
 #include "engine/HostUnits.h"
 #include "foundation/ImageValue.h"
 #include "foundation/PhoneNumber.h"
@@ -41,11 +42,11 @@ const std::u16string* valueIn(const FieldValueMap* values, LONG type)
 
 class RecordApply {
 public:
-    RecordApply(PipelinePass& pass, Side target, const PlanItem& item, std::optional<std::u16string>& targetId, LinkGuard& guard,
-                std::vector<std::size_t>& writtenFields)
+    RecordApply(PipelinePass& pass, Side target, const PlanItem& item, const PlanItem* waiting, std::optional<std::u16string>& targetId,
+                LinkGuard& guard, RecordWrites& writes)
         : pass_(pass), run_(pass.run), sourceSide_(otherSide(target)), targetSide_(target), source_(pass.side(sourceSide_)),
-          target_(pass.side(target)), recordId_(item.sourceId), item_(item), targetIdOut_(targetId), guard_(guard),
-          writtenFields_(writtenFields), sourceKey_(recordId_), isNew_(!targetId), matched_(item.kind == PlannedMatch)
+          target_(pass.side(target)), recordId_(item.sourceId), item_(item), waiting_(waiting), targetIdOut_(targetId), guard_(guard),
+          writes_(writes), sourceKey_(recordId_), isNew_(!targetId), matched_(item.kind == PlannedMatch)
     {
         if (targetId) targetKey_ = com::Bstr(*targetId);
         hostUpdate_ = target == Side::One && run_.side(Side::One).id == hostTranslator && target_.store.hasFields() && targetId;
@@ -56,6 +57,8 @@ public:
         sourceCaps_ = source_.store.caps();
         targetCaps_ = target_.store.caps();
         if (hostUpdate_) units_.readBefore(pass_, targetSide_, targetKey_.get());
+        if (pass_.details)
+            targetDetails_ = isNew_ ? std::optional(std::u16string()) : OpenAndReadDetails(pass_, targetSide_, targetKey_.text());
         {
             const OpenReading reading(source_.store, sourceKey_.get());
             reading.require();
@@ -82,6 +85,7 @@ private:
         try {
             beginTarget();
             copyFields();
+            if (pass_.details) writeDetails();
         } catch (const RunFailure&) {
             restoreUnits();
             throw;
@@ -133,6 +137,33 @@ private:
             remember(step);
         }
         if (failure_) throw *failure_;
+    }
+
+    // The merge knows by the history what the source changed; a change set need not name details. A refused text ends the record, as a
+    // refused field does.
+    void writeDetails()
+    {
+        sourceDetails_ = ReadDetails(pass_, sourceSide_, sourceKey_);
+        if (!sourceDetails_ || !targetDetails_) return leaveDetails();
+        const auto base = isNew_ ? std::nullopt : StoredDetailsBase(pass_, sourceSide_, recordId_, targetKey_.text());
+        details_.emplace(DetailsMergeInput{
+            .source = *sourceDetails_,
+            .target = *targetDetails_,
+            .base = base.value_or(DetailsBase()),
+            .types = AnnotationTypes(pass_, sourceSide_),
+            .newTarget = isNew_,
+            .sourceWins = [this](const DetailsUnit& unit) { return SourceWinsDetails(pass_, sourceSide_, item_, waiting_, unit); }});
+        if (matched_ || !details_->changesTarget()) return;
+        target_.store.write(targetKey_.get(), (*pass_.details)[targetSide_], com::Variant(details_->text()));
+        writes_.details = true;
+        for (const std::u16string_view line : details_->overwritten()) writes_.overwritten.emplace_back(line);
+    }
+
+    // The next run compares both records again.
+    void leaveDetails()
+    {
+        NoteUnreadDetails(pass_, sourceSide_, recordId_);
+        if (!isNew_) NoteUnreadDetails(pass_, targetSide_, targetKey_.text());
     }
 
     // A change set that is not empty names the fields to write; images outside of it stay out only while images are usable.
@@ -197,7 +228,7 @@ private:
         }
         target_.store.write(targetKey_.get(), step.targetField, *value);
         step.written = true;
-        writtenFields_.push_back(step.index);
+        writes_.fields.push_back(step.index);
         written_.insert(step.targetType);
         if (isImageType(step.targetType)) written_.insert(sizeTypeOf(step.targetType));
         if (isImageType(step.targetType)) targetImageStates_[step.targetType].has = !step.text().empty();
@@ -257,6 +288,7 @@ private:
         guard_.engage();
         targetIdOut_ = targetKey_.text();
         keepUnread(sourceSide_, recordId_, SourceData);
+        if (pass_.details) CarryDetailsBase(pass_, sourceSide_, recordId_, SourceData);
         run_.history.tryWriteFieldData(sourceSide_, recordId_, SourceData);
     }
 
@@ -293,7 +325,16 @@ private:
         FieldValueMap held;
         if (!reading || !readTargetFields(held)) return;
         keepUnread(targetSide_, targetKey_.text(), held);
+        if (pass_.details) CarryDetailsBase(pass_, targetSide_, targetKey_.text(), held);
         run_.history.tryWriteFieldData(targetSide_, targetKey_.text(), held);
+        if (details_) storeDetailsBase();
+    }
+
+    // Details that cannot be read back leave the base as it was: of lines whose fate is unknown none may read as removed.
+    void storeDetailsBase()
+    {
+        const auto now = ReadDetails(pass_, targetSide_, targetKey_);
+        if (now) StoreDetailsBase(pass_, sourceSide_, recordId_, targetKey_.text(), details_->nextBase(*now));
     }
 
     bool readTargetFields(FieldValueMap& held)
@@ -325,16 +366,19 @@ private:
     PassSide &source_, &target_;
     const std::u16string& recordId_;
     const PlanItem& item_;
+    const PlanItem* waiting_;
     std::optional<std::u16string>& targetIdOut_;
     LinkGuard& guard_;
-    std::vector<std::size_t>& writtenFields_;
+    RecordWrites& writes_;
     com::Bstr sourceKey_, targetKey_;
     // Of opening the target, until a value is read from the source; then of the last read. Quirk kept on purpose: a target that could not
     // be opened fails the record only where the first value needs no read.
     std::optional<RunFailure> failure_;
     bool isNew_, matched_, hostUpdate_ = false;
     std::optional<ULONG> sourceCaps_, targetCaps_;
-    std::set<LONG> written_; // types of the target's fields
+    std::set<LONG> written_;                                      // types of the target's fields
+    std::optional<std::u16string> sourceDetails_, targetDetails_; // as they were read; the merge points into them
+    std::optional<MergedDetails> details_;
     ImageFiles imageFiles_;
     HostUnits units_;
     ImageStates images_, targetImageStates_;
@@ -345,10 +389,10 @@ private:
 
 } // namespace
 
-void ApplyRecord(PipelinePass& pass, Side target, const PlanItem& item, std::optional<std::u16string>& targetId, LinkGuard& guard,
-                 std::vector<std::size_t>& writtenFields)
+void ApplyRecord(PipelinePass& pass, Side target, const PlanItem& item, const PlanItem* waiting, std::optional<std::u16string>& targetId,
+                 LinkGuard& guard, RecordWrites& writes)
 {
-    RecordApply(pass, target, item, targetId, guard, writtenFields).run();
+    RecordApply(pass, target, item, waiting, targetId, guard, writes).run();
 }
 
 } // namespace mb

@@ -51,6 +51,10 @@ public:
     [[nodiscard]] bool batchInDoubt(Side side) const { return history_->BatchInDoubt(sectionOf(side)); }
     void setBatchInDoubt(Side side, bool inDoubt) { history_->SetBatchInDoubt(sectionOf(side), inDoubt); }
 
+    // Whether the last run compared all details of the side.
+    [[nodiscard]] bool detailsKnown(Side side) const { return history_->DetailsKnown(sectionOf(side)); }
+    void setDetailsKnown(Side side, bool known) { history_->SetDetailsKnown(sectionOf(side), known); }
+
     // ---- Sections of a transfer
     [[nodiscard]] bool hasSuffix(const std::u16string& first, const std::u16string& second) const
     {

@@ -1,5 +1,7 @@
 #include "engine/PipelinePass.h"
 
+#include <algorithm>
+
 namespace mb {
 
 std::optional<LONG> PassSide::fieldType(std::size_t i)
@@ -7,6 +9,23 @@ std::optional<LONG> PassSide::fieldType(std::size_t i)
     if (i >= types_.size()) types_.resize(i + 1);
     if (!types_[i]) types_[i] = store.fieldType(fields.data()[i]);
     return types_[i];
+}
+
+void PassSide::removeField(std::size_t i, std::size_t count)
+{
+    std::copy(fields.data() + i + 1, fields.data() + count, fields.data() + i);
+    if (i < types_.size()) types_.erase(types_.begin() + static_cast<std::ptrdiff_t>(i));
+}
+
+void PipelinePass::separateDetails()
+{
+    for (std::size_t i = 0; i < static_cast<std::size_t>(FieldCount); ++i) {
+        if (side(Side::One).fieldType(i) != ftDetails || side(Side::Two).fieldType(i) != ftDetails) continue;
+        details = PerSide<GUID>{fields(Side::One)[i], fields(Side::Two)[i]};
+        for (const Side each : bothSides) side(each).removeField(i, static_cast<std::size_t>(FieldCount));
+        --FieldCount;
+        return;
+    }
 }
 
 void PipelinePass::fillFieldTypes()

@@ -55,6 +55,8 @@ struct PassSide {
 
     // The type of the i-th mapped field; nullopt where the translator cannot tell. It is asked once; a question that failed is asked again.
     std::optional<LONG> fieldType(std::size_t i);
+    // Removes one of `count` mapped fields; those behind it move up.
+    void removeField(std::size_t i, std::size_t count);
 
 private:
     std::vector<std::optional<LONG>> types_;
@@ -64,10 +66,13 @@ struct PipelinePass {
     RunState& run;
     PerSide<PassSide> sides;
     LONG FieldCount = 0;
-    PerSide<bool> send{true, true}; // this side's records go to the other side: this side is scanned, and the other one written
-    bool FirstSync = false;         // the map has no usable history
-    bool HasHistory = true;         // at least one side has history entries
-    FieldTypeMap fieldTypes{};      // for each mapped pair, the type on side 1 to the type on side 2
+    PerSide<bool> send{true, true};         // this side's records go to the other side: this side is scanned, and the other one written
+    bool FirstSync = false;                 // the map has no usable history
+    bool HasHistory = true;                 // at least one side has history entries
+    FieldTypeMap fieldTypes{};              // for each mapped pair, the type on side 1 to the type on side 2
+    FieldTypeMap fieldTypesBack{};          // the type on side 2 to the type on side 1; for annotations in details alone
+    std::optional<PerSide<GUID>> details{}; // the mapped pair of details, which is none of the pairs in `sides`
+    bool detailsUnread = false;             // details of some record could not be read
     std::vector<std::u16string> UnverifiedRecords{}; // left out because they are not verified
     std::vector<UnreadableRecord> unreadable{};
 
@@ -76,6 +81,8 @@ struct PipelinePass {
     {
         return {sides[which].fields.data(), static_cast<std::size_t>(FieldCount)};
     }
+    // Takes the pair of details out of the mapped fields.
+    void separateDetails();
     // Asks both translators for the types of the mapped pairs, unless they are known already. A pair without a type is left out.
     void fillFieldTypes();
 };

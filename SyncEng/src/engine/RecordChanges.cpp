@@ -1,5 +1,6 @@
 #include "engine/RecordChanges.h"
 
+#include "engine/details/SyncDetails.h"
 #include "foundation/FieldValue.h"
 #include "text.h"
 #include "translators/ImageFields.h"
@@ -64,6 +65,14 @@ public:
         const ImageSize size = own_.store.imageSize(id_.get(), field);
         if (!size) noteUnreadImage(type);
         return size;
+    }
+    // Same where they cannot be read, and in a pass without details.
+    DetailsCompared details(PipelinePass& pass, Side side)
+    {
+        if (!pass.details) return DetailsCompared::Same;
+        const auto held = ReadDetails(pass, side, id_);
+        if (!held) unread.push_back(ftDetails);
+        return held ? CompareDetails(pass, side, *held, stored) : DetailsCompared::Same;
     }
     // False where the value could not be read.
     bool text(const GUID& field, LONG type, std::u16string& value)
@@ -153,6 +162,14 @@ bool collectChanges(OpenRecord& record, std::span<const GUID> fields, bool force
     return true;
 }
 
+// Details that cannot be read are named too: an empty change set would write all fields.
+void collectDetails(OpenRecord& record, PipelinePass& pass, Side side, bool force, FieldValueMap& out)
+{
+    if (!pass.details) return;
+    const std::size_t unread = record.unread.size();
+    if (force || record.details(pass, side) != DetailsCompared::Same || record.unread.size() != unread) out[ftDetails];
+}
+
 } // namespace
 
 Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread)
@@ -160,6 +177,7 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
     unread.clear();
     if (!pass.side(side).store.hasFields()) return Compared::Changed;
     bool changed = false, storedFixed = false;
+    DetailsCompared details = DetailsCompared::Same;
     FieldValueMap corrected;
     {
         OpenRecord record(pass, side, recordId);
@@ -172,11 +190,13 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
             changed = isImageType(type) ? imageChanged(record, field, type, storedFixed) : plainFieldChanged(record, field, type);
             if (changed) break;
         }
+        if (!changed) details = record.details(pass, side);
         corrected = std::move(record.stored);
         unread = std::move(record.unread);
     }
     if (!changed && storedFixed) pass.run.history.tryWriteFieldData(side, recordId, corrected);
-    return changed ? Compared::Changed : Compared::Same;
+    if (changed || details == DetailsCompared::Changed) return Compared::Changed;
+    return details == DetailsCompared::FirstMeeting ? Compared::DetailsAlone : Compared::Same;
 }
 
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
@@ -186,6 +206,7 @@ FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16str
     OpenRecord record(pass, side, recordId);
     FieldValueMap out;
     const bool complete = record && collectChanges(record, pass.fields(side), force, readErrors, out);
+    if (complete) collectDetails(record, pass, side, force, out);
     if (failure) *failure = record.failure;
     if (record.imageUnread) noteUnread(pass.side(side), recordId, record.unread);
     return complete ? out : FieldValueMap();
@@ -195,7 +216,10 @@ FieldValueMap ReadAllFields(PipelinePass& pass, Side side, const std::u16string&
 {
     OpenRecord record(pass, side, recordId, Past::Optional);
     FieldValueMap out;
-    if (record) collectChanges(record, pass.fields(side), true, ReadErrors::SkipField, out);
+    if (record) {
+        collectChanges(record, pass.fields(side), true, ReadErrors::SkipField, out);
+        collectDetails(record, pass, side, true, out);
+    }
     failure = record.failure;
     return out;
 }

@@ -5,10 +5,11 @@
 
 namespace mb {
 
-enum class Compared { Same, Changed, Unreadable };
+enum class Compared { Same, Changed, Unreadable, DetailsAlone };
 
 // Changed at the first field that differs, and where the history has nothing to compare with; Unreadable where the translator cannot open
 // the record. An image that is gone is not a change: the history is corrected instead.
+// DetailsAlone: the fields are the same, and the history has no base of the record's details. This is no edit of the user.
 // `unread` receives the types of the fields that could not be read: Same says nothing about those.
 Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread);
 
@@ -18,6 +19,7 @@ enum class ReadErrors { SkipField, GiveUp };
 using ReadFailure = std::optional<RunFailure>;
 
 // Returns the fields that differ, with the values as they were read; with `force` all plain fields. Empty where nothing can be read.
+// Details that differ or cannot be read are ftDetails with an empty text.
 // `failure`, unless it is null, receives the translator's failure.
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
                                 ReadFailure* failure = nullptr);

@@ -3,6 +3,7 @@
 #include "engine/AnalyzeHistory.h"
 #include "engine/ConfirmChanges.h"
 #include "engine/conflicts/ResolveConflicts.h"
+#include "engine/details/PlanDetails.h"
 #include "engine/duplicates/FindDuplicates.h"
 #include "engine/duplicates/HoldBack.h"
 #include "engine/FieldMapClient.h"
@@ -92,6 +93,7 @@ private:
         if (run_.CategoryPass && pairCategoryNames()) return;
         PassSide &one = pass_.side(Side::One), &two = pass_.side(Side::Two);
         fieldMap_.loadPairs(one.store.translator(), two.store.translator(), pass_.FieldCount, one.fields, two.fields);
+        pass_.separateDetails();
     }
 
     // In a category pass a record has one field, its name, which travels as a last name.
@@ -160,6 +162,7 @@ private:
         plans_ = MakePlans(pass_);
         LimitDeletions(run_, plans_);
         LoadTargetFields(pass_, plans_);
+        PlanDetails(pass_, plans_);
         ConfirmChanges(run_, pass_, plans_);
         RequireWritable(pass_, plans_);
     }
@@ -260,8 +263,19 @@ private:
             WriteLogResource(LogLevelMask, id, platform::dateText(platform::localTime()), platform::timeText(platform::localTime()));
     }
 
+    // From now on a record whose date did not move has a base of its details.
+    void rememberDetails()
+    {
+        for (const Side side : bothSides)
+            if (!pass_.details || pass_.detailsUnread)
+                run_.history.setDetailsKnown(side, false);
+            else if (pass_.send[side])
+                run_.history.setDetailsKnown(side, true);
+    }
+
     void finish(HRESULT result)
     {
+        if (result == S_OK && pass_.FieldCount != 0) rememberDetails();
         if (result == S_OK && run_.FieldMapUpdated) {
             fieldMap_.tryForgetUpdate();
             run_.FieldMapUpdated = false;

@@ -189,6 +189,13 @@ void RunReport::failed(ReportEntry entry)
     add(std::move(entry));
 }
 
+void RunReport::overwrote(ReportEntry entry)
+{
+    WriteLogText(logProgress, u"%s", entry.text);
+    entry.action = raNoted;
+    add(std::move(entry));
+}
+
 void RunReport::tellOnce(Side side, _ReportAction action, const std::u16string& text)
 {
     WriteLogText(logHostText, u"%s", text);

@@ -54,6 +54,8 @@ public:
     void settled(ReportEntry entry, const std::u16string& winner);
     // A record could not be written. The log tells the failure once, when the run ends.
     void failed(ReportEntry entry);
+    // A value of the written side gave way to a later one, which the text tells. Nothing was asked.
+    void overwrote(ReportEntry entry);
     // A translator leaves something out. The log tells it each time, the report once.
     void leftOut(Side side, const std::u16string& text) { tellOnce(side, raLeftOut, text); }
     // A translator found something and leaves nothing out. Told in the same way.

@@ -53,7 +53,7 @@ class SideScan {
 public:
     SideScan(PipelinePass& pass, Side side)
         : pass_(pass), run_(pass.run), side_(side), own_(pass.side(side)), other_(pass.side(otherSide(side))),
-          transferSide_(run_.transferring() && side == Side::One),
+          transferSide_(run_.transferring() && side == Side::One), detailsPass_(pass.details && !run_.history.detailsKnown(side)),
           progress_(run_.EventSink, LoadText(run_.CategoryPass ? Text::LoadingCategoryTasks : Text::LoadingTasks))
     {
     }
@@ -175,6 +175,8 @@ private:
         const Compared found = compare(com::Bstr(entry.Id), entry);
         if (found == Compared::Unreadable && otherMissing)
             own_.unread[entry.Id] = {&entry, true, {}};
+        else if (found == Compared::DetailsAlone && otherMissing)
+            return;
         else if (found != Compared::Same)
             storeChange(pass_, side_, entry, otherMissing);
     }
@@ -195,9 +197,9 @@ private:
             return Compared::Same;
         }
         const DATE now = *date, then = entry.ModifiedTime;
-        const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable;
+        const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable, allAgain = imagePass || detailsPass_;
         if (now == 0.0 || then == 0.0) return compareFields(entry);
-        if (now == then && !imagePass) return Compared::Same;
+        if (now == then && !allAgain) return Compared::Same;
         if (now > 0.0 && then > 0.0 && now > then) {
             const Compared found = compareFields(entry);
             // The date moved but no field did: remember the date, so that the next run need not read the record. A record with an unread
@@ -209,7 +211,7 @@ private:
             return found;
         }
         // Quirk kept on purpose: a date that went backwards is no change, whatever the fields hold.
-        return imagePass ? compareFields(entry) : Compared::Same;
+        return allAgain ? compareFields(entry) : Compared::Same;
     }
 
     Compared compareFields(HistoryEntry& entry)
@@ -254,6 +256,7 @@ private:
     Side side_;
     PassSide &own_, &other_;
     bool transferSide_;
+    bool detailsPass_; // the history may have records without a base of their details, so that their dates do not tell
     StageProgress progress_;
     LONG recordCount_ = 0, scanned_ = 0;
     std::set<std::u16string> selected_; // in order, lowered
@@ -318,7 +321,7 @@ void CompareUnread(PipelinePass& pass)
             const Compared found = RecordChangedSinceHistory(pass, side, entry.Id, unread);
             if (toDelete && found != Compared::Changed && (found == Compared::Unreadable || !unread.empty()))
                 holdDeletion(pass, side, deletion);
-            else if (found != Compared::Same)
+            else if (found != Compared::Same && !(toDelete && found == Compared::DetailsAlone))
                 storeChange(pass, side, entry, toDelete);
             else if (toChange && wouldOverwrite(pass, side, entry, unread))
                 other.tasks.erase(entry.MappedId); // its date stays as it was, so the next run finds the change again

@@ -4,6 +4,7 @@
 #include "engine/DescribeRecord.h"
 #include "engine/FailureReport.h"
 #include "engine/HistoryLinks.h"
+#include "foundation/Format.h"
 #include "foundation/Log.h"
 #include "foundation/SilentMode.h"
 
@@ -52,9 +53,10 @@ private:
         const std::u16string name = describe(item, source());
         std::optional<std::u16string> targetId = item.targetId;
         LinkGuard guard(source().store, target().store);
-        std::vector<std::size_t> written;
+        RecordWrites written;
         try {
-            ApplyRecord(pass_, targetSide_, item, targetId, guard, written);
+            ApplyRecord(pass_, targetSide_, item, item.targetId ? FindItem(otherPlan_.copies, *item.targetId) : nullptr, targetId, guard,
+                        written);
         } catch (const RunFailure& failure) {
             report(failure, entryOf(item, item.targetId.value_or(std::u16string()), item.sourceId, name));
             throw;
@@ -72,6 +74,7 @@ private:
         if (entry.action == raLinked) entry.side = Side::One;
         if (entry.action == raUpdated && run_.report.wantsFields()) entry.fields = describeFields(written);
         run_.report.wrote(std::move(entry), targetName());
+        noteOverwritten(written, *targetId, item.sourceId, name);
         require(stamped); // only now: the record was written, and the report says so
     }
 
@@ -110,17 +113,31 @@ private:
         run_.report.failed(std::move(entry));
     }
 
-    std::vector<ReportedField> describeFields(const std::vector<std::size_t>& written)
+    void noteOverwritten(const RecordWrites& written, const std::u16string& id, const std::u16string& partner, const std::u16string& name)
+    {
+        for (const std::u16string& line : written.overwritten) {
+            ReportEntry entry;
+            entry.side = targetSide_;
+            entry.recordId = id;
+            entry.partnerId = partner;
+            entry.name = name;
+            entry.text = Format(u"Both sides changed a detail of %s. %s had: %s", name, targetName(), line);
+            run_.report.overwrote(std::move(entry));
+        }
+    }
+
+    std::vector<ReportedField> describeFields(const RecordWrites& written)
     {
         const auto fields = pass_.fields(targetSide_);
         fieldNames_.resize(fields.size());
         std::vector<ReportedField> described;
-        for (const std::size_t i : written) {
+        for (const std::size_t i : written.fields) {
             ReportedField& field = described.emplace_back();
             field.type = target().fieldType(i).value_or(0);
             if (!fieldNames_[i]) fieldNames_[i] = target().store.fieldName(fields[i]);
             field.name = *fieldNames_[i];
         }
+        if (written.details) described.push_back({ftDetails, target().store.fieldName((*pass_.details)[targetSide_])});
         return described;
     }
 

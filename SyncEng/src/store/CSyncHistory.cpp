@@ -14,7 +14,8 @@ namespace {
 
 constexpr char16_t syncInfo[] = u"SyncInfo", databaseKey[] = u"Database", timeKey[] = u"LastSyncTime", statusKey[] = u"LastSyncStatus",
                    mappedKey[] = u"MappedID", modifiedKey[] = u"ModifiedTime", changedKey[] = u"FieldMapChanged",
-                   fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData", inDoubtKey[] = u"BatchInDoubt", waitedKey[] = u"Waited";
+                   fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData", inDoubtKey[] = u"BatchInDoubt",
+                   detailsKey[] = u"DetailsKnown", waitedKey[] = u"Waited";
 constexpr std::size_t sideNameLength = 6;
 
 // The encoded names of a record's keys.
@@ -121,16 +122,24 @@ HRESULT CSyncHistory::SetWaited(std::u16string_view side, const std::vector<std:
     return hr;
 }
 
-bool CSyncHistory::BatchInDoubt(std::u16string_view side) const
+bool CSyncHistory::hasMark(std::u16string_view side, const char16_t* key) const
 {
-    LONG inDoubt = 0;
-    return SUCCEEDED(store_.ReadInt(SectionFor(side), syncInfo, inDoubtKey, inDoubt)) && inDoubt == 1;
+    LONG mark = 0;
+    return SUCCEEDED(store_.ReadInt(SectionFor(side), syncInfo, key, mark)) && mark == 1;
 }
 
-void CSyncHistory::SetBatchInDoubt(std::u16string_view side, bool inDoubt)
+void CSyncHistory::setMark(std::u16string_view side, const char16_t* key, bool set)
 {
-    if (inDoubt != BatchInDoubt(side)) (void)store_.WriteInt(SectionFor(side), syncInfo, inDoubtKey, inDoubt ? 1 : 0, false, true);
+    if (set != hasMark(side, key)) (void)store_.WriteInt(SectionFor(side), syncInfo, key, set ? 1 : 0, false, true);
 }
+
+bool CSyncHistory::BatchInDoubt(std::u16string_view side) const { return hasMark(side, inDoubtKey); }
+
+void CSyncHistory::SetBatchInDoubt(std::u16string_view side, bool inDoubt) { setMark(side, inDoubtKey, inDoubt); }
+
+bool CSyncHistory::DetailsKnown(std::u16string_view side) const { return hasMark(side, detailsKey); }
+
+void CSyncHistory::SetDetailsKnown(std::u16string_view side, bool known) { setMark(side, detailsKey, known); }
 
 HRESULT CSyncHistory::WriteEntry(std::u16string_view side, const HistoryEntry& entry)
 {

@@ -81,6 +81,10 @@ public:
     [[nodiscard]] bool BatchInDoubt(std::u16string_view side) const;
     void SetBatchInDoubt(std::u16string_view side, bool inDoubt);
 
+    // Whether the last run compared the details of all the side's records, so that each of them has a base.
+    [[nodiscard]] bool DetailsKnown(std::u16string_view side) const;
+    void SetDetailsKnown(std::u16string_view side, bool known);
+
     // Direct access, for code that writes many values and saves once.
     [[nodiscard]] StoreFile& store() noexcept { return store_; }
     // Replaces the sink that loads report progress to and returns the former one; null for none.
@@ -90,6 +94,8 @@ private:
     struct Rows;
     HRESULT take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, Text labelId, bool validate);
     HRESULT raiseVersion();
+    [[nodiscard]] bool hasMark(std::u16string_view side, const char16_t* key) const;
+    void setMark(std::u16string_view side, const char16_t* key, bool set);
 
     com::Ptr<ISyncEvents> sink_;
     StoreFile store_;

@@ -1,37 +1,22 @@
 // The merge of the details of two records, without stores: rules by example, and random edits against a merge of sets.
 #include "engine/details/MergeDetails.h"
 
+#include "DetailsLines.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <random>
-#include <set>
 
 namespace {
 
 using mb::DetailsBase;
 using mb::FieldTypeMap;
 using mb::MergedDetails;
+using mbtest::Lines;
+using mbtest::linesOf;
+using mbtest::textOfLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
-using Lines = std::multiset<std::u16string>;
-
-Lines linesOf(std::u16string_view text)
-{
-    Lines lines;
-    while (!text.empty()) {
-        const std::size_t end = std::min(text.find(u'\n'), text.size());
-        lines.emplace(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return lines;
-}
-
-std::u16string textOf(const Lines& lines)
-{
-    std::u16string text;
-    for (const std::u16string& line : lines) text.append(text.empty() ? u"" : u"\n").append(line);
-    return text;
-}
 
 enum class Winner { One, Two };
 
@@ -199,7 +184,7 @@ TEST(MergeDetailsTest, WhatAStoreDoesNotKeepIsNoRemovalAndWhatItAddsDoesNotTrave
         Lines lines = linesOf(text);
         std::erase_if(lines, [](const std::u16string& line) { return line.starts_with(u"X-LOST"); });
         lines.insert(u"X-MADE:by the store");
-        return textOf(lines);
+        return textOfLines(lines);
     };
     pair.run();
     EXPECT_EQ(linesOf(pair.two), (Lines{u"NOTE:a", u"X-MADE:by the store"}));
@@ -324,7 +309,7 @@ private:
     std::mt19937 random_;
 };
 
-std::u16string joined(const std::set<std::u16string>& lines) { return textOf(Lines(lines.begin(), lines.end())); }
+std::u16string joined(const std::set<std::u16string>& lines) { return textOfLines(Lines(lines.begin(), lines.end())); }
 
 } // namespace
 

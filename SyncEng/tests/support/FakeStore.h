@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -58,6 +59,7 @@ struct FakeOptions {
     std::map<std::u16string, std::u16string> changedIds;  // for IRecordUpdater: former to new identifier
     std::map<std::u16string, HRESULT> unansweredIds;      // for IRecordUpdater: identifiers for which it fails, and the code
     std::map<std::u16string, std::u16string> duplicateOf; // for IDuplicateFinder: record of the other store to record of this store
+    std::set<LONG> unreadable, unwritable;                // keys of fields that ReadField and WriteField refuse
     std::filesystem::path imageFolder;                    // the folder of the image files, for capBMPFile and capJPEGFile
 };
 
@@ -80,6 +82,7 @@ public:
     std::u16string addCategory(std::u16string name);
     // Adds two image fields in one of the three forms.
     void addImageFields(ULONG form = capDIBImage);
+    void addDetailsField() { fields.push_back({ftDetails, u"Details"}); }
     // Returns the key of the field's values.
     LONG addDynamicField(std::u16string name);
 

@@ -238,6 +238,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         const bool isRead = reading_ && *reading_ == id;
         expect(isRead || isWritten, "ReadField of a record that is neither being read nor written");
         const LONG key = field.key();
+        if (options().unreadable.contains(key)) throw com::Error(E_FAIL);
         if (field.dataType == dtImage && !imagesAllowed_) return;
         if (isWritten)
             if (const auto at = writing_->values.find(key); at != writing_->values.end()) {
@@ -309,6 +310,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::WriteField(BSTR lpRecID, REFGUID rFiel
             expect(false, "WriteField of a record that is not being written");
             throw com::Error(static_cast<HRESULT>(0x8004020C));
         }
+        if (options().unwritable.contains(field.key())) throw com::Error(static_cast<HRESULT>(0x8004020C));
         if (isImage && !imagesAllowed_) return;
         writing_->values[field.key()] = isImage && imagesAreFiles() ? imageCopy(std::u16string(text)) : std::u16string(text);
     });

@@ -73,15 +73,26 @@ private:
                 throw *failure;
             }
         }
+        const PerSide<bool> details{takeDetails(changes.one), takeDetails(changes.two)};
         if (!lost && inDoubt_ && dropEqual(changes)) {
             // Without a change left a task only links: an empty change set would send every field.
-            if (changes.one.empty()) task1.Kind = TaskMatched;
-            if (changes.two.empty()) task2.Kind = TaskMatched;
+            if (changes.one.empty() && !details.one) task1.Kind = TaskMatched;
+            if (changes.two.empty() && !details.two) task2.Kind = TaskMatched;
         }
         const bool conflict = lost ? valuesDiffer(changes.one, changes.two) : ChangesOverlap(changes.one, changes.two, pass_.fieldTypes);
         if (conflict) add(id1, {id2, false, run_.options.ConflictResolution});
+        for (const Side side : bothSides)
+            if (details[side]) changes[side][ftDetails];
         task1.Changes = std::make_unique<FieldValueMap>(std::move(changes.one));
         task2.Changes = std::make_unique<FieldValueMap>(std::move(changes.two));
+    }
+
+    // Details are merged by line, so they are never in conflict. Returns whether the change set names them.
+    static bool takeDetails(FieldValueMap& changes)
+    {
+        const bool named = changes.contains(ftDetails);
+        changes.erase(ftDetails);
+        return named;
     }
 
     // After a batch that was not ended, a record may hold values that the last run wrote and the history does not know. The other side then
@@ -157,7 +168,7 @@ ConflictFields ListConflictFields(bool includeImages, const FieldValueMap& chang
     for (const auto& [type1, value] : changes1) {
         if (!includeImages && isImageType(type1)) continue;
         const LONG type2 = mappedType(&types, type1);
-        if (!changes2.contains(type2)) continue;
+        if (type1 == ftDetails || !changes2.contains(type2)) continue;
         fields.side1.push_back(type1);
         fields.side2.push_back(type2);
     }

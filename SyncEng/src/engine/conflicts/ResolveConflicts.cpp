@@ -137,6 +137,7 @@ private:
         question.side2 = sideOf(Side::Two, task1.MappedId.value_or(std::u16string()));
         question.ChangeMap1 = *task1.Changes;
         question.ChangeMap2 = *task2.Changes;
+        for (FieldValueMap* changes : {&question.ChangeMap1, &question.ChangeMap2}) changes->erase(ftDetails); // they are in no conflict
         question.FieldTypes = &pass_.fieldTypes;
         question.FieldMapChanged = run_.FieldMapUpdated;
         question.FirstMeeting = task1.Kind == TaskNew && task2.Kind == TaskNew;

@@ -83,8 +83,10 @@ private:
 
     void keepMerged(Side side, const FieldValueMap& merged)
     {
-        if (merged.empty()) return takeOut(side);
+        const bool details = task(side).Changes && task(side).Changes->contains(ftDetails);
+        if (merged.empty() && !details) return takeOut(side);
         task(side).Changes = std::make_unique<FieldValueMap>(merged);
+        if (details) (*task(side).Changes)[ftDetails];
         task(side).Settled = true;
     }
 

@@ -1,0 +1,119 @@
+#include "engine/details/PlanDetails.h"
+
+#include "engine/details/SyncDetails.h"
+#include <algorithm>
+
+namespace mb {
+namespace {
+
+constexpr std::size_t shownLength = 1000; // of a line: a picture's is not shown whole
+
+std::u16string shownChanges(const MergedDetails& merged)
+{
+    std::u16string shown;
+    const auto append = [&](char16_t mark, std::u16string_view line) {
+        if (!shown.empty()) shown += u'\n';
+        shown.append(1, mark).append(line.substr(0, shownLength)).append(line.size() > shownLength ? u"..." : u"");
+    };
+    for (const std::u16string_view line : merged.removed()) append(u'-', line);
+    for (const std::u16string& line : merged.added()) append(u'+', line);
+    return shown;
+}
+
+// An item without a change set writes all fields, and details with them.
+bool hasChanges(const PlanItem& item) { return item.kind == PlannedChange && item.Changes && !item.Changes->empty(); }
+
+bool namesDetails(const PlanItem& item) { return item.Changes && item.Changes->contains(ftDetails); }
+
+// Planning of what one side gets of the other side's details.
+class DetailsPlan {
+public:
+    DetailsPlan(PipelinePass& pass, PerSide<SidePlan>& plans, Side target)
+        : pass_(pass), source_(otherSide(target)), target_(target), copies_(plans[target].copies), back_(plans[source_].copies)
+    {
+    }
+
+    void run()
+    {
+        std::erase_if(copies_, [&](PlanItem& item) {
+            if (item.kind != PlannedMatch && !hasChanges(item)) return false;
+            const bool named = namesDetails(item);
+            plan(item);
+            return named && item.kind == PlannedChange && item.Changes->empty();
+        });
+    }
+
+private:
+    void plan(PlanItem& item)
+    {
+        const auto base = StoredDetailsBase(pass_, source_, item.sourceId, *item.targetId);
+        if (base && !namesDetails(item)) return;
+        const auto own = OpenAndReadDetails(pass_, source_, item.sourceId);
+        const auto other = OpenAndReadDetails(pass_, target_, *item.targetId);
+        if (!own || !other) return leaveDetails(item);
+        if (!base && pass_.send[target_]) planReturn(item, *own, *other);
+        const MergedDetails merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base.value_or(DetailsBase()));
+        if (merged.changesTarget()) return write(item, merged);
+        if (!item.Changes) return;
+        item.Changes->erase(ftDetails);
+        if (item.Changes->empty()) StoreDetailsBase(pass_, source_, item.sourceId, *item.targetId, merged.nextBase(*other));
+    }
+
+    MergedDetails merge(Side source, const PlanItem& item, const PlanItem* waiting, std::u16string_view own, std::u16string_view other,
+                        const DetailsBase& base)
+    {
+        return MergedDetails(
+            {.source = own,
+             .target = other,
+             .base = base,
+             .types = AnnotationTypes(pass_, source),
+             .sourceWins = [&, source](const DetailsUnit& unit) { return SourceWinsDetails(pass_, source, item, waiting, unit); }});
+    }
+
+    static void write(PlanItem& item, const MergedDetails& merged)
+    {
+        item.kind = PlannedChange;
+        if (!item.Changes) item.Changes = std::make_unique<FieldValueMap>();
+        (*item.Changes)[ftDetails] = shownChanges(merged);
+    }
+
+    // What the target's record has to send back.
+    void planReturn(const PlanItem& item, std::u16string_view own, std::u16string_view other)
+    {
+        PlanItem* known = FindItem(back_, *item.targetId);
+        if (known && (!hasChanges(*known) || known->targetId != item.sourceId)) return;
+        PlanItem made;
+        made.kind = PlannedChange;
+        made.sourceId = *item.targetId;
+        made.targetId = item.sourceId;
+        made.Changes = std::make_unique<FieldValueMap>();
+        PlanItem& back = known ? *known : made;
+        const MergedDetails merged = merge(target_, back, &item, other, own, {});
+        if (!merged.changesTarget()) return;
+        write(back, merged);
+        if (!known) back_.insert(std::ranges::lower_bound(back_, back.sourceId, {}, &PlanItem::sourceId), std::move(made));
+    }
+
+    // The history stays as it was, so that the next run finds the change again.
+    void leaveDetails(PlanItem& item)
+    {
+        NoteUnreadDetails(pass_, source_, item.sourceId);
+        NoteUnreadDetails(pass_, target_, *item.targetId);
+        if (item.Changes) item.Changes->erase(ftDetails);
+    }
+
+    PipelinePass& pass_;
+    Side source_, target_;
+    PlanItems &copies_, &back_;
+};
+
+} // namespace
+
+void PlanDetails(PipelinePass& pass, PerSide<SidePlan>& plans)
+{
+    if (!pass.details) return;
+    for (const Side target : {Side::Two, Side::One}) DetailsPlan(pass, plans, target).run();
+    for (const Side side : bothSides) plans[side].planned = plans[side].size();
+}
+
+} // namespace mb
