@@ -40,6 +40,7 @@ TaskList::iterator FindTask(TaskList& map, const std::u16string& key);
 // Erases the task and moves the iterator to the next one. False, and no change, at the end.
 bool DropTask(TaskList::iterator& at, TaskList& map);
 
+// Part of the documented interface, as are the two below. The engine uses the map's own functions.
 std::u16string& FieldValueAt(FieldValueMap& map, LONG type);
 void CopyFieldValues(FieldValueMap& destination, const FieldValueMap& source);
 // Empties every text and leaves the types.

@@ -1,4 +1,4 @@
-// The current time as an automation date. The module itself asks platform/host.h.
+// The current time as an automation date. Part of the documented interface; the module itself asks platform/host.h.
 #pragma once
 #include "host.h"
 

@@ -30,8 +30,8 @@ template <class... Args> std::u16string Format(std::u16string_view format, const
     return FormatList(format, {FormatArgument(args)...});
 }
 
-// Replaces each "%s" by the next text; nothing else is a directive. Surplus texts are ignored; surplus "%s" stay. The module itself formats
-// with Format() alone.
+// Replaces each "%s" by the next text; nothing else is a directive. Surplus texts are ignored; surplus "%s" stay. Part of the documented
+// interface; the module itself formats with Format() alone.
 std::u16string FormatStringList(std::u16string_view format, std::initializer_list<std::u16string_view> texts);
 
 template <class... Texts> std::u16string FormatStrings(std::u16string_view format, const Texts&... texts)

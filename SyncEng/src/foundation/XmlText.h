@@ -1,5 +1,5 @@
 // Texts in the elements of the exchange XML. A text with control characters is stored as Base64, marked by the attribute Base64Encoded.
-// Nothing in the module reads or writes exchange XML; the tests fix the format.
+// Part of the documented interface: nothing in the module reads or writes exchange XML; the tests fix the format.
 #pragma once
 #include "xml.h"
 #include <string>

@@ -1,5 +1,7 @@
 #include "base64.h"
 
+#include <algorithm>
+
 namespace platform {
 namespace {
 
@@ -37,6 +39,12 @@ std::string decodeBase64(std::string_view text)
         }
     }
     return bytes;
+}
+
+std::uint64_t decodedBase64Length(std::string_view text)
+{
+    const auto letters = std::ranges::count_if(text, [](char c) { return valueOf[static_cast<unsigned char>(c)] != noLetter; });
+    return static_cast<std::uint64_t>(letters) * 6 / 8;
 }
 
 } // namespace platform

@@ -1,5 +1,4 @@
-// Base64 with the standard alphabet and "=" padding. The codecs of the store and of the exchange XML add their rules to it. The vCard
-// plug-in has a codec of its own, since its cards use nothing of the platform.
+// Base64 with the standard alphabet and "=" padding. The codecs of the store and of the exchange XML add their rules to it.
 #pragma once
 #include <array>
 #include <cstdint>
@@ -49,5 +48,7 @@ template <class Unit> std::string encodeBase64Units(std::basic_string_view<Unit>
 std::string encodeBase64(std::string_view bytes);
 // Skips characters outside of the alphabet, among them the padding.
 std::string decodeBase64(std::string_view text);
+// Returns the number of bytes that decodeBase64 would return.
+std::uint64_t decodedBase64Length(std::string_view text);
 
 } // namespace platform

@@ -1,6 +1,6 @@
 // The engine's component vocabulary: owning pointers, text, values, arrays, objects with aggregation, class objects. Header-only and the
-// same on both platforms. The runtime below it is the system's on Windows and libmbcom.so on Linux. No raw AddRef, Release or SysFreeString
-// is called outside of this file.
+// same on both platforms. The runtime below it is the system's on Windows and libmbcom.so on Linux. Outside of platform/ nobody calls
+// AddRef or SysFreeString, and Release only an object that keeps an interface of a part that it aggregates.
 #pragma once
 #ifdef _WIN32
 #include <windows.h>

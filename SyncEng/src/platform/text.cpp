@@ -1,6 +1,7 @@
 #include "text.h"
 
 #include "unit_tables.h"
+#include "utf8.h"
 #include <array>
 #include <charconv>
 #include <limits>
@@ -117,6 +118,16 @@ std::string utf8(std::u16string_view text)
     char* to = out.data() + plain;
     for (std::size_t at = plain; at < text.size();) to = putUtf8(to, decode(text, at));
     return out;
+}
+
+bool isUtf8(std::string_view bytes) noexcept
+{
+    constexpr std::string_view encodedReplacement = "\xEF\xBF\xBD";
+    for (std::size_t at = asciiLength(bytes); at < bytes.size();) {
+        const std::size_t begin = at;
+        if (decode(bytes, at) == replacement && bytes.substr(begin, at - begin) != encodedReplacement) return false;
+    }
+    return true;
 }
 
 std::u16string utf16(std::string_view bytes)

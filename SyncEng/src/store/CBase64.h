@@ -1,6 +1,6 @@
 // The codec of names and values in a store file: Base64 of the text in the ANSI code page. It avoids characters that XML must escape; it is
 // no encryption. The store calls the two functions below, which need no conversion for ASCII text; the class is the same codec with its
-// buffers.
+// buffers, and part of the documented interface.
 #pragma once
 #include <cstddef>
 #include <memory>

@@ -25,6 +25,7 @@ TEST(Base64, DecodesWhatWasEncoded)
         const std::string encoded = encodeBase64(bytes);
         EXPECT_EQ(encoded.size() % 4, 0u);
         EXPECT_EQ(decodeBase64(encoded), bytes);
+        EXPECT_EQ(decodedBase64Length("\r\n " + encoded), length);
     }
 }
 

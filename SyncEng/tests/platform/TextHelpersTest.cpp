@@ -1,4 +1,5 @@
 #include "text.h"
+#include "utf8.h"
 
 #include <clocale>
 #include <cstdint>
@@ -108,6 +109,14 @@ TEST(TextHelpers, IllFormedBytesBecomeTheReplacementAndDoNotAffectOthers)
     EXPECT_EQ(utf16("a\xED\xA0\xBDz"), u"a\uFFFD\uFFFD\uFFFDz");           // a surrogate
     EXPECT_EQ(utf16("a\xF4\x90\x80\x80z"), u"a\uFFFD\uFFFD\uFFFD\uFFFDz"); // beyond U+10FFFF
     EXPECT_EQ(utf16("a\xF5\x80z"), u"a\uFFFD\uFFFDz");
+}
+
+TEST(TextHelpers, BytesAreUtf8WhereNoneIsReplaced)
+{
+    for (const auto& bytes : {""s, "plain"s, "a\0b"s, "Zo\xC3\xAB"s, "\xE4\xB8\xAD"s, "\xF0\x9F\x98\x80"s, "\xEF\xBF\xBD"s})
+        EXPECT_TRUE(isUtf8(bytes)) << bytes;
+    for (const auto& bytes : {"a\x80z"s, "Zo\xEB"s, "\xC3"s, "\xE0\x80\xAF"s, "\xED\xA0\xBD"s, "\xF4\x90\x80\x80"s, "\xEF\xBF"s})
+        EXPECT_FALSE(isUtf8(bytes)) << bytes;
 }
 
 TEST(TextHelpers, ATruncatedCharacterBecomesOneReplacement)

@@ -2,8 +2,9 @@
 
 #include "Ascii.h"
 #include "SystemCharset.h"
+#include "text.h"
+#include "utf8.h"
 
-#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -26,61 +27,6 @@ std::size_t asciiLength(std::string_view bytes)
     }
     while (length < bytes.size() && static_cast<unsigned char>(bytes[length]) < 0x80) ++length;
     return length;
-}
-
-struct CodePoint {
-    char32_t value;
-    std::size_t length; // 0 if the bytes are not UTF-8
-};
-
-CodePoint nextUtf8(std::string_view bytes, std::size_t at)
-{
-    const auto byte = [&](std::size_t i) { return i < bytes.size() ? static_cast<unsigned char>(bytes[i]) : 0u; };
-    const unsigned first = byte(at);
-    if (first < 0x80) return {first, 1};
-    const std::size_t length = first >= 0xF0 && first < 0xF5   ? 4
-                               : first >= 0xE0 && first < 0xF0 ? 3
-                               : first >= 0xC2 && first < 0xE0 ? 2
-                                                               : 0;
-    if (length == 0) return {0, 0};
-    char32_t value = first & (0x7Fu >> length);
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((byte(at + i) & 0xC0) != 0x80) return {0, 0};
-        value = value << 6 | (byte(at + i) & 0x3F);
-    }
-    const bool overlong = (length == 3 && value < 0x800) || (length == 4 && value < 0x10000);
-    if (overlong || value > 0x10FFFF || (value >= 0xD800 && value < 0xE000)) return {0, 0};
-    return {value, length};
-}
-
-void appendUtf16(std::u16string& text, char32_t c)
-{
-    if (c < 0x10000) {
-        text += static_cast<char16_t>(c);
-    } else {
-        text += static_cast<char16_t>(0xD800 + ((c - 0x10000) >> 10));
-        text += static_cast<char16_t>(0xDC00 + ((c - 0x10000) & 0x3FF));
-    }
-}
-
-void appendUtf8(std::string& bytes, char32_t c)
-{
-    const auto tail = [&](int shift) { bytes += static_cast<char>(0x80 | (c >> shift & 0x3F)); };
-    if (c < 0x80) {
-        bytes += static_cast<char>(c);
-    } else if (c < 0x800) {
-        bytes += static_cast<char>(0xC0 | c >> 6);
-        tail(0);
-    } else if (c < 0x10000) {
-        bytes += static_cast<char>(0xE0 | c >> 12);
-        tail(6);
-        tail(0);
-    } else {
-        bytes += static_cast<char>(0xF0 | c >> 18);
-        tail(12);
-        tail(6);
-        tail(0);
-    }
 }
 
 std::u16string from1252(std::string_view bytes)
@@ -115,57 +61,9 @@ std::optional<std::string> to1252(std::u16string_view text)
 
 bool isAscii(std::string_view bytes) { return asciiLength(bytes) == bytes.size(); }
 
-bool isUtf8(std::string_view bytes)
-{
-    for (std::size_t i = asciiLength(bytes); i < bytes.size();) {
-        if (static_cast<unsigned char>(bytes[i]) < 0x80) {
-            ++i;
-            continue;
-        }
-        const std::size_t length = nextUtf8(bytes, i).length;
-        if (length == 0) return false;
-        i += length;
-    }
-    return true;
-}
-
-std::u16string fromUtf8(std::string_view bytes)
-{
-    const std::size_t plain = asciiLength(bytes);
-    std::u16string text;
-    text.reserve(bytes.size());
-    text.resize(plain);
-    std::copy_n(bytes.begin(), plain, text.begin());
-    for (std::size_t i = plain; i < bytes.size();) {
-        if (static_cast<unsigned char>(bytes[i]) < 0x80) {
-            text += static_cast<char16_t>(bytes[i++]);
-            continue;
-        }
-        const CodePoint c = nextUtf8(bytes, i);
-        appendUtf16(text, c.length ? c.value : U'\uFFFD');
-        i += c.length ? c.length : 1;
-    }
-    return text;
-}
-
-std::string toUtf8(std::u16string_view text)
-{
-    std::size_t plain = 0;
-    while (plain < text.size() && text[plain] < 0x80) ++plain;
-    std::string bytes(plain, '\0');
-    for (std::size_t i = 0; i < plain; ++i) bytes[i] = static_cast<char>(text[i]);
-    for (std::size_t i = plain; i < text.size(); ++i) {
-        const char32_t c = text[i];
-        const bool high = c >= 0xD800 && c < 0xDC00;
-        if (high && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
-            appendUtf8(bytes, 0x10000 + ((c - 0xD800) << 10) + (text[i + 1] - 0xDC00u));
-            ++i;
-        } else {
-            appendUtf8(bytes, c >= 0xD800 && c < 0xE000 ? U'\uFFFD' : c);
-        }
-    }
-    return bytes;
-}
+bool isUtf8(std::string_view bytes) { return platform::isUtf8(bytes); }
+std::u16string fromUtf8(std::string_view bytes) { return platform::utf16(bytes); }
+std::string toUtf8(std::u16string_view text) { return platform::utf8(text); }
 
 bool sameCharset(std::string_view a, std::string_view b) { return equalFold(a, b); }
 

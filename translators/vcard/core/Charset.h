@@ -9,7 +9,7 @@ namespace mb::vcard {
 bool isAscii(std::string_view bytes);
 bool isUtf8(std::string_view bytes);
 
-// These two never fail: an invalid byte and an unpaired surrogate become U+FFFD.
+// These two never fail: ill-formed bytes and an unpaired surrogate become U+FFFD.
 std::u16string fromUtf8(std::string_view bytes);
 std::string toUtf8(std::u16string_view text);
 

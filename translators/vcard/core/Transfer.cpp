@@ -2,16 +2,11 @@
 
 #include "Ascii.h"
 
-#include <algorithm>
-#include <array>
-#include <cstdint>
-
 namespace mb::vcard {
 namespace {
 
 constexpr std::size_t kMaxLine = 75;
 constexpr std::string_view kHex = "0123456789ABCDEF";
-constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
 int hexValue(char c)
 {
@@ -28,14 +23,6 @@ std::size_t lineEndAt(std::string_view text, std::size_t at)
     while (i < text.size() && text[i] == '\r') ++i;
     return i < text.size() && text[i] == '\n' ? i + 1 - at : 0;
 }
-
-constexpr std::uint8_t kNoLetter = 0xFF;
-constexpr std::array<std::uint8_t, 256> kBase64Values = [] {
-    std::array<std::uint8_t, 256> values{};
-    for (auto& v : values) v = kNoLetter;
-    for (std::size_t i = 0; i < kAlphabet.size(); ++i) values[static_cast<unsigned char>(kAlphabet[i])] = static_cast<std::uint8_t>(i);
-    return values;
-}();
 
 } // namespace
 
@@ -89,43 +76,6 @@ std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, st
         }
         text += unit;
         column += unit.size();
-    }
-    return text;
-}
-
-std::string decodeBase64(std::string_view text)
-{
-    std::string bytes;
-    bytes.reserve(text.size() / 4 * 3);
-    std::uint32_t bits = 0;
-    int count = 0;
-    for (const char c : text) {
-        const std::uint8_t value = kBase64Values[static_cast<unsigned char>(c)];
-        if (value == kNoLetter) continue;
-        bits = bits << 6 | value;
-        count += 6;
-        if (count >= 8) {
-            count -= 8;
-            bytes += static_cast<char>(bits >> count & 0xFF);
-        }
-    }
-    return bytes;
-}
-
-std::uint64_t decodedBase64Length(std::string_view text)
-{
-    const auto letters =
-        std::count_if(text.begin(), text.end(), [](char c) { return kBase64Values[static_cast<unsigned char>(c)] != kNoLetter; });
-    return static_cast<std::uint64_t>(letters) * 6 / 8;
-}
-
-std::string encodeBase64(std::string_view bytes)
-{
-    std::string text;
-    for (std::size_t i = 0; i < bytes.size(); i += 3) {
-        const auto byte = [&](std::size_t k) { return i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0u; };
-        const std::uint32_t bits = byte(0) << 16 | byte(1) << 8 | byte(2);
-        for (std::size_t k = 0; k < 4; ++k) text += i + k <= bytes.size() ? kAlphabet[bits >> (18 - 6 * k) & 63] : '=';
     }
     return text;
 }

@@ -1,5 +1,6 @@
 // The transfer encodings of vCard values: quoted-printable and base64.
 #pragma once
+#include "base64.h"
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,8 +13,8 @@ std::string decodeQuotedPrintable(std::string_view text);
 // precedes the text on its line.
 std::string encodeQuotedPrintable(std::string_view bytes, std::size_t column, std::string_view eol);
 
-std::string decodeBase64(std::string_view text); // ignores characters outside of the alphabet
-std::uint64_t decodedBase64Length(std::string_view text);
-std::string encodeBase64(std::string_view bytes);
+using platform::decodeBase64;
+using platform::decodedBase64Length;
+using platform::encodeBase64;
 
 } // namespace mb::vcard
