@@ -98,11 +98,13 @@ void MergedDetails::matchBase(const DetailsBase& base)
         target.sourceHash = pair.own;
     }
     for (const DetailsPair* pair : others) {
-        const auto own = pair->own ? ofSource.take(*pair->own) : std::nullopt;
-        const auto target = pair->other ? ofTarget.take(*pair->other) : std::nullopt;
-        if (own) sourceUnits_[*own].state = pair->other ? State::Gone : State::Half;
-        if (own) sourceUnits_[*own].baseOther = pair->other;
-        if (target) targetUnits_[*target].state = pair->own ? State::Gone : State::Half;
+        if (pair->own)
+            if (const auto own = ofSource.take(*pair->own)) {
+                sourceUnits_[*own].state = pair->other ? State::Gone : State::Half;
+                sourceUnits_[*own].baseOther = pair->other;
+            }
+        if (pair->other)
+            if (const auto target = ofTarget.take(*pair->other)) targetUnits_[*target].state = pair->own ? State::Gone : State::Half;
     }
 }
 
