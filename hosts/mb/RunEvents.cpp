@@ -22,14 +22,7 @@ std::vector<std::string> fieldNames(ISyncReportItem* item)
     return names;
 }
 
-bool isWrite(const RunEvent& event) noexcept
-{
-    return event.action == raCreated || event.action == raUpdated || event.action == raDeleted || event.action == raLinked;
-}
-
-} // namespace
-
-void RunEvents::add(ISyncReportItem* item)
+RunEvent eventOf(ISyncReportItem* item)
 {
     LONG pass = 0, side = 0, action = 0, code = 0;
     com::Bstr id, partner, name, text;
@@ -51,7 +44,35 @@ void RunEvents::add(ISyncReportItem* item)
     event.name = utf8Of(name);
     event.text = utf8Of(text);
     event.fields = fieldNames(item);
-    events_.push_back(std::move(event));
+    return event;
+}
+
+constexpr _ReportAction writes[] = {raCreated, raUpdated, raDeleted, raLinked};
+
+} // namespace
+
+RunEvents::RunEvents(ISyncRunReport* report)
+{
+    LONG items = 0;
+    com::check(report->GetItemCount(&items));
+    for (LONG i = 0; i < items; ++i) {
+        com::Ptr<ISyncReportItem> item;
+        com::check(report->GetItem(i, item.put()));
+        events_.push_back(eventOf(item.get()));
+    }
+    countAll(report);
+}
+
+void RunEvents::countAll(ISyncRunReport* report)
+{
+    for (const bool ofCategories : {false, true})
+        for (const int side : {0, 1})
+            for (const _ReportAction action : writes) {
+                LONG counted = 0;
+                com::check(
+                    report->GetCount(ofCategories ? passCategories : passContacts, side == 0 ? idTrans1 : idTrans2, action, &counted));
+                counts_[{ofCategories, side, action}] = counted;
+            }
 }
 
 std::vector<RunEvent> RunEvents::of(_ReportAction action) const
@@ -63,9 +84,8 @@ std::vector<RunEvent> RunEvents::of(_ReportAction action) const
 
 int RunEvents::count(bool ofCategories, int side, _ReportAction action) const
 {
-    return static_cast<int>(std::ranges::count_if(events_, [&](const RunEvent& event) {
-        return event.ofCategories == ofCategories && event.side == side && event.action == action;
-    }));
+    const auto counted = counts_.find({ofCategories, side, action});
+    return counted == counts_.end() ? 0 : counted->second;
 }
 
 SideCounts RunEvents::counts(bool ofCategories, int side) const
@@ -76,6 +96,9 @@ SideCounts RunEvents::counts(bool ofCategories, int side) const
 // The engine reports a link once, at side 1.
 int RunEvents::linked(bool ofCategories) const { return count(ofCategories, 0, raLinked); }
 
-bool RunEvents::nothing() const noexcept { return std::ranges::none_of(events_, isWrite); }
+bool RunEvents::nothing() const
+{
+    return std::ranges::all_of(counts_, [](const auto& counted) { return counted.second == 0; });
+}
 
 } // namespace mbhost

@@ -1,7 +1,9 @@
-// What a run did: the items of the engine's report.
+// What a run did: the items and counts of the engine's report.
 #pragma once
 #include "interfaces.h"
+#include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace mbhost {
@@ -24,17 +26,20 @@ struct SideCounts {
 
 class RunEvents {
 public:
-    void add(ISyncReportItem* item);
+    RunEvents() = default;
+    explicit RunEvents(ISyncRunReport* report);
     [[nodiscard]] const std::vector<RunEvent>& all() const noexcept { return events_; }
     [[nodiscard]] std::vector<RunEvent> of(_ReportAction action) const;
     [[nodiscard]] SideCounts counts(bool ofCategories, int side) const;
     [[nodiscard]] int linked(bool ofCategories) const;
     // Whether neither pass wrote or linked a record.
-    [[nodiscard]] bool nothing() const noexcept;
+    [[nodiscard]] bool nothing() const;
 
 private:
+    void countAll(ISyncRunReport* report);
     [[nodiscard]] int count(bool ofCategories, int side, _ReportAction action) const;
     std::vector<RunEvent> events_;
+    std::map<std::tuple<bool, int, _ReportAction>, int> counts_; // by pass (true: categories), side and action
 };
 
 } // namespace mbhost

@@ -76,16 +76,11 @@ HRESULT STDMETHODCALLTYPE RunSink::OnItem(ISyncReportItem*) { return S_OK; }
 HRESULT STDMETHODCALLTYPE RunSink::OnRunEnd(ISyncRunReport* pReport)
 {
     return com::guarded([&] {
-        LONG how = 0, code = 0, count = 0;
+        LONG how = 0, code = 0;
         com::Bstr text;
         com::check(pReport->GetEnd(&how, &code, text.put()));
         end = static_cast<_RunEnd>(how);
-        com::check(pReport->GetItemCount(&count));
-        for (LONG i = 0; i < count; ++i) {
-            com::Ptr<ISyncReportItem> item;
-            com::check(pReport->GetItem(i, item.put()));
-            events.add(item.get());
-        }
+        events = RunEvents(pReport);
     });
 }
 
