@@ -30,8 +30,11 @@ std::u16string isoDate(DATE date)
     return platform::utf16(text);
 }
 
+// Returns whether the text is a date of ISO 8601, or a part of one: a day without its year, a year, or a month.
 bool looksIso(std::u16string_view text)
 {
+    const bool part = text.starts_with(u"--") || text.size() == 4 || (text.size() == 7 && text[4] == u'-');
+    if (part && text.find_first_not_of(u"0123456789-") == text.npos) return true;
     return text.size() >= 8 && text.find_first_not_of(u"0123456789-T:Z+. ") == text.npos && text.find(u'/') == text.npos;
 }
 

@@ -143,37 +143,49 @@ bool isFraction(std::string_view text) { return text.empty() || (text.size() > 1
 
 bool isPossible(std::string_view month, std::string_view day) { return month >= "01" && month <= "12" && day >= "01" && day <= "31"; }
 
+// A time without its zone, and whether it may be one.
+struct Time {
+    std::string_view clock, fraction, zone;
+
+    explicit Time(std::string_view text) : clock(text), fraction(), zone(takeZone(clock)) { fraction = takeFraction(clock); }
+    bool isPossible(std::string_view hours, std::string_view minutes, std::string_view seconds) const
+    {
+        const bool known = hasForm(clock, seconds) || (fraction.empty() && (hasForm(clock, minutes) || hasForm(clock, hours)));
+        return known && clock.substr(0, 2) <= "23" && isFraction(fraction) && (zone.empty() || zone == "Z" || isUtcOffset(zone));
+    }
+};
+
 } // namespace
 
 std::string basicDate(std::string_view text)
 {
+    if (hasForm(text, "--00-00") && isPossible(text.substr(2, 2), text.substr(5, 2))) return std::string(text).erase(4, 1);
     const std::string_view date = text.substr(0, 10);
     if (!hasForm(date, "0000-00-00") || !isPossible(date.substr(5, 2), date.substr(8, 2))) return std::string(text);
     if (text.size() == 10) return without(date, '-');
-    std::string_view time = text.substr(11);
-    if (text[10] != 'T') return std::string(text);
-    const std::string_view zone = takeZone(time), fraction = takeFraction(time);
-    const bool known = hasForm(time, "00:00:00") || (hasForm(time, "00:00") && fraction.empty());
-    if (!known || !isFraction(fraction)) return std::string(text);
-    if (!zone.empty() && zone != "Z" && !isUtcOffset(zone)) return std::string(text);
-    return without(date, '-').append("T").append(without(time, ':')).append(fraction).append(without(zone, ':'));
+    const Time time(text.substr(11));
+    if (text[10] != 'T' || !time.isPossible("00", "00:00", "00:00:00")) return std::string(text);
+    return without(date, '-').append("T").append(without(time.clock, ':')).append(time.fraction).append(without(time.zone, ':'));
 }
 
 std::string extendedDate(std::string_view text)
 {
+    if (hasForm(text, "--0000") && isPossible(text.substr(2, 2), text.substr(4, 2))) return std::string(text).insert(4, "-");
     const std::string_view date = text.substr(0, 8);
     if (!hasForm(date, "00000000") || !isPossible(date.substr(4, 2), date.substr(6, 2))) return std::string(text);
     std::string extended = std::string(date).insert(6, "-").insert(4, "-");
     if (text.size() == 8) return extended;
-    std::string_view time = text.substr(9);
-    if (text[8] != 'T') return std::string(text);
-    const std::string_view zone = takeZone(time), fraction = takeFraction(time);
-    const bool seconds = hasForm(time, "000000");
-    if ((!seconds && (!hasForm(time, "0000") || !fraction.empty())) || !isFraction(fraction)) return std::string(text);
-    if (!zone.empty() && zone != "Z" && !isUtcOffset(zone)) return std::string(text);
-    extended.append("T").append(time.substr(0, 2)).append(":").append(time.substr(2, 2));
-    if (seconds) extended.append(":").append(time.substr(4, 2)).append(fraction);
-    return extended.append(zone == "Z" ? std::string(zone) : extendedOffset(zone));
+    const Time time(text.substr(9));
+    if (text[8] != 'T' || !time.isPossible("00", "0000", "000000")) return std::string(text);
+    extended += 'T';
+    for (std::size_t i = 0; i < time.clock.size(); i += 2) extended.append(i == 0 ? "" : ":").append(time.clock.substr(i, 2));
+    return extended.append(time.fraction).append(time.zone == "Z" ? std::string(time.zone) : extendedOffset(time.zone));
+}
+
+bool isBasicDate(std::string_view text)
+{
+    if (extendedDate(text) != text) return true;
+    return hasForm(text, "0000") || hasForm(text, "0000-00") || hasForm(text, "--00") || hasForm(text, "---00");
 }
 
 bool hasTime(std::string_view date) { return date.size() > 10 && (date[8] == 'T' || date[10] == 'T'); }

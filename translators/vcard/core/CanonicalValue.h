@@ -13,10 +13,13 @@ std::string canonicalEscapes(std::string_view text, Version version, PropertyKin
 // Returns the value with the escapes of version 2.1, where a line break needs none.
 std::string escapesOfVersion21(std::string_view canonical, PropertyKind kind);
 
-// A full date, with a time or without one: 1985-04-12T10:22:00-05:00 becomes 19850412T102200-0500. Any other text stays.
+// A full date, with a time or without one, or a day without its year: 1985-04-12T10:22:00-05:00 becomes 19850412T102200-0500, and --04-12
+// becomes --0412. Any other text stays.
 std::string basicDate(std::string_view text);
 std::string extendedDate(std::string_view text); // the reverse
 bool hasTime(std::string_view date);             // Requires: `date` came from one of the two functions above
+// Returns whether the text is a date in basic form: one that basicDate() makes, or a year, a month or a day alone.
+bool isBasicDate(std::string_view text);
 
 // A UTC offset: -05:00 becomes -0500. Any other text stays.
 bool isUtcOffset(std::string_view text);

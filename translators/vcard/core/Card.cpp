@@ -302,9 +302,9 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
     case Shape::Values: return writeValues(text, version, before);
     case Shape::Date: {
         const std::u16string date = writeDate(text, version, before);
-        const bool isDate = readDate(date) == text && readDate(date).size() == 10 && text[4] == u'-';
         if (const std::string* kind = line.param("VALUE"); kind && !equalFold(*kind, "DATE")) line.removeParam("VALUE");
-        if (version == Version::V40 && !isDate && !text.empty()) line.addParam("VALUE", "text");
+        if (version == Version::V40 && !text.empty() && !isDate(text)) line.addParam("VALUE", "text");
+        if (version == Version::V30 && isDateTime(text)) line.setParam("VALUE", "date-time");
         return escape(date, version, false);
     }
     case Shape::Phone:

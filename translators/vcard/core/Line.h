@@ -54,7 +54,8 @@ public:
     void setJpeg(std::string_view bytes, Version version);
     // Adds a CHARSET parameter with the charset of `read` if the value would decode differently with `assumed`.
     void keepCharset(const Context& read, const Context& assumed);
-    // Both reach the bytes of the line with the next setValue().
+    // These reach the bytes of the line with the next setValue().
+    void setParam(std::string_view name, std::string_view value); // replaces any parameter of the name
     void addParam(std::string_view name, std::string_view value);
     void removeParam(std::string_view name);
 
@@ -67,7 +68,6 @@ private:
     void setBody(std::string body, bool folds);
     void setBytes(const std::string& bytes, bool v21);
     void setQuotedPrintable(std::string_view plain);
-    void setParam(std::string_view name, std::string_view value);
 
     // raw_ is rebuilt on demand, so that a value that is set part by part is folded only once.
     mutable std::string raw_;

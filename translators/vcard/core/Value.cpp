@@ -1,5 +1,6 @@
 #include "Value.h"
 
+#include "CanonicalValue.h"
 #include "Charset.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@ bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
 bool hasEscapes(Version version, bool structured) { return version != Version::V21 || structured; }
 
 // Returns whether the text is yyyymmdd with a possible month and day.
-bool isDate(std::u16string_view digits)
+bool isFullDate(std::u16string_view digits)
 {
     if (digits.size() != 8 || !std::all_of(digits.begin(), digits.end(), isDigit)) return false;
     const int month = (digits[4] - u'0') * 10 + (digits[5] - u'0'), day = (digits[6] - u'0') * 10 + (digits[7] - u'0');
@@ -157,20 +158,41 @@ std::u16string trimBlanks(std::u16string_view text)
     return std::u16string(text);
 }
 
+namespace {
+
+// Returns the date in basic form, or in extended form; the text itself if it is no date. Dates are ASCII.
+std::string basicOf(std::u16string_view text) { return basicDate(toUtf8(text)); }
+std::string extendedOf(std::u16string_view text) { return extendedDate(basicOf(text)); }
+
+bool isMidnight(std::string_view extended)
+{
+    const std::string_view time = extended.substr(extended.find('T') + 1);
+    return time.substr(0, time.find_first_of("+-Z")).find_first_not_of("0:.") == std::string_view::npos;
+}
+
+} // namespace
+
 std::u16string readDate(std::u16string_view text)
 {
+    const std::string extended = extendedOf(text);
+    if (extended != basicDate(extended) && !(hasTime(extended) && isMidnight(extended))) return fromUtf8(extended);
     const std::u16string digits = digitsOfDate(text);
-    if (!isDate(digits)) return std::u16string(text);
+    if (!isFullDate(digits)) return std::u16string(text);
     return digits.substr(0, 4) + u'-' + digits.substr(4, 2) + u'-' + digits.substr(6, 2);
 }
 
 std::u16string writeDate(std::u16string_view text, Version version, std::u16string_view before)
 {
-    const std::u16string digits = digitsOfDate(text);
-    if (!isDate(digits) || text.size() != 10) return std::u16string(text);
-    const bool basicBefore = before.size() >= 8 && before.substr(0, 8).find(u'-') == before.npos;
-    return version == Version::V40 || basicBefore ? digits : std::u16string(text);
+    const std::string basic = basicOf(text);
+    if (!isBasicDate(basic) || extendedDate(basic) != toUtf8(text)) return std::u16string(text);
+    const bool basicBefore =
+        (before.size() >= 8 && before.substr(0, 8).find(u'-') == before.npos) || (before.size() == 6 && before.starts_with(u"--"));
+    return version == Version::V40 || basicBefore ? fromUtf8(basic) : std::u16string(text);
 }
+
+bool isDate(std::u16string_view text) { return isBasicDate(basicOf(text)) && extendedOf(text) == toUtf8(text); }
+
+bool isDateTime(std::u16string_view text) { return isDate(text) && hasTime(toUtf8(text)); }
 
 std::u16string cleaned(std::u16string_view text)
 {

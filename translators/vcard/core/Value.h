@@ -22,10 +22,14 @@ std::u16string withoutEmptyTail(std::u16string text, char16_t separator); // kee
 std::u16string join(const std::vector<std::u16string>& parts, std::u16string_view separator);
 std::u16string trimBlanks(std::u16string_view text);
 
-// Returns a date, 19800321 or 1980-03-21 with or without a time, as yyyy-mm-dd; any other text unchanged.
+// Returns a date in the form 1985-04-12, 1985-04-12T10:22:00Z or --04-12, whichever form of that date the text has. A time of midnight
+// means a date alone. Any other text stays, apart from a date with a time of unknown form, which counts as a date alone.
 std::u16string readDate(std::u16string_view text);
-// Returns the date yyyy-mm-dd in the form of the version. Before 4.0 that is the form of `before`, the value that it replaces.
+// Returns a date of these forms in the form of the version. Before 4.0 that is the form of `before`, the value that it replaces. Any other
+// text stays.
 std::u16string writeDate(std::u16string_view text, Version version, std::u16string_view before);
+bool isDate(std::u16string_view text);     // whether version 4.0 knows the text as a date: one of these forms, or a year or month alone
+bool isDateTime(std::u16string_view text); // the form 1985-04-12T10:22:00Z
 
 // Returns what a card can hold of the text: LF as line break, no control characters but tab, U+FFFD for unpaired surrogates.
 std::u16string cleaned(std::u16string_view text);

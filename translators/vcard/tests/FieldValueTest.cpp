@@ -77,5 +77,40 @@ TEST(FieldValue, AnyTextIsReadBackAsAList)
     }
 }
 
+TEST(FieldValue, ADateKeepsItsTimeAndMayLackItsYear)
+{
+    EXPECT_EQ(textOf("4.0", "BDAY:19531015T231000Z", ftBirthday), "1953-10-15T23:10:00Z");
+    EXPECT_EQ(textOf("4.0", "BDAY:19531015T23-05", ftBirthday), "1953-10-15T23-05");
+    EXPECT_EQ(textOf("3.0", "BDAY;VALUE=date-time:1953-10-15T23:10:00-05:00", ftBirthday), "1953-10-15T23:10:00-05:00");
+    EXPECT_EQ(textOf("4.0", "BDAY:--0412", ftBirthday), "--04-12");
+    EXPECT_EQ(textOf("3.0", "BDAY:--04-12", ftBirthday), "--04-12");
+    for (const char* line :
+         {"BDAY:19531015T231000Z", "BDAY:19531015T2310-0500", "BDAY:19531015T231000.5+0100", "BDAY:19531015T23", "BDAY:--0412",
+          "BDAY:1985-04", "BDAY:1985", "BDAY:--04", "BDAY:---12", "BDAY:19531015", "BDAY;VALUE=text:circa 1800"})
+        expectWrittenAgain("4.0", line, ftBirthday);
+    for (const char* line :
+         {"BDAY;VALUE=date-time:1953-10-15T23:10:00Z", "BDAY:1953-10-15", "BDAY:--04-12", "BDAY:1985-04", "BDAY:1985", "BDAY:circa 1800"})
+        expectWrittenAgain("3.0", line, ftBirthday);
+}
+
+TEST(FieldValue, ATimeOfMidnightOrOfUnknownFormIsNotPartOfADate)
+{
+    for (const char* line : {"BDAY:1953-10-15T00:00:00Z", "BDAY;VALUE=date-time:19531015T000000", "BDAY:1953-10-15 00:00",
+                             "BDAY:19531015T00:00:00.000-05:00", "BDAY:1953-10-15 at noon", "BDAY:1953-10-15T25"})
+        for (const char* version : {"2.1", "3.0", "4.0"}) EXPECT_EQ(textOf(version, line, ftBirthday), "1953-10-15") << line;
+}
+
+TEST(FieldValue, AnEditedDateHasTheFormOfItsVersion)
+{
+    EXPECT_EQ(edited("4.0", "BDAY;VALUE=text:circa 1800", ftBirthday, "--04-12"), "BDAY:--0412");
+    EXPECT_EQ(edited("4.0", "BDAY:--0412", ftBirthday, "1985-04-12T10:22:00Z"), "BDAY:19850412T102200Z");
+    EXPECT_EQ(edited("4.0", "BDAY:19850412", ftBirthday, "T10:22"), "BDAY;VALUE=text:T10:22");
+    EXPECT_EQ(edited("3.0", "BDAY:--0412", ftBirthday, "--04-13"), "BDAY:--0413");
+    EXPECT_EQ(edited("3.0", "BDAY:19850412", ftBirthday, "1985-04-12T10:22:00Z"), "BDAY;VALUE=date-time:19850412T102200Z");
+    EXPECT_EQ(edited("3.0", "BDAY;VALUE=date-time:1985-04-12T10:22:00Z", ftBirthday, "1985-04-13"), "BDAY:1985-04-13");
+    EXPECT_EQ(edited("3.0", "BDAY;VALUE=date:1985-04-12", ftBirthday, "1985-04-12T10:22:00Z"), "BDAY;VALUE=date-time:1985-04-12T10:22:00Z");
+    EXPECT_EQ(edited("2.1", "BDAY:1985-04-12", ftBirthday, "1985-04-12T10:22:00Z"), "BDAY:1985-04-12T10:22:00Z");
+}
+
 } // namespace
 } // namespace mb::vcard

@@ -206,6 +206,19 @@ TEST_F(VCardTranslatorTest, ValuesOfOtherTypesAreConverted)
     EXPECT_EQ(get("a.vcf"), cardText("A", "BDAY:1980-03-21\r\nX-MB-REMIND-DAYS:14\r\n"));
 }
 
+TEST_F(VCardTranslatorTest, APartOfADateIsNotTakenForADateOfAnotherCountry)
+{
+    put("a.vcf", cardText("A"));
+    ASSERT_EQ(initialize(), S_OK);
+    Bstr id(u"a.vcf");
+    for (const std::u16string_view text : {u"--04-12", u"1985-04", u"1985"}) {
+        ASSERT_EQ(translator->BeginEditRecord(id.get()), S_OK);
+        EXPECT_EQ(translator->WriteField(id.get(), field(ftBirthday), Variant(text)), S_OK);
+        ASSERT_EQ(translator->SaveRecord(id.inOut()), S_OK);
+        EXPECT_EQ(get("a.vcf"), cardText("A", "BDAY:" + toUtf8(text) + "\r\n"));
+    }
+}
+
 TEST_F(VCardTranslatorTest, ABadFileIsLoggedWithItsLineAndLeftOut)
 {
     put("bad%d.vcf", "BEGIN:VCARD\nVERSION:3.0\nEND:VCARD\nEND:VCARD\n");
