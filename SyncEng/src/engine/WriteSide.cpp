@@ -33,8 +33,8 @@ private:
     PassSide& target() { return pass_.side(targetSide_); }
     const std::u16string& targetName() const { return run_.side(targetSide_).name; }
 
-    // Does the items in their order. Progress is also told for the items of the other side's plan that wait in the same list of records,
-    // each at its place in the order.
+    // Does the items in their order. Progress is also told for the other side's items that wait: their records are on the same side as the
+    // records of `items`, and each is told at its place among them.
     template <class Work> void doAll(PlanItems& items, const PlanItems& waiting, Work&& work)
     {
         auto next = waiting.begin();

@@ -299,6 +299,20 @@ TEST_F(ConfirmTest, WithOneDirectionOnlyThatSideIsPlanned)
     EXPECT_THAT(host->plans, ElementsAre("1: 1 0 0 0", "2: 1 1 0 0"));
 }
 
+TEST_F(ConfirmTest, ADeletionOnASideThatIsNotWrittenIsNotToldToTheHost)
+{
+    const auto ada = s.one().add({{ftFirstName, u"Ada"}, {ftLastName, u"Lovelace"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    s.setOption(soSyncType, stExportFromTrans1);
+    s.setOption(soDelConflictResolution, croTrans2Wins);
+    s.one().set(ada, ftCity1, u"Paris");
+    s.two().remove(std::u16string(s.two().order.back()));
+    const auto host = com::make<ReviewFake>();
+    EXPECT_EQ(syncAsking(host.get(), true), S_OK);
+    EXPECT_THAT(host->plans, ElementsAre("1: 1 0 0 0", "2: 0 0 0 0"));
+    EXPECT_THAT(s.one().records, SizeIs(1));
+}
+
 TEST_F(ConfirmTest, ALookAtThePlanGoesOnFromCategoriesToContacts)
 {
     for (mbtest::FakeStore* store : {&s.one(), &s.two()}) store->options.categories = true;
