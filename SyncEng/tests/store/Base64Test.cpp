@@ -25,10 +25,9 @@ TEST(Base64, BlanksAndLineEndsInsideTheTextAreSkipped) { EXPECT_EQ(CBase64(u" YW
 
 TEST(Base64, ThePlainTextEndsAtItsFirstZero) { EXPECT_EQ(decodeBase64("YQBi"), u"a"); }
 
-TEST(Base64, InvalidInputGivesBytesAndNoError)
+TEST(Base64, AByteOutsideOfTheAlphabetGivesBytesAndNoError)
 {
-    for (const char* bad : {"*", "****", "Y", "YW", "YWJ", "=", "====", "\xFF\xFE"}) (void)decodeBase64(bad);
-    EXPECT_EQ(decodeBase64("YWJj*"), decodeBase64("YWJj*")) << "deterministic";
+    EXPECT_TRUE(decodeBase64("YW*j").starts_with(u"a\x7F")) << "its value is 254";
     EXPECT_TRUE(decodeBase64("YWJj*").starts_with(u"abc"));
 }
 
