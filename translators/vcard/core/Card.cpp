@@ -310,9 +310,12 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
     case Shape::Phone:
         if (isUri(line)) line.removeParam("VALUE"); // a plain value may be any text, a tel: URI may not
         break;
-    case Shape::Gender:
-        if (line.name() != "GENDER" || text.empty() || isSex(text)) break;
-        return u";" + escape(text, version, true);
+    case Shape::Gender: {
+        if (line.name() != "GENDER" || text.empty()) break;
+        if (!isSex(text)) return u";" + escape(text, version, true);
+        const bool describes = !escapedPart(before, u';', 0).empty(); // otherwise the text was the field's value
+        return withPart(describes ? std::u16string_view(before) : std::u16string_view(), u';', 0, text, 1);
+    }
     case Shape::Chat: {
         if (line.name() != "IMPP" || text.empty()) break;
         if (field.slot != kAnyChat) return std::u16string(chatPrefix(before)) + escape(text, version, false);

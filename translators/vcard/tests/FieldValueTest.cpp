@@ -112,5 +112,16 @@ TEST(FieldValue, AnEditedDateHasTheFormOfItsVersion)
     EXPECT_EQ(edited("2.1", "BDAY:1985-04-12", ftBirthday, "1985-04-12T10:22:00Z"), "BDAY:1985-04-12T10:22:00Z");
 }
 
+TEST(FieldValue, AGenderKeepsItsTextWhenTheSexIsEdited)
+{
+    EXPECT_EQ(textOf("4.0", "GENDER:M;male person", ftGender), "M");
+    EXPECT_EQ(edited("4.0", "GENDER:M;male person", ftGender, "O"), "GENDER:O;male person");
+    EXPECT_EQ(edited("4.0", "GENDER:M;it depends\\, ask", ftGender, "F"), "GENDER:F;it depends\\, ask");
+    EXPECT_EQ(edited("4.0", "GENDER:M;male person", ftGender, "neither"), "GENDER:;neither");
+    EXPECT_EQ(edited("4.0", "GENDER:;neither", ftGender, "F"), "GENDER:F");
+    EXPECT_EQ(edited("4.0", "GENDER:M;male person", ftGender, ""), "");
+    EXPECT_EQ(edited("3.0", "X-GENDER:male", ftGender, "F"), "X-GENDER:F");
+}
+
 } // namespace
 } // namespace mb::vcard
