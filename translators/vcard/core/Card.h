@@ -44,6 +44,8 @@ public:
     // field, and ignores the own lines of the text. Returns whether the card changed.
     std::u16string details() const;
     bool setDetails(std::u16string_view text);
+    // Gives a new card the UID that the details name; without one the card keeps its own.
+    void takeUid(std::u16string_view details);
 
     // Returns the parts of the name as one text, such as "Dr. John Q. Doe Jr.".
     std::u16string composedName() const;

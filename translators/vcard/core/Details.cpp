@@ -146,6 +146,13 @@ std::u16string CardDetails::text() const
 
 std::u16string Card::details() const { return CardDetails(*this).text(); }
 
+void Card::takeUid(std::u16string_view details)
+{
+    const std::string uid = toUtf8(plugin::ownDetail(plugin::cleanedDetails(details), u"UID"));
+    const auto line = std::ranges::find(lines_, "UID", &Line::name);
+    if (!uid.empty() && line != lines_.end()) *line = lineFromCanonical("UID:" + uid, context_);
+}
+
 bool Card::setDetails(std::u16string_view text) { return DetailsEdit(*this, text).apply(); }
 
 } // namespace mb::vcard

@@ -1,6 +1,8 @@
 #include "CardStore.h"
 
 #include "Ascii.h"
+#include "Charset.h"
+#include "DetailsText.h"
 #include "NewGuid.h"
 
 #include <algorithm>
@@ -74,6 +76,12 @@ const Card& CardStore::openFor(const std::string& id) const
     throw StoreError(Step::ReadField, "The card \"" + id + "\" is not being read.");
 }
 
+std::u16string CardStore::read(const std::string& id, int type) const
+{
+    const Card& card = openFor(id);
+    return type == plugin::kDetailsField ? card.details() : card.get(type);
+}
+
 void CardStore::endRead(const std::string& id)
 {
     if (!reading_ || reading_->id != id) throw StoreError(Step::BeginRead, "The card \"" + id + "\" is not being read.");
@@ -127,8 +135,21 @@ CardStore::Open& CardStore::openForWriting(const std::string& id, Step step)
 void CardStore::write(const std::string& id, int type, std::u16string_view text)
 {
     Open& record = openForWriting(id, Step::WriteField);
+    if (type == plugin::kDetailsField) return writeDetails(record, text);
     record.displayNameWritten = record.displayNameWritten || type == kDisplayNameField;
     record.card.set(type, text);
+}
+
+void CardStore::writeDetails(Open& record, std::u16string_view text)
+{
+    const std::u16string name = record.card.composedName();
+    if (const std::string refusal = plugin::detailsRefusal(text, name.empty() ? record.id : toUtf8(name)); !refusal.empty())
+        throw StoreError(Step::WriteField, refusal);
+    record.card.setDetails(text);
+    if (!record.isNew) return;
+    Card named = record.card;
+    named.takeUid(text);
+    if (!ids_.hasUid(safeToken(named.uid()))) record.card = std::move(named);
 }
 
 void CardStore::writeImage(const std::string& id, int type, std::string_view bytes)
@@ -160,6 +181,8 @@ void CardStore::put(Open& record)
 {
     if (record.isNew) {
         const Place place = storageOfNew().add(record);
+        const FileRecord& file = cards_.index->fileAt(place);
+        record.id = place.isFile() ? file.id() : file.idOf(file.cards[place.cardIndex()]);
         ids_.add(record.id, place);
         return;
     }

@@ -7,6 +7,7 @@
 // - An edit or a deletion is refused if another program changed the card since it was listed. In a file of many cards, edits of different
 //   cards are merged.
 // - In a batch a file of one card is written at once, a file of many cards at the end of the batch. The disk is flushed once, at the end.
+// - A new card gets the UID that its details name, unless a card of the store has it. Its file is named by this plug-in.
 // - If the end of a batch fails for a file of many cards, that file is unchanged.
 #pragma once
 #include "ManyCardFiles.h"
@@ -38,7 +39,7 @@ public:
     std::int64_t modified(const std::string& id) const override;
 
     void beginRead(const std::string& id) override;
-    std::u16string read(const std::string& id, int type) const override { return openFor(id).get(type); }
+    std::u16string read(const std::string& id, int type) const override;
     void endRead(const std::string& id) override;
 
     void expectWritable(const std::string& id) override;
@@ -67,6 +68,7 @@ private:
     Open& openForWriting(const std::string& id, Step step);
     Open load(const std::string& id, Step step);
     void put(Open& record);
+    void writeDetails(Open& record, std::u16string_view text);
     void commitAll(Step step);
     void discardEdits();
 

@@ -58,6 +58,7 @@ void RecordIds::list()
     order_.clear();
     places_.clear();
     uidsIndexed_ = false;
+    uids_.reset();
     order_.reserve(files.size());
     places_.reserve(files.size());
     std::vector<std::pair<std::string, Place>> listed;
@@ -119,8 +120,22 @@ void RecordIds::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
     }
 }
 
+bool RecordIds::hasUid(const std::string& token) const
+{
+    if (!uids_) {
+        uids_.emplace();
+        for (const FileRecord& file : cards_.index->files()) {
+            if (file.gone) continue;
+            uids_->insert(folded(file.uid));
+            for (const CardRecord& card : file.cards) uids_->insert(folded(card.token));
+        }
+    }
+    return uids_->contains(folded(token));
+}
+
 void RecordIds::add(const std::string& id, const Place& place)
 {
+    if (uids_) uids_->insert(folded(cards_.index->uidAt(place)));
     places_.emplace(id, place);
     order_.push_back(id);
 }

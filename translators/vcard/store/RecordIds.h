@@ -32,6 +32,9 @@ public:
     // Throws a StoreError if there is no such card. The file at the place may be bad.
     Place placeOf(const std::string& id, Step step) const;
 
+    // Returns whether a card of the store, or of a file that cannot be read, has the UID. Ignores case, as identifiers do.
+    bool hasUid(const std::string& token) const;
+
     void add(const std::string& id, const Place& place);
     void remove(const std::string& id);
     void list(); // again, after the index changed
@@ -58,6 +61,7 @@ private:
     mutable bool uidsIndexed_ = false;
     mutable std::unordered_map<std::string, std::vector<std::string>> byUid_; // identifiers by UID
     mutable Names byName_;
+    mutable std::optional<std::unordered_set<std::string>> uids_; // case-folded tokens of all cards; nullopt until it is asked for
 };
 
 } // namespace mb::vcard

@@ -226,6 +226,20 @@ TEST(Details, ARemovedLineDoesNotJoinItsNeighbours)
     EXPECT_EQ(detailsOf(card), "KEY:data:application/octet-stream;base64,AAAA\n");
 }
 
+TEST(Details, NameTheUidOfANewCard)
+{
+    for (const Version version : {Version::V30, Version::V40}) {
+        Card card = Card::make("4fbe8971-0bc3-424c-9c26-36c3e1eff6b1", "\n", version);
+        card.takeUid(u"LANG:fr");
+        EXPECT_EQ(card.uid(), "urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1");
+        card.takeUid(u"LANG:fr\nUID:a\x01"
+                     u"b\\,c\nVERSION:3.0");
+        EXPECT_EQ(card.uid(), "ab\\,c");
+        EXPECT_EQ(card.details(), version == Version::V30 ? u"UID:ab\\,c\nVERSION:3.0" : u"UID:ab\\,c\nVERSION:4.0");
+        EXPECT_TRUE(card.readsBackFrom(card.bytes()));
+    }
+}
+
 // An algorithm that is not linear would take minutes for each of these cards.
 TEST(Details, OfHugeCardsTakeLinearTime)
 {

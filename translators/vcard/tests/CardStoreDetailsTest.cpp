@@ -1,0 +1,84 @@
+// The details of the cards of a store, and the UID that a new card takes from them.
+#include "CardStoreFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace mb::vcard {
+namespace {
+
+using testing::HasSubstr;
+using CardStoreDetails = CardStoreTest;
+
+std::string addWith(CardStore& store, std::u16string_view lastName, std::u16string_view details)
+{
+    const std::string id = store.beginAdd();
+    store.write(id, ftLastName, lastName);
+    store.write(id, ftDetails, details);
+    return store.save(id);
+}
+
+TEST_F(CardStoreDetails, AreReadAndWrittenWithTheCard)
+{
+    put("a.vcf", cardText("Doe", "1"));
+    CardStore store = open();
+    EXPECT_EQ(read(store, "a.vcf#1", ftDetails), u"X-OTHER:kept\nUID:1\nVERSION:3.0");
+    edit(store, "a.vcf#1", ftDetails, u"X-OTHER:kept\nLANG:fr\nUID:2\nVERSION:4.0");
+    EXPECT_EQ(get("a.vcf"), "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:1\r\nN:Doe;;;;\r\nFN:Doe\r\nX-OTHER:kept\r\nLANG:fr\r\nEND:VCARD\r\n");
+    EXPECT_EQ(read(store, "a.vcf#1", ftDetails), u"X-OTHER:kept\nLANG:fr\nUID:1\nVERSION:3.0");
+    const auto before = fs::last_write_time(folder / "a.vcf");
+    edit(store, "a.vcf#1", ftDetails, u"LANG:fr\nX-OTHER:kept");
+    EXPECT_EQ(fs::last_write_time(folder / "a.vcf"), before) << "equal details write nothing";
+}
+
+TEST_F(CardStoreDetails, ANewCardTakesTheUidIfNoCardHasIt)
+{
+    put("a.vcf", cardText("Doe", "Taken"));
+    CardStore store = open();
+    store.beginBatch();
+    const std::string first = addWith(store, u"Roe", u"LANG:fr\nUID:free/1");
+    EXPECT_THAT(first, testing::EndsWith(".vcf#free%2f1"));
+    const std::string name = first.substr(0, first.find('#'));
+    EXPECT_THAT(get(name), HasSubstr("UID;VALUE=text:free/1\r\n"));
+    EXPECT_TRUE(store.exists(first));
+    EXPECT_EQ(read(store, first, ftLastName), u"Roe");
+    for (const char16_t* taken : {u"UID:taken", u"UID:free/1", u"UID:Taken"}) {
+        const std::string other = addWith(store, u"Poe", taken);
+        EXPECT_THAT(other, testing::EndsWith(".vcf")) << "a UID of its own";
+        EXPECT_THAT(get(other), HasSubstr("UID:urn:uuid:" + other.substr(0, other.size() - 4)));
+    }
+    store.endBatch(false);
+    store.close();
+    CardStore again = open();
+    EXPECT_EQ(again.count(), 5u);
+    EXPECT_TRUE(again.updatedId(first).empty());
+    EXPECT_EQ(read(again, first, ftDetails), u"LANG:fr\nUID:free/1\nVERSION:4.0");
+}
+
+TEST_F(CardStoreDetails, ANewCardInAFileOfManyTakesTheUid)
+{
+    put("all.vcf", cardText("Doe", "1") + cardText("Roe", "2"));
+    CardStore store = open(folder / "all.vcf");
+    store.beginBatch();
+    const std::string id = addWith(store, u"Poe", u"UID:3"), other = addWith(store, u"Moe", u"UID:2");
+    EXPECT_EQ(id, "all.vcf#3");
+    EXPECT_THAT(other, HasSubstr("all.vcf#urn:uuid:"));
+    store.endBatch(false);
+    store.close();
+    CardStore again = open(folder / "all.vcf");
+    EXPECT_EQ(again.count(), 4u);
+    EXPECT_EQ(read(again, "all.vcf#3", ftLastName), u"Poe");
+    EXPECT_EQ(read(again, other, ftLastName), u"Moe");
+}
+
+TEST_F(CardStoreDetails, OfHugeSizeAreRefusedWithTheNameOfTheCard)
+{
+    CardStore store = open();
+    const std::string id = store.beginAdd();
+    store.write(id, ftLastName, u"Doe");
+    store.write(id, ftDetails, u"X-LONG:" + std::u16string(2u << 20, u'x'));
+    expectFailure(Step::WriteField, "\"Doe\"", [&] { store.write(id, ftDetails, u"X-LONG:" + std::u16string(33u << 20, u'x')); });
+    EXPECT_GT(get(store.save(id)).size(), 2u << 20) << "a line of 2 MiB travels";
+}
+
+} // namespace
+} // namespace mb::vcard
