@@ -38,6 +38,7 @@ std::vector<MappedField> mappedFields(REFGUID map, ITranslator* side1, ITranslat
     std::vector<LONG> order1;
     for (LONG i = 0; i < count; ++i) {
         const LONG type1 = typeOf(types1, fields1.data()[i]), type2 = typeOf(types2, fields2.data()[i]);
+        if (type1 == ftDetails && type2 == ftDetails) continue; // the engine merges them, and equal records may differ in them
         if (isImage(type1) != isImage(type2)) throw com::Error(E_FAIL);
         made.push_back({fields1.data()[i], type2, isImage(type2)});
         order1.push_back(type1);

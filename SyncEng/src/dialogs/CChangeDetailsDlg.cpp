@@ -3,8 +3,10 @@
 #include "dialogs/DialogTexts.h"
 #include "foundation/Format.h"
 #include "foundation/Strings.h"
+#include "text.h"
 #include "translators/Cancelled.h"
 #include "translators/ImageFields.h"
+#include <algorithm>
 
 namespace mb {
 namespace {
@@ -40,6 +42,28 @@ HRESULT currentValue(const TranslatorFields& fields, IImageSupport* images, cons
     return S_OK;
 }
 
+// The name of a line of details: its property, or the field of an annotation.
+std::u16string detailName(const TranslatorFields& fields, std::u16string_view line)
+{
+    if (line.starts_with(u'@')) return fields.nameOfType(platform::toInt(line.substr(1)));
+    std::u16string_view name = line.substr(0, line.find_first_of(u";:"));
+    if (const std::size_t dot = name.find(u'.'); dot != std::u16string_view::npos) name.remove_prefix(dot + 1);
+    return std::u16string(name);
+}
+
+// Adds a row for each line, which begins with "-" where it goes and with "+" where it comes.
+void addDetails(const TranslatorFields& fields, std::u16string_view lines, std::vector<ListRow>& rows)
+{
+    while (!lines.empty()) {
+        const std::size_t end = std::min(lines.find(u'\n'), lines.size());
+        const std::u16string_view line = lines.substr(0, end);
+        lines.remove_prefix(std::min(end + 1, lines.size()));
+        const std::u16string cell = CellText(line);
+        const bool goes = line.starts_with(u'-');
+        rows.push_back({{detailName(fields, line.substr(1)), goes ? cell : std::u16string(), goes ? std::u16string() : cell}});
+    }
+}
+
 } // namespace
 
 void CChangeDetailsDlg::prepare()
@@ -67,6 +91,10 @@ void CChangeDetailsDlg::fillList(const TranslatorFields& fields)
     const auto images = com::Ptr<ITranslator>(change_.translator).tryAs<IImageSupport>();
     for (const auto& [type, value] : *change_.values) {
         if (isImageType(type) && (!change_.SyncImages || !images)) continue;
+        if (type == ftDetails) {
+            addDetails(fields, value, model_[idList].rows);
+            continue;
+        }
         const LONG target = mappedType(change_.FieldTypes, type);
         const std::u16string name =
             isImageSize(type) ? LoadText(type == ftImageSize1 ? Text::FrontImageSize : Text::BackImageSize) : fields.nameOfType(target);

@@ -12,7 +12,8 @@ struct ContactChange {
     ITranslator* translator = nullptr;
     GUID clsid{};
     std::u16string recordId;
-    const FieldValueMap* values = nullptr;    // the new values, by field types of the other side; may be null
+    // The new values, by field types of the other side; may be null. Of ftDetails the lines that go, behind "-", and come, behind "+".
+    const FieldValueMap* values = nullptr;
     const FieldTypeMap* FieldTypes = nullptr; // from field types of the other side to those of this side
     bool SyncImages = false;
     std::u16string storeName{}; // the run's name for the store; if empty, the translator's short name is shown

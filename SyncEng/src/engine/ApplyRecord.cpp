@@ -153,7 +153,8 @@ private:
             .types = AnnotationTypes(pass_, sourceSide_),
             .newTarget = isNew_,
             .sourceWins = [this](const DetailsUnit& unit) { return SourceWinsDetails(pass_, sourceSide_, item_, waiting_, unit); }});
-        if (matched_ || !details_->changesTarget()) return;
+        if (!details_->changesTarget()) return;
+        if (matched_) return leaveDetails(); // a link writes nothing
         target_.store.write(targetKey_.get(), (*pass_.details)[targetSide_], com::Variant(details_->text()));
         writes_.details = true;
         for (const std::u16string_view line : details_->overwritten()) writes_.overwritten.emplace_back(line);
@@ -162,6 +163,7 @@ private:
     // The next run compares both records again.
     void leaveDetails()
     {
+        details_.reset();
         NoteUnreadDetails(pass_, sourceSide_, recordId_);
         if (!isNew_) NoteUnreadDetails(pass_, targetSide_, targetKey_.text());
     }

@@ -330,6 +330,18 @@ TEST_F(ChangeDetailsTest, EachFieldIsShownWithBothValues)
     EXPECT_THAT(shown[1].cells, ElementsAre(u"Notes", u"", std::u16string(100, u'n') + u"..."));
 }
 
+TEST_F(ChangeDetailsTest, DetailsAreShownLineByLine)
+{
+    fields = values({{ftCity1, u"Paris"}, {ftDetails, u"-NOTE;LANGUAGE=de:a\n+item1.URL:b\n+@20;TYPE=cell\n-BDAY"}});
+    const auto shown = rows();
+    ASSERT_EQ(shown.size(), 5u);
+    EXPECT_THAT(shown[0].cells, ElementsAre(u"City", u"London", u"Paris"));
+    EXPECT_THAT(shown[1].cells, ElementsAre(u"NOTE", u"-NOTE;LANGUAGE=de:a", u""));
+    EXPECT_THAT(shown[2].cells, ElementsAre(u"URL", u"", u"+item1.URL:b"));
+    EXPECT_THAT(shown[3].cells, ElementsAre(u"Phone", u"", u"+@20;TYPE=cell"));
+    EXPECT_THAT(shown[4].cells, ElementsAre(u"BDAY", u"-BDAY", u""));
+}
+
 TEST_F(ChangeDetailsTest, ImagesAreShownByPresenceAndSizeIfTheyAreSynchronised)
 {
     fields = values({{ftImage1, u"1"}, {ftImageSize1, u"77"}});

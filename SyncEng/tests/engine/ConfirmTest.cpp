@@ -109,6 +109,20 @@ TEST_F(ConfirmTest, CancelEndsBeforeAnyWrite)
     EXPECT_EQ(history(), before) << "no stamp";
 }
 
+TEST_F(ConfirmTest, TheHostIsToldOfDetailsLineByLine)
+{
+    s.one().addDetailsField();
+    s.two().addDetailsField();
+    const auto id = s.one().add({{ftLastName, u"Lovelace"}, {ftCity1, u"London"}, {ftDetails, u"NOTE:a\nTZ:1"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    s.one().set(id, ftDetails, u"NOTE:b\nTZ:1");
+    s.one().set(id, ftCity1, u"Paris");
+    const auto host = com::make<ReviewFake>();
+    host->details = true;
+    ASSERT_EQ(syncAsking(host.get()), E_ABORT);
+    EXPECT_THAT(host->fields, ElementsAre(u"City: London > Paris", u"NOTE: -NOTE:a > ", u"NOTE:  > +NOTE:b"));
+}
+
 TEST_F(ConfirmTest, WithNothingToDoNothingIsAsked)
 {
     EXPECT_EQ(syncAsking(), S_OK);

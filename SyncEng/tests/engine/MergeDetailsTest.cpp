@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <random>
 
 namespace {
 
@@ -18,7 +17,7 @@ using mbtest::textOfLines;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-enum class Winner { One, Two };
+using mbtest::Winner;
 
 // Two records, and what the history knows of their details.
 struct Pair {
@@ -267,66 +266,20 @@ TEST(MergeDetailsTest, EqualLinesAreCounted)
     EXPECT_EQ(linesOf(pair.one), (Lines{u"X-A:1"}));
 }
 
-namespace {
-
-// The reference: what two sets become whose last common content was `base`. A property that stands once follows its own rule.
-std::set<std::u16string> mergeOfSets(const std::set<std::u16string>& one, const std::set<std::u16string>& two,
-                                     const std::set<std::u16string>& base, Winner winner)
-{
-    std::set<std::u16string> merged;
-    for (const std::u16string& line : one)
-        if (!base.contains(line) || two.contains(line)) merged.insert(line);
-    for (const std::u16string& line : two)
-        if (!base.contains(line)) merged.insert(line);
-    std::vector<std::u16string> days;
-    for (const std::u16string& line : merged)
-        if (line.starts_with(u"BDAY")) days.push_back(line);
-    if (days.size() > 1)
-        for (const std::u16string& day : days)
-            if (!(winner == Winner::One ? one : two).contains(day)) merged.erase(day);
-    return merged;
-}
-
-class RandomLines {
-public:
-    explicit RandomLines(unsigned seed) : random_(seed) {}
-    int below(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
-    std::u16string number(int limit) { return {static_cast<char16_t>(u'a' + below(limit))}; }
-    std::u16string line() { return u"X-" + number(4) + u";TYPE=" + number(2) + u":" + number(6); }
-    void edit(std::set<std::u16string>& lines)
-    {
-        for (int edits = below(5); edits > 0; --edits) {
-            if (!lines.empty() && below(2) == 0) lines.erase(std::next(lines.begin(), below(static_cast<int>(lines.size()))));
-            if (below(3) != 0) lines.insert(line());
-            if (below(6) == 0) {
-                std::erase_if(lines, [](const std::u16string& each) { return each.starts_with(u"BDAY"); });
-                lines.insert(u"BDAY:" + number(20));
-            }
-        }
-    }
-
-private:
-    std::mt19937 random_;
-};
-
-std::u16string joined(const std::set<std::u16string>& lines) { return textOfLines(Lines(lines.begin(), lines.end())); }
-
-} // namespace
-
 TEST(MergeDetailsTest, RandomEditsOnBothSidesBecomeTheMergeOfSets)
 {
     for (unsigned seed = 1; seed <= 400; ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
-        RandomLines random(seed);
+        mbtest::RandomLines random(seed);
         std::set<std::u16string> one, two, base;
         Pair pair;
         for (int run = 0; run < 8; ++run) {
             random.edit(one);
             random.edit(two);
-            pair.one = joined(one);
-            pair.two = joined(two);
+            pair.one = mbtest::joined(one);
+            pair.two = mbtest::joined(two);
             pair.winner = random.below(2) == 0 ? Winner::One : Winner::Two;
-            base = mergeOfSets(one, two, base, pair.winner);
+            base = mbtest::mergeOfSets(one, two, base, pair.winner);
             pair.run();
             ASSERT_EQ(linesOf(pair.one), Lines(base.begin(), base.end()));
             ASSERT_EQ(linesOf(pair.two), Lines(base.begin(), base.end()));

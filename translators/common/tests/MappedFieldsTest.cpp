@@ -61,6 +61,17 @@ TEST_F(MappedFieldsTest, APairWithAFieldThatItsSideDoesNotKnowIsLeftOut)
     EXPECT_EQ(fields[0].own, ftTitle);
 }
 
+TEST_F(MappedFieldsTest, ThePairOfDetailsIsLeftOut)
+{
+    for (mbtest::FakeStore* store : {one_.get(), two_.get()}) store->addDetailsField();
+    const mbtest::RegisteredMap map(folder_.path(), {pair(ftDetails, ftDetails), pair(ftTitle, ftTitle), pair(ftNotes, ftDetails)});
+    const auto fields = ask(map.id());
+    ASSERT_THAT(fields, SizeIs(2));
+    EXPECT_EQ(fields[0].own, ftTitle);
+    EXPECT_EQ(fields[0].other, one_->guidOf(ftTitle));
+    EXPECT_EQ(fields[1].own, ftDetails) << "a text like any other";
+}
+
 TEST_F(MappedFieldsTest, OfTwoFieldsOfOneTypeOnSideOneTheLastIsCompared)
 {
     // The engine keeps a record's values by type, so the last field of a type wins.
