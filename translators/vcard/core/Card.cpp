@@ -4,6 +4,7 @@
 #include "Charset.h"
 #include "LineReader.h"
 #include "ListValue.h"
+#include "PhoneValue.h"
 #include "Value.h"
 
 #include <algorithm>
@@ -41,11 +42,6 @@ bool isEnd(const Line& line)
 bool isDerived(const Line& line) { return line.param(kDerivedParam) && equalFold(*line.param(kDerivedParam), "TRUE"); }
 
 bool isUri(const Line& line) { return line.param("VALUE") && equalFold(*line.param("VALUE"), "URI"); }
-
-bool startsWithTel(std::u16string_view text)
-{
-    return text.size() >= 4 && (text[0] | 32) == u't' && (text[1] | 32) == u'e' && (text[2] | 32) == u'l' && text[3] == u':';
-}
 
 bool isSex(std::u16string_view text)
 {
@@ -266,10 +262,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     case Shape::List: return readList(value, version);
     case Shape::Values: return readValues(value, version);
     case Shape::Date: return readDate(unescape(value, version, false));
-    case Shape::Phone: {
-        std::u16string text = unescape(value, version, false);
-        return startsWithTel(text) ? text.substr(4) : std::move(text);
-    }
+    case Shape::Phone: return readPhone(unescape(value, version, false));
     case Shape::Gender: {
         if (line.name() != "GENDER") return unescape(value, version, false);
         const std::u16string_view sex = escapedPart(value, u';', 0);
@@ -308,7 +301,9 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
         return escape(date, version, false);
     }
     case Shape::Phone:
-        if (isUri(line)) line.removeParam("VALUE"); // a plain value may be any text, a tel: URI may not
+        if (!isUri(line)) break;
+        if (const std::optional<std::u16string> uri = phoneUri(text)) return *uri;
+        line.removeParam("VALUE"); // a plain value may be any text
         break;
     case Shape::Gender: {
         if (line.name() != "GENDER" || text.empty()) break;

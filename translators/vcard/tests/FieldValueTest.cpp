@@ -123,5 +123,19 @@ TEST(FieldValue, AGenderKeepsItsTextWhenTheSexIsEdited)
     EXPECT_EQ(edited("3.0", "X-GENDER:male", ftGender, "F"), "X-GENDER:F");
 }
 
+TEST(FieldValue, ATelephoneNumberMayHaveAnExtension)
+{
+    const std::string line = "TEL;VALUE=uri;TYPE=cell:tel:+1-555-0100;ext=7";
+    EXPECT_EQ(textOf("4.0", line, ftMobile), "+1-555-0100 ext. 7");
+    EXPECT_EQ(textOf("4.0", "TEL;VALUE=uri;TYPE=cell:TEL:+1-555-0100;ext=7;isub=12", ftMobile), "+1-555-0100;ext=7;isub=12");
+    EXPECT_EQ(textOf("4.0", "TEL;TYPE=cell:+1-555-0100 ext. 7", ftMobile), "+1-555-0100 ext. 7");
+    EXPECT_EQ(edited("4.0", line, ftMobile, "+1-555-0199 ext. 8"), "TEL;VALUE=uri;TYPE=cell:tel:+1-555-0199;ext=8");
+    EXPECT_EQ(edited("4.0", line, ftMobile, "+1-555-0199"), "TEL;VALUE=uri;TYPE=cell:tel:+1-555-0199");
+    EXPECT_EQ(edited("4.0", line, ftMobile, "(555) 0199 ext. 8"), "TEL;TYPE=cell:(555) 0199 ext. 8");
+    EXPECT_EQ(edited("4.0", line, ftMobile, "+1-555-0100;ext=8;isub=12"), "TEL;VALUE=uri;TYPE=cell:tel:+1-555-0100;ext=8;isub=12");
+    for (const char* text : {"+1-555-0199 ext. 8 or 9", "ext. 8", "+", "+1-555;ext=7", "1;\\x", "+1-555 ext. ", "1 ext. 2 ext. 3", "1;,"})
+        EXPECT_EQ(edited("4.0", line, ftMobile, text).substr(0, 14), "TEL;TYPE=cell:") << text;
+}
+
 } // namespace
 } // namespace mb::vcard
