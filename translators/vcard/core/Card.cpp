@@ -288,7 +288,8 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
     switch (field.shape) {
     case Shape::Part: {
         const std::size_t whole = before.empty() ? (line.name() == "N" ? kNameParts : line.name() == "ADR" ? kAddressParts : 1) : 1;
-        std::u16string changed = withPart(before, u';', field.part, escape(text, version, true), whole);
+        const std::u16string part = writeComponent(text, version, escapedPart(before, u';', field.part));
+        std::u16string changed = withPart(before, u';', field.part, part, whole);
         return line.name() == "ORG" ? withoutEmptyTail(std::move(changed), u';') : changed;
     }
     case Shape::List: return writeList(text, version);

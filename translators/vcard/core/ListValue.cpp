@@ -22,21 +22,33 @@ struct Spelled {
     std::u16string text, escaped;
 };
 
-// Returns the values of a property, those with the longest text first.
-std::vector<Spelled> spellingsOf(std::u16string_view value, Version version)
+// Returns the values of a list, those with the longest text first.
+std::vector<Spelled> spellingsOf(std::u16string_view list, Version version)
 {
     std::vector<Spelled> spellings;
-    for (std::u16string& escaped : splitEscaped(value, u','))
-        if (std::u16string text = trimBlanks(unescape(escaped, version, true)); !text.empty())
-            spellings.push_back({std::move(text), trimBlanks(escaped)});
+    for (const std::u16string& value : splitEscaped(list, u',')) {
+        std::u16string escaped = trimBlanks(value), text = unescape(escaped, version, true);
+        if (!text.empty()) spellings.push_back({std::move(text), std::move(escaped)});
+    }
     std::ranges::stable_sort(spellings, std::greater{}, [](const Spelled& s) { return s.text.size(); });
     return spellings;
 }
 
-// Returns whether `value` is the first value of the text.
-bool beginsWith(std::u16string_view text, std::u16string_view value)
+// Returns the list of the values that the separator separates in the text. Values of `spellings` are spelled as there.
+std::u16string listOf(std::u16string_view text, std::u16string_view separator, const std::vector<Spelled>& spellings, Version version)
 {
-    return text.starts_with(value) && (text.size() == value.size() || text.substr(value.size()).starts_with(kSeparator));
+    std::vector<std::u16string> values;
+    for (std::u16string_view rest = text;;) {
+        const auto isFirst = [&](const Spelled& s) {
+            return rest.starts_with(s.text) && (rest.size() == s.text.size() || rest.substr(s.text.size()).starts_with(separator));
+        };
+        const auto known = std::ranges::find_if(spellings, isFirst);
+        const bool found = known != spellings.end();
+        const std::size_t length = found ? known->text.size() : std::min(rest.find(separator), rest.size());
+        values.push_back(found ? known->escaped : escapedValue(rest.substr(0, length), version));
+        if (length == rest.size()) return join(values, u",");
+        rest.remove_prefix(length + separator.size());
+    }
 }
 
 } // namespace
@@ -51,18 +63,15 @@ std::u16string readValues(std::u16string_view value, Version version)
 
 std::u16string writeValues(std::u16string_view text, Version version, std::u16string_view before)
 {
-    const std::vector<Spelled> spellings = spellingsOf(before, version);
-    std::vector<std::u16string> values;
-    for (std::u16string_view rest = text;;) {
-        const auto known = std::ranges::find_if(spellings, [&](const Spelled& s) { return beginsWith(rest, s.text); });
-        const bool found = known != spellings.end();
-        const std::size_t length = found ? known->text.size() : std::min(rest.find(kSeparator), rest.size());
-        values.push_back(found ? known->escaped : escapedValue(rest.substr(0, length), version));
-        if (length == rest.size()) break;
-        rest.remove_prefix(length + kSeparator.size());
-    }
-    std::u16string value = join(values, u",");
+    std::u16string value = listOf(text, kSeparator, spellingsOf(before, version), version);
     return readValues(value, version) == text ? value : escapedValue(text, version); // blanks around a value would be lost
+}
+
+std::u16string writeComponent(std::u16string_view text, Version version, std::u16string_view before)
+{
+    if (splitEscaped(before, u',').size() == 1) return escape(text, version, true);
+    std::u16string list = listOf(text, u",", spellingsOf(before, version), version);
+    return unescape(list, version, true) == text ? list : escape(text, version, true); // a backslash at the end of `before` escapes nothing
 }
 
 } // namespace mb::vcard

@@ -137,5 +137,20 @@ TEST(FieldValue, ATelephoneNumberMayHaveAnExtension)
         EXPECT_EQ(edited("4.0", line, ftMobile, text).substr(0, 14), "TEL;TYPE=cell:") << text;
 }
 
+TEST(FieldValue, AComponentThatIsAListStaysOneWhenItIsEdited)
+{
+    const std::string line = "N:Doe;Jane;Philip,Paul;;Jr.,M.D.\\, ret.";
+    EXPECT_EQ(textOf("4.0", line, ftMiddleName), "Philip,Paul");
+    EXPECT_EQ(edited("4.0", line, ftMiddleName, "Philip,Paula"), "N:Doe;Jane;Philip,Paula;;Jr.,M.D.\\, ret.");
+    EXPECT_EQ(edited("4.0", line, ftMiddleName, "Philip"), "N:Doe;Jane;Philip;;Jr.,M.D.\\, ret.");
+    EXPECT_EQ(edited("4.0", line, ftNameSuffix, "Sr.,M.D., ret."), "N:Doe;Jane;Philip,Paul;;Sr.,M.D.\\, ret.");
+    EXPECT_EQ(edited("4.0", line, ftLastName, "Doe,Roe"), "N:Doe\\,Roe;Jane;Philip,Paul;;Jr.,M.D.\\, ret.");
+    EXPECT_EQ(edited("3.0", "N:;;Philip, Paul;;", ftMiddleName, "Philip, Paula"), "N:;;Philip, Paula;;");
+    EXPECT_EQ(edited("2.1", "N:;;Philip,Paul;;", ftMiddleName, "Philip,Paula"), "N:;;Philip,Paula;;");
+    EXPECT_EQ(edited("3.0", "ADR:;;1 Mill Lane,Floor 2;;;;", ftStreet3, "1 Mill Lane,Floor 3"), "ADR:;;1 Mill Lane,Floor 3;;;;");
+    EXPECT_EQ(edited("3.0", "ORG:Acme;x,y\\", ftDepartment, "y\\,z"), "ORG:Acme;y\\\\\\,z");
+    EXPECT_EQ(edited("3.0", "ORG:Acme\\, Ltd.", ftCompany, "Acme, Inc."), "ORG:Acme\\, Inc.");
+}
+
 } // namespace
 } // namespace mb::vcard
