@@ -47,10 +47,19 @@ template <class Each> void splitAtCommas(std::string_view text, bool respectQuot
     }
 }
 
-void addTypes(Params& params, std::string_view text)
+std::string typeWord(std::string_view text)
+{
+    std::string word(trimmed(text));
+    for (char& c : word) c = lower(c);
+    return word;
+}
+
+void addTypes(std::vector<std::string>& types, std::string_view text)
 {
     const std::string plain = plainText(text); // a list of types may be quoted as a whole
-    splitAtCommas(plain, false, [&](std::string_view word) { addType(params, trimmed(word)); });
+    splitAtCommas(plain, false, [&](std::string_view part) {
+        if (std::string word = typeWord(part); !word.empty()) types.push_back(std::move(word));
+    });
 }
 
 } // namespace
@@ -58,6 +67,7 @@ void addTypes(Params& params, std::string_view text)
 Params parseParams(std::string_view header)
 {
     Params params;
+    std::vector<std::string> types;
     std::size_t at = std::min(header.find(';'), header.size());
     while (at < header.size()) {
         const std::size_t end = std::min(findOutsideQuotes(header, ';', at + 1), header.size());
@@ -69,10 +79,13 @@ Params parseParams(std::string_view header)
         const std::string name = bare ? std::string(bareWordName(trimmed(text))) : paramName(text.substr(0, equals));
         const std::string_view values = bare ? text : text.substr(equals + 1);
         if (name == kType)
-            addTypes(params, values);
+            addTypes(types, values);
         else if (!name.empty())
             splitAtCommas(values, true, [&](std::string_view value) { params[name].push_back(plainText(value)); });
     }
+    std::ranges::sort(types);
+    types.erase(std::unique(types.begin(), types.end()), types.end());
+    if (!types.empty()) params.emplace(kType, std::move(types));
     return params;
 }
 
@@ -106,12 +119,9 @@ bool takeType(Params& params, std::string_view type)
 
 void addType(Params& params, std::string_view type)
 {
-    if (type.empty()) return;
-    std::string word(type);
-    for (char& c : word) c = lower(c);
     std::vector<std::string>& types = params[std::string(kType)];
-    const auto at = std::lower_bound(types.begin(), types.end(), word);
-    if (at == types.end() || *at != word) types.insert(at, std::move(word));
+    const auto at = std::ranges::lower_bound(types, type);
+    if (at == types.end() || *at != type) types.emplace(at, type);
 }
 
 std::string paramText(const Params& params, std::string_view name)

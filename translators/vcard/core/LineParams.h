@@ -19,7 +19,7 @@ std::string formatParam(std::string_view name, const std::vector<std::string>& v
 
 // Removes a value of TYPE. Returns whether it was there.
 bool takeType(Params& params, std::string_view type);
-void addType(Params& params, std::string_view type); // lower-case
+void addType(Params& params, std::string_view type); // Requires: `type` is lower-case
 // Returns the values of the parameter, joined by commas; empty if it is missing.
 std::string paramText(const Params& params, std::string_view name);
 

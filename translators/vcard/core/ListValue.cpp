@@ -10,23 +10,32 @@ namespace {
 
 constexpr std::u16string_view kSeparator = u", ";
 
+// As escape(), but with an escape of commas in version 2.1 too, whose other values have no lists.
 std::u16string escapedValue(std::u16string_view text, Version version)
 {
-    std::u16string escaped = escape(text, version, true);
-    if (version == Version::V21) // whose other structured values have no lists
-        for (std::size_t at = 0; (at = escaped.find(u',', at)) != escaped.npos; at += 2) escaped.insert(at, 1, u'\\');
-    return escaped;
+    const std::u16string escaped = escape(text, version, true);
+    if (version != Version::V21) return escaped;
+    std::u16string value;
+    value.reserve(escaped.size());
+    for (const char16_t c : escaped) {
+        if (c == u',') value += u'\\';
+        value += c;
+    }
+    return value;
 }
 
 struct Spelled {
     std::u16string text, escaped;
 };
 
-// Returns the values of a list, those with the longest text first.
+// Returns the values of a list, those with the longest text first; none of a list that is too long to be looked up value by value.
 std::vector<Spelled> spellingsOf(std::u16string_view list, Version version)
 {
+    constexpr std::size_t kMostValues = 200;
     std::vector<Spelled> spellings;
-    for (const std::u16string& value : splitEscaped(list, u',')) {
+    const std::vector<std::u16string> values = splitEscaped(list, u',');
+    if (values.size() > kMostValues) return spellings;
+    for (const std::u16string& value : values) {
         std::u16string escaped = trimBlanks(value), text = unescape(escaped, version, true);
         if (!text.empty()) spellings.push_back({std::move(text), std::move(escaped)});
     }

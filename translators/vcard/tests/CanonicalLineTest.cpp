@@ -226,6 +226,21 @@ TEST(CanonicalLine, LongLinesAreFoldedAsTheCardFoldsThem)
         }
 }
 
+// An algorithm that is not linear would take minutes.
+TEST(CanonicalLine, HugeHeadersTakeLinearTime)
+{
+    std::string types = "TEL;TYPE=a", params = "TEL", quotes = "TEL;X=\"";
+    for (int i = 400000; i > 0; --i) types += "," + std::to_string(i);
+    for (int i = 100000; i > 0; --i) {
+        params += ";X" + std::to_string(i) + "=1";
+        quotes += ",\"\",";
+    }
+    for (const std::string& header : {types, params, quotes}) {
+        const std::string canonical = canonicalOf(header + ":1", Version::V30);
+        EXPECT_EQ(canonicalOf(rawOf(canonical, Version::V30), Version::V30), canonical);
+    }
+}
+
 // Random lines
 
 using Random = std::mt19937;

@@ -152,5 +152,19 @@ TEST(FieldValue, AComponentThatIsAListStaysOneWhenItIsEdited)
     EXPECT_EQ(edited("3.0", "ORG:Acme\\, Ltd.", ftCompany, "Acme, Inc."), "ORG:Acme\\, Inc.");
 }
 
+// An algorithm that is not linear would take minutes.
+TEST(FieldValue, HugeListsTakeLinearTime)
+{
+    std::string list = "a";
+    for (int i = 0; i < 100000; ++i) list += "," + std::to_string(i);
+    for (const char* version : {"2.1", "3.0"}) {
+        const std::string line = "NICKNAME:" + list;
+        std::string text = textOf(version, line, ftNickName);
+        edited(version, line, ftNickName, text + "0");
+        edited(version, line, ftNickName, text + ",  0"); // one value with many commas
+        edited(version, "N:" + list, ftLastName, list + "0");
+    }
+}
+
 } // namespace
 } // namespace mb::vcard
