@@ -373,10 +373,15 @@ TEST_P(DetailsRoundTrip, ARandomEditChangesTheLinesThatDiffer)
     }
 }
 
-TEST(DetailsRoundTrip, SampleCardsAreCopiedWhole)
+using DetailsSamples = SampleTest;
+INSTANTIATE_TEST_SUITE_P(Samples, DetailsSamples, eachSource, nameOf);
+
+TEST_P(DetailsSamples, AreCopiedWhole)
 {
+    std::vector<std::filesystem::path> folders = {folderOf(GetParam())};
+    if (GetParam() == Source::Ours) folders.push_back(folders[0] / "rich");
     int copied = 0;
-    for (const std::filesystem::path& folder : {folderOf(Source::Ours), folderOf(Source::Ours) / "rich"})
+    for (const std::filesystem::path& folder : folders)
         for (const auto& file : std::filesystem::directory_iterator(folder)) {
             if (file.path().extension() != ".vcf") continue;
             SCOPED_TRACE(file.path().filename().string());
