@@ -17,22 +17,6 @@ constexpr std::string_view kLabel = "X-ABLABEL";
 constexpr std::size_t kNameParts = 5, kAddressParts = 7;
 constexpr int kCompany = 7, kFirstEmail = 29, kAnyChat = 50;
 
-Version versionOf(std::string_view text)
-{
-    LineReader reader(text);
-    RawLine raw;
-    int depth = 0;
-    while (reader.next(raw)) {
-        depth += raw.kind == RawLine::Kind::Begin ? 1 : raw.kind == RawLine::Kind::End ? -1 : 0;
-        if (raw.kind != RawLine::Kind::Property || depth != 1) continue;
-        if (!equalFold(raw.bytes.substr(0, 7), "VERSION")) continue;
-        if (raw.bytes.find("2.1") != raw.bytes.npos) return Version::V21;
-        if (raw.bytes.find("4.0") != raw.bytes.npos) return Version::V40;
-        return Version::V30;
-    }
-    return Version::V30;
-}
-
 bool isEnd(const Line& line)
 {
     RawLine raw;
@@ -79,6 +63,22 @@ std::u16string writeList(std::u16string_view text, Version version)
 }
 
 } // namespace
+
+Version versionOf(std::string_view text)
+{
+    LineReader reader(text);
+    RawLine raw;
+    int depth = 0;
+    while (reader.next(raw)) {
+        depth += raw.kind == RawLine::Kind::Begin ? 1 : raw.kind == RawLine::Kind::End ? -1 : 0;
+        if (raw.kind != RawLine::Kind::Property || depth != 1) continue;
+        if (!equalFold(raw.bytes.substr(0, 7), "VERSION")) continue;
+        if (raw.bytes.find("2.1") != raw.bytes.npos) return Version::V21;
+        if (raw.bytes.find("4.0") != raw.bytes.npos) return Version::V40;
+        return Version::V30;
+    }
+    return Version::V30;
+}
 
 Card Card::parse(std::string_view text)
 {
@@ -150,6 +150,20 @@ Card Card::make(std::string_view uuid, std::string_view eol, Version version)
     if (!v40) property("N:;;;;"); // mandatory before version 4.0
     card.lines_.push_back(Line::opaque(std::string("END:VCARD").append(card.context_.eol)));
     card.claimAll();
+    return card;
+}
+
+Card Card::inVersion(Version version) const
+{
+    constexpr std::string_view kScheme = "urn:uuid:";
+    const std::string own = uid();
+    Card card = make(std::string_view(own).substr(own.starts_with(kScheme) ? kScheme.size() : 0), context_.eol, version);
+    for (const Field& field : fields()) {
+        if (field.shape == Shape::Image)
+            card.setImage(field.type, image(field.type));
+        else
+            card.set(field.type, get(field.type));
+    }
     return card;
 }
 

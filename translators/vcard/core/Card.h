@@ -14,12 +14,18 @@
 
 namespace mb::vcard {
 
+// Returns the version that the text of one card names; 3.0 if it names none.
+Version versionOf(std::string_view text);
+
 class Card {
 public:
     // Requires: `text` is one card, as delimited by scanCards.
     static Card parse(std::string_view text);
     // Returns a new card of version 3.0 or 4.0. There are no new cards of version 2.1: they are of 3.0.
     static Card make(std::string_view uuid, std::string_view eol = "\r\n", Version version = Version::V40);
+
+    // Returns a new card of the version, with the UID and the fields of this one, which was made by make() and holds nothing else.
+    Card inVersion(Version version) const;
 
     std::string bytes() const;
     std::string uid() const;     // empty if the card has none

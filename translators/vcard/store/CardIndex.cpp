@@ -61,6 +61,7 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
         if (!known) return file;
         file.categories = known->categories;
         file.uid = known->uid;
+        file.versions = known->versions;
         file.stamp = known->stamp; // kept together with the cards until the file can be read again
         file.cards = std::move(known->cards);
         return file;
@@ -83,6 +84,7 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
     if (scan.error) return bad(scan.error->line, scan.error->message);
     file.noProperty = scan.noProperty;
     file.categories = categoriesIn(opened->text, scan.cards);
+    file.versions = versionsIn(opened->text, scan.cards);
     if (scan.cards.size() == 1 && singleFile_.empty() && (!known || known->cards.empty())) {
         file.uid = uidTokenOf(opened->text);
         return file;
@@ -108,6 +110,32 @@ FileRecord CardIndex::examine(const FileEntry& entry, FileRecord* known) const
         card.stamp = same ? old->stamp : nextStamp(file.state.modified, last);
     }
     return file;
+}
+
+// Returns no cards if the file cannot be read.
+VersionCounts CardIndex::versionsInFile(const std::string& name) const
+{
+    try {
+        FileState state;
+        const std::optional<FileText> opened = openText(folder_.read(name, state));
+        return opened ? versionsIn(opened->text, scanCards(opened->text).cards) : VersionCounts{};
+    } catch (const FileError&) {
+        return {};
+    }
+}
+
+VersionCounts CardIndex::versions()
+{
+    VersionCounts all{};
+    for (FileRecord& file : listed_.files) {
+        if (file.gone || file.bad()) continue;
+        if (file.versions == VersionCounts{}) {
+            file.versions = versionsInFile(file.name);
+            changed_ = true;
+        }
+        for (std::size_t i = 0; i < all.size(); ++i) all[i] += file.versions[i];
+    }
+    return all;
 }
 
 void CardIndex::refresh(const plugin::Report& report)

@@ -37,6 +37,8 @@ public:
     // Records the state of a file that this program wrote.
     void noteWritten(FileRecord& file, const FileState& state);
     void noteChanged() { changed_ = true; }
+    // Returns how many cards of the store have each version. Files of which an older index file did not say it are read.
+    VersionCounts versions();
     // Returns the date of a change: that of the file, or a later one if it is not after the card's date `before`.
     std::int64_t nextStamp(std::int64_t modified, std::int64_t before) const;
 
@@ -45,6 +47,7 @@ private:
     void compare();
     bool compareOnce();
     FileRecord examine(const FileEntry& entry, FileRecord* known) const;
+    VersionCounts versionsInFile(const std::string& name) const;
     void keepDatesOfRenamed(const std::vector<FileRecord*>& examined) const;
 
     const Folder& folder_;

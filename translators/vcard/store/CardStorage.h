@@ -28,7 +28,7 @@ public:
     // Returns the card as it is in its file, with the changes that the batch saved.
     virtual SingleCard read(const Place& place, Step step) = 0;
     // Returns a new card with its identifier; writes nothing.
-    virtual StoredCard make(const std::string& uuid) = 0;
+    virtual StoredCard make(const std::string& uuid, Version version) = 0;
     // Adds the card and returns its place.
     virtual Place add(StoredCard& record) = 0;
     // Replaces a card, and returns its identifier from now on, which is not that of another card in `ids`. Refuses to overwrite the change

@@ -103,10 +103,19 @@ void CardStore::endBatch(bool abort)
     commitAll(Step::Update);
 }
 
+// Returns the version for a new card; nullopt if the store is empty. New cards are not of version 2.1, which later programs do not read.
+std::optional<Version> CardStore::versionOfMost()
+{
+    const auto [v21, v30, v40] = cards_.index->versions();
+    if (v21 + v30 + v40 == 0) return std::nullopt;
+    return v21 + v30 > v40 ? Version::V30 : Version::V40;
+}
+
 std::string CardStore::beginAdd()
 {
+    if (!versionOfNew_) versionOfNew_ = versionOfMost();
     Open record;
-    static_cast<StoredCard&>(record) = storageOfNew().make(newUuid());
+    static_cast<StoredCard&>(record) = storageOfNew().make(newUuid(), versionOfNew_.value_or(Version::V40));
     record.isNew = true;
     writing_ = std::move(record);
     return writing_->id;
@@ -145,6 +154,10 @@ void CardStore::writeDetails(Open& record, std::u16string_view text)
     const std::u16string name = record.card.composedName();
     if (const std::string refusal = plugin::detailsRefusal(text, name.empty() ? record.id : toUtf8(name)); !refusal.empty())
         throw StoreError(Step::WriteField, refusal);
+    if (record.isNew && !versionOfNew_) {
+        const std::u16string version = plugin::ownDetail(text, u"VERSION");
+        if (version == u"2.1" || version == u"3.0") record.card = record.card.inVersion(Version::V30);
+    }
     record.card.setDetails(text);
     if (!record.isNew) return;
     Card named = record.card;
@@ -181,7 +194,9 @@ void CardStore::put(Open& record)
 {
     if (record.isNew) {
         const Place place = storageOfNew().add(record);
-        const FileRecord& file = cards_.index->fileAt(place);
+        FileRecord& file = cards_.index->fileAt(place);
+        versionOfNew_ = record.card.version();
+        if (place.isFile()) file.versions[static_cast<std::size_t>(*versionOfNew_)] = 1;
         record.id = place.isFile() ? file.id() : file.idOf(file.cards[place.cardIndex()]);
         ids_.add(record.id, place);
         return;

@@ -7,6 +7,7 @@
 // - An edit or a deletion is refused if another program changed the card since it was listed. In a file of many cards, edits of different
 //   cards are merged.
 // - In a batch a file of one card is written at once, a file of many cards at the end of the batch. The disk is flushed once, at the end.
+// - A new card has the version of most cards, but not 2.1; the first one of a store has the version that its details name, or 4.0.
 // - A new card gets the UID that its details name, unless a card of the store has it. Its file is named by this plug-in.
 // - If the end of a batch fails for a file of many cards, that file is unchanged.
 #pragma once
@@ -68,6 +69,7 @@ private:
     Open& openForWriting(const std::string& id, Step step);
     Open load(const std::string& id, Step step);
     void put(Open& record);
+    std::optional<Version> versionOfMost();
     void writeDetails(Open& record, std::u16string_view text);
     void commitAll(Step step);
     void discardEdits();
@@ -80,6 +82,7 @@ private:
     std::optional<Open> reading_, writing_;
     std::optional<Open> last_; // the record read or saved last, cached to be read again without opening its file
     bool batch_ = false;
+    std::optional<Version> versionOfNew_; // of added cards; nullopt until the first one is added to an empty store
 };
 
 } // namespace mb::vcard

@@ -107,6 +107,13 @@ std::vector<CardRecord> describeCards(std::string_view text, const std::vector<C
     return cards;
 }
 
+VersionCounts versionsIn(std::string_view text, const std::vector<CardSpan>& spans)
+{
+    VersionCounts counts{};
+    for (const CardSpan& span : spans) ++counts[static_cast<std::size_t>(versionOf(text.substr(span.begin, span.end - span.begin)))];
+    return counts;
+}
+
 // Only cards that contain the word are parsed: most cards have no categories.
 std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans)
 {

@@ -28,6 +28,8 @@ struct CardRecord {
     std::int64_t stamp = 0; // date: nanoseconds since 1970, UTC
 };
 
+using VersionCounts = std::array<std::uint32_t, 3>; // numbers of cards, by Version
+
 struct FileRecord {
     std::string name;
     FileState state;
@@ -35,6 +37,7 @@ struct FileRecord {
     std::string uid;               // token of a file with one card; empty for none
     std::vector<CardRecord> cards; // in the order of the file; empty for a file that is one record
     std::string categories;        // of all its cards, comma-separated
+    VersionCounts versions{};      // of its cards; no card if that is unknown
     std::size_t badLine = 0;       // with badText: why the file cannot be read
     std::string badText;
     bool gone = false;          // this run deleted the file
@@ -73,5 +76,8 @@ bool isUidOfName(const std::string& token, const std::string& fileName);
 std::vector<CardRecord> describeCards(std::string_view text, const std::vector<CardSpan>& spans);
 // Returns the categories of all cards of a text, comma-separated.
 std::string categoriesIn(std::string_view text, const std::vector<CardSpan>& spans);
+
+// Returns how many cards of a text have each version.
+VersionCounts versionsIn(std::string_view text, const std::vector<CardSpan>& spans);
 
 } // namespace mb::vcard

@@ -11,7 +11,8 @@
 namespace mb::vcard {
 namespace {
 
-constexpr std::string_view kHeader = "vcard index 3";
+constexpr std::string_view kHeader = "vcard index 4";
+constexpr std::string_view kHeaderWithoutVersions = "vcard index 3"; // as earlier versions of this plug-in wrote it
 
 // Reads one line of the file: words separated by blanks, and a rest that may contain blanks.
 class Words {
@@ -50,8 +51,8 @@ std::vector<const FileRecord*> sortedByName(const std::vector<FileRecord>& files
     return sorted;
 }
 
-// The format: a header; for each file "size modified number stamp badLine bad cards ,categories ,uid name", for a bad file a line with the
-// reason, for each card "hash stamp plain token"; a last line with the number of files, which reveals a truncated file.
+// The format: a header; for each file "size modified number stamp badLine bad cards v21 v30 v40 ,categories ,uid name", for a bad file a
+// line with the reason, for each card "hash stamp plain token"; a last line with the number of files, which reveals a truncated file.
 std::string format(const std::vector<FileRecord>& files)
 {
     std::string text = std::string(kHeader) + '\n';
@@ -69,6 +70,7 @@ std::string format(const std::vector<FileRecord>& files)
         word(file.badLine);
         word(file.bad() ? 1 : 0);
         word(file.cards.size());
+        for (const std::uint32_t count : file.versions) word(count);
         text.append(",")
             .append(safeToken(file.categories))
             .append(" ,")
@@ -98,7 +100,8 @@ bool parse(std::string_view text, std::vector<FileRecord>& files)
         at = std::min(end + 1, text.size());
         return found;
     };
-    if (line() != kHeader) return false;
+    const std::string_view header = line();
+    if (header != kHeader && header != kHeaderWithoutVersions) return false;
     for (;;) {
         Words words(line());
         if (words.rest().starts_with("end ")) return words.rest() == "end " + std::to_string(files.size());
@@ -108,6 +111,8 @@ bool parse(std::string_view text, std::vector<FileRecord>& files)
         if (!words.number(file.state.size) || !words.number(file.state.modified) || !words.number(file.state.number) ||
             !words.number(file.stamp) || !words.number(file.badLine) || !words.number(bad) || !words.number(cards) || cards > text.size())
             return false;
+        for (std::uint32_t& count : file.versions)
+            if (header == kHeader && !words.number(count)) return false;
         const std::string_view categories = words.next(), uid = words.next();
         if (!categories.starts_with(',') || !uid.starts_with(',') || words.rest().empty()) return false;
         file.categories = fromSafeToken(categories.substr(1));

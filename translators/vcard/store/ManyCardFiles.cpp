@@ -53,11 +53,11 @@ SingleCard ManyCardFiles::read(const Place& place, Step step)
     return read;
 }
 
-StoredCard ManyCardFiles::make(const std::string& uuid)
+StoredCard ManyCardFiles::make(const std::string& uuid, Version version)
 {
     StoredCard record;
     record.id = cards_.singleFile + "#urn:uuid:" + uuid;
-    record.card = Card::make(uuid, lineEndOf(openFile(kOnlyFile, Step::Add).text.text));
+    record.card = Card::make(uuid, lineEndOf(openFile(kOnlyFile, Step::Add).text.text), version);
     return record;
 }
 
@@ -198,6 +198,7 @@ void ManyCardFiles::describe(FileRecord& file, const EditedText& edited, const F
     }
     file.cards = std::move(cards);
     file.categories = categoriesIn(edited.text, edited.spans);
+    file.versions = versionsIn(edited.text, edited.spans);
     cards_.index->noteWritten(file, state);
 }
 

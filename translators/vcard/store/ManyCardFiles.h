@@ -20,7 +20,7 @@ public:
 
     SingleCard read(const Place& place, Step step) override;
     // Cards are only added to the file of a store of one file.
-    StoredCard make(const std::string& uuid) override;
+    StoredCard make(const std::string& uuid, Version version) override;
     Place add(StoredCard& record) override;
     std::string replace(const Place& place, StoredCard& record, const RecordIds& ids) override;
     void remove(const Place& place) override;

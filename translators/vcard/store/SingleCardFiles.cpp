@@ -18,11 +18,11 @@ SingleCard SingleCardFiles::read(const Place& place, Step step)
     }
 }
 
-StoredCard SingleCardFiles::make(const std::string& uuid)
+StoredCard SingleCardFiles::make(const std::string& uuid, Version version)
 {
     StoredCard record;
     record.id = uuid + ".vcf";
-    record.card = Card::make(uuid, "\r\n");
+    record.card = Card::make(uuid, "\r\n", version);
     return record;
 }
 

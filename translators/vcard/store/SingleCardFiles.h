@@ -17,7 +17,7 @@ public:
     explicit SingleCardFiles(OpenedCards& cards) : cards_(cards) {} // `cards` must outlive this object
 
     SingleCard read(const Place& place, Step step) override;
-    StoredCard make(const std::string& uuid) override;
+    StoredCard make(const std::string& uuid, Version version) override;
     Place add(StoredCard& record) override;
     std::string replace(const Place& place, StoredCard& record, const RecordIds& ids) override;
     void remove(const Place& place) override;

@@ -38,7 +38,7 @@ TEST_F(CardStoreDetails, ANewCardTakesTheUidIfNoCardHasIt)
     const std::string first = addWith(store, u"Roe", u"LANG:fr\nUID:free/1");
     EXPECT_THAT(first, testing::EndsWith(".vcf#free%2f1"));
     const std::string name = first.substr(0, first.find('#'));
-    EXPECT_THAT(get(name), HasSubstr("UID;VALUE=text:free/1\r\n"));
+    EXPECT_THAT(get(name), HasSubstr("UID:free/1\r\n"));
     EXPECT_TRUE(store.exists(first));
     EXPECT_EQ(read(store, first, ftLastName), u"Roe");
     for (const char16_t* taken : {u"UID:taken", u"UID:free/1", u"UID:Taken"}) {
@@ -51,7 +51,7 @@ TEST_F(CardStoreDetails, ANewCardTakesTheUidIfNoCardHasIt)
     CardStore again = open();
     EXPECT_EQ(again.count(), 5u);
     EXPECT_TRUE(again.updatedId(first).empty());
-    EXPECT_EQ(read(again, first, ftDetails), u"LANG:fr\nUID:free/1\nVERSION:4.0");
+    EXPECT_EQ(read(again, first, ftDetails), u"LANG:fr\nUID:free/1\nVERSION:3.0");
 }
 
 TEST_F(CardStoreDetails, ANewCardInAFileOfManyTakesTheUid)
@@ -78,6 +78,70 @@ TEST_F(CardStoreDetails, OfHugeSizeAreRefusedWithTheNameOfTheCard)
     store.write(id, ftDetails, u"X-LONG:" + std::u16string(2u << 20, u'x'));
     expectFailure(Step::WriteField, "\"Doe\"", [&] { store.write(id, ftDetails, u"X-LONG:" + std::u16string(33u << 20, u'x')); });
     EXPECT_GT(get(store.save(id)).size(), 2u << 20) << "a line of 2 MiB travels";
+}
+
+std::string versionLine(const std::string& bytes)
+{
+    const std::size_t at = bytes.find("VERSION:");
+    return bytes.substr(at, bytes.find('\r', at) - at);
+}
+
+TEST_F(CardStoreDetails, ANewCardHasTheVersionOfMostCards)
+{
+    const std::string old = "BEGIN:VCARD\r\nVERSION:2.1\r\nN:a\r\nEND:VCARD\r\n",
+                      now = "BEGIN:VCARD\r\nVERSION:4.0\r\nFN:a\r\nEND:VCARD\r\n";
+    put("1.vcf", old);
+    put("2.vcf", cardText("Doe"));
+    put("3.vcf", now);
+    CardStore store = open();
+    EXPECT_EQ(versionLine(get(addWith(store, u"Roe", u"VERSION:4.0"))), "VERSION:3.0") << "2.1 counts as 3.0";
+    put("4.vcf", now + now + now + now);
+    CardStore again = open();
+    EXPECT_EQ(versionLine(get(add(again, u"Poe"))), "VERSION:4.0") << "each card of a file counts";
+}
+
+TEST_F(CardStoreDetails, TheFirstCardOfAStoreHasTheVersionThatItsDetailsName)
+{
+    const auto first = [&](std::u16string_view details) {
+        fs::remove_all(folder);
+        fs::create_directories(folder);
+        CardStore store = open();
+        const std::string id = store.beginAdd();
+        store.write(id, ftLastName, u"Doe");
+        store.write(id, ftMiscPhone1, u"1");
+        store.writeImage(id, ftImage1, "\xFF\xD8\xFF\xE0");
+        store.write(id, ftDetails, details);
+        store.save(id);
+        const std::string bytes = get(id);
+        EXPECT_EQ(versionLine(get(add(store, u"Roe"))), versionLine(bytes)) << "so has the second";
+        return bytes;
+    };
+    const std::string card = first(u"LANG:fr\n@89;TYPE=cell\nUID:1\nVERSION:2.1");
+    EXPECT_EQ(card, "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:1\r\nN:Doe;;;;\r\nPHOTO;ENCODING=b;TYPE=JPEG:/9j/4A==\r\n"
+                    "TEL;TYPE=CELL;X-MB-FIELD=89:1\r\nLANG:fr\r\nFN;DERIVED=true:Doe\r\nEND:VCARD\r\n");
+    EXPECT_EQ(versionLine(first(u"VERSION:3.0")), "VERSION:3.0");
+    EXPECT_EQ(versionLine(first(u"VERSION:4.0")), "VERSION:4.0");
+    EXPECT_EQ(versionLine(first(u"LANG:fr")), "VERSION:4.0");
+}
+
+TEST_F(CardStoreDetails, AnIndexOfAnEarlierVersionIsCompletedByReading)
+{
+    put("1.vcf", cardText("Doe"));
+    put("2.vcf", cardText("Roe"));
+    {
+        CardStore(folder.string(), (root / "cache").string(), report, recent).close();
+    }
+    fs::path index;
+    for (const auto& entry : fs::directory_iterator(root / "cache")) index = entry.path();
+    std::string text = readBytes(index);
+    ASSERT_TRUE(text.starts_with("vcard index 4\n")) << text;
+    text[std::string("vcard index ").size()] = '3';
+    for (std::size_t at = 0; (at = text.find(" 0 1 0 ,", at)) != text.npos;) text.erase(at, 6);
+    writeBytes(index, text);
+    RecentIndexes none;
+    CardStore store(folder.string(), (root / "cache").string(), report, none);
+    EXPECT_EQ(store.count(), 2u);
+    EXPECT_EQ(versionLine(get(add(store, u"Poe"))), "VERSION:3.0");
 }
 
 } // namespace
