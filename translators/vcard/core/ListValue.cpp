@@ -36,8 +36,8 @@ std::vector<Spelled> spellingsOf(std::u16string_view list, Version version)
     const std::vector<std::u16string> values = splitEscaped(list, u',');
     if (values.size() > kMostValues) return spellings;
     for (const std::u16string& value : values) {
-        std::u16string escaped = trimBlanks(value), text = unescape(escaped, version, true);
-        if (!text.empty()) spellings.push_back({std::move(text), std::move(escaped)});
+        const std::u16string escaped = trimBlanks(value);
+        if (std::u16string text = unescape(escaped, version, true); !text.empty()) spellings.push_back({std::move(text), escaped});
     }
     std::ranges::stable_sort(spellings, std::greater{}, [](const Spelled& s) { return s.text.size(); });
     return spellings;
