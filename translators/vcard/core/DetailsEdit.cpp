@@ -164,7 +164,7 @@ void DetailsEdit::rewrite(int field, const FieldLine& held, Annotation wanted)
         if (!ignored.empty() && wanted.erase(std::string(ignored)) == 0) continue;
         CanonicalProperty made = annotated(CardDetails::usual(before_, field), wanted, CardDetails::fieldParts(field));
         if (image) made.value = valueOf(held.line);
-        made.group = groupFor(field, held, wanted);
+        made.group = groupFor(held, wanted);
         const std::string canonical = cleanedLine(made);
         if (canonical.empty() || !readsRight(field, lineFromCanonical(canonical, before_.context_), wanted)) continue;
         const bool lineStays = canonical == lineText(field, held);
@@ -216,25 +216,14 @@ std::u16string DetailsEdit::labelOf(const Annotation& annotation) const
 }
 
 // Returns the group that the line of a field gets; empty for none.
-std::string DetailsEdit::groupFor(int field, const FieldLine& held, const Annotation& wanted)
+std::string DetailsEdit::groupFor(const FieldLine& held, const Annotation& wanted)
 {
-    if (const auto group = note(wanted, kGroupNote); group && isGroupName(*group) && mayJoin(upperCopy(*group), field)) return *group;
+    if (const auto group = note(wanted, kGroupNote); group && isGroupName(*group)) return *group;
     const bool labelled = std::ranges::any_of(kLabelNames, [&](std::string_view name) { return wanted.contains(name); });
     if (!labelled && !wanted.contains(kGroupNote)) return {};
     const std::string& group = before_.lines_[held.line].group();
     if (isItemGroup(group) && !held.sharesGroup && !groups_.contains(group)) return lowerCopy(group);
     return freeGroup();
-}
-
-// Returns whether all fields in the group are there by their annotations.
-bool DetailsEdit::mayJoin(std::string_view group, int field) const
-{
-    for (const auto& [other, held] : now_.fieldLines()) {
-        if (other == field || before_.lines_[held.line].group() != group) continue;
-        const auto found = notes_.find(other);
-        if (found == notes_.end() || upperCopy(note(found->second, kGroupNote).value_or("")) != group) return false;
-    }
-    return true;
 }
 
 std::string DetailsEdit::freeGroup()

@@ -49,8 +49,7 @@ private:
     std::string valueOf(std::size_t line) const;
     bool readsRight(int field, const Line& line, const Annotation& wanted) const;
     std::u16string labelOf(const Annotation& annotation) const;
-    std::string groupFor(int field, const FieldLine& held, const Annotation& wanted);
-    bool mayJoin(std::string_view group, int field) const;
+    std::string groupFor(const FieldLine& held, const Annotation& wanted);
     std::string freeGroup();
     void planPins();
     Change::Kind removalOf(std::size_t line) const;

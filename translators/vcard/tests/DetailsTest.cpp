@@ -140,6 +140,18 @@ TEST(Details, ALineThatWouldBecomeAFieldIsMarked)
     EXPECT_EQ(detailsOf(card), "EMAIL:a\n");
 }
 
+TEST(Details, AnEmptyLineThatHoldsAPlaceIsAddedBeforeALineThatWouldTakeIt)
+{
+    std::string lines = "FN:x\r\n";
+    for (int field = ftEmail2; field <= ftEmail7; ++field) lines += "EMAIL;X-MB-FIELD=" + std::to_string(field) + ":a\r\n";
+    EXPECT_EQ(changeOf("4.0", lines, u"EMAIL:eighth\nEMAIL:"), Change("", "EMAIL:\r\nEMAIL:eighth\r\n"));
+}
+
+TEST(Details, AMarkOfALineThatWasNotWrittenStays)
+{
+    EXPECT_EQ(changeOf("4.0", "FN:x\r\nTEL;TYPE=cell;X-MB-FIELD=24:1\r\n", u"LANG:fr"), Change("", "LANG:fr\r\n"));
+}
+
 TEST(Details, APictureThatWouldBecomeTheFieldIsMarked)
 {
     const std::string jpeg = "data:image/jpeg;base64,/9j/AAAA", png = "data:image/png;base64,iVBORw0KGgo=";
