@@ -317,6 +317,33 @@ TEST_P(DetailsRoundTrip, ANewCardGetsEveryLineOfARandomCard)
     for (int round = 0; round < 300 && !HasFailure(); ++round) expectWholeCopy(random.card(GetParam()));
 }
 
+// Returns the lines that are properties.
+Lines withoutAnnotations(const Lines& lines)
+{
+    Lines kept;
+    for (const std::string& line : lines)
+        if (!line.starts_with('@') && !line.starts_with("VERSION:")) kept.insert(line);
+    return kept;
+}
+
+TEST_P(DetailsRoundTrip, ANewCardOfAnotherVersionGetsEveryProperty)
+{
+    RandomCards random(seed());
+    for (const Version version : {Version::V30, Version::V40})
+        for (int round = 0; round < 100 && !HasFailure(); ++round) {
+            const std::string text = random.card(GetParam());
+            const Card from = Card::parse(text);
+            Card to = Card::parse(emptyCard(version));
+            copyFields(from, to);
+            to.setDetails(from.details());
+            SCOPED_TRACE(text + "->\n" + to.bytes() + toUtf8(from.details()));
+            EXPECT_TRUE(to.readsBackFrom(to.bytes()));
+            for (const Field& field : fields()) EXPECT_EQ(toUtf8(to.get(field.type)), toUtf8(from.get(field.type))) << int{field.type};
+            EXPECT_EQ(withoutAnnotations(linesOf(to.details())), withoutAnnotations(linesOf(from.details())));
+            EXPECT_FALSE(to.setDetails(to.details()));
+        }
+}
+
 // Random lines are removed from the details, added and moved. Fields keep their values, other lines their bytes.
 TEST_P(DetailsRoundTrip, ARandomEditChangesTheLinesThatDiffer)
 {
