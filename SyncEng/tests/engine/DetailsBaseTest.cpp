@@ -36,8 +36,9 @@ TEST(DetailsBaseTest, WithAnyDamageIsNone)
     EXPECT_FALSE(mb::parseDetailsBase(text + text));
 }
 
-TEST(DetailsBaseTest, HasOnlyThePairsThatBothSidesRecorded)
+TEST(DetailsBaseTest, IsTheMirrorOfTheOtherSidesCopy)
 {
-    EXPECT_EQ(mb::commonPairs({{1, 2}, {3, 4}}, mb::mirrored({{4, 3}, {6, 5}})), (DetailsBase{{3, 4}}));
-    EXPECT_EQ(mb::commonPairs({{1, 2}, {1, 2}}, {{1, 2}}), (DetailsBase{{1, 2}}));
+    EXPECT_TRUE(mb::isMirror({{1, 2}, {3, std::nullopt}}, {{std::nullopt, 3}, {2, 1}}));
+    EXPECT_FALSE(mb::isMirror({{1, 2}}, {{1, 2}}));
+    EXPECT_FALSE(mb::isMirror({{1, 2}}, {{2, 1}, {2, 1}}));
 }

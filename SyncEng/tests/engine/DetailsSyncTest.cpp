@@ -142,6 +142,26 @@ TEST_F(DetailsSync, AConflictOfAFieldIsSettledAndDetailsMergeWhateverItsAnswer)
     }
 }
 
+TEST_F(DetailsSync, TheQuestionAboutAConflictDoesNotShowDetails)
+{
+    begin(u"NOTE:a");
+    set1(u"NOTE:a\nX-1:1");
+    set2(u"NOTE:a\nX-2:1");
+    s.one().set(id1, ftCity1, u"Paris");
+    s.two().set(id2, ftCity1, u"Rome");
+    mbtest::FrontEndFake user;
+    user.byDefault = mb::idOk;
+    std::vector<mb::ListRow> rows;
+    user.script.emplace_back([&](mb::Dialog& dialog) {
+        for (const mb::Control& control : dialog.model().controls())
+            if (control.kind == mb::ControlKind::List) rows.insert(rows.end(), control.rows.begin(), control.rows.end());
+        dialog.closeUnanswered();
+    });
+    ASSERT_EQ(s.syncAsking(), E_ABORT);
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0].cells[0], u"City");
+}
+
 TEST_F(DetailsSync, AMergeThatLeavesNoFieldToWriteKeepsTheDetails)
 {
     s.setOption(soConflictResolution, croMerge); // without a dialog the fields stay as they are
@@ -277,6 +297,21 @@ TEST_F(DetailsSync, AHistoryWithoutABaseUnitesThemOnceAndRemovesNothing)
     expectBoth({u"NOTE:a", u"TZ:1"});
 }
 
+TEST_F(DetailsSync, ARecordThatCouldNotBeReadInThatRunIsComparedInTheNext)
+{
+    s.pairFields({{ftFirstName, ftFirstName}, {ftLastName, ftLastName}});
+    begin(u"NOTE:a");
+    s.mapFields(ftDetails, ftDetails);
+    for (FakeStore* broken : {&s.two(), &s.one()}) {
+        broken->options.unreadable = {ftDetails};
+        sync();
+        EXPECT_EQ(lines2(), Lines{});
+        broken->options.unreadable.clear();
+    }
+    sync();
+    expectBoth({u"NOTE:a"});
+}
+
 TEST_F(DetailsSync, AHistoryWithoutABaseDoesNotKeepARecordThatTheOtherSideDeleted)
 {
     s.pairFields({{ftFirstName, ftFirstName}, {ftLastName, ftLastName}});
@@ -396,22 +431,39 @@ TEST_F(DetailsSync, TheHistoryHoldsHashesOfTheLinesAndNoLine)
 
 TEST_F(DetailsSync, ADamagedBaseIsAFirstMeetingAndRemovesNothing)
 {
-    for (const char16_t* side : {u"Trans1", u"Trans2"}) {
-        begin();
-        mb::CSyncHistory history(nullptr);
-        ASSERT_EQ(history.Open(s.map()), S_OK);
-        mb::FieldValueMap values;
-        const std::u16string& id = side[5] == u'1' ? id1 : id2;
-        ASSERT_EQ(history.ReadFieldData(side, id, values), S_OK);
-        ASSERT_FALSE(values[ftDetails].empty());
-        values[ftDetails][14] = values[ftDetails][14] == u'A' ? u'B' : u'A';
-        ASSERT_EQ(history.WriteFieldData(side, id, values, false, true), S_OK);
-        set1(u"NOTE:b\nTZ:1");
-        sync();
-        expectBoth({u"BDAY:19700101", u"NOTE:a", u"NOTE:b", u"TZ:1"});
-        s.one().remove(id1);
-        sync();
-    }
+    using Damage = std::u16string (*)(std::u16string);
+    constexpr Damage damages[] = {[](std::u16string base) {
+                                      base[14] = base[14] == u'A' ? u'B' : u'A';
+                                      return base;
+                                  },
+                                  [](std::u16string) { return std::u16string(); }}; // readable, and not what the other side has
+    for (const char16_t* side : {u"Trans1", u"Trans2"})
+        for (const Damage damage : damages) {
+            begin();
+            mb::CSyncHistory history(nullptr);
+            ASSERT_EQ(history.Open(s.map()), S_OK);
+            mb::FieldValueMap values;
+            const std::u16string& id = side[5] == u'1' ? id1 : id2;
+            ASSERT_EQ(history.ReadFieldData(side, id, values), S_OK);
+            ASSERT_FALSE(values[ftDetails].empty());
+            values[ftDetails] = damage(values[ftDetails]);
+            ASSERT_EQ(history.WriteFieldData(side, id, values, false, true), S_OK);
+            set1(u"NOTE:b\nTZ:1");
+            s.two().touch(id2);
+            sync();
+            expectBoth({u"BDAY:19700101", u"NOTE:a", u"NOTE:b", u"TZ:1"});
+            s.one().remove(id1);
+            sync();
+        }
+}
+
+TEST_F(DetailsSync, TheBaseOfAnExchangedStoreSaysNothingAboutTheNewOne)
+{
+    begin(u"NOTE:a");
+    s.two().records.at(id2).values[ftDetails] = u"";
+    s.two().options.database = u"another store, with a record of the same identifier";
+    sync();
+    expectBoth({u"NOTE:a"});
 }
 
 TEST_F(DetailsSync, WithoutThePairInTheMapDetailsStayHome)

@@ -2,7 +2,6 @@
 
 #include "base64.h"
 #include <algorithm>
-#include <iterator>
 
 namespace mb {
 namespace {
@@ -81,13 +80,6 @@ DetailsBase mirrored(DetailsBase base)
     return base;
 }
 
-DetailsBase commonPairs(DetailsBase a, DetailsBase b)
-{
-    std::ranges::sort(a);
-    std::ranges::sort(b);
-    DetailsBase common;
-    std::ranges::set_intersection(a, b, std::back_inserter(common));
-    return common;
-}
+bool isMirror(const DetailsBase& own, const DetailsBase& other) { return composeDetailsBase(own) == composeDetailsBase(mirrored(other)); }
 
 } // namespace mb

@@ -22,7 +22,7 @@ std::optional<DetailsBase> parseDetailsBase(std::u16string_view text);
 
 // The base as the other side has it.
 DetailsBase mirrored(DetailsBase base);
-// The pairs that both sides' copies of the base have. Requires: both are seen from the same side.
-DetailsBase commonPairs(DetailsBase a, DetailsBase b);
+// Whether the other side's copy of the base has the same pairs.
+bool isMirror(const DetailsBase& own, const DetailsBase& other);
 
 } // namespace mb

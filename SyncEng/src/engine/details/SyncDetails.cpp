@@ -76,7 +76,7 @@ std::optional<DetailsBase> StoredDetailsBase(PipelinePass& pass, Side source, co
     if (pass.run.historyObsolete) return std::nullopt;
     const auto own = baseOf(pass.run.history, source, sourceId);
     const auto other = own ? baseOf(pass.run.history, otherSide(source), targetId) : std::nullopt;
-    return other ? std::optional(commonPairs(*own, mirrored(*other))) : std::nullopt;
+    return other && isMirror(*own, *other) ? own : std::nullopt;
 }
 
 void CarryDetailsBase(PipelinePass& pass, Side side, const std::u16string& id, FieldValueMap& values)

@@ -21,7 +21,8 @@ enum class DetailsCompared { Same, Changed, FirstMeeting };
 // Compares a record with its base. FirstMeeting: the history has none, and the record has details to offer.
 DetailsCompared CompareDetails(PipelinePass& pass, Side side, std::u16string_view text, const FieldValueMap& stored);
 
-// What both sides recorded when the link was last synchronised, as the source has it; nullopt where either has no base.
+// What both sides recorded when the link was last synchronised, as the source has it; nullopt where either has no base,
+// or the two are not the same.
 std::optional<DetailsBase> StoredDetailsBase(PipelinePass& pass, Side source, const std::u16string& sourceId,
                                              const std::u16string& targetId);
 // Keeps the record's stored base among values that replace its stored ones.
