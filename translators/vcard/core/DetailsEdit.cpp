@@ -272,10 +272,10 @@ void DetailsEdit::build()
     insertProperties();
 }
 
-void DetailsEdit::append(Line line, Origin origin)
+void DetailsEdit::append(Line line, const Origin& origin)
 {
     card_.lines_.push_back(std::move(line));
-    origins_.push_back(std::move(origin));
+    origins_.push_back(origin);
 }
 
 // A removed line keeps the lines around it apart where they would be read as one: it becomes a blank line.
@@ -288,9 +288,9 @@ void DetailsEdit::removeAt(std::size_t at)
 void DetailsEdit::insertProperties()
 {
     auto at = static_cast<std::ptrdiff_t>(card_.endOfLines());
-    const auto insert = [&](Line line, Origin origin) {
+    const auto insert = [&](Line line, const Origin& origin) {
         card_.lines_.insert(card_.lines_.begin() + at, std::move(line));
-        origins_.insert(origins_.begin() + at, std::move(origin));
+        origins_.insert(origins_.begin() + at, origin);
         ++at;
     };
     for (const std::string& property : added_) {

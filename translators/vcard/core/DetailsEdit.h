@@ -55,7 +55,7 @@ private:
     Change::Kind removalOf(std::size_t line) const;
 
     void build();
-    void append(Line line, Origin origin);
+    void append(Line line, const Origin& origin);
     void removeAt(std::size_t at);
     void insertProperties();
     bool settle();
