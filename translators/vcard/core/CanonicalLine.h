@@ -6,7 +6,7 @@
 // - The name and the names of parameters are upper-case. Parameters are sorted by name, one of each name; values of TYPE are lower-case,
 //   sorted and without repeats. A value with a comma, colon or semicolon is in double quotes.
 // - The value is escaped as in version 4.0, and on one line. There is no CHARSET, ENCODING or X-MB-FIELD parameter.
-// - Embedded bytes are a data: URI, a preference is PREF=1, full dates have the basic form 19850412, and VALUE is named only where it is
+// - Embedded bytes are a data: URI, a preference is PREF=1, dates have the basic form 19850412, and VALUE is named only where it is
 //   not the default of version 4.0. Lines of X-ANNIVERSARY, X-ADDRESSBOOKSERVER-KIND and X-ADDRESSBOOKSERVER-MEMBER are named ANNIVERSARY,
 //   KIND and MEMBER.
 // - What has no form in version 4.0 keeps its own name and parameters.

@@ -42,26 +42,6 @@ bool hasScheme(std::u16string_view text)
     });
 }
 
-std::u16string readList(std::u16string_view value, Version version)
-{
-    std::vector<std::u16string> items = splitEscaped(value, u',');
-    for (std::u16string& item : items) item = trimBlanks(unescape(item, version, true));
-    return join(items, u", ");
-}
-
-std::u16string writeList(std::u16string_view text, Version version)
-{
-    std::vector<std::u16string> items;
-    std::size_t at = 0;
-    while (at <= text.size()) {
-        const std::size_t comma = std::min(text.find(u',', at), text.size());
-        std::u16string item = trimBlanks(text.substr(at, comma - at));
-        if (!item.empty()) items.push_back(escape(item, version, true));
-        at = comma + 1;
-    }
-    return join(items, u",");
-}
-
 } // namespace
 
 Version versionOf(std::string_view text)
@@ -273,7 +253,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     const Version version = context_.version;
     switch (field.shape) {
     case Shape::Part: return unescape(escapedPart(value, u';', field.part), version, true);
-    case Shape::List: return readList(value, version);
+    case Shape::List: return readNames(value, version);
     case Shape::Values: return readValues(value, version);
     case Shape::Date: return readDate(unescape(value, version, false));
     case Shape::Phone: return readPhone(unescape(value, version, false));
@@ -306,7 +286,7 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
         std::u16string changed = withPart(before, u';', field.part, part, whole);
         return line.name() == "ORG" ? withoutEmptyTail(std::move(changed), u';') : changed;
     }
-    case Shape::List: return writeList(text, version);
+    case Shape::List: return writeNames(text, version, before);
     case Shape::Values: return writeValues(text, version, before);
     case Shape::Date: {
         const std::u16string date = writeDate(text, version, before);

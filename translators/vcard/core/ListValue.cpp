@@ -37,26 +37,33 @@ std::vector<Spelled> spellingsOf(std::u16string_view list, Version version)
     if (values.size() > kMostValues) return spellings;
     for (const std::u16string& value : values) {
         const std::u16string escaped = trimBlanks(value);
-        if (std::u16string text = unescape(escaped, version, true); !text.empty()) spellings.push_back({std::move(text), escaped});
+        const bool ended = splitEscaped(escaped + u',', u',').size() > 1; // a backslash at the end would escape the next comma
+        if (std::u16string text = unescape(escaped, version, true); !text.empty() && ended) spellings.push_back({std::move(text), escaped});
     }
     std::ranges::stable_sort(spellings, std::greater{}, [](const Spelled& s) { return s.text.size(); });
     return spellings;
 }
 
-// Returns the list of the values that the separator separates in the text. Values of `spellings` are spelled as there.
+// Returns the first value of the text; its spelling is that of `spellings`, if it is one of them.
+Spelled firstValue(std::u16string_view text, std::u16string_view separator, const std::vector<Spelled>& spellings, Version version)
+{
+    const auto isFirst = [&](const Spelled& s) {
+        return text.starts_with(s.text) && (text.size() == s.text.size() || text.substr(s.text.size()).starts_with(separator));
+    };
+    if (const auto known = std::ranges::find_if(spellings, isFirst); known != spellings.end()) return *known;
+    const std::u16string_view first = text.substr(0, text.find(separator));
+    return {std::u16string(first), escapedValue(first, version)};
+}
+
+// Returns the list of the values that the separator separates in the text.
 std::u16string listOf(std::u16string_view text, std::u16string_view separator, const std::vector<Spelled>& spellings, Version version)
 {
     std::vector<std::u16string> values;
-    for (std::u16string_view rest = text;;) {
-        const auto isFirst = [&](const Spelled& s) {
-            return rest.starts_with(s.text) && (rest.size() == s.text.size() || rest.substr(s.text.size()).starts_with(separator));
-        };
-        const auto known = std::ranges::find_if(spellings, isFirst);
-        const bool found = known != spellings.end();
-        const std::size_t length = found ? known->text.size() : std::min(rest.find(separator), rest.size());
-        values.push_back(found ? known->escaped : escapedValue(rest.substr(0, length), version));
-        if (length == rest.size()) return join(values, u",");
-        rest.remove_prefix(length + separator.size());
+    for (;;) {
+        Spelled first = firstValue(text, separator, spellings, version);
+        values.push_back(std::move(first.escaped));
+        if (first.text.size() == text.size()) return join(values, u",");
+        text.remove_prefix(first.text.size() + separator.size());
     }
 }
 
@@ -76,11 +83,33 @@ std::u16string writeValues(std::u16string_view text, Version version, std::u16st
     return readValues(value, version) == text ? value : escapedValue(text, version); // blanks around a value would be lost
 }
 
+std::u16string readNames(std::u16string_view value, Version version)
+{
+    std::vector<std::u16string> names = splitEscaped(value, u',');
+    for (std::u16string& name : names) name = trimBlanks(unescape(name, version, true));
+    return join(names, kSeparator);
+}
+
+std::u16string writeNames(std::u16string_view text, Version version, std::u16string_view before)
+{
+    const std::vector<Spelled> spellings = spellingsOf(before, version);
+    std::vector<std::u16string> names;
+    while (!text.empty()) {
+        if (text.front() == u' ' || text.front() == u',') {
+            text.remove_prefix(1);
+            continue;
+        }
+        const Spelled first = firstValue(text, u",", spellings, version);
+        names.push_back(trimBlanks(first.escaped));
+        text.remove_prefix(first.text.size());
+    }
+    return join(names, u",");
+}
+
 std::u16string writeComponent(std::u16string_view text, Version version, std::u16string_view before)
 {
     if (splitEscaped(before, u',').size() == 1) return escape(text, version, true);
-    std::u16string list = listOf(text, u",", spellingsOf(before, version), version);
-    return unescape(list, version, true) == text ? list : escape(text, version, true); // a backslash at the end of `before` escapes nothing
+    return listOf(text, u",", spellingsOf(before, version), version);
 }
 
 } // namespace mb::vcard

@@ -13,6 +13,10 @@ std::u16string readValues(std::u16string_view value, Version version);
 // spelling, so that an escaped comma stays one.
 std::u16string writeValues(std::u16string_view text, Version version, std::u16string_view before);
 
+// Likewise for the names of categories: any comma separates two of them, blanks around a name are dropped, and empty names too.
+std::u16string readNames(std::u16string_view value, Version version);
+std::u16string writeNames(std::u16string_view text, Version version, std::u16string_view before);
+
 // Returns the value of one component of a structured value, such as the middle names of N, which reads as `text`. A comma is a character of
 // the text, unless the component is a list already: the values of `before` keep their spelling, and so does the comma between two of them.
 std::u16string writeComponent(std::u16string_view text, Version version, std::u16string_view before);

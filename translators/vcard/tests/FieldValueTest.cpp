@@ -8,24 +8,24 @@
 namespace mb::vcard {
 namespace {
 
-std::string cardOf(std::string_view version, const std::string& line)
+std::string cardWith(std::string_view version, const std::string& line)
 {
     return "BEGIN:VCARD\r\nVERSION:" + std::string(version) + "\r\n" + line + "\r\nEND:VCARD\r\n";
 }
 
 std::string textOf(std::string_view version, const std::string& line, int type)
 {
-    return toUtf8(Card::parse(cardOf(version, line)).get(type));
+    return toUtf8(Card::parse(cardWith(version, line)).get(type));
 }
 
 // Returns the line after an edit of the field. The field has to read as the text then.
 std::string edited(std::string_view version, const std::string& line, int type, std::string_view text)
 {
-    Card card = Card::parse(cardOf(version, line));
+    Card card = Card::parse(cardWith(version, line));
     card.set(type, fromUtf8(text));
     EXPECT_TRUE(card.readsBackFrom(card.bytes())) << card.bytes();
     EXPECT_EQ(toUtf8(Card::parse(card.bytes()).get(type)), text) << card.bytes();
-    const std::string made = difference(cardOf(version, line), card.bytes()).second;
+    const std::string made = difference(cardWith(version, line), card.bytes()).second;
     return made.substr(0, made.find_last_not_of("\r\n") + 1);
 }
 
@@ -71,7 +71,7 @@ TEST(FieldValue, AnyTextIsReadBackAsAList)
         };
         const std::string version = random() % 3 == 0 ? "2.1" : random() % 2 ? "3.0" : "4.0", before = text(), after = text();
         SCOPED_TRACE("seed " + std::to_string(testing::UnitTest::GetInstance()->random_seed()) + ": " + before);
-        Card card = Card::parse(cardOf(version, "X-NONE:"));
+        Card card = Card::parse(cardWith(version, "X-NONE:"));
         card.set(ftNickName, fromUtf8(before));
         edited(version, logicalLines(card.bytes())[before.empty() ? 2 : 3], ftNickName, after);
     }
@@ -148,8 +148,23 @@ TEST(FieldValue, AComponentThatIsAListStaysOneWhenItIsEdited)
     EXPECT_EQ(edited("3.0", "N:;;Philip, Paul;;", ftMiddleName, "Philip, Paula"), "N:;;Philip, Paula;;");
     EXPECT_EQ(edited("2.1", "N:;;Philip,Paul;;", ftMiddleName, "Philip,Paula"), "N:;;Philip,Paula;;");
     EXPECT_EQ(edited("3.0", "ADR:;;1 Mill Lane,Floor 2;;;;", ftStreet3, "1 Mill Lane,Floor 3"), "ADR:;;1 Mill Lane,Floor 3;;;;");
-    EXPECT_EQ(edited("3.0", "ORG:Acme;x,y\\", ftDepartment, "y\\,z"), "ORG:Acme;y\\\\\\,z");
+    EXPECT_EQ(edited("3.0", "ORG:Acme;x,y\\", ftDepartment, "y\\,z"), "ORG:Acme;y\\\\,z");
     EXPECT_EQ(edited("3.0", "ORG:Acme\\, Ltd.", ftCompany, "Acme, Inc."), "ORG:Acme\\, Inc.");
+}
+
+TEST(FieldValue, ACategoryKeepsItsCommaWhenAnotherIsAdded)
+{
+    const std::string line = "CATEGORIES:Friends,Choir\\, second row";
+    for (const char* version : {"2.1", "3.0", "4.0"}) {
+        EXPECT_EQ(edited(version, line, ftCategories, "Friends, Choir, second row, Work"), line + ",Work");
+        EXPECT_EQ(edited(version, line, ftCategories, "Choir, second row"), "CATEGORIES:Choir\\, second row");
+        EXPECT_EQ(edited(version, line, ftCategories, "Choir, Work"), "CATEGORIES:Choir,Work");
+    }
+    Card card = Card::parse(cardWith("3.0", line));
+    card.set(ftCategories, u" Work,Friends ,, Choir,second row");
+    EXPECT_EQ(card.get(ftCategories), u"Work, Friends, Choir, second row");
+    EXPECT_NE(card.bytes().find("CATEGORIES:Work,Friends,Choir,second row\r\n"), std::string::npos) << card.bytes();
+    EXPECT_EQ(edited("3.0", "CATEGORIES:a,b\\", ftCategories, "b\\, a"), "CATEGORIES:b\\\\,a") << "no backslash escapes the comma";
 }
 
 // An algorithm that is not linear would take minutes.
@@ -163,6 +178,7 @@ TEST(FieldValue, HugeListsTakeLinearTime)
         edited(version, line, ftNickName, text + "0");
         edited(version, line, ftNickName, text + ",  0"); // one value with many commas
         edited(version, "N:" + list, ftLastName, list + "0");
+        edited(version, "CATEGORIES:" + list, ftCategories, text + "0");
     }
 }
 
