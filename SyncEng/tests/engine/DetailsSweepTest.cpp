@@ -27,13 +27,15 @@ public:
     {
         keepFewFields(s);
         s.setOption(soConflictResolution, croTrans1Wins); // a field that a killed run wrote is in conflict
-        for (const char16_t* last : {u"edited twice", u"with a field", u"untouched"})
+        for (const char16_t* last : {u"edited twice", u"with a field", u"beside a field", u"untouched"})
             ids_[last] = s.one().add(contact(last, u"X-A:1\nX-B:1\nX-C:1"));
         EXPECT_EQ(s.sync(), S_OK);
         s.one().set(ids_[u"edited twice"], ftDetails, u"X-A:2\nX-B:1\nX-C:1");
         s.two().set(partner(u"edited twice"), ftDetails, u"X-A:1\nX-B:1\nX-D:1");
         s.one().set(ids_[u"with a field"], ftCity1, u"Paris");
         s.two().set(partner(u"with a field"), ftDetails, u"X-A:1\nX-C:1");
+        s.one().set(ids_[u"beside a field"], ftDetails, u"X-B:1\nX-C:1");
+        s.two().set(partner(u"beside a field"), ftCity1, u"Rome");
         s.one().add(contact(u"new on one", u"X-A:1"));
         s.two().add(contact(u"new on two", u"item1.X-A:1\nitem1.X-B:2"));
         s.one().add(contact(u"entered twice", u"X-A:1\nX-B:1"));
@@ -52,9 +54,10 @@ public:
     }
     static std::multiset<std::string> merged()
     {
-        return {
-            "edited twice, old; X-A:2; X-B:1; X-D:1",    "entered twice, old; X-A:1; X-B:1; X-C:1", "new on one, old; X-A:1",
-            "new on two, old; item1.X-A:1; item1.X-B:2", "untouched, old; X-A:1; X-B:1; X-C:1",     "with a field, Paris; X-A:1; X-C:1"};
+        return {"beside a field, Rome; X-B:1; X-C:1",        "edited twice, old; X-A:2; X-B:1; X-D:1",
+                "entered twice, old; X-A:1; X-B:1; X-C:1",   "new on one, old; X-A:1",
+                "new on two, old; item1.X-A:1; item1.X-B:2", "untouched, old; X-A:1; X-B:1; X-C:1",
+                "with a field, Paris; X-A:1; X-C:1"};
     }
     void expectHappyEnd()
     {

@@ -418,6 +418,17 @@ TEST_F(DetailsSync, AnAnnotationThatBothChangedFollowsTheSideWhoseFieldWins)
     }
 }
 
+TEST_F(DetailsSync, TheAnnotationOfAnAddressFollowsAnyOfItsFields)
+{
+    ASSERT_EQ(LONG{ftStreet1}, 8);
+    begin(u"@8;TYPE=home");
+    s.one().set(id1, ftCity1, u"Paris");
+    setLater(true, u"@8;TYPE=one");
+    setLater(false, u"@8;TYPE=two");
+    sync();
+    expectBoth({u"@8;TYPE=one"});
+}
+
 TEST_F(DetailsSync, TheHistoryHoldsHashesOfTheLinesAndNoLine)
 {
     begin(u"NOTE:aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa");

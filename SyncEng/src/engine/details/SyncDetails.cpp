@@ -1,5 +1,8 @@
 #include "engine/details/SyncDetails.h"
 
+#include "engine/FieldGroups.h"
+#include <algorithm>
+
 namespace mb {
 namespace {
 
@@ -23,10 +26,15 @@ void storeBase(MapHistory& history, Side side, const std::u16string& id, const D
     history.tryWriteFieldData(side, id, stored);
 }
 
-// Whether the item writes the source's field of the type.
+// Whether the item writes the source's field of the type, or another one of its group: an address has one annotation.
 bool writesField(const PlanItem& item, LONG type)
 {
-    return item.kind != PlannedMatch && (!item.Changes || item.Changes->empty() || item.Changes->contains(type));
+    if (item.kind == PlannedMatch || !item.Changes || item.Changes->empty()) return item.kind != PlannedMatch;
+    return std::ranges::any_of(*item.Changes, [&](const auto& change) {
+        return change.first == type || std::ranges::any_of(fieldGroups, [&](FieldGroup group) {
+                   return IsFieldInGroup(type, group) && IsFieldInGroup(change.first, group);
+               });
+    });
 }
 
 } // namespace
