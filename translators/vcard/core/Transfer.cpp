@@ -35,6 +35,7 @@ std::string decodeQuotedPrintable(std::string_view text)
             bytes += text[i];
             continue;
         }
+        if (i + 1 == text.size()) break;
         if (const std::size_t n = lineEndAt(text, i + 1)) {
             i += n;
             continue;

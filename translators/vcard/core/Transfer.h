@@ -7,7 +7,7 @@
 
 namespace mb::vcard {
 
-// Removes soft line breaks and keeps an invalid "=" sequence unchanged.
+// Removes soft line breaks, also one at the end of the text, and keeps an invalid "=" sequence unchanged.
 std::string decodeQuotedPrintable(std::string_view text);
 // Writes lines of at most 75 octets. A soft line break is "=" and `eol` and never splits a UTF-8 sequence. `column` is the length of what
 // precedes the text on its line.

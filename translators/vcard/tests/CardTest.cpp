@@ -206,6 +206,14 @@ TEST(Card, ANewLineIsNotJoinedByASoftBreak)
               Card::parse("BEGIN:VCARD\nVERSION:2.1\nNOTE;ENCODING=QUOTED-PRINTABLE:x=\nEND:VCARD\n").get(ftNotes));
 }
 
+// Some programs end the last line of a value like the others.
+TEST(Card, ASoftBreakBehindTheLastLineOfAValueIsNoText)
+{
+    const Card card = Card::parse(v21("ORG;ENCODING=QUOTED-PRINTABLE:a=\r\nb=\r\n\r\nTITLE;ENCODING=QUOTED-PRINTABLE:c=\r\n"));
+    expectFields(card, {{ftCompany, u"ab"}, {ftTitle, u"c"}});
+    EXPECT_EQ(changeOf(card, ftTitle, u"d="), Change("TITLE;ENCODING=QUOTED-PRINTABLE:c=\r\n", "TITLE;ENCODING=QUOTED-PRINTABLE:d=3D\r\n"));
+}
+
 TEST(Card, ANewLineIsInsertedBeforeEndEvenIfBlankLinesFollow)
 {
     EXPECT_EQ(changeOf(Card::parse("\nBEGIN:VCARD\nVERSION:3.0\nEND:VCARD\n\n  \n"), ftTitle, u"t"), Change("", "TITLE:t\n"));
