@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
 
 namespace platform {
 namespace {
@@ -9,8 +10,11 @@ namespace {
 namespace fs = std::filesystem;
 
 // Matches the names of AtomicFile's temporary files: ".mbsync-", or a target's name and a dot, then 16 hexadecimal digits and ".tmp".
-bool isTemporaryName(std::u16string_view name)
+bool isTemporary(const fs::path& file)
 {
+    const fs::path::string_type native = file.filename().native();
+    const std::u16string units(native.begin(), native.end()); // right for ASCII, and nothing else matches
+    std::u16string_view name = units;
     constexpr std::u16string_view ending = u".tmp", hidden = u".mbsync-";
     constexpr std::size_t digits = 16;
     if (!name.ends_with(ending)) return false;
@@ -30,7 +34,7 @@ void removeStaleTemporaries(const fs::path& folder)
     const auto limit = fs::file_time_type::clock::now() - std::chrono::hours(24);
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
         std::error_code unknown;
-        if (!isTemporaryName(textOf(entry->path().filename())) || entry->symlink_status(unknown).type() != fs::file_type::regular) continue;
+        if (!isTemporary(entry->path()) || entry->symlink_status(unknown).type() != fs::file_type::regular) continue;
         const auto changed = entry->last_write_time(unknown);
         if (!unknown && changed < limit) fs::remove(entry->path(), unknown);
     }

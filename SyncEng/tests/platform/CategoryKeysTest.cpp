@@ -4,8 +4,10 @@
 #include "ClassesOf.h"
 #include "registry.h"
 #include "TestFolder.h"
+#include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 using namespace platform;
 using mbtest::classesOf;
@@ -17,10 +19,37 @@ namespace {
 constexpr GUID guid(unsigned char n) { return {0x11111100u + n, 0x2222, 0x3333, {0x44, 0x55, 0x66, 0x77, 0x88, 0x99, 0xAA, 0xBB}}; }
 constexpr GUID one = guid(1), two = guid(2), three = guid(3), cards = guid(100), mails = guid(101);
 
+// No file can grow while this object lives.
+class FullDisk {
+public:
+    FullDisk() : former_(std::signal(SIGXFSZ, SIG_IGN))
+    {
+        ::getrlimit(RLIMIT_FSIZE, &limit_);
+        const rlimit none{0, limit_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &none);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &limit_);
+        std::signal(SIGXFSZ, former_);
+    }
+
+private:
+    void (*former_)(int);
+    rlimit limit_{};
+};
+
 class CategoryKeys : public testing::Test {
 protected:
     mbtest::TestFolder folder;
 };
+
+std::ptrdiff_t filesIn(const std::filesystem::path& folder)
+{
+    return std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator());
+}
 
 } // namespace
 
@@ -71,11 +100,12 @@ TEST_F(CategoryKeys, ARegistryThatCannotBeWrittenDeniesAccess)
 {
     registerCategory(cards, u"Cards");
     registerClassInCategory(one, cards);
-    // A folder with the name of the new file: the registry can be read but not replaced.
-    std::filesystem::create_directory(folder.path() / "registry.reg.new");
+    const std::ptrdiff_t files = filesIn(folder.path());
+    const FullDisk full; // the registry can be read but not replaced
     EXPECT_EQ(registerCategory(mails, u"Mail"), E_ACCESSDENIED);
     EXPECT_EQ(registerClassInCategory(two, cards), E_ACCESSDENIED);
     EXPECT_EQ(unregisterClassInCategory(one, cards), E_ACCESSDENIED);
     EXPECT_EQ(unregisterCategory(cards), E_ACCESSDENIED);
     EXPECT_THAT(classesOf(cards), ElementsAre(one));
+    EXPECT_EQ(filesIn(folder.path()), files) << "no temporary file remains";
 }

@@ -1,5 +1,6 @@
-// The registry in one text file. A change locks the registry, reads the file, edits the keys, writes a new file beside it and renames it.
+// The registry in one text file. A change locks the registry, reads the file, edits the keys, and replaces the file.
 #include "registry.h"
+#include "files.h"
 #include <cstdlib>
 #include <fcntl.h>
 #include <functional>
@@ -137,7 +138,7 @@ std::string bytesOf(const fs::path& file)
 }
 
 // Returns the file's text in UTF-8. An editor or an export of another system may have saved it as UTF-16 with a byte order mark.
-std::string textOf(const fs::path& file)
+std::string contentOf(const fs::path& file)
 {
     std::string bytes = bytesOf(file);
     const bool little = bytes.starts_with("\xFF\xFE"), big = bytes.starts_with("\xFE\xFF");
@@ -164,7 +165,7 @@ std::string textOf(const fs::path& file)
 Keys load(const fs::path& file)
 {
     Keys keys;
-    std::istringstream in(textOf(file));
+    std::istringstream in(contentOf(file));
     std::string line;
     Values* current = nullptr;
     while (std::getline(in, line)) {
@@ -177,25 +178,9 @@ Keys load(const fs::path& file)
     return keys;
 }
 
-bool writeAll(int fd, const std::string& text)
-{
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 // The replaced file keeps its permissions and owner; a link to it stays a link.
-bool save(const fs::path& given, const Keys& keys)
+bool save(const fs::path& file, const Keys& keys)
 {
-    std::error_code noFile;
-    const fs::path real = fs::canonical(given, noFile);
-    const fs::path& file = noFile ? given : real;
-    struct stat before {};
-    const bool there = ::stat(file.c_str(), &before) == 0;
     std::string text = "Windows Registry Editor Version 5.00\n";
     for (const auto& [path, values] : keys) {
         text += "\n[" + path + "]\n";
@@ -209,15 +194,10 @@ bool save(const fs::path& given, const Keys& keys)
                 text += "\"" + escaped(std::get<std::string>(value)) + "\"\n";
         }
     }
-    const fs::path temporary = file.native() + ".new";
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (fd < 0) return false;
-    if (there && (::fchown(fd, before.st_uid, before.st_gid) == 0 || ::geteuid() != 0)) (void)::fchmod(fd, before.st_mode & 07777);
-    const bool written = writeAll(fd, text) && ::fsync(fd) == 0;
-    const bool closed = ::close(fd) == 0;
-    if (written && closed && ::rename(temporary.c_str(), file.c_str()) == 0) return true;
-    ::unlink(temporary.c_str());
-    return false;
+    removeStaleTemporaries(file.parent_path());
+    AtomicFile replaced(file);
+    replaced.write(text);
+    return !replaced.commit();
 }
 
 // Creates the folder and its parents, accessible to their owner only. A failure shows when a file in the folder is opened.
