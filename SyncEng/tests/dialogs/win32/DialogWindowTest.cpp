@@ -344,7 +344,8 @@ TEST_F(DialogWindowTest, AListOf10000RowsOpensAtOnce)
 {
     const mb::PlannedChanges base = changes();
     mb::PlannedChanges planned = base;
-    const std::vector<mb::PlannedTask> many(10000, base.side1.tasks[0]);
+    std::vector<mb::PlannedTask> many(10000, base.side1.tasks[0]);
+    many.push_back(base.side1.tasks.back()); // the deletion
     planned.side1.tasks = many;
     mb::CDetailsDlg dialog(planned);
     EXPECT_EQ(show(dialog,
