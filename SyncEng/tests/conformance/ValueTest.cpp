@@ -1,6 +1,7 @@
 #include "ConformanceTest.h"
 
 #include <algorithm>
+#include <set>
 
 namespace mbtest {
 namespace {
@@ -59,7 +60,7 @@ const std::vector<Sample>& oddities()
 // Whether the field holds free text: many stores restrict the texts of the other fields.
 bool isFree(const ListedField& field)
 {
-    constexpr LONG formed[] = {ftCategories, ftGender, ftRecordStatus, ftPrivateStatus, ftRemindBirthDay, ftRemindDays};
+    constexpr LONG formed[] = {ftCategories, ftGender, ftRecordStatus, ftPrivateStatus, ftRemindBirthDay, ftRemindDays, ftDetails};
     return std::ranges::find(formed, field.type) == std::end(formed);
 }
 
@@ -144,6 +145,36 @@ TEST_P(Conformance, AnOddValueIsStableOnceItIsNormalised)
     translator = open();
     EXPECT_EQ(ids(translator).size(), all.size());
     for (const auto& [id, values] : all) EXPECT_EQ(read(translator, id), values);
+    close(translator);
+}
+
+TEST_P(Conformance, DetailsKeepTheirLinesBesideTheFields)
+{
+    const auto details = std::ranges::find(fields_, LONG{ftDetails}, &ListedField::type);
+    if (details == fields_.end()) return; // not every store keeps more than its fields
+    const auto field = static_cast<std::size_t>(details - fields_.begin());
+    const auto linesOf = [](const std::u16string& text) {
+        std::set<std::u16string> lines;
+        for (std::size_t at = 0, end; at < text.size(); at = end + 1) {
+            end = std::min(text.find(u'\n', at), text.size());
+            const std::u16string line = text.substr(at, end - at);
+            if (!line.starts_with(u"UID:") && !line.starts_with(u"VERSION:")) lines.insert(line);
+        }
+        return lines;
+    };
+    Translator translator = open();
+    std::u16string id = addAlone(translator, {{fieldOf(ftNotes), u"note"}, {field, u"X-ONE:1\nX-TWO:\u4E2D\\, 2"}});
+    Values held = read(translator, id);
+    EXPECT_EQ(linesOf(held[field]), linesOf(u"X-ONE:1\nX-TWO:\u4E2D\\, 2"));
+    EXPECT_EQ(held[fieldOf(ftNotes)], u"note");
+    id = editAlone(translator, id, {{field, u"X-TWO:\u4E2D\\, 2\nX-THREE:3"}});
+    close(translator);
+    translator = open();
+    held = read(translator, id);
+    EXPECT_EQ(linesOf(held[field]), linesOf(u"X-TWO:\u4E2D\\, 2\nX-THREE:3"));
+    EXPECT_EQ(held[fieldOf(ftNotes)], u"note");
+    id = editAlone(translator, id, {{field, u""}});
+    EXPECT_TRUE(linesOf(read(translator, id)[field]).empty());
     close(translator);
 }
 

@@ -243,6 +243,8 @@ TEST_F(TwoFoldersStory, ANewCardWhoseNameDiffersInCaseFromAKnownOneIsSynchronise
     sync();
     EXPECT_FALSE(otherCardWith("FN:Newcomer").empty());
     replaceIn(otherCardWith("FN:Newcomer"), "END:VCARD", "X-OTHER:of Newcomer\r\nEND:VCARD");
+    sync();
+    EXPECT_NE(textOf(cardWith("FN:Newcomer")).find("X-OTHER:of Newcomer"), std::string::npos);
     expectFollowed({"c1", "d1", "Newcomer"});
     fs::remove(folder() / "c1.vcf");
     sync();

@@ -96,6 +96,7 @@ inline constexpr plugin::PluginField cardFields[] = {
     {ftMiscPhone2, u"Misc phone 2", dtString, ffPhoneNumber},
     {ftMiscPhone3, u"Misc phone 3", dtString, ffPhoneNumber},
     {ftOther, u"Other"},
+    {ftDetails, u"Details"},
 };
 
 } // namespace mb::cardfile

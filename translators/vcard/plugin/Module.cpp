@@ -18,6 +18,7 @@ std::vector<plugin::PluginField> makeFields()
     std::vector<plugin::PluginField> made;
     for (const vcard::Field& field : vcard::fields())
         made.push_back({field.type, field.label, kindOf(field.shape), field.shape == vcard::Shape::Phone ? ULONG{ffPhoneNumber} : 0});
+    made.push_back({ftDetails, u"Details"}); // what the card holds besides the other fields
     return made;
 }
 
