@@ -15,6 +15,7 @@ constexpr OptionValue directions[] = {{"both", stSynchronize}, {"to-first", stIm
 constexpr OptionValue changeConflicts[] = {{"ask", croNotify},       {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins},
                                            {"keep-both", croAddAll}, {"merge", croMerge, false},    {"delete-both", croDeleteAll}};
 constexpr OptionValue noLimit[] = {{"none", 0}};
+constexpr OptionValue cardVersions[] = {{"as-store", cvAsStore}, {"as-source", cvAsSource}, {"3.0", cv30}, {"4.0", cv40}};
 constexpr OptionValue deleteConflicts[] = {
     {"ask", croNotify}, {"keep", croAddAll}, {"delete", croDeleteAll}, {"first-wins", croTrans1Wins}, {"second-wins", croTrans2Wins}};
 
@@ -29,6 +30,7 @@ constexpr Option allOptions[] = {
     {"images", soSyncImages, "synchronise pictures", 1, yesNo},
     {"compare-images", soSyncImageOptionChanged, "compare all pictures in the next run", 0, yesNo},
     {"max-delete", soDeletionLimit, "largest share of a store's contacts that a run may delete", halfOfAStore, noLimit, true},
+    {"card-version", soCardVersion, "version of new vCards, if Details are mapped", cvAsStore, cardVersions},
 };
 
 std::string lowerName(const std::string& text) { return platform::utf8(platform::lowered(platform::utf16(text))); }

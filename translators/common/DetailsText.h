@@ -2,7 +2,8 @@
 // text, is one of
 // - a property:     GROUP.NAME;PARAM=value:VALUE, with GROUP and parameters optional, values escaped as in vCard 4.0;
 // - an annotation:  @24;TYPE=cell, what the property of field 24 holds besides the value of the field;
-// - an own line:    UID:... or VERSION:..., which describes the record and is never merged.
+// - an own line:    UID:... or VERSION:..., which describes the record and is never merged. A new record gets those of its source; its
+//                   VERSION is a hint, and a demand with the parameter PREF=1.
 // Uses neither components nor platform/, so that the cores of the plug-ins can include it.
 #pragma once
 #include <cstddef>
@@ -23,6 +24,8 @@ inline constexpr std::size_t kMaxDetails = std::size_t{64u} << 20; // octets of 
 std::u16string cleanedDetails(std::u16string_view text);
 // The same for one line; empty if it is dropped.
 std::u16string cleanedDetailsLine(std::u16string_view line);
+
+inline constexpr std::u16string_view kDemandedVersion = u"VERSION;PREF=1"; // as ownDetail() takes it
 
 // Returns the lines, which are views into the text.
 std::vector<std::u16string_view> detailsLines(std::u16string_view text);

@@ -152,6 +152,7 @@ private:
             .base = base.value_or(DetailsBase()),
             .types = AnnotationTypes(pass_, sourceSide_),
             .newTarget = isNew_,
+            .version = run_.options.cardVersion,
             .sourceWins = [this](const DetailsUnit& unit) { return SourceWinsDetails(pass_, sourceSide_, item_, waiting_, unit); }});
         if (!details_->changesTarget()) return;
         if (matched_) return leaveDetails(); // a link writes nothing

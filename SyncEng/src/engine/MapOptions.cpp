@@ -36,6 +36,7 @@ void ReadMapOptions(RunState& run, const MapClient& map)
     readNumber(soConflictResolution, options.ConflictResolution);
     readNumber(soDelConflictResolution, options.DelConflictResolution);
     readNumber(soDeletionLimit, options.deletionLimit);
+    readNumber(soCardVersion, options.cardVersion);
 }
 
 void BroadcastImageOption(std::u16string_view key, std::u16string_view value)

@@ -29,6 +29,7 @@ struct MapOptions {
     LONG SyncType = stSynchronize;
     LONG ConflictResolution = croNotify, DelConflictResolution = croNotify;
     LONG deletionLimit = 0; // the share of a side's linked records, in percent, that may be deleted; 0 for no limit
+    LONG cardVersion = cvAsStore;
 };
 
 struct ErrorState {

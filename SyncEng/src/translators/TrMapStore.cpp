@@ -27,10 +27,12 @@ constexpr OptionRow optionRows[] = {
 
 // The percentage of a side's linked records that a run may delete; 0 means no limit.
 constexpr OptionRow deletionLimitRow{u"DeletionLimit", OptionKind::Number};
+constexpr OptionRow cardVersionRow{u"CardVersion", OptionKind::Number};
 
 const OptionRow* rowOf(LONG option)
 {
     if (option == soDeletionLimit) return &deletionLimitRow;
+    if (option == soCardVersion) return &cardVersionRow;
     return option >= soConfirmAdds && option <= soSyncImageOptionChanged ? &optionRows[option - 1] : nullptr;
 }
 

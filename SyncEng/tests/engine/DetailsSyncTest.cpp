@@ -88,6 +88,18 @@ TEST_F(DetailsSync, ANewRecordTakesItsDetailsAlong)
     expectAtRest();
 }
 
+TEST_F(DetailsSync, ANewRecordIsToldTheVersionThatTheMapDemandsAndAKnownOneIsNot)
+{
+    s.setOption(soCardVersion, cv30);
+    begin(u"NOTE:a\nVERSION:4.0");
+    EXPECT_EQ(s.two().get(id2, ftDetails), u"NOTE:a\nVERSION;PREF=1:3.0");
+    s.setOption(soCardVersion, cv40);
+    set1(u"NOTE:b\nVERSION:4.0");
+    sync();
+    EXPECT_EQ(lines2(), (Lines{u"NOTE:b", u"VERSION;PREF=1:3.0"}));
+    expectAtRest();
+}
+
 TEST_F(DetailsSync, AnEditOfALineReachesTheOtherSideAndTouchesNoOtherField)
 {
     begin();

@@ -256,6 +256,24 @@ TEST(MergeDetailsTest, ANewRecordIsOfferedTheUidAndAKnownOneKeepsItsOwn)
     EXPECT_EQ(linesOf(merged(false, u"UID:2")), (Lines{u"UID:2", u"X-A:1"}));
 }
 
+TEST(MergeDetailsTest, ANewRecordIsToldTheVersionThatTheMapDemands)
+{
+    const FieldTypeMap types;
+    const auto offered = [&](LONG version, std::u16string_view source) {
+        return MergedDetails(
+                   {.source = source, .target = {}, .base = {}, .types = types, .newTarget = true, .version = version, .sourceWins = {}})
+            .text();
+    };
+    EXPECT_EQ(offered(cvAsStore, u"VERSION:2.1\nVERSION:3.0"), u"VERSION:2.1");
+    EXPECT_EQ(offered(cvAsStore, u"VERSION;PREF=1:3.0"), u"VERSION:3.0") << "what another map demanded is no demand of this one";
+    EXPECT_EQ(offered(cvAsSource, u"VERSION:2.1"), u"VERSION;PREF=1:2.1");
+    EXPECT_EQ(offered(cvAsSource, u"VERSION;PREF=1:3.0\nX-A:1"), u"X-A:1\nVERSION;PREF=1:3.0");
+    EXPECT_EQ(offered(cvAsSource, u""), u"") << "the source names none";
+    EXPECT_EQ(offered(cv30, u"VERSION:4.0\nUID:1"), u"UID:1\nVERSION;PREF=1:3.0");
+    EXPECT_EQ(offered(cv40, u""), u"VERSION;PREF=1:4.0");
+    EXPECT_EQ(offered(50, u"VERSION:4.0"), u"VERSION:4.0") << "a value that is not known";
+}
+
 TEST(MergeDetailsTest, EqualLinesAreCounted)
 {
     Pair pair{u"X-A:1\nX-A:1", u"X-A:1"};

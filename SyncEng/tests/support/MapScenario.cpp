@@ -40,7 +40,8 @@ void MapScenario::setOption(_SyncOptions option, LONG value)
     VariantInit(&v);
     v.vt = VT_I4;
     v.lVal = value;
-    const bool flag = option != soConflictResolution && option != soDelConflictResolution && option != soSyncType;
+    const bool flag =
+        option != soConflictResolution && option != soDelConflictResolution && option != soSyncType && option != soCardVersion;
     if (flag) {
         v.vt = VT_BOOL;
         v.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;

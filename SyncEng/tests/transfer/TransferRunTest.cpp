@@ -58,6 +58,23 @@ TEST_F(TransferRunTest, AFirstTransferCreatesTheHiddenMapAndCopiesOnlyTheSelecte
     EXPECT_THAT(scenario.log().starting("1 BeginUpdate"), IsEmpty()) << "the card file is not written";
 }
 
+TEST_F(TransferRunTest, ATransferTakesDetailsAlongAndLeavesTheTargetsOwnLines)
+{
+    scenario.one().addDetailsField();
+    scenario.two().addDetailsField();
+    const auto ids = addCards({u"Adams", u"Brown"});
+    scenario.one().set(ids[0], ftDetails, u"TZ:1\nUID:7\nVERSION:3.0");
+    ASSERT_EQ(transfer({ids[0]}), S_OK);
+    const std::u16string copy = scenario.two().order.back();
+    EXPECT_EQ(scenario.two().get(copy, ftDetails), u"TZ:1\nUID:7\nVERSION:3.0");
+    scenario.two().set(copy, ftDetails, u"TZ:1\nX-OWN:1");
+    scenario.one().set(ids[0], ftDetails, u"TZ:2");
+    ASSERT_EQ(scenario.maps()->SetOption(fakeClass2, soCardVersion, com::Variant(LONG{cv40})), S_OK);
+    ASSERT_EQ(transfer(ids), S_OK);
+    EXPECT_EQ(scenario.two().get(copy, ftDetails), u"X-OWN:1\nTZ:2");
+    EXPECT_EQ(scenario.two().get(scenario.two().order.back(), ftDetails), u"VERSION;PREF=1:4.0") << "the hidden map has options too";
+}
+
 TEST_F(TransferRunTest, AFirstTransferThatFailsLeavesNoHiddenMap)
 {
     const auto ids = addCards({u"Adams"});

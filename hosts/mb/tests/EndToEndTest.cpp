@@ -299,13 +299,40 @@ TEST_F(EndToEndTest, OptionsAreKept)
     const std::map<std::string, std::string> wanted{
         {"confirm-additions", "no"},    {"confirm-changes", "no"}, {"confirm-deletions", "no"}, {"conflicts", "second-wins"},
         {"delete-conflicts", "delete"}, {"direction", "to-first"}, {"verified-only", "yes"},    {"images", "no"},
-        {"compare-images", "yes"},      {"max-delete", "80%"}};
+        {"compare-images", "yes"},      {"max-delete", "80%"},     {"card-version", "3.0"}};
     const Json before = json({"show", map}).at("options");
     for (const auto& [option, value] : wanted) {
         EXPECT_NE(before.at(option), value) << option;
         EXPECT_EQ(mb({"set", map, option, value}).out, option + " is " + value + "\n");
     }
     for (const auto& [option, value] : wanted) EXPECT_EQ(json({"show", map}).at("options").at(option), value);
+}
+
+TEST_F(EndToEndTest, NewCardsHaveTheVersionThatTheMapSays)
+{
+    registerPlugins();
+    const auto card = [](const std::string& version, const std::string& name) {
+        return "BEGIN:VCARD\r\nVERSION:" + version + "\r\nFN:" + name + "\r\nN:" + name + ";;;;\r\nEND:VCARD\r\n";
+    };
+    const std::string source = home_ / "Source", target = home_ / "Target", kept = home_ / "kept.db";
+    for (const std::string& folder : {source, target}) fs::create_directory(folder);
+    for (const char* number : {"1", "2"}) putText(target + "/" + number + ".vcf", card("2.1", std::string("Old") + number));
+    const std::string file = addMap("vCard=" + source, "Mirabook=" + kept), back = addMap("Mirabook=" + kept, "vCard=" + target);
+    const auto versionOfNew = [&](const std::string& name, const std::string& version, const char* ofFile, const char* ofFolder) {
+        EXPECT_EQ(mb({"set", file, "card-version", ofFile}).code, 0);
+        EXPECT_EQ(mb({"set", back, "card-version", ofFolder}).code, 0);
+        putText(source + "/" + name + ".vcf", card(version, name));
+        for (const std::string& map : {file, back, file}) EXPECT_EQ(mb({"sync", map, "--silent"}).code, 0);
+        const std::string bytes = textOf(mbtest::cardWith(target, "FN:" + name));
+        return bytes.substr(bytes.find("VERSION:") + 8, 3);
+    };
+    EXPECT_EQ(versionOfNew("Ada", "4.0", "as-store", "as-store"), "3.0") << "most cards are of 2.1, which is 3.0 for new ones";
+    EXPECT_EQ(versionOfNew("Bea", "4.0", "as-store", "as-source"), "4.0") << "the card file keeps the version of its source";
+    EXPECT_EQ(versionOfNew("Cleo", "2.1", "as-store", "as-source"), "3.0");
+    EXPECT_EQ(versionOfNew("Dora", "3.0", "as-store", "4.0"), "4.0");
+    EXPECT_EQ(versionOfNew("Eve", "3.0", "4.0", "as-source"), "4.0") << "the demand of the first map is the source's version of the second";
+    EXPECT_EQ(versionOfNew("Flora", "4.0", "4.0", "as-store"), "3.0") << "and demands nothing of it";
+    EXPECT_EQ(versionOfNew("Gwen", "4.0", "as-source", "3.0"), "3.0");
 }
 
 TEST_F(EndToEndTest, FieldsAreMappedUnmappedAndReset)

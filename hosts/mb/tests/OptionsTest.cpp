@@ -14,8 +14,8 @@ TEST(OptionsTest, EachOptionOfAMapIsListedOnce)
         ids.insert(option.id);
         names.insert(option.name);
     }
-    EXPECT_EQ(ids, (std::set<LONG>{1, 2, 3, 4, 5, 6, 7, 8, 9, 100}));
-    EXPECT_EQ(names.size(), 10u);
+    EXPECT_EQ(ids, (std::set<LONG>{1, 2, 3, 4, 5, 6, 7, 8, 9, 100, 101}));
+    EXPECT_EQ(names.size(), 11u);
 }
 
 TEST(OptionsTest, EveryValueIsFoundByItsNameAndNamedByItsNumber)

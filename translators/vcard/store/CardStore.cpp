@@ -149,15 +149,22 @@ void CardStore::write(const std::string& id, int type, std::u16string_view text)
     record.card.set(type, text);
 }
 
+// Returns the version that a new card's details demand, or name for the first card of a store.
+std::optional<Version> CardStore::wantedVersion(std::u16string_view details) const
+{
+    std::u16string version = plugin::ownDetail(details, plugin::kDemandedVersion);
+    if (version.empty() && !versionOfNew_) version = plugin::ownDetail(details, u"VERSION");
+    if (version == u"2.1" || version == u"3.0") return Version::V30;
+    return version == u"4.0" ? std::optional(Version::V40) : std::nullopt;
+}
+
 void CardStore::writeDetails(Open& record, std::u16string_view text)
 {
     const std::u16string name = record.card.composedName();
     if (const std::string refusal = plugin::detailsRefusal(text, name.empty() ? record.id : toUtf8(name)); !refusal.empty())
         throw StoreError(Step::WriteField, refusal);
-    if (record.isNew && !versionOfNew_) {
-        const std::u16string version = plugin::ownDetail(text, u"VERSION");
-        if (version == u"2.1" || version == u"3.0") record.card = record.card.inVersion(Version::V30);
-    }
+    if (const auto wanted = record.isNew ? wantedVersion(text) : std::nullopt; wanted && *wanted != record.card.version())
+        record.card = record.card.inVersion(*wanted);
     record.card.setDetails(text);
     if (!record.isNew) return;
     Card named = record.card;
@@ -195,8 +202,8 @@ void CardStore::put(Open& record)
     if (record.isNew) {
         const Place place = storageOfNew().add(record);
         FileRecord& file = cards_.index->fileAt(place);
-        versionOfNew_ = record.card.version();
-        if (place.isFile()) file.versions[static_cast<std::size_t>(*versionOfNew_)] = 1;
+        if (!versionOfNew_) versionOfNew_ = record.card.version();
+        if (place.isFile()) file.versions[static_cast<std::size_t>(record.card.version())] = 1;
         record.id = place.isFile() ? file.id() : file.idOf(file.cards[place.cardIndex()]);
         ids_.add(record.id, place);
         return;

@@ -70,6 +70,7 @@ private:
     Open load(const std::string& id, Step step);
     void put(Open& record);
     std::optional<Version> versionOfMost();
+    std::optional<Version> wantedVersion(std::u16string_view details) const;
     void writeDetails(Open& record, std::u16string_view text);
     void commitAll(Step step);
     void discardEdits();

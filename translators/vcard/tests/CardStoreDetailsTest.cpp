@@ -124,6 +124,35 @@ TEST_F(CardStoreDetails, TheFirstCardOfAStoreHasTheVersionThatItsDetailsName)
     EXPECT_EQ(versionLine(first(u"LANG:fr")), "VERSION:4.0");
 }
 
+TEST_F(CardStoreDetails, ANewCardHasTheVersionThatItsDetailsDemandWhateverTheStoreHas)
+{
+    const std::string of21 = "BEGIN:VCARD\r\nVERSION:2.1\r\nN:a\r\nEND:VCARD\r\n",
+                      of40 = "BEGIN:VCARD\r\nVERSION:4.0\r\nFN:a\r\nEND:VCARD\r\n";
+    for (const std::string& other : {std::string(), of21, cardText("Doe"), of40})
+        for (const bool one : {false, true}) {
+            SCOPED_TRACE(other + (one ? " in one file" : " in a folder"));
+            const auto added = [&](std::u16string_view version) {
+                fs::remove_all(folder);
+                fs::create_directories(folder);
+                put(one ? "all.vcf" : "a.vcf", other);
+                CardStore store = one ? open(folder / "all.vcf") : open();
+                const std::string id = addWith(store, u"Roe", std::u16string(u"LANG:fr\nUID:urn:x:7\n").append(version));
+                const std::string bytes = get(id.substr(0, id.find('#')));
+                EXPECT_THAT(bytes, HasSubstr("LANG:fr\r\n"));
+                EXPECT_THAT(bytes, HasSubstr("UID:urn:x:7\r\n"));
+                const std::string next = get(add(store, u"Poe"));
+                if (!one && !other.empty()) {
+                    EXPECT_EQ(versionLine(next), other == of40 ? "VERSION:4.0" : "VERSION:3.0") << "as the store";
+                }
+                return bytes.substr(bytes.rfind("VERSION:"), 11);
+            };
+            EXPECT_EQ(added(u"VERSION;PREF=1:3.0"), "VERSION:3.0");
+            EXPECT_EQ(added(u"VERSION;PREF=1:4.0"), "VERSION:4.0");
+            EXPECT_EQ(added(u"VERSION;PREF=1:2.1"), "VERSION:3.0") << "no new card is of version 2.1";
+            EXPECT_EQ(added(u"VERSION;PREF=1:5.0"), added(u"")) << "a version that is not known";
+        }
+}
+
 TEST_F(CardStoreDetails, AnIndexOfAnEarlierVersionIsCompletedByReading)
 {
     put("1.vcf", cardText("Doe"));

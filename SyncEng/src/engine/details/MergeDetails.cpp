@@ -40,6 +40,24 @@ std::u16string numbered(std::u16string_view prefix, int number)
     return std::u16string(prefix).append(digits.begin(), digits.end());
 }
 
+// The own lines for a new record. What the source's record was once demanded to be is no demand on another store.
+std::vector<std::u16string> offeredOwnLines(const std::vector<std::u16string_view>& ofSource, LONG wanted)
+{
+    std::vector<std::u16string> lines;
+    std::u16string version;
+    for (const std::u16string_view line : ofSource) {
+        if (propertyOf(line) != u"VERSION")
+            lines.emplace_back(line);
+        else if (version.empty())
+            version = line.substr(std::min(line.find(u':') + 1, line.size()));
+    }
+    if (wanted == cv30) version = u"3.0";
+    if (wanted == cv40) version = u"4.0";
+    const bool demanded = wanted == cv30 || wanted == cv40 || wanted == cvAsSource;
+    if (!version.empty()) lines.push_back((demanded ? u"VERSION;PREF=1:" : u"VERSION:") + version);
+    return lines;
+}
+
 // The first name with a number that is not in use.
 template <class InUse> std::u16string firstFree(std::u16string_view prefix, InUse&& inUse)
 {
@@ -57,7 +75,7 @@ MergedDetails::MergedDetails(const DetailsMergeInput& input) : source_(parseDeta
     pairEqual();
     applyRemovals();
     addNew(input.sourceWins);
-    if (input.newTarget) ownLines_ = source_.ownLines;
+    if (input.newTarget) ownLines_ = offeredOwnLines(source_.ownLines, input.version);
 }
 
 void MergedDetails::readSource(const FieldTypeMap& types)
@@ -206,7 +224,7 @@ std::u16string MergedDetails::text() const
         if (target.kept) std::ranges::for_each(target.unit->lines, append);
     for (const std::u16string& line : added_) append(line);
     for (const std::u16string_view line : target_.ownLines) append(line);
-    for (const std::u16string_view line : ownLines_) append(line);
+    for (const std::u16string& line : ownLines_) append(line);
     return text;
 }
 

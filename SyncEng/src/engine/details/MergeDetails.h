@@ -2,6 +2,7 @@
 // target. What the target changed stays, and travels when the other direction is written. Reads and writes no store.
 #pragma once
 #include "engine/details/DetailsBase.h"
+#include "interfaces.h"
 #include "store/FieldData.h"
 #include <functional>
 
@@ -12,6 +13,7 @@ struct DetailsMergeInput {
     DetailsBase base{};        // as the source has it; empty at a first meeting
     const FieldTypeMap& types; // for each mapped pair, the source's field type to the target's: an annotation of any other field stays home
     bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
+    LONG version = cvAsStore;  // what the map demands of a new record: soCardVersion
     // Of a unit that a record has once and that is new on both sides: whether the source's replaces the target's.
     std::function<bool(const DetailsUnit&)> sourceWins{};
 };
@@ -79,7 +81,8 @@ private:
     std::vector<Expected> addedUnits_;
     std::vector<std::u16string> added_, addedGroups_;
     std::vector<std::pair<std::u16string, std::u16string>> addedAltIds_; // of a property
-    std::vector<std::u16string_view> removed_, overwritten_, ownLines_;
+    std::vector<std::u16string_view> removed_, overwritten_;
+    std::vector<std::u16string> ownLines_; // of a new target
 };
 
 // Whether the record holds the details that its base has. `types`: as above, from this side to the other.
