@@ -4,6 +4,7 @@
 #include "Charset.h"
 #include "LineReader.h"
 #include "ListValue.h"
+#include "NewLine.h"
 #include "PhoneValue.h"
 #include "Value.h"
 
@@ -354,30 +355,6 @@ void Card::replace(const Field& field, const std::u16string& text)
     claimAgain(at);
 }
 
-std::string Card::newHeader(const Field& field) const
-{
-    const bool v21 = context_.version == Version::V21, v40 = context_.version == Version::V40;
-    std::string_view property = field.property;
-    std::string_view words = field.types;
-    if (field.shape == Shape::Gender && !v40) property = "X-GENDER";
-    if (property == "EMAIL" && v40) words = {};
-    std::string header(property);
-    for (bool first = true; !words.empty();) {
-        const std::size_t comma = std::min(words.find(','), words.size());
-        std::string word(words.substr(0, comma));
-        words.remove_prefix(std::min(comma + 1, words.size()));
-        if (v40)
-            for (char& c : word) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-        if (v21 && word == "MAIN") continue; // not a TYPE word of version 2.1
-        if (v21)
-            header += (word.starts_with("X-") ? ";TYPE=" : ";") + word;
-        else
-            header += (first ? ";TYPE=" : ",") + word;
-        first = false;
-    }
-    return header;
-}
-
 // Returns where to insert a line: before END, and before a line whose soft line break would join the new one.
 std::size_t Card::endOfLines() const
 {
@@ -389,7 +366,7 @@ std::size_t Card::endOfLines() const
 
 void Card::add(const Field& field, const std::u16string& text)
 {
-    Line line = Line::make(newHeader(field), context_.eol);
+    Line line = Line::make(newHeader(field, context_.version), context_.eol);
     line.setValue(compose(field, line, text), context_);
     const std::size_t at = endOfLines();
     Slots wanted = slots_;

@@ -8,6 +8,7 @@
 #include "Line.h"
 
 #include <array>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,8 +51,8 @@ public:
     // field, and ignores the own lines of the text. Returns whether the card changed.
     std::u16string details() const;
     bool setDetails(std::u16string_view text);
-    // Gives a new card the UID that the details name; without one the card keeps its own.
-    void takeUid(std::u16string_view details);
+    // Gives a new card the UID that the details name, if `isFree` returns true for it; otherwise the card keeps its own.
+    void takeUid(std::u16string_view details, const std::function<bool(const std::string& uid)>& isFree);
 
     // Returns the parts of the name as one text, such as "Dr. John Q. Doe Jr.".
     std::u16string composedName() const;
@@ -75,12 +76,12 @@ private:
     std::u16string labelOf(const Line& line) const;
     std::u16string read(const Field& field, const Line& line) const;
     std::u16string compose(const Field& field, Line& line, std::u16string_view text) const;
-    std::string newHeader(const Field& field) const;
     void replace(const Field& field, const std::u16string& text);
     void add(const Field& field, const std::u16string& text);
     void clear(const Field& field);
     bool required(const Field& field) const;
     std::size_t endOfLines() const;
+    bool holdsOnlyFields() const;
     std::size_t imageLine(const Field& field) const;
     const Line* lineOfImage(int type) const;
     void addImage(const Field& field, std::string_view jpeg);

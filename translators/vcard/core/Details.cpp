@@ -5,6 +5,8 @@
 #include "Charset.h"
 #include "DetailsEdit.h"
 #include "DetailsText.h"
+#include "NewLine.h"
+#include "Value.h"
 
 #include <algorithm>
 
@@ -69,6 +71,7 @@ CardDetails::Groups CardDetails::groups(const std::vector<int>& fieldOf) const
 
 void CardDetails::annotate(int field, FieldLine& held, const Groups& groups) const
 {
+    if (!card_.mayChangeCharset_ && isAsNew(card_.lines_[held.line], *findField(field), card_.version())) return;
     held.annotation = difference(usual(card_, field), actual(card_, field, held.line), fieldParts(field));
     const std::string& name = card_.lines_[held.line].group();
     if (name.empty()) return;
@@ -106,7 +109,7 @@ CanonicalProperty CardDetails::usual(const Card& card, int field)
         line.setJpeg({}, card.context_.version);
         return splitProperty(std::string(first.property) + canonicalParams(line, card.context_) + ':');
     }
-    Line line = Line::make(card.newHeader(first), card.context_.eol);
+    Line line = Line::make(newHeader(first, card.version()), card.context_.eol);
     for (const Field* each : fieldsOf(first.slot))
         if (const std::u16string text = card.get(each->type); !text.empty()) line.setValue(card.compose(*each, line, text), card.context_);
     return splitProperty(canonicalLine(line, card.context_));
@@ -130,7 +133,7 @@ std::uint32_t CardDetails::fieldParts(int field)
 std::u16string CardDetails::text() const
 {
     std::string all;
-    const auto add = [&](std::string_view line) { all.append(all.empty() ? "" : "\n").append(line); };
+    const auto add = [&](std::string_view line) { all.append(line).append("\n"); };
     for (const std::string& property : properties_)
         if (!property.empty()) add(property);
     for (const auto& [field, held] : fieldLines_) {
@@ -138,21 +141,55 @@ std::u16string CardDetails::text() const
         const std::u16string line = plugin::cleanedDetailsLine(fromUtf8(annotationText(field, held.annotation)));
         if (!line.empty()) add(toUtf8(line));
     }
-    constexpr std::array<std::string_view, 3> kVersions = {"2.1", "3.0", "4.0"};
-    if (const std::string uid = card_.uid(); !uid.empty()) add(toUtf8(plugin::cleanedDetailsLine(fromUtf8("UID:" + uid))));
-    add("VERSION:" + std::string(kVersions[static_cast<std::size_t>(card_.version())]));
-    return fromUtf8(all);
+    return fromUtf8(all) + ownLines(card_);
 }
 
-std::u16string Card::details() const { return CardDetails(*this).text(); }
-
-void Card::takeUid(std::u16string_view details)
+std::u16string CardDetails::ownLines(const Card& card)
 {
-    const std::string uid = toUtf8(plugin::ownDetail(plugin::cleanedDetails(details), u"UID"));
-    const auto line = std::ranges::find(lines_, "UID", &Line::name);
-    if (!uid.empty() && line != lines_.end()) *line = lineFromCanonical("UID:" + uid, context_);
+    constexpr std::array<std::u16string_view, 3> kVersions = {u"VERSION:2.1", u"VERSION:3.0", u"VERSION:4.0"};
+    const std::string uid = card.uid();
+    std::u16string lines;
+    if (!uid.empty()) lines = plugin::cleanedDetailsLine(fromUtf8("UID:" + uid)) + u'\n';
+    return lines.append(kVersions[static_cast<std::size_t>(card.version())]);
 }
 
-bool Card::setDetails(std::u16string_view text) { return DetailsEdit(*this, text).apply(); }
+// Most cards hold only what new lines of their fields would say.
+bool Card::holdsOnlyFields() const
+{
+    if (mayChangeCharset_) return false;
+    constexpr std::size_t kMostLines = 64;
+    if (lines_.size() > kMostLines) return false;
+    std::array<std::uint8_t, kMostLines> slotOf{};
+    for (std::size_t slot = 0; slot < kSlots; ++slot)
+        if (slots_[slot] >= 0) slotOf[static_cast<std::size_t>(slots_[slot])] = static_cast<std::uint8_t>(slot);
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+        const Line& line = lines_[i];
+        const std::string& name = line.name();
+        if (name.empty() || name == "VERSION" || (line.group().empty() && (name == "UID" || name == "REV" || name == "PRODID"))) continue;
+        if (slotOf[i] != 0 && isAsNew(line, *findField(slotOf[i]), version())) continue;
+        if (line.header() == "N" && version() != Version::V40 && line.body() == ";;;;") continue; // required
+        if (name == "FN" && line.group().empty() && line.param(kDerivedParam)) continue;
+        return false;
+    }
+    return true;
+}
+
+std::u16string Card::details() const { return holdsOnlyFields() ? CardDetails::ownLines(*this) : CardDetails(*this).text(); }
+
+void Card::takeUid(std::u16string_view details, const std::function<bool(const std::string& uid)>& isFree)
+{
+    const std::u16string clean = plugin::cleanedDetailsLine(u"UID:" + plugin::ownDetail(details, u"UID"));
+    const auto line = std::ranges::find(lines_, "UID", &Line::name);
+    if (clean.size() <= std::u16string_view(u"UID:").size() || line == lines_.end()) return;
+    Line wanted = lineFromCanonical(toUtf8(clean), context_);
+    if (isFree(toUtf8(trimBlanks(wanted.value(context_))))) *line = std::move(wanted);
+}
+
+bool Card::setDetails(std::u16string_view text)
+{
+    const auto isOwnLine = [](std::u16string_view line) { return line.starts_with(u"UID:") || line.starts_with(u"VERSION"); };
+    if (std::ranges::all_of(plugin::detailsLines(text), isOwnLine) && holdsOnlyFields()) return false;
+    return DetailsEdit(*this, text).apply();
+}
 
 } // namespace mb::vcard

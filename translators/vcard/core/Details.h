@@ -31,6 +31,8 @@ public:
     // The lines of the fields that have a value, by the field that names them in an annotation.
     const std::map<int, FieldLine>& fieldLines() const { return fieldLines_; }
     std::u16string text() const;
+    // Returns the lines of the text that belong to the card itself.
+    static std::u16string ownLines(const Card& card);
 
     // Returns the property that a new card of the same version would get for the values of these fields. A picture has no value.
     static CanonicalProperty usual(const Card& card, int field);

@@ -166,10 +166,7 @@ void CardStore::writeDetails(Open& record, std::u16string_view text)
     if (const auto wanted = record.isNew ? wantedVersion(text) : std::nullopt; wanted && *wanted != record.card.version())
         record.card = record.card.inVersion(*wanted);
     record.card.setDetails(text);
-    if (!record.isNew) return;
-    Card named = record.card;
-    named.takeUid(text);
-    if (!ids_.hasUid(safeToken(named.uid()))) record.card = std::move(named);
+    if (record.isNew) record.card.takeUid(text, [&](const std::string& uid) { return !ids_.hasUid(safeToken(uid)); });
 }
 
 void CardStore::writeImage(const std::string& id, int type, std::string_view bytes)

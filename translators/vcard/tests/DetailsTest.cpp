@@ -242,10 +242,13 @@ TEST(Details, NameTheUidOfANewCard)
 {
     for (const Version version : {Version::V30, Version::V40}) {
         Card card = Card::make("4fbe8971-0bc3-424c-9c26-36c3e1eff6b1", "\n", version);
-        card.takeUid(u"LANG:fr");
+        const auto free = [](const std::string& uid) { return uid != "taken"; };
+        card.takeUid(u"LANG:fr", free);
+        card.takeUid(u"UID:taken", free);
         EXPECT_EQ(card.uid(), "urn:uuid:4fbe8971-0bc3-424c-9c26-36c3e1eff6b1");
         card.takeUid(u"LANG:fr\nUID:a\x01"
-                     u"b\\,c\nVERSION:3.0");
+                     u"b\\,c\nVERSION:3.0",
+                     free);
         EXPECT_EQ(card.uid(), "ab\\,c");
         EXPECT_EQ(card.details(), version == Version::V30 ? u"UID:ab\\,c\nVERSION:3.0" : u"UID:ab\\,c\nVERSION:4.0");
         EXPECT_TRUE(card.readsBackFrom(card.bytes()));
