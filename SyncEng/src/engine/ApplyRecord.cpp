@@ -65,7 +65,13 @@ public:
             copyAndRestore();
             save();
         }
-        readBack();
+        try {
+            readBack();
+        } catch (const RunFailure&) {
+            storeValues();
+            throw;
+        }
+        storeValues();
     }
 
 private:
@@ -291,8 +297,6 @@ private:
         guard_.engage();
         targetIdOut_ = targetKey_.text();
         keepUnread(sourceSide_, recordId_, SourceData);
-        if (pass_.details) CarryDetailsBase(pass_, sourceSide_, recordId_, SourceData);
-        run_.history.tryWriteFieldData(sourceSide_, recordId_, SourceData);
     }
 
     // The history of a field that the scan could not read stays as it was, so that the next run finds its change.
@@ -321,23 +325,33 @@ private:
         for (const LONG type : types) keep(type);
     }
 
-    // Stores what the target holds now in the history. After a failure the target's history stays as it was.
+    // Reads what the target holds now. Details that cannot be read back leave the base as it was: of lines whose fate is unknown none may
+    // read as removed.
     void readBack()
     {
         const OpenReading reading(target_.store, targetKey_.get());
         FieldValueMap held;
         if (!reading || !readTargetFields(held)) return;
         keepUnread(targetSide_, targetKey_.text(), held);
-        if (pass_.details) CarryDetailsBase(pass_, targetSide_, targetKey_.text(), held);
-        run_.history.tryWriteFieldData(targetSide_, targetKey_.text(), held);
-        if (details_) storeDetailsBase();
+        targetData_ = std::move(held);
+        if (!details_) return;
+        if (const auto now = ReadDetails(pass_, targetSide_, targetKey_)) base_ = details_->nextBase(*now);
     }
 
-    // Details that cannot be read back leave the base as it was: of lines whose fate is unknown none may read as removed.
-    void storeDetailsBase()
+    // Stores the values of both records in the history. After a failure to read back, the target's history stays as it was.
+    void storeValues()
     {
-        const auto now = ReadDetails(pass_, targetSide_, targetKey_);
-        if (now) StoreDetailsBase(pass_, sourceSide_, recordId_, targetKey_.text(), details_->nextBase(*now));
+        storeValues(sourceSide_, recordId_, SourceData);
+        if (targetData_) storeValues(targetSide_, targetKey_.text(), *targetData_);
+    }
+
+    void storeValues(Side side, const std::u16string& id, FieldValueMap& values)
+    {
+        if (base_)
+            values[ftDetails] = composeDetailsBase(side == sourceSide_ ? *base_ : mirrored(*base_));
+        else if (pass_.details)
+            CarryDetailsBase(pass_, side, id, values);
+        run_.history.tryWriteFieldData(side, id, values);
     }
 
     bool readTargetFields(FieldValueMap& held)
@@ -386,6 +400,8 @@ private:
     HostUnits units_;
     ImageStates images_, targetImageStates_;
     FieldValueMap SourceData, KeptValues;
+    std::optional<FieldValueMap> targetData_; // what the target holds, once it was read back
+    std::optional<DetailsBase> base_;         // the next base of the details, as the source has it
     std::vector<LONG> TargetTypes;
     std::vector<bool> EmptyValues;
 };
