@@ -28,6 +28,7 @@ struct RecordTask {
     bool alreadyGone = false;               // of a TaskDelete: the store does not have the record, so there is nothing to delete
     bool Settled = false;                   // the change set is final
     LONG conflict = 0;                      // the resolution of the record's conflict, of _ConflictResolutionOptions; 0 for no conflict
+    bool withoutDetails = false;            // of a TaskMatched: neither record has a line of details that could travel
     bool FieldMapRemapped = false;          // all fields count as changed, and the history's flag is cleared after the write
 };
 

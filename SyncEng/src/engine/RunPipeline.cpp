@@ -202,10 +202,14 @@ private:
             completeSide(Side::Two, result);
             nothingLeft = plans_.one.empty() && plans_.two.empty();
             if (nothingLeft && mayStamp(result)) stamp(Side::One);
+            if (nothingLeft && result == S_OK) rememberDetails();
         });
         if (nothingLeft || !mayStamp(result)) return result;
         if (result == S_OK) result = writeSide(Side::One);
-        saveHistoryOnce(result, [&] { completeSide(Side::One, result); });
+        saveHistoryOnce(result, [&] {
+            completeSide(Side::One, result);
+            if (result == S_OK) rememberDetails();
+        });
         return result;
     }
 
@@ -275,7 +279,6 @@ private:
 
     void finish(HRESULT result)
     {
-        if (result == S_OK && pass_.FieldCount != 0) rememberDetails();
         if (result == S_OK && run_.FieldMapUpdated) {
             fieldMap_.tryForgetUpdate();
             run_.FieldMapUpdated = false;

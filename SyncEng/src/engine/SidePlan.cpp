@@ -29,6 +29,7 @@ PlanItem itemOf(std::u16string&& recordId, RecordTask&& task)
     item.Changes = std::move(task.Changes);
     item.Values = std::move(task.Values);
     item.conflict = task.conflict;
+    item.withoutDetails = task.withoutDetails;
     item.FieldMapRemapped = task.FieldMapRemapped;
     return item;
 }

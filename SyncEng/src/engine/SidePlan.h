@@ -14,6 +14,7 @@ struct PlanItem {
     std::unique_ptr<FieldValueMap> Changes; // the fields to write; null or empty means all
     std::unique_ptr<RecordValues> Values;   // of the record of recordId(), if the search for duplicates has read them
     LONG conflict = 0;                      // as in the task
+    bool withoutDetails = false;            // as in the task
     bool FieldMapRemapped = false;          // as in the task
 
     [[nodiscard]] bool isDeletion() const noexcept { return kind == PlannedDelete || kind == PlannedGone; }

@@ -172,6 +172,8 @@ DetailsHash detailsHash(std::u16string_view text) noexcept
 
 DetailsText parseDetails(std::u16string_view text) { return Parser().parse(text); }
 
+bool holdsOnlyOwnLines(std::u16string_view text) { return parseDetails(text).units.empty(); }
+
 std::u16string annotationKey(LONG field)
 {
     const std::string number = std::to_string(field);

@@ -33,6 +33,9 @@ DetailsHash detailsHash(std::u16string_view text) noexcept;
 // The views point into `text`. Empty lines are left out.
 DetailsText parseDetails(std::u16string_view text);
 
+// Whether no line of the text can travel to a known record.
+bool holdsOnlyOwnLines(std::u16string_view text);
+
 // The hash of an annotation as one of another field.
 DetailsHash annotationHash(const DetailsUnit& annotation, LONG field);
 std::u16string annotationKey(LONG field);

@@ -46,6 +46,7 @@ public:
 private:
     void plan(PlanItem& item)
     {
+        if (item.withoutDetails) return;
         const auto base = StoredDetailsBase(pass_, source_, item.sourceId, *item.targetId);
         if (base && !namesDetails(item)) return;
         const auto own = OpenAndReadDetails(pass_, source_, item.sourceId);

@@ -1,4 +1,5 @@
 #include "engine/DescribeRecord.h"
+#include "engine/details/SyncDetails.h"
 #include "engine/duplicates/FindDuplicates.h"
 #include "engine/duplicates/MatchRows.h"
 #include "engine/duplicates/MatchRules.h"
@@ -130,7 +131,18 @@ private:
                 !readInto(*task2->second.Values, row.field2.type, two_, id2.get(), fields2[row.index]))
                 return false;
         }
+        task1->second.withoutDetails = task2->second.withoutDetails = neitherHasDetails(id1, id2);
         return true;
+    }
+
+    // The stores have both records at hand now, and would have to read them again for the plan.
+    bool neitherHasDetails(const com::Bstr& id1, const com::Bstr& id2)
+    {
+        if (!pass_.details) return false;
+        const auto own = ReadDetails(pass_, Side::One, id1);
+        if (!own || !holdsOnlyOwnLines(*own)) return false;
+        const auto other = ReadDetails(pass_, Side::Two, id2);
+        return other && holdsOnlyOwnLines(*other);
     }
 
     void noteDifferences(RecordTask& task1, RecordTask& task2) const
