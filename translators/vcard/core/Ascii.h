@@ -1,5 +1,6 @@
 // ASCII case helpers: property names, parameters and keywords of a vCard are ASCII and case-insensitive.
 #pragma once
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,12 @@ constexpr bool equalFold(std::string_view a, std::string_view b)
 constexpr bool endsWithFold(std::string_view text, std::string_view tail)
 {
     return text.size() >= tail.size() && equalFold(text.substr(text.size() - tail.size()), tail);
+}
+
+inline bool holdsFold(std::string_view text, std::string_view upperWord)
+{
+    const auto same = [](char a, char b) { return upper(a) == b; };
+    return std::search(text.begin(), text.end(), upperWord.begin(), upperWord.end(), same) != text.end();
 }
 
 inline std::string upperCopy(std::string_view text)

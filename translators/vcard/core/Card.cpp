@@ -45,20 +45,50 @@ bool hasScheme(std::u16string_view text)
 
 } // namespace
 
-Version versionOf(std::string_view text)
+namespace {
+
+// Calls `take` with the bytes of each property line of the card until it returns true. Lines of a nested card are left out.
+template <class Take> void findProperty(std::string_view text, Take&& take)
 {
     LineReader reader(text);
     RawLine raw;
     int depth = 0;
     while (reader.next(raw)) {
         depth += raw.kind == RawLine::Kind::Begin ? 1 : raw.kind == RawLine::Kind::End ? -1 : 0;
-        if (raw.kind != RawLine::Kind::Property || depth != 1) continue;
-        if (!equalFold(raw.bytes.substr(0, 7), "VERSION")) continue;
-        if (raw.bytes.find("2.1") != raw.bytes.npos) return Version::V21;
-        if (raw.bytes.find("4.0") != raw.bytes.npos) return Version::V40;
-        return Version::V30;
+        if (raw.kind == RawLine::Kind::Property && depth == 1 && take(raw.bytes)) return;
     }
-    return Version::V30;
+}
+
+} // namespace
+
+Version versionOf(std::string_view text)
+{
+    Version version = Version::V30;
+    findProperty(text, [&](std::string_view line) {
+        if (!equalFold(line.substr(0, 7), "VERSION")) return false;
+        if (line.find("2.1") != line.npos)
+            version = Version::V21;
+        else if (line.find("4.0") != line.npos)
+            version = Version::V40;
+        return true;
+    });
+    return version;
+}
+
+std::string uidOf(std::string_view text)
+{
+    std::string uid;
+    findProperty(text, [&](std::string_view bytes) {
+        const std::string_view header = bytes.substr(0, bytes.find(':'));
+        const bool folded = header.find_first_of("\r\n") != header.npos;
+        if (!folded && !holdsFold(header, "UID")) return false;
+        const Version version = versionOf(text);
+        const Line line = Line::parse(bytes, version);
+        if (line.name() != "UID") return false;
+        uid = toUtf8(trimBlanks(line.value({version, std::string(kUtf8)})));
+        return true;
+    });
+    return uid;
 }
 
 Card Card::parse(std::string_view text)

@@ -17,6 +17,8 @@ namespace mb::vcard {
 
 // Returns the version that the text of one card names; 3.0 if it names none.
 Version versionOf(std::string_view text);
+// Returns the UID of one card, as Card::uid() does, without parsing its other lines. Requires: the text is UTF-8.
+std::string uidOf(std::string_view text);
 
 class Card {
 public:

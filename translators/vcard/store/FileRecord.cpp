@@ -11,16 +11,6 @@
 #include <utility>
 
 namespace mb::vcard {
-namespace {
-
-bool holdsFold(std::string_view text, std::string_view upperWord)
-{
-    const auto same = [](char a, char b) { return upper(a) == b; };
-    return std::search(text.begin(), text.end(), upperWord.begin(), upperWord.end(), same) != text.end();
-}
-
-} // namespace
-
 std::int64_t present()
 {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -73,7 +63,7 @@ std::string fromSafeToken(std::string_view token)
 std::string uidTokenOf(std::string_view card)
 {
     if (!holdsFold(card, "UID")) return {};
-    return safeToken(Card::parse(card).uid());
+    return safeToken(isUtf8(card) ? uidOf(card) : Card::parse(card).uid());
 }
 
 std::array<std::string, 2> uidsOfName(std::string_view fileName)

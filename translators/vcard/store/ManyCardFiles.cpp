@@ -110,7 +110,7 @@ Place ManyCardFiles::add(StoredCard& record)
     requireReadBack(cards_, record, open.text.form);
     FileRecord& file = cards_.index->files()[kOnlyFile];
     prepareChange(open, file, static_cast<std::int64_t>(record.bytes.size()) + 2, Step::Save);
-    CardRecord card{uidTokenOf(record.bytes), false, 0, 0};
+    CardRecord card{safeToken(record.card.uid()), false, 0, 0};
     stamp(card, record.bytes);
     open.edits.added.push_back(record.bytes);
     file.cards.push_back(std::move(card));

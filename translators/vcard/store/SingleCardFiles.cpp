@@ -36,7 +36,7 @@ Place SingleCardFiles::add(StoredCard& record)
     cards_.unflushed = true;
     file.state = record.state;
     file.stamp = record.state.modified;
-    file.uid = uidTokenOf(record.bytes);
+    file.uid = safeToken(record.card.uid());
     std::vector<FileRecord>& files = cards_.index->files();
     files.push_back(std::move(file));
     cards_.index->noteChanged();

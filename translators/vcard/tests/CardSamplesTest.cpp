@@ -202,6 +202,18 @@ TEST_P(CardSamples, ReadTheirPictures)
     }
 }
 
+TEST_P(CardSamples, TellTheirUidWithoutBeingParsed)
+{
+    int cards = 0;
+    for (const auto& [name, bytes] : samples(GetParam()))
+        for (const std::string& text : cardTexts(bytes)) {
+            if (!isUtf8(text)) continue;
+            EXPECT_EQ(uidOf(text), Card::parse(text).uid()) << name;
+            ++cards;
+        }
+    EXPECT_GT(cards, 10);
+}
+
 // After a random edit the field reads back what was set, and every other field and line is unchanged.
 TEST_P(CardSamples, RandomEditsChangeNothingElse)
 {

@@ -422,6 +422,20 @@ TEST(Card, AnEditOfACardInOneCharsetKeepsTheBytesOfItsOtherLines)
     EXPECT_EQ(changeOf(Card::parse(v30("N:x;;;;\r\nFN:M\xC3\xBCller\r\n")), ftDisplayName, u"Müller"), Change("", ""));
 }
 
+TEST(Card, TellsItsUidWithoutBeingParsed)
+{
+    EXPECT_EQ(uidOf(v30("FN:x\r\nUID: a\\,b \r\nUID:second\r\n")), "a\\,b");
+    EXPECT_EQ(uidOf(v30("NOTE:UID:no\r\nX-UID:no\r\nitem1.uid;X=1:yes\r\n")), "yes");
+    EXPECT_EQ(uidOf(v30("UI\r\n D:fol\r\n ded\r\n")), "folded");
+    EXPECT_EQ(uidOf(v30("AGENT:\r\nBEGIN:VCARD\r\nUID:inner\r\nEND:VCARD\r\nUID:outer\r\n")), "outer");
+    for (const std::string lines :
+         {"FN:x\r\nUID: a\\,b \r\n", "NOTE:UID:no\r\nitem1.uid;X=1:yes\r\n", "UI\r\n D:fol\r\n ded\r\n", "UID:\r\nUID:2\r\n",
+          "AGENT:\r\nBEGIN:VCARD\r\nUID:inner\r\nEND:VCARD\r\nUID:outer\r\n", "uid;CHARSET=ISO-8859-1:a\r\n",
+          "UID;ENCODING=QUOTED-PRINTABLE:a=3Db=\r\nc\r\n", "UID;X=\"a:UID\":b\r\n", "X;A=\":UID\":c\r\n", "FN:x\r\n"})
+        for (const std::string& card : {v30(lines), "BEGIN:VCARD\r\n" + lines + "VERSION:2.1\r\nEND:VCARD\r\n"})
+            EXPECT_EQ(uidOf(card), Card::parse(card).uid()) << card;
+}
+
 // An algorithm that is not linear would take minutes for each of these cards.
 TEST(Card, HugeCardsTakeLinearTime)
 {
