@@ -32,18 +32,20 @@ watched() { # arguments of mb: prints its peak memory and the data it read, in M
     wait $pid
     echo "$((peak / 1024)) $((read / 1000000))"
 }
-begin() { # creates a map of the two folders, without history or cache
+begin() { # creates a map of the two folders, without history or cache; a third argument is a field that the map leaves out
+    local map
     rm -rf "$work/data" "$work/cache" "$work/registry.reg"
     mkdir -p "$work/data" "$work/cache"
     "$bin/mb" register "$bin/vcard.so" >/dev/null
-    "$bin/mb" add "vCard=$1" "vCard=$2" >/dev/null
+    map=$("$bin/mb" add "vCard=$1" "vCard=$2" | head -n 1)
+    [ $# -lt 3 ] || "$bin/mb" fields "$map" --unmap "$3" >/dev/null
 }
 makeCards() { # folder, an extra line for each card
     mkdir "$1"
     seq "$count" | awk -v folder="$1" -v more="$2" '{
         file = folder "/card" $1 ".vcf"
         printf "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Last%s;First%s;;;\r\nFN:First%s Last%s\r\nORG:Company %s\r\nTEL;TYPE=CELL:+1 555 %s\r\n", $1, $1, $1, $1, $1 % 100, $1 > file
-        printf "EMAIL:someone%s@example.org\r\nADR;TYPE=HOME:;;%s Long Street;Springfield;Oregon;%s;Country\r\n", $1, $1, 10000 + $1 > file
+        printf "EMAIL;TYPE=INTERNET:someone%s@example.org\r\nADR;TYPE=HOME:;;%s Long Street;Springfield;Oregon;%s;Country\r\n", $1, $1, 10000 + $1 > file
         printf "NOTE:A remark of some length\\, as people write them.\r\n%sEND:VCARD\r\n", more > file
         close(file)
     }'
@@ -71,6 +73,26 @@ for _ in 1 2 3 4 5; do
 done
 row "nothing changed" unchanged "find, size and time of each file" find 4
 
+# What the exchange of details costs where there are none to exchange, and where each card has some.
+measureDetails() { # name of the times, further arguments of begin()
+    local name=$1 turn
+    shift
+    for turn in 1 2 3; do
+        rm -rf "$work/target"
+        mkdir "$work/target"
+        begin "$work/source" "$work/target" "$@"
+        timed "$name first" "$bin/mb" sync --silent
+        for _ in 1 2; do timed "$name unchanged" "$bin/mb" sync --silent; done
+        change "$turn"
+        timed "$name changed" "$bin/mb" sync --silent
+        rm -rf "$work/source" && makeCards "$work/source" "$more"
+        rm -rf "$work/target" && cp -r "$work/source" "$work/target"
+        begin "$work/source" "$work/target" "$@"
+        timed "$name full" "$bin/mb" sync --silent
+    done
+    read -r memory["$name"] _ <<<"$(watched sync --silent --resync)"
+}
+declare -A memory
 change() { # 1 % edited on each side, 0.5 % deleted
     find "$work/source" -name '*.vcf' | sort | awk 'NR % 100 == 1' | xargs sed -i "s/^ORG:.*/ORG:Edited $1\r/"
     find "$work/target" -name '*.vcf' | sort | awk 'NR % 100 == 2' | xargs sed -i "s/^NOTE:.*/NOTE:Edited $1\r/"
@@ -84,6 +106,20 @@ row "1 % edited on each side, 0.5 % deleted" changed "nothing changed" unchanged
 read -r peak plain <<<"$(watched sync --silent)"
 read -r resync _ <<<"$(watched sync --silent --resync)"
 echo "peak memory: nothing changed $peak MB, with --resync $resync MB (wanted: under 80)"
+
+more=
+for _ in 1 2; do
+    measureDetails fields Details
+    measureDetails details
+done
+more=$'ROLE;LANGUAGE=en:Engineer\\r\\nKEY:https://example.org/key\\r\\nX-ONE:1\\r\\nitem1.X-TWO:2\\r\\nitem1.X-ABLabel:Two\\r\\n'
+rm -rf "$work/source" && makeCards "$work/source" "$more"
+measureDetails rich
+for run in first unchanged changed full; do
+    row "with details: $run" "details $run" "without: $run" "fields $run" 1.1
+    row "cards with details: $run" "rich $run" "fields alone: $run" "fields $run" -
+done
+echo "peak memory with --resync: fields alone ${memory[fields]} MB, with details ${memory[details]} MB, cards with details ${memory[rich]} MB"
 
 # The same again with a picture of 6 KB in each card.
 rm -rf "$work/source" "$work/target"
