@@ -1,4 +1,4 @@
-"""Copies cards with mb along three routes, each through stores of its own."""
+"""Copies cards with mb along four routes, each through stores of its own."""
 import json
 import os
 import shutil
@@ -9,7 +9,8 @@ from typing import NamedTuple
 
 import cards
 
-ROUTES = {"folder": "folder → folder", "card file": "folder → card file → folder", "one file": "folder → one file → folder"}
+ROUTES = {"folder": "folder → folder", "card file": "folder → card file → folder", "one file": "folder → one file → folder",
+          "other version": "folder → folder of the other version → folder"}
 
 
 class Failure(Exception):
@@ -65,10 +66,11 @@ class Copier:
             raise Failure(f"mb {' '.join(map(str, arguments))}\n{done.stderr.strip() or done.stdout.strip()}")
         return done.stdout
 
-    def sync(self, source, target):
-        """Copies one store to an empty one. Returns the identifiers of the copies by the identifiers of their sources, and why others are
+    def sync(self, source, target, version="as-store"):
+        """Copies one store to an empty one, whose cards get the version. Returns the identifiers of the copies by the identifiers of their sources, and why others are
         missing."""
         made = self.mb("add", source, target).strip()
+        self.mb("set", made, "card-version", version)
         run = json.loads(self.mb("sync", made, "--silent", "--json"))[0]
         copies = {record["partner"]: record["id"] for record in run["records"]
                   if record["pass"] == "contacts" and record["store"] == "second" and record["action"] == "created"}
@@ -91,22 +93,28 @@ class Copier:
             names = {at: f"{at:06}.vcf" for at in batch}
             for at, name in names.items():
                 (first / name).write_bytes(sources[at].data)
-            links, told = self.through(route, place, f"vCard={first}", f"vCard={last}")
+            own = cards.read_own(cards.text_of(sources[batch[0]].data)).version
+            links, told = self.through(route, place, f"vCard={first}", f"vCard={last}", own)
             links = {self.file_of(there): self.file_of(back) for there, back in links.items()}
             reasons += [self.readable(text, names, sources) for text in told]
             found |= {at: (last / links[name]).read_bytes() for at, name in names.items() if name in links}
             shutil.rmtree(place)
         return found, reasons
 
-    def through(self, route, place, first, last):
+    def through(self, route, place, first, last, version):
         if route == "folder":
             return self.sync(first, last)
+        there_in, back_in = "as-store", "as-store"
         between = f"Mirabook={place / 'between.db'}"
         if route == "one file":
             (place / "between.vcf").touch()
             between = f"vCard={place / 'between.vcf'}"
-        there, reasons = self.sync(first, between)
-        back, more = self.sync(between, last)
+        if route == "other version":
+            (place / "between").mkdir()
+            between = f"vCard={place / 'between'}"
+            there_in, back_in = ("3.0", "4.0") if version == "4.0" else ("4.0", "3.0")
+        there, reasons = self.sync(first, between, there_in)
+        back, more = self.sync(between, last, back_in)
         return {name: back[middle] for name, middle in there.items() if middle in back}, reasons + more
 
     @staticmethod

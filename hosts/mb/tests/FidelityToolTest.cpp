@@ -28,14 +28,16 @@ TEST_F(FidelityToolTest, ItsOwnTestsPass)
     EXPECT_NE(result.error.find("Ran "), std::string::npos) << result.error;
 }
 
-TEST_F(FidelityToolTest, ACardOfFieldsAloneArrivesWholeOnEveryRoute)
+TEST_F(FidelityToolTest, ACardArrivesWholeOnEveryRoute)
 {
-    addCard("BEGIN:VCARD\nVERSION:4.0\nN:Doe;Jane;;;\nFN:Jane Doe\nNOTE:a\n b\nREV:20310101T000000Z\nEND:VCARD\n");
+    addCard("BEGIN:VCARD\nVERSION:4.0\nN:Doe;Jane;;;\nFN:Jane Doe\nNOTE:a\n b\nGENDER:F;a lady\nREV:20310101T000000Z\nEND:VCARD\n");
     const Result result = fidelity({"--json", cards_});
     EXPECT_EQ(result.code, 0) << result.out << result.error;
     const Json routes = Json::parse(result.out)["routes"];
-    ASSERT_EQ(routes.size(), 3u);
-    for (const Json& route : routes) EXPECT_EQ(route["counts"]["NOTE"], (Json{{"in", 1}, {"kept", 1}})) << result.out;
+    ASSERT_EQ(routes.size(), 4u);
+    for (const Json& route : routes)
+        for (const char* name : {"NOTE", "GENDER", "VERSION"})
+            EXPECT_EQ(route["counts"][name], (Json{{"in", 1}, {"kept", 1}})) << result.out;
 }
 
 TEST_F(FidelityToolTest, ACardThatIsNotCopiedIsALoss)

@@ -31,6 +31,12 @@ bool isItemGroup(std::string_view group)
            group.find_first_not_of("0123456789", kItem.size()) == group.npos;
 }
 
+RawLine::Kind kindOf(const Line& line)
+{
+    RawLine raw;
+    return LineReader(line.raw()).next(raw) ? raw.kind : RawLine::Kind::Blank;
+}
+
 CardDetails::CardDetails(const Card& card) : card_(card), properties_(card.lines_.size()) { findFieldLines(); }
 
 void CardDetails::findFieldLines()
@@ -83,11 +89,20 @@ void CardDetails::annotate(int field, FieldLine& held, const Groups& groups) con
     if (held.sharesGroup || held.labels.empty() || !isItemGroup(name)) setNote(held.annotation, kGroupNote, lowerCopy(name));
 }
 
+// Returns whether the line's value is the card behind it, as that of AGENT in version 2.1 may be.
+bool CardDetails::holdsCard(std::size_t at) const
+{
+    const auto isBlank = [](const Line& line) { return line.name().empty() && kindOf(line) == RawLine::Kind::Blank; };
+    const auto next = std::find_if_not(card_.lines_.begin() + static_cast<std::ptrdiff_t>(at) + 1, card_.lines_.end(), isBlank);
+    if (next == card_.lines_.end() || !next->name().empty() || kindOf(*next) != RawLine::Kind::Begin) return false;
+    return trimBlanks(card_.lines_[at].value(card_.context_)).empty();
+}
+
 // Returns the text of a line that no field holds; empty if it does not travel.
 std::string CardDetails::propertyOf(std::size_t at) const
 {
     const Line& line = card_.lines_[at];
-    if (line.name().empty() || isOwn(line.name())) return {};
+    if (line.name().empty() || isOwn(line.name()) || holdsCard(at)) return {};
     if (line.name() == "FN" && line.param(kDerivedParam)) return {}; // made from other fields
     for (const int type : {kNameField, kDisplayNameField}) {         // an empty name that the version requires
         const Field& field = *findField(type);

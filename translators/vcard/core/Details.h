@@ -2,6 +2,7 @@
 #pragma once
 #include "Annotation.h"
 #include "Card.h"
+#include "LineReader.h"
 
 #include <cstddef>
 #include <map>
@@ -12,6 +13,9 @@ namespace mb::vcard {
 
 // Returns whether a group is named item1, item2 and so on, which says nothing.
 bool isItemGroup(std::string_view group);
+
+// Returns what the bytes of a line are.
+RawLine::Kind kindOf(const Line& line);
 
 // The line that holds the values of a field, or of the fields of a slot.
 struct FieldLine {
@@ -52,6 +56,7 @@ private:
     Groups groups(const std::vector<int>& fieldOf) const;
     void annotate(int field, FieldLine& held, const Groups& groups) const;
     std::string propertyOf(std::size_t line) const;
+    bool holdsCard(std::size_t line) const;
 
     const Card& card_;
     std::vector<std::string> properties_;

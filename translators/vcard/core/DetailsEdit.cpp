@@ -30,12 +30,6 @@ bool isGroupName(std::string_view name)
 
 bool saysNothing(const std::string& property) { return splitProperty(property).value.find_first_not_of(';') == std::string::npos; }
 
-Kind kindOf(const Line& line)
-{
-    RawLine raw;
-    return LineReader(line.raw()).next(raw) ? raw.kind : Kind::Blank;
-}
-
 // The blanks behind the commas of a list tell a comma that separates from one that is escaped, which a new line cannot tell.
 bool sameText(const Field& field, std::u16string text, std::u16string other)
 {
@@ -165,8 +159,12 @@ void DetailsEdit::rewrite(int field, const FieldLine& held, Annotation wanted)
         CanonicalProperty made = annotated(CardDetails::usual(before_, field), wanted, CardDetails::fieldParts(field));
         if (image) made.value = valueOf(held.line);
         made.group = groupFor(held, wanted);
-        const std::string canonical = cleanedLine(made);
-        if (canonical.empty() || !readsRight(field, lineFromCanonical(canonical, before_.context_), wanted)) continue;
+        std::string canonical = rightLine(field, made, wanted);
+        if (canonical.empty() && findField(field)->shape == Shape::Gender) { // X-GENDER has no place for the text besides the sex
+            made.name = findField(field)->property;
+            canonical = rightLine(field, made, wanted);
+        }
+        if (canonical.empty()) continue;
         const bool lineStays = canonical == lineText(field, held);
         if (lineStays && std::ranges::all_of(kLabelNames, [&](auto name) { return note(wanted, name) == note(held.annotation, name); }))
             return;
@@ -177,6 +175,14 @@ void DetailsEdit::rewrite(int field, const FieldLine& held, Annotation wanted)
             if (const auto label = note(wanted, name)) change.labels.push_back(cleanedLine({made.group, std::string(name), {}, *label}));
         return;
     }
+}
+
+// Returns the canonical line of the property; empty if it would not hold the field as it is.
+std::string DetailsEdit::rightLine(int field, const CanonicalProperty& property, const Annotation& wanted) const
+{
+    std::string canonical = cleanedLine(property);
+    if (!canonical.empty() && !readsRight(field, lineFromCanonical(canonical, before_.context_), wanted)) canonical.clear();
+    return canonical;
 }
 
 // Returns the line of a field in canonical spelling, with its group.

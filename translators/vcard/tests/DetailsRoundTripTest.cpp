@@ -30,6 +30,8 @@ Lines propertiesOf(const Card& card)
     LineReader reader(bytes);
     for (RawLine raw; reader.next(raw);) {
         depth += raw.kind == RawLine::Kind::Begin ? 1 : raw.kind == RawLine::Kind::End ? -1 : 0;
+        const bool cardInside = raw.kind == RawLine::Kind::Begin && depth == 2;
+        if (cardInside && !found.empty() && found.back().second == "AGENT:") found.pop_back(); // stays at home with the card
         if (raw.kind != RawLine::Kind::Property || depth != 1) continue;
         const Line line = Line::parse(raw.bytes, card.version());
         if (line.name() == "UID" || line.name() == "VERSION" || (line.name() == "FN" && line.param(kDerivedParam))) continue;

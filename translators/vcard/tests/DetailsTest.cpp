@@ -59,7 +59,27 @@ TEST(Details, HoldNoLineThatIsNoProperty)
     EXPECT_EQ(
         detailsOf("3.0",
                   "# comment\r\n\r\nno colon\r\nBAD NAME:x\r\nAGENT:\r\nBEGIN:VCARD\r\nN:Agent\r\nX-IN:1\r\nEND:VCARD\r\nX-OUT:2\r\n"),
-        "AGENT:\nX-OUT:2\n");
+        "X-OUT:2\n");
+    EXPECT_EQ(detailsOf("3.0", "AGENT:BEGIN:VCARD\\nFN:Agent\\nEND:VCARD\\n\r\nX-LAST:\r\n"),
+              "AGENT:BEGIN:VCARD\\nFN:Agent\\nEND:VCARD\\n\nX-LAST:\n")
+        << "a card that is a value travels";
+}
+
+TEST(Details, ACardInsideOfACardStaysWhereItIs)
+{
+    const std::string agent = "AGENT:\r\n\r\nBEGIN:VCARD\r\nVERSION:2.1\r\nN:Agent\r\nEND:VCARD\r\n";
+    EXPECT_EQ(changeOf("2.1", "N:Doe;;;;\r\nX-A:1\r\n" + agent, u""), (Change{"X-A:1\r\n", ""}));
+    EXPECT_EQ(changeOf("2.1", "N:Doe;;;;\r\n" + agent + "X-A:1\r\n", u"AGENT:BEGIN:VCARD\\nFN:Agent\\nEND:VCARD"),
+              (Change{"X-A:1\r\n", "AGENT;ENCODING=QUOTED-PRINTABLE:BEGIN:VCARD=0D=0AFN:Agent=0D=0AEND:VCAR=44\r\n"}));
+}
+
+TEST(Details, TheTextOfAGenderIsKeptInTheOlderVersions)
+{
+    const char16_t* const both = u"@76;X-MB-VALUE=\"M;male person\"";
+    EXPECT_EQ(detailsOf("4.0", "FN:x\r\nGENDER:M;male person\r\n"), toUtf8(both) + '\n');
+    EXPECT_EQ(changeOf("3.0", "FN:x\r\nN:x;;;;\r\nX-GENDER:M\r\n", both), (Change{"X-GENDER:M\r\n", "GENDER:M;male person\r\n"}));
+    const std::string older = detailsOf("3.0", "FN:x\r\nN:x;;;;\r\nGENDER:M;male person\r\n");
+    EXPECT_EQ(changeOf("4.0", "FN:x\r\nGENDER:M\r\n", fromUtf8(older)), (Change{"GENDER:M\r\n", "GENDER:M;male person\r\n"}));
 }
 
 TEST(Details, HoldALineOfFieldsThatAreAllEmpty)
