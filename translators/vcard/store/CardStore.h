@@ -31,8 +31,8 @@ public:
     CardStore(const std::string& database, const std::string& cacheFolder, plugin::Report report, RecentIndexes& recent);
     ~CardStore() override;
 
-    std::size_t count() const override { return ids_.order().size(); }
-    const std::string& idAt(std::size_t index) const override { return ids_.order().at(index); }
+    std::size_t count() const override { return ids_.count(); }
+    const std::string& idAt(std::size_t index) const override { return ids_.at(index); }
     bool exists(const std::string& id) const override { return ids_.exists(id); } // also true if the file of the record cannot be parsed
     std::string updatedId(const std::string& id) override { return ids_.updatedId(id); }
     // Files do not record when a card was created, so this is the date of its last change.

@@ -53,39 +53,67 @@ RecordIds::RecordIds(const OpenedCards& cards) : cards_(cards) { list(); }
 
 void RecordIds::list()
 {
+    IdSet known = std::move(knownElsewhere_);
+    for (const IdTable::Entry& entry : table_.entries())
+        if (entry.known) known.insert(entry.id);
     const std::vector<FileRecord>& files = cards_.index->files();
-    listStale_ = false;
-    order_.clear();
-    places_.clear();
+    table_.clear();
+    bad_.clear();
     uidsIndexed_ = false;
     uids_.reset();
-    order_.reserve(files.size());
-    places_.reserve(files.size());
-    std::vector<std::pair<std::string, Place>> listed;
+    Listed listed;
     listed.reserve(files.size());
     for (std::size_t i = 0; i < files.size(); ++i) {
         const FileRecord& file = files[i];
         if (file.gone) continue;
         const auto add = [&](std::string id, std::ptrdiff_t card) {
             if (file.bad())
-                places_.emplace(std::move(id), Place{i, card}); // can be found but is not listed
+                bad_.emplace(std::move(id), Place{i, card});
             else
                 listed.emplace_back(std::move(id), Place{i, card});
         };
         if (file.cards.empty() && cards_.singleFile.empty()) add(file.id(), -1);
         for (std::size_t k = 0; k < file.cards.size(); ++k) add(file.idOf(file.cards[k]), static_cast<std::ptrdiff_t>(k));
     }
-    makeDistinct(listed);
-    for (auto& [id, place] : listed) {
-        if (!places_.emplace(id, place).second) continue;
-        order_.push_back(std::move(id));
-    }
+    makeDistinct(listed, known);
+    table_.reserve(listed.size());
+    for (auto& [id, place] : listed)
+        if (bad_.empty() || !bad_.contains(id)) table_.add(std::move(id), place);
+    knownElsewhere_.clear();
+    for (const std::string& id : known)
+        if (IdTable::Entry* entry = table_.find(id))
+            entry->known = true;
+        else
+            knownElsewhere_.insert(id);
 }
+
+namespace {
+
+// Of the identifier in lower case.
+std::uint64_t foldedHash(const std::string& id)
+{
+    const bool ascii = std::ranges::all_of(id, [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return hashOf(ascii ? lowerCopy(id) : folded(id));
+}
+
+// Most stores have no identifiers that differ only in case, which their hashes tell.
+bool allDiffer(const std::vector<std::pair<std::string, Place>>& listed)
+{
+    std::vector<std::uint64_t> hashes;
+    hashes.reserve(listed.size());
+    for (const auto& [id, place] : listed) hashes.push_back(foldedHash(id));
+    std::ranges::sort(hashes);
+    return std::ranges::adjacent_find(hashes) == hashes.end();
+}
+
+} // namespace
 
 // Makes identifiers that differ only in case distinct. The known one, or else the first without a mark, stays as it is; the others get a
 // mark. A mark that the caller knows or that this object gave stays.
-void RecordIds::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
+void RecordIds::makeDistinct(Listed& listed, const IdSet& known)
 {
+    ambiguous_.clear();
+    if (!anyMarkKnown_ && marks_.empty() && allDiffer(listed)) return;
     std::unordered_map<std::string, std::size_t> first;
     std::unordered_map<std::string, std::vector<std::size_t>> alike;
     first.reserve(listed.size());
@@ -97,12 +125,11 @@ void RecordIds::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
         if (members.empty()) members.push_back(found->second);
         members.push_back(i);
     }
-    const auto isKnown = [&](std::size_t i) { return known_.contains(listed[i].first); };
+    const auto isKnown = [&](std::size_t i) { return known.contains(listed[i].first); };
     const auto isMarked = [&](std::size_t i) {
         const std::string mark = marked(listed[i].first);
-        return known_.contains(mark) || marks_.contains(mark);
+        return known.contains(mark) || marks_.contains(mark);
     };
-    ambiguous_.clear();
     std::vector<std::size_t> toMark;
     for (const auto& [key, members] : alike) {
         ambiguous_.insert(key);
@@ -118,6 +145,19 @@ void RecordIds::makeDistinct(std::vector<std::pair<std::string, Place>>& listed)
         listed[i].first = marked(listed[i].first);
         marks_.insert(listed[i].first);
     }
+}
+
+const Place* RecordIds::find(const std::string& id) const
+{
+    if (const IdTable::Entry* entry = table_.find(id)) return &entry->place;
+    const auto bad = bad_.find(id);
+    return bad == bad_.end() ? nullptr : &bad->second;
+}
+
+bool RecordIds::isKnown(const std::string& id) const
+{
+    const IdTable::Entry* entry = table_.find(id);
+    return entry ? entry->known : knownElsewhere_.contains(id);
 }
 
 bool RecordIds::hasUid(const std::string& token) const
@@ -136,30 +176,24 @@ bool RecordIds::hasUid(const std::string& token) const
 void RecordIds::add(const std::string& id, const Place& place)
 {
     if (uids_) uids_->insert(folded(cards_.index->uidAt(place)));
-    places_.emplace(id, place);
-    order_.push_back(id);
+    table_.add(id, place);
+    if (knownElsewhere_.erase(id) > 0) table_.find(id)->known = true;
 }
 
 void RecordIds::remove(const std::string& id)
 {
-    places_.erase(id);
-    listStale_ = true;
+    bad_.erase(id);
+    if (isKnown(id)) knownElsewhere_.insert(id);
+    table_.remove(id);
 }
 
 Place RecordIds::placeOf(const std::string& id, Step step) const
 {
-    const auto found = places_.find(id);
-    if (found != places_.end()) return found->second;
+    if (const Place* place = find(id)) return *place;
     if (leavesFolder(id))
         throw StoreError(step, "\"" + std::string(id.c_str()) + "\" is not a valid record identifier: it could lead out of the folder.");
     if (const auto bad = badFileOf(id)) return *bad;
     throw StoreError(step, "There is no card \"" + id + "\" in " + cards_.folder->pathOf(cards_.singleFile) + ".");
-}
-
-const std::vector<std::string>& RecordIds::order() const
-{
-    if (std::exchange(listStale_, false)) std::erase_if(order_, [&](const std::string& id) { return !places_.contains(id); });
-    return order_;
 }
 
 // Returns the place of a card whose file cannot be read at present.
@@ -174,15 +208,15 @@ std::optional<Place> RecordIds::badFileOf(const std::string& id) const
 
 bool RecordIds::exists(const std::string& id) const
 {
-    if (places_.contains(id)) return true;
+    if (contains(id)) return true;
     return !leavesFolder(id) && (badFileOf(id) || (newCardsOf(id).empty() && changedInPlace(id)));
 }
 
 std::string RecordIds::updatedId(const std::string& id)
 {
-    const bool again = known_.contains(id);
+    const bool again = isKnown(id);
     if (!again) remember(id);
-    if (places_.contains(id) || leavesFolder(id) || badFileOf(id)) return {};
+    if (contains(id) || leavesFolder(id) || badFileOf(id)) return {};
     const std::vector<std::string> cards = newCardsOf(id);
     if (!cards.empty()) return cards.size() == 1 || !again ? cards.front() : std::string();
     return changedInPlace(id).value_or(std::string());
@@ -190,9 +224,12 @@ std::string RecordIds::updatedId(const std::string& id)
 
 void RecordIds::remember(const std::string& id)
 {
-    known_.insert(id);
-    const Parts parts = partsOf(id);
-    for (std::string& uid : parts.uids()) knownUids_.insert(std::move(uid));
+    if (IdTable::Entry* entry = table_.find(id))
+        entry->known = true;
+    else
+        knownElsewhere_.insert(id);
+    if (knownUids_)
+        for (std::string& uid : partsOf(id).uids()) knownUids_->insert(std::move(uid));
     const std::string plain = unmarked(id);
     anyMarkKnown_ = anyMarkKnown_ || plain != id;
     if (plain == id && (ambiguous_.empty() || !ambiguous_.contains(folded(id)))) return;
@@ -200,16 +237,30 @@ void RecordIds::remember(const std::string& id)
     list();
 }
 
+// Whether an identifier that the caller knows has the UID.
+bool RecordIds::isOfKnownCard(const std::string& uid) const
+{
+    if (!knownUids_) {
+        knownUids_.emplace();
+        const auto insert = [&](const std::string& id) {
+            for (std::string& each : partsOf(id).uids()) knownUids_->insert(std::move(each));
+        };
+        for (const IdTable::Entry& entry : table_.entries())
+            if (entry.known) insert(entry.id);
+        std::ranges::for_each(knownElsewhere_, insert);
+    }
+    return knownUids_->contains(uid);
+}
+
 void RecordIds::indexUids() const
 {
     if (std::exchange(uidsIndexed_, true)) return;
     byUid_.clear();
     byName_.clear();
-    for (const std::string& id : order()) {
-        const Place& place = places_.at(id);
-        const std::string& uid = cards_.index->uidAt(place);
-        if (!uid.empty()) byUid_[uid].push_back(id);
-        if (cards_.singleFile.empty()) byName_.emplace(cards_.index->fileAt(place).name, id);
+    for (const IdTable::Entry& entry : table_.entries()) {
+        const std::string& uid = cards_.index->uidAt(entry.place);
+        if (!uid.empty()) byUid_[uid].push_back(entry.id);
+        if (cards_.singleFile.empty()) byName_.emplace(cards_.index->fileAt(entry.place).name, entry.id);
     }
 }
 
@@ -221,7 +272,7 @@ std::vector<std::string> RecordIds::newCardsOf(const std::string& id) const
     for (const std::string& uid : partsOf(id).uids()) {
         const auto cards = byUid_.find(uid);
         if (cards == byUid_.end()) continue;
-        std::ranges::copy_if(cards->second, std::back_inserter(found), [&](const std::string& card) { return !known_.contains(card); });
+        std::ranges::copy_if(cards->second, std::back_inserter(found), [&](const std::string& card) { return !isKnown(card); });
     }
     return found;
 }
@@ -241,10 +292,10 @@ std::optional<std::string> RecordIds::changedInPlace(const std::string& id) cons
     const Parts parts = partsOf(id);
     Names::const_iterator found = byName_.find(parts.name);
     if (found == byName_.end()) found = inOtherCase(parts.name);
-    if (found == byName_.end() || known_.contains(found->second)) return std::nullopt;
-    const Place& place = places_.at(found->second);
-    if (!place.isFile() && !parts.token.empty()) return std::nullopt;         // a card of several was deleted
-    if (knownUids_.contains(cards_.index->uidAt(place))) return std::nullopt; // another card took its place
+    if (found == byName_.end() || isKnown(found->second)) return std::nullopt;
+    const Place place = *find(found->second);
+    if (!place.isFile() && !parts.token.empty()) return std::nullopt;   // a card of several was deleted
+    if (isOfKnownCard(cards_.index->uidAt(place))) return std::nullopt; // another card took its place
     return found->second;
 }
 

@@ -8,7 +8,7 @@
 // Both depend on which identifiers the caller knows. Requires: updatedId() is called for all known identifiers before any other record is
 // asked for. Its answers are final when it is called for all of them a second time.
 #pragma once
-#include "FileRecord.h"
+#include "IdTable.h"
 #include "OpenedCards.h"
 #include "StoreError.h"
 
@@ -25,10 +25,11 @@ class RecordIds {
 public:
     explicit RecordIds(const OpenedCards& cards); // `cards` must outlive this object
 
-    const std::vector<std::string>& order() const;
-    bool exists(const std::string& id) const; // also true if the file of the record cannot be parsed
+    std::size_t count() const { return table_.count(); }
+    const std::string& at(std::size_t index) const { return table_.at(index); } // requires: index < count()
+    bool exists(const std::string& id) const;                                   // also true if the file of the record cannot be parsed
     std::string updatedId(const std::string& id);
-    bool contains(const std::string& id) const { return places_.contains(id); }
+    bool contains(const std::string& id) const { return find(id) != nullptr; }
     // Throws a StoreError if there is no such card. The file at the place may be bad.
     Place placeOf(const std::string& id, Step step) const;
 
@@ -40,7 +41,12 @@ public:
     void list(); // again, after the index changed
 
 private:
-    void makeDistinct(std::vector<std::pair<std::string, Place>>& listed);
+    using Listed = std::vector<std::pair<std::string, Place>>;
+    using IdSet = std::unordered_set<std::string>;
+    const Place* find(const std::string& id) const; // null if there is none
+    void makeDistinct(Listed& listed, const IdSet& known);
+    bool isKnown(const std::string& id) const;
+    bool isOfKnownCard(const std::string& uid) const;
     std::optional<Place> badFileOf(const std::string& id) const;
     void remember(const std::string& id);
     void indexUids() const;
@@ -50,18 +56,17 @@ private:
     std::optional<std::string> changedInPlace(const std::string& id) const;
 
     const OpenedCards& cards_;
-    mutable std::vector<std::string> order_;
-    mutable bool listStale_ = false; // order_ still contains removed identifiers
-    std::unordered_map<std::string, Place> places_;
-    // Identifiers that the caller knows from an earlier run, and their UIDs.
-    std::unordered_set<std::string> known_, knownUids_;
-    std::unordered_set<std::string> ambiguous_; // case-folded identifiers that more than one card has
-    std::unordered_set<std::string> marks_;     // identifiers to which this object appended a mark
+    IdTable table_;
+    std::unordered_map<std::string, Place> bad_; // of files that cannot be read: they can be found but are not listed
+    IdSet knownElsewhere_;                       // identifiers that the caller knows and that table_ does not have
+    mutable std::optional<IdSet> knownUids_;     // of all known identifiers; nullopt until they are asked for
+    IdSet ambiguous_;                            // case-folded identifiers that more than one card has
+    IdSet marks_;                                // identifiers to which this object appended a mark
     bool anyMarkKnown_ = false;
     mutable bool uidsIndexed_ = false;
     mutable std::unordered_map<std::string, std::vector<std::string>> byUid_; // identifiers by UID
     mutable Names byName_;
-    mutable std::optional<std::unordered_set<std::string>> uids_; // case-folded tokens of all cards; nullopt until it is asked for
+    mutable std::optional<IdSet> uids_; // case-folded tokens of all cards; nullopt until it is asked for
 };
 
 } // namespace mb::vcard
