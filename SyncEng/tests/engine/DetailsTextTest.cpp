@@ -49,6 +49,34 @@ TEST(DetailsTextTest, TheLinesOfOnePropertyWithOneAltIdAreOneUnit)
     EXPECT_NE(hashOf(u"TITLE;ALTID=1:Boss"), hashOf(u"TITLE:Boss"));
 }
 
+TEST(DetailsTextTest, TheLinesOfOnePropertyWithOnePropIdAreOneUnit)
+{
+    const DetailsText details = parseDetails(u"LANG;PROP-ID=a:fr\nLANG;PROP-ID=b:en\nLANG;PREF=1;PROP-ID=A:de\nNOTE;PROP-ID=a:x");
+    EXPECT_EQ(sizesOf(details), (std::vector<std::size_t>{2, 1, 1}));
+    EXPECT_EQ(hashOf(u"LANG;PROP-ID=a:fr"), hashOf(u"LANG;PROP-ID=7:fr"));
+    EXPECT_NE(hashOf(u"LANG;PROP-ID=a:fr"), hashOf(u"LANG:fr"));
+    EXPECT_EQ(sizesOf(parseDetails(u"LANG;ALTID=1;PROP-ID=a:fr\nLANG;ALTID=1:en\nLANG;PROP-ID=a:de")), (std::vector<std::size_t>{3}))
+        << "by either of them";
+}
+
+TEST(DetailsTextTest, TheNumberOfAProgramInAPidDoesNotCount)
+{
+    const auto hashes = [](std::u16string_view text) {
+        std::vector<mb::DetailsHash> all;
+        for (const mb::DetailsUnit& unit : parseDetails(text).units) all.push_back(unit.hash);
+        return all;
+    };
+    const auto hash = hashes(u"LANG;PID=1.1,4.2:fr\nCLIENTPIDMAP:1;urn:a\nCLIENTPIDMAP:2;urn:b\n@24;PID=1.1");
+    EXPECT_EQ(hash, hashes(u"LANG;PID=1.2,4.1:fr\nCLIENTPIDMAP:2;urn:a\nCLIENTPIDMAP:1;urn:b\n@24;PID=1.2"));
+    const auto other = hashes(u"LANG;PID=1.1,4.2:fr\nCLIENTPIDMAP:1;urn:c\nCLIENTPIDMAP:2;urn:b\n@24;PID=1.1");
+    EXPECT_NE(hash[0], other[0]) << "another program made it";
+    EXPECT_NE(hash[1], other[1]);
+    EXPECT_EQ(hash[2], other[2]);
+    EXPECT_NE(hash[3], other[3]);
+    EXPECT_EQ(mb::annotationHash(parseDetails(u"@24;PID=1.1\nCLIENTPIDMAP:1;urn:a").units[0], 31),
+              hashes(u"@31;PID=1.7\nCLIENTPIDMAP:7;urn:a")[0]);
+}
+
 TEST(DetailsTextTest, AQuotedParameterHidesItsColonAndSemicolon)
 {
     const DetailsText details = parseDetails(u"ADR;LABEL=\"a:b;ALTID=9\";ALTID=1:;;x\nADR;ALTID=1;LANGUAGE=fr:;;y");
@@ -89,7 +117,8 @@ TEST(DetailsTextTest, TheRecordsOwnLinesAreNoUnits)
 TEST(DetailsTextTest, RenamesAUnitsGroupAndAltIdAndLeavesTheRestOfItsLines)
 {
     const DetailsText details = parseDetails(u"item1.URL;X=\";ALTID=9\":a;ALTID=8\nTITLE;ALTID=1;LANGUAGE=fr:x");
-    EXPECT_EQ(mb::renamedLines(details.units[0], u"item2", {}), (std::vector<std::u16string>{u"item2.URL;X=\";ALTID=9\":a;ALTID=8"}));
-    EXPECT_EQ(mb::renamedLines(details.units[1], {}, u"3"), (std::vector<std::u16string>{u"TITLE;ALTID=3;LANGUAGE=fr:x"}));
-    EXPECT_EQ(mb::renamedLines(details.units[1], {}, {}), (std::vector<std::u16string>{u"TITLE;ALTID=1;LANGUAGE=fr:x"}));
+    EXPECT_EQ(mb::renamedLines(details.units[0], {.group = u"item2"}),
+              (std::vector<std::u16string>{u"item2.URL;X=\";ALTID=9\":a;ALTID=8"}));
+    EXPECT_EQ(mb::renamedLines(details.units[1], {.altId = u"3"}), (std::vector<std::u16string>{u"TITLE;ALTID=3;LANGUAGE=fr:x"}));
+    EXPECT_EQ(mb::renamedLines(details.units[1], {}), (std::vector<std::u16string>{u"TITLE;ALTID=1;LANGUAGE=fr:x"}));
 }

@@ -240,6 +240,53 @@ TEST(MergeDetailsTest, AnAnnotationOfAFieldThatIsNotMappedStaysHome)
     pair.expectAtRest();
 }
 
+TEST(MergeDetailsTest, APropIdInUseIsRenamed)
+{
+    Pair pair{u"LANG;PROP-ID=a:fr\nLANG;PREF=1;PROP-ID=a:de", u"LANG;PROP-ID=A:en"};
+    pair.oneToTwo();
+    EXPECT_EQ(linesOf(pair.two), (Lines{u"LANG;PREF=1;PROP-ID=1:de", u"LANG;PROP-ID=1:fr", u"LANG;PROP-ID=A:en"}));
+    pair.twoToOne();
+    EXPECT_EQ(linesOf(pair.one), (Lines{u"LANG;PREF=1;PROP-ID=a:de", u"LANG;PROP-ID=1:en", u"LANG;PROP-ID=a:fr"}));
+    pair.expectAtRest();
+}
+
+TEST(MergeDetailsTest, AProgramWhoseNumberIsInUseGetsAnotherInItsLinesToo)
+{
+    Pair pair{u"LANG;PID=1.1,2.3:fr\n@24;PID=5.1\nCLIENTPIDMAP:1;urn:a\nCLIENTPIDMAP:3;urn:c", u"CLIENTPIDMAP:1;urn:b\nTZ;PID=1.1:1"};
+    pair.run();
+    EXPECT_EQ(linesOf(pair.two), (Lines{u"@31;PID=5.2", u"CLIENTPIDMAP:1;urn:b", u"CLIENTPIDMAP:2;urn:a", u"CLIENTPIDMAP:3;urn:c",
+                                        u"LANG;PID=1.2,2.3:fr", u"TZ;PID=1.1:1"}));
+    EXPECT_EQ(linesOf(pair.one), (Lines{u"@24;PID=5.1", u"CLIENTPIDMAP:1;urn:a", u"CLIENTPIDMAP:2;urn:b", u"CLIENTPIDMAP:3;urn:c",
+                                        u"LANG;PID=1.1,2.3:fr", u"TZ;PID=1.2:1"}));
+    pair.expectAtRest();
+    pair.one += u"\nNOTE;PID=9.1:n"; // the target has the program under another number
+    pair.run();
+    EXPECT_TRUE(linesOf(pair.two).contains(u"NOTE;PID=9.2:n")) << linesOf(pair.two).size();
+    pair.expectAtRest();
+}
+
+TEST(MergeDetailsTest, AProgramStaysAsLongAsALineNamesIt)
+{
+    Pair pair{u"LANG;PID=1.1:fr\nCLIENTPIDMAP:1;urn:a", u""};
+    pair.run();
+    pair.one = u"";
+    pair.two += u"\nTZ;PID=2.1:1"; // a new line of the program that the other side removes
+    pair.run();
+    EXPECT_EQ(linesOf(pair.two), (Lines{u"CLIENTPIDMAP:1;urn:a", u"TZ;PID=2.1:1"}));
+    EXPECT_EQ(linesOf(pair.one), linesOf(pair.two));
+    pair.expectAtRest();
+    pair.one = u"TZ;PID=2.1:2\nCLIENTPIDMAP:1;urn:a";
+    pair.two = u""; // the program is gone there, and a line of it is new here
+    pair.run();
+    EXPECT_EQ(linesOf(pair.two), (Lines{u"CLIENTPIDMAP:1;urn:a", u"TZ;PID=2.1:2"}));
+    EXPECT_EQ(linesOf(pair.one), linesOf(pair.two));
+    pair.expectAtRest();
+    pair.two = u"";
+    pair.run();
+    EXPECT_EQ(pair.one, u"");
+    pair.expectAtRest();
+}
+
 TEST(MergeDetailsTest, ANewRecordIsOfferedTheUidAndAKnownOneKeepsItsOwn)
 {
     const FieldTypeMap types;

@@ -34,6 +34,8 @@ bool mappedTo(const FieldTypeMap& types, LONG field)
     return std::ranges::any_of(types, [&](const auto& pair) { return pair.second == field; });
 }
 
+bool isOneOf(const std::u16string& name, const std::vector<std::u16string>& names) { return std::ranges::find(names, name) != names.end(); }
+
 std::u16string numbered(std::u16string_view prefix, int number)
 {
     const std::string digits = std::to_string(number);
@@ -143,8 +145,18 @@ void MergedDetails::pairEqual()
 
 void MergedDetails::applyRemovals()
 {
+    const auto goes = [](const TargetUnit& target) { return target.state == State::Gone && target.mapped; };
     for (TargetUnit& target : targetUnits_)
-        if (target.state == State::Gone && target.mapped) remove(target);
+        if (goes(target) && target.unit->client.empty()) remove(target);
+    for (TargetUnit& target : targetUnits_)
+        if (goes(target) && target.kept && !isNamed(target.unit->client)) remove(target);
+}
+
+// Whether a line of the target names the program of this number.
+bool MergedDetails::isNamed(const std::u16string& client) const
+{
+    return std::ranges::any_of(targetUnits_,
+                               [&](const TargetUnit& target) { return target.kept && isOneOf(client, clientsOf(*target.unit)); });
 }
 
 void MergedDetails::remove(TargetUnit& target)
@@ -179,18 +191,56 @@ void MergedDetails::add(SourceUnit& own)
 {
     own.state = State::Paired;
     const DetailsUnit& unit = *own.unit;
+    UnitNames names;
+    for (const std::u16string& number : clientsOf(unit))
+        if (source_.clients.contains(number)) names.clients[number] = bringClient(number);
     if (own.targetField) {
-        added_.push_back(annotationLine(unit, *own.targetField));
+        added_.push_back(annotationLine(unit, *own.targetField, names.clients));
         addedUnits_.push_back({annotationKey(*own.targetField), {}, {}, own.targetHash, unit.hash, false});
         return;
     }
-    const std::u16string group = unit.group.empty() ? std::u16string() : freeGroup(unit.group);
-    const std::u16string altId = unit.altId.empty() ? std::u16string() : freeAltId(unit);
-    if (!group.empty()) addedGroups_.push_back(group);
-    if (!altId.empty()) addedAltIds_.emplace_back(unit.name, altId);
-    for (std::u16string& line : renamedLines(unit, group == unit.group ? u"" : group, altId == unit.altId ? u"" : altId))
-        added_.push_back(std::move(line));
+    if (!unit.group.empty()) names.group = freeGroup(unit.group);
+    if (!unit.altId.empty()) names.altId = freeName(unit, &DetailsUnit::altId, addedAltIds_);
+    if (!unit.propId.empty()) names.propId = freeName(unit, &DetailsUnit::propId, addedPropIds_);
+    if (!unit.client.empty()) names.client = clientNumber(unit.client);
+    if (!names.group.empty()) addedGroups_.push_back(names.group);
+    const auto keepIfSame = [](std::u16string& name, const std::u16string& before) { // in the case of its letters
+        if (name == before) name.clear();
+    };
+    keepIfSame(names.group, unit.group);
+    keepIfSame(names.altId, unit.altId);
+    keepIfSame(names.propId, unit.propId);
+    for (std::u16string& line : renamedLines(unit, names)) added_.push_back(std::move(line));
     addedUnits_.push_back({unit.key, unit.name, unit.lines.front(), own.targetHash, unit.hash, false});
+}
+
+// The number of a program in the target. Its CLIENTPIDMAP is added to the target if that lacks it.
+std::u16string MergedDetails::bringClient(const std::u16string& number)
+{
+    std::u16string inTarget = clientNumber(number);
+    const auto own = std::ranges::find_if(sourceUnits_, [&](const SourceUnit& unit) { return unit.unit->client == number; });
+    if (own != sourceUnits_.end() && own->state != State::Paired) add(*own);
+    return inTarget;
+}
+
+// The number that the source's program has in the target, or will have.
+std::u16string MergedDetails::clientNumber(const std::u16string& number)
+{
+    const std::u16string& uri = source_.clients.find(number)->second;
+    const auto [known, first] = clientNumbers_.emplace(uri, u"");
+    if (!first) return known->second;
+    const auto has = [&](const auto& matches) {
+        return std::ranges::find_if(targetUnits_, [&](const TargetUnit& target) {
+            return target.kept && !target.unit->client.empty() && matches(target.unit->client);
+        });
+    };
+    const auto same = has([&](const std::u16string& client) { return target_.clients.find(client)->second == uri; });
+    const auto inUse = [&](const std::u16string& name) {
+        return has([&](const std::u16string& client) { return client == name; }) != targetUnits_.end() || isNamed(name) ||
+               std::ranges::any_of(clientNumbers_, [&](const auto& given) { return given.second == name; });
+    };
+    known->second = same != targetUnits_.end() ? same->unit->client : inUse(number) ? firstFree({}, inUse) : number;
+    return known->second;
 }
 
 std::u16string MergedDetails::freeGroup(const std::u16string& wanted) const
@@ -202,15 +252,19 @@ std::u16string MergedDetails::freeGroup(const std::u16string& wanted) const
     return inUse(wanted) ? firstFree(u"item", inUse) : wanted;
 }
 
-std::u16string MergedDetails::freeAltId(const DetailsUnit& unit) const
+// The unit's ALTID or PROP-ID, or another one if a unit of the same property has it.
+std::u16string MergedDetails::freeName(const DetailsUnit& unit, std::u16string DetailsUnit::*which, PropertyNames& added) const
 {
-    const auto inUse = [&](const std::u16string& altId) {
-        return std::ranges::find(addedAltIds_, std::pair(std::u16string(unit.name), altId)) != addedAltIds_.end() ||
+    const auto inUse = [&](const std::u16string& name) {
+        return std::ranges::find(added, std::pair(std::u16string(unit.name), name)) != added.end() ||
                std::ranges::any_of(targetUnits_, [&](const TargetUnit& target) {
-                   return target.kept && target.unit->name == unit.name && target.unit->altId == altId;
+                   return target.kept && target.unit->name == unit.name && target.unit->*which == name;
                });
     };
-    return inUse(unit.altId) ? firstFree({}, inUse) : unit.altId;
+    const std::u16string& wanted = unit.*which;
+    std::u16string name = inUse(wanted) ? firstFree({}, inUse) : wanted;
+    added.emplace_back(unit.name, name);
+    return name;
 }
 
 std::u16string MergedDetails::text() const

@@ -72,7 +72,11 @@ private:
     void remove(TargetUnit& target);
     void add(SourceUnit& own);
     [[nodiscard]] std::u16string freeGroup(const std::u16string& wanted) const;
-    [[nodiscard]] std::u16string freeAltId(const DetailsUnit& unit) const;
+    using PropertyNames = std::vector<std::pair<std::u16string, std::u16string>>; // of a property
+    std::u16string freeName(const DetailsUnit& unit, std::u16string DetailsUnit::*which, PropertyNames& added) const;
+    std::u16string bringClient(const std::u16string& number);
+    std::u16string clientNumber(const std::u16string& number);
+    [[nodiscard]] bool isNamed(const std::u16string& client) const;
     [[nodiscard]] std::vector<Expected> expected() const;
 
     DetailsText source_, target_;
@@ -80,7 +84,8 @@ private:
     std::vector<TargetUnit> targetUnits_;
     std::vector<Expected> addedUnits_;
     std::vector<std::u16string> added_, addedGroups_;
-    std::vector<std::pair<std::u16string, std::u16string>> addedAltIds_; // of a property
+    PropertyNames addedAltIds_, addedPropIds_;
+    ClientNumbers clientNumbers_; // in the target, by URI
     std::vector<std::u16string_view> removed_, overwritten_;
     std::vector<std::u16string> ownLines_; // of a new target
 };
