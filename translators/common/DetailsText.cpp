@@ -159,10 +159,10 @@ std::size_t detailsOctets(std::u16string_view text)
     return octets;
 }
 
-std::string detailsRefusal(std::u16string_view text, const std::string& card)
+std::string detailsRefusal(std::u16string_view text, const std::string& card, const std::string& refused)
 {
     const auto message = [&](const char* what, std::size_t limit) {
-        return "The card \"" + card + "\" is not written: " + what + " has more than " + std::to_string(limit >> 20) +
+        return "The card \"" + card + "\" " + refused + ": " + what + " has more than " + std::to_string(limit >> 20) +
                " MiB. Remove it from the contact, or make it smaller.";
     };
     // No UTF-16 unit takes more than three octets, so most texts need no look at each character.

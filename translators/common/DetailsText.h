@@ -45,6 +45,7 @@ std::u16string ownDetail(std::u16string_view text, std::u16string_view name);
 std::size_t detailsOctets(std::u16string_view text);
 
 // Returns a message that the text, or a line of it, is over its limit; empty if a store may keep it. `card` is the card's name in UTF-8.
-std::string detailsRefusal(std::u16string_view text, const std::string& card);
+// `refused` says what does not happen to the card.
+std::string detailsRefusal(std::u16string_view text, const std::string& card, const std::string& refused = "is not written");
 
 } // namespace mb::plugin

@@ -158,6 +158,44 @@ TEST_F(VCardFolderStory, ACardWithALineThatIsNotAPropertyIsSynchronisedAndTheLin
     expectNothingToDo();
 }
 
+TEST_F(VCardFolderStory, ACardWithALineThatIsTooLongIsNamedAndSynchronisedWithoutItsDetails)
+{
+    constexpr std::size_t longer = 2u << 20, tooLong = 17u << 20; // each comma becomes two octets
+    const auto put = [&](const std::string& file, std::size_t size, const std::string& name, const std::string& title) {
+        putText(folder() / file, "BEGIN:VCARD\r\nVERSION:2.1\r\nN:" + name + ";;;;\r\nTITLE:" + title +
+                                     "\r\nNOTE:first\r\nNOTE:" + std::string(size, ',') + "\r\nEND:VCARD\r\n");
+    };
+    const auto sync = [&](int created, int updated, std::size_t leftOut) {
+        const Json run = json({"sync", "--silent"}).at(0);
+        EXPECT_EQ(run.at("first").at("created"), created);
+        EXPECT_EQ(run.at("first").at("updated"), updated);
+        EXPECT_EQ(run.at("first").at("deleted"), 0);
+        for (const char* count : {"created", "updated", "deleted"}) EXPECT_EQ(run.at("second").at(count), 0) << count;
+        EXPECT_EQ(run.at("failures").size(), 0u) << run;
+        ASSERT_EQ(run.at("leftOut").size(), leftOut) << run.at("leftOut");
+        if (leftOut == 0) return;
+        const std::string told = run.at("leftOut").at(0);
+        EXPECT_TRUE(told.starts_with(
+            "vCard: The card \"Toolong\" is synchronised without its details: a line of its details has more than 32 MiB."))
+            << told;
+    };
+    put("long.vcf", longer, "Long", "a");
+    put("a toolong.vcf", tooLong, "Toolong", "a");
+    put("other.vcf", 1, "Other", "a");
+    sync(3, 0, 1);
+    sync(0, 0, 1); // the next run tries again
+    EXPECT_NE(shown().find("Toolong"), std::string::npos);
+    put("a toolong.vcf", 2, "Toolong", "a");
+    sync(0, 1, 0);
+    expectNothingToDo();
+    put("a toolong.vcf", tooLong, "Toolong", "b");
+    sync(0, 1, 1); // the title
+    EXPECT_GT(textOf(folder() / "a toolong.vcf").size(), tooLong) << "the card keeps them";
+    put("a toolong.vcf", 2, "Toolong", "b");
+    sync(0, 0, 0); // the other side still has these details
+    expectNothingToDo();
+}
+
 // Two synchronised vCard folders. The cards of the second folder hold a line that belongs to no field, so a card that was deleted and added
 // again would lose it.
 class TwoFoldersStory : public EndToEnd {

@@ -76,10 +76,31 @@ const Card& CardStore::openFor(const std::string& id) const
     throw StoreError(Step::ReadField, "The card \"" + id + "\" is not being read.");
 }
 
+namespace {
+
+// Returns the name of the card for a message, or its identifier.
+std::string nameOf(const Card& card, const std::string& id)
+{
+    const std::u16string name = card.composedName();
+    return name.empty() ? id : toUtf8(name);
+}
+
+} // namespace
+
 std::u16string CardStore::read(const std::string& id, int type) const
 {
     const Card& card = openFor(id);
-    return type == plugin::kDetailsField ? card.details() : card.get(type);
+    return type == plugin::kDetailsField ? readDetails(id, card) : card.get(type);
+}
+
+// No store keeps details that are over a limit. They are refused here, where a run goes on without them, and not by the other store.
+std::u16string CardStore::readDetails(const std::string& id, const Card& card) const
+{
+    std::u16string text = card.details();
+    const std::string refusal = plugin::detailsRefusal(text, nameOf(card, id), "is synchronised without its details");
+    if (refusal.empty()) return text;
+    report_(plugin::Finding::LeftOut, refusal);
+    throw StoreError(Step::ReadField, refusal);
 }
 
 void CardStore::endRead(const std::string& id)
@@ -160,8 +181,7 @@ std::optional<Version> CardStore::wantedVersion(std::u16string_view details) con
 
 void CardStore::writeDetails(Open& record, std::u16string_view text)
 {
-    const std::u16string name = record.card.composedName();
-    if (const std::string refusal = plugin::detailsRefusal(text, name.empty() ? record.id : toUtf8(name)); !refusal.empty())
+    if (const std::string refusal = plugin::detailsRefusal(text, nameOf(record.card, record.id)); !refusal.empty())
         throw StoreError(Step::WriteField, refusal);
     if (const auto wanted = record.isNew ? wantedVersion(text) : std::nullopt; wanted && *wanted != record.card.version())
         record.card = record.card.inVersion(*wanted);

@@ -71,6 +71,7 @@ private:
     void put(Open& record);
     std::optional<Version> versionOfMost();
     std::optional<Version> wantedVersion(std::u16string_view details) const;
+    std::u16string readDetails(const std::string& id, const Card& card) const;
     void writeDetails(Open& record, std::u16string_view text);
     void commitAll(Step step);
     void discardEdits();

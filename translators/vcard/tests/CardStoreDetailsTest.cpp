@@ -77,7 +77,14 @@ TEST_F(CardStoreDetails, OfHugeSizeAreRefusedWithTheNameOfTheCard)
     store.write(id, ftLastName, u"Doe");
     store.write(id, ftDetails, u"X-LONG:" + std::u16string(2u << 20, u'x'));
     expectFailure(Step::WriteField, "\"Doe\"", [&] { store.write(id, ftDetails, u"X-LONG:" + std::u16string(33u << 20, u'x')); });
-    EXPECT_GT(get(store.save(id)).size(), 2u << 20) << "a line of 2 MiB travels";
+    const std::u16string lines = u"X-A:" + std::u16string(22u << 20, u'x') + u'\n';
+    expectFailure(Step::WriteField, "64 MiB", [&] { store.write(id, ftDetails, lines + lines + lines); });
+    const std::string saved = store.save(id);
+    EXPECT_GT(get(saved).size(), 2u << 20) << "a line of 2 MiB travels";
+    CardStore again = open();
+    EXPECT_EQ(read(again, saved, ftDetails).substr(0, (2u << 20) + 8), u"X-LONG:" + std::u16string(2u << 20, u'x') + u'\n');
+    expectFailure(Step::WriteField, "\"Doe\"", [&] { edit(store, saved, ftDetails, u"X-LONG:" + std::u16string(33u << 20, u'x')); });
+    EXPECT_GT(get(saved).size(), 2u << 20) << "the card keeps what it had";
 }
 
 std::string versionLine(const std::string& bytes)
