@@ -97,6 +97,7 @@ inline constexpr plugin::PluginField cardFields[] = {
     {ftMiscPhone3, u"Misc phone 3", dtString, ffPhoneNumber},
     {ftOther, u"Other"},
     {ftDetails, u"Details"},
+    {ftKind, u"Kind"},
 };
 
 } // namespace mb::cardfile

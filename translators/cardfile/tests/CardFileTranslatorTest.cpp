@@ -82,7 +82,7 @@ TEST_F(CardFileTranslatorTest, FieldsAreKnownWithoutAnOpenStore)
         EXPECT_EQ(properties->GetFlags(guid, &flags), S_OK);
         EXPECT_EQ(flags, phones.contains(type) ? ULONG{ffPhoneNumber} : 0u) << type;
     }
-    std::set<LONG> expected{ftDetails};
+    std::set<LONG> expected{ftDetails, ftKind};
     for (LONG type = ftNamePrefix; type <= ftOther; ++type)
         if (type != ftRecordStatus) expected.insert(type);
     EXPECT_EQ(types, expected);

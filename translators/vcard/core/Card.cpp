@@ -33,6 +33,15 @@ bool isSex(std::u16string_view text)
     return text.size() == 1 && std::u16string_view(u"MFONU").find(text[0]) != std::u16string_view::npos;
 }
 
+// In lower case. A card without a kind is that of an individual, so "individual" is no value of the field.
+std::u16string readKind(std::u16string_view text)
+{
+    std::u16string kind = trimBlanks(text);
+    for (char16_t& c : kind)
+        if (c >= u'A' && c <= u'Z') c = static_cast<char16_t>(c + 32);
+    return kind == u"individual" ? std::u16string() : kind;
+}
+
 // Returns whether the text is scheme:address, the form of an IMPP value.
 bool hasScheme(std::u16string_view text)
 {
@@ -288,6 +297,7 @@ std::u16string Card::read(const Field& field, const Line& line) const
     case Shape::Values: return readValues(value, version);
     case Shape::Date: return readDate(unescape(value, version, false));
     case Shape::Phone: return readPhone(unescape(value, version, false));
+    case Shape::Kind: return readKind(unescape(value, version, false));
     case Shape::Gender: {
         if (line.name() != "GENDER") return unescape(value, version, false);
         const std::u16string_view sex = escapedPart(value, u';', 0);
@@ -342,6 +352,7 @@ std::u16string Card::compose(const Field& field, Line& line, std::u16string_view
         if (field.slot != kAnyChat) return std::u16string(chatPrefix(before)) + escape(text, version, false);
         return (hasScheme(text) ? u"" : u"im:") + escape(text, version, false);
     }
+    case Shape::Kind:
     case Shape::Image:
     case Shape::Text: break;
     }
@@ -357,7 +368,7 @@ bool Card::set(int type, std::u16string_view value)
 {
     const Field* field = findField(type);
     if (!field || field->shape == Shape::Image) return false;
-    const std::u16string text = cleaned(value);
+    const std::u16string text = field->shape == Shape::Kind ? readKind(cleaned(value)) : cleaned(value);
     if (text == get(type)) return false;
     if (text.empty()) {
         clear(*field);

@@ -46,7 +46,7 @@ void CardDetails::findFieldLines()
         const bool image = field.shape == Shape::Image;
         const std::size_t at = image ? card_.imageLine(field) : static_cast<std::size_t>(card_.lineOf(field));
         if (at >= card_.lines_.size() || (!image && card_.get(field.type).empty())) continue;
-        fieldOf[at] = image ? int{field.type} : int{field.slot};
+        fieldOf[at] = image ? int{field.type} : int{firstField(field.slot).type};
         fieldLines_[fieldOf[at]].line = at;
     }
     const Groups found = groups(fieldOf);
@@ -181,7 +181,7 @@ bool Card::holdsOnlyFields() const
         const Line& line = lines_[i];
         const std::string& name = line.name();
         if (name.empty() || name == "VERSION" || (line.group().empty() && (name == "UID" || name == "REV" || name == "PRODID"))) continue;
-        if (slotOf[i] != 0 && isAsNew(line, *findField(slotOf[i]), version())) continue;
+        if (slotOf[i] != 0 && isAsNew(line, firstField(slotOf[i]), version())) continue;
         if (line.header() == "N" && version() != Version::V40 && line.body() == ";;;;") continue; // required
         if (name == "FN" && line.group().empty() && line.param(kDerivedParam)) continue;
         return false;

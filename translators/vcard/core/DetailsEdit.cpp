@@ -82,8 +82,9 @@ bool DetailsEdit::freezeFields()
 {
     std::set<int> failed;
     for (const Field& field : fields())
-        if (!isKept(field)) failed.insert(field.slot);
-    for (const std::size_t at : misread()) failed.insert(origins_[at].slot);
+        if (!isKept(field)) failed.insert(firstField(field.slot).type);
+    for (const std::size_t at : misread())
+        if (const int slot = origins_[at].slot) failed.insert(firstField(static_cast<std::size_t>(slot)).type);
     const std::size_t frozen = frozen_.size();
     for (const auto& [field, held] : now_.fieldLines()) {
         const std::string& group = before_.lines_[held.line].group();
@@ -135,7 +136,8 @@ DetailsEdit::Change::Kind DetailsEdit::removalOf(std::size_t line) const
 {
     Card::Slots wanted = before_.slots_;
     const auto held = std::ranges::find(wanted, static_cast<int>(line));
-    if (held == wanted.end() || findField(static_cast<int>(held - wanted.begin()))->shape == Shape::Image) return Change::Kind::Remove;
+    if (held == wanted.end() || firstField(static_cast<std::size_t>(held - wanted.begin())).shape == Shape::Image)
+        return Change::Kind::Remove;
     *held = -1;
     if (before_.resolve(line) == wanted) return Change::Kind::Remove;
     return saysNothing(now_.properties()[line]) ? Change::Kind::Keep : Change::Kind::Empty;
@@ -357,7 +359,8 @@ std::set<std::size_t> DetailsEdit::misread() const
 void DetailsEdit::pin(std::size_t at)
 {
     Line& line = card_.lines_[at];
-    line.addParam(kPinParam, std::to_string(origins_[at].slot));
+    const int slot = origins_[at].slot;
+    line.addParam(kPinParam, slot == 0 ? std::string(kNoField) : std::to_string(firstField(static_cast<std::size_t>(slot)).type));
     if (line.encoding() == Encoding::Base64)
         line.setBase64(std::string(line.body()));
     else

@@ -17,5 +17,6 @@ inline constexpr std::uint8_t NamePrefix = 1, FirstName = 2, MiddleName = 3, Las
                               Assistant = 73, NickName = 74, Account = 75, Gender = 76, Hobby = 77, WebPage2 = 78, DisplayName = 79,
                               Phone3 = 80, PhoneFax3 = 81, PhoneAssistant = 82, PhoneCompany = 83, PhoneCar = 84, PhoneCallback = 85,
                               PhoneTDD = 86, PhoneRadio = 87, PhoneISDN = 88, MiscPhone1 = 89, MiscPhone2 = 90, MiscPhone3 = 91, Other = 92;
+inline constexpr std::uint16_t Kind = 1001;
 
 } // namespace mb::vcard::ft

@@ -102,11 +102,12 @@ constexpr std::array kFields = std::to_array<Field>({
     {ft::MiscPhone2, u"Misc phone 2", "TEL", "VOICE", ft::MiscPhone2, 0, Phone},
     {ft::MiscPhone3, u"Misc phone 3", "TEL", "VOICE", ft::MiscPhone3, 0, Phone},
     {ft::Other, u"Other", "X-MB-OTHER", "", ft::Other, 0, Text},
+    {ft::Kind, u"Kind", "KIND", "", kKindSlot, 0, Kind},
 });
 
 constexpr auto kByType = [] {
     std::array<const Field*, kSlots> table{};
-    for (const Field& f : kFields) table[f.type] = &f;
+    for (const Field& f : kFields) table[indexOf(f)] = &f;
     return table;
 }();
 
@@ -148,6 +149,7 @@ constexpr auto kAliases = std::to_array<NamedSlot>({
     {"X-JABBER", ft::IM},
     {"X-GOOGLE-TALK", ft::IM},
     {"X-SKYPE", ft::IM},
+    {"X-ADDRESSBOOKSERVER-KIND", kKindSlot},
 });
 
 // TYPE words that determine the kind of a phone by themselves, in order of precedence.
@@ -276,7 +278,13 @@ std::span<const Field* const> fieldsOf(std::uint8_t slot)
     return all.subspan(kBySlot.begin[slot], static_cast<std::size_t>(kBySlot.begin[slot + 1u] - kBySlot.begin[slot]));
 }
 
-const Field* findField(int type) { return type > 0 && type < static_cast<int>(kSlots) ? kByType[static_cast<std::size_t>(type)] : nullptr; }
+const Field& firstField(std::size_t slot) { return *fieldsOf(static_cast<std::uint8_t>(slot)).front(); }
+
+const Field* findField(int type)
+{
+    if (type == ft::Kind) return kByType[kKindSlot];
+    return type > 0 && type < int{kKindSlot} ? kByType[static_cast<std::size_t>(type)] : nullptr;
+}
 
 std::u16string_view chatPrefix(std::u16string_view value)
 {

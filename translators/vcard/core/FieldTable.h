@@ -12,28 +12,34 @@
 
 namespace mb::vcard {
 
-enum class Shape : std::uint8_t { Text, Part, List, Values, Date, Phone, Gender, Chat, Image };
+enum class Shape : std::uint8_t { Text, Part, List, Values, Date, Phone, Gender, Chat, Kind, Image };
 
 struct Field {
-    std::uint8_t type; // _FieldTypes
+    std::uint16_t type; // _FieldTypes
     const char16_t* label;
     std::string_view property; // property name of a new line
     std::string_view types;    // TYPE words of a new line, separated by commas
-    std::uint8_t slot;         // the lowest field type of those that share the line
+    std::uint8_t slot;         // the lowest field type of those that share the line; kKindSlot for ft::Kind
     std::uint8_t part;         // index in a structured value
     Shape shape;
 };
 
-inline constexpr std::size_t kSlots = 96; // a slot is a field type, 1 to 92; rounded up for speed
+inline constexpr std::size_t kSlots = 96; // a slot is a field type, 1 to 92, or kKindSlot; rounded up for speed
+inline constexpr std::uint8_t kKindSlot = 93;
 inline constexpr std::string_view kPinParam = "X-MB-FIELD";
 inline constexpr std::string_view kNoField = "0"; // a value of kPinParam: the line holds no field
 // RFC 9554: marks a value that was derived from other properties.
 inline constexpr std::string_view kDerivedParam = "DERIVED";
 
+// Returns a number below kSlots that no other field has.
+constexpr std::size_t indexOf(const Field& field) { return field.type < kKindSlot ? field.type : field.slot; }
+
 inline constexpr int kCategoriesField = ft::Categories, kDisplayNameField = ft::DisplayName;
 
 std::span<const Field> fields();
 std::span<const Field* const> fieldsOf(std::uint8_t slot); // by type
+// Returns the lowest of the fields that share the line of a slot: the one that an annotation names.
+const Field& firstField(std::size_t slot);
 const Field* findField(int type);
 
 // The slots that a line may hold, best first. Lines with a lower rank choose first: 0 for a line that is marked with its field (kPinParam),

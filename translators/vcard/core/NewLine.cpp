@@ -2,6 +2,7 @@
 
 #include "Ascii.h"
 #include "Charset.h"
+#include "PropertyKind.h"
 #include "Value.h"
 
 #include <algorithm>
@@ -16,6 +17,7 @@ std::string makeHeader(const Field& field, Version version)
     std::string_view property = field.property;
     std::string_view words = field.types;
     if (field.shape == Shape::Gender && !v40) property = "X-GENDER";
+    if (field.shape == Shape::Kind && !v40) property = nameBeforeVersion40(property);
     if (property == "EMAIL" && v40) words = {};
     std::string header(property);
     for (bool first = true; !words.empty();) {
@@ -100,10 +102,10 @@ const std::string& newHeader(const Field& field, Version version)
     static const auto headers = [] {
         std::array<std::array<std::string, kSlots>, 3> all;
         for (const Version each : {Version::V21, Version::V30, Version::V40})
-            for (const Field& of : fields()) all[static_cast<std::size_t>(each)][of.type] = makeHeader(of, each);
+            for (const Field& of : fields()) all[static_cast<std::size_t>(each)][indexOf(of)] = makeHeader(of, each);
         return all;
     }();
-    return headers[static_cast<std::size_t>(version)][field.type];
+    return headers[static_cast<std::size_t>(version)][indexOf(field)];
 }
 
 bool isAsNew(const Line& line, const Field& first, Version version)
@@ -122,6 +124,7 @@ bool isAsNew(const Line& line, const Field& first, Version version)
     case Shape::Phone: return !spelling.comma && !startsWithScheme(body);
     case Shape::Chat: return !spelling.comma && line.name() != "IMPP";
     case Shape::Gender: return false; // a value of two parts
+    case Shape::Kind: return false;   // case counts
     case Shape::Text: return !spelling.comma;
     case Shape::Part:
     case Shape::Image: break;

@@ -97,5 +97,6 @@ static_assert(ft::MiscPhone1 == ftMiscPhone1);
 static_assert(ft::MiscPhone2 == ftMiscPhone2);
 static_assert(ft::MiscPhone3 == ftMiscPhone3);
 static_assert(ft::Other == ftOther);
+static_assert(ft::Kind == ftKind);
 
 } // namespace mb::vcard

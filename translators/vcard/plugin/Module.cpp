@@ -16,9 +16,10 @@ LONG kindOf(vcard::Shape shape) { return shape == vcard::Shape::Date ? dtDateTim
 std::vector<plugin::PluginField> makeFields()
 {
     std::vector<plugin::PluginField> made;
-    for (const vcard::Field& field : vcard::fields())
+    for (const vcard::Field& field : vcard::fields()) {
+        if (field.type == ftKind) made.push_back({ftDetails, u"Details"}); // what the card holds besides the other fields
         made.push_back({field.type, field.label, kindOf(field.shape), field.shape == vcard::Shape::Phone ? ULONG{ffPhoneNumber} : 0});
-    made.push_back({ftDetails, u"Details"}); // what the card holds besides the other fields
+    }
     return made;
 }
 

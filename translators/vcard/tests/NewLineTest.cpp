@@ -18,7 +18,7 @@ bool isAsNew(Version version, const std::string& line)
 {
     const Line parsed = Line::parse(line + "\r\n", version);
     const Claim claim = claimOf(parsed, {}, {version, std::string("UTF-8"), "\r\n"});
-    return claim.count > 0 && vcard::isAsNew(parsed, *findField(claim.slots[0]), version);
+    return claim.count > 0 && vcard::isAsNew(parsed, firstField(claim.slots[0]), version);
 }
 
 TEST(NewLine, IsRecognizedByItsHeaderAndSpelling)
@@ -76,7 +76,7 @@ TEST(NewLine, IsTheLineThatANewCardWrites)
     for (int round = 0; round < 60000; ++round) {
         const Version version = below(2) == 0 ? Version::V30 : Version::V40;
         const Field& field = fields()[below(fields().size())];
-        const Field& first = *findField(field.slot);
+        const Field& first = firstField(field.slot);
         std::string line = newHeader(first, version);
         line += ':';
         const std::size_t pieces = below(7);

@@ -12,7 +12,8 @@ TEST(SlotFields, AreThoseOfTheAnnotationThatTheSlotNames)
     std::map<int, std::vector<int>> slots;
     for (const Field& field : fields()) slots[field.slot].push_back(field.type);
     ASSERT_FALSE(slots.empty());
-    for (const auto& [slot, types] : slots) EXPECT_EQ(plugin::fieldsOfAnnotation(slot), types) << slot;
+    for (const auto& [slot, types] : slots)
+        EXPECT_EQ(plugin::fieldsOfAnnotation(firstField(static_cast<std::size_t>(slot)).type), types) << slot;
 }
 
 } // namespace mb::vcard
