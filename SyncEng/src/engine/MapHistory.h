@@ -55,6 +55,10 @@ public:
     [[nodiscard]] bool detailsKnown(Side side) const { return history_->DetailsKnown(sectionOf(side)); }
     void setDetailsKnown(Side side, bool known) { history_->SetDetailsKnown(sectionOf(side), known); }
 
+    // Whether a run has looked for groups in all links of the side.
+    [[nodiscard]] bool kindsKnown(Side side) const { return history_->KindsKnown(sectionOf(side)); }
+    void setKindsKnown(Side side, bool known) { history_->SetKindsKnown(sectionOf(side), known); }
+
     // ---- Sections of a transfer
     [[nodiscard]] bool hasSuffix(const std::u16string& first, const std::u16string& second) const
     {
@@ -118,6 +122,15 @@ public:
         return ids;
     }
     void trySetWaited(Side side, const std::vector<std::u16string>& ids) { (void)history_->SetWaited(sectionOf(side), ids); }
+
+    // ---- Records that no run takes
+    [[nodiscard]] std::vector<std::u16string> leftOut(Side side) const
+    {
+        std::vector<std::u16string> ids;
+        (void)history_->ListLeftOut(sectionOf(side), ids);
+        return ids;
+    }
+    void trySetLeftOut(Side side, const std::vector<std::u16string>& ids) { (void)history_->SetLeftOut(sectionOf(side), ids); }
 
 private:
     CSyncHistory* history_ = nullptr;

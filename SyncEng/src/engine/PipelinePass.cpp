@@ -28,6 +28,18 @@ void PipelinePass::separateDetails()
     }
 }
 
+void PipelinePass::findKinds()
+{
+    for (std::size_t i = 0; i < static_cast<std::size_t>(FieldCount); ++i) {
+        const PerSide<bool> isKind{side(Side::One).fieldType(i) == ftKind, side(Side::Two).fieldType(i) == ftKind};
+        for (const Side each : bothSides)
+            if (isKind[each]) side(each).kind = fields(each)[i];
+        kindsTravel = kindsTravel || (isKind.one && isKind.two);
+    }
+    for (const Side each : bothSides)
+        if (!side(each).kind) side(each).kind = side(each).store.fieldOfType(ftKind);
+}
+
 void PipelinePass::fillFieldTypes()
 {
     if (!fieldTypes.empty()) return;

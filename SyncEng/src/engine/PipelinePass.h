@@ -7,6 +7,7 @@
 #include "engine/StoreClient.h"
 #include "store/CSyncHistory.h"
 #include <optional>
+#include <set>
 #include <span>
 #include <unordered_set>
 
@@ -51,6 +52,10 @@ struct PassSide {
     LONG recordCount = -1;                              // of the store, when it was scanned
     bool listsAll = false;                              // the store listed as many identifiers as it counted
     bool hasAdditions = false;                          // the scan found a new record
+    std::optional<GUID> kind;                           // the store's field of ftKind, mapped or not
+    bool kindsUnread = false;                           // the kind of some linked record could not be read
+    std::set<std::u16string> leftOut;                   // records that take no part in this run: see engine/SeparateGroups.h
+    std::set<std::u16string> groupCopies;               // those of them that take no part in any later run either
     bool hasDeletions = false;                          // a decision deleted a record of this side, even if a later one took that back
 
     // The type of the i-th mapped field; nullopt where the translator cannot tell. It is asked once; a question that failed is asked again.
@@ -73,6 +78,7 @@ struct PipelinePass {
     FieldTypeMap fieldTypesBack{};          // the type on side 2 to the type on side 1; for annotations in details alone
     std::optional<PerSide<GUID>> details{}; // the mapped pair of details, which is none of the pairs in `sides`
     bool detailsUnread = false;             // details of some record could not be read
+    bool kindsTravel = false;               // the map pairs the kinds of both sides; each then has a kind
     std::vector<std::u16string> UnverifiedRecords{}; // left out because they are not verified
     std::vector<UnreadableRecord> unreadable{};
 
@@ -83,6 +89,8 @@ struct PipelinePass {
     }
     // Takes the pair of details out of the mapped fields.
     void separateDetails();
+    // Finds the field of each store that tells the kind of a record. Requires: the mapped fields are loaded.
+    void findKinds();
     // Asks both translators for the types of the mapped pairs, unless they are known already. A pair without a type is left out.
     void fillFieldTypes();
 };

@@ -12,6 +12,7 @@
 #include "engine/LoadTargetFields.h"
 #include "engine/RequireWritable.h"
 #include "engine/ScanSide.h"
+#include "engine/SeparateGroups.h"
 #include "engine/WriteSide.h"
 #include "files.h"
 #include "foundation/Log.h"
@@ -94,6 +95,7 @@ private:
         PassSide &one = pass_.side(Side::One), &two = pass_.side(Side::Two);
         fieldMap_.loadPairs(one.store.translator(), two.store.translator(), pass_.FieldCount, one.fields, two.fields);
         pass_.separateDetails();
+        if (!run_.CategoryPass) pass_.findKinds();
     }
 
     // In a category pass a record has one field, its name, which travels as a last name.
@@ -156,6 +158,7 @@ private:
         CheckListings(pass_);
         CompareUnread(pass_);
         ForgetPairsMissingOnBoth(pass_);
+        SeparateGroups(pass_);
         FindDuplicatesByTranslator(pass_);
         ResolveConflicts(pass_);
         settleDuplicates();
@@ -202,13 +205,13 @@ private:
             completeSide(Side::Two, result);
             nothingLeft = plans_.one.empty() && plans_.two.empty();
             if (nothingLeft && mayStamp(result)) stamp(Side::One);
-            if (nothingLeft && result == S_OK) rememberDetails();
+            if (nothingLeft && result == S_OK) rememberComparisons();
         });
         if (nothingLeft || !mayStamp(result)) return result;
         if (result == S_OK) result = writeSide(Side::One);
         saveHistoryOnce(result, [&] {
             completeSide(Side::One, result);
-            if (result == S_OK) rememberDetails();
+            if (result == S_OK) rememberComparisons();
         });
         return result;
     }
@@ -222,6 +225,7 @@ private:
     {
         for (const Side side : bothSides)
             for (const std::u16string& id : pass_.side(side).historyRemovals) UnlinkHistoryEntry(run_.history, side, id);
+        if (!run_.CategoryPass) WriteGroupCopies(pass_);
     }
 
     // What was written before a cancel stays, so a cancelled side counts as complete.
@@ -275,6 +279,19 @@ private:
                 run_.history.setDetailsKnown(side, false);
             else if (pass_.send[side])
                 run_.history.setDetailsKnown(side, true);
+    }
+
+    void rememberComparisons()
+    {
+        rememberDetails();
+        if (!run_.CategoryPass) rememberKinds();
+    }
+
+    // From now on a changed kind is an edit.
+    void rememberKinds()
+    {
+        const bool unread = pass_.side(Side::One).kindsUnread || pass_.side(Side::Two).kindsUnread;
+        for (const Side side : bothSides) run_.history.setKindsKnown(side, pass_.side(side).kind && !unread);
     }
 
     void finish(HRESULT result)

@@ -128,6 +128,14 @@ std::optional<GUID> StoreClient::fieldAt(LONG index)
     return askTwice<GUID>([&](GUID* field) { return call(fieldList_, &IFieldList::GetFieldByIndex, index, field); });
 }
 
+std::optional<GUID> StoreClient::fieldOfType(LONG type)
+{
+    // From the end: the types that are asked for are high, and most stores list their fields by type.
+    for (LONG i = fieldList_ && field_ ? fieldCount().value_or(0) : 0; i > 0; --i)
+        if (const auto field = fieldAt(i - 1); field && fieldType(*field) == type) return field;
+    return std::nullopt;
+}
+
 std::u16string StoreClient::fieldName(const GUID& field)
 {
     com::Bstr text;

@@ -63,6 +63,8 @@ public:
     std::optional<ULONG> fieldMaxLength(const GUID& field);
     std::optional<LONG> fieldCount();
     std::optional<GUID> fieldAt(LONG index);
+    // The first field of the type; nullopt where the store has none.
+    std::optional<GUID> fieldOfType(LONG type);
     // Empty where the store does not tell the name.
     std::u16string fieldName(const GUID& field);
 

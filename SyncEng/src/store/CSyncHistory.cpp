@@ -15,7 +15,7 @@ namespace {
 constexpr char16_t syncInfo[] = u"SyncInfo", databaseKey[] = u"Database", timeKey[] = u"LastSyncTime", statusKey[] = u"LastSyncStatus",
                    mappedKey[] = u"MappedID", modifiedKey[] = u"ModifiedTime", changedKey[] = u"FieldMapChanged",
                    fieldStatusKey[] = u"FMStatus", fieldDataKey[] = u"FieldData", inDoubtKey[] = u"BatchInDoubt",
-                   detailsKey[] = u"DetailsKnown", waitedKey[] = u"Waited";
+                   detailsKey[] = u"DetailsKnown", waitedKey[] = u"Waited", kindsKey[] = u"KindsKnown", leftOutKey[] = u"LeftOut";
 constexpr std::size_t sideNameLength = 6;
 
 // The encoded names of a record's keys.
@@ -45,8 +45,9 @@ std::u16string oppositeOf(std::u16string_view type)
     return opposite;
 }
 
-// Not the type of a side, so clearing a side keeps it and entries are not loaded from it.
+// Not the types of a side, so clearing a side keeps them and entries are not loaded from them.
 std::u16string waitedType(const std::u16string& sideType) { return u"Waited" + sideType; }
+std::u16string leftOutType(const std::u16string& sideType) { return u"LeftOut" + sideType; }
 
 } // namespace
 
@@ -111,14 +112,28 @@ HRESULT CSyncHistory::ListWaited(std::u16string_view side, std::vector<std::u16s
 
 HRESULT CSyncHistory::SetWaited(std::u16string_view side, const std::vector<std::u16string>& ids)
 {
-    const std::u16string type = waitedType(SectionFor(side));
+    return setList(waitedType(SectionFor(side)), waitedKey, ids);
+}
+
+HRESULT CSyncHistory::ListLeftOut(std::u16string_view side, std::vector<std::u16string>& ids) const
+{
+    return store_.ListSections(leftOutType(SectionFor(side)), ids);
+}
+
+HRESULT CSyncHistory::SetLeftOut(std::u16string_view side, const std::vector<std::u16string>& ids)
+{
+    return setList(leftOutType(SectionFor(side)), leftOutKey, ids);
+}
+
+HRESULT CSyncHistory::setList(const std::u16string& type, const char16_t* key, const std::vector<std::u16string>& ids)
+{
     std::vector<std::u16string> former;
     HRESULT hr = S_OK;
-    (void)ListWaited(side, former);
+    (void)store_.ListSections(type, former);
     for (const std::u16string& id : former)
         if (SUCCEEDED(hr)) hr = store_.RemoveSection(type, id, false);
     for (const std::u16string& id : ids)
-        if (SUCCEEDED(hr)) hr = store_.WriteInt(type, id, waitedKey, 1, false, false);
+        if (SUCCEEDED(hr)) hr = store_.WriteInt(type, id, key, 1, false, false);
     return hr;
 }
 
@@ -140,6 +155,10 @@ void CSyncHistory::SetBatchInDoubt(std::u16string_view side, bool inDoubt) { set
 bool CSyncHistory::DetailsKnown(std::u16string_view side) const { return hasMark(side, detailsKey); }
 
 void CSyncHistory::SetDetailsKnown(std::u16string_view side, bool known) { setMark(side, detailsKey, known); }
+
+bool CSyncHistory::KindsKnown(std::u16string_view side) const { return hasMark(side, kindsKey); }
+
+void CSyncHistory::SetKindsKnown(std::u16string_view side, bool known) { setMark(side, kindsKey, known); }
 
 HRESULT CSyncHistory::WriteEntry(std::u16string_view side, const HistoryEntry& entry)
 {

@@ -77,6 +77,10 @@ public:
     HRESULT ListWaited(std::u16string_view side, std::vector<std::u16string>& ids) const;
     HRESULT SetWaited(std::u16string_view side, const std::vector<std::u16string>& ids);
 
+    // The records of a side that no run takes: persons that an earlier version made of groups.
+    HRESULT ListLeftOut(std::u16string_view side, std::vector<std::u16string>& ids) const;
+    HRESULT SetLeftOut(std::u16string_view side, const std::vector<std::u16string>& ids);
+
     // Whether the side's last batch was not ended: its records may be in the store without a history entry.
     [[nodiscard]] bool BatchInDoubt(std::u16string_view side) const;
     void SetBatchInDoubt(std::u16string_view side, bool inDoubt);
@@ -84,6 +88,10 @@ public:
     // Whether the last run compared the details of all the side's records, so that each of them has a base.
     [[nodiscard]] bool DetailsKnown(std::u16string_view side) const;
     void SetDetailsKnown(std::u16string_view side, bool known);
+
+    // Whether a run has looked for groups in all links of the side.
+    [[nodiscard]] bool KindsKnown(std::u16string_view side) const;
+    void SetKindsKnown(std::u16string_view side, bool known);
 
     // Direct access, for code that writes many values and saves once.
     [[nodiscard]] StoreFile& store() noexcept { return store_; }
@@ -96,6 +104,7 @@ private:
     HRESULT raiseVersion();
     [[nodiscard]] bool hasMark(std::u16string_view side, const char16_t* key) const;
     void setMark(std::u16string_view side, const char16_t* key, bool set);
+    HRESULT setList(const std::u16string& type, const char16_t* key, const std::vector<std::u16string>& ids);
 
     com::Ptr<ISyncEvents> sink_;
     StoreFile store_;

@@ -137,6 +137,7 @@ private:
             pass_.unreadable.push_back({side, task->first, keys.lastNameRead ? std::optional(keys.lastName) : std::nullopt});
             return std::nullopt;
         }
+        if (side == Side::One && isGroupTask(task->second)) groups_.push_back(task->first);
         return index.AddToRecordIndex(task->first, keys.lastName, keys.firstName, keys.email, keys.digest);
     }
 
@@ -267,6 +268,8 @@ private:
 
     std::optional<std::u16string> byRule(std::size_t position)
     {
+        const auto task2 = FindTask(two_.tasks, index2_.id(position));
+        if (task2 != two_.tasks.end() && isGroupTask(task2->second)) return RankCandidates(pass_, index2_.id(position), {}, groups_, rows_);
         auto found = pickFromNodes(Question::NameAndEmail, position);
         if (!found) found = pickFromNodes(Question::Name, position);
         if (!found && mayAskByEmail(index2_.keys(position))) found = pickFromNodes(Question::Email, position);
@@ -311,6 +314,7 @@ private:
     MatchRows rows_;
     RecordValues values_;                             // of the record that is being read
     std::unordered_set<std::u16string_view> indexed_; // of side 1
+    std::vector<std::u16string> groups_;              // of side 1
     bool FoundAny = false;
 };
 

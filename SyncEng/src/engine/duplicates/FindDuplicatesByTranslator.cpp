@@ -79,7 +79,7 @@ private:
         com::Bstr id2;
         if (!two_.store.find(one_.store.translator(), id.get(), synched_.get(), id2) || id2.empty()) return;
         if (!named_.insert(platform::lowered(id2.view())).second) return; // it has its partner
-        if (isLinked(id2.view())) return;
+        if (isLinked(id2.view()) || two_.leftOut.contains(id2.text())) return;
         // The translator may name a record that the analysis did not list.
         auto task2 = FindTask(two_.tasks, id2.text());
         if (task2 == two_.tasks.end()) {
@@ -89,7 +89,7 @@ private:
         } else if (!isOpenNew(task2->second)) {
             return; // known to the history
         }
-        if (!readBoth(task1, task2)) {
+        if (!readBoth(task1, task2) || isGroupTask(task1->second) != isGroupTask(task2->second)) {
             task1->second.Values.reset();
             task2->second.Values.reset();
             return; // the engine's own search judges what can be read

@@ -1,5 +1,7 @@
 #include "engine/duplicates/MatchRows.h"
 
+#include "engine/SeparateGroups.h"
+
 namespace mb {
 namespace {
 
@@ -34,11 +36,14 @@ MatchRows BuildMatchRows(PipelinePass& pass)
         if (!readField(pass.side(Side::One), i, row.field1) || !readField(pass.side(Side::Two), i, row.field2)) continue;
         made.rows.push_back(row);
         if (row.field1.type == ftLastName) made.lastName2 = row.field2.type;
+        if (row.field1.type == ftDisplayName) made.displayName2 = row.field2.type;
         if (SpecialField* special = specialOf(made, row.field1.type))
             *special = {row.field2.type, row.field1.flags, row.field2.flags, row.field1.maxLength, row.field2.maxLength};
     }
     return made;
 }
+
+bool isGroupTask(const RecordTask& task) { return isGroup(valueOf(task, ftKind)); }
 
 FieldValueMap& changesOf(RecordTask& task)
 {

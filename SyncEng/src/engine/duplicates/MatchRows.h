@@ -25,7 +25,7 @@ struct SpecialField {
 struct MatchRows {
     std::vector<MatchRow> rows;
     SpecialField firstName, email, notes, categories;
-    LONG lastName2 = 0;
+    LONG lastName2 = 0, displayName2 = 0;
 };
 
 MatchRows BuildMatchRows(PipelinePass& pass);
@@ -44,6 +44,9 @@ inline std::u16string_view valueOf(const RecordTask& task, LONG type)
 {
     return task.Values ? task.Values->find(type).value_or(std::u16string_view()) : std::u16string_view();
 }
+
+// Whether the record that was read is a group. A group matches groups alone.
+bool isGroupTask(const RecordTask& task);
 
 FieldValueMap& changesOf(RecordTask& task);
 

@@ -36,6 +36,7 @@ public:
     // True for a perfect match: no other candidate has to be considered.
     bool consider(const std::u16string& id, const RecordTask& candidate)
     {
+        if (isGroupTask(candidate) || isGroupTask(task2_)) return considerGroup(id, candidate);
         const std::u16string_view last = valueOf(candidate, ftLastName), first = valueOf(candidate, ftFirstName),
                                   email = valueOf(candidate, ftEmail1);
         if (!equal(last, keys_.lastName) || !(equal(email, keys_.email) || equal(first, keys_.firstName))) return false;
@@ -43,6 +44,18 @@ public:
         const std::optional<std::size_t> tier = compared.AllEqual ? 0 : tierOf(compared, last, first, email);
         if (tier) tiers_[*tier] = Occupant{id, std::move(compared.changes1), std::move(compared.changes2)};
         return tier == 0u;
+    }
+
+    // Groups are the same by their names. Most have no other field.
+    bool considerGroup(const std::u16string& id, const RecordTask& candidate)
+    {
+        if (!isGroupTask(candidate) || !isGroupTask(task2_) ||
+            !equal(groupName(candidate, ftDisplayName, ftLastName), groupName(task2_, rows_.displayName2, rows_.lastName2)))
+            return false;
+        Comparison compared = compare(candidate, false, false);
+        const std::size_t tier = compared.AllEqual ? 0 : tierCount - 1;
+        if (!tiers_[tier]) tiers_[tier] = Occupant{id, std::move(compared.changes1), std::move(compared.changes2)};
+        return tier == 0;
     }
 
     Occupant* best()
@@ -53,6 +66,12 @@ public:
     }
 
 private:
+    static std::u16string_view groupName(const RecordTask& task, LONG displayName, LONG lastName)
+    {
+        const std::u16string_view shown = valueOf(task, displayName);
+        return shown.empty() ? valueOf(task, lastName) : shown;
+    }
+
     bool isSkipped(LONG type, bool sameFirst, bool sameEmail) const
     {
         switch (type) {
