@@ -93,15 +93,27 @@ Encoding LineReader::encodingOf(Head& head) const
     return *head.encoding;
 }
 
-bool LineReader::continues(Head& head, std::string_view last, std::string_view following) const
+// Returns whether one of the folds after the line has a colon.
+bool LineReader::foldsHoldColon(const Physical& line) const
 {
+    for (std::size_t at = line.end; at < text_.size() && isBlank(text_[at]);) {
+        const Physical fold = physicalAt(at);
+        if (text_.substr(at, fold.contentEnd - at).find(':') != npos) return true;
+        at = fold.end;
+    }
+    return false;
+}
+
+bool LineReader::continues(Head& head, std::string_view last, const Physical& next) const
+{
+    const std::string_view following = text_.substr(next.begin, next.contentEnd - next.begin);
     if (following.empty()) return false;
     if (isBlank(following.front())) return true;
     if (const RawLine::Kind kind = kindOf(following); kind == RawLine::Kind::Begin || kind == RawLine::Kind::End) return false;
     if (last.ends_with('=') && encodingOf(head) == Encoding::QuotedPrintable) return true;
     if (following.find(':') != npos) return false;
-    // A line of base64 contains no semicolon; a header whose colon is on a later line usually does.
-    return head.backslash || (encodingOf(head) == Encoding::Base64 && following.find(';') == npos);
+    // A line of base64 contains no semicolon, and no colon in its folds; a header whose colon is on a later line does.
+    return head.backslash || (encodingOf(head) == Encoding::Base64 && following.find(';') == npos && !foldsHoldColon(next));
 }
 
 bool LineReader::next(RawLine& line)
@@ -114,10 +126,9 @@ bool LineReader::next(RawLine& line)
     Head head{begin, current.contentEnd, endsInLoneBackslash(content), {}};
     while (line.kind == RawLine::Kind::Property && current.end < text_.size()) {
         const Physical following = physicalAt(current.end);
-        const std::string_view followingContent = text_.substr(following.begin, following.contentEnd - following.begin);
-        if (!continues(head, content, followingContent)) break;
+        if (!continues(head, content, following)) break;
         current = following;
-        content = followingContent;
+        content = text_.substr(following.begin, following.contentEnd - following.begin);
         head.end = current.contentEnd;
         head.backslash = endsLogicalLineInBackslash(content, isBlank(content.front()), head.backslash);
         ++number_;

@@ -49,7 +49,8 @@ private:
         std::optional<Encoding> encoding; // known once it was asked for and the header is complete
     };
     Encoding encodingOf(Head& head) const;
-    bool continues(Head& head, std::string_view last, std::string_view following) const;
+    bool continues(Head& head, std::string_view last, const Physical& following) const;
+    bool foldsHoldColon(const Physical& line) const;
 
     std::string_view text_;
     std::size_t at_ = 0;

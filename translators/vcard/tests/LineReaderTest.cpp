@@ -66,6 +66,9 @@ TEST(LineReader, AFoldedHeaderAfterBase64IsANewLine)
 {
     EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nX-LONG;NAME=first\n second:1\n").size(), 2u);
     EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nBBBB\nX-LONG;NAME=first\n second:1\n").size(), 2u);
+    EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nXLO\n N\n G:1\n").size(), 2u) << "in front of the first parameter";
+    EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nBBBB\n CCCC\nXLONG:1\n").size(), 2u) << "a line of base64 that is folded";
+    EXPECT_EQ(linesOf("KEY;ENCODING=b:AAAA\nBBBB\n CCCC\n\n X:1\n").size(), 3u);
 }
 
 // LineReader and Line must agree on soft line breaks; otherwise a line added behind the value would become part of it.
