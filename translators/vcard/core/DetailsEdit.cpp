@@ -40,15 +40,17 @@ bool sameText(const Field& field, std::u16string text, std::u16string other)
 
 } // namespace
 
-DetailsEdit::DetailsEdit(Card& card, std::u16string_view text) : card_(card), before_(card), now_(before_), changes_(card.lines_.size())
+DetailsEdit::DetailsEdit(Card& card, std::u16string_view text)
+    : card_(card), text_(text), before_(card), now_(before_), changes_(card.lines_.size())
 {
-    parse(text);
     for (const Line& line : before_.lines_) present_.insert(line.group());
+    parse();
+    renameCollidingGroups();
 }
 
-void DetailsEdit::parse(std::u16string_view text)
+void DetailsEdit::parse()
 {
-    const std::u16string clean = plugin::cleanedDetails(text);
+    const std::u16string clean = plugin::cleanedDetails(text_);
     for (const std::u16string_view line : plugin::detailsLines(clean)) {
         const std::string utf8 = toUtf8(line);
         if (const int field = plugin::annotatedField(line)) {
@@ -62,13 +64,39 @@ void DetailsEdit::parse(std::u16string_view text)
         if (const auto group = note(annotation, kGroupNote)) groups_.insert(upperCopy(*group));
 }
 
+// The text does not name the group of a field's line and its labels. A group of the text with that name is another one.
+void DetailsEdit::renameCollidingGroups()
+{
+    std::map<std::string, std::string, std::less<>> renamed;
+    for (const auto& [field, held] : now_.fieldLines()) {
+        const std::string& group = before_.lines_[held.line].group();
+        if (!group.empty() && !held.annotation.contains(kGroupNote) && groups_.contains(group)) renamed.emplace(group, std::string());
+    }
+    for (auto& [group, name] : renamed) name = freeGroup();
+    for (std::string& text : properties_) {
+        CanonicalProperty property = splitProperty(text);
+        const auto found = renamed.find(upperCopy(property.group));
+        if (property.group.empty() || found == renamed.end()) continue;
+        property.group = found->second;
+        text = joined(property);
+    }
+    for (const auto& [group, name] : renamed) {
+        groups_.erase(group);
+        groups_.insert(upperCopy(name));
+    }
+    for (const auto& [field, annotation] : notes_)
+        if (const auto group = note(annotation, kGroupNote)) groups_.insert(upperCopy(*group));
+}
+
 bool DetailsEdit::apply()
 {
     while (plan()) {
         build();
         if (settle() && fieldsKept()) {
             card_.keepCharset();
-            return card_.bytes() != before_.bytes(); // a mark may have been needed after all
+            const bool changed = card_.bytes() != before_.bytes();        // a mark may have been needed after all
+            if (changed && placeKept_) DetailsEdit(card_, text_).apply(); // the line that would have moved into the place may be gone
+            return changed;
         }
         const bool again = freezeFields();
         card_ = before_;
@@ -104,6 +132,7 @@ bool DetailsEdit::plan()
 {
     changes_.assign(before_.lines_.size(), {});
     added_.clear();
+    placeKept_ = false;
     planProperties();
     for (const auto& [field, held] : now_.fieldLines())
         if (!frozen_.contains(field)) planField(field, held);
@@ -132,7 +161,7 @@ void DetailsEdit::planProperties()
 }
 
 // A line that holds the slot of an empty field may only go if no other line would move into the slot.
-DetailsEdit::Change::Kind DetailsEdit::removalOf(std::size_t line) const
+DetailsEdit::Change::Kind DetailsEdit::removalOf(std::size_t line)
 {
     Card::Slots wanted = before_.slots_;
     const auto held = std::ranges::find(wanted, static_cast<int>(line));
@@ -140,6 +169,7 @@ DetailsEdit::Change::Kind DetailsEdit::removalOf(std::size_t line) const
         return Change::Kind::Remove;
     *held = -1;
     if (before_.resolve(line) == wanted) return Change::Kind::Remove;
+    placeKept_ = true;
     return saysNothing(now_.properties()[line]) ? Change::Kind::Keep : Change::Kind::Empty;
 }
 

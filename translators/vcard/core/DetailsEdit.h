@@ -20,7 +20,7 @@ namespace mb::vcard {
 
 class DetailsEdit {
 public:
-    // `text` may come from outside. Requires: `card` outlives this object.
+    // `text` may come from outside. Requires: `card` and `text` outlive this object.
     DetailsEdit(Card& card, std::u16string_view text);
     // Returns whether the card changed.
     bool apply();
@@ -39,7 +39,8 @@ private:
         bool pinned = false;
     };
 
-    void parse(std::u16string_view text);
+    void parse();
+    void renameCollidingGroups();
     bool plan();
     bool freezeFields();
     void planProperties();
@@ -53,7 +54,7 @@ private:
     std::string groupFor(const FieldLine& held, const Annotation& wanted);
     std::string freeGroup();
     void planPins();
-    Change::Kind removalOf(std::size_t line) const;
+    Change::Kind removalOf(std::size_t line);
 
     void build();
     void append(Line line, const Origin& origin);
@@ -67,6 +68,7 @@ private:
     bool fieldsKept() const;
 
     Card& card_;
+    const std::u16string_view text_;
     const Card before_;
     const CardDetails now_;               // of before_
     std::vector<std::string> properties_; // wanted
@@ -74,6 +76,7 @@ private:
     std::set<std::string> groups_;        // in the text, upper-case
     std::set<std::string> present_;       // groups of the card, and those that this edit adds
 
+    bool placeKept_ = false;         // a line stays for the place that it holds
     std::set<int> frozen_;           // fields whose lines stay: what the text asks for would change a field
     std::vector<Change> changes_;    // by line of before_
     std::vector<std::string> added_; // properties

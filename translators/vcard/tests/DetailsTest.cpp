@@ -243,10 +243,18 @@ TEST(Details, ALabelThatIsAddedGetsAGroupOfItsOwn)
     EXPECT_EQ(changeOf("4.0", "FN:x\r\nitem1.TEL;TYPE=cell:1\r\nitem1.X-ABLabel:Boat\r\nTEL;TYPE=work,voice:2\r\n",
                        u"@24;X-ABLABEL=Boat\n@20;X-ABLABEL=Shop\nitem2.X-A:1"),
               Change("TEL;TYPE=work,voice:2\r\n", "item3.TEL;TYPE=voice,work:2\r\nitem3.X-ABLabel:Shop\r\nitem2.X-A:1\r\n"));
-    EXPECT_EQ(
-        changeOf("4.0", "FN:x\r\nitem1.TEL;TYPE=cell:1\r\nitem1.X-ABLabel:Boat\r\n", u"@24;X-ABLABEL=Boat\nitem1.X-A:1"),
-        Change("item1.TEL;TYPE=cell:1\r\nitem1.X-ABLabel:Boat\r\n", "item2.TEL;TYPE=cell:1\r\nitem2.X-ABLabel:Boat\r\nitem1.X-A:1\r\n"))
+    EXPECT_EQ(changeOf("4.0", "FN:x\r\nitem1.TEL;TYPE=cell:1\r\nitem1.X-ABLabel:Boat\r\n",
+                       u"@24;X-ABLABEL=Boat\nitem1.X-A:1\nitem1.X-B:1\nitem2.X-C:1"),
+              Change("", "item3.X-A:1\r\nitem3.X-B:1\r\nitem2.X-C:1\r\n"))
         << "a group of the text is not joined with one of the card";
+}
+
+TEST(Details, AllLinesOfAnEmptyFieldAreRemovedAtOnce)
+{
+    Card card = Card::parse(cardOf("3.0", "FN:x\r\nTITLE:1\r\nTITLE:2\r\nTITLE:3\r\n"));
+    card.set(ftTitle, u"");
+    EXPECT_TRUE(card.setDetails(u""));
+    EXPECT_EQ(card.bytes(), cardOf("3.0", "FN:x\r\n"));
 }
 
 TEST(Details, ARemovedLineDoesNotJoinItsNeighbours)
