@@ -2,6 +2,7 @@
 
 #include "Ascii.h"
 #include "Charset.h"
+#include "Details.h"
 #include "LineReader.h"
 #include "ListValue.h"
 #include "NewLine.h"
@@ -9,6 +10,7 @@
 #include "Value.h"
 
 #include <algorithm>
+#include <set>
 #include <unordered_map>
 
 namespace mb::vcard {
@@ -423,6 +425,25 @@ void Card::add(const Field& field, const std::u16string& text)
     claimAgain(at);
 }
 
+void Card::eraseLine(std::size_t at)
+{
+    lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(at));
+    claims_.erase(claims_.begin() + static_cast<std::ptrdiff_t>(at));
+}
+
+// Removes the labels of a group that has nothing else: they would be labels of no line.
+void Card::eraseLabels(const std::string& group)
+{
+    std::vector<std::size_t> labels;
+    std::set<std::string> names;
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+        if (lines_[i].group() != group) continue;
+        if (!isLabel(lines_[i], context_) || !names.insert(lines_[i].name()).second) return;
+        labels.push_back(i);
+    }
+    std::for_each(labels.rbegin(), labels.rend(), [this](std::size_t label) { eraseLine(label); });
+}
+
 void Card::clear(const Field& field)
 {
     const auto at = static_cast<std::size_t>(lineOf(field));
@@ -433,8 +454,9 @@ void Card::clear(const Field& field)
         Slots wanted = slots_;
         wanted[field.slot] = -1;
         if (resolve(at) == wanted) {
-            lines_.erase(lines_.begin() + static_cast<std::ptrdiff_t>(at));
-            claims_.erase(claims_.begin() + static_cast<std::ptrdiff_t>(at));
+            const std::string group = line.group();
+            eraseLine(at);
+            if (!group.empty()) eraseLabels(group);
             slots_ = resolve(lines_.size());
             return;
         }

@@ -81,6 +81,8 @@ private:
     void replace(const Field& field, const std::u16string& text);
     void add(const Field& field, const std::u16string& text);
     void clear(const Field& field);
+    void eraseLine(std::size_t at);
+    void eraseLabels(const std::string& group);
     bool required(const Field& field) const;
     std::size_t endOfLines() const;
     bool holdsOnlyFields() const;

@@ -13,16 +13,16 @@
 namespace mb::vcard {
 namespace {
 
-bool isLabel(const Line& line, const Context& context)
-{
-    return std::find(kLabelNames.begin(), kLabelNames.end(), line.name()) != kLabelNames.end() && canonicalParams(line, context).empty();
-}
-
 constexpr int kNameField = 1;
 
 bool isOwn(std::string_view name) { return name == "UID" || name == "VERSION"; }
 
 } // namespace
+
+bool isLabel(const Line& line, const Context& context)
+{
+    return std::find(kLabelNames.begin(), kLabelNames.end(), line.name()) != kLabelNames.end() && canonicalParams(line, context).empty();
+}
 
 bool isItemGroup(std::string_view group)
 {

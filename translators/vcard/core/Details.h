@@ -17,6 +17,9 @@ bool isItemGroup(std::string_view group);
 // Returns what the bytes of a line are.
 RawLine::Kind kindOf(const Line& line);
 
+// Returns whether the line is a label of the other lines of its group, without parameters.
+bool isLabel(const Line& line, const Context& context);
+
 // The line that holds the values of a field, or of the fields of a slot.
 struct FieldLine {
     std::size_t line = 0;

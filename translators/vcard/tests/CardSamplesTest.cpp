@@ -214,6 +214,19 @@ TEST_P(CardSamples, TellTheirUidWithoutBeingParsed)
     EXPECT_GT(cards, 10);
 }
 
+// Where a field was emptied, the labels in the group of its line go with it. Returns the other lines.
+std::vector<std::string> withoutLabels(std::vector<std::string> gone, bool emptied)
+{
+    const auto groupOf = [](const std::string& text) { return Line::parse(text, Version::V30).group(); };
+    if (!emptied || gone.empty() || groupOf(gone[0]).empty()) return gone;
+    const std::string group = groupOf(gone[0]);
+    std::erase_if(gone, [&](const std::string& text) {
+        const std::string name = Line::parse(text, Version::V30).name();
+        return groupOf(text) == group && (name == "X-ABLABEL" || name == "X-ABADR");
+    });
+    return gone;
+}
+
 // After a random edit the field reads back what was set, and every other field and line is unchanged.
 TEST_P(CardSamples, RandomEditsChangeNothingElse)
 {
@@ -247,7 +260,7 @@ TEST_P(CardSamples, RandomEditsChangeNothingElse)
                 if (field.shape == Shape::Image) continue;
                 ASSERT_EQ(is.get(field.type), value) << name << " field " << int{field.type} << "\n" << before << "\n->\n" << card.bytes();
                 const auto [gone, made] = difference(before, card.bytes());
-                ASSERT_LE(logicalLines(gone).size(), 1u) << gone;
+                ASSERT_LE(withoutLabels(logicalLines(gone), value.empty()).size(), 1u) << gone;
                 ASSERT_LE(logicalLines(made).size(), 1u) << made;
             }
         }

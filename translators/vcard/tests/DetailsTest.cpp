@@ -249,6 +249,18 @@ TEST(Details, ALabelThatIsAddedGetsAGroupOfItsOwn)
         << "a group of the text is not joined with one of the card";
 }
 
+TEST(Details, ALabelGoesWithTheLineOfItsField)
+{
+    const std::string other = "item2.X-ABLabel:Boat\r\nitem2.X-A:1\r\n", twice = "item1.X-ABLabel:Shop\r\n";
+    const std::string number = "item1.TEL;TYPE=CELL:1\r\n", labels = "item1.X-ABLabel:Boat\r\nitem1.X-ABADR:us\r\n";
+    for (const auto& [lines, kept] : {std::pair(labels + number + other, other), std::pair(number + labels + twice, labels + twice),
+                                      std::pair("item2.TEL;TYPE=CELL:1\r\n" + other, other)}) {
+        Card card = Card::parse(cardOf("3.0", "FN:x\r\n" + lines));
+        card.set(ftMobile, u"");
+        EXPECT_EQ(card.bytes(), cardOf("3.0", "FN:x\r\n" + kept));
+    }
+}
+
 TEST(Details, AllLinesOfAnEmptyFieldAreRemovedAtOnce)
 {
     Card card = Card::parse(cardOf("3.0", "FN:x\r\nTITLE:1\r\nTITLE:2\r\nTITLE:3\r\n"));
