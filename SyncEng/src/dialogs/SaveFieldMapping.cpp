@@ -7,6 +7,7 @@
 #include "host.h"
 #include "store/ConfigStore.h"
 #include "translators/Cancelled.h"
+#include "translators/UnmappedPairs.h"
 #include "ui.h"
 #include <algorithm>
 
@@ -91,8 +92,10 @@ HRESULT CFieldMappingDlg::restore() const
     if (SUCCEEDED(hr)) hr = com::call(fieldMaps_, &IFieldMap::GetTranslators, current, &id1, &id2);
     if (FAILED(hr)) return hr;
     const bool updated = wasUpdated(fieldMaps_.get(), current);
+    const std::vector<std::u16string> unmapped = UnmappedPairs(current);
     (void)com::call(fieldMaps_, &IFieldMap::DeleteMap, current);
     hr = com::call(fieldMaps_, &IFieldMap::Create, id1, id2, &fresh);
+    if (SUCCEEDED(hr)) hr = StoreUnmappedPairs(fresh, unmapped);
     for (const auto& [guid1, guid2] : OpeningPairs)
         if (SUCCEEDED(hr)) hr = com::call(fieldMaps_, &IFieldMap::AddMapEntry, fresh, guid1, guid2);
     if (SUCCEEDED(hr) && updated) hr = com::call(fieldMaps_, &IFieldMap::SetFieldMapUpdated, fresh, 1);

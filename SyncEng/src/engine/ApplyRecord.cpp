@@ -156,6 +156,7 @@ private:
             .source = *sourceDetails_,
             .target = *targetDetails_,
             .base = base.value_or(DetailsBase()),
+            .firstMeeting = !isNew_ && !base,
             .types = AnnotationTypes(pass_, sourceSide_),
             .newTarget = isNew_,
             .version = run_.options.cardVersion,
@@ -354,9 +355,19 @@ private:
         run_.history.tryWriteFieldData(side, id, values);
     }
 
+    // What the history knows of the target's fields. They keep it where they are not written: two stores may read one text in two ways. A
+    // pass without details remembers the source's text instead.
+    FieldValueMap knownValues() const
+    {
+        FieldValueMap known;
+        if (pass_.details && !isNew_) (void)run_.history.readFieldData(targetSide_, targetKey_.text(), known);
+        return known;
+    }
+
     bool readTargetFields(FieldValueMap& held)
     {
         const auto fields = pass_.fields(targetSide_);
+        const FieldValueMap known = knownValues();
         held.reserve(fields.size());
         for (std::size_t i = 0; i < fields.size(); ++i) {
             const LONG type = TargetTypes[i];
@@ -366,7 +377,9 @@ private:
                 continue;
             }
             std::u16string& text = held[type];
-            if (EmptyValues[i]) {
+            if (const auto at = known.find(type); at != known.end() && !written_.contains(type)) {
+                text = at->second;
+            } else if (EmptyValues[i]) {
                 text.clear();
             } else if (const auto kept = KeptValues.find(type); kept != KeptValues.end()) {
                 text = kept->second;

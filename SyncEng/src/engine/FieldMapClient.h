@@ -37,6 +37,14 @@ public:
                           &count, fields1.put(), fields2.put()));
     }
 
+    // Adds an entry that the map lacks.
+    void tryAddPair(const PerSide<GUID>& pair)
+    {
+        VARIANT_BOOL known = VARIANT_FALSE;
+        if (answered(com::call(run_.FieldMap, &IFieldMap::MapEntryExist, run_.FieldMapId, pair.one, pair.two, &known)) && !known)
+            (void)com::call(run_.FieldMap, &IFieldMap::AddMapEntry, run_.FieldMapId, pair.one, pair.two);
+    }
+
     // ---- The numbers of dynamic fields, which are given out anew in each run
     // Nullopt where the field map cannot tell.
     [[nodiscard]] std::optional<LONG> nextFieldType() const

@@ -17,6 +17,17 @@ void PassSide::removeField(std::size_t i, std::size_t count)
     if (i < types_.size()) types_.erase(types_.begin() + static_cast<std::ptrdiff_t>(i));
 }
 
+void PipelinePass::addFields(const PerSide<GUID>& pair)
+{
+    LONG count = FieldCount;
+    for (const Side each : bothSides) {
+        std::vector<GUID> longer(fields(each).begin(), fields(each).end());
+        longer.push_back(pair[each]);
+        com::check(com::giveArray<GUID>(longer, &count, side(each).fields.put()));
+    }
+    FieldCount = count;
+}
+
 void PipelinePass::separateDetails()
 {
     for (std::size_t i = 0; i < static_cast<std::size_t>(FieldCount); ++i) {

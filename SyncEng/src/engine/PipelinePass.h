@@ -6,6 +6,7 @@
 #include "engine/RunState.h"
 #include "engine/StoreClient.h"
 #include "store/CSyncHistory.h"
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <span>
@@ -67,6 +68,12 @@ private:
     std::vector<std::optional<LONG>> types_;
 };
 
+// A pair that the map lacks and gets in this run: see OfferFields.
+struct OfferedPair {
+    LONG type;
+    PerSide<GUID> fields;
+};
+
 struct PipelinePass {
     RunState& run;
     PerSide<PassSide> sides;
@@ -79,6 +86,7 @@ struct PipelinePass {
     std::optional<PerSide<GUID>> details{}; // the mapped pair of details, which is none of the pairs in `sides`
     bool detailsUnread = false;             // details of some record could not be read
     bool kindsTravel = false;               // the map pairs the kinds of both sides; each then has a kind
+    std::vector<OfferedPair> offered{};
     std::vector<std::u16string> UnverifiedRecords{}; // left out because they are not verified
     std::vector<UnreadableRecord> unreadable{};
 
@@ -87,6 +95,12 @@ struct PipelinePass {
     {
         return {sides[which].fields.data(), static_cast<std::size_t>(FieldCount)};
     }
+    [[nodiscard]] bool isOffered(LONG type) const noexcept
+    {
+        return std::any_of(offered.begin(), offered.end(), [type](const OfferedPair& pair) { return pair.type == type; });
+    }
+    // Adds a pair behind the mapped fields.
+    void addFields(const PerSide<GUID>& pair);
     // Takes the pair of details out of the mapped fields.
     void separateDetails();
     // Finds the field of each store that tells the kind of a record. Requires: the mapped fields are loaded.

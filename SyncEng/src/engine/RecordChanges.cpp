@@ -199,6 +199,52 @@ Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16
     return details == DetailsCompared::FirstMeeting ? Compared::DetailsAlone : Compared::Same;
 }
 
+namespace {
+
+enum class UneditedText { Same, TakenOver, Offered };
+
+UneditedText compareUneditedText(const PipelinePass& pass, OpenRecord& record, const GUID& field, LONG type)
+{
+    const auto stored = record.stored.find(type);
+    const bool isStored = stored != record.stored.end();
+    // A field that the map got since the last run has no past. It travels with the next edit of the record.
+    if (!isStored && !pass.isOffered(type)) return UneditedText::Same;
+    std::u16string value;
+    if (!record.text(field, type, value)) return UneditedText::Same;
+    if (!isStored) return sameValue(value, {}) ? UneditedText::Same : UneditedText::Offered;
+    if (sameValue(value, stored->second)) return UneditedText::Same;
+    record.stored[type] = std::move(value);
+    return UneditedText::TakenOver;
+}
+
+} // namespace
+
+Compared CompareUnedited(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread)
+{
+    unread.clear();
+    bool takenOver = false, offered = false;
+    DetailsCompared details = DetailsCompared::Same;
+    FieldValueMap values;
+    {
+        OpenRecord record(pass, side, recordId);
+        if (!record) return record.failure ? Compared::Unreadable : Compared::Changed;
+        const auto fields = pass.fields(side);
+        for (std::size_t i = 0; i < fields.size(); ++i) {
+            LONG type = 0;
+            if (!record.typeOf(i, type) || isImageType(type)) continue;
+            const UneditedText found = compareUneditedText(pass, record, fields[i], type);
+            takenOver = takenOver || found == UneditedText::TakenOver;
+            offered = offered || found == UneditedText::Offered;
+        }
+        details = record.details(pass, side);
+        values = std::move(record.stored);
+        unread = std::move(record.unread);
+    }
+    if (takenOver) pass.run.history.tryWriteFieldData(side, recordId, values);
+    if (details == DetailsCompared::Changed) return Compared::Changed;
+    return offered || details == DetailsCompared::FirstMeeting ? Compared::DetailsAlone : Compared::Same;
+}
+
 FieldValueMap ReadRecordChanges(PipelinePass& pass, Side side, const std::u16string& recordId, ReadErrors readErrors, bool force,
                                 ReadFailure* failure)
 {

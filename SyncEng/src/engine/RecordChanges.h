@@ -13,6 +13,11 @@ enum class Compared { Same, Changed, Unreadable, DetailsAlone };
 // `unread` receives the types of the fields that could not be read: Same says nothing about those.
 Compared RecordChangedSinceHistory(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread);
 
+// The same for a record that was not edited since the last run, by its date. A text that differs is one that the translator reads in
+// another way than it did then: the history takes it over, and it is no change. Images are not compared. DetailsAlone also if the record
+// has a value in a field that the map did not have yet and that was offered to this run.
+Compared CompareUnedited(PipelinePass& pass, Side side, const std::u16string& recordId, std::vector<LONG>& unread);
+
 enum class ReadErrors { SkipField, GiveUp };
 
 // The first failure of the translator while a record was read, images excluded.

@@ -10,6 +10,7 @@
 #include "engine/HistoryLinks.h"
 #include "engine/LimitDeletions.h"
 #include "engine/LoadTargetFields.h"
+#include "engine/OfferFields.h"
 #include "engine/RequireWritable.h"
 #include "engine/ScanSide.h"
 #include "engine/SeparateGroups.h"
@@ -94,6 +95,7 @@ private:
         if (run_.CategoryPass && pairCategoryNames()) return;
         PassSide &one = pass_.side(Side::One), &two = pass_.side(Side::Two);
         fieldMap_.loadPairs(one.store.translator(), two.store.translator(), pass_.FieldCount, one.fields, two.fields);
+        if (!run_.CategoryPass) OfferFields(pass_);
         pass_.separateDetails();
         if (!run_.CategoryPass) pass_.findKinds();
     }
@@ -296,6 +298,9 @@ private:
 
     void finish(HRESULT result)
     {
+        // Not by the rules for a map that its user changed: no record is marked.
+        if (result == S_OK && pass_.FieldCount != 0)
+            for (const OfferedPair& pair : pass_.offered) fieldMap_.tryAddPair(pair.fields);
         if (result == S_OK && run_.FieldMapUpdated) {
             fieldMap_.tryForgetUpdate();
             run_.FieldMapUpdated = false;

@@ -53,7 +53,8 @@ class SideScan {
 public:
     SideScan(PipelinePass& pass, Side side)
         : pass_(pass), run_(pass.run), side_(side), own_(pass.side(side)), other_(pass.side(otherSide(side))),
-          transferSide_(run_.transferring() && side == Side::One), detailsPass_(pass.details && !run_.history.detailsKnown(side)),
+          transferSide_(run_.transferring() && side == Side::One),
+          comparesAll_(!pass.offered.empty() || (pass.details && !run_.history.detailsKnown(side))),
           progress_(run_.EventSink, LoadText(run_.CategoryPass ? Text::LoadingCategoryTasks : Text::LoadingTasks))
     {
     }
@@ -197,9 +198,7 @@ private:
             return Compared::Same;
         }
         const DATE now = *date, then = entry.ModifiedTime;
-        const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable, allAgain = imagePass || detailsPass_;
         if (now == 0.0 || then == 0.0) return compareFields(entry);
-        if (now == then && !allAgain) return Compared::Same;
         if (now > 0.0 && then > 0.0 && now > then) {
             const Compared found = compareFields(entry);
             // The date moved but no field did: remember the date, so that the next run need not read the record. A record with an unread
@@ -211,13 +210,20 @@ private:
             return found;
         }
         // Quirk kept on purpose: a date that went backwards is no change, whatever the fields hold.
-        return allAgain ? compareFields(entry) : Compared::Same;
+        return compareUnedited(entry);
     }
 
-    Compared compareFields(HistoryEntry& entry)
+    Compared compareUnedited(HistoryEntry& entry)
+    {
+        const Compared found = comparesAll_ ? compareFields(entry, CompareUnedited) : Compared::Same;
+        const bool imagePass = run_.ImageOptionChanged && run_.ImagesAvailable;
+        return imagePass && found != Compared::Unreadable ? compareFields(entry) : found;
+    }
+
+    Compared compareFields(HistoryEntry& entry, decltype(&RecordChangedSinceHistory) compareWithHistory = RecordChangedSinceHistory)
     {
         std::vector<LONG> unread;
-        const Compared found = RecordChangedSinceHistory(pass_, side_, entry.Id, unread);
+        const Compared found = compareWithHistory(pass_, side_, entry.Id, unread);
         if (!unread.empty()) own_.unread[entry.Id] = {&entry, false, std::move(unread)};
         return found;
     }
@@ -256,7 +262,7 @@ private:
     Side side_;
     PassSide &own_, &other_;
     bool transferSide_;
-    bool detailsPass_; // the history may have records without a base of their details, so that their dates do not tell
+    bool comparesAll_; // the history may lack what this run compares, so that the dates of the records do not tell
     StageProgress progress_;
     LONG recordCount_ = 0, scanned_ = 0;
     std::set<std::u16string> selected_; // in order, lowered

@@ -2,14 +2,14 @@
 
 #include "foundation/ClassTable.h"
 #include "store/ConfigStore.h"
+#include "translators/FieldMapKeys.h"
 #include "translators/SideSettings.h"
 #include <map>
 
 namespace mb {
 namespace {
 
-constexpr char16_t fieldMapType[] = u"FieldMap", trans1Key[] = u"Trans1", trans2Key[] = u"Trans2", entryKey[] = u"MapEntry",
-                   nextTypeKey[] = u"NextTypeId", updatedKey[] = u"FieldMapUpdated";
+constexpr char16_t trans1Key[] = u"Trans1", trans2Key[] = u"Trans2", nextTypeKey[] = u"NextTypeId", updatedKey[] = u"FieldMapUpdated";
 
 std::u16string entryText(REFGUID field1, REFGUID field2) { return com::guidText(field1) + u":" + com::guidText(field2); }
 
@@ -59,7 +59,7 @@ HRESULT givePairs(const FieldPairs& pairs, LONG* count, GUID** guids1, GUID** gu
 
 HRESULT listValues(REFGUID map, std::vector<std::u16string>& values)
 {
-    return ConfigStore().ListValues(fieldMapType, com::guidText(map), entryKey, values);
+    return ConfigStore().ListValues(fieldMapType, com::guidText(map), fieldMapEntryKey, values);
 }
 
 // Quirk kept on purpose: EnumerateEntries reports as many entries as there are values. A value without a field is skipped but counted, so
@@ -203,7 +203,7 @@ HRESULT STDMETHODCALLTYPE CFieldMap::CreateDefaultMap(REFGUID guid)
         if (source1.count <= 0 || source2.count <= 0) return hr; // keeps the existing entries
 
         SaveScope scope(ConfigStore()); // one save for all entries
-        hr = ConfigStore().RemoveKey(fieldMapType, com::guidText(guid), entryKey);
+        hr = ConfigStore().RemoveKey(fieldMapType, com::guidText(guid), fieldMapEntryKey);
         for (const auto& [type, field1] : fields1) {
             const auto field2 = fields2.find(type);
             if (SUCCEEDED(hr) && field2 != fields2.end()) hr = AddMapEntry(guid, field1, field2->second);
@@ -226,8 +226,9 @@ HRESULT STDMETHODCALLTYPE CFieldMap::GetTranslators(REFGUID guid, GUID* pTrans1,
 
 HRESULT STDMETHODCALLTYPE CFieldMap::AddMapEntry(REFGUID guid, REFGUID gField1, REFGUID gField2)
 {
-    return com::guarded(
-        [&] { return ConfigStore().WriteValue(fieldMapType, com::guidText(guid), entryKey, entryText(gField1, gField2), true, true); });
+    return com::guarded([&] {
+        return ConfigStore().WriteValue(fieldMapType, com::guidText(guid), fieldMapEntryKey, entryText(gField1, gField2), true, true);
+    });
 }
 
 HRESULT STDMETHODCALLTYPE CFieldMap::EnumerateEntries(REFGUID guid, LONG* pCount, GUID** ppGuids1, GUID** ppGuids2)
@@ -277,8 +278,9 @@ HRESULT STDMETHODCALLTYPE CFieldMap::GetNextAvailableFieldType(REFGUID guid, LON
 HRESULT STDMETHODCALLTYPE CFieldMap::MapEntryExist(REFGUID guid, REFGUID gField1, REFGUID gField2, VARIANT_BOOL* entryExist)
 {
     if (!entryExist) return E_POINTER;
-    return com::guarded(
-        [&] { return ConfigStore().KeyHasValue(fieldMapType, com::guidText(guid), entryKey, entryText(gField1, gField2), *entryExist); });
+    return com::guarded([&] {
+        return ConfigStore().KeyHasValue(fieldMapType, com::guidText(guid), fieldMapEntryKey, entryText(gField1, gField2), *entryExist);
+    });
 }
 
 HRESULT STDMETHODCALLTYPE CFieldMap::SetFieldMapUpdated(REFGUID guid, LONG fieldMapUpdated)

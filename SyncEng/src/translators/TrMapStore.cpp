@@ -7,6 +7,7 @@
 #include "translators/FieldMappingEditor.h"
 #include "translators/SideSettings.h"
 #include "translators/TrMapKeys.h"
+#include "translators/UnmappedPairs.h"
 
 namespace mb {
 namespace {
@@ -128,7 +129,16 @@ HRESULT STDMETHODCALLTYPE CTrManager::GetFieldMap(REFGUID guid, GUID* pFieldMap)
 
 HRESULT STDMETHODCALLTYPE CTrManager::SetFieldMap(REFGUID guid, REFGUID guidMap)
 {
-    return com::guarded([&] { return ConfigStore().WriteGuid(trMapType, com::guidText(guid), trMapFieldMapKey, guidMap, false, true); });
+    return com::guarded([&] {
+        const std::u16string section = com::guidText(guid);
+        SaveScope scope(ConfigStore()); // one save for all
+        GUID former{};
+        HRESULT hr = S_OK;
+        if (SUCCEEDED(ConfigStore().ReadGuid(trMapType, section, trMapFieldMapKey, former))) hr = CarryUnmappedPairs(former, guidMap);
+        if (SUCCEEDED(hr)) hr = ConfigStore().WriteGuid(trMapType, section, trMapFieldMapKey, guidMap, false, true);
+        const HRESULT saved = scope.finish();
+        return FAILED(hr) ? hr : saved;
+    });
 }
 
 HRESULT STDMETHODCALLTYPE CTrManager::GetOption(REFGUID guid, LONG optId, VARIANT* pvarValue)

@@ -2,6 +2,7 @@
 #include "DialogsFixture.h"
 #include "foundation/ClassTable.h"
 #include "store/ConfigStore.h"
+#include "translators/UnmappedPairs.h"
 
 namespace {
 
@@ -264,6 +265,25 @@ TEST_F(FieldMappingDlgTest, ResetRebuildsTheStoredFieldMapAndCancelRestoresTheFo
     EXPECT_EQ(fieldMapCount(), maps) << "one field map is created and one is deleted";
     EXPECT_EQ(pairs(), opening);
     EXPECT_EQ(updated(), 1);
+}
+
+TEST_F(FieldMappingDlgTest, AnUnmappedPairIsRememberedThroughOkResetAndCancel)
+{
+    const auto isRemembered = [&] { return mb::IsUnmappedPair(fieldMap(), s.one().guidOf(ftCity1), s.two().guidOf(ftCity1)); };
+    EXPECT_FALSE(isRemembered());
+    (void)edit([](Dialog& dialog) {
+        dialog.checkRow(CFieldMappingDlg::idList, 1, false);
+        dialog.press(idOk);
+    });
+    EXPECT_TRUE(isRemembered());
+    (void)edit([](Dialog& dialog) { dialog.press(idOk); });
+    EXPECT_TRUE(isRemembered());
+    (void)edit([](Dialog& dialog) {
+        dialog.press(CFieldMappingDlg::idReset);
+        dialog.press(idCancel);
+    });
+    EXPECT_TRUE(isRemembered());
+    EXPECT_FALSE(mb::IsUnmappedPair(fieldMap(), s.one().guidOf(ftFirstName), s.two().guidOf(ftFirstName)));
 }
 
 TEST_F(FieldMappingDlgTest, AMapThatWasMarkedUpdatedStaysMarked)

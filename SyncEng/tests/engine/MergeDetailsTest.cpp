@@ -321,6 +321,29 @@ TEST(MergeDetailsTest, ANewRecordIsToldTheVersionThatTheMapDemands)
     EXPECT_EQ(offered(50, u"VERSION:4.0"), u"VERSION:4.0") << "a value that is not known";
 }
 
+TEST(MergeDetailsTest, AtAFirstMeetingTheMarkThatOldCopiesHaveDoesNotTravel)
+{
+    const FieldTypeMap types{{43, 43}};
+    const std::u16string mark = u"@43;VALUE=text";
+    const auto merged = [&](std::u16string_view source, std::u16string_view target, bool firstMeeting) {
+        return MergedDetails({.source = source,
+                              .target = target,
+                              .base = {},
+                              .firstMeeting = firstMeeting,
+                              .types = types,
+                              .newTarget = false,
+                              .sourceWins = [](const mb::DetailsUnit&) { return true; }});
+    };
+    const auto fromCopy = merged(mark, u"NOTE:a", true);
+    EXPECT_FALSE(fromCopy.changesTarget());
+    EXPECT_TRUE(mb::detailsAsInBase(mark, fromCopy.nextBase(u"NOTE:a"), types)) << "the copy is at rest";
+    EXPECT_FALSE(merged(u"NOTE:a", mark + u"\nNOTE:a", true).changesTarget()) << "the mark stays";
+    const auto toCopy = merged(u"@43;CALSCALE=x", mark, true);
+    EXPECT_EQ(linesOf(toCopy.text()), Lines{u"@43;CALSCALE=x"});
+    EXPECT_THAT(toCopy.overwritten(), IsEmpty()) << "no user wrote it";
+    EXPECT_TRUE(merged(mark, u"", false).changesTarget()) << "an edit of a user";
+}
+
 TEST(MergeDetailsTest, EqualLinesAreCounted)
 {
     Pair pair{u"X-A:1\nX-A:1", u"X-A:1"};

@@ -20,12 +20,37 @@ SyncScenario::~SyncScenario() { (void)point_->Unadvise(advised_); }
 
 void SyncScenario::pairFields(const std::vector<std::pair<LONG, LONG>>& types)
 {
-    makeMap();
-    GUID fields{};
-    ASSERT_EQ(maps()->GetFieldMap(map(), &fields), S_OK);
+    const GUID former = fieldMapId();
+    const auto fieldMap = create<IFieldMap>(__uuidof(FieldMap));
+    GUID id1{}, id2{}, fields{};
+    ASSERT_EQ(fieldMap->GetTranslators(former, &id1, &id2), S_OK);
+    ASSERT_EQ(fieldMap->Create(id1, id2, &fields), S_OK);
+    for (const auto& [type1, type2] : types) ASSERT_EQ(fieldMap->AddMapEntry(fields, one().guidOf(type1), two().guidOf(type2)), S_OK);
+    ASSERT_EQ(maps()->SetFieldMap(map(), fields), S_OK);
+    ASSERT_EQ(fieldMap->DeleteMap(former), S_OK);
+}
+
+void SyncScenario::pairFieldsOfOldMap(const std::vector<std::pair<LONG, LONG>>& types)
+{
+    const GUID fields = fieldMapId();
     const auto fieldMap = create<IFieldMap>(__uuidof(FieldMap));
     ASSERT_EQ(fieldMap->DeleteMap(fields), S_OK);
     for (const auto& [type1, type2] : types) ASSERT_EQ(fieldMap->AddMapEntry(fields, one().guidOf(type1), two().guidOf(type2)), S_OK);
+}
+
+std::vector<std::pair<LONG, LONG>> SyncScenario::pairedFields()
+{
+    com::TaskArray<GUID> fields1, fields2;
+    const auto fieldMap = create<IFieldMap>(__uuidof(FieldMap));
+    EXPECT_EQ(fieldMap->EnumerateEntries(fieldMapId(), fields1.putCount(), fields1.put(), fields2.put()), S_OK);
+    std::vector<std::pair<LONG, LONG>> types;
+    const auto typeOf = [](const FakeStore& store, const GUID& field) {
+        const FakeField* known = store.fieldOf(field);
+        return known ? known->type : -1;
+    };
+    for (std::size_t i = 0; i < fields1.items().size(); ++i)
+        types.emplace_back(typeOf(one(), fields1.data()[i]), typeOf(two(), fields2.data()[i]));
+    return types;
 }
 
 GUID SyncScenario::fieldMapId()

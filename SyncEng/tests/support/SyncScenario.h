@@ -21,8 +21,12 @@ public:
     CallLog& log() { return *log_; }
     EventSinkFake& sink() { return *sink_.get(); }
 
-    // Replaces the field map's entries. Each pair is a field type of side 1 and a field type of side 2.
+    // Replaces the field map's entries, as a user does. Each pair is a field type of side 1 and a field type of side 2.
     void pairFields(const std::vector<std::pair<LONG, LONG>>& types);
+    // The same, for a map that was made when the stores had no other fields.
+    void pairFieldsOfOldMap(const std::vector<std::pair<LONG, LONG>>& types);
+    // Returns the field map's entries as pairs of field types.
+    [[nodiscard]] std::vector<std::pair<LONG, LONG>> pairedFields();
     GUID fieldMapId();
     // Adds an entry to the field map.
     void mapFields(LONG type1, LONG type2);

@@ -2,6 +2,7 @@
 
 #include "text.h"
 #include "translators/CFieldMap.h"
+#include "translators/UnmappedPairs.h"
 
 namespace {
 
@@ -219,6 +220,34 @@ TEST_F(TrMapStoreTest, FieldMapAndCategoriesAreKept)
     EXPECT_EQ(map->GetCategoryGuid(mapA, &categories), S_OK);
     EXPECT_EQ(categories, unknownClass);
     EXPECT_EQ(stored(u"TrMap", mapA, u"CategoryGuid"), com::guidText(unknownClass));
+}
+
+TEST_F(TrMapStoreTest, AFieldMapThatReplacesAnotherRemembersWhatIsUnmapped)
+{
+    const auto fields = fieldMaps();
+    const GUID first1 = fieldId(1, 1), first2 = fieldId(2, 1), notes1 = fieldId(1, 2), notes2 = fieldId(2, 2);
+    const auto replace = [&](const std::vector<std::pair<GUID, GUID>>& pairs) {
+        GUID made{};
+        com::check(fields->Create(pluginClass1, pluginClass2, &made));
+        for (const auto& [field1, field2] : pairs) com::check(fields->AddMapEntry(made, field1, field2));
+        com::check(map->SetFieldMap(mapA, made));
+        return made;
+    };
+    EXPECT_FALSE(mb::IsUnmappedPair(replace({{first1, first2}, {notes1, notes2}}), notes1, notes2));
+    const GUID without = replace({{first1, first2}});
+    EXPECT_TRUE(mb::IsUnmappedPair(without, notes1, notes2));
+    EXPECT_FALSE(mb::IsUnmappedPair(without, first1, first2));
+    EXPECT_FALSE(mb::IsUnmappedPair(without, notes1, first2));
+    const GUID second = replace({{first1, first2}});
+    EXPECT_EQ(mb::UnmappedPairs(second).size(), 1u);
+    EXPECT_TRUE(mb::IsUnmappedPair(second, notes1, notes2)) << "after another edit";
+    VARIANT_BOOL exists = VARIANT_TRUE;
+    EXPECT_EQ(fields->MapEntryExist(second, notes1, notes2, &exists), S_FALSE);
+    EXPECT_EQ(exists, VARIANT_FALSE) << "it is no entry";
+    EXPECT_FALSE(mb::IsUnmappedPair(replace({{notes1, notes2}}), notes1, notes2)) << "it was mapped again";
+    com::check(map->SetFieldMap(mapA, second));
+    com::check(map->SetFieldMap(mapA, second));
+    EXPECT_FALSE(mb::IsUnmappedPair(second, first1, first2)) << "a field map does not replace itself";
 }
 
 TEST_F(TrMapStoreTest, MissingOutParametersAreRefused)

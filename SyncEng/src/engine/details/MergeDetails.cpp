@@ -1,5 +1,6 @@
 #include "engine/details/MergeDetails.h"
 
+#include "interfaces.h"
 #include "text.h"
 #include <algorithm>
 #include <unordered_map>
@@ -35,6 +36,9 @@ bool mappedTo(const FieldTypeMap& types, LONG field)
 }
 
 bool isOneOf(const std::u16string& name, const std::vector<std::u16string>& names) { return std::ranges::find(names, name) != names.end(); }
+
+// Copies used to have their incomplete dates marked as plain text, whatever their source had.
+bool isMarkOfOldCopies(const DetailsUnit& unit) { return unit.field == ftBirthday && unit.lines.front() == u"@43;VALUE=text"; }
 
 std::u16string numbered(std::u16string_view prefix, int number)
 {
@@ -73,6 +77,7 @@ MergedDetails::MergedDetails(const DetailsMergeInput& input) : source_(parseDeta
 {
     readSource(input.types);
     readTarget(input.types);
+    if (input.firstMeeting) setOwnMarksApart();
     matchBase(input.base);
     pairEqual();
     applyRemovals();
@@ -98,6 +103,15 @@ void MergedDetails::readTarget(const FieldTypeMap& types)
 {
     for (const DetailsUnit& unit : target_.units)
         targetUnits_.push_back({.unit = &unit, .mapped = !unit.isAnnotation() || mappedTo(types, unit.field)});
+}
+
+// At a first meeting one of the records may be a copy that was made before details were merged.
+void MergedDetails::setOwnMarksApart()
+{
+    for (SourceUnit& own : sourceUnits_)
+        if (isMarkOfOldCopies(*own.unit)) own.state = State::Half;
+    for (TargetUnit& target : targetUnits_)
+        if (isMarkOfOldCopies(*target.unit)) target.state = State::Half;
 }
 
 // Pairs of which both sides still hold their unit come first: of several equal units those are the unchanged ones.

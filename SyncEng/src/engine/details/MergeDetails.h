@@ -11,6 +11,7 @@ namespace mb {
 struct DetailsMergeInput {
     std::u16string_view source, target;
     DetailsBase base{};        // as the source has it; empty at a first meeting
+    bool firstMeeting = false; // of two records that both exist
     const FieldTypeMap& types; // for each mapped pair, the source's field type to the target's: an annotation of any other field stays home
     bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
     LONG version = cvAsStore;  // what the map demands of a new record: soCardVersion
@@ -64,6 +65,7 @@ private:
 
     void readSource(const FieldTypeMap& types);
     void readTarget(const FieldTypeMap& types);
+    void setOwnMarksApart();
     void matchBase(const DetailsBase& base);
     void pairEqual();
     void applyRemovals();

@@ -53,7 +53,7 @@ private:
         const auto other = OpenAndReadDetails(pass_, target_, *item.targetId);
         if (!own || !other) return leaveDetails(item);
         if (!base && pass_.send[target_]) planReturn(item, *own, *other);
-        const MergedDetails merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base.value_or(DetailsBase()));
+        const MergedDetails merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base);
         if (merged.changesTarget()) return write(item, merged);
         if (!item.Changes) return;
         item.Changes->erase(ftDetails);
@@ -61,12 +61,13 @@ private:
     }
 
     MergedDetails merge(Side source, const PlanItem& item, const PlanItem* waiting, std::u16string_view own, std::u16string_view other,
-                        const DetailsBase& base)
+                        const std::optional<DetailsBase>& base)
     {
         return MergedDetails(
             {.source = own,
              .target = other,
-             .base = base,
+             .base = base.value_or(DetailsBase()),
+             .firstMeeting = !base,
              .types = AnnotationTypes(pass_, source),
              .sourceWins = [&, source](const DetailsUnit& unit) { return SourceWinsDetails(pass_, source, item, waiting, unit); }});
     }
