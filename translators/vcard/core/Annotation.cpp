@@ -199,6 +199,40 @@ void setNote(Annotation& annotation, std::string_view name, std::string_view val
     annotation.insert_or_assign(std::string(name), encoded(value));
 }
 
+namespace {
+
+// Escapes the commas and semicolons of a parameter's text, or takes their escapes away.
+std::string withSeparators(std::string_view text, bool escaped)
+{
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool pair = text[i] == '\\' && i + 1 < text.size();
+        const auto separates = [](char c) { return c == ',' || c == ';'; };
+        if (pair && !(escaped && separates(text[i + 1]))) {
+            if (!separates(text[i + 1])) out += text[i];
+            out += text[++i];
+        } else {
+            if (escaped && separates(text[i])) out += '\\';
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+} // namespace
+
+std::string postalLabelParam(std::string_view value)
+{
+    const std::string text = withSeparators(value, false);
+    return withSeparators(text, true) == value ? encoded(text) : std::string();
+}
+
+std::string postalLabelValue(std::string_view param)
+{
+    const std::string value = withSeparators(decoded(param), true);
+    return postalLabelParam(value) == param ? value : std::string();
+}
+
 Annotation difference(const CanonicalProperty& usual, const CanonicalProperty& actual, std::uint32_t fieldParts)
 {
     Annotation found;

@@ -46,6 +46,12 @@ std::string annotationText(int field, const Annotation& annotation);
 std::optional<std::string> note(const Annotation& annotation, std::string_view name);
 void setNote(Annotation& annotation, std::string_view name, std::string_view value);
 
+// Version 4.0 has the postal label of an address as a parameter of ADR, and older versions as a property LABEL behind it. Returns the
+// parameter as it is spelled, of the property's canonical value; empty where the way back would give another value. And the reverse.
+inline constexpr std::string_view kPostalLabel = "LABEL";
+std::string postalLabelParam(std::string_view value);
+std::string postalLabelValue(std::string_view param);
+
 // `fieldParts` has a bit for each part of a structured value that a field holds; 0 for a value without parts.
 Annotation difference(const CanonicalProperty& usual, const CanonicalProperty& actual, std::uint32_t fieldParts);
 // Returns the property that the annotation makes of the usual one. Groups and labels are left out.

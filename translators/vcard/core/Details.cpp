@@ -77,8 +77,13 @@ CardDetails::Groups CardDetails::groups(const std::vector<int>& fieldOf) const
 
 void CardDetails::annotate(int field, FieldLine& held, const Groups& groups) const
 {
-    if (!card_.mayChangeCharset_ && isAsNew(card_.lines_[held.line], *findField(field), card_.version())) return;
+    const std::string postalLabel = postalLabelOf(held.line);
+    if (postalLabel.empty() && !card_.mayChangeCharset_ && isAsNew(card_.lines_[held.line], *findField(field), card_.version())) return;
     held.annotation = difference(usual(card_, field), actual(card_, field, held.line), fieldParts(field));
+    if (!postalLabel.empty()) {
+        held.labels.push_back(held.line + 1);
+        held.annotation[std::string(kPostalLabel)] = postalLabel;
+    }
     const std::string& name = card_.lines_[held.line].group();
     if (name.empty()) return;
     const Group& group = groups.find(name)->second;
@@ -87,6 +92,26 @@ void CardDetails::annotate(int field, FieldLine& held, const Groups& groups) con
     for (const std::size_t label : held.labels)
         setNote(held.annotation, card_.lines_[label].name(), splitProperty(canonicalLine(card_.lines_[label], card_.context_)).value);
     if (held.sharesGroup || held.labels.empty() || !isItemGroup(name)) setNote(held.annotation, kGroupNote, lowerCopy(name));
+}
+
+CanonicalProperty CardDetails::postalLabel(const CanonicalProperty& address)
+{
+    CanonicalProperty label{{}, std::string(kPostalLabel), {}, {}};
+    for (const char* name : {"TYPE", "PREF"})
+        if (const auto param = address.params.find(name); param != address.params.end()) label.params.insert(*param);
+    return label;
+}
+
+// Returns the label that stands behind an address of an older version, as a parameter of the address; empty for none.
+std::string CardDetails::postalLabelOf(std::size_t at) const
+{
+    if (card_.version() == Version::V40 || at + 1 >= card_.lines_.size()) return {};
+    const Line &line = card_.lines_[at], &label = card_.lines_[at + 1];
+    if (line.name() != "ADR" || label.name() != kPostalLabel || !line.group().empty() || !label.group().empty()) return {};
+    const CanonicalProperty address = splitProperty("ADR" + canonicalParams(line, card_.context_) + ':'),
+                            found = splitProperty(canonicalLine(label, card_.context_));
+    if (address.params.contains(kPostalLabel) || found.params != postalLabel(address).params) return {};
+    return postalLabelParam(found.value);
 }
 
 // Returns whether the line's value is the card behind it, as that of AGENT in version 2.1 may be.

@@ -46,6 +46,8 @@ public:
     // Returns the canonical line with its group; without the value for a picture.
     static CanonicalProperty actual(const Card& card, int field, std::size_t line);
     static std::uint32_t fieldParts(int field);
+    // Returns the property LABEL that belongs to an address, without its value.
+    static CanonicalProperty postalLabel(const CanonicalProperty& address);
 
 private:
     struct Group {
@@ -59,6 +61,7 @@ private:
     Groups groups(const std::vector<int>& fieldOf) const;
     void annotate(int field, FieldLine& held, const Groups& groups) const;
     std::string propertyOf(std::size_t line) const;
+    std::string postalLabelOf(std::size_t address) const;
     bool holdsCard(std::size_t line) const;
 
     const Card& card_;

@@ -191,6 +191,7 @@ void DetailsEdit::rewrite(int field, const FieldLine& held, Annotation wanted)
         CanonicalProperty made = annotated(CardDetails::usual(before_, field), wanted, CardDetails::fieldParts(field));
         if (image) made.value = valueOf(held.line);
         made.group = groupFor(held, wanted);
+        const std::string postalLabel = takePostalLabel(made);
         std::string canonical = rightLine(field, made, wanted);
         if (canonical.empty() && findField(field)->shape == Shape::Gender) { // X-GENDER has no place for the text besides the sex
             made.name = findField(field)->property;
@@ -198,15 +199,29 @@ void DetailsEdit::rewrite(int field, const FieldLine& held, Annotation wanted)
         }
         if (canonical.empty()) continue;
         const bool lineStays = canonical == lineText(field, held);
-        if (lineStays && std::ranges::all_of(kLabelNames, [&](auto name) { return note(wanted, name) == note(held.annotation, name); }))
-            return;
+        const auto stays = [&](std::string_view name) { return note(wanted, name) == note(held.annotation, name); };
+        if (lineStays && std::ranges::all_of(kLabelNames, stays) && stays(kPostalLabel)) return;
         Change& change = changes_[held.line];
         change = {Change::Kind::Rewrite, lineStays ? std::string() : canonical, {}};
         for (const std::size_t label : held.labels) changes_[label].kind = Change::Kind::Remove;
+        if (!postalLabel.empty()) change.labels.push_back(postalLabel);
         for (const std::string_view name : kLabelNames)
             if (const auto label = note(wanted, name)) change.labels.push_back(cleanedLine({made.group, std::string(name), {}, *label}));
         return;
     }
+}
+
+// Takes the postal label from an address of an older version. Returns the line that it becomes; empty for none.
+std::string DetailsEdit::takePostalLabel(CanonicalProperty& made) const
+{
+    const auto param = made.params.find(kPostalLabel);
+    if (before_.version() == Version::V40 || made.name != "ADR" || !made.group.empty() || param == made.params.end()) return {};
+    CanonicalProperty label = CardDetails::postalLabel(made);
+    label.value = postalLabelValue(param->second);
+    if (label.value.empty()) return {};
+    std::string line = cleanedLine(label);
+    if (!line.empty()) made.params.erase(param);
+    return line;
 }
 
 // Returns the canonical line of the property; empty if it would not hold the field as it is.
@@ -320,16 +335,20 @@ void DetailsEdit::append(Line line, const Origin& origin)
 void DetailsEdit::removeAt(std::size_t at)
 {
     const bool last = at + 1 == before_.lines_.size();
-    if (!last && kindOf(before_.lines_[at + 1]) == Kind::NoProperty) append(Line::opaque(before_.context_.eol), {});
+    const bool labels =
+        !last && before_.lines_[at + 1].name() == kPostalLabel && !card_.lines_.empty() && card_.lines_.back().name() == "ADR";
+    if (!last && (labels || kindOf(before_.lines_[at + 1]) == Kind::NoProperty)) append(Line::opaque(before_.context_.eol), {});
 }
 
 void DetailsEdit::insertProperties()
 {
     auto at = static_cast<std::ptrdiff_t>(card_.endOfLines());
     const auto insert = [&](Line line, const Origin& origin) {
-        card_.lines_.insert(card_.lines_.begin() + at, std::move(line));
-        origins_.insert(origins_.begin() + at, origin);
-        ++at;
+        std::ptrdiff_t place = at++;
+        if (line.name() == kPostalLabel) // behind an address it would be the label of that address
+            while (place > 1 && card_.lines_[static_cast<std::size_t>(place) - 1].name() == "ADR") --place;
+        card_.lines_.insert(card_.lines_.begin() + place, std::move(line));
+        origins_.insert(origins_.begin() + place, origin);
     };
     for (const std::string& property : added_) {
         Line line = lineFromCanonical(property, card_.context_);

@@ -46,6 +46,7 @@ private:
     void planProperties();
     void planField(int field, const FieldLine& held);
     void rewrite(int field, const FieldLine& held, Annotation wanted);
+    std::string takePostalLabel(CanonicalProperty& made) const;
     std::string rightLine(int field, const CanonicalProperty& property, const Annotation& wanted) const;
     std::string lineText(int field, const FieldLine& held) const;
     std::string valueOf(std::size_t line) const;

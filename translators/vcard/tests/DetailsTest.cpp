@@ -3,6 +3,7 @@
 #include "DetailsText.h"
 
 #include <algorithm>
+#include <gmock/gmock.h>
 
 namespace mb::vcard {
 namespace {
@@ -71,6 +72,49 @@ TEST(Details, ACardInsideOfACardStaysWhereItIs)
     EXPECT_EQ(changeOf("2.1", "N:Doe;;;;\r\nX-A:1\r\n" + agent, u""), (Change{"X-A:1\r\n", ""}));
     EXPECT_EQ(changeOf("2.1", "N:Doe;;;;\r\n" + agent + "X-A:1\r\n", u"AGENT:BEGIN:VCARD\\nFN:Agent\\nEND:VCARD"),
               (Change{"X-A:1\r\n", "AGENT;ENCODING=QUOTED-PRINTABLE:BEGIN:VCARD=0D=0AFN:Agent=0D=0AEND:VCAR=44\r\n"}));
+}
+
+TEST(Details, ThePostalLabelOfAnAddressIsALineBehindItInTheOlderVersions)
+{
+    const std::string address = "ADR;TYPE=HOME:;;1 Mill Lane;Town;;;\r\n", label = "LABEL;TYPE=HOME:1 Mill Lane\\nTown\\, \"X\"\r\n";
+    const char16_t* const both = u"@13;LABEL=\"1 Mill Lane\\nTown, ^'X^'\"";
+    EXPECT_EQ(detailsOf("3.0", "FN:x\r\n" + address + label), toUtf8(both) + '\n');
+    EXPECT_EQ(detailsOf("4.0", "FN:x\r\nADR;TYPE=home;LABEL=\"1 Mill Lane\\nTown, ^'X^'\":;;1 Mill Lane;Town;;;\r\n"), toUtf8(both) + '\n');
+    EXPECT_EQ(changeOf("3.0", "FN:x\r\nN:x;;;;\r\n" + address, both), (Change{"", label}));
+    EXPECT_EQ(changeOf("3.0", "FN:x\r\nN:x;;;;\r\n" + address + label, both), Change());
+    EXPECT_EQ(changeOf("3.0", "FN:x\r\nN:x;;;;\r\n" + address + label, u"@13;LABEL=other"), (Change{label, "LABEL;TYPE=HOME:other\r\n"}));
+    EXPECT_EQ(changeOf("3.0", "FN:x\r\nN:x;;;;\r\n" + address + label, u""), (Change{label, ""}));
+    EXPECT_EQ(changeOf("2.1", "N:x;;;;\r\nADR;HOME:;;1;;;;\r\n", u"@13;LABEL=\"1, Mill Lane\""),
+              (Change{"", "LABEL;HOME:1, Mill Lane\r\n"}));
+    EXPECT_EQ(changeOf("4.0", "FN:x\r\nADR;TYPE=home:;;1;;;;\r\n", both),
+              (Change{"ADR;TYPE=home:;;1;;;;\r\n", "ADR;LABEL=\"1 Mill Lane\\nTown, ^'X^'\";TYPE=home:;;1;;;;\r\n"}));
+}
+
+TEST(Details, APostalLabelThatIsNotClearlyOfAnAddressIsALineOfItsOwn)
+{
+    const std::string address = "ADR;TYPE=HOME:;;1;;;;\r\n";
+    for (const std::string& others :
+         {"LABEL;TYPE=WORK:w\r\n" + address, address + "LABEL;TYPE=WORK:w\r\n", address + "X-A:1\r\nLABEL;TYPE=HOME:h\r\n",
+          address + "item1.LABEL;TYPE=HOME:h\r\n", address + "LABEL;LANGUAGE=de;TYPE=HOME:h\r\n", address + "LABEL;TYPE=HOME:a,b\r\n"}) {
+        const std::string text = detailsOf("3.0", "FN:x\r\n" + others);
+        EXPECT_THAT(text, testing::HasSubstr("LABEL;")) << others;
+        EXPECT_THAT(text, testing::Not(testing::HasSubstr("@13"))) << others;
+    }
+    EXPECT_EQ(changeOf("3.0", "FN:x\r\nN:x;;;;\r\n" + address, u"@13;LABEL=\"a\\,b\"").second, "ADR;LABEL=\"a\\,b\";TYPE=HOME:;;1;;;;\r\n")
+        << "a label that would not come back the same stays a parameter";
+}
+
+TEST(Details, ALineThatIsNoLabelOfAnAddressDoesNotBecomeOne)
+{
+    const std::string name = "FN:x\r\nN:x;;;;\r\n", address = "ADR;TYPE=HOME:;;1;;;;\r\n", label = "LABEL;TYPE=HOME:h\r\n";
+    EXPECT_EQ(changeOf("3.0", name + address, u"LABEL;TYPE=home:h"), (Change{"", label}));
+    const auto after = [&](const std::string& lines, std::u16string_view details) {
+        Card card = Card::parse(cardOf("3.0", name + lines));
+        card.setDetails(details);
+        return detailsOf(card);
+    };
+    EXPECT_EQ(after(address, u"LABEL;TYPE=home:h"), "LABEL;TYPE=home:h\n");
+    EXPECT_EQ(after(address + "X-A:1\r\n" + label, u"LABEL;TYPE=home:h"), "LABEL;TYPE=home:h\n") << "the line between them was removed";
 }
 
 TEST(Details, TheTextOfAGenderIsKeptInTheOlderVersions)
