@@ -137,7 +137,8 @@ private:
             if (type == kOffset) form_.value = basicOffset(form_.value);
         } else if (kind == PropertyKind::Position) {
             if (type == "float") type.clear();
-            form_.value = geoUri(form_.value);
+            const bool comma = context_.version == Version::V21 && form_.value.find(';') == std::string::npos; // version 2.1 has both
+            form_.value = geoUri(form_.value, comma ? ',' : ';');
         } else if (kind == PropertyKind::Id) {
             if (type == kText) type.clear();
         } else if (kind == PropertyKind::Uri || kind == PropertyKind::Media) {

@@ -31,7 +31,8 @@ std::string canonicalParams(const Line& line, const Context& context);
 // The canonical line of the result, and of the result when it is parsed again, is `canonical` without its group, if that is a canonical
 // line. A property, parameter or value without a form in the version is written in the form of 4.0. Exceptions of version 2.1, whose texts
 // have no escapes: a comma or semicolon that is not escaped comes back escaped in a single text such as NOTE, and so does a comma in a
-// component of N, ADR and ORG; a backslash that begins no escape of version 4.0 comes back doubled in a single text.
+// component of N, ADR and ORG; a backslash that begins no escape of version 4.0 comes back doubled in a single text; a GEO of two numbers
+// with a comma between them comes back as a geo: URI.
 // In version 2.1 a line with embedded bytes has to be followed by a blank line, which is not part of the result.
 Line lineFromCanonical(std::string_view canonical, const Context& context);
 

@@ -185,6 +185,7 @@ std::string extendedDate(std::string_view text)
 bool isBasicDate(std::string_view text)
 {
     if (extendedDate(text) != text) return true;
+    if (text.starts_with('T') && Time(text.substr(1)).isPossible("00", "0000", "000000")) return true;
     return hasForm(text, "0000") || hasForm(text, "0000-00") || hasForm(text, "--00") || hasForm(text, "---00");
 }
 
@@ -220,14 +221,13 @@ constexpr std::string_view kGeo = "geo:";
 
 } // namespace
 
-std::string geoUri(std::string_view text)
+std::string geoUri(std::string_view text, char separator)
 {
     const std::string plain = without(text, '\\');
     if (equalFold(std::string_view(plain).substr(0, kGeo.size()), kGeo)) return plain;
-    const std::size_t semicolon = plain.find(';');
-    if (semicolon == std::string_view::npos || !isNumber(plain.substr(0, semicolon)) || !isNumber(plain.substr(semicolon + 1)))
-        return std::string(text);
-    return std::string(kGeo).append(plain.substr(0, semicolon)).append(",").append(plain.substr(semicolon + 1));
+    const std::size_t end = plain.find(separator);
+    if (end == std::string_view::npos || !isNumber(plain.substr(0, end)) || !isNumber(plain.substr(end + 1))) return std::string(text);
+    return std::string(kGeo).append(plain.substr(0, end)).append(",").append(plain.substr(end + 1));
 }
 
 std::string geoPair(std::string_view text)

@@ -18,7 +18,8 @@ std::string escapesOfVersion21(std::string_view canonical, PropertyKind kind);
 std::string basicDate(std::string_view text);
 std::string extendedDate(std::string_view text); // the reverse
 bool hasTime(std::string_view date);             // Requires: `date` came from one of the two functions above
-// Returns whether the text is a date in basic form: one that basicDate() makes, or a year, a month or a day alone.
+// Returns whether the text is a date in basic form: one that basicDate() makes, or a year, a month, a day or a
+// time alone.
 bool isBasicDate(std::string_view text);
 
 // A UTC offset: -05:00 becomes -0500. Any other text stays.
@@ -27,7 +28,7 @@ std::string basicOffset(std::string_view text);
 std::string extendedOffset(std::string_view text); // the reverse
 
 // A position: 37.386;-122.083 becomes geo:37.386,-122.083. Any other text stays.
-std::string geoUri(std::string_view text);
+std::string geoUri(std::string_view text, char separator = ';');
 std::string geoPair(std::string_view text); // the reverse
 
 } // namespace mb::vcard

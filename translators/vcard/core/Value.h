@@ -28,7 +28,7 @@ std::u16string readDate(std::u16string_view text);
 // Returns a date of these forms in the form of the version. Before 4.0 that is the form of `before`, the value that it replaces. Any other
 // text stays.
 std::u16string writeDate(std::u16string_view text, Version version, std::u16string_view before);
-bool isDate(std::u16string_view text);     // whether version 4.0 knows the text as a date: one of these forms, or a year or month alone
+bool isDate(std::u16string_view text);     // whether version 4.0 knows the text as a date: one of these forms, or a part alone
 bool isDateTime(std::u16string_view text); // the form 1985-04-12T10:22:00Z
 
 // Returns what a card can hold of the text: LF as line break, no control characters but tab, U+FFFD for unpaired surrogates.

@@ -106,6 +106,7 @@ constexpr Spelling kSpellings[] = {
     {"TZ:Europe/Oslo", "TZ:Europe/Oslo", "TZ;VALUE=text:Europe/Oslo", ""},
     {"TZ:-0500", "TZ:-0500", "TZ;VALUE=text:-0500", ""},
     {"GEO:geo:37.386,-122.083", "GEO:geo:37.386,-122.083", "GEO:37.386;-122.083", "GEO:37.386;-122.083"},
+    {"GEO:geo:37.24,-17.87", "GEO:geo:37.24,-17.87", "GEO:37.24;-17.87", "GEO:37.24,-17.87"},
     {"GEO:geo:37.386,-122.083;u=35", "GEO:geo:37.386,-122.083;u=35", "GEO;VALUE=uri:geo:37.386,-122.083;u=35", ""},
     {"UID:urn:uuid:1", "UID:urn:uuid:1", "UID;VALUE=uri:urn:uuid:1", ""},
     {"UID:abc", "UID;VALUE=text:abc", "UID:abc", "UID:abc"},

@@ -84,9 +84,9 @@ TEST(FieldValue, ADateKeepsItsTimeAndMayLackItsYear)
     EXPECT_EQ(textOf("3.0", "BDAY;VALUE=date-time:1953-10-15T23:10:00-05:00", ftBirthday), "1953-10-15T23:10:00-05:00");
     EXPECT_EQ(textOf("4.0", "BDAY:--0412", ftBirthday), "--04-12");
     EXPECT_EQ(textOf("3.0", "BDAY:--04-12", ftBirthday), "--04-12");
-    for (const char* line :
-         {"BDAY:19531015T231000Z", "BDAY:19531015T2310-0500", "BDAY:19531015T231000.5+0100", "BDAY:19531015T23", "BDAY:--0412",
-          "BDAY:1985-04", "BDAY:1985", "BDAY:--04", "BDAY:---12", "BDAY:19531015", "BDAY;VALUE=text:circa 1800"})
+    for (const char* line : {"BDAY:19531015T231000Z", "BDAY:19531015T2310-0500", "BDAY:19531015T231000.5+0100", "BDAY:19531015T23",
+                             "BDAY:--0412", "BDAY:1985-04", "BDAY:1985", "BDAY:--04", "BDAY:---12", "BDAY:T102200", "BDAY:T10Z",
+                             "BDAY:19531015", "BDAY;VALUE=text:circa 1800"})
         expectWrittenAgain("4.0", line, ftBirthday);
     for (const char* line :
          {"BDAY;VALUE=date-time:1953-10-15T23:10:00Z", "BDAY:1953-10-15", "BDAY:--04-12", "BDAY:1985-04", "BDAY:1985", "BDAY:circa 1800"})
