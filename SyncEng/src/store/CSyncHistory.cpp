@@ -268,33 +268,27 @@ struct CSyncHistory::Rows {
     std::vector<Mark> marks;
     std::vector<std::u16string> dead;
 
-    explicit Rows(const std::vector<platform::XmlElement>& sections)
+    static std::span<const std::string_view> keys()
     {
-        entries.reserve(sections.size());
-        marks.reserve(sections.size());
-        for (const platform::XmlElement& section : sections) add(section);
+        static const std::array<std::string_view, 3> keys{encodedKeys().mapped, encodedKeys().modified, encodedKeys().changed};
+        return keys;
     }
 
-    void add(const platform::XmlElement& section)
+    void add(const StoreContent::Row& row)
     {
         static const std::string infoName = encodeBase64(syncInfo);
-        static const std::array<std::string_view, 3> keys{encodedKeys().mapped, encodedKeys().modified, encodedKeys().changed};
         HistoryEntry& entry = entries.emplace_back();
         Mark& mark = marks.emplace_back();
-        std::string buffer;
-        const std::string_view name = encodedNameOf(section, buffer);
-        mark.isInfo = sameEncodedName(name, infoName);
+        mark.isInfo = sameEncodedName(row.name, infoName);
         if (mark.isInfo) return;
-        entry.Id = decodeBase64(name);
-        mark.canonical = encodeBase64(entry.Id) == name;
-        std::array<platform::XmlElement, keys.size()> values;
-        valuesInSection(section, keys, values);
-        const auto& [mapped, modified, changed] = values;
-        mark.linked = static_cast<bool>(mapped);
+        entry.Id = decodeBase64(row.name);
+        mark.canonical = encodeBase64(entry.Id) == row.name;
+        const auto& [mapped, modified, changed] = row.values;
+        mark.linked = mapped.has_value();
         mark.complete = mapped && modified;
-        if (mapped) entry.MappedId = decodedText(mapped);
-        if (modified) entry.ModifiedTime = platform::toDouble(decodedText(modified));
-        entry.FieldMapChanged = changed && platform::toInt(decodedText(changed)) == 1;
+        if (mapped) entry.MappedId = decodedText(*mapped);
+        if (modified) entry.ModifiedTime = platform::toDouble(decodedText(*modified));
+        entry.FieldMapChanged = changed && platform::toInt(decodedText(*changed)) == 1;
     }
 
     // Finds partners at nearby positions: the entries of a pair are usually written one after the other, so they have the same position on
@@ -315,21 +309,28 @@ struct CSyncHistory::Rows {
     }
 };
 
+CSyncHistory::Rows CSyncHistory::rowsOf(const std::u16string& type) const
+{
+    Rows rows;
+    store_.listRows(type, Rows::keys(), [&](const StoreContent::Row& row) { rows.add(row); });
+    return rows;
+}
+
 HRESULT CSyncHistory::LoadEntries(std::u16string_view side, std::vector<HistoryEntry>& entries, bool category, bool validate)
 {
     const std::u16string& type = SectionFor(side);
-    Rows rows(store_.sectionsOfType(type));
+    Rows rows = rowsOf(type);
     return take(type, rows, entries, category ? Text::LoadingCategoryHistory : Text::LoadingHistory, validate);
 }
 
 HRESULT CSyncHistory::LoadBothSides(std::vector<HistoryEntry>& entries1, std::vector<HistoryEntry>& entries2, bool category)
 {
     const Text label = category ? Text::LoadingCategoryHistory : Text::LoadingHistory;
-    Rows rows1(store_.sectionsOfType(type1_)), rows2(store_.sectionsOfType(type2_));
+    Rows rows1 = rowsOf(type1_), rows2 = rowsOf(type2_);
     rows1.markPartners(rows2);
     const HRESULT hr = take(type1_, rows1, entries1, label, true);
     if (FAILED(hr)) return hr;
-    if (!rows1.dead.empty()) rows2 = Rows(store_.sectionsOfType(type2_)); // they may have been partners
+    if (!rows1.dead.empty()) rows2 = rowsOf(type2_); // they may have been partners
     return take(type2_, rows2, entries2, label, true);
 }
 
@@ -338,7 +339,9 @@ HRESULT CSyncHistory::LoadEntriesWithStatus(std::u16string_view side, LONG statu
     if (version_ < 2) return LoadEntries(side, entries, false, validate);
     const std::u16string& type = SectionFor(side);
     const std::string digits = std::to_string(status);
-    Rows rows(store_.sectionsWithValue(type, fieldStatusKey, std::u16string(digits.begin(), digits.end())));
+    Rows rows;
+    store_.listRowsHaving(type, fieldStatusKey, std::u16string(digits.begin(), digits.end()), Rows::keys(),
+                          [&](const StoreContent::Row& row) { rows.add(row); });
     return take(type, rows, entries, Text::LoadingHistory, validate);
 }
 

@@ -100,6 +100,7 @@ public:
 
 private:
     struct Rows;
+    [[nodiscard]] Rows rowsOf(const std::u16string& type) const;
     HRESULT take(const std::u16string& type, Rows& rows, std::vector<HistoryEntry>& entries, Text labelId, bool validate);
     HRESULT raiseVersion();
     [[nodiscard]] bool hasMark(std::u16string_view side, const char16_t* key) const;

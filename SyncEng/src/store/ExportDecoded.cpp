@@ -7,6 +7,7 @@
 #include "store/FieldData.h"
 #include "store/FileResult.h"
 #include "store/StoreFile.h"
+#include "store/StoreTree.h"
 #include "text.h"
 
 namespace mb {
@@ -31,15 +32,12 @@ std::u16string withoutControls(std::u16string text)
 HRESULT StoreFile::ExportDecoded(const std::filesystem::path& target)
 {
     if (target.empty()) return E_FAIL;
-    if (!isOpen() || !document_->root().isNamed("Scs")) return S_OK;
-    platform::XmlDocument copy;
-    if (!copy.load(document_->bytes())) return E_FAIL;
-    for (const char* path : {".//SN", ".//KN", ".//KV"})
-        for (const platform::XmlElement& element : copy.root().select(path))
-            if (const std::string text = element.text(); !text.empty())
-                element.setText(platform::utf8(withoutControls(readable(decodeBase64(text)))));
+    if (!isOpen() || !content_->isStore()) return S_OK;
+    const auto copy = StoreTree::read(content_->bytes());
+    if (!copy) return E_FAIL;
+    copy->decode([](std::string_view text) { return platform::utf8(withoutControls(readable(decodeBase64(text)))); });
     platform::AtomicFile file(target);
-    copy.write([&](std::string_view piece) { file.write(piece); });
+    copy->writeTo([&](std::string_view piece) { file.write(piece); });
     return resultOf(file.commit());
 }
 

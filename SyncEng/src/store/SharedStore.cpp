@@ -40,16 +40,13 @@ HRESULT StoreFile::Refresh()
     if (error == std::errc::no_such_file_or_directory) return S_OK; // the next save creates it
     if (error) return openFound({FileState::unreadable, readingResultOf(error)});
     if (bytes == lastBytes_) return S_OK;
-    platform::XmlDocument document;
     const std::string former = lastBytes_;
-    const Found found = read(std::move(bytes), document);
+    const Found found = read(std::move(bytes), content_);
     if (found.state != FileState::loaded) {
         lastBytes_ = former; // so that the next change checks the file again
         return openFound(found);
     }
-    document_ = std::move(document);
     dirty_ = false;
-    rebuildIndex();
     return S_OK;
 }
 

@@ -6,6 +6,8 @@
 #include "host.h"
 #include "store/CBase64.h"
 #include "store/FileResult.h"
+#include "store/StoreText.h"
+#include "store/StoreTree.h"
 #include "store/StoreVersion.h"
 #include "text.h"
 #include <algorithm>
@@ -15,8 +17,6 @@
 
 namespace mb {
 namespace {
-
-using platform::XmlElement;
 
 constexpr std::uint64_t largestStore = std::uint64_t(1) << 30;
 constexpr HRESULT guidTextAccepted = static_cast<HRESULT>(0x80040151);
@@ -30,13 +30,6 @@ std::u16string decimal(LONG value)
 {
     const std::string digits = std::to_string(value);
     return {digits.begin(), digits.end()};
-}
-
-bool anyValue(const XmlElement& entry, std::string_view encodedValue)
-{
-    for (XmlElement value = entry.firstChild("KV"); value; value = value.nextSibling("KV"))
-        if (value.hasText(encodedValue)) return true;
-    return false;
 }
 
 const std::string& syncInfoName()
@@ -87,36 +80,12 @@ std::u16string fixedPoint(double value)
     return {buffer, end};
 }
 
-std::u16string decodedText(const XmlElement& element)
-{
-    std::string buffer;
-    const std::string_view text = element.text(buffer);
-    return text.empty() ? std::u16string() : decodeBase64(text);
-}
-
-void valuesInSection(const XmlElement& section, std::span<const std::string_view> encodedKeys, std::span<XmlElement> values)
-{
-    for (XmlElement entry = section.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
-        for (XmlElement name = entry.firstChild("KN"); name; name = name.nextSibling("KN"))
-            for (std::size_t i = 0; i < encodedKeys.size(); ++i)
-                if (!values[i] && name.hasText(encodedKeys[i])) values[i] = entry.firstChild("KV");
-}
-
-std::string_view encodedNameOf(const XmlElement& section, std::string& buffer)
-{
-    const XmlElement name = section.firstChild("SN");
-    return name ? name.text(buffer) : std::string_view();
-}
+std::u16string decodedText(std::string_view encoded) { return encoded.empty() ? std::u16string() : decodeBase64(encoded); }
 
 bool sameEncodedName(std::string_view a, std::string_view b)
 {
     const auto low = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; };
     return std::ranges::equal(a, b, {}, low, low);
-}
-
-StoreFile::SectionKey StoreFile::sectionKey(std::u16string_view type, std::u16string_view section)
-{
-    return {encodedType(type), encodeBase64(section)};
 }
 
 // ---- The file ----------------------------------------------------------------------------------------------------------
@@ -158,32 +127,31 @@ HRESULT StoreFile::failToOpen(HRESULT hr, std::u16string sentence)
     return hr;
 }
 
-// Loads the file into the document. Without success no document is open.
+// Loads the file. Without success no content is open.
 StoreFile::Found StoreFile::load()
 {
-    document_.reset();
+    content_.reset();
     dirty_ = false;
     std::error_code error;
     std::string bytes = platform::readFile(path_, error, largestStore);
     if (error == std::errc::no_such_file_or_directory) return {FileState::missing};
     if (error == std::errc::file_too_large) return {FileState::damaged};
     if (error) return {FileState::unreadable, readingResultOf(error)};
-    platform::XmlDocument document;
-    const Found found = read(std::move(bytes), document);
-    if (found.state != FileState::loaded) return found;
-    document_ = std::move(document);
-    rebuildIndex();
-    return found;
+    return read(std::move(bytes), content_);
 }
 
-StoreFile::Found StoreFile::read(std::string bytes, platform::XmlDocument& document)
+// Reads the file's bytes. Without success `content` stays as it is.
+StoreFile::Found StoreFile::read(std::string bytes, std::unique_ptr<StoreContent>& content)
 {
     const LONG announced = announcedVersion(bytes);
     if (shared_) lastBytes_ = bytes;
-    const bool parsed = document.load(std::move(bytes));
-    const LONG version = parsed ? versionOf(document.root()) : announced;
+    std::unique_ptr<StoreContent> found = StoreText::read(bytes);
+    if (!found) found = StoreTree::read(std::move(bytes));
+    const LONG version = found ? versionFrom(found->version()) : announced;
     if (version > currentStoreVersion) return {FileState::later, S_OK, version};
-    return {parsed ? FileState::loaded : FileState::damaged};
+    if (!found) return {FileState::damaged};
+    content = std::move(found);
+    return {FileState::loaded};
 }
 
 // Renames a damaged file, and renames it back if the empty store cannot be written.
@@ -196,13 +164,12 @@ HRESULT StoreFile::createEmpty(bool damaged)
         std::filesystem::rename(path_, kept, error);
         if (error) return resultOf(error);
     }
-    document_.emplace().create("Scs");
-    rebuildIndex();
+    content_ = StoreText::create();
     dirty_ = true;
     HRESULT hr = SetVersion(currentStoreVersion);
     if (SUCCEEDED(hr)) hr = Save();
     if (SUCCEEDED(hr)) return hr;
-    document_.reset();
+    content_.reset();
     dirty_ = false;
     if (inTheWay && !platform::fileExists(path_)) std::filesystem::rename(kept, path_, error);
     return hr;
@@ -222,8 +189,8 @@ HRESULT StoreFile::Save(bool release)
         saveWanted_ = true;
         return S_OK;
     }
-    if (dirty_ || (document_->root() && !platform::fileExists(path_))) hr = write();
-    if (release) document_.reset();
+    if (dirty_ || (content_->hasRoot() && !platform::fileExists(path_))) hr = write();
+    if (release) content_.reset();
     return hr;
 }
 
@@ -234,7 +201,7 @@ HRESULT StoreFile::write()
     if (!dirty_ && platform::fileExists(path_)) return S_OK; // Refresh() replaced the unsaved changes by another process's file
     platform::AtomicFile file(path_);
     std::string bytes;
-    document_->write([&](std::string_view piece) {
+    content_->writeTo([&](std::string_view piece) {
         file.write(piece);
         if (shared_) bytes += piece;
     });
@@ -255,17 +222,11 @@ HRESULT StoreFile::Close()
 HRESULT StoreFile::DeleteStoreFile()
 {
     if (!isOpen()) return E_POINTER;
-    document_.reset();
+    content_.reset();
     dirty_ = false;
     std::error_code error;
     if (!std::filesystem::remove(path_, error) && !error) error = std::make_error_code(std::errc::no_such_file_or_directory);
     return error.value();
-}
-
-HRESULT StoreFile::saved(bool save)
-{
-    dirty_ = true;
-    return save ? Save() : S_OK;
 }
 
 HRESULT SaveScope::finish() noexcept
@@ -275,106 +236,67 @@ HRESULT SaveScope::finish() noexcept
     return com::guarded([&] { return store_.Save(); });
 }
 
-void StoreFile::rebuildIndex()
-{
-    entries_.forget();
-    index_.build(document_->root());
-}
-
 HRESULT StoreFile::GetVersion(LONG& version) const
 {
     version = -1;
-    if (!isOpen()) return E_FAIL;
-    const XmlElement root = document_->root();
-    if (!root || !root.isNamed("Scs")) return E_FAIL;
-    version = versionOf(root);
-    return root.attribute("Version").value_or("").empty() ? S_FALSE : S_OK;
+    if (!isOpen() || !content_->isStore()) return E_FAIL;
+    const std::string text = content_->version();
+    version = versionFrom(text);
+    return text.empty() ? S_FALSE : S_OK;
 }
 
 HRESULT StoreFile::SetVersion(LONG version)
 {
+    return change(true, [&] { return content_->setVersion(std::to_string(version)); });
+}
+
+// Makes a change under the file's lock, and saves the file if `save` is set.
+template <class Make> HRESULT StoreFile::change(bool save, Make&& make)
+{
     if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
-    const XmlElement root = document_->root();
-    if (!root || !root.isNamed("Scs")) return E_FAIL;
-    const std::string text = std::to_string(version);
-    if (root.attribute("Version") != text) {
-        root.setAttribute("Version", text);
-        dirty_ = true;
+    const Change locked(*this);
+    if (FAILED(locked.result())) return locked.result();
+    StoreContent::Change made = make();
+    if (made == StoreContent::Change::NeedsTree) {
+        auto tree = StoreTree::read(content_->bytes());
+        if (!tree) return E_FAIL;
+        content_ = std::move(tree);
+        made = make();
     }
-    return Save();
-}
-
-// ---- Finding -----------------------------------------------------------------------------------------------------------
-
-XmlElement StoreFile::findValue(const SectionKey& section, const StoreIndex::Match& found, std::string_view key) const
-{
-    if (!found.first) return {};
-    if (const XmlElement value = entries_.firstValue(found.first, key)) return value;
-    if (!found.more) return {};
-    for (const XmlElement& other : index_.all(section.type, section.name)) // another program may have written several sections of the name
-        if (other != found.first)
-            if (const XmlElement value = entries_.firstValue(other, key)) return value;
-    return {};
-}
-
-// Finds several keys in one walk if only one section matches; otherwise looks each key up, which uses the cache for large sections.
-void StoreFile::findValues(const SectionKey& section, const StoreIndex::Match& found, std::span<const std::string_view> keys,
-                           std::span<XmlElement> values) const
-{
-    if (keys.size() > 1 && !found.more) return valuesInSection(found.first, keys, values);
-    for (std::size_t i = 0; i < keys.size(); ++i) values[i] = findValue(section, found, keys[i]);
-}
-
-XmlElement StoreFile::findValue(const SectionKey& section, std::string_view key) const
-{
-    return findValue(section, index_.match(section.type, section.name), key);
-}
-
-std::vector<XmlElement> StoreFile::findEntries(const SectionKey& section, std::string_view key) const
-{
-    std::vector<XmlElement> found;
-    for (const XmlElement& element : index_.all(section.type, section.name)) {
-        const auto entries = EntryFinder::entries(element, key);
-        found.insert(found.end(), entries.begin(), entries.end());
-    }
-    return found;
-}
-
-bool StoreFile::hasEncodedKey(const std::string& type, const std::string& name, std::string_view key) const
-{
-    const StoreIndex::Match found = isOpen() ? index_.match(type, name) : StoreIndex::Match();
-    if (!found.first) return false;
-    return entries_.firstValue(found.first, key) || (found.more && findValue({type, name}, found, key));
-}
-
-std::vector<XmlElement> StoreFile::sectionsOfType(std::u16string_view type) const
-{
-    return isOpen() ? index_.ofType(encodedType(type)) : std::vector<XmlElement>();
-}
-
-std::vector<XmlElement> StoreFile::sectionsWithValue(std::u16string_view type, std::u16string_view key, std::u16string_view value) const
-{
-    const std::string encodedKey = encodeBase64(key), encodedValue = encodeBase64(value);
-    std::vector<XmlElement> found = sectionsOfType(type);
-    std::erase_if(found, [&](const XmlElement& section) {
-        for (XmlElement entry = section.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
-            if (entryHasKey(entry, encodedKey) && anyValue(entry, encodedValue)) return false;
-        return true;
-    });
-    return found;
+    if (made == StoreContent::Change::Impossible) return E_FAIL;
+    if (made == StoreContent::Change::Made) dirty_ = true;
+    return save ? Save() : S_OK;
 }
 
 // ---- Reading -----------------------------------------------------------------------------------------------------------
+
+bool StoreFile::hasEncodedKey(const std::string& type, const std::string& name, std::string_view key) const
+{
+    std::string buffer;
+    return isOpen() && content_->value(type, name, key, buffer);
+}
+
+void StoreFile::listRows(std::u16string_view type, std::span<const std::string_view> encodedKeys, const StoreContent::TakeRow& take) const
+{
+    if (isOpen()) content_->listRows(encodedType(type), encodedKeys, nullptr, take);
+}
+
+void StoreFile::listRowsHaving(std::u16string_view type, std::u16string_view key, std::u16string_view value,
+                               std::span<const std::string_view> encodedKeys, const StoreContent::TakeRow& take) const
+{
+    const std::string encodedKey = encodeBase64(key), encodedValue = encodeBase64(value);
+    const StoreContent::KeyValue having{encodedKey, encodedValue};
+    if (isOpen()) content_->listRows(encodedType(type), encodedKeys, &having, take);
+}
 
 HRESULT StoreFile::ReadValue(std::u16string_view type, std::u16string_view section, std::u16string_view key, std::u16string& value) const
 {
     value.clear();
     if (!isOpen()) return E_POINTER;
-    const XmlElement found = findValue(sectionKey(type, section), encodeBase64(key));
+    std::string buffer;
+    const auto found = content_->value(encodedType(type), encodeBase64(section), encodeBase64(key), buffer);
     if (!found) return E_FAIL;
-    value = decodedText(found);
+    value = decodedText(*found);
     return S_OK;
 }
 
@@ -408,24 +330,27 @@ HRESULT StoreFile::KeyHasValue(std::u16string_view type, std::u16string_view sec
 {
     has = VARIANT_FALSE;
     if (!isOpen()) return E_POINTER;
-    const SectionKey place = sectionKey(type, section);
-    const std::string encodedValue = encodeBase64(value);
-    for (const XmlElement& element : index_.all(place.type, place.name))
-        for (XmlElement entry = element.firstChild("Ky"); entry; entry = entry.nextSibling("Ky")) {
-            const XmlElement name = entry.firstChild("KN");
-            if (!name || !anyValue(entry, encodedValue)) continue;
-            if (name.hasText(encodeBase64(key))) has = VARIANT_TRUE;
-            return S_OK;
-        }
-    return S_FALSE;
+    const auto same = content_->firstHolderIs(encodedType(type), encodeBase64(section), encodeBase64(key), encodeBase64(value));
+    if (!same) return S_FALSE;
+    if (*same) has = VARIANT_TRUE;
+    return S_OK;
 }
+
+namespace {
+
+// Appends the decoded form of each text that it is given.
+auto decodedInto(std::vector<std::u16string>& texts)
+{
+    return [&texts](std::string_view encoded) { texts.push_back(decodedText(encoded)); };
+}
+
+} // namespace
 
 HRESULT StoreFile::ListSections(std::u16string_view type, std::vector<std::u16string>& names) const
 {
     names.clear();
     if (!isOpen()) return E_POINTER;
-    for (const XmlElement& section : sectionsOfType(type))
-        for (XmlElement name = section.firstChild("SN"); name; name = name.nextSibling("SN")) names.push_back(decodedText(name));
+    content_->listSections(encodedType(type), decodedInto(names));
     return S_OK;
 }
 
@@ -433,10 +358,7 @@ HRESULT StoreFile::ListKeys(std::u16string_view type, std::u16string_view sectio
 {
     keys.clear();
     if (!isOpen()) return E_POINTER;
-    const SectionKey place = sectionKey(type, section);
-    for (const XmlElement& element : index_.all(place.type, place.name))
-        for (XmlElement entry = element.firstChild("Ky"); entry; entry = entry.nextSibling("Ky"))
-            for (XmlElement name = entry.firstChild("KN"); name; name = name.nextSibling("KN")) keys.push_back(decodedText(name));
+    content_->listKeys(encodedType(type), encodeBase64(section), decodedInto(keys));
     return S_OK;
 }
 
@@ -445,8 +367,7 @@ HRESULT StoreFile::ListValues(std::u16string_view type, std::u16string_view sect
 {
     values.clear();
     if (!isOpen()) return E_POINTER;
-    for (const XmlElement& entry : findEntries(sectionKey(type, section), encodeBase64(key)))
-        for (XmlElement value = entry.firstChild("KV"); value; value = value.nextSibling("KV")) values.push_back(decodedText(value));
+    content_->listValues(encodedType(type), encodeBase64(section), encodeBase64(key), decodedInto(values));
     return S_OK;
 }
 
@@ -462,50 +383,15 @@ HRESULT StoreFile::WriteValue(std::u16string_view type, std::u16string_view sect
 HRESULT StoreFile::WriteValues(std::u16string_view type, std::u16string_view section, std::initializer_list<KeyValue> values, bool append,
                                bool save)
 {
-    if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
-    if (values.size() > mostAtOnce) return E_INVALIDARG;
-    const SectionKey place = sectionKey(type, section);
-    StoreIndex::Match found = index_.match(place.type, place.name);
-    std::array<std::string_view, mostAtOnce> keys;
-    std::ranges::transform(values, keys.begin(), &KeyValue::encodedKey);
-    std::array<XmlElement, mostAtOnce> present;
-    if (!append && found.first) findValues(place, found, std::span(keys).first(values.size()), present);
+    if (isOpen() && values.size() > mostAtOnce) return E_INVALIDARG;
+    const std::string encoded = encodedType(type), name = encodeBase64(section);
+    std::array<std::string, mostAtOnce> texts;
+    std::array<StoreContent::KeyValue, mostAtOnce> encodedValues;
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const KeyValue& each = values.begin()[i];
-        const std::string encodedValue = encodeBase64(each.value);
-        const XmlElement& existing = present[i];
-        if (existing && existing.hasText(encodedValue)) continue;
-        if (existing) {
-            existing.setText(encodedValue);
-        } else {
-            if (!found.first) found.first = appendSection(place);
-            if (!found.first) return E_FAIL;
-            appendEntry(found.first, each.encodedKey, encodedValue);
-        }
-        dirty_ = true;
+        texts[i] = encodeBase64(values.begin()[i].value);
+        encodedValues[i] = {values.begin()[i].encodedKey, texts[i]};
     }
-    return save ? Save() : S_OK;
-}
-
-XmlElement StoreFile::appendSection(const SectionKey& place)
-{
-    const XmlElement root = document_->root();
-    if (!root) return {};
-    const XmlElement node = root.appendChild("Sc");
-    node.appendChild("ST", place.type);
-    node.appendChild("SN", place.name);
-    index_.append(node, place.type, place.name);
-    return node;
-}
-
-void StoreFile::appendEntry(const XmlElement& section, std::string_view key, std::string_view value)
-{
-    const XmlElement entry = section.appendChild("Ky");
-    entry.appendChild("KN", key);
-    entry.appendChild("KV", value);
-    entries_.appended(section, entry, key);
+    return change(save, [&] { return content_->write(encoded, name, std::span(encodedValues).first(values.size()), append); });
 }
 
 HRESULT StoreFile::WriteInt(std::u16string_view type, std::u16string_view section, std::u16string_view key, LONG value, bool append,
@@ -528,89 +414,28 @@ HRESULT StoreFile::WriteGuid(std::u16string_view type, std::u16string_view secti
 
 HRESULT StoreFile::RemoveKey(std::u16string_view type, std::u16string_view section, std::u16string_view key)
 {
-    if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
-    const auto entries = findEntries(sectionKey(type, section), encodeBase64(key));
-    if (!entries.empty()) entries_.forget();
-    for (const XmlElement& entry : entries) entry.parent().removeChild(entry);
-    if (!entries.empty()) dirty_ = true;
-    return Save();
-}
-
-void StoreFile::removeSections(const std::vector<XmlElement>& sections)
-{
-    if (sections.empty()) return;
-    entries_.forget();
-    for (const XmlElement& section : sections) {
-        (void)index_.remove(section);
-        section.parent().removeChild(section);
-    }
-    dirty_ = true;
-    if (!document_->root().firstChild()) releaseRemoved();
-}
-
-// A document frees its loaded buffer only when it is destroyed, so an emptied document is reloaded from its serialised form.
-void StoreFile::releaseRemoved()
-{
-    platform::XmlDocument empty;
-    if (!empty.load(document_->bytes())) return;
-    document_ = std::move(empty);
-    rebuildIndex();
+    return change(true, [&] { return content_->removeKey(encodedType(type), encodeBase64(section), encodeBase64(key)); });
 }
 
 HRESULT StoreFile::RemoveSection(std::u16string_view type, std::u16string_view section, bool save)
 {
-    if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
-    const SectionKey place = sectionKey(type, section);
-    removeSections(index_.all(place.type, place.name));
-    return save ? Save() : S_OK;
+    return change(save, [&] { return content_->removeSections(encodedType(type), encodeBase64(section)); });
 }
 
 HRESULT StoreFile::RemoveType(std::u16string_view type)
 {
-    if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
-    removeSections(sectionsOfType(type));
-    return Save();
+    return change(true, [&] { return content_->removeType(encodedType(type)); });
 }
 
 HRESULT StoreFile::RenameSection(std::u16string_view type, std::u16string_view oldSection, std::u16string_view newSection, bool save)
 {
-    if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
-    const SectionKey from = sectionKey(type, oldSection);
-    const XmlElement section = index_.first(from.type, from.name);
-    const XmlElement name = section ? section.firstChild("SN") : XmlElement();
-    if (!name) return E_FAIL;
-    const std::uint32_t place = index_.remove(section);
-    name.setText(encodeBase64(newSection));
-    index_.restore(section, place);
-    return saved(save);
+    return change(save, [&] { return content_->renameSection(encodedType(type), encodeBase64(oldSection), encodeBase64(newSection)); });
 }
 
 HRESULT StoreFile::SetFlagInAllSections(std::u16string_view type, LONG flag, bool save)
 {
-    if (!isOpen()) return E_POINTER;
-    const Change change(*this);
-    if (FAILED(change.result())) return change.result();
     const std::string key = encodeBase64(u"FieldMapChanged"), value = encodeBase64(flag == 1 ? u"1" : u"0");
-    for (const XmlElement& section : sectionsOfType(type)) {
-        std::string buffer;
-        if (sameEncodedName(encodedNameOf(section, buffer), syncInfoName())) continue;
-        const XmlElement existing = entries_.firstValue(section, key);
-        if (existing && existing.hasText(value)) continue;
-        if (existing)
-            existing.setText(value);
-        else
-            appendEntry(section, key, value);
-        dirty_ = true;
-    }
-    return save ? Save() : S_OK;
+    return change(save, [&] { return content_->setInAll(encodedType(type), {key, value}, syncInfoName()); });
 }
 
 } // namespace mb

@@ -1,14 +1,12 @@
-// A store file: types, sections of a type, and keys of a section with text values. The XML document is authoritative; an index speeds up
-// lookups. A write with the save flag saves the whole file atomically; a SaveScope combines such saves into one at its end. A save without
-// changes writes nothing.
+// A store file: types, sections of a type, and keys of a section with text values. A write with the save flag saves the whole file
+// atomically; a SaveScope combines such saves into one at its end. A save without changes writes nothing.
 #pragma once
 #include "com.h"
-#include "store/EntryFinder.h"
-#include "store/StoreIndex.h"
+#include "store/StoreContent.h"
 #include "store/StoreLock.h"
 #include <filesystem>
 #include <initializer_list>
-#include <optional>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
@@ -43,9 +41,9 @@ public:
     [[nodiscard]] const std::u16string& openFailure() const noexcept { return openFailure_; }
     HRESULT Save(bool release = false);
     HRESULT Close();
-    // Closes the document and deletes the file. Returns 0 or the system's error number.
+    // Closes the store and deletes the file. Returns 0 or the system's error number.
     HRESULT DeleteStoreFile();
-    [[nodiscard]] bool isOpen() const noexcept { return document_.has_value(); }
+    [[nodiscard]] bool isOpen() const noexcept { return content_ != nullptr; }
     [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
 
     HRESULT GetVersion(LONG& version) const;
@@ -89,11 +87,11 @@ public:
     // Sets FieldMapChanged in every section of the type except SyncInfo.
     HRESULT SetFlagInAllSections(std::u16string_view type, LONG flag, bool save);
 
-    // The sections of a type in document order.
-    [[nodiscard]] std::vector<platform::XmlElement> sectionsOfType(std::u16string_view type) const;
-    // The sections that have the key with the value, in document order.
-    [[nodiscard]] std::vector<platform::XmlElement> sectionsWithValue(std::u16string_view type, std::u16string_view key,
-                                                                      std::u16string_view value) const;
+    // Hands out the sections of a type in the order of the file, with the first value of each of some keys; all encoded as in the file.
+    void listRows(std::u16string_view type, std::span<const std::string_view> encodedKeys, const StoreContent::TakeRow& take) const;
+    // Those of them that have `key` with `value`.
+    void listRowsHaving(std::u16string_view type, std::u16string_view key, std::u16string_view value,
+                        std::span<const std::string_view> encodedKeys, const StoreContent::TakeRow& take) const;
     // Returns whether a section has the key. The arguments are encoded as in the document.
     [[nodiscard]] bool hasEncodedKey(const std::string& type, const std::string& name, std::string_view key) const;
     // Reloads the file and so discards changes that were not saved.
@@ -126,34 +124,18 @@ private:
         HRESULT reason = S_OK; // for state `unreadable`
         LONG version = -1;     // for state `later`
     };
-    struct SectionKey {
-        std::string type, name; // encoded as in the document
-    };
-    static SectionKey sectionKey(std::u16string_view type, std::u16string_view section);
-    [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, std::string_view key) const;
-    [[nodiscard]] std::vector<platform::XmlElement> findEntries(const SectionKey& section, std::string_view key) const;
-    [[nodiscard]] platform::XmlElement findValue(const SectionKey& section, const StoreIndex::Match& found, std::string_view key) const;
-    void findValues(const SectionKey& section, const StoreIndex::Match& found, std::span<const std::string_view> keys,
-                    std::span<platform::XmlElement> values) const;
-    [[nodiscard]] platform::XmlElement appendSection(const SectionKey& place); // empty if the document has no root
-    void appendEntry(const platform::XmlElement& section, std::string_view key, std::string_view value);
-    void removeSections(const std::vector<platform::XmlElement>& sections);
-    void releaseRemoved();
+    template <class Make> HRESULT change(bool save, Make&& make);
     Found load();
-    Found read(std::string bytes, platform::XmlDocument& document);
+    Found read(std::string bytes, std::unique_ptr<StoreContent>& content);
     HRESULT openFound(const Found& found);
     HRESULT write();
     HRESULT createEmpty(bool damaged);
     HRESULT failToOpen(HRESULT hr, std::u16string sentence);
-    HRESULT saved(bool save); // called after each change of the document
-    void rebuildIndex();
 
     std::filesystem::path path_;
     std::u16string openFailure_;
-    std::optional<platform::XmlDocument> document_;
-    StoreIndex index_;
-    mutable EntryFinder entries_;
-    bool dirty_ = false; // the document has changes that are not saved
+    std::unique_ptr<StoreContent> content_;
+    bool dirty_ = false; // the content has changes that are not saved
     int scopes_ = 0;
     bool saveWanted_ = false;
 
@@ -186,15 +168,7 @@ private:
     bool finished_ = false;
 };
 
-// Finds the first value of several keys of a section in one walk, as Ky[KN = K]/KV does; the value of an absent key stays empty.
-void valuesInSection(const platform::XmlElement& section, std::span<const std::string_view> encodedKeys,
-                     std::span<platform::XmlElement> values);
-
-// Returns the decoded value of a store's element.
-std::u16string decodedText(const platform::XmlElement& element);
-// Returns the section's encoded name, valid until the section or the buffer changes.
-std::string_view encodedNameOf(const platform::XmlElement& section, std::string& buffer);
-// Quirk kept on purpose: encoded names that differ only in case count as equal, although Base64 is case-sensitive.
-bool sameEncodedName(std::string_view a, std::string_view b);
+// Decodes a name or a value of a store.
+std::u16string decodedText(std::string_view encoded);
 
 } // namespace mb

@@ -8,11 +8,9 @@ namespace {
 constexpr LONG noVersion = -1;
 constexpr char attribute[] = "Version";
 
-LONG versionFrom(std::string_view text) { return text.empty() ? noVersion : platform::toInt(platform::utf16(text)); }
-
 } // namespace
 
-LONG versionOf(const platform::XmlElement& root) { return root ? versionFrom(root.attribute(attribute).value_or("")) : noVersion; }
+LONG versionFrom(std::string_view text) { return text.empty() ? noVersion : platform::toInt(platform::utf16(text)); }
 
 LONG announcedVersion(std::string_view bytes)
 {
