@@ -1,6 +1,8 @@
 // A store of contacts, which is all that a plug-in has to implement. Identifiers and messages are UTF-8, values are UTF-16, fields are
 // numbers of _FieldTypes. Methods throw a StoreError on failure.
 #pragma once
+#include "DetailsText.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -81,6 +83,9 @@ public:
     [[nodiscard]] virtual std::string readImage(const std::string&, int) { return {}; }
     [[nodiscard]] virtual std::uint64_t imageSize(const std::string& id, int type) { return readImage(id, type).size(); }
     virtual void writeImage(const std::string&, int, std::string_view) {}
+    // The details of the record being read or written, as read() returns them, but with whole values; see DetailsBytes.h. Without an
+    // override, read() returns whole values.
+    [[nodiscard]] virtual std::u16string readWholeDetails(const std::string& id) { return read(id, kDetailsField); }
 };
 
 } // namespace mb::plugin

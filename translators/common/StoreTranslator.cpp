@@ -4,6 +4,7 @@
 #include "files.h"
 #include "host.h"
 #include "text.h"
+#include "whole_details.h"
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -109,6 +110,11 @@ const PluginField* StoreTranslator::fieldOf(REFGUID guid) const noexcept
     std::size_t at = std::min<std::size_t>(guid.Data2, info_.fields.size());
     while (at > 0 && info_.fields[at - 1].type > guid.Data2) --at;
     return at > 0 && info_.fields[at - 1].type == guid.Data2 ? &info_.fields[at - 1] : nullptr;
+}
+
+bool StoreTranslator::givesWholeDetails(REFGUID guid) const noexcept
+{
+    return guid == wholeDetailsField && std::ranges::find(info_.fields, LONG{ftDetails}, &PluginField::type) != info_.fields.end();
 }
 
 RecordStore& StoreTranslator::store(Step step)
@@ -297,9 +303,13 @@ HRESULT StoreTranslator::ReadField(BSTR lpRecID, REFGUID rField, VARIANT* lpvarV
     VariantInit(lpvarValue);
     return run([&] {
         const PluginField* field = fieldOf(rField);
-        if (!field) throw StoreError(Step::ReadField, "The store has no such field.");
+        const bool whole = !field && givesWholeDetails(rField);
+        if (!field && !whole) throw StoreError(Step::ReadField, "The store has no such field.");
         const std::string& id = idOf(lpRecID);
-        const std::u16string text = field->dataType == dtImage ? readPicture(id, *field) : store(Step::ReadField).read(id, field->type);
+        RecordStore& records = store(Step::ReadField);
+        const std::u16string text = whole                        ? records.readWholeDetails(id)
+                                    : field->dataType == dtImage ? readPicture(id, *field)
+                                                                 : records.read(id, field->type);
         if (!text.empty()) {
             *lpvarValue = com::Variant(text).detach();
             return;
@@ -409,8 +419,8 @@ HRESULT StoreTranslator::GetFieldType(REFGUID rField, LONG* pType)
 {
     if (!pType) return E_POINTER;
     const PluginField* field = fieldOf(rField);
-    *pType = field ? field->type : 0;
-    return field ? S_OK : E_INVALIDARG;
+    *pType = field ? field->type : givesWholeDetails(rField) ? LONG{ftDetails} : 0;
+    return *pType != 0 ? S_OK : E_INVALIDARG;
 }
 
 HRESULT StoreTranslator::GetDataType(REFGUID rField, LONG* pType)

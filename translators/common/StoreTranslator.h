@@ -138,6 +138,7 @@ private:
     const std::string& idOf(BSTR id);
     [[nodiscard]] const PluginField* fieldOf(REFGUID guid) const noexcept;
     [[nodiscard]] GUID guidOf(const PluginField& field) const noexcept;
+    [[nodiscard]] bool givesWholeDetails(REFGUID guid) const noexcept;
     RecordStore& store(Step step);
     bool offers(REFIID riid) const noexcept override;
     HRESULT start(ITrServices* services, OpenStore openStore, bool make);

@@ -1,5 +1,6 @@
 #include "engine/ApplyRecord.h"
 
+#include "engine/details/DetailsFiles.h"
 #include "engine/details/SyncDetails.h"
 #include "engine/HostUnits.h"
 #include "foundation/ImageValue.h"
@@ -7,6 +8,7 @@
 #include "text.h"
 #include "translators/ImageFields.h"
 #include "translators/TranslatorIds.h"
+#include "whole_details.h"
 
 namespace mb {
 namespace {
@@ -158,14 +160,37 @@ private:
             .base = base.value_or(DetailsBase()),
             .firstMeeting = !isNew_ && !base,
             .types = AnnotationTypes(pass_, sourceSide_),
+            .givesFiles = GivesFiles(pass_, sourceSide_, *sourceDetails_),
             .newTarget = isNew_,
             .version = run_.options.cardVersion,
             .sourceWins = [this](const DetailsUnit& unit) { return SourceWinsDetails(pass_, sourceSide_, item_, waiting_, unit); }});
+        if (details_->fileStaysHome()) NoteUnreadDetails(pass_, sourceSide_, recordId_);
         if (!details_->changesTarget()) return;
         if (matched_) return leaveDetails(); // a link writes nothing
-        target_.store.write(targetKey_.get(), (*pass_.details)[targetSide_], com::Variant(details_->text()));
+        const auto added = wholeLines(details_->added());
+        if (!added) return leaveDetails();
+        target_.store.write(targetKey_.get(), (*pass_.details)[targetSide_], com::Variant(details_->text(*added)));
         writes_.details = true;
-        for (const std::u16string_view line : details_->overwritten()) writes_.overwritten.emplace_back(line);
+        for (const std::u16string_view line : details_->overwritten()) writes_.overwritten.push_back(shownLine(line));
+    }
+
+    // The lines with their files, which are read for this record alone; nullopt where the source's store cannot give one.
+    std::optional<std::vector<std::u16string>> wholeLines(std::vector<std::u16string> lines)
+    {
+        std::u16string whole;
+        std::optional<WholeFiles> files;
+        for (std::u16string& line : lines) {
+            const std::u16string_view file = hashedFile(line);
+            if (file.empty() || targetDetails_->find(file) != std::u16string::npos) continue; // the target keeps what it holds
+            if (!files) {
+                if (!source_.store.readText(sourceKey_.get(), wholeDetailsField, whole)) return std::nullopt;
+                files.emplace(*sourceDetails_, whole);
+            }
+            auto found = files->lineOf(line);
+            if (!found) return std::nullopt;
+            line = std::move(*found);
+        }
+        return lines;
     }
 
     // The next run compares both records again.

@@ -123,6 +123,22 @@ TEST_F(ConfirmTest, TheHostIsToldOfDetailsLineByLine)
     EXPECT_THAT(host->fields, ElementsAre(u"City: London > Paris", u"NOTE: -NOTE:a > ", u"NOTE:  > +NOTE:b"));
 }
 
+TEST_F(ConfirmTest, AFileInDetailsIsShownInWords)
+{
+    for (mbtest::FakeStore* store : {&s.one(), &s.two()}) {
+        store->addDetailsField();
+        store->options.hashesFiles = true;
+    }
+    s.one().add({{ftLastName, u"Lovelace"}, {ftDetails, u"SOUND:data:audio/ogg;base64,AAAA"}});
+    ASSERT_EQ(s.sync(), S_OK);
+    s.one().set(s.one().order.back(), ftDetails, u"KEY:data:application/pgp-keys;base64,AAAAAAAA");
+    const auto host = com::make<ReviewFake>();
+    host->details = true;
+    ASSERT_EQ(syncAsking(host.get()), E_ABORT);
+    EXPECT_THAT(host->fields,
+                ElementsAre(u"SOUND: -SOUND: OGG sound, 3 bytes > ", u"KEY:  > +KEY: file of type application/pgp-keys, 6 bytes"));
+}
+
 TEST_F(ConfirmTest, WithNothingToDoNothingIsAsked)
 {
     EXPECT_EQ(syncAsking(), S_OK);

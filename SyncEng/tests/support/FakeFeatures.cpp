@@ -1,6 +1,7 @@
 #include "FakeObject.h"
 
 #include "text.h"
+#include "whole_details.h"
 #include <random>
 
 namespace mbtest {
@@ -43,6 +44,11 @@ const FakeField& FakeTranslator::fieldOf(REFGUID guid) const
     const FakeField* field = side.store->fieldOf(guid);
     if (!field) throw com::Error(E_INVALIDARG);
     return *field;
+}
+
+bool FakeTranslator::givesWholeDetails(REFGUID guid) const
+{
+    return guid == mb::wholeDetailsField && options().hashesFiles && options().givesFiles;
 }
 
 LONG FakeTranslator::typeOf(const FakeField& field) const
@@ -103,7 +109,7 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::GetFieldType(REFGUID rField, LONG* pTy
     if (!pType) return E_POINTER;
     return guarded([&] {
         meet("GetFieldType");
-        *pType = typeOf(fieldOf(rField));
+        *pType = givesWholeDetails(rField) ? LONG{ftDetails} : typeOf(fieldOf(rField));
     });
 }
 

@@ -110,6 +110,7 @@ private:
     const std::vector<std::u16string>& ids() const { return categoryMode_ ? side.store->categoryOrder : side.store->order; }
     const FakeRecord& record(BSTR id) const;
     const FakeField& fieldOf(REFGUID guid) const;
+    bool givesWholeDetails(REFGUID guid) const;
     [[nodiscard]] LONG typeOf(const FakeField& field) const;
     [[nodiscard]] bool imagesAreFiles() const noexcept { return (options().caps & (capBMPFile | capJPEGFile)) != 0; }
     std::u16string imageCopy(const std::u16string& path) const;

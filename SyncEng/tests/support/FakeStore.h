@@ -41,6 +41,8 @@ struct FakeOptions {
          validator = false, images = false, userAccess = false, setUp = true, matcher = false, verifier = true, duplicates = false,
          test = false;
     bool installed = true;    // if false, the class has no ITranslator, as if its plug-in were missing
+    bool hashesFiles = false; // details are given with hashes of embedded files; hashes of files that a record holds are understood
+    bool givesFiles = true;   // if false, whole details cannot be read
     bool dates = true;        // if false, GetModifiedDate returns 0
     bool batches = true;      // if false, BeginUpdate and EndUpdate return E_NOTIMPL
     bool newIdOnSave = false; // SaveRecord gives an edited record a new identifier
@@ -62,6 +64,14 @@ struct FakeOptions {
     std::set<LONG> unreadable, unwritable;                // keys of fields that ReadField and WriteField refuse
     std::filesystem::path imageFolder;                    // the folder of the image files, for capBMPFile and capJPEGFile
 };
+
+// The key in FakeOptions::unreadable of the whole details.
+inline constexpr LONG fakeWholeDetails = 1999;
+
+// The details as a store that hashes files gives them.
+std::u16string withHashes(std::u16string_view details);
+// The reverse, with the files that `held` has. A hash of no such file is left out.
+std::u16string withFiles(std::u16string_view details, std::u16string_view held);
 
 class FakeStore {
 public:

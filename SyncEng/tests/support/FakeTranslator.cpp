@@ -1,6 +1,7 @@
 #include "FakeObject.h"
 
 #include "text.h"
+#include "whole_details.h"
 
 namespace mbtest {
 namespace {
@@ -231,6 +232,13 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
     if (!lpvarValue) return E_POINTER;
     VariantInit(lpvarValue);
     return guarded([&] {
+        if (givesWholeDetails(rField)) {
+            noteOpen("ReadField", lpRecID, "whole details");
+            expect(reading_ && *reading_ == com::viewOf(lpRecID), "ReadField of a record that is not being read");
+            if (options().unreadable.contains(fakeWholeDetails)) throw com::Error(E_FAIL);
+            *lpvarValue = com::Variant(side.store->get(com::viewOf(lpRecID), ftDetails)).detach();
+            return;
+        }
         const FakeField& field = fieldOf(rField);
         noteOpen("ReadField", lpRecID, printable(field.name));
         const std::u16string_view id = com::viewOf(lpRecID);
@@ -250,7 +258,8 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::ReadField(BSTR lpRecID, REFGUID rField
         const auto at = values.find(key);
         if (at == values.end()) return; // VT_EMPTY means an empty text
         const bool isFile = field.dataType == dtImage && imagesAreFiles();
-        *lpvarValue = (isFile ? com::Variant(imageCopy(at->second)) : com::Variant(at->second)).detach();
+        const bool hashes = key == ftDetails && options().hashesFiles;
+        *lpvarValue = com::Variant(isFile ? imageCopy(at->second) : hashes ? withHashes(at->second) : at->second).detach();
     });
 }
 
@@ -312,6 +321,11 @@ HRESULT STDMETHODCALLTYPE FakeTranslator::WriteField(BSTR lpRecID, REFGUID rFiel
         }
         if (options().unwritable.contains(field.key())) throw com::Error(static_cast<HRESULT>(0x8004020C));
         if (isImage && !imagesAllowed_) return;
+        if (field.key() == ftDetails && options().hashesFiles) {
+            const std::u16string held = writing_->isNew ? std::u16string() : side.store->get(writing_->id, ftDetails);
+            writing_->values[ftDetails] = withFiles(text, held);
+            return;
+        }
         writing_->values[field.key()] = isImage && imagesAreFiles() ? imageCopy(std::u16string(text)) : std::u16string(text);
     });
 }

@@ -1,6 +1,7 @@
 // The details of the cards, which are read only on request.
 #include "CardFile.h"
 
+#include "DetailsBytes.h"
 #include "DetailsText.h"
 #include "text.h"
 #include <algorithm>
@@ -31,7 +32,7 @@ bool CardFile::isEmptyIn(const Open& record, int type, Step step) const
     return valueIn(record, type).empty() && sizeOfImage(record, type, step) == 0;
 }
 
-std::u16string CardFile::readDetails(const Open& record, Step step) const
+std::u16string CardFile::currentDetails(const Open& record, Step step) const
 {
     const auto changed = record.changes.find(plugin::kDetailsField);
     const std::u16string text = changed == record.changes.end() ? storedDetails(record, step) : changed->second;
@@ -41,11 +42,16 @@ std::u16string CardFile::readDetails(const Open& record, Step step) const
     });
 }
 
+std::u16string CardFile::readWholeDetails(const std::string& id) { return currentDetails(openFor(id), Step::ReadField); }
+
 void CardFile::writeDetails(Open& record, std::u16string_view text)
 {
-    if (const std::string refusal = plugin::detailsRefusal(text, nameOf(record)); !refusal.empty())
-        throw plugin::StoreError(Step::WriteField, refusal);
-    record.changes[plugin::kDetailsField] = plugin::cleanedDetails(text);
+    const std::string held = platform::utf8(storedDetails(record, Step::WriteField));
+    std::u16string whole = platform::utf16(plugin::wholeDetails(platform::utf8(plugin::cleanedDetails(text)), held));
+    for (const std::u16string_view each : {text, std::u16string_view(whole)})
+        if (const std::string refusal = plugin::detailsRefusal(each, nameOf(record)); !refusal.empty())
+            throw plugin::StoreError(Step::WriteField, refusal);
+    record.changes[plugin::kDetailsField] = std::move(whole);
 }
 
 // An annotation that stayed would come back with a later value of its field.
@@ -56,7 +62,7 @@ void CardFile::settleDetails(Open& record) const
         std::any_of(record.changes.begin(), record.changes.end(), [](const auto& change) { return change.second.empty(); }) ||
         std::any_of(record.images.begin(), record.images.end(), [](const auto& image) { return image.second.empty(); });
     if (!written && !emptied) return;
-    std::u16string text = readDetails(record, Step::Save);
+    std::u16string text = currentDetails(record, Step::Save);
     if (text == storedDetails(record, Step::Save))
         record.changes.erase(plugin::kDetailsField);
     else

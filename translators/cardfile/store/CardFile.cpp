@@ -1,5 +1,6 @@
 #include "CardFile.h"
 
+#include "DetailsBytes.h"
 #include "DetailsText.h"
 #include "files.h"
 #include "NewGuid.h"
@@ -288,7 +289,8 @@ void CardFile::endRead(const std::string&) { reading_.reset(); }
 std::u16string CardFile::read(const std::string& id, int type) const
 {
     const Open& record = openFor(id);
-    return type == plugin::kDetailsField ? readDetails(record, Step::ReadField) : valueIn(record, type);
+    if (type != plugin::kDetailsField) return valueIn(record, type);
+    return platform::utf16(plugin::hashedDetails(platform::utf8(currentDetails(record, Step::ReadField))));
 }
 
 std::u16string CardFile::valueIn(const Open& record, int type)

@@ -49,6 +49,7 @@ public:
     [[nodiscard]] std::string readImage(const std::string& id, int type) override;
     [[nodiscard]] std::uint64_t imageSize(const std::string& id, int type) override;
     void writeImage(const std::string& id, int type, std::string_view bytes) override;
+    std::u16string readWholeDetails(const std::string& id) override;
 
     // Returns the kept categories and those of the cards.
     [[nodiscard]] plugin::Names categories();
@@ -91,9 +92,10 @@ private:
     void writeChanges(const Open& record);
     void writeImages(const Open& record);
     [[nodiscard]] std::uint64_t sizeOfImage(const Open& record, int type, plugin::Step step) const;
-    // The details as they are in the file.
+    // The details as they are in the file, with whole values.
     [[nodiscard]] std::u16string storedDetails(const Open& record, plugin::Step step) const;
-    [[nodiscard]] std::u16string readDetails(const Open& record, plugin::Step step) const;
+    // As they are now, with whole values.
+    [[nodiscard]] std::u16string currentDetails(const Open& record, plugin::Step step) const;
     void writeDetails(Open& record, std::u16string_view text);
     // Drops annotations whose fields are going to be empty.
     void settleDetails(Open& record) const;

@@ -1,7 +1,9 @@
 // The details and the kind of a card.
 #include "Support.h"
 
+#include "DetailsBytes.h"
 #include "DetailsText.h"
+#include "text.h"
 
 namespace mb::cardfile {
 namespace {
@@ -156,6 +158,45 @@ TEST_F(CardDetailsTest, ADatabaseErrorIsAFailureAndNoAbsence)
     failureOf(plugin::Step::Save, [&] { cards->save(id); });
     sql("ALTER TABLE hidden RENAME TO field");
     EXPECT_EQ(readValue(*cards, id, ftDetails), text);
+}
+
+TEST_F(CardDetailsTest, FilesAreReadByTheirHashesAndKeptWhole)
+{
+    const std::u16string whole =
+        u"PHOTO:data:image/png;base64,aGk=\nSOUND:data:audio/ogg;base64,aGk=\nX-ANY:1\nX-ODD:x-mb-data:image/png,2,0";
+    const std::string id = addCardWith(*open(), whole);
+    const std::u16string kept = whole.substr(0, whole.rfind(u'\n'));
+    EXPECT_EQ(sqlText("SELECT value FROM field WHERE type = 1000"), platform::utf8(kept)) << "a hash that nothing has is no value";
+    const auto cards = open();
+    const std::u16string hashed = readValue(*cards, id, ftDetails);
+    EXPECT_EQ(hashed, platform::utf16(plugin::hashedDetails(platform::utf8(kept))));
+    EXPECT_EQ(hashed.find(u"base64"), std::u16string::npos);
+    cards->beginRead(id);
+    EXPECT_EQ(cards->readWholeDetails(id), kept);
+    cards->endRead(id);
+
+    const std::int64_t date = cards->modified(id);
+    edit(*cards, id, ftDetails, hashed);
+    EXPECT_EQ(cards->modified(id), date) << "the hashes name what the card holds";
+    const std::u16string sound = hashed.substr(hashed.find(u"SOUND"), hashed.rfind(u'\n') - hashed.find(u"SOUND"));
+    edit(*cards, id, ftDetails, u"X-ANY:2\n" + sound);
+    EXPECT_EQ(readValue(*cards, id, ftDetails), u"X-ANY:2\n" + sound);
+    EXPECT_EQ(sqlText("SELECT value FROM field WHERE type = 1000"), "X-ANY:2\nSOUND:data:audio/ogg;base64,aGk=");
+    edit(*cards, id, ftDetails, u"X-ANY:2");
+    EXPECT_EQ(sqlText("SELECT value FROM field WHERE type = 1000"), "X-ANY:2") << "the bytes go with the line";
+    edit(*cards, id, ftDetails, hashed);
+    EXPECT_EQ(readValue(*cards, id, ftDetails), u"X-ANY:1") << "and do not come back by their hash";
+}
+
+TEST_F(CardDetailsTest, FilesOverTheLimitAreRefusedAlsoBehindTheirHash)
+{
+    const auto cards = open();
+    const std::string id = addCardWith(*cards, u"KEY:data:;base64," + std::u16string(std::size_t{31} << 20, u'A'));
+    const std::u16string hashed = readValue(*cards, id, ftDetails);
+    const std::u16string more = u"\nKEY:data:;base64," + std::u16string(std::size_t{31} << 20, u'B');
+    cards->beginEdit(id);
+    EXPECT_THROW(cards->write(id, ftDetails, hashed + more + u"\nX-A:" + std::u16string(std::size_t{3} << 20, u'C')), plugin::StoreError);
+    EXPECT_EQ(cards->read(id, ftDetails), hashed);
 }
 
 TEST_F(CardDetailsTest, ADeletedCardLeavesNone)

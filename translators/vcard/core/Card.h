@@ -49,9 +49,11 @@ public:
     std::uint64_t imageSize(int type) const;
     bool setImage(int type, std::string_view jpeg);
 
-    // The details are what the card holds besides its fields; see DetailsText.h. setDetails() changes only the lines that differ, never a
-    // field, and ignores the own lines of the text. Returns whether the card changed.
+    // The details are what the card holds besides its fields; see DetailsText.h. details() gives an embedded file by its hash, see
+    // DetailsBytes.h; wholeDetails() has the same lines with whole values. setDetails() takes either form. It changes only the lines that
+    // differ, never a field, and ignores the own lines of the text. Returns whether the card changed.
     std::u16string details() const;
+    std::u16string wholeDetails() const;
     bool setDetails(std::u16string_view text);
     // Gives a new card the UID that the details name, if `isFree` returns true for it; otherwise the card keeps its own.
     void takeUid(std::u16string_view details, const std::function<bool(const std::string& uid)>& isFree);

@@ -3,6 +3,7 @@
 #include "Ascii.h"
 #include "CanonicalLine.h"
 #include "Charset.h"
+#include "DetailsBytes.h"
 #include "DetailsEdit.h"
 #include "DetailsText.h"
 #include "NewLine.h"
@@ -135,10 +136,22 @@ std::string CardDetails::propertyOf(std::size_t at) const
             line.value(card_.context_).find_first_not_of(u';') == std::u16string::npos)
             return {};
     }
+    return toUtf8(plugin::cleanedDetailsLine(fromUtf8(plugin::hashedLine(canonical(at)))));
+}
+
+// Returns the line in canonical spelling, with its group; empty if it has none.
+std::string CardDetails::canonical(std::size_t at) const
+{
+    const Line& line = card_.lines_[at];
     std::string text = canonicalLine(line, card_.context_);
-    if (text.empty()) return {};
-    if (!line.group().empty()) text.insert(0, lowerCopy(line.group()) + '.');
-    return toUtf8(plugin::cleanedDetailsLine(fromUtf8(text)));
+    if (!text.empty() && !line.group().empty()) text.insert(0, lowerCopy(line.group()) + '.');
+    return text;
+}
+
+std::string CardDetails::wholeProperty(std::size_t line) const
+{
+    const std::string& property = properties_[line];
+    return plugin::hashedValue(property).empty() ? property : plugin::lineWithValueOf(property, canonical(line));
 }
 
 CanonicalProperty CardDetails::usual(const Card& card, int field)
@@ -172,10 +185,20 @@ std::uint32_t CardDetails::fieldParts(int field)
 
 std::u16string CardDetails::text() const
 {
+    return textOf([this](std::size_t line) -> const std::string& { return properties_[line]; });
+}
+
+std::u16string CardDetails::wholeText() const
+{
+    return textOf([this](std::size_t line) { return wholeProperty(line); });
+}
+
+template <class Property> std::u16string CardDetails::textOf(Property&& property) const
+{
     std::string all;
     const auto add = [&](std::string_view line) { all.append(line).append("\n"); };
-    for (const std::string& property : properties_)
-        if (!property.empty()) add(property);
+    for (std::size_t i = 0; i < properties_.size(); ++i)
+        if (!properties_[i].empty()) add(property(i));
     for (const auto& [field, held] : fieldLines_) {
         if (held.annotation.empty()) continue;
         const std::u16string line = plugin::cleanedDetailsLine(fromUtf8(annotationText(field, held.annotation)));
@@ -215,6 +238,7 @@ bool Card::holdsOnlyFields() const
 }
 
 std::u16string Card::details() const { return holdsOnlyFields() ? CardDetails::ownLines(*this) : CardDetails(*this).text(); }
+std::u16string Card::wholeDetails() const { return holdsOnlyFields() ? CardDetails::ownLines(*this) : CardDetails(*this).wholeText(); }
 
 void Card::takeUid(std::u16string_view details, const std::function<bool(const std::string& uid)>& isFree)
 {

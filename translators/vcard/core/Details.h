@@ -33,13 +33,17 @@ public:
     // Requires: `card` outlives this object and is not changed meanwhile.
     explicit CardDetails(const Card& card);
 
-    // The details of each line that travels as a property; empty for any other line.
+    // The details of each line that travels as a property, an embedded file by its hash (DetailsBytes.h); empty for any other line.
     const std::vector<std::string>& properties() const { return properties_; }
+    // The same for one line, with the whole value.
+    std::string wholeProperty(std::size_t line) const;
     // The lines of the fields that have a value, by the field that names them in an annotation.
     const std::map<int, FieldLine>& fieldLines() const { return fieldLines_; }
     std::u16string text() const;
     // Returns the lines of the text that belong to the card itself.
     static std::u16string ownLines(const Card& card);
+    // The same lines in the same order, with whole values.
+    std::u16string wholeText() const;
 
     // Returns the property that a new card of the same version would get for the values of these fields. A picture has no value.
     static CanonicalProperty usual(const Card& card, int field);
@@ -63,6 +67,8 @@ private:
     std::string propertyOf(std::size_t line) const;
     std::string postalLabelOf(std::size_t address) const;
     bool holdsCard(std::size_t line) const;
+    std::string canonical(std::size_t line) const;
+    template <class Property> std::u16string textOf(Property&& property) const;
 
     const Card& card_;
     std::vector<std::string> properties_;

@@ -3,6 +3,7 @@
 #include "Ascii.h"
 #include "CanonicalLine.h"
 #include "Charset.h"
+#include "DetailsBytes.h"
 #include "DetailsText.h"
 #include "LineReader.h"
 #include "Value.h"
@@ -56,7 +57,9 @@ void DetailsEdit::parse()
         if (const int field = plugin::annotatedField(line)) {
             notes_.emplace(field, parseAnnotation(utf8));
         } else if (const CanonicalProperty property = splitProperty(utf8); !isOfTheCard(upperCopy(property.name))) {
-            properties_.push_back(utf8);
+            std::string hashed = plugin::hashedLine(utf8);
+            if (hashed != utf8) given_.emplace(hashed, utf8);
+            properties_.push_back(std::move(hashed));
             if (!property.group.empty()) groups_.insert(upperCopy(property.group));
         }
     }
@@ -155,9 +158,23 @@ void DetailsEdit::planProperties()
     for (const std::string& property : properties_)
         if (int& left = missing[property]; left > 0) {
             --left;
-            added_.push_back(property);
+            if (std::string line = wholeLine(property); !line.empty()) added_.push_back(std::move(line));
         }
     std::stable_partition(added_.begin(), added_.end(), saysNothing); // an empty line that holds a place claims it before others do
+}
+
+// Returns the property with its whole value, which the text or the card holds; empty if neither does.
+std::string DetailsEdit::wholeLine(const std::string& property) const
+{
+    const std::string_view value = plugin::hashedValue(property);
+    if (value.empty()) return property;
+    if (const auto given = given_.find(property); given != given_.end()) return given->second;
+    for (std::size_t i = 0; i < changes_.size(); ++i) {
+        if (plugin::hashedValue(now_.properties()[i]) != value) continue;
+        const std::string whole = now_.wholeProperty(i);
+        if (plugin::hashedValue(whole).empty()) return plugin::lineWithValueOf(property, whole);
+    }
+    return {};
 }
 
 // A line that holds the slot of an empty field may only go if no other line would move into the slot.

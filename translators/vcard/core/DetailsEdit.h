@@ -44,6 +44,7 @@ private:
     bool plan();
     bool freezeFields();
     void planProperties();
+    std::string wholeLine(const std::string& property) const;
     void planField(int field, const FieldLine& held);
     void rewrite(int field, const FieldLine& held, Annotation wanted);
     std::string takePostalLabel(CanonicalProperty& made) const;
@@ -71,11 +72,12 @@ private:
     Card& card_;
     const std::u16string_view text_;
     const Card before_;
-    const CardDetails now_;               // of before_
-    std::vector<std::string> properties_; // wanted
-    std::map<int, Annotation> notes_;     // wanted, by field
-    std::set<std::string> groups_;        // in the text, upper-case
-    std::set<std::string> present_;       // groups of the card, and those that this edit adds
+    const CardDetails now_;                                 // of before_
+    std::vector<std::string> properties_;                   // wanted, embedded files by their hashes
+    std::map<std::string, std::string, std::less<>> given_; // by such a property: the line with the whole value, where the text has it
+    std::map<int, Annotation> notes_;                       // wanted, by field
+    std::set<std::string> groups_;                          // in the text, upper-case
+    std::set<std::string> present_;                         // groups of the card, and those that this edit adds
 
     bool placeKept_ = false;         // a line stays for the place that it holds
     std::set<int> frozen_;           // fields whose lines stay: what the text asks for would change a field

@@ -54,6 +54,7 @@ public:
     std::string readImage(const std::string& id, int type) override { return openFor(id).image(type); }
     std::uint64_t imageSize(const std::string& id, int type) override { return openFor(id).imageSize(type); }
     void writeImage(const std::string& id, int type, std::string_view bytes) override;
+    std::u16string readWholeDetails(const std::string& id) override { return openFor(id).wholeDetails(); }
     void close() override { commitAll(Step::Close); } // commits what was saved in an unfinished batch
 
 private:

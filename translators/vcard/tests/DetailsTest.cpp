@@ -17,7 +17,7 @@ std::string cardOf(const std::string& version, const std::string& lines)
 std::string detailsOf(const Card& card)
 {
     std::string text;
-    const std::u16string details = card.details();
+    const std::u16string details = card.wholeDetails();
     for (const std::u16string_view line : plugin::detailsLines(details))
         if (!line.starts_with(u"VERSION:") && !line.starts_with(u"UID:")) text += toUtf8(line) + '\n';
     return text;
@@ -277,7 +277,7 @@ TEST(Details, TwoMobileNumbersStayMobileNumbers)
         Card to = Card::parse(cardOf(version, ""));
         to.set(ftMobile, from.get(ftMobile));
         to.set(ftMiscPhone1, from.get(ftMiscPhone1));
-        EXPECT_TRUE(to.setDetails(from.details()));
+        EXPECT_TRUE(to.setDetails(from.wholeDetails()));
         EXPECT_EQ(to.bytes(), from.bytes());
     }
 }

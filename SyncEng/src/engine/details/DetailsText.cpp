@@ -301,4 +301,10 @@ std::u16string_view propertyOf(std::u16string_view line)
     return parametersOf(line) == std::u16string_view::npos ? partsOf(line).name : std::u16string_view();
 }
 
+std::u16string_view valueOf(std::u16string_view line)
+{
+    const std::u16string_view value = parametersOf(line) == std::u16string_view::npos ? partsOf(line).value : std::u16string_view();
+    return value.substr(value.empty() ? 0 : 1);
+}
+
 } // namespace mb

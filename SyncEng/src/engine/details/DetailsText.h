@@ -63,5 +63,7 @@ std::vector<std::u16string> clientsOf(const DetailsUnit& unit);
 
 // The name of a line's property, in the spelling of the line; empty for an annotation.
 std::u16string_view propertyOf(std::u16string_view line);
+// The text behind the colon; empty for an annotation.
+std::u16string_view valueOf(std::u16string_view line);
 
 } // namespace mb

@@ -1,5 +1,6 @@
 #include "engine/details/MergeDetails.h"
 
+#include "engine/details/DetailsFiles.h"
 #include "interfaces.h"
 #include "text.h"
 #include <algorithm>
@@ -73,7 +74,8 @@ template <class InUse> std::u16string firstFree(std::u16string_view prefix, InUs
 
 } // namespace
 
-MergedDetails::MergedDetails(const DetailsMergeInput& input) : source_(parseDetails(input.source)), target_(parseDetails(input.target))
+MergedDetails::MergedDetails(const DetailsMergeInput& input)
+    : source_(parseDetails(input.source)), target_(parseDetails(input.target)), givesFiles_(input.givesFiles)
 {
     readSource(input.types);
     readTarget(input.types);
@@ -183,7 +185,23 @@ void MergedDetails::addNew(const std::function<bool(const DetailsUnit&)>& source
 {
     for (const bool annotations : {false, true})
         for (SourceUnit& own : sourceUnits_)
-            if (own.state == State::New && own.travels && own.unit->isAnnotation() == annotations && mayAdd(own, sourceWins)) add(own);
+            if (own.state == State::New && own.travels && own.unit->isAnnotation() == annotations && canGive(own) &&
+                mayAdd(own, sourceWins))
+                add(own);
+}
+
+// Whether the target can get the unit: with files that it holds itself, or that the source's store gives.
+bool MergedDetails::canGive(const SourceUnit& own)
+{
+    const auto held = [&](std::u16string_view line) {
+        const std::u16string_view file = hashedFile(line);
+        return file.empty() || std::ranges::any_of(targetUnits_, [&](const TargetUnit& target) {
+                   return std::ranges::any_of(target.unit->lines, [&](std::u16string_view other) { return hashedFile(other) == file; });
+               });
+    };
+    if (givesFiles_ || std::ranges::all_of(own.unit->lines, held)) return true;
+    fileStaysHome_ = true;
+    return false;
 }
 
 // Makes room for a unit that the target may have once.
@@ -281,7 +299,7 @@ std::u16string MergedDetails::freeName(const DetailsUnit& unit, std::u16string D
     return name;
 }
 
-std::u16string MergedDetails::text() const
+std::u16string MergedDetails::text(const std::vector<std::u16string>& added) const
 {
     std::u16string text;
     const auto append = [&](std::u16string_view line) {
@@ -290,7 +308,7 @@ std::u16string MergedDetails::text() const
     };
     for (const TargetUnit& target : targetUnits_)
         if (target.kept) std::ranges::for_each(target.unit->lines, append);
-    for (const std::u16string& line : added_) append(line);
+    for (const std::u16string& line : added) append(line);
     for (const std::u16string_view line : target_.ownLines) append(line);
     for (const std::u16string& line : ownLines_) append(line);
     return text;
@@ -314,7 +332,7 @@ std::vector<MergedDetails::Expected> MergedDetails::expected() const
 
 namespace {
 
-std::u16string valueOf(std::u16string_view line)
+std::u16string foldedValue(std::u16string_view line)
 {
     const std::size_t colon = line.find(u':');
     return platform::foldedAlnum(line.substr(colon == std::u16string_view::npos ? line.size() : colon));
@@ -346,7 +364,7 @@ DetailsBase MergedDetails::nextBase(std::u16string_view targetNow) const
     constexpr Same ways[] = {
         [](const Expected& a, const DetailsUnit& b) { return !a.key.empty() && a.key == b.key; },
         [](const Expected& a, const DetailsUnit& b) {
-            return !a.name.empty() && a.name == b.name && valueOf(a.line) == valueOf(b.lines.front());
+            return !a.name.empty() && a.name == b.name && foldedValue(a.line) == foldedValue(b.lines.front());
         },
         [](const Expected& a, const DetailsUnit& b) { return a.key.empty() && b.key.empty() && !a.name.empty() && a.name == b.name; }};
     for (const Same same : ways)

@@ -13,6 +13,7 @@ struct DetailsMergeInput {
     DetailsBase base{};        // as the source has it; empty at a first meeting
     bool firstMeeting = false; // of two records that both exist
     const FieldTypeMap& types; // for each mapped pair, the source's field type to the target's: an annotation of any other field stays home
+    bool givesFiles = true;    // the source's store gives files whole; else a line with a file that the target does not hold stays home
     bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
     LONG version = cvAsStore;  // what the map demands of a new record: soCardVersion
     // Of a unit that a record has once and that is new on both sides: whether the source's replaces the target's.
@@ -27,8 +28,12 @@ public:
     // Whether the target's text has to be written.
     [[nodiscard]] bool changesTarget() const noexcept { return !added_.empty() || !removed_.empty() || !ownLines_.empty(); }
     // The target's new text: its lines without the removed ones, and then the added ones.
-    [[nodiscard]] std::u16string text() const;
+    [[nodiscard]] std::u16string text() const { return text(added_); }
+    // The same with these lines in place of the added ones.
+    [[nodiscard]] std::u16string text(const std::vector<std::u16string>& added) const;
     [[nodiscard]] const std::vector<std::u16string>& added() const noexcept { return added_; }
+    // Whether a line of the source stays home because of its file.
+    [[nodiscard]] bool fileStaysHome() const noexcept { return fileStaysHome_; }
     [[nodiscard]] const std::vector<std::u16string_view>& removed() const noexcept { return removed_; }
     // The removed lines that the target's user had changed too.
     [[nodiscard]] const std::vector<std::u16string_view>& overwritten() const noexcept { return overwritten_; }
@@ -70,6 +75,7 @@ private:
     void pairEqual();
     void applyRemovals();
     void addNew(const std::function<bool(const DetailsUnit&)>& sourceWins);
+    bool canGive(const SourceUnit& own);
     bool mayAdd(const SourceUnit& own, const std::function<bool(const DetailsUnit&)>& sourceWins);
     void remove(TargetUnit& target);
     void add(SourceUnit& own);
@@ -90,6 +96,7 @@ private:
     ClientNumbers clientNumbers_; // in the target, by URI
     std::vector<std::u16string_view> removed_, overwritten_;
     std::vector<std::u16string> ownLines_; // of a new target
+    bool givesFiles_, fileStaysHome_ = false;
 };
 
 // Whether the record holds the details that its base has. `types`: as above, from this side to the other.

@@ -1,19 +1,21 @@
 #include "engine/details/PlanDetails.h"
 
+#include "engine/details/DetailsFiles.h"
 #include "engine/details/SyncDetails.h"
 #include <algorithm>
 
 namespace mb {
 namespace {
 
-constexpr std::size_t shownLength = 1000; // of a line: a picture's is not shown whole
+constexpr std::size_t shownLength = 1000; // of a line
 
 std::u16string shownChanges(const MergedDetails& merged)
 {
     std::u16string shown;
     const auto append = [&](char16_t mark, std::u16string_view line) {
         if (!shown.empty()) shown += u'\n';
-        shown.append(1, mark).append(line.substr(0, shownLength)).append(line.size() > shownLength ? u"..." : u"");
+        const std::u16string words = shownLine(line);
+        shown.append(1, mark).append(words, 0, shownLength).append(words.size() > shownLength ? u"..." : u"");
     };
     for (const std::u16string_view line : merged.removed()) append(u'-', line);
     for (const std::u16string& line : merged.added()) append(u'+', line);
@@ -54,6 +56,7 @@ private:
         if (!own || !other) return leaveDetails(item);
         if (!base && pass_.send[target_]) planReturn(item, *own, *other);
         const MergedDetails merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base);
+        if (merged.fileStaysHome()) NoteUnreadDetails(pass_, source_, item.sourceId);
         if (merged.changesTarget()) return write(item, merged);
         if (!item.Changes) return;
         item.Changes->erase(ftDetails);
@@ -69,6 +72,7 @@ private:
              .base = base.value_or(DetailsBase()),
              .firstMeeting = !base,
              .types = AnnotationTypes(pass_, source),
+             .givesFiles = GivesFiles(pass_, source, own),
              .sourceWins = [&, source](const DetailsUnit& unit) { return SourceWinsDetails(pass_, source, item, waiting, unit); }});
     }
 
