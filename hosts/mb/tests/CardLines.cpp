@@ -107,7 +107,7 @@ std::string decoded(const std::string& quotedPrintable)
     return text;
 }
 
-std::string escapedIn40(std::string value, const std::string& name)
+std::string escapedIn40(const std::string& value, const std::string& name)
 {
     std::string text;
     for (const char c : value) {

@@ -29,7 +29,7 @@ const std::vector<FieldLine> fieldLines = {
     {"~\\, ~\\n~ ##", {"NOTE:V", "NOTE;LANGUAGE=de:V"}},
     {"Acme ##;~ Department", {"ORG:V", "ORG;SORT-AS=~:V", "ORG:V;Third #"}},
     {"## High Street\\, ~;~;;;",
-     {"ADR;TYPE=home:;;V", "ADR;TYPE=home:PO #;;V", "ADR;TYPE=home:;Floor #;V", "ADR;LABEL=\"~, ~\";TYPE=home:;;V",
+     {"ADR;TYPE=home:;;V", "ADR;TYPE=home:PO #;;V", "ADR;TYPE=home:;Floor #;V", "ADR;TYPE=home;X-A=\"~, ~\":;;V",
       "ADR;TYPE=home:;;V|X-ABADR:us"}},
     {"1985041#", {"BDAY:V", "BDAY;CALSCALE=gregorian:V"}},
     {"~ Spouse##", {"X-SPOUSE:V", "X-SPOUSE;X-A=#:V"}},
