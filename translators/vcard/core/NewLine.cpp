@@ -123,8 +123,8 @@ bool isAsNew(const Line& line, const Field& first, Version version)
     case Shape::Date: return isPlainDate(body, version);
     case Shape::Phone: return !spelling.comma && !startsWithScheme(body);
     case Shape::Chat: return !spelling.comma && line.name() != "IMPP";
-    case Shape::Gender: return false; // a value of two parts
-    case Shape::Kind: return false;   // case counts
+    case Shape::Gender:             // a value of two parts
+    case Shape::Kind: return false; // case counts
     case Shape::Text: return !spelling.comma;
     case Shape::Part:
     case Shape::Image: break;
