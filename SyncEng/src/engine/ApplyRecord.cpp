@@ -1,6 +1,7 @@
 #include "engine/ApplyRecord.h"
 
 #include "engine/details/DetailsFiles.h"
+#include "engine/details/PictureLines.h"
 #include "engine/details/SyncDetails.h"
 #include "engine/HostUnits.h"
 #include "foundation/ImageValue.h"
@@ -9,6 +10,7 @@
 #include "translators/ImageFields.h"
 #include "translators/TranslatorIds.h"
 #include "whole_details.h"
+#include <algorithm>
 
 namespace mb {
 namespace {
@@ -64,6 +66,7 @@ public:
         {
             const OpenReading reading(source_.store, sourceKey_.get());
             reading.require();
+            if (pass_.details) mergeDetails();
             copyAndRestore();
             save();
         }
@@ -136,7 +139,7 @@ private:
             step.targetField = targetFields[i];
             step.sourceType = *sourceType;
             step.targetType = *targetType;
-            step.WriteIt = !matched_ && selected(step.sourceType);
+            step.WriteIt = writes(step.sourceType);
             findValue(step);
             if (failure_) throw *failure_;
             EmptyValues[i] = step.text().empty();
@@ -147,13 +150,15 @@ private:
         if (failure_) throw *failure_;
     }
 
-    // The merge knows by the history what the source changed; a change set need not name details. A refused text ends the record, as a
-    // refused field does.
-    void writeDetails()
+    // The merge knows by the history what the source changed; a change set need not name details.
+    void mergeDetails()
     {
         sourceDetails_ = ReadDetails(pass_, sourceSide_, sourceKey_);
         if (!sourceDetails_ || !targetDetails_) return leaveDetails();
         const auto base = isNew_ ? std::nullopt : StoredDetailsBase(pass_, sourceSide_, recordId_, targetKey_.text());
+        auto pictures = isNew_ ? PicturesOfNew(pass_, *sourceDetails_)
+                               : ReadPictures(pass_, sourceSide_, item_, waiting_, *sourceDetails_, *targetDetails_, !base, true);
+        if (!pictures) return leaveDetails();
         details_.emplace(DetailsMergeInput{
             .source = *sourceDetails_,
             .target = *targetDetails_,
@@ -163,15 +168,63 @@ private:
             .givesFiles = GivesFiles(pass_, sourceSide_, *sourceDetails_),
             .newTarget = isNew_,
             .version = run_.options.cardVersion,
+            .pictures = std::move(*pictures),
             .sourceWins = [this](const DetailsUnit& unit) { return SourceWinsDetails(pass_, sourceSide_, item_, waiting_, unit); }});
         if (details_->fileStaysHome()) NoteUnreadDetails(pass_, sourceSide_, recordId_);
-        if (!details_->changesTarget()) return;
-        if (matched_) return leaveDetails(); // a link writes nothing
+        if (matched_ && details_->changesTarget()) leaveDetails(); // a link writes nothing
+    }
+
+    // A refused text ends the record, as a refused field does.
+    void writeDetails()
+    {
+        if (!details_ || !details_->changesTarget()) return;
+        // A line is not removed in favour of an image that could not be written.
+        const auto missing = [&](const PictureDecision& picture) {
+            return picture.must && !written_.contains(imageTypeOf(picture.property));
+        };
+        if (std::ranges::any_of(details_->pictures(), missing)) return leaveDetails();
         const auto added = wholeLines(details_->added());
         if (!added) return leaveDetails();
         target_.store.write(targetKey_.get(), (*pass_.details)[targetSide_], com::Variant(details_->text(*added)));
         writes_.details = true;
         for (const std::u16string_view line : details_->overwritten()) writes_.overwritten.push_back(shownLine(line));
+        for (const PictureDecision& picture : details_->pictures())
+            if (picture.clear) clearImage(picture);
+    }
+
+    // The lines that were written are the picture now.
+    void clearImage(const PictureDecision& picture)
+    {
+        const LONG type = imageTypeOf(picture.property);
+        const auto at = std::ranges::find(TargetTypes, type);
+        if (at == TargetTypes.end()) return;
+        const auto index = static_cast<std::size_t>(at - TargetTypes.begin());
+        target_.store.write(targetKey_.get(), pass_.fields(targetSide_)[index], com::Variant(u""));
+        writes_.fields.push_back(index);
+        written_.insert({type, sizeTypeOf(type)});
+        if (hostUpdate_) units_.noteWritten(type);
+        ImageState& image = targetImageStates_[type];
+        if (picture.lost) writes_.overwritten.push_back(shownPicture(picture.property, image.size));
+        image = {.has = false, .size = 0};
+    }
+
+    // What the merge needs of the image field; null for a field about which it needs nothing.
+    const PictureDecision* decisionOf(LONG sourceType) const
+    {
+        if (!details_ || !isImageType(sourceType)) return nullptr;
+        const auto& all = details_->pictures();
+        const auto at = std::ranges::find(all, sourceType, [](const PictureDecision& each) { return imageTypeOf(each.property); });
+        return at == all.end() ? nullptr : &*at;
+    }
+
+    // Whether the item writes the field.
+    bool writes(LONG sourceType)
+    {
+        const PictureDecision* picture = matched_ ? nullptr : decisionOf(sourceType);
+        if (!picture || !picture->keep) return !matched_ && (selected(sourceType) || (picture && picture->write));
+        source_.lostImages.emplace(recordId_, sourceType);
+        source_.unread[recordId_].fields.push_back(sourceType); // if it is not replaced in this run, the next one compares it again
+        return false;
     }
 
     // The lines with their files, which are read for this record alone; nullopt where the source's store cannot give one.

@@ -32,6 +32,15 @@ struct UnreadableRecord {
     std::optional<std::u16string> lastName;
 };
 
+// A kind of picture, which a record has in its image field or in lines of details.
+struct PictureKind {
+    LONG type = 0;                         // of the image field
+    std::u16string_view property{};        // of the lines
+    PerSide<std::optional<GUID>> fields{}; // of a store that has the field
+    bool isPair = false;                   // the map pairs the two fields
+    bool travels = true;                   // lines of the kind
+};
+
 struct PassSide {
     // The store client must outlive the pass.
     explicit PassSide(StoreClient& client, com::Ptr<ITrServices> sideServices = {}) : store(client), services(std::move(sideServices)) {}
@@ -41,23 +50,24 @@ struct PassSide {
 
     StoreClient& store;
     com::Ptr<ITrServices> services;
-    std::vector<HistoryEntry> historyList;              // in the order of the history file
-    TaskList tasks;                                     // what is decided about this side's records, until the plans are made
-    IdentifierSet found;                                // the known records that the store has
-    ExactIdentifiers missing;                           // the known records that the store does not have
-    com::TaskArray<GUID> fields;                        // the mapped fields; entry i goes with entry i of the other side
-    std::map<std::u16string, UnreadRecord> unread;      // by identifier
-    std::vector<std::u16string> missingOnBoth;          // known records that neither side has any more
-    std::vector<std::u16string> historyRemovals;        // records whose history link is dropped before records are written
-    std::unordered_set<std::u16string> renamingUnknown; // known records that the store may have renamed: it could not tell
-    LONG recordCount = -1;                              // of the store, when it was scanned
-    bool listsAll = false;                              // the store listed as many identifiers as it counted
-    bool hasAdditions = false;                          // the scan found a new record
-    std::optional<GUID> kind;                           // the store's field of ftKind, mapped or not
-    bool kindsUnread = false;                           // the kind of some linked record could not be read
-    std::set<std::u16string> leftOut;                   // records that take no part in this run: see engine/SeparateGroups.h
-    std::set<std::u16string> groupCopies;               // those of them that take no part in any later run either
-    bool hasDeletions = false;                          // a decision deleted a record of this side, even if a later one took that back
+    std::vector<HistoryEntry> historyList;                // in the order of the history file
+    TaskList tasks;                                       // what is decided about this side's records, until the plans are made
+    IdentifierSet found;                                  // the known records that the store has
+    ExactIdentifiers missing;                             // the known records that the store does not have
+    com::TaskArray<GUID> fields;                          // the mapped fields; entry i goes with entry i of the other side
+    std::map<std::u16string, UnreadRecord> unread;        // by identifier
+    std::set<std::pair<std::u16string, LONG>> lostImages; // record and type: images that give way to a picture of the other side
+    std::vector<std::u16string> missingOnBoth;            // known records that neither side has any more
+    std::vector<std::u16string> historyRemovals;          // records whose history link is dropped before records are written
+    std::unordered_set<std::u16string> renamingUnknown;   // known records that the store may have renamed: it could not tell
+    LONG recordCount = -1;                                // of the store, when it was scanned
+    bool listsAll = false;                                // the store listed as many identifiers as it counted
+    bool hasAdditions = false;                            // the scan found a new record
+    std::optional<GUID> kind;                             // the store's field of ftKind, mapped or not
+    bool kindsUnread = false;                             // the kind of some linked record could not be read
+    std::set<std::u16string> leftOut;                     // records that take no part in this run: see engine/SeparateGroups.h
+    std::set<std::u16string> groupCopies;                 // those of them that take no part in any later run either
+    bool hasDeletions = false;                            // a decision deleted a record of this side, even if a later one took that back
 
     // The type of the i-th mapped field; nullopt where the translator cannot tell. It is asked once; a question that failed is asked again.
     std::optional<LONG> fieldType(std::size_t i);
@@ -78,14 +88,15 @@ struct PipelinePass {
     RunState& run;
     PerSide<PassSide> sides;
     LONG FieldCount = 0;
-    PerSide<bool> send{true, true};         // this side's records go to the other side: this side is scanned, and the other one written
-    bool FirstSync = false;                 // the map has no usable history
-    bool HasHistory = true;                 // at least one side has history entries
-    FieldTypeMap fieldTypes{};              // for each mapped pair, the type on side 1 to the type on side 2
-    FieldTypeMap fieldTypesBack{};          // the type on side 2 to the type on side 1; for annotations in details alone
-    std::optional<PerSide<GUID>> details{}; // the mapped pair of details, which is none of the pairs in `sides`
-    bool detailsUnread = false;             // details of some record could not be read
-    bool kindsTravel = false;               // the map pairs the kinds of both sides; each then has a kind
+    PerSide<bool> send{true, true};          // this side's records go to the other side: this side is scanned, and the other one written
+    bool FirstSync = false;                  // the map has no usable history
+    bool HasHistory = true;                  // at least one side has history entries
+    FieldTypeMap fieldTypes{};               // for each mapped pair, the type on side 1 to the type on side 2
+    FieldTypeMap fieldTypesBack{};           // the type on side 2 to the type on side 1; for annotations in details alone
+    std::optional<PerSide<GUID>> details{};  // the mapped pair of details, which is none of the pairs in `sides`
+    std::vector<PictureKind> pictureKinds{}; // empty until they are asked for
+    bool detailsUnread = false;              // details of some record could not be read
+    bool kindsTravel = false;                // the map pairs the kinds of both sides; each then has a kind
     std::vector<OfferedPair> offered{};
     std::vector<std::u16string> UnverifiedRecords{}; // left out because they are not verified
     std::vector<UnreadableRecord> unreadable{};

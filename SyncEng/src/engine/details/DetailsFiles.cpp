@@ -116,4 +116,11 @@ std::u16string shownLine(std::u16string_view line)
     return shown.append(u" ").append(kindText(file.mediaType)).append(u", ").append(sizeText(file.size));
 }
 
+std::u16string shownPicture(std::u16string_view property, std::int64_t size)
+{
+    std::u16string shown(property);
+    shown += u": picture";
+    return size < 0 ? shown : shown.append(u", ").append(sizeText(size));
+}
+
 } // namespace mb

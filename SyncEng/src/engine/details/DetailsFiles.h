@@ -27,4 +27,7 @@ private:
 // The line for display: a file in words, such as "PHOTO: PNG picture, 12 KB".
 std::u16string shownLine(std::u16string_view line);
 
+// The same for an image of a field. `size`: in octets; -1 if it is unknown.
+std::u16string shownPicture(std::u16string_view property, std::int64_t size);
+
 } // namespace mb

@@ -82,6 +82,11 @@ MergedDetails::MergedDetails(const DetailsMergeInput& input)
     if (input.firstMeeting) setOwnMarksApart();
     matchBase(input.base);
     pairEqual();
+    for (const DetailsPicture& picture : input.pictures)
+        if (input.newTarget)
+            stayHome(picture);
+        else
+            decidePicture(picture, input.sourceWins);
     applyRemovals();
     addNew(input.sourceWins);
     if (input.newTarget) ownLines_ = offeredOwnLines(source_.ownLines, input.version);
@@ -140,7 +145,10 @@ void MergedDetails::matchBase(const DetailsBase& base)
                 sourceUnits_[*own].baseOther = pair->other;
             }
         if (pair->other)
-            if (const auto target = ofTarget.take(*pair->other)) targetUnits_[*target].state = pair->own ? State::Gone : State::Half;
+            if (const auto target = ofTarget.take(*pair->other)) {
+                targetUnits_[*target].state = pair->own ? State::Gone : State::Half;
+                targetUnits_[*target].sourceHash = pair->own;
+            }
     }
 }
 
@@ -161,7 +169,7 @@ void MergedDetails::pairEqual()
 
 void MergedDetails::applyRemovals()
 {
-    const auto goes = [](const TargetUnit& target) { return target.state == State::Gone && target.mapped; };
+    const auto goes = [](const TargetUnit& target) { return target.state == State::Gone && target.mapped && !target.held; };
     for (TargetUnit& target : targetUnits_)
         if (goes(target) && target.unit->client.empty()) remove(target);
     for (TargetUnit& target : targetUnits_)
@@ -321,7 +329,7 @@ std::vector<MergedDetails::Expected> MergedDetails::expected() const
         if (!target.kept) continue;
         const DetailsUnit& unit = *target.unit;
         all.push_back({unit.key, unit.name, unit.lines.front(), unit.hash, target.sourceHash,
-                       target.state == State::Paired || target.state == State::Half});
+                       target.state == State::Paired || target.state == State::Half || target.held});
     }
     for (Expected unit : addedUnits_) {
         unit.inBase = true;
@@ -384,7 +392,8 @@ DetailsBase MergedDetails::nextBase(std::u16string_view targetNow) const
     return base;
 }
 
-bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const FieldTypeMap& types)
+bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const FieldTypeMap& types,
+                     const std::vector<std::u16string_view>& home)
 {
     const DetailsText details = parseDetails(text);
     std::unordered_map<DetailsHash, int> known;
@@ -392,7 +401,8 @@ bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const Fi
         if (pair.own) ++known[*pair.own];
     for (const DetailsUnit& unit : details.units) {
         const auto at = known.find(unit.hash);
-        const bool travels = !unit.isAnnotation() || types.contains(unit.field);
+        const bool stays = std::ranges::any_of(home, [&](std::u16string_view property) { return isPictureUnit(unit, property); });
+        const bool travels = !stays && (!unit.isAnnotation() || types.contains(unit.field));
         if (at != known.end() && at->second > 0)
             --at->second;
         else if (travels)

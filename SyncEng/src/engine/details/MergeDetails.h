@@ -8,6 +8,25 @@
 
 namespace mb {
 
+// The picture of one kind, which a record has in an image field, in lines of a property, or in both: it is one picture.
+struct DetailsPicture {
+    std::u16string_view property;                                // of the lines: PHOTO or LOGO
+    bool travels = true;                                         // false: lines of the property are neither added nor removed
+    bool fieldTravels = true;                                    // false: the image fields of the two sides are not a mapped pair
+    bool sourceField = false, targetField = false;               // whether the records hold the image
+    bool sourceFieldChanged = false, targetFieldChanged = false; // since the last run
+};
+
+// What a merge needs of the image field of a kind.
+struct PictureDecision {
+    std::u16string_view property;
+    bool write = false; // the source's image has to be written, whatever else is
+    bool must = false;  // ... or the merged text must not be written: lines are removed in its favour
+    bool keep = false;  // the target's picture wins: the source's image must not be written
+    bool clear = false; // the source has lines instead: the target's image has to be removed
+    bool lost = false;  // ... which the target's user had changed
+};
+
 struct DetailsMergeInput {
     std::u16string_view source, target;
     DetailsBase base{};        // as the source has it; empty at a first meeting
@@ -16,6 +35,7 @@ struct DetailsMergeInput {
     bool givesFiles = true;    // the source's store gives files whole; else a line with a file that the target does not hold stays home
     bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
     LONG version = cvAsStore;  // what the map demands of a new record: soCardVersion
+    std::vector<DetailsPicture> pictures{}; // lines of any other property travel by themselves
     // Of a unit that a record has once and that is new on both sides: whether the source's replaces the target's.
     std::function<bool(const DetailsUnit&)> sourceWins{};
 };
@@ -32,6 +52,8 @@ public:
     // The same with these lines in place of the added ones.
     [[nodiscard]] std::u16string text(const std::vector<std::u16string>& added) const;
     [[nodiscard]] const std::vector<std::u16string>& added() const noexcept { return added_; }
+    // Of the kinds of pictures of which the merge needs something.
+    [[nodiscard]] const std::vector<PictureDecision>& pictures() const noexcept { return pictures_; }
     // Whether a line of the source stays home because of its file.
     [[nodiscard]] bool fileStaysHome() const noexcept { return fileStaysHome_; }
     [[nodiscard]] const std::vector<std::u16string_view>& removed() const noexcept { return removed_; }
@@ -56,8 +78,9 @@ private:
         const DetailsUnit* unit = nullptr;
         bool mapped = true; // false for an annotation that no field of the source is mapped to
         State state = State::New;
-        std::optional<DetailsHash> sourceHash{}; // of its partner
+        std::optional<DetailsHash> sourceHash{}; // of its partner; of a unit that is Gone, as it was
         bool kept = true;
+        bool held = false; // a removal that waits: the unit stays in the base
     };
     // A unit that the target should hold.
     struct Expected {
@@ -74,6 +97,11 @@ private:
     void matchBase(const DetailsBase& base);
     void pairEqual();
     void applyRemovals();
+    struct Picture;
+    void decidePicture(const DetailsPicture& picture, const std::function<bool(const DetailsUnit&)>& sourceWins);
+    void stayHome(const DetailsPicture& picture);
+    static void hold(const Picture& units);
+    void replacePicture(const DetailsPicture& picture, const Picture& units, bool bothChanged);
     void addNew(const std::function<bool(const DetailsUnit&)>& sourceWins);
     bool canGive(const SourceUnit& own);
     bool mayAdd(const SourceUnit& own, const std::function<bool(const DetailsUnit&)>& sourceWins);
@@ -96,10 +124,16 @@ private:
     ClientNumbers clientNumbers_; // in the target, by URI
     std::vector<std::u16string_view> removed_, overwritten_;
     std::vector<std::u16string> ownLines_; // of a new target
+    std::vector<PictureDecision> pictures_;
     bool givesFiles_, fileStaysHome_ = false;
 };
 
-// Whether the record holds the details that its base has. `types`: as above, from this side to the other.
-bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const FieldTypeMap& types);
+// Whether all lines of the unit are of the picture's property, or label it.
+bool isPictureUnit(const DetailsUnit& unit, std::u16string_view property);
+
+// Whether the record holds the details that its base has. `types`: as above, from this side to the other. `home`: properties of pictures
+// that do not travel.
+bool detailsAsInBase(std::u16string_view text, const DetailsBase& base, const FieldTypeMap& types,
+                     const std::vector<std::u16string_view>& home = {});
 
 } // namespace mb

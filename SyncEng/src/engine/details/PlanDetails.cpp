@@ -1,7 +1,9 @@
 #include "engine/details/PlanDetails.h"
 
 #include "engine/details/DetailsFiles.h"
+#include "engine/details/PictureLines.h"
 #include "engine/details/SyncDetails.h"
+#include "translators/ImageFields.h"
 #include <algorithm>
 
 namespace mb {
@@ -27,6 +29,8 @@ bool hasChanges(const PlanItem& item) { return item.kind == PlannedChange && ite
 
 bool namesDetails(const PlanItem& item) { return item.Changes && item.Changes->contains(ftDetails); }
 
+bool namesImage(const PlanItem& item) { return item.Changes && (item.Changes->contains(ftImage1) || item.Changes->contains(ftImage2)); }
+
 // Planning of what one side gets of the other side's details.
 class DetailsPlan {
 public:
@@ -39,7 +43,7 @@ public:
     {
         std::erase_if(copies_, [&](PlanItem& item) {
             if (item.kind != PlannedMatch && !hasChanges(item)) return false;
-            const bool named = namesDetails(item);
+            const bool named = namesDetails(item) || namesImage(item);
             plan(item);
             return named && item.kind == PlannedChange && item.Changes->empty();
         });
@@ -50,30 +54,52 @@ private:
     {
         if (item.withoutDetails) return;
         const auto base = StoredDetailsBase(pass_, source_, item.sourceId, *item.targetId);
-        if (base && !namesDetails(item)) return;
+        if (base && !namesDetails(item) && !namesImage(item)) return;
         const auto own = OpenAndReadDetails(pass_, source_, item.sourceId);
         const auto other = OpenAndReadDetails(pass_, target_, *item.targetId);
         if (!own || !other) return leaveDetails(item);
         if (!base && pass_.send[target_]) planReturn(item, *own, *other);
-        const MergedDetails merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base);
-        if (merged.fileStaysHome()) NoteUnreadDetails(pass_, source_, item.sourceId);
-        if (merged.changesTarget()) return write(item, merged);
-        if (!item.Changes) return;
+        const auto merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base);
+        if (!merged) return leaveDetails(item);
+        if (merged->fileStaysHome()) NoteUnreadDetails(pass_, source_, item.sourceId);
+        if (merged->changesTarget()) write(item, *merged);
+        planImages(source_, item, *merged);
+        if (merged->changesTarget() || !item.Changes) return;
         item.Changes->erase(ftDetails);
-        if (item.Changes->empty()) StoreDetailsBase(pass_, source_, item.sourceId, *item.targetId, merged.nextBase(*other));
+        if (item.Changes->empty()) StoreDetailsBase(pass_, source_, item.sourceId, *item.targetId, merged->nextBase(*other));
     }
 
-    MergedDetails merge(Side source, const PlanItem& item, const PlanItem* waiting, std::u16string_view own, std::u16string_view other,
-                        const std::optional<DetailsBase>& base)
+    // Nullopt where a store cannot tell whether it has an image.
+    std::optional<MergedDetails> merge(Side source, const PlanItem& item, const PlanItem* waiting, std::u16string_view own,
+                                       std::u16string_view other, const std::optional<DetailsBase>& base)
     {
-        return MergedDetails(
-            {.source = own,
-             .target = other,
-             .base = base.value_or(DetailsBase()),
-             .firstMeeting = !base,
-             .types = AnnotationTypes(pass_, source),
-             .givesFiles = GivesFiles(pass_, source, own),
-             .sourceWins = [&, source](const DetailsUnit& unit) { return SourceWinsDetails(pass_, source, item, waiting, unit); }});
+        auto pictures = ReadPictures(pass_, source, item, waiting, own, other, !base, false);
+        if (!pictures) return std::nullopt;
+        return std::optional<MergedDetails>(std::in_place, DetailsMergeInput{.source = own,
+                                                                             .target = other,
+                                                                             .base = base.value_or(DetailsBase()),
+                                                                             .firstMeeting = !base,
+                                                                             .types = AnnotationTypes(pass_, source),
+                                                                             .givesFiles = GivesFiles(pass_, source, own),
+                                                                             .pictures = std::move(*pictures),
+                                                                             .sourceWins = [&, source](const DetailsUnit& unit) {
+                                                                                 return SourceWinsDetails(pass_, source, item, waiting,
+                                                                                                          unit);
+                                                                             }});
+    }
+
+    // Names an image that has to be written with the details, and leaves out one that gives way to the target's picture.
+    void planImages(Side source, PlanItem& item, const MergedDetails& merged)
+    {
+        for (const PictureDecision& picture : merged.pictures()) {
+            const LONG type = imageTypeOf(picture.property);
+            if (picture.keep) pass_.side(source).lostImages.emplace(item.sourceId, type);
+            if (!item.Changes || item.Changes->empty()) continue;
+            if (picture.write && !item.Changes->contains(type)) (*item.Changes)[type] = imageFlagText(true);
+            if (!picture.keep) continue;
+            item.Changes->erase(sizeTypeOf(type));
+            item.Changes->erase(type);
+        }
     }
 
     static void write(PlanItem& item, const MergedDetails& merged)
@@ -94,9 +120,10 @@ private:
         made.targetId = item.sourceId;
         made.Changes = std::make_unique<FieldValueMap>();
         PlanItem& back = known ? *known : made;
-        const MergedDetails merged = merge(target_, back, &item, other, own, {});
-        if (!merged.changesTarget()) return;
-        write(back, merged);
+        const auto merged = merge(target_, back, &item, other, own, std::nullopt);
+        if (!merged || !merged->changesTarget()) return;
+        write(back, *merged);
+        planImages(target_, back, *merged);
         if (!known) back_.insert(std::ranges::lower_bound(back_, back.sourceId, {}, &PlanItem::sourceId), std::move(made));
     }
 

@@ -1,5 +1,6 @@
 #include "engine/details/SyncDetails.h"
 
+#include "engine/details/PictureLines.h"
 #include "engine/FieldGroups.h"
 #include <algorithm>
 
@@ -74,8 +75,10 @@ std::optional<std::u16string> OpenAndReadDetails(PipelinePass& pass, Side side, 
 DetailsCompared CompareDetails(PipelinePass& pass, Side side, std::u16string_view text, const FieldValueMap& stored)
 {
     const FieldTypeMap& types = AnnotationTypes(pass, side);
-    if (const auto base = baseIn(stored)) return detailsAsInBase(text, *base, types) ? DetailsCompared::Same : DetailsCompared::Changed;
-    return detailsAsInBase(text, {}, types) ? DetailsCompared::Same : DetailsCompared::FirstMeeting;
+    const auto home = PicturesAtHome(pass, text);
+    if (const auto base = baseIn(stored))
+        return detailsAsInBase(text, *base, types, home) ? DetailsCompared::Same : DetailsCompared::Changed;
+    return detailsAsInBase(text, {}, types, home) ? DetailsCompared::Same : DetailsCompared::FirstMeeting;
 }
 
 std::optional<DetailsBase> StoredDetailsBase(PipelinePass& pass, Side source, const std::u16string& sourceId,
