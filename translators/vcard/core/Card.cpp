@@ -465,6 +465,49 @@ void Card::clear(const Field& field)
     if (claimsByValue(line)) claimAgain(at);
 }
 
+void Card::dropNeedlessMarks()
+{
+    constexpr std::size_t kMostLines = 100; // each attempt reads the whole card
+    if (lines_.size() > kMostLines) return;
+    for (std::size_t i = 0; i < lines_.size();) {
+        const Line& line = lines_[i];
+        const bool marked = line.isSet() && line.param(kPinParam) && !isOfNoField(line);
+        i = marked && dropMark(i) ? 0 : i + 1; // another mark may be needless now
+    }
+}
+
+// Tries the place of the line, and those of the other lines of its property.
+bool Card::dropMark(std::size_t line)
+{
+    if (readsWithoutMark(line, line)) return true;
+    for (std::size_t at = 0; at < lines_.size(); ++at)
+        if (at != line && lines_[at].name() == lines_[line].name() && readsWithoutMark(line, at)) return true;
+    return false;
+}
+
+// Moves a line to the index `at`, without its mark. Returns whether the card reads the same; else it does not change.
+bool Card::readsWithoutMark(std::size_t line, std::size_t at)
+{
+    Card card = *this;
+    Line moved = card.lines_[line];
+    moved.removeParam(kPinParam);
+    moved.setValue(std::u16string(moved.value(context_)), context_);
+    card.lines_.erase(card.lines_.begin() + static_cast<std::ptrdiff_t>(line));
+    card.lines_.insert(card.lines_.begin() + static_cast<std::ptrdiff_t>(at), std::move(moved));
+    card.claims_.clear();
+    card.claimAll();
+    const auto index = [&](int before) { // of a line of this card in the other one
+        const auto from = static_cast<int>(line), to = static_cast<int>(at);
+        if (before == from) return to;
+        if (before > from && before <= to) return before - 1;
+        return before < from && before >= to ? before + 1 : before;
+    };
+    for (std::size_t slot = 0; slot < kSlots; ++slot)
+        if (card.slots_[slot] != (slots_[slot] < 0 ? -1 : index(slots_[slot]))) return false;
+    *this = std::move(card);
+    return true;
+}
+
 std::u16string Card::composedName() const
 {
     std::u16string name;

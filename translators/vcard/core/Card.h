@@ -58,6 +58,11 @@ public:
     // Gives a new card the UID that the details name, if `isFree` returns true for it; otherwise the card keeps its own.
     void takeUid(std::u16string_view details, const std::function<bool(const std::string& uid)>& isFree);
 
+    // Removes the marks (X-MB-FIELD) of lines that were written since the card was read where the card reads the same without them, if need
+    // be with the line at the place of another one. A field that is written before another one of its property gets a mark that is needless
+    // afterwards.
+    void dropNeedlessMarks();
+
     // Returns the parts of the name as one text, such as "Dr. John Q. Doe Jr.".
     std::u16string composedName() const;
     // FN is mandatory from version 3.0 on. For a contact without display name, FN is derived from other fields and marked as derived. A
@@ -84,6 +89,8 @@ private:
     void add(const Field& field, const std::u16string& text);
     void clear(const Field& field);
     void eraseLine(std::size_t at);
+    bool dropMark(std::size_t line);
+    bool readsWithoutMark(std::size_t line, std::size_t at);
     void eraseLabels(const std::string& group);
     bool required(const Field& field) const;
     std::size_t endOfLines() const;

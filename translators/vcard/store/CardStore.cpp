@@ -202,7 +202,10 @@ std::string CardStore::save(const std::string& id)
     if (!record.isNew && !record.displayNameWritten && !record.nameBefore.empty() &&
         record.card.get(kDisplayNameField) == record.nameBefore)
         record.card.set(kDisplayNameField, record.card.composedName()); // a display name that equals the composed name follows it
-    if (record.isNew || record.card.bytes() != record.bytes) record.card.completeName();
+    if (record.isNew || record.card.bytes() != record.bytes) {
+        record.card.completeName();
+        record.card.dropNeedlessMarks();
+    }
     std::string bytes = record.card.bytes();
     if (bytes != record.bytes) {
         record.onDisk = std::exchange(record.bytes, std::move(bytes));

@@ -155,6 +155,37 @@ TEST(Card, Version40WritesItsOwnForms)
     EXPECT_EQ(changeOf(card, ftIM, u"aim:joe"), Change("", "IMPP;X-MB-FIELD=50:aim:joe\r\n"));
 }
 
+TEST(CardEdit, AMarkIsDroppedWhereALaterFieldMakesItNeedless)
+{
+    Card card = Card::make("1", "\r\n", Version::V30);
+    const std::string empty = card.bytes();
+    const std::vector<std::pair<int, std::u16string_view>> written{{ftEmail3, u"c"},      {ftEmail2, u"b"},     {ftMiscPhone2, u"m2"},
+                                                                   {ftMiscPhone1, u"m1"}, {ftOtherPhone, u"o"}, {ftWebPage2, u"w2"},
+                                                                   {ftWebPage, u"w"},     {ftEmail1, u"a"}};
+    for (const auto& [type, text] : written) card.set(type, text);
+    EXPECT_NE(card.bytes().find("X-MB-FIELD"), std::string::npos);
+    card.dropNeedlessMarks();
+    EXPECT_EQ(card.bytes().find("X-MB-FIELD"), std::string::npos) << card.bytes();
+    EXPECT_TRUE(card.readsBackFrom(card.bytes()));
+    const Card again = Card::parse(card.bytes());
+    for (const auto& [type, text] : written) EXPECT_EQ(toUtf8(again.get(type)), toUtf8(text)) << type;
+    Card parsed = Card::parse(empty.substr(0, empty.find("END:")) + "EMAIL;X-MB-FIELD=29:a\r\nEND:VCARD\r\n");
+    const std::string before = parsed.bytes();
+    parsed.dropNeedlessMarks();
+    EXPECT_EQ(parsed.bytes(), before) << "a line that was not written stays";
+}
+
+TEST(CardEdit, AMarkThatTellsTheFieldStays)
+{
+    Card card = Card::make("1", "\r\n", Version::V30);
+    card.set(ftEmail2, u"b");
+    card.set(ftDirectPhone, u"1");
+    card.dropNeedlessMarks();
+    EXPECT_EQ(toUtf8(Card::parse(card.bytes()).get(ftEmail2)), "b");
+    EXPECT_EQ(toUtf8(Card::parse(card.bytes()).get(ftDirectPhone)), "1");
+    EXPECT_EQ(toUtf8(card.get(ftOtherPhone)), "");
+}
+
 TEST(Card, ClearingOneOfSeveralDoesNotMoveTheOthers)
 {
     Card card = Card::parse(v30("EMAIL:a\r\nEMAIL:b\r\nTEL;TYPE=CELL:1\r\nTEL;TYPE=CELL:2\r\n"));
