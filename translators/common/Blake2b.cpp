@@ -34,7 +34,9 @@ std::uint64_t littleEndian(const char* bytes)
     return word;
 }
 
-void mix(std::uint64_t& a, std::uint64_t& b, std::uint64_t& c, std::uint64_t& d, std::uint64_t x, std::uint64_t y)
+// A call would cost as much as the work.
+[[gnu::always_inline]] inline void mix(std::uint64_t& a, std::uint64_t& b, std::uint64_t& c, std::uint64_t& d, std::uint64_t x,
+                                       std::uint64_t y)
 {
     a += b + x;
     d = std::rotr(d ^ a, 32);

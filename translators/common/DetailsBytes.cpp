@@ -3,6 +3,7 @@
 #include "Blake2b.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <vector>
 
@@ -22,14 +23,21 @@ std::size_t valueAt(std::string_view line)
     return std::string_view::npos;
 }
 
-bool isLetterOfBase64(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '+' || c == '/'; }
+constexpr std::array<bool, 256> kLettersOfBase64 = [] {
+    std::array<bool, 256> letters{};
+    constexpr std::string_view kAll = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    for (const char c : kAll) letters[static_cast<unsigned char>(c)] = true;
+    return letters;
+}();
 
 // Returns the number of octets that the text stands for; 0 for a text that is not in base64 with its padding.
 std::size_t octetsOf(std::string_view base64)
 {
     const std::size_t letters = base64.find_last_not_of('=') + 1, padding = base64.size() - letters;
     if (base64.empty() || base64.size() % 4 != 0 || padding > 2) return 0;
-    if (!std::all_of(base64.begin(), base64.begin() + static_cast<std::ptrdiff_t>(letters), isLetterOfBase64)) return 0;
+    bool valid = true; // of a long text, without a branch for each letter
+    for (const char c : base64.substr(0, letters)) valid &= kLettersOfBase64[static_cast<unsigned char>(c)];
+    if (!valid) return 0;
     return base64.size() / 4 * 3 - padding;
 }
 
