@@ -177,7 +177,10 @@ private:
     // A refused text ends the record, as a refused field does.
     void writeDetails()
     {
-        if (!details_ || !details_->changesTarget()) return;
+        if (!details_) return;
+        // An annotation of an emptied field goes with the text, or the target would keep what it says as a property.
+        const bool changes = details_->changesTarget();
+        if (!changes && !(emptied_ && details_->keepsAnnotation())) return;
         // A line is not removed in favour of an image that could not be written.
         const auto missing = [&](const PictureDecision& picture) {
             return picture.must && !written_.contains(imageTypeOf(picture.property));
@@ -186,7 +189,7 @@ private:
         const auto added = wholeLines(details_->added());
         if (!added) return leaveDetails();
         target_.store.write(targetKey_.get(), (*pass_.details)[targetSide_], com::Variant(details_->text(*added)));
-        writes_.details = true;
+        writes_.details = changes;
         for (const std::u16string_view line : details_->overwritten()) writes_.overwritten.push_back(shownLine(line));
         for (const PictureDecision& picture : details_->pictures())
             if (picture.clear) clearImage(picture);
@@ -316,6 +319,7 @@ private:
         }
         target_.store.write(targetKey_.get(), step.targetField, *value);
         step.written = true;
+        emptied_ = emptied_ || step.text().empty();
         writes_.fields.push_back(step.index);
         written_.insert(step.targetType);
         if (isImageType(step.targetType)) written_.insert(sizeTypeOf(step.targetType));
@@ -485,6 +489,7 @@ private:
     bool isNew_, matched_, hostUpdate_ = false;
     std::optional<ULONG> sourceCaps_, targetCaps_;
     std::set<LONG> written_;                                      // types of the target's fields
+    bool emptied_ = false;                                        // a field of the target
     std::optional<std::u16string> sourceDetails_, targetDetails_; // as they were read; the merge points into them
     std::optional<MergedDetails> details_;
     ImageFiles imageFiles_;

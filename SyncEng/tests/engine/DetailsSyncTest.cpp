@@ -430,6 +430,25 @@ TEST_F(DetailsSync, AnAnnotationThatBothChangedFollowsTheSideWhoseFieldWins)
     }
 }
 
+// The plug-in drops the annotation at the write. Where nothing is written, a PO box would stay without its address.
+TEST_F(DetailsSync, ATextWithTheAnnotationOfAnEmptiedFieldIsWritten)
+{
+    for (const bool emptied : {false, true}) {
+        begin(u"@20;TYPE=cell");
+        s.one().set(id1, ftPhone, emptied ? u"" : u"2");
+        set1(u"");
+        set2(u"@20;TYPE=work");
+        sync();
+        const auto written = Contains("2 WriteField " + std::string(id2.begin(), id2.end()) + " Details=@20;TYPE=work");
+        if (emptied)
+            EXPECT_THAT(s.log().lines, written);
+        else
+            EXPECT_THAT(s.log().lines, Not(written));
+        s.one().remove(id1);
+        sync();
+    }
+}
+
 TEST_F(DetailsSync, TheAnnotationOfAnAddressFollowsAnyOfItsFields)
 {
     ASSERT_EQ(LONG{ftStreet1}, 8);

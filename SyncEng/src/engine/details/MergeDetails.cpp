@@ -307,6 +307,11 @@ std::u16string MergedDetails::freeName(const DetailsUnit& unit, std::u16string D
     return name;
 }
 
+bool MergedDetails::keepsAnnotation() const
+{
+    return std::ranges::any_of(targetUnits_, [](const TargetUnit& target) { return target.kept && target.unit->isAnnotation(); });
+}
+
 std::u16string MergedDetails::text(const std::vector<std::u16string>& added) const
 {
     std::u16string text;

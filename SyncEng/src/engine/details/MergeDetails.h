@@ -47,6 +47,8 @@ public:
 
     // Whether the target's text has to be written.
     [[nodiscard]] bool changesTarget() const noexcept { return !added_.empty() || !removed_.empty() || !ownLines_.empty(); }
+    // Whether the target's new text has an annotation that the target had before.
+    [[nodiscard]] bool keepsAnnotation() const;
     // The target's new text: its lines without the removed ones, and then the added ones.
     [[nodiscard]] std::u16string text() const { return text(added_); }
     // The same with these lines in place of the added ones.
