@@ -164,6 +164,7 @@ private:
             .target = *targetDetails_,
             .base = base.value_or(DetailsBase()),
             .firstMeeting = !isNew_ && !base,
+            .bothWays = pass_.send[targetSide_],
             .types = AnnotationTypes(pass_, sourceSide_),
             .givesFiles = GivesFiles(pass_, sourceSide_, *sourceDetails_),
             .newTarget = isNew_,

@@ -344,6 +344,28 @@ TEST(MergeDetailsTest, AtAFirstMeetingTheMarkThatOldCopiesHaveDoesNotTravel)
     EXPECT_TRUE(merged(mark, u"", false).changesTarget()) << "an edit of a user";
 }
 
+TEST(MergeDetailsTest, AtAFirstMeetingAnAnnotationWithAllParametersOfTheOtherWins)
+{
+    const FieldTypeMap types{{20, 20}};
+    const std::u16string poor = u"@20;TYPE=work", rich = u"@20;TYPE=work;VALUE=uri;X-MB-VALUE=\"tel:1;ext=2\"", other = u"@20;PREF=1";
+    const auto merged = [&](std::u16string_view source, std::u16string_view target, bool bothWays) {
+        return MergedDetails({.source = source,
+                              .target = target,
+                              .base = {},
+                              .firstMeeting = true,
+                              .bothWays = bothWays,
+                              .types = types,
+                              .newTarget = false,
+                              .sourceWins = [](const mb::DetailsUnit&) { return true; }});
+    };
+    EXPECT_FALSE(merged(poor, rich, true).changesTarget()) << "the target's will travel to the source";
+    EXPECT_EQ(merged(rich, poor, true).text(), rich);
+    EXPECT_THAT(merged(rich, poor, true).overwritten(), IsEmpty());
+    EXPECT_EQ(merged(poor, rich, false).text(), poor) << "in one direction the source wins";
+    EXPECT_EQ(merged(other, rich, true).text(), other);
+    EXPECT_THAT(merged(other, rich, true).overwritten(), ElementsAre(rich));
+}
+
 TEST(MergeDetailsTest, EqualLinesAreCounted)
 {
     Pair pair{u"X-A:1\nX-A:1", u"X-A:1"};

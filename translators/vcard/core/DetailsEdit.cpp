@@ -205,6 +205,7 @@ void DetailsEdit::rewrite(int field, const FieldLine& held, Annotation wanted)
     const bool image = findField(field)->shape == Shape::Image;
     for (const std::string_view ignored : {std::string_view(), kValueNote, kNameNote, kPartsNote, kEscapesNote}) {
         if (!ignored.empty() && wanted.erase(std::string(ignored)) == 0) continue;
+        if (ignored == kValueNote && note(wanted, "VALUE") == "uri") wanted.erase("VALUE"); // the field's value is none
         CanonicalProperty made = annotated(CardDetails::usual(before_, field), wanted, CardDetails::fieldParts(field));
         if (image) made.value = valueOf(held.line);
         made.group = groupFor(held, wanted);

@@ -204,6 +204,14 @@ TEST(Details, ALineThatWouldBecomeAFieldIsMarked)
     EXPECT_EQ(detailsOf(card), "EMAIL:a\n");
 }
 
+TEST(Details, AValueThatIsNotThatOfTheFieldIsIgnoredWithItsKind)
+{
+    EXPECT_EQ(changeOf("4.0", "FN:x\r\nTEL;TYPE=cell:1\r\n", u"@24;PREF=1;VALUE=uri;X-MB-VALUE=\"tel:2\""),
+              Change("TEL;TYPE=cell:1\r\n", "TEL;PREF=1;TYPE=cell:1\r\n"));
+    EXPECT_EQ(changeOf("4.0", "FN:x\r\nTEL;TYPE=cell:1\r\n", u"@24;VALUE=uri;X-MB-VALUE=\"tel:1\""),
+              Change("TEL;TYPE=cell:1\r\n", "TEL;TYPE=cell;VALUE=uri:tel:1\r\n"));
+}
+
 TEST(Details, AnEmptyLineThatHoldsAPlaceIsAddedBeforeALineThatWouldTakeIt)
 {
     std::string lines = "FN:x\r\n";

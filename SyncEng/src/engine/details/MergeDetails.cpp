@@ -9,6 +9,23 @@
 namespace mb {
 namespace {
 
+// The parameters of an annotation, in order.
+std::vector<std::u16string_view> parametersOf(const DetailsUnit& annotation)
+{
+    const std::u16string_view line = annotation.lines.front();
+    std::vector<std::u16string_view> parameters;
+    bool quoted = false;
+    std::size_t start = std::u16string_view::npos; // of a parameter
+    for (std::size_t at = 0; at <= line.size(); ++at) {
+        if (at < line.size() && line[at] == u'"') quoted = !quoted;
+        if (at < line.size() && (quoted || line[at] != u';')) continue;
+        if (start != std::u16string_view::npos) parameters.push_back(line.substr(start, at - start));
+        start = at + 1;
+    }
+    std::ranges::sort(parameters);
+    return parameters;
+}
+
 // Gives out the units of one hash, each of them once.
 class UnitsByHash {
 public:
@@ -75,7 +92,8 @@ template <class InUse> std::u16string firstFree(std::u16string_view prefix, InUs
 } // namespace
 
 MergedDetails::MergedDetails(const DetailsMergeInput& input)
-    : source_(parseDetails(input.source)), target_(parseDetails(input.target)), givesFiles_(input.givesFiles)
+    : source_(parseDetails(input.source)), target_(parseDetails(input.target)), givesFiles_(input.givesFiles),
+      unites_(input.firstMeeting && input.bothWays)
 {
     readSource(input.types);
     readTarget(input.types);
@@ -212,7 +230,8 @@ bool MergedDetails::canGive(const SourceUnit& own)
     return false;
 }
 
-// Makes room for a unit that the target may have once.
+// Makes room for a unit that the target may have once. At a first meeting an annotation with all parameters of the other one is their
+// union, and no edit of it.
 bool MergedDetails::mayAdd(const SourceUnit& own, const std::function<bool(const DetailsUnit&)>& sourceWins)
 {
     if (own.unit->key.empty()) return true;
@@ -220,6 +239,14 @@ bool MergedDetails::mayAdd(const SourceUnit& own, const std::function<bool(const
     const auto rival = std::ranges::find_if(
         targetUnits_, [&](const TargetUnit& target) { return target.kept && target.state != State::Paired && target.unit->key == key; });
     if (rival == targetUnits_.end()) return true;
+    if (unites_ && own.targetField) {
+        const auto wanted = parametersOf(*own.unit), held = parametersOf(*rival->unit);
+        if (std::ranges::includes(held, wanted)) return false;
+        if (std::ranges::includes(wanted, held)) {
+            remove(*rival);
+            return true;
+        }
+    }
     const bool changedByUser = rival->state == State::New;
     if (changedByUser && !sourceWins(*own.unit)) return false;
     if (changedByUser) overwritten_.insert(overwritten_.end(), rival->unit->lines.begin(), rival->unit->lines.end());

@@ -31,6 +31,7 @@ struct DetailsMergeInput {
     std::u16string_view source, target;
     DetailsBase base{};        // as the source has it; empty at a first meeting
     bool firstMeeting = false; // of two records that both exist
+    bool bothWays = false;     // the target's details travel to the source too
     const FieldTypeMap& types; // for each mapped pair, the source's field type to the target's: an annotation of any other field stays home
     bool givesFiles = true;    // the source's store gives files whole; else a line with a file that the target does not hold stays home
     bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
@@ -127,7 +128,7 @@ private:
     std::vector<std::u16string_view> removed_, overwritten_;
     std::vector<std::u16string> ownLines_; // of a new target
     std::vector<PictureDecision> pictures_;
-    bool givesFiles_, fileStaysHome_ = false;
+    bool givesFiles_, unites_, fileStaysHome_ = false;
 };
 
 // Whether all lines of the unit are of the picture's property, or label it.

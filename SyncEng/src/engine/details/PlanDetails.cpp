@@ -79,6 +79,7 @@ private:
                                                                              .target = other,
                                                                              .base = base.value_or(DetailsBase()),
                                                                              .firstMeeting = !base,
+                                                                             .bothWays = pass_.send[otherSide(source)],
                                                                              .types = AnnotationTypes(pass_, source),
                                                                              .givesFiles = GivesFiles(pass_, source, own),
                                                                              .pictures = std::move(*pictures),
