@@ -191,6 +191,21 @@ TEST_F(DetailsPictures, ALineThatCannotBeReadLeavesTheImage)
     expectBoth(u"", {u"NOTE:b", png});
 }
 
+TEST_F(DetailsPictures, ALineWhoseSuccessorStaysHomeStaysToo)
+{
+    begin(u"", png);
+    s.one().options.givesFiles = false;
+    set1(u"", gif);
+    for (int run = 0; run < 2; ++run) {
+        sync();
+        expectHeld(s.one(), id1, u"", {gif});
+        expectHeld(s.two(), id2, u"", {png});
+    }
+    s.one().options.givesFiles = true;
+    sync();
+    expectBoth(u"", {gif});
+}
+
 TEST_F(DetailsPictures, WithoutTheImageOptionLinesNeitherTravelNorGo)
 {
     s.setOption(soSyncImages, false);
