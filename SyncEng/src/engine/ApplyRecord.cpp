@@ -1,6 +1,7 @@
 #include "engine/ApplyRecord.h"
 
 #include "engine/details/DetailsFiles.h"
+#include "engine/details/FindCounterparts.h"
 #include "engine/details/PictureLines.h"
 #include "engine/details/SyncDetails.h"
 #include "engine/HostUnits.h"
@@ -46,11 +47,12 @@ const std::u16string* valueIn(const FieldValueMap* values, LONG type)
 
 class RecordApply {
 public:
-    RecordApply(PipelinePass& pass, Side target, const PlanItem& item, const PlanItem* waiting, std::optional<std::u16string>& targetId,
-                LinkGuard& guard, RecordWrites& writes)
-        : pass_(pass), run_(pass.run), sourceSide_(otherSide(target)), targetSide_(target), source_(pass.side(sourceSide_)),
-          target_(pass.side(target)), recordId_(item.sourceId), item_(item), waiting_(waiting), targetIdOut_(targetId), guard_(guard),
-          writes_(writes), sourceKey_(recordId_), isNew_(!targetId), matched_(item.kind == PlannedMatch)
+    RecordApply(PipelinePass& pass, PerSide<SidePlan>& plans, Side target, Reference turn, const PlanItem& item, const PlanItem* waiting,
+                std::optional<std::u16string>& targetId, LinkGuard& guard, RecordWrites& writes)
+        : pass_(pass), plans_(plans), run_(pass.run), turn_(turn), sourceSide_(otherSide(target)), targetSide_(target),
+          source_(pass.side(sourceSide_)), target_(pass.side(target)), recordId_(item.sourceId), item_(item), waiting_(waiting),
+          targetIdOut_(targetId), guard_(guard), writes_(writes), sourceKey_(recordId_), isNew_(!targetId),
+          matched_(item.kind == PlannedMatch)
     {
         if (targetId) targetKey_ = com::Bstr(*targetId);
         hostUpdate_ = target == Side::One && run_.side(Side::One).id == hostTranslator && target_.store.hasFields() && targetId;
@@ -58,6 +60,7 @@ public:
 
     void run()
     {
+        if (pass_.details && turn_ != Reference::None && !findCounterparts()) return;
         sourceCaps_ = source_.store.caps();
         targetCaps_ = target_.store.caps();
         if (hostUpdate_) units_.readBefore(pass_, targetSide_, targetKey_.get());
@@ -66,6 +69,11 @@ public:
         {
             const OpenReading reading(source_.store, sourceKey_.get());
             reading.require();
+            if (pass_.details && turn_ == Reference::None) {
+                sourceDetails_ = ReadDetails(pass_, sourceSide_, sourceKey_);
+                if (sourceDetails_) writes_.waitsFor = lastReference(*sourceDetails_);
+                if (writes_.waitsFor != Reference::None) return;
+            }
             if (pass_.details) mergeDetails();
             copyAndRestore();
             save();
@@ -89,6 +97,16 @@ private:
         com::Variant value;
         [[nodiscard]] std::u16string_view text() const noexcept { return value.text(); }
     };
+
+    // No record is open yet: those that the details refer to are read. False for a new record that has to wait: once it is created, it is
+    // not offered the UID by which others know it.
+    bool findCounterparts()
+    {
+        sourceDetails_ = OpenAndReadDetails(pass_, sourceSide_, recordId_);
+        counterparts_ = sourceDetails_ ? FindCounterparts(pass_, plans_, sourceSide_, *sourceDetails_) : std::nullopt;
+        writes_.nextRun = isNew_ && !counterparts_;
+        return !writes_.nextRun;
+    }
 
     // The host's units are restored also where a field was refused.
     void copyAndRestore()
@@ -153,8 +171,7 @@ private:
     // The merge knows by the history what the source changed; a change set need not name details.
     void mergeDetails()
     {
-        sourceDetails_ = ReadDetails(pass_, sourceSide_, sourceKey_);
-        if (!sourceDetails_ || !targetDetails_) return leaveDetails();
+        if (!sourceDetails_ || !targetDetails_ || !counterparts_) return leaveDetails();
         const auto base = isNew_ ? std::nullopt : StoredDetailsBase(pass_, sourceSide_, recordId_, targetKey_.text());
         auto pictures = isNew_ ? PicturesOfNew(pass_, *sourceDetails_)
                                : ReadPictures(pass_, sourceSide_, item_, waiting_, *sourceDetails_, *targetDetails_, !base, true);
@@ -167,6 +184,7 @@ private:
             .bothWays = pass_.send[targetSide_],
             .types = AnnotationTypes(pass_, sourceSide_),
             .givesFiles = GivesFiles(pass_, sourceSide_, *sourceDetails_),
+            .counterparts = *counterparts_,
             .newTarget = isNew_,
             .version = run_.options.cardVersion,
             .pictures = std::move(*pictures),
@@ -474,7 +492,9 @@ private:
     }
 
     PipelinePass& pass_;
+    PerSide<SidePlan>& plans_;
     RunState& run_;
+    Reference turn_;
     Side sourceSide_, targetSide_;
     PassSide &source_, &target_;
     const std::u16string& recordId_;
@@ -492,6 +512,7 @@ private:
     std::set<LONG> written_;                                      // types of the target's fields
     bool emptied_ = false;                                        // a field of the target
     std::optional<std::u16string> sourceDetails_, targetDetails_; // as they were read; the merge points into them
+    std::optional<Counterparts> counterparts_{std::in_place};     // of the records that the source's details refer to; none if unknown
     std::optional<MergedDetails> details_;
     ImageFiles imageFiles_;
     HostUnits units_;
@@ -505,10 +526,10 @@ private:
 
 } // namespace
 
-void ApplyRecord(PipelinePass& pass, Side target, const PlanItem& item, const PlanItem* waiting, std::optional<std::u16string>& targetId,
-                 LinkGuard& guard, RecordWrites& writes)
+void ApplyRecord(PipelinePass& pass, PerSide<SidePlan>& plans, Side target, Reference turn, const PlanItem& item, const PlanItem* waiting,
+                 std::optional<std::u16string>& targetId, LinkGuard& guard, RecordWrites& writes)
 {
-    RecordApply(pass, target, item, waiting, targetId, guard, writes).run();
+    RecordApply(pass, plans, target, turn, item, waiting, targetId, guard, writes).run();
 }
 
 } // namespace mb

@@ -79,6 +79,12 @@ public:
         (void)history_->exchangeSink(std::move(sink));
         require(hr);
     }
+    [[nodiscard]] std::vector<std::u16string> records(Side side) const
+    {
+        std::vector<std::u16string> ids;
+        (void)history_->ListRecords(sectionOf(side), ids);
+        return ids;
+    }
     // False where the history has no entry under `entry.Id`.
     bool readEntry(Side side, HistoryEntry& entry) const { return SUCCEEDED(history_->ReadEntry(sectionOf(side), entry, false)); }
     void writeEntry(Side side, const HistoryEntry& entry) { require(history_->WriteEntry(sectionOf(side), entry)); }

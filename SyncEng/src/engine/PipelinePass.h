@@ -41,6 +41,12 @@ struct PictureKind {
     bool travels = true;                   // lines of the kind
 };
 
+// The records of a side by the keys of their UIDs: see engine/details/References.h.
+struct RecordsByUid {
+    std::map<std::u16string, std::u16string> ids;
+    bool complete = true; // the UID of each record could be read
+};
+
 struct PassSide {
     // The store client must outlive the pass.
     explicit PassSide(StoreClient& client, com::Ptr<ITrServices> sideServices = {}) : store(client), services(std::move(sideServices)) {}
@@ -64,6 +70,7 @@ struct PassSide {
     bool listsAll = false;                                // the store listed as many identifiers as it counted
     bool hasAdditions = false;                            // the scan found a new record
     std::optional<GUID> kind;                             // the store's field of ftKind, mapped or not
+    std::optional<RecordsByUid> recordsByUid;             // once a reference was looked up
     bool kindsUnread = false;                             // the kind of some linked record could not be read
     std::set<std::u16string> leftOut;                     // records that take no part in this run: see engine/SeparateGroups.h
     std::set<std::u16string> groupCopies;                 // those of them that take no part in any later run either

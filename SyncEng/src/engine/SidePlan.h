@@ -28,16 +28,19 @@ using PlanItems = std::deque<PlanItem>;
 // The item of the record; null if there is none.
 PlanItem* FindItem(PlanItems& items, std::u16string_view recordId);
 
-// What will be written to one side: the copies first, and then the deletions. An item leaves its list when it is done.
+// What will be written to one side: the copies first, then those that wait for others, and then the deletions. An item leaves its list when
+// it is done.
 struct SidePlan {
     PlanItems copies;        // additions, changes and links
+    PlanItems relations;     // copies whose details refer to other records: they wait until those are written
+    PlanItems members;       // copies whose details name the members of a group: they wait longest
     PlanItems deletions;     // also the records that are gone already
     bool written = true;     // by this run; the plan of a side that is not written is only shown
     std::size_t planned = 0; // how many items there were before the first one was done
     LONG linkedRecords = 0;  // how many records of this side the history links
     LONG sourceRecords = -1; // how many records the other side's store counted in the scan; -1 if it was not scanned
 
-    [[nodiscard]] std::size_t size() const noexcept { return copies.size() + deletions.size(); }
+    [[nodiscard]] std::size_t size() const noexcept { return copies.size() + relations.size() + members.size() + deletions.size(); }
     [[nodiscard]] bool empty() const noexcept { return size() == 0; }
     [[nodiscard]] PlannedCounts counts() const noexcept;
 };

@@ -14,7 +14,7 @@ namespace {
 class SideWriter {
 public:
     SideWriter(PipelinePass& pass, PerSide<SidePlan>& plans, Side target)
-        : pass_(pass), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)), plan_(plans[target]),
+        : pass_(pass), plans_(plans), run_(pass.run), targetSide_(target), sourceSide_(otherSide(target)), plan_(plans[target]),
           otherPlan_(plans[sourceSide_])
     {
     }
@@ -24,7 +24,9 @@ public:
         target().store.askToWrite(target().services.get(), run_.ParentWindow, SilentMode);
         target().store.beginUpdate();
         WriteLogText(logProgress, u"\r");
-        doAll(plan_.copies, otherPlan_.deletions, [&](const PlanItem& item) { writeRecord(item); });
+        doAll(plan_.copies, otherPlan_.deletions, [&](PlanItem& item) { writeOrWait(item); });
+        doAll(plan_.relations, {}, [&](const PlanItem& item) { writeRecord(item, Reference::Relation); });
+        doAll(plan_.members, {}, [&](const PlanItem& item) { writeRecord(item, Reference::Member); });
         if (target().hasDeletions) doAll(plan_.deletions, otherPlan_.copies, [&](const PlanItem& item) { deleteRecord(item); });
     }
 
@@ -48,18 +50,32 @@ private:
         for (; next != waiting.end(); ++next) tellProgress();
     }
 
-    void writeRecord(const PlanItem& item)
+    // A record that refers to others is written when those have been written: their UIDs in this store are known then.
+    void writeOrWait(PlanItem& item)
+    {
+        const Reference waitsFor = writeRecord(item, Reference::None);
+        if (waitsFor != Reference::None) (waitsFor == Reference::Member ? plan_.members : plan_.relations).push_back(std::move(item));
+    }
+
+    // Returns what the record has to wait for; nothing is written then.
+    Reference writeRecord(const PlanItem& item, Reference turn)
     {
         const std::u16string name = describe(item, source());
         std::optional<std::u16string> targetId = item.targetId;
         LinkGuard guard(source().store, target().store);
         RecordWrites written;
         try {
-            ApplyRecord(pass_, targetSide_, item, item.targetId ? FindItem(otherPlan_.copies, *item.targetId) : nullptr, targetId, guard,
-                        written);
+            ApplyRecord(pass_, plans_, targetSide_, turn, item, item.targetId ? FindItem(otherPlan_.copies, *item.targetId) : nullptr,
+                        targetId, guard, written);
         } catch (const RunFailure& failure) {
             report(failure, entryOf(item, item.targetId.value_or(std::u16string()), item.sourceId, name));
             throw;
+        }
+        if (written.waitsFor != Reference::None) return written.waitsFor;
+        if (written.nextRun) {
+            WriteLogText(logFailures, u"%s could not tell to whom %s refers. It waits for the next run.", run_.side(sourceSide_).name,
+                         name);
+            return Reference::None;
         }
         forgetValues(*targetId);
         if (item.targetId && !item.targetId->empty() && !targetId->empty() && *item.targetId != *targetId)
@@ -76,6 +92,7 @@ private:
         run_.report.wrote(std::move(entry), targetName());
         noteOverwritten(written, *targetId, item.sourceId, name);
         require(stamped); // only now: the record was written, and the report says so
+        return Reference::None;
     }
 
     // The values that the search for duplicates read of the target record are stale once the record is saved.
@@ -175,6 +192,7 @@ private:
     }
 
     PipelinePass& pass_;
+    PerSide<SidePlan>& plans_;
     RunState& run_;
     Side targetSide_, sourceSide_;
     SidePlan &plan_, &otherPlan_;

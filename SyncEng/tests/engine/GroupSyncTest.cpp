@@ -1,4 +1,5 @@
 // Groups of contacts in a run: between two stores that know kinds they travel, and no store gets one as a person.
+#include "DetailsLines.h"
 #include "SyncScenario.h"
 #include "TextMatchers.h"
 
@@ -8,6 +9,7 @@ namespace {
 
 using mbtest::FakeStore;
 using mbtest::FakeValues;
+using mbtest::Lines;
 using mbtest::SyncScenario;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -83,6 +85,35 @@ protected:
         becomeGroup(s.one(), group1);
     }
     std::u16string group1, copy2;
+};
+
+// Two stores that tell the UIDs of their records in details. A new record gets the UID that it is offered.
+class MembersSync : public PairedGroupSync {
+protected:
+    MembersSync()
+    {
+        for (FakeStore* store : {&s.one(), &s.two()}) store->addDetailsField();
+    }
+    static FakeValues contact(const std::u16string& name, const std::u16string& uid, const std::u16string& lines = {})
+    {
+        return {{ftLastName, name}, {ftPhone, u"1"}, {ftDetails, lines + (lines.empty() ? u"" : u"\n") + u"UID:" + uid}};
+    }
+    static FakeValues members(const std::u16string& name, const std::u16string& uid, const std::u16string& lines)
+    {
+        return {{ftLastName, name}, {ftKind, u"group"}, {ftDetails, lines + u"\nUID:" + uid}};
+    }
+    static std::u16string idOf(const FakeStore& store, std::u16string_view name)
+    {
+        for (const auto& [id, record] : store.records)
+            if (store.get(id, ftLastName) == name) return id;
+        ADD_FAILURE() << "no record of that name";
+        return {};
+    }
+    // The lines of the record of that name.
+    static Lines lines(const FakeStore& store, std::u16string_view name)
+    {
+        return mbtest::linesOf(store.get(idOf(store, name), ftDetails));
+    }
 };
 
 } // namespace
@@ -252,3 +283,159 @@ TEST_F(LinkedGroupSync, IsLeftForTheNextRunIfItsKindCannotBeRead)
     EXPECT_THAT(names(s.two()), UnorderedElementsAre(u"group Choir", u"Choir", u"Ada"));
     expectAtRest();
 }
+
+TEST_F(MembersSync, AreRewrittenToTheUidsOfTheOtherStore)
+{
+    s.one().add(contact(u"Ada", u"urn:uuid:a1"));
+    s.two().add(contact(u"Ada", u"urn:uuid:a2"));
+    // The group is listed first, and refers to a contact that both have, one that is new, and one that is nowhere.
+    s.one().add(u"A000", members(u"Choir", u"g", u"MEMBER:urn:uuid:A1\nMEMBER:urn:uuid:b1\nMEMBER:urn:uuid:nobody"));
+    s.one().add(contact(u"Bea", u"b1"));
+    sync();
+    EXPECT_EQ(lines(s.two(), u"Choir"), (Lines{u"MEMBER:urn:uuid:a2", u"MEMBER:urn:uuid:b1", u"MEMBER:urn:uuid:nobody", u"UID:g"}));
+    EXPECT_EQ(lines(s.two(), u"Ada"), Lines{u"UID:urn:uuid:a2"}) << "a known record keeps its UID";
+    expectAtRest();
+    const auto group2 = idOf(s.two(), u"Choir");
+    s.two().add(contact(u"Cleo", u"c2"));
+    s.two().set(group2, ftDetails, u"MEMBER:urn:uuid:a2\nMEMBER:urn:uuid:c2\nUID:g");
+    sync();
+    EXPECT_EQ(lines(s.one(), u"Choir"), (Lines{u"MEMBER:urn:uuid:A1", u"MEMBER:urn:uuid:c2", u"UID:g"})) << "the edit came back";
+    expectAtRest();
+}
+
+TEST_F(MembersSync, NameAContactWhoseNewUidIsKnownOnlyOnceItIsWritten)
+{
+    s.two().options.rewrite = [](LONG, const std::u16string& text) { return text == u"UID:taken" ? u"UID:other" : text; };
+    s.one().add(u"A000", members(u"Choir", u"g", u"MEMBER:taken"));
+    s.one().add(u"A001", contact(u"Bea", u"b", u"RELATED:urn:uuid:taken"));
+    s.one().add(u"A002", contact(u"Ada", u"taken"));
+    sync();
+    EXPECT_EQ(lines(s.two(), u"Choir"), (Lines{u"MEMBER:other", u"UID:g"}));
+    EXPECT_EQ(lines(s.two(), u"Bea"), (Lines{u"RELATED:urn:uuid:other", u"UID:b"}));
+    expectAtRest();
+}
+
+TEST_F(MembersSync, OfEqualGroupsWithOtherUidsAreUnited)
+{
+    for (const bool one : {true, false}) {
+        FakeStore& store = one ? s.one() : s.two();
+        const std::u16string mark = one ? u"1" : u"2";
+        store.add(contact(u"Ada", u"a" + mark));
+        store.add(contact(u"Bea", u"b" + mark));
+        store.add(members(u"Choir", u"g" + mark, one ? u"MEMBER:a1\nMEMBER:b1" : u"MEMBER:a2"));
+    }
+    sync();
+    EXPECT_EQ(lines(s.one(), u"Choir"), (Lines{u"MEMBER:a1", u"MEMBER:b1", u"UID:g1"}));
+    EXPECT_EQ(lines(s.two(), u"Choir"), (Lines{u"MEMBER:a2", u"MEMBER:b2", u"UID:g2"}));
+    expectAtRest();
+}
+
+TEST_F(MembersSync, WhoseContactIsDeletedStay)
+{
+    s.one().add(contact(u"Ada", u"a"));
+    s.one().add(members(u"Choir", u"g", u"MEMBER:a"));
+    sync();
+    s.one().remove(idOf(s.one(), u"Ada"));
+    sync();
+    EXPECT_EQ(s.two().records.size(), 1u);
+    for (const FakeStore* store : {&s.one(), &s.two()}) EXPECT_EQ(lines(*store, u"Choir"), (Lines{u"MEMBER:a", u"UID:g"}));
+    expectAtRest();
+}
+
+TEST_F(MembersSync, UidsAreReadOnlyWhereALineNamesOne)
+{
+    for (const char16_t* name : {u"Ada", u"Bea", u"Cleo"}) s.one().add(contact(name, name));
+    sync();
+    const std::u16string bea = idOf(s.one(), u"Bea");
+    const auto readsOfBea = [&] { return s.log().starting("1 BeginReadRecord " + std::string(bea.begin(), bea.end())).size(); };
+    s.one().set(idOf(s.one(), u"Ada"), ftDetails, u"NOTE:a\nUID:Ada");
+    sync();
+    EXPECT_EQ(readsOfBea(), 0u);
+    s.one().set(idOf(s.one(), u"Ada"), ftDetails, u"NOTE:a\nRELATED:Cleo\nUID:Ada");
+    sync();
+    EXPECT_EQ(readsOfBea(), 1u);
+    expectAtRest();
+    EXPECT_EQ(readsOfBea(), 0u);
+}
+
+namespace {
+
+constexpr HRESULT thrown = 1;
+
+// A call of a run fails, and later runs complete what it began: members are in the spelling of each store, and nothing is there twice.
+class MembersSweep : public testing::TestWithParam<const char*> {
+protected:
+    struct Story : MembersSync {
+        Story()
+        {
+            s.one().add(contact(u"Ada", u"a1"));
+            s.two().add(contact(u"Ada", u"a2"));
+            s.one().add(members(u"Old", u"o", u"MEMBER:a1"));
+            sync();
+            s.one().add(u"A000", members(u"Choir", u"g", u"MEMBER:a1\nMEMBER:b\nMEMBER:c"));
+            s.one().add(contact(u"Bea", u"b"));
+            s.two().add(contact(u"Cleo", u"c", u"RELATED:a2"));
+            s.two().add(contact(u"Dora", u"d"));
+            s.two().set(idOf(s.two(), u"Old"), ftDetails, u"MEMBER:a2\nMEMBER:d\nUID:o");
+        }
+        void TestBody() override {}
+        // A new record whose details cannot be read gets them in the next run, and is not offered its UID then.
+        static Lines withoutUid(Lines lines)
+        {
+            std::erase_if(lines, [](const std::u16string& line) { return line.starts_with(u"UID:"); });
+            return lines;
+        }
+        void expectHappyEnd()
+        {
+            for (int run = 0; run < 2; ++run) EXPECT_EQ(s.sync(), S_OK);
+            for (const bool one : {true, false}) {
+                const FakeStore& store = one ? s.one() : s.two();
+                const std::u16string ada = one ? u"a1" : u"a2";
+                EXPECT_THAT(names(store), UnorderedElementsAre(u"Ada", u"Bea", u"Cleo", u"Dora", u"group Choir", u"group Old"));
+                EXPECT_EQ(withoutUid(lines(store, u"Choir")), (Lines{u"MEMBER:" + ada, u"MEMBER:b", u"MEMBER:c"}));
+                EXPECT_EQ(withoutUid(lines(store, u"Old")), (Lines{u"MEMBER:" + ada, u"MEMBER:d"}));
+                EXPECT_EQ(withoutUid(lines(store, u"Cleo")), Lines{u"RELATED:" + ada});
+            }
+            EXPECT_EQ(s.sync(), S_OK);
+            EXPECT_THAT(s.writes(), IsEmpty());
+        }
+        SyncScenario& scenario() { return s; }
+    };
+    // False if the run made fewer than n calls.
+    static bool failCall(const std::string& method, int n, HRESULT way)
+    {
+        Story story;
+        mbtest::CallLog& log = story.scenario().log();
+        const int call = log.count(method) + n;
+        if (way == thrown)
+            log.throwOn(method, call);
+        else
+            log.failOn(method, call, way);
+        (void)story.scenario().sync();
+        if (!log.failed()) return false;
+        story.expectHappyEnd();
+        return true;
+    }
+};
+
+} // namespace
+
+TEST_P(MembersSweep, EveryCall)
+{
+    int calls = 0;
+    for (const std::string side : {"1 ", "2 "})
+        for (const HRESULT way : {E_FAIL, E_ABORT, thrown}) {
+            int n = 1;
+            for (bool made = true; made && !HasFailure(); ++n) {
+                SCOPED_TRACE(side + GetParam() + ", call " + std::to_string(n) + ", way " + std::to_string(way));
+                made = failCall(side + GetParam(), n, way);
+            }
+            calls += n;
+        }
+    EXPECT_GT(calls, 12) << "no run makes this call";
+}
+
+INSTANTIATE_TEST_SUITE_P(Methods, MembersSweep,
+                         testing::Values("BeginReadRecord", "ReadField", "GetModifiedDate", "BeginEditRecord", "BeginAddRecord",
+                                         "WriteField", "SaveRecord", "EndUpdate", "GetFieldType"),
+                         [](const testing::TestParamInfo<const char*>& method) { return std::string(method.param); });

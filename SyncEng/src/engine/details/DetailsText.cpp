@@ -16,12 +16,6 @@ bool isSingle(std::u16string_view name) { return std::ranges::find(singlePropert
 
 bool isOwn(std::u16string_view name) { return name == u"UID" || name == u"VERSION"; }
 
-// The parts of a property line. A parameter begins with its semicolon.
-struct LineParts {
-    std::u16string_view group, name, value;
-    std::vector<std::u16string_view> parameters;
-};
-
 std::size_t endOfParameter(std::u16string_view line, std::size_t at)
 {
     bool quoted = false;
@@ -31,6 +25,8 @@ std::size_t endOfParameter(std::u16string_view line, std::size_t at)
     }
     return at;
 }
+
+} // namespace
 
 LineParts partsOf(std::u16string_view line)
 {
@@ -49,6 +45,8 @@ LineParts partsOf(std::u16string_view line)
     parts.value = line.substr(at);
     return parts;
 }
+
+namespace {
 
 constexpr std::u16string_view altIdName = u";ALTID=", propIdName = u";PROP-ID=", pidName = u";PID=", clientProperty = u"CLIENTPIDMAP";
 
@@ -130,6 +128,8 @@ std::u16string hashedLine(std::u16string_view line, const DetailsUnit& unit, con
 
 bool hasClients(std::u16string_view line) { return line.find(pidName) != std::u16string_view::npos; }
 
+} // namespace
+
 DetailsHash hashOf(const DetailsUnit& unit, const ClientNumbers& clients)
 {
     // The usual case: the line is not copied.
@@ -143,6 +143,8 @@ DetailsHash hashOf(const DetailsUnit& unit, const ClientNumbers& clients)
     for (const std::u16string& line : plain) all.append(all.empty() ? u"" : u"\n").append(line);
     return detailsHash(all);
 }
+
+namespace {
 
 // Where the annotation's parameters begin; npos for a line that is none.
 std::size_t parametersOf(std::u16string_view line)

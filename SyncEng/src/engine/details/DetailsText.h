@@ -36,7 +36,17 @@ struct DetailsText {
     std::vector<std::u16string_view> ownLines; // UID and VERSION
 };
 
+// The parts of a property line. A parameter begins with its semicolon, the value with its colon.
+struct LineParts {
+    std::u16string_view group, name, value;
+    std::vector<std::u16string_view> parameters;
+};
+LineParts partsOf(std::u16string_view line);
+
 DetailsHash detailsHash(std::u16string_view text) noexcept;
+
+// Of all lines, without the names that do not count. `clients`: of the unit's text.
+DetailsHash hashOf(const DetailsUnit& unit, const ClientNumbers& clients);
 
 // The views point into `text`. Empty lines are left out.
 DetailsText parseDetails(std::u16string_view text);

@@ -95,7 +95,7 @@ MergedDetails::MergedDetails(const DetailsMergeInput& input)
     : source_(parseDetails(input.source)), target_(parseDetails(input.target)), givesFiles_(input.givesFiles),
       unites_(input.firstMeeting && input.bothWays)
 {
-    readSource(input.types);
+    readSource(input.types, input.counterparts);
     readTarget(input.types);
     if (input.firstMeeting) setOwnMarksApart();
     matchBase(input.base);
@@ -110,7 +110,7 @@ MergedDetails::MergedDetails(const DetailsMergeInput& input)
     if (input.newTarget) ownLines_ = offeredOwnLines(source_.ownLines, input.version);
 }
 
-void MergedDetails::readSource(const FieldTypeMap& types)
+void MergedDetails::readSource(const FieldTypeMap& types, const Counterparts& counterparts)
 {
     for (const DetailsUnit& unit : source_.units) {
         SourceUnit own{.unit = &unit, .targetHash = unit.hash};
@@ -120,8 +120,21 @@ void MergedDetails::readSource(const FieldTypeMap& types)
             if (own.travels) own.targetField = mapped->second;
             if (own.travels) own.targetHash = annotationHash(unit, mapped->second);
         }
+        if (!counterparts.empty() && !unit.isAnnotation()) own.rewritten = rewritten(unit, counterparts);
+        if (own.rewritten) own.targetHash = own.rewritten->hash;
         sourceUnits_.push_back(own);
     }
+}
+
+const DetailsUnit* MergedDetails::rewritten(const DetailsUnit& unit, const Counterparts& counterparts)
+{
+    std::vector<std::u16string> lines;
+    for (const std::u16string_view line : unit.lines) lines.push_back(withCounterpart(line, counterparts));
+    if (std::ranges::equal(lines, unit.lines)) return nullptr;
+    DetailsUnit& made = rewrittenUnits_.emplace_back(unit);
+    for (std::size_t i = 0; i < lines.size(); ++i) made.lines[i] = rewrittenLines_.emplace_back(std::move(lines[i]));
+    made.hash = hashOf(made, source_.clients);
+    return &made;
 }
 
 void MergedDetails::readTarget(const FieldTypeMap& types)
@@ -257,7 +270,7 @@ bool MergedDetails::mayAdd(const SourceUnit& own, const std::function<bool(const
 void MergedDetails::add(SourceUnit& own)
 {
     own.state = State::Paired;
-    const DetailsUnit& unit = *own.unit;
+    const DetailsUnit& unit = own.rewritten ? *own.rewritten : *own.unit;
     UnitNames names;
     for (const std::u16string& number : clientsOf(unit))
         if (source_.clients.contains(number)) names.clients[number] = bringClient(number);
@@ -278,7 +291,7 @@ void MergedDetails::add(SourceUnit& own)
     keepIfSame(names.altId, unit.altId);
     keepIfSame(names.propId, unit.propId);
     for (std::u16string& line : renamedLines(unit, names)) added_.push_back(std::move(line));
-    addedUnits_.push_back({unit.key, unit.name, unit.lines.front(), own.targetHash, unit.hash, false});
+    addedUnits_.push_back({unit.key, unit.name, unit.lines.front(), own.targetHash, own.unit->hash, false});
 }
 
 // The number of a program in the target. Its CLIENTPIDMAP is added to the target if that lacks it.

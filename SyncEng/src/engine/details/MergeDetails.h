@@ -2,8 +2,10 @@
 // target. What the target changed stays, and travels when the other direction is written. Reads and writes no store.
 #pragma once
 #include "engine/details/DetailsBase.h"
+#include "engine/details/References.h"
 #include "interfaces.h"
 #include "store/FieldData.h"
+#include <deque>
 #include <functional>
 
 namespace mb {
@@ -34,8 +36,9 @@ struct DetailsMergeInput {
     bool bothWays = false;     // the target's details travel to the source too
     const FieldTypeMap& types; // for each mapped pair, the source's field type to the target's: an annotation of any other field stays home
     bool givesFiles = true;    // the source's store gives files whole; else a line with a file that the target does not hold stays home
-    bool newTarget = false;    // the target record is being created: it is offered the source's UID and VERSION
-    LONG version = cvAsStore;  // what the map demands of a new record: soCardVersion
+    Counterparts counterparts{};            // of the records that the source's lines refer to
+    bool newTarget = false;                 // the target record is being created: it is offered the source's UID and VERSION
+    LONG version = cvAsStore;               // what the map demands of a new record: soCardVersion
     std::vector<DetailsPicture> pictures{}; // lines of any other property travel by themselves
     // Of a unit that a record has once and that is new on both sides: whether the source's replaces the target's.
     std::function<bool(const DetailsUnit&)> sourceWins{};
@@ -71,7 +74,8 @@ private:
     enum class State { New, Gone, Half, Paired };
     struct SourceUnit {
         const DetailsUnit* unit = nullptr;
-        std::optional<LONG> targetField{}; // of an annotation that travels
+        const DetailsUnit* rewritten = nullptr; // with the references of the target; null where they are the same
+        std::optional<LONG> targetField{};      // of an annotation that travels
         bool travels = true;
         DetailsHash targetHash = 0; // of the unit as the target would hold it
         State state = State::New;
@@ -94,7 +98,8 @@ private:
         bool inBase = false;
     };
 
-    void readSource(const FieldTypeMap& types);
+    void readSource(const FieldTypeMap& types, const Counterparts& counterparts);
+    const DetailsUnit* rewritten(const DetailsUnit& unit, const Counterparts& counterparts);
     void readTarget(const FieldTypeMap& types);
     void setOwnMarksApart();
     void matchBase(const DetailsBase& base);
@@ -119,6 +124,8 @@ private:
     [[nodiscard]] std::vector<Expected> expected() const;
 
     DetailsText source_, target_;
+    std::deque<std::u16string> rewrittenLines_;
+    std::deque<DetailsUnit> rewrittenUnits_;
     std::vector<SourceUnit> sourceUnits_;
     std::vector<TargetUnit> targetUnits_;
     std::vector<Expected> addedUnits_;

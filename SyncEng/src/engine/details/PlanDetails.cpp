@@ -1,6 +1,7 @@
 #include "engine/details/PlanDetails.h"
 
 #include "engine/details/DetailsFiles.h"
+#include "engine/details/FindCounterparts.h"
 #include "engine/details/PictureLines.h"
 #include "engine/details/SyncDetails.h"
 #include "translators/ImageFields.h"
@@ -35,18 +36,20 @@ bool namesImage(const PlanItem& item) { return item.Changes && (item.Changes->co
 class DetailsPlan {
 public:
     DetailsPlan(PipelinePass& pass, PerSide<SidePlan>& plans, Side target)
-        : pass_(pass), source_(otherSide(target)), target_(target), copies_(plans[target].copies), back_(plans[source_].copies)
+        : pass_(pass), plans_(plans), source_(otherSide(target)), target_(target), copies_(plans[target].copies),
+          back_(plans[source_].copies)
     {
     }
 
     void run()
     {
-        std::erase_if(copies_, [&](PlanItem& item) {
-            if (item.kind != PlannedMatch && !hasChanges(item)) return false;
-            const bool named = namesDetails(item) || namesImage(item);
-            plan(item);
-            return named && item.kind == PlannedChange && item.Changes->empty();
-        });
+        std::vector<bool> done;
+        for (PlanItem& item : copies_) {
+            const bool mayWrite = item.kind == PlannedMatch || hasChanges(item), named = namesDetails(item) || namesImage(item);
+            if (mayWrite) plan(item);
+            done.push_back(mayWrite && named && item.kind == PlannedChange && item.Changes->empty());
+        }
+        std::erase_if(copies_, [next = done.begin()](const PlanItem&) mutable { return *next++; });
     }
 
 private:
@@ -58,8 +61,12 @@ private:
         const auto own = OpenAndReadDetails(pass_, source_, item.sourceId);
         const auto other = OpenAndReadDetails(pass_, target_, *item.targetId);
         if (!own || !other) return leaveDetails(item);
-        if (!base && pass_.send[target_]) planReturn(item, *own, *other);
-        const auto merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, base);
+        const bool returns = !base && pass_.send[target_];
+        const auto forth = FindCounterparts(pass_, plans_, source_, *own);
+        const auto back = returns ? FindCounterparts(pass_, plans_, target_, *other) : Counterparts();
+        if (!forth || !back) return leaveDetails(item);
+        if (returns) planReturn(item, *own, *other, *back);
+        const auto merged = merge(source_, item, FindItem(back_, *item.targetId), *own, *other, *forth, base);
         if (!merged) return leaveDetails(item);
         if (merged->fileStaysHome()) NoteUnreadDetails(pass_, source_, item.sourceId);
         if (merged->changesTarget()) write(item, *merged);
@@ -71,7 +78,7 @@ private:
 
     // Nullopt where a store cannot tell whether it has an image.
     std::optional<MergedDetails> merge(Side source, const PlanItem& item, const PlanItem* waiting, std::u16string_view own,
-                                       std::u16string_view other, const std::optional<DetailsBase>& base)
+                                       std::u16string_view other, const Counterparts& counterparts, const std::optional<DetailsBase>& base)
     {
         auto pictures = ReadPictures(pass_, source, item, waiting, own, other, !base, false);
         if (!pictures) return std::nullopt;
@@ -82,6 +89,7 @@ private:
                                                                              .bothWays = pass_.send[otherSide(source)],
                                                                              .types = AnnotationTypes(pass_, source),
                                                                              .givesFiles = GivesFiles(pass_, source, own),
+                                                                             .counterparts = counterparts,
                                                                              .pictures = std::move(*pictures),
                                                                              .sourceWins = [&, source](const DetailsUnit& unit) {
                                                                                  return SourceWinsDetails(pass_, source, item, waiting,
@@ -111,7 +119,7 @@ private:
     }
 
     // What the target's record has to send back.
-    void planReturn(const PlanItem& item, std::u16string_view own, std::u16string_view other)
+    void planReturn(const PlanItem& item, std::u16string_view own, std::u16string_view other, const Counterparts& counterparts)
     {
         PlanItem* known = FindItem(back_, *item.targetId);
         if (known && (!hasChanges(*known) || known->targetId != item.sourceId)) return;
@@ -121,7 +129,7 @@ private:
         made.targetId = item.sourceId;
         made.Changes = std::make_unique<FieldValueMap>();
         PlanItem& back = known ? *known : made;
-        const auto merged = merge(target_, back, &item, other, own, std::nullopt);
+        const auto merged = merge(target_, back, &item, other, own, counterparts, std::nullopt);
         if (!merged || !merged->changesTarget()) return;
         write(back, *merged);
         planImages(target_, back, *merged);
@@ -137,6 +145,7 @@ private:
     }
 
     PipelinePass& pass_;
+    PerSide<SidePlan>& plans_;
     Side source_, target_;
     PlanItems &copies_, &back_;
 };
