@@ -1,6 +1,7 @@
 // Compares a keyed read of a store of 10,000 sections with the XPath expression that defines it.
 #include "store/CBase64.h"
 #include "store/StoreFile.h"
+#include "xml.h"
 
 #include "TestFolder.h"
 #include "text.h"
