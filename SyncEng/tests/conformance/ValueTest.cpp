@@ -60,7 +60,7 @@ const std::vector<Sample>& oddities()
 // Whether the field holds free text: many stores restrict the texts of the other fields.
 bool isFree(const ListedField& field)
 {
-    constexpr LONG formed[] = {ftCategories, ftGender, ftRecordStatus, ftPrivateStatus, ftRemindBirthDay, ftRemindDays, ftDetails};
+    constexpr LONG formed[] = {ftCategories, ftGender, ftRecordStatus, ftPrivateStatus, ftRemindBirthDay, ftRemindDays, ftDetails, ftKind};
     return std::ranges::find(formed, field.type) == std::end(formed);
 }
 
