@@ -137,7 +137,7 @@ private:
             if (type == kOffset) form_.value = basicOffset(form_.value);
         } else if (kind == PropertyKind::Position) {
             if (type == "float") type.clear();
-            const bool comma = context_.version == Version::V21 && form_.value.find(';') == std::string::npos; // version 2.1 has both
+            const bool comma = form_.value.find(';') == std::string::npos; // version 2.1 has both, and other programs write both
             form_.value = geoUri(form_.value, comma ? ',' : ';');
         } else if (kind == PropertyKind::Id) {
             if (type == kText) type.clear();
